@@ -1,0 +1,31 @@
+# One place for what every target of the project is compiled and linked with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+# Warnings are for our own targets; headers of libraries come in as system headers.
+add_library(lumenta_warnings INTERFACE)
+target_compile_options(lumenta_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wswitch-enum -Wimplicit-fallthrough -Werror)
+
+# The same arithmetic on every machine: nothing is fused that the code does not fuse.
+add_compile_options(-ffp-contract=off)
+
+set(LUMENTA_SANITIZE "" CACHE STRING "Sanitizers of the whole build, as for -fsanitize")
+if(LUMENTA_SANITIZE)
+  add_compile_options(-fsanitize=${LUMENTA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${LUMENTA_SANITIZE})
+endif()

@@ -1,0 +1,22 @@
+# Libraries the project stands on, each as one imported target.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(Boost 1.74 REQUIRED)
+
+# A pkg-config module as the target Dep::<name>, its headers treated as system headers.
+function(lumenta_pkg name)
+  pkg_check_modules(${name} REQUIRED IMPORTED_TARGET GLOBAL ${ARGN})
+  add_library(Dep::${name} ALIAS PkgConfig::${name})
+endfunction()
+
+# FFmpeg 5.1 and later.
+lumenta_pkg(avutil libavutil>=57.28)
+lumenta_pkg(swscale libswscale>=6.7)
+lumenta_pkg(swresample libswresample>=4.7)
+lumenta_pkg(avfilter libavfilter>=8.44)
+lumenta_pkg(avformat libavformat>=59.27)
+lumenta_pkg(avcodec libavcodec>=59.37)
+
+lumenta_pkg(glog libglog>=0.6)
+lumenta_pkg(fmt fmt>=9)
+lumenta_pkg(unwind libunwind)

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Conf/ColorSpace.h"
+#include "Conf/PixColor.h"
+#include "Conf/PixFmt.h"
+#include "Core/Api.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tarsel::Conf {
+
+/// What is known of a pixel format; read once from FFmpeg's own descriptors. Immutable; any thread.
+class TARSEL_API PixFmtDescription {
+public:
+    /// Bits of GetFlags().
+    enum Flags : std::uint8_t { Planar = 1, Rgb = 2, Palette = 4, Alpha = 8, BigEndian = 16, Float = 32 };
+
+    PixFmt GetFormat() const noexcept { return m_format; }
+    std::string const& GetName() const noexcept { return m_name; }
+    std::uint8_t GetFlags() const noexcept { return m_flags; }
+    bool HasAlpha() const noexcept { return (m_flags & Alpha) != 0; }
+    bool IsRgb() const noexcept { return (m_flags & Rgb) != 0; }
+    /// Bits of the deepest component, 1 to 32.
+    int GetDepth() const noexcept { return m_depth; }
+    /// Memory planes, 1 to 4; a palette does not count.
+    int GetPlaneCount() const noexcept { return m_planes; }
+    /// log2 of the subsampling of the chroma planes; 0 where there are none.
+    int GetChromaShiftX() const noexcept { return m_shiftX; }
+    int GetChromaShiftY() const noexcept { return m_shiftY; }
+    /// Size in pixels of plane `plane` of a frame `width` by `height`, rounded up where chroma is subsampled.
+    std::uint32_t GetPlanWidth(int plane, std::uint32_t width) const noexcept;
+    std::uint32_t GetPlanHeight(int plane, std::uint32_t height) const noexcept;
+
+    /// `color` as 8-bit component values of this format, in its component order (Y, U, V, A; or the order in
+    /// memory for packed RGB; or plane order for planar RGB). YUV by `space`, BT.601 and limited range where that
+    /// is unspecified (the "j" formats are full range). Formats deeper than 8 bits get the value for 8 bits.
+    /// Source: ITU-T H.273, 8.3.
+    PixComponents MakeColor(PixColor color, ColorSpace const& space = {}) const noexcept;
+
+    /// The description; throws CoreException naming the number when FFmpeg knows no such format.
+    static PixFmtDescription const& Find(PixFmt format);
+    /// The format of that FFmpeg name ("yuv420p"), or nothing.
+    static std::optional<PixFmt> FindByName(std::string_view name) noexcept;
+    /// Whether this host can take frames of the format: in software, whole bytes, read and written by the scaler.
+    static bool IsSupported(PixFmt format) noexcept;
+    /// All formats for which IsSupported holds, in ascending order.
+    static std::vector<PixFmt> const s_supportedFormats;
+
+private:
+    friend struct PixFmtDescriptionTable;
+    PixFmtDescription() = default;
+
+    PixFmt m_format = PixFmt::None;
+    std::string m_name;
+    std::uint8_t m_flags = 0;
+    std::uint8_t m_depth = 0;
+    std::uint8_t m_planes = 0;
+    std::uint8_t m_shiftX = 0;
+    std::uint8_t m_shiftY = 0;
+    bool m_supported = false;
+};
+
+/// The same as PixFmtDescription::Find.
+TARSEL_API PixFmtDescription const& GetPixelFormatDescription(PixFmt format);
+
+/// The format of `list` that loses least of `format`. `withAlpha` false: alpha may go without counting as a loss.
+/// Writes FFmpeg's FF_LOSS_* bits to `loss` when it is not null. An empty list gives PixFmt::None.
+/// Source: FFmpeg's av_find_best_pix_fmt_of_2. Any thread.
+TARSEL_API PixFmt FindBestPixelFormatOfList(std::vector<PixFmt> const& list, PixFmt format, bool withAlpha,
+                                            int* loss);
+
+} // namespace Tarsel::Conf

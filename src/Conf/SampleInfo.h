@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Conf/ChannelLayout.h"
+#include "Conf/SampleFormats.h"
+
+#include <cstdint>
+
+namespace Tarsel::Conf {
+
+/// Format, rate (samples a second for each channel) and channels of sound; all ones marks an unknown field.
+/// A value, compared member by member.
+struct SampleInfo {
+    SampleFormats format = SampleFormats::Unknown;
+    std::int32_t rate = -1;
+    ChannelLayout layout;
+
+    static SampleInfo Init(SampleFormats format, std::int32_t rate, ChannelLayout layout) noexcept {
+        return {format, rate, layout};
+    }
+
+    friend bool operator==(SampleInfo const&, SampleInfo const&) = default;
+};
+
+} // namespace Tarsel::Conf

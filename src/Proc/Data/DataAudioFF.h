@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Proc/Interfaces/IDataAudio.h"
+#include "Proc/Wrappers/SafeFrame.h"
+
+namespace Tarsel::Proc {
+
+/// A block of sound held in an AVFrame.
+class TARSEL_API DataAudioFF : public Core::RefCounted<IDataAudio> {
+public:
+    /// Takes a reference to the frame's buffers. MemoryException.
+    explicit DataAudioFF(AVFrame const& frame);
+    /// Takes the frame over.
+    explicit DataAudioFF(SafeFrame&& frame) noexcept;
+
+    /// A block of `sampleCount` samples for each channel (0 allowed), not set. EffectException for a format, rate or layout that is
+    /// not known; MemoryException.
+    static SP<DataAudioFF> CreateBySampleCount(Conf::SampleInfo const& info, int sampleCount);
+
+    std::int64_t GetTime() const override;
+    void SetTime(std::int64_t microseconds) override;
+    std::int64_t GetDuration() const override;
+    void SetDuration(std::int64_t microseconds) override;
+    Conf::SampleFormats GetSampleFormat() const override;
+    Conf::SampleInfo GetSampleInfo() const override;
+    std::int64_t GetSampleCount() const override;
+    AVFrame const* GetAVFrame() const override;
+    AVFrame* GetAVFrame() override;
+
+private:
+    SafeFrame m_frame;
+    std::int64_t m_time = 0;
+    std::int64_t m_duration = 0;
+};
+
+} // namespace Tarsel::Proc

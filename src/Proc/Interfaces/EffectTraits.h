@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace Tarsel::Proc {
+
+/// What becomes of one property of the input.
+enum class Keeps : std::uint8_t {
+    /// Comes out as it went in.
+    Always,
+    /// Depends on the settings.
+    Sometimes,
+    /// Is lost for inputs that have it.
+    Never,
+};
+
+/// "always", "sometimes", "never".
+constexpr std::string_view GetName(Keeps keeps) noexcept {
+    switch (keeps) {
+    case Keeps::Always:
+        return "always";
+    case Keeps::Sometimes:
+        return "sometimes";
+    case Keeps::Never:
+        return "never";
+    }
+    return "unknown";
+}
+
+/// What an effect says of itself, beside its settings; one row for each effect.
+struct EffectTraits {
+    /// One line for people: what the effect does.
+    std::string_view summary;
+    Keeps alpha = Keeps::Always;
+    /// Bits of a component beyond 8.
+    Keeps depth = Keeps::Always;
+    /// Full-range YUV stays full range.
+    Keeps range = Keeps::Always;
+    /// Width and height (pixels), or the number of samples (sound).
+    Keeps size = Keeps::Always;
+    /// A result depends on one frame and the settings alone: a host may run several instances over consecutive frames.
+    bool frameIndependent = true;
+    /// Frames held back until later ones came, at most.
+    std::int32_t delayFrames = 0;
+    /// Samples held back, in microseconds of sound, at most.
+    std::int64_t delayTime = 0;
+    /// Sound goes on after the input's end.
+    bool tail = false;
+    /// More frames come out than went in: frames out for each frame in, at most.
+    std::int32_t framesPerFrame = 1;
+    /// Gains from more than one thread, so that a share of the thread budget is worth asking for.
+    bool slices = false;
+};
+
+} // namespace Tarsel::Proc
