@@ -19,7 +19,8 @@ struct TARSEL_API ChannelLayout {
     static ChannelLayout FromMask(std::uint64_t mask) noexcept;
     /// FFmpeg's default layout of that many channels; without a mask where it has none.
     static ChannelLayout FromCount(std::uint8_t channels) noexcept;
-    /// Reads what GetName writes, and FFmpeg's other spellings ("FL+FR", "0x3", "2c"); nothing when it is none.
+    /// Reads what GetName writes, and FFmpeg's other spellings ("FL+FR", "0x3", "2c"); nothing when it is
+    /// none.
     static std::optional<ChannelLayout> FromName(std::string const& name) noexcept;
 
     friend bool operator==(ChannelLayout const&, ChannelLayout const&) = default;

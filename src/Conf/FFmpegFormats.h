@@ -10,14 +10,15 @@ struct AVChannelLayout;
 
 namespace Tarsel::Conf {
 
-/// This host's formats as FFmpeg's numbers and back. None fails; what has no counterpart becomes the "unknown" of
-/// the other side (−1, SampleFormats::Unknown). Any thread.
+/// This host's formats as FFmpeg's numbers and back. None fails; what has no counterpart becomes the
+/// "unknown" of the other side (−1, SampleFormats::Unknown). Any thread.
 
 /// An AVSampleFormat.
 TARSEL_API int SampleFormatFFMPEGFromTarsel(SampleFormats format) noexcept;
 TARSEL_API SampleFormats SampleFormatTarselFromFFMPEG(int format) noexcept;
 
-/// The layout's mask; for a layout without one, FFmpeg's default mask of that many channels (0 where it has none).
+/// The layout's mask; for a layout without one, FFmpeg's default mask of that many channels (0 where it has
+/// none).
 TARSEL_API std::uint64_t AVChannelLayoutMaskFromTarsel(ChannelLayout const& layout) noexcept;
 TARSEL_API ChannelLayout TarselFromAVChannelLayout(AVChannelLayout const& layout) noexcept;
 

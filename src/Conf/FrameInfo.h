@@ -4,8 +4,8 @@
 
 namespace Tarsel::Conf {
 
-/// Geometry of a frame: size in pixels and the shape of one pixel (width : height). An aspect with a zero in it
-/// is unknown; objects that store one keep 0/1.
+/// Geometry of a frame: size in pixels and the shape of one pixel (width : height). An aspect with a zero in
+/// it is unknown; objects that store one keep 0/1.
 struct FrameInfo {
     std::uint32_t width = 0;
     std::uint32_t height = 0;

@@ -9,8 +9,8 @@
 
 namespace Tarsel::Conf {
 
-/// The description of a video stream that effects are asked about and answer in. It is a property tree too: its
-/// child TAG_FPS holds the frame rate as a ratio (frames a second). Not synchronised.
+/// The description of a video stream that effects are asked about and answer in. It is a property tree too:
+/// its child TAG_FPS holds the frame rate as a ratio (frames a second). Not synchronised.
 class TARSEL_API IFormatCodecVideo : public Core::IRefCountable, public Core::Property {
 public:
     static constexpr char const* TAG_FPS = "fps";

@@ -4,8 +4,8 @@
 
 namespace Tarsel::Conf {
 
-/// Pixel formats; the numbers are FFmpeg's (AVPixelFormat), so that one is the other by a cast. Any number FFmpeg
-/// knows is a valid value, named here or not; those named are the ones that code speaks of.
+/// Pixel formats; the numbers are FFmpeg's (AVPixelFormat), so that one is the other by a cast. Any number
+/// FFmpeg knows is a valid value, named here or not; those named are the ones that code speaks of.
 enum class PixFmt : std::int32_t {
     None = -1,
     YUV420P = 0,

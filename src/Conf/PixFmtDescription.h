@@ -36,16 +36,17 @@ public:
     std::uint32_t GetPlanHeight(int plane, std::uint32_t height) const noexcept;
 
     /// `color` as 8-bit component values of this format, in its component order (Y, U, V, A; or the order in
-    /// memory for packed RGB; or plane order for planar RGB). YUV by `space`, BT.601 and limited range where that
-    /// is unspecified (the "j" formats are full range). Formats deeper than 8 bits get the value for 8 bits.
-    /// Source: ITU-T H.273, 8.3.
+    /// memory for packed RGB; or plane order for planar RGB). YUV by `space`, BT.601 and limited range where
+    /// that is unspecified (the "j" formats are full range). Formats deeper than 8 bits get the value for 8
+    /// bits. Source: ITU-T H.273, 8.3.
     PixComponents MakeColor(PixColor color, ColorSpace const& space = {}) const noexcept;
 
     /// The description; throws CoreException naming the number when FFmpeg knows no such format.
     static PixFmtDescription const& Find(PixFmt format);
     /// The format of that FFmpeg name ("yuv420p"), or nothing.
     static std::optional<PixFmt> FindByName(std::string_view name) noexcept;
-    /// Whether this host can take frames of the format: in software, whole bytes, read and written by the scaler.
+    /// Whether this host can take frames of the format: in software, whole bytes, read and written by the
+    /// scaler.
     static bool IsSupported(PixFmt format) noexcept;
     /// All formats for which IsSupported holds, in ascending order.
     static std::vector<PixFmt> const s_supportedFormats;
@@ -67,8 +68,8 @@ private:
 /// The same as PixFmtDescription::Find.
 TARSEL_API PixFmtDescription const& GetPixelFormatDescription(PixFmt format);
 
-/// The format of `list` that loses least of `format`. `withAlpha` false: alpha may go without counting as a loss.
-/// Writes FFmpeg's FF_LOSS_* bits to `loss` when it is not null. An empty list gives PixFmt::None.
+/// The format of `list` that loses least of `format`. `withAlpha` false: alpha may go without counting as a
+/// loss. Writes FFmpeg's FF_LOSS_* bits to `loss` when it is not null. An empty list gives PixFmt::None.
 /// Source: FFmpeg's av_find_best_pix_fmt_of_2. Any thread.
 TARSEL_API PixFmt FindBestPixelFormatOfList(std::vector<PixFmt> const& list, PixFmt format, bool withAlpha,
                                             int* loss);

@@ -14,9 +14,9 @@ struct TARSEL_API Transform2D {
     double d = 1;
 
     /// The axis-aligned box around the transformed frame.
-    /// `squarePixels` false keeps the pixel grid where the axes are only exchanged or mirrored: sizes exact, aspect
-    /// terms exchanged with the axes. In every other case lengths are taken with the pixel aspect, rounded to the
-    /// nearest whole pixel, at least 1, and the box's pixels are square (1:1).
+    /// `squarePixels` false keeps the pixel grid where the axes are only exchanged or mirrored: sizes exact,
+    /// aspect terms exchanged with the axes. In every other case lengths are taken with the pixel aspect,
+    /// rounded to the nearest whole pixel, at least 1, and the box's pixels are square (1:1).
     FrameInfo GetBoundingBox(FrameInfo const& frame, bool squarePixels) const noexcept;
 
     friend bool operator==(Transform2D const&, Transform2D const&) = default;

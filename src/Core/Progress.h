@@ -20,11 +20,12 @@ class TARSEL_API ProgressControllerStages : public RefCounted<IRefCountable> {
 public:
     /// Shares the controller; null ends the reports.
     void SetProgressController(SP<IProgressController> const& controller);
-    /// Steps of each stage, in order, none negative; starts over at the first stage. Throws CoreException on a
-    /// negative length.
+    /// Steps of each stage, in order, none negative; starts over at the first stage. Throws CoreException on
+    /// a negative length.
     void Init(std::vector<int> const& stages);
-    /// Begins stage `stage`, counted from 0; the stages before it count as done. `name` is copied, null is "".
-    /// Returns false when the controller asks to stop. A stage that Init did not name throws CoreException.
+    /// Begins stage `stage`, counted from 0; the stages before it count as done. `name` is copied, null is
+    /// "". Returns false when the controller asks to stop. A stage that Init did not name throws
+    /// CoreException.
     bool InitStage(int stage, char const* name);
     /// One step of the current stage is done; steps beyond its length do not move it further.
     /// Returns false when the controller asks to stop.

@@ -12,10 +12,11 @@
 
 namespace Tarsel::Core {
 
-/// A named, typed value; a container holds children by key, in the order in which they were made. A value type:
-/// a copy is deep and independent. Not synchronised: one thread at a time, or const use only.
+/// A named, typed value; a container holds children by key, in the order in which they were made. A value
+/// type: a copy is deep and independent. Not synchronised: one thread at a time, or const use only.
 ///
-/// Every accessor that does not fit the node's type throws MethodIsNotApplicable with method name, type and name.
+/// Every accessor that does not fit the node's type throws MethodIsNotApplicable with method name, type and
+/// name.
 class TARSEL_API Property {
 public:
     using Children = std::list<Property>;
@@ -47,7 +48,8 @@ public:
     Property& operator=(bool value);
     Property& operator=(Ratio value);
 
-    /// The child, or null; null too on anything but a container. The pointer lives until the child is removed.
+    /// The child, or null; null too on anything but a container. The pointer lives until the child is
+    /// removed.
     Property* FindChild(std::string_view key) noexcept;
     Property const* FindChild(std::string_view key) const noexcept;
     bool ChildExists(std::string_view key) const noexcept { return FindChild(key) != nullptr; }
@@ -70,8 +72,8 @@ public:
         return CreateChildT(key, value);
     }
 
-    /// Adds a child, whether or not the key is taken; look-ups find the first. Returns the child, owned by this
-    /// node. On anything but a container: MethodIsNotApplicable with method name "CreateChildT".
+    /// Adds a child, whether or not the key is taken; look-ups find the first. Returns the child, owned by
+    /// this node. On anything but a container: MethodIsNotApplicable with method name "CreateChildT".
     template <class T>
     Property& CreateChildT(std::string const& key, T const& value) {
         if (GetType() != PropertyTypes::Container)
@@ -88,8 +90,8 @@ private:
     std::variant<std::monostate, std::int64_t, double, bool, std::string, Ratio, Children> m_value;
 };
 
-/// The value as text, the same in every locale: integers in decimal, reals in the shortest form that reads back
-/// the same, flags as 1 and 0, ratios as "30000/1001", strings as they are. A container throws
+/// The value as text, the same in every locale: integers in decimal, reals in the shortest form that reads
+/// back the same, flags as 1 and 0, ratios as "30000/1001", strings as they are. A container throws
 /// MethodIsNotApplicable; an empty node gives "".
 TARSEL_API std::string PropertyValueToString(Property const& property);
 

@@ -5,7 +5,15 @@
 namespace Tarsel::Core {
 
 /// Type of a property node. The container's number is binary contract.
-enum class PropertyTypes : std::int32_t { Empty = 0, Int64 = 1, Double = 2, Bool = 3, String = 4, Ratio = 5, Container = 6 };
+enum class PropertyTypes : std::int32_t {
+    Empty = 0,
+    Int64 = 1,
+    Double = 2,
+    Bool = 3,
+    String = 4,
+    Ratio = 5,
+    Container = 6
+};
 
 /// "int64", "container" and so on, for messages.
 constexpr char const* GetName(PropertyTypes type) noexcept {

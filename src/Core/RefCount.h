@@ -23,7 +23,8 @@ SP<T> MakeSP(Args&&... args) {
 
 namespace Core {
 
-/// Base of every shared object. The slot order (destructors, AddRef, GetRefCount, Release) is binary contract.
+/// Base of every shared object. The slot order (destructors, AddRef, GetRefCount, Release) is binary
+/// contract.
 class TARSEL_API IRefCountable {
 public:
     IRefCountable() = default;

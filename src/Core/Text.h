@@ -16,7 +16,8 @@ TARSEL_API std::string NumberToText(double value);
 TARSEL_API std::string NumberToText(float value);
 TARSEL_API std::string NumberToText(std::int64_t value);
 
-/// The whole of `text` as a number, a leading '+' allowed, blanks not; nothing when it is none or out of the type.
+/// The whole of `text` as a number, a leading '+' allowed, blanks not; nothing when it is none or out of the
+/// type.
 TARSEL_API std::optional<double> TextToDouble(std::string_view text) noexcept;
 TARSEL_API std::optional<std::int64_t> TextToInt64(std::string_view text) noexcept;
 /// "1", "true", "yes", "on" and their opposites, any case.

@@ -13,8 +13,8 @@ public:
     static int Get() noexcept;
 };
 
-/// A share of the budget, given back by the destructor. The calling thread itself costs nothing, so a lease is
-/// never refused: with the budget used up it is of one thread.
+/// A share of the budget, given back by the destructor. The calling thread itself costs nothing, so a lease
+/// is never refused: with the budget used up it is of one thread.
 class TARSEL_API ThreadLease {
 public:
     /// One thread: the caller's own.

@@ -32,13 +32,15 @@ struct CodePoint {
 };
 
 /// Where an exception is thrown: the source file relative to the source root without extension, the full
-/// signature of the throwing function (a literal, so that it is the same under every compiler), line and column.
+/// signature of the throwing function (a literal, so that it is the same under every compiler), line and
+/// column.
 struct Site {
     char const* file;
     char const* function;
     CodePoint at;
 
-    constexpr Site(char const* sourceFile, char const* signature, CodePoint point = CodePoint::Here()) noexcept
+    constexpr Site(char const* sourceFile, char const* signature,
+                   CodePoint point = CodePoint::Here()) noexcept
         : file(sourceFile), function(signature), at(point) {}
 };
 
@@ -49,16 +51,16 @@ E const& AddStack(E const& exception) {
 }
 
 /// The one way to throw. E is an Exception class (default-constructible) or a standard exception that takes a
-/// text; either way it leaves with the description, the tags, the call stack and the site. The text is kept to
-/// the letter: what FFmpeg or the system said goes into tags beside it. Any thread.
+/// text; either way it leaves with the description, the tags, the call stack and the site. The text is kept
+/// to the letter: what FFmpeg or the system said goes into tags beside it. Any thread.
 template <class E, class... Tags>
 [[noreturn]] void Throw(Site const& site, std::string const& description, Tags const&... tags) {
     auto const raise = [&](auto exception) {
         exception << TagDescription(description) << TagThrowColumn(site.at.column);
         (void)(exception << ... << tags);
         AddStack(exception);
-        boost::throw_exception(exception,
-                               boost::source_location(site.file, site.at.line, site.function, site.at.column));
+        boost::throw_exception(
+            exception, boost::source_location(site.file, site.at.line, site.function, site.at.column));
     };
     if constexpr (std::is_base_of_v<Exception, E>)
         raise(E());

@@ -13,8 +13,8 @@ public:
     /// Takes the frame over.
     explicit DataAudioFF(SafeFrame&& frame) noexcept;
 
-    /// A block of `sampleCount` samples for each channel (0 allowed), not set. EffectException for a format, rate or layout that is
-    /// not known; MemoryException.
+    /// A block of `sampleCount` samples for each channel (0 allowed), not set. EffectException for a format,
+    /// rate or layout that is not known; MemoryException.
     static SP<DataAudioFF> CreateBySampleCount(Conf::SampleInfo const& info, int sampleCount);
 
     std::int64_t GetTime() const override;

@@ -8,8 +8,8 @@ namespace Tarsel::Proc {
 /// A picture held in an AVFrame.
 class TARSEL_API DataVideoFF : public Core::RefCounted<IDataVideo> {
 public:
-    /// Takes a reference to the frame's buffers; the frame itself stays the caller's. Time and duration start as
-    /// the frame's own. MemoryException.
+    /// Takes a reference to the frame's buffers; the frame itself stays the caller's. Time and duration start
+    /// as the frame's own. MemoryException.
     DataVideoFF(AVFrame const& frame, Conf::FrameInfo const& info);
     /// Takes the frame over.
     DataVideoFF(SafeFrame&& frame, Conf::FrameInfo const& info) noexcept;

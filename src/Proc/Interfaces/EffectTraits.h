@@ -39,7 +39,8 @@ struct EffectTraits {
     Keeps range = Keeps::Always;
     /// Width and height (pixels), or the number of samples (sound).
     Keeps size = Keeps::Always;
-    /// A result depends on one frame and the settings alone: a host may run several instances over consecutive frames.
+    /// A result depends on one frame and the settings alone: a host may run several instances over
+    /// consecutive frames.
     bool frameIndependent = true;
     /// Frames held back until later ones came, at most.
     std::int32_t delayFrames = 0;

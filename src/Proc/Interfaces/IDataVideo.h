@@ -12,8 +12,8 @@ struct AVFrame;
 
 namespace Tarsel::Proc {
 
-/// One plane of a picture to read. The line size in bytes is negative for a picture stored bottom up; `data` is
-/// the first byte of the top row either way.
+/// One plane of a picture to read. The line size in bytes is negative for a picture stored bottom up; `data`
+/// is the first byte of the top row either way.
 struct ReadOnlyPlane {
     std::uint8_t const* data = nullptr;
     std::ptrdiff_t lineSize = 0;
@@ -36,10 +36,11 @@ public:
     virtual Conf::FrameInfo GetFrameInfo() const = 0;
     virtual Conf::PixFmt GetPixelFormat() const = 0;
     virtual Conf::ColorSpace GetColorSpace() const = 0;
-    /// The pixel aspect of both the frame info and the frame; one with a zero in it is stored as 0/1, unknown.
+    /// The pixel aspect of both the frame info and the frame; one with a zero in it is stored as 0/1,
+    /// unknown.
     virtual void SetPixelAspect(std::uint32_t num, std::uint32_t den) = 0;
-    /// The picture's frame, owned by this object and valid as long as it. Its buffers may be shared with other
-    /// objects: pixels are written through GetWritablePlane only.
+    /// The picture's frame, owned by this object and valid as long as it. Its buffers may be shared with
+    /// other objects: pixels are written through GetWritablePlane only.
     virtual AVFrame const* GetAVFrame() const = 0;
     virtual AVFrame* GetAVFrame() = 0;
     /// A new object with times, geometry and the same pixels (buffers shared until one side writes).
@@ -51,8 +52,8 @@ public:
     virtual WritablePlane GetWritablePlane(int index) = 0;
 };
 
-/// Copies pixels row by row; neither padding nor anything beyond the smaller of both planes is touched. Planes of
-/// different sizes throw ProcException.
+/// Copies pixels row by row; neither padding nor anything beyond the smaller of both planes is touched.
+/// Planes of different sizes throw ProcException.
 TARSEL_API void CopyPlane(ReadOnlyPlane const& from, WritablePlane const& to);
 
 } // namespace Tarsel::Proc

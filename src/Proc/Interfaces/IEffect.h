@@ -13,8 +13,9 @@ namespace Tarsel::Proc {
 
 class Settings;
 
-/// Root of all effects. The slot order of its virtual operations is binary contract: nothing is added, taken away
-/// or moved. Operations may be called from any thread, one at a time for each effect, unless an effect says more.
+/// Root of all effects. The slot order of its virtual operations is binary contract: nothing is added, taken
+/// away or moved. Operations may be called from any thread, one at a time for each effect, unless an effect
+/// says more.
 class TARSEL_API IEffect : public Core::IRefCountable {
 public:
     /// The settings as a property tree.

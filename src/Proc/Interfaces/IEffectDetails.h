@@ -19,9 +19,9 @@ public:
 /// The same for video: what it would do with one format.
 class TARSEL_API IEffectDetailsVideo : public IEffectDetails {
 public:
-    /// The description of the work on frames of this format under the settings now held, as the effect gives it to
-    /// its engine; "" when frames pass untouched. Builds nothing and changes nothing. Throws what processing
-    /// such a frame would throw for settings that cannot be described.
+    /// The description of the work on frames of this format under the settings now held, as the effect gives
+    /// it to its engine; "" when frames pass untouched. Builds nothing and changes nothing. Throws what
+    /// processing such a frame would throw for settings that cannot be described.
     virtual std::string Describe(Conf::IFormatCodecVideo const& format) const = 0;
 };
 

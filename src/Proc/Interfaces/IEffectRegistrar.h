@@ -18,8 +18,8 @@ using TwoInputVideoEffectCreator = SP<ITwoInputEffectVideo> (*)(SP<IEffectFactor
 using TwoInputAudioEffectCreator = SP<ITwoInputEffectAudio> (*)(SP<IEffectFactory const> const&,
                                                                 SP<IFactoryDataAudio const> const&);
 
-/// Takes a plug-in's effects. The slot order is binary contract. Texts are copied; a creator must stay callable
-/// until the plug-in is unloaded. Returns whether the registration is new.
+/// Takes a plug-in's effects. The slot order is binary contract. Texts are copied; a creator must stay
+/// callable until the plug-in is unloaded. Returns whether the registration is new.
 class TARSEL_API IEffectRegistrar {
 public:
     virtual ~IEffectRegistrar();

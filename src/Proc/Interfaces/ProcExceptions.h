@@ -36,8 +36,8 @@ public:
     ~FilterException() noexcept override;
 };
 
-/// Settings that cannot be read: an unknown key, a value that is no value of its kind, or one out of range. The
-/// description names settings class, key, value and legal range.
+/// Settings that cannot be read: an unknown key, a value that is no value of its kind, or one out of range.
+/// The description names settings class, key, value and legal range.
 class TARSEL_API SettingsException : public ProcException {
 public:
     ~SettingsException() noexcept override;

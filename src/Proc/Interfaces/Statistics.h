@@ -22,8 +22,8 @@ struct StatisticInfo {
     std::uint64_t processed = 0;
 };
 
-/// A container named "Statistics" with the children "Name", "Category", "MediaType", "ImplName", "CounterA" and
-/// "Processed". Any thread.
+/// A container named "Statistics" with the children "Name", "Category", "MediaType", "ImplName", "CounterA"
+/// and "Processed". Any thread.
 TARSEL_API Core::Property MakeStatistics(StatisticInfo const& info);
 
 } // namespace Tarsel::Proc::Statistics

@@ -10,8 +10,8 @@ namespace Tarsel::Proc {
 
 struct Field;
 
-/// Base of all settings classes: plain values, copied freely, not synchronised. Each class declares its fields in
-/// one table (see Field.h), from which everything below follows. The slot order is binary contract.
+/// Base of all settings classes: plain values, copied freely, not synchronised. Each class declares its
+/// fields in one table (see Field.h), from which everything below follows. The slot order is binary contract.
 class TARSEL_API Settings {
 public:
     virtual ~Settings();
@@ -22,8 +22,8 @@ public:
     virtual bool IsEqualTo(Settings const& other) const = 0;
     /// Whether an effect with these settings leaves its input as it is.
     virtual bool IsEmpty() const = 0;
-    /// Reads "key=value:key=value" on top of the present values; '\' takes the meaning from a ':' or '\' after it.
-    /// SettingsException that names class, key, value and legal range; then nothing has changed.
+    /// Reads "key=value:key=value" on top of the present values; '\' takes the meaning from a ':' or '\'
+    /// after it. SettingsException that names class, key, value and legal range; then nothing has changed.
     virtual void Deserialize(std::string const& text) = 0;
     /// The table of fields, in the order of help and text. Lives as long as the library.
     virtual std::span<Field const> GetFields() const = 0;

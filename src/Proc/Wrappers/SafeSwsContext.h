@@ -19,8 +19,8 @@ struct SwsCtxSide {
     Conf::ColorSpace space;
 };
 
-/// How to scale. Colour matrix and range of either side come from its colour space; an unspecified matrix counts
-/// as BT.601, an unspecified range as full for RGB and the "j" formats, else limited.
+/// How to scale. Colour matrix and range of either side come from its colour space; an unspecified matrix
+/// counts as BT.601, an unspecified range as full for RGB and the "j" formats, else limited.
 struct SwsCtxParams {
     SwsCtxSide from;
     SwsCtxSide to;
@@ -35,12 +35,15 @@ public:
     SafeSwsContext() noexcept = default;
     /// EffectException naming both sides when libswscale refuses them.
     explicit SafeSwsContext(SwsCtxParams const& params);
-    SafeSwsContext(SafeSwsContext&& other) noexcept : m_context(other.m_context) { other.m_context = nullptr; }
+    SafeSwsContext(SafeSwsContext&& other) noexcept : m_context(other.m_context) {
+        other.m_context = nullptr;
+    }
     SafeSwsContext& operator=(SafeSwsContext&& other) noexcept;
     ~SafeSwsContext();
 
     explicit operator bool() const noexcept { return m_context != nullptr; }
-    /// Scales all rows of `from` into `to`, whose buffers exist; sizes and formats are those of the parameters.
+    /// Scales all rows of `from` into `to`, whose buffers exist; sizes and formats are those of the
+    /// parameters.
     void Scale(AVFrame const& from, AVFrame& to) const;
 
 private:

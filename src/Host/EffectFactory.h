@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Host/EffectRegistry.h"
+#include "Proc/Interfaces/IEffectFactory.h"
+
+#include <memory>
+
+namespace Tarsel::Host {
+
+/// Makes effects out of a registry. A null data factory stands for this host's own.
+class TARSEL_API EffectFactory final : public Core::RefCounted<Proc::IEffectFactory> {
+public:
+    /// Shares the registry, which must not be added to any more.
+    explicit EffectFactory(std::shared_ptr<EffectRegistry const> registry);
+
+    SP<Proc::IOneInputEffectVideo>
+    CreateVideoEffect(std::string const& classId, std::string const& implName,
+                      SP<Proc::IFactoryDataVideo const> const& data) const override;
+    SP<Proc::IOneInputEffectAudio>
+    CreateAudioEffect(std::string const& classId, std::string const& implName,
+                      SP<Proc::IFactoryDataAudio const> const& data) const override;
+    SP<Proc::ITwoInputEffectVideo>
+    CreateTwoInputVideoEffect(std::string const& classId, std::string const& implName,
+                              SP<Proc::IFactoryDataVideo const> const& data) const override;
+
+    EffectRegistry const& GetRegistry() const noexcept { return *m_registry; }
+
+private:
+    std::shared_ptr<EffectRegistry const> m_registry;
+};
+
+} // namespace Tarsel::Host

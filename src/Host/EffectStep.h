@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Core/Api.h"
+#include "Proc/Settings/Settings.h"
+
+#include <memory>
+#include <string>
+
+namespace Tarsel::Host {
+
+/// One step of a chain as a user writes it: an effect's class id and its settings, "transpose step=1".
+struct EffectStep {
+    std::string classId;
+    std::unique_ptr<Proc::Settings> settings;
+};
+
+/// Reads "CLASS-ID key=value key=value". Blanks separate; a value with blanks in it stands in single or
+/// double quotes, or has '\' before each blank. SettingsException: an unknown class (the description names
+/// the nearest known one), a word without '=', a repeated key, or whatever Settings::Deserialize refuses. Any
+/// thread.
+TARSEL_API EffectStep ParseEffectStep(std::string const& text);
+
+} // namespace Tarsel::Host

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Core/Api.h"
+#include "Core/Exception.h"
+#include "Proc/Interfaces/IEffectRegistrar.h"
+
+#include <filesystem>
+
+namespace Tarsel::Host {
+
+/// A plug-in library cannot be used.
+class TARSEL_API PluginException : public Exception {
+public:
+    ~PluginException() noexcept override;
+};
+
+/// An open plug-in library. It stays in memory until the process ends: effects and exceptions made by it may
+/// outlive this object.
+class TARSEL_API Plugin {
+public:
+    /// Opens the library; PluginException with the path and the loader's own words when it cannot be opened
+    /// or has no `Registrator`.
+    explicit Plugin(std::filesystem::path const& library);
+
+    /// Lets the plug-in register its effects. Exceptions of plug-in and registrar pass.
+    void Register(Proc::IEffectRegistrar& registrar) const;
+
+    /// Where the plug-in named `name` ("lumenta") lies: the first that exists of
+    /// $TARSEL_PLUGIN_PATH/lib<name>.so (a list of folders separated by ':'), beside libtarsel.so, and
+    /// <folder of libtarsel.so>/tarsel/lib<name>.so. PluginException listing the places looked at when there
+    /// is none.
+    static std::filesystem::path Find(std::string const& name);
+
+private:
+    using RegistratorFunction = bool (*)(Proc::IEffectRegistrar&);
+    RegistratorFunction m_registrator = nullptr;
+};
+
+} // namespace Tarsel::Host

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Core/Exception.h"
+#include "Media/Api.h"
+
+namespace Tarsel::Media {
+
+/// The input cannot be opened, has no picture to work on, or breaks off unreadable.
+class TARSEL_MEDIA_API InputException : public Exception {
+public:
+    ~InputException() noexcept override;
+};
+
+/// The output cannot be made or written.
+class TARSEL_MEDIA_API OutputException : public Exception {
+public:
+    ~OutputException() noexcept override;
+};
+
+/// The options contradict each other or the files: nothing was read or written.
+class TARSEL_MEDIA_API OptionsException : public Exception {
+public:
+    ~OptionsException() noexcept override;
+};
+
+/// The caller asked to stop; nothing is left behind.
+class TARSEL_MEDIA_API InterruptedException : public Exception {
+public:
+    ~InterruptedException() noexcept override;
+};
+
+} // namespace Tarsel::Media
