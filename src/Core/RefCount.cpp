@@ -1,0 +1,7 @@
+#include "Core/RefCount.h"
+
+namespace Tarsel::Core {
+
+IRefCountable::~IRefCountable() = default;
+
+} // namespace Tarsel::Core

@@ -1,0 +1,17 @@
+#include "Core/CallStack.h"
+
+namespace Late {
+
+/// In no dynamic symbol table.
+[[gnu::noinline]] static void HiddenInLateLibrary(Tarsel::Core::CallStack& stack) {
+    stack = Tarsel::Core::GetCallStack();
+}
+
+} // namespace Late
+
+extern "C" TARSEL_API void CaptureInLateLibrary(Tarsel::Core::CallStack& stack);
+
+void CaptureInLateLibrary(Tarsel::Core::CallStack& stack) {
+    Late::HiddenInLateLibrary(stack);
+    asm volatile(""); // keeps the call above from becoming a jump, which would leave no frame
+}

@@ -1,0 +1,139 @@
+#include "Core/Property.h"
+#include "Core/CoreExceptions.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+using namespace Tarsel;
+using Core::Property;
+using Core::PropertyTypes;
+using testing::ElementsAre;
+
+namespace {
+
+Property MakeTree() {
+    Property tree("tree");
+    tree.CreateChildT("text", std::string("blue"));
+    tree.CreateChildT("count", std::int64_t{-7});
+    tree.CreateChildT("ratio", Ratio{30000, 1001});
+    tree.AddChild(Property("sub")).CreateChildT("flag", true);
+    return tree;
+}
+
+std::vector<std::string> GetNames(Property const& tree) {
+    std::vector<std::string> names;
+    for (Property const& child : tree.GetChildren())
+        names.push_back(child.GetName());
+    return names;
+}
+
+TEST(Property, KeepsTypeAndValue) {
+    Property const tree = MakeTree();
+    EXPECT_EQ(tree.GetType(), PropertyTypes::Container);
+    EXPECT_EQ(static_cast<int>(tree.GetType()), 6);
+    EXPECT_THAT(GetNames(tree), ElementsAre("text", "count", "ratio", "sub"));
+    EXPECT_EQ(tree["text"].GetString(), "blue");
+    EXPECT_EQ(tree["count"].GetInt64(), -7);
+    EXPECT_EQ(tree["count"].GetDouble(), -7.0);
+    EXPECT_EQ(tree["ratio"].GetRatio(), (Ratio{30000, 1001}));
+    EXPECT_TRUE(tree["sub"]["flag"].GetBool());
+    EXPECT_EQ(Property("a", "b").GetType(), PropertyTypes::String); // a literal is no flag
+}
+
+TEST(Property, SetChildReplacesAndCreateChildAppends) {
+    Property tree = MakeTree();
+    Property& set = tree.SetChildT("count", std::string("many"));
+    EXPECT_EQ(&set, tree.FindChild("count"));
+    EXPECT_EQ(set.GetString(), "many");
+    EXPECT_EQ(tree.SetChildT("new", std::int64_t{1}).GetInt64(), 1);
+    tree.CreateChildT("text", std::string("second"));
+    EXPECT_THAT(GetNames(tree), ElementsAre("text", "count", "ratio", "sub", "new", "text"));
+    EXPECT_EQ(tree["text"].GetString(), "blue"); // the first is found
+    EXPECT_TRUE(tree.RemoveChild("text"));
+    EXPECT_EQ(tree["text"].GetString(), "second");
+    EXPECT_FALSE(tree.RemoveChild("absent"));
+}
+
+TEST(Property, CopiesAreIndependent) {
+    Property const original = MakeTree();
+    Property copy = original;
+    EXPECT_EQ(copy, original);
+    copy.FindChild("sub")->SetChildT("flag", false);
+    EXPECT_NE(copy, original);
+    EXPECT_TRUE(original["sub"]["flag"].GetBool());
+
+    copy = 2.5; // a container loses its children and keeps its name
+    EXPECT_EQ(copy, Property("tree", 2.5));
+    EXPECT_FALSE(copy.ChildExists("sub"));
+    EXPECT_FALSE(copy.RemoveChild("sub"));
+}
+
+TEST(Property, ReportsWhatDoesNotApply) {
+    struct Case {
+        char const* method;
+        Property property;
+        std::function<void(Property&)> call;
+    };
+    Property const text("name", "text");
+    Case const cases[] = {
+        {"SetChildT", text, [](Property& p) { p.SetChildT("a", std::int64_t{1}); }},
+        {"CreateChildT", text, [](Property& p) { p.CreateChildT("a", std::string()); }},
+        {"AddChild", text, [](Property& p) { p.AddChild(Property("a")); }},
+        {"GetChildren", text, [](Property& p) { (void)p.GetChildren(); }},
+        {"operator[]", text, [](Property& p) { (void)p["a"]; }},
+        {"GetInt64", text, [](Property& p) { (void)p.GetInt64(); }},
+        {"GetDouble", text, [](Property& p) { (void)p.GetDouble(); }},
+        {"GetBool", Property("name", std::int64_t{1}), [](Property& p) { (void)p.GetBool(); }},
+        {"GetRatio", Property("name", 1.0), [](Property& p) { (void)p.GetRatio(); }},
+        {"GetInt64", Property("name", 1.0), [](Property& p) { (void)p.GetInt64(); }},
+        {"GetString", Property("name"), [](Property& p) { (void)p.GetString(); }},
+        {"PropertyValueToString", Property("name"), [](Property& p) { (void)PropertyValueToString(p); }},
+    };
+    for (Case const& each : cases) {
+        SCOPED_TRACE(each.method);
+        Property property = each.property;
+        try {
+            each.call(property);
+            ADD_FAILURE() << "nothing thrown";
+        } catch (Core::MethodIsNotApplicable const& exception) {
+            using E = Core::PropertyException;
+            auto const* method = boost::get_error_info<E::TagMethodName>(exception);
+            auto const* type = boost::get_error_info<E::TagPropertyType>(exception);
+            auto const* name = boost::get_error_info<E::TagPropertyName>(exception);
+            ASSERT_TRUE(method && type && name);
+            EXPECT_EQ(*method, each.method);
+            EXPECT_EQ(*type, each.property.GetType());
+            EXPECT_EQ(*name, "name");
+            EXPECT_EQ(exception.what(), std::string(each.method) +
+                                            " is not applicable to property \"name\" of type " +
+                                            GetName(each.property.GetType()));
+        }
+        EXPECT_EQ(property, each.property);
+    }
+}
+
+TEST(Property, NamesTheMissingChild) {
+    try {
+        (void)MakeTree()["absent"];
+        FAIL();
+    } catch (Core::MethodIsNotApplicable const&) {
+        FAIL() << "the operation does apply";
+    } catch (Core::PropertyException const& exception) {
+        EXPECT_STREQ(exception.what(), "Property \"tree\" has no child \"absent\"");
+    }
+}
+
+TEST(Property, WritesValuesAsText) {
+    EXPECT_EQ(PropertyValueToString(Property("", std::int64_t{-12})), "-12");
+    EXPECT_EQ(PropertyValueToString(Property("", 0.1)), "0.1");
+    EXPECT_EQ(PropertyValueToString(Property("", true)), "1");
+    EXPECT_EQ(PropertyValueToString(Property("", false)), "0");
+    EXPECT_EQ(PropertyValueToString(Property("", "as it is")), "as it is");
+    EXPECT_EQ(PropertyValueToString(Property("", Ratio{30000, 1001})), "30000/1001");
+}
+
+} // namespace

@@ -1,0 +1,85 @@
+#include "Core/ThreadBudget.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <utility>
+#include <vector>
+
+using Tarsel::Core::ThreadBudget;
+using Tarsel::Core::ThreadLease;
+
+namespace {
+
+class ThreadBudgetTest : public testing::Test {
+protected:
+    void TearDown() override { ThreadBudget::Set(m_before); }
+
+private:
+    int m_before = ThreadBudget::Get();
+};
+
+TEST_F(ThreadBudgetTest, LeasesShareOneBudget) {
+    ThreadBudget::Set(4);
+    ThreadLease first(3);
+    EXPECT_EQ(first.GetCount(), 3);
+    {
+        ThreadLease const second(8);
+        EXPECT_EQ(second.GetCount(), 2);         // its own thread and the last of the four
+        EXPECT_EQ(ThreadLease(8).GetCount(), 1); // used up, never refused
+        EXPECT_EQ(ThreadLease(-5).GetCount(), 1);
+    }
+    EXPECT_EQ(ThreadLease(8).GetCount(), 2); // the second gave back
+    first = ThreadLease();
+    EXPECT_EQ(ThreadLease(8).GetCount(), 4); // so did the first
+}
+
+TEST_F(ThreadBudgetTest, MovesCarryTheShare) {
+    ThreadBudget::Set(3);
+    {
+        ThreadLease from(3);
+        ThreadLease moved(std::move(from));
+        EXPECT_EQ(moved.GetCount(), 3);
+        ThreadLease assigned;
+        assigned = std::move(moved);
+        EXPECT_EQ(assigned.GetCount(), 3);
+        EXPECT_EQ(ThreadLease(3).GetCount(), 1);
+    }
+    EXPECT_EQ(ThreadLease(8).GetCount(), 3); // given back once
+}
+
+TEST_F(ThreadBudgetTest, LeasesKeepWhatTheyHaveWhenTheBudgetShrinks) {
+    ThreadBudget::Set(6);
+    {
+        ThreadLease const large(6);
+        ThreadBudget::Set(0);
+        EXPECT_EQ(ThreadBudget::Get(), 1);
+        EXPECT_EQ(large.GetCount(), 6);
+        EXPECT_EQ(ThreadLease(2).GetCount(), 1);
+    }
+    ThreadBudget::Set(2);
+    EXPECT_EQ(ThreadLease(2).GetCount(), 2);
+}
+
+TEST_F(ThreadBudgetTest, HoldsWithManyThreads) {
+    constexpr int budget = 5;
+    ThreadBudget::Set(budget);
+    std::atomic<int> extra = 0;
+    std::atomic<bool> exceeded = false;
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] {
+            for (int k = 0; k < 20000; ++k) {
+                ThreadLease const lease(3);
+                if (extra.fetch_add(lease.GetCount() - 1) + lease.GetCount() - 1 > budget - 1)
+                    exceeded = true;
+                extra.fetch_sub(lease.GetCount() - 1);
+            }
+        });
+    threads.clear();
+    EXPECT_FALSE(exceeded);
+    EXPECT_EQ(ThreadLease(budget).GetCount(), budget); // all was given back
+}
+
+} // namespace
