@@ -17,7 +17,7 @@ struct TARSEL_API DisplayMatrix {
     /// No transform.
     static DisplayMatrix const s_default;
 
-    /// A clockwise rotation in degrees.
+    /// A clockwise rotation in degrees; none for an angle that is infinite or no number.
     static DisplayMatrix FromRotation(double degrees) noexcept;
     /// The matrix of an EXIF orientation code; nothing outside 1 to 8.
     static std::optional<DisplayMatrix> FromOrientation(int orientation) noexcept;

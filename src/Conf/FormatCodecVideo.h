@@ -10,7 +10,8 @@ namespace Tarsel::Conf {
 /// The host's own IFormatCodecVideo: plain storage.
 class TARSEL_API FormatCodecVideo : public Core::RefCounted<IFormatCodecVideo> {
 public:
-    FormatCodecVideo() = default;
+    /// No format yet; the frame rate is 0/1, unknown.
+    FormatCodecVideo();
     /// The frame rate is stored under TAG_FPS.
     FormatCodecVideo(PixFmt format, FrameInfo const& info, Ratio frameRate = {});
 

@@ -5,6 +5,7 @@
 #include "Conf/PixFmt.h"
 #include "Core/Api.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -24,21 +25,26 @@ public:
     std::uint8_t GetFlags() const noexcept { return m_flags; }
     bool HasAlpha() const noexcept { return (m_flags & Alpha) != 0; }
     bool IsRgb() const noexcept { return (m_flags & Rgb) != 0; }
-    /// Bits of the deepest component, 1 to 32.
+    /// Bits of the deepest component, 1 to 32; 0 for formats of hardware surfaces.
     int GetDepth() const noexcept { return m_depth; }
-    /// Memory planes, 1 to 4; a palette does not count.
+    /// Memory planes, 1 to 4; a palette does not count. 0 for formats of hardware surfaces.
     int GetPlaneCount() const noexcept { return m_planes; }
-    /// log2 of the subsampling of the chroma planes; 0 where there are none.
+    /// log2 of the subsampling of chroma; 0 where there is none.
     int GetChromaShiftX() const noexcept { return m_shiftX; }
     int GetChromaShiftY() const noexcept { return m_shiftY; }
     /// Size in pixels of plane `plane` of a frame `width` by `height`, rounded up where chroma is subsampled.
     std::uint32_t GetPlanWidth(int plane, std::uint32_t width) const noexcept;
     std::uint32_t GetPlanHeight(int plane, std::uint32_t height) const noexcept;
 
-    /// `color` as 8-bit component values of this format, in its component order (Y, U, V, A; or the order in
-    /// memory for packed RGB; or plane order for planar RGB). YUV by `space`, BT.601 and limited range where
-    /// that is unspecified (the "j" formats are full range). Formats deeper than 8 bits get the value for 8
-    /// bits. Source: ITU-T H.273, 8.3.
+    /// Whether values use all of their range: always so for RGB and the "j" formats, gray unless `space` says
+    /// limited, others only where it says full.
+    bool IsFullRange(ColorSpace const& space) const noexcept;
+    /// `color` as 8-bit component values of this format, in the order of storage: by plane, then by place in
+    /// memory (Y, U, V, A for planar YUV; Y, V, U for NV21; G, B, R, A for planar RGB). A padding byte of
+    /// packed RGB has a place of its own and holds the alpha; places left over hold 0, and so do all places
+    /// of palette and XYZ formats, which have no such values. YUV by the matrix of `space`, BT.601 where that
+    /// is unspecified or not known to the scaler, and by IsFullRange(space). Formats deeper than 8 bits get
+    /// the value for 8 bits. Source: ITU-T H.273, 8.3.
     PixComponents MakeColor(PixColor color, ColorSpace const& space = {}) const noexcept;
 
     /// The description; throws CoreException naming the number when FFmpeg knows no such format.
@@ -62,6 +68,10 @@ private:
     std::uint8_t m_planes = 0;
     std::uint8_t m_shiftX = 0;
     std::uint8_t m_shiftY = 0;
+    /// Which value of a colour each component place holds.
+    std::array<std::uint8_t, 4> m_sources{};
+    bool m_alwaysFull = false;
+    bool m_fullUnlessStated = false;
     bool m_supported = false;
 };
 

@@ -1,0 +1,97 @@
+#include "Conf/FFmpegFormats.h"
+
+#include <gmock/gmock.h>
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/samplefmt.h>
+}
+
+namespace Tarsel::Conf {
+
+void PrintTo(ChannelLayout const& layout, std::ostream* stream) {
+    *stream << std::hex << "0x" << layout.mask << " of " << std::dec << int(layout.channels);
+}
+
+namespace {
+
+TEST(AudioFormatsTest, SampleFormats) {
+    struct {
+        char const* name;
+        int size;
+        SampleFormats planar;
+    } const cases[] = {
+        {"u8", 1, SampleFormats::U8Planar},       {"s16", 2, SampleFormats::S16Planar},
+        {"s32", 4, SampleFormats::S32Planar},     {"flt", 4, SampleFormats::FloatPlanar},
+        {"dbl", 8, SampleFormats::DoublePlanar},  {"s16p", 2, SampleFormats::S16Planar},
+        {"dblp", 8, SampleFormats::DoublePlanar},
+    };
+    for (auto const& example : cases) {
+        SampleFormats const format = SampleFmtRecord::FindByName(example.name).value();
+        SampleFmtRecord const& record = SampleFmtRecord::Find(format);
+        EXPECT_EQ(record.name, example.name);
+        EXPECT_EQ(record.size, example.size) << example.name;
+        EXPECT_EQ(record.planarCounterpart, example.planar) << example.name;
+        EXPECT_EQ(record.planar, example.planar == format) << example.name;
+        EXPECT_EQ(SampleFormatFFMPEGFromTarsel(format), av_get_sample_fmt(example.name));
+        EXPECT_EQ(SampleFormatTarselFromFFMPEG(av_get_sample_fmt(example.name)), format);
+    }
+}
+
+TEST(AudioFormatsTest, UnknownSampleFormats) {
+    for (auto const number : {-1, int{AV_SAMPLE_FMT_S64}, int{AV_SAMPLE_FMT_S64P}, 4711}) {
+        auto const format = static_cast<SampleFormats>(number);
+        EXPECT_EQ(SampleFmtRecord::Find(format).name, "unknown") << number;
+        EXPECT_EQ(SampleFormatTarselFromFFMPEG(number), SampleFormats::Unknown) << number;
+        EXPECT_EQ(SampleFormatFFMPEGFromTarsel(format), -1) << number;
+    }
+    for (char const* name : {"", "unknown", "s64", "FLTP"})
+        EXPECT_FALSE(SampleFmtRecord::FindByName(name)) << name;
+}
+
+TEST(AudioFormatsTest, ChannelLayoutsByName) {
+    for (auto const& [name, layout] : {std::pair{"stereo", ChannelLayout{AV_CH_LAYOUT_STEREO, 2}},
+                                       {"5.1", {AV_CH_LAYOUT_5POINT1_BACK, 6}},
+                                       {"3 channels", {0, 3}},
+                                       {"255 channels", {0, 255}}}) {
+        EXPECT_EQ(layout.GetName(), name);
+        EXPECT_EQ(ChannelLayout::FromName(name), layout) << name;
+    }
+    for (auto const& [name, layout] : {std::pair{"FL+FR", ChannelLayout{3, 2}},
+                                       {"0x3", {3, 2}},
+                                       {"2c", {3, 2}},
+                                       {"FR+FL", {0, 2}},
+                                       {"ambisonic 1", {0, 4}}})
+        EXPECT_EQ(ChannelLayout::FromName(name), layout) << name;
+    for (char const* name : {"", "stereoo", "0 channels", "0x0", "-1c", "256 channels"})
+        EXPECT_FALSE(ChannelLayout::FromName(name)) << name;
+    EXPECT_GT(ChannelLayout::FromMask(~std::uint64_t{0}).GetName().size(), 200U);
+}
+
+TEST(AudioFormatsTest, ChannelLayoutsToAndFromFFmpeg) {
+    EXPECT_EQ(ChannelLayout::FromCount(6), (ChannelLayout{AV_CH_LAYOUT_5POINT1_BACK, 6}));
+    EXPECT_EQ(ChannelLayout::FromCount(23), (ChannelLayout{0, 23}));
+    EXPECT_EQ(AVChannelLayoutMaskFromTarsel({AV_CH_LAYOUT_2_1, 3}), AV_CH_LAYOUT_2_1);
+    EXPECT_EQ(AVChannelLayoutMaskFromTarsel({0, 2}), AV_CH_LAYOUT_STEREO);
+
+    AVChannelLayout many{};
+    many.order = AV_CHANNEL_ORDER_UNSPEC;
+    many.nb_channels = 300;
+    EXPECT_EQ(TarselFromAVChannelLayout(many), ChannelLayout{});
+
+    // Channels listed one by one, in the order that masks have too.
+    AVChannelCustom channels[2]{};
+    channels[0].id = AV_CHAN_FRONT_LEFT;
+    channels[1].id = AV_CHAN_BACK_CENTER;
+    AVChannelLayout listed{};
+    listed.order = AV_CHANNEL_ORDER_CUSTOM;
+    listed.nb_channels = 2;
+    listed.u.map = channels;
+    EXPECT_EQ(TarselFromAVChannelLayout(listed), (ChannelLayout{AV_CH_FRONT_LEFT | AV_CH_BACK_CENTER, 2}));
+    channels[1].id = AV_CHAN_UNKNOWN;
+    EXPECT_EQ(TarselFromAVChannelLayout(listed), (ChannelLayout{0, 2}));
+}
+
+} // namespace
+
+} // namespace Tarsel::Conf

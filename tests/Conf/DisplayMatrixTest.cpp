@@ -1,0 +1,187 @@
+#include "Conf/DisplayMatrix.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavfilter/avfilter.h>
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Conf {
+
+namespace {
+
+/// A small gray picture, row by row.
+struct Picture {
+    int width = 0;
+    int height = 0;
+    std::vector<int> pixels;
+
+    friend bool operator==(Picture const&, Picture const&) = default;
+};
+
+Picture const PICTURE{3, 2, {1, 2, 3, 4, 5, 6}};
+
+/// Every pixel put where FFmpeg's equations for the nine words send its centre.
+Picture MapByMatrix(Picture const& from, std::array<std::int32_t, 9> const& words) {
+    double const a = words[0] / 65536.0;
+    double const b = words[1] / 65536.0;
+    double const c = words[3] / 65536.0;
+    double const d = words[4] / 65536.0;
+    Picture to{int(std::abs(a) * from.width + std::abs(c) * from.height),
+               int(std::abs(b) * from.width + std::abs(d) * from.height),
+               {}};
+    to.pixels.resize(from.pixels.size());
+    for (int y = 0; y < from.height; ++y)
+        for (int x = 0; x < from.width; ++x) {
+            double const p = x + 0.5 - from.width / 2.0;
+            double const q = y + 0.5 - from.height / 2.0;
+            int const column = int(a * p + c * q + to.width / 2.0);
+            int const row = int(b * p + d * q + to.height / 2.0);
+            to.pixels.at(std::size_t(row * to.width + column)) = from.pixels[std::size_t(y * from.width + x)];
+        }
+    return to;
+}
+
+struct FreeGraph {
+    void operator()(AVFilterGraph* graph) const noexcept { avfilter_graph_free(&graph); }
+};
+struct FreeFrame {
+    void operator()(AVFrame* frame) const noexcept { av_frame_free(&frame); }
+};
+
+/// What the filters make of the picture.
+Picture RunFilters(Picture const& from, std::string const& filters) {
+    std::unique_ptr<AVFilterGraph, FreeGraph> const graph(avfilter_graph_alloc());
+    std::string const text = "buffer=video_size=" + std::to_string(from.width) + "x" +
+                             std::to_string(from.height) + ":pix_fmt=gray:time_base=1/25," + filters +
+                             ",buffersink";
+    AVFilterInOut* inputs = nullptr;
+    AVFilterInOut* outputs = nullptr;
+    EXPECT_GE(avfilter_graph_parse2(graph.get(), text.c_str(), &inputs, &outputs), 0) << text;
+    EXPECT_GE(avfilter_graph_config(graph.get(), nullptr), 0) << text;
+
+    std::unique_ptr<AVFrame, FreeFrame> const frame(av_frame_alloc());
+    frame->format = AV_PIX_FMT_GRAY8;
+    frame->width = from.width;
+    frame->height = from.height;
+    EXPECT_GE(av_frame_get_buffer(frame.get(), 0), 0);
+    for (int y = 0; y < from.height; ++y)
+        for (int x = 0; x < from.width; ++x)
+            frame->data[0][y * frame->linesize[0] + x] =
+                static_cast<std::uint8_t>(from.pixels[std::size_t(y * from.width + x)]);
+    EXPECT_GE(av_buffersrc_add_frame(graph->filters[0], frame.get()), 0);
+    EXPECT_GE(av_buffersink_get_frame(graph->filters[graph->nb_filters - 1], frame.get()), 0);
+
+    Picture to{frame->width, frame->height, {}};
+    for (int y = 0; y < to.height; ++y)
+        for (int x = 0; x < to.width; ++x)
+            to.pixels.push_back(frame->data[0][y * frame->linesize[0] + x]);
+    return to;
+}
+
+/// By EXIF's own words: which corner of the stored picture is shown at the top left, and whether its rows are
+/// shown as columns.
+struct Orientation {
+    int code;
+    char const* filters;
+    std::vector<int> shown;
+};
+
+TEST(DisplayMatrixTest, OrientationsTurnPicturesAsFiltersDo) {
+    for (Orientation const& orientation : {Orientation{1, "null", {1, 2, 3, 4, 5, 6}},
+                                           {2, "hflip", {3, 2, 1, 6, 5, 4}},
+                                           {3, "vflip,hflip", {6, 5, 4, 3, 2, 1}},
+                                           {4, "vflip", {4, 5, 6, 1, 2, 3}},
+                                           {5, "transpose=cclock_flip", {1, 4, 2, 5, 3, 6}},
+                                           {6, "transpose=clock", {4, 1, 5, 2, 6, 3}},
+                                           {7, "transpose=clock_flip", {6, 3, 5, 2, 4, 1}},
+                                           {8, "transpose=cclock", {3, 6, 2, 5, 1, 4}}}) {
+        DisplayMatrix const matrix = DisplayMatrix::FromOrientation(orientation.code).value();
+        Picture const expected{orientation.code < 5 ? 3 : 2, orientation.code < 5 ? 2 : 3, orientation.shown};
+        EXPECT_EQ(MapByMatrix(PICTURE, matrix.words), expected) << orientation.code;
+        EXPECT_EQ(RunFilters(PICTURE, orientation.filters), expected) << orientation.code;
+        EXPECT_EQ(matrix.GetOrientation(), orientation.code);
+
+        FrameInfo const box = matrix.GetTransform().GetBoundingBox({3, 2, 1, 1}, false);
+        EXPECT_EQ(int(box.width), expected.width) << orientation.code;
+        EXPECT_EQ(int(box.height), expected.height) << orientation.code;
+    }
+    for (int const code : {-1, 0, 9})
+        EXPECT_FALSE(DisplayMatrix::FromOrientation(code)) << code;
+}
+
+TEST(DisplayMatrixTest, ClockwiseRotations) {
+    for (auto const& [degrees, code] :
+         {std::pair{0.0, 1}, {90.0, 6}, {180.0, 3}, {270.0, 8}, {-90.0, 8}, {-180.0, 3}, {450.0, 6}})
+        EXPECT_EQ(DisplayMatrix::FromRotation(degrees).GetOrientation(), code) << degrees;
+    EXPECT_EQ(DisplayMatrix::FromRotation(0), DisplayMatrix::s_default);
+
+    for (auto const& [degrees, read] : {std::pair{0.0, 0.0},
+                                        {90.0, 90.0},
+                                        {180.0, 180.0},
+                                        {-180.0, 180.0},
+                                        {270.0, -90.0},
+                                        {33.0, 33.0},
+                                        {-120.0, -120.0},
+                                        {400.0, 40.0}})
+        EXPECT_NEAR(DisplayMatrix::FromRotation(degrees).GetRotation(), read, 1e-3) << degrees;
+}
+
+TEST(DisplayMatrixTest, AnglesThatAreNoNumberTurnNothing) {
+    constexpr double INF = std::numeric_limits<double>::infinity();
+    for (double const degrees : {INF, -INF, std::nan("")})
+        EXPECT_EQ(DisplayMatrix::FromRotation(degrees), DisplayMatrix::s_default);
+}
+
+TEST(DisplayMatrixTest, SingularMatricesHaveNoRotation) {
+    for (auto const& words :
+         {std::array<std::int32_t, 9>{}, {65536, 65536, 0, 65536, 65536}, {65536, 0, 0, 131072, 0}})
+        EXPECT_TRUE(std::isnan(DisplayMatrix{words}.GetRotation()));
+}
+
+TEST(DisplayMatrixTest, ScaleAndOffsetDoNotChangeTheOrientation) {
+    for (int code = 1; code <= 8; ++code)
+        for (double const scale : {0.01, 0.37, 2.0, 30000.0}) {
+            DisplayMatrix matrix = DisplayMatrix::FromOrientation(code).value();
+            for (std::size_t const i : {0U, 1U, 3U, 4U})
+                matrix.words[i] = static_cast<std::int32_t>(matrix.words[i] * scale);
+            matrix.words[0] /= 2; // not the same for both axes
+            matrix.words[3] /= 2;
+            matrix.words[6] = 1080 << 16;
+            matrix.words[7] = -5;
+            matrix.words[8] = 0;
+            EXPECT_EQ(matrix.GetOrientation(), code) << scale;
+        }
+}
+
+TEST(DisplayMatrixTest, OtherTransformsHaveNoOrientation) {
+    constexpr std::int32_t ONE = 0x10000;
+    for (double const degrees : {0.2, 1.0, 45.0, 89.0, -179.0})
+        EXPECT_FALSE(DisplayMatrix::FromRotation(degrees).GetOrientation()) << degrees;
+    EXPECT_EQ(DisplayMatrix::FromRotation(90.01).GetOrientation(), 6);
+
+    std::array<std::int32_t, 9> const others[] = {
+        {},                              // everything into one point
+        {ONE, 0, 0, 0, 0},               // into a line
+        {ONE, 0, 0, 200, ONE},           // sheared
+        {ONE, ONE, 0, ONE, -ONE},        // mirrored and turned by 45 degrees
+        {ONE, 0, 1 << 20, 0, ONE, 0},    // with a perspective
+        {ONE, 0, 0, 0, ONE, -(1 << 20)}, // with another
+    };
+    for (std::size_t i = 0; i < std::size(others); ++i)
+        EXPECT_FALSE(DisplayMatrix{others[i]}.GetOrientation()) << i;
+}
+
+} // namespace
+
+} // namespace Tarsel::Conf
