@@ -5,10 +5,10 @@
 
 namespace Tarsel::Proc {
 
-/// A block of sound held in an AVFrame.
+/// A block of sound held in an AVFrame, and with it its time and duration.
 class TARSEL_API DataAudioFF : public Core::RefCounted<IDataAudio> {
 public:
-    /// Takes a reference to the frame's buffers. MemoryException.
+    /// Takes a reference to the frame's buffers. MemoryException; ProcException for a frame without sound.
     explicit DataAudioFF(AVFrame const& frame);
     /// Takes the frame over.
     explicit DataAudioFF(SafeFrame&& frame) noexcept;
@@ -29,8 +29,6 @@ public:
 
 private:
     SafeFrame m_frame;
-    std::int64_t m_time = 0;
-    std::int64_t m_duration = 0;
 };
 
 } // namespace Tarsel::Proc

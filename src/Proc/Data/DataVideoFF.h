@@ -5,13 +5,14 @@
 
 namespace Tarsel::Proc {
 
-/// A picture held in an AVFrame.
+/// A picture held in an AVFrame, and with it its time, duration and colour space. Planes cover what lies both
+/// in the frame and in the stated geometry.
 class TARSEL_API DataVideoFF : public Core::RefCounted<IDataVideo> {
 public:
     /// Takes a reference to the frame's buffers; the frame itself stays the caller's. Time and duration start
-    /// as the frame's own. MemoryException.
+    /// as the frame's own. MemoryException; ProcException for a frame without a picture.
     DataVideoFF(AVFrame const& frame, Conf::FrameInfo const& info);
-    /// Takes the frame over.
+    /// Takes the frame over, which is not empty-handed (no moved-from SafeFrame).
     DataVideoFF(SafeFrame&& frame, Conf::FrameInfo const& info) noexcept;
     /// Allocates a picture, its pixels not set. MemoryException, EffectException as SafeFrame.
     DataVideoFF(Conf::ColorSpace const& space, Conf::PixFmt format, Conf::FrameInfo const& info);
@@ -33,8 +34,6 @@ public:
 private:
     SafeFrame m_frame;
     Conf::FrameInfo m_info;
-    std::int64_t m_time = 0;
-    std::int64_t m_duration = 0;
 };
 
 /// The geometry an AVFrame states: width, height and sample aspect ratio (0/1 when unknown).

@@ -10,8 +10,8 @@ namespace Tarsel::Proc {
 /// A second head over a frame's buffers: time and size can be set on it without changing the frame itself.
 class TARSEL_API AVFrameWrapper {
 public:
-    /// References the buffers; pixels are copied only where the frame has none that are reference-counted.
-    /// ProcException "AVFrame pointer is null", MemoryException.
+    /// References the buffers as SafeFrame::Reference. ProcException "AVFrame pointer is null",
+    /// MemoryException.
     explicit AVFrameWrapper(AVFrame const* frame);
 
     void SetSize(std::uint32_t width, std::uint32_t height) noexcept;

@@ -29,6 +29,15 @@ public:
     AVFrame const* operator->() const noexcept { return m_frame; }
     AVFrame& operator*() noexcept { return *m_frame; }
     AVFrame const& operator*() const noexcept { return *m_frame; }
+    /// A second head over the frame's buffers; pixels or samples are copied only where it has none that are
+    /// reference-counted. MemoryException; ProcException for a frame without picture and sound.
+    static SafeFrame Reference(AVFrame const& frame);
+    /// Gives the frame buffers for the picture (format, width, height) or sound (format, nb_samples,
+    /// ch_layout) that its fields state. MemoryException, EffectException where they state none.
+    void AllocateBuffers();
+    /// Gives the frame buffers of its own where it shares them, with the same content. MemoryException;
+    /// ProcException for a frame without picture and sound.
+    void MakeWritable();
     /// Gives the frame away: the caller frees it with av_frame_free.
     AVFrame* Release() noexcept;
 

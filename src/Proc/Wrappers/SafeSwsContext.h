@@ -5,6 +5,7 @@
 #include "Core/Api.h"
 
 #include <cstdint>
+#include <memory>
 
 struct AVFrame;
 struct SwsContext;
@@ -20,7 +21,9 @@ struct SwsCtxSide {
 };
 
 /// How to scale. Colour matrix and range of either side come from its colour space; an unspecified matrix
-/// counts as BT.601, an unspecified range as full for RGB and the "j" formats, else limited.
+/// counts as BT.601, and so does one that libswscale does not know; the range is as
+/// PixFmtDescription::IsFullRange says. Gray to gray of the same format and size is copied, whatever the
+/// ranges.
 struct SwsCtxParams {
     SwsCtxSide from;
     SwsCtxSide to;
@@ -33,21 +36,27 @@ class TARSEL_API SafeSwsContext {
 public:
     /// Empty: may not scale.
     SafeSwsContext() noexcept = default;
-    /// EffectException naming both sides when libswscale refuses them.
+    /// EffectException naming both sides when libswscale refuses them; MemoryException.
     explicit SafeSwsContext(SwsCtxParams const& params);
-    SafeSwsContext(SafeSwsContext&& other) noexcept : m_context(other.m_context) {
-        other.m_context = nullptr;
-    }
-    SafeSwsContext& operator=(SafeSwsContext&& other) noexcept;
-    ~SafeSwsContext();
 
     explicit operator bool() const noexcept { return m_context != nullptr; }
-    /// Scales all rows of `from` into `to`, whose buffers exist; sizes and formats are those of the
-    /// parameters.
+    /// Scales all rows of `from` into `to`, whose buffers exist and belong to nobody else. Either may be
+    /// stored bottom up. EffectException on an empty object, and for sizes or formats that are not those of
+    /// the parameters.
     void Scale(AVFrame const& from, AVFrame& to) const;
 
 private:
-    SwsContext* m_context = nullptr;
+    struct TARSEL_API FreeContext {
+        void operator()(SwsContext* context) const noexcept;
+    };
+    using Context = std::unique_ptr<SwsContext, FreeContext>;
+
+    static Context MakeContext(SwsCtxParams const& params);
+
+    SwsCtxParams m_params;
+    Context m_context;
+    /// The second half of a conversion that libswscale cannot do right at once.
+    std::unique_ptr<SafeSwsContext> m_rest;
 };
 
 } // namespace Tarsel::Proc

@@ -1,0 +1,7 @@
+#include "Proc/Interfaces/IEffectDetails.h"
+
+namespace Tarsel::Proc {
+
+IEffectDetails::~IEffectDetails() = default;
+
+} // namespace Tarsel::Proc

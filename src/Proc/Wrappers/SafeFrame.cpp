@@ -1,0 +1,150 @@
+#include "Proc/Wrappers/SafeFrame.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Core/CoreExceptions.h"
+#include "Core/Throw.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FrameFields.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/samplefmt.h>
+}
+
+namespace Tarsel::Proc {
+
+namespace {
+
+constexpr char const* FILE_NAME = "Proc/Wrappers/SafeFrame";
+
+bool IsSound(AVFrame const& frame) noexcept {
+    return frame.nb_samples > 0;
+}
+
+/// Bytes of the frame's pixels or samples; 0 where that cannot be told.
+unsigned ContentSize(AVFrame const& frame) noexcept {
+    int const size = IsSound(frame)
+                         ? av_samples_get_buffer_size(nullptr, frame.ch_layout.nb_channels, frame.nb_samples,
+                                                      static_cast<AVSampleFormat>(frame.format), 1)
+                         : av_image_get_buffer_size(static_cast<AVPixelFormat>(frame.format), frame.width,
+                                                    frame.height, 1);
+    return static_cast<unsigned>(std::max(size, 0));
+}
+
+[[noreturn]] void ThrowNoBuffers(char const* signature, unsigned size,
+                                 Core::CodePoint at = Core::CodePoint::Here()) {
+    Core::Throw<Core::MemoryException>({FILE_NAME, signature, at},
+                                       "Unable to allocate memory for AVFrame buffers",
+                                       Core::MemoryException::TagBlockSize(size));
+}
+
+/// In software, and of a size that FFmpeg can address.
+bool CanBePicture(Conf::PixFmt format, std::uint32_t width, std::uint32_t height) noexcept {
+    constexpr std::uint32_t LARGEST = std::numeric_limits<int>::max();
+    return width <= LARGEST && height <= LARGEST &&
+           av_image_get_linesize(static_cast<AVPixelFormat>(format), static_cast<int>(width), 0) > 0 &&
+           av_image_check_size2(width, height, std::numeric_limits<std::int64_t>::max(),
+                                static_cast<AVPixelFormat>(format), 0, nullptr) >= 0;
+}
+
+} // namespace
+
+SafeFrame::SafeFrame() : m_frame(av_frame_alloc()) {
+    if (m_frame == nullptr)
+        Core::Throw<Core::MemoryException>({FILE_NAME, "Tarsel::Proc::SafeFrame::SafeFrame()"},
+                                           "Unable to allocate memory for AVFrame struct",
+                                           Core::MemoryException::TagBlockSize(sizeof(AVFrame)));
+}
+
+SafeFrame::SafeFrame(Conf::ColorSpace const& space, Conf::PixFmt format, std::uint32_t width,
+                     std::uint32_t height, std::uint32_t aspectNum, std::uint32_t aspectDen)
+    : SafeFrame() {
+    if (!CanBePicture(format, width, height))
+        Core::Throw<EffectException>(
+            {FILE_NAME, "Tarsel::Proc::SafeFrame::SafeFrame(const Conf::ColorSpace &, Conf::PixFmt, "
+                        "std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t)"},
+            fmt::format("No picture of {}x{} pixels in pixel format {} can be made", width, height,
+                        static_cast<std::int32_t>(format)));
+    m_frame->format = static_cast<int>(format);
+    m_frame->width = static_cast<int>(width);
+    m_frame->height = static_cast<int>(height);
+    SetFrameColorSpace(*m_frame, space);
+    SetFramePixelAspect(*m_frame, aspectNum, aspectDen);
+    AllocateBuffers();
+}
+
+SafeFrame& SafeFrame::operator=(SafeFrame&& other) noexcept {
+    std::swap(m_frame, other.m_frame);
+    return *this;
+}
+
+SafeFrame::~SafeFrame() {
+    av_frame_free(&m_frame);
+}
+
+SafeFrame SafeFrame::Reference(AVFrame const& frame) {
+    SafeFrame result;
+    int const error = av_frame_ref(result.Get(), &frame);
+    if (error == AVERROR(ENOMEM))
+        ThrowNoBuffers("static SafeFrame Tarsel::Proc::SafeFrame::Reference(const AVFrame &)",
+                       ContentSize(frame));
+    if (error < 0)
+        Core::Throw<ProcException>(
+            {FILE_NAME, "static SafeFrame Tarsel::Proc::SafeFrame::Reference(const AVFrame &)"},
+            "AVFrame holds neither a picture nor sound", TagFFmpegError(error));
+    return result;
+}
+
+void SafeFrame::AllocateBuffers() {
+    unsigned const size = ContentSize(*m_frame); // its fields are gone when it fails
+    int const error = av_frame_get_buffer(m_frame, 0);
+    if (error == AVERROR(ENOMEM))
+        ThrowNoBuffers("void Tarsel::Proc::SafeFrame::AllocateBuffers()", size);
+    if (error < 0)
+        Core::Throw<EffectException>({FILE_NAME, "void Tarsel::Proc::SafeFrame::AllocateBuffers()"},
+                                     "AVFrame states no picture and no sound", TagFFmpegError(error));
+}
+
+void SafeFrame::MakeWritable() {
+    if (m_frame->buf[0] == nullptr) {
+        *this = Reference(*m_frame);
+        return;
+    }
+    int const error = av_frame_make_writable(m_frame);
+    if (error == AVERROR(ENOMEM))
+        ThrowNoBuffers("void Tarsel::Proc::SafeFrame::MakeWritable()", ContentSize(*m_frame));
+    if (error < 0)
+        Core::Throw<ProcException>({FILE_NAME, "void Tarsel::Proc::SafeFrame::MakeWritable()"},
+                                   "AVFrame cannot be made writable", TagFFmpegError(error));
+}
+
+AVFrame* SafeFrame::Release() noexcept {
+    return std::exchange(m_frame, nullptr);
+}
+
+namespace Details {
+
+AVFrame const& GetAVFrameRef(AVFrame const* frame) {
+    if (frame == nullptr)
+        Core::Throw<ProcException>(
+            {FILE_NAME, "const AVFrame &Tarsel::Proc::Details::GetAVFrameRef(const AVFrame *)"},
+            "AVFrame pointer is null");
+    return *frame;
+}
+
+AVFrame& GetAVFrameRef(AVFrame* frame) {
+    if (frame == nullptr)
+        Core::Throw<ProcException>({FILE_NAME, "AVFrame &Tarsel::Proc::Details::GetAVFrameRef(AVFrame *)"},
+                                   "AVFrame pointer is null");
+    return *frame;
+}
+
+} // namespace Details
+} // namespace Tarsel::Proc

@@ -1,0 +1,216 @@
+#include "Proc/Wrappers/SafeSwsContext.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Core/CoreExceptions.h"
+#include "Core/Throw.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/SafeFrame.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+namespace Tarsel::Proc {
+
+namespace {
+
+constexpr char const* FILE_NAME = "Proc/Wrappers/SafeSwsContext";
+
+/// "640x480 yuv420p".
+std::string PictureText(std::int64_t width, std::int64_t height, std::int32_t format) {
+    char const* const name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(format));
+    return fmt::format("{}x{} {}", width, height,
+                       name != nullptr ? std::string(name) : fmt::format("format {}", format));
+}
+
+std::string PictureText(SwsCtxSide const& side) {
+    return PictureText(side.width, side.height, static_cast<std::int32_t>(side.format));
+}
+
+std::string PictureText(AVFrame const& frame) {
+    return PictureText(frame.width, frame.height, frame.format);
+}
+
+std::string SideText(SwsCtxSide const& side) {
+    return fmt::format("{} (matrix {}, range {})", PictureText(side), side.space.matrix, side.space.range);
+}
+
+/// Of a format that FFmpeg knows.
+AVPixFmtDescriptor const& Descriptor(SwsCtxSide const& side) noexcept {
+    return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(side.format));
+}
+
+bool IsFullRange(SwsCtxSide const& side) {
+    return Conf::PixFmtDescription::Find(side.format).IsFullRange(side.space);
+}
+
+/// The format as libswscale wants it: the "j" formats as those without that letter, which it warns of.
+Conf::PixFmt ScalerFormat(Conf::PixFmt format) {
+    std::string const& name = Conf::PixFmtDescription::Find(format).GetName();
+    if (!name.starts_with("yuvj"))
+        return format;
+    return Conf::PixFmtDescription::FindByName("yuv" + name.substr(4)).value_or(format);
+}
+
+bool IsSameSize(SwsCtxParams const& params) noexcept {
+    return params.from.width == params.to.width && params.from.height == params.to.height;
+}
+
+bool HasChroma(AVPixFmtDescriptor const& format) noexcept {
+    return (format.flags & AV_PIX_FMT_FLAG_RGB) == 0 && format.nb_components >= 3;
+}
+
+bool HasSameMatrix(SwsCtxParams const& params) noexcept {
+    constexpr int COEFFICIENTS = 4;
+    int const* const from = sws_getCoefficients(params.from.space.matrix);
+    return std::equal(from, from + COEFFICIENTS, sws_getCoefficients(params.to.space.matrix));
+}
+
+/// Whether pixels stay as they are. libswscale's own copies (5.1) leave out the chroma of semi-planar formats
+/// and half of every row of float formats.
+bool IsCopy(SwsCtxParams const& params) {
+    if (!IsSameSize(params) || params.from.format != params.to.format)
+        return false;
+    return !HasChroma(Descriptor(params.from)) ||
+           (HasSameMatrix(params) && IsFullRange(params.from) == IsFullRange(params.to));
+}
+
+bool IsSubsampled(AVPixFmtDescriptor const& format) noexcept {
+    return HasChroma(format) && format.log2_chroma_w > 0;
+}
+
+/// Whether U and V share a plane.
+bool MixesChroma(AVPixFmtDescriptor const& format) noexcept {
+    return format.comp[1].plane == format.comp[2].plane;
+}
+
+/// Whether libswscale would merely reorder chroma, which it does not do to the end where a width or height is
+/// odd (5.1: yuyv422 to yuv420p, yuv422p to yuyv422, yuv420p to p010).
+bool NeedsDetour(SwsCtxParams const& params) noexcept {
+    bool const odd = (params.from.width | params.from.height) % 2 != 0;
+    AVPixFmtDescriptor const& from = Descriptor(params.from);
+    AVPixFmtDescriptor const& to = Descriptor(params.to);
+    return odd && IsSameSize(params) && IsSubsampled(from) && IsSubsampled(to) &&
+           MixesChroma(from) != MixesChroma(to);
+}
+
+/// Where a detour goes: nothing is lost there, and nothing is subsampled.
+constexpr auto DETOUR_FORMAT = static_cast<Conf::PixFmt>(AV_PIX_FMT_YUVA444P16);
+
+int SetColors(SwsContext* context, SwsCtxParams const& params) {
+    constexpr int BRIGHTNESS = 0;
+    constexpr int CONTRAST = 1 << 16;
+    constexpr int SATURATION = 1 << 16;
+    return sws_setColorspaceDetails(context, sws_getCoefficients(params.from.space.matrix),
+                                    IsFullRange(params.from) ? 1 : 0,
+                                    sws_getCoefficients(params.to.space.matrix),
+                                    IsFullRange(params.to) ? 1 : 0, BRIGHTNESS, CONTRAST, SATURATION);
+}
+
+/// Returns a negative AVERROR when libswscale refuses.
+int Init(SwsContext* context, SwsCtxParams const& params) {
+    struct {
+        char const* name;
+        std::int64_t value;
+    } const options[] = {{"srcw", params.from.width},
+                         {"srch", params.from.height},
+                         {"src_format", static_cast<std::int64_t>(ScalerFormat(params.from.format))},
+                         {"dstw", params.to.width},
+                         {"dsth", params.to.height},
+                         {"dst_format", static_cast<std::int64_t>(ScalerFormat(params.to.format))},
+                         {"sws_flags", params.flags}};
+    for (auto const& option : options)
+        if (int const error = av_opt_set_int(context, option.name, option.value, 0); error < 0)
+            return error;
+
+    // Before the initialisation, which takes a plain copy for two ranges that are the same by then; and after
+    // it, because it makes gray full range whatever was said.
+    SetColors(context, params);
+    if (int const error = sws_init_context(context, nullptr, nullptr); error < 0)
+        return error;
+    return SetColors(context, params);
+}
+
+bool IsKnown(SwsCtxSide const& side) noexcept {
+    return av_pix_fmt_desc_get(static_cast<AVPixelFormat>(side.format)) != nullptr;
+}
+
+bool IsLike(AVFrame const& frame, SwsCtxSide const& side) noexcept {
+    return frame.format == static_cast<int>(side.format) && std::cmp_equal(frame.width, side.width) &&
+           std::cmp_equal(frame.height, side.height);
+}
+
+void CheckResult(Core::Site const& site, int result, AVFrame const& from, AVFrame const& to) {
+    if (result < 0)
+        Core::Throw<EffectException>(
+            site, fmt::format("Cannot scale from {} to {}", PictureText(from), PictureText(to)),
+            TagFFmpegError(result));
+}
+
+} // namespace
+
+void SafeSwsContext::FreeContext::operator()(SwsContext* context) const noexcept {
+    sws_freeContext(context);
+}
+
+SafeSwsContext::Context SafeSwsContext::MakeContext(SwsCtxParams const& params) {
+    Context context;
+    int error = AVERROR(EINVAL);
+    if (IsKnown(params.from) && IsKnown(params.to)) {
+        context.reset(sws_alloc_context());
+        error = context ? Init(context.get(), params) : AVERROR(ENOMEM);
+    }
+    if (error >= 0)
+        return context;
+    Core::Site const site{FILE_NAME, "Tarsel::Proc::SafeSwsContext::SafeSwsContext(const SwsCtxParams &)"};
+    std::string const text =
+        fmt::format("Cannot scale from {} to {}", SideText(params.from), SideText(params.to));
+    if (error == AVERROR(ENOMEM))
+        Core::Throw<Core::MemoryException>(site, text);
+    Core::Throw<EffectException>(site, text, TagFFmpegError(error));
+}
+
+SafeSwsContext::SafeSwsContext(SwsCtxParams const& params)
+    : m_params(params), m_context(MakeContext(params)) {
+    if (!NeedsDetour(params))
+        return;
+    SwsCtxSide const between{params.to.width, params.to.height, DETOUR_FORMAT, params.to.space};
+    m_context = MakeContext({params.from, between, params.flags});
+    m_rest = std::make_unique<SafeSwsContext>(SwsCtxParams{between, params.to, params.flags});
+}
+
+void SafeSwsContext::Scale(AVFrame const& from, AVFrame& to) const {
+    Core::Site const site{FILE_NAME,
+                          "void Tarsel::Proc::SafeSwsContext::Scale(const AVFrame &, AVFrame &) const"};
+    if (!m_context)
+        Core::Throw<EffectException>(site, "The scaler is empty");
+    if (!IsLike(from, m_params.from) || !IsLike(to, m_params.to))
+        Core::Throw<EffectException>(
+            site, fmt::format("Cannot scale from {} to {}: the scaler is for {} to {}", PictureText(from),
+                              PictureText(to), PictureText(m_params.from), PictureText(m_params.to)));
+    auto const run = [&](AVFrame& target) {
+        int const rows = sws_scale(m_context.get(), from.data, from.linesize, 0, from.height, target.data,
+                                   target.linesize);
+        CheckResult(site, rows, from, target);
+    };
+    if (IsCopy(m_params)) {
+        CheckResult(site, av_frame_copy(&to, &from), from, to);
+    } else if (m_rest) {
+        SwsCtxSide const& between = m_rest->m_params.from;
+        SafeFrame frame(between.space, between.format, between.width, between.height, 0, 1);
+        run(*frame);
+        m_rest->Scale(*frame, to);
+    } else {
+        run(to);
+    }
+}
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,212 @@
+#include "Proc/Wrappers/SafeSwsContext.h"
+#include "Conf/PixFmtDescription.h"
+#include "Data/TestFrames.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <gmock/gmock.h>
+
+#include <utility>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Proc {
+
+namespace {
+
+using Conf::ColorSpace;
+using Conf::PixColor;
+using Conf::PixFmt;
+
+constexpr ColorSpace LIMITED_601{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG};
+constexpr ColorSpace FULL_601{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG};
+constexpr ColorSpace LIMITED_709{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG};
+constexpr ColorSpace FULL_709{AVCOL_SPC_BT709, AVCOL_RANGE_JPEG};
+constexpr ColorSpace LIMITED_2020{AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG};
+
+SwsCtxSide SideOf(AVFrame const& frame) {
+    return {static_cast<std::uint32_t>(frame.width),
+            static_cast<std::uint32_t>(frame.height),
+            static_cast<PixFmt>(frame.format),
+            {}};
+}
+
+SafeFrame Scaled(AVFrame const& from, SwsCtxSide const& to) {
+    SafeFrame result(to.space, to.format, to.width, to.height, 1, 1);
+    SafeSwsContext({SideOf(from), to}).Scale(from, *result);
+    return result;
+}
+
+/// A picture of one colour and what becomes of it. Formats whose first bytes in each plane are its
+/// components.
+void ExpectSameColor(SwsCtxSide const& from, SwsCtxSide const& to) {
+    Conf::PixFmtDescription const& fromFormat = Conf::PixFmtDescription::Find(from.format);
+    Conf::PixFmtDescription const& toFormat = Conf::PixFmtDescription::Find(to.format);
+    SafeSwsContext const scaler({from, to});
+    for (PixColor const color : {PixColor{255, 255, 255}, {0, 0, 0}, {200, 60, 90}, {20, 140, 250}}) {
+        SafeFrame source(from.space, from.format, from.width, from.height, 1, 1);
+        Conf::PixComponents const values = fromFormat.MakeColor(color, from.space);
+        for (int plane = 0; plane < fromFormat.GetPlaneCount(); ++plane)
+            FillPlane(*source, plane, values[std::size_t(plane)]);
+        SafeFrame target(to.space, to.format, to.width, to.height, 1, 1);
+        scaler.Scale(*source, *target);
+
+        Conf::PixComponents const expected = toFormat.MakeColor(color, to.space);
+        for (int plane = 0; plane < toFormat.GetPlaneCount(); ++plane)
+            EXPECT_NEAR(target->data[plane][0], expected[std::size_t(plane)], 2)
+                << fromFormat.GetName() << " to " << toFormat.GetName() << " widths " << from.width << " and "
+                << to.width << " plane " << plane << " red " << int(color.red);
+    }
+}
+
+TEST(SafeSwsContextTest, TakesMatrixAndRangeOfBothSides) {
+    struct {
+        char const* from;
+        ColorSpace fromSpace;
+        char const* to;
+        ColorSpace toSpace;
+    } const cases[] = {
+        {"yuv420p", LIMITED_601, "gbrp", {}},
+        {"yuv420p", FULL_709, "gbrp", {}},
+        {"gbrp", {}, "yuv444p", LIMITED_2020},
+        {"gbrp", {}, "yuv420p", FULL_601},
+        {"gbrp", {}, "yuvj420p", LIMITED_709},
+        {"yuvj420p", {}, "yuv420p", {}},
+        {"yuv420p", FULL_601, "yuv420p", LIMITED_601},
+        {"yuv420p", LIMITED_601, "yuv420p", FULL_601},
+        {"yuv444p", LIMITED_601, "yuv444p", LIMITED_709},
+        {"yuv420p", FULL_709, "yuv422p", LIMITED_601},
+        {"yuv420p", FULL_709, "nv12", LIMITED_601},
+        {"yuv420p", LIMITED_601, "nv21", {}},
+        {"yuv420p", LIMITED_601, "gray", {}},
+        {"yuv420p", LIMITED_601, "gray", LIMITED_601},
+        {"gbrp", {}, "gray", LIMITED_601},
+        {"gbrp", {}, "gray", {}},
+    };
+    for (auto const& example : cases)
+        for (auto const& [fromWidth, toWidth] : {std::pair{16U, 16U}, {16U, 30U}, {17U, 17U}})
+            ExpectSameColor({fromWidth, 15, ByName(example.from), example.fromSpace},
+                            {toWidth, 15, ByName(example.to), example.toSpace});
+}
+
+/// Tiny and odd sizes, against the same picture stored top down.
+TEST(SafeSwsContextTest, PicturesStoredBottomUpGiveTheSame) {
+    for (char const* from : {"yuv420p", "nv12", "rgb24", "rgba", "gray", "yuva444p", "gbrp", "yuv420p10le",
+                             "pal8", "yuyv422", "rgb565le"})
+        for (char const* to : {"yuv420p", "rgb24", "bgra", "gray16le", "yuva420p", "gbrp16le", "nv21"})
+            for (auto const& [width, height] : {std::pair{1U, 1U}, {1U, 7U}, {5U, 1U}, {33U, 17U}})
+                for (std::uint32_t const outWidth : {width, 2 * width + 1}) {
+                    SafeFrame const upright = MakeNoise(ByName(from), width, height);
+                    SafeFrame const bottomUp = StoreBottomUp(*upright);
+                    SwsCtxSide const side{outWidth, height, ByName(to), {}};
+                    SafeFrame const expected = Scaled(*upright, side);
+                    SafeFrame const fromBottomUp = Scaled(*bottomUp, side);
+                    SafeFrame intoBottomUp = StoreBottomUp(*MakeNoise(side.format, outWidth, height));
+                    SafeSwsContext({SideOf(*upright), side}).Scale(*upright, *intoBottomUp);
+                    int const planes = Conf::PixFmtDescription::Find(side.format).GetPlaneCount();
+                    for (int plane = 0; plane < planes; ++plane) {
+                        EXPECT_EQ(PlaneBytes(*fromBottomUp, plane), PlaneBytes(*expected, plane))
+                            << from << " to " << to << " " << width << "x" << height << " plane " << plane;
+                        EXPECT_EQ(PlaneBytes(*intoBottomUp, plane), PlaneBytes(*expected, plane))
+                            << from << " to " << to << " " << width << "x" << height << " plane " << plane;
+                    }
+                }
+}
+
+TEST(SafeSwsContextTest, SameFormatAndSizeIsACopy) {
+    for (PixFmt const format : Conf::PixFmtDescription::s_supportedFormats) {
+        if (format == PixFmt::PAL8)
+            continue;
+        SafeFrame const from = MakeNoise(format, 33, 17);
+        SwsCtxSide side = SideOf(*from);
+        side.space = {AVCOL_SPC_BT470BG, AVCOL_RANGE_UNSPECIFIED}; // another number, the same colours
+        SafeFrame const to = Scaled(*from, side);
+        Conf::PixFmtDescription const& description = Conf::PixFmtDescription::Find(format);
+        for (int plane = 0; plane < description.GetPlaneCount(); ++plane)
+            EXPECT_EQ(PlaneBytes(*to, plane), PlaneBytes(*from, plane)) << description.GetName();
+    }
+}
+
+/// Odd sizes without scaling: what the target held before does not show anywhere.
+TEST(SafeSwsContextTest, EveryByteIsWritten) {
+    auto const scaledInto = [](SafeSwsContext const& scaler, AVFrame const& from, PixFmt to, int before) {
+        SafeFrame result({}, to, 5, 3, 1, 1);
+        int const planes = Conf::PixFmtDescription::Find(to).GetPlaneCount();
+        for (int plane = 0; plane < planes; ++plane)
+            FillPlane(*result, plane, static_cast<std::uint8_t>(before));
+        scaler.Scale(from, *result);
+        std::vector<std::uint8_t> bytes;
+        for (int plane = 0; plane < planes; ++plane) {
+            std::vector<std::uint8_t> const part = PlaneBytes(*result, plane);
+            bytes.insert(bytes.end(), part.begin(), part.end());
+        }
+        return bytes;
+    };
+    std::vector<PixFmt> subsampled;
+    for (PixFmt const format : Conf::PixFmtDescription::s_supportedFormats)
+        if (Conf::PixFmtDescription::Find(format).GetChromaShiftX() > 0)
+            subsampled.push_back(format);
+    for (PixFmt const from : subsampled)
+        for (PixFmt const to : subsampled) {
+            SafeFrame const source = MakeNoise(from, 5, 3);
+            SafeSwsContext const scaler({SideOf(*source), {5, 3, to, {}}});
+            EXPECT_EQ(scaledInto(scaler, *source, to, 0), scaledInto(scaler, *source, to, 255))
+                << Conf::PixFmtDescription::Find(from).GetName() << " to "
+                << Conf::PixFmtDescription::Find(to).GetName();
+        }
+}
+
+TEST(SafeSwsContextTest, RefusalsNameBothSides) {
+    struct {
+        SwsCtxSide from;
+        SwsCtxSide to;
+        char const* text;
+    } const cases[] = {
+        {{64, 48, PixFmt::YUV420P, LIMITED_709},
+         {32, 24, PixFmt::PAL8, {}},
+         "Cannot scale from 64x48 yuv420p (matrix 1, range 1) to 32x24 pal8 (matrix 2, range 0)"},
+        {{0, 48, PixFmt::RGB24, {}},
+         {32, 24, PixFmt::RGB24, {}},
+         "Cannot scale from 0x48 rgb24 (matrix 2, range 0) to 32x24 rgb24 (matrix 2, range 0)"},
+        {{64, 48, PixFmt::RGB24, {}},
+         {0xFFFFFFFFU, 24, PixFmt::RGB24, {}},
+         "Cannot scale from 64x48 rgb24 (matrix 2, range 0) to 4294967295x24 rgb24 (matrix 2, range 0)"},
+        {{64, 48, PixFmt::None, {}},
+         {32, 24, static_cast<PixFmt>(9999), {}},
+         "Cannot scale from 64x48 format -1 (matrix 2, range 0) to 32x24 format 9999 (matrix 2, range 0)"},
+    };
+    for (auto const& example : cases)
+        EXPECT_THAT(
+            [&] {
+                SafeSwsContext({example.from, example.to});
+            },
+            testing::ThrowsMessage<EffectException>(example.text));
+}
+
+TEST(SafeSwsContextTest, ScalesOnlyWhatItWasMadeFor) {
+    SafeFrame const from = MakeNoise(PixFmt::RGB24, 16, 8);
+    SafeFrame to = MakeNoise(PixFmt::YUV420P, 16, 8);
+    SafeFrame small = MakeNoise(PixFmt::YUV420P, 16, 6);
+    SafeSwsContext scaler({SideOf(*from), SideOf(*to)});
+    EXPECT_THAT([&] { scaler.Scale(*from, *small); },
+                testing::ThrowsMessage<EffectException>("Cannot scale from 16x8 rgb24 to 16x6 yuv420p: the "
+                                                        "scaler is for 16x8 rgb24 to 16x8 yuv420p"));
+    EXPECT_THAT([&] { scaler.Scale(*to, *to); },
+                testing::ThrowsMessage<EffectException>("Cannot scale from 16x8 yuv420p to 16x8 yuv420p: the "
+                                                        "scaler is for 16x8 rgb24 to 16x8 yuv420p"));
+
+    SafeSwsContext moved(std::move(scaler));
+    EXPECT_THAT([&] { scaler.Scale(*from, *to); },
+                testing::ThrowsMessage<EffectException>("The scaler is empty"));
+    moved.Scale(*from, *to);
+    SafeSwsContext assigned;
+    EXPECT_FALSE(assigned);
+    assigned = std::move(moved);
+    EXPECT_TRUE(assigned);
+    assigned.Scale(*from, *to);
+}
+
+} // namespace
+
+} // namespace Tarsel::Proc
