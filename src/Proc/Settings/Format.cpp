@@ -1,0 +1,175 @@
+#include "Proc/Settings/Format.h"
+
+#include "Proc/Settings/FieldTable.h"
+
+namespace Tarsel::Proc {
+
+namespace {
+
+using Converter = SettingsPixelFormatConverter;
+constexpr std::array s_formatColumns{
+    FieldColumn{.key = "format", .kind = FieldKind::PixelFormat, .help = "name of a pixel format"},
+};
+constexpr std::array s_converterFields{
+    MakeField<&Converter::formats>({
+        .key = "formats",
+        .help = "allowed pixel formats; the nearest one is taken",
+        .columns = s_formatColumns,
+    }),
+    MakeField<&Converter::hasAlpha>({
+        .key = "alpha",
+        .initial = true,
+        .help = "alpha counts when the nearest format is looked for",
+    }),
+    MakeField<&Converter::background>({
+        .key = "background",
+        .initial = Conf::PixColor{},
+        .help = "colour that shows through where alpha is lost",
+    }),
+    MakeField<&Converter::refuseLoss>({
+        .key = "refuse-loss",
+        .initial = false,
+        .help = "fail rather than lose depth, resolution, colour or alpha",
+    }),
+    MakeField<&Converter::dither>({
+        .key = "dither",
+        .initial = false,
+        .help = "spread the error of a palette over the neighbouring pixels",
+    }),
+    MakeField<&Converter::accurate>({
+        .key = "accurate",
+        .initial = false,
+        .help = "scale chroma slower and round accurately",
+    }),
+};
+constexpr SettingsTable s_converter = MakeTable("pixel-format", s_converterFields);
+
+using Resizer = SettingsResizer;
+constexpr double s_maxSide = 16384;
+constexpr std::array s_fits{
+    FieldWord("stretch", Resizer::Fit::Stretch, "distort the picture to exactly that size"),
+    FieldWord("inside", Resizer::Fit::Inside, "as large as fits; one side may come out smaller"),
+    FieldWord("pad", Resizer::Fit::Pad, "as large as fits, with bars of the background colour"),
+    FieldWord("crop", Resizer::Fit::Crop, "fill that size and cut off what reaches out"),
+};
+constexpr std::array s_scalers{
+    FieldWord("fast_bilinear", Resizer::Algorithm::FastBilinear, ""),
+    FieldWord("bilinear", Resizer::Algorithm::Bilinear, ""),
+    FieldWord("bicubic", Resizer::Algorithm::Bicubic, ""),
+    FieldWord("neighbor", Resizer::Algorithm::Neighbor, "nearest pixel"),
+    FieldWord("area", Resizer::Algorithm::Area, "average of the area, for making pictures smaller"),
+    FieldWord("gauss", Resizer::Algorithm::Gauss, "Gaussian"),
+    FieldWord("sinc", Resizer::Algorithm::Sinc, ""),
+    FieldWord("lanczos", Resizer::Algorithm::Lanczos, ""),
+    FieldWord("spline", Resizer::Algorithm::Spline, "natural bicubic spline"),
+};
+constexpr std::array s_resizerFields{
+    MakeField<&Resizer::width>({
+        .key = "width",
+        .initial = 0,
+        .maximum = s_maxSide,
+        .unit = "pixels",
+        .help = "width of the result; 0 follows from height and the proportions",
+    }),
+    MakeField<&Resizer::height>({
+        .key = "height",
+        .initial = 0,
+        .maximum = s_maxSide,
+        .unit = "pixels",
+        .help = "height of the result; 0 follows from width and the proportions",
+    }),
+    MakeField<&Resizer::fit>({
+        .key = "fit",
+        .initial = Resizer::Fit::Stretch,
+        .help = "what happens to a picture of other proportions",
+        .words = s_fits,
+    }),
+    MakeField<&Resizer::algorithm>({
+        .key = "algorithm",
+        .initial = Resizer::Algorithm::Bicubic,
+        .help = "how pixels are interpolated",
+        .words = s_scalers,
+    }),
+    MakeField<&Resizer::background>({
+        .key = "background",
+        .initial = Conf::PixColor{},
+        .help = "colour of the bars, for fit=pad",
+    }),
+};
+constexpr SettingsTable s_resizer = MakeTable("resize", s_resizerFields);
+
+using Resample = SettingsResample;
+constexpr std::array s_sampleFormats{
+    FieldWord("input", Conf::SampleFormats::Unknown, "that of the input"),
+    FieldWord("u8", Conf::SampleFormats::U8, ""),
+    FieldWord("s16", Conf::SampleFormats::S16, ""),
+    FieldWord("s32", Conf::SampleFormats::S32, ""),
+    FieldWord("flt", Conf::SampleFormats::Float, ""),
+    FieldWord("dbl", Conf::SampleFormats::Double, ""),
+    FieldWord("u8p", Conf::SampleFormats::U8Planar, "planar"),
+    FieldWord("s16p", Conf::SampleFormats::S16Planar, "planar"),
+    FieldWord("s32p", Conf::SampleFormats::S32Planar, "planar"),
+    FieldWord("fltp", Conf::SampleFormats::FloatPlanar, "planar"),
+    FieldWord("dblp", Conf::SampleFormats::DoublePlanar, "planar"),
+};
+constexpr std::array s_resampleFields{
+    MakeField<&Resample::format>({
+        .key = "format",
+        .initial = Conf::SampleFormats::Unknown,
+        .help = "type of the samples",
+        .words = s_sampleFormats,
+    }),
+    MakeField<&Resample::rate>({
+        .key = "rate",
+        .initial = 0,
+        .maximum = 768000,
+        .unit = "Hz",
+        .help = "samples a second; 0 for those of the input",
+        .option = {.filter = "aresample",
+                   .option = "sample_rate",
+                   .narrower = "beyond any converter there is; higher rates only exhaust memory"},
+    }),
+    MakeField<&Resample::layout>({
+        .key = "layout",
+        .help = "channels; none for those of the input",
+    }),
+};
+constexpr SettingsTable s_resample = MakeTable("resample", s_resampleFields);
+
+} // namespace
+
+std::string const SettingsPixelFormatConverter::CLASS_ID{s_converter.classId};
+
+SettingsTable const& SettingsPixelFormatConverter::GetTable() noexcept {
+    return s_converter;
+}
+
+bool SettingsPixelFormatConverter::IsEmpty() const {
+    return formats.empty();
+}
+
+std::string const SettingsResizer::CLASS_ID{s_resizer.classId};
+
+SettingsTable const& SettingsResizer::GetTable() noexcept {
+    return s_resizer;
+}
+
+bool SettingsResizer::IsEmpty() const {
+    return width == 0 && height == 0;
+}
+
+std::string const SettingsResample::CLASS_ID{s_resample.classId};
+
+SettingsTable const& SettingsResample::GetTable() noexcept {
+    return s_resample;
+}
+
+bool SettingsResample::IsEmpty() const {
+    return GetOutput() == Conf::SampleInfo{};
+}
+
+Conf::SampleInfo SettingsResample::GetOutput() const noexcept {
+    return {format, rate > 0 ? rate : -1, layout};
+}
+
+} // namespace Tarsel::Proc

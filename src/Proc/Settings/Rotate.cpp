@@ -1,0 +1,74 @@
+#include "Proc/Settings/Rotate.h"
+
+#include "Proc/Settings/FieldTable.h"
+
+namespace Tarsel::Proc {
+
+namespace {
+
+using Rotate = SettingsEffectRotate;
+constexpr double s_maxSide = 16384;
+constexpr double s_maxTurns = 100;
+
+constexpr std::array s_sizeModes{
+    FieldWord("keep", Rotate::SizeMode::Keep, "that of the input"),
+    FieldWord("given", Rotate::SizeMode::Given, "width and height"),
+    FieldWord("crop", Rotate::SizeMode::Crop, "the largest part without corners"),
+    FieldWord("pad", Rotate::SizeMode::Pad, "all of the turned picture"),
+};
+constexpr std::array s_rotateFields{
+    MakeField<&Rotate::angle>({
+        .key = "angle",
+        .initial = 0.0,
+        .minimum = -s_maxTurns * 360,
+        .maximum = s_maxTurns * 360,
+        .unit = "degrees",
+        .help = "clockwise rotation; multiples of 90 are lossless and change the size as they must",
+    }),
+    MakeField<&Rotate::sizeMode>({
+        .key = "size",
+        .initial = Rotate::SizeMode::Keep,
+        .help = "size of the result",
+        .words = s_sizeModes,
+    }),
+    MakeField<&Rotate::outputWidth>({
+        .key = "width",
+        .initial = 0,
+        .maximum = s_maxSide,
+        .unit = "pixels",
+        .help = "width of the result, for size=given; above 0 there",
+    }),
+    MakeField<&Rotate::outputHeight>({
+        .key = "height",
+        .initial = 0,
+        .maximum = s_maxSide,
+        .unit = "pixels",
+        .help = "height of the result, for size=given; above 0 there",
+    }),
+    MakeField<&Rotate::bilinear>({
+        .key = "bilinear",
+        .initial = false,
+        .help = "ask for bilinear interpolation by name; the filter does it unasked too",
+        .option = {"rotate", "bilinear"},
+    }),
+    MakeField<&Rotate::fillColor>({
+        .key = "fill",
+        .initial = Conf::PixColor{},
+        .help = "colour of the area that the turned picture leaves free",
+    }),
+};
+constexpr SettingsTable s_rotate = MakeTable("rotate", s_rotateFields);
+
+} // namespace
+
+std::string const SettingsEffectRotate::CLASS_ID{s_rotate.classId};
+
+SettingsTable const& SettingsEffectRotate::GetTable() noexcept {
+    return s_rotate;
+}
+
+bool SettingsEffectRotate::IsEmpty() const {
+    return angle == 0.0;
+}
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,247 @@
+#include "Proc/Settings/FieldTable.h"
+#include "Proc/Settings/SettingsCatalogue.h"
+#include "Proc/Settings/SettingsProperty.h"
+#include "Proc/Settings/SettingsText.h"
+#include "Settings/Refusal.h"
+
+/// How fields are declared, read, written and refused, by examples.
+namespace Tarsel::Proc {
+
+namespace {
+
+using Test::GetRefusal;
+
+std::unique_ptr<Settings> Create(std::string_view classId) {
+    return FindSettingsClass(classId)->create();
+}
+
+std::string Read(std::string_view classId, std::string const& text, std::string_view key) {
+    std::unique_ptr<Settings> const settings = Create(classId);
+    settings->Deserialize(text);
+    return ReadFieldText(*settings, *FindField(settings->GetFields(), key));
+}
+
+/// Whether `F{}()` is a constant expression, that is, throws nothing.
+template <class F, bool = (F{}(), true)>
+constexpr bool IsConstant(F) {
+    return true;
+}
+constexpr bool IsConstant(...) {
+    return false;
+}
+
+constexpr Field s_number{
+    .key = "n", .initial = 1, .minimum = 0, .maximum = 3, .help = "a number", .kind = FieldKind::Integer};
+
+/// Whether a table of these rows compiles.
+template <class Change>
+constexpr bool Compiles(Change) {
+    return IsConstant([] {
+        std::array<Field, 2> rows{s_number, s_number};
+        rows[1].key = "m";
+        Change{}(rows[1]);
+        Details::CheckTable({"table", rows});
+    });
+}
+
+constexpr std::array s_twins{FieldWord("a", 1, ""), FieldWord("b", 1, "")};
+constexpr std::array s_words{FieldWord("a", 1, ""), FieldWord("b", 2, "")};
+
+static_assert(Compiles([](Field&) {}));
+static_assert(!Compiles([](Field& row) { row.key = "n"; }));
+static_assert(!Compiles([](Field& row) { row.key = ""; }));
+static_assert(!Compiles([](Field& row) { row.key = "Upper"; }));
+static_assert(!Compiles([](Field& row) { row.help = ""; }));
+static_assert(!Compiles([](Field& row) { row.initial = 4; }));
+static_assert(!Compiles([](Field& row) { row.initial = -1; }));
+static_assert(!Compiles([](Field& row) { row.initial = 0.5; }));
+static_assert(!Compiles([](Field& row) { row.maximum = -1; }));
+static_assert(!Compiles([](Field& row) { row.maximum = 3.5; }));
+static_assert(!Compiles([](Field& row) { row.kind = FieldKind::Word; }));
+static_assert(!Compiles([](Field& row) { row.kind = FieldKind::List; }));
+static_assert(!Compiles([](Field& row) {
+    row.kind = FieldKind::Word;
+    row.words = s_twins;
+}));
+static_assert(Compiles([](Field& row) {
+    row.kind = FieldKind::Word;
+    row.words = s_words;
+}));
+static_assert(!Compiles([](Field& row) {
+    row.kind = FieldKind::Word;
+    row.words = s_words;
+    row.initial = 3;
+}));
+static_assert(!Compiles([](Field& row) {
+    row.kind = FieldKind::Mask;
+    row.words = s_words;
+    row.initial = 4;
+}));
+
+TEST(FieldText, IsReadInEveryFormUsersWrite) {
+    struct Case {
+        char const* classId;
+        char const* key;
+        char const* text;
+        char const* value;
+    };
+    for (Case const& each : {
+             Case{"flip", "horizontal", "true", "1"},
+             Case{"flip", "horizontal", "Off", "0"},
+             Case{"transpose", "step", "+3", "3"},
+             Case{"blur", "sigma", "3", "3"},
+             Case{"blur", "sigma", "25e-1", "2.5"},
+             Case{"flanger", "width", "0.1", "0.1"},
+             Case{"flanger", "width", "0.30000000000000004", "0.3"},
+             Case{"deinterlace", "mode", "send_field", "send_field"},
+             Case{"deinterlace", "mode", "1", "send_field"},
+             Case{"denoise-dct", "block-size", "4", "16x16"},
+             Case{"negate", "channels", "alpha+red", "red+alpha"},
+             Case{"negate", "channels", "5", "red+blue"},
+             Case{"negate", "channels", "0", "0"},
+             Case{"rotate", "fill", "#0a0B0c", "#0a0b0c"},
+             Case{"rotate", "fill", "#0a0B0c80", "#0a0b0c80"},
+             Case{"rotate", "fill", "SteelBlue", "#4682b4"},
+             Case{"blur", "pixel-format", "yuv420p", "yuv420p"},
+             Case{"blur", "pixel-format", "none", "none"},
+             Case{"pixel-format", "formats", "yuv420p|rgb24", "yuv420p|rgb24"},
+             Case{"pixel-format", "formats", "", ""},
+             Case{"resample", "layout", "FL+FR", "stereo"},
+             Case{"resample", "layout", "none", "none"},
+             Case{"resample", "format", "input", "input"},
+             Case{"echo", "echos", "500/0.5|250/0.3", "500/0.5|250/0.3"},
+             Case{"display-matrix", "matrix", "1", "65536/0/0/0/65536/0/0/0/1073741824"},
+             Case{"display-matrix", "matrix", "3", "-65536/0/0/0/-65536/0/0/0/1073741824"},
+             Case{"display-matrix", "matrix", "1/2/3/4/5/6/7/8/-9", "1/2/3/4/5/6/7/8/-9"},
+             Case{"stabilizer", "path", "C\\:\\\\clips\\a.trf", "C:\\clips\\a.trf"},
+             Case{"stabilizer", "path", "a=b", "a=b"},
+             Case{"stabilizer", "path", "a\\", "a\\"},
+         }) {
+        SCOPED_TRACE(std::string(each.key) + '=' + each.text);
+        EXPECT_EQ(Read(each.classId, std::string(each.key) + '=' + each.text, each.key), each.value);
+    }
+}
+
+TEST(FieldText, IsRefusedWithClassKeyValueAndLegalValues) {
+    struct Case {
+        char const* classId;
+        char const* text;
+        char const* refusal;
+    };
+    for (Case const& each : {
+             Case{"transpose", "step=7", "transpose: step=7 is out of range: 0 to 3 (quarter turns)"},
+             Case{"transpose", "step=1.5", "transpose: step=1.5 is no integer: 0 to 3 (quarter turns)"},
+             Case{"transpose", "step=", "transpose: step= is no integer: 0 to 3 (quarter turns)"},
+             Case{"transpose", "turn=1", "transpose: unknown key \"turn\"; the keys are step"},
+             Case{"transpose", "step", "transpose: \"step\" is not of the form key=value; the keys are step"},
+             Case{"transpose", "step=1:", "transpose: \"\" is not of the form key=value; the keys are step"},
+             Case{"transpose", "step=1:step=1", "transpose: step is given twice"},
+             Case{"flip", "vertical=maybe", "flip: vertical=maybe is no flag: 0 or 1"},
+             Case{"blur", "sigma=nan", "blur: sigma=nan is out of range: 0 to 1024"},
+             Case{"blur", "sigma=1,5", "blur: sigma=1,5 is no number: 0 to 1024"},
+             Case{"vibrato", "frequency=0.01", "vibrato: frequency=0.01 is out of range: 0.1 to 20000 (Hz)"},
+             Case{"denoise-chroma-luma", "luma-spatial=-1",
+                  "denoise-chroma-luma: luma-spatial=-1 is out of range: 0 or more"},
+             Case{"edge-detect", "mode=canny",
+                  "edge-detect: mode=canny is unknown: default, wires, colormix"},
+             Case{"edge-detect", "mode=3", "edge-detect: mode=3 is unknown: default, wires, colormix"},
+             Case{"negate", "channels=red+grey",
+                  "negate: channels=red+grey is unknown: red, green, blue, alpha, with '+' between them, or "
+                  "0"},
+             Case{"negate", "channels=16",
+                  "negate: channels=16 is unknown: red, green, blue, alpha, with '+' between them, or 0"},
+             Case{"rotate", "fill=#12345",
+                  "rotate: fill=#12345 is no colour: #rrggbb, #rrggbbaa or the name of a colour"},
+             Case{"rotate", "fill=random",
+                  "rotate: fill=random is no colour: #rrggbb, #rrggbbaa or the name of a colour"},
+             Case{"blur", "pixel-format=vaapi",
+                  "blur: pixel-format=vaapi is no pixel format: a pixel format such as yuv420p, or none"},
+             Case{"pixel-format", "formats=rgb24|none",
+                  "pixel-format: formats, entry 2: format=none is no pixel format: a pixel format such as "
+                  "yuv420p"},
+             Case{"resample", "layout=quadro",
+                  "resample: layout=quadro is no channel layout: a channel layout such as stereo, or none"},
+             Case{"echo", "echos=500",
+                  "echo: echos=500 is no list: delay/decay, with '|' between the entries"},
+             Case{"echo", "echos=500/0.5|x/0.3",
+                  "echo: echos, entry 2: delay=x is no integer: 1 to 90000 (ms)"},
+             Case{"echo", "echos=500/0.5|250/1.5",
+                  "echo: echos, entry 2: decay=1.5 is out of range: 1e-06 to 1"},
+             Case{"display-matrix", "matrix=9",
+                  "display-matrix: matrix=9 is no display matrix: nine integers with '/' between them, or an "
+                  "orientation of 1 to 8"},
+             Case{"display-matrix", "matrix=1/2/3/4/5/6/7/8/2147483648",
+                  "display-matrix: matrix=1/2/3/4/5/6/7/8/2147483648 is no display matrix: nine integers "
+                  "with '/' between them, or an orientation of 1 to 8"},
+         }) {
+        EXPECT_EQ(GetRefusal([&] { Create(each.classId)->Deserialize(each.text); }), each.refusal);
+    }
+}
+
+TEST(FieldValue, OfTheWrongKindIsRefused) {
+    std::unique_ptr<Settings> const transpose = Create("transpose");
+    EXPECT_EQ(GetRefusal([&] { WriteField(*transpose, transpose->GetFields()[0], 1.0); }),
+              "transpose: step=a value of another kind is no integer: 0 to 3 (quarter turns)");
+    std::unique_ptr<Settings> const blur = Create("blur");
+    EXPECT_EQ(GetRefusal([&] {
+                  WriteField(*blur, *FindField(blur->GetFields(), "pixel-format"), std::int64_t{1} << 32);
+              }),
+              "blur: pixel-format=4294967296 is no pixel format: a pixel format such as yuv420p, or none");
+    std::unique_ptr<Settings> const echo = Create("echo");
+    EXPECT_EQ(GetRefusal([&] {
+                  WriteField(*echo, echo->GetFields()[0], std::vector<double>{1, 1, 1});
+              }),
+              "echo: echos=3 values is no list: delay/decay, with '|' between the entries");
+    EXPECT_EQ(GetRefusal([&] {
+                  WriteField(*echo, echo->GetFields()[0], std::vector<double>{1.5, 1});
+              }),
+              "echo: echos, entry 1: delay=1.5 is no integer: 1 to 90000 (ms)");
+}
+
+TEST(FieldsProperty, TakesNumbersForRealsAndWords) {
+    Core::Property property;
+    property.SetChildT("luma-spatial", std::int64_t{3});
+    EXPECT_TRUE(Create("denoise-chroma-luma")->GetFields()[0].kind == FieldKind::Real);
+    std::unique_ptr<Settings> const denoise = Create("denoise-chroma-luma");
+    WriteFieldsFromProperty(*denoise, property);
+    EXPECT_EQ(Settings2Property(*denoise)["luma-spatial"].GetDouble(), 3.0);
+
+    Core::Property mode;
+    mode.SetChildT("mode", std::int64_t{1});
+    std::unique_ptr<Settings> const deinterlace = Create("deinterlace");
+    WriteFieldsFromProperty(*deinterlace, mode);
+    EXPECT_EQ(Settings2Property(*deinterlace)["mode"].GetString(), "send_field");
+    mode.SetChildT("mode", std::int64_t{4});
+    EXPECT_THROW(WriteFieldsFromProperty(*deinterlace, mode), SettingsException);
+}
+
+TEST(FieldsProperty, IsRefusedLikeText) {
+    Core::Property property;
+    property.SetChildT("step", std::int64_t{7});
+    EXPECT_EQ(GetRefusal([&] { WriteFieldsFromProperty(*Create("transpose"), property); }),
+              "transpose: step=7 is out of range: 0 to 3 (quarter turns)");
+    property.SetChildT("step", std::string("1"));
+    EXPECT_EQ(GetRefusal([&] { WriteFieldsFromProperty(*Create("transpose"), property); }),
+              "transpose: step is of type string, not int64: 0 to 3 (quarter turns)");
+}
+
+TEST(SettingsText, ReadsOnTopOfPresentValues) {
+    std::unique_ptr<Settings> const flip = Create("flip");
+    flip->Deserialize("horizontal=1");
+    flip->Deserialize("");
+    flip->Deserialize("vertical=1");
+    EXPECT_EQ(Serialize(*flip), "horizontal=1:vertical=1");
+}
+
+TEST(SettingsText, ShowsNumbersThatNoWordHas) {
+    std::unique_ptr<Settings> const deinterlace = Create("deinterlace");
+    deinterlace->GetFields()[0].set(*deinterlace, std::int64_t{4});
+    EXPECT_EQ(Serialize(*deinterlace), "mode=4:deint=all");
+    std::unique_ptr<Settings> const negate = Create("negate");
+    negate->GetFields()[0].set(*negate, std::int64_t{17});
+    EXPECT_EQ(Serialize(*negate), "channels=17");
+}
+
+} // namespace
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,128 @@
+#include "Proc/Settings/SettingsCatalogue.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+extern "C" {
+#include <libavfilter/avfilter.h>
+#include <libavutil/log.h>
+#include <libavutil/opt.h>
+}
+
+/// The tables against FFmpeg: what a row says of a filter's option is what the filter says itself.
+namespace Tarsel::Proc {
+
+namespace {
+
+/// The option of that name, or the constant of that name if a unit is given; null when there is none.
+AVOption const* Find(std::string_view filterName, std::string_view name, char const* unit) {
+    AVFilter const* const filter = avfilter_get_by_name(std::string(filterName).c_str());
+    if (filter == nullptr)
+        return nullptr;
+    AVClass const* filterClass = filter->priv_class;
+    return av_opt_find(&filterClass, std::string(name).c_str(), unit, 0, AV_OPT_SEARCH_FAKE_OBJ);
+}
+
+AVOption const* FindOption(FilterOption const& option) {
+    return Find(option.filter, option.option, nullptr);
+}
+
+void ExpectRange(FilterOption const& option, double minimum, double maximum) {
+    AVOption const* const of = FindOption(option);
+    ASSERT_NE(of, nullptr);
+    double low = minimum * option.scale + option.offset;
+    double high = maximum * option.scale + option.offset;
+    if (low > high)
+        std::swap(low, high);
+    double const tolerance = 1e-9;
+    if (option.narrower.empty()) {
+        EXPECT_NEAR(low, of->min, tolerance);
+        if (of->max >= HUGE_VALF)
+            EXPECT_EQ(high, of->max);
+        else
+            EXPECT_NEAR(high, of->max, tolerance);
+        return;
+    }
+    EXPECT_GE(low, of->min - tolerance);
+    EXPECT_LE(high, of->max + tolerance);
+    EXPECT_TRUE(low > of->min + tolerance || high < of->max - tolerance)
+        << "says it is narrower, and is not: " << option.narrower;
+}
+
+void ExpectWords(Field const& field) {
+    AVOption const* const of = FindOption(field.option);
+    ASSERT_NE(of, nullptr);
+    for (FieldWord const& word : field.words) {
+        SCOPED_TRACE(word.text);
+        if (word.text == "default")
+            continue;
+        AVOption const* const constant =
+            of->unit == nullptr ? nullptr : Find(field.option.filter, word.text, of->unit);
+        bool const byNumber = field.option.form == FilterOption::Form::Number;
+        if (byNumber && constant == nullptr) {
+            EXPECT_GE(static_cast<double>(word.value), of->min);
+            EXPECT_LE(static_cast<double>(word.value), of->max);
+            continue;
+        }
+        ASSERT_NE(constant, nullptr);
+        if (byNumber) {
+            EXPECT_EQ(constant->default_val.i64, word.value);
+        }
+    }
+}
+
+TEST(FilterOptions, HaveTheRangesAndWordsOfTheTables) {
+    int checked = 0;
+    for (SettingsClass const& settingsClass : GetSettingsCatalogue()) {
+        for (Field const& field : settingsClass.fields) {
+            SCOPED_TRACE(std::string(settingsClass.classId) + ": " + std::string(field.key));
+            if (!field.option.filter.empty()) {
+                ++checked;
+                ASSERT_NE(FindOption(field.option), nullptr);
+                if (!field.words.empty())
+                    ExpectWords(field);
+                else if (field.kind == FieldKind::Integer || field.kind == FieldKind::Real)
+                    ExpectRange(field.option, field.minimum, field.maximum);
+                else
+                    EXPECT_EQ(FindOption(field.option)->type,
+                              field.kind == FieldKind::Flag ? AV_OPT_TYPE_BOOL : AV_OPT_TYPE_STRING);
+            }
+            for (FieldColumn const& column : field.columns) {
+                if (!column.option.filter.empty()) {
+                    ++checked;
+                    ExpectRange(column.option, column.minimum, column.maximum);
+                }
+            }
+        }
+    }
+    EXPECT_GT(checked, 100);
+}
+
+/// Options that are texts have no range to be asked for: their filters are tried instead.
+TEST(FilterOptions, TakeTheEndsOfListColumns) {
+    auto const accepts = [](char const* filter, char const* arguments) {
+        struct Free {
+            void operator()(AVFilterGraph* graph) const { avfilter_graph_free(&graph); }
+        };
+        std::unique_ptr<AVFilterGraph, Free> const graph(avfilter_graph_alloc());
+        AVFilterContext* const context =
+            avfilter_graph_alloc_filter(graph.get(), avfilter_get_by_name(filter), nullptr);
+        return avfilter_init_str(context, arguments) >= 0;
+    };
+    av_log_set_level(AV_LOG_QUIET);
+    EXPECT_TRUE(accepts("aecho", "in_gain=0:out_gain=1:delays=1|90000:decays=0.000001|1"));
+    EXPECT_FALSE(accepts("aecho", "in_gain=0:out_gain=1:delays=0:decays=0.5"));
+    EXPECT_FALSE(accepts("aecho", "in_gain=0:out_gain=1:delays=90001:decays=0.5"));
+    EXPECT_FALSE(accepts("aecho", "in_gain=0:out_gain=1:delays=1:decays=0.000000"));
+    EXPECT_FALSE(accepts("aecho", "in_gain=0:out_gain=1:delays=1:decays=1.000001"));
+    EXPECT_TRUE(accepts("chorus", "0:1:1|1000:0|1:0.01|20:0|100"));
+    av_log_set_level(AV_LOG_INFO);
+}
+
+} // namespace
+
+} // namespace Tarsel::Proc

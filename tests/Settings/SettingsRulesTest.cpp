@@ -1,0 +1,259 @@
+#include "Proc/Interfaces/IResample.h"
+#include "Proc/Settings/Colour.h"
+#include "Proc/Settings/Delay.h"
+#include "Proc/Settings/Denoise.h"
+#include "Proc/Settings/Dynamics.h"
+#include "Proc/Settings/Format.h"
+#include "Proc/Settings/Modulation.h"
+#include "Proc/Settings/Orientation.h"
+#include "Proc/Settings/SettingsCatalogue.h"
+#include "Proc/Settings/SettingsProperty.h"
+#include "Proc/Settings/Stylise.h"
+
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <sstream>
+
+/// What single classes have beside their tables.
+namespace Tarsel::Proc {
+
+namespace {
+
+/// A static initialiser like any plug-in's or program's.
+std::size_t const s_classesSeenEarly = GetSettingsCatalogue().size();
+
+TEST(SettingsCatalogue, HasEveryClassInOrderOfRegistration) {
+    EXPECT_EQ(s_classesSeenEarly, 36U);
+    std::vector<std::string_view> ids;
+    for (SettingsClass const& each : GetSettingsCatalogue())
+        ids.push_back(each.classId);
+    EXPECT_THAT(ids, testing::ElementsAre(
+                         "flip", "transpose", "display-matrix", "deshake", "stabilizer", "pixel-format",
+                         "denoise-chroma-luma", "denoise-dct", "denoise-wavelet", "edge-detect", "emboss",
+                         "balance-chroma", "blur", "color-channel-mixer", "negate", "noise", "border",
+                         "posterize", "remove-grain", "midequalizer", "deinterlace", "resize", "resample",
+                         "rotate", "color-balance", "smart-blur", "equalizer", "echo", "chorus", "reverb",
+                         "gate", "noise-gate", "compressor", "distortion", "flanger", "vibrato"));
+    EXPECT_EQ(FindSettingsClass("unheard-of"), nullptr);
+    EXPECT_EQ(SettingsResample::CLASS_ID, IResample::CLASS_ID);
+}
+
+TEST(IsEmpty, IsTrueWhereTheEffectChangesNothing) {
+    struct Case {
+        char const* classId;
+        char const* text;
+        bool isEmpty;
+    };
+    for (Case const& each : {
+             Case{"flip", "", true},
+             Case{"flip", "horizontal=1", false},
+             Case{"flip", "vertical=1", false},
+             Case{"transpose", "", true},
+             Case{"transpose", "step=2", false},
+             Case{"display-matrix", "", true},
+             Case{"display-matrix", "matrix=6", false},
+             Case{"deshake", "block-size=16", true},
+             Case{"deshake", "enabled=1", false},
+             Case{"stabilizer", "detect=0:zoom=5", true},
+             Case{"stabilizer", "enabled=1", false},
+             Case{"pixel-format", "", true},
+             Case{"pixel-format", "formats=rgb24", false},
+             Case{"denoise-chroma-luma", "", false},
+             Case{"denoise-dct", "", true},
+             Case{"denoise-dct", "sigma=0.1", false},
+             Case{"denoise-wavelet", "depth=9", true},
+             Case{"denoise-wavelet", "chroma=1", false},
+             Case{"edge-detect", "", false},
+             Case{"emboss", "x=0:y=0:keep-color=1", false},
+             Case{"balance-chroma", "", true},
+             Case{"balance-chroma", "blue-highlights=-1", false},
+             Case{"blur", "", true},
+             Case{"blur", "sigma=3", false},
+             Case{"blur", "sigma-v=3", false},
+             Case{"blur", "sigma=3:planes=0", true},
+             Case{"blur", "sigma=3:factor=0:factor-v=0", false},
+             Case{"blur", "sigma=3:factor=0:factor-v=0:mode=axis", true},
+             Case{"blur", "pixel-format=rgb24", false},
+             Case{"color-channel-mixer", "", true},
+             Case{"color-channel-mixer", "aa=0.5", false},
+             Case{"negate", "", false},
+             Case{"negate", "channels=0", true},
+             Case{"noise", "seed=5:method=uniform", true},
+             Case{"noise", "strength=1", false},
+             Case{"border", "left-fraction=0.5", true},
+             Case{"border", "top=1", false},
+             Case{"border", "type=own:left=5", true},
+             Case{"border", "type=longer:bottom-fraction=0.5", false},
+             Case{"posterize", "", false},
+             Case{"remove-grain", "", true},
+             Case{"remove-grain", "m3=2", false},
+             Case{"midequalizer", "", false},
+             Case{"midequalizer", "planes=0", true},
+             Case{"deinterlace", "", false},
+             Case{"resize", "fit=crop", true},
+             Case{"resize", "height=100", false},
+             Case{"resample", "", true},
+             Case{"resample", "layout=mono", false},
+             Case{"rotate", "size=pad", true},
+             Case{"rotate", "angle=-0.5", false},
+             Case{"color-balance", "gamma-weight=50", true},
+             Case{"color-balance", "hue=10", false},
+             Case{"color-balance", "blue-gamma=10", false},
+             Case{"smart-blur", "", true},
+             Case{"smart-blur", "luma-strength=50:luma-strength-offset=50", true},
+             Case{"smart-blur", "chroma-strength-offset=50", false},
+             Case{"equalizer", "", true},
+             Case{"equalizer", "bands=100/3", false},
+             Case{"equalizer", "bands=100/3:factor=0", true},
+             Case{"echo", "", true},
+             Case{"echo", "echos=500/0.5", false},
+             Case{"echo", "echos=500/0.5:scale=0", true},
+             Case{"chorus", "", true},
+             Case{"chorus", "voices=50/0.4/0.25/2", false},
+             Case{"chorus", "voices=50/0.4/0.25/2:scale=1e-39", true},
+             Case{"reverb", "", false},
+             Case{"gate", "", false},
+             Case{"noise-gate", "", true},
+             Case{"noise-gate", "threshold=-4.99", true},
+             Case{"noise-gate", "threshold=-5", false},
+             Case{"noise-gate", "threshold=-5:reduction=0", true},
+             Case{"compressor", "", false},
+             Case{"distortion", "", false},
+             Case{"flanger", "", false},
+             Case{"vibrato", "", false},
+         }) {
+        SCOPED_TRACE(std::string(each.classId) + ' ' + each.text);
+        std::unique_ptr<Settings> const settings = FindSettingsClass(each.classId)->create();
+        settings->Deserialize(each.text);
+        EXPECT_EQ(settings->IsEmpty(), each.isEmpty);
+    }
+}
+
+TEST(Transform, IsComparedAsItsConcreteClass) {
+    SettingsEffectFlip flip(true, false);
+    SettingsEffectFlip animated(true, false);
+    animated.transform = [](double, Core::Matrix3x3&, double&) {};
+    SettingsEffectTransform const& base = flip;
+    EXPECT_TRUE(base == static_cast<SettingsEffectTransform const&>(animated));
+    EXPECT_FALSE(base == static_cast<SettingsEffectTransform const&>(SettingsEffectFlip(true, true)));
+    EXPECT_FALSE(base == static_cast<SettingsEffectTransform const&>(SettingsEffectTranspose(0)));
+
+    SettingsEffectFlip const copy = animated;
+    EXPECT_TRUE(copy.transform);
+    flip.transform = animated.transform;
+    flip.Deserialize("vertical=1");
+    EXPECT_TRUE(flip.transform) << "reading settings must not drop the host's animation";
+}
+
+TEST(Transpose, TurnsWithinAFullCircle) {
+    SettingsEffectTranspose transpose;
+    for (std::int32_t const step : {1, 2, 3, 0, 1}) {
+        transpose.AddAngle90();
+        EXPECT_EQ(transpose.step, step);
+    }
+    for (std::int32_t const step : {0, 3, 2}) {
+        transpose.SubAngle90();
+        EXPECT_EQ(transpose.step, step);
+    }
+    transpose.step = -1;
+    transpose.AddAngle90();
+    EXPECT_EQ(transpose.step, 0);
+    transpose.step = std::numeric_limits<std::int32_t>::max();
+    transpose.AddAngle90();
+    EXPECT_EQ(transpose.step, 0);
+    transpose.step = std::numeric_limits<std::int32_t>::min();
+    transpose.SubAngle90();
+    EXPECT_EQ(transpose.step, 3);
+}
+
+TEST(Blur, TakesOneSigmaForBothDirections) {
+    SettingsEffectBlur blur;
+    blur.Deserialize("sigma=3");
+    EXPECT_EQ(blur.horizontalSigma, 3);
+    EXPECT_EQ(blur.verticalSigma, 3);
+    blur.Deserialize("sigma-v=1:sigma=2");
+    EXPECT_EQ(blur.horizontalSigma, 2);
+    EXPECT_EQ(blur.verticalSigma, 1);
+}
+
+TEST(ColorBalance, MapsZeroToNoChangeAndTheEndsToUsefulOnes) {
+    SettingsEffectColorBalance balance;
+    auto const expect = [&](double contrast, double brightness, double saturation, double gamma,
+                            double weight) {
+        EXPECT_DOUBLE_EQ(balance.GetFFContrast(), contrast);
+        EXPECT_DOUBLE_EQ(balance.GetFFBrightness(), brightness);
+        EXPECT_DOUBLE_EQ(balance.GetFFSaturation(), saturation);
+        EXPECT_DOUBLE_EQ(balance.GetFFGamma(), gamma);
+        EXPECT_DOUBLE_EQ(balance.GetFFGammaRed(), gamma);
+        EXPECT_DOUBLE_EQ(balance.GetFFGammaGreen(), gamma);
+        EXPECT_DOUBLE_EQ(balance.GetFFGammaBlue(), gamma);
+        EXPECT_DOUBLE_EQ(balance.GetFFGammaWeight(), weight);
+    };
+    auto const set = [&](std::int32_t value) {
+        for (std::int32_t* raw : {&balance.contrast, &balance.brightness, &balance.saturation, &balance.gamma,
+                                  &balance.redGamma, &balance.greenGamma, &balance.blueGamma})
+            *raw = value;
+    };
+    expect(1, 0, 1, 1, 1);
+    set(100);
+    balance.gammaWeight = 50;
+    expect(2, 1, 3, 10, 0.5);
+    set(-100);
+    expect(0, -1, 0, 0.1, 0.5);
+    set(20);
+    EXPECT_DOUBLE_EQ(balance.GetFFContrast(), 1.2);
+    EXPECT_DOUBLE_EQ(balance.GetFFSaturation(), 1.4);
+}
+
+TEST(Words, OfTheFiltersAreWrittenToStreams) {
+    std::ostringstream text;
+    text << SettingsAudioCompressor::LinkType::Maximum << ' ' << SettingsAudioCompressor::DetectionType::Peak
+         << ' ' << SettingsAudioGate::LinkType::Average << ' ' << SettingsAudioGate::DetectionType::Rms << ' '
+         << SettingsAudioFlanger::ShapeType::Triangular << ' '
+         << SettingsAudioFlanger::InterpolationType::Quadratic << ' '
+         << static_cast<SettingsAudioFlanger::ShapeType>(9);
+    EXPECT_EQ(text.str(), "maximum peak average rms triangular quadratic 9");
+}
+
+TEST(Constructors, SetWhatTheyNameAndLeaveTheRest) {
+    SettingsEffectNoiseVideo const noise(7, SettingsEffectNoiseVideo::Method::Uniform);
+    EXPECT_EQ(Serialize(noise), "method=uniform:seed=0:strength=7");
+    EXPECT_TRUE(SettingsEffectBlur(SettingsEffectBlur::Algorithm::Gaussian) == SettingsEffectBlur());
+    EXPECT_EQ(Serialize(SettingsEffectTranspose(3)), "step=3");
+    SettingsAudioEcho const echo;
+    EXPECT_TRUE(echo.GetEchos().empty());
+    EXPECT_EQ(Serialize(echo), "echos=:in-gain=1:out-gain=1:scale=1");
+
+    SettingsEffectRemoveGrain grain;
+    grain.Deserialize("m0=1:m1=2:m2=3:m3=4");
+    for (int plane = 0; plane < 4; ++plane)
+        EXPECT_EQ(grain.GetMode(plane), plane + 1);
+    EXPECT_THROW((void)grain.GetMode(4), std::out_of_range);
+    EXPECT_THROW((void)grain.GetMode(-1), std::out_of_range);
+}
+
+TEST(Resample, NamesWhatIsKnownOfItsOutput) {
+    SettingsResample resample;
+    EXPECT_EQ(resample.GetOutput(), Conf::SampleInfo());
+    resample.Deserialize("format=fltp:rate=48000:layout=5.1");
+    EXPECT_EQ(resample.GetOutput(), Conf::SampleInfo::Init(Conf::SampleFormats::FloatPlanar, 48000,
+                                                           Conf::ChannelLayout::FromName("5.1").value()));
+}
+
+TEST(Property2Settings, OfSingleClassesReadTheirKeys) {
+    Core::Property property;
+    property.SetChildT("vertical", true);
+    EXPECT_TRUE(Property2SettingsFlip(property) == SettingsEffectFlip(false, true));
+    property.SetChildT("step", std::int64_t{2});
+    EXPECT_TRUE(Property2SettingsTranspose(property) == SettingsEffectTranspose(2));
+    EXPECT_TRUE(Property2SettingsNoiseGate(property) == SettingsAudioNoiseGate());
+    property.SetChildT("mode", std::string("send_field"));
+    EXPECT_EQ(Property2SettingsDeinterlace(property).frameMode, SettingsDeinterlace::FrameMode::Field);
+    property.SetChildT("luma-spatial", 2.5);
+    EXPECT_EQ(Property2SettingsChromaLuma(property).lumaSpatial, 2.5);
+}
+
+} // namespace
+
+} // namespace Tarsel::Proc
