@@ -1,0 +1,65 @@
+// Effects of the plug-in on pictures of 1920x1080, as a host runs them: one frame in, one out.
+
+#include "Host/EffectFactory.h"
+#include "Host/EffectStep.h"
+#include "Host/Plugin.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Interfaces/ImplNames.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace Tarsel {
+namespace {
+
+constexpr Conf::FrameInfo s_size{1920, 1080, 1, 1};
+
+Host::EffectFactory& GetFactory() {
+    static SP<Host::EffectFactory> const s_factory = [] {
+        auto const registry = std::make_shared<Host::EffectRegistry>();
+        Host::Plugin(Host::Plugin::Find("lumenta")).Register(*registry);
+        return MakeSP<Host::EffectFactory>(registry);
+    }();
+    return *s_factory;
+}
+
+/// Detail everywhere, the same on every run.
+SP<Proc::IDataVideo> MakePicture(Conf::PixFmt format) {
+    SP<Proc::IDataVideo> frame = MakeSP<Proc::DataVideoFF>(Conf::ColorSpace{}, format, s_size);
+    std::uint32_t noise = 1;
+    for (int index = 0; index < 3; ++index) {
+        Proc::WritablePlane const plane = frame->GetWritablePlane(index);
+        for (std::uint32_t row = 0; row < plane.rows; ++row) {
+            std::uint8_t* const line = plane.data + static_cast<std::ptrdiff_t>(row) * plane.lineSize;
+            for (std::size_t x = 0; x < plane.rowBytes; ++x) {
+                noise = noise * 1664525 + 1013904223;
+                line[x] = static_cast<std::uint8_t>(16 + (noise >> 24) % 220);
+            }
+        }
+    }
+    return frame;
+}
+
+void RunEffect(benchmark::State& state, char const* text) {
+    Host::EffectStep const step = Host::ParseEffectStep(text);
+    auto const effect = GetFactory().CreateVideoEffect(step.classId, Proc::ImplNames::DEFAULT, nullptr);
+    effect->SetSettings(*step.settings);
+    SP<Proc::IDataVideo> const picture = MakePicture(Conf::PixFmt::YUV420P);
+    for (auto _ : state) {
+        SP<Proc::IDataVideo> frame = picture->Copy();
+        effect->Process(frame);
+        benchmark::DoNotOptimize(frame.get());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+BENCHMARK_CAPTURE(RunEffect, flip_horizontal, "flip horizontal=1")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(RunEffect, flip_vertical, "flip vertical=1")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(RunEffect, transpose_1, "transpose step=1")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(RunEffect, transpose_2, "transpose step=2")->Unit(benchmark::kMicrosecond);
+
+} // namespace
+} // namespace Tarsel

@@ -1,0 +1,284 @@
+#include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Core/Throw.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Effects/Lumenta/FilterError.h"
+#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/AVFrameWrapper.h"
+#include "Proc/Wrappers/FrameFields.h"
+#include "Proc/Wrappers/SafeFrame.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavfilter/avfilter.h>
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
+#include <libavutil/common.h>
+#include <libavutil/frame.h>
+#include <libavutil/mathematics.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace Tarsel::Proc {
+namespace {
+
+constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFFMPEGVideo";
+constexpr char const* s_feedingFailed = "Error while feeding the filtergraph";
+constexpr AVRational s_microsecond{1, 1000000};
+
+/// Filters that give another number of frames than they take. Found anywhere in a description, an option's
+/// value included.
+constexpr std::array<std::string_view, 2> s_rateChangers{"framerate", "minterpolate"};
+
+bool ChangesRate(std::string_view description) {
+    return std::any_of(s_rateChangers.begin(), s_rateChangers.end(), [&](std::string_view name) {
+        return description.find(name) != std::string_view::npos;
+    });
+}
+
+std::string GetFormatName(int format) {
+    char const* const name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(format));
+    return name ? name : fmt::format("pixel format {}", format);
+}
+
+[[noreturn]] void RefuseFrame(std::string const& text, std::string const& filter,
+                              Core::CodePoint point = Core::CodePoint::Here()) {
+    Core::Throw<EffectException>(
+        {s_file,
+         "void Tarsel::Proc::(anonymous namespace)::CheckFrame(const IDataVideo &, const AVFrame &, "
+         "const AVFilterLink &, const std::string &)",
+         point},
+        text, TagFilterText(filter));
+}
+
+/// Filters trust a frame to be what the graph was built for, and read past the end of one that is not.
+void CheckFrame(IDataVideo const& data, AVFrame const& frame, AVFilterLink const& link,
+                std::string const& filter) {
+    auto const format = static_cast<int>(data.GetPixelFormat());
+    Conf::FrameInfo const info = data.GetFrameInfo();
+    if (frame.format != format)
+        RefuseFrame(fmt::format("Frame is {} but is said to be {}", GetFormatName(frame.format),
+                                GetFormatName(format)),
+                    filter);
+    if (frame.width < 0 || static_cast<std::uint32_t>(frame.width) < info.width || frame.height < 0 ||
+        static_cast<std::uint32_t>(frame.height) < info.height)
+        RefuseFrame(fmt::format("Frame has only {}x{} pixels of the {}x{} it is said to have", frame.width,
+                                frame.height, info.width, info.height),
+                    filter);
+    if (!frame.data[0])
+        RefuseFrame("Frame has no pixels", filter);
+    if (format != link.format || static_cast<std::int64_t>(info.width) != link.w ||
+        static_cast<std::int64_t>(info.height) != link.h)
+        RefuseFrame(fmt::format("Frame is {} of {}x{} pixels but its filter was built for {} of {}x{}",
+                                GetFormatName(format), info.width, info.height, GetFormatName(link.format),
+                                link.w, link.h),
+                    filter);
+}
+
+} // namespace
+
+EffectFFMPEGVideo::EffectFFMPEGVideo(std::string const& description, std::string const& sourceArgs,
+                                     Core::ThreadLease threads)
+    : EffectFFMPEG(Video, description, sourceArgs, std::move(threads)),
+      m_changesRate(ChangesRate(description)) {}
+
+SP<EffectFFMPEGVideo> EffectFFMPEGVideo::Create(std::string const& description, AVPixelFormat pixelFormat,
+                                                Conf::FrameInfo const& info, Ratio const& frameRate,
+                                                Core::ThreadLease threads) {
+    return new EffectFFMPEGVideo(description,
+                                 MakeVideoSourceArgs(static_cast<Conf::PixFmt>(pixelFormat), info, frameRate),
+                                 std::move(threads));
+}
+
+SP<EffectFFMPEGVideo> EffectFFMPEGVideo::Create(std::string const& description,
+                                                SP<Conf::IFormatCodecVideo const> const& format,
+                                                Core::ThreadLease threads) {
+    return Create(description, static_cast<AVPixelFormat>(format->GetPixelFormat()), format->GetFrameInfo(),
+                  (*format)[Conf::IFormatCodecVideo::TAG_FPS].GetRatio(), std::move(threads));
+}
+
+void EffectFFMPEGVideo::Process(SP<IDataVideo>& data) {
+    if (!data) {
+        if (m_changesRate && !m_queue.empty()) {
+            data = std::move(m_queue.front());
+            m_queue.pop_front();
+        }
+        return;
+    }
+    std::int64_t const time = data->GetTime();
+    std::int64_t const duration = data->GetDuration();
+    Push(*data, {s_file, "virtual void Tarsel::Proc::EffectFFMPEGVideo::Process(SP<IDataVideo> &)"});
+    while (SP<IDataVideo> out = GetOutFrame())
+        m_queue.push_back(std::move(out));
+    if (m_queue.empty()) {
+        data = nullptr;
+        return;
+    }
+    data = std::move(m_queue.front());
+    m_queue.pop_front();
+    if (!m_changesRate) {
+        data->SetTime(time);
+        data->SetDuration(duration);
+    }
+}
+
+void EffectFFMPEGVideo::Feed(SP<IDataVideo> const& data) {
+    Push(*data, {s_file, "void Tarsel::Proc::EffectFFMPEGVideo::Feed(const SP<IDataVideo> &)"});
+}
+
+void EffectFFMPEGVideo::Push(IDataVideo& data, Core::Site const& site) {
+    AVFrame const& source = Details::GetAVFrameRef(data.GetAVFrame());
+    CheckFrame(data, source, *m_source->outputs[0], GetDescription());
+    if (m_inputFormat == Conf::PixFmt::None)
+        m_inputFormat = data.GetPixelFormat();
+
+    Conf::FrameInfo const info = data.GetFrameInfo();
+    std::int64_t const duration = data.GetDuration();
+    AVFrameWrapper frame(&source);
+    frame.SetSize(info.width, info.height);
+    frame.SetTime(data.GetTime());
+    frame.SetDuration(duration);
+    int const result = av_buffersrc_add_frame_flags(m_source, frame.Get(), AV_BUFFERSRC_FLAG_KEEP_REF);
+    if (result < 0)
+        ThrowFilterErrorOrMemory(site, s_feedingFailed, result, {GetDescription(), {}});
+    bool const knowsAspect = source.sample_aspect_ratio.num > 0 && source.sample_aspect_ratio.den > 0;
+    Conf::FrameInfo const stated = knowsAspect ? GetFrameInfo(source) : Conf::WithDefinedAspect(info);
+    m_input = {duration, source.colorspace, static_cast<int>(stated.aspectNum),
+               static_cast<int>(stated.aspectDen), source.opaque};
+}
+
+SP<IDataVideo> EffectFFMPEGVideo::GetOutFrame() {
+    SafeFrame frame;
+    int const result = av_buffersink_get_frame(m_sink, frame.Get());
+    if (result == AVERROR(EAGAIN))
+        return nullptr;
+    if (result != 0)
+        FailToDrain(result,
+                    {s_file, "SP<IDataVideo> Tarsel::Proc::EffectFFMPEGVideo::GetOutFrame(AVFrame *)"});
+    return Finish(std::move(frame));
+}
+
+SP<IDataVideo> EffectFFMPEGVideo::Take() {
+    if (!m_next)
+        m_next = Pull();
+    // Filters that change the rate pass on the durations of what went in, and in its units.
+    bool const ownDuration =
+        !m_changesRate && av_cmp_q(av_buffersink_get_time_base(m_sink), s_microsecond) == 0;
+    if (!m_next || ownDuration)
+        return std::exchange(m_next, nullptr);
+
+    SP<IDataVideo> following = Pull();
+    if (following && following->GetTime() > m_next->GetTime() && m_next->GetTime() != AV_NOPTS_VALUE)
+        m_step = av_sat_sub64(following->GetTime(), m_next->GetTime());
+    m_next->SetDuration(m_step > 0 ? m_step : m_input.duration);
+    return std::exchange(m_next, std::move(following));
+}
+
+SP<IDataVideo> EffectFFMPEGVideo::Pull() {
+    SafeFrame frame;
+    int const result = av_buffersink_get_frame(m_sink, frame.Get());
+    if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
+        return nullptr;
+    if (result != 0)
+        FailToDrain(result, {s_file, "SP<IDataVideo> Tarsel::Proc::EffectFFMPEGVideo::Pull()"});
+    // Unknown times and durations are no numbers to scale.
+    constexpr auto rounding = static_cast<AVRounding>(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX);
+    AVRational const unit = av_buffersink_get_time_base(m_sink);
+    frame->pts = av_rescale_q_rnd(frame->pts, unit, s_microsecond, rounding);
+    SetFrameDuration(*frame, av_rescale_q_rnd(GetFrameDuration(*frame), unit, s_microsecond, rounding));
+    return Finish(std::move(frame));
+}
+
+void EffectFFMPEGVideo::FailToDrain(int error, Core::Site const& site) {
+    m_failed = true;
+    ThrowFilterErrorOrMemory(site, s_feedingFailed, error, {GetDescription(), {}});
+}
+
+void EffectFFMPEGVideo::End() {
+    int const result = av_buffersrc_add_frame_flags(m_source, nullptr, 0);
+    if (result < 0)
+        ThrowFilterErrorOrMemory({s_file, "void Tarsel::Proc::EffectFFMPEGVideo::End()"}, s_feedingFailed,
+                                 result, {GetDescription(), {}});
+}
+
+SP<IDataVideo> EffectFFMPEGVideo::Finish(SafeFrame frame) {
+    if (frame->colorspace == AVCOL_SPC_UNSPECIFIED)
+        frame->colorspace = static_cast<AVColorSpace>(m_input.matrix);
+    frame->sample_aspect_ratio = {m_input.aspectNum, m_input.aspectDen};
+    if (static_cast<Conf::PixFmt>(frame->format) != m_inputFormat) {
+        ChooseConversion(*frame);
+        if (m_converter)
+            frame = Convert(frame);
+    }
+    Conf::FrameInfo const info = GetFrameInfo(*frame);
+    std::int64_t const time = frame->pts;
+    std::int64_t const duration = GetFrameDuration(*frame);
+    SP<IDataVideo> data = MakeSP<DataVideoFF>(std::move(frame), info);
+    data->SetTime(time);
+    data->SetDuration(duration);
+    return data;
+}
+
+void EffectFFMPEGVideo::ChooseConversion(AVFrame const& frame) {
+    auto const format = static_cast<Conf::PixFmt>(frame.format);
+    if (format == m_lastOutputFormat)
+        return;
+    if (Conf::PixFmtDescription::IsSupported(format)) {
+        m_converter = {};
+        m_conversionTarget = Conf::PixFmt::None;
+    } else {
+        int loss = 0;
+        Conf::PixFmt const target =
+            Conf::FindBestPixelFormatOfList(Conf::PixFmtDescription::s_supportedFormats, format, true, &loss);
+        if (target != m_conversionTarget) {
+            auto const width = static_cast<std::uint32_t>(frame.width);
+            auto const height = static_cast<std::uint32_t>(frame.height);
+            Conf::ColorSpace const space = GetFrameColorSpace(frame);
+            SwsCtxParams params;
+            params.from = {width, height, format, space};
+            params.to = {width, height, target, space};
+            m_converter = SafeSwsContext(params);
+            m_conversionTarget = target;
+        }
+    }
+    // Last, so that a conversion that could not be had is tried again by the next frame.
+    m_lastOutputFormat = format;
+}
+
+SafeFrame EffectFFMPEGVideo::Convert(SafeFrame const& frame) const {
+    SafeFrame converted(GetFrameColorSpace(*frame), m_conversionTarget,
+                        static_cast<std::uint32_t>(frame->width), static_cast<std::uint32_t>(frame->height),
+                        static_cast<std::uint32_t>(frame->sample_aspect_ratio.num),
+                        static_cast<std::uint32_t>(frame->sample_aspect_ratio.den));
+    m_converter.Scale(Details::GetAVFrameRef(frame.Get()), Details::GetAVFrameRef(converted.Get()));
+    int const result = av_frame_copy_props(converted.Get(), frame.Get());
+    if (result < 0)
+        ThrowFilterErrorOrMemory(
+            {s_file, "SafeFrame Tarsel::Proc::EffectFFMPEGVideo::Convert(const SafeFrame &) const"},
+            s_feedingFailed, result, {GetDescription(), {}});
+    converted->opaque = m_input.opaque;
+    return converted;
+}
+
+void EffectFFMPEGVideo::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) {
+    if (m_sink->nb_inputs == 0 || !m_sink->inputs[0])
+        return;
+    AVRational const aspect = av_buffersink_get_sample_aspect_ratio(m_sink);
+    format->InitByPixelAspect(static_cast<std::uint32_t>(av_buffersink_get_w(m_sink)),
+                              static_cast<std::uint32_t>(av_buffersink_get_h(m_sink)),
+                              static_cast<std::uint32_t>(aspect.num), static_cast<std::uint32_t>(aspect.den));
+    format->SetPixelFormat(m_conversionTarget != Conf::PixFmt::None
+                               ? m_conversionTarget
+                               : static_cast<Conf::PixFmt>(av_buffersink_get_format(m_sink)));
+}
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+struct AVFilterContext;
+struct AVFilterGraph;
+struct AVFilterInOut;
+
+namespace Tarsel::Proc {
+
+/// Owners of libavfilter's records. None of the functions throws anything but std::bad_alloc; any thread.
+
+struct InOutDeleter {
+    void operator()(AVFilterInOut* list) const noexcept;
+};
+
+/// A list of open ends of a graph, until it is released into avfilter_graph_parse, which owns it from the
+/// call on.
+using UniqueInOut = std::unique_ptr<AVFilterInOut, InOutDeleter>;
+
+/// One open end: pad 0 of `filter` (null for one not made) under the name `name`. Null when memory runs out.
+UniqueInOut MakeInOut(char const* name, AVFilterContext* filter);
+
+/// An empty graph that runs on `threads` threads, the caller's own included. Null when memory runs out.
+std::shared_ptr<AVFilterGraph> MakeFilterGraph(int threads);
+
+} // namespace Tarsel::Proc

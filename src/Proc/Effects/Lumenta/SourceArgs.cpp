@@ -1,0 +1,16 @@
+#include "Proc/Effects/Lumenta/SourceArgs.h"
+
+#include <fmt/format.h>
+
+namespace Tarsel::Proc {
+
+std::string MakeVideoSourceArgs(Conf::PixFmt format, Conf::FrameInfo const& info, Ratio const& frameRate) {
+    std::string args =
+        fmt::format("video_size={}x{}:pix_fmt={}:time_base=1/1000000:pixel_aspect={}/{}", info.width,
+                    info.height, static_cast<std::int32_t>(format), info.aspectNum, info.aspectDen);
+    if (frameRate.numerator != 0 && frameRate.denominator != 0)
+        args += fmt::format(":frame_rate={}/{}", frameRate.numerator, frameRate.denominator);
+    return args;
+}
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,88 @@
+#include "Proc/Effects/Lumenta/Registrator.h"
+
+#include "Proc/Interfaces/ImplNames.h"
+#include "Proc/Settings/Settings.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tarsel::Test {
+namespace {
+
+using Rows = std::vector<std::pair<std::string, std::string>>;
+
+/// Notes what is registered; answers with `answer` for the last row, else with its opposite.
+struct Registrar : Proc::IEffectRegistrar {
+    Rows rows;
+    bool answer = true;
+    std::size_t last = 0;
+
+    template <class Creator>
+    bool Register(std::string const& classId, std::string const& implName, char const* kind,
+                  Creator creator) {
+        EXPECT_EQ(implName, Proc::ImplNames::FFMPEG);
+        auto const effect = creator({}, {});
+        EXPECT_EQ(effect->GetRefCount(), 1);
+        EXPECT_EQ(effect->GetSettingsBase().GetClassId(), classId);
+        rows.emplace_back(kind, classId);
+        return rows.size() == last ? answer : !answer;
+    }
+    bool RegisterAudioEffect(std::string const&, std::string const&, Proc::AudioEffectCreator) override {
+        ADD_FAILURE();
+        return false;
+    }
+    bool RegisterVideoEffect(std::string const& classId, std::string const& implName,
+                             Proc::VideoEffectCreator creator) override {
+        return Register(classId, implName, "video", creator);
+    }
+    bool RegisterTwoInputAudioEffect(std::string const&, std::string const&,
+                                     Proc::TwoInputAudioEffectCreator) override {
+        ADD_FAILURE();
+        return false;
+    }
+    bool RegisterTwoInputVideoEffect(std::string const& classId, std::string const& implName,
+                                     Proc::TwoInputVideoEffectCreator creator) override {
+        return Register(classId, implName, "two-input", creator);
+    }
+};
+
+Rows const s_rows{{"video", "flip"}, {"video", "transpose"}, {"video", "display-matrix"}};
+
+TEST(Registrator, RegistersAllInOrderEachTime) {
+    for (bool answer : {true, false}) {
+        Registrar registrar;
+        registrar.answer = answer;
+        registrar.last = s_rows.size();
+        EXPECT_EQ(Registrator(registrar), answer);
+        EXPECT_EQ(registrar.rows, s_rows);
+    }
+}
+
+TEST(Mediator, ForwardsStagesAndTurnsTheAnswerRound) {
+    struct Controller : Core::RefCounted<Core::IProgressController> {
+        bool goOn = true;
+        std::vector<std::pair<double, std::string>> reports;
+        bool SetProgress(double done, std::string const& stage) override {
+            reports.emplace_back(done, stage);
+            return goOn;
+        }
+    };
+    auto const controller = MakeSP<Controller>();
+    Core::ProgressControllerStages stages;
+    stages.SetProgressController(controller);
+    stages.Init({2, 2});
+    EXPECT_TRUE(MediatorInitStage(stages, 1, "second"));
+    EXPECT_EQ(MediatorInc(stages), 0);
+    controller->goOn = false;
+    EXPECT_EQ(MediatorInc(stages), 1);
+    EXPECT_FALSE(MediatorInitStage(stages, 0, "first"));
+    using Reports = decltype(controller->reports);
+    EXPECT_EQ(controller->reports,
+              (Reports{{0.5, "second"}, {0.75, "second"}, {1.0, "second"}, {0.0, "first"}}));
+}
+
+} // namespace
+} // namespace Tarsel::Test

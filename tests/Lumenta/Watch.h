@@ -1,0 +1,77 @@
+#pragma once
+
+#include "Core/Exception.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <glog/logging.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What happened inside, for tests: exceptions taken apart, log lines, graphs that were made.
+namespace Tarsel::Test {
+
+/// All that an exception carries.
+struct Failure {
+    std::string text;
+    std::string file;
+    std::string function;
+    bool hasStack = false;
+    std::optional<int> ffmpegError;
+    std::optional<int> code;
+    std::string filter;
+    std::string detail;
+};
+
+Failure Describe(boost::exception const& exception);
+
+/// The E that `work` throws; an empty failure and a failed test when it throws none.
+template <class E = Proc::EffectException, class Work>
+Failure Catch(Work&& work) {
+    try {
+        work();
+    } catch (E const& exception) {
+        return Describe(dynamic_cast<boost::exception const&>(exception));
+    }
+    ADD_FAILURE() << "nothing was thrown";
+    return {};
+}
+
+/// Verbose log lines while it lives.
+class LogWatch : public google::LogSink {
+public:
+    explicit LogWatch(int verbosity);
+    ~LogWatch() override;
+
+    using google::LogSink::send;
+    void send(google::LogSeverity, char const*, char const* file, int, google::LogMessageTime const&,
+              char const* message, std::size_t length) override;
+
+    /// "<file>: <text>", and forgets them.
+    std::vector<std::string> Take() { return std::exchange(m_lines, {}); }
+
+private:
+    int const m_before = FLAGS_v;
+    std::vector<std::string> m_lines;
+};
+
+/// While it lives, FFmpeg's messages go nowhere but into a count of the graphs this thread makes.
+class FFmpegWatch {
+public:
+    FFmpegWatch();
+    ~FFmpegWatch();
+    static int GetGraphs() noexcept;
+};
+
+/// How many filter graphs `work` makes.
+template <class Work>
+int CountGraphs(Work&& work) {
+    FFmpegWatch const watch;
+    work();
+    return FFmpegWatch::GetGraphs();
+}
+
+} // namespace Tarsel::Test

@@ -1,0 +1,310 @@
+#include "Conf/FormatCodecVideo.h"
+#include "Frames.h"
+#include "Probe.h"
+#include "Proc/Effects/Lumenta/FormatCache.h"
+#include "Watch.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <climits>
+#include <functional>
+#include <future>
+#include <thread>
+
+extern "C" {
+#include <libavutil/mem.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using Conf::PixFmt;
+using Proc::IDataVideo;
+using Calls = std::vector<std::string>;
+
+SP<Probe> MakeProbe(std::string const& text, int step = 1) {
+    auto effect = MakeSP<Probe>();
+    effect->SetSettings(Proc::SettingsEffectTranspose(step));
+    ProbeActions::Prepare(text);
+    return effect;
+}
+
+SP<Conf::IFormatCodecVideo> MakeCodec(PixFmt format = PixFmt::YUV420P) {
+    return MakeSP<Conf::FormatCodecVideo>(format, s_small);
+}
+
+TEST(Wrapper, BuildsOnlyWhenItHasTo) {
+    auto const effect = MakeProbe("vflip");
+    LogWatch log(31);
+    auto const builds = [&](PixFmt format, Conf::FrameInfo const& info) {
+        SP<IDataVideo> data = MakeFrame(format, info);
+        effect->Process(data);
+        EXPECT_NE(data, nullptr);
+        return log.Take().size();
+    };
+    auto const set = [&](Proc::Settings const& settings) { effect->SetSettings(settings); };
+
+    EXPECT_EQ(builds(PixFmt::YUV420P, s_small), 1U);
+    EXPECT_EQ(builds(PixFmt::YUV420P, s_small), 0U);
+    for (Conf::FrameInfo const& other :
+         {Conf::FrameInfo{66, 48, 1, 1}, {66, 50, 1, 1}, {66, 50, 4, 1}, {66, 50, 4, 3}}) {
+        EXPECT_EQ(builds(PixFmt::YUV420P, other), 1U);
+        EXPECT_EQ(builds(PixFmt::YUV420P, other), 0U);
+    }
+    EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 1U);
+    set(Proc::SettingsEffectTranspose(1));
+    EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 0U);
+    set(Proc::SettingsEffectTranspose(2));
+    EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 1U);
+    effect->Reset();
+    EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 1U);
+    auto codec = MakeCodec();
+    effect->UpdateFormatCodec(codec);
+    EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 0U);
+    set(Proc::SettingsEffectTranspose(0));
+    EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 0U);
+
+    EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 15);
+    effect->SetSettings(Core::Property("any"));
+    EXPECT_EQ(static_cast<Proc::SettingsEffectTranspose const&>(effect->GetSettingsBase()).step, 3);
+}
+
+TEST(Wrapper, LogsAtItsLevelOnly) {
+    auto const effect = MakeProbe("vflip");
+    LogWatch log(30);
+    SP<IDataVideo> data = MakeFrame();
+    effect->Process(data);
+    EXPECT_EQ(log.Take(), Calls{});
+}
+
+TEST(Wrapper, ResetsThroughTheVirtualTable) {
+    struct Counting : Probe {
+        int resets = 0;
+        void Reset() override {
+            ++resets;
+            Probe::Reset();
+        }
+    };
+    ProbeActions::Prepare("vflip");
+    auto const effect = MakeSP<Counting>();
+    effect->SetSettings(Proc::SettingsEffectTranspose(1));
+    EXPECT_EQ(effect->resets, 1);
+    for (int i = 0; i < 2; ++i) {
+        SP<IDataVideo> data = MakeFrame();
+        effect->Process(data);
+        EXPECT_EQ(effect->resets, 2);
+    }
+}
+
+TEST(Wrapper, CallsHooksInOrder) {
+    auto const effect = MakeProbe("framerate=fps=50");
+    SP<IDataVideo> data;
+    effect->Process(data);
+    EXPECT_EQ(ProbeActions::s_calls, Calls{});
+    Calls expected{"GetFFString", "CheckFormat", "CheckFrame", "PostProcess of null",
+                   "CheckFrame",  "PostProcess", "PostProcess"};
+    for (std::int64_t time : {0, 40000}) {
+        data = MakeFrame(PixFmt::YUV420P, s_small, time);
+        effect->Process(data);
+    }
+    data = nullptr;
+    effect->Process(data);
+    EXPECT_EQ(data->GetTime(), 20000);
+    EXPECT_EQ(ProbeActions::s_calls, expected);
+    EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 2);
+}
+
+TEST(Wrapper, AsksAGraphForAFormatOnce) {
+    auto const effect = MakeProbe("format=rgb24,null");
+    auto const ask = [&](Probe& probe, PixFmt expected) {
+        auto codec = MakeCodec();
+        int const graphs = CountGraphs([&] { probe.UpdateFormatCodec(codec); });
+        EXPECT_EQ(codec->GetPixelFormat(), expected);
+        return graphs;
+    };
+    EXPECT_EQ(ask(*effect, PixFmt::RGB24), 1);
+    EXPECT_EQ(ProbeActions::s_calls, (Calls{"GetFFString", "CheckFormat"}));
+    EXPECT_EQ(Proc::GetVideoFormatCache().Find("transpose yuv420p format=rgb24,null"), PixFmt::RGB24);
+
+    auto const other = MakeProbe("format=rgb24,null", 2);
+    EXPECT_EQ(ask(*other, PixFmt::RGB24), 0);
+    EXPECT_EQ(ProbeActions::s_calls, (Calls{"GetFFString", "PostUpdate"}));
+
+    // A stored "none" is no answer, anything else is believed.
+    Proc::GetVideoFormatCache().Store("transpose yuv420p format=rgb24,null", PixFmt::None);
+    EXPECT_EQ(ask(*other, PixFmt::RGB24), 1);
+    Proc::GetVideoFormatCache().Store("transpose yuv420p format=rgb24,null", PixFmt::GRAY8);
+    EXPECT_EQ(ask(*other, PixFmt::GRAY8), 0);
+
+    // The first answer comes with the graph's geometry, the second without.
+    auto const turned = MakeProbe("transpose,format=rgb24");
+    for (std::uint32_t width : {48U, 64U}) {
+        auto codec = MakeCodec();
+        turned->UpdateFormatCodec(codec);
+        EXPECT_EQ(codec->GetFrameInfo().width, width);
+    }
+    auto const empty = MakeProbe("format=rgb24,vflip", 0);
+    EXPECT_EQ(ask(*empty, PixFmt::YUV420P), 0);
+    EXPECT_EQ(ProbeActions::s_calls, Calls{});
+}
+
+TEST(Wrapper, AsksTheGraphOfThatFormatOnly) {
+    auto const effect = MakeProbe("hflip,null");
+    SP<IDataVideo> data = MakeFrame(PixFmt::YUV420P);
+    effect->Process(data);
+    for (auto const& [format, graphs] : {std::pair{PixFmt::YUV420P, 0}, {PixFmt::YUV444P, 1}}) {
+        auto codec = MakeCodec(format);
+        EXPECT_EQ(CountGraphs([&] { effect->UpdateFormatCodec(codec); }), graphs);
+        EXPECT_EQ(codec->GetPixelFormat(), format);
+    }
+    ProbeActions::s_text = "hflip,format=gray"; // as if the text hung on more than the settings
+    auto codec = MakeCodec();
+    EXPECT_EQ(CountGraphs([&] { effect->UpdateFormatCodec(codec); }), 1);
+    EXPECT_EQ(codec->GetPixelFormat(), PixFmt::GRAY8);
+}
+
+TEST(Wrapper, FreesItsLockOnEveryThrow) {
+    auto const process = [](Probe& effect) {
+        SP<IDataVideo> data = MakeFrame();
+        effect.Process(data);
+    };
+    auto const feed = [](Probe& effect) { effect.Feed(MakeFrame()); };
+    auto const update = [](Probe& effect) {
+        auto codec = MakeCodec();
+        effect.UpdateFormatCodec(codec);
+    };
+    auto const statistic = [](Probe& effect) { effect.GetStatistic(); };
+    struct Case {
+        char const* text;
+        std::string hook;
+        std::function<void(Probe&)> call;
+    };
+    std::string const cached = "hflip,copy";
+    auto const warm = MakeProbe(cached);
+    update(*warm);
+    FFmpegWatch const quiet;
+    for (Case const& bad :
+         {Case{"vflip", "GetFFString", process}, Case{"vflip", "CheckFormat", process},
+          Case{"vflip", "CheckFrame", process}, Case{"vflip", "PostProcess", process},
+          Case{"no such filter", "", process}, Case{"vflip", "GetFFString", feed},
+          Case{"vflip", "CheckFrame", feed}, Case{"vflip", "PostProcess", feed},
+          Case{"vflip,copy", "CheckFormat", update}, Case{cached.c_str(), "PostUpdate", update},
+          Case{"vflip", "GetFFString", statistic}, Case{"no such filter", "", update}}) {
+        auto const effect = MakeProbe(bad.text);
+        ProbeActions::s_throwing = bad.hook;
+        if (bad.hook.empty())
+            EXPECT_EQ(Catch([&] { bad.call(*effect); }).filter, bad.text);
+        else
+            EXPECT_EQ(Catch<std::logic_error>([&] { bad.call(*effect); }).text, bad.hook);
+        ProbeActions::Prepare("vflip");
+        std::promise<void> done;
+        std::thread([&done, effect, process] {
+            process(*effect);
+            done.set_value();
+        }).detach();
+        ASSERT_EQ(done.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready)
+            << bad.hook;
+    }
+}
+
+TEST(Wrapper, TakesSettingsOfItsVeryClassOnly) {
+    struct Derived : Proc::SettingsEffectTranspose {};
+    auto const effect = MakeProbe("vflip");
+    EXPECT_THROW(effect->SetSettings(static_cast<Proc::Settings const&>(Derived())), std::bad_cast);
+    EXPECT_THROW(effect->SetSettings(Proc::SettingsEffectFlip()), std::bad_cast);
+}
+
+TEST(Wrapper, RecoversFromAFailedGraph) {
+    auto const effect = MakeProbe("hflip");
+    FFmpegWatch const quiet;
+    auto const fail = [](auto const& work) {
+        av_max_alloc(2000);
+        EXPECT_EQ(Catch(work).code, 35);
+        av_max_alloc(INT_MAX);
+    };
+    SP<IDataVideo> data = MakeFrame();
+    fail([&] { effect->Process(data); });
+    effect->Process(data);
+    EXPECT_NE(data, nullptr);
+    effect->Reset();
+    effect->Feed(MakeFrame());
+    data = MakeFrame(PixFmt::YUV420P, {320, 240, 1, 1});
+    fail([&] { effect->Feed(data); });
+    effect->Feed(data);
+    EXPECT_NE(effect->Take(), nullptr);
+    EXPECT_NE(effect->Take(), nullptr);
+    EXPECT_EQ(effect->Take(), nullptr);
+}
+
+/// The stream of one effect; frames are known by their times, settings by the step the hook leaves.
+struct Stream : testing::Test {
+    SP<Probe> const effect = MakeProbe("yadif=mode=0:deint=%");
+    using Out = std::vector<std::pair<std::int64_t, std::intptr_t>>;
+
+    void Feed(std::int64_t index, PixFmt format = PixFmt::YUV420P) {
+        effect->Feed(MakeFrame(format, s_small, index * 40000));
+    }
+    void Set(int step) { effect->SetSettings(Proc::SettingsEffectTranspose(step)); }
+    Out Take() {
+        Out out;
+        while (SP<IDataVideo> data = effect->Take())
+            out.emplace_back(data->GetTime() / 40000,
+                             reinterpret_cast<std::intptr_t>(data->GetAVFrame()->opaque));
+        return out;
+    }
+};
+
+TEST_F(Stream, StartsAfreshAfterItsEnd) {
+    effect->End();
+    EXPECT_EQ(Take(), Out{});
+    for (int run = 0; run < 2; ++run) {
+        for (int i = 0; i < 3; ++i)
+            Feed(i);
+        EXPECT_EQ(Take(), (Out{{0, 1}, {1, 1}}));
+        effect->End();
+        EXPECT_EQ(Take(), (Out{{2, 1}}));
+        EXPECT_EQ(effect->Take(), nullptr);
+    }
+    EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 6);
+    EXPECT_EQ(Catch([&] { effect->Feed({}); }).text, "A null frame cannot be fed");
+}
+
+TEST_F(Stream, BringsOutTheOldBeforeTheNew) {
+    Feed(0);
+    Feed(1, PixFmt::YUV444P);
+    Feed(2, PixFmt::YUV444P);
+    Set(0); // frames pass untouched
+    Feed(3);
+    Set(1);
+    Set(1);
+    Feed(4);
+    effect->End();
+    EXPECT_EQ(Take(), (Out{{0, 1}, {1, 1}, {2, 1}, {3, 0}, {4, 1}}));
+}
+
+TEST_F(Stream, ResetDropsAll) {
+    Feed(0);
+    Feed(1);
+    effect->Reset();
+    EXPECT_EQ(Take(), Out{});
+    effect->End();
+    EXPECT_EQ(Take(), Out{});
+}
+
+TEST_F(Stream, LosesOnlyTheFrameThatFails) {
+    Feed(0);
+    Feed(1);
+    FFmpegWatch const quiet;
+    SP<IDataVideo> const small = MakeFrame(PixFmt::YUV420P, {32, 32, 1, 1});
+    EXPECT_THROW(effect->Feed(MakeSP<Proc::DataVideoFF>(*small->GetAVFrame(), s_small)),
+                 Proc::EffectException);
+    ProbeActions::s_text = "no such filter";
+    EXPECT_THROW(Feed(2, PixFmt::YUV444P), Proc::EffectException);
+    ProbeActions::s_text = "vflip";
+    Feed(3, PixFmt::YUV444P);
+    EXPECT_EQ(Take(), (Out{{0, 1}, {1, 1}, {3, 1}}));
+}
+
+} // namespace
+} // namespace Tarsel::Test
