@@ -16,8 +16,8 @@ struct EffectStep {
 
 /// Reads "CLASS-ID key=value key=value". Blanks separate; a value with blanks in it stands in single or
 /// double quotes, or has '\' before each blank. SettingsException: an unknown class (the description names
-/// the nearest known one), a word without '=', a repeated key, or whatever Settings::Deserialize refuses. Any
-/// thread.
+/// the nearest known one), a word without '=', a repeated key, whatever Settings::Deserialize refuses, or a
+/// text for FFmpeg that would change the meaning of the filter's text (the character is named). Any thread.
 TARSEL_API EffectStep ParseEffectStep(std::string const& text);
 
 } // namespace Tarsel::Host

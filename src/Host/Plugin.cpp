@@ -1,0 +1,88 @@
+#include "Host/Plugin.h"
+
+#include "Core/Files.h"
+#include "Core/Text.h"
+#include "Core/Throw.h"
+
+#include <fmt/format.h>
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <string_view>
+#include <vector>
+
+namespace Tarsel::Host {
+
+namespace {
+
+constexpr char const* g_entryPoint = "Registrator";
+constexpr char const* g_pathVariable = "TARSEL_PLUGIN_PATH";
+
+/// What the loader says of the last failure of this thread.
+std::string TakeLoaderError() {
+    char const* const text = dlerror();
+    return text != nullptr ? text : "unknown error";
+}
+
+/// The folder of the library that this code is part of.
+std::filesystem::path GetOwnFolder() {
+    Dl_info info{};
+    if (dladdr(&g_entryPoint, &info) == 0 || info.dli_fname == nullptr)
+        return ".";
+    return std::filesystem::absolute(info.dli_fname).parent_path();
+}
+
+std::vector<std::filesystem::path> GetPluginFolders() {
+    std::vector<std::filesystem::path> folders;
+    char const* const variable = std::getenv(g_pathVariable);
+    for (std::string_view rest = variable != nullptr ? variable : ""; !rest.empty();) {
+        std::size_t const end = std::min(rest.find(':'), rest.size());
+        if (end > 0)
+            folders.emplace_back(rest.substr(0, end));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    std::filesystem::path const own = GetOwnFolder();
+    folders.push_back(own);
+    folders.push_back(own / "tarsel");
+    return folders;
+}
+
+} // namespace
+
+PluginException::~PluginException() noexcept = default;
+
+Plugin::Plugin(std::filesystem::path const& library) {
+    constexpr Core::Site site{"Host/Plugin", "Tarsel::Host::Plugin::Plugin(const std::filesystem::path &)"};
+    // A name without a folder means the file in the current one, not one that the loader searches for.
+    void* const handle = dlopen(std::filesystem::absolute(library).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr)
+        Core::Throw<PluginException>(
+            site, fmt::format("Cannot open plug-in \"{}\": {}", library.string(), TakeLoaderError()));
+    // The handle is never closed: see the class.
+    m_registrator = reinterpret_cast<RegistratorFunction>(dlsym(handle, g_entryPoint));
+    if (m_registrator == nullptr)
+        Core::Throw<PluginException>(
+            site, fmt::format("\"{}\" is no plug-in: {}", library.string(), TakeLoaderError()));
+}
+
+void Plugin::Register(Proc::IEffectRegistrar& registrar) const {
+    // The result tells of the last registration only and carries no meaning.
+    (void)m_registrator(registrar);
+}
+
+std::filesystem::path Plugin::Find(std::string const& name) {
+    std::vector<std::filesystem::path> candidates = GetPluginFolders();
+    for (std::filesystem::path& candidate : candidates) {
+        candidate /= "lib" + name + ".so";
+        if (Core::FileExists(candidate))
+            return candidate;
+    }
+    Core::Throw<PluginException>(
+        {"Host/Plugin", "static std::filesystem::path Tarsel::Host::Plugin::Find(const std::string &)"},
+        fmt::format("No plug-in \"{}\" was found; looked for {} (more folders: {})", name,
+                    Core::Utils::ToString(candidates, ", ", [](auto const& path) { return path.string(); }),
+                    g_pathVariable));
+}
+
+} // namespace Tarsel::Host

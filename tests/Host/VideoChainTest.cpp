@@ -1,0 +1,287 @@
+#include "Host/VideoChain.h"
+
+#include "Conf/FormatCodecVideo.h"
+#include "Core/Throw.h"
+#include "Host/Doubles.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <gmock/gmock.h>
+
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace Tarsel;
+using namespace Tarsel::HostTest;
+using testing::ElementsAre;
+
+namespace {
+
+/// Holds `count` frames back.
+Work HoldBack(std::size_t count) {
+    return [count, held = Frames()](SP<Proc::IDataVideo> const& frame, Frames& ready) mutable {
+        if (frame)
+            held.push_back(frame);
+        while (held.size() > (frame ? count : 0)) {
+            ready.push_back(held.front());
+            held.pop_front();
+        }
+    };
+}
+
+/// Each frame, and another a half later.
+void Double(SP<Proc::IDataVideo> const& frame, Frames& ready) {
+    if (!frame)
+        return;
+    ready.push_back(frame);
+    ready.push_back(MakeFrame(frame->GetTime() + 500));
+}
+
+/// Every second frame is dropped.
+Work Drop() {
+    return [keep = false](SP<Proc::IDataVideo> const& frame, Frames& ready) mutable {
+        keep = frame && !keep;
+        if (keep)
+            ready.push_back(frame);
+    };
+}
+
+enum class By { Process, Stream };
+
+SP<Proc::IOneInputEffectVideo> Make(By by, Work work, std::string name = "double") {
+    if (by == By::Process)
+        return MakeSP<ProcessEffect>(std::move(name), std::move(work));
+    return MakeSP<StreamEffect>(std::move(name), std::move(work));
+}
+
+void TakeAll(Host::VideoChain& chain, std::vector<std::int64_t>& times) {
+    while (auto const frame = chain.Take())
+        times.push_back(frame->GetTime());
+}
+
+/// The times of what a stream of `count` frames, at 0, 1000, 2000..., becomes.
+std::vector<std::int64_t> RunThrough(Host::VideoChain& chain, int count) {
+    std::vector<std::int64_t> times;
+    for (int i = 0; i < count; ++i) {
+        SP<Proc::IDataVideo> const frame = MakeFrame(i * 1000);
+        chain.Feed(frame);
+        TakeAll(chain, times);
+    }
+    chain.End();
+    TakeAll(chain, times);
+    return times;
+}
+
+class VideoChainBy : public testing::TestWithParam<By> {};
+
+INSTANTIATE_TEST_SUITE_P(Effects, VideoChainBy, testing::Values(By::Process, By::Stream),
+                         [](auto const& each) { return each.param == By::Process ? "Process" : "Stream"; });
+
+TEST_P(VideoChainBy, LosesNothingAndStartsAfresh) {
+    struct Case {
+        char const* name;
+        std::vector<Work> steps;
+        std::vector<std::int64_t> times;
+    };
+    Case const cases[] = {
+        {"held back", {HoldBack(2)}, {0, 1000, 2000}},
+        {"held back twice", {HoldBack(1), HoldBack(3)}, {0, 1000, 2000}},
+        {"held back to the end", {HoldBack(9)}, {0, 1000, 2000}},
+        {"doubled", {Double}, {0, 500, 1000, 1500, 2000, 2500}},
+        {"dropped", {Drop()}, {0, 2000}},
+        {"all", {HoldBack(1), Double, Drop(), HoldBack(2)}, {0, 1000, 2000}},
+    };
+    for (Case const& each : cases) {
+        SCOPED_TRACE(each.name);
+        Host::VideoChain chain;
+        for (Work const& work : each.steps)
+            chain.Append(Make(GetParam(), work));
+        EXPECT_EQ(RunThrough(chain, 3), each.times);
+        EXPECT_EQ(RunThrough(chain, 3), each.times); // the next stream, after the end of the first
+        EXPECT_THAT(RunThrough(chain, 0), ElementsAre());
+    }
+}
+
+TEST_P(VideoChainBy, KeepsNoFrame) {
+    Host::VideoChain chain;
+    chain.Append(Make(GetParam(), HoldBack(1)));
+    chain.Append(Make(GetParam(), HoldBack(0)));
+    std::vector<SP<Proc::IDataVideo>> frames;
+    for (int i = 0; i < 4; ++i) {
+        frames.push_back(MakeFrame(i));
+        chain.Feed(frames.back());
+        EXPECT_EQ(chain.Take() != nullptr, i > 0);
+        for (int k = 0; k < i; ++k)
+            EXPECT_EQ(frames[static_cast<std::size_t>(k)]->GetRefCount(), 1) << "frame " << k << " of " << i;
+    }
+    chain.End();
+    EXPECT_EQ(chain.Take(), frames[3]);
+    EXPECT_EQ(chain.Take(), nullptr);
+    EXPECT_EQ(frames[3]->GetRefCount(), 1);
+}
+
+TEST(VideoChain, MixesBothWays) {
+    Host::VideoChain chain;
+    chain.Append(Make(By::Stream, Double));
+    chain.Append(Make(By::Process, HoldBack(3)));
+    chain.Append(Make(By::Stream, Drop()));
+    EXPECT_THAT(RunThrough(chain, 4), ElementsAre(0, 1000, 2000, 3000));
+}
+
+TEST(VideoChain, WithoutStepsPassesFramesThrough) {
+    Host::VideoChain chain;
+    EXPECT_TRUE(chain.IsEmpty());
+    SP<Proc::IDataVideo> const frame = MakeFrame(7);
+    chain.Feed(frame);
+    EXPECT_EQ(chain.Take(), frame);
+    EXPECT_EQ(chain.Take(), nullptr);
+    chain.End();
+    EXPECT_EQ(chain.Take(), nullptr);
+}
+
+class SpecialException : public Proc::EffectException {};
+
+/// Fails at every operation a chain asks for.
+class Broken : public Effect {
+public:
+    explicit Broken(std::function<void()> fail) : Effect("broken"), m_fail(std::move(fail)) {}
+    void Process(SP<Proc::IDataVideo>&) override { m_fail(); }
+    void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>&) override { m_fail(); }
+    Core::Property GetStatistic() const override {
+        m_fail();
+        return Core::Property();
+    }
+
+private:
+    std::function<void()> m_fail;
+};
+
+class BrokenStream : public Broken, public Proc::IEffectStreamVideo {
+public:
+    using Broken::Broken;
+    void Feed(SP<Proc::IDataVideo> const&) override { Call(); }
+    SP<Proc::IDataVideo> Take() override { return {}; }
+    void End() override { Call(); }
+
+private:
+    void Call() {
+        SP<Proc::IDataVideo> none;
+        Process(none);
+    }
+};
+
+/// Every operation of a chain whose second step is `effect`, as far as they fail.
+void ForEachOperation(SP<Proc::IOneInputEffectVideo> const& effect,
+                      std::function<void(std::function<void()> const&)> const& check) {
+    Host::VideoChain chain;
+    chain.Append(MakeSP<Effect>("fine"));
+    chain.Append(effect);
+    SP<Conf::IFormatCodecVideo> format = MakeSP<Conf::FormatCodecVideo>();
+    check([&] { chain.Feed(MakeFrame(0)); });
+    check([&] { chain.End(); });
+    check([&] { chain.UpdateFormatCodec(format); });
+    check([&] { (void)chain.GetStatistics(); });
+}
+
+TEST(VideoChain, MarksExceptionsWithTheStepAndKeepsTheirType) {
+    auto const fail = [] {
+        Core::Throw<SpecialException>({"Room/Source", "void Fail()"}, "it broke", Proc::TagFFmpegError(-22));
+    };
+    auto const check = [](std::function<void()> const& operation) {
+        try {
+            operation();
+            ADD_FAILURE() << "nothing thrown";
+        } catch (SpecialException const& exception) {
+            std::string const* step = boost::get_error_info<Host::TagStep>(exception);
+            ASSERT_NE(step, nullptr);
+            EXPECT_EQ(*step, "step 2 (broken)");
+            EXPECT_STREQ(exception.what(), "it broke");
+            EXPECT_NE(boost::get_error_info<Proc::TagFFmpegError>(exception), nullptr);
+        }
+    };
+    ForEachOperation(MakeSP<Broken>(fail), check);
+    ForEachOperation(MakeSP<BrokenStream>(fail), check);
+
+    auto const failLogic = [] { Core::Throw<std::out_of_range>({"Room/Source", "void Fail()"}, "too far"); };
+    ForEachOperation(MakeSP<Broken>(failLogic), [](std::function<void()> const& operation) {
+        try {
+            operation();
+            ADD_FAILURE() << "nothing thrown";
+        } catch (std::out_of_range const& exception) {
+            std::string const* step = boost::get_error_info<Host::TagStep>(exception);
+            ASSERT_NE(step, nullptr);
+            EXPECT_EQ(*step, "step 2 (broken)");
+        }
+    });
+}
+
+TEST(VideoChain, LetsForeignExceptionsPassAsTheyAre) {
+    std::bad_alloc const* thrown = nullptr;
+    auto const fail = [&] {
+        try {
+            throw std::bad_alloc();
+        } catch (std::bad_alloc const& exception) {
+            thrown = &exception;
+            throw;
+        }
+    };
+    ForEachOperation(MakeSP<Broken>(fail), [&](std::function<void()> const& operation) {
+        try {
+            operation();
+            ADD_FAILURE() << "nothing thrown";
+        } catch (std::bad_alloc const& exception) {
+            EXPECT_EQ(&exception, thrown); // the very object, not a copy
+        }
+    });
+}
+
+TEST(VideoChain, GoesOnAfterAFailure) {
+    Host::VideoChain chain;
+    chain.Append(Make(By::Stream, Double));
+    chain.Append(Make(By::Stream, [](SP<Proc::IDataVideo> const& frame, Frames& ready) {
+        if (frame && frame->GetTime() == 1000)
+            Core::Throw<Proc::EffectException>({"Room/Source", "void Fail()"}, "not this one");
+        if (frame)
+            ready.push_back(frame);
+    }));
+    std::vector<std::int64_t> times;
+    chain.Feed(MakeFrame(0));
+    EXPECT_THROW(chain.Feed(MakeFrame(1000)), Proc::EffectException);
+    TakeAll(chain, times);
+    EXPECT_THAT(times, ElementsAre(0, 500)); // what was ready before is still there
+    chain.Feed(MakeFrame(2000));
+    chain.End();
+    TakeAll(chain, times);
+    EXPECT_THAT(times, ElementsAre(0, 500, 1500, 2000, 2500));
+}
+
+TEST(VideoChain, RefusesNull) {
+    Host::VideoChain chain;
+    EXPECT_THROW(chain.Append(nullptr), Proc::EffectException);
+    EXPECT_THROW(chain.Feed(nullptr), Proc::EffectException);
+    EXPECT_TRUE(chain.IsEmpty());
+}
+
+TEST(VideoChain, TakesFormatsAndStatisticsThroughAllSteps) {
+    struct Widen : Effect {
+        explicit Widen(std::string name) : Effect(std::move(name)) {}
+        void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) override {
+            Conf::FrameInfo const info = format->GetFrameInfo();
+            format->InitByPixelAspect(info.width * 2 + 1, info.height, info.aspectNum, info.aspectDen);
+        }
+        Core::Property GetStatistic() const override {
+            return Core::Property(GetSettingsBase().GetClassId());
+        }
+    };
+    Host::VideoChain chain;
+    chain.Append(MakeSP<Widen>("first"));
+    chain.Append(MakeSP<Widen>("second"));
+    SP<Conf::IFormatCodecVideo> format =
+        MakeSP<Conf::FormatCodecVideo>(Conf::PixFmt::GRAY8, Conf::FrameInfo{10, 2, 1, 1});
+    chain.UpdateFormatCodec(format);
+    EXPECT_EQ(format->GetFrameInfo().width, 43U);
+    EXPECT_THAT(chain.GetStatistics(), ElementsAre(Core::Property("first"), Core::Property("second")));
+}
+
+} // namespace
