@@ -1,0 +1,41 @@
+#include "Media/ClockJumps.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// Further ahead is a jump, not a gap.
+constexpr std::int64_t LONGEST_GAP = 10000000;
+/// Further back is a jump, not a rounded time.
+constexpr std::int64_t LARGEST_STEP_BACK = 100000;
+
+bool IsJump(std::int64_t expected, std::int64_t time) noexcept {
+    return time - expected > LONGEST_GAP || expected - time > LARGEST_STEP_BACK;
+}
+
+} // namespace
+
+std::int64_t ClockJumps::Correct(int index, std::int64_t decodingTime, std::int64_t duration) {
+    auto const slot = static_cast<std::size_t>(index);
+    if (slot >= m_streams.size())
+        m_streams.resize(slot + 1);
+    Stream& stream = m_streams[slot];
+    if (!stream.started)
+        stream = {true, m_offset, decodingTime + m_offset};
+
+    if (IsJump(stream.next, decodingTime + stream.offset)) {
+        if (IsJump(stream.next, decodingTime + m_offset)) {
+            m_offset = stream.next - decodingTime;
+            ++m_count;
+        }
+        stream.offset = m_offset;
+    }
+    std::int64_t const corrected = decodingTime + stream.offset;
+    stream.next = std::max(stream.next, corrected + duration);
+    return stream.offset;
+}
+
+} // namespace Tarsel::Media

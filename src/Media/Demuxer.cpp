@@ -1,0 +1,201 @@
+#include "Media/Demuxer.h"
+
+#include "Core/Throw.h"
+#include "Media/FFmpegRatio.h"
+#include "Media/FFmpegText.h"
+#include "Media/MediaExceptions.h"
+#include "Media/Stopped.h"
+#include "Media/TimeMap.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <fmt/format.h>
+
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/opt.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* FILE_NAME = "Media/Demuxer";
+/// After this many unreadable packets in a row the rest is given up.
+constexpr int MOST_DAMAGED_IN_A_ROW = 100;
+
+bool IsCover(AVStream const& stream) noexcept {
+    return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
+std::int64_t PixelCount(AVStream const& stream) noexcept {
+    return std::int64_t{stream.codecpar->width} * stream.codecpar->height;
+}
+
+} // namespace
+
+Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
+    : m_path(std::move(path)), m_stop(std::move(stop)) {
+    Open();
+    m_picture = FindPicture();
+    // Sound and picture would start at whatever the sender's clock said.
+    m_isBroadcast = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
+        m_clockStart = m_context->start_time;
+}
+
+Demuxer::~Demuxer() = default;
+
+int Demuxer::IsInterrupted(void* self) noexcept {
+    return static_cast<Demuxer*>(self)->m_stop.stop_requested() ? 1 : 0;
+}
+
+void Demuxer::Open() {
+    auto const check = [this](int error) {
+        if (m_stop.stop_requested())
+            throw Stopped();
+        if (error < 0)
+            Core::Throw<InputException>({FILE_NAME, "void Tarsel::Media::Demuxer::Open()"},
+                                        fmt::format("Cannot open {}: {}", Quote(m_path), GetErrorText(error)),
+                                        Proc::TagFFmpegError(error));
+    };
+    AVIOInterruptCB const interrupt{&Demuxer::IsInterrupted, this};
+    AVIOContext* file = nullptr;
+    int error = avio_open2(&file, ("file:" + m_path.string()).c_str(), AVIO_FLAG_READ, &interrupt, nullptr);
+    m_file.reset(file);
+    check(error);
+
+    UniqueFormat fresh(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
+    fresh->interrupt_callback = interrupt;
+    // The file is open, so that neither patterns in its name nor lists in its content lead anywhere else.
+    fresh->pb = m_file.get();
+    check(av_opt_set(fresh.get(), "protocol_whitelist", "file", 0));
+    AVFormatContext* context = fresh.release();
+    error = avformat_open_input(&context, m_path.c_str(), nullptr, nullptr); // frees the context on failure
+    m_context.reset(context);
+    check(error);
+    // Any text would do as "ANSI art".
+    check(std::string_view(m_context->iformat->name) == "tty" ? AVERROR_INVALIDDATA : 0);
+    check(avformat_find_stream_info(m_context.get(), nullptr));
+}
+
+int Demuxer::FindPicture() const {
+    auto const fail = [this](std::string const& reason) {
+        Core::Throw<InputException>({FILE_NAME, "int Tarsel::Media::Demuxer::FindPicture() const"},
+                                    fmt::format("{} {}", Quote(m_path), reason));
+    };
+    int const best = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (best < 0)
+        fail("has no picture stream");
+    int picture = best;
+    if (IsCover(*m_context->streams[best]))
+        for (int i = 0; i < static_cast<int>(m_context->nb_streams); ++i) {
+            AVStream const& stream = *m_context->streams[i];
+            if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO || IsCover(stream))
+                continue;
+            if (picture == best || PixelCount(stream) > PixelCount(*m_context->streams[picture]))
+                picture = i;
+        }
+    AVCodecID const codec = m_context->streams[picture]->codecpar->codec_id;
+    if (avcodec_find_decoder(codec) == nullptr)
+        fail(fmt::format("has pictures in the codec {}, which cannot be decoded here",
+                         avcodec_get_name(codec)));
+    return picture;
+}
+
+AVStream const& Demuxer::GetPicture() const noexcept {
+    return *m_context->streams[m_picture];
+}
+
+Ratio Demuxer::GetFrameRate() const noexcept {
+    AVStream const& stream = GetPicture();
+    return ChooseNominalRate(FromAV(stream.avg_frame_rate), FromAV(stream.r_frame_rate));
+}
+
+bool Demuxer::IsStill() const noexcept {
+    std::string_view const name = m_context->iformat->name;
+    return name.ends_with("_pipe") || name == "image2" || IsCover(GetPicture());
+}
+
+std::int64_t Demuxer::GetStart() const noexcept {
+    AVStream const& stream = GetPicture();
+    if (stream.start_time == AV_NOPTS_VALUE)
+        return 0;
+    return ToMicroseconds(stream.start_time, FromAV(stream.time_base)) - m_clockStart;
+}
+
+std::int64_t Demuxer::GetDuration() const noexcept {
+    AVStream const& stream = GetPicture();
+    if (stream.duration > 0)
+        return ToMicroseconds(stream.duration, FromAV(stream.time_base));
+    return m_context->duration > 0 ? m_context->duration : 0;
+}
+
+bool Demuxer::Read(AVPacket& packet) {
+    int damaged = 0;
+    for (;;) {
+        int const error = av_read_frame(m_context.get(), &packet);
+        if (m_stop.stop_requested())
+            throw Stopped();
+        if (error >= 0)
+            break;
+        if (error == AVERROR_EOF)
+            return false;
+        if (error != AVERROR_INVALIDDATA)
+            Core::Throw<InputException>(
+                {FILE_NAME, "bool Tarsel::Media::Demuxer::Read(AVPacket &)"},
+                fmt::format("Cannot read {} further: {}", Quote(m_path), GetErrorText(error)),
+                Proc::TagFFmpegError(error));
+        if (++damaged > MOST_DAMAGED_IN_A_ROW) {
+            m_brokeOff = true;
+            return false;
+        }
+        ++m_damaged;
+    }
+    if ((packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && packet.stream_index != m_picture)
+        ++m_damaged;
+    if (m_isBroadcast)
+        CorrectTimes(packet);
+    return true;
+}
+
+void Demuxer::CorrectTimes(AVPacket& packet) {
+    AVStream const& stream = *m_context->streams[packet.stream_index];
+    Ratio const timeBase = FromAV(stream.time_base);
+    AVMediaType const type = stream.codecpar->codec_type;
+    std::int64_t const time = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+    bool const hasClock =
+        time != AV_NOPTS_VALUE && (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO);
+    std::int64_t const jump =
+        hasClock ? m_jumps.Correct(packet.stream_index, ToMicroseconds(time, timeBase) - m_clockStart,
+                                   ToMicroseconds(packet.duration, timeBase))
+                 : m_jumps.GetOffset();
+    std::int64_t const ticks = ToTicks(jump - m_clockStart, timeBase);
+    if (packet.pts != AV_NOPTS_VALUE)
+        packet.pts += ticks;
+    if (packet.dts != AV_NOPTS_VALUE)
+        packet.dts += ticks;
+}
+
+bool Demuxer::Seek(std::int64_t microseconds) {
+    m_jumps = ClockJumps();
+    std::int64_t const ticks = ToTicks(microseconds + m_clockStart, FromAV(GetPicture().time_base));
+    return av_seek_frame(m_context.get(), m_picture, ticks, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+std::vector<std::string> Demuxer::GetNotes() const {
+    std::vector<std::string> notes;
+    if (m_jumps.GetCount() > 0)
+        notes.push_back(fmt::format("{} closed: the input's clock is not continuous.",
+                                    CountText(m_jumps.GetCount(), "jump in time")));
+    if (m_damaged > 0)
+        notes.push_back(fmt::format("{} found in the input.", CountText(m_damaged, "damaged packet")));
+    if (m_brokeOff)
+        notes.emplace_back("The input breaks off: its end is unreadable.");
+    return notes;
+}
+
+} // namespace Tarsel::Media

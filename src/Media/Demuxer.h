@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Core/Ratio.h"
+#include "Media/ClockJumps.h"
+#include "Media/FFmpegOwners.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+struct AVStream;
+
+namespace Tarsel::Media {
+
+/// Reads the packets of a media file. One thread at a time.
+class Demuxer {
+public:
+    /// Opens the file and looks into it. InputException when it is no media file or has no picture stream;
+    /// Stopped.
+    Demuxer(std::filesystem::path path, std::stop_token stop);
+    ~Demuxer();
+
+    std::filesystem::path const& GetPath() const noexcept { return m_path; }
+    AVFormatContext const& GetContext() const noexcept { return *m_context; }
+    /// The stream that is worked on: the best video stream, a cover picture only where there is nothing else.
+    AVStream const& GetPicture() const noexcept;
+    /// Frames a second; 0/1 when not known.
+    Ratio GetFrameRate() const noexcept;
+    /// Whether the file is one still picture and no film.
+    bool IsStill() const noexcept;
+    /// Where the picture stream starts and how long it lasts, in microseconds; 0 when not known.
+    std::int64_t GetStart() const noexcept;
+    std::int64_t GetDuration() const noexcept;
+
+    /// The next packet of any stream; false at the end. Its times are in the stream's time base; broadcast
+    /// clocks, which start anywhere and jump, are made to start at 0 and go on. InputException when the file
+    /// cannot be read further; Stopped.
+    bool Read(AVPacket& packet);
+    /// Goes on at the last key frame of the picture stream not after the time, in microseconds; false when
+    /// the file cannot.
+    bool Seek(std::int64_t microseconds);
+
+    /// What the user should know of the reading, one sentence each.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    static int IsInterrupted(void* self) noexcept;
+    void Open();
+    int FindPicture() const;
+    void CorrectTimes(AVPacket& packet);
+
+    std::filesystem::path m_path;
+    std::stop_token m_stop;
+    UniqueFile m_file;
+    UniqueInput m_context;
+    int m_picture = -1;
+    /// Of a broadcast clock, in microseconds.
+    bool m_isBroadcast = false;
+    std::int64_t m_clockStart = 0;
+    ClockJumps m_jumps;
+    std::int64_t m_damaged = 0;
+    bool m_brokeOff = false;
+};
+
+} // namespace Tarsel::Media

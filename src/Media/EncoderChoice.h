@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct AVCodec;
+struct AVOutputFormat;
+
+namespace Tarsel::Media {
+
+/// What kind of file is written.
+struct Container {
+    AVOutputFormat const* format = nullptr;
+    /// One picture, and nothing else.
+    bool isStill = false;
+};
+
+/// Encoder options, key and value, in FFmpeg's words.
+using EncoderOptions = std::vector<std::pair<std::string, std::string>>;
+
+/// All of these may be called from any thread; codecs and containers belong to FFmpeg and live for ever.
+
+/// By the name's extension. OptionsException when that says nothing, or the container holds no pictures.
+Container ChooseContainer(std::filesystem::path const& output);
+
+/// The encoder of that name, or the usual one of the container for an empty name. OptionsException for a name
+/// that is none of an encoder for pictures in ordinary memory (near names are listed), or that the container
+/// cannot take.
+AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path const& output,
+                             std::string const& name);
+
+/// Whether the container takes streams of the codec, an AVCodecID.
+bool CanHold(Container const& container, std::filesystem::path const& output, int codec);
+
+/// Whether the container is of the family of QuickTime and MP4.
+bool IsMovFamily(AVOutputFormat const& format);
+
+/// What the encoder is told before the user's options: a quality that shows no loss to the eye. Settings of
+/// quality are left out where the user's options have their own.
+EncoderOptions ChooseDefaults(AVCodec const& encoder, EncoderOptions const& users);
+
+} // namespace Tarsel::Media

@@ -1,0 +1,153 @@
+#include "Media/EncoderPicture.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Core/Text.h"
+
+#include <algorithm>
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+using Conf::PixFmt;
+
+/// The formats that were made for full range alone, and those that mean the same with a range beside them.
+constexpr struct {
+    PixFmt full;
+    PixFmt plain;
+} FULL_RANGE_FORMATS[] = {
+    {PixFmt::YUVJ420P, PixFmt::YUV420P}, {PixFmt::YUVJ422P, PixFmt::YUV422P},
+    {PixFmt::YUVJ444P, PixFmt::YUV444P}, {PixFmt::YUVJ440P, PixFmt::YUV440P},
+    {PixFmt::YUVJ411P, PixFmt::YUV411P},
+};
+
+PixFmt ToPlain(PixFmt format) noexcept {
+    for (auto const& row : FULL_RANGE_FORMATS)
+        if (row.full == format)
+            return row.plain;
+    return format;
+}
+
+PixFmt ToFull(PixFmt format) noexcept {
+    for (auto const& row : FULL_RANGE_FORMATS)
+        if (row.plain == format)
+            return row.full;
+    return format;
+}
+
+bool Contains(std::vector<PixFmt> const& formats, PixFmt format) {
+    return std::find(formats.begin(), formats.end(), format) != formats.end();
+}
+
+bool HasWholeChroma(PixFmt format, std::uint32_t width, std::uint32_t height) {
+    auto const& description = Conf::PixFmtDescription::Find(format);
+    return width % (1U << description.GetChromaShiftX()) == 0 &&
+           height % (1U << description.GetChromaShiftY()) == 0;
+}
+
+/// The encoder's formats that pictures of this size can have and the scaler can make, "j" formats by their
+/// plain names.
+std::vector<PixFmt> ListCandidates(PixFmt format, std::uint32_t width, std::uint32_t height,
+                                   EncoderRules const& rules) {
+    std::vector<PixFmt> candidates;
+    for (PixFmt const listed : rules.formats) {
+        PixFmt const plain = ToPlain(listed);
+        bool const possible =
+            plain == format || sws_isSupportedOutput(static_cast<AVPixelFormat>(plain)) != 0;
+        if (possible && !Contains(candidates, plain) &&
+            (!rules.wantsWholeChroma || HasWholeChroma(plain, width, height)))
+            candidates.push_back(plain);
+    }
+    return candidates;
+}
+
+/// What YUV made from RGB is: the colours of HD, which players assume, and the usual range.
+constexpr Conf::ColorSpace MakeYuvFromRgb(Conf::ColorSpace const& rgb) noexcept {
+    return {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG,
+            rgb.primaries == AVCOL_PRI_UNSPECIFIED ? std::int32_t{AVCOL_PRI_BT709} : rgb.primaries};
+}
+
+bool IsRgb(PixFmt format) {
+    auto const& description = Conf::PixFmtDescription::Find(format);
+    return description.IsRgb() || (description.GetFlags() & Conf::PixFmtDescription::Palette) != 0;
+}
+
+/// The three names of BT.601's matrix are one.
+bool IsSameMatrix(std::int32_t a, std::int32_t b) noexcept {
+    auto const is601 = [](std::int32_t matrix) {
+        return matrix == AVCOL_SPC_UNSPECIFIED || matrix == AVCOL_SPC_BT470BG ||
+               matrix == AVCOL_SPC_SMPTE170M;
+    };
+    return a == b || (is601(a) && is601(b));
+}
+
+bool IsGray(PixFmt format) {
+    auto const name = Conf::PixFmtDescription::Find(format).GetName();
+    return name.starts_with("gray") || name.starts_with("ya");
+}
+
+} // namespace
+
+EncoderPicture ChoosePicture(PixFmt format, Conf::ColorSpace const& space, std::uint32_t width,
+                             std::uint32_t height, EncoderRules const& rules) {
+    PixFmt const from = ToPlain(format);
+    Conf::ColorSpace fromSpace = space;
+    if (from != format)
+        fromSpace.range = AVCOL_RANGE_JPEG;
+    EncoderPicture picture{from, fromSpace};
+
+    if (!rules.formats.empty()) {
+        std::vector<PixFmt> const candidates = ListCandidates(from, width, height, rules);
+        if (!Contains(candidates, from))
+            picture.format = Conf::FindBestPixelFormatOfList(candidates, from, true, &picture.loss);
+        if (picture.format == PixFmt::None)
+            return picture;
+    }
+
+    bool const toRgb = IsRgb(picture.format);
+    if (toRgb && !IsRgb(from))
+        picture.space = {AVCOL_SPC_RGB, AVCOL_RANGE_JPEG, fromSpace.primaries};
+    else if (!toRgb && IsRgb(from))
+        picture.space = MakeYuvFromRgb(fromSpace);
+    if (!toRgb && picture.space.matrix == AVCOL_SPC_RGB) // gray that came from RGB
+        picture.space.matrix = AVCOL_SPC_UNSPECIFIED;
+    if (!toRgb && rules.isJpeg)
+        picture.space = {AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG, picture.space.primaries};
+    else if (!toRgb && rules.isWebp)
+        picture.space = {AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG, picture.space.primaries};
+    else if (!toRgb && rules.losesRange && picture.space.range == AVCOL_RANGE_JPEG)
+        picture.space.range = AVCOL_RANGE_MPEG;
+
+    auto const& description = Conf::PixFmtDescription::Find(picture.format);
+    bool const sameRange =
+        Conf::PixFmtDescription::Find(from).IsFullRange(fromSpace) == description.IsFullRange(picture.space);
+    bool const sameMatrix = IsGray(from) || IsGray(picture.format) || IsRgb(from) || toRgb ||
+                            IsSameMatrix(fromSpace.matrix, picture.space.matrix);
+    picture.isConverted = picture.format != from || !sameRange || !sameMatrix;
+    if (!Contains(rules.formats, picture.format) && Contains(rules.formats, ToFull(picture.format)))
+        picture.format = ToFull(picture.format);
+    return picture;
+}
+
+std::string LossText(int loss) {
+    struct {
+        int bit;
+        std::string_view text;
+    } const table[] = {{FF_LOSS_ALPHA, "alpha"},
+                       {FF_LOSS_DEPTH, "depth"},
+                       {FF_LOSS_RESOLUTION, "chroma resolution"},
+                       {FF_LOSS_CHROMA, "colour"},
+                       {FF_LOSS_COLORQUANT, "colours beyond the palette"}};
+    std::vector<std::string_view> lost;
+    for (auto const& row : table)
+        if ((loss & row.bit) != 0)
+            lost.push_back(row.text);
+    return Core::Utils::ToString(lost, ", ", [](std::string_view text) { return text; });
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,174 @@
+#include "Media/EncoderSettings.h"
+
+#include "Core/Text.h"
+#include "Core/Throw.h"
+#include "Media/FFmpegOwners.h"
+#include "Media/FFmpegText.h"
+#include "Media/FFmpegVersions.h"
+#include "Media/MediaExceptions.h"
+#include "Media/NearNames.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/opt.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* FILE_NAME = "Media/EncoderSettings";
+
+/// Codecs whose streams say whether values use their full range.
+constexpr AVCodecID CODECS_WITH_RANGE[] = {AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_VP9,
+                                           AV_CODEC_ID_AV1};
+/// Codecs that know a constant frame rate only.
+constexpr AVCodecID CODECS_WITH_CONSTANT_RATE[] = {
+    AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_THEORA,    AV_CODEC_ID_H261,
+    AV_CODEC_ID_H263,       AV_CODEC_ID_H263P,      AV_CODEC_ID_MSMPEG4V2, AV_CODEC_ID_MSMPEG4V3,
+    AV_CODEC_ID_DVVIDEO,    AV_CODEC_ID_DNXHD,
+};
+
+template <class List>
+bool Contains(List const& list, AVCodecID codec) {
+    return std::find(std::begin(list), std::end(list), codec) != std::end(list);
+}
+
+/// Calls `visit` with each encoding option of the context and of the encoder itself.
+template <class Visit>
+void ForEachOption(AVCodecContext const& context, Visit const& visit) {
+    for (void const* object :
+         {static_cast<void const*>(&context), static_cast<void const*>(context.priv_data)}) {
+        if (object == nullptr || *static_cast<AVClass const* const*>(object) == nullptr)
+            continue;
+        AVOption const* option = nullptr;
+        while ((option = av_opt_next(object, option)) != nullptr)
+            if ((option->flags & AV_OPT_FLAG_ENCODING_PARAM) != 0)
+                visit(*option);
+    }
+}
+
+std::string ListOptionNames(AVCodecContext const& context, std::string_view unit,
+                            std::string_view separator) {
+    std::vector<std::string> names;
+    ForEachOption(context, [&](AVOption const& option) {
+        if (option.type == AV_OPT_TYPE_CONST && option.unit != nullptr && unit == option.unit)
+            names.emplace_back(option.name);
+    });
+    return Core::Utils::ToString(names, separator, [](std::string const& name) { return name; });
+}
+
+std::vector<std::string> ListOptions(AVCodecContext const& context) {
+    std::vector<std::string> names;
+    ForEachOption(context, [&](AVOption const& option) {
+        if (option.type != AV_OPT_TYPE_CONST)
+            names.emplace_back(option.name);
+    });
+    return names;
+}
+
+/// "; legal: 0 to 51", "; legal: a, b": what an option takes, as far as it can be told.
+std::string LegalText(AVCodecContext const& context, AVOption const& option) {
+    std::string names = option.unit != nullptr ? ListOptionNames(context, option.unit, ", ") : std::string();
+    bool const isNumber = option.type == AV_OPT_TYPE_INT || option.type == AV_OPT_TYPE_INT64 ||
+                          option.type == AV_OPT_TYPE_FLOAT || option.type == AV_OPT_TYPE_DOUBLE ||
+                          option.type == AV_OPT_TYPE_BOOL;
+    if (isNumber && names.empty())
+        return fmt::format("; legal: {} to {}", option.min, option.max);
+    return names.empty() ? names : "; legal: " + names;
+}
+
+UniqueCodecContext MakeContext(AVCodec const& encoder) {
+    return UniqueCodecContext(CheckAllocated(avcodec_alloc_context3(&encoder), "AVCodecContext"));
+}
+
+/// Opens the encoder for a small film of the usual kind.
+int TryOpen(AVCodec const& encoder, EncoderOptions const& options) {
+    UniqueCodecContext const context = MakeContext(encoder);
+    auto const formats = GetPixelFormats(encoder);
+    context->width = 256;
+    context->height = 256;
+    context->pix_fmt = formats.empty() ? AV_PIX_FMT_YUV420P : formats.front();
+    context->color_range = encoder.id == AV_CODEC_ID_MJPEG ? AVCOL_RANGE_JPEG : AVCOL_RANGE_UNSPECIFIED;
+    context->time_base = {1, 25};
+    context->framerate = {25, 1};
+    context->thread_count = 1;
+    ApplyEncoderOptions(*context, ChooseDefaults(encoder, options));
+    ApplyEncoderOptions(*context, options);
+    return avcodec_open2(context.get(), &encoder, nullptr);
+}
+
+} // namespace
+
+void ApplyEncoderOptions(AVCodecContext& context, EncoderOptions const& options) {
+    auto const fail = [&](std::string const& description, int error) {
+        Core::Throw<OptionsException>({FILE_NAME, "void Tarsel::Media::ApplyEncoderOptions(AVCodecContext &, "
+                                                  "const EncoderOptions &)"},
+                                      description, Proc::TagFFmpegError(error));
+    };
+    for (auto const& [key, value] : options) {
+        AVOption const* const option =
+            av_opt_find(&context, key.c_str(), nullptr, AV_OPT_FLAG_ENCODING_PARAM, AV_OPT_SEARCH_CHILDREN);
+        if (option == nullptr)
+            fail(fmt::format("The encoder \"{}\" has no option \"{}\"{}", context.codec->name, key,
+                             NearNamesText(key, ListOptions(context))),
+                 AVERROR_OPTION_NOT_FOUND);
+        int const error = av_opt_set(&context, key.c_str(), value.c_str(), AV_OPT_SEARCH_CHILDREN);
+        if (error < 0)
+            fail(fmt::format("The encoder \"{}\" cannot take {}={}: {}{}", context.codec->name, key, value,
+                             GetErrorText(error), LegalText(context, *option)),
+                 error);
+    }
+}
+
+void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options) {
+    UniqueCodecContext const context = MakeContext(encoder);
+    ApplyEncoderOptions(*context, options);
+    if (options.empty())
+        return;
+    int const error = TryOpen(encoder, options);
+    // An encoder that does not open for such a film anyway says nothing about the options.
+    if (error >= 0 || TryOpen(encoder, {}) < 0)
+        return;
+    Core::Throw<OptionsException>(
+        {FILE_NAME, "void Tarsel::Media::CheckEncoderOptions(const AVCodec &, const EncoderOptions &)"},
+        fmt::format("The encoder \"{}\" does not open with {}: {}", encoder.name,
+                    Core::Utils::ToString(
+                        options, " ", [](auto const& option) { return option.first + "=" + option.second; }),
+                    GetErrorText(error)),
+        Proc::TagFFmpegError(error));
+}
+
+EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& container) {
+    EncoderRules rules;
+    for (AVPixelFormat const format : GetPixelFormats(encoder))
+        rules.formats.push_back(static_cast<Conf::PixFmt>(format));
+    std::string_view const name = container.name;
+    bool const containerSaysRange = name == "matroska" || name == "webm" || name == "mp4";
+    rules.isJpeg = encoder.id == AV_CODEC_ID_MJPEG || encoder.id == AV_CODEC_ID_LJPEG;
+    rules.isWebp = encoder.id == AV_CODEC_ID_WEBP;
+    rules.losesRange = !containerSaysRange && !Contains(CODECS_WITH_RANGE, encoder.id);
+    rules.wantsWholeChroma = encoder.id == AV_CODEC_ID_H264 || encoder.id == AV_CODEC_ID_HEVC;
+    return rules;
+}
+
+Ratio ChooseEncoderTimeBase(int codec, Ratio wanted, Ratio frameRate) {
+    // MPEG-4 part 2 stores the number of ticks a second in 16 bits.
+    constexpr std::int64_t MOST_MPEG4_TICKS = 65535;
+    auto const id = static_cast<AVCodecID>(codec);
+    bool const wantedFits = !Contains(CODECS_WITH_CONSTANT_RATE, id) &&
+                            (id != AV_CODEC_ID_MPEG4 || wanted.denominator <= MOST_MPEG4_TICKS);
+    if (wantedFits)
+        return wanted;
+    bool const rateFits = frameRate.numerator > 0 && frameRate.numerator <= MOST_MPEG4_TICKS;
+    return rateFits ? Ratio{frameRate.denominator, frameRate.numerator} : Ratio{1, 25};
+}
+
+} // namespace Tarsel::Media

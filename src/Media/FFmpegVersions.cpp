@@ -1,0 +1,124 @@
+#include "Media/FFmpegVersions.h"
+
+#include "Media/FFmpegOwners.h"
+
+#include <algorithm>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/frame.h>
+#include <libavutil/mem.h>
+}
+
+namespace Tarsel::Media {
+
+// Since 6.1 a stream's side data belong to its codec parameters.
+#if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 15, 100)
+
+std::span<std::uint8_t const> GetSideData(AVStream const& stream, AVPacketSideDataType type) noexcept {
+    AVPacketSideData const* const found =
+        av_packet_side_data_get(stream.codecpar->coded_side_data, stream.codecpar->nb_coded_side_data, type);
+    return found != nullptr ? std::span<std::uint8_t const>(found->data, found->size)
+                            : std::span<std::uint8_t const>();
+}
+
+void SetSideData(AVStream& stream, AVPacketSideDataType type, std::span<std::uint8_t const> data) {
+    AVPacketSideData* const added =
+        CheckAllocated(av_packet_side_data_new(&stream.codecpar->coded_side_data,
+                                               &stream.codecpar->nb_coded_side_data, type, data.size(), 0),
+                       "stream side data");
+    std::copy(data.begin(), data.end(), added->data);
+}
+
+void RemoveSideData(AVStream& stream, AVPacketSideDataType type) {
+    av_packet_side_data_remove(stream.codecpar->coded_side_data, &stream.codecpar->nb_coded_side_data, type);
+}
+
+void CopySideData(AVStream const&, AVStream&) {}
+
+void CopySideData(AVCodecContext const&, AVStream&) {}
+
+#else
+
+std::span<std::uint8_t const> GetSideData(AVStream const& stream, AVPacketSideDataType type) noexcept {
+    std::size_t size = 0;
+    std::uint8_t const* const data = av_stream_get_side_data(&stream, type, &size);
+    return data != nullptr ? std::span(data, size) : std::span<std::uint8_t const>();
+}
+
+void SetSideData(AVStream& stream, AVPacketSideDataType type, std::span<std::uint8_t const> data) {
+    std::uint8_t* const added =
+        CheckAllocated(av_stream_new_side_data(&stream, type, data.size()), "stream side data");
+    std::copy(data.begin(), data.end(), added);
+}
+
+void RemoveSideData(AVStream& stream, AVPacketSideDataType type) {
+    for (int i = stream.nb_side_data - 1; i >= 0; --i)
+        if (stream.side_data[i].type == type) {
+            av_free(stream.side_data[i].data);
+            stream.side_data[i] = stream.side_data[--stream.nb_side_data];
+        }
+}
+
+void CopySideData(AVStream const& from, AVStream& to) {
+    for (int i = 0; i < from.nb_side_data; ++i)
+        SetSideData(to, from.side_data[i].type, {from.side_data[i].data, from.side_data[i].size});
+}
+
+void CopySideData(AVCodecContext const& from, AVStream& to) {
+    for (int i = 0; i < from.nb_coded_side_data; ++i)
+        SetSideData(to, from.coded_side_data[i].type,
+                    {from.coded_side_data[i].data, from.coded_side_data[i].size});
+}
+
+#endif
+
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
+
+std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder) {
+    void const* formats = nullptr;
+    int count = 0;
+    if (avcodec_get_supported_config(nullptr, &encoder, AV_CODEC_CONFIG_PIX_FORMAT, 0, &formats, &count) <
+            0 ||
+        formats == nullptr)
+        return {};
+    auto const* const first = static_cast<AVPixelFormat const*>(formats);
+    return {first, first + count};
+}
+
+#else
+
+std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder) {
+    std::vector<AVPixelFormat> formats;
+    for (AVPixelFormat const* format = encoder.pix_fmts; format != nullptr && *format != AV_PIX_FMT_NONE;
+         ++format)
+        formats.push_back(*format);
+    return formats;
+}
+
+#endif
+
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
+
+bool IsInterlaced(AVFrame const& frame) noexcept {
+    return (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
+}
+
+bool IsTopFieldFirst(AVFrame const& frame) noexcept {
+    return (frame.flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
+}
+
+#else
+
+bool IsInterlaced(AVFrame const& frame) noexcept {
+    return frame.interlaced_frame != 0;
+}
+
+bool IsTopFieldFirst(AVFrame const& frame) noexcept {
+    return frame.top_field_first != 0;
+}
+
+#endif
+
+} // namespace Tarsel::Media

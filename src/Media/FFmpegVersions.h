@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/packet.h>
+#include <libavutil/pixfmt.h>
+}
+
+struct AVCodec;
+struct AVCodecContext;
+struct AVFrame;
+struct AVStream;
+
+namespace Tarsel::Media {
+
+/// What differs between the FFmpeg releases supported (5.1 to 7.1), and nothing else.
+
+/// Side data of a whole stream; empty when there is none. Valid until the stream's side data change.
+std::span<std::uint8_t const> GetSideData(AVStream const& stream, AVPacketSideDataType type) noexcept;
+/// Adds side data to a stream, replacing those of the type. Any thread that owns the stream. MemoryException.
+void SetSideData(AVStream& stream, AVPacketSideDataType type, std::span<std::uint8_t const> data);
+void RemoveSideData(AVStream& stream, AVPacketSideDataType type);
+/// Adds all that avcodec_parameters_copy leaves out. MemoryException.
+void CopySideData(AVStream const& from, AVStream& to);
+/// Adds all that avcodec_parameters_from_context leaves out. MemoryException.
+void CopySideData(AVCodecContext const& from, AVStream& to);
+
+/// The pixel formats an encoder takes; empty when it does not say.
+std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder);
+
+bool IsInterlaced(AVFrame const& frame) noexcept;
+bool IsTopFieldFirst(AVFrame const& frame) noexcept;
+
+} // namespace Tarsel::Media

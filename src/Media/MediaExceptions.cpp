@@ -1,0 +1,10 @@
+#include "Media/MediaExceptions.h"
+
+namespace Tarsel::Media {
+
+InputException::~InputException() noexcept = default;
+OutputException::~OutputException() noexcept = default;
+OptionsException::~OptionsException() noexcept = default;
+InterruptedException::~InterruptedException() noexcept = default;
+
+} // namespace Tarsel::Media

@@ -1,0 +1,282 @@
+#include "Media/OutputStreams.h"
+
+#include "Core/Throw.h"
+#include "Media/EncoderChoice.h"
+#include "Media/FFmpegRatio.h"
+#include "Media/FFmpegText.h"
+#include "Media/FFmpegVersions.h"
+#include "Media/InputStreams.h"
+#include "Media/MediaExceptions.h"
+#include "Media/VideoEncoder.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/frame.h>
+#include <libavutil/mem.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// Which of the input's streams are wanted.
+using Selection = std::vector<bool>;
+
+bool HasKey(AVDictionary const* metadata, char const* key) {
+    return av_dict_get(metadata, key, nullptr, 0) != nullptr;
+}
+
+void CheckCopied(int error) {
+    if (error < 0)
+        ThrowNoMemory("metadata");
+}
+
+/// What described the input's own file format.
+void RemoveContainerKeys(AVDictionary** metadata) {
+    for (char const* key : {"major_brand", "minor_version", "compatible_brands"})
+        av_dict_set(metadata, key, nullptr, 0);
+}
+
+/// What described the pictures as they were encoded in the input.
+void RemoveEncodingKeys(AVDictionary** metadata, bool keepsAlpha) {
+    constexpr std::string_view STALE[] = {"encoder",          "rotate",          "BPS",        "DURATION",
+                                          "NUMBER_OF_FRAMES", "NUMBER_OF_BYTES", "_STATISTICS"};
+    std::vector<std::string> keys;
+    AVDictionaryEntry const* entry = nullptr;
+    while ((entry = av_dict_get(*metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
+        std::string_view const key = entry->key;
+        bool const isStale = std::any_of(std::begin(STALE), std::end(STALE),
+                                         [&](std::string_view stale) { return key.starts_with(stale); });
+        if (isStale || (key == "alpha_mode" && !keepsAlpha))
+            keys.emplace_back(key);
+    }
+    for (std::string const& key : keys)
+        av_dict_set(metadata, key.c_str(), nullptr, 0);
+}
+
+/// Light levels of HDR, from the pictures where the input's container had none.
+void CopyLightLevels(AVFrame const& frame, AVStream& to) {
+    struct {
+        AVFrameSideDataType frame;
+        AVPacketSideDataType stream;
+    } const types[] = {{AV_FRAME_DATA_MASTERING_DISPLAY_METADATA, AV_PKT_DATA_MASTERING_DISPLAY_METADATA},
+                       {AV_FRAME_DATA_CONTENT_LIGHT_LEVEL, AV_PKT_DATA_CONTENT_LIGHT_LEVEL}};
+    for (auto const& type : types)
+        if (AVFrameSideData const* const data = av_frame_get_side_data(&frame, type.frame))
+            SetSideData(to, type.stream, {data->data, data->size});
+}
+
+/// Side data of the input's picture stream that still hold for the pictures: all but the orientation, which
+/// has been dealt with, and what is part of the input's encoding.
+void CopyPictureSideData(AVStream const& from, AVStream& to) {
+    constexpr AVPacketSideDataType KEPT[] = {AV_PKT_DATA_STEREO3D, AV_PKT_DATA_SPHERICAL,
+                                             AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
+                                             AV_PKT_DATA_CONTENT_LIGHT_LEVEL};
+    for (AVPacketSideDataType const type : KEPT)
+        if (auto const data = GetSideData(from, type); !data.empty())
+            SetSideData(to, type, data);
+}
+
+/// Containers for a constant rate, which count in frames.
+bool CountsFrames(AVOutputFormat const& format) {
+    constexpr std::string_view NAMES[] = {"avi", "dv", "gxf", "mxf", "mxf_opatom", "ogg", "ogv"};
+    return std::find(std::begin(NAMES), std::end(NAMES), format.name) != std::end(NAMES);
+}
+
+void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutputFormat const& format,
+                     AVStream& to) {
+    AVCodecContext const& context = encoder.GetContext();
+    if (avcodec_parameters_from_context(to.codecpar, &context) < 0)
+        ThrowNoMemory("codec parameters");
+    CopySideData(context, to);
+    CopyPictureSideData(from, to);
+    CopyLightLevels(encoder.GetFirstFrame(), to);
+    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
+    AVPixFmtDescriptor const* const descriptor = av_pix_fmt_desc_get(context.pix_fmt);
+    RemoveEncodingKeys(&to.metadata,
+                       descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_ALPHA) != 0);
+    to.disposition = from.disposition;
+    bool const countsFrames = CountsFrames(format) && context.framerate.num > 0;
+    to.time_base = countsFrames ? av_inv_q(context.framerate) : ToAV(encoder.GetTimeBase());
+    to.sample_aspect_ratio = context.sample_aspect_ratio;
+    // A rate that was only measured over changing durations would be written as every picture's duration.
+    bool const isConstant =
+        from.r_frame_rate.num == 0 || AgreeOnRate(FromAV(from.avg_frame_rate), FromAV(from.r_frame_rate));
+    if (isConstant || countsFrames)
+        to.avg_frame_rate = context.framerate;
+}
+
+/// Matroska keeps covers as attachments; as picture streams they would play.
+void TurnCoverIntoAttachment(AVStream& stream, AVPacket const& cover) {
+    AVCodecParameters& parameters = *stream.codecpar;
+    bool const isPng = parameters.codec_id == AV_CODEC_ID_PNG;
+    auto const size = static_cast<std::size_t>(cover.size);
+    auto* const data = static_cast<std::uint8_t*>(
+        CheckAllocated(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE), "a cover picture"));
+    std::copy(cover.data, cover.data + size, data);
+    av_freep(&parameters.extradata);
+    parameters.extradata = data;
+    parameters.extradata_size = cover.size;
+    parameters.codec_type = AVMEDIA_TYPE_ATTACHMENT;
+    if (!HasKey(stream.metadata, "filename"))
+        av_dict_set(&stream.metadata, "filename", isPng ? "cover.png" : "cover.jpg", 0);
+    if (!HasKey(stream.metadata, "mimetype"))
+        av_dict_set(&stream.metadata, "mimetype", isPng ? "image/png" : "image/jpeg", 0);
+}
+
+/// The codec's tag stays where the container knows it; otherwise the muxer finds its own.
+void FitCodecTag(AVOutputFormat const& format, AVCodecParameters& parameters) {
+    if (format.codec_tag == nullptr)
+        return;
+    unsigned tag = 0;
+    bool const isKnown = av_codec_get_id(format.codec_tag, parameters.codec_tag) == parameters.codec_id ||
+                         av_codec_get_tag2(format.codec_tag, parameters.codec_id, &tag) == 0;
+    if (!isKnown)
+        parameters.codec_tag = 0;
+}
+
+void DescribeCopied(AVStream const& from, AVOutputFormat const& format, AVStream& to) {
+    CopyStream(from, to);
+    FitCodecTag(format, *to.codecpar);
+    bool const isCover = (from.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    if (isCover && from.attached_pic.data != nullptr && std::string_view(format.name) == "matroska")
+        TurnCoverIntoAttachment(to, from.attached_pic);
+}
+
+OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, VideoEncoder const* encoder,
+                    Selection const& selection) {
+    AVFormatContext const& from = *input.context;
+    OutputStreams result;
+    AVFormatContext* context = nullptr;
+    avformat_alloc_output_context2(&context, &format, nullptr, nullptr);
+    result.context.reset(CheckAllocated(context, "AVFormatContext"));
+    // Containers take more than their makers call finished (TrueHD in MP4): better kept than lost.
+    context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
+    CheckCopied(av_dict_copy(&context->metadata, from.metadata, 0));
+    RemoveContainerKeys(&context->metadata);
+    result.indexes.assign(from.nb_streams, -1);
+    bool const keepsIds = input.container == "mpegts" && std::string_view(format.name) == "mpegts";
+    for (unsigned i = 0; i < from.nb_streams; ++i) {
+        if (!selection[i])
+            continue;
+        AVStream const& source = *from.streams[i];
+        AVStream& stream = *CheckAllocated(avformat_new_stream(context, nullptr), "AVStream");
+        result.indexes[i] = stream.index;
+        if (encoder != nullptr && static_cast<int>(i) == input.picture)
+            DescribeEncoded(source, *encoder, format, stream);
+        else
+            DescribeCopied(source, format, stream);
+        stream.id = keepsIds ? source.id : 0;
+    }
+    CopyChapters(from, *context);
+    CopyPrograms(from, result.indexes, *context);
+    return result;
+}
+
+/// Whether the muxer takes these streams: it is the only one to know. Writes to memory.
+int TryHeader(AVOutputFormat const& format, InputStreams const& input, VideoEncoder const* encoder,
+              Selection const& selection) {
+    OutputStreams trial = Build(format, input, encoder, selection);
+    int error = avio_open_dyn_buf(&trial.context->pb);
+    if (error < 0)
+        ThrowNoMemory("a trial of the header");
+    error = WriteHeader(*trial.context, input);
+    std::uint8_t* written = nullptr;
+    avio_close_dyn_buf(trial.context->pb, &written);
+    trial.context->pb = nullptr;
+    av_free(written);
+    return error;
+}
+
+/// Streams that are no streams of their own: QuickTime's chapters and time code, which the muxer makes anew.
+bool IsMadeAnew(AVFormatContext const& input, AVStream const& stream, AVOutputFormat const& format) {
+    if (stream.discard == AVDISCARD_ALL)
+        return true;
+    bool const isTimeCode = stream.codecpar->codec_tag == MKTAG('t', 'm', 'c', 'd');
+    bool const isKnown =
+        HasKey(input.metadata, "timecode") ||
+        std::any_of(input.streams, input.streams + input.nb_streams, [](AVStream const* other) {
+            return other->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && HasKey(other->metadata, "timecode");
+        });
+    return isTimeCode && isKnown && IsMovFamily(format);
+}
+
+bool MayBeTaken(AVStream const& stream, AVOutputFormat const& format) {
+    AVCodecParameters const& parameters = *stream.codecpar;
+    // Attachments are files of any kind.
+    if (parameters.codec_type == AVMEDIA_TYPE_ATTACHMENT)
+        return std::string_view(format.name) == "matroska";
+    return parameters.codec_type != AVMEDIA_TYPE_UNKNOWN && parameters.codec_id != AV_CODEC_ID_NONE &&
+           avformat_query_codec(&format, parameters.codec_id, FF_COMPLIANCE_EXPERIMENTAL) != 0;
+}
+
+std::string LeftOutText(AVStream const& stream, AVOutputFormat const& format) {
+    char const* const kind = av_get_media_type_string(stream.codecpar->codec_type);
+    return fmt::format("Stream {} ({}, {}) was left out: the container {} cannot take it.", stream.index,
+                       kind != nullptr ? kind : "unknown", avcodec_get_name(stream.codecpar->codec_id),
+                       format.name);
+}
+
+/// All streams where the muxer takes them together, else each that it takes with those before.
+Selection Select(AVOutputFormat const& format, InputStreams const& input, VideoEncoder const* encoder) {
+    AVFormatContext const& from = *input.context;
+    auto const picture = static_cast<std::size_t>(input.picture);
+    Selection selection(from.nb_streams);
+    selection[picture] = true;
+    if (int const error = TryHeader(format, input, encoder, selection); error < 0)
+        Core::Throw<OutputException>(
+            {"Media/OutputStreams", "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
+                                    "InputStreams &, const VideoEncoder *)"},
+            fmt::format("The container {} cannot take the pictures: {}", format.name, GetErrorText(error)),
+            Proc::TagFFmpegError(error));
+    Selection wanted(from.nb_streams);
+    for (unsigned i = 0; i < from.nb_streams; ++i) {
+        AVStream const& stream = *from.streams[i];
+        wanted[i] = i == picture || (!IsMadeAnew(from, stream, format) && MayBeTaken(stream, format));
+    }
+    if (TryHeader(format, input, encoder, wanted) >= 0)
+        return wanted;
+    for (std::size_t i = 0; i < wanted.size(); ++i)
+        if (wanted[i] && !selection[i]) {
+            selection[i] = true;
+            selection[i] = TryHeader(format, input, encoder, selection) >= 0;
+        }
+    return selection;
+}
+
+} // namespace
+
+OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
+                                VideoEncoder const* encoder) {
+    AVFormatContext const& from = *input.context;
+    Selection const selection = Select(format, input, encoder);
+    OutputStreams result = Build(format, input, encoder, selection);
+    for (unsigned i = 0; i < from.nb_streams; ++i)
+        if (!selection[i] && !IsMadeAnew(from, *from.streams[i], format))
+            result.notes.push_back(LeftOutText(*from.streams[i], format));
+    return result;
+}
+
+int WriteHeader(AVFormatContext& context, InputStreams const& input) {
+    // Phones write their own keys, which only this form of metadata holds.
+    AVDictionaryEntry const* const phones =
+        av_dict_get(input.context->metadata, "com.apple.quicktime.", nullptr, AV_DICT_IGNORE_SUFFIX);
+    AVDictionary* options = nullptr;
+    if (phones != nullptr && IsMovFamily(*context.oformat))
+        av_dict_set(&options, "movflags", "use_metadata_tags", 0);
+    int const error = avformat_write_header(&context, &options);
+    av_dict_free(&options);
+    return error;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Media/FFmpegOwners.h"
+
+#include <string>
+#include <vector>
+
+struct AVDictionary;
+struct AVOutputFormat;
+
+namespace Tarsel::Media {
+
+struct InputStreams;
+class VideoEncoder;
+
+/// The streams of an output file, ready for its header.
+struct OutputStreams {
+    UniqueFormat context;
+    /// The output's stream for each of the input's; −1: none.
+    std::vector<int> indexes;
+    /// What the user should know of what was left out, one sentence each.
+    std::vector<std::string> notes;
+};
+
+/// The streams of the input that the container takes, in their order; the picture stream as the encoder makes
+/// it, or as it is without an encoder. Whatever else the file says comes along: metadata, chapters, programs.
+/// OutputException when the container cannot even take the picture stream.
+OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
+                                VideoEncoder const* encoder);
+
+/// Writes the header into the context's file. Returns 0 or an AVERROR.
+int WriteHeader(AVFormatContext& context, InputStreams const& input);
+
+} // namespace Tarsel::Media

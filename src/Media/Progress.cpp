@@ -1,0 +1,37 @@
+#include "Media/Progress.h"
+
+#include <algorithm>
+
+namespace Tarsel::Media {
+
+void Progress::SetSpan(std::int64_t start, std::int64_t duration) noexcept {
+    m_start = start;
+    m_duration = duration;
+}
+
+void Progress::Add(std::int64_t end) noexcept {
+    m_end = std::max(m_end.load(), end);
+    ++m_frames;
+}
+
+double Progress::GetSeconds() const noexcept {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_begin).count();
+}
+
+RunProgress Progress::Get() const noexcept {
+    RunProgress progress;
+    progress.frames = m_frames;
+    double const seconds = GetSeconds();
+    if (seconds > 0)
+        progress.framesPerSecond = static_cast<double>(progress.frames) / seconds;
+    if (m_duration <= 0)
+        return progress;
+    std::int64_t const end = m_end;
+    std::int64_t const passed = end == INT64_MIN ? 0 : end - m_start;
+    progress.done = std::clamp(static_cast<double>(passed) / static_cast<double>(m_duration), 0.0, 1.0);
+    if (progress.done > 0)
+        progress.secondsLeft = seconds / progress.done - seconds;
+    return progress;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Media/Run.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+
+namespace Tarsel::Media {
+
+/// How far a run is. Written by the stage that writes the file, read by the thread that reports.
+class Progress {
+public:
+    /// Where the pictures start and how long they last, in microseconds; a duration of 0 is not known.
+    void SetSpan(std::int64_t start, std::int64_t duration) noexcept;
+    /// A picture was written that ends at this time, in microseconds.
+    void Add(std::int64_t end) noexcept;
+
+    std::int64_t GetFrames() const noexcept { return m_frames; }
+    /// Since this object was made.
+    double GetSeconds() const noexcept;
+    RunProgress Get() const noexcept;
+
+private:
+    std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
+    std::int64_t m_start = 0;
+    std::int64_t m_duration = 0;
+    std::atomic<std::int64_t> m_frames{0};
+    std::atomic<std::int64_t> m_end{INT64_MIN};
+};
+
+} // namespace Tarsel::Media

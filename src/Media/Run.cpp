@@ -1,0 +1,292 @@
+#include "Media/Run.h"
+
+#include "Core/Throw.h"
+#include "Media/BoundedQueue.h"
+#include "Media/EncoderSettings.h"
+#include "Media/FFmpegText.h"
+#include "Media/FFmpegVersions.h"
+#include "Media/InputStreams.h"
+#include "Media/MediaExceptions.h"
+#include "Media/OutputFile.h"
+#include "Media/Paths.h"
+#include "Media/Progress.h"
+#include "Media/Source.h"
+#include "Media/Stages.h"
+#include "Media/Stopped.h"
+#include "Media/Writer.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstddef>
+#include <deque>
+#include <utility>
+#include <variant>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* FILE_NAME = "Media/Run";
+constexpr std::chrono::milliseconds REPORT_EVERY(100);
+/// Pictures that wait for a stage: enough to keep all stages busy, few enough for pictures of 8K.
+constexpr std::size_t WAITING = 4;
+
+/// The lane for when there is nothing to do but another kind of file to write.
+class PassThrough final : public Proc::IEffectStreamVideo {
+public:
+    void Feed(SP<Proc::IDataVideo> const& data) override { m_ready.push_back(data); }
+    SP<Proc::IDataVideo> Take() override {
+        SP<Proc::IDataVideo> data;
+        if (!m_ready.empty()) {
+            data = std::move(m_ready.front());
+            m_ready.pop_front();
+        }
+        return data;
+    }
+    void End() override {}
+
+private:
+    std::deque<SP<Proc::IDataVideo>> m_ready;
+};
+
+/// One run: its files, and the stages between them.
+class Job {
+public:
+    Job(RunOptions const& options, std::stop_source stop) : m_options(options), m_stop(std::move(stop)) {}
+
+    RunResult Run();
+
+private:
+    using Lane = Proc::IEffectStreamVideo;
+    /// To the stage that writes.
+    using Result = std::variant<WorkedFrame, UniquePacket>;
+
+    void CheckOptions() const;
+    void SelectStill();
+    bool CanCopyPicture() const;
+    std::unique_ptr<Lane> MakeLane();
+    void Work(Lane& lane);
+    void Copy();
+    void RunAll(std::vector<std::function<void()>> const& stages);
+    void Report() const;
+    void ThrowIfStopped() const;
+    void AddNotes(std::vector<std::string> notes);
+
+    RunOptions const& m_options;
+    std::stop_source m_stop;
+    Container m_container;
+    AVCodec const* m_encoder = nullptr;
+    Progress m_progress;
+    std::unique_ptr<Source> m_source;
+    InputStreams m_streams;
+    VideoStreamInfo m_info;
+    std::unique_ptr<OutputFile> m_file;
+    RunResult m_result;
+};
+
+void Job::CheckOptions() const {
+    if (!m_options.at)
+        return;
+    auto const fail = [](std::string const& description) {
+        Core::Throw<OptionsException>(
+            {FILE_NAME, "void Tarsel::Media::(anonymous namespace)::Job::CheckOptions() const"}, description);
+    };
+    if (!m_container.isStill)
+        fail(fmt::format("A time ({} s) picks one picture, but {} is a film", *m_options.at,
+                         Quote(m_options.output)));
+    if (!(*m_options.at >= 0 && *m_options.at < 1e9))
+        fail(fmt::format("{} s is no time in a film; legal: 0 to its end", *m_options.at));
+}
+
+RunResult Job::Run() {
+    CheckInputPath(m_options.input);
+    CheckOutputPath(m_options.output, m_options.input, m_options.overwrite);
+    m_container = ChooseContainer(m_options.output);
+    m_encoder = &ChooseEncoder(m_container, m_options.output, m_options.videoEncoder);
+    CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions);
+    CheckOptions();
+
+    m_source = std::make_unique<Source>(m_options.input, m_stop.get_token());
+    SelectStill();
+    m_info = m_source->GetInfo();
+    Demuxer const& input = m_source->GetDemuxer();
+    m_streams = DescribeStreams(input.GetContext(), input.GetPicture().index);
+    m_progress.SetSpan(input.GetStart(), input.GetDuration());
+
+    std::unique_ptr<Lane> const lane = MakeLane();
+    m_file = std::make_unique<OutputFile>(m_options.output, m_options.overwrite);
+    if (lane != nullptr)
+        Work(*lane);
+    else
+        Copy();
+    Report();
+    ThrowIfStopped();
+    m_file->Publish();
+    m_result.seconds = m_progress.GetSeconds();
+    return std::move(m_result);
+}
+
+/// A still picture out of a film wants to be told which.
+void Job::SelectStill() {
+    if (!m_container.isStill || m_source->GetDemuxer().IsStill())
+        return;
+    if (m_options.at)
+        m_source->SelectFrame(std::llround(*m_options.at * 1e6));
+    else if (m_source->GetDemuxer().GetPicture().nb_frames != 1)
+        Core::Throw<OptionsException>(
+            {FILE_NAME, "void Tarsel::Media::(anonymous namespace)::Job::SelectStill()"},
+            fmt::format("{} is a film and {} one picture: a time in the film is needed",
+                        Quote(m_options.input), Quote(m_options.output)));
+}
+
+bool Job::CanCopyPicture() const {
+    return m_options.videoEncoder.empty() && m_options.videoEncoderOptions.empty() && !m_options.at &&
+           CanHold(m_container, m_options.output, m_source->GetDemuxer().GetPicture().codecpar->codec_id);
+}
+
+/// Null: the picture stream is copied.
+std::unique_ptr<Proc::IEffectStreamVideo> Job::MakeLane() {
+    std::unique_ptr<Lane> lane = m_options.makeVideoLane ? m_options.makeVideoLane(m_info) : nullptr;
+    if (lane != nullptr || CanCopyPicture())
+        return lane;
+    if (m_info.orientation != Conf::DisplayMatrix::s_default)
+        AddNotes({"The orientation tag of the pictures was dropped: they had to be encoded anew."});
+    return std::make_unique<PassThrough>();
+}
+
+/// Three stages: read and decode, work, encode and write. Packets of other streams go past the lane. The last
+/// stage takes whatever comes, so that no stage can wait for another in a circle.
+void Job::Work(Lane& lane) {
+    std::stop_token const stop = m_stop.get_token();
+    BoundedQueue<SourceFrame> decoded(WAITING, 1, stop);
+    BoundedQueue<Result> results(WAITING, 2, stop);
+    Ratio const timeBase = m_info.timeBase;
+    TimeMap times(timeBase);
+    Writer writer({m_encoder, m_options.videoEncoderOptions, m_container.format, times.GetTimeBase(),
+                   m_info.frameRate, m_source->GetFirstDuration(), m_container.isStill},
+                  *m_file, m_streams, m_progress);
+    bool const wantsOthers = !m_container.isStill;
+
+    auto const read = [&] {
+        for (;;) {
+            SourceItem item = m_source->Next();
+            if (auto* const frame = std::get_if<SourceFrame>(&item))
+                decoded.Push(std::move(*frame));
+            else if (auto* const packet = std::get_if<UniquePacket>(&item)) {
+                if (wantsOthers)
+                    results.Push(std::move(*packet));
+            } else
+                break;
+        }
+        decoded.Close();
+        results.Close();
+    };
+    auto const takeAll = [&] {
+        while (SP<Proc::IDataVideo> data = lane.Take()) {
+            FrameTime const time = times.Leave(data->GetTime(), data->GetDuration());
+            results.Push(WorkedFrame{std::move(data), time});
+        }
+    };
+    auto const work = [&] {
+        while (auto frame = decoded.Pop()) {
+            times.Enter(frame->data->GetTime(), frame->data->GetDuration(), frame->time);
+            lane.Feed(std::move(frame->data));
+            takeAll();
+        }
+        lane.End();
+        takeAll();
+        results.Close();
+    };
+    auto const write = [&] {
+        while (auto result = results.Pop()) {
+            if (auto* const packet = std::get_if<UniquePacket>(&*result))
+                writer.Write(std::move(*packet));
+            else if (!m_container.isStill || m_progress.GetFrames() == 0)
+                writer.Write(std::get<WorkedFrame>(*result));
+        }
+        writer.Close();
+    };
+    RunAll({read, work, write});
+
+    m_result.framesIn = m_source->GetFrameCount();
+    m_result.framesOut = m_progress.GetFrames();
+    m_result.videoEncoder = m_encoder->name;
+    AddNotes(m_source->GetNotes());
+    AddNotes(writer.GetNotes());
+    if (times.GetMovedCount() > 0)
+        AddNotes({CountText(times.GetMovedCount(), "picture time") +
+                  " not after the one before and moved by the least step."});
+}
+
+/// All packets as they are.
+void Job::Copy() {
+    // From the start again: packets were read to find the first picture.
+    m_source = std::make_unique<Source>(m_options.input, m_stop.get_token());
+    BoundedQueue<UniquePacket> packets(WAITING, 1, m_stop.get_token());
+    Muxer muxer(*m_container.format, *m_file, m_streams, nullptr);
+    Ratio const timeBase = m_info.timeBase;
+
+    auto const read = [&] {
+        while (UniquePacket packet = m_source->NextPacket())
+            packets.Push(std::move(packet));
+        packets.Close();
+    };
+    auto const write = [&] {
+        while (auto packet = packets.Pop()) {
+            AVPacket& content = **packet;
+            if (content.stream_index == m_streams.picture)
+                m_progress.Add(ToMicroseconds(content.pts + content.duration, timeBase));
+            muxer.WriteCopied(content);
+        }
+        muxer.Close();
+    };
+    RunAll({read, write});
+
+    m_result.framesIn = m_result.framesOut = m_progress.GetFrames();
+    AddNotes(m_source->GetNotes());
+    AddNotes(muxer.GetNotes());
+}
+
+void Job::RunAll(std::vector<std::function<void()>> const& stages) {
+    RunStages(
+        stages, m_stop, [this] { Report(); }, REPORT_EVERY);
+    ThrowIfStopped();
+}
+
+void Job::Report() const {
+    if (m_options.onProgress)
+        m_options.onProgress(m_progress.Get());
+}
+
+void Job::ThrowIfStopped() const {
+    if (m_stop.stop_requested())
+        throw Stopped();
+}
+
+void Job::AddNotes(std::vector<std::string> notes) {
+    for (std::string& note : notes)
+        m_result.notes.push_back(std::move(note));
+}
+
+} // namespace
+
+RunResult Run(RunOptions const& options, std::stop_token stop) {
+    std::stop_source own;
+    std::stop_callback const forward(stop, [&own] { own.request_stop(); });
+    try {
+        return Job(options, own).Run();
+    } catch (Stopped const&) {
+        Core::Throw<InterruptedException>(
+            {FILE_NAME, "RunResult Tarsel::Media::Run(const RunOptions &, std::stop_token)"},
+            fmt::format("{} was not finished: the run was stopped", Quote(options.output)));
+    }
+}
+
+} // namespace Tarsel::Media

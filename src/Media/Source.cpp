@@ -1,0 +1,218 @@
+#include "Media/Source.h"
+
+#include "Conf/DisplayMatrix.h"
+#include "Core/Throw.h"
+#include "Media/FFmpegRatio.h"
+#include "Media/FFmpegText.h"
+#include "Media/FFmpegVersions.h"
+#include "Media/MediaExceptions.h"
+#include "Media/Stopped.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Wrappers/FrameFields.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/frame.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* FILE_NAME = "Media/Source";
+
+Conf::DisplayMatrix MakeMatrix(std::span<std::uint8_t const> data) {
+    Conf::DisplayMatrix matrix;
+    if (data.size() >= sizeof(matrix.words))
+        std::memcpy(matrix.words.data(), data.data(), sizeof(matrix.words));
+    return matrix;
+}
+
+/// The container's tag, else that of the picture (EXIF).
+Conf::DisplayMatrix GetOrientation(AVStream const& stream, AVFrame const& first) {
+    if (auto const data = GetSideData(stream, AV_PKT_DATA_DISPLAYMATRIX); !data.empty())
+        return MakeMatrix(data);
+    AVFrameSideData const* const data = av_frame_get_side_data(&first, AV_FRAME_DATA_DISPLAYMATRIX);
+    return data != nullptr ? MakeMatrix({data->data, data->size}) : Conf::DisplayMatrix::s_default;
+}
+
+SourceFrame MakeSourceFrame(DecodedFrame decoded, Ratio timeBase) {
+    Conf::FrameInfo const info = Proc::GetFrameInfo(*decoded.frame);
+    SourceFrame frame{MakeSP<Proc::DataVideoFF>(std::move(decoded.frame), info), decoded.time};
+    frame.data->SetTime(ToMicroseconds(frame.time.start, timeBase));
+    frame.data->SetDuration(ToMicroseconds(frame.time.duration, timeBase));
+    return frame;
+}
+
+} // namespace
+
+Source::Source(std::filesystem::path path, std::stop_token stop)
+    : m_path(std::move(path)), m_stop(std::move(stop)) {
+    Open();
+}
+
+void Source::Open() {
+    m_ahead.clear();
+    m_hasEnough = false;
+    m_draining = false;
+    m_ended = false;
+    m_frames = 0;
+    m_decoder.reset();
+    m_demuxer = std::make_unique<Demuxer>(m_path, m_stop);
+}
+
+VideoStreamInfo Source::GetInfo() {
+    auto const isFrame = [](SourceItem const& item) { return std::holds_alternative<SourceFrame>(item); };
+    while (m_ahead.empty() || !isFrame(m_ahead.back())) {
+        m_ahead.push_back(Read());
+        if (std::holds_alternative<std::monostate>(m_ahead.back()))
+            ThrowNoPicture("VideoStreamInfo Tarsel::Media::Source::GetInfo()");
+    }
+    AVFrame const& first = *std::get<SourceFrame>(m_ahead.back()).data->GetAVFrame();
+    AVStream const& stream = m_demuxer->GetPicture();
+    return {Proc::GetFrameInfo(first),
+            static_cast<Conf::PixFmt>(first.format),
+            Proc::GetFrameColorSpace(first),
+            m_demuxer->GetFrameRate(),
+            FromAV(stream.time_base),
+            GetOrientation(stream, first),
+            avcodec_get_name(stream.codecpar->codec_id)};
+}
+
+std::int64_t Source::GetFirstDuration() const {
+    return std::get<SourceFrame>(m_ahead.back()).data->GetDuration();
+}
+
+void Source::ThrowNoPicture(char const* signature) const {
+    std::string const reason = m_decoder != nullptr ? m_decoder->GetLastError() : std::string();
+    Core::Throw<InputException>({FILE_NAME, signature},
+                                fmt::format("No picture of {} can be decoded{}{}", Quote(m_path),
+                                            reason.empty() ? "" : ": ", reason));
+}
+
+SourceItem Source::Next() {
+    SourceItem item;
+    if (m_ahead.empty())
+        item = Read();
+    else {
+        item = std::move(m_ahead.front());
+        m_ahead.pop_front();
+    }
+    if (auto const* const frame = std::get_if<SourceFrame>(&item)) {
+        ++m_frames;
+        m_end = frame->data->GetTime() + frame->data->GetDuration();
+    }
+    return item;
+}
+
+UniquePacket Source::NextPacket() {
+    UniquePacket packet = MakePacket();
+    return m_demuxer->Read(*packet) ? std::move(packet) : nullptr;
+}
+
+SourceItem Source::Read() {
+    AVStream const& stream = m_demuxer->GetPicture();
+    if (m_decoder == nullptr)
+        m_decoder =
+            std::make_unique<VideoDecoder>(m_demuxer->GetContext(), stream, m_demuxer->GetFrameRate());
+    while (!m_ended) {
+        if (m_stop.stop_requested())
+            throw Stopped();
+        if (auto decoded = m_hasEnough ? std::nullopt : m_decoder->Receive()) {
+            // Phones append further pictures to the one that counts.
+            m_hasEnough = m_demuxer->IsStill();
+            return MakeSourceFrame(std::move(*decoded), FromAV(stream.time_base));
+        }
+        if (m_draining)
+            break;
+        UniquePacket packet = NextPacket();
+        m_draining = packet == nullptr;
+        if (packet != nullptr && packet->stream_index != stream.index)
+            return packet;
+        if (!m_hasEnough)
+            m_decoder->Send(packet.get());
+    }
+    m_ended = true;
+    return {};
+}
+
+std::optional<SourceFrame> Source::NextFrame() {
+    for (;;) {
+        SourceItem item = Next();
+        if (auto* const frame = std::get_if<SourceFrame>(&item))
+            return std::move(*frame);
+        if (std::holds_alternative<std::monostate>(item))
+            return std::nullopt;
+    }
+}
+
+void Source::SelectFrame(std::int64_t microseconds) {
+    std::optional<SourceFrame> found;
+    Open();
+    if (m_demuxer->Seek(microseconds))
+        found = FindShownAt(microseconds, false);
+    if (!found) {
+        Open();
+        found = FindShownAt(microseconds, true);
+    }
+    if (!found)
+        ThrowNoPicture("void Tarsel::Media::Source::SelectFrame(std::int64_t)");
+    m_ahead.clear();
+    m_ahead.emplace_back(std::move(*found));
+    m_ended = true;
+    m_selected = true;
+    m_frames = 0;
+}
+
+/// The last picture that starts by then; before the first one's start that first one, but only where it is
+/// known to be the first.
+std::optional<SourceFrame> Source::FindShownAt(std::int64_t microseconds, bool fromStart) {
+    std::optional<SourceFrame> shown;
+    while (std::optional<SourceFrame> frame = NextFrame()) {
+        if (frame->data->GetTime() > microseconds) {
+            if (!shown && fromStart)
+                shown = std::move(frame);
+            return shown;
+        }
+        shown = std::move(frame);
+    }
+    if (shown && microseconds > shown->data->GetTime() && microseconds >= m_end)
+        Core::Throw<OptionsException>(
+            {FILE_NAME, "std::optional<SourceFrame> Tarsel::Media::Source::FindShownAt(std::int64_t, bool)"},
+            fmt::format("There is no picture at {}: {} ends at {}", SecondsText(microseconds), Quote(m_path),
+                        SecondsText(m_end)));
+    return shown;
+}
+
+std::vector<std::string> Source::GetNotes() const {
+    std::vector<std::string> notes = m_demuxer->GetNotes();
+    if (m_decoder != nullptr)
+        for (std::string& note : m_decoder->GetNotes())
+            notes.push_back(std::move(note));
+    if (auto note = DescribeEarlyEnd())
+        notes.push_back(std::move(*note));
+    return notes;
+}
+
+std::optional<std::string> Source::DescribeEarlyEnd() const {
+    // Stated durations are rounded, and those of some containers guessed.
+    constexpr std::int64_t TOLERANCE = 1000000;
+    std::int64_t const stated = m_demuxer->GetStart() + m_demuxer->GetDuration();
+    bool const early = m_ended && !m_selected && !m_demuxer->IsStill() && m_frames > 0 &&
+                       stated - m_end > std::max(TOLERANCE, stated / 10);
+    if (!early)
+        return std::nullopt;
+    return fmt::format("The input's pictures end at {}, though it states {}.", SecondsText(m_end),
+                       SecondsText(stated));
+}
+
+} // namespace Tarsel::Media

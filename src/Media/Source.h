@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Core/RefCount.h"
+#include "Media/Demuxer.h"
+#include "Media/Run.h"
+#include "Media/TimeMap.h"
+#include "Media/VideoDecoder.h"
+#include "Proc/Interfaces/IDataVideo.h"
+
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace Tarsel::Media {
+
+/// A decoded picture, stamped with microseconds, and its own time in ticks of its stream.
+struct SourceFrame {
+    SP<Proc::IDataVideo> data;
+    FrameTime time;
+};
+
+/// A picture, a packet of another stream, or nothing: the end.
+using SourceItem = std::variant<std::monostate, SourceFrame, UniquePacket>;
+
+/// An input file as pictures and packets, in the order of the file. One thread at a time.
+class Source {
+public:
+    /// InputException, Stopped.
+    Source(std::filesystem::path path, std::stop_token stop);
+
+    Demuxer const& GetDemuxer() const noexcept { return *m_demuxer; }
+    /// What the first picture and the file say of the picture stream. Decodes the first picture, which Next
+    /// will still give. InputException when there is none; Stopped.
+    VideoStreamInfo GetInfo();
+    /// Of the first picture, in microseconds; 0 when not known. After GetInfo and before Next.
+    std::int64_t GetFirstDuration() const;
+    /// The next picture or packet. A still picture's file gives one picture. InputException, Stopped.
+    SourceItem Next();
+    /// The next packet as it is, of the picture stream too; null at the end. Not to be mixed with Next.
+    UniquePacket NextPacket();
+
+    /// Goes to the picture shown at this many microseconds of the file: Next gives that picture and then the
+    /// end. OptionsException when the film is over by then; InputException; Stopped.
+    void SelectFrame(std::int64_t microseconds);
+
+    std::int64_t GetFrameCount() const noexcept { return m_frames; }
+    std::vector<std::string> GetNotes() const;
+
+private:
+    void Open();
+    SourceItem Read();
+    std::optional<SourceFrame> NextFrame();
+    std::optional<SourceFrame> FindShownAt(std::int64_t microseconds, bool fromStart);
+    std::optional<std::string> DescribeEarlyEnd() const;
+    [[noreturn]] void ThrowNoPicture(char const* signature) const;
+
+    std::filesystem::path m_path;
+    std::stop_token m_stop;
+    std::unique_ptr<Demuxer> m_demuxer;
+    std::unique_ptr<VideoDecoder> m_decoder;
+    /// Read ahead.
+    std::deque<SourceItem> m_ahead;
+    /// The picture of a file of stills has been decoded.
+    bool m_hasEnough = false;
+    bool m_draining = false;
+    bool m_ended = false;
+    bool m_selected = false;
+    std::int64_t m_frames = 0;
+    /// Where the last picture ends, in microseconds.
+    std::int64_t m_end = 0;
+};
+
+} // namespace Tarsel::Media

@@ -1,0 +1,82 @@
+#include "Media/Stages.h"
+
+#include "Media/Stopped.h"
+
+#include <condition_variable>
+#include <cstddef>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// What the stages' threads and the caller's share.
+class Outcome {
+public:
+    Outcome(std::size_t running, std::stop_source stop) : m_running(running), m_stop(std::move(stop)) {}
+
+    void Guard(std::function<void()> const& work) noexcept {
+        try {
+            work();
+        } catch (Stopped const&) {
+            // It was told to.
+        } catch (...) {
+            {
+                std::lock_guard const lock(m_mutex);
+                if (m_failure == nullptr)
+                    m_failure = std::current_exception();
+            }
+            m_stop.request_stop();
+        }
+    }
+
+    void EndOne() {
+        std::lock_guard const lock(m_mutex);
+        if (--m_running == 0)
+            m_ended.notify_all();
+    }
+
+    /// Whether all have ended within the time.
+    bool WaitForAll(std::chrono::milliseconds time) {
+        std::unique_lock lock(m_mutex);
+        return m_ended.wait_for(lock, time, [this] { return m_running == 0; });
+    }
+
+    void Rethrow() const {
+        if (m_failure != nullptr)
+            std::rethrow_exception(m_failure);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_ended;
+    std::size_t m_running;
+    std::exception_ptr m_failure;
+    std::stop_source m_stop;
+};
+
+} // namespace
+
+void RunStages(std::vector<std::function<void()>> const& stages, std::stop_source stop,
+               std::function<void()> const& onTick, std::chrono::milliseconds tick) {
+    Outcome outcome(stages.size(), std::move(stop));
+    {
+        std::vector<std::jthread> threads;
+        outcome.Guard([&] {
+            threads.reserve(stages.size());
+            for (auto const& stage : stages)
+                threads.emplace_back([&outcome, &stage] {
+                    outcome.Guard(stage);
+                    outcome.EndOne();
+                });
+        });
+        bool const started = threads.size() == stages.size();
+        while (started && !outcome.WaitForAll(tick))
+            outcome.Guard(onTick);
+    }
+    outcome.Rethrow();
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,137 @@
+#include "Media/VideoDecoder.h"
+
+#include "Core/Throw.h"
+#include "Media/FFmpegRatio.h"
+#include "Media/FFmpegText.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FrameFields.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/mathematics.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// A decoder that keeps failing without taking anything in is left alone after this many errors.
+constexpr int MOST_ERRORS_IN_A_ROW = 1000;
+
+/// FFmpeg's own decoders of VP8 and VP9 pass over the alpha that WebM files carry beside the picture.
+AVCodec const* FindDecoder(AVStream const& stream) {
+    AVDictionaryEntry const* const alpha = av_dict_get(stream.metadata, "alpha_mode", nullptr, 0);
+    AVCodecID const codec = stream.codecpar->codec_id;
+    AVCodec const* decoder = nullptr;
+    if (alpha != nullptr && std::string_view(alpha->value) == "1") {
+        if (codec == AV_CODEC_ID_VP8)
+            decoder = avcodec_find_decoder_by_name("libvpx");
+        else if (codec == AV_CODEC_ID_VP9)
+            decoder = avcodec_find_decoder_by_name("libvpx-vp9");
+    }
+    return decoder != nullptr ? decoder : avcodec_find_decoder(codec);
+}
+
+bool IsIncomplete(AVFrame const& frame) noexcept {
+    return (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame.decode_error_flags != 0;
+}
+
+} // namespace
+
+VideoDecoder::VideoDecoder(AVFormatContext const& context, AVStream const& stream, Ratio frameRate)
+    : m_format(context), m_stream(stream) {
+    AVCodec const* const decoder = FindDecoder(stream);
+    m_context.reset(CheckAllocated(avcodec_alloc_context3(decoder), "AVCodecContext"));
+    int error = avcodec_parameters_to_context(m_context.get(), stream.codecpar);
+    m_context->pkt_timebase = stream.time_base;
+    m_context->framerate = ToAV(frameRate);
+    m_context->thread_count = 0; // as many as there are processors
+    if (error >= 0)
+        error = avcodec_open2(m_context.get(), decoder, nullptr);
+    if (error < 0)
+        Core::Throw<InputException>(
+            {"Media/VideoDecoder", "Tarsel::Media::VideoDecoder::VideoDecoder(const AVFormatContext &, const "
+                                   "AVStream &, Ratio)"},
+            fmt::format("Cannot decode the pictures of {}, which are in the codec {}: {}",
+                        Quote(context.url != nullptr ? context.url : ""),
+                        avcodec_get_name(stream.codecpar->codec_id), GetErrorText(error)),
+            Proc::TagFFmpegError(error));
+    if (frameRate.numerator > 0 && frameRate.denominator > 0)
+        m_usualDuration = av_rescale_q(1, av_inv_q(ToAV(frameRate)), stream.time_base);
+}
+
+void VideoDecoder::Send(AVPacket const* packet) {
+    CountDamage(avcodec_send_packet(m_context.get(), packet));
+}
+
+std::optional<DecodedFrame> VideoDecoder::Receive() {
+    DecodedFrame result;
+    int error = avcodec_receive_frame(m_context.get(), result.frame.Get());
+    for (int failures = 0; error < 0 && failures < MOST_ERRORS_IN_A_ROW; ++failures) {
+        if (!CountDamage(error))
+            return std::nullopt;
+        error = avcodec_receive_frame(m_context.get(), result.frame.Get());
+    }
+    if (error < 0)
+        return std::nullopt;
+
+    AVFrame& frame = *result.frame;
+    if (IsIncomplete(frame))
+        ++m_incomplete;
+    result.time = MakeTime(frame);
+    frame.sample_aspect_ratio = av_guess_sample_aspect_ratio(const_cast<AVFormatContext*>(&m_format),
+                                                             const_cast<AVStream*>(&m_stream), &frame);
+    return result;
+}
+
+FrameTime VideoDecoder::MakeTime(AVFrame const& frame) {
+    FrameTime time{frame.best_effort_timestamp, Proc::GetFrameDuration(frame)};
+    if (time.duration <= 0)
+        time.duration = m_usualDuration;
+    if (time.start == AV_NOPTS_VALUE)
+        time.start = m_last ? m_last->start + std::max<std::int64_t>(m_last->duration, 1) : 0;
+    else if (m_last && time.start <= m_last->start) {
+        time.start = m_last->start + 1;
+        ++m_moved;
+    }
+    m_last = time;
+    return time;
+}
+
+/// Whether the error is damage, after which decoding may go on.
+bool VideoDecoder::CountDamage(int error) {
+    if (error >= 0 || error == AVERROR(EAGAIN) || error == AVERROR_EOF)
+        return false;
+    if (error == AVERROR(ENOMEM))
+        ThrowNoMemory("decoded pictures");
+    m_lastError = error;
+    ++m_damaged;
+    return true;
+}
+
+std::vector<std::string> VideoDecoder::GetNotes() const {
+    std::vector<std::string> notes;
+    if (m_damaged > 0)
+        notes.push_back(fmt::format("{} skipped.", CountText(m_damaged, "damaged packet")));
+    if (m_incomplete > 0)
+        notes.push_back(
+            fmt::format("{} damaged and filled in by the decoder.", CountText(m_incomplete, "picture")));
+    if (m_moved > 0)
+        notes.push_back(
+            fmt::format("{} not after the one before and moved.", CountText(m_moved, "picture time")));
+    return notes;
+}
+
+std::string VideoDecoder::GetLastError() const {
+    return m_lastError != 0 ? GetErrorText(m_lastError) : std::string();
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,220 @@
+#include "Media/VideoEncoder.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Core/Text.h"
+#include "Core/Throw.h"
+#include "Media/FFmpegRatio.h"
+#include "Media/FFmpegText.h"
+#include "Media/FFmpegVersions.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FrameFields.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/frame.h>
+#include <libavutil/mathematics.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* FILE_NAME = "Media/VideoEncoder";
+/// More than any encoder looks ahead.
+constexpr std::size_t MOST_TIMES = 4096;
+
+std::string PictureText(AVFrame const& frame) {
+    return fmt::format("{}x{} {}", frame.width, frame.height, PixelFormatText(frame.format));
+}
+
+Proc::SwsCtxSide MakeSide(AVFrame const& frame, Conf::PixFmt format, Conf::ColorSpace const& space) {
+    return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height), format, space};
+}
+
+} // namespace
+
+VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& first)
+    : m_first(first.data), m_timeBase(request.timeBase),
+      m_frameRate(ChooseFrameRate(request.inputRate, request.inputDuration, first.data->GetDuration())) {
+    constexpr char const* SIGNATURE =
+        "Tarsel::Media::VideoEncoder::VideoEncoder(const EncoderRequest &, const WorkedFrame &)";
+    AVFrame const& frame = GetFirstFrame();
+    auto const format = static_cast<Conf::PixFmt>(frame.format);
+    Conf::ColorSpace const space = Proc::GetFrameColorSpace(frame);
+    EncoderRules const rules = GetEncoderRules(*request.encoder, *request.container);
+    m_wholeChroma = rules.wantsWholeChroma;
+    m_picture = ChoosePicture(format, space, static_cast<std::uint32_t>(frame.width),
+                              static_cast<std::uint32_t>(frame.height), rules);
+    if (m_picture.format == Conf::PixFmt::None)
+        Core::Throw<OutputException>({FILE_NAME, SIGNATURE},
+                                     fmt::format("The encoder \"{}\" cannot take pictures of {}",
+                                                 request.encoder->name, PictureText(frame)));
+    if (m_picture.isConverted)
+        m_scaler = Proc::SafeSwsContext(
+            {MakeSide(frame, format, space), MakeSide(frame, m_picture.format, m_picture.space)});
+    Open(request);
+}
+
+VideoEncoder::~VideoEncoder() = default;
+
+void VideoEncoder::Open(EncoderRequest const& request) {
+    AVFrame const& frame = GetFirstFrame();
+    m_context.reset(CheckAllocated(avcodec_alloc_context3(request.encoder), "AVCodecContext"));
+    AVCodecContext& context = *m_context;
+    context.width = frame.width;
+    context.height = frame.height;
+    context.pix_fmt = static_cast<AVPixelFormat>(m_picture.format);
+    context.sample_aspect_ratio = frame.sample_aspect_ratio;
+    context.time_base = ToAV(ChooseEncoderTimeBase(request.encoder->id, m_timeBase, m_frameRate));
+    context.framerate = ToAV(m_frameRate);
+    context.colorspace = static_cast<AVColorSpace>(m_picture.space.matrix);
+    context.color_range = static_cast<AVColorRange>(m_picture.space.range);
+    context.color_primaries = static_cast<AVColorPrimaries>(m_picture.space.primaries);
+    context.color_trc = frame.color_trc;
+    context.chroma_sample_location = frame.chroma_location;
+    context.thread_count = request.isStill ? 1 : 0; // 0: as many as there are processors
+    if ((request.encoder->capabilities & AV_CODEC_CAP_EXPERIMENTAL) != 0)
+        context.strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL; // it was asked for by name
+    SetInterlacing(frame);
+    ApplyEncoderOptions(context, ChooseDefaults(*request.encoder, request.options));
+    ApplyEncoderOptions(context, request.options);
+    if ((request.container->flags & AVFMT_GLOBALHEADER) != 0)
+        context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+
+    int const error = avcodec_open2(&context, request.encoder, nullptr);
+    if (error < 0)
+        Core::Throw<OutputException>(
+            {FILE_NAME, "void Tarsel::Media::VideoEncoder::Open(const EncoderRequest &)"},
+            fmt::format("The encoder \"{}\" does not open for pictures of {}x{} {}: {}",
+                        request.encoder->name, frame.width, frame.height, PixelFormatText(context.pix_fmt),
+                        GetErrorText(error)),
+            Proc::TagFFmpegError(error));
+}
+
+/// Pictures that are two fields each are encoded as such where the encoder can.
+void VideoEncoder::SetInterlacing(AVFrame const& frame) {
+    AVCodecID const codec = m_context->codec->id;
+    bool const canInterlace = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG2VIDEO;
+    // A chroma row belongs to two rows of one field, so to four of the picture.
+    if (!IsInterlaced(frame) || !canInterlace || frame.height % 4 != 0)
+        return;
+    m_context->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+    m_context->field_order = IsTopFieldFirst(frame) ? AV_FIELD_TT : AV_FIELD_BB;
+}
+
+void VideoEncoder::Send(WorkedFrame const& worked) {
+    CheckLikeFirst(worked);
+    AVFrame const& source = *worked.data->GetAVFrame();
+    Proc::SafeFrame frame = m_picture.isConverted ? Convert(source) : Proc::SafeFrame::Reference(source);
+    frame->format = static_cast<int>(m_picture.format);
+    frame->pict_type = AV_PICTURE_TYPE_NONE; // the encoder's own choice, not that of the input's encoder
+    // The caller has dealt with the orientation; a tag beside it would turn the picture twice.
+    av_frame_remove_side_data(frame.Get(), AV_FRAME_DATA_DISPLAYMATRIX);
+    Proc::SetFrameColorSpace(*frame, m_picture.space);
+
+    AVRational const timeBase = m_context->time_base;
+    frame->pts = av_rescale_q(worked.time.start, ToAV(m_timeBase), timeBase);
+    if (m_lastTime != INT64_MIN)
+        frame->pts = std::max(frame->pts, m_lastTime + 1);
+    m_lastTime = frame->pts;
+    Proc::SetFrameDuration(*frame, av_rescale_q(worked.time.duration, ToAV(m_timeBase), timeBase));
+
+    if (m_times.size() == MOST_TIMES)
+        m_times.erase(m_times.begin());
+    m_times[frame->pts] = worked.time;
+    SendFrame(frame.Get());
+}
+
+void VideoEncoder::End() {
+    SendFrame(nullptr);
+}
+
+void VideoEncoder::SendFrame(AVFrame const* frame) {
+    int const error = avcodec_send_frame(m_context.get(), frame);
+    if (error < 0)
+        Core::Throw<OutputException>(
+            {FILE_NAME, "void Tarsel::Media::VideoEncoder::SendFrame(const AVFrame *)"},
+            fmt::format("The encoder \"{}\" cannot encode the picture at {}: {}", m_context->codec->name,
+                        SecondsText(ToMicroseconds(m_lastTime, FromAV(m_context->time_base))),
+                        GetErrorText(error)),
+            Proc::TagFFmpegError(error));
+}
+
+void VideoEncoder::CheckLikeFirst(WorkedFrame const& worked) const {
+    AVFrame const& first = GetFirstFrame();
+    AVFrame const& frame = *worked.data->GetAVFrame();
+    if (frame.width != first.width || frame.height != first.height || frame.format != first.format)
+        Core::Throw<OutputException>(
+            {FILE_NAME, "void Tarsel::Media::VideoEncoder::CheckLikeFirst(const WorkedFrame &) const"},
+            fmt::format("The pictures change from {} to {} at {}; one stream cannot hold both",
+                        PictureText(first), PictureText(frame), SecondsText(worked.data->GetTime())));
+}
+
+Proc::SafeFrame VideoEncoder::Convert(AVFrame const& frame) const {
+    Conf::FrameInfo const info = Proc::GetFrameInfo(frame);
+    Proc::SafeFrame converted(m_picture.space, m_picture.format, info.width, info.height, info.aspectNum,
+                              info.aspectDen);
+    if (int const error = av_frame_copy_props(converted.Get(), &frame); error < 0)
+        ThrowNoMemory("frame properties");
+    m_scaler.Scale(frame, *converted);
+    return converted;
+}
+
+UniquePacket VideoEncoder::Receive() {
+    UniquePacket packet = MakePacket();
+    int const error = avcodec_receive_packet(m_context.get(), packet.get());
+    if (error == AVERROR(EAGAIN) || error == AVERROR_EOF)
+        return nullptr;
+    if (error < 0)
+        Core::Throw<OutputException>({FILE_NAME, "UniquePacket Tarsel::Media::VideoEncoder::Receive()"},
+                                     fmt::format("The encoder \"{}\" cannot encode further: {}",
+                                                 m_context->codec->name, GetErrorText(error)),
+                                     Proc::TagFFmpegError(error));
+    if (auto const known = m_times.find(packet->pts); known != m_times.end())
+        packet->duration = known->second.duration;
+    else
+        packet->duration = av_rescale_q(packet->duration, m_context->time_base, ToAV(m_timeBase));
+    if (packet->duration <= 0 && m_frameRate.numerator > 0)
+        packet->duration = av_rescale_q(1, av_inv_q(ToAV(m_frameRate)), ToAV(m_timeBase));
+    packet->pts = ToOwnTime(packet->pts);
+    if (packet->dts != AV_NOPTS_VALUE)
+        packet->dts = std::min(ToOwnTime(packet->dts), packet->pts);
+    return packet;
+}
+
+/// Decoding times are presentation times of earlier pictures, or so many steps before the first.
+std::int64_t VideoEncoder::ToOwnTime(std::int64_t encoderTime) const {
+    auto const next = m_times.upper_bound(encoderTime);
+    auto const& [known, time] = next == m_times.begin() ? *next : *std::prev(next);
+    return time.start + av_rescale_q(encoderTime - known, m_context->time_base, ToAV(m_timeBase));
+}
+
+std::vector<std::string> VideoEncoder::GetNotes() const {
+    AVFrame const& first = GetFirstFrame();
+    std::string const from = PixelFormatText(first.format);
+    std::string const to = PixelFormatText(m_context->pix_fmt);
+    if (!m_picture.isConverted)
+        return {};
+    std::string const lost = LossText(m_picture.loss);
+    std::string text = fmt::format("Pictures were converted from {} to {} for the encoder {}", from, to,
+                                   m_context->codec->name);
+    if (from == to)
+        text = fmt::format("Pictures were converted to the colours and range that {} files are read with",
+                           m_context->codec->name);
+    bool const isOdd = first.width % 2 != 0 || first.height % 2 != 0;
+    if (!lost.empty())
+        text += "; lost: " + lost;
+    else if (m_wholeChroma && isOdd)
+        text += ", which takes odd sizes only so";
+    return {text + "."};
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "Conf/FrameInfo.h"
+#include "Conf/PixFmt.h"
+#include "Core/Ratio.h"
+#include "Core/RefCount.h"
+#include "Media/EncoderPicture.h"
+#include "Media/EncoderSettings.h"
+#include "Media/FFmpegOwners.h"
+#include "Media/TimeMap.h"
+#include "Proc/Interfaces/IDataVideo.h"
+#include "Proc/Wrappers/SafeFrame.h"
+#include "Proc/Wrappers/SafeSwsContext.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Media {
+
+/// A picture out of the lane, with its time in the lane's time base.
+struct WorkedFrame {
+    SP<Proc::IDataVideo> data;
+    FrameTime time;
+};
+
+/// How to encode.
+struct EncoderRequest {
+    AVCodec const* encoder = nullptr;
+    EncoderOptions options;
+    AVOutputFormat const* container = nullptr;
+    /// Of the times of pictures.
+    Ratio timeBase;
+    /// Frames a second of the input; 0/1 when not known.
+    Ratio inputRate;
+    /// Of the input's first picture, in microseconds; 0 when not known.
+    std::int64_t inputDuration = 0;
+    /// One picture.
+    bool isStill = false;
+};
+
+/// Encodes pictures on threads of its own. One thread at a time.
+class VideoEncoder {
+public:
+    /// Opens the encoder for pictures like `first`: size, format, aspect and colours are its.
+    /// OptionsException, OutputException.
+    VideoEncoder(EncoderRequest const& request, WorkedFrame const& first);
+    ~VideoEncoder();
+
+    AVCodecContext const& GetContext() const noexcept { return *m_context; }
+    Ratio GetTimeBase() const noexcept { return m_timeBase; }
+    /// Frames a second of what is written; 0/1 when not known.
+    Ratio GetFrameRate() const noexcept { return m_frameRate; }
+    /// The first picture, as it went in: its side data describe the stream.
+    AVFrame const& GetFirstFrame() const noexcept { return *m_first->GetAVFrame(); }
+
+    /// Takes a picture like the first one. Before the next all packets are received. OutputException.
+    void Send(WorkedFrame const& frame);
+    /// No more pictures.
+    void End();
+    /// The next packet, its times those of its picture in GetTimeBase(); null when there is none yet.
+    UniquePacket Receive();
+
+    std::vector<std::string> GetNotes() const;
+
+private:
+    void Open(EncoderRequest const& request);
+    void SetInterlacing(AVFrame const& frame);
+    void CheckLikeFirst(WorkedFrame const& frame) const;
+    Proc::SafeFrame Convert(AVFrame const& frame) const;
+    void SendFrame(AVFrame const* frame);
+    std::int64_t ToOwnTime(std::int64_t encoderTime) const;
+
+    SP<Proc::IDataVideo> m_first;
+    Ratio m_timeBase;
+    Ratio m_frameRate;
+    EncoderPicture m_picture;
+    bool m_wholeChroma = false;
+    Proc::SafeSwsContext m_scaler;
+    UniqueCodecContext m_context;
+    /// The times of the latest pictures, by the times the encoder knows them by.
+    std::map<std::int64_t, FrameTime> m_times;
+    std::int64_t m_lastTime = INT64_MIN;
+};
+
+} // namespace Tarsel::Media

@@ -1,0 +1,212 @@
+// Formats, sizes, aspects and colour descriptions of pictures on their way into an encoder.
+
+#include "Media/EncoderPicture.h"
+#include "RunFixture.h"
+#include "Support/Process.h"
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+#include <libavutil/pixfmt.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+struct ColourCase {
+    std::string name;
+    /// Of the ffmpeg program, for 64x48 pictures.
+    std::string arguments;
+    std::string output;
+};
+
+class Colours : public RunFixture, public testing::WithParamInterface<ColourCase> {};
+
+// Encoders that take the very pictures keep the pixels and all that is said of them.
+TEST_P(Colours, AreKept) {
+    Make(File("in.mkv"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 " + GetParam().arguments + " -c:v ffv1");
+    Media::RunResult const result = Media::Run(Lossless("in.mkv", GetParam().output));
+    MediaRecord const in = ReadMedia(File("in.mkv"));
+    MediaRecord const out = ReadMedia(File(GetParam().output));
+    EXPECT_EQ(out.format, in.format);
+    EXPECT_EQ(out.colour, in.colour);
+    EXPECT_EQ(out.aspect, in.aspect);
+    ASSERT_EQ(out.pictures.size(), in.pictures.size());
+    for (std::size_t i = 0; i < in.pictures.size(); ++i)
+        EXPECT_EQ(out.pictures[i].hash, in.pictures[i].hash);
+    EXPECT_THAT(result.notes, IsEmpty());
+}
+
+std::string const HD = "-colorspace bt709 -color_primaries bt709 -color_trc bt709 ";
+std::string const HDR = "-colorspace bt2020nc -color_primaries bt2020 -color_trc smpte2084 ";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Colours,
+    testing::Values(ColourCase{"Unspecified", "-pix_fmt yuv420p", "out.mp4"},
+                    ColourCase{"HdFullRange", "-pix_fmt yuv422p -color_range pc " + HD, "out.mp4"},
+                    ColourCase{"HdFullRangeMatroska", "-pix_fmt yuv422p -color_range pc " + HD, "out.mkv"},
+                    ColourCase{"HdrDeep", "-pix_fmt yuv444p10le -color_range tv " + HDR, "out.mp4"},
+                    ColourCase{"HdrDeepMatroska", "-pix_fmt yuv444p10le -color_range tv " + HDR, "out.mkv"},
+                    ColourCase{"Alpha", "-pix_fmt yuva444p", "out.mkv"},
+                    ColourCase{"Rgb", "-pix_fmt gbrp", "out.mkv"},
+                    ColourCase{"Aspect", "-pix_fmt yuv420p -vf setsar=16/11", "out.mp4"},
+                    ColourCase{"OddSize", "-pix_fmt yuv420p -s 65x49", "out.mkv"}),
+    [](auto const& test) { return test.param.name; });
+
+using Conversions = RunFixture;
+
+// libx264 takes no odd sizes with subsampled chroma.
+TEST_F(Conversions, OddSizesIntoH264) {
+    Make(File("in.mkv"), "-f lavfi -i testsrc2=s=65x49:r=25:d=0.2 -pix_fmt yuv420p -c:v ffv1");
+    Media::RunResult const result = Media::Run(Options("in.mkv", "out.mp4"));
+    MediaRecord const out = ReadMedia(File("out.mp4"));
+    EXPECT_EQ(out.format, "yuv444p");
+    EXPECT_EQ(out.width, 65);
+    EXPECT_EQ(out.height, 49);
+    EXPECT_THAT(result.notes,
+                ElementsAre("Pictures were converted from yuv420p to yuv444p for the encoder libx264, "
+                            "which takes odd sizes only so."));
+}
+
+TEST_F(Conversions, WhatIsLostIsTold) {
+    Make(File("in.mkv"),
+         "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -vf format=rgba64le,format=gbrap12le -c:v ffv1");
+    Media::RunOptions options = Options("in.mkv", "out.mp4");
+    options.videoEncoder = "mpeg4";
+    EXPECT_THAT(
+        Media::Run(options).notes,
+        ElementsAre("Pictures were converted from gbrap12le to yuv420p for the encoder mpeg4; lost: alpha, "
+                    "depth, chroma resolution."));
+}
+
+// RGB becomes YUV that says which: a player of HD assumes BT.709, and so a colour stays what it is.
+TEST_F(Conversions, RgbSaysItsMatrix) {
+    Make(File("in.png"), "-f lavfi -i color=0x20c040:s=64x48 -frames:v 1 -pix_fmt rgb24");
+    Media::Run(Options("in.png", "out.mp4"));
+    MediaRecord const film = ReadMedia(File("out.mp4"));
+    EXPECT_EQ(film.format, "yuv444p");
+    EXPECT_EQ(film.colour.matrix, AVCOL_SPC_BT709);
+    EXPECT_EQ(film.colour.range, AVCOL_RANGE_MPEG);
+    Media::Run(Options("out.mp4", "back.png"));
+    std::string const pixels = RunForOutput({"ffmpeg", "-v", "error", "-i", File("back.png"), "-vf",
+                                             "crop=1:1:9:9", "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+    EXPECT_NEAR(static_cast<unsigned char>(pixels.at(0)), 0x20, 2);
+    EXPECT_NEAR(static_cast<unsigned char>(pixels.at(1)), 0xc0, 2);
+    EXPECT_NEAR(static_cast<unsigned char>(pixels.at(2)), 0x40, 2);
+}
+
+// A codec that says nothing of the range, in a container that does not either: a reader takes it for limited.
+TEST_F(Conversions, FullRangeBecomesLimitedWhereItCannotBeTold) {
+    Make(File("in.mkv"), "-f lavfi -i color=white:s=64x48:r=25:d=0.2 -vf scale=out_range=pc,format=yuv420p "
+                         "-color_range pc -c:v ffv1");
+    EXPECT_EQ(ReadMedia(File("in.mkv")).brightness, 255);
+    Media::Run(Options("in.mkv", "out.avi"));
+    EXPECT_NEAR(ReadMedia(File("out.avi")).brightness, 235, 1);
+    Media::Run(Options("in.mkv", "out.mp4"));
+    EXPECT_NEAR(ReadMedia(File("out.mp4")).brightness, 255, 1);
+}
+
+TEST_F(Conversions, LightLevelsOfHdrAreKept) {
+    Make(File("in.mp4"), PICTURES +
+                             "-c:v libx265 -pix_fmt yuv420p10le -x265-params log-level=none:hdr10=1:"
+                             "master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)"
+                             "L(10000000,1):max-cll=1000,400 " +
+                             HDR);
+    for (std::string const name : {"out.mp4", "out.mkv"}) {
+        SCOPED_TRACE(name);
+        Media::Run(Options("in.mp4", name));
+        MediaRecord const out = ReadMedia(File(name));
+        EXPECT_EQ(out.streams[0].lightLevels, ReadMedia(File("in.mp4")).streams[0].lightLevels);
+        EXPECT_GT(out.streams[0].lightLevels.size(), 50U);
+        EXPECT_EQ(out.format, "yuv420p10le");
+        EXPECT_EQ(out.colour.transfer, AVCOL_TRC_SMPTE2084);
+    }
+}
+
+TEST_F(Conversions, AlphaOfWebmIsKept) {
+    Make(File("in.webm"), "-f lavfi -i color=red@0.5:s=64x48:r=25:d=0.2,format=yuva420p -c:v libvpx-vp9 "
+                          "-auto-alt-ref 0");
+    Media::VideoStreamInfo info;
+    Media::RunOptions options = Options("in.webm", "out.webm");
+    options.videoEncoderOptions = {{"auto-alt-ref", "0"}};
+    options.makeVideoLane = [&](Media::VideoStreamInfo const& told) {
+        info = told;
+        return PassThrough()(told);
+    };
+    Media::Run(options);
+    EXPECT_EQ(info.format, Conf::PixFmt::YUVA420P);
+    EXPECT_EQ(ReadMedia(File("out.webm")).streams[0].metadata["alpha_mode"], "1");
+    Media::RunOptions opaque = Options("in.webm", "out.mkv");
+    EXPECT_THAT(Media::Run(opaque).notes, Contains(HasSubstr("; lost: alpha.")));
+    EXPECT_EQ(ReadMedia(File("out.mkv")).streams[0].metadata.count("alpha_mode"), 0U);
+}
+
+struct ChoiceCase {
+    char const* format;
+    Conf::ColorSpace space;
+    std::uint32_t width;
+    Media::EncoderRules rules;
+    char const* wanted;
+    std::int32_t range;
+    bool isConverted;
+};
+
+Conf::PixFmt Format(char const* name) {
+    return static_cast<Conf::PixFmt>(av_get_pix_fmt(name));
+}
+
+std::vector<Conf::PixFmt> Formats(std::initializer_list<char const*> names) {
+    std::vector<Conf::PixFmt> formats;
+    for (char const* name : names)
+        formats.push_back(Format(name));
+    return formats;
+}
+
+TEST(ChoosePicture, NearestFormatAndRange) {
+    constexpr Conf::ColorSpace NONE{};
+    constexpr Conf::ColorSpace FULL{2, AVCOL_RANGE_JPEG, 2};
+    constexpr Conf::ColorSpace HD_LIMITED{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, AVCOL_PRI_BT709};
+    Media::EncoderRules const x264{
+        Formats({"yuv420p", "yuvj420p", "yuv422p", "yuv444p", "yuv420p10le", "gray"}), false, false, false,
+        true};
+    Media::EncoderRules const jpeg{Formats({"yuvj420p", "yuvj422p", "yuvj444p"}), false, true, false, false};
+    Media::EncoderRules const mpeg4{Formats({"yuv420p"}), true, false, false, false};
+    Media::EncoderRules const png{Formats({"rgb24", "rgba", "pal8", "gray"}), false, false, false, false};
+    ChoiceCase const cases[] = {
+        {"yuv420p", NONE, 64, x264, "yuv420p", AVCOL_RANGE_UNSPECIFIED, false},
+        {"yuvj420p", NONE, 64, x264, "yuv420p", AVCOL_RANGE_JPEG, false}, // other names for the same
+        {"yuv420p", FULL, 64, x264, "yuv420p", AVCOL_RANGE_JPEG, false},
+        {"yuv420p", NONE, 65, x264, "yuv444p", AVCOL_RANGE_UNSPECIFIED, true},
+        {"yuv422p10le", NONE, 64, x264, "yuv420p10le", AVCOL_RANGE_UNSPECIFIED, true},
+        {"gray", FULL, 64, x264, "gray", AVCOL_RANGE_JPEG, false},
+        {"yuv420p", NONE, 64, jpeg, "yuvj420p", AVCOL_RANGE_JPEG, true},
+        {"yuv422p", FULL, 64, jpeg, "yuvj422p", AVCOL_RANGE_JPEG, false},
+        {"yuvj444p", NONE, 64, jpeg, "yuvj444p", AVCOL_RANGE_JPEG, false},
+        {"yuv420p", HD_LIMITED, 64, jpeg, "yuvj420p", AVCOL_RANGE_JPEG, true},
+        {"yuvj420p", NONE, 64, mpeg4, "yuv420p", AVCOL_RANGE_MPEG, true},
+        {"rgb24", NONE, 64, mpeg4, "yuv420p", AVCOL_RANGE_MPEG, true},
+        {"yuv420p", NONE, 64, png, "rgb24", AVCOL_RANGE_JPEG, true},
+        {"pal8", NONE, 64, png, "pal8", AVCOL_RANGE_UNSPECIFIED, false},
+        {"bgra", NONE, 64, png, "rgba", AVCOL_RANGE_UNSPECIFIED, true}, // the scaler makes no palettes
+    };
+    for (ChoiceCase const& row : cases) {
+        SCOPED_TRACE(std::string(row.format) + " " + std::to_string(row.width) + " to " + row.wanted);
+        Media::EncoderPicture const picture =
+            Media::ChoosePicture(Format(row.format), row.space, row.width, 48, row.rules);
+        EXPECT_EQ(picture.format, Format(row.wanted));
+        EXPECT_EQ(picture.space.range, row.range);
+        EXPECT_EQ(picture.isConverted, row.isConverted);
+    }
+    // JPEG knows the matrix of BT.601 alone.
+    EXPECT_EQ(Media::ChoosePicture(Format("yuv420p"), HD_LIMITED, 64, 48, jpeg).space.matrix,
+              AVCOL_SPC_BT470BG);
+    Media::EncoderRules const none{Formats({"yuv420p"}), false, false, false, true};
+    EXPECT_EQ(Media::ChoosePicture(Format("yuv420p"), NONE, 65, 48, none).format, Conf::PixFmt::None);
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,319 @@
+// A film goes in, a film comes out: nothing may be lost on the way.
+
+#include "Conf/DisplayMatrix.h"
+#include "RunFixture.h"
+
+#include <chrono>
+#include <thread>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/mem.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr char const* SUBTITLES =
+    "1\n00:00:00,200 --> 00:00:00,500\nOne\n\n2\n00:00:00,600 --> 00:00:00,900\nTwo\n";
+constexpr char const* CHAPTERS = ";FFMETADATA1\ntitle=A film\nartist=Somebody\n"
+                                 "[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=400\ntitle=Start\n"
+                                 "[CHAPTER]\nTIMEBASE=1/1000\nSTART=400\nEND=1000\ntitle=End\n";
+
+class Film : public RunFixture {
+protected:
+    /// A film with B-frames, sound, subtitles, chapters and metadata.
+    std::filesystem::path MakeRich(std::string const& name, std::string const& subtitles) const {
+        Write("subtitles.srt", SUBTITLES);
+        Write("chapters.txt", CHAPTERS);
+        return Make(File(name), PICTURES + SOUND + "-i " + File("subtitles.srt").string() + " -i " +
+                                    File("chapters.txt").string() +
+                                    " -map 0 -map 1 -map 1 -map 2 -map_metadata 3 -map_chapters 3 " +
+                                    B_FRAMES +
+                                    "-c:a aac -metadata:s:a:0 language=deu -metadata:s:a:1 language=fra "
+                                    "-disposition:a:1 default -disposition:a:0 comment -c:s " +
+                                    subtitles);
+    }
+};
+
+/// All streams but the pictures that were worked on.
+void ExpectSameCopies(MediaRecord const& in, MediaRecord const& out) {
+    ASSERT_EQ(out.streams.size(), in.streams.size());
+    for (std::size_t i = 0; i < in.streams.size(); ++i) {
+        if (in.streams[i].codec == "h264")
+            continue;
+        SCOPED_TRACE("stream " + std::to_string(i) + ", " + in.streams[i].codec);
+        StreamRecord const& from = in.streams[i];
+        StreamRecord to = out.streams[i];
+        // Matroska keeps no duration of sound; FFmpeg guesses that of the first packet, or does not.
+        if (in.container.starts_with("matroska") && from.kind == "audio" && !to.packets.empty())
+            to.packets[0].duration = from.packets[0].duration;
+        EXPECT_EQ(to.kind, from.kind);
+        EXPECT_EQ(to.codec, from.codec);
+        EXPECT_EQ(to.packets, from.packets);
+        // FFmpeg adds the bit rate to that of MP4 subtitles.
+        EXPECT_TRUE(to.extradata.starts_with(from.extradata));
+        EXPECT_EQ(to.disposition, from.disposition);
+        EXPECT_EQ(to.metadata, from.metadata);
+    }
+}
+
+TEST_F(Film, AllOfAnMp4ComesOut) {
+    Remux(MakeRich("plain.mp4", "mov_text"), File("in.mp4"), TagAsTurned);
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    Media::VideoStreamInfo info;
+    options.makeVideoLane = [&](Media::VideoStreamInfo const& told) {
+        info = told;
+        return PassThrough()(told);
+    };
+    Media::RunResult const result = Media::Run(options);
+    MediaRecord const in = ReadMedia(File("in.mp4"));
+    MediaRecord const out = ReadMedia(File("out.mp4"));
+
+    EXPECT_EQ(info.frame, (Conf::FrameInfo{64, 48, 1, 1}));
+    EXPECT_EQ(info.format, Conf::PixFmt::YUV420P);
+    EXPECT_EQ(info.frameRate, (Ratio{25, 1}));
+    EXPECT_EQ(info.codec, "h264");
+    EXPECT_NE(info.orientation, Conf::DisplayMatrix::s_default);
+    EXPECT_TRUE(in.streams[0].hasMatrix);
+    EXPECT_FALSE(out.streams[0].hasMatrix); // the lane has dealt with it
+
+    ASSERT_EQ(in.pictures.size(), 25U);
+    EXPECT_EQ(out.pictures, in.pictures);
+    EXPECT_EQ(out.chapters, in.chapters);
+    EXPECT_EQ(out.metadata, in.metadata);
+    ExpectSameCopies(in, out);
+    EXPECT_THAT(result.notes, IsEmpty());
+    EXPECT_EQ(result.framesIn, 25);
+    EXPECT_EQ(result.framesOut, 25);
+    EXPECT_EQ(result.videoEncoder, "libx264");
+}
+
+TEST_F(Film, AllOfAMatroskaComesOut) {
+    Write("font.ttf", "no font, but a file");
+    Make(File("cover.png"), "-f lavfi -i color=red:s=16x16 -frames:v 1");
+    MakeRich("plain.mkv", "ass");
+    Make(File("in.mkv"),
+         "-i " + File("plain.mkv").string() + " -map 0 -c copy -attach " + File("font.ttf").string() +
+             " -metadata:s:t:0 mimetype=application/x-truetype-font -metadata:s:t:0 filename=font.ttf" +
+             " -attach " + File("cover.png").string() +
+             " -metadata:s:t:1 mimetype=image/png -metadata:s:t:1 filename=cover.png");
+    Media::RunResult const result = Media::Run(Lossless("in.mkv", "out.mkv"));
+    MediaRecord in = ReadMedia(File("in.mkv"));
+    MediaRecord out = ReadMedia(File("out.mkv"));
+
+    EXPECT_EQ(out.pictures, in.pictures);
+    EXPECT_EQ(out.chapters, in.chapters);
+    EXPECT_EQ(out.metadata, in.metadata);
+    ASSERT_EQ(in.streams.size(), 6U);
+    EXPECT_EQ(in.streams[4].kind, "attachment");
+    EXPECT_NE(in.streams[5].disposition & AV_DISPOSITION_ATTACHED_PIC, 0);
+    ExpectSameCopies(in, out);
+    EXPECT_THAT(result.notes, IsEmpty());
+}
+
+// Cover pictures: not what is worked on, and kept as what they are in either container.
+TEST_F(Film, CoversStayCovers) {
+    Make(File("cover.png"), "-f lavfi -i color=red:s=400x300 -frames:v 1");
+    Make(File("in.mp4"), "-i " + File("cover.png").string() + " " + PICTURES + "-map 0 -map 1 -c:v:0 copy " +
+                             "-disposition:v:0 attached_pic -c:v:1 libx264");
+    for (std::string const name : {"out.mp4", "out.mkv"}) {
+        SCOPED_TRACE(name);
+        Media::RunResult const result = Media::Run(Lossless("in.mp4", name));
+        MediaRecord const out = ReadMedia(File(name));
+        EXPECT_EQ(result.framesIn, 25);
+        int covers = 0;
+        for (StreamRecord const& stream : out.streams)
+            if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+                ++covers;
+                ASSERT_EQ(stream.packets.size(), 1U);
+                EXPECT_EQ(stream.packets[0].data, Read("cover.png"));
+            }
+        EXPECT_EQ(covers, 1);
+        EXPECT_EQ(out.streams.size(), 2U);
+    }
+}
+
+struct TimesCase {
+    std::string name;
+    std::string arguments;
+    std::string output;
+    /// FFmpeg's reader finds no duration for the last picture of a stream with a late start and no B-frames.
+    bool saysLastDuration = true;
+};
+
+class FilmTimes : public RunFixture, public testing::WithParamInterface<TimesCase> {};
+
+TEST_P(FilmTimes, ComeOutAsTheyWentIn) {
+    Make(File("in.mp4"), GetParam().arguments);
+    Media::Run(Lossless("in.mp4", "out." + GetParam().output));
+    MediaRecord const in = ReadMedia(File("in.mp4"));
+    MediaRecord const out = ReadMedia(File("out." + GetParam().output));
+    ASSERT_GT(in.pictures.size(), 5U);
+    ASSERT_EQ(out.pictures.size(), in.pictures.size());
+    for (std::size_t i = 0; i < in.pictures.size(); ++i) {
+        EXPECT_EQ(out.pictures[i].time, in.pictures[i].time) << "picture " << i;
+        EXPECT_EQ(out.pictures[i].hash, in.pictures[i].hash) << "picture " << i;
+    }
+    // In MP4 a picture lasts until the next; only the last one says itself.
+    if (GetParam().output == "mp4" && GetParam().saysLastDuration) {
+        EXPECT_EQ(out.pictures.back().duration, in.pictures.back().duration);
+    }
+    ExpectSameCopies(in, out);
+}
+
+std::string const VARIABLE = "-vf settb=1/90000,setpts=(N*N+3*N)*450 -vsync passthrough ";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, FilmTimes,
+    testing::Values(
+        TimesCase{"Ntsc", "-f lavfi -i testsrc2=s=64x48:r=30000/1001:d=1 " + B_FRAMES, "mp4"},
+        TimesCase{"VariableRate", PICTURES + VARIABLE + NO_B_FRAMES + "-video_track_timescale 90000", "mp4"},
+        TimesCase{"VariableRateBFrames", PICTURES + VARIABLE + B_FRAMES + "-video_track_timescale 90000",
+                  "mp4"},
+        TimesCase{"VariableRateToMatroska", PICTURES + VARIABLE + B_FRAMES + "-video_track_timescale 1000",
+                  "mkv"},
+        TimesCase{"FinerThanMicroseconds", PICTURES + B_FRAMES + "-video_track_timescale 7000003", "mp4"},
+        TimesCase{"PictureStartsLater",
+                  SOUND + "-itsoffset 0.52 " + PICTURES + "-map 0 -map 1 -vsync passthrough -c:a aac " +
+                      B_FRAMES,
+                  "mp4", false},
+        TimesCase{"SoundStartsLater",
+                  "-itsoffset 0.32 " + SOUND + PICTURES + "-map 1 -map 0 -c:a aac " + B_FRAMES, "mp4"}),
+    [](auto const& test) { return test.param.name; });
+
+// What the container cannot hold is left out and told, and the rest comes through.
+TEST_F(Film, StreamsThatDoNotFitAreLeftOut) {
+    MakeRich("in.mkv", "ass");
+    Make(File("plain.ts"), PICTURES + SOUND + B_FRAMES + "-c:a mp2");
+    Remux(File("plain.ts"), File("in.ts"), [](AVFormatContext& context) {
+        AVStream& data = *avformat_new_stream(&context, nullptr);
+        data.codecpar->codec_type = AVMEDIA_TYPE_DATA;
+        data.codecpar->codec_id = AV_CODEC_ID_SMPTE_KLV;
+    });
+    Media::RunResult const fromMatroska = Media::Run(Lossless("in.mkv", "subtitles.mp4"));
+    EXPECT_THAT(fromMatroska.notes,
+                ElementsAre("Stream 3 (subtitle, ass) was left out: the container mp4 cannot take it."));
+    EXPECT_EQ(ReadMedia(File("subtitles.mp4")).Of("audio").size(), 2U);
+    Media::RunResult const fromBroadcast = Media::Run(Lossless("in.ts", "data.mp4"));
+    EXPECT_THAT(fromBroadcast.notes,
+                ElementsAre("Stream 2 (data, klv) was left out: the container mp4 cannot take it."));
+    EXPECT_EQ(ReadMedia(File("data.mp4")).pictures.size(), 25U);
+}
+
+// Only the muxer knows that it takes one stream: the others go, without a query that would have told.
+TEST_F(Film, AMuxerWithOneStreamGetsThePicture) {
+    Make(File("in.mp4"), PICTURES + SOUND + NO_B_FRAMES + "-c:a aac");
+    Media::RunResult const result = Media::Run(Options("in.mp4", "out.gif"));
+    EXPECT_EQ(ReadMedia(File("out.gif")).pictures.size(), 25U);
+    EXPECT_THAT(result.notes,
+                testing::Contains("Stream 1 (audio, aac) was left out: the container gif cannot take it."));
+}
+
+TEST_F(Film, ANullLaneCopiesThePictureWithItsTag) {
+    Remux(MakeRich("plain.mp4", "mov_text"), File("in.mp4"), TagAsTurned);
+    Media::RunOptions options = Options("in.mp4", "out.mp4");
+    options.makeVideoLane = {};
+    Media::RunResult const result = Media::Run(options);
+    MediaRecord const in = ReadMedia(File("in.mp4"));
+    MediaRecord const out = ReadMedia(File("out.mp4"));
+    EXPECT_TRUE(out.streams[0].hasMatrix);
+    EXPECT_EQ(out.streams[0].packets, in.streams[0].packets);
+    ExpectSameCopies(in, out);
+    EXPECT_EQ(result.videoEncoder, "");
+    EXPECT_EQ(result.framesOut, 25);
+}
+
+// Where a null lane cannot copy, pictures are encoded anew.
+TEST_F(Film, ANullLaneEncodesWhatTheContainerCannotTake) {
+    Make(File("in.mp4"), PICTURES + NO_B_FRAMES);
+    Media::RunOptions options = Options("in.mp4", "out.webm");
+    options.makeVideoLane = {};
+    options.videoEncoderOptions = {{"cpu-used", "8"}};
+    EXPECT_EQ(Media::Run(options).videoEncoder, "libvpx-vp9");
+    EXPECT_EQ(ReadMedia(File("out.webm")).pictures.size(), 25U);
+}
+
+TEST_F(Film, UsualEncodersOfContainers) {
+    Make(File("in.mp4"),
+         "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 " + SOUND + B_FRAMES + "-c:a mp2 -shortest");
+    struct {
+        char const* output;
+        char const* encoder;
+    } const cases[] = {{"out.mp4", "libx264"},  {"out.mov", "libx264"}, {"out.mkv", "libx264"},
+                       {"out.m4v", "libx264"},  {"out.ts", "libx264"},  {"out.webm", "libvpx-vp9"},
+                       {"out.avi", "mpeg4"},    {"out.gif", "gif"},     {"out.mpg", "mpeg1video"},
+                       {"out.ogv", "libtheora"}};
+    std::vector<PictureRecord> const in = ReadMedia(File("in.mp4")).pictures;
+    for (auto const& row : cases) {
+        SCOPED_TRACE(row.output);
+        EXPECT_EQ(Media::Run(Options("in.mp4", row.output)).videoEncoder, row.encoder);
+        MediaRecord const out = ReadMedia(File(row.output));
+        ASSERT_EQ(out.pictures.size(), in.size());
+        for (std::size_t i = 0; i < in.size(); ++i) // broadcast streams start somewhere, or say no time
+            if (out.pictures[i].time != AV_NOPTS_VALUE) {
+                EXPECT_EQ(out.pictures[i].time - out.pictures[0].time, in[i].time) << "picture " << i;
+            }
+    }
+}
+
+// Encoders that cannot count in the input's time base, and a container that counts in frames.
+TEST_F(Film, EncodersWithCoarseTimesKeepThem) {
+    Make(File("in.mp4"), PICTURES + VARIABLE + NO_B_FRAMES + "-video_track_timescale 90000");
+    Media::RunOptions options = Options("in.mp4", "out.mp4");
+    options.videoEncoder = "mpeg4";
+    options.videoEncoderOptions = {{"bf", "2"}};
+    Media::Run(options);
+    MediaRecord const in = ReadMedia(File("in.mp4"));
+    MediaRecord const out = ReadMedia(File("out.mp4"));
+    ASSERT_EQ(out.pictures.size(), in.pictures.size());
+    for (std::size_t i = 0; i < in.pictures.size(); ++i)
+        EXPECT_EQ(out.pictures[i].time, in.pictures[i].time) << "picture " << i;
+}
+
+// A sender's clock starts anywhere and jumps where recordings were joined.
+TEST_F(Film, BroadcastClocksStartAtZeroAndGoOn) {
+    Make(File("a.ts"), PICTURES + SOUND + B_FRAMES + "-c:a mp2");
+    Make(File("b.ts"), PICTURES + SOUND + B_FRAMES + "-c:a mp2 -output_ts_offset 5000");
+    Write("in.ts", Read("a.ts") + Read("b.ts"));
+    Media::RunResult const result = Media::Run(Lossless("in.ts", "out.mp4"));
+    MediaRecord const out = ReadMedia(File("out.mp4"));
+    ASSERT_EQ(out.pictures.size(), 50U);
+    for (std::size_t i = 1; i < out.pictures.size(); ++i)
+        EXPECT_NEAR(static_cast<double>(out.pictures[i].time - out.pictures[i - 1].time), 4e7, 2e7) << i;
+    EXPECT_LT(out.pictures[0].time, 100000000);
+    EXPECT_THAT(result.notes,
+                testing::Contains("1 jump in time was closed: the input's clock is not continuous."));
+}
+
+TEST_F(Film, ProgressIsToldOnTheCallersThread) {
+    Make(File("in.mp4"), PICTURES + NO_B_FRAMES);
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    options.makeVideoLane = MakeLane([](Picture const& picture) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return Pictures{picture};
+    });
+    std::vector<Media::RunProgress> told;
+    auto const caller = std::this_thread::get_id();
+    options.onProgress = [&](Media::RunProgress const& progress) {
+        EXPECT_EQ(std::this_thread::get_id(), caller);
+        told.push_back(progress);
+    };
+    Media::Run(options);
+    ASSERT_GT(told.size(), 3U);
+    for (std::size_t i = 1; i < told.size(); ++i)
+        EXPECT_GE(told[i].done, told[i - 1].done);
+    EXPECT_GT(told[told.size() / 2].done, 0);
+    EXPECT_GT(told[told.size() / 2].secondsLeft, 0);
+    EXPECT_EQ(told.back().done, 1);
+    EXPECT_EQ(told.back().frames, 25);
+}
+
+} // namespace
+} // namespace Tarsel::Test

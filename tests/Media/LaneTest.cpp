@@ -1,0 +1,230 @@
+// What lanes may do with pictures, and what becomes of it.
+
+#include "Core/Throw.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "RunFixture.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <stop_token>
+#include <thread>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// The same picture, stored bottom up, as FFmpeg's vflip gives it.
+Picture FlipByStride(Picture const& picture) {
+    Proc::SafeFrame frame = Proc::SafeFrame::Reference(*picture->GetAVFrame());
+    for (int plane = 0; plane < 3; ++plane) {
+        int const rows = plane == 0 ? frame->height : (frame->height + 1) / 2;
+        frame->data[plane] += static_cast<std::ptrdiff_t>(rows - 1) * frame->linesize[plane];
+        frame->linesize[plane] = -frame->linesize[plane];
+    }
+    Picture flipped = MakeSP<Proc::DataVideoFF>(std::move(frame), picture->GetFrameInfo());
+    flipped->SetTime(picture->GetTime());
+    flipped->SetDuration(picture->GetDuration());
+    return flipped;
+}
+
+class Lane : public RunFixture {
+protected:
+    /// Runs a small film through the lane.
+    MediaRecord Run(Media::MakeVideoLane lane, std::string const& output = "out.mp4") {
+        Make(File("in.mp4"), PICTURES + B_FRAMES);
+        Media::RunOptions options = Lossless("in.mp4", output);
+        options.makeVideoLane = std::move(lane);
+        m_result = Media::Run(options);
+        m_in = ReadMedia(File("in.mp4")).pictures;
+        return ReadMedia(File(output));
+    }
+
+    Media::RunResult m_result;
+    std::vector<PictureRecord> m_in;
+};
+
+TEST_F(Lane, MayDropPictures) {
+    int number = 0;
+    MediaRecord const out = Run(
+        MakeLane([&](Picture const& picture) { return number++ % 3 == 1 ? Pictures{picture} : Pictures{}; }));
+    ASSERT_EQ(out.pictures.size(), 8U);
+    for (std::size_t i = 0; i < out.pictures.size(); ++i) {
+        // MP4 has no gap before the first picture but one in the edit list, which FFmpeg reads back.
+        EXPECT_EQ(out.pictures[i].time, m_in[3 * i + 1].time);
+        EXPECT_EQ(out.pictures[i].hash, m_in[3 * i + 1].hash);
+    }
+    EXPECT_EQ(m_result.framesIn, 25);
+    EXPECT_EQ(m_result.framesOut, 8);
+}
+
+TEST_F(Lane, MayMakeTwoPicturesOfOne) {
+    MediaRecord const out = Run(MakeLane([](Picture const& picture) {
+        Picture const second = picture->Copy();
+        picture->SetDuration(20000);
+        second->SetTime(picture->GetTime() + 20000);
+        second->SetDuration(20000);
+        return Pictures{picture, second};
+    }));
+    ASSERT_EQ(out.pictures.size(), 50U);
+    for (std::size_t i = 0; i < out.pictures.size(); ++i) {
+        EXPECT_EQ(out.pictures[i].time, static_cast<std::int64_t>(i) * 20000000);
+        EXPECT_EQ(out.pictures[i].duration, 20000000);
+        EXPECT_EQ(out.pictures[i].hash, m_in[i / 2].hash);
+    }
+}
+
+TEST_F(Lane, MayHoldBackEverythingUntilTheEnd) {
+    auto const held = std::make_shared<Pictures>();
+    MediaRecord const out = Run(MakeLane(
+        [held](Picture const& picture) {
+            held->push_back(picture);
+            return Pictures{};
+        },
+        [held] { return std::exchange(*held, {}); }));
+    EXPECT_EQ(out.pictures, m_in);
+}
+
+// One that repeats a picture at the same time: every picture is written, a step later.
+TEST_F(Lane, MayRepeatATime) {
+    MediaRecord const out = Run(MakeLane([](Picture const& picture) { return Pictures{picture, picture}; }));
+    ASSERT_EQ(out.pictures.size(), 50U);
+    for (std::size_t i = 0; i < out.pictures.size(); i += 2) {
+        EXPECT_EQ(out.pictures[i].time, m_in[i / 2].time);
+        EXPECT_NEAR(static_cast<double>(out.pictures[i + 1].time), static_cast<double>(m_in[i / 2].time),
+                    1e5);
+    }
+    EXPECT_THAT(m_result.notes, ElementsAre(HasSubstr("25 picture times were not after the one before")));
+}
+
+TEST_F(Lane, MayGivePicturesStoredBottomUp) {
+    auto const flip = MakeLane([](Picture const& picture) { return Pictures{FlipByStride(picture)}; });
+    MediaRecord const once = Run(flip);
+    EXPECT_NE(once.pictures[0].hash, m_in[0].hash);
+    // Scaled (from 4:2:0 to what GIF takes), and without loss by another encoder.
+    Run(flip, "out.gif");
+    MediaRecord const other = Run(flip, "out.mkv");
+    ASSERT_EQ(other.pictures.size(), once.pictures.size());
+    for (std::size_t i = 0; i < once.pictures.size(); ++i)
+        EXPECT_EQ(other.pictures[i].hash, once.pictures[i].hash);
+}
+
+// A turned picture must not carry the tag that turns it once more.
+TEST_F(Lane, OrientationTagsOfFramesAreNotWritten) {
+    MediaRecord const out = Run(MakeLane([](Picture const& picture) {
+        av_frame_new_side_data(picture->GetAVFrame(), AV_FRAME_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t));
+        return Pictures{picture};
+    }));
+    EXPECT_FALSE(out.streams[0].hasMatrix);
+    EXPECT_EQ(out.pictures, m_in);
+}
+
+class FailingLane : public RunFixture {
+protected:
+    /// Runs a small film through the lane and expects an exception of the type; nothing may stay behind.
+    template <class E>
+    std::string Fail(Media::MakeVideoLane lane, std::string const& output = "out.mp4") {
+        Make(File("in.mp4"), PICTURES + SOUND + B_FRAMES + "-c:a aac");
+        Media::RunOptions options = Lossless("in.mp4", output);
+        options.makeVideoLane = std::move(lane);
+        std::string text = RunForFailure<E>(options);
+        EXPECT_THAT(List(), ElementsAre("in.mp4"));
+        return text;
+    }
+};
+
+TEST_F(FailingLane, ItsExceptionsComeOutUnchanged) {
+    auto const fail = [](Picture const&) -> Pictures {
+        Core::Throw<Proc::EffectException>({"Tests/Lane", "work"}, "An effect failed",
+                                           Proc::TagFFmpegError(-22));
+    };
+    Make(File("in.mp4"), PICTURES + B_FRAMES);
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    options.makeVideoLane = MakeLane(fail);
+    try {
+        Media::Run(options);
+        FAIL();
+    } catch (Proc::EffectException const& exception) {
+        EXPECT_STREQ(exception.what(), "An effect failed");
+        EXPECT_EQ(*boost::get_error_info<Proc::TagFFmpegError>(exception), -22);
+    }
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+}
+
+TEST_F(FailingLane, AtItsEndOrWhileItIsMade) {
+    auto const raise = []() -> Pictures { throw std::runtime_error("late"); };
+    EXPECT_EQ(
+        Fail<std::runtime_error>(MakeLane([](Picture const& picture) { return Pictures{picture}; }, raise)),
+        "late");
+    EXPECT_EQ(Fail<std::runtime_error>([](Media::VideoStreamInfo const&) -> std::unique_ptr<FunctionLane> {
+                  throw std::runtime_error("early");
+              }),
+              "early");
+}
+
+TEST_F(FailingLane, NoPictureAtAll) {
+    EXPECT_EQ(Fail<Media::OutputException>(MakeLane([](Picture const&) { return Pictures{}; })),
+              "Cannot write \"" + File("out.mp4").string() + "\": no picture came out of the effects");
+}
+
+TEST_F(FailingLane, PicturesThatChangeAreRefused) {
+    auto const grow = [](Picture const& picture) {
+        if (picture->GetTime() < 400000)
+            return Pictures{picture};
+        Picture const larger = MakeSP<Proc::DataVideoFF>(Conf::ColorSpace{}, Conf::PixFmt::YUV444P,
+                                                         Conf::FrameInfo{80, 48, 1, 1});
+        larger->SetTime(picture->GetTime());
+        return Pictures{larger};
+    };
+    EXPECT_EQ(
+        Fail<Media::OutputException>(MakeLane(grow)),
+        "The pictures change from 64x48 yuv420p to 80x48 yuv444p at 0.4 s; one stream cannot hold both");
+}
+
+TEST_F(FailingLane, ReportsOfProgressMayThrow) {
+    Make(File("in.mp4"), PICTURES + B_FRAMES);
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    options.onProgress = [](Media::RunProgress const&) { throw std::runtime_error("no"); };
+    EXPECT_EQ(RunForFailure<std::runtime_error>(options), "no");
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+}
+
+// The lane is asked to stop while it works and while others wait for it.
+TEST_F(FailingLane, StopsWithinMoments) {
+    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=20 " + SOUND + B_FRAMES + "-c:a aac");
+    std::stop_source stop;
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    int pictures = 0;
+    std::chrono::steady_clock::time_point asked;
+    options.makeVideoLane = MakeLane([&](Picture const& picture) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        if (++pictures == 20) {
+            asked = std::chrono::steady_clock::now();
+            stop.request_stop();
+        }
+        return Pictures{picture};
+    });
+    EXPECT_EQ(RunForFailure<Media::InterruptedException>(options, stop.get_token()),
+              "\"" + File("out.mp4").string() + "\" was not finished: the run was stopped");
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
+    EXPECT_LT(pictures, 25);
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+
+    // Before the start: nothing is made at all.
+    options.makeVideoLane = {};
+    RunForFailure<Media::InterruptedException>(options, stop.get_token());
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+}
+
+} // namespace
+} // namespace Tarsel::Test
