@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Host/EffectRegistry.h"
+#include "Proc/Interfaces/EffectTraits.h"
+#include "Proc/Settings/Field.h"
+#include "Tools/Tarsel/Effects.h"
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Tools {
+
+/// What a plug-in tells about one of its effects.
+struct CatalogueEntry {
+    std::string classId;
+    std::string implName;
+    Host::EffectKind kind = Host::EffectKind::Video;
+    /// Nothing for effects that do not tell.
+    std::optional<Proc::EffectTraits> traits;
+    std::span<Proc::Field const> fields;
+};
+
+/// The effects of a plug-in in the order of registration; of those called `classId` alone, unless that is
+/// empty. UsageException when there is none of that name. Texts and fields live as long as the plug-in.
+std::vector<CatalogueEntry> MakeCatalogue(Effects const& effects, std::string const& classId);
+
+/// For people: a block for each effect, lines of at most `columns` characters where words allow.
+std::string FormatCatalogue(std::vector<CatalogueEntry> const& entries, std::size_t columns);
+
+/// For programs, as JSON. An object with
+/// - "plugin": the plug-in's file;
+/// - "effects": an array, an object for each effect with
+///   - "id", "implementation": strings; "kind": "video", "audio", "two-input video" or "two-input audio";
+///   - "summary": one line of help, "" when the effect does not tell;
+///   - "traits": null when the effect does not tell, else an object with
+///     - "alpha", "depth", "range", "size": whether the effect keeps it: "always", "sometimes", "never";
+///     - "frameIndependent", "tail", "slices": booleans;
+///     - "delayFrames", "delayMicroseconds", "framesPerFrame": integers;
+///   - "parameters": an array, an object for each parameter with
+///     - "key", "unit", "help": strings; "kind": the name of a Proc::FieldKind;
+///     - "default": a boolean for flags, a number for integers and reals, else the text as -e takes it;
+///     - "minimum", "maximum": numbers for integers and reals, null without limit and for other kinds;
+///     - "words": an array of objects with "word", "value" (an integer) and "help";
+///     - "columns": an array of objects with "key", "kind", "minimum", "maximum", "unit" and "help": what one
+///       entry of a list consists of.
+/// Members may be added; those here stay.
+std::string CatalogueToJson(Effects const& effects, std::vector<CatalogueEntry> const& entries);
+
+} // namespace Tarsel::Tools

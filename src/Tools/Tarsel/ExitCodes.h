@@ -1,0 +1,24 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace Tarsel::Tools {
+
+/// What the program tells the shell. The numbers are part of the command line's contract.
+enum class ExitCode : int {
+    Done = 0,
+    BadArguments = 1,
+    InputUnreadable = 2,
+    EffectFailed = 3,
+    OutputFailed = 4,
+    Interrupted = 130,
+};
+
+/// The exit code of a failure by its type. What is no known type came out of an effect.
+ExitCode GetExitCode(std::exception const& failure) noexcept;
+
+/// The table of all codes for help texts, one a line, ending in a line feed.
+std::string DescribeExitCodes();
+
+} // namespace Tarsel::Tools

@@ -1,0 +1,95 @@
+#include "Host/ErrorReport.h"
+#include "Tools/Tarsel/Console.h"
+#include "Tools/Tarsel/ExitCodes.h"
+#include "Tools/Tarsel/FFmpegLog.h"
+#include "Tools/Tarsel/StandardStreams.h"
+#include "Tools/Tarsel/Verb.h"
+#include "Tools/Tarsel/Version.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+#include <string>
+
+namespace Tarsel::Tools {
+namespace {
+
+/// Tells of a failure on the console: what is known of it, and what FFmpeg logged about it.
+ExitCode Report(Console& console, std::exception const& failure, bool verbose, FFmpegLog const* log) {
+    ExitCode const code = GetExitCode(failure);
+    std::string text = code == ExitCode::Interrupted ? "tarsel: " : "tarsel: error: ";
+    text += verbose ? Host::DescribeErrorFully(failure) : Host::DescribeError(failure);
+    if (log != nullptr && code != ExitCode::Interrupted)
+        for (std::string const& line : log->GetFailureLines())
+            text += "\n  log: " + line;
+    console.SetStatus({});
+    console.Print(text);
+    return code;
+}
+
+/// Help and version asked for, or a command line that cannot be read.
+ExitCode Explain(Console& console, CLI::App const& app, CLI::ParseError const& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+        std::ostringstream out;
+        (void)app.exit(error, out, out);
+        WriteOutput(out.str());
+        return ExitCode::Done;
+    }
+    std::string command = "tarsel";
+    for (CLI::App const* const verb : app.get_subcommands())
+        command += ' ' + verb->get_name();
+    console.Print(fmt::format("tarsel: error: {}\nSee \"{} --help\".", error.what(), command));
+    return ExitCode::BadArguments;
+}
+
+ExitCode Run(int argc, char const* const* argv, Console& console) {
+    CLI::App app("Passes films and pictures through effects.", "tarsel");
+    app.require_subcommand(0, 1);
+    app.get_formatter()->column_width(30);
+    app.get_formatter()->label("SUBCOMMAND", "VERB");
+    app.set_version_flag("--version", DescribeVersion, "Show the versions of tarsel and FFmpeg");
+    app.footer(DescribeExitCodes() + "\n\"tarsel VERB --help\" tells more about each verb.");
+
+    CommonOptions options;
+    std::array const verbs{AddRunVerb(app, options), AddListVerb(app, options), AddExplainVerb(app, options)};
+    try {
+        app.parse(argc, argv);
+    } catch (CLI::ParseError const& error) {
+        return Explain(console, app, error);
+    }
+
+    auto const verb =
+        std::find_if(verbs.begin(), verbs.end(), [](Verb const& v) { return v.command->parsed(); });
+    if (verb == verbs.end()) {
+        console.Print("tarsel: error: a verb is missing: run, list or explain\nSee \"tarsel --help\".");
+        return ExitCode::BadArguments;
+    }
+
+    FFmpegLog log(console, options.verbose);
+    try {
+        verb->run({console, log, options});
+    } catch (std::exception const& failure) {
+        return Report(console, failure, options.verbose, &log);
+    }
+    return ExitCode::Done;
+}
+
+int Main(int argc, char const* const* argv) {
+    PrepareStandardStreams();
+    Console console;
+    try {
+        return static_cast<int>(Run(argc, argv, console));
+    } catch (std::exception const& failure) {
+        return static_cast<int>(Report(console, failure, false, nullptr));
+    }
+}
+
+} // namespace
+} // namespace Tarsel::Tools
+
+int main(int argc, char* argv[]) {
+    return Tarsel::Tools::Main(argc, argv);
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
+
+namespace Tarsel::Tools {
+
+class Console;
+class FFmpegLog;
+
+/// What every verb has on its command line.
+struct CommonOptions {
+    /// The plug-in's file; empty: the one that is found under this project's name.
+    std::string plugin;
+    /// Failures with site and stack, and FFmpeg's own log.
+    bool verbose = false;
+
+    /// Adds the options to a verb's; this object has to outlive the parsing.
+    void AddTo(CLI::App& command);
+};
+
+/// Adds "-e", the effects of a chain as their user writes them.
+CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effects);
+
+/// What a verb works with.
+struct Context {
+    Console& console;
+    FFmpegLog& log;
+    CommonOptions const& options;
+};
+
+/// One verb of the command line.
+struct Verb {
+    /// Its part of the command line; belongs to the whole.
+    CLI::App* command;
+    /// Does the work, once the command line is parsed. Failures are exceptions.
+    std::function<void(Context const&)> run;
+};
+
+/// Each adds a verb to the command line; the options all verbs share go to `common`, which outlives the
+/// parsing.
+///
+/// "run": a media file's picture through effects into another file.
+Verb AddRunVerb(CLI::App& app, CommonOptions& common);
+/// "list": the effects of the plug-in and their parameters.
+Verb AddListVerb(CLI::App& app, CommonOptions& common);
+/// "explain": what effects would do with a format, without media.
+Verb AddExplainVerb(CLI::App& app, CommonOptions& common);
+
+} // namespace Tarsel::Tools

@@ -1,0 +1,261 @@
+#include "Tarsel/Tool.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <sstream>
+#include <thread>
+
+namespace Tarsel::Tools {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+class RunTool : public Tool {
+protected:
+    /// Hashes of the decoded pictures, in order.
+    static std::vector<std::string> HashPictures(std::string const& file,
+                                                 std::string const& filter = "null") {
+        std::istringstream lines(
+            RunForOutput({"ffmpeg", "-nostdin", "-v", "error", "-i", file, "-map", "0:v", "-vf", filter,
+                          "-fps_mode", "passthrough", "-f", "framemd5", "-"}));
+        std::vector<std::string> hashes;
+        for (std::string line; std::getline(lines, line);)
+            if (!line.starts_with('#'))
+                hashes.push_back(line.substr(line.rfind(' ') + 1));
+        return hashes;
+    }
+
+    /// What ffprobe tells of `entries` for the streams of a kind ("v"), a line each.
+    static std::string Probe(std::string const& file, std::string const& streams,
+                             std::string const& entries) {
+        return RunForOutput({"ffprobe", "-v", "error", "-select_streams", streams, "-show_entries", entries,
+                             "-show_data_hash", "md5", "-of", "csv=print_section=0", file});
+    }
+
+    /// Times and contents of coded packets.
+    static std::string ProbePackets(std::string const& file, std::string const& streams) {
+        return Probe(file, streams, "packet=pts_time,dts_time,duration_time,data_hash");
+    }
+
+    static std::string ProbeTimes(std::string const& file) { return Probe(file, "v", "frame=pts_time"); }
+
+    static std::vector<std::string> Lossless() {
+        return {"--video-codec", "libx264", "--video-option", "qp=0", "--video-option", "preset=ultrafast"};
+    }
+
+    static ProcessResult RunWith(std::vector<std::string> arguments, std::vector<std::string> const& more) {
+        arguments.insert(arguments.begin(), "run");
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return Run(arguments);
+    }
+
+    /// `err` is what standard error begins with; all of it when that is "".
+    static void ExpectSuccess(ProcessResult const& result, std::string const& err = {}) {
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_EQ(err.empty() ? result.err : result.err.substr(0, err.size()), err);
+        EXPECT_EQ(result.out, "");
+    }
+
+    /// A film as a phone makes it: turned by its tag, with pictures at uneven times, sound and subtitles.
+    std::string MakePhoneFilm() const {
+        auto const subtitles = MakeFile("words.srt", "1\n00:00:00,050 --> 00:00:00,200\nfirst\n\n"
+                                                     "2\n00:00:00,250 --> 00:00:00,390\nsecond\n");
+        auto const film = MakeFilm(
+            "film.mp4", {"-f",        "lavfi",     "-i",   "testsrc2=size=1920x1080:rate=30:duration=0.4",
+                         "-f",        "lavfi",     "-i",   "sine=duration=0.4",
+                         "-i",        subtitles,   "-vf",  "select=not(eq(mod(n\\,5)\\,3)),format=yuv420p",
+                         "-fps_mode", "vfr",       "-c:v", "libx264",
+                         "-preset",   "superfast", "-bf",  "2",
+                         "-c:a",      "aac",       "-c:s", "mov_text"});
+        SetOrientation(film, 6);
+        return film;
+    }
+};
+
+TEST_F(RunTool, OnlyThePictureChanges) {
+    auto const film = MakePhoneFilm();
+    ExpectSuccess(RunWith({film, At("out.mp4"), "-e", "flip horizontal=1"}, Lossless()));
+
+    auto const pictures = HashPictures(At("out.mp4"));
+    EXPECT_EQ(pictures.size(), 10U);
+    // The ffmpeg program, too, turns pictures upright before its filters.
+    EXPECT_EQ(pictures, HashPictures(film, "hflip"));
+    EXPECT_EQ(ProbeTimes(At("out.mp4")), ProbeTimes(film));
+    EXPECT_EQ(Probe(At("out.mp4"), "v", "stream=width,height"), "1080,1920\n");
+    EXPECT_THAT(Probe(At("out.mp4"), "v", "stream_side_data=rotation"), testing::AnyOf("\n", ""));
+    for (std::string const streams : {"a", "s"}) {
+        EXPECT_EQ(ProbePackets(At("out.mp4"), streams), ProbePackets(film, streams));
+        EXPECT_NE(ProbePackets(film, streams), "");
+        EXPECT_EQ(Probe(At("out.mp4"), streams, "stream=codec_name"),
+                  Probe(film, streams, "stream=codec_name"));
+    }
+    EXPECT_THAT(ListFolder(), ElementsAre("film.mp4", "out.mp4", "words.srt"));
+}
+
+TEST_F(RunTool, PicturesAreThoseOfTheFilterText) {
+    struct Case {
+        int orientation;
+        std::vector<std::string> steps;
+        std::string filter;
+    };
+    auto const film = MakeFilm("film.mp4", {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25:duration=0.2",
+                                            "-pix_fmt", "yuv420p", "-c:v", "libx264", "-bf", "0"});
+    for (Case const& c : {
+             Case{1, {"transpose step=1"}, "transpose=dir=1"},
+             Case{1, {"flip horizontal=1 vertical=1", "transpose step=3"}, "vflip,hflip,transpose=dir=2"},
+             Case{3, {"flip vertical=1", "transpose step=1"}, "vflip,transpose=dir=1"},
+             Case{8, {"flip"}, "null"},
+             Case{1, {"display-matrix matrix=5"}, "transpose=cclock_flip"},
+         }) {
+        SetOrientation(film, c.orientation);
+        std::vector<std::string> arguments{film, At("out.mp4"), "--overwrite"};
+        for (std::string const& step : c.steps)
+            arguments.insert(arguments.end(), {"-e", step});
+        ExpectSuccess(RunWith(arguments, Lossless()));
+        EXPECT_EQ(HashPictures(At("out.mp4")), HashPictures(film, c.filter))
+            << c.filter << ", orientation " << c.orientation;
+    }
+}
+
+TEST_F(RunTool, WithoutEffectsThePictureIsCopied) {
+    auto const film = MakePhoneFilm();
+    ExpectSuccess(RunWith({film, At("copy.mp4")}, {}));
+    for (std::string const streams : {"v", "a", "s"})
+        EXPECT_EQ(ProbePackets(At("copy.mp4"), streams), ProbePackets(film, streams)) << streams;
+    EXPECT_EQ(Probe(At("copy.mp4"), "v", "stream_side_data=rotation"),
+              Probe(film, "v", "stream_side_data=rotation"));
+
+    // Naming an encoder asks for encoding.
+    ExpectSuccess(RunWith({film, At("encoded.mp4")}, Lossless()));
+    EXPECT_EQ(HashPictures(At("encoded.mp4")), HashPictures(film));
+    EXPECT_EQ(Probe(At("encoded.mp4"), "v", "stream=width,height"), "1080,1920\n");
+}
+
+TEST_F(RunTool, OrientationThatCannotBeBakedIsTold) {
+    auto const film = MakeSmallFilm();
+    auto const stored = HashPictures(film, "hflip");
+    SetDisplayMatrix(film, Conf::DisplayMatrix::FromRotation(30));
+    ExpectSuccess(RunWith({film, At("out.mp4"), "-e", "flip horizontal=1"}, Lossless()),
+                  "tarsel: note: The input's orientation tag is no mirror and no quarter turn: the effects "
+                  "worked on the picture as it is stored, and the tag is dropped.\n");
+    EXPECT_EQ(HashPictures(At("out.mp4")), stored);
+}
+
+TEST_F(RunTool, StillPictures) {
+    auto const still = MakeFilm("in.png", {"-f", "lavfi", "-i", "testsrc2=size=33x21", "-frames:v", "1",
+                                           "-update", "1", "-pix_fmt", "rgba"});
+    ExpectSuccess(RunWith({still, At("out.png"), "-e", "flip horizontal=1"}, {}));
+    EXPECT_EQ(HashPictures(At("out.png")), HashPictures(still, "hflip"));
+
+    auto const film = MakeSmallFilm();
+    ExpectSuccess(RunWith({film, At("at.png"), "-e", "flip vertical=1", "--at", "1"}, {}),
+                  "tarsel: note: Pictures were converted from yuv420p to rgb24");
+    EXPECT_EQ(HashPictures(At("at.png"), "format=yuv420p").size(), 1U);
+    ExpectSuccess(RunWith({film, At("at.jpg"), "--at", "1"}, {}), "tarsel: note: Pictures were converted");
+    EXPECT_EQ(Probe(At("at.jpg"), "v", "stream=codec_name,width,height"), "mjpeg,64,48\n");
+}
+
+TEST_F(RunTool, BadFilesAreToldAndLeftAlone) {
+    auto const film = MakeSmallFilm();
+    auto const whole = ReadFile(film);
+    auto const out = At("out.mp4");
+    auto const quoted = [](std::string const& path) { return "\"" + path + "\""; };
+    struct Case {
+        std::string input;
+        std::string output;
+        int exitCode;
+        std::string error;
+    };
+    for (Case const& c : {
+             Case{At("missing.mp4"), out, 2, "Cannot open " + quoted(At("missing.mp4"))},
+             Case{At("."), out, 2, "Cannot open " + quoted(At("."))},
+             Case{MakeFile("empty.mp4", ""), out, 2, "Cannot open " + quoted(At("empty.mp4"))},
+             Case{MakeFile("text.mp4", "words, no film\n"), out, 2, quoted(At("text.mp4"))},
+             Case{MakeFile("cut.mp4", whole.substr(0, whole.size() / 2)), out, 2,
+                  "log: [mov,mp4,m4a,3gp,3g2,mj2] moov atom not found"},
+             Case{film, At("none/out.mp4"), 4, "there is no folder " + quoted(At("none"))},
+             Case{film, film, 1, "Cannot write " + quoted(film) + ": it is the input"},
+             Case{film, MakeFile("there.mp4", "keep me"), 1,
+                  "Cannot write " + quoted(At("there.mp4")) + ": it exists already"},
+             Case{film, At("out.unknown"), 1, "Cannot write " + quoted(At("out.unknown"))},
+         }) {
+        auto const before = ListFolder();
+        auto const result = RunWith({c.input, c.output, "-e", "flip horizontal=1"}, {});
+        EXPECT_EQ(result.exitCode, c.exitCode) << c.error;
+        EXPECT_THAT(result.err, StartsWith("tarsel: error: "));
+        EXPECT_THAT(result.err, HasSubstr(c.error));
+        EXPECT_EQ(ListFolder(), before) << c.error;
+    }
+    EXPECT_EQ(ReadFile(film), whole);
+    EXPECT_EQ(ReadFile(At("there.mp4")), "keep me");
+}
+
+TEST_F(RunTool, FailingEffectLeavesNothing) {
+    auto const film = MakeSmallFilm();
+    auto const result = RunWith({film, At("out.mp4"), "-e", "flip horizontal=1", "-e",
+                                 "display-matrix matrix=60000/30000/0/-30000/60000/0/0/0/1073741824"},
+                                {});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.err, "tarsel: error: step 2 (display-matrix): Unsupported image rotation\n");
+    EXPECT_THAT(ListFolder(), ElementsAre("film.mp4"));
+}
+
+TEST_F(RunTool, InterruptedRunLeavesNothing) {
+    auto const film =
+        MakeFilm("film.mp4", {"-f", "lavfi", "-i", "testsrc2=size=640x480:rate=100:duration=6", "-pix_fmt",
+                              "yuv420p", "-c:v", "libx264", "-preset", "ultrafast"});
+    for (int const signal : {SIGINT, SIGTERM}) {
+        Process process(Command({"run", film, At("out.mp4"), "-e", "flip horizontal=1", "--video-codec",
+                                 "libx264", "--video-option", "preset=placebo"}));
+        // Until the work is under way, which shows in the folder.
+        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (ListFolder().size() < 2 && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_EQ(ListFolder().size(), 2U);
+        process.Signal(signal);
+        auto const result = process.Wait();
+        EXPECT_EQ(result.exitCode, 130);
+        EXPECT_THAT(result.err, StartsWith("tarsel: "));
+        EXPECT_THAT(result.err, Not(HasSubstr("error")));
+        EXPECT_THAT(ListFolder(), ElementsAre("film.mp4"));
+    }
+}
+
+TEST_F(RunTool, TerminalShowsProgressAndASummary) {
+    auto const film = MakeSmallFilm();
+    auto const runOnTerminal = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(),
+                         {"run", film, At("out.mp4"), "--overwrite", "-e", "flip horizontal=1"});
+        return Process(Command(arguments), Process::ErrorOutput::Terminal, 40).Wait();
+    };
+    auto const result = runOnTerminal({});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.err, HasSubstr("100%"));
+    EXPECT_THAT(result.err, HasSubstr(At("out.mp4") + ": 50 frames (libx264) in "));
+    // Each state of the line begins at the left edge and stays clear of the right one.
+    std::istringstream states(result.err.substr(0, result.err.find(At("out.mp4"))));
+    for (std::string state; std::getline(states, state, '\r');)
+        EXPECT_LT(state.size(), 40U) << state;
+
+    EXPECT_THAT(runOnTerminal({"--quiet"}).err, IsEmpty());
+}
+
+TEST_F(RunTool, VerboseShowsFFmpegsLogAndTheSite) {
+    auto const result = RunWith({At("missing.mp4"), At("out.mp4")}, {"--verbose"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_THAT(result.err, HasSubstr("\n  thrown at: Media/"));
+    EXPECT_THAT(result.err, HasSubstr("\n  in: main\n"));
+
+    auto const film = MakeSmallFilm();
+    auto const encoded = RunWith({film, At("out.mp4"), "-e", "flip horizontal=1", "--verbose"}, {});
+    EXPECT_EQ(encoded.exitCode, 0);
+    EXPECT_THAT(encoded.err, HasSubstr("[libx264] "));
+}
+
+} // namespace
+} // namespace Tarsel::Tools
