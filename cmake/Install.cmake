@@ -1,0 +1,46 @@
+# What cmake --install lays down: tool, libraries and plug-in that find each other wherever the folder is
+# moved, the public headers, and packages for CMake and pkg-config.
+include(CMakePackageConfigHelpers)
+
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tarsel")
+file(RELATIVE_PATH bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(tarsel_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+set_target_properties(tarsel_media PROPERTIES INSTALL_RPATH "$ORIGIN" EXPORT_NAME Media)
+set_target_properties(lumenta PROPERTIES INSTALL_RPATH "$ORIGIN/.." EXPORT_NAME Lumenta)
+
+install(TARGETS tarsel_sdk tarsel_media EXPORT Tarsel
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" NAMELINK_COMPONENT Development)
+# Where Host::Plugin looks, and no loader does.
+install(TARGETS lumenta EXPORT Tarsel DESTINATION "${CMAKE_INSTALL_LIBDIR}/tarsel")
+install(TARGETS tarsel_cli)
+
+# Of the SDK every header but those for its own sources; of the others what they export.
+foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Host)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${room}/" COMPONENT Development
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}"
+    FILES_MATCHING PATTERN "*.h"
+    PATTERN "CastData.h" EXCLUDE)
+endforeach()
+foreach(header
+    Media/Api.h Media/MediaExceptions.h Media/Run.h
+    Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
+    Proc/Effects/Lumenta/FilterText.h)
+  cmake_path(GET header PARENT_PATH room)
+  install(FILES "${PROJECT_SOURCE_DIR}/src/${header}" COMPONENT Development
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}")
+endforeach()
+
+install(EXPORT Tarsel NAMESPACE Tarsel:: FILE TarselTargets.cmake DESTINATION "${package_dir}"
+  COMPONENT Development)
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/TarselConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/TarselConfig.cmake" INSTALL_DESTINATION "${package_dir}")
+# Below 1.0 every minor version may break.
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/TarselConfigVersion.cmake"
+  COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/TarselConfig.cmake" "${PROJECT_BINARY_DIR}/TarselConfigVersion.cmake"
+  DESTINATION "${package_dir}" COMPONENT Development)
+
+file(RELATIVE_PATH pc_to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/tarsel.pc.in" "${PROJECT_BINARY_DIR}/tarsel.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/tarsel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+  COMPONENT Development)

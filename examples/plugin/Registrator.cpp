@@ -1,0 +1,11 @@
+#include "FlipByRows.h"
+
+#include "Proc/Interfaces/IEffectRegistrar.h"
+#include "Proc/Settings/Orientation.h"
+
+/// The one symbol that a host asks a plug-in for.
+extern "C" __attribute__((visibility("default"))) bool
+Registrator(Tarsel::Proc::IEffectRegistrar& registrar) {
+    return registrar.RegisterVideoEffect(Tarsel::Proc::SettingsEffectFlip::CLASS_ID, "Example",
+                                         CreateFlipByRows);
+}

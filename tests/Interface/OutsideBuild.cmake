@@ -1,0 +1,56 @@
+# Installs the build tree into a new folder, moves that folder, builds the examples against it as a stranger
+# would, and runs them.
+#
+#   cmake -DBUILD=<build tree> -DEXAMPLES=<examples/> -DSCRATCH=<new folder> -P OutsideBuild.cmake
+#
+# CXX in the environment chooses the compiler of the examples.
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result COMMAND_ECHO STDOUT)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "failed (${result}): ${ARGN}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE "${SCRATCH}")
+run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/first")
+file(RENAME "${SCRATCH}/first" "${SCRATCH}/tarsel")
+
+foreach(example host plugin)
+  run("${CMAKE_COMMAND}" -S "${EXAMPLES}/${example}" -B "${SCRATCH}/${example}"
+    -DCMAKE_BUILD_TYPE=Debug "-DCMAKE_PREFIX_PATH=${SCRATCH}/tarsel" "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
+  run("${CMAKE_COMMAND}" --build "${SCRATCH}/${example}")
+endforeach()
+
+# The same program once with the library's own plug-in, found by where it was installed, once with the other.
+unset(ENV{TARSEL_PLUGIN_PATH})
+run("${SCRATCH}/host/host" lumenta)
+set(ENV{TARSEL_PLUGIN_PATH} "${SCRATCH}/nowhere:${SCRATCH}/plugin")
+run("${SCRATCH}/host/host" example)
+
+# The tool that was installed finds its libraries and the plug-in too.
+unset(ENV{TARSEL_PLUGIN_PATH})
+run("${SCRATCH}/tarsel/bin/tarsel" list)
+
+# A build that knows only pkg-config.
+set(ENV{PKG_CONFIG_PATH} "${SCRATCH}/tarsel/lib/pkgconfig")
+execute_process(COMMAND pkg-config --cflags --libs tarsel
+  OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(flags UNIX_COMMAND "${flags}")
+set(compiler "$ENV{CXX}")
+if(NOT compiler)
+  set(compiler c++)
+endif()
+run("${compiler}" -std=c++20 "${EXAMPLES}/host/main.cpp" ${flags} "-Wl,-rpath,${SCRATCH}/tarsel/lib"
+  -o "${SCRATCH}/host-by-pkg-config")
+run("${SCRATCH}/host-by-pkg-config" lumenta)
+
+# No header that was installed needs one that was not.
+set(include_dir "${SCRATCH}/tarsel/include/tarsel")
+file(GLOB_RECURSE headers RELATIVE "${include_dir}" "${include_dir}/*.h")
+list(TRANSFORM headers REPLACE "(.+)" "#include \"\\1\"")
+list(JOIN headers "\n" includes)
+file(WRITE "${SCRATCH}/all.cpp" "${includes}\n")
+run("${compiler}" -std=c++20 -Wall -Wextra -Werror -c "${SCRATCH}/all.cpp" "-I${include_dir}"
+  -o "${SCRATCH}/all.o")
+
+file(REMOVE_RECURSE "${SCRATCH}")

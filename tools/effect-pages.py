@@ -1,0 +1,133 @@
+#!/usr/bin/env python3
+"""Writes the reference of effects from what the effects tell of themselves.
+
+usage: effect-pages.py TARSEL PAGE [--check]
+
+Runs `TARSEL list --json` and writes PAGE; with --check it only compares and fails when PAGE is not current.
+"""
+
+import json
+import pathlib
+import subprocess
+import sys
+
+HEAD = """\
+# Effects
+
+What each effect is, does and takes. This page is written by `./dev docs`; `tarsel list` prints the same.
+"""
+
+KEEPS = {"alpha": "alpha", "depth": "depth beyond 8 bits", "range": "full range", "size": "size"}
+
+
+def cell(text: object) -> str:
+    return str(text).replace("|", "\\|")
+
+
+def number(value: float) -> str:
+    return f"{value:g}" if abs(value) < 1e6 and float(f"{value:g}") == value else repr(value)
+
+
+def plain(value: object) -> str:
+    """A default as one types it."""
+    if isinstance(value, bool):
+        return "1" if value else "0"
+    if isinstance(value, (int, float)):
+        return number(value)
+    return str(value)
+
+
+def legal(row: dict) -> str:
+    if row.get("words"):
+        return ", ".join(f"`{word['word']}`" for word in row["words"])
+    low, high = row["minimum"], row["maximum"]
+    if low is None and high is None:
+        return ""
+    if high is None:
+        return f"from {number(low)}"
+    if low is None:
+        return f"to {number(high)}"
+    return f"{number(low)} to {number(high)}"
+
+
+def traits(effect: dict) -> list[str]:
+    row = effect["traits"]
+    if row is None:
+        return []
+    lines = []
+    names = ["size"] if effect["kind"].endswith("audio") else list(KEEPS)
+    for answer, text in (("sometimes", "may change"), ("never", "does not keep")):
+        lost = [KEEPS[name] for name in names if row[name] == answer]
+        if lost:
+            lines.append(f"{text} {', '.join(lost)}")
+    if not row["frameIndependent"]:
+        lines.append("looks at more than one frame" if "video" in effect["kind"] else "remembers earlier sound")
+    if row["delayFrames"]:
+        lines.append(f"holds back up to {row['delayFrames']} frames")
+    if row["delayMicroseconds"]:
+        lines.append(f"holds back up to {number(row['delayMicroseconds'] / 1000)} ms")
+    if row["framesPerFrame"] != 1:
+        lines.append(f"gives up to {row['framesPerFrame']} frames for one")
+    if row["tail"]:
+        lines.append("goes on after the end of the input")
+    return lines
+
+
+def parameters(rows: list[dict]) -> list[str]:
+    if not rows:
+        return ["No parameters."]
+    lines = ["| parameter | default | legal | unit | |", "|---|---|---|---|---|"]
+    for row in rows:
+        default = plain(row["default"])
+        lines.append("| " + " | ".join([
+            f"`{row['key']}` ({row['kind']})", f"`{cell(default)}`" if default else "", cell(legal(row)),
+            cell(row["unit"]), cell(row["help"])]) + " |")
+    for row in rows:
+        words = [word for word in row["words"] if word["help"]]
+        if words:
+            lines += ["", f"Words of `{row['key']}`:", ""]
+            lines += [f"- `{word['word']}`: {word['help']}" for word in words]
+        if row["columns"]:
+            lines += ["", f"Each entry of `{row['key']}`:", ""]
+            for column in row["columns"]:
+                facts = ", ".join(fact for fact in (legal(column), column["unit"]) if fact)
+                lines.append(f"- `{column['key']}`: {column['help']}" + (f" ({facts})" if facts else ""))
+    return lines
+
+
+def page(catalogue: dict) -> str:
+    blocks = [HEAD]
+    kinds = sorted({effect["kind"] for effect in catalogue["effects"]},
+                   key=["video", "two-input video", "audio", "two-input audio"].index)
+    for kind in kinds:
+        blocks.append(f"## {kind[0].upper()}{kind[1:]}\n")
+        for effect in (effect for effect in catalogue["effects"] if effect["kind"] == kind):
+            lines = [f"### {effect['id']}", ""]
+            if effect["summary"]:
+                summary = effect["summary"]
+                lines += [f"{summary[0].upper()}{summary[1:]}.", ""]
+            facts = traits(effect)
+            if facts:
+                lines += [f"It {'; '.join(facts)}.", ""]
+            lines += parameters(effect["parameters"])
+            blocks.append("\n".join(lines) + "\n")
+    return "\n".join(blocks)
+
+
+def main() -> int:
+    tool, target = sys.argv[1], pathlib.Path(sys.argv[2])
+    listing = subprocess.run([tool, "list", "--json"], capture_output=True, check=True, text=True).stdout
+    text = page(json.loads(listing))
+    if "--check" not in sys.argv[3:]:
+        target.write_text(text, encoding="utf-8")
+        print(f"{target}: written")
+        return 0
+    if target.is_file() and target.read_text(encoding="utf-8") == text:
+        print(f"{target}: current")
+        return 0
+    print(f"{target}: not what the effects tell; run ./dev docs and commit")
+    return 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
