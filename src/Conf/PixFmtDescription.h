@@ -52,7 +52,7 @@ public:
     /// The format of that FFmpeg name ("yuv420p"), or nothing.
     static std::optional<PixFmt> FindByName(std::string_view name) noexcept;
     /// Whether this host can take frames of the format: in software, whole bytes, read and written by the
-    /// scaler.
+    /// scaler. PAL8 counts too, though the scaler only reads it.
     static bool IsSupported(PixFmt format) noexcept;
     /// All formats for which IsSupported holds, in ascending order.
     static std::vector<PixFmt> const s_supportedFormats;

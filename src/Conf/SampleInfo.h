@@ -7,7 +7,8 @@
 
 namespace Tarsel::Conf {
 
-/// Format, rate (samples a second for each channel) and channels of sound; all ones marks an unknown field.
+/// Format, rate (samples a second for each channel) and channels of sound; all ones marks an unknown
+/// format or rate, a layout of no channels an unknown layout.
 /// A value, compared member by member.
 struct SampleInfo {
     SampleFormats format = SampleFormats::Unknown;

@@ -1,14 +1,12 @@
 #include "Core/CallStack.h"
 
-#include "Core/Text.h"
-
 #define UNW_LOCAL_ONLY
 #include <libunwind.h>
 
 #include <boost/core/demangle.hpp>
 
 #include <dlfcn.h>
-#include <execinfo.h>
+#include <unwind.h>
 
 #include <algorithm>
 #include <charconv>
@@ -25,42 +23,57 @@ std::string ToHex(std::uintptr_t value) {
     return "0x" + std::string(digits.data(), end);
 }
 
-/// "module+0xoffset", the offset being what addr2line takes.
-std::string DescribeAddress(std::uintptr_t address) {
+/// The exported function around `address`, as far as dladdr knows it: null where it knows none.
+Dl_info FindExported(std::uintptr_t address) noexcept {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(address), &info) == 0 || info.dli_fname == nullptr)
-        return ToHex(address);
-    std::string_view module = info.dli_fname;
-    module.remove_prefix(module.rfind('/') + 1);
-    return std::string(module) + "+" + ToHex(address - reinterpret_cast<std::uintptr_t>(info.dli_fbase));
+    if (dladdr(reinterpret_cast<void*>(address), &info) == 0)
+        info = {};
+    return info;
 }
 
-/// The function around `address`, out of the symbol table of the library's file: dladdr knows exported names
-/// only. The library is looked up anew each time, so one opened since is found too.
-std::string NameFunction(std::uintptr_t address) {
+/// The function around `address` out of the symbol table of its library's file, hidden ones included; empty
+/// where there is none. The library is looked up anew each time, so one opened since is found too.
+std::string FindHidden(std::uintptr_t address) {
     constexpr std::size_t longestName = 1 << 16;
-    std::string name(256, '\0');
-    for (;;) {
-        unw_word_t offset = 0;
-        int const result =
-            unw_get_accessors(unw_local_addr_space)
-                ->get_proc_name(unw_local_addr_space, address, name.data(), name.size(), &offset, nullptr);
-        if (result == 0)
-            return boost::core::demangle(name.c_str());
-        if (result != -UNW_ENOMEM || name.size() >= longestName)
-            return DescribeAddress(address);
-        name.resize(name.size() * 4);
+    unw_accessors_t* const accessors = unw_get_accessors(unw_local_addr_space);
+    unw_word_t offset = 0;
+    for (std::string name(256, '\0'); name.size() <= longestName; name.resize(name.size() * 4)) {
+        int const result = accessors->get_proc_name(unw_local_addr_space, address, name.data(), name.size(),
+                                                    &offset, nullptr);
+        if (result == -UNW_ENOMEM)
+            continue;
+        // Without a symbol table the nearest exported function before the address would be taken for it,
+        // however far away.
+        if (result != 0 || FindExported(address - offset).dli_sname != nullptr)
+            return {};
+        return name.c_str();
     }
+    return {};
+}
+
+/// `address` lies within the call, not behind it.
+std::string NameFunction(std::uintptr_t address) {
+    Dl_info const exported = FindExported(address);
+    if (exported.dli_sname != nullptr)
+        return boost::core::demangle(exported.dli_sname);
+    if (std::string const hidden = FindHidden(address); !hidden.empty())
+        return boost::core::demangle(hidden.c_str());
+    if (exported.dli_fname == nullptr)
+        return ToHex(address);
+    std::string_view module = exported.dli_fname;
+    module.remove_prefix(module.rfind('/') + 1);
+    // The offset is what addr2line takes.
+    return std::string(module) + "+" + ToHex(address - reinterpret_cast<std::uintptr_t>(exported.dli_fbase));
 }
 
 /// Whether the function only serves to throw: such frames at the inner end tell a reader nothing. How many
 /// there are depends on what the compiler inlined, so they are known by name.
-bool IsThrowHelper(std::string_view function) noexcept {
-    constexpr std::string_view helpers[] = {"Tarsel::Core::CallStack::Capture(",
-                                            "Tarsel::Core::GetCallStack(", "Tarsel::Core::AddStack<",
-                                            "Tarsel::Core::Throw<"};
+bool IsThrowMachinery(std::string_view function) noexcept {
+    constexpr std::string_view machinery[] = {"Tarsel::Core::CallStack::Capture(",
+                                              "Tarsel::Core::GetCallStack(", "Tarsel::Core::AddStack<",
+                                              "Tarsel::Core::Throw<"};
     return std::ranges::any_of(
-        helpers, [&](std::string_view helper) { return function.find(helper) != std::string_view::npos; });
+        machinery, [&](std::string_view part) { return function.find(part) != std::string_view::npos; });
 }
 
 } // namespace
@@ -72,20 +85,33 @@ std::vector<std::string> CallStack::GetFunctionNames() const {
         // A return address may already belong to the next function; the call itself lies before it.
         auto const call = reinterpret_cast<std::uintptr_t>(m_frames[i]) - 1;
         std::string name = NameFunction(call);
-        if (!names.empty() || !IsThrowHelper(name))
+        if (!names.empty() || !IsThrowMachinery(name))
             names.push_back(std::move(name));
     }
     return names;
 }
 
+// The unwinder is asked itself: glibc's backtrace() allocates when it is first used, which a throw for want
+// of memory cannot afford.
 [[gnu::noinline]] CallStack CallStack::Capture(std::size_t skip) noexcept {
-    std::array<void*, 2 * s_maxDepth> frames;
-    auto const found = static_cast<std::size_t>(backtrace(frames.data(), static_cast<int>(frames.size())));
-    std::size_t const first = std::min(skip + 1, found); // 1: this function itself
-    CallStack stack;
-    stack.m_depth = std::min(found - first, s_maxDepth);
-    std::copy_n(frames.begin() + static_cast<std::ptrdiff_t>(first), stack.m_depth, stack.m_frames.begin());
-    return stack;
+    struct Walk {
+        CallStack stack;
+        std::size_t skip;
+    } walk{{}, skip + 1}; // 1: this function itself
+    _Unwind_Backtrace(
+        [](_Unwind_Context* context, void* argument) {
+            auto& [stack, toSkip] = *static_cast<Walk*>(argument);
+            auto const address = _Unwind_GetIP(context);
+            if (address == 0 || stack.m_depth == s_maxDepth)
+                return _URC_END_OF_STACK;
+            if (toSkip > 0)
+                --toSkip;
+            else
+                stack.m_frames[stack.m_depth++] = reinterpret_cast<void*>(address);
+            return _URC_NO_REASON;
+        },
+        &walk);
+    return walk.stack;
 }
 
 CallStack GetCallStack() noexcept {

@@ -29,7 +29,7 @@ public:
     Exception& operator=(Exception const&) noexcept;
     ~Exception() noexcept override;
 
-    /// The text under TagDescription, or the class's name without one. Owned by the exception.
+    /// The text under TagDescription, or the type's mangled name without one. Owned by the exception.
     char const* what() const noexcept override;
 };
 

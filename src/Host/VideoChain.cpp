@@ -60,6 +60,10 @@ void VideoChain::Append(SP<Proc::IOneInputEffectVideo> const& effect) {
          fmt::format("step {} ({})", m_steps.size() + 1, effect->GetSettingsBase().GetClassId())});
 }
 
+bool VideoChain::IsEmpty() const noexcept {
+    return m_steps.empty();
+}
+
 void VideoChain::Feed(SP<Proc::IDataVideo> const& frame) {
     if (!frame)
         Core::Throw<Proc::EffectException>(

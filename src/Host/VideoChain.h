@@ -12,7 +12,8 @@
 
 namespace Tarsel::Host {
 
-/// Number of the step, from 1, and its class id, on every exception that leaves a chain.
+/// Number of the step, from 1, and its class id, on every exception that leaves a chain and can carry facts: all of this
+/// system, and the standard ones that its own code throws.
 using TagStep = boost::error_info<struct TagStepId, std::string>;
 
 /// Video effects one after the other, as one stream: nothing that a step holds back is lost. Steps that offer
@@ -21,11 +22,13 @@ using TagStep = boost::error_info<struct TagStepId, std::string>;
 class TARSEL_API VideoChain final : public Proc::IEffectStreamVideo {
 public:
     VideoChain();
+    VideoChain(VideoChain const&) = delete;
+    VideoChain& operator=(VideoChain const&) = delete;
     ~VideoChain() override;
 
     /// Appends an effect that has its settings; shares it.
     void Append(SP<Proc::IOneInputEffectVideo> const& effect);
-    bool IsEmpty() const noexcept { return m_steps.empty(); }
+    bool IsEmpty() const noexcept;
 
     void Feed(SP<Proc::IDataVideo> const& frame) override;
     SP<Proc::IDataVideo> Take() override;

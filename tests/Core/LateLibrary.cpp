@@ -1,5 +1,12 @@
 #include "Core/CallStack.h"
 
+// Exported neighbours on both sides of the hidden function.
+extern "C" TARSEL_API int BeforeInLateLibrary();
+
+int BeforeInLateLibrary() {
+    return 1;
+}
+
 namespace Late {
 
 /// In no dynamic symbol table.

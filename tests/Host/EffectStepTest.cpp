@@ -65,13 +65,14 @@ TEST(EffectStep, SaysWhatIsWrong) {
 }
 
 TEST(EffectStep, RefusesTextsThatWouldChangeTheFilter) {
+    auto const refusal = [](std::string const& path, std::string const& what) {
+        return "stabilizer: \"path\" cannot be \"" + path + "\": " + what +
+               " would change FFmpeg's filter text";
+    };
     for (std::string const c : {"'", ":", ",", ";", "[", "]", "\\"})
-        EXPECT_EQ(GetRefusal("stabilizer \"path=a" + c + "b\""), "stabilizer: \"path\" cannot be \"a" + c +
-                                                                     "b\": '" + c +
-                                                                     "' would change FFmpeg's filter text");
-    EXPECT_EQ(
-        GetRefusal("stabilizer path=' a'"),
-        "stabilizer: \"path\" cannot be \" a\": a blank at either end would change FFmpeg's filter text");
+        EXPECT_EQ(GetRefusal("stabilizer \"path=a" + c + "b\""), refusal("a" + c + "b", "'" + c + "'"));
+    EXPECT_EQ(GetRefusal(R"(stabilizer 'path=a\:b')"), refusal(R"(a\:b)", R"('\')"));
+    EXPECT_EQ(GetRefusal("stabilizer path=' a'"), refusal(" a", "a blank at either end"));
     EXPECT_EQ(GetRefusal("stabilizer path='a b=c'"), "nothing thrown");
 }
 

@@ -2,6 +2,7 @@
 
 #include "Host/EffectFactory.h"
 #include "Proc/Settings/Settings.h"
+#include "Support/TempFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -9,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 using namespace Tarsel;
@@ -41,27 +41,6 @@ TEST(Plugin, RegistersItsEffects) {
     EXPECT_EQ(effect->GetSettingsBase().GetClassId(), "small");
 }
 
-TEST(Plugin, LetsExceptionsOfTheRegistrarPass) {
-    struct Refusing : Proc::IEffectRegistrar {
-        bool RegisterAudioEffect(std::string const&, std::string const&, Proc::AudioEffectCreator) override {
-            return true;
-        }
-        bool RegisterVideoEffect(std::string const& id, std::string const&,
-                                 Proc::VideoEffectCreator) override {
-            throw std::domain_error(id);
-        }
-        bool RegisterTwoInputAudioEffect(std::string const&, std::string const&,
-                                         Proc::TwoInputAudioEffectCreator) override {
-            return true;
-        }
-        bool RegisterTwoInputVideoEffect(std::string const&, std::string const&,
-                                         Proc::TwoInputVideoEffectCreator) override {
-            return true;
-        }
-    } registrar;
-    EXPECT_THROW(Host::Plugin(SMALL_PLUGIN).Register(registrar), std::domain_error);
-}
-
 TEST(Plugin, SaysWhatTheLoaderSays) {
     EXPECT_THAT(GetFailure("/nowhere/libabsent.so"),
                 AllOf(StartsWith("Cannot open plug-in \"/nowhere/libabsent.so\": "),
@@ -73,14 +52,12 @@ TEST(Plugin, SaysWhatTheLoaderSays) {
 }
 
 TEST(Plugin, IsLookedForAlongThePath) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "plugin-test-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    std::filesystem::path const folder = pattern;
+    Tarsel::Test::TempFolder const folder;
     std::filesystem::create_directory(folder / "b");
-    std::ofstream(folder / "b" / "libunheard-of.so") << "only its name counts";
+    std::ofstream(folder / "b/libunheard-of.so") << "only its name counts";
 
-    setenv("TARSEL_PLUGIN_PATH", (pattern + "/a::" + pattern + "/b:").c_str(), 1);
-    EXPECT_EQ(Host::Plugin::Find("unheard-of"), folder / "b" / "libunheard-of.so");
+    setenv("TARSEL_PLUGIN_PATH", ((folder / "a").string() + "::" + (folder / "b").string() + ":").c_str(), 1);
+    EXPECT_EQ(Host::Plugin::Find("unheard-of"), folder / "b/libunheard-of.so");
     // Beside libtarsel.so, without any path.
     unsetenv("TARSEL_PLUGIN_PATH");
     std::filesystem::path const own = std::filesystem::path(SMALL_PLUGIN).filename();
@@ -97,7 +74,6 @@ TEST(Plugin, IsLookedForAlongThePath) {
                           HasSubstr("/tarsel/libmissing.so (")));
     }
     unsetenv("TARSEL_PLUGIN_PATH");
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace

@@ -16,29 +16,29 @@ using Proc::IDataVideo;
 
 class EffectCases : public testing::TestWithParam<EffectCase> {
 protected:
-    SP<Proc::IOneInputEffectVideo> const effect = GetParam().create({}, {});
+    SP<Proc::IOneInputEffectVideo> const m_effect = GetParam().create({}, {});
 
-    EffectCases() { effect->SetSettings(*GetParam().settings); }
+    EffectCases() { m_effect->SetSettings(*GetParam().settings); }
 };
 
 TEST_P(EffectCases, TellTheirFilterEverywhere) {
     EffectCase const& row = GetParam();
     Conf::FormatCodecVideo const format(Conf::PixFmt::YUV420P, s_small);
-    auto const& details = dynamic_cast<Proc::IEffectDetailsVideo const&>(*effect);
+    auto const& details = dynamic_cast<Proc::IEffectDetailsVideo const&>(*m_effect);
     EXPECT_EQ(details.Describe(format), row.PassesUntouched() ? "" : row.text);
     EXPECT_FALSE(details.GetTraits().summary.empty());
 
     LogWatch log(31);
     SP<IDataVideo> const input = MakeFrame();
     SP<IDataVideo> data = input;
-    effect->Process(data);
+    m_effect->Process(data);
     EXPECT_EQ(data == input, row.PassesUntouched());
     std::vector<std::string> expected;
     if (!row.PassesUntouched())
         expected = {"EffectFafloplalVideo.cpp: ffmpeg video filter settings: " + row.text};
     EXPECT_EQ(log.Take(), expected);
 
-    Core::Property const statistic = effect->GetStatistic();
+    Core::Property const statistic = m_effect->GetStatistic();
     EXPECT_EQ(statistic["Options"].GetString(), row.text);
     EXPECT_EQ(statistic["Name"].GetString(),
               "virtual Core::Property EffectFafloplal<EffectActions<" + row.name +
@@ -47,13 +47,13 @@ TEST_P(EffectCases, TellTheirFilterEverywhere) {
     EXPECT_EQ(statistic["MediaType"].GetInt64(), 1);
     EXPECT_EQ(statistic["ImplName"].GetString(), Proc::ImplNames::FFMPEG);
     EXPECT_EQ(statistic["Processed"].GetInt64(), row.PassesUntouched() ? 0 : 1);
-    EXPECT_EQ(effect->GetInputFrameType(), 1);
+    EXPECT_EQ(m_effect->GetInputFrameType(), 1);
 }
 
 TEST_P(EffectCases, GiveTheirSettingsBack) {
     EffectCase const& row = GetParam();
-    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*row.settings));
-    Core::Property const property = effect->GetSettings();
+    EXPECT_TRUE(m_effect->GetSettingsBase().IsEqualTo(*row.settings));
+    Core::Property const property = m_effect->GetSettings();
     EXPECT_EQ(property[Proc::IPreset::KEY_TYPE_ID].GetString(), Proc::ImplNames::FFMPEG);
 
     auto const other = row.create({}, {});
@@ -65,13 +65,13 @@ TEST_P(EffectCases, GiveTheirSettingsBack) {
 TEST_P(EffectCases, ForetellThePixelFormat) {
     for (auto const format : {Conf::PixFmt::YUV420P, Conf::PixFmt::YUV422P, Conf::PixFmt::RGB24}) {
         SP<IDataVideo> data = MakeFrame(format);
-        effect->Process(data);
+        m_effect->Process(data);
         for (char const* from : {"graph", "cache"}) {
             SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(format, s_small);
             if (auto const* matrix =
                     dynamic_cast<Proc::SettingsEffectDisplayMatrix const*>(GetParam().settings.get()))
                 codec->SetDisplayMatrix(matrix->matrix);
-            effect->UpdateFormatCodec(codec);
+            m_effect->UpdateFormatCodec(codec);
             EXPECT_EQ(codec->GetPixelFormat(), data->GetPixelFormat()) << from;
         }
     }

@@ -11,7 +11,6 @@
 namespace Tarsel::Test {
 namespace {
 
-using Proc::FFMpegStringValue;
 using Proc::PropertyToFFMpegString;
 
 TEST(FilterText, PropertyBecomesOptions) {

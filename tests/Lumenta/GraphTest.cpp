@@ -92,10 +92,11 @@ INSTANTIATE_TEST_SUITE_P(
     [](auto const& test) { return std::string(test.param.name); });
 
 TEST(Graph, TakesAllTypes) {
-    EffectFFMPEG(EffectFFMPEG::Video, "null", s_args);
-    EffectFFMPEG(EffectFFMPEG::Audio, "anull",
-                 "time_base=1/1000000:sample_rate=44100:sample_fmt=fltp:channel_layout=0x3");
-    EffectFFMPEG(EffectFFMPEG::AudioGenerator, "sine=frequency=440", "not looked at");
+    EffectFFMPEG const video(EffectFFMPEG::Video, "null", s_args);
+    EffectFFMPEG const audio(EffectFFMPEG::Audio, "anull",
+                             "time_base=1/1000000:sample_rate=44100:sample_fmt=fltp:channel_layout=0x3");
+    EffectFFMPEG const generator(EffectFFMPEG::AudioGenerator, "sine=frequency=440", "not looked at");
+    EXPECT_EQ(generator.GetDescription(), "sine=frequency=440");
 }
 
 TEST(Graph, SourceArgs) {

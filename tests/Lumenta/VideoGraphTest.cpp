@@ -150,7 +150,7 @@ TEST(VideoGraph, FormatsTheHostTakesPassOthersAreConverted) {
     process("format=rgb24", PixFmt::RGB24);
     ASSERT_FALSE(Conf::PixFmtDescription::IsSupported(*Conf::PixFmtDescription::FindByName("monow")));
     SP<IDataVideo> const white = process("lutyuv=y=235:u=128:v=128,format=monow", PixFmt::GRAY8);
-    EXPECT_EQ(GetPixels(*white), Pixels{std::vector<std::uint8_t>(64 * 48, 255)});
+    EXPECT_EQ(GetPixels(*white), Pixels{std::vector<std::uint8_t>(std::size_t{64} * 48, 255)});
 
     auto const stream = Create("framerate=fps=50,format=monow");
     for (std::int64_t i = 0; i < 3; ++i)

@@ -12,11 +12,6 @@
 /// What holds for every settings class of the catalogue.
 namespace Tarsel::Proc {
 
-/// For the messages of failing tests.
-static void PrintTo(SettingsClass const& settingsClass, std::ostream* stream) {
-    *stream << settingsClass.classId;
-}
-
 namespace {
 
 using Test::GetRefusal;
@@ -25,23 +20,33 @@ using Test::RandomTexts;
 
 constexpr int s_draws = 40;
 
-class EveryClass : public testing::TestWithParam<SettingsClass> {
-protected:
-    std::unique_ptr<Settings> Create() const { return GetParam().create(); }
-    std::span<Field const> Fields() const { return GetParam().fields; }
-    std::string Id() const { return std::string(GetParam().classId); }
+/// One class of the catalogue under test.
+struct Subject {
+    SettingsClass const& settingsClass;
+
+    std::unique_ptr<Settings> Create() const { return settingsClass.create(); }
+    std::span<Field const> Fields() const { return settingsClass.fields; }
+    std::string Id() const { return std::string(settingsClass.classId); }
 
     /// Calls `check` with settings of this class that differ in all ways.
     template <class Check>
     void ForRandomSettings(Check const& check) const {
         RandomSettings random(4711, RandomTexts::Awkward);
         for (int i = 0; i < s_draws; ++i) {
-            std::unique_ptr<Settings> const settings = random.Draw(GetParam());
+            std::unique_ptr<Settings> const settings = random.Draw(settingsClass);
             SCOPED_TRACE(Serialize(*settings));
             check(*settings);
         }
     }
 };
+
+template <class Check>
+void ForEveryClass(Check const& check) {
+    for (SettingsClass const& settingsClass : GetSettingsCatalogue()) {
+        SCOPED_TRACE(settingsClass.classId);
+        check(Subject{settingsClass});
+    }
+}
 
 /// A text that the field refuses, or nothing.
 std::optional<std::string> IllegalText(Field const& field) {
@@ -88,191 +93,208 @@ FieldValue ValueOf(Field const& field, double number) {
     return number;
 }
 
-TEST_P(EveryClass, NamesItselfAndItsFields) {
-    std::unique_ptr<Settings> const settings = Create();
-    EXPECT_EQ(settings->GetClassId(), Id());
-    EXPECT_EQ(settings->GetFields().data(), Fields().data());
-    ASSERT_NE(FindSettingsClass(Id()), nullptr);
-    EXPECT_EQ(FindSettingsClass(Id())->create, GetParam().create);
-    for (Field const& field : Fields())
-        EXPECT_EQ(FindField(Fields(), field.key), &field);
-}
-
-TEST_P(EveryClass, StartsWithTheDefaultsOfItsTable) {
-    std::unique_ptr<Settings> const settings = Create();
-    for (Field const& field : Fields()) {
-        EXPECT_EQ(field.get(*settings), GetDefault(field)) << field.key;
-        EXPECT_NO_THROW(WriteFieldText(*settings, field, ReadFieldText(*settings, field))) << field.key;
-    }
-    EXPECT_TRUE(settings->IsEqualTo(*Create()));
-}
-
-TEST_P(EveryClass, ComesBackFromItsText) {
-    ForRandomSettings([this](Settings const& settings) {
-        std::unique_ptr<Settings> const back = Create();
-        back->Deserialize(Serialize(settings));
-        EXPECT_TRUE(back->IsEqualTo(settings));
-        EXPECT_EQ(Serialize(*back), Serialize(settings));
+TEST(EveryClass, NamesItselfAndItsFields) {
+    ForEveryClass([](Subject const& subject) {
+        std::unique_ptr<Settings> const settings = subject.Create();
+        EXPECT_EQ(settings->GetClassId(), subject.Id());
+        EXPECT_EQ(settings->GetFields().data(), subject.Fields().data());
+        ASSERT_NE(FindSettingsClass(subject.Id()), nullptr);
+        EXPECT_EQ(FindSettingsClass(subject.Id())->create, subject.settingsClass.create);
+        for (Field const& field : subject.Fields())
+            EXPECT_EQ(FindField(subject.Fields(), field.key), &field);
     });
 }
 
-TEST_P(EveryClass, ComesBackFromItsProperty) {
-    ForRandomSettings([this](Settings const& settings) {
-        Core::Property property = Settings2Property(settings);
-        EXPECT_EQ(property.GetName(), Id());
-        property.SetChildT("typeId", std::string("another reader's"));
-        std::unique_ptr<Settings> const back = Create();
-        WriteFieldsFromProperty(*back, property);
-        EXPECT_TRUE(back->IsEqualTo(settings));
-        EXPECT_EQ(Serialize(*back), Serialize(settings));
+TEST(EveryClass, StartsWithTheDefaultsOfItsTable) {
+    ForEveryClass([](Subject const& subject) {
+        std::unique_ptr<Settings> const settings = subject.Create();
+        for (Field const& field : subject.Fields()) {
+            EXPECT_EQ(field.get(*settings), GetDefault(field)) << field.key;
+            EXPECT_NO_THROW(WriteFieldText(*settings, field, ReadFieldText(*settings, field))) << field.key;
+        }
+        EXPECT_TRUE(settings->IsEqualTo(*subject.Create()));
     });
 }
 
-TEST_P(EveryClass, CopiesAreEqualAndIndependent) {
-    ForRandomSettings([this](Settings const& settings) {
-        std::unique_ptr<Settings> const clone = settings.Clone();
-        Settings& copy = *clone;
-        EXPECT_EQ(typeid(copy), typeid(settings));
-        EXPECT_TRUE(copy.IsEqualTo(settings));
-        std::string const before = Serialize(settings);
-        SetFieldDefaults(copy, {GetParam().classId, Fields()});
-        EXPECT_EQ(Serialize(settings), before);
+TEST(EveryClass, ComesBackFromItsText) {
+    ForEveryClass([](Subject const& subject) {
+        subject.ForRandomSettings([&](Settings const& settings) {
+            std::unique_ptr<Settings> const back = subject.Create();
+            back->Deserialize(Serialize(settings));
+            EXPECT_TRUE(back->IsEqualTo(settings));
+            EXPECT_EQ(Serialize(*back), Serialize(settings));
+        });
     });
 }
 
-TEST_P(EveryClass, EqualityNoticesEveryField) {
-    RandomSettings random(99);
-    for (Field const& field : Fields()) {
-        std::unique_ptr<Settings> const settings = random.Draw(GetParam());
-        std::unique_ptr<Settings> const other = settings->Clone();
-        FieldValue value = random.Draw(field);
-        for (int i = 0; i < 100 && value == field.get(*settings); ++i)
-            value = random.Draw(field);
-        if (field.words.size() == 1)
-            continue;
-        WriteField(*other, field, value);
-        EXPECT_FALSE(settings->IsEqualTo(*other)) << field.key;
-        EXPECT_FALSE(other->IsEqualTo(*settings)) << field.key;
-    }
+TEST(EveryClass, ComesBackFromItsProperty) {
+    ForEveryClass([](Subject const& subject) {
+        subject.ForRandomSettings([&](Settings const& settings) {
+            Core::Property property = Settings2Property(settings);
+            EXPECT_EQ(property.GetName(), subject.Id());
+            property.SetChildT("typeId", std::string("another reader's"));
+            std::unique_ptr<Settings> const back = subject.Create();
+            WriteFieldsFromProperty(*back, property);
+            EXPECT_TRUE(back->IsEqualTo(settings));
+            EXPECT_EQ(Serialize(*back), Serialize(settings));
+        });
+    });
 }
 
-TEST_P(EveryClass, IsComparedWithItsOwnClassOnly) {
-    for (SettingsClass const& other : GetSettingsCatalogue()) {
-        if (other.classId != Id()) {
-            EXPECT_THROW((void)Create()->IsEqualTo(*other.create()), std::bad_cast) << other.classId;
-        }
-    }
+TEST(EveryClass, CopiesAreEqualAndIndependent) {
+    ForEveryClass([](Subject const& subject) {
+        subject.ForRandomSettings([&](Settings const& settings) {
+            std::unique_ptr<Settings> const clone = settings.Clone();
+            Settings& copy = *clone;
+            EXPECT_EQ(typeid(copy), typeid(settings));
+            EXPECT_TRUE(copy.IsEqualTo(settings));
+            std::string const before = Serialize(settings);
+            SetFieldDefaults(copy, {subject.settingsClass.classId, subject.Fields()});
+            EXPECT_EQ(Serialize(settings), before);
+        });
+    });
 }
 
-TEST_P(EveryClass, TakesTheEndsOfARangeAndNothingBeyond) {
-    for (Field const& field : Fields()) {
-        if (field.kind != FieldKind::Integer && field.kind != FieldKind::Real)
-            continue;
-        std::unique_ptr<Settings> const settings = Create();
-        for (double const number : {field.minimum, field.maximum}) {
-            WriteField(*settings, field, ValueOf(field, number));
-            std::string const text = ReadFieldText(*settings, field);
-            EXPECT_NO_THROW(WriteFieldText(*settings, field, text)) << field.key << '=' << text;
-        }
-        for (double const number : NumbersBy(field, -1))
-            EXPECT_NO_THROW(WriteField(*settings, field, ValueOf(field, number))) << field.key;
-        std::string const before = Serialize(*settings);
-        for (double const number : NumbersBy(field, 1)) {
-            FieldValue const value = ValueOf(field, number);
-            std::string const text = ToText(field, value);
-            std::string const refusal = Id() + ": " + std::string(field.key) + "=" + text +
-                                        " is out of range: " + GetRangeText(field);
-            EXPECT_EQ(GetRefusal([&] { WriteField(*settings, field, value); }), refusal);
-            EXPECT_EQ(GetRefusal([&] { settings->Deserialize(std::string(field.key) + "=" + text); }),
-                      refusal);
-        }
-        if (field.kind == FieldKind::Real) {
-            for (double const number : {std::nan(""), HUGE_VAL, -HUGE_VAL})
-                EXPECT_THROW(WriteField(*settings, field, number), SettingsException) << field.key;
-        }
-        EXPECT_EQ(Serialize(*settings), before) << field.key;
-    }
-}
-
-TEST_P(EveryClass, TakesTheEndsOfAColumnAndNothingBeyond) {
-    for (Field const& field : Fields()) {
-        for (std::size_t i = 0; i < field.columns.size(); ++i) {
-            FieldColumn const& column = field.columns[i];
-            if (column.kind == FieldKind::PixelFormat)
+TEST(EveryClass, EqualityNoticesEveryField) {
+    ForEveryClass([](Subject const& subject) {
+        RandomSettings random(99);
+        for (Field const& field : subject.Fields()) {
+            std::unique_ptr<Settings> const settings = random.Draw(subject.settingsClass);
+            std::unique_ptr<Settings> const other = settings->Clone();
+            FieldValue value = random.Draw(field);
+            for (int i = 0; i < 100 && value == field.get(*settings); ++i)
+                value = random.Draw(field);
+            if (field.words.size() == 1)
                 continue;
-            double const step = column.kind == FieldKind::Integer ? 1 : 1e-9;
-            auto const write = [&](double number) {
-                std::vector<double> entries;
-                for (FieldColumn const& each : field.columns)
-                    entries.push_back(each.maximum);
-                entries.insert(entries.end(), entries.begin(), entries.end());
-                entries[field.columns.size() + i] = number;
-                std::unique_ptr<Settings> const settings = Create();
-                WriteField(*settings, field, entries);
-            };
-            EXPECT_NO_THROW(write(column.minimum)) << column.key;
-            for (double const number : {column.minimum - step, column.maximum + step})
-                EXPECT_EQ(GetRefusal([&] { write(number); }),
-                          Id() + ": " + std::string(field.key) + ", entry 2: " + std::string(column.key) +
-                              "=" + ToText(column, number) + " is out of range: " + GetRangeText(column));
+            WriteField(*other, field, value);
+            EXPECT_FALSE(settings->IsEqualTo(*other)) << field.key;
+            EXPECT_FALSE(other->IsEqualTo(*settings)) << field.key;
         }
-    }
+    });
 }
 
-TEST_P(EveryClass, ReadsAllOrNothing) {
-    RandomSettings random(12);
-    std::string text = "unknown=1";
-    for (Field const& field : Fields()) {
-        if (std::optional<std::string> const illegal = IllegalText(field))
-            text = std::string(field.key) + '=' + *illegal;
-    }
-    std::string const lastKey = text.substr(0, text.find('='));
-    std::string before;
-    for (Field const& field : Fields()) {
-        if (field.key != lastKey)
-            before += std::string(field.key) + '=' + ToText(field, random.Draw(field)) + ':';
-    }
-    std::unique_ptr<Settings> const settings = random.Draw(GetParam());
-    std::unique_ptr<Settings> const untouched = settings->Clone();
-    EXPECT_THROW(settings->Deserialize(before + text), SettingsException) << before + text;
-    EXPECT_TRUE(settings->IsEqualTo(*untouched));
+TEST(EveryClass, IsComparedWithItsOwnClassOnly) {
+    ForEveryClass([](Subject const& subject) {
+        for (SettingsClass const& other : GetSettingsCatalogue()) {
+            if (other.classId != subject.Id()) {
+                EXPECT_THROW((void)subject.Create()->IsEqualTo(*other.create()), std::bad_cast)
+                    << other.classId;
+            }
+        }
+    });
 }
 
-TEST_P(EveryClass, RefusesWrongTypesInProperties) {
-    for (Field const& field : Fields()) {
-        Core::Property property{Id()};
-        property.SetChildT(std::string(field.key), Ratio{1, 2});
-        EXPECT_THROW(WriteFieldsFromProperty(*Create(), property), SettingsException) << field.key;
-    }
+TEST(EveryClass, TakesTheEndsOfARangeAndNothingBeyond) {
+    ForEveryClass([](Subject const& subject) {
+        for (Field const& field : subject.Fields()) {
+            if (field.kind != FieldKind::Integer && field.kind != FieldKind::Real)
+                continue;
+            std::unique_ptr<Settings> const settings = subject.Create();
+            for (double const number : {field.minimum, field.maximum}) {
+                WriteField(*settings, field, ValueOf(field, number));
+                std::string const text = ReadFieldText(*settings, field);
+                EXPECT_NO_THROW(WriteFieldText(*settings, field, text)) << field.key << '=' << text;
+            }
+            for (double const number : NumbersBy(field, -1))
+                EXPECT_NO_THROW(WriteField(*settings, field, ValueOf(field, number))) << field.key;
+            std::string const before = Serialize(*settings);
+            for (double const number : NumbersBy(field, 1)) {
+                FieldValue const value = ValueOf(field, number);
+                std::string const text = ToText(field, value);
+                std::string const refusal = subject.Id() + ": " + std::string(field.key) + "=" + text +
+                                            " is out of range: " + GetRangeText(field);
+                EXPECT_EQ(GetRefusal([&] { WriteField(*settings, field, value); }), refusal);
+                EXPECT_EQ(GetRefusal([&] { settings->Deserialize(std::string(field.key) + "=" + text); }),
+                          refusal);
+            }
+            if (field.kind == FieldKind::Real) {
+                for (double const number : {std::nan(""), HUGE_VAL, -HUGE_VAL})
+                    EXPECT_THROW(WriteField(*settings, field, number), SettingsException) << field.key;
+            }
+            EXPECT_EQ(Serialize(*settings), before) << field.key;
+        }
+    });
 }
 
-TEST_P(EveryClass, LooksTheSameWithADecimalCommaEverywhere) {
-    struct Comma : std::numpunct<char> {
-        char do_decimal_point() const override { return ','; }
-        char do_thousands_sep() const override { return '.'; }
-        std::string do_grouping() const override { return "\3"; }
-    };
-    RandomSettings random(7);
-    std::unique_ptr<Settings> const settings = random.Draw(GetParam());
-    std::string const text = Serialize(*settings);
-    std::locale const before = std::locale::global(std::locale(std::locale(), new Comma));
-    std::string const commaText = Serialize(*settings);
-    std::unique_ptr<Settings> const back = Create();
-    EXPECT_NO_THROW(back->Deserialize(text));
-    std::locale::global(before);
-    EXPECT_EQ(commaText, text);
-    EXPECT_TRUE(back->IsEqualTo(*settings));
+TEST(EveryClass, TakesTheEndsOfAColumnAndNothingBeyond) {
+    ForEveryClass([](Subject const& subject) {
+        for (Field const& field : subject.Fields()) {
+            for (std::size_t i = 0; i < field.columns.size(); ++i) {
+                FieldColumn const& column = field.columns[i];
+                if (column.kind == FieldKind::PixelFormat)
+                    continue;
+                double const step = column.kind == FieldKind::Integer ? 1 : 1e-9;
+                auto const write = [&](double number) {
+                    std::vector<double> entries;
+                    for (FieldColumn const& each : field.columns)
+                        entries.push_back(each.maximum);
+                    entries.insert(entries.end(), entries.begin(), entries.end());
+                    entries[field.columns.size() + i] = number;
+                    std::unique_ptr<Settings> const settings = subject.Create();
+                    WriteField(*settings, field, entries);
+                };
+                EXPECT_NO_THROW(write(column.minimum)) << column.key;
+                for (double const number : {column.minimum - step, column.maximum + step})
+                    EXPECT_EQ(GetRefusal([&] { write(number); }),
+                              subject.Id() + ": " + std::string(field.key) +
+                                  ", entry 2: " + std::string(column.key) + "=" + ToText(column, number) +
+                                  " is out of range: " + GetRangeText(column));
+            }
+        }
+    });
 }
 
-std::string GetTestName(testing::TestParamInfo<SettingsClass> const& info) {
-    std::string name(info.param.classId);
-    std::ranges::replace(name, '-', '_');
-    return name;
+TEST(EveryClass, ReadsAllOrNothing) {
+    ForEveryClass([](Subject const& subject) {
+        RandomSettings random(12);
+        std::string text = "unknown=1";
+        for (Field const& field : subject.Fields()) {
+            if (std::optional<std::string> const illegal = IllegalText(field))
+                text = std::string(field.key) + '=' + *illegal;
+        }
+        std::string const lastKey = text.substr(0, text.find('='));
+        std::string before;
+        for (Field const& field : subject.Fields()) {
+            if (field.key != lastKey)
+                before += std::string(field.key) + '=' + ToText(field, random.Draw(field)) + ':';
+        }
+        std::unique_ptr<Settings> const settings = random.Draw(subject.settingsClass);
+        std::unique_ptr<Settings> const untouched = settings->Clone();
+        EXPECT_THROW(settings->Deserialize(before + text), SettingsException) << before + text;
+        EXPECT_TRUE(settings->IsEqualTo(*untouched));
+    });
 }
 
-INSTANTIATE_TEST_SUITE_P(Settings, EveryClass,
-                         testing::ValuesIn(GetSettingsCatalogue().begin(), GetSettingsCatalogue().end()),
-                         GetTestName);
+TEST(EveryClass, RefusesWrongTypesInProperties) {
+    ForEveryClass([](Subject const& subject) {
+        for (Field const& field : subject.Fields()) {
+            Core::Property property{subject.Id()};
+            property.AddChild(Core::Property(std::string(field.key)));
+            EXPECT_THROW(WriteFieldsFromProperty(*subject.Create(), property), SettingsException)
+                << field.key;
+        }
+    });
+}
+
+TEST(EveryClass, LooksTheSameWithADecimalCommaEverywhere) {
+    ForEveryClass([](Subject const& subject) {
+        struct Comma : std::numpunct<char> {
+            char do_decimal_point() const override { return ','; }
+            char do_thousands_sep() const override { return '.'; }
+            std::string do_grouping() const override { return "\3"; }
+        };
+        RandomSettings random(7);
+        std::unique_ptr<Settings> const settings = random.Draw(subject.settingsClass);
+        std::string const text = Serialize(*settings);
+        std::locale const before = std::locale::global(std::locale(std::locale(), new Comma));
+        std::string const commaText = Serialize(*settings);
+        std::unique_ptr<Settings> const back = subject.Create();
+        EXPECT_NO_THROW(back->Deserialize(text));
+        std::locale::global(before);
+        EXPECT_EQ(commaText, text);
+        EXPECT_TRUE(back->IsEqualTo(*settings));
+    });
+}
 
 } // namespace
 

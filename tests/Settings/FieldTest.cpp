@@ -220,9 +220,23 @@ TEST(FieldsProperty, IsRefusedLikeText) {
     property.SetChildT("step", std::int64_t{7});
     EXPECT_EQ(GetRefusal([&] { WriteFieldsFromProperty(*Create("transpose"), property); }),
               "transpose: step=7 is out of range: 0 to 3 (quarter turns)");
-    property.SetChildT("step", std::string("1"));
-    EXPECT_EQ(GetRefusal([&] { WriteFieldsFromProperty(*Create("transpose"), property); }),
-              "transpose: step is of type string, not int64: 0 to 3 (quarter turns)");
+    Core::Property nested;
+    nested.AddChild(Core::Property("step"));
+    EXPECT_EQ(GetRefusal([&] { WriteFieldsFromProperty(*Create("transpose"), nested); }),
+              "transpose: step is of type container, which is no value: 0 to 3 (quarter turns)");
+}
+
+TEST(FieldsProperty, IsReadFromHostsThatKeepStringsOrNumbersOnly) {
+    Core::Property property;
+    property.SetChildT("horizontal", std::string("1"));
+    property.SetChildT("vertical", std::int64_t{1});
+    property.SetChildT("step", std::string("3"));
+    std::unique_ptr<Settings> const flip = Create("flip");
+    WriteFieldsFromProperty(*flip, property);
+    EXPECT_EQ(Serialize(*flip), "horizontal=1:vertical=1");
+    std::unique_ptr<Settings> const transpose = Create("transpose");
+    WriteFieldsFromProperty(*transpose, property);
+    EXPECT_EQ(Serialize(*transpose), "step=3");
 }
 
 TEST(SettingsText, ReadsOnTopOfPresentValues) {

@@ -43,7 +43,10 @@ DataVideoFF::DataVideoFF(AVFrame const& frame, Conf::FrameInfo const& info)
     : DataVideoFF(SafeFrame::Reference(frame), info) {}
 
 DataVideoFF::DataVideoFF(SafeFrame&& frame, Conf::FrameInfo const& info) noexcept
-    : m_frame(std::move(frame)), m_info(Conf::WithDefinedAspect(info)) {}
+    : m_frame(std::move(frame)), m_info(Conf::WithDefinedAspect(info)) {
+    // One truth: filters go by the frame, hosts by the info.
+    SetFramePixelAspect(*m_frame, m_info.aspectNum, m_info.aspectDen);
+}
 
 DataVideoFF::DataVideoFF(Conf::ColorSpace const& space, Conf::PixFmt format, Conf::FrameInfo const& info)
     : DataVideoFF(SafeFrame(space, format, info.width, info.height, info.aspectNum, info.aspectDen), info) {

@@ -52,7 +52,7 @@ public:
     virtual WritablePlane GetWritablePlane(int index) = 0;
 };
 
-/// Copies pixels row by row; neither padding nor anything beyond the smaller of both planes is touched.
+/// Copies pixels row by row; padding is not touched.
 /// Planes of different sizes throw ProcException.
 TARSEL_API void CopyPlane(ReadOnlyPlane const& from, WritablePlane const& to);
 

@@ -20,6 +20,7 @@ class TARSEL_API IEffect : public Core::IRefCountable {
 public:
     /// The settings as a property tree.
     virtual Core::Property GetSettings() const = 0;
+    /// Effects whose settings have no conversion from a tree take their default settings instead.
     virtual void SetSettings(Core::Property const& settings) = 0;
     /// The settings object itself; it belongs to the effect and changes with the next SetSettings.
     virtual Settings const& GetSettingsBase() const = 0;

@@ -19,6 +19,7 @@ public:
 /// The same for video: what it would do with one format.
 class TARSEL_API IEffectDetailsVideo : public IEffectDetails {
 public:
+    ~IEffectDetailsVideo() override;
     /// The description of the work on frames of this format under the settings now held, as the effect gives
     /// it to its engine; "" when frames pass untouched. Builds nothing and changes nothing. Throws what
     /// processing such a frame would throw for settings that cannot be described.
@@ -28,6 +29,7 @@ public:
 /// The same for sound.
 class TARSEL_API IEffectDetailsAudio : public IEffectDetails {
 public:
+    ~IEffectDetailsAudio() override;
     /// As for video.
     virtual std::string Describe(Conf::IFormatCodecAudio const& format) const = 0;
 };

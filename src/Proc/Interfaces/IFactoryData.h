@@ -9,7 +9,8 @@
 
 namespace Tarsel::Proc {
 
-/// Makes frames for effects that need their own. Any thread; throws MemoryException.
+/// Makes frames for effects that need their own. Any thread; throws MemoryException, and
+/// EffectException when no such picture can exist.
 class TARSEL_API IFactoryDataVideo : public Core::IRefCountable {
 public:
     /// A frame with buffers of its own, its pixels not set.
@@ -17,7 +18,8 @@ public:
                                   Conf::FrameInfo const& info) const = 0;
 };
 
-/// Makes blocks for effects that need their own. Any thread; throws MemoryException.
+/// Makes blocks for effects that need their own. Any thread; throws MemoryException, and
+/// EffectException when no such sound can exist.
 class TARSEL_API IFactoryDataAudio : public Core::IRefCountable {
 public:
     /// A block of `sampleCount` samples for each channel, its samples not set.

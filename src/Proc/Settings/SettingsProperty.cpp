@@ -11,27 +11,6 @@ namespace {
 
 using Core::PropertyTypes;
 
-PropertyTypes TypeOf(FieldKind kind) {
-    switch (kind) {
-    case FieldKind::Flag:
-        return PropertyTypes::Bool;
-    case FieldKind::Integer:
-        return PropertyTypes::Int64;
-    case FieldKind::Real:
-        return PropertyTypes::Double;
-    case FieldKind::Word:
-    case FieldKind::Mask:
-    case FieldKind::Text:
-    case FieldKind::Color:
-    case FieldKind::PixelFormat:
-    case FieldKind::ChannelLayout:
-    case FieldKind::List:
-    case FieldKind::Matrix:
-        break;
-    }
-    return PropertyTypes::String;
-}
-
 Core::Property MakeChild(Settings const& settings, Field const& field) {
     std::string const key(field.key);
     FieldValue const value = field.get(settings);
@@ -55,28 +34,16 @@ Core::Property MakeChild(Settings const& settings, Field const& field) {
     return {key, ToText(field, value)};
 }
 
-[[noreturn]] void ThrowWrongType(Settings const& settings, Field const& field, PropertyTypes type) {
-    Core::Throw<SettingsException>(
-        {"Proc/Settings/SettingsProperty",
-         "void Tarsel::Proc::WriteFieldsFromProperty(Settings &, const Core::Property &)"},
-        fmt::format("{}: {} is of type {}, not {}: {}", settings.GetClassId(), field.key, GetName(type),
-                    GetName(TypeOf(field.kind)), GetRangeText(field)));
-}
-
+/// Through its text, so that a host that keeps everything as strings or whole numbers is read too.
 void WriteFieldFromProperty(Settings& settings, Field const& field, Core::Property const& child) {
-    PropertyTypes const wanted = TypeOf(field.kind);
     PropertyTypes const type = child.GetType();
-    bool const isNumbered = field.kind == FieldKind::Word || field.kind == FieldKind::Mask;
-    if (type == PropertyTypes::Int64 && (wanted == PropertyTypes::Int64 || isNumbered))
-        WriteField(settings, field, child.GetInt64());
-    else if (wanted == PropertyTypes::Double && (type == wanted || type == PropertyTypes::Int64))
-        WriteField(settings, field, child.GetDouble());
-    else if (type != wanted)
-        ThrowWrongType(settings, field, type);
-    else if (type == PropertyTypes::Bool)
-        WriteField(settings, field, child.GetBool());
-    else
-        WriteFieldText(settings, field, child.GetString());
+    if (type == PropertyTypes::Empty || type == PropertyTypes::Container)
+        Core::Throw<SettingsException>(
+            {"Proc/Settings/SettingsProperty",
+             "void Tarsel::Proc::WriteFieldsFromProperty(Settings &, const Core::Property &)"},
+            fmt::format("{}: {} is of type {}, which is no value: {}", settings.GetClassId(), field.key,
+                        GetName(type), GetRangeText(field)));
+    WriteFieldText(settings, field, Core::PropertyValueToString(child));
 }
 
 } // namespace

@@ -105,14 +105,14 @@ bool NeedsDetour(SwsCtxParams const& params) noexcept {
 /// Where a detour goes: nothing is lost there, and nothing is subsampled.
 constexpr auto DETOUR_FORMAT = static_cast<Conf::PixFmt>(AV_PIX_FMT_YUVA444P16);
 
-int SetColors(SwsContext* context, SwsCtxParams const& params) {
+/// What a release of libswscale cannot take in stays at its default: no reason to refuse a picture.
+void SetColors(SwsContext* context, SwsCtxParams const& params) {
     constexpr int BRIGHTNESS = 0;
     constexpr int CONTRAST = 1 << 16;
     constexpr int SATURATION = 1 << 16;
-    return sws_setColorspaceDetails(context, sws_getCoefficients(params.from.space.matrix),
-                                    IsFullRange(params.from) ? 1 : 0,
-                                    sws_getCoefficients(params.to.space.matrix),
-                                    IsFullRange(params.to) ? 1 : 0, BRIGHTNESS, CONTRAST, SATURATION);
+    sws_setColorspaceDetails(context, sws_getCoefficients(params.from.space.matrix),
+                             IsFullRange(params.from) ? 1 : 0, sws_getCoefficients(params.to.space.matrix),
+                             IsFullRange(params.to) ? 1 : 0, BRIGHTNESS, CONTRAST, SATURATION);
 }
 
 /// Returns a negative AVERROR when libswscale refuses.
@@ -136,7 +136,8 @@ int Init(SwsContext* context, SwsCtxParams const& params) {
     SetColors(context, params);
     if (int const error = sws_init_context(context, nullptr, nullptr); error < 0)
         return error;
-    return SetColors(context, params);
+    SetColors(context, params);
+    return 0;
 }
 
 bool IsKnown(SwsCtxSide const& side) noexcept {

@@ -34,6 +34,11 @@ constexpr AVPixelFormat ToFFmpeg(Conf::PixFmt format) {
 
 EffectFafloplalVideo::EffectFafloplalVideo() : m_stages(MakeSP<Core::ProgressControllerStages>()) {}
 
+EffectFafloplalVideo::~EffectFafloplalVideo() {
+    std::lock_guard const lock(m_lock);
+    DropGraph();
+}
+
 Core::Property EffectFafloplalVideo::GetSettings() const {
     std::lock_guard const lock(m_lock);
     Core::Property property = Settings2Property(GetSettingsBase());
@@ -66,6 +71,7 @@ void EffectFafloplalVideo::Reset() {
 }
 
 void EffectFafloplalVideo::SetProgressController(SP<Core::IProgressController> const& controller) {
+    std::lock_guard const lock(m_lock);
     m_stages->SetProgressController(controller);
 }
 

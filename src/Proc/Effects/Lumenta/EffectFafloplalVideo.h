@@ -74,6 +74,7 @@ public:
 
 protected:
     EffectFafloplalVideo();
+    ~EffectFafloplalVideo() override;
 
     /// Drops the graph and takes the settings, unless they equal the present ones. What a stream holds back
     /// comes out under the old settings.

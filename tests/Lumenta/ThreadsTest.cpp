@@ -1,0 +1,54 @@
+#include "Conf/FormatCodecVideo.h"
+#include "EffectCases.h"
+#include "Frames.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+
+/// What may be called from any thread is; a race shows under the thread sanitizer.
+namespace Tarsel::Test {
+namespace {
+
+constexpr int s_rounds = 50;
+
+/// Frames, format queries, settings and resets, in an order that each thread starts elsewhere.
+void Use(Proc::IOneInputEffectVideo& effect, Proc::Settings const& settings, int thread) {
+    std::function<void()> const operations[]{
+        [&] {
+            SP<Proc::IDataVideo> frame = MakeFrame();
+            effect.Process(frame);
+            EXPECT_TRUE(frame);
+        },
+        [&] {
+            SP<Conf::IFormatCodecVideo> codec =
+                MakeSP<Conf::FormatCodecVideo>(Conf::PixFmt::YUV422P, s_small);
+            effect.UpdateFormatCodec(codec);
+        },
+        [&] { effect.SetSettings(settings); },
+        [&] { EXPECT_NO_THROW(effect.GetStatistic()); },
+        [&] { effect.SetProgressController({}); },
+        [&] { effect.Reset(); },
+    };
+    for (int round = 0; round < s_rounds; ++round)
+        operations[static_cast<std::size_t>(round + thread) % std::size(operations)]();
+}
+
+TEST(Threads, EffectsOfOwnAndOneShared) {
+    EffectCase const& row = GetEffectCases()[1];
+    ASSERT_FALSE(row.PassesUntouched());
+    auto const shared = row.create({}, {});
+    shared->SetSettings(*row.settings);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&, i] {
+            auto const own = row.create({}, {});
+            own->SetSettings(*row.settings);
+            Use(*own, *row.settings, i);
+            Use(*shared, *row.settings, i);
+        });
+}
+
+} // namespace
+} // namespace Tarsel::Test
