@@ -5,7 +5,7 @@ include(CMakePackageConfigHelpers)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tarsel")
 file(RELATIVE_PATH bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(tarsel_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
-set_target_properties(tarsel_media PROPERTIES INSTALL_RPATH "$ORIGIN" EXPORT_NAME Media)
+set_target_properties(tarsel_media PROPERTIES INSTALL_RPATH "$ORIGIN")
 set_target_properties(lumenta PROPERTIES INSTALL_RPATH "$ORIGIN/.." EXPORT_NAME Lumenta)
 
 install(TARGETS tarsel_sdk tarsel_media EXPORT Tarsel
@@ -19,12 +19,12 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${room}/" COMPONENT Development
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}"
     FILES_MATCHING PATTERN "*.h"
-    PATTERN "CastData.h" EXCLUDE)
+    PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "YuvOfColor.h" EXCLUDE)
 endforeach()
 foreach(header
     Media/Api.h Media/MediaExceptions.h Media/Run.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
-    Proc/Effects/Lumenta/FilterText.h)
+    Proc/Effects/Lumenta/OptionText.h)
   cmake_path(GET header PARENT_PATH room)
   install(FILES "${PROJECT_SOURCE_DIR}/src/${header}" COMPONENT Development
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}")

@@ -24,5 +24,6 @@ function(lumenta_test program)
   string(REGEX REPLACE "^test_" "" label "${program}")
   gtest_discover_tests(${program}
     DISCOVERY_TIMEOUT 60
+    NO_PRETTY_VALUES
     PROPERTIES LABELS "${label}" TIMEOUT ${arg_TIMEOUT})
 endfunction()

@@ -40,6 +40,8 @@ def plain(value: object) -> str:
 def legal(row: dict) -> str:
     if row.get("words"):
         return ", ".join(f"`{word['word']}`" for word in row["words"])
+    if row["kind"] == "flag":
+        return "0 or 1"
     low, high = row["minimum"], row["maximum"]
     if low is None and high is None:
         return ""

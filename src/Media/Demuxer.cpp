@@ -27,7 +27,7 @@ constexpr char const* FILE_NAME = "Media/Demuxer";
 /// After this many unreadable packets in a row the rest is given up.
 constexpr int MOST_DAMAGED_IN_A_ROW = 100;
 
-bool IsCover(AVStream const& stream) noexcept {
+bool IsCoverStream(AVStream const& stream) noexcept {
     return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
 }
 
@@ -91,10 +91,10 @@ int Demuxer::FindPicture() const {
     if (best < 0)
         fail("has no picture stream");
     int picture = best;
-    if (IsCover(*m_context->streams[best]))
+    if (IsCoverStream(*m_context->streams[best]))
         for (int i = 0; i < static_cast<int>(m_context->nb_streams); ++i) {
             AVStream const& stream = *m_context->streams[i];
-            if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO || IsCover(stream))
+            if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO || IsCoverStream(stream))
                 continue;
             if (picture == best || PixelCount(stream) > PixelCount(*m_context->streams[picture]))
                 picture = i;
@@ -115,9 +115,13 @@ Ratio Demuxer::GetFrameRate() const noexcept {
     return ChooseNominalRate(FromAV(stream.avg_frame_rate), FromAV(stream.r_frame_rate));
 }
 
+bool Demuxer::IsCover() const noexcept {
+    return IsCoverStream(GetPicture());
+}
+
 bool Demuxer::IsStill() const noexcept {
     std::string_view const name = m_context->iformat->name;
-    return name.ends_with("_pipe") || name == "image2" || IsCover(GetPicture());
+    return name.ends_with("_pipe") || name == "image2" || IsCover();
 }
 
 std::int64_t Demuxer::GetStart() const noexcept {

@@ -29,7 +29,9 @@ public:
     AVStream const& GetPicture() const noexcept;
     /// Frames a second; 0/1 when not known.
     Ratio GetFrameRate() const noexcept;
-    /// Whether the file is one still picture and no film.
+    /// Whether what is worked on is the cover of a sound file.
+    bool IsCover() const noexcept;
+    /// Whether what is worked on is one still picture and no film.
     bool IsStill() const noexcept;
     /// Where the picture stream starts and how long it lasts, in microseconds; 0 when not known.
     std::int64_t GetStart() const noexcept;

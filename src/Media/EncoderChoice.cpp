@@ -198,6 +198,12 @@ bool CanHold(Container const& container, std::filesystem::path const& output, in
                                 FF_COMPLIANCE_EXPERIMENTAL) != 0;
 }
 
+bool CanHoldCover(AVOutputFormat const& format) {
+    constexpr std::string_view NAMES[] = {"matroska", "mp3", "flac", "aiff"};
+    return IsMovFamily(format) ||
+           std::find(std::begin(NAMES), std::end(NAMES), format.name) != std::end(NAMES);
+}
+
 bool IsMovFamily(AVOutputFormat const& format) {
     constexpr std::string_view NAMES[] = {"mov", "mp4", "ipod", "3gp", "3g2", "psp", "ismv", "f4v"};
     return std::find(std::begin(NAMES), std::end(NAMES), format.name) != std::end(NAMES);

@@ -34,6 +34,9 @@ AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path c
 /// Whether the container takes streams of the codec, an AVCodecID.
 bool CanHold(Container const& container, std::filesystem::path const& output, int codec);
 
+/// Whether the container keeps cover pictures as what they are.
+bool CanHoldCover(AVOutputFormat const& format);
+
 /// Whether the container is of the family of QuickTime and MP4.
 bool IsMovFamily(AVOutputFormat const& format);
 

@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 #include <string_view>
 
 extern "C" {
@@ -80,8 +81,11 @@ std::string LegalText(AVCodecContext const& context, AVOption const& option) {
     bool const isNumber = option.type == AV_OPT_TYPE_INT || option.type == AV_OPT_TYPE_INT64 ||
                           option.type == AV_OPT_TYPE_FLOAT || option.type == AV_OPT_TYPE_DOUBLE ||
                           option.type == AV_OPT_TYPE_BOOL;
+    // Beyond that an option has no bound but that of its type.
+    constexpr double BOUND = std::numeric_limits<int>::max();
     if (isNumber && names.empty())
-        return fmt::format("; legal: {} to {}", option.min, option.max);
+        return option.max < BOUND ? fmt::format("; legal: {} to {}", option.min, option.max)
+                                  : fmt::format("; legal: {} or more", option.min);
     return names.empty() ? names : "; legal: " + names;
 }
 

@@ -17,6 +17,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/mathematics.h>
+#include <libavutil/mem.h>
 }
 
 namespace Tarsel::Media {
@@ -35,6 +36,9 @@ Muxer::Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const&
     : m_file(file), m_input(input), m_streams(MakeOutputStreams(format, input, encoder)),
       m_tracks(input.context->nb_streams) {
     m_streams.context->pb = file.GetIO();
+    // Some muxers look at the name's extension.
+    av_freep(&m_streams.context->url);
+    m_streams.context->url = CheckAllocated(av_strdup(file.GetPath().c_str()), "a file name");
     Check("Tarsel::Media::Muxer::Muxer(const AVOutputFormat &, OutputFile &, const InputStreams &, const "
           "VideoEncoder *)",
           WriteHeader(*m_streams.context, input));

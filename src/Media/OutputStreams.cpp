@@ -19,10 +19,10 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
 #include <libavutil/dict.h>
 #include <libavutil/frame.h>
 #include <libavutil/mem.h>
-#include <libavutil/pixdesc.h>
 }
 
 namespace Tarsel::Media {
@@ -48,18 +48,16 @@ void RemoveContainerKeys(AVDictionary** metadata) {
 }
 
 /// What described the pictures as they were encoded in the input.
-void RemoveEncodingKeys(AVDictionary** metadata, bool keepsAlpha) {
-    constexpr std::string_view STALE[] = {"encoder",          "rotate",          "BPS",        "DURATION",
-                                          "NUMBER_OF_FRAMES", "NUMBER_OF_BYTES", "_STATISTICS"};
+void RemoveEncodingKeys(AVDictionary** metadata) {
+    constexpr std::string_view STALE[] = {"alpha_mode", "encoder",         "rotate",      "BPS",
+                                          "DURATION",   "NUMBER_OF_BYTES", "_STATISTICS", "NUMBER_OF_FRAMES"};
     std::vector<std::string> keys;
     AVDictionaryEntry const* entry = nullptr;
-    while ((entry = av_dict_get(*metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
-        std::string_view const key = entry->key;
-        bool const isStale = std::any_of(std::begin(STALE), std::end(STALE),
-                                         [&](std::string_view stale) { return key.starts_with(stale); });
-        if (isStale || (key == "alpha_mode" && !keepsAlpha))
-            keys.emplace_back(key);
-    }
+    while ((entry = av_dict_get(*metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr)
+        if (std::any_of(std::begin(STALE), std::end(STALE), [&](std::string_view stale) {
+                return av_strncasecmp(entry->key, stale.data(), stale.size()) == 0;
+            }))
+            keys.emplace_back(entry->key);
     for (std::string const& key : keys)
         av_dict_set(metadata, key.c_str(), nullptr, 0);
 }
@@ -98,13 +96,14 @@ void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutput
     AVCodecContext const& context = encoder.GetContext();
     if (avcodec_parameters_from_context(to.codecpar, &context) < 0)
         ThrowNoMemory("codec parameters");
+    // QuickTime's players know HEVC under this tag only.
+    if (context.codec_id == AV_CODEC_ID_HEVC && IsMovFamily(format))
+        to.codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
     CopySideData(context, to);
     CopyPictureSideData(from, to);
     CopyLightLevels(encoder.GetFirstFrame(), to);
     CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
-    AVPixFmtDescriptor const* const descriptor = av_pix_fmt_desc_get(context.pix_fmt);
-    RemoveEncodingKeys(&to.metadata,
-                       descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_ALPHA) != 0);
+    RemoveEncodingKeys(&to.metadata);
     to.disposition = from.disposition;
     bool const countsFrames = CountsFrames(format) && context.framerate.num > 0;
     to.time_base = countsFrames ? av_inv_q(context.framerate) : ToAV(encoder.GetTimeBase());
@@ -213,6 +212,8 @@ bool IsMadeAnew(AVFormatContext const& input, AVStream const& stream, AVOutputFo
 
 bool MayBeTaken(AVStream const& stream, AVOutputFormat const& format) {
     AVCodecParameters const& parameters = *stream.codecpar;
+    if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0)
+        return CanHoldCover(format);
     // Attachments are files of any kind.
     if (parameters.codec_type == AVMEDIA_TYPE_ATTACHMENT)
         return std::string_view(format.name) == "matroska";

@@ -70,7 +70,8 @@ private:
 
     void CheckOptions() const;
     void SelectStill();
-    bool CanCopyPicture() const;
+    void KeepCoverCodec();
+    std::string DescribeCopyObstacle() const;
     std::unique_ptr<Lane> MakeLane();
     void Work(Lane& lane);
     void Copy();
@@ -115,6 +116,7 @@ RunResult Job::Run() {
 
     m_source = std::make_unique<Source>(m_options.input, m_stop.get_token());
     SelectStill();
+    KeepCoverCodec();
     m_info = m_source->GetInfo();
     Demuxer const& input = m_source->GetDemuxer();
     m_streams = DescribeStreams(input.GetContext(), input.GetPicture().index);
@@ -146,18 +148,43 @@ void Job::SelectStill() {
                         Quote(m_options.input), Quote(m_options.output)));
 }
 
-bool Job::CanCopyPicture() const {
-    return m_options.videoEncoder.empty() && m_options.videoEncoderOptions.empty() && !m_options.at &&
-           CanHold(m_container, m_options.output, m_source->GetDemuxer().GetPicture().codecpar->codec_id);
+/// A sound file's cover stays what it was, whatever films in the container are encoded with.
+void Job::KeepCoverCodec() {
+    Demuxer const& input = m_source->GetDemuxer();
+    if (!input.IsCover() || m_container.isStill || !m_options.videoEncoder.empty())
+        return;
+    if (AVCodec const* const same = avcodec_find_encoder(input.GetPicture().codecpar->codec_id))
+        m_encoder = same;
+}
+
+/// Why the picture stream cannot be copied into the container; "" when it can.
+std::string Job::DescribeCopyObstacle() const {
+    Demuxer const& input = m_source->GetDemuxer();
+    AVOutputFormat const& format = *m_container.format;
+    AVCodecID const codec = input.GetPicture().codecpar->codec_id;
+    bool const canHold = input.IsCover() && !m_container.isStill
+                             ? CanHoldCover(format)
+                             : CanHold(m_container, m_options.output, codec);
+    if (!canHold)
+        return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
+    bool const needsTimes =
+        (format.flags & AVFMT_NOTIMESTAMPS) == 0 && m_streams.container != format.name && !input.IsStill();
+    return needsTimes && !m_source->HasPacketTimes() ? "the input does not say when they are shown"
+                                                     : std::string();
 }
 
 /// Null: the picture stream is copied.
 std::unique_ptr<Proc::IEffectStreamVideo> Job::MakeLane() {
     std::unique_ptr<Lane> lane = m_options.makeVideoLane ? m_options.makeVideoLane(m_info) : nullptr;
-    if (lane != nullptr || CanCopyPicture())
+    bool const wantsEncoder =
+        !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
+    std::string const obstacle = DescribeCopyObstacle();
+    if (lane != nullptr || (obstacle.empty() && !wantsEncoder))
         return lane;
+    if (!wantsEncoder && !m_container.isStill)
+        AddNotes({"The pictures were encoded anew: " + obstacle + "."});
     if (m_info.orientation != Conf::DisplayMatrix::s_default)
-        AddNotes({"The orientation tag of the pictures was dropped: they had to be encoded anew."});
+        AddNotes({"The orientation tag of the pictures was dropped, since they were encoded anew."});
     return std::make_unique<PassThrough>();
 }
 
@@ -227,8 +254,7 @@ void Job::Work(Lane& lane) {
 
 /// All packets as they are.
 void Job::Copy() {
-    // From the start again: packets were read to find the first picture.
-    m_source = std::make_unique<Source>(m_options.input, m_stop.get_token());
+    m_source->Restart(); // packets were read to find the first picture
     BoundedQueue<UniquePacket> packets(WAITING, 1, m_stop.get_token());
     Muxer muxer(*m_container.format, *m_file, m_streams, nullptr);
     Ratio const timeBase = m_info.timeBase;
@@ -242,7 +268,8 @@ void Job::Copy() {
         while (auto packet = packets.Pop()) {
             AVPacket& content = **packet;
             if (content.stream_index == m_streams.picture)
-                m_progress.Add(ToMicroseconds(content.pts + content.duration, timeBase));
+                m_progress.Add(ToMicroseconds(
+                    content.pts != AV_NOPTS_VALUE ? content.pts + content.duration : 0, timeBase));
             muxer.WriteCopied(content);
         }
         muxer.Close();

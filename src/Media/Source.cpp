@@ -57,13 +57,14 @@ SourceFrame MakeSourceFrame(DecodedFrame decoded, Ratio timeBase) {
 
 Source::Source(std::filesystem::path path, std::stop_token stop)
     : m_path(std::move(path)), m_stop(std::move(stop)) {
-    Open();
+    Restart();
 }
 
-void Source::Open() {
+void Source::Restart() {
     m_ahead.clear();
     m_hasEnough = false;
     m_draining = false;
+    m_hasPacketTimes = true;
     m_ended = false;
     m_frames = 0;
     m_decoder.reset();
@@ -138,6 +139,8 @@ SourceItem Source::Read() {
         m_draining = packet == nullptr;
         if (packet != nullptr && packet->stream_index != stream.index)
             return packet;
+        if (packet != nullptr && packet->pts == AV_NOPTS_VALUE)
+            m_hasPacketTimes = false;
         if (!m_hasEnough)
             m_decoder->Send(packet.get());
     }
@@ -157,11 +160,11 @@ std::optional<SourceFrame> Source::NextFrame() {
 
 void Source::SelectFrame(std::int64_t microseconds) {
     std::optional<SourceFrame> found;
-    Open();
+    Restart();
     if (m_demuxer->Seek(microseconds))
         found = FindShownAt(microseconds, false);
     if (!found) {
-        Open();
+        Restart();
         found = FindShownAt(microseconds, true);
     }
     if (!found)

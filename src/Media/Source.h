@@ -42,7 +42,13 @@ public:
     std::int64_t GetFirstDuration() const;
     /// The next picture or packet. A still picture's file gives one picture. InputException, Stopped.
     SourceItem Next();
+    /// Whether the pictures' packets say when they are shown, as far as they have been read.
+    bool HasPacketTimes() const noexcept { return m_hasPacketTimes; }
+
+    /// Goes to the start of the file. InputException, Stopped.
+    void Restart();
     /// The next packet as it is, of the picture stream too; null at the end. Not to be mixed with Next.
+    /// InputException, Stopped.
     UniquePacket NextPacket();
 
     /// Goes to the picture shown at this many microseconds of the file: Next gives that picture and then the
@@ -53,7 +59,6 @@ public:
     std::vector<std::string> GetNotes() const;
 
 private:
-    void Open();
     SourceItem Read();
     std::optional<SourceFrame> NextFrame();
     std::optional<SourceFrame> FindShownAt(std::int64_t microseconds, bool fromStart);
@@ -69,6 +74,7 @@ private:
     /// The picture of a file of stills has been decoded.
     bool m_hasEnough = false;
     bool m_draining = false;
+    bool m_hasPacketTimes = true;
     bool m_ended = false;
     bool m_selected = false;
     std::int64_t m_frames = 0;

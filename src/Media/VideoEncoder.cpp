@@ -21,6 +21,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/frame.h>
 #include <libavutil/mathematics.h>
+#include <libavutil/pixdesc.h>
 }
 
 namespace Tarsel::Media {
@@ -198,23 +199,20 @@ std::int64_t VideoEncoder::ToOwnTime(std::int64_t encoderTime) const {
 }
 
 std::vector<std::string> VideoEncoder::GetNotes() const {
-    AVFrame const& first = GetFirstFrame();
-    std::string const from = PixelFormatText(first.format);
-    std::string const to = PixelFormatText(m_context->pix_fmt);
     if (!m_picture.isConverted)
         return {};
-    std::string const lost = LossText(m_picture.loss);
-    std::string text = fmt::format("Pictures were converted from {} to {} for the encoder {}", from, to,
-                                   m_context->codec->name);
-    if (from == to)
-        text = fmt::format("Pictures were converted to the colours and range that {} files are read with",
-                           m_context->codec->name);
+    AVFrame const& first = GetFirstFrame();
+    std::string const change =
+        fmt::format("Pictures were converted from {} to {} for the encoder {}", PixelFormatText(first.format),
+                    PixelFormatText(m_context->pix_fmt), m_context->codec->name);
     bool const isOdd = first.width % 2 != 0 || first.height % 2 != 0;
-    if (!lost.empty())
-        text += "; lost: " + lost;
-    else if (m_wholeChroma && isOdd)
-        text += ", which takes odd sizes only so";
-    return {text + "."};
+    if (std::string const lost = LossText(m_picture.loss); !lost.empty())
+        return {change + "; lost: " + lost + "."};
+    if (m_wholeChroma && isOdd)
+        return {change + ", which takes odd sizes only so."};
+    if ((m_picture.loss & FF_LOSS_COLORSPACE) != 0)
+        return {change + "."};
+    return {}; // another order of the same values
 }
 
 } // namespace Tarsel::Media

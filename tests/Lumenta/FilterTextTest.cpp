@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/FilterText.h"
 #include "Core/CoreExceptions.h"
+#include "Proc/Effects/Lumenta/OptionText.h"
 #include "Proc/Effects/Lumenta/SourceArgs.h"
 #include "Watch.h"
 

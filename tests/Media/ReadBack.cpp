@@ -19,6 +19,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
 #include <libavutil/imgutils.h>
+#include <libavutil/mastering_display_metadata.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -71,6 +72,24 @@ double GetBrightness(AVFrame const& frame) {
     return sum / bytes / frame.height;
 }
 
+template <class Struct>
+Struct const* GetAs(AVStream const& stream, AVPacketSideDataType type) {
+    auto const data = Media::GetSideData(stream, type);
+    return data.size() >= sizeof(Struct) ? reinterpret_cast<Struct const*>(data.data()) : nullptr;
+}
+
+std::string ReadLightLevels(AVStream const& stream) {
+    std::ostringstream text;
+    text.precision(4);
+    if (auto const* const display =
+            GetAs<AVMasteringDisplayMetadata>(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA))
+        text << "max " << av_q2d(display->max_luminance) << " white " << av_q2d(display->white_point[0])
+             << ' ';
+    if (auto const* const light = GetAs<AVContentLightMetadata>(stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL))
+        text << "cll " << light->MaxCLL << ' ' << light->MaxFALL;
+    return text.str();
+}
+
 StreamRecord Describe(AVStream const& stream) {
     AVCodecParameters const& parameters = *stream.codecpar;
     StreamRecord record;
@@ -82,8 +101,7 @@ StreamRecord Describe(AVStream const& stream) {
     if (parameters.extradata != nullptr)
         record.extradata.assign(parameters.extradata, parameters.extradata + parameters.extradata_size);
     record.hasMatrix = !Media::GetSideData(stream, AV_PKT_DATA_DISPLAYMATRIX).empty();
-    record.lightLevels = Text(Media::GetSideData(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA)) +
-                         Text(Media::GetSideData(stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL));
+    record.lightLevels = ReadLightLevels(stream);
     return record;
 }
 

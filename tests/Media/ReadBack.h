@@ -44,7 +44,7 @@ struct StreamRecord {
     int disposition = 0;
     std::string extradata;
     bool hasMatrix = false;
-    /// Mastering display and content light side data.
+    /// Mastering display and content light side data: "max 1000 white 0.3127 cll 1000 400".
     std::string lightLevels;
     std::vector<PacketRecord> packets;
 };

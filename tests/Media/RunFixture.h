@@ -57,7 +57,7 @@ protected:
         Media::RunOptions options = Options(input, output);
         if (options.output.extension() == ".mkv")
             options.videoEncoder = "ffv1";
-        else
+        else if (options.output.extension() == ".mp4")
             options.videoEncoderOptions = {{"qp", "0"}, {"preset", "ultrafast"}};
         return options;
     }

@@ -17,8 +17,6 @@
 #include <utility>
 #include <vector>
 
-extern char** environ;
-
 namespace Tarsel::Test {
 
 /// What a program left behind: its exit code, or 128 and the number of the signal that ended it.
@@ -57,6 +55,7 @@ public:
         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
 
         std::vector<char*> argv;
+        argv.reserve(arguments.size() + 1);
         for (std::string const& argument : arguments)
             argv.push_back(const_cast<char*>(argument.c_str()));
         argv.push_back(nullptr);

@@ -12,6 +12,11 @@ TEST(TextLayout, BreaksAtBlanksBehindTheLead) {
                    "       three\n");
 
     out.clear();
+    AppendWrapped(out, "  key", 7, "one two", 13);
+    EXPECT_EQ(out, "  key  one\n"
+                   "       two\n");
+
+    out.clear();
     AppendWrapped(out, "  a-long-key", 6, "unbreakable word", 12);
     EXPECT_EQ(out, "  a-long-key\n"
                    "      unbreakable\n"

@@ -56,7 +56,7 @@ void SetDisplayMatrix(std::string const& file, Conf::DisplayMatrix const& matrix
     if (box == std::string::npos || content[box + 4] != 0)
         throw std::runtime_error(file + " has no track header of version 0");
     // ISO/IEC 14496-12, 8.3.2: flags, five times and numbers, eight bytes, four half-words, then the matrix.
-    stream.seekp(static_cast<std::streamoff>(box + 4 + 4 + 5 * 4 + 8 + 4 * 2));
+    stream.seekp(static_cast<std::streamoff>(box) + 4 + 4 + 20 + 8 + 8);
     for (std::int32_t const word : matrix.words)
         for (int const shift : {24, 16, 8, 0})
             stream.put(static_cast<char>(static_cast<std::uint32_t>(word) >> shift & 0xff));

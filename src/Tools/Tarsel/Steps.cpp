@@ -87,8 +87,7 @@ std::vector<SP<Proc::IOneInputEffectAudio>> MakeAudioEffects(Effects const& effe
 SP<Proc::IOneInputEffectVideo> MakeOrientationEffect(Effects const& effects,
                                                      Conf::DisplayMatrix const& matrix) {
     Proc::SettingsEffectDisplayMatrix const settings(matrix);
-    auto const effect =
-        effects.factory->CreateVideoEffect(settings.GetClassId(), Proc::ImplNames::DEFAULT, {});
+    auto effect = effects.factory->CreateVideoEffect(settings.GetClassId(), Proc::ImplNames::DEFAULT, {});
     effect->SetSettings(settings);
     return effect;
 }

@@ -1,8 +1,5 @@
 #include "Proc/Effects/Lumenta/FilterText.h"
 
-#include "Core/Throw.h"
-#include "Proc/Interfaces/ProcExceptions.h"
-
 #include <iostream>
 
 namespace Tarsel::Proc {
@@ -17,23 +14,6 @@ std::ostringstream MakeClassicStream() {
     std::ostringstream stream;
     stream.imbue(std::locale::classic());
     return stream;
-}
-
-std::string PropertyToFFMpegString(Core::Property const& property,
-                                   std::vector<FFMpegStringValue> const& values) {
-    std::string text;
-    for (FFMpegStringValue const& value : values) {
-        if (Core::Property const* child = property.FindChild(value.key))
-            text += value.option + "='" + Core::PropertyValueToString(*child) + "':";
-        else if (value.required)
-            Core::Throw<EffectException>(
-                {"Proc/Effects/Lumenta/EffectFFMPEG",
-                 "std::string Tarsel::Proc::PropertyToFFMpegString(const Core::Property &, "
-                 "const std::vector<FFMpegStringValue> &)"},
-                "Required parameter " + value.option + " was not set",
-                TagDetail("no property \"" + value.key + "\""));
-    }
-    return text;
 }
 
 } // namespace Tarsel::Proc

@@ -28,14 +28,18 @@ void BlendRowByPixel(std::uint8_t* pixels, std::uint8_t const* alpha, std::size_
     }
 }
 
-#if HWY_TARGET == HWY_SCALAR
-
-void BlendRows(BlendedPlane const& plane, Background background) {
+void BlendRowsByPixel(BlendedPlane const& plane, Background background) {
     for (std::size_t y = 0; y < plane.height; ++y) {
         auto const row = static_cast<std::ptrdiff_t>(y);
         BlendRowByPixel(plane.pixels + row * plane.stride, plane.alpha + row * plane.alphaStride, plane.width,
                         background);
     }
+}
+
+#if HWY_TARGET == HWY_SCALAR
+
+void BlendRows(BlendedPlane const& plane, Background background) {
+    BlendRowsByPixel(plane, background);
 }
 
 #else
@@ -57,17 +61,19 @@ template <std::size_t N>
 class GroupBlender {
 public:
     explicit GroupBlender(Background background) {
-        std::size_t const lanes = hn::Lanes(ByteTag());
-        for (std::size_t i = 0; i < N * lanes; ++i) {
-            std::size_t const block = i / BLOCK;
-            // Lookups stay within blocks of 16 bytes, so every block first gets the 16 alphas of which it
-            // needs some; 0x80 looks up a zero.
-            std::size_t const source = i % (N * BLOCK) / N;
-            m_alphaLanes[i / 4] = static_cast<std::uint32_t>(block / N * (BLOCK / 4) + i / 4 % (BLOCK / 4));
-            m_evenAlpha[i] = i % 2 == 0 ? static_cast<std::uint8_t>(source) : 0x80;
-            m_oddAlpha[i - i % 2] = static_cast<std::uint8_t>(source);
-            m_oddAlpha[i - i % 2 + 1] = 0x80;
+        for (std::size_t i = 0; i < N * hn::Lanes(ByteTag()); ++i) {
             m_background[i] = background[i % N];
+            if constexpr (N > 1) {
+                // Lookups stay within blocks of 16 bytes, so every block first gets the 16 alphas of which it
+                // needs some; 0x80 looks up a zero.
+                std::size_t const block = i / BLOCK;
+                auto const source = static_cast<std::uint8_t>(i % (N * BLOCK) / N);
+                m_alphaLanes[i / 4] =
+                    static_cast<std::uint32_t>(block / N * (BLOCK / 4) + i / 4 % (BLOCK / 4));
+                m_evenAlpha[i] = i % 2 == 0 ? source : 0x80;
+                m_oddAlpha[i - i % 2] = source;
+                m_oddAlpha[i - i % 2 + 1] = 0x80;
+            }
         }
     }
 
@@ -187,6 +193,9 @@ void BlendRowsOf(BlendedPlane const& plane, Background background) {
 }
 
 void BlendRows(BlendedPlane const& plane, Background background) {
+    constexpr std::size_t shortRow = 16; // Shorter ones are not worth a whole vector.
+    if (plane.width < shortRow)
+        return BlendRowsByPixel(plane, background);
     switch (background.size()) {
     case 1:
         return BlendRowsOf<1>(plane, background);
@@ -211,8 +220,7 @@ namespace Tarsel::Proc {
 HWY_EXPORT(BlendRows);
 
 void BlendPlane(BlendedPlane const& plane, std::span<std::uint8_t const> background) noexcept {
-    if (plane.width != 0)
-        HWY_DYNAMIC_DISPATCH(BlendRows)(plane, background);
+    HWY_DYNAMIC_DISPATCH(BlendRows)(plane, background);
 }
 
 } // namespace Tarsel::Proc

@@ -13,19 +13,14 @@ using ColorCode = std::uint32_t;
 
 constexpr unsigned COLOR_CODE_BITS = 24;
 
-/// Levels of the octree below its root: the least significant bit of a component makes no difference.
-constexpr unsigned TREE_DEPTH = 7;
-
-/// The part of a code that names a leaf of the octree, a cell of 2x2x2 colours.
-constexpr ColorCode CellOf(ColorCode code) noexcept {
-    return code >> (COLOR_CODE_BITS - 3 * TREE_DEPTH);
-}
-
-constexpr std::size_t CELL_COUNT = std::size_t{1} << (3 * TREE_DEPTH);
+/// Where the lowest bit of each component is.
+constexpr unsigned GREEN_BIT = 2;
+constexpr unsigned RED_BIT = 1;
+constexpr unsigned BLUE_BIT = 0;
 
 namespace Details {
 
-/// The bits of a byte three places apart, the lowest at `lowest`.
+/// The bits of a byte three places apart.
 constexpr std::array<ColorCode, 256> SpreadBits(unsigned lowest) noexcept {
     std::array<ColorCode, 256> spread{};
     for (unsigned value = 0; value < spread.size(); ++value)
@@ -37,12 +32,20 @@ constexpr std::array<ColorCode, 256> SpreadBits(unsigned lowest) noexcept {
 } // namespace Details
 
 /// The share of each component in the code.
-inline constexpr std::array<ColorCode, 256> GREEN_CODE = Details::SpreadBits(2);
-inline constexpr std::array<ColorCode, 256> RED_CODE = Details::SpreadBits(1);
-inline constexpr std::array<ColorCode, 256> BLUE_CODE = Details::SpreadBits(0);
+inline constexpr std::array<ColorCode, 256> GREEN_CODE = Details::SpreadBits(GREEN_BIT);
+inline constexpr std::array<ColorCode, 256> RED_CODE = Details::SpreadBits(RED_BIT);
+inline constexpr std::array<ColorCode, 256> BLUE_CODE = Details::SpreadBits(BLUE_BIT);
 
 constexpr ColorCode MakeColorCode(std::uint8_t red, std::uint8_t green, std::uint8_t blue) noexcept {
     return GREEN_CODE[green] | RED_CODE[red] | BLUE_CODE[blue];
+}
+
+/// The component whose lowest bit is there.
+constexpr std::uint8_t GetComponent(ColorCode code, unsigned lowest) noexcept {
+    ColorCode bits = code >> lowest & 0x249249u;
+    bits = (bits | bits >> 2) & 0x0C30C3u;
+    bits = (bits | bits >> 4) & 0x00F00Fu;
+    return static_cast<std::uint8_t>(bits | bits >> 8);
 }
 
 } // namespace Tarsel::Proc

@@ -1,30 +1,53 @@
 #include "Proc/Effects/Lumenta/Pixels/ColorReplace.h"
 
-#include "Proc/Effects/Lumenta/Pixels/ColorCode.h"
-#include "Proc/Effects/Lumenta/Pixels/ZeroedArray.h"
+#include "Proc/Effects/Lumenta/Pixels/ColorCodeRow.h"
+#include "Proc/Effects/Lumenta/Pixels/NodeId.h"
 
+#include <array>
 #include <cstdint>
+#include <vector>
 
 namespace Tarsel::Proc {
+namespace {
 
-void color_replace(OctTree& tree, PlaneView pixels, MutablePlane indices, std::size_t width,
-                   std::size_t height) {
-    ZeroedArray<std::uint8_t> indexOfCell(CELL_COUNT);
-    NodePool& nodes = tree.GetNodes();
-    // Parents come before their children, so a folded node takes its index from a parent that has one. What
-    // inner nodes outside the heap get does not matter: no pixel ends there.
-    for (std::size_t i = 1; i < nodes.size; ++i) {
-        oct_node_t& node = nodes[i];
-        if (node.heapIndex == 0)
-            node.heapIndex = node.parent->heapIndex;
-        if (node.depth == TREE_DEPTH)
-            indexOfCell[node.address - FIRST_LEAF] = static_cast<std::uint8_t>(node.heapIndex);
+/// The places of a twig's leaves, or of what stands for them.
+using TwigPlaces = std::array<std::uint8_t, 8>;
+
+std::uint8_t FindPlace(OctTree const& tree, node_heap const& heap, NodeId node) {
+    while (heap.places[node] == 0)
+        node = ParentOf(tree, node);
+    return static_cast<std::uint8_t>(heap.places[node]);
+}
+
+/// By twig; there is none with the number 0.
+std::vector<TwigPlaces> FindPlaces(OctTree const& tree, node_heap const& heap) {
+    std::vector<TwigPlaces> places(std::size_t{tree.twigs.GetCount()} + 1);
+    for (std::uint32_t twig = 1; twig < places.size(); ++twig) {
+        std::uint8_t shared = 0;
+        for (unsigned child = 0; child < 8; ++child) {
+            NodeId const leaf = LeafId(twig, child);
+            if (tree.leaves[leaf - FIRST_LEAF].Count() == 0)
+                continue;
+            std::uint32_t const own = heap.places[leaf];
+            if (own == 0 && shared == 0)
+                shared = FindPlace(tree, heap, TwigId(twig));
+            places[twig][child] = own != 0 ? static_cast<std::uint8_t>(own) : shared;
+        }
     }
+    return places;
+}
+
+} // namespace
+
+void color_replace(OctTree const& tree, node_heap const& heap, PlaneView pixels, MutablePlane indices,
+                   std::size_t width, std::size_t height) {
+    std::vector<TwigPlaces> const places = FindPlaces(tree, heap);
+    std::vector<ColorCode> colors(width);
     for (std::size_t y = 0; y < height; ++y) {
-        std::uint8_t const* pixel = pixels.Row(y);
+        MakeColorCodes(pixels.Row(y), width, colors.data());
         std::uint8_t* const row = indices.Row(y);
-        for (std::size_t x = 0; x < width; ++x, pixel += 4)
-            row[x] = indexOfCell[CellOf(MakeColorCode(pixel[0], pixel[1], pixel[2]))];
+        for (std::size_t x = 0; x < width; ++x)
+            row[x] = places[tree.twigs.Find(colors[x])][colors[x] >> 3 & 7u];
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Proc/Effects/Lumenta/Pixels/NodeHeap.h"
 #include "Proc/Effects/Lumenta/Pixels/OctTree.h"
 #include "Proc/Effects/Lumenta/Pixels/Plane.h"
 
@@ -7,10 +8,9 @@
 
 namespace Tarsel::Proc {
 
-/// Writes for every pixel (4 bytes: red, green, blue, one that is not read) the palette index of the node in
-/// which it lies: the deepest one on its way from the root that has not been folded. The tree holds all of
-/// the pixels and is used up: nodes outside the heap get the index of their parent. MemoryException.
-void color_replace(OctTree& tree, PlaneView pixels, MutablePlane indices, std::size_t width,
-                   std::size_t height);
+/// Writes for every pixel (4 bytes: red, green, blue, one that is not read) the place in the heap, 1 to 255,
+/// of the deepest node in which it lies. Heap and tree are of these pixels. std::bad_alloc.
+void color_replace(OctTree const& tree, node_heap const& heap, PlaneView pixels, MutablePlane indices,
+                   std::size_t width, std::size_t height);
 
 } // namespace Tarsel::Proc

@@ -57,12 +57,11 @@ constexpr ValueTable BLUE_VALUES = MakeValues(BLUE_SHIFT, BLUE_CODE);
 
 class Diffuser {
 public:
-    Diffuser(std::size_t width, node_heap const& heap)
-        : m_width(width), m_colors(heap), m_errors(width + 2, NO_ERROR) {
-        for (std::size_t i = 1; i < heap.count; ++i) {
-            oct_node_t const& node = *heap.slots[i].node;
-            m_errorWithoutValue[i] = NO_ERROR - MakeFields(node.r, node.g, node.b);
-        }
+    Diffuser(std::size_t width, std::span<Rgb const> palette)
+        : m_width(width), m_colors(palette), m_errors(width + 2, NO_ERROR) {
+        for (std::size_t i = 0; i < palette.size(); ++i)
+            m_errorWithoutValue[i + 1] =
+                NO_ERROR - MakeFields(palette[i].red, palette[i].green, palette[i].blue);
     }
 
     /// Rows below each other. They are taken side by side, each two pixels behind the one above it, which is
@@ -114,9 +113,9 @@ private:
 } // namespace
 
 void error_diffuse(PlaneView pixels, MutablePlane indices, std::size_t width, std::size_t height,
-                   node_heap const& heap) {
+                   std::span<Rgb const> palette) {
     constexpr std::size_t TOGETHER = 4;
-    Diffuser diffuser(width, heap);
+    Diffuser diffuser(width, palette);
     std::size_t y = 0;
     for (; y + TOGETHER <= height; y += TOGETHER)
         diffuser.DiffuseRows<TOGETHER>(pixels, indices, y);

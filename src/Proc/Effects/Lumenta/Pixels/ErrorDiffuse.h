@@ -1,9 +1,10 @@
 #pragma once
 
-#include "Proc/Effects/Lumenta/Pixels/NodeHeap.h"
 #include "Proc/Effects/Lumenta/Pixels/Plane.h"
+#include "Proc/Effects/Lumenta/Pixels/Rgb.h"
 
 #include <cstddef>
+#include <span>
 
 namespace Tarsel::Proc {
 
@@ -12,6 +13,6 @@ namespace Tarsel::Proc {
 /// neighbour gets 8/16, the one below 5/16, below right 2/16, below left 1/16; what would leave the picture
 /// is lost. The heap's nodes hold averages; there are 1 to 255. MemoryException, std::bad_alloc.
 void error_diffuse(PlaneView pixels, MutablePlane indices, std::size_t width, std::size_t height,
-                   node_heap const& heap);
+                   std::span<Rgb const> palette);
 
 } // namespace Tarsel::Proc

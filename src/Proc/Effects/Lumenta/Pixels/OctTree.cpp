@@ -2,99 +2,156 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 
 namespace Tarsel::Proc {
 namespace {
 
-// A leaf's place in the heap depends on count >> depth, so 128 pixels may pass before the heap has to know of
-// them. Until then a cell keeps its sums in the four 16-bit fields of one number: red, green, blue, count.
-constexpr std::uint64_t PENDING_LIMIT = std::uint64_t{1} << TREE_DEPTH;
-constexpr unsigned GREEN_SHIFT = 16;
-constexpr unsigned BLUE_SHIFT = 32;
-constexpr unsigned COUNT_SHIFT = 48;
-constexpr std::uint64_t FIELD = 0xFFFF;
+static_assert(CubeDirectory::MAX_CUBES == MAX_TWIGS);
 
-/// Pixels that are added before the heap is told. No cell may reach the limit twice meanwhile.
-constexpr std::size_t CHUNK = PENDING_LIMIT;
-static_assert((PENDING_LIMIT - 1 + CHUNK) * 255 <= FIELD);
+constexpr std::uint32_t ROOT_PATH = 1;
+constexpr std::size_t UPPER_PATHS = std::size_t{2} << (3 * (TWIG_DEPTH - 1));
 
-/// A cell that the heap has to know of: it is new, or has this bit when it has reached the limit.
-constexpr std::uint32_t AT_LIMIT = FIRST_LEAF;
+constexpr std::size_t CHUNK = 256;
 
-void MoveSums(std::uint64_t& pending, oct_node_t& leaf) noexcept {
-    leaf.r += pending & FIELD;
-    leaf.g += pending >> GREEN_SHIFT & FIELD;
-    leaf.b += pending >> BLUE_SHIFT & FIELD;
-    pending &= FIELD << COUNT_SHIFT;
+/// A leaf's order is count >> 7, so only its first and every 128th pixel move it.
+constexpr std::uint32_t UNMOVED_COUNTS = (1u << TREE_DEPTH) - 1;
+
+/// What one pixel adds to its leaf, by the lowest bits of its color code.
+constexpr std::array<LeafCell, 8> PIXELS = [] {
+    std::array<LeafCell, 8> pixels{};
+    for (ColorCode color = 0; color < pixels.size(); ++color)
+        pixels[color] = {1 | std::uint64_t{color >> RED_BIT & 1u} << 32,
+                         (color >> GREEN_BIT & 1u) | std::uint64_t{color >> BLUE_BIT & 1u} << 32};
+    return pixels;
+}();
+
+void AddChunk(OctTree& tree, node_heap& heap, std::span<ColorCode const> pixels) {
+    // Which pixels move their leaves cannot be foreseen, so they are noted without a branch.
+    std::array<NodeId, CHUNK> moved;
+    std::size_t movedCount = 0;
+    for (ColorCode const color : pixels) {
+        std::uint32_t twig = tree.twigs.Find(color);
+        if (twig == CubeDirectory::NONE)
+            twig = node_insert(tree, color);
+        NodeId const node = LeafId(twig, color >> 3 & 7u);
+        LeafCell& leaf = tree.leaves[node - FIRST_LEAF];
+        leaf.countAndRed += PIXELS[color % 8].countAndRed;
+        leaf.greenAndBlue += PIXELS[color % 8].greenAndBlue;
+        moved[movedCount] = node;
+        movedCount += static_cast<unsigned>(leaf.Count() == 1) |
+                      static_cast<unsigned>((leaf.Count() & UNMOVED_COUNTS) == 0);
+    }
+    for (std::size_t i = 0; i < movedCount; ++i) {
+        NodeId const node = moved[i];
+        std::uint32_t const place = heap.places[node];
+        if (place == 0)
+            ++tree.nodes[ParentOf(tree, node)].kidCount;
+        heap_add(heap, node, place == 0 ? 0 : heap.slots[place].Order() + 1);
+    }
+}
+
+NodeId InsertUpper(OctTree& tree, std::uint32_t path) noexcept {
+    NodeId& node = tree.upperIds[path];
+    if (node == 0) {
+        NodeId const parent = InsertUpper(tree, path >> 3);
+        node = ++tree.upperCount;
+        node_new(tree, node, parent);
+    }
+    return node;
+}
+
+/// Sums and count of a leaf.
+[[gnu::always_inline]] inline oct_node_t MakeLeafNode(OctTree const& tree, NodeId node) noexcept {
+    LeafCell const& leaf = tree.leaves[node - FIRST_LEAF];
+    Rgb const first = tree.firstColors[TwigOfLeaf(node) - 1];
+    unsigned const child = ChildOfTwig(node);
+    // A leaf is two colours wide.
+    std::uint64_t const red = first.red + 2 * (child >> RED_BIT & 1u);
+    std::uint64_t const green = first.green + 2 * (child >> GREEN_BIT & 1u);
+    std::uint64_t const blue = first.blue + 2 * (child >> BLUE_BIT & 1u);
+    std::uint64_t const count = leaf.Count();
+    return {count * red + leaf.OddRed(),
+            count * green + leaf.OddGreen(),
+            count * blue + leaf.OddBlue(),
+            leaf.Count(),
+            ParentOf(tree, node),
+            0,
+            TREE_DEPTH};
+}
+
+/// Fewer children first, then the smaller count >> depth.
+std::uint64_t GetOrder(oct_node_t const& node) noexcept {
+    return std::uint64_t{node.kidCount} << 32 | node.count >> node.depth;
+}
+
+std::uint8_t Average(std::uint64_t sum, std::uint32_t count) noexcept {
+    return static_cast<std::uint8_t>(static_cast<double>(sum) / count + 0.5);
 }
 
 } // namespace
 
-OctTree::OctTree(TableUse tables)
-    : m_indices(std::size_t{2} * FIRST_LEAF, tables), m_pending(CELL_COUNT, tables) {
-    node_new(m_nodes).address = ROOT_ADDRESS;
+OctTree::OctTree()
+    : firstColors(MAX_TWIGS), leaves(NODE_ID_END - FIRST_LEAF), nodes(FIRST_LEAF), upperIds(UPPER_PATHS) {
+    upperIds[ROOT_PATH] = ++upperCount;
 }
 
-void OctTree::AddRow(node_heap& heap, std::uint8_t const* pixels, std::size_t width) {
-    for (std::size_t x = 0; x < width; x += CHUNK)
-        AddChunk(heap, pixels + 4 * x, std::min(CHUNK, width - x));
+void AddPixels(OctTree& tree, node_heap& heap, std::span<ColorCode const> pixels) {
+    for (std::size_t i = 0; i < pixels.size(); i += CHUNK)
+        AddChunk(tree, heap, pixels.subspan(i, std::min(CHUNK, pixels.size() - i)));
 }
 
-void OctTree::AddChunk(node_heap& heap, std::uint8_t const* pixels, std::size_t count) {
-    // Which pixels the heap has to know of cannot be foreseen, so they are noted without a branch.
-    std::array<std::uint32_t, CHUNK> noted;
-    std::size_t notedCount = 0;
-    for (std::uint8_t const* const end = pixels + 4 * count; pixels != end; pixels += 4) {
-        std::uint64_t const red = pixels[0];
-        std::uint64_t const green = pixels[1];
-        std::uint64_t const blue = pixels[2];
-        ColorCode const cell = CellOf(MakeColorCode(pixels[0], pixels[1], pixels[2]));
-        std::uint64_t const before = m_pending[cell];
-        std::uint64_t const after = before + (std::uint64_t{1} << COUNT_SHIFT | blue << BLUE_SHIFT |
-                                              green << GREEN_SHIFT | red);
-        m_pending[cell] = after;
-        bool const isAtLimit = after >> COUNT_SHIFT == PENDING_LIMIT;
-        noted[notedCount] = cell | (isAtLimit ? AT_LIMIT : 0);
-        notedCount += before == 0 || isAtLimit ? 1 : 0;
+void node_new(OctTree& tree, NodeId node, NodeId parent) noexcept {
+    tree.nodes[node].parent = parent;
+    tree.nodes[node].depth = static_cast<std::uint8_t>(tree.nodes[parent].depth + 1);
+    ++tree.nodes[parent].kidCount;
+}
+
+std::uint32_t node_insert(OctTree& tree, ColorCode color) noexcept {
+    constexpr unsigned depth = TWIG_DEPTH - 1;
+    std::uint32_t const twig = tree.twigs.Add(color);
+    ColorCode const first = color >> CubeDirectory::COLOR_BITS << CubeDirectory::COLOR_BITS;
+    tree.firstColors[twig - 1] = {GetComponent(first, RED_BIT), GetComponent(first, GREEN_BIT),
+                                  GetComponent(first, BLUE_BIT)};
+    node_new(tree, TwigId(twig), InsertUpper(tree, 1u << 3 * depth | color >> (COLOR_CODE_BITS - 3 * depth)));
+    return twig;
+}
+
+NodeId ParentOf(OctTree const& tree, NodeId node) noexcept {
+    return IsLeaf(node) ? TwigId(TwigOfLeaf(node)) : tree.nodes[node].parent;
+}
+
+Rgb GetAverage(OctTree const& tree, NodeId node) noexcept {
+    oct_node_t const known = IsLeaf(node) ? MakeLeafNode(tree, node) : tree.nodes[node];
+    return {Average(known.r, known.count), Average(known.g, known.count), Average(known.b, known.count)};
+}
+
+NodeId node_fold(OctTree& tree, NodeId node) noexcept {
+    oct_node_t const folded = IsLeaf(node) ? MakeLeafNode(tree, node) : tree.nodes[node];
+    if (folded.kidCount != 0 || folded.parent == 0)
+        std::abort();
+    oct_node_t& parent = tree.nodes[folded.parent];
+    parent.r += folded.r;
+    parent.g += folded.g;
+    parent.b += folded.b;
+    parent.count += folded.count;
+    --parent.kidCount;
+    return folded.parent;
+}
+
+void FoldTree(OctTree& tree, node_heap& heap, std::uint32_t colours) {
+    while (heap.count > colours + 1) {
+        NodeId const parent = node_fold(tree, pop_heap(heap));
+        heap_add(heap, parent, GetOrder(tree.nodes[parent]));
     }
-    for (std::size_t i = 0; i < notedCount; ++i)
-        __builtin_prefetch(&m_indices[noted[i] | FIRST_LEAF]);
-    for (std::size_t i = 0; i < notedCount; ++i) {
-        oct_node_t& leaf = node_insert(*this, noted[i] | FIRST_LEAF);
-        if ((noted[i] & AT_LIMIT) != 0) {
-            std::uint64_t& pending = m_pending[noted[i] & ~AT_LIMIT];
-            pending -= PENDING_LIMIT << COUNT_SHIFT;
-            leaf.count += PENDING_LIMIT;
-            MoveSums(pending, leaf);
-        } else if (leaf.heapIndex != 0) {
-            continue; // Nothing was pending, but it is not new.
-        }
-        heap_add(heap, leaf);
-    }
 }
 
-void OctTree::Settle() noexcept {
-    for (std::size_t i = 0; i < m_nodes.size; ++i)
-        if (oct_node_t& node = m_nodes[i]; node.depth == TREE_DEPTH) {
-            std::uint64_t& pending = m_pending[node.address - FIRST_LEAF];
-            node.count += static_cast<std::uint32_t>(pending >> COUNT_SHIFT);
-            MoveSums(pending, node);
-        }
-}
-
-oct_node_t& node_insert(OctTree& tree, OctAddress address) {
-    std::uint32_t& index = tree.m_indices[address];
-    if (index != 0 || address == ROOT_ADDRESS)
-        return tree.m_nodes[index];
-    oct_node_t& parent = node_insert(tree, address >> 3);
-    auto const next = static_cast<std::uint32_t>(tree.m_nodes.size);
-    oct_node_t& node = node_new(tree.m_nodes);
-    node.address = address;
-    node.depth = static_cast<std::uint8_t>(parent.depth + 1);
-    node.parent = &parent;
-    ++parent.kidCount;
-    index = next;
-    return node;
+void node_free(OctTree& tree) noexcept {
+    tree.twigs.Free();
+    tree.firstColors.Free();
+    tree.leaves.Free();
+    tree.nodes.Free();
+    tree.upperIds.Free();
 }
 
 } // namespace Tarsel::Proc

@@ -1,49 +1,88 @@
 #pragma once
 
-#include "Proc/Effects/Lumenta/Pixels/ColorCode.h"
+#include "Proc/Effects/Lumenta/Pixels/CubeDirectory.h"
 #include "Proc/Effects/Lumenta/Pixels/NodeHeap.h"
-#include "Proc/Effects/Lumenta/Pixels/OctNode.h"
+#include "Proc/Effects/Lumenta/Pixels/NodeId.h"
+#include "Proc/Effects/Lumenta/Pixels/Rgb.h"
 #include "Proc/Effects/Lumenta/Pixels/ZeroedArray.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace Tarsel::Proc {
 
-/// Addresses of leaves, less this, are their cells.
-constexpr OctAddress FIRST_LEAF = ROOT_ADDRESS << (3 * TREE_DEPTH);
-
-/// The octree of a picture's colours. Children are found by their address in a table instead of by pointers
-/// from node to node. Not synchronised.
-class OctTree {
-public:
-    /// Has its root; `tables` tells what to expect of the picture. MemoryException, std::bad_alloc.
-    explicit OctTree(TableUse tables);
-
-    /// Counts the opaque pixels of a row (4 bytes each: red, green, blue, one that is not read) and keeps
-    /// their leaves in the heap. MemoryException, std::bad_alloc, and what heap_add throws.
-    void AddRow(node_heap& heap, std::uint8_t const* pixels, std::size_t width);
-
-    /// To be called after the last row: now all pixels are in the sums of their leaves.
-    void Settle() noexcept;
-
-    /// All nodes, folded ones too.
-    NodePool& GetNodes() noexcept { return m_nodes; }
-
-private:
-    friend oct_node_t& node_insert(OctTree& tree, OctAddress address);
-
-    void AddChunk(node_heap& heap, std::uint8_t const* pixels, std::size_t count);
-
-    NodePool m_nodes;
-    /// Index of the node with an address; 0 for none, and for the root.
-    ZeroedArray<std::uint32_t> m_indices;
-    /// Of every cell the pixels that are not in its leaf's sums yet; see OctTree.cpp.
-    ZeroedArray<std::uint64_t> m_pending;
+/// A node of the octree that is not a leaf. Of the pixels' alpha nothing is kept, as no result depends on it.
+struct oct_node_t { // NOLINT(readability-identifier-naming)
+    /// Sums of the components of the pixels that ended here.
+    std::uint64_t r;
+    std::uint64_t g;
+    std::uint64_t b;
+    /// The number of these pixels.
+    std::uint32_t count;
+    NodeId parent;
+    /// Children that have not been folded.
+    std::uint8_t kidCount;
+    /// 0 for the root.
+    std::uint8_t depth;
 };
 
-/// The node with that address, made with all its ancestors where it is missing. MemoryException,
-/// std::bad_alloc.
-oct_node_t& node_insert(OctTree& tree, OctAddress address);
+/// A leaf's pixels. They have all but the lowest bit of their components in common: it is enough to count
+/// those in which it is set. Two counts share a number, the second in its upper half.
+struct LeafCell {
+    std::uint64_t countAndRed;
+    std::uint64_t greenAndBlue;
+
+    std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(countAndRed); }
+    std::uint64_t OddRed() const noexcept { return countAndRed >> 32; }
+    std::uint64_t OddGreen() const noexcept { return greenAndBlue & 0xFFFFFFFF; }
+    std::uint64_t OddBlue() const noexcept { return greenAndBlue >> 32; }
+};
+
+/// The octree of a picture's colours. Nodes are found by their colours in tables instead of by pointers from
+/// node to node. Not synchronised.
+struct OctTree {
+    /// The root alone. MemoryException.
+    OctTree();
+
+    /// Numbers the twigs.
+    CubeDirectory twigs;
+    /// By twig less 1: the lowest colour in it.
+    ZeroedArray<Rgb> firstColors;
+    /// By id less FIRST_LEAF.
+    ZeroedArray<LeafCell> leaves;
+    /// Upper nodes and twigs, by id.
+    ZeroedArray<oct_node_t> nodes;
+    /// Upper nodes by the way to them from the root: a 1, followed by three bits of color code a level.
+    ZeroedArray<NodeId> upperIds;
+    std::uint32_t upperCount = 0;
+};
+
+/// Counts pixels and keeps their leaves in the heap, as if each pixel were taken by itself. Throws what
+/// heap_add does.
+void AddPixels(OctTree& tree, node_heap& heap, std::span<ColorCode const> pixels);
+
+/// Makes a node below another.
+void node_new(OctTree& tree, NodeId node, NodeId parent) noexcept;
+
+/// Makes the twig around a colour, which must not exist yet, and what is missing on the way to it from the
+/// root. Returns the twig's number.
+std::uint32_t node_insert(OctTree& tree, ColorCode color) noexcept;
+
+/// Not of the root.
+NodeId ParentOf(OctTree const& tree, NodeId node) noexcept;
+
+/// The average of the pixels that ended in a node; there are some.
+Rgb GetAverage(OctTree const& tree, NodeId node) noexcept;
+
+/// Adds the pixels of a node to its parent, which it returns: from then on that stands for it. A node with
+/// children, or the root, ends the process: the tree is broken.
+NodeId node_fold(OctTree& tree, NodeId node) noexcept;
+
+/// Folds nodes in the order of the heap until it holds no more than so many, at least 1.
+void FoldTree(OctTree& tree, node_heap& heap, std::uint32_t colours);
+
+/// Gives the memory of all nodes back.
+void node_free(OctTree& tree) noexcept;
 
 } // namespace Tarsel::Proc

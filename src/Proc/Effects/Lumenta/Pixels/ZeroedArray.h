@@ -6,47 +6,41 @@
 
 namespace Tarsel::Proc {
 
-/// How much of a table will be written to.
-enum class TableUse {
-    /// Little, here and there: memory is taken only where it is.
-    Sparse,
-    /// Much of it: memory may be taken in large pages.
-    Dense
-};
-
 namespace Details {
 
-struct FreeZeroed {
-    /// Of a mapping; 0 when the memory is of the heap.
-    std::size_t mappedSize = 0;
+/// Gives a mapping back.
+struct Unmap {
+    std::size_t size;
 
     void operator()(void* memory) const noexcept;
 };
 
-using ZeroedMemory = std::unique_ptr<void, FreeZeroed>;
+using Mapping = std::unique_ptr<void, Unmap>;
 
-/// `count` elements of `size` bytes, zeros. MemoryException when there is no memory.
-ZeroedMemory AllocateZeroed(std::size_t count, std::size_t size, TableUse use);
+/// Zeroed memory, of which pages are taken when they are first written to. MemoryException.
+Mapping MapZeroed(std::size_t size);
 
 } // namespace Details
 
-/// A table that starts as zeros.
+/// A large table that starts as zeros and of which, as a rule, little is written to: it costs what it holds.
 template <class T>
 class ZeroedArray {
     static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
 
 public:
-    /// MemoryException. Indices are not checked later.
-    explicit ZeroedArray(std::size_t count, TableUse use = TableUse::Sparse)
-        : m_memory(Details::AllocateZeroed(count, sizeof(T), use)) {}
+    /// At least one element; indices are not checked later. MemoryException.
+    explicit ZeroedArray(std::size_t count) : m_memory(Details::MapZeroed(count * sizeof(T))) {}
 
     T& operator[](std::size_t index) noexcept { return static_cast<T*>(m_memory.get())[index]; }
     T const& operator[](std::size_t index) const noexcept {
         return static_cast<T const*>(m_memory.get())[index];
     }
 
+    /// Gives the memory back; from then on there are no elements.
+    void Free() noexcept { m_memory.reset(); }
+
 private:
-    Details::ZeroedMemory m_memory;
+    Details::Mapping m_memory;
 };
 
 } // namespace Tarsel::Proc

@@ -1,0 +1,229 @@
+// Files that cannot be read or may not be written, and damaged ones.
+
+#include "Media/MediaExceptions.h"
+#include "Media/OutputFile.h"
+#include "RunFixture.h"
+
+#include <csignal>
+#include <cstddef>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+extern "C" {
+#include <libavformat/avio.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+class Input : public RunFixture {
+protected:
+    std::string Refuse(std::filesystem::path const& input) {
+        Media::RunOptions options = Options("in", "out.mp4");
+        options.input = input;
+        std::string const text = RunForFailure<Media::InputException>(options);
+        EXPECT_THAT(List(), testing::Not(Contains("out.mp4")));
+        return text;
+    }
+    std::string Cannot(std::string const& input, std::string const& reason) {
+        return "Cannot open \"" + input + "\": " + reason;
+    }
+};
+
+TEST_F(Input, ThatIsNoMediaFileIsRefused) {
+    Write("empty.mp4", "");
+    Write("text.txt", "Just some text.\nAnd more of it.\n");
+    Write("noise.mp4", std::string(5000, '\x5A'));
+    Make(File("sound.m4a"), SOUND + "-c:a aac");
+    auto const name = [&](std::string const& file) { return File(file).string(); };
+    EXPECT_EQ(Refuse(""), Cannot("", "the name is empty"));
+    EXPECT_EQ(Refuse(File("no.mp4")), Cannot(name("no.mp4"), "No such file or directory"));
+    EXPECT_EQ(Refuse(m_folder.GetPath()), Cannot(m_folder.GetPath(), "Is a directory"));
+    EXPECT_EQ(Refuse("/dev/null"), Cannot("/dev/null", "it is not a regular file"));
+    EXPECT_EQ(Refuse(File("empty.mp4")), Cannot(name("empty.mp4"), "the file is empty"));
+    EXPECT_EQ(Refuse("-"), Cannot("-", "only files can be read, not streams or addresses"));
+    EXPECT_EQ(Refuse("http://127.0.0.1:1/x.mp4"),
+              Cannot("http://127.0.0.1:1/x.mp4", "only files can be read, not streams or addresses"));
+    std::string const invalid = "Invalid data found when processing input";
+    EXPECT_EQ(Refuse(File("text.txt")), Cannot(name("text.txt"), invalid));
+    EXPECT_EQ(Refuse(File("noise.mp4")), Cannot(name("noise.mp4"), invalid));
+    EXPECT_EQ(Refuse(File("sound.m4a")), "\"" + name("sound.m4a") + "\" has no picture stream");
+    if (geteuid() != 0) {
+        chmod(File("sound.m4a").c_str(), 0);
+        EXPECT_EQ(Refuse(File("sound.m4a")), Cannot(name("sound.m4a"), "Permission denied"));
+    }
+}
+
+// Lists of other files would lead elsewhere; a film of the same name may not either.
+TEST_F(Input, NeverLeadsToOtherFiles) {
+    Make(File("secret.mp4"), PICTURES + NO_B_FRAMES);
+    Write("list.ffconcat", "ffconcat version 1.0\nfile http://127.0.0.1:1/secret.mp4\n");
+    Refuse(File("list.ffconcat"));
+}
+
+TEST_F(Input, DamagedInTheMiddleIsReadOn) {
+    Make(File("good.avi"), "-f lavfi -i testsrc2=s=160x120:r=25:d=2 -c:v mjpeg -q:v 3");
+    std::string file = Read("good.avi");
+    // Three pictures in the middle lose their headers.
+    std::size_t at = file.size() / 2;
+    for (int i = 0; i < 3; ++i) {
+        at = file.find("00dc", at + 8);
+        std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(at) + 8, 2000, '\0');
+    }
+    Write("in.avi", file);
+    Media::RunResult const result = Media::Run(Options("in.avi", "out.mp4"));
+    EXPECT_EQ(result.framesIn, 47);
+    EXPECT_THAT(result.notes, Contains("3 damaged packets were skipped."));
+}
+
+TEST_F(Input, CutOffIsReadAsFarAsItGoes) {
+    Make(File("good.mp4"), "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -movflags faststart " + B_FRAMES);
+    std::string const file = Read("good.mp4");
+    Write("in.mp4", file.substr(0, file.size() / 2));
+    Media::RunResult const result = Media::Run(Options("in.mp4", "out.mp4"));
+    EXPECT_GT(result.framesOut, 20);
+    EXPECT_LT(result.framesOut, 80);
+    EXPECT_THAT(result.notes,
+                Contains(MatchesRegex("The input's pictures end at [0-9.]+ s, though it states 4 s.")));
+
+    // The table at its end is gone: nothing can be read.
+    Make(File("late.mp4"), "-f lavfi -i testsrc2=s=160x120:r=25:d=1 " + B_FRAMES);
+    Write("late.mp4", Read("late.mp4").substr(0, 4000));
+    std::filesystem::remove(File("out.mp4"));
+    EXPECT_EQ(Refuse(File("late.mp4")), Cannot(File("late.mp4"), "Invalid data found when processing input"));
+}
+
+TEST_F(Input, WithNothingThatDecodesIsRefused) {
+    Make(File("good.avi"), "-f lavfi -i testsrc2=s=160x120:r=25:d=0.2 -c:v mjpeg");
+    std::string file = Read("good.avi");
+    for (std::size_t at = file.find("00dc"); at != std::string::npos; at = file.find("00dc", at + 8))
+        std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(at) + 8, 500, '\0');
+    Write("in.avi", file);
+    EXPECT_EQ(Refuse(File("in.avi")), "No picture of \"" + File("in.avi").string() +
+                                          "\" can be decoded: Invalid data found when processing input");
+}
+
+class Output : public RunFixture {
+protected:
+    void SetUp() override { Make(File("in.mp4"), PICTURES + NO_B_FRAMES); }
+
+    template <class E>
+    std::string Refuse(std::string const& output, bool overwrite = false) {
+        Media::RunOptions options = Options("in.mp4", "out.mp4");
+        options.output = output.starts_with('/') ? std::filesystem::path(output) : File(output);
+        options.overwrite = overwrite;
+        options.makeVideoLane = [](Media::VideoStreamInfo const&) -> std::unique_ptr<FunctionLane> {
+            ADD_FAILURE() << "the input was read";
+            return nullptr;
+        };
+        return RunForFailure<E>(options);
+    }
+    std::string Cannot(std::string const& output, std::string const& reason) {
+        return "Cannot write \"" + output + "\": " + reason;
+    }
+};
+
+TEST_F(Output, IsRefusedBeforeAnythingIsRead) {
+    using Media::OptionsException;
+    using Media::OutputException;
+    Write("there.mp4", "old");
+    std::filesystem::create_symlink(File("in.mp4"), File("link.mp4"));
+    std::filesystem::create_hard_link(File("in.mp4"), File("hard.mp4"));
+    std::filesystem::create_symlink(File("nowhere"), File("dangling.mp4"));
+    auto const name = [&](std::string const& file) { return File(file).string(); };
+    std::string const exists = "it exists already and may not be overwritten";
+    EXPECT_EQ(Refuse<OptionsException>("there.mp4"), Cannot(name("there.mp4"), exists));
+    for (char const* same : {"in.mp4", "link.mp4", "hard.mp4"})
+        EXPECT_EQ(Refuse<OptionsException>(same, true), Cannot(name(same), "it is the input"));
+    EXPECT_EQ(Refuse<OptionsException>("dangling.mp4", true),
+              Cannot(name("dangling.mp4"), "it is a link to nothing"));
+    EXPECT_EQ(Refuse<OptionsException>("/dev/null", true), Cannot("/dev/null", "it is not a regular file"));
+    EXPECT_EQ(Refuse<OptionsException>("out.xyz"),
+              Cannot(name("out.xyz"), "no container is known by the extension \".xyz\""));
+    EXPECT_EQ(Refuse<OptionsException>("out.wav"), Cannot(name("out.wav"), "\"wav\" holds no pictures"));
+    EXPECT_EQ(Refuse<OptionsException>("out.m3u8"), Cannot(name("out.m3u8"), "\"hls\" is not a single file"));
+    EXPECT_EQ(Refuse<OutputException>("no/out.mp4"),
+              Cannot(name("no/out.mp4"), "there is no folder \"" + name("no") + "\""));
+    EXPECT_EQ(Read("there.mp4"), "old");
+    EXPECT_THAT(List(), ElementsAre("dangling.mp4", "hard.mp4", "in.mp4", "link.mp4", "there.mp4"));
+}
+
+// Somebody else takes the name while the run is on.
+TEST_F(Output, NeverReplacesWhatAppearedInTheMeantime) {
+    Media::RunOptions options = Options("in.mp4", "out.mp4");
+    options.makeVideoLane = MakeLane([&](Picture const& picture) {
+        Write("out.mp4", "somebody else's");
+        return Pictures{picture};
+    });
+    EXPECT_EQ(RunForFailure<Media::OutputException>(options),
+              Cannot(File("out.mp4"), "it has appeared in the meantime and may not be overwritten"));
+    EXPECT_EQ(Read("out.mp4"), "somebody else's");
+    EXPECT_THAT(List(), ElementsAre("in.mp4", "out.mp4"));
+}
+
+TEST_F(Output, ReplacesWithinItsLinkAndKeepsTheRights) {
+    Write("old.mp4", "old");
+    chmod(File("old.mp4").c_str(), 0640);
+    std::filesystem::create_symlink("old.mp4", File("link.mp4"));
+    Media::RunOptions options = Options("in.mp4", "link.mp4");
+    options.overwrite = true;
+    bool wasOld = false;
+    options.makeVideoLane = MakeLane([&](Picture const& picture) {
+        wasOld = Read("old.mp4") == "old";
+        return Pictures{picture};
+    });
+    Media::Run(options);
+    EXPECT_TRUE(wasOld); // until the new one is complete
+    EXPECT_TRUE(std::filesystem::is_symlink(File("link.mp4")));
+    EXPECT_EQ(ReadMedia(File("old.mp4")).pictures.size(), 25U);
+    EXPECT_EQ(std::filesystem::status(File("old.mp4")).permissions(), std::filesystem::perms{0640});
+    EXPECT_THAT(List(), ElementsAre("in.mp4", "link.mp4", "old.mp4"));
+}
+
+TEST_F(Output, AFullDiskIsToldAndLeavesNothing) {
+    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=320x240:r=25:d=1 " + NO_B_FRAMES);
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    rlimit const small{100000, old.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    Media::RunOptions options = Lossless("in.mp4", "out.mkv");
+    std::string const text = RunForFailure<Media::OutputException>(options);
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(text, Cannot(File("out.mkv"), "File too large"));
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+}
+
+TEST(OutputFile, HasATemporaryNameUntilItIsPublished) {
+    TempFolder const folder;
+    std::string const longName = std::string(248, 'n') + ".mp4";
+    for (std::string const& name : {std::string("film.mp4"), longName}) {
+        {
+            Media::OutputFile file(folder / name, false);
+            avio_w8(file.GetIO(), 'x');
+            for (auto const& entry : std::filesystem::directory_iterator(folder.GetPath())) {
+                EXPECT_NE(entry.path().filename(), name);
+                EXPECT_EQ(entry.path().extension(), ".mp4");
+            }
+            file.Close();
+            EXPECT_FALSE(std::filesystem::exists(folder / name));
+            file.Publish();
+        }
+        EXPECT_EQ(std::filesystem::file_size(folder / name), 1U);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.GetPath()), {}), 1);
+        std::filesystem::remove(folder / name);
+    }
+    { Media::OutputFile const abandoned(folder / "film.mp4", false); }
+    EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath()));
+}
+
+} // namespace
+} // namespace Tarsel::Test
