@@ -12,8 +12,8 @@
 
 namespace Tarsel::Host {
 
-/// Number of the step, from 1, and its class id, on every exception that leaves a chain and can carry facts: all of this
-/// system, and the standard ones that its own code throws.
+/// Number of the step, from 1, and its class id, on every exception that leaves a chain and can carry facts:
+/// all of this system, and the standard ones that its own code throws.
 using TagStep = boost::error_info<struct TagStepId, std::string>;
 
 /// Video effects one after the other, as one stream: nothing that a step holds back is lost. Steps that offer

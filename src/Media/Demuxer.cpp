@@ -70,9 +70,9 @@ void Demuxer::Open() {
 
     UniqueFormat fresh(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
     fresh->interrupt_callback = interrupt;
-    // The file is open, so that neither patterns in its name nor lists in its content lead anywhere else.
+    // The file is open; no other is to be, whatever patterns its name has or lists its content.
     fresh->pb = m_file.get();
-    check(av_opt_set(fresh.get(), "protocol_whitelist", "file", 0));
+    check(av_opt_set(fresh.get(), "protocol_whitelist", "none", 0));
     AVFormatContext* context = fresh.release();
     error = avformat_open_input(&context, m_path.c_str(), nullptr, nullptr); // frees the context on failure
     m_context.reset(context);

@@ -59,6 +59,17 @@ int CreateNew(fs::path const& path) {
     return 0;
 }
 
+/// Has the system write what it holds of the file or folder to the disk: otherwise a name can outlive a loss
+/// of power that its content does not. 0 or an errno value; what cannot be asked for counts as done.
+int Sync(fs::path const& path) {
+    int const file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        return 0;
+    int const error = fsync(file) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
+    close(file);
+    return error;
+}
+
 /// Renames without replacing anything; 0 or an errno value.
 int RenameNew(fs::path const& from, fs::path const& to) {
     if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
@@ -68,7 +79,11 @@ int RenameNew(fs::path const& from, fs::path const& to) {
     // A file system without that flag: claim the name first, then replace the claim.
     if (int const error = CreateNew(to); error != 0)
         return error;
-    return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+    if (rename(from.c_str(), to.c_str()) == 0)
+        return 0;
+    int const error = errno;
+    unlink(to.c_str());
+    return error;
 }
 
 int RenameOver(fs::path const& from, fs::path const& to) {
@@ -120,7 +135,9 @@ void OutputFile::Close() {
 }
 
 void OutputFile::Publish() {
-    int const error = m_overwrite ? RenameOver(m_temporary, m_target) : RenameNew(m_temporary, m_target);
+    int error = Sync(m_temporary);
+    if (error == 0)
+        error = m_overwrite ? RenameOver(m_temporary, m_target) : RenameNew(m_temporary, m_target);
     if (error == EEXIST)
         ThrowCannotWrite("void Tarsel::Media::OutputFile::Publish()", m_path,
                          "it has appeared in the meantime and may not be overwritten", AVERROR(error));
@@ -128,6 +145,7 @@ void OutputFile::Publish() {
         ThrowCannotWrite("void Tarsel::Media::OutputFile::Publish()", m_path, GetSystemErrorText(error),
                          AVERROR(error));
     m_temporary.clear();
+    static_cast<void>(Sync(m_target.has_parent_path() ? m_target.parent_path() : fs::path(".")));
 }
 
 } // namespace Tarsel::Media

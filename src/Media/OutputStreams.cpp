@@ -228,18 +228,11 @@ std::string LeftOutText(AVStream const& stream, AVOutputFormat const& format) {
                        format.name);
 }
 
-/// All streams where the muxer takes them together, else each that it takes with those before.
+/// All streams where the muxer takes them together, else each that it takes with those before. Some want
+/// another stream beside the picture (MP3 its sound), so only the end tells whether the picture can be had.
 Selection Select(AVOutputFormat const& format, InputStreams const& input, VideoEncoder const* encoder) {
     AVFormatContext const& from = *input.context;
     auto const picture = static_cast<std::size_t>(input.picture);
-    Selection selection(from.nb_streams);
-    selection[picture] = true;
-    if (int const error = TryHeader(format, input, encoder, selection); error < 0)
-        Core::Throw<OutputException>(
-            {"Media/OutputStreams", "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
-                                    "InputStreams &, const VideoEncoder *)"},
-            fmt::format("The container {} cannot take the pictures: {}", format.name, GetErrorText(error)),
-            Proc::TagFFmpegError(error));
     Selection wanted(from.nb_streams);
     for (unsigned i = 0; i < from.nb_streams; ++i) {
         AVStream const& stream = *from.streams[i];
@@ -247,11 +240,25 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, VideoE
     }
     if (TryHeader(format, input, encoder, wanted) >= 0)
         return wanted;
-    for (std::size_t i = 0; i < wanted.size(); ++i)
-        if (wanted[i] && !selection[i]) {
-            selection[i] = true;
-            selection[i] = TryHeader(format, input, encoder, selection) >= 0;
-        }
+
+    Selection selection(from.nb_streams);
+    selection[picture] = true;
+    int error = TryHeader(format, input, encoder, selection);
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        if (!wanted[i] || selection[i])
+            continue;
+        selection[i] = true;
+        if (TryHeader(format, input, encoder, selection) >= 0)
+            error = 0;
+        else
+            selection[i] = false;
+    }
+    if (error < 0)
+        Core::Throw<OutputException>(
+            {"Media/OutputStreams", "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
+                                    "InputStreams &, const VideoEncoder *)"},
+            fmt::format("The container {} cannot take the pictures: {}", format.name, GetErrorText(error)),
+            Proc::TagFFmpegError(error));
     return selection;
 }
 

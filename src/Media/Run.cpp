@@ -1,6 +1,7 @@
 #include "Media/Run.h"
 
 #include "Core/Throw.h"
+#include "Host/VideoChain.h"
 #include "Media/BoundedQueue.h"
 #include "Media/EncoderSettings.h"
 #include "Media/FFmpegText.h"
@@ -20,7 +21,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstddef>
-#include <deque>
 #include <utility>
 #include <variant>
 
@@ -38,24 +38,6 @@ constexpr std::chrono::milliseconds REPORT_EVERY(100);
 /// Pictures that wait for a stage: enough to keep all stages busy, few enough for pictures of 8K.
 constexpr std::size_t WAITING = 4;
 
-/// The lane for when there is nothing to do but another kind of file to write.
-class PassThrough final : public Proc::IEffectStreamVideo {
-public:
-    void Feed(SP<Proc::IDataVideo> const& data) override { m_ready.push_back(data); }
-    SP<Proc::IDataVideo> Take() override {
-        SP<Proc::IDataVideo> data;
-        if (!m_ready.empty()) {
-            data = std::move(m_ready.front());
-            m_ready.pop_front();
-        }
-        return data;
-    }
-    void End() override {}
-
-private:
-    std::deque<SP<Proc::IDataVideo>> m_ready;
-};
-
 /// One run: its files, and the stages between them.
 class Job {
 public:
@@ -71,6 +53,7 @@ private:
     void CheckOptions() const;
     void SelectStill();
     void KeepCoverCodec();
+    void KeepPictureAlone();
     std::string DescribeCopyObstacle() const;
     std::unique_ptr<Lane> MakeLane();
     void Work(Lane& lane);
@@ -120,6 +103,8 @@ RunResult Job::Run() {
     m_info = m_source->GetInfo();
     Demuxer const& input = m_source->GetDemuxer();
     m_streams = DescribeStreams(input.GetContext(), input.GetPicture().index);
+    if (m_container.isStill)
+        KeepPictureAlone();
     m_progress.SetSpan(input.GetStart(), input.GetDuration());
 
     std::unique_ptr<Lane> const lane = MakeLane();
@@ -137,15 +122,24 @@ RunResult Job::Run() {
 
 /// A still picture out of a film wants to be told which.
 void Job::SelectStill() {
-    if (!m_container.isStill || m_source->GetDemuxer().IsStill())
+    auto const fail = [](std::string const& description) {
+        Core::Throw<OptionsException>(
+            {FILE_NAME, "void Tarsel::Media::(anonymous namespace)::Job::SelectStill()"}, description);
+    };
+    if (!m_container.isStill)
         return;
+    Demuxer const& input = m_source->GetDemuxer();
+    if (input.IsStill() || input.IsCover()) {
+        if (m_options.at)
+            fail(fmt::format("A time ({} s) picks a picture of a film, but {} has one picture only",
+                             *m_options.at, Quote(m_options.input)));
+        return;
+    }
     if (m_options.at)
         m_source->SelectFrame(std::llround(*m_options.at * 1e6));
-    else if (m_source->GetDemuxer().GetPicture().nb_frames != 1)
-        Core::Throw<OptionsException>(
-            {FILE_NAME, "void Tarsel::Media::(anonymous namespace)::Job::SelectStill()"},
-            fmt::format("{} is a film and {} one picture: a time in the film is needed",
-                        Quote(m_options.input), Quote(m_options.output)));
+    else if (input.GetPicture().nb_frames != 1)
+        fail(fmt::format("{} is a film and {} one picture: a time in the film is needed",
+                         Quote(m_options.input), Quote(m_options.output)));
 }
 
 /// A sound file's cover stays what it was, whatever films in the container are encoded with.
@@ -155,6 +149,14 @@ void Job::KeepCoverCodec() {
         return;
     if (AVCodec const* const same = avcodec_find_encoder(input.GetPicture().codecpar->codec_id))
         m_encoder = same;
+    CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions);
+}
+
+/// A still holds nothing beside its picture, and nobody expects sound in it: no word of what is left out.
+void Job::KeepPictureAlone() {
+    for (unsigned i = 0; i < m_streams.context->nb_streams; ++i)
+        if (static_cast<int>(i) != m_streams.picture)
+            m_streams.context->streams[i]->discard = AVDISCARD_ALL;
 }
 
 /// Why the picture stream cannot be copied into the container; "" when it can.
@@ -185,7 +187,7 @@ std::unique_ptr<Proc::IEffectStreamVideo> Job::MakeLane() {
         AddNotes({"The pictures were encoded anew: " + obstacle + "."});
     if (m_info.orientation != Conf::DisplayMatrix::s_default)
         AddNotes({"The orientation tag of the pictures was dropped, since they were encoded anew."});
-    return std::make_unique<PassThrough>();
+    return std::make_unique<Host::VideoChain>(); // without steps: the pictures as they are
 }
 
 /// Three stages: read and decode, work, encode and write. Packets of other streams go past the lane. The last

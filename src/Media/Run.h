@@ -35,8 +35,9 @@ struct VideoStreamInfo {
     std::string codec;
 };
 
-/// Makes the work on the picture, once the stream is known. A null result copies the picture stream
-/// untouched.
+/// Makes the work on the picture, once the stream is known. With a null result the picture stream is copied
+/// untouched where that can be; it is encoded anew where the container cannot hold its codec, or an encoder,
+/// its options or a time are asked for.
 using MakeVideoLane = std::function<std::unique_ptr<Proc::IEffectStreamVideo>(VideoStreamInfo const&)>;
 
 struct RunProgress {
@@ -71,6 +72,7 @@ struct RunResult {
     /// What the user should know, one sentence each: streams the container could not take, conversions for
     /// the encoder.
     std::vector<std::string> notes;
+    /// Empty when the picture stream was copied.
     std::string videoEncoder;
 };
 

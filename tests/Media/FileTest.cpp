@@ -64,8 +64,10 @@ TEST_F(Input, ThatIsNoMediaFileIsRefused) {
 // Lists of other files would lead elsewhere; a film of the same name may not either.
 TEST_F(Input, NeverLeadsToOtherFiles) {
     Make(File("secret.mp4"), PICTURES + NO_B_FRAMES);
-    Write("list.ffconcat", "ffconcat version 1.0\nfile http://127.0.0.1:1/secret.mp4\n");
+    Write("list.ffconcat", "ffconcat version 1.0\nfile secret.mp4\n");
     Refuse(File("list.ffconcat"));
+    Write("list.m3u8", "#EXTM3U\n#EXTINF:1,\nsecret.mp4\n#EXT-X-ENDLIST\n");
+    Refuse(File("list.m3u8"));
 }
 
 TEST_F(Input, DamagedInTheMiddleIsReadOn) {

@@ -136,6 +136,44 @@ TEST_F(Still, TheCoverOfASoundFile) {
     Run(Options("in.m4a", "out.png"));
     EXPECT_EQ(ReadMedia(File("out.png")).pictures.at(0).hash, in.pictures.at(0).hash);
     EXPECT_THAT(m_result.notes, IsEmpty());
+
+    // Copied, it is the cover to the byte; the sound has no place beside it.
+    Media::RunOptions options = Options("in.m4a", "copy.png");
+    options.makeVideoLane = nullptr;
+    Media::Run(options);
+    EXPECT_EQ(Read("copy.png"), Read("cover.png"));
+
+    options.at = 1;
+    options.output = File("late.png");
+    EXPECT_EQ(RunForFailure<Media::OptionsException>(options),
+              "A time (1 s) picks a picture of a film, but \"" + File("in.m4a").string() +
+                  "\" has one picture only");
+    options = Options("in.m4a", "crf.m4a");
+    options.videoEncoderOptions = {{"crf", "20"}};
+    RunForFailure<Media::OptionsException>(options);
+}
+
+// Containers of sound take a cover, but only with the sound.
+TEST_F(Still, TheCoverOfMp3AndFlac) {
+    Make(File("cover.png"), "-f lavfi -i testsrc2=s=64x48 -frames:v 1");
+    for (std::string const kind : {"mp3", "flac"}) {
+        SCOPED_TRACE(kind);
+        std::string const in = "in." + kind;
+        Make(File(in), SOUND + "-i " + File("cover.png").string() +
+                           " -map 0 -map 1 -c:v copy -disposition:v attached_pic");
+        MediaRecord const before = ReadMedia(File(in));
+        for (bool const copies : {false, true}) {
+            std::string const out = (copies ? "copy." : "out.") + kind;
+            Media::RunOptions options = Options(in, out);
+            if (copies)
+                options.makeVideoLane = nullptr;
+            EXPECT_THAT(Media::Run(options).notes, IsEmpty());
+            MediaRecord const after = ReadMedia(File(out));
+            ASSERT_EQ(after.streams.size(), 2U);
+            EXPECT_EQ(after.streams[0].packets.size(), before.streams[0].packets.size());
+            EXPECT_EQ(after.pictures.at(0).hash, before.pictures.at(0).hash);
+        }
+    }
 }
 
 struct TimeCase {

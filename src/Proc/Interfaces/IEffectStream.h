@@ -14,9 +14,9 @@ namespace Tarsel::Proc {
 ///
 /// A change of format between two data is allowed at any time: what the old format still holds back comes out
 /// first. Errors are those of Process; after one the data fed is lost, earlier results stay to be taken.
-/// A datum that was fed may be read and kept by the effect until its results are taken; one that was taken is the
-/// caller's alone, and the effect does not touch it any more.
-/// Not to be mixed with Process on one stream: Reset() between them. Threads as for the effect's Process.
+/// A datum that was fed may be read and kept by the effect until its results are taken; one that was taken is
+/// the caller's alone, and the effect does not touch it any more. Not to be mixed with Process on one stream:
+/// Reset() between them. Threads as for the effect's Process.
 template <class Data>
 class TARSEL_API IEffectStream {
 public:

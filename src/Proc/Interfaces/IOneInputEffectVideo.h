@@ -15,9 +15,9 @@ public:
     /// Replaces the frame by the result; null when the effect holds it back. The frame that went in is not
     /// changed unless the effect passes it through.
     virtual void Process(SP<IDataVideo>& data) = 0;
-    /// Replaces the description of the input by that of the output. Where the answer comes from a cache, geometry and
-    /// orientation are those the effect states; else those of its engine, which does not know of an orientation tag:
-    /// hosts that track the tag themselves clear it after an effect that bakes it in.
+    /// Replaces the description of the input by that of the output. Where the answer comes from a cache,
+    /// geometry and orientation are those the effect states; else those of its engine, which does not know of
+    /// an orientation tag: hosts that track the tag themselves clear it after an effect that bakes it in.
     virtual void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) = 0;
 };
 

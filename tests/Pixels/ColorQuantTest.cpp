@@ -1,0 +1,248 @@
+#include "Proc/Effects/Lumenta/Pixels/ColorQuant.h"
+#include "Conf/FrameInfo.h"
+#include "Core/Exception.h"
+#include "Pixels/Pictures.h"
+#include "Pixels/PlainColorQuant.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/SafeFrame.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Proc {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr Conf::PixColor BACKGROUND{10, 90, 200, 255};
+constexpr std::uint8_t UNTOUCHED = 0xA5;
+
+/// A picture and what it is reduced to, with bytes between the rows and around them, and perhaps the last row
+/// first. Two of the same shape compare all of their memory.
+class Pictures {
+public:
+    Pictures(Bytes const& picture, std::size_t width, std::size_t height, bool isUpsideDown = false)
+        : m_width(width), m_height(height), m_stride(static_cast<std::ptrdiff_t>(4 * width + PADDING)),
+          m_pixels(Size(m_stride), UNTOUCHED), m_indexStride(static_cast<std::ptrdiff_t>(width + PADDING)),
+          m_indices(Size(m_indexStride), UNTOUCHED), m_palette(4 * 256 + PADDING, UNTOUCHED),
+          m_first(PADDING), m_firstIndex(PADDING) {
+        if (isUpsideDown && height != 0) {
+            m_first += static_cast<std::ptrdiff_t>(height - 1) * m_stride;
+            m_firstIndex += static_cast<std::ptrdiff_t>(height - 1) * m_indexStride;
+            m_stride = -m_stride;
+            m_indexStride = -m_indexStride;
+        }
+        for (std::size_t y = 0; y < height; ++y)
+            std::copy_n(picture.data() + 4 * width * y, 4 * width,
+                        m_pixels.data() + m_first + static_cast<std::ptrdiff_t>(y) * m_stride);
+    }
+
+    bool Process(int colours, int dither, Conf::PixColor background = BACKGROUND) {
+        SafeFrame in;
+        SafeFrame out;
+        in->data[0] = m_pixels.data() + m_first;
+        in->linesize[0] = static_cast<int>(m_stride);
+        out->data[0] = m_indices.data() + m_firstIndex;
+        out->linesize[0] = static_cast<int>(m_indexStride);
+        out->data[1] = m_palette.data();
+        return ColorQuant::Process(*in, *out, GetSize(), colours, dither, background);
+    }
+
+    void ProcessPlainly(unsigned colours, bool dither) {
+        Plain::Quantise({m_pixels.data() + m_first, m_stride, m_indices.data() + m_firstIndex, m_indexStride,
+                         m_palette.data(), m_width, m_height},
+                        colours, dither, BACKGROUND);
+    }
+
+    Conf::FrameInfo GetSize() const {
+        return {static_cast<std::uint32_t>(m_width), static_cast<std::uint32_t>(m_height), 1, 1};
+    }
+    std::array<std::uint8_t, 4> GetColor(std::size_t index) const {
+        return {m_palette[4 * index], m_palette[4 * index + 1], m_palette[4 * index + 2],
+                m_palette[4 * index + 3]};
+    }
+    std::uint8_t GetIndex(std::size_t x, std::size_t y) const {
+        return m_indices[static_cast<std::size_t>(m_firstIndex +
+                                                  static_cast<std::ptrdiff_t>(y) * m_indexStride) +
+                         x];
+    }
+    Bytes const& GetPixels() const { return m_pixels; }
+    Bytes const& GetIndices() const { return m_indices; }
+    Bytes const& GetPalette() const { return m_palette; }
+
+private:
+    static constexpr std::size_t PADDING = 21;
+
+    std::size_t Size(std::ptrdiff_t stride) const {
+        return static_cast<std::size_t>(stride) * m_height + 2 * PADDING;
+    }
+
+    std::size_t m_width;
+    std::size_t m_height;
+    std::ptrdiff_t m_stride;
+    Bytes m_pixels;
+    std::ptrdiff_t m_indexStride;
+    Bytes m_indices;
+    Bytes m_palette;
+    std::ptrdiff_t m_first;
+    std::ptrdiff_t m_firstIndex;
+};
+
+void ExpectAsPlain(Bytes const& picture, std::size_t width, std::size_t height, int colours, int dither,
+                   bool isUpsideDown) {
+    SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height) + ", " + std::to_string(colours) +
+                 " colours, dither " + std::to_string(dither) + (isUpsideDown ? ", upside down" : ""));
+    Pictures fast(picture, width, height, isUpsideDown);
+    Pictures plain = fast;
+    EXPECT_TRUE(fast.Process(colours, dither));
+    plain.ProcessPlainly(static_cast<unsigned>(colours), dither != 0);
+    // Not EXPECT_EQ: it would print a picture.
+    EXPECT_TRUE(fast.GetPixels() == plain.GetPixels());
+    EXPECT_TRUE(fast.GetPalette() == plain.GetPalette());
+    EXPECT_TRUE(fast.GetIndices() == plain.GetIndices());
+}
+
+struct PictureCase {
+    PictureKind kind;
+    PictureAlpha alpha;
+};
+
+class ColorQuantAsPlain : public testing::TestWithParam<PictureCase> {
+protected:
+    void Expect(std::size_t width, std::size_t height, int colours, int dither, bool isUpsideDown = false) {
+        ExpectAsPlain(MakePicture(GetParam().kind, GetParam().alpha, width, height), width, height, colours,
+                      dither, isUpsideDown);
+    }
+};
+
+TEST_P(ColorQuantAsPlain, AnyNumberOfColours) {
+    for (int const colours : {1, 2, 3, 7, 16, 100, 254, 255})
+        for (int const dither : {0, 1})
+            Expect(96, 61, colours, dither);
+}
+
+// Rows are diffused four at a time, each two pixels behind the one above.
+TEST_P(ColorQuantAsPlain, AnyShape) {
+    constexpr std::array<std::size_t, 2> sizes[] = {{1, 1}, {1, 9}, {9, 1}, {2, 6},   {3, 4},
+                                                    {5, 7}, {8, 8}, {6, 3}, {257, 2}, {31, 66}};
+    for (auto const [width, height] : sizes)
+        for (int const dither : {0, -1})
+            for (bool const isUpsideDown : {false, true})
+                Expect(width, height, 20, dither, isUpsideDown);
+}
+
+TEST_P(ColorQuantAsPlain, Large) {
+#ifdef NDEBUG
+    for (int const dither : {0, 1})
+        Expect(500, 400, 255, dither);
+#else
+    Expect(160, 120, 255, 1);
+#endif
+}
+
+PictureCase const PICTURE_CASES[] = {
+    {PictureKind::Noise, PictureAlpha::Opaque},    {PictureKind::Noise, PictureAlpha::Noise},
+    {PictureKind::Ramp, PictureAlpha::Opaque},     {PictureKind::Ramp, PictureAlpha::Noise},
+    {PictureKind::Photo, PictureAlpha::Opaque},    {PictureKind::Photo, PictureAlpha::Disc},
+    {PictureKind::Drawing, PictureAlpha::Disc},    {PictureKind::OneColour, PictureAlpha::Disc},
+    {PictureKind::OneColour, PictureAlpha::Opaque}};
+
+std::string NameOf(testing::TestParamInfo<PictureCase> const& info) {
+    constexpr char const* kinds[] = {"Noise", "Ramp", "Photo", "Drawing", "OneColour"};
+    constexpr char const* alphas[] = {"Opaque", "NoiseAlpha", "DiscAlpha"};
+    return std::string(kinds[static_cast<int>(info.param.kind)]) + alphas[static_cast<int>(info.param.alpha)];
+}
+
+INSTANTIATE_TEST_SUITE_P(Pictures, ColorQuantAsPlain, testing::ValuesIn(PICTURE_CASES), NameOf);
+
+// Cells of the tree are two values wide, so (8, 9, 8) and (9, 8, 9) share one: no folding, and every cell
+// keeps its own average. The transparent pixel counts with the background's colour.
+TEST(ColorQuant, FewColoursKeepTheirOwn) {
+    Bytes const picture{8, 9, 8, 255, 255, 0, 0, 255, 9, 8, 9, 255, 50, 60, 70, 0};
+    for (int const dither : {0, 1}) {
+        Pictures pictures(picture, 2, 2);
+        pictures.Process(3, dither, {7, 7, 251, 0});
+        using Color = std::array<std::uint8_t, 4>;
+        EXPECT_EQ(pictures.GetColor(0), (Color{0, 0, 0, 255}));
+        EXPECT_EQ(pictures.GetColor(1), (Color{9, 9, 9, 255}));
+        EXPECT_EQ(pictures.GetColor(2), (Color{255, 0, 0, 255}));
+        EXPECT_EQ(pictures.GetColor(3), (Color{7, 7, 251, 255}));
+        EXPECT_EQ(pictures.GetColor(4), (Color{UNTOUCHED, UNTOUCHED, UNTOUCHED, UNTOUCHED}));
+        EXPECT_EQ(pictures.GetIndex(0, 0), 1);
+        EXPECT_EQ(pictures.GetIndex(1, 0), 2);
+        EXPECT_EQ(pictures.GetIndex(0, 1), 1);
+        EXPECT_EQ(pictures.GetIndex(1, 1), 3);
+    }
+}
+
+TEST(ColorQuant, NoPixels) {
+    for (auto const [width, height] : {std::array<std::size_t, 2>{0, 5}, {5, 0}, {0, 0}}) {
+        Pictures pictures(Bytes(4 * width * height), width, height);
+        Pictures const before = pictures;
+        EXPECT_TRUE(pictures.Process(255, 1));
+        EXPECT_EQ(pictures.GetColor(0), (std::array<std::uint8_t, 4>{0, 0, 0, 255}));
+        EXPECT_TRUE(std::equal(pictures.GetPalette().begin() + 4, pictures.GetPalette().end(),
+                               before.GetPalette().begin() + 4));
+        EXPECT_EQ(pictures.GetPixels(), before.GetPixels());
+        EXPECT_EQ(pictures.GetIndices(), before.GetIndices());
+    }
+}
+
+/// The description of the FilterException that comes out.
+std::string RefusalOf(AVFrame& in, AVFrame& out, int colours) {
+    try {
+        ColorQuant::Process(in, out, {4, 3, 1, 1}, colours, 0, BACKGROUND);
+    } catch (FilterException const& exception) {
+        return exception.what();
+    }
+    return "none";
+}
+
+TEST(ColorQuant, Refusals) {
+    Bytes const pixelsBefore(4 * 4 * 3, UNTOUCHED);
+    Bytes pixels = pixelsBefore;
+    Bytes indices(4 * 3, UNTOUCHED);
+    Bytes palette(1024, UNTOUCHED);
+    SafeFrame in;
+    SafeFrame out;
+    in->data[0] = pixels.data();
+    in->linesize[0] = 16;
+    out->data[0] = indices.data();
+    out->linesize[0] = 4;
+    out->data[1] = palette.data();
+
+    for (int const colours : {0, -1, 256, INT_MIN, INT_MAX})
+        EXPECT_EQ(RefusalOf(*in, *out, colours),
+                  "Cannot quantise to " + std::to_string(colours) + " colours: the range is 1 to 255");
+    in->width = 4;
+    in->height = 2;
+    EXPECT_EQ(RefusalOf(*in, *out, 255), "Cannot quantise 4x3 pixels: the input frame has 4x2");
+    in->height = 3;
+    out->width = 3;
+    out->height = 3;
+    EXPECT_EQ(RefusalOf(*in, *out, 255), "Cannot quantise 4x3 pixels: the output frame has 3x3");
+    out->width = 4;
+    out->data[1] = nullptr;
+    EXPECT_EQ(RefusalOf(*in, *out, 255), "Cannot quantise: the output frame has no plane 1");
+    out->data[1] = palette.data();
+    in->data[0] = nullptr;
+    EXPECT_EQ(RefusalOf(*in, *out, 255), "Cannot quantise: the input frame has no plane 0");
+    in->data[0] = pixels.data();
+    EXPECT_EQ(pixels, pixelsBefore);
+    EXPECT_EQ(palette, Bytes(1024, UNTOUCHED));
+    EXPECT_EQ(RefusalOf(*in, *out, 255), "none");
+}
+
+} // namespace
+} // namespace Tarsel::Proc
