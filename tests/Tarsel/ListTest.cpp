@@ -77,7 +77,8 @@ TEST_F(ListTool, TextHasAllOfTheJsonWithin80Columns) {
         ASSERT_NE(found, std::string::npos) << part << "\nis not in:\n" << words.substr(at);
         at = found;
     };
-    for (auto const& effect : ListAsJson(Run({"list", "--json"})).at("effects")) {
+    auto const listed = ListAsJson(Run({"list", "--json"}));
+    for (auto const& effect : listed.at("effects")) {
         expectNext(effect.at("id").get<std::string>() + " (" + effect.at("kind").get<std::string>() + ")");
         expectNext(effect.at("summary"));
         for (auto const& parameter : effect.at("parameters")) {
