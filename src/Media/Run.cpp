@@ -53,7 +53,7 @@ private:
     void CheckOptions() const;
     void SelectStill();
     void KeepCoverCodec();
-    void KeepPictureAlone();
+    void KeepPictureAlone() const;
     std::string DescribeCopyObstacle() const;
     std::unique_ptr<Lane> MakeLane();
     void Work(Lane& lane);
@@ -153,7 +153,7 @@ void Job::KeepCoverCodec() {
 }
 
 /// A still holds nothing beside its picture, and nobody expects sound in it: no word of what is left out.
-void Job::KeepPictureAlone() {
+void Job::KeepPictureAlone() const {
     for (unsigned i = 0; i < m_streams.context->nb_streams; ++i)
         if (static_cast<int>(i) != m_streams.picture)
             m_streams.context->streams[i]->discard = AVDISCARD_ALL;
@@ -226,7 +226,7 @@ void Job::Work(Lane& lane) {
     auto const work = [&] {
         while (auto frame = decoded.Pop()) {
             times.Enter(frame->data->GetTime(), frame->data->GetDuration(), frame->time);
-            lane.Feed(std::move(frame->data));
+            lane.Feed(frame->data);
             takeAll();
         }
         lane.End();

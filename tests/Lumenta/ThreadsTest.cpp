@@ -40,8 +40,10 @@ TEST(Threads, EffectsOfOwnAndOneShared) {
     ASSERT_FALSE(row.PassesUntouched());
     auto const shared = row.create({}, {});
     shared->SetSettings(*row.settings);
+    constexpr int count = 4;
     std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i)
+    threads.reserve(count);
+    for (int i = 0; i < count; ++i)
         threads.emplace_back([&, i] {
             auto const own = row.create({}, {});
             own->SetSettings(*row.settings);

@@ -32,7 +32,8 @@ TEST(ClockJumps, AllStreamsFollowAJumpByTheSameAmount) {
         // Of before the jump, but later in the file.
         EXPECT_EQ(Pass(jumps, 1, 100 * SECOND + DURATION + 5000), 100 * SECOND + DURATION + 5000);
         EXPECT_EQ(Pass(jumps, 0, to + DURATION), 100 * SECOND + 2 * DURATION);
-        EXPECT_EQ(Pass(jumps, 1, to + DURATION + 5000), 100 * SECOND + 2 * DURATION + 5000);
+        // Some packets are missing here; the gap stays.
+        EXPECT_EQ(Pass(jumps, 1, to + 9 * DURATION + 5000), 100 * SECOND + 10 * DURATION + 5000);
         EXPECT_EQ(jumps.GetOffset(), 100 * SECOND + DURATION - to);
         EXPECT_EQ(jumps.GetCount(), 1);
     }

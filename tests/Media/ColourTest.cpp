@@ -58,6 +58,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ColourCase{"HdFullRangeMatroska", "-pix_fmt yuv422p -color_range pc " + HD, "out.mkv"},
                     ColourCase{"HdrDeep", "-pix_fmt yuv444p10le -color_range tv " + HDR, "out.mp4"},
                     ColourCase{"HdrDeepMatroska", "-pix_fmt yuv444p10le -color_range tv " + HDR, "out.mkv"},
+                    ColourCase{"ChromaTopLeft", "-pix_fmt yuv420p -chroma_sample_location topleft",
+                               "out.mp4"},
                     ColourCase{"Alpha", "-pix_fmt yuva444p", "out.mkv"},
                     ColourCase{"Rgb", "-pix_fmt gbrp", "out.mkv"},
                     ColourCase{"Aspect", "-pix_fmt yuv420p -vf setsar=16/11", "out.mp4"},

@@ -39,7 +39,10 @@ protected:
 
 TEST_F(Input, ThatIsNoMediaFileIsRefused) {
     Write("empty.mp4", "");
-    Write("text.txt", "Just some text.\nAnd more of it.\n");
+    std::string text;
+    for (int i = 0; i < 500; ++i)
+        text += "Just a line of text.\n"; // too short, and it is not even taken for a picture in letters
+    Write("text.txt", text);
     Write("noise.mp4", std::string(5000, '\x5A'));
     Make(File("sound.m4a"), SOUND + "-c:a aac");
     auto const name = [&](std::string const& file) { return File(file).string(); };

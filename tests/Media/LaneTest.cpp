@@ -122,16 +122,6 @@ TEST_F(Lane, MayGivePicturesStoredBottomUp) {
     EXPECT_EQ(Media::Run(options).framesOut, 25);
 }
 
-// A turned picture must not carry the tag that turns it once more.
-TEST_F(Lane, OrientationTagsOfFramesAreNotWritten) {
-    MediaRecord const out = Run(MakeLane([](Picture const& picture) {
-        av_frame_new_side_data(picture->GetAVFrame(), AV_FRAME_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t));
-        return Pictures{picture};
-    }));
-    EXPECT_FALSE(out.streams[0].hasMatrix);
-    EXPECT_EQ(out.pictures, m_in);
-}
-
 class FailingLane : public RunFixture {
 protected:
     /// Runs a small film through the lane and expects an exception of the type; nothing may stay behind.

@@ -205,6 +205,8 @@ std::filesystem::path Remux(std::filesystem::path const& from, std::filesystem::
     Media::UniqueFile const file(io);
     output->pb = io;
     for (unsigned i = 0; i < input->nb_streams; ++i) {
+        if (input->streams[i]->discard == AVDISCARD_ALL)
+            break; // the chapters' track, the last one, is made anew
         Media::CopyStream(*input->streams[i], *avformat_new_stream(made, nullptr));
         made->streams[i]->codecpar->codec_tag = 0;
     }

@@ -91,12 +91,15 @@ TEST_F(Still, OrientationOfAJpegIsTold) {
 
 // Cameras append further pictures; the first one counts.
 TEST_F(Still, FurtherPicturesOfAFileAreNotWorkedOn) {
-    Make(File("a.jpg"), "-f lavfi -i color=white:s=64x48 -frames:v 1");
-    Make(File("b.jpg"), "-f lavfi -i color=black:s=32x16 -frames:v 1");
-    Write("in.jpg", Read("a.jpg") + Read("b.jpg"));
-    Run(Options("in.jpg", "out.png"));
-    EXPECT_EQ(m_result.framesIn, 1);
-    EXPECT_EQ(ReadMedia(File("out.png")).width, 64);
+    for (std::string const kind : {".jpg", ".png"}) {
+        SCOPED_TRACE(kind);
+        Make(File("a" + kind), "-f lavfi -i color=white:s=64x48 -frames:v 1");
+        Make(File("b" + kind), "-f lavfi -i color=black:s=32x16 -frames:v 1");
+        Write("in" + kind, Read("a" + kind) + Read("b" + kind));
+        Run(Options("in" + kind, "out" + kind + ".mp4"));
+        EXPECT_EQ(m_result.framesIn, 1);
+        EXPECT_EQ(ReadMedia(File("out" + kind + ".mp4")).width, 64);
+    }
 }
 
 TEST_F(Still, BecomesAFilmOfOnePicture) {
