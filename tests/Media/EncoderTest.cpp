@@ -25,7 +25,7 @@ protected:
         Media::RunOptions options = Options("in.mp4", output);
         options.videoEncoder = name;
         options.videoEncoderOptions = encoderOptions;
-        std::string const text = RunForFailure<Media::OptionsException>(options);
+        std::string text = RunForFailure<Media::OptionsException>(options);
         EXPECT_THAT(List(), ElementsAre("in.mp4"));
         return text;
     }

@@ -20,7 +20,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::MatchesRegex;
 
 class Input : public RunFixture {
@@ -28,7 +27,7 @@ protected:
     std::string Refuse(std::filesystem::path const& input) {
         Media::RunOptions options = Options("in", "out.mp4");
         options.input = input;
-        std::string const text = RunForFailure<Media::InputException>(options);
+        std::string text = RunForFailure<Media::InputException>(options);
         EXPECT_THAT(List(), testing::Not(Contains("out.mp4")));
         return text;
     }
