@@ -2,6 +2,8 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 find_package(Boost 1.74 REQUIRED)
+find_package(CLI11 2.1 REQUIRED)
+find_package(nlohmann_json 3.11 REQUIRED)
 
 # A pkg-config module as the target Dep::<name>, its headers treated as system headers.
 function(lumenta_pkg name)

@@ -19,10 +19,11 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${room}/" COMPONENT Development
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}"
     FILES_MATCHING PATTERN "*.h"
-    PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "YuvOfColor.h" EXCLUDE)
+    PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "YuvOfColor.h" EXCLUDE
+    PATTERN "FrameFit.h" EXCLUDE PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header
-    Media/Api.h Media/MediaExceptions.h Media/Run.h
+    Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/Run.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
     Proc/Effects/Lumenta/OptionText.h)
   cmake_path(GET header PARENT_PATH room)
@@ -41,6 +42,8 @@ install(FILES "${PROJECT_BINARY_DIR}/TarselConfig.cmake" "${PROJECT_BINARY_DIR}/
   DESTINATION "${package_dir}" COMPONENT Development)
 
 file(RELATIVE_PATH pc_to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-configure_file("${CMAKE_CURRENT_LIST_DIR}/tarsel.pc.in" "${PROJECT_BINARY_DIR}/tarsel.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/tarsel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
-  COMPONENT Development)
+foreach(package tarsel tarsel-media)
+  configure_file("${CMAKE_CURRENT_LIST_DIR}/${package}.pc.in" "${PROJECT_BINARY_DIR}/${package}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${package}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+    COMPONENT Development)
+endforeach()

@@ -1,7 +1,7 @@
 # Installs the build tree into a new folder, moves that folder, builds the examples against it as a stranger
 # would, and runs them.
 #
-#   cmake -DBUILD=<build tree> -DEXAMPLES=<examples/> -DSCRATCH=<new folder> -P OutsideBuild.cmake
+#   cmake -DBUILD=<build tree> -DLIBDIR=<lib> -DEXAMPLES=<examples/> -DSCRATCH=<new folder> -P OutsideBuild.cmake
 #
 # CXX in the environment chooses the compiler of the examples.
 function(run)
@@ -32,15 +32,15 @@ unset(ENV{TARSEL_PLUGIN_PATH})
 run("${SCRATCH}/tarsel/bin/tarsel" list)
 
 # A build that knows only pkg-config.
-set(ENV{PKG_CONFIG_PATH} "${SCRATCH}/tarsel/lib/pkgconfig")
-execute_process(COMMAND pkg-config --cflags --libs tarsel
+set(ENV{PKG_CONFIG_PATH} "${SCRATCH}/tarsel/${LIBDIR}/pkgconfig")
+execute_process(COMMAND pkg-config --cflags --libs tarsel-media
   OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(flags UNIX_COMMAND "${flags}")
 set(compiler "$ENV{CXX}")
 if(NOT compiler)
   set(compiler c++)
 endif()
-run("${compiler}" -std=c++20 "${EXAMPLES}/host/main.cpp" ${flags} "-Wl,-rpath,${SCRATCH}/tarsel/lib"
+run("${compiler}" -std=c++20 "${EXAMPLES}/host/main.cpp" ${flags} "-Wl,-rpath,${SCRATCH}/tarsel/${LIBDIR}"
   -o "${SCRATCH}/host-by-pkg-config")
 run("${SCRATCH}/host-by-pkg-config" lumenta)
 
