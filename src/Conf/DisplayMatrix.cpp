@@ -14,7 +14,7 @@ namespace {
 /// Places of the terms in the nine words.
 enum Word : std::size_t { A = 0, B = 1, U = 2, C = 3, D = 4, V = 5 };
 
-constexpr double ONE = 1 << 16;
+constexpr double s_one = 1 << 16;
 
 } // namespace
 
@@ -32,10 +32,10 @@ std::optional<DisplayMatrix> DisplayMatrix::FromOrientation(int orientation) noe
     if (!transform)
         return std::nullopt;
     DisplayMatrix matrix;
-    matrix.words[A] = static_cast<std::int32_t>(transform->a * ONE);
-    matrix.words[B] = static_cast<std::int32_t>(transform->b * ONE);
-    matrix.words[C] = static_cast<std::int32_t>(transform->c * ONE);
-    matrix.words[D] = static_cast<std::int32_t>(transform->d * ONE);
+    matrix.words[A] = static_cast<std::int32_t>(transform->a * s_one);
+    matrix.words[B] = static_cast<std::int32_t>(transform->b * s_one);
+    matrix.words[C] = static_cast<std::int32_t>(transform->c * s_one);
+    matrix.words[D] = static_cast<std::int32_t>(transform->d * s_one);
     return matrix;
 }
 
@@ -54,7 +54,7 @@ std::optional<int> DisplayMatrix::GetOrientation() const noexcept {
 }
 
 Transform2D DisplayMatrix::GetTransform() const noexcept {
-    return {words[A] / ONE, words[B] / ONE, words[C] / ONE, words[D] / ONE};
+    return {words[A] / s_one, words[B] / s_one, words[C] / s_one, words[D] / s_one};
 }
 
 } // namespace Tarsel::Conf

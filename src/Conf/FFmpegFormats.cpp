@@ -11,7 +11,7 @@ namespace Tarsel::Conf {
 
 namespace {
 
-constexpr int MASK_BITS = 64;
+constexpr int s_maskBits = 64;
 
 /// The mask of a layout that lists its channels one by one; 0 where it lists them in another order than masks
 /// do, or one that masks do not have.
@@ -20,7 +20,7 @@ std::uint64_t MaskOfListedChannels(AVChannelLayout const& layout) noexcept {
     int last = -1;
     for (int i = 0; i < layout.nb_channels; ++i) {
         int const channel = layout.u.map[i].id;
-        if (channel <= last || channel >= MASK_BITS)
+        if (channel <= last || channel >= s_maskBits)
             return 0;
         mask |= std::uint64_t{1} << channel;
         last = channel;

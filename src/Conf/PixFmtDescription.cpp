@@ -20,6 +20,15 @@ namespace {
 /// What MakeColor puts in a place: one of the colour's three components, its alpha, or 0.
 enum Source : std::uint8_t { First = 0, Alpha = 3, Nothing = 4 };
 
+constexpr struct {
+    PixFmt full;
+    PixFmt plain;
+} s_fullRangeTwins[] = {
+    {PixFmt::YUVJ420P, PixFmt::YUV420P}, {PixFmt::YUVJ422P, PixFmt::YUV422P},
+    {PixFmt::YUVJ444P, PixFmt::YUV444P}, {PixFmt::YUVJ440P, PixFmt::YUV440P},
+    {PixFmt::YUVJ411P, PixFmt::YUV411P},
+};
+
 bool HasFlag(AVPixFmtDescriptor const& descriptor, std::uint64_t flag) noexcept {
     return (descriptor.flags & flag) != 0;
 }
@@ -153,7 +162,7 @@ private:
         row.m_shiftX = descriptor.log2_chroma_w;
         row.m_shiftY = descriptor.log2_chroma_h;
         row.m_sources = SourcesOf(descriptor);
-        row.m_alwaysFull = row.IsRgb() || StartsWith(descriptor, "yuvj");
+        row.m_alwaysFull = row.IsRgb() || WithoutFixedRange(row.m_format) != row.m_format;
         row.m_fullUnlessStated = row.m_alwaysFull || IsGray(descriptor);
         row.m_supported = IsTaken(descriptor, format);
     }
@@ -212,6 +221,20 @@ bool PixFmtDescription::IsSupported(PixFmt format) noexcept {
 
 PixFmtDescription const& GetPixelFormatDescription(PixFmt format) {
     return PixFmtDescription::Find(format);
+}
+
+PixFmt WithoutFixedRange(PixFmt format) noexcept {
+    for (auto const& twins : s_fullRangeTwins)
+        if (twins.full == format)
+            return twins.plain;
+    return format;
+}
+
+PixFmt WithFullRange(PixFmt format) noexcept {
+    for (auto const& twins : s_fullRangeTwins)
+        if (twins.plain == format)
+            return twins.full;
+    return format;
 }
 
 PixFmt FindBestPixelFormatOfList(std::vector<PixFmt> const& list, PixFmt format, bool withAlpha, int* loss) {

@@ -78,6 +78,11 @@ private:
 /// The same as PixFmtDescription::Find.
 TARSEL_API PixFmtDescription const& GetPixelFormatDescription(PixFmt format);
 
+/// The "j" formats, made for full range alone, each have a twin whose range is stated beside it: YUV420P of
+/// YUVJ420P. These give a format's twin of either kind; formats without one are given back. Any thread.
+TARSEL_API PixFmt WithoutFixedRange(PixFmt format) noexcept;
+TARSEL_API PixFmt WithFullRange(PixFmt format) noexcept;
+
 /// The format of `list` that loses least of `format`. `withAlpha` false: alpha may go without counting as a
 /// loss. Writes FFmpeg's FF_LOSS_* bits to `loss` when it is not null. An empty list gives PixFmt::None.
 /// Source: FFmpeg's av_find_best_pix_fmt_of_2. Any thread.

@@ -25,14 +25,14 @@ static_assert(IsSame(SampleFormats::S32Planar, AV_SAMPLE_FMT_S32P));
 static_assert(IsSame(SampleFormats::FloatPlanar, AV_SAMPLE_FMT_FLTP));
 static_assert(IsSame(SampleFormats::DoublePlanar, AV_SAMPLE_FMT_DBLP));
 
-constexpr std::size_t FORMAT_COUNT = static_cast<std::size_t>(SampleFormats::DoublePlanar) + 1;
+constexpr std::size_t s_formatCount = static_cast<std::size_t>(SampleFormats::DoublePlanar) + 1;
 
 /// The record of each format at the format's number, that of Unknown at the end. In a function, so that the
 /// constructors of other static objects may use it.
-std::array<SampleFmtRecord, FORMAT_COUNT + 1> const& Records() noexcept {
+std::array<SampleFmtRecord, s_formatCount + 1> const& Records() noexcept {
     static auto const s_records = [] {
-        std::array<SampleFmtRecord, FORMAT_COUNT + 1> records;
-        for (std::size_t i = 0; i < FORMAT_COUNT; ++i) {
+        std::array<SampleFmtRecord, s_formatCount + 1> records;
+        for (std::size_t i = 0; i < s_formatCount; ++i) {
             auto const format = static_cast<AVSampleFormat>(i);
             records[i] = {static_cast<SampleFormats>(i), av_get_sample_fmt_name(format),
                           av_sample_fmt_is_planar(format) != 0,
@@ -49,7 +49,7 @@ std::array<SampleFmtRecord, FORMAT_COUNT + 1> const& Records() noexcept {
 SampleFmtRecord const& SampleFmtRecord::Find(SampleFormats format) noexcept {
     auto const& records = Records();
     auto const index = static_cast<std::size_t>(format);
-    return records[index < FORMAT_COUNT ? index : FORMAT_COUNT];
+    return records[index < s_formatCount ? index : s_formatCount];
 }
 
 std::optional<SampleFormats> SampleFmtRecord::FindByName(std::string_view name) noexcept {

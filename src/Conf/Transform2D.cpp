@@ -11,7 +11,7 @@ namespace Tarsel::Conf {
 namespace {
 
 /// EXIF orientations 1 to 8 in order (CIPA DC-008, tag 274).
-constexpr std::array<Transform2D, 8> ORIENTATIONS{{
+constexpr std::array<Transform2D, 8> s_orientations{{
     {1, 0, 0, 1},
     {-1, 0, 0, 1},
     {-1, 0, 0, -1},
@@ -23,41 +23,41 @@ constexpr std::array<Transform2D, 8> ORIENTATIONS{{
 }};
 
 /// The first of those that exchange the axes.
-constexpr int FIRST_EXCHANGING = 5;
+constexpr int s_firstExchanging = 5;
 
 /// How far off an axis counts as on it, relative to the scale: two pixels over a picture 2000 pixels wide.
-constexpr double OFF_AXIS = 1e-3;
+constexpr double s_offAxis = 1e-3;
 
 std::uint32_t WholePixels(double length) noexcept {
-    constexpr double LARGEST = std::numeric_limits<std::uint32_t>::max();
-    return length >= 1 ? static_cast<std::uint32_t>(std::min(std::round(length), LARGEST)) : 1;
+    constexpr double largest = std::numeric_limits<std::uint32_t>::max();
+    return length >= 1 ? static_cast<std::uint32_t>(std::min(std::round(length), largest)) : 1;
 }
 
 } // namespace
 
 std::optional<Transform2D> Transform2D::FromOrientation(int orientation) noexcept {
-    if (orientation < 1 || orientation > static_cast<int>(ORIENTATIONS.size()))
+    if (orientation < 1 || orientation > static_cast<int>(s_orientations.size()))
         return std::nullopt;
-    return ORIENTATIONS[static_cast<std::size_t>(orientation) - 1];
+    return s_orientations[static_cast<std::size_t>(orientation) - 1];
 }
 
 std::optional<int> Transform2D::GetOrientation() const noexcept {
     double const straight = std::min(std::abs(a), std::abs(d));
     double const crossed = std::min(std::abs(b), std::abs(c));
-    double const nought = OFF_AXIS * std::max(straight, crossed);
+    double const nought = s_offAxis * std::max(straight, crossed);
     auto const sign = [nought](double term) { return double((term > nought) - (term < -nought)); };
-    auto const found =
-        std::find(ORIENTATIONS.begin(), ORIENTATIONS.end(), Transform2D{sign(a), sign(b), sign(c), sign(d)});
-    if (found == ORIENTATIONS.end())
+    auto const found = std::find(s_orientations.begin(), s_orientations.end(),
+                                 Transform2D{sign(a), sign(b), sign(c), sign(d)});
+    if (found == s_orientations.end())
         return std::nullopt;
-    return static_cast<int>(found - ORIENTATIONS.begin()) + 1;
+    return static_cast<int>(found - s_orientations.begin()) + 1;
 }
 
 FrameInfo Transform2D::GetBoundingBox(FrameInfo const& frame, bool squarePixels) const noexcept {
     FrameInfo const shown = WithDefinedAspect(frame);
     std::optional<int> const orientation = squarePixels ? std::nullopt : GetOrientation();
     if (orientation) {
-        if (*orientation < FIRST_EXCHANGING)
+        if (*orientation < s_firstExchanging)
             return shown;
         return WithDefinedAspect({shown.height, shown.width, shown.aspectDen, shown.aspectNum});
     }

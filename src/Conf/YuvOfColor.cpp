@@ -21,16 +21,16 @@ struct LumaWeights {
 
 /// ITU-T H.273, table 4, as far as the scaler knows the matrices; the first is that of BT.601. It takes the
 /// constant-luminance matrix of BT.2020 for the other, and so do we.
-constexpr LumaWeights LUMA_WEIGHTS[] = {
+constexpr LumaWeights s_lumaWeights[] = {
     {AVCOL_SPC_SMPTE170M, 0.299, 0.114},  {AVCOL_SPC_BT470BG, 0.299, 0.114},
     {AVCOL_SPC_BT709, 0.2126, 0.0722},    {AVCOL_SPC_FCC, 0.30, 0.11},
     {AVCOL_SPC_SMPTE240M, 0.212, 0.087},  {AVCOL_SPC_BT2020_NCL, 0.2627, 0.0593},
     {AVCOL_SPC_BT2020_CL, 0.2627, 0.0593}};
 
 LumaWeights const& FindLumaWeights(std::int32_t matrix) noexcept {
-    auto const* const found = std::find_if(std::begin(LUMA_WEIGHTS), std::end(LUMA_WEIGHTS),
+    auto const* const found = std::find_if(std::begin(s_lumaWeights), std::end(s_lumaWeights),
                                            [matrix](auto const& row) { return row.matrix == matrix; });
-    return found != std::end(LUMA_WEIGHTS) ? *found : LUMA_WEIGHTS[0];
+    return found != std::end(s_lumaWeights) ? *found : s_lumaWeights[0];
 }
 
 std::uint8_t ToByte(double value) noexcept {

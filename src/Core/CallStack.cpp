@@ -46,7 +46,8 @@ std::string FindHidden(std::uintptr_t address) {
         // however far away.
         if (result != 0 || FindExported(address - offset).dli_sname != nullptr)
             return {};
-        return name.c_str();
+        name.resize(name.find('\0'));
+        return name;
     }
     return {};
 }

@@ -10,34 +10,34 @@ namespace Tarsel::Core {
 namespace {
 
 /// 0 until the host sets it.
-std::atomic<int> g_budget{0};
+std::atomic<int> s_budget{0};
 /// Threads of all leases beyond their callers' own; at most one less than the budget, whose first thread is
 /// the caller's.
-std::atomic<int> g_extraInUse{0};
+std::atomic<int> s_extraInUse{0};
 
 int TakeExtra(int wanted) noexcept {
-    int inUse = g_extraInUse.load(std::memory_order_relaxed);
+    int inUse = s_extraInUse.load(std::memory_order_relaxed);
     int granted = 0;
     do {
         granted = std::min(wanted, ThreadBudget::Get() - 1 - inUse);
         if (granted <= 0)
             return 0;
-    } while (!g_extraInUse.compare_exchange_weak(inUse, inUse + granted, std::memory_order_relaxed));
+    } while (!s_extraInUse.compare_exchange_weak(inUse, inUse + granted, std::memory_order_relaxed));
     return granted;
 }
 
 void GiveBackExtra(int extra) noexcept {
-    g_extraInUse.fetch_sub(extra, std::memory_order_relaxed);
+    s_extraInUse.fetch_sub(extra, std::memory_order_relaxed);
 }
 
 } // namespace
 
 void ThreadBudget::Set(int threads) noexcept {
-    g_budget.store(std::max(threads, 1), std::memory_order_relaxed);
+    s_budget.store(std::max(threads, 1), std::memory_order_relaxed);
 }
 
 int ThreadBudget::Get() noexcept {
-    if (int const budget = g_budget.load(std::memory_order_relaxed); budget != 0)
+    if (int const budget = s_budget.load(std::memory_order_relaxed); budget != 0)
         return budget;
     static int const s_processors = std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
     return s_processors;

@@ -138,8 +138,8 @@ TEST(DisplayMatrixTest, ClockwiseRotations) {
 }
 
 TEST(DisplayMatrixTest, AnglesThatAreNoNumberTurnNothing) {
-    constexpr double INF = std::numeric_limits<double>::infinity();
-    for (double const degrees : {INF, -INF, std::nan("")})
+    constexpr double inf = std::numeric_limits<double>::infinity();
+    for (double const degrees : {inf, -inf, std::nan("")})
         EXPECT_EQ(DisplayMatrix::FromRotation(degrees), DisplayMatrix::s_default);
 }
 
@@ -165,18 +165,18 @@ TEST(DisplayMatrixTest, ScaleAndOffsetDoNotChangeTheOrientation) {
 }
 
 TEST(DisplayMatrixTest, OtherTransformsHaveNoOrientation) {
-    constexpr std::int32_t ONE = 0x10000;
+    constexpr std::int32_t unit = 0x10000;
     for (double const degrees : {0.2, 1.0, 45.0, 89.0, -179.0})
         EXPECT_FALSE(DisplayMatrix::FromRotation(degrees).GetOrientation()) << degrees;
     EXPECT_EQ(DisplayMatrix::FromRotation(90.01).GetOrientation(), 6);
 
     std::array<std::int32_t, 9> const others[] = {
-        {},                              // everything into one point
-        {ONE, 0, 0, 0, 0},               // into a line
-        {ONE, 0, 0, 200, ONE},           // sheared
-        {ONE, ONE, 0, ONE, -ONE},        // mirrored and turned by 45 degrees
-        {ONE, 0, 1 << 20, 0, ONE, 0},    // with a perspective
-        {ONE, 0, 0, 0, ONE, -(1 << 20)}, // with another
+        {},                                // everything into one point
+        {unit, 0, 0, 0, 0},                // into a line
+        {unit, 0, 0, 200, unit},           // sheared
+        {unit, unit, 0, unit, -unit},      // mirrored and turned by 45 degrees
+        {unit, 0, 1 << 20, 0, unit, 0},    // with a perspective
+        {unit, 0, 0, 0, unit, -(1 << 20)}, // with another
     };
     for (std::size_t i = 0; i < std::size(others); ++i)
         EXPECT_FALSE(DisplayMatrix{others[i]}.GetOrientation()) << i;

@@ -24,13 +24,13 @@ struct FreeScaler {
 };
 using Frame = std::unique_ptr<AVFrame, FreeFrame>;
 
-constexpr int SIZE = 16;
+constexpr int s_size = 16;
 
 Frame MakePicture(PixFmt format) {
     Frame frame(av_frame_alloc());
     frame->format = static_cast<int>(format);
-    frame->width = SIZE;
-    frame->height = SIZE;
+    frame->width = s_size;
+    frame->height = s_size;
     EXPECT_GE(av_frame_get_buffer(frame.get(), 0), 0);
     return frame;
 }
@@ -38,8 +38,8 @@ Frame MakePicture(PixFmt format) {
 /// The bytes of one pixel, plane by plane, of a picture of one colour that libswscale made.
 std::vector<int> ColorByScaler(PixColor color, PixFmt format, ColorSpace const& space) {
     Frame const from = MakePicture(PixFmt::RGBA);
-    for (int i = 0; i < SIZE * SIZE; ++i) {
-        std::uint8_t* const pixel = from->data[0] + (i / SIZE) * from->linesize[0] + i % SIZE * 4;
+    for (int i = 0; i < s_size * s_size; ++i) {
+        std::uint8_t* const pixel = from->data[0] + (i / s_size) * from->linesize[0] + i % s_size * 4;
         pixel[0] = color.red;
         pixel[1] = color.green;
         pixel[2] = color.blue;
@@ -47,18 +47,18 @@ std::vector<int> ColorByScaler(PixColor color, PixFmt format, ColorSpace const& 
     }
     Frame const to = MakePicture(format);
     std::unique_ptr<SwsContext, FreeScaler> const scaler(
-        sws_getContext(SIZE, SIZE, AV_PIX_FMT_RGBA, SIZE, SIZE, static_cast<AVPixelFormat>(format),
+        sws_getContext(s_size, s_size, AV_PIX_FMT_RGBA, s_size, s_size, static_cast<AVPixelFormat>(format),
                        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
     int const* const table = sws_getCoefficients(space.matrix);
     sws_setColorspaceDetails(scaler.get(), table, 1, table, space.range == AVCOL_RANGE_JPEG ? 1 : 0, 0,
                              1 << 16, 1 << 16);
-    EXPECT_EQ(sws_scale(scaler.get(), from->data, from->linesize, 0, SIZE, to->data, to->linesize), SIZE);
+    EXPECT_EQ(sws_scale(scaler.get(), from->data, from->linesize, 0, s_size, to->data, to->linesize), s_size);
 
     std::vector<int> bytes;
     PixFmtDescription const& description = PixFmtDescription::Find(format);
     for (int plane = 0; plane < description.GetPlaneCount(); ++plane) {
-        int const pixelBytes = av_image_get_linesize(static_cast<AVPixelFormat>(format), SIZE, plane) /
-                               static_cast<int>(description.GetPlanWidth(plane, SIZE));
+        int const pixelBytes = av_image_get_linesize(static_cast<AVPixelFormat>(format), s_size, plane) /
+                               static_cast<int>(description.GetPlanWidth(plane, s_size));
         bytes.insert(bytes.end(), to->data[plane], to->data[plane] + pixelBytes);
     }
     return bytes;
@@ -103,7 +103,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, MakeColorTest,
 
 /// Where the scaler is no reference: it writes padding as it likes, and gray as full range only.
 TEST(MakeColorByHandTest, PaddingGrayAndOthers) {
-    constexpr PixColor COLOR{200, 100, 50, 77};
+    constexpr PixColor tint{200, 100, 50, 77};
     struct {
         char const* format;
         ColorSpace space;
@@ -124,7 +124,7 @@ TEST(MakeColorByHandTest, PaddingGrayAndOthers) {
     };
     for (auto const& example : cases)
         EXPECT_EQ(PixFmtDescription::Find(PixFmtDescription::FindByName(example.format).value())
-                      .MakeColor(COLOR, example.space),
+                      .MakeColor(tint, example.space),
                   example.expected)
             << example.format;
 }

@@ -73,24 +73,24 @@ TEST(PixFmtDescriptionTest, Describes) {
 
 /// Rows and bytes of every plane of every format, against FFmpeg's own sums for an odd size.
 TEST(PixFmtDescriptionTest, PlaneSizesAreThoseOfFFmpeg) {
-    constexpr int WIDTH = 13;
-    constexpr int HEIGHT = 7;
+    constexpr int width = 13;
+    constexpr int height = 7;
     for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
         auto const number = static_cast<AVPixelFormat>(format);
         PixFmtDescription const& description = PixFmtDescription::Find(format);
         std::array<int, 4> rowBytes{};
-        ASSERT_GE(av_image_fill_linesizes(rowBytes.data(), number, WIDTH), 0);
+        ASSERT_GE(av_image_fill_linesizes(rowBytes.data(), number, width), 0);
         std::array<std::ptrdiff_t, 4> strides{};
         std::copy(rowBytes.begin(), rowBytes.end(), strides.begin());
         std::array<std::size_t, 4> bytes{};
-        ASSERT_GE(av_image_fill_plane_sizes(bytes.data(), number, HEIGHT, strides.data()), 0);
+        ASSERT_GE(av_image_fill_plane_sizes(bytes.data(), number, height, strides.data()), 0);
         for (int plane = 0; plane < description.GetPlaneCount(); ++plane) {
             auto const at = static_cast<std::size_t>(plane);
-            EXPECT_EQ(description.GetPlanHeight(plane, HEIGHT) * static_cast<std::size_t>(rowBytes[at]),
+            EXPECT_EQ(description.GetPlanHeight(plane, height) * static_cast<std::size_t>(rowBytes[at]),
                       bytes[at])
                 << description.GetName() << " plane " << plane;
             if (description.GetPlaneCount() > 1) {
-                EXPECT_EQ(rowBytes[at] % static_cast<int>(description.GetPlanWidth(plane, WIDTH)), 0)
+                EXPECT_EQ(rowBytes[at] % static_cast<int>(description.GetPlanWidth(plane, width)), 0)
                     << description.GetName() << " plane " << plane;
             }
         }
@@ -133,6 +133,21 @@ TEST(PixFmtDescriptionTest, PicksTheNearestFormat) {
     int loss = -1;
     EXPECT_EQ(FindBestPixelFormatOfList({}, PixFmt::RGB24, true, &loss), PixFmt::None);
     EXPECT_EQ(loss, 0);
+}
+
+TEST(PixFmtDescriptionTest, FullRangeFormatsHaveATwin) {
+    int twins = 0;
+    for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
+        std::string const& name = PixFmtDescription::Find(format).GetName();
+        bool const isFull = name.starts_with("yuvj");
+        PixFmt const plain = isFull ? ByName("yuv" + name.substr(4)) : format;
+        EXPECT_EQ(WithoutFixedRange(format), plain) << name;
+        if (isFull) {
+            ++twins;
+            EXPECT_EQ(WithFullRange(plain), format) << name;
+        }
+    }
+    EXPECT_EQ(twins, 5);
 }
 
 } // namespace

@@ -72,13 +72,13 @@ TEST(Transform2DTest, BoxHoldsTheTurnedCorners) {
 }
 
 TEST(Transform2DTest, BoxesAreNeverEmptyNorTooLarge) {
-    constexpr std::uint32_t LARGEST = std::numeric_limits<std::uint32_t>::max();
-    constexpr double INF = std::numeric_limits<double>::infinity();
+    constexpr std::uint32_t largest = std::numeric_limits<std::uint32_t>::max();
+    constexpr double inf = std::numeric_limits<double>::infinity();
     EXPECT_EQ((Transform2D{0, 0, 0, 0}.GetBoundingBox({640, 480, 1, 1}, false)), (FrameInfo{1, 1, 1, 1}));
     EXPECT_EQ((Transform2D{1e-9, 0.5, 0, 1e9}.GetBoundingBox({640, 480, 1, 1}, true)),
-              (FrameInfo{1, LARGEST, 1, 1}));
-    EXPECT_EQ((Transform2D{INF, 0, 0, std::nan("")}.GetBoundingBox({640, 480, 1, 1}, false)),
-              (FrameInfo{LARGEST, 1, 1, 1}));
+              (FrameInfo{1, largest, 1, 1}));
+    EXPECT_EQ((Transform2D{inf, 0, 0, std::nan("")}.GetBoundingBox({640, 480, 1, 1}, false)),
+              (FrameInfo{largest, 1, 1, 1}));
 }
 
 } // namespace

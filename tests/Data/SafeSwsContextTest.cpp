@@ -19,11 +19,11 @@ using Conf::ColorSpace;
 using Conf::PixColor;
 using Conf::PixFmt;
 
-constexpr ColorSpace LIMITED_601{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG};
-constexpr ColorSpace FULL_601{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG};
-constexpr ColorSpace LIMITED_709{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG};
-constexpr ColorSpace FULL_709{AVCOL_SPC_BT709, AVCOL_RANGE_JPEG};
-constexpr ColorSpace LIMITED_2020{AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG};
+constexpr ColorSpace s_limited601{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG};
+constexpr ColorSpace s_full601{AVCOL_SPC_SMPTE170M, AVCOL_RANGE_JPEG};
+constexpr ColorSpace s_limited709{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG};
+constexpr ColorSpace s_full709{AVCOL_SPC_BT709, AVCOL_RANGE_JPEG};
+constexpr ColorSpace s_limited2020{AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG};
 
 SwsCtxSide SideOf(AVFrame const& frame) {
     return {static_cast<std::uint32_t>(frame.width),
@@ -67,21 +67,21 @@ TEST(SafeSwsContextTest, TakesMatrixAndRangeOfBothSides) {
         char const* to;
         ColorSpace toSpace;
     } const cases[] = {
-        {"yuv420p", LIMITED_601, "gbrp", {}},
-        {"yuv420p", FULL_709, "gbrp", {}},
-        {"gbrp", {}, "yuv444p", LIMITED_2020},
-        {"gbrp", {}, "yuv420p", FULL_601},
-        {"gbrp", {}, "yuvj420p", LIMITED_709},
+        {"yuv420p", s_limited601, "gbrp", {}},
+        {"yuv420p", s_full709, "gbrp", {}},
+        {"gbrp", {}, "yuv444p", s_limited2020},
+        {"gbrp", {}, "yuv420p", s_full601},
+        {"gbrp", {}, "yuvj420p", s_limited709},
         {"yuvj420p", {}, "yuv420p", {}},
-        {"yuv420p", FULL_601, "yuv420p", LIMITED_601},
-        {"yuv420p", LIMITED_601, "yuv420p", FULL_601},
-        {"yuv444p", LIMITED_601, "yuv444p", LIMITED_709},
-        {"yuv420p", FULL_709, "yuv422p", LIMITED_601},
-        {"yuv420p", FULL_709, "nv12", LIMITED_601},
-        {"yuv420p", LIMITED_601, "nv21", {}},
-        {"yuv420p", LIMITED_601, "gray", {}},
-        {"yuv420p", LIMITED_601, "gray", LIMITED_601},
-        {"gbrp", {}, "gray", LIMITED_601},
+        {"yuv420p", s_full601, "yuv420p", s_limited601},
+        {"yuv420p", s_limited601, "yuv420p", s_full601},
+        {"yuv444p", s_limited601, "yuv444p", s_limited709},
+        {"yuv420p", s_full709, "yuv422p", s_limited601},
+        {"yuv420p", s_full709, "nv12", s_limited601},
+        {"yuv420p", s_limited601, "nv21", {}},
+        {"yuv420p", s_limited601, "gray", {}},
+        {"yuv420p", s_limited601, "gray", s_limited601},
+        {"gbrp", {}, "gray", s_limited601},
         {"gbrp", {}, "gray", {}},
     };
     for (auto const& example : cases)
@@ -163,7 +163,7 @@ TEST(SafeSwsContextTest, RefusalsNameBothSides) {
         SwsCtxSide to;
         char const* text;
     } const cases[] = {
-        {{64, 48, PixFmt::YUV420P, LIMITED_709},
+        {{64, 48, PixFmt::YUV420P, s_limited709},
          {32, 24, PixFmt::PAL8, {}},
          "Cannot scale from 64x48 yuv420p (matrix 1, range 1) to 32x24 pal8 (matrix 2, range 0)"},
         {{0, 48, PixFmt::RGB24, {}},

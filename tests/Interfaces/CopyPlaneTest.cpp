@@ -11,15 +11,15 @@ using namespace Tarsel::Proc;
 
 namespace {
 
-constexpr std::size_t g_rowBytes = 5;
-constexpr std::uint32_t g_rows = 3;
+constexpr std::size_t s_rowBytes = 5;
+constexpr std::uint32_t s_rows = 3;
 
 /// A plane in a buffer of its own, its rows `stride` bytes apart; bottom up where that is negative.
 struct Picture {
     Picture(std::ptrdiff_t stride, std::uint8_t fill)
-        : bytes(static_cast<std::size_t>(std::abs(stride)) * g_rows, fill), lineSize(stride),
-          top(stride < 0 ? bytes.data() - stride * (g_rows - 1) : bytes.data()) {}
-    std::uint8_t& At(std::uint32_t row, std::size_t column) {
+        : bytes(static_cast<std::size_t>(std::abs(stride)) * s_rows, fill), lineSize(stride),
+          top(stride < 0 ? bytes.data() - stride * (s_rows - 1) : bytes.data()) {}
+    std::uint8_t& At(std::uint32_t row, std::size_t column) const {
         return top[static_cast<std::ptrdiff_t>(row) * lineSize + static_cast<std::ptrdiff_t>(column)];
     }
 
@@ -34,14 +34,14 @@ TEST(CopyPlane, CopiesRowsWhateverTheLineSizes) {
             SCOPED_TRACE(testing::Message() << from << " to " << to);
             Picture source(from, 0xEE);
             Picture target(to, 0x77);
-            for (std::uint32_t row = 0; row < g_rows; ++row)
-                for (std::size_t column = 0; column < g_rowBytes; ++column)
+            for (std::uint32_t row = 0; row < s_rows; ++row)
+                for (std::size_t column = 0; column < s_rowBytes; ++column)
                     source.At(row, column) = static_cast<std::uint8_t>(row * 16 + column);
-            CopyPlane({source.top, from, g_rowBytes, g_rows}, {target.top, to, g_rowBytes, g_rows});
-            for (std::uint32_t row = 0; row < g_rows; ++row)
+            CopyPlane({source.top, from, s_rowBytes, s_rows}, {target.top, to, s_rowBytes, s_rows});
+            for (std::uint32_t row = 0; row < s_rows; ++row)
                 for (std::size_t column = 0; column < static_cast<std::size_t>(std::abs(to)); ++column)
                     EXPECT_EQ(target.At(row, column),
-                              column < g_rowBytes ? row * 16 + column : 0x77U); // padding stays
+                              column < s_rowBytes ? row * 16 + column : 0x77U); // padding stays
         }
 }
 

@@ -115,12 +115,4 @@ WritablePlane DataVideoFF::GetWritablePlane(int index) {
     return {m_frame->data[index], plane.lineSize, plane.rowBytes, plane.rows};
 }
 
-Conf::FrameInfo GetFrameInfo(AVFrame const& frame) noexcept {
-    AVRational const aspect = frame.sample_aspect_ratio;
-    bool const known = aspect.num > 0 && aspect.den > 0;
-    return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height),
-            static_cast<std::uint32_t>(known ? aspect.num : 0),
-            static_cast<std::uint32_t>(known ? aspect.den : 1)};
-}
-
 } // namespace Tarsel::Proc

@@ -36,7 +36,4 @@ private:
     Conf::FrameInfo m_info;
 };
 
-/// The geometry an AVFrame states: width, height and sample aspect ratio (0/1 when unknown).
-TARSEL_API Conf::FrameInfo GetFrameInfo(AVFrame const& frame) noexcept;
-
 } // namespace Tarsel::Proc

@@ -9,7 +9,7 @@ namespace Tarsel::Proc {
 enum class Keeps : std::uint8_t {
     /// Comes out as it went in.
     Always,
-    /// Depends on the settings.
+    /// Depends on the settings or the pixel format.
     Sometimes,
     /// Is lost for inputs that have it.
     Never,
@@ -28,10 +28,28 @@ constexpr std::string_view GetName(Keeps keeps) noexcept {
     return "unknown";
 }
 
+/// Pixel formats that an effect takes.
+enum class Takes : std::uint8_t { AnyFormat, PlanarYuv };
+
+/// "any", "planar YUV".
+constexpr std::string_view GetName(Takes takes) noexcept {
+    switch (takes) {
+    case Takes::AnyFormat:
+        return "any";
+    case Takes::PlanarYuv:
+        return "planar YUV";
+    }
+    return "unknown";
+}
+
 /// What an effect says of itself, beside its settings; one row for each effect.
 struct EffectTraits {
     /// One line for people: what the effect does.
     std::string_view summary;
+    /// Frames of other formats, and of odd width or height where only even ones are taken, are refused; a
+    /// host converts them before and back after.
+    Takes takes = Takes::AnyFormat;
+    bool evenSize = false;
     Keeps alpha = Keeps::Always;
     /// Bits of a component beyond 8.
     Keeps depth = Keeps::Always;

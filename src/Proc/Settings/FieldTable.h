@@ -23,9 +23,9 @@ struct MemberOf<T C::*> {
 };
 
 template <class T>
-constexpr bool s_isVector = false;
+inline constexpr bool s_isVector = false;
 template <class T>
-constexpr bool s_isVector<std::vector<T>> = true;
+inline constexpr bool s_isVector<std::vector<T>> = true;
 
 /// The kind of a field over a T; an integer with words is a mask, unless its row asks for a Word.
 template <class T>

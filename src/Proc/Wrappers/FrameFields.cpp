@@ -9,6 +9,14 @@ extern "C" {
 
 namespace Tarsel::Proc {
 
+Conf::FrameInfo GetFrameInfo(AVFrame const& frame) noexcept {
+    AVRational const aspect = frame.sample_aspect_ratio;
+    bool const known = aspect.num > 0 && aspect.den > 0;
+    return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height),
+            static_cast<std::uint32_t>(known ? aspect.num : 0),
+            static_cast<std::uint32_t>(known ? aspect.den : 1)};
+}
+
 #if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(57, 30, 100)
 std::int64_t GetFrameDuration(AVFrame const& frame) noexcept {
     return frame.duration;
@@ -38,11 +46,11 @@ void SetFrameColorSpace(AVFrame& frame, Conf::ColorSpace const& space) noexcept 
 }
 
 void SetFramePixelAspect(AVFrame& frame, std::uint32_t num, std::uint32_t den) noexcept {
-    constexpr std::uint32_t LARGEST = std::numeric_limits<int>::max();
+    constexpr std::uint32_t largest = std::numeric_limits<int>::max();
     if (num == 0 || den == 0)
         frame.sample_aspect_ratio = {0, 1};
-    else if (num > LARGEST || den > LARGEST)
-        av_reduce(&frame.sample_aspect_ratio.num, &frame.sample_aspect_ratio.den, num, den, LARGEST);
+    else if (num > largest || den > largest)
+        av_reduce(&frame.sample_aspect_ratio.num, &frame.sample_aspect_ratio.den, num, den, largest);
     else
         frame.sample_aspect_ratio = {static_cast<int>(num), static_cast<int>(den)};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Conf/ColorSpace.h"
+#include "Conf/FrameInfo.h"
 #include "Core/Api.h"
 
 #include <cstdint>
@@ -11,6 +12,9 @@ namespace Tarsel::Proc {
 
 /// Fields of AVFrame in this host's terms, the same for every FFmpeg release supported (5.1 to 7.1). Any
 /// thread.
+
+/// The geometry: width, height and the aspect of a pixel, 0/1 when unknown.
+TARSEL_API Conf::FrameInfo GetFrameInfo(AVFrame const& frame) noexcept;
 
 TARSEL_API std::int64_t GetFrameDuration(AVFrame const& frame) noexcept;
 TARSEL_API void SetFrameDuration(AVFrame& frame, std::int64_t duration) noexcept;

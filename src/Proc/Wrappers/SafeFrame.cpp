@@ -22,7 +22,8 @@ namespace Tarsel::Proc {
 
 namespace {
 
-constexpr char const* FILE_NAME = "Proc/Wrappers/SafeFrame";
+constexpr char const* s_file = "Proc/Wrappers/SafeTypes";
+constexpr char const* s_scaler = "Proc/Wrappers/SafeSwsContext";
 
 bool IsSound(AVFrame const& frame) noexcept {
     return frame.nb_samples > 0;
@@ -40,15 +41,15 @@ unsigned ContentSize(AVFrame const& frame) noexcept {
 
 [[noreturn]] void ThrowNoBuffers(char const* signature, unsigned size,
                                  Core::CodePoint at = Core::CodePoint::Here()) {
-    Core::Throw<Core::MemoryException>({FILE_NAME, signature, at},
+    Core::Throw<Core::MemoryException>({s_file, signature, at},
                                        "Unable to allocate memory for AVFrame buffers",
                                        Core::MemoryException::TagBlockSize(size));
 }
 
 /// In software, and of a size that FFmpeg can address.
 bool CanBePicture(Conf::PixFmt format, std::uint32_t width, std::uint32_t height) noexcept {
-    constexpr std::uint32_t LARGEST = std::numeric_limits<int>::max();
-    return width <= LARGEST && height <= LARGEST &&
+    constexpr std::uint32_t largest = std::numeric_limits<int>::max();
+    return width <= largest && height <= largest &&
            av_image_get_linesize(static_cast<AVPixelFormat>(format), static_cast<int>(width), 0) > 0 &&
            av_image_check_size2(width, height, std::numeric_limits<std::int64_t>::max(),
                                 static_cast<AVPixelFormat>(format), 0, nullptr) >= 0;
@@ -58,7 +59,7 @@ bool CanBePicture(Conf::PixFmt format, std::uint32_t width, std::uint32_t height
 
 SafeFrame::SafeFrame() : m_frame(av_frame_alloc()) {
     if (m_frame == nullptr)
-        Core::Throw<Core::MemoryException>({FILE_NAME, "Tarsel::Proc::SafeFrame::SafeFrame()"},
+        Core::Throw<Core::MemoryException>({s_file, "Tarsel::Proc::SafeFrame::SafeFrame()"},
                                            "Unable to allocate memory for AVFrame struct",
                                            Core::MemoryException::TagBlockSize(sizeof(AVFrame)));
 }
@@ -68,8 +69,8 @@ SafeFrame::SafeFrame(Conf::ColorSpace const& space, Conf::PixFmt format, std::ui
     : SafeFrame() {
     if (!CanBePicture(format, width, height))
         Core::Throw<EffectException>(
-            {FILE_NAME, "Tarsel::Proc::SafeFrame::SafeFrame(const Conf::ColorSpace &, Conf::PixFmt, "
-                        "std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t)"},
+            {s_file, "Tarsel::Proc::SafeFrame::SafeFrame(const Conf::ColorSpace &, Conf::PixFmt, "
+                     "std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t)"},
             fmt::format("No picture of {}x{} pixels in pixel format {} can be made", width, height,
                         static_cast<std::int32_t>(format)));
     m_frame->format = static_cast<int>(format);
@@ -97,7 +98,7 @@ SafeFrame SafeFrame::Reference(AVFrame const& frame) {
                        ContentSize(frame));
     if (error < 0)
         Core::Throw<ProcException>(
-            {FILE_NAME, "static SafeFrame Tarsel::Proc::SafeFrame::Reference(const AVFrame &)"},
+            {s_file, "static SafeFrame Tarsel::Proc::SafeFrame::Reference(const AVFrame &)"},
             "AVFrame holds neither a picture nor sound", TagFFmpegError(error));
     return result;
 }
@@ -108,8 +109,15 @@ void SafeFrame::AllocateBuffers() {
     if (error == AVERROR(ENOMEM))
         ThrowNoBuffers("void Tarsel::Proc::SafeFrame::AllocateBuffers()", size);
     if (error < 0)
-        Core::Throw<EffectException>({FILE_NAME, "void Tarsel::Proc::SafeFrame::AllocateBuffers()"},
+        Core::Throw<EffectException>({s_file, "void Tarsel::Proc::SafeFrame::AllocateBuffers()"},
                                      "AVFrame states no picture and no sound", TagFFmpegError(error));
+}
+
+void SafeFrame::CopyProperties(AVFrame const& from) {
+    if (av_frame_copy_props(m_frame, &from) < 0)
+        Core::Throw<Core::MemoryException>(
+            {s_file, "void Tarsel::Proc::SafeFrame::CopyProperties(const AVFrame &)"},
+            "Unable to allocate memory for AVFrame properties");
 }
 
 void SafeFrame::MakeWritable() {
@@ -121,7 +129,7 @@ void SafeFrame::MakeWritable() {
     if (error == AVERROR(ENOMEM))
         ThrowNoBuffers("void Tarsel::Proc::SafeFrame::MakeWritable()", ContentSize(*m_frame));
     if (error < 0)
-        Core::Throw<ProcException>({FILE_NAME, "void Tarsel::Proc::SafeFrame::MakeWritable()"},
+        Core::Throw<ProcException>({s_file, "void Tarsel::Proc::SafeFrame::MakeWritable()"},
                                    "AVFrame cannot be made writable", TagFFmpegError(error));
 }
 
@@ -134,14 +142,14 @@ namespace Details {
 AVFrame const& GetAVFrameRef(AVFrame const* frame) {
     if (frame == nullptr)
         Core::Throw<ProcException>(
-            {FILE_NAME, "const AVFrame &Tarsel::Proc::Details::GetAVFrameRef(const AVFrame *)"},
+            {s_scaler, "const AVFrame &Tarsel::Proc::Details::GetAVFrameRef(const AVFrame *)"},
             "AVFrame pointer is null");
     return *frame;
 }
 
 AVFrame& GetAVFrameRef(AVFrame* frame) {
     if (frame == nullptr)
-        Core::Throw<ProcException>({FILE_NAME, "AVFrame &Tarsel::Proc::Details::GetAVFrameRef(AVFrame *)"},
+        Core::Throw<ProcException>({s_scaler, "AVFrame &Tarsel::Proc::Details::GetAVFrameRef(AVFrame *)"},
                                    "AVFrame pointer is null");
     return *frame;
 }

@@ -35,6 +35,8 @@ public:
     /// Gives the frame buffers for the picture (format, width, height) or sound (format, nb_samples,
     /// ch_layout) that its fields state. MemoryException, EffectException where they state none.
     void AllocateBuffers();
+    /// Takes over what `from` says of its content: times, aspect, colours, side data. MemoryException.
+    void CopyProperties(AVFrame const& from);
     /// Gives the frame buffers of its own where it shares them, with the same content. MemoryException;
     /// ProcException for a frame without picture and sound.
     void MakeWritable();

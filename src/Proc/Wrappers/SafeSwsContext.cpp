@@ -4,6 +4,7 @@
 #include "Core/CoreExceptions.h"
 #include "Core/Throw.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
 #include <fmt/format.h>
@@ -22,25 +23,14 @@ namespace Tarsel::Proc {
 
 namespace {
 
-constexpr char const* FILE_NAME = "Proc/Wrappers/SafeSwsContext";
+constexpr char const* s_file = "Proc/Wrappers/SafeSwsContext";
 
-/// "640x480 yuv420p".
-std::string PictureText(std::int64_t width, std::int64_t height, std::int32_t format) {
-    char const* const name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(format));
-    return fmt::format("{}x{} {}", width, height,
-                       name != nullptr ? std::string(name) : fmt::format("format {}", format));
-}
-
-std::string PictureText(SwsCtxSide const& side) {
-    return PictureText(side.width, side.height, static_cast<std::int32_t>(side.format));
-}
-
-std::string PictureText(AVFrame const& frame) {
-    return PictureText(frame.width, frame.height, frame.format);
+std::string SizeText(SwsCtxSide const& side) {
+    return fmt::format("{}x{} {}", side.width, side.height, PixelFormatText(static_cast<int>(side.format)));
 }
 
 std::string SideText(SwsCtxSide const& side) {
-    return fmt::format("{} (matrix {}, range {})", PictureText(side), side.space.matrix, side.space.range);
+    return fmt::format("{} (matrix {}, range {})", SizeText(side), side.space.matrix, side.space.range);
 }
 
 /// Of a format that FFmpeg knows.
@@ -52,12 +42,9 @@ bool IsFullRange(SwsCtxSide const& side) {
     return Conf::PixFmtDescription::Find(side.format).IsFullRange(side.space);
 }
 
-/// The format as libswscale wants it: the "j" formats as those without that letter, which it warns of.
-Conf::PixFmt ScalerFormat(Conf::PixFmt format) {
-    std::string const& name = Conf::PixFmtDescription::Find(format).GetName();
-    if (!name.starts_with("yuvj"))
-        return format;
-    return Conf::PixFmtDescription::FindByName("yuv" + name.substr(4)).value_or(format);
+/// The format as libswscale wants it, which warns of "j" formats.
+std::int64_t ScalerFormat(Conf::PixFmt format) noexcept {
+    return static_cast<std::int64_t>(Conf::WithoutFixedRange(format));
 }
 
 bool IsSameSize(SwsCtxParams const& params) noexcept {
@@ -69,9 +56,9 @@ bool HasChroma(AVPixFmtDescriptor const& format) noexcept {
 }
 
 bool HasSameMatrix(SwsCtxParams const& params) noexcept {
-    constexpr int COEFFICIENTS = 4;
+    constexpr int coefficients = 4;
     int const* const from = sws_getCoefficients(params.from.space.matrix);
-    return std::equal(from, from + COEFFICIENTS, sws_getCoefficients(params.to.space.matrix));
+    return std::equal(from, from + coefficients, sws_getCoefficients(params.to.space.matrix));
 }
 
 /// Whether pixels stay as they are. libswscale's own copies (5.1) leave out the chroma of semi-planar formats
@@ -103,16 +90,16 @@ bool NeedsDetour(SwsCtxParams const& params) noexcept {
 }
 
 /// Where a detour goes: nothing is lost there, and nothing is subsampled.
-constexpr auto DETOUR_FORMAT = static_cast<Conf::PixFmt>(AV_PIX_FMT_YUVA444P16);
+constexpr auto s_detourFormat = static_cast<Conf::PixFmt>(AV_PIX_FMT_YUVA444P16);
 
 /// What a release of libswscale cannot take in stays at its default: no reason to refuse a picture.
 void SetColors(SwsContext* context, SwsCtxParams const& params) {
-    constexpr int BRIGHTNESS = 0;
-    constexpr int CONTRAST = 1 << 16;
-    constexpr int SATURATION = 1 << 16;
+    constexpr int brightness = 0;
+    constexpr int contrast = 1 << 16;
+    constexpr int saturation = 1 << 16;
     sws_setColorspaceDetails(context, sws_getCoefficients(params.from.space.matrix),
                              IsFullRange(params.from) ? 1 : 0, sws_getCoefficients(params.to.space.matrix),
-                             IsFullRange(params.to) ? 1 : 0, BRIGHTNESS, CONTRAST, SATURATION);
+                             IsFullRange(params.to) ? 1 : 0, brightness, contrast, saturation);
 }
 
 /// Returns a negative AVERROR when libswscale refuses.
@@ -122,10 +109,10 @@ int Init(SwsContext* context, SwsCtxParams const& params) {
         std::int64_t value;
     } const options[] = {{"srcw", params.from.width},
                          {"srch", params.from.height},
-                         {"src_format", static_cast<std::int64_t>(ScalerFormat(params.from.format))},
+                         {"src_format", ScalerFormat(params.from.format)},
                          {"dstw", params.to.width},
                          {"dsth", params.to.height},
-                         {"dst_format", static_cast<std::int64_t>(ScalerFormat(params.to.format))},
+                         {"dst_format", ScalerFormat(params.to.format)},
                          {"sws_flags", params.flags}};
     for (auto const& option : options)
         if (int const error = av_opt_set_int(context, option.name, option.value, 0); error < 0)
@@ -171,7 +158,7 @@ SafeSwsContext::Context SafeSwsContext::MakeContext(SwsCtxParams const& params) 
     }
     if (error >= 0)
         return context;
-    Core::Site const site{FILE_NAME, "Tarsel::Proc::SafeSwsContext::SafeSwsContext(const SwsCtxParams &)"};
+    Core::Site const site{s_file, "Tarsel::Proc::SafeSwsContext::SafeSwsContext(const SwsCtxParams &)"};
     std::string const text =
         fmt::format("Cannot scale from {} to {}", SideText(params.from), SideText(params.to));
     if (error == AVERROR(ENOMEM))
@@ -183,20 +170,20 @@ SafeSwsContext::SafeSwsContext(SwsCtxParams const& params)
     : m_params(params), m_context(MakeContext(params)) {
     if (!NeedsDetour(params))
         return;
-    SwsCtxSide const between{params.to.width, params.to.height, DETOUR_FORMAT, params.to.space};
+    SwsCtxSide const between{params.to.width, params.to.height, s_detourFormat, params.to.space};
     m_context = MakeContext({params.from, between, params.flags});
     m_rest = std::make_unique<SafeSwsContext>(SwsCtxParams{between, params.to, params.flags});
 }
 
 void SafeSwsContext::Scale(AVFrame const& from, AVFrame& to) const {
-    Core::Site const site{FILE_NAME,
+    Core::Site const site{s_file,
                           "void Tarsel::Proc::SafeSwsContext::Scale(const AVFrame &, AVFrame &) const"};
     if (!m_context)
         Core::Throw<EffectException>(site, "The scaler is empty");
     if (!IsLike(from, m_params.from) || !IsLike(to, m_params.to))
         Core::Throw<EffectException>(
             site, fmt::format("Cannot scale from {} to {}: the scaler is for {} to {}", PictureText(from),
-                              PictureText(to), PictureText(m_params.from), PictureText(m_params.to)));
+                              PictureText(to), SizeText(m_params.from), SizeText(m_params.to)));
     auto const run = [&](AVFrame& target) {
         int const rows = sws_scale(m_context.get(), from.data, from.linesize, 0, from.height, target.data,
                                    target.linesize);

@@ -1,0 +1,32 @@
+#include "Proc/Wrappers/FFmpegText.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cstdint>
+
+extern "C" {
+#include <libavutil/error.h>
+#include <libavutil/frame.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace Tarsel::Proc {
+
+std::string GetFFmpegErrorText(int error) {
+    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
+    // Without words of its own for the number, FFmpeg still writes "Error number <n> occurred".
+    (void)av_strerror(error, text.data(), text.size());
+    return text.data();
+}
+
+std::string PixelFormatText(int format) {
+    char const* const name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(format));
+    return name != nullptr ? std::string(name) : fmt::format("format {}", format);
+}
+
+std::string PictureText(AVFrame const& frame) {
+    return fmt::format("{}x{} {}", frame.width, frame.height, PixelFormatText(frame.format));
+}
+
+} // namespace Tarsel::Proc
