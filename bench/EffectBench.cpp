@@ -4,7 +4,6 @@
 #include "Host/EffectStep.h"
 #include "Host/Plugin.h"
 #include "Proc/Data/DataVideoFF.h"
-#include "Proc/Interfaces/ImplNames.h"
 
 #include <benchmark/benchmark.h>
 
@@ -44,9 +43,7 @@ SP<Proc::IDataVideo> MakePicture(Conf::PixFmt format) {
 }
 
 void RunEffect(benchmark::State& state, char const* text) {
-    Host::EffectStep const step = Host::ParseEffectStep(text);
-    auto const effect = GetFactory().CreateVideoEffect(step.classId, Proc::ImplNames::DEFAULT, nullptr);
-    effect->SetSettings(*step.settings);
+    auto const effect = Host::MakeVideoEffect(GetFactory(), Host::ParseEffectStep(text));
     SP<Proc::IDataVideo> const picture = MakePicture(Conf::PixFmt::YUV420P);
     for (auto _ : state) {
         SP<Proc::IDataVideo> frame = picture->Copy();

@@ -7,7 +7,6 @@
 #include "Host/ErrorReport.h"
 #include "Host/Plugin.h"
 #include "Proc/Data/DataVideoFF.h"
-#include "Proc/Interfaces/ImplNames.h"
 
 #include <cstdio>
 #include <memory>
@@ -39,8 +38,7 @@ static SP<IDataVideo> TurnUpsideDown(SP<IDataVideo> frame, char const* plugin) {
     auto const factory = Tarsel::MakeSP<Tarsel::Host::EffectFactory>(registry);
 
     auto const step = Tarsel::Host::ParseEffectStep("flip vertical=1");
-    auto const effect = factory->CreateVideoEffect(step.classId, Tarsel::Proc::ImplNames::DEFAULT, nullptr);
-    effect->SetSettings(*step.settings);
+    auto const effect = Tarsel::Host::MakeVideoEffect(*factory, step);
     effect->Process(frame); // the result takes the frame's place
     return frame;
 }

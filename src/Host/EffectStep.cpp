@@ -1,13 +1,17 @@
 #include "Host/EffectStep.h"
 
+#include "Core/NearNames.h"
 #include "Core/Throw.h"
+#include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Settings/SettingsCatalogue.h"
+#include "Proc/Settings/Settings.h"
+#include "Proc/Settings/SettingsText.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <numeric>
+#include <iterator>
+#include <memory>
 #include <set>
 #include <span>
 #include <string_view>
@@ -28,6 +32,12 @@ constexpr bool IsQuote(char c) noexcept {
 [[noreturn]] void ThrowUnreadable(std::string const& description) {
     Core::Throw<Proc::SettingsException>(
         {"Host/EffectStep", "EffectStep Tarsel::Host::ParseEffectStep(const std::string &)"}, description);
+}
+
+[[noreturn]] void ThrowUnusable(std::string const& description) {
+    Core::Throw<Proc::SettingsException>(
+        {"Host/EffectStep", "SP<Effect> Tarsel::Host::MakeEffect(const EffectFactory &, const EffectStep &)"},
+        description);
 }
 
 /// The words between blanks, quotes and escapes taken off. Outside single quotes '\' takes the meaning from a
@@ -61,33 +71,6 @@ std::vector<std::string> SplitWords(std::string_view text) {
     return words;
 }
 
-/// Levenshtein distance: letters to insert, remove or replace. Source: Wagner and Fischer, 1974.
-std::size_t GetEditDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i + 1;
-        for (std::size_t k = 0; k < b.size(); ++k) {
-            std::size_t const replaced = diagonal + (a[i] == b[k] ? 0 : 1);
-            diagonal = row[k + 1];
-            row[k + 1] = std::min({replaced, row[k] + 1, diagonal + 1});
-        }
-    }
-    return row.back();
-}
-
-std::unique_ptr<Proc::Settings> CreateSettings(std::string const& classId) {
-    if (Proc::SettingsClass const* found = Proc::FindSettingsClass(classId))
-        return found->create();
-    auto const nearest =
-        std::ranges::min(Proc::GetSettingsCatalogue(), {}, [&](Proc::SettingsClass const& known) {
-            return GetEditDistance(classId, known.classId);
-        });
-    ThrowUnreadable(
-        fmt::format("There is no effect \"{}\"; the nearest name is \"{}\"", classId, nearest.classId));
-}
-
 /// One "key=value" as Settings::Deserialize reads it.
 std::string EscapeValue(std::string_view word) {
     std::string escaped;
@@ -109,11 +92,48 @@ void CheckFilterTexts(Proc::Settings const& settings) {
         std::size_t const special = value.find_first_of("\\':,;[]");
         bool const trimmed = !value.empty() && (IsBlank(value.front()) || IsBlank(value.back()));
         if (special != std::string::npos || trimmed)
-            ThrowUnreadable(fmt::format("{}: \"{}\" cannot be \"{}\": {} would change FFmpeg's filter text",
-                                        settings.GetClassId(), field.key, value,
-                                        special != std::string::npos ? fmt::format("'{}'", value[special])
-                                                                     : "a blank at either end"));
+            ThrowUnusable(fmt::format("{}: \"{}\" cannot be \"{}\": {} would change FFmpeg's filter text",
+                                      settings.GetClassId(), field.key, value,
+                                      special != std::string::npos ? fmt::format("'{}'", value[special])
+                                                                   : "a blank at either end"));
     }
+}
+
+/// Throws unless the registry has an effect of that class and kind.
+void CheckIsThere(EffectRegistry const& registry, std::string const& classId, EffectKind kind) {
+    EffectEntry const* other = nullptr;
+    for (EffectEntry const& entry : registry.GetEntries()) {
+        if (entry.classId != classId)
+            continue;
+        if (entry.GetKind() == kind)
+            return;
+        other = &entry;
+    }
+    if (other != nullptr)
+        ThrowUnusable(fmt::format("{} works on {} input, not on {}", classId, GetName(other->GetKind()),
+                                  GetName(kind)));
+    auto const& entries = registry.GetEntries();
+    if (entries.empty())
+        ThrowUnusable(fmt::format("There is no effect \"{}\", nor any other", classId));
+    std::vector<std::string> names;
+    std::ranges::transform(entries, std::back_inserter(names), &EffectEntry::classId);
+    ThrowUnusable(fmt::format("There is no effect \"{}\"; the nearest name is \"{}\"", classId,
+                              Core::FindNearestName(classId, names)));
+}
+
+/// `create` is the factory's operation for this kind.
+template <class Effect, class Create>
+SP<Effect> MakeEffect(EffectFactory const& factory, EffectStep const& step, EffectKind kind,
+                      Create const& create) {
+    CheckIsThere(factory.GetRegistry(), step.classId, kind);
+    SP<Effect> effect = (factory.*create)(step.classId, Proc::ImplNames::DEFAULT, {});
+    if (!step.settings.empty()) {
+        std::unique_ptr<Proc::Settings> const settings = effect->GetSettingsBase().Clone();
+        settings->Deserialize(step.settings);
+        CheckFilterTexts(*settings);
+        effect->SetSettings(*settings);
+    }
+    return effect;
 }
 
 } // namespace
@@ -122,9 +142,7 @@ EffectStep ParseEffectStep(std::string const& text) {
     std::vector<std::string> const words = SplitWords(text);
     if (words.empty())
         ThrowUnreadable("An effect is missing: the text is empty");
-    EffectStep step{words.front(), CreateSettings(words.front())};
-
-    std::string fields;
+    EffectStep step{words.front(), {}};
     std::set<std::string_view> keys;
     for (std::string_view word : std::span(words).subspan(1)) {
         std::size_t const sign = word.find('=');
@@ -132,14 +150,26 @@ EffectStep ParseEffectStep(std::string const& text) {
             ThrowUnreadable(fmt::format("{}: \"{}\" is no key=value", step.classId, word));
         if (!keys.insert(word.substr(0, sign)).second)
             ThrowUnreadable(fmt::format("{}: \"{}\" is given twice", step.classId, word.substr(0, sign)));
-        if (!fields.empty())
-            fields += ':';
-        fields += EscapeValue(word);
+        if (!step.settings.empty())
+            step.settings += ':';
+        step.settings += EscapeValue(word);
     }
-    if (!fields.empty())
-        step.settings->Deserialize(fields);
-    CheckFilterTexts(*step.settings);
     return step;
+}
+
+SP<Proc::IOneInputEffectVideo> MakeVideoEffect(EffectFactory const& factory, EffectStep const& step) {
+    return MakeEffect<Proc::IOneInputEffectVideo>(factory, step, EffectKind::Video,
+                                                  &EffectFactory::CreateVideoEffect);
+}
+
+SP<Proc::IOneInputEffectAudio> MakeAudioEffect(EffectFactory const& factory, EffectStep const& step) {
+    return MakeEffect<Proc::IOneInputEffectAudio>(factory, step, EffectKind::Audio,
+                                                  &EffectFactory::CreateAudioEffect);
+}
+
+SP<Proc::ITwoInputEffectVideo> MakeTwoInputVideoEffect(EffectFactory const& factory, EffectStep const& step) {
+    return MakeEffect<Proc::ITwoInputEffectVideo>(factory, step, EffectKind::TwoInputVideo,
+                                                  &EffectFactory::CreateTwoInputVideoEffect);
 }
 
 } // namespace Tarsel::Host

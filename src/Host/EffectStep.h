@@ -1,9 +1,8 @@
 #pragma once
 
 #include "Core/Api.h"
-#include "Proc/Settings/Settings.h"
+#include "Host/EffectFactory.h"
 
-#include <memory>
 #include <string>
 
 namespace Tarsel::Host {
@@ -11,13 +10,25 @@ namespace Tarsel::Host {
 /// One step of a chain as a user writes it: an effect's class id and its settings, "transpose step=1".
 struct EffectStep {
     std::string classId;
-    std::unique_ptr<Proc::Settings> settings;
+    /// "key=value:key=value", for Proc::Settings::Deserialize of whatever class the effect's settings are.
+    std::string settings;
 };
 
 /// Reads "CLASS-ID key=value key=value". Blanks separate; a value with blanks in it stands in single or
-/// double quotes, or has '\' before each blank. SettingsException: an unknown class (the description names
-/// the nearest known one), a word without '=', a repeated key, whatever Settings::Deserialize refuses, or a
-/// text for FFmpeg that would change the meaning of the filter's text (the character is named). Any thread.
+/// double quotes, or has '\' before each blank. SettingsException: an empty text, a quote left open, a word
+/// without '=', a repeated key. Any thread.
 TARSEL_API EffectStep ParseEffectStep(std::string const& text);
+
+/// Makes the effect of that class, the implementation registered first, with the step's settings on top of
+/// those it starts with. SettingsException: a class that the registry does not have (the description names
+/// the nearest it has) or has for another kind of input, whatever the settings' Deserialize refuses, or a
+/// text for FFmpeg that would change the meaning of the filter's text (the character is named). Otherwise
+/// throws what the effect throws. Any thread.
+TARSEL_API SP<Proc::IOneInputEffectVideo> MakeVideoEffect(EffectFactory const& factory,
+                                                          EffectStep const& step);
+TARSEL_API SP<Proc::IOneInputEffectAudio> MakeAudioEffect(EffectFactory const& factory,
+                                                          EffectStep const& step);
+TARSEL_API SP<Proc::ITwoInputEffectVideo> MakeTwoInputVideoEffect(EffectFactory const& factory,
+                                                                  EffectStep const& step);
 
 } // namespace Tarsel::Host

@@ -4,6 +4,7 @@
 #include "Core/Exception.h"
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 
 #include <boost/core/demangle.hpp>
 #include <boost/exception/get_error_info.hpp>
@@ -13,16 +14,12 @@
 #include <string_view>
 #include <typeinfo>
 
-extern "C" {
-#include <libavutil/error.h>
-}
-
 namespace Tarsel::Host {
 
 namespace {
 
 std::string DescribeType(std::exception const& exception) {
-    std::string const name = boost::core::demangle(typeid(exception).name());
+    std::string name = boost::core::demangle(typeid(exception).name());
     // boost::throw_exception throws a class of its own around the one that is meant.
     constexpr std::string_view wrapper = "boost::wrapexcept<";
     if (name.starts_with(wrapper))
@@ -31,9 +28,7 @@ std::string DescribeType(std::exception const& exception) {
 }
 
 std::string DescribeFFmpegError(int error) {
-    char text[AV_ERROR_MAX_STRING_SIZE] = "";
-    av_strerror(error, text, sizeof text);
-    return fmt::format("{} ({})", text, error);
+    return fmt::format("{} ({})", Proc::GetFFmpegErrorText(error), error);
 }
 
 std::string DescribeSite(std::exception const& exception) {

@@ -16,8 +16,8 @@ namespace Tarsel::Host {
 
 namespace {
 
-constexpr char const* g_entryPoint = "Registrator";
-constexpr char const* g_pathVariable = "TARSEL_PLUGIN_PATH";
+constexpr char const* s_entryPoint = "Registrator";
+constexpr char const* s_pathVariable = "TARSEL_PLUGIN_PATH";
 
 /// What the loader says of the last failure of this thread.
 std::string TakeLoaderError() {
@@ -28,14 +28,14 @@ std::string TakeLoaderError() {
 /// The folder of the library that this code is part of.
 std::filesystem::path GetOwnFolder() {
     Dl_info info{};
-    if (dladdr(&g_entryPoint, &info) == 0 || info.dli_fname == nullptr)
+    if (dladdr(&s_entryPoint, &info) == 0 || info.dli_fname == nullptr)
         return ".";
     return std::filesystem::absolute(info.dli_fname).parent_path();
 }
 
 std::vector<std::filesystem::path> GetPluginFolders() {
     std::vector<std::filesystem::path> folders;
-    char const* const variable = std::getenv(g_pathVariable);
+    char const* const variable = std::getenv(s_pathVariable);
     for (std::string_view rest = variable != nullptr ? variable : ""; !rest.empty();) {
         std::size_t const end = std::min(rest.find(':'), rest.size());
         if (end > 0)
@@ -60,7 +60,7 @@ Plugin::Plugin(std::filesystem::path const& library) {
         Core::Throw<PluginException>(
             site, fmt::format("Cannot open plug-in \"{}\": {}", library.string(), TakeLoaderError()));
     // The handle is never closed: see the class.
-    m_registrator = reinterpret_cast<RegistratorFunction>(dlsym(handle, g_entryPoint));
+    m_registrator = reinterpret_cast<RegistratorFunction>(dlsym(handle, s_entryPoint));
     if (m_registrator == nullptr)
         Core::Throw<PluginException>(
             site, fmt::format("\"{}\" is no plug-in: {}", library.string(), TakeLoaderError()));
@@ -82,7 +82,7 @@ std::filesystem::path Plugin::Find(std::string const& name) {
         {"Host/Plugin", "static std::filesystem::path Tarsel::Host::Plugin::Find(const std::string &)"},
         fmt::format("No plug-in \"{}\" was found; looked for {} (more folders: {})", name,
                     Core::Utils::ToString(candidates, ", ", [](auto const& path) { return path.string(); }),
-                    g_pathVariable));
+                    s_pathVariable));
 }
 
 } // namespace Tarsel::Host

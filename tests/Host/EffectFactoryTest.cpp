@@ -17,14 +17,14 @@ using Proc::ImplNames;
 namespace {
 
 /// What the last creator was called with.
-SP<Proc::IEffectFactory const> g_givenFactory;
-SP<Proc::IFactoryDataVideo const> g_givenData;
+SP<Proc::IEffectFactory const> s_givenFactory;
+SP<Proc::IFactoryDataVideo const> s_givenData;
 
 template <int number>
 SP<Proc::IOneInputEffectVideo> CreateVideo(SP<Proc::IEffectFactory const> const& factory,
                                            SP<Proc::IFactoryDataVideo const> const& data) {
-    g_givenFactory = factory;
-    g_givenData = data;
+    s_givenFactory = factory;
+    s_givenData = data;
     return MakeSP<HostTest::Effect>("number " + std::to_string(number));
 }
 
@@ -46,8 +46,8 @@ protected:
         m_factory = MakeSP<Host::EffectFactory>(registry);
     }
     ~EffectFactoryTest() override {
-        g_givenFactory.reset();
-        g_givenData.reset();
+        s_givenFactory.reset();
+        s_givenData.reset();
     }
 
     std::string GetMade(std::string const& implName) {
@@ -67,13 +67,13 @@ TEST_F(EffectFactoryTest, MakesTheImplementationAskedForOrTheFirstOfItsKind) {
 
 TEST_F(EffectFactoryTest, HandsOutItselfAndADataFactory) {
     m_factory->CreateVideoEffect("turn", "first", {});
-    EXPECT_EQ(g_givenFactory, m_factory);
-    ASSERT_NE(g_givenData, nullptr);
-    EXPECT_NE(g_givenData->Create({}, Conf::PixFmt::GRAY8, {2, 2, 1, 1}), nullptr);
+    EXPECT_EQ(s_givenFactory, m_factory);
+    ASSERT_NE(s_givenData, nullptr);
+    EXPECT_NE(s_givenData->Create({}, Conf::PixFmt::GRAY8, {2, 2, 1, 1}), nullptr);
 
     auto const own = MakeSP<Proc::FactoryDataVideo>();
     m_factory->CreateVideoEffect("turn", "first", own);
-    EXPECT_EQ(g_givenData, own);
+    EXPECT_EQ(s_givenData, own);
 }
 
 TEST_F(EffectFactoryTest, NamesWhatIsNotRegistered) {

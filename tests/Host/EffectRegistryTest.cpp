@@ -9,7 +9,6 @@
 #include <vector>
 
 using namespace Tarsel;
-using Host::EffectKind;
 using Host::EffectRegistry;
 
 namespace {
@@ -19,35 +18,35 @@ SP<I> Create(SP<Proc::IEffectFactory const> const&, SP<Data const> const&) {
     return {};
 }
 
-constexpr Proc::VideoEffectCreator g_video = Create<Proc::IOneInputEffectVideo, Proc::IFactoryDataVideo, 0>;
-constexpr Proc::VideoEffectCreator g_otherVideo =
+constexpr Proc::VideoEffectCreator s_video = Create<Proc::IOneInputEffectVideo, Proc::IFactoryDataVideo, 0>;
+constexpr Proc::VideoEffectCreator s_otherVideo =
     Create<Proc::IOneInputEffectVideo, Proc::IFactoryDataVideo, 1>;
-constexpr Proc::AudioEffectCreator g_audio = Create<Proc::IOneInputEffectAudio, Proc::IFactoryDataAudio, 0>;
-constexpr Proc::TwoInputVideoEffectCreator g_twoVideo =
+constexpr Proc::AudioEffectCreator s_audio = Create<Proc::IOneInputEffectAudio, Proc::IFactoryDataAudio, 0>;
+constexpr Proc::TwoInputVideoEffectCreator s_twoVideo =
     Create<Proc::ITwoInputEffectVideo, Proc::IFactoryDataVideo, 0>;
 
 TEST(EffectRegistry, KeepsTheOrderAndReplacesInPlace) {
     EffectRegistry registry;
-    EXPECT_TRUE(registry.RegisterVideoEffect("flip", "ffmpeg", g_video));
-    EXPECT_TRUE(registry.RegisterVideoEffect("flip", "other", g_video));
-    EXPECT_TRUE(registry.RegisterAudioEffect("flip", "ffmpeg", g_audio)); // another kind
-    EXPECT_TRUE(registry.RegisterTwoInputVideoEffect("mix", "ffmpeg", g_twoVideo));
+    EXPECT_TRUE(registry.RegisterVideoEffect("flip", "ffmpeg", s_video));
+    EXPECT_TRUE(registry.RegisterVideoEffect("flip", "other", s_video));
+    EXPECT_TRUE(registry.RegisterAudioEffect("flip", "ffmpeg", s_audio)); // another kind
+    EXPECT_TRUE(registry.RegisterTwoInputVideoEffect("mix", "ffmpeg", s_twoVideo));
     EXPECT_TRUE(registry.RegisterTwoInputAudioEffect(
         "mix", "ffmpeg", [](auto const&, auto const&) -> SP<Proc::ITwoInputEffectAudio> { throw 0; }));
-    EXPECT_FALSE(registry.RegisterVideoEffect("flip", "ffmpeg", g_otherVideo));
+    EXPECT_FALSE(registry.RegisterVideoEffect("flip", "ffmpeg", s_otherVideo));
 
     std::vector<std::string> all;
     for (Host::EffectEntry const& entry : registry.GetEntries())
         all.push_back(entry.classId + "/" + entry.implName + "/" + std::string(GetName(entry.GetKind())));
     EXPECT_THAT(all, testing::ElementsAre("flip/ffmpeg/video", "flip/other/video", "flip/ffmpeg/audio",
                                           "mix/ffmpeg/two-input video", "mix/ffmpeg/two-input audio"));
-    EXPECT_EQ(std::get<Proc::VideoEffectCreator>(registry.GetEntries()[0].creator), g_otherVideo);
+    EXPECT_EQ(std::get<Proc::VideoEffectCreator>(registry.GetEntries()[0].creator), s_otherVideo);
 }
 
 TEST(EffectRegistry, FindsByImplementationOrTheFirst) {
     EffectRegistry registry;
-    registry.RegisterVideoEffect("flip", "first", g_video);
-    registry.RegisterVideoEffect("flip", "second", g_video);
+    registry.RegisterVideoEffect("flip", "first", s_video);
+    registry.RegisterVideoEffect("flip", "second", s_video);
     auto const& entries = registry.GetEntries();
     EXPECT_EQ(registry.Find("flip", "second"), &entries[1]);
     EXPECT_EQ(registry.Find("flip", Proc::ImplNames::DEFAULT), &entries[0]);
@@ -66,9 +65,9 @@ TEST(EffectRegistry, NamesWhatIsMissing) {
             EXPECT_STREQ(exception.what(), text);
         }
     };
-    expect("", "ffmpeg", g_video,
+    expect("", "ffmpeg", s_video,
            "Cannot register an effect without class id: class id \"\", implementation \"ffmpeg\"");
-    expect("flip", "", g_video,
+    expect("flip", "", s_video,
            "Cannot register an effect without implementation name: class id \"flip\", implementation \"\"");
     expect("flip", "ffmpeg", nullptr,
            "Cannot register an effect without creator: class id \"flip\", implementation \"ffmpeg\"");

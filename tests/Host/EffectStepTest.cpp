@@ -1,24 +1,86 @@
 #include "Host/EffectStep.h"
 
+#include "Host/Doubles.h"
+#include "Host/EffectRegistry.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/Orientation.h"
 #include "Proc/Settings/SettingsText.h"
+#include "Proc/Settings/Stabilise.h"
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
 using namespace Tarsel;
+using namespace Tarsel::HostTest;
 using Host::ParseEffectStep;
 
 namespace {
 
+/// An effect with settings of a class that the SDK has, or has not.
+template <class S>
+class SetEffect : public Effect {
+public:
+    explicit SetEffect() : Effect("unused") {}
+    Proc::Settings const& GetSettingsBase() const override { return m_settings; }
+    void SetSettings(Proc::Settings const& settings) override {
+        m_settings = dynamic_cast<S const&>(settings);
+    }
+
+private:
+    S m_settings;
+};
+
+/// Settings of somebody else's plug-in: a text, kept as it came.
+class ForeignSettings : public NamedSettings {
+public:
+    ForeignSettings() : NamedSettings("foreign") {}
+    std::unique_ptr<Settings> Clone() const override { return std::make_unique<ForeignSettings>(*this); }
+    void Deserialize(std::string const& text) override { m_text = text; }
+    std::string const& GetText() const { return m_text; }
+
+private:
+    std::string m_text;
+};
+
+template <class S>
+SP<Proc::IOneInputEffectVideo> Create(SP<Proc::IEffectFactory const> const&,
+                                      SP<Proc::IFactoryDataVideo const> const&) {
+    return MakeSP<SetEffect<S>>();
+}
+
+SP<Proc::IOneInputEffectAudio> CreateSound(SP<Proc::IEffectFactory const> const&,
+                                           SP<Proc::IFactoryDataAudio const> const&) {
+    return {};
+}
+
+SP<Host::EffectFactory> MakeFactory() {
+    auto const registry = std::make_shared<Host::EffectRegistry>();
+    registry->RegisterVideoEffect("flip", "own", Create<Proc::SettingsEffectFlip>);
+    registry->RegisterVideoEffect("transpose", "own", Create<Proc::SettingsEffectTranspose>);
+    registry->RegisterVideoEffect("stabilizer", "own", Create<Proc::SettingsEffectStabilizer>);
+    registry->RegisterVideoEffect("foreign", "own", Create<ForeignSettings>);
+    registry->RegisterAudioEffect("echo", "own", CreateSound);
+    return MakeSP<Host::EffectFactory>(registry);
+}
+
+SP<Proc::IOneInputEffectVideo> Make(std::string const& text) {
+    return MakeVideoEffect(*MakeFactory(), ParseEffectStep(text));
+}
+
 TEST(EffectStep, ReadsClassAndSettings) {
-    Host::EffectStep const step = ParseEffectStep("transpose step=1");
-    EXPECT_EQ(step.classId, "transpose");
-    EXPECT_EQ(Proc::Serialize(*step.settings), "step=1");
-    EXPECT_EQ(Proc::Serialize(*ParseEffectStep("transpose").settings), "step=0");
-    EXPECT_EQ(Proc::Serialize(*ParseEffectStep("  flip\thorizontal=yes \n vertical=1 ").settings),
-              "horizontal=1:vertical=1");
+    EXPECT_EQ(ParseEffectStep("transpose step=1").classId, "transpose");
+    auto const read = [](std::string const& text) { return Proc::Serialize(Make(text)->GetSettingsBase()); };
+    EXPECT_EQ(read("transpose step=1"), "step=1");
+    EXPECT_EQ(read("transpose"), "step=0");
+    EXPECT_EQ(read("  flip\thorizontal=yes \n vertical=1 "), "horizontal=1:vertical=1");
+}
+
+TEST(EffectStep, LeavesSettingsToTheirClass) {
+    auto const effect = Make("foreign amount=3 'mode=a:b'");
+    EXPECT_EQ(dynamic_cast<ForeignSettings const&>(effect->GetSettingsBase()).GetText(),
+              "amount=3:mode=a\\:b");
 }
 
 TEST(EffectStep, TakesQuotesAndEscapesOff) {
@@ -38,14 +100,15 @@ TEST(EffectStep, TakesQuotesAndEscapesOff) {
     };
     for (Case const& each : cases) {
         SCOPED_TRACE(each.written);
-        auto const settings = ParseEffectStep(std::string("stabilizer ") + each.written).settings;
-        EXPECT_EQ(Proc::ReadFieldText(*settings, *Proc::FindField(settings->GetFields(), "path")), each.path);
+        auto const effect = Make(std::string("stabilizer ") + each.written);
+        Proc::Settings const& settings = effect->GetSettingsBase();
+        EXPECT_EQ(Proc::ReadFieldText(settings, *Proc::FindField(settings.GetFields(), "path")), each.path);
     }
 }
 
 std::string GetRefusal(std::string const& text) {
     try {
-        ParseEffectStep(text);
+        Make(text);
     } catch (Proc::SettingsException const& exception) {
         return exception.what();
     }
@@ -60,7 +123,8 @@ TEST(EffectStep, SaysWhatIsWrong) {
     EXPECT_EQ(GetRefusal("transpose step"), "transpose: \"step\" is no key=value");
     EXPECT_EQ(GetRefusal("transpose =1"), "transpose: \"=1\" is no key=value");
     EXPECT_EQ(GetRefusal("flip horizontal=1 vertical=1 horizontal=0"), "flip: \"horizontal\" is given twice");
-    EXPECT_EQ(GetRefusal("blor"), "There is no effect \"blor\"; the nearest name is \"blur\"");
+    EXPECT_EQ(GetRefusal("transpose step=9"), "transpose: step=9 is out of range: 0 to 3 (quarter turns)");
+    EXPECT_EQ(GetRefusal("echo"), "echo works on audio input, not on video");
     EXPECT_EQ(GetRefusal("flip 'horizontal=1"), "A quote (') is opened and not closed: flip 'horizontal=1");
 }
 

@@ -236,6 +236,55 @@ TEST(VideoChain, LetsForeignExceptionsPassAsTheyAre) {
     });
 }
 
+std::string GetFailure(std::function<void()> const& operation) {
+    try {
+        operation();
+    } catch (Proc::EffectException const& exception) {
+        std::string const* const step = boost::get_error_info<Host::TagStep>(exception);
+        return (step != nullptr ? *step : "no step") + ": " + exception.what();
+    }
+    return "nothing thrown";
+}
+
+TEST(VideoChain, CountsOnlyStepsWithoutALabel) {
+    auto const fail = [] { Core::Throw<Proc::EffectException>({"Room/Source", "void Fail()"}, "it broke"); };
+    Host::VideoChain chain;
+    chain.Append(MakeSP<Effect>("fine"), "orientation");
+    chain.Append(MakeSP<Broken>(fail));
+    EXPECT_EQ(GetFailure([&] { chain.Feed(MakeFrame(0)); }), "step 1 (broken): it broke");
+    Host::VideoChain labelled;
+    labelled.Append(MakeSP<Broken>(fail), "orientation");
+    EXPECT_EQ(GetFailure([&] { labelled.Feed(MakeFrame(0)); }), "orientation: it broke");
+}
+
+TEST(VideoChain, EndsWithAnEffectThatAnswersForEver) {
+    struct Endless : Effect {
+        Endless() : Effect("endless") {}
+        void Process(SP<Proc::IDataVideo>& data) override { data = MakeFrame(0); }
+    };
+    Host::VideoChain chain;
+    chain.Append(MakeSP<Endless>());
+    chain.Feed(MakeFrame(0));
+    EXPECT_EQ(
+        GetFailure([&] { chain.End(); }),
+        "step 1 (endless): The effect breaks its contract: it was fed 1 frames, and after them asked 65 "
+        "times for what it still holds, and gave a frame each time");
+}
+
+TEST(VideoChain, RefusesFramesThatHoldLessThanTheySay) {
+    Host::VideoChain chain;
+    chain.Append(Make(
+        By::Stream,
+        [](SP<Proc::IDataVideo> const& frame, Frames& ready) {
+            if (frame)
+                ready.push_back(MakeSP<Proc::DataVideoFF>(*frame->GetAVFrame(), Conf::FrameInfo{4, 2, 1, 1}));
+        },
+        "liar"));
+    EXPECT_EQ(GetFailure([&] { chain.Feed(MakeFrame(0)); }),
+              "step 1 (liar): The effect breaks its contract: it gave a frame said to be 4x2 in pixel format "
+              "8, whose AVFrame is 2x2 in 8");
+}
+
 TEST(VideoChain, GoesOnAfterAFailure) {
     Host::VideoChain chain;
     chain.Append(Make(By::Stream, Double));

@@ -1,0 +1,152 @@
+#include "Host/FrameFit.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Wrappers/FrameFields.h"
+#include "Proc/Wrappers/SafeFrame.h"
+#include "Proc/Wrappers/SafeSwsContext.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/pixfmt.h>
+}
+
+namespace Tarsel::Host {
+namespace {
+
+using Conf::PixFmt;
+using Conf::PixFmtDescription;
+
+bool IsPlanarYuv(PixFmtDescription const& format) {
+    // One component a plane: a row is repeated, and a sample, without knowing what lies beside it.
+    int const components = (format.GetName().starts_with("gray") ? 1 : 3) + (format.HasAlpha() ? 1 : 0);
+    return !format.IsRgb() && (format.GetFlags() & PixFmtDescription::Palette) == 0 &&
+           format.GetPlaneCount() == components;
+}
+
+PixFmt ChoosePlanarYuv(PixFmt format) {
+    static std::vector<PixFmt> const candidates{PixFmt::YUV420P, PixFmt::YUV422P, PixFmt::YUV444P};
+    // RGB has colour at every pixel, and so has a palette.
+    auto const& description = PixFmtDescription::Find(format);
+    if (description.IsRgb() || (description.GetFlags() & PixFmtDescription::Palette) != 0)
+        return PixFmt::YUV444P;
+    return FindBestPixelFormatOfList(candidates, format, false, nullptr);
+}
+
+SP<Proc::DataVideoFF> MakeLike(Proc::IDataVideo const& model, Conf::ColorSpace const& space,
+                               PictureForm const& form) {
+    Proc::SafeFrame frame;
+    frame->format = static_cast<int>(form.format);
+    frame->width = static_cast<int>(form.width);
+    frame->height = static_cast<int>(form.height);
+    frame.AllocateBuffers();
+    frame.CopyProperties(*model.GetAVFrame());
+    Proc::SetFrameColorSpace(*frame, space);
+    Conf::FrameInfo info = model.GetFrameInfo();
+    info.width = form.width;
+    info.height = form.height;
+    return MakeSP<Proc::DataVideoFF>(std::move(frame), info);
+}
+
+void Convert(Proc::IDataVideo const& from, Proc::IDataVideo& to) {
+    PictureForm const in = GetForm(from);
+    PictureForm const out = GetForm(to);
+    Proc::SafeSwsContext({{in.width, in.height, in.format, from.GetColorSpace()},
+                          {out.width, out.height, out.format, to.GetColorSpace()}})
+        .Scale(*from.GetAVFrame(), *to.GetAVFrame());
+}
+
+/// Fills `to`, which is no smaller than `from` in any direction, by repeating the last sample and row.
+void CopyRepeatingEdges(Proc::ReadOnlyPlane const& from, Proc::WritablePlane const& to, std::size_t sample) {
+    for (std::uint32_t y = 0; y < to.rows; ++y) {
+        std::uint8_t const* const source =
+            from.data + static_cast<std::ptrdiff_t>(std::min(y, from.rows - 1)) * from.lineSize;
+        std::uint8_t* const target = to.data + static_cast<std::ptrdiff_t>(y) * to.lineSize;
+        std::memcpy(target, source, from.rowBytes);
+        for (std::size_t x = from.rowBytes; x < to.rowBytes; x += sample)
+            std::memcpy(target + x, target + x - sample, sample);
+    }
+}
+
+} // namespace
+
+PictureForm GetForm(Proc::IDataVideo const& frame) {
+    Conf::FrameInfo const info = frame.GetFrameInfo();
+    return {frame.GetPixelFormat(), info.width, info.height};
+}
+
+std::optional<FrameFit> FrameFit::Make(Proc::EffectTraits const& traits, PictureForm const& form) {
+    PictureForm inner = form;
+    if (traits.takes == Proc::Takes::PlanarYuv && !IsPlanarYuv(PixFmtDescription::Find(form.format)))
+        inner.format = ChoosePlanarYuv(form.format);
+    if (traits.evenSize) {
+        inner.width += inner.width % 2;
+        inner.height += inner.height % 2;
+    }
+    if (inner == form)
+        return std::nullopt;
+    return FrameFit(form, inner);
+}
+
+SP<Proc::IDataVideo> FrameFit::Fit(Proc::IDataVideo const& frame) {
+    m_outerSpace = frame.GetColorSpace();
+    SP<Proc::IDataVideo> converted;
+    Proc::IDataVideo const* source = &frame;
+    if (m_inner.format != m_outer.format) {
+        // All of the range, so that RGB comes back as it was as nearly as 8 bits allow.
+        Conf::ColorSpace space = m_outerSpace;
+        if (PixFmtDescription::Find(m_outer.format).IsFullRange(space))
+            space.range = AVCOL_RANGE_JPEG;
+        if (space.matrix == AVCOL_SPC_RGB)
+            space.matrix = AVCOL_SPC_UNSPECIFIED;
+        converted = MakeLike(frame, space, {m_inner.format, m_outer.width, m_outer.height});
+        Convert(frame, *converted);
+        source = converted.get();
+    }
+    if (m_inner.width == m_outer.width && m_inner.height == m_outer.height)
+        return converted;
+
+    SP<Proc::IDataVideo> const padded = MakeLike(frame, source->GetColorSpace(), m_inner);
+    auto const& format = PixFmtDescription::Find(m_inner.format);
+    std::size_t const sample = format.GetDepth() > 16 ? 4 : format.GetDepth() > 8 ? 2 : 1;
+    for (int plane = 0; plane < format.GetPlaneCount(); ++plane)
+        CopyRepeatingEdges(source->GetReadOnlyPlane(plane), padded->GetWritablePlane(plane), sample);
+    return padded;
+}
+
+SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) const {
+    // Cutting off at the right and below is a matter of the size alone.
+    Proc::SafeFrame frame = Proc::SafeFrame::Reference(*result->GetAVFrame());
+    frame->width = static_cast<int>(m_outer.width);
+    frame->height = static_cast<int>(m_outer.height);
+    Conf::FrameInfo info = result->GetFrameInfo();
+    info.width = m_outer.width;
+    info.height = m_outer.height;
+    SP<Proc::IDataVideo> const cut = MakeSP<Proc::DataVideoFF>(std::move(frame), info);
+    if (m_outer.format == m_inner.format || cut->GetPixelFormat() == m_outer.format)
+        return cut;
+    // The scaler writes no palettes: what became RGB stays so.
+    PictureForm outer = m_outer;
+    if (outer.format == PixFmt::PAL8)
+        outer.format = PixFmt::RGBA;
+    SP<Proc::IDataVideo> const restored = MakeLike(*cut, m_outerSpace, outer);
+    Convert(*cut, *restored);
+    return restored;
+}
+
+std::string FrameFit::Describe() const {
+    auto const name = [](PictureForm const& form) {
+        return fmt::format("{} {}x{}", PixFmtDescription::Find(form.format).GetName(), form.width,
+                           form.height);
+    };
+    return fmt::format("{} as {} and back", name(m_outer), name(m_inner));
+}
+
+} // namespace Tarsel::Host

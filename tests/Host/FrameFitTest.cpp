@@ -1,0 +1,206 @@
+#include "Conf/FormatCodecVideo.h"
+#include "Conf/PixFmtDescription.h"
+#include "Host/Doubles.h"
+#include "Host/VideoChain.h"
+#include "Proc/Interfaces/IEffectDetails.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+/// Frames around effects that say which ones they take.
+using namespace Tarsel;
+using namespace Tarsel::HostTest;
+using Conf::PixFmt;
+using Conf::PixFmtDescription;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr Proc::EffectTraits s_traits{
+    .summary = "wants even planar YUV", .takes = Proc::Takes::PlanarYuv, .evenSize = true};
+
+/// Holds one frame back and keeps what it was fed.
+class Choosy : public StreamEffect, public Proc::IEffectDetailsVideo {
+public:
+    Choosy()
+        : StreamEffect("choosy", [this](SP<Proc::IDataVideo> const& frame, Frames& ready) {
+              if (m_held)
+                  ready.push_back(std::exchange(m_held, {}));
+              m_held = frame;
+              if (frame)
+                  m_fed.push_back(frame);
+          }) {}
+
+    Proc::EffectTraits const& GetTraits() const noexcept override { return s_traits; }
+    std::string Describe(Conf::IFormatCodecVideo const&) const override { return {}; }
+    void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) override {
+        Conf::FrameInfo const info = format->GetFrameInfo();
+        EXPECT_EQ(info.width % 2 + info.height % 2, 0U);
+    }
+
+    SP<Proc::IDataVideo> m_held;
+    std::vector<SP<Proc::IDataVideo>> m_fed;
+};
+
+PixFmt ByName(char const* name) {
+    return PixFmtDescription::FindByName(name).value();
+}
+
+/// A soft ramp in every component, alpha opaque.
+SP<Proc::IDataVideo> MakeRamp(PixFmt format, std::uint32_t width, std::uint32_t height) {
+    auto const frame =
+        MakeSP<Proc::DataVideoFF>(Conf::ColorSpace{}, format, Conf::FrameInfo{width, height, 4, 3});
+    frame->SetTime(77);
+    frame->SetDuration(5);
+    bool const hasAlpha = PixFmtDescription::Find(format).HasAlpha();
+    for (int index = 0; index < PixFmtDescription::Find(format).GetPlaneCount(); ++index) {
+        Proc::WritablePlane const plane = frame->GetWritablePlane(index);
+        for (std::uint32_t y = 0; y < plane.rows; ++y)
+            for (std::size_t x = 0; x < plane.rowBytes; ++x)
+                plane.data[y * plane.lineSize + static_cast<std::ptrdiff_t>(x)] =
+                    hasAlpha && x % 4 == 3 ? 255 : static_cast<std::uint8_t>(60 + x / 4 * 3 + x % 4 * 20 + y);
+    }
+    return frame;
+}
+
+/// The largest difference of two frames of one form.
+int GetDistance(Proc::IDataVideo const& a, Proc::IDataVideo const& b) {
+    int largest = 0;
+    for (int index = 0; index < PixFmtDescription::Find(a.GetPixelFormat()).GetPlaneCount(); ++index) {
+        auto const one = a.GetReadOnlyPlane(index);
+        auto const two = b.GetReadOnlyPlane(index);
+        EXPECT_EQ(one.rowBytes, two.rowBytes);
+        EXPECT_EQ(one.rows, two.rows);
+        for (std::uint32_t y = 0; y < one.rows; ++y)
+            for (std::ptrdiff_t x = 0; x < static_cast<std::ptrdiff_t>(one.rowBytes); ++x)
+                largest = std::max(largest,
+                                   std::abs(one.data[y * one.lineSize + x] - two.data[y * two.lineSize + x]));
+    }
+    return largest;
+}
+
+struct Case {
+    PixFmt format;
+    std::uint32_t width;
+    std::uint32_t height;
+    PixFmt fed;
+    /// What two conversions between 8-bit formats may cost.
+    int distance;
+};
+
+TEST(FrameFit, BringsFramesThereAndBack) {
+    Case const cases[] = {
+        {PixFmt::YUV420P, 16, 8, PixFmt::YUV420P, 0},
+        {PixFmt::YUV420P, 17, 9, PixFmt::YUV420P, 0},
+        {PixFmt::YUV444P, 1, 1, PixFmt::YUV444P, 0},
+        {ByName("yuv420p10le"), 17, 8, ByName("yuv420p10le"), 0},
+        {PixFmt::RGB24, 16, 8, PixFmt::YUV444P, 3},
+        {PixFmt::RGBA, 17, 9, PixFmt::YUV444P, 3},
+        {PixFmt::NV12, 16, 8, PixFmt::YUV420P, 0},
+        {ByName("yuyv422"), 16, 8, PixFmt::YUV422P, 0},
+    };
+    for (Case const& each : cases) {
+        SCOPED_TRACE(PixFmtDescription::Find(each.format).GetName());
+        auto const effect = MakeSP<Choosy>();
+        Host::VideoChain chain;
+        chain.Append(effect);
+        auto const frame = MakeRamp(each.format, each.width, each.height);
+        chain.Feed(frame);
+        chain.End();
+        auto const result = chain.Take();
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->GetPixelFormat(), each.format);
+        EXPECT_EQ(result->GetFrameInfo(), frame->GetFrameInfo());
+        EXPECT_EQ(result->GetColorSpace(), frame->GetColorSpace());
+        EXPECT_EQ(result->GetTime(), 77);
+        EXPECT_EQ(result->GetDuration(), 5);
+        EXPECT_LE(GetDistance(*result, *frame), each.distance);
+
+        Conf::FrameInfo const fed = effect->m_fed.at(0)->GetFrameInfo();
+        EXPECT_EQ(effect->m_fed[0]->GetPixelFormat(), each.fed);
+        EXPECT_EQ(std::pair(fed.width, fed.height),
+                  std::pair(each.width + each.width % 2, each.height + each.height % 2));
+        EXPECT_EQ(effect->m_fed[0] == frame, each.fed == each.format && fed == frame->GetFrameInfo());
+    }
+}
+
+TEST(FrameFit, RepeatsTheEdge) {
+    auto const effect = MakeSP<Choosy>();
+    Host::VideoChain chain;
+    chain.Append(effect);
+    auto const frame = MakeRamp(PixFmt::YUV444P, 3, 3);
+    chain.Feed(frame);
+    for (int index = 0; index < 3; ++index) {
+        auto const in = frame->GetReadOnlyPlane(index);
+        auto const fed = effect->m_fed.at(0)->GetReadOnlyPlane(index);
+        for (std::ptrdiff_t y = 0; y < 4; ++y)
+            for (std::ptrdiff_t x = 0; x < 4; ++x)
+                EXPECT_EQ(
+                    fed.data[y * fed.lineSize + x],
+                    in.data[std::min<std::ptrdiff_t>(y, 2) * in.lineSize + std::min<std::ptrdiff_t>(x, 2)]);
+    }
+}
+
+TEST(FrameFit, GivesWhatWasHeldBackInItsOwnForm) {
+    Host::VideoChain chain;
+    chain.Append(MakeSP<Choosy>());
+    struct Form {
+        PixFmt format;
+        std::uint32_t width;
+    };
+    std::vector<Form> const forms{{PixFmt::RGB24, 15},
+                                  {PixFmt::RGB24, 15},
+                                  {PixFmt::YUV420P, 15},
+                                  {PixFmt::YUV420P, 16},
+                                  {PixFmt::RGBA, 16}};
+    for (Form const& form : forms)
+        chain.Feed(MakeRamp(form.format, form.width, 8));
+    chain.End();
+    for (Form const& form : forms) {
+        auto const result = chain.Take();
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->GetPixelFormat(), form.format);
+        EXPECT_EQ(result->GetFrameInfo().width, form.width);
+    }
+    EXPECT_FALSE(chain.Take());
+}
+
+TEST(FrameFit, IsToldToTheUser) {
+    Host::VideoChain chain;
+    chain.Append(MakeSP<Choosy>());
+    chain.Feed(MakeRamp(PixFmt::YUV420P, 16, 8));
+    EXPECT_THAT(chain.GetNotes(), IsEmpty());
+    for (int i = 0; i < 2; ++i)
+        chain.Feed(MakeRamp(PixFmt::RGB24, 15, 9));
+    EXPECT_THAT(chain.GetNotes(),
+                ElementsAre("step 1 (choosy) works on frames of rgb24 15x9 as yuv444p 16x10 and back"));
+
+    SP<Conf::IFormatCodecVideo> format =
+        MakeSP<Conf::FormatCodecVideo>(PixFmt::RGB24, Conf::FrameInfo{15, 9, 1, 1});
+    chain.UpdateFormatCodec(format);
+    EXPECT_EQ(format->GetPixelFormat(), PixFmt::RGB24);
+    EXPECT_EQ(format->GetFrameInfo().width, 15U);
+}
+
+TEST(VideoChain, TellsLossesOnce) {
+    Host::VideoChain chain;
+    chain.Append(MakeSP<StreamEffect>("flatten", [](SP<Proc::IDataVideo> const& frame, Frames& ready) {
+        if (frame)
+            ready.push_back(MakeRamp(PixFmt::YUV420P, 4, 4));
+    }));
+    for (PixFmt const format : {PixFmt::YUV420P, PixFmt::YUVA420P, PixFmt::YUVA420P, ByName("yuv420p10le")})
+        chain.Feed(MakeRamp(format, 4, 4));
+    EXPECT_THAT(chain.GetNotes(),
+                ElementsAre("step 1 (flatten) drops alpha: yuva420p becomes yuv420p",
+                            "step 1 (flatten) drops depth, 10 bits to 8: yuv420p10le becomes yuv420p"));
+}
+
+} // namespace
