@@ -12,13 +12,13 @@
 
 namespace Tarsel::Media {
 
-/// Hands items from some threads to another and holds the givers back while it is full. Any thread.
+/// Hands items from one thread to another and holds the giver back while it is full. Any thread.
 template <class T>
 class BoundedQueue {
 public:
-    /// At most `capacity` items wait; every one of the `producers` closes once. `stop` ends all waiting.
-    BoundedQueue(std::size_t capacity, int producers, std::stop_token stop)
-        : m_capacity(capacity), m_producers(producers), m_stop(std::move(stop)) {}
+    /// At most `capacity` items wait. `stop` ends all waiting.
+    BoundedQueue(std::size_t capacity, std::stop_token stop)
+        : m_capacity(capacity), m_stop(std::move(stop)) {}
 
     /// Waits for room. Stopped.
     void Push(T item) {
@@ -30,21 +30,21 @@ public:
         m_hasItems.notify_one();
     }
 
-    /// This producer has no more.
+    /// There are no more.
     void Close() {
         {
             std::lock_guard const lock(m_mutex);
-            --m_producers;
+            m_closed = true;
         }
         m_hasItems.notify_all();
     }
 
-    /// Waits for an item; nothing when all producers have closed and all items are taken. Stopped.
+    /// Waits for an item; nothing when the queue has been closed and all items are taken. Stopped.
     std::optional<T> Pop() {
         std::optional<T> item;
         {
             std::unique_lock lock(m_mutex);
-            Wait(lock, m_hasItems, [this] { return !m_items.empty() || m_producers == 0; });
+            Wait(lock, m_hasItems, [this] { return !m_items.empty() || m_closed; });
             if (m_items.empty())
                 return item;
             item.emplace(std::move(m_items.front()));
@@ -63,7 +63,7 @@ private:
     }
 
     std::size_t m_capacity;
-    int m_producers;
+    bool m_closed = false;
     std::stop_token m_stop;
     std::mutex m_mutex;
     std::condition_variable_any m_hasRoom;

@@ -8,12 +8,12 @@ namespace Tarsel::Media {
 namespace {
 
 /// Further ahead is a jump, not a gap.
-constexpr std::int64_t LONGEST_GAP = 10000000;
+constexpr std::int64_t s_longestGap = 10000000;
 /// Further back is a jump, not a rounded time.
-constexpr std::int64_t LARGEST_STEP_BACK = 100000;
+constexpr std::int64_t s_largestStepBack = 100000;
 
 bool IsJump(std::int64_t expected, std::int64_t time) noexcept {
-    return time - expected > LONGEST_GAP || expected - time > LARGEST_STEP_BACK;
+    return time - expected > s_longestGap || expected - time > s_largestStepBack;
 }
 
 } // namespace

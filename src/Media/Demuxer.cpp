@@ -2,11 +2,12 @@
 
 #include "Core/Throw.h"
 #include "Media/FFmpegRatio.h"
-#include "Media/FFmpegText.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
 #include "Media/Stopped.h"
 #include "Media/TimeMap.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
 
@@ -23,9 +24,9 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* FILE_NAME = "Media/Demuxer";
+constexpr char const* s_file = "Media/Demuxer";
 /// After this many unreadable packets in a row the rest is given up.
-constexpr int MOST_DAMAGED_IN_A_ROW = 100;
+constexpr int s_mostDamagedInARow = 100;
 
 bool IsCoverStream(AVStream const& stream) noexcept {
     return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
@@ -58,9 +59,10 @@ void Demuxer::Open() {
         if (m_stop.stop_requested())
             throw Stopped();
         if (error < 0)
-            Core::Throw<InputException>({FILE_NAME, "void Tarsel::Media::Demuxer::Open()"},
-                                        fmt::format("Cannot open {}: {}", Quote(m_path), GetErrorText(error)),
-                                        Proc::TagFFmpegError(error));
+            Core::Throw<InputException>(
+                {s_file, "void Tarsel::Media::Demuxer::Open()"},
+                fmt::format("Cannot open {}: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
+                Proc::TagFFmpegError(error));
     };
     AVIOInterruptCB const interrupt{&Demuxer::IsInterrupted, this};
     AVIOContext* file = nullptr;
@@ -84,7 +86,7 @@ void Demuxer::Open() {
 
 int Demuxer::FindPicture() const {
     auto const fail = [this](std::string const& reason) {
-        Core::Throw<InputException>({FILE_NAME, "int Tarsel::Media::Demuxer::FindPicture() const"},
+        Core::Throw<InputException>({s_file, "int Tarsel::Media::Demuxer::FindPicture() const"},
                                     fmt::format("{} {}", Quote(m_path), reason));
     };
     int const best = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
@@ -150,10 +152,10 @@ bool Demuxer::Read(AVPacket& packet) {
             return false;
         if (error != AVERROR_INVALIDDATA)
             Core::Throw<InputException>(
-                {FILE_NAME, "bool Tarsel::Media::Demuxer::Read(AVPacket &)"},
-                fmt::format("Cannot read {} further: {}", Quote(m_path), GetErrorText(error)),
+                {s_file, "bool Tarsel::Media::Demuxer::Read(AVPacket &)"},
+                fmt::format("Cannot read {} further: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
                 Proc::TagFFmpegError(error));
-        if (++damaged > MOST_DAMAGED_IN_A_ROW) {
+        if (++damaged > s_mostDamagedInARow) {
             m_brokeOff = true;
             return false;
         }

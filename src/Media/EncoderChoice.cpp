@@ -1,10 +1,10 @@
 #include "Media/EncoderChoice.h"
 
+#include "Core/NearNames.h"
 #include "Core/Throw.h"
-#include "Media/FFmpegText.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
-#include "Media/NearNames.h"
+#include "Media/MessageText.h"
 
 #include <fmt/format.h>
 
@@ -23,7 +23,7 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* FILE_NAME = "Media/EncoderChoice";
+constexpr char const* s_file = "Media/EncoderChoice";
 
 /// The usual encoders of containers, best first; others get FFmpeg's own choice.
 struct UsualEncoders {
@@ -31,7 +31,7 @@ struct UsualEncoders {
     std::array<char const*, 2> encoders;
 };
 
-constexpr UsualEncoders USUAL_ENCODERS[] = {
+constexpr UsualEncoders s_usualEncoders[] = {
     {"mp4", {"libx264", "mpeg4"}},         {"mov", {"libx264", "mpeg4"}}, {"ipod", {"libx264", "mpeg4"}},
     {"matroska", {"libx264", "mpeg4"}},    {"flv", {"libx264", "flv"}},   {"f4v", {"libx264", nullptr}},
     {"mpegts", {"libx264", "mpeg2video"}}, {"3gp", {"libx264", "mpeg4"}}, {"3g2", {"libx264", "mpeg4"}},
@@ -48,7 +48,7 @@ struct Defaults {
 
 /// Constant quality, so that the number of bits follows the picture: what each encoder's makers advise for
 /// "visually lossless". The effort is each encoder's medium.
-constexpr Defaults DEFAULTS[] = {
+constexpr Defaults s_defaults[] = {
     {"libx264", "preset", "medium", false},
     {"libx264", "crf", "18", true},
     {"libx264rgb", "preset", "medium", false},
@@ -72,18 +72,19 @@ constexpr Defaults DEFAULTS[] = {
 };
 
 /// Codecs with a quantiser scale. 2, in FFmpeg's unit of 1/118, is next to their finest.
-constexpr AVCodecID QUANTISER_CODECS[] = {
+constexpr AVCodecID s_quantiserCodecs[] = {
     AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_MPEG4, AV_CODEC_ID_MSMPEG4V2,
     AV_CODEC_ID_MSMPEG4V3,  AV_CODEC_ID_MJPEG,      AV_CODEC_ID_FLV1,  AV_CODEC_ID_H263,
     AV_CODEC_ID_H263P,      AV_CODEC_ID_WMV1,       AV_CODEC_ID_WMV2,  AV_CODEC_ID_SVQ1,
 };
-constexpr Defaults QUANTISER_DEFAULTS[] = {{"", "flags", "+qscale", true},
-                                           {"", "global_quality", "236", true}};
+constexpr Defaults s_quantiserDefaults[] = {{"", "flags", "+qscale", true},
+                                            {"", "global_quality", "236", true}};
 /// Theora counts the other way: 10 is the best.
-constexpr Defaults THEORA_DEFAULTS[] = {{"", "flags", "+qscale", true}, {"", "global_quality", "1180", true}};
+constexpr Defaults s_theoraDefaults[] = {{"", "flags", "+qscale", true},
+                                         {"", "global_quality", "1180", true}};
 
 /// Options by which a user sets the quality or the rate.
-constexpr std::string_view QUALITY_KEYS[] = {
+constexpr std::string_view s_qualityKeys[] = {
     "b",           "crf",      "cqp",         "global_quality", "lossless",
     "qp",          "qmin",     "qmax",        "quality",        "rc",
     "x264-params", "x264opts", "x265-params", "svtav1-params",  "aom-params"};
@@ -111,7 +112,7 @@ std::vector<std::string> ListVideoEncoders() {
 }
 
 [[noreturn]] void ThrowNoEncoder(std::string const& description) {
-    Core::Throw<OptionsException>({FILE_NAME,
+    Core::Throw<OptionsException>({s_file,
                                    "const AVCodec &Tarsel::Media::ChooseEncoder(const Container &, const "
                                    "std::filesystem::path &, const std::string &)"},
                                   description);
@@ -120,8 +121,8 @@ std::vector<std::string> ListVideoEncoders() {
 AVCodec const& FindNamedEncoder(std::string const& name) {
     AVCodec const* const encoder = avcodec_find_encoder_by_name(name.c_str());
     if (encoder == nullptr)
-        ThrowNoEncoder(
-            fmt::format("There is no encoder \"{}\"{}", name, NearNamesText(name, ListVideoEncoders())));
+        ThrowNoEncoder(fmt::format("There is no encoder \"{}\"{}", name,
+                                   Core::NearNamesText(name, ListVideoEncoders())));
     if (encoder->type != AVMEDIA_TYPE_VIDEO)
         ThrowNoEncoder(fmt::format("The encoder \"{}\" is not for pictures", name));
     if (!WorksInOrdinaryMemory(*encoder))
@@ -130,7 +131,7 @@ AVCodec const& FindNamedEncoder(std::string const& name) {
 }
 
 AVCodec const* FindUsualEncoder(Container const& container, std::filesystem::path const& output) {
-    for (UsualEncoders const& usual : USUAL_ENCODERS)
+    for (UsualEncoders const& usual : s_usualEncoders)
         if (usual.container == container.format->name)
             for (char const* name : usual.encoders)
                 if (AVCodec const* const encoder =
@@ -156,7 +157,7 @@ AVCodecID GetStillCodec(std::filesystem::path const& output) {
 Container ChooseContainer(std::filesystem::path const& output) {
     auto const fail = [&](std::string const& reason) {
         Core::Throw<OptionsException>(
-            {FILE_NAME, "Container Tarsel::Media::ChooseContainer(const std::filesystem::path &)"},
+            {s_file, "Container Tarsel::Media::ChooseContainer(const std::filesystem::path &)"},
             fmt::format("Cannot write {}: {}", Quote(output), reason));
     };
     AVOutputFormat const* format = av_guess_format(nullptr, output.filename().c_str(), nullptr);
@@ -199,20 +200,20 @@ bool CanHold(Container const& container, std::filesystem::path const& output, in
 }
 
 bool CanHoldCover(AVOutputFormat const& format) {
-    constexpr std::string_view NAMES[] = {"matroska", "mp3", "flac", "aiff"};
+    constexpr std::string_view names[] = {"matroska", "mp3", "flac", "aiff"};
     return IsMovFamily(format) ||
-           std::find(std::begin(NAMES), std::end(NAMES), format.name) != std::end(NAMES);
+           std::find(std::begin(names), std::end(names), format.name) != std::end(names);
 }
 
 bool IsMovFamily(AVOutputFormat const& format) {
-    constexpr std::string_view NAMES[] = {"mov", "mp4", "ipod", "3gp", "3g2", "psp", "ismv", "f4v"};
-    return std::find(std::begin(NAMES), std::end(NAMES), format.name) != std::end(NAMES);
+    constexpr std::string_view names[] = {"mov", "mp4", "ipod", "3gp", "3g2", "psp", "ismv", "f4v"};
+    return std::find(std::begin(names), std::end(names), format.name) != std::end(names);
 }
 
 EncoderOptions ChooseDefaults(AVCodec const& encoder, EncoderOptions const& users) {
     bool const hasQuality = std::any_of(users.begin(), users.end(), [](auto const& option) {
-        return std::find(std::begin(QUALITY_KEYS), std::end(QUALITY_KEYS), option.first) !=
-               std::end(QUALITY_KEYS);
+        return std::find(std::begin(s_qualityKeys), std::end(s_qualityKeys), option.first) !=
+               std::end(s_qualityKeys);
     });
     EncoderOptions options;
     auto const add = [&](std::span<Defaults const> rows) {
@@ -220,12 +221,12 @@ EncoderOptions ChooseDefaults(AVCodec const& encoder, EncoderOptions const& user
             if ((row.encoder.empty() || row.encoder == encoder.name) && !(row.isQuality && hasQuality))
                 options.emplace_back(row.key, row.value);
     };
-    add(DEFAULTS);
-    if (std::find(std::begin(QUANTISER_CODECS), std::end(QUANTISER_CODECS), encoder.id) !=
-        std::end(QUANTISER_CODECS))
-        add(QUANTISER_DEFAULTS);
+    add(s_defaults);
+    if (std::find(std::begin(s_quantiserCodecs), std::end(s_quantiserCodecs), encoder.id) !=
+        std::end(s_quantiserCodecs))
+        add(s_quantiserDefaults);
     if (encoder.id == AV_CODEC_ID_THEORA)
-        add(THEORA_DEFAULTS);
+        add(s_theoraDefaults);
     return options;
 }
 

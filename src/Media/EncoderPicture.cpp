@@ -16,30 +16,6 @@ namespace {
 
 using Conf::PixFmt;
 
-/// The formats that were made for full range alone, and those that mean the same with a range beside them.
-constexpr struct {
-    PixFmt full;
-    PixFmt plain;
-} FULL_RANGE_FORMATS[] = {
-    {PixFmt::YUVJ420P, PixFmt::YUV420P}, {PixFmt::YUVJ422P, PixFmt::YUV422P},
-    {PixFmt::YUVJ444P, PixFmt::YUV444P}, {PixFmt::YUVJ440P, PixFmt::YUV440P},
-    {PixFmt::YUVJ411P, PixFmt::YUV411P},
-};
-
-PixFmt ToPlain(PixFmt format) noexcept {
-    for (auto const& row : FULL_RANGE_FORMATS)
-        if (row.full == format)
-            return row.plain;
-    return format;
-}
-
-PixFmt ToFull(PixFmt format) noexcept {
-    for (auto const& row : FULL_RANGE_FORMATS)
-        if (row.plain == format)
-            return row.full;
-    return format;
-}
-
 bool Contains(std::vector<PixFmt> const& formats, PixFmt format) {
     return std::find(formats.begin(), formats.end(), format) != formats.end();
 }
@@ -56,7 +32,7 @@ std::vector<PixFmt> ListCandidates(PixFmt format, std::uint32_t width, std::uint
                                    EncoderRules const& rules) {
     std::vector<PixFmt> candidates;
     for (PixFmt const listed : rules.formats) {
-        PixFmt const plain = ToPlain(listed);
+        PixFmt const plain = Conf::WithoutFixedRange(listed);
         bool const possible =
             plain == format || sws_isSupportedOutput(static_cast<AVPixelFormat>(plain)) != 0;
         if (possible && !Contains(candidates, plain) &&
@@ -95,7 +71,7 @@ bool IsGray(PixFmt format) {
 
 EncoderPicture ChoosePicture(PixFmt format, Conf::ColorSpace const& space, std::uint32_t width,
                              std::uint32_t height, EncoderRules const& rules) {
-    PixFmt const from = ToPlain(format);
+    PixFmt const from = Conf::WithoutFixedRange(format);
     Conf::ColorSpace fromSpace = space;
     if (from != format)
         fromSpace.range = AVCOL_RANGE_JPEG;
@@ -129,8 +105,9 @@ EncoderPicture ChoosePicture(PixFmt format, Conf::ColorSpace const& space, std::
     bool const sameMatrix = IsGray(from) || IsGray(picture.format) || IsRgb(from) || toRgb ||
                             IsSameMatrix(fromSpace.matrix, picture.space.matrix);
     picture.isConverted = picture.format != from || !sameRange || !sameMatrix;
-    if (!Contains(rules.formats, picture.format) && Contains(rules.formats, ToFull(picture.format)))
-        picture.format = ToFull(picture.format);
+    if (!Contains(rules.formats, picture.format) &&
+        Contains(rules.formats, Conf::WithFullRange(picture.format)))
+        picture.format = Conf::WithFullRange(picture.format);
     return picture;
 }
 

@@ -1,13 +1,13 @@
 #include "Media/EncoderSettings.h"
 
+#include "Core/NearNames.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
 #include "Media/FFmpegOwners.h"
-#include "Media/FFmpegText.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
-#include "Media/NearNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
 
@@ -25,17 +25,38 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* FILE_NAME = "Media/EncoderSettings";
+constexpr char const* s_file = "Media/EncoderSettings";
 
 /// Codecs whose streams say whether values use their full range.
-constexpr AVCodecID CODECS_WITH_RANGE[] = {AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_VP9,
+constexpr AVCodecID s_codecsWithRange[] = {AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_VP9,
                                            AV_CODEC_ID_AV1};
 /// Codecs that know a constant frame rate only.
-constexpr AVCodecID CODECS_WITH_CONSTANT_RATE[] = {
+constexpr AVCodecID s_codecsWithConstantRate[] = {
     AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_THEORA,    AV_CODEC_ID_H261,
     AV_CODEC_ID_H263,       AV_CODEC_ID_H263P,      AV_CODEC_ID_MSMPEG4V2, AV_CODEC_ID_MSMPEG4V3,
     AV_CODEC_ID_DVVIDEO,    AV_CODEC_ID_DNXHD,
 };
+
+/// An encoder that takes neither threads nor log level from FFmpeg, but in an option of its own: a list
+/// "key=value:key=value", the later of two the same winning.
+struct OwnWays {
+    std::string_view encoder;
+    char const* option;
+    /// What makes it silent.
+    std::string_view silence;
+    std::string_view threadsKey;
+    /// For a single thread.
+    std::string_view oneThread;
+};
+
+constexpr OwnWays s_ownWays[] = {{"libx265", "x265-params", "log-level=error", "pools", "none"},
+                                 {"libsvtav1", "svtav1-params", "", "lp", "1"}};
+
+/// Whether the encoder has the option: old releases may not.
+bool HasOption(AVCodec const& encoder, char const* name) {
+    AVClass const* options = encoder.priv_class;
+    return av_opt_find(&options, name, nullptr, 0, AV_OPT_SEARCH_FAKE_OBJ) != nullptr;
+}
 
 template <class List>
 bool Contains(List const& list, AVCodecID codec) {
@@ -82,9 +103,9 @@ std::string LegalText(AVCodecContext const& context, AVOption const& option) {
                           option.type == AV_OPT_TYPE_FLOAT || option.type == AV_OPT_TYPE_DOUBLE ||
                           option.type == AV_OPT_TYPE_BOOL;
     // Beyond that an option has no bound but that of its type.
-    constexpr double BOUND = std::numeric_limits<int>::max();
+    constexpr double bound = std::numeric_limits<int>::max();
     if (isNumber && names.empty())
-        return option.max < BOUND ? fmt::format("; legal: {} to {}", option.min, option.max)
+        return option.max < bound ? fmt::format("; legal: {} to {}", option.min, option.max)
                                   : fmt::format("; legal: {} or more", option.min);
     return names.empty() ? names : "; legal: " + names;
 }
@@ -105,7 +126,7 @@ int TryOpen(AVCodec const& encoder, EncoderOptions const& options) {
     context->framerate = {25, 1};
     context->thread_count = 1;
     ApplyEncoderOptions(*context, ChooseDefaults(encoder, options));
-    ApplyEncoderOptions(*context, options);
+    ApplyEncoderOptions(*context, TameEncoder(encoder, options, context->thread_count));
     return avcodec_open2(context.get(), &encoder, nullptr);
 }
 
@@ -113,8 +134,8 @@ int TryOpen(AVCodec const& encoder, EncoderOptions const& options) {
 
 void ApplyEncoderOptions(AVCodecContext& context, EncoderOptions const& options) {
     auto const fail = [&](std::string const& description, int error) {
-        Core::Throw<OptionsException>({FILE_NAME, "void Tarsel::Media::ApplyEncoderOptions(AVCodecContext &, "
-                                                  "const EncoderOptions &)"},
+        Core::Throw<OptionsException>({s_file, "void Tarsel::Media::ApplyEncoderOptions(AVCodecContext &, "
+                                               "const EncoderOptions &)"},
                                       description, Proc::TagFFmpegError(error));
     };
     for (auto const& [key, value] : options) {
@@ -122,14 +143,35 @@ void ApplyEncoderOptions(AVCodecContext& context, EncoderOptions const& options)
             av_opt_find(&context, key.c_str(), nullptr, AV_OPT_FLAG_ENCODING_PARAM, AV_OPT_SEARCH_CHILDREN);
         if (option == nullptr)
             fail(fmt::format("The encoder \"{}\" has no option \"{}\"{}", context.codec->name, key,
-                             NearNamesText(key, ListOptions(context))),
+                             Core::NearNamesText(key, ListOptions(context))),
                  AVERROR_OPTION_NOT_FOUND);
         int const error = av_opt_set(&context, key.c_str(), value.c_str(), AV_OPT_SEARCH_CHILDREN);
         if (error < 0)
             fail(fmt::format("The encoder \"{}\" cannot take {}={}: {}{}", context.codec->name, key, value,
-                             GetErrorText(error), LegalText(context, *option)),
+                             Proc::GetFFmpegErrorText(error), LegalText(context, *option)),
                  error);
     }
+}
+
+EncoderOptions TameEncoder(AVCodec const& encoder, EncoderOptions options, int threads) {
+    auto const ways = std::ranges::find(s_ownWays, std::string_view(encoder.name), &OwnWays::encoder);
+    if (ways == std::end(s_ownWays) || !HasOption(encoder, ways->option))
+        return options;
+    std::string text(ways->silence);
+    if (threads > 0)
+        text += fmt::format("{}{}={}", text.empty() ? "" : ":", ways->threadsKey,
+                            threads == 1 ? std::string(ways->oneThread) : std::to_string(threads));
+    if (text.empty())
+        return options;
+    bool found = false;
+    for (auto& [key, value] : options)
+        if (key == ways->option) {
+            value = text + ':' + value;
+            found = true;
+        }
+    if (!found)
+        options.insert(options.begin(), {ways->option, text});
+    return options;
 }
 
 void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options) {
@@ -142,11 +184,11 @@ void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options) 
     if (error >= 0 || TryOpen(encoder, {}) < 0)
         return;
     Core::Throw<OptionsException>(
-        {FILE_NAME, "void Tarsel::Media::CheckEncoderOptions(const AVCodec &, const EncoderOptions &)"},
+        {s_file, "void Tarsel::Media::CheckEncoderOptions(const AVCodec &, const EncoderOptions &)"},
         fmt::format("The encoder \"{}\" does not open with {}: {}", encoder.name,
                     Core::Utils::ToString(
                         options, " ", [](auto const& option) { return option.first + "=" + option.second; }),
-                    GetErrorText(error)),
+                    Proc::GetFFmpegErrorText(error)),
         Proc::TagFFmpegError(error));
 }
 
@@ -158,20 +200,20 @@ EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& conta
     bool const containerSaysRange = name == "matroska" || name == "webm" || name == "mp4";
     rules.isJpeg = encoder.id == AV_CODEC_ID_MJPEG || encoder.id == AV_CODEC_ID_LJPEG;
     rules.isWebp = encoder.id == AV_CODEC_ID_WEBP;
-    rules.losesRange = !containerSaysRange && !Contains(CODECS_WITH_RANGE, encoder.id);
+    rules.losesRange = !containerSaysRange && !Contains(s_codecsWithRange, encoder.id);
     rules.wantsWholeChroma = encoder.id == AV_CODEC_ID_H264 || encoder.id == AV_CODEC_ID_HEVC;
     return rules;
 }
 
 Ratio ChooseEncoderTimeBase(int codec, Ratio wanted, Ratio frameRate) {
     // MPEG-4 part 2 stores the number of ticks a second in 16 bits.
-    constexpr std::int64_t MOST_MPEG4_TICKS = 65535;
+    constexpr std::int64_t mostMpeg4Ticks = 65535;
     auto const id = static_cast<AVCodecID>(codec);
-    bool const wantedFits = !Contains(CODECS_WITH_CONSTANT_RATE, id) &&
-                            (id != AV_CODEC_ID_MPEG4 || wanted.denominator <= MOST_MPEG4_TICKS);
+    bool const wantedFits = !Contains(s_codecsWithConstantRate, id) &&
+                            (id != AV_CODEC_ID_MPEG4 || wanted.denominator <= mostMpeg4Ticks);
     if (wantedFits)
         return wanted;
-    bool const rateFits = frameRate.numerator > 0 && frameRate.numerator <= MOST_MPEG4_TICKS;
+    bool const rateFits = frameRate.numerator > 0 && frameRate.numerator <= mostMpeg4Ticks;
     return rateFits ? Ratio{frameRate.denominator, frameRate.numerator} : Ratio{1, 25};
 }
 

@@ -2,11 +2,13 @@
 
 #include "Core/Throw.h"
 #include "Media/FFmpegRatio.h"
-#include "Media/FFmpegText.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
 #include "Media/OutputFile.h"
+#include "Media/TimeMap.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
 
@@ -35,6 +37,11 @@ Muxer::Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const&
              VideoEncoder const* encoder)
     : m_file(file), m_input(input), m_streams(MakeOutputStreams(format, input, encoder)),
       m_tracks(input.context->nb_streams) {
+    for (std::size_t i = 0; i < m_tracks.size(); ++i)
+        if (int const index = m_streams.indexes[i]; index >= 0) {
+            AVCodecID const codec = m_streams.context->streams[index]->codecpar->codec_id;
+            m_tracks[i].isWaitedFor = codec == AV_CODEC_ID_VP8 || codec == AV_CODEC_ID_VP9;
+        }
     m_streams.context->pb = file.GetIO();
     // Some muxers look at the name's extension.
     av_freep(&m_streams.context->url);
@@ -62,7 +69,10 @@ void Muxer::Write(AVPacket& packet, Ratio timeBase) {
     packet.stream_index = index;
     packet.pos = -1;
     FitTimes(packet, timeBase, track);
-    int const error = av_interleaved_write_frame(&context, &packet);
+    std::int64_t const time = ToTime(packet.dts, index);
+    int error = av_interleaved_write_frame(&context, &packet);
+    if (error >= 0 && HasWaitedEnough(time))
+        error = av_interleaved_write_frame(&context, nullptr);
     if (error == AVERROR_INVALIDDATA && static_cast<int>(source) != m_input.picture) {
         ++track.damaged;
         return;
@@ -91,6 +101,32 @@ void Muxer::FitTimes(AVPacket& packet, Ratio timeBase, Track& track) const {
     track.last = packet.dts;
 }
 
+/// In microseconds; AV_NOPTS_VALUE stays.
+std::int64_t Muxer::ToTime(std::int64_t ticks, int index) const {
+    return ticks == AV_NOPTS_VALUE
+               ? ticks
+               : ToMicroseconds(ticks, FromAV(m_streams.context->streams[index]->time_base));
+}
+
+/// FFmpeg keeps packets until every stream has one, for ten seconds of the film at most. But for VP8 and VP9
+/// it waits without end, and where the pictures stop before the sound it would keep all the rest in memory.
+bool Muxer::HasWaitedEnough(std::int64_t time) {
+    if (time == AV_NOPTS_VALUE)
+        return false;
+    if (!m_start)
+        m_start = time;
+    for (std::size_t i = 0; i < m_tracks.size(); ++i) {
+        Track const& track = m_tracks[i];
+        if (!track.isWaitedFor)
+            continue;
+        std::int64_t const reached =
+            track.last == INT64_MIN ? *m_start : ToTime(track.last, m_streams.indexes[i]);
+        if (time - reached > m_streams.context->max_interleave_delta)
+            return true;
+    }
+    return false;
+}
+
 void Muxer::Close() {
     Check("void Tarsel::Media::Muxer::Close()", av_write_trailer(m_streams.context.get()));
     m_file.Close();
@@ -100,7 +136,7 @@ void Muxer::Check(char const* signature, int error) const {
     if (error < 0)
         Core::Throw<OutputException>(
             {"Media/Muxer", signature},
-            fmt::format("Cannot write {}: {}", Quote(m_file.GetPath()), GetErrorText(error)),
+            fmt::format("Cannot write {}: {}", Quote(m_file.GetPath()), Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));
 }
 

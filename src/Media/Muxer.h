@@ -4,6 +4,7 @@
 #include "Media/OutputStreams.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,15 +38,21 @@ private:
         std::int64_t moved = 0;
         std::int64_t damaged = 0;
         bool isRounded = false;
+        /// FFmpeg waits for packets of this stream for ever.
+        bool isWaitedFor = false;
     };
 
     void FitTimes(AVPacket& packet, Ratio timeBase, Track& track) const;
+    std::int64_t ToTime(std::int64_t ticks, int index) const;
+    bool HasWaitedEnough(std::int64_t time);
     void Check(char const* signature, int error) const;
 
     OutputFile& m_file;
     InputStreams const& m_input;
     OutputStreams m_streams;
     std::vector<Track> m_tracks;
+    /// Of the first packet, in microseconds.
+    std::optional<std::int64_t> m_start;
 };
 
 } // namespace Tarsel::Media

@@ -1,9 +1,10 @@
 #include "Media/OutputFile.h"
 
 #include "Core/Throw.h"
-#include "Media/FFmpegText.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
 
@@ -31,13 +32,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char const* FILE_NAME = "Media/OutputFile";
+constexpr char const* s_file = "Media/OutputFile";
 /// Of most file systems.
-constexpr std::size_t LONGEST_NAME = 255;
+constexpr std::size_t s_longestName = 255;
 
 [[noreturn]] void ThrowCannotWrite(char const* signature, fs::path const& path, std::string const& reason,
                                    int error, Core::CodePoint at = Core::CodePoint::Here()) {
-    Core::Throw<OutputException>({FILE_NAME, signature, at},
+    Core::Throw<OutputException>({s_file, signature, at},
                                  fmt::format("Cannot write {}: {}", Quote(path), reason),
                                  Proc::TagFFmpegError(error));
 }
@@ -46,7 +47,7 @@ constexpr std::size_t LONGEST_NAME = 255;
 fs::path MakeTemporaryPath(fs::path const& target, std::uint32_t number) {
     std::string const tail = fmt::format(".tmp-{:08x}{}", number, target.extension().string());
     std::string stem = "." + target.stem().string();
-    stem.resize(std::min(stem.size(), LONGEST_NAME - std::min(tail.size(), LONGEST_NAME)));
+    stem.resize(std::min(stem.size(), s_longestName - std::min(tail.size(), s_longestName)));
     return target.parent_path() / (stem + tail);
 }
 
@@ -96,18 +97,18 @@ int RenameOver(fs::path const& from, fs::path const& to) {
 } // namespace
 
 OutputFile::OutputFile(fs::path path, bool overwrite) : m_path(std::move(path)), m_overwrite(overwrite) {
-    constexpr char const* SIGNATURE = "Tarsel::Media::OutputFile::OutputFile(std::filesystem::path, bool)";
-    constexpr int ATTEMPTS = 100;
+    constexpr char const* signature = "Tarsel::Media::OutputFile::OutputFile(std::filesystem::path, bool)";
+    constexpr int attempts = 100;
     std::error_code noLink;
     m_target = fs::is_symlink(m_path, noLink) ? fs::canonical(m_path, noLink) : m_path;
     std::random_device random;
     int error = EEXIST;
-    for (int attempt = 0; attempt < ATTEMPTS && error == EEXIST; ++attempt) {
+    for (int attempt = 0; attempt < attempts && error == EEXIST; ++attempt) {
         m_temporary = MakeTemporaryPath(m_target, static_cast<std::uint32_t>(random()));
         error = CreateNew(m_temporary);
     }
     if (error != 0)
-        ThrowCannotWrite(SIGNATURE, m_path, GetSystemErrorText(error), AVERROR(error));
+        ThrowCannotWrite(signature, m_path, GetSystemErrorText(error), AVERROR(error));
 
     AVIOContext* io = nullptr;
     int const opened =
@@ -115,7 +116,7 @@ OutputFile::OutputFile(fs::path path, bool overwrite) : m_path(std::move(path)),
     m_io.reset(io);
     if (opened < 0) {
         unlink(m_temporary.c_str());
-        ThrowCannotWrite(SIGNATURE, m_path, GetErrorText(opened), opened);
+        ThrowCannotWrite(signature, m_path, Proc::GetFFmpegErrorText(opened), opened);
     }
 }
 
@@ -131,7 +132,8 @@ void OutputFile::Close() {
     AVIOContext* io = m_io.release();
     int const closed = avio_closep(&io);
     if (int const error = written < 0 ? written : closed; error < 0)
-        ThrowCannotWrite("void Tarsel::Media::OutputFile::Close()", m_path, GetErrorText(error), error);
+        ThrowCannotWrite("void Tarsel::Media::OutputFile::Close()", m_path, Proc::GetFFmpegErrorText(error),
+                         error);
 }
 
 void OutputFile::Publish() {

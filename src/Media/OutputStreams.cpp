@@ -3,12 +3,12 @@
 #include "Core/Throw.h"
 #include "Media/EncoderChoice.h"
 #include "Media/FFmpegRatio.h"
-#include "Media/FFmpegText.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
 #include "Media/VideoEncoder.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
 
@@ -49,12 +49,13 @@ void RemoveContainerKeys(AVDictionary** metadata) {
 
 /// What described the pictures as they were encoded in the input.
 void RemoveEncodingKeys(AVDictionary** metadata) {
-    constexpr std::string_view STALE[] = {"alpha_mode", "encoder",         "rotate",      "BPS",
-                                          "DURATION",   "NUMBER_OF_BYTES", "_STATISTICS", "NUMBER_OF_FRAMES"};
+    constexpr std::string_view staleKeys[] = {"alpha_mode",  "encoder",         "rotate",
+                                              "BPS",         "DURATION",        "NUMBER_OF_BYTES",
+                                              "_STATISTICS", "NUMBER_OF_FRAMES"};
     std::vector<std::string> keys;
     AVDictionaryEntry const* entry = nullptr;
     while ((entry = av_dict_get(*metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr)
-        if (std::any_of(std::begin(STALE), std::end(STALE), [&](std::string_view stale) {
+        if (std::any_of(std::begin(staleKeys), std::end(staleKeys), [&](std::string_view stale) {
                 return av_strncasecmp(entry->key, stale.data(), stale.size()) == 0;
             }))
             keys.emplace_back(entry->key);
@@ -77,18 +78,18 @@ void CopyLightLevels(AVFrame const& frame, AVStream& to) {
 /// Side data of the input's picture stream that still hold for the pictures: all but the orientation, which
 /// has been dealt with, and what is part of the input's encoding.
 void CopyPictureSideData(AVStream const& from, AVStream& to) {
-    constexpr AVPacketSideDataType KEPT[] = {AV_PKT_DATA_STEREO3D, AV_PKT_DATA_SPHERICAL,
-                                             AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
-                                             AV_PKT_DATA_CONTENT_LIGHT_LEVEL};
-    for (AVPacketSideDataType const type : KEPT)
+    constexpr AVPacketSideDataType keptTypes[] = {AV_PKT_DATA_STEREO3D, AV_PKT_DATA_SPHERICAL,
+                                                  AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
+                                                  AV_PKT_DATA_CONTENT_LIGHT_LEVEL};
+    for (AVPacketSideDataType const type : keptTypes)
         if (auto const data = GetSideData(from, type); !data.empty())
             SetSideData(to, type, data);
 }
 
 /// Containers for a constant rate, which count in frames.
 bool CountsFrames(AVOutputFormat const& format) {
-    constexpr std::string_view NAMES[] = {"avi", "dv", "gxf", "mxf", "mxf_opatom", "ogg", "ogv"};
-    return std::find(std::begin(NAMES), std::end(NAMES), format.name) != std::end(NAMES);
+    constexpr std::string_view names[] = {"avi", "dv", "gxf", "mxf", "mxf_opatom", "ogg", "ogv"};
+    return std::find(std::begin(names), std::end(names), format.name) != std::end(names);
 }
 
 void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutputFormat const& format,
@@ -254,11 +255,12 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, VideoE
             selection[i] = false;
     }
     if (error < 0)
-        Core::Throw<OutputException>(
-            {"Media/OutputStreams", "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
-                                    "InputStreams &, const VideoEncoder *)"},
-            fmt::format("The container {} cannot take the pictures: {}", format.name, GetErrorText(error)),
-            Proc::TagFFmpegError(error));
+        Core::Throw<OutputException>({"Media/OutputStreams",
+                                      "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
+                                      "InputStreams &, const VideoEncoder *)"},
+                                     fmt::format("The container {} cannot take the pictures: {}", format.name,
+                                                 Proc::GetFFmpegErrorText(error)),
+                                     Proc::TagFFmpegError(error));
     return selection;
 }
 

@@ -1,8 +1,8 @@
 #include "Media/Paths.h"
 
 #include "Core/Throw.h"
-#include "Media/FFmpegText.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
 
 #include <fmt/format.h>
 

@@ -2,27 +2,25 @@
 
 #include "Core/Throw.h"
 #include "Host/VideoChain.h"
-#include "Media/BoundedQueue.h"
 #include "Media/EncoderSettings.h"
-#include "Media/FFmpegText.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
+#include "Media/OtherStreams.h"
 #include "Media/OutputFile.h"
 #include "Media/Paths.h"
+#include "Media/Pipeline.h"
 #include "Media/Progress.h"
 #include "Media/Source.h"
-#include "Media/Stages.h"
 #include "Media/Stopped.h"
 #include "Media/Writer.h"
 
 #include <fmt/format.h>
 
-#include <chrono>
 #include <cmath>
-#include <cstddef>
+#include <optional>
 #include <utility>
-#include <variant>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -33,34 +31,30 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* FILE_NAME = "Media/Run";
-constexpr std::chrono::milliseconds REPORT_EVERY(100);
-/// Pictures that wait for a stage: enough to keep all stages busy, few enough for pictures of 8K.
-constexpr std::size_t WAITING = 4;
+constexpr char const* s_file = "Media/Run";
 
 /// One run: its files, and the stages between them.
 class Job {
 public:
     Job(RunOptions const& options, std::stop_source stop) : m_options(options), m_stop(std::move(stop)) {}
 
+    /// Whatever can be refused before the input is opened.
+    void Check();
     RunResult Run();
 
 private:
     using Lane = Proc::IEffectStreamVideo;
-    /// To the stage that writes.
-    using Result = std::variant<WorkedFrame, UniquePacket>;
 
     void CheckOptions() const;
     void SelectStill();
     void KeepCoverCodec();
     void KeepPictureAlone() const;
     std::string DescribeCopyObstacle() const;
+    bool WantsEncoder() const;
     std::unique_ptr<Lane> MakeLane();
     void Work(Lane& lane);
     void Copy();
-    void RunAll(std::vector<std::function<void()>> const& stages);
     void Report() const;
-    void ThrowIfStopped() const;
     void AddNotes(std::vector<std::string> notes);
 
     RunOptions const& m_options;
@@ -80,7 +74,7 @@ void Job::CheckOptions() const {
         return;
     auto const fail = [](std::string const& description) {
         Core::Throw<OptionsException>(
-            {FILE_NAME, "void Tarsel::Media::(anonymous namespace)::Job::CheckOptions() const"}, description);
+            {s_file, "void Tarsel::Media::(anonymous namespace)::Job::CheckOptions() const"}, description);
     };
     if (!m_container.isStill)
         fail(fmt::format("A time ({} s) picks one picture, but {} is a film", *m_options.at,
@@ -89,14 +83,17 @@ void Job::CheckOptions() const {
         fail(fmt::format("{} s is no time in a film; legal: 0 to its end", *m_options.at));
 }
 
-RunResult Job::Run() {
+void Job::Check() {
     CheckInputPath(m_options.input);
     CheckOutputPath(m_options.output, m_options.input, m_options.overwrite);
     m_container = ChooseContainer(m_options.output);
     m_encoder = &ChooseEncoder(m_container, m_options.output, m_options.videoEncoder);
     CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions);
     CheckOptions();
+}
 
+RunResult Job::Run() {
+    Check();
     m_source = std::make_unique<Source>(m_options.input, m_stop.get_token());
     SelectStill();
     KeepCoverCodec();
@@ -114,7 +111,8 @@ RunResult Job::Run() {
     else
         Copy();
     Report();
-    ThrowIfStopped();
+    if (m_stop.stop_requested())
+        throw Stopped();
     m_file->Publish();
     m_result.seconds = m_progress.GetSeconds();
     return std::move(m_result);
@@ -124,7 +122,7 @@ RunResult Job::Run() {
 void Job::SelectStill() {
     auto const fail = [](std::string const& description) {
         Core::Throw<OptionsException>(
-            {FILE_NAME, "void Tarsel::Media::(anonymous namespace)::Job::SelectStill()"}, description);
+            {s_file, "void Tarsel::Media::(anonymous namespace)::Job::SelectStill()"}, description);
     };
     if (!m_container.isStill)
         return;
@@ -175,78 +173,67 @@ std::string Job::DescribeCopyObstacle() const {
                                                      : std::string();
 }
 
+bool Job::WantsEncoder() const {
+    return !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
+}
+
 /// Null: the picture stream is copied.
 std::unique_ptr<Proc::IEffectStreamVideo> Job::MakeLane() {
+    m_info.copyObstacle = WantsEncoder() ? "the options ask for an encoder" : DescribeCopyObstacle();
     std::unique_ptr<Lane> lane = m_options.makeVideoLane ? m_options.makeVideoLane(m_info) : nullptr;
-    bool const wantsEncoder =
-        !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
-    std::string const obstacle = DescribeCopyObstacle();
-    if (lane != nullptr || (obstacle.empty() && !wantsEncoder))
+    if (lane != nullptr || m_info.copyObstacle.empty())
         return lane;
-    if (!wantsEncoder && !m_container.isStill)
-        AddNotes({"The pictures were encoded anew: " + obstacle + "."});
+    if (!WantsEncoder() && !m_container.isStill)
+        AddNotes({"The pictures were encoded anew: " + m_info.copyObstacle + "."});
     if (m_info.orientation != Conf::DisplayMatrix::s_default)
         AddNotes({"The orientation tag of the pictures was dropped, since they were encoded anew."});
     return std::make_unique<Host::VideoChain>(); // without steps: the pictures as they are
 }
 
-/// Three stages: read and decode, work, encode and write. Packets of other streams go past the lane. The last
-/// stage takes whatever comes, so that no stage can wait for another in a circle.
+/// Three stages: read and decode, work, encode and write.
 void Job::Work(Lane& lane) {
-    std::stop_token const stop = m_stop.get_token();
-    BoundedQueue<SourceFrame> decoded(WAITING, 1, stop);
-    BoundedQueue<Result> results(WAITING, 2, stop);
-    Ratio const timeBase = m_info.timeBase;
-    TimeMap times(timeBase);
+    TimeMap times(m_info.timeBase);
+    std::optional<OtherStreams> others;
+    if (!m_container.isStill && m_streams.context->nb_streams > 1)
+        others.emplace(m_options.input, m_stop.get_token());
     Writer writer({m_encoder, m_options.videoEncoderOptions, m_container.format, times.GetTimeBase(),
                    m_info.frameRate, m_source->GetFirstDuration(), m_container.isStill},
-                  *m_file, m_streams, m_progress);
-    bool const wantsOthers = !m_container.isStill;
+                  *m_file, m_streams, others ? &*others : nullptr, m_progress);
 
-    auto const read = [&] {
-        for (;;) {
-            SourceItem item = m_source->Next();
-            if (auto* const frame = std::get_if<SourceFrame>(&item))
-                decoded.Push(std::move(*frame));
-            else if (auto* const packet = std::get_if<UniquePacket>(&item)) {
-                if (wantsOthers)
-                    results.Push(std::move(*packet));
-            } else
-                break;
-        }
-        decoded.Close();
-        results.Close();
-    };
+    Pipeline pipeline(m_stop, [this] { Report(); });
+    auto const worked = pipeline.AddStage<WorkedFrame>(
+        [&](WorkedFrame const& frame) {
+            if (!m_container.isStill || m_progress.GetFrames() == 0)
+                writer.Write(frame);
+        },
+        [&] { writer.Close(); });
     auto const takeAll = [&] {
         while (SP<Proc::IDataVideo> data = lane.Take()) {
             FrameTime const time = times.Leave(data->GetTime(), data->GetDuration());
-            results.Push(WorkedFrame{std::move(data), time});
+            worked.give({std::move(data), time});
         }
     };
-    auto const work = [&] {
-        while (auto frame = decoded.Pop()) {
-            times.Enter(frame->data->GetTime(), frame->data->GetDuration(), frame->time);
-            lane.Feed(frame->data);
+    auto const decoded = pipeline.AddStage<SourceFrame>(
+        [&](SourceFrame const& frame) {
+            times.Enter(frame.data->GetTime(), frame.data->GetDuration(), frame.time);
+            lane.Feed(frame.data);
             takeAll();
-        }
-        lane.End();
-        takeAll();
-        results.Close();
-    };
-    auto const write = [&] {
-        while (auto result = results.Pop()) {
-            if (auto* const packet = std::get_if<UniquePacket>(&*result))
-                writer.Write(std::move(*packet));
-            else if (!m_container.isStill || m_progress.GetFrames() == 0)
-                writer.Write(std::get<WorkedFrame>(*result));
-        }
-        writer.Close();
-    };
-    RunAll({read, work, write});
+        },
+        [&] {
+            lane.End();
+            takeAll();
+            worked.close();
+        });
+    pipeline.Run([&] {
+        while (auto frame = m_source->Next())
+            decoded.give(std::move(*frame));
+        decoded.close();
+    });
 
     m_result.framesIn = m_source->GetFrameCount();
     m_result.framesOut = m_progress.GetFrames();
     m_result.videoEncoder = m_encoder->name;
+    AddNotes(others ? others->GetNotes() : m_source->GetDemuxer().GetNotes());
     AddNotes(m_source->GetNotes());
     AddNotes(writer.GetNotes());
     if (times.GetMovedCount() > 0)
@@ -256,47 +243,34 @@ void Job::Work(Lane& lane) {
 
 /// All packets as they are.
 void Job::Copy() {
-    m_source->Restart(); // packets were read to find the first picture
-    BoundedQueue<UniquePacket> packets(WAITING, 1, m_stop.get_token());
+    m_source.reset(); // it has looked for the first picture; now all packets are wanted
+    Demuxer demuxer(m_options.input, m_stop.get_token());
     Muxer muxer(*m_container.format, *m_file, m_streams, nullptr);
-    Ratio const timeBase = m_info.timeBase;
 
-    auto const read = [&] {
-        while (UniquePacket packet = m_source->NextPacket())
-            packets.Push(std::move(packet));
-        packets.Close();
-    };
-    auto const write = [&] {
-        while (auto packet = packets.Pop()) {
-            AVPacket& content = **packet;
-            if (content.stream_index == m_streams.picture)
+    Pipeline pipeline(m_stop, [this] { Report(); });
+    auto const packets = pipeline.AddStage<UniquePacket>(
+        [&](UniquePacket packet) {
+            if (packet->stream_index == m_streams.picture)
                 m_progress.Add(ToMicroseconds(
-                    content.pts != AV_NOPTS_VALUE ? content.pts + content.duration : 0, timeBase));
-            muxer.WriteCopied(content);
-        }
-        muxer.Close();
-    };
-    RunAll({read, write});
+                    packet->pts != AV_NOPTS_VALUE ? packet->pts + packet->duration : 0, m_info.timeBase));
+            muxer.WriteCopied(*packet);
+        },
+        [&] { muxer.Close(); });
+    pipeline.Run([&] {
+        UniquePacket packet = MakePacket();
+        while (demuxer.Read(*packet))
+            packets.give(std::exchange(packet, MakePacket()));
+        packets.close();
+    });
 
     m_result.framesIn = m_result.framesOut = m_progress.GetFrames();
-    AddNotes(m_source->GetNotes());
+    AddNotes(demuxer.GetNotes());
     AddNotes(muxer.GetNotes());
-}
-
-void Job::RunAll(std::vector<std::function<void()>> const& stages) {
-    RunStages(
-        stages, m_stop, [this] { Report(); }, REPORT_EVERY);
-    ThrowIfStopped();
 }
 
 void Job::Report() const {
     if (m_options.onProgress)
         m_options.onProgress(m_progress.Get());
-}
-
-void Job::ThrowIfStopped() const {
-    if (m_stop.stop_requested())
-        throw Stopped();
 }
 
 void Job::AddNotes(std::vector<std::string> notes) {
@@ -306,6 +280,10 @@ void Job::AddNotes(std::vector<std::string> notes) {
 
 } // namespace
 
+void CheckRun(RunOptions const& options) {
+    Job(options, {}).Check();
+}
+
 RunResult Run(RunOptions const& options, std::stop_token stop) {
     std::stop_source own;
     std::stop_callback const forward(stop, [&own] { own.request_stop(); });
@@ -313,7 +291,7 @@ RunResult Run(RunOptions const& options, std::stop_token stop) {
         return Job(options, own).Run();
     } catch (Stopped const&) {
         Core::Throw<InterruptedException>(
-            {FILE_NAME, "RunResult Tarsel::Media::Run(const RunOptions &, std::stop_token)"},
+            {s_file, "RunResult Tarsel::Media::Run(const RunOptions &, std::stop_token)"},
             fmt::format("{} was not finished: the run was stopped", Quote(options.output)));
     }
 }

@@ -33,11 +33,14 @@ struct VideoStreamInfo {
     Conf::DisplayMatrix orientation;
     /// FFmpeg's name of the codec.
     std::string codec;
+    /// Why the stream cannot be copied as it is, "\"out.webm\" cannot hold h264"; "" when a null lane copies
+    /// it.
+    std::string copyObstacle;
 };
 
 /// Makes the work on the picture, once the stream is known. With a null result the picture stream is copied
-/// untouched where that can be; it is encoded anew where the container cannot hold its codec, or an encoder,
-/// its options or a time are asked for.
+/// untouched where that can be (VideoStreamInfo::copyObstacle is empty); elsewhere it is encoded anew, and
+/// its orientation tag is lost, with a note: a lane that turns the pictures keeps them upright.
 using MakeVideoLane = std::function<std::unique_ptr<Proc::IEffectStreamVideo>(VideoStreamInfo const&)>;
 
 struct RunProgress {
@@ -76,11 +79,18 @@ struct RunResult {
     std::string videoEncoder;
 };
 
+/// What Run would refuse before it opens the input: paths, container, encoder and its options. For programs
+/// that have long work to do before. OptionsException, InputException, OutputException.
+TARSEL_MEDIA_API void CheckRun(RunOptions const& options);
+
 /// Reads the input, passes its picture through the lane, writes the output: every other stream (sound,
-/// subtitles, attachments, data), chapters, metadata and dispositions are copied. The lane runs on one thread
-/// of its own, never two at once. The output appears under its name only when it is complete; after any
-/// failure nothing is left behind. InputException, OutputException, OptionsException, InterruptedException;
-/// exceptions of the lane pass unchanged. Blocks until done; several runs may go on at once.
+/// subtitles, attachments, data), chapters, metadata and dispositions are copied. The output appears under
+/// its name only when it is complete; after any failure nothing is left behind. Memory does not grow with the
+/// length of the film, whatever the lane holds back. InputException, OutputException, OptionsException,
+/// InterruptedException; exceptions of the lane pass unchanged. Blocks until done; several runs may go on at
+/// once. Reading, lane and writing have a thread each, and decoder and encoder up to
+/// Core::ThreadBudget::Get() threads; with a budget of 1 the calling thread does it all. The lane is called
+/// by one thread.
 TARSEL_MEDIA_API RunResult Run(RunOptions const& options, std::stop_token stop = {});
 
 } // namespace Tarsel::Media

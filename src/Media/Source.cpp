@@ -3,9 +3,9 @@
 #include "Conf/DisplayMatrix.h"
 #include "Core/Throw.h"
 #include "Media/FFmpegRatio.h"
-#include "Media/FFmpegText.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
 #include "Media/Stopped.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Wrappers/FrameFields.h"
@@ -28,7 +28,7 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* FILE_NAME = "Media/Source";
+constexpr char const* s_file = "Media/Source";
 
 Conf::DisplayMatrix MakeMatrix(std::span<std::uint8_t const> data) {
     Conf::DisplayMatrix matrix;
@@ -56,12 +56,12 @@ SourceFrame MakeSourceFrame(DecodedFrame decoded, Ratio timeBase) {
 } // namespace
 
 Source::Source(std::filesystem::path path, std::stop_token stop)
-    : m_path(std::move(path)), m_stop(std::move(stop)) {
+    : m_path(std::move(path)), m_stop(std::move(stop)), m_packet(MakePacket()) {
     Restart();
 }
 
 void Source::Restart() {
-    m_ahead.clear();
+    m_ahead.reset();
     m_hasEnough = false;
     m_draining = false;
     m_hasPacketTimes = true;
@@ -72,13 +72,11 @@ void Source::Restart() {
 }
 
 VideoStreamInfo Source::GetInfo() {
-    auto const isFrame = [](SourceItem const& item) { return std::holds_alternative<SourceFrame>(item); };
-    while (m_ahead.empty() || !isFrame(m_ahead.back())) {
-        m_ahead.push_back(Read());
-        if (std::holds_alternative<std::monostate>(m_ahead.back()))
-            ThrowNoPicture("VideoStreamInfo Tarsel::Media::Source::GetInfo()");
-    }
-    AVFrame const& first = *std::get<SourceFrame>(m_ahead.back()).data->GetAVFrame();
+    if (!m_ahead)
+        m_ahead = Read();
+    if (!m_ahead)
+        ThrowNoPicture("VideoStreamInfo Tarsel::Media::Source::GetInfo()");
+    AVFrame const& first = *m_ahead->data->GetAVFrame();
     AVStream const& stream = m_demuxer->GetPicture();
     return {Proc::GetFrameInfo(first),
             static_cast<Conf::PixFmt>(first.format),
@@ -86,41 +84,31 @@ VideoStreamInfo Source::GetInfo() {
             m_demuxer->GetFrameRate(),
             FromAV(stream.time_base),
             GetOrientation(stream, first),
-            avcodec_get_name(stream.codecpar->codec_id)};
+            avcodec_get_name(stream.codecpar->codec_id),
+            {}};
 }
 
 std::int64_t Source::GetFirstDuration() const {
-    return std::get<SourceFrame>(m_ahead.back()).data->GetDuration();
+    return m_ahead->data->GetDuration();
 }
 
 void Source::ThrowNoPicture(char const* signature) const {
     std::string const reason = m_decoder != nullptr ? m_decoder->GetLastError() : std::string();
-    Core::Throw<InputException>({FILE_NAME, signature},
+    Core::Throw<InputException>({s_file, signature},
                                 fmt::format("No picture of {} can be decoded{}{}", Quote(m_path),
                                             reason.empty() ? "" : ": ", reason));
 }
 
-SourceItem Source::Next() {
-    SourceItem item;
-    if (m_ahead.empty())
-        item = Read();
-    else {
-        item = std::move(m_ahead.front());
-        m_ahead.pop_front();
-    }
-    if (auto const* const frame = std::get_if<SourceFrame>(&item)) {
+std::optional<SourceFrame> Source::Next() {
+    std::optional<SourceFrame> frame = m_ahead ? std::exchange(m_ahead, std::nullopt) : Read();
+    if (frame) {
         ++m_frames;
         m_end = frame->data->GetTime() + frame->data->GetDuration();
     }
-    return item;
+    return frame;
 }
 
-UniquePacket Source::NextPacket() {
-    UniquePacket packet = MakePacket();
-    return m_demuxer->Read(*packet) ? std::move(packet) : nullptr;
-}
-
-SourceItem Source::Read() {
+std::optional<SourceFrame> Source::Read() {
     AVStream const& stream = m_demuxer->GetPicture();
     if (m_decoder == nullptr)
         m_decoder =
@@ -128,34 +116,31 @@ SourceItem Source::Read() {
     while (!m_ended) {
         if (m_stop.stop_requested())
             throw Stopped();
-        if (auto decoded = m_hasEnough ? std::nullopt : m_decoder->Receive()) {
+        if (m_hasEnough)
+            break;
+        if (auto decoded = m_decoder->Receive()) {
             // Phones append further pictures to the one that counts.
             m_hasEnough = m_demuxer->IsStill();
             return MakeSourceFrame(std::move(*decoded), FromAV(stream.time_base));
         }
         if (m_draining)
             break;
-        UniquePacket packet = NextPacket();
-        m_draining = packet == nullptr;
-        if (packet != nullptr && packet->stream_index != stream.index)
-            return packet;
-        if (packet != nullptr && packet->pts == AV_NOPTS_VALUE)
-            m_hasPacketTimes = false;
-        if (!m_hasEnough)
-            m_decoder->Send(packet.get());
+        m_draining = !ReadPacket();
+        m_decoder->Send(m_draining ? nullptr : m_packet.get());
     }
     m_ended = true;
-    return {};
+    return std::nullopt;
 }
 
-std::optional<SourceFrame> Source::NextFrame() {
-    for (;;) {
-        SourceItem item = Next();
-        if (auto* const frame = std::get_if<SourceFrame>(&item))
-            return std::move(*frame);
-        if (std::holds_alternative<std::monostate>(item))
-            return std::nullopt;
-    }
+/// The next one of the picture stream; false at the end.
+bool Source::ReadPacket() {
+    do {
+        av_packet_unref(m_packet.get());
+        if (!m_demuxer->Read(*m_packet))
+            return false;
+    } while (m_packet->stream_index != m_demuxer->GetPicture().index);
+    m_hasPacketTimes = m_hasPacketTimes && m_packet->pts != AV_NOPTS_VALUE;
+    return true;
 }
 
 void Source::SelectFrame(std::int64_t microseconds) {
@@ -169,8 +154,7 @@ void Source::SelectFrame(std::int64_t microseconds) {
     }
     if (!found)
         ThrowNoPicture("void Tarsel::Media::Source::SelectFrame(std::int64_t)");
-    m_ahead.clear();
-    m_ahead.emplace_back(std::move(*found));
+    m_ahead = std::move(found);
     m_ended = true;
     m_selected = true;
     m_frames = 0;
@@ -180,7 +164,7 @@ void Source::SelectFrame(std::int64_t microseconds) {
 /// known to be the first.
 std::optional<SourceFrame> Source::FindShownAt(std::int64_t microseconds, bool fromStart) {
     std::optional<SourceFrame> shown;
-    while (std::optional<SourceFrame> frame = NextFrame()) {
+    while (std::optional<SourceFrame> frame = Next()) {
         if (frame->data->GetTime() > microseconds) {
             if (!shown && fromStart)
                 shown = std::move(frame);
@@ -190,17 +174,16 @@ std::optional<SourceFrame> Source::FindShownAt(std::int64_t microseconds, bool f
     }
     if (shown && microseconds > shown->data->GetTime() && microseconds >= m_end)
         Core::Throw<OptionsException>(
-            {FILE_NAME, "std::optional<SourceFrame> Tarsel::Media::Source::FindShownAt(std::int64_t, bool)"},
+            {s_file, "std::optional<SourceFrame> Tarsel::Media::Source::FindShownAt(std::int64_t, bool)"},
             fmt::format("There is no picture at {}: {} ends at {}", SecondsText(microseconds), Quote(m_path),
                         SecondsText(m_end)));
     return shown;
 }
 
 std::vector<std::string> Source::GetNotes() const {
-    std::vector<std::string> notes = m_demuxer->GetNotes();
+    std::vector<std::string> notes;
     if (m_decoder != nullptr)
-        for (std::string& note : m_decoder->GetNotes())
-            notes.push_back(std::move(note));
+        notes = m_decoder->GetNotes();
     if (auto note = DescribeEarlyEnd())
         notes.push_back(std::move(*note));
     return notes;
@@ -208,10 +191,10 @@ std::vector<std::string> Source::GetNotes() const {
 
 std::optional<std::string> Source::DescribeEarlyEnd() const {
     // Stated durations are rounded, and those of some containers guessed.
-    constexpr std::int64_t TOLERANCE = 1000000;
+    constexpr std::int64_t tolerance = 1000000;
     std::int64_t const stated = m_demuxer->GetStart() + m_demuxer->GetDuration();
     bool const early = m_ended && !m_selected && !m_demuxer->IsStill() && m_frames > 0 &&
-                       stated - m_end > std::max(TOLERANCE, stated / 10);
+                       stated - m_end > std::max(tolerance, stated / 10);
     if (!early)
         return std::nullopt;
     return fmt::format("The input's pictures end at {}, though it states {}.", SecondsText(m_end),

@@ -8,13 +8,11 @@
 #include "Proc/Interfaces/IDataVideo.h"
 
 #include <cstdint>
-#include <deque>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace Tarsel::Media {
@@ -25,42 +23,35 @@ struct SourceFrame {
     FrameTime time;
 };
 
-/// A picture, a packet of another stream, or nothing: the end.
-using SourceItem = std::variant<std::monostate, SourceFrame, UniquePacket>;
-
-/// An input file as pictures and packets, in the order of the file. One thread at a time.
+/// The pictures of an input file. One thread at a time.
 class Source {
 public:
     /// InputException, Stopped.
     Source(std::filesystem::path path, std::stop_token stop);
 
     Demuxer const& GetDemuxer() const noexcept { return *m_demuxer; }
-    /// What the first picture and the file say of the picture stream. Decodes the first picture, which Next
-    /// will still give. InputException when there is none; Stopped.
+    /// What the first picture and the file say of the picture stream, but not whether it can be copied.
+    /// Decodes the first picture, which Next will still give. InputException when there is none; Stopped.
     VideoStreamInfo GetInfo();
     /// Of the first picture, in microseconds; 0 when not known. After GetInfo and before Next.
     std::int64_t GetFirstDuration() const;
-    /// The next picture or packet. A still picture's file gives one picture. InputException, Stopped.
-    SourceItem Next();
+    /// The next picture; nothing at the end. A still picture's file gives one. InputException, Stopped.
+    std::optional<SourceFrame> Next();
     /// Whether the pictures' packets say when they are shown, as far as they have been read.
     bool HasPacketTimes() const noexcept { return m_hasPacketTimes; }
-
-    /// Goes to the start of the file. InputException, Stopped.
-    void Restart();
-    /// The next packet as it is, of the picture stream too; null at the end. Not to be mixed with Next.
-    /// InputException, Stopped.
-    UniquePacket NextPacket();
 
     /// Goes to the picture shown at this many microseconds of the file: Next gives that picture and then the
     /// end. OptionsException when the film is over by then; InputException; Stopped.
     void SelectFrame(std::int64_t microseconds);
 
     std::int64_t GetFrameCount() const noexcept { return m_frames; }
+    /// Of the pictures; those of the file are the demuxer's.
     std::vector<std::string> GetNotes() const;
 
 private:
-    SourceItem Read();
-    std::optional<SourceFrame> NextFrame();
+    void Restart();
+    std::optional<SourceFrame> Read();
+    bool ReadPacket();
     std::optional<SourceFrame> FindShownAt(std::int64_t microseconds, bool fromStart);
     std::optional<std::string> DescribeEarlyEnd() const;
     [[noreturn]] void ThrowNoPicture(char const* signature) const;
@@ -69,8 +60,9 @@ private:
     std::stop_token m_stop;
     std::unique_ptr<Demuxer> m_demuxer;
     std::unique_ptr<VideoDecoder> m_decoder;
+    UniquePacket m_packet;
     /// Read ahead.
-    std::deque<SourceItem> m_ahead;
+    std::optional<SourceFrame> m_ahead;
     /// The picture of a file of stills has been decoded.
     bool m_hasEnough = false;
     bool m_draining = false;

@@ -12,11 +12,11 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr AVRational MICROSECOND{1, 1000000};
-constexpr std::int64_t LEAST_TICKS_A_SECOND = 10000;
-constexpr std::int64_t MOST_FRAMES_A_FRAME = 16;
+constexpr AVRational s_microsecond{1, 1000000};
+constexpr std::int64_t s_leastTicksASecond = 10000;
+constexpr std::int64_t s_mostFramesAFrame = 16;
 /// Times of pictures that never come out are forgotten beyond this many.
-constexpr std::size_t MOST_IN_FLIGHT = 100000;
+constexpr std::size_t s_mostInFlight = 100000;
 
 bool IsPositive(Ratio ratio) noexcept {
     return ratio.numerator > 0 && ratio.denominator > 0;
@@ -39,7 +39,7 @@ Ratio MeasureRate(std::int64_t duration) {
 
 /// Ticks a second by doubling, as the muxer for mp4 does it too.
 std::int64_t FineTicksASecond(std::int64_t ticks) noexcept {
-    while (ticks < LEAST_TICKS_A_SECOND)
+    while (ticks < s_leastTicksASecond)
         ticks *= 2;
     return ticks;
 }
@@ -47,11 +47,11 @@ std::int64_t FineTicksASecond(std::int64_t ticks) noexcept {
 } // namespace
 
 std::int64_t ToMicroseconds(std::int64_t ticks, Ratio timeBase) noexcept {
-    return IsPositive(timeBase) ? av_rescale_q(ticks, ToAV(timeBase), MICROSECOND) : 0;
+    return IsPositive(timeBase) ? av_rescale_q(ticks, ToAV(timeBase), s_microsecond) : 0;
 }
 
 std::int64_t ToTicks(std::int64_t microseconds, Ratio timeBase) noexcept {
-    return IsPositive(timeBase) ? av_rescale_q(microseconds, MICROSECOND, ToAV(timeBase)) : 0;
+    return IsPositive(timeBase) ? av_rescale_q(microseconds, s_microsecond, ToAV(timeBase)) : 0;
 }
 
 Ratio RefineTimeBase(Ratio input) noexcept {
@@ -73,7 +73,7 @@ Ratio ChooseFrameRate(Ratio nominal, std::int64_t inputDuration, std::int64_t du
         return duration > 0 ? MeasureRate(duration) : Ratio{0, 1};
     if (inputDuration <= 0 || duration <= 0)
         return nominal;
-    for (std::int64_t factor = 1; factor <= MOST_FRAMES_A_FRAME; ++factor) {
+    for (std::int64_t factor = 1; factor <= s_mostFramesAFrame; ++factor) {
         if (std::abs(duration * factor - inputDuration) <= inputDuration / 100)
             return {nominal.numerator * factor, nominal.denominator};
         if (std::abs(inputDuration * factor - duration) <= duration / 100)
@@ -91,7 +91,7 @@ TimeMap::TimeMap(Ratio inputTimeBase) noexcept : m_timeBase(RefineTimeBase(input
 }
 
 void TimeMap::Enter(std::int64_t microseconds, std::int64_t duration, FrameTime const& time) {
-    if (m_inFlight.size() == MOST_IN_FLIGHT)
+    if (m_inFlight.size() == s_mostInFlight)
         m_inFlight.pop_front();
     m_inFlight.push_back({microseconds, duration, time});
 }

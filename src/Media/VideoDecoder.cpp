@@ -1,10 +1,12 @@
 #include "Media/VideoDecoder.h"
 
 #include "Core/Throw.h"
+#include "Media/CodecThreads.h"
 #include "Media/FFmpegRatio.h"
-#include "Media/FFmpegText.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <fmt/format.h>
@@ -24,7 +26,7 @@ namespace Tarsel::Media {
 namespace {
 
 /// A decoder that keeps failing without taking anything in is left alone after this many errors.
-constexpr int MOST_ERRORS_IN_A_ROW = 1000;
+constexpr int s_mostErrorsInARow = 1000;
 
 /// FFmpeg's own decoders of VP8 and VP9 pass over the alpha that WebM files carry beside the picture.
 AVCodec const* FindDecoder(AVStream const& stream) {
@@ -53,7 +55,7 @@ VideoDecoder::VideoDecoder(AVFormatContext const& context, AVStream const& strea
     int error = avcodec_parameters_to_context(m_context.get(), stream.codecpar);
     m_context->pkt_timebase = stream.time_base;
     m_context->framerate = ToAV(frameRate);
-    m_context->thread_count = 0; // as many as there are processors
+    m_context->thread_count = ChooseCodecThreads();
     if (error >= 0)
         error = avcodec_open2(m_context.get(), decoder, nullptr);
     if (error < 0)
@@ -62,7 +64,7 @@ VideoDecoder::VideoDecoder(AVFormatContext const& context, AVStream const& strea
                                    "AVStream &, Ratio)"},
             fmt::format("Cannot decode the pictures of {}, which are in the codec {}: {}",
                         Quote(context.url != nullptr ? context.url : ""),
-                        avcodec_get_name(stream.codecpar->codec_id), GetErrorText(error)),
+                        avcodec_get_name(stream.codecpar->codec_id), Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));
     if (frameRate.numerator > 0 && frameRate.denominator > 0)
         m_usualDuration = av_rescale_q(1, av_inv_q(ToAV(frameRate)), stream.time_base);
@@ -73,23 +75,22 @@ void VideoDecoder::Send(AVPacket const* packet) {
 }
 
 std::optional<DecodedFrame> VideoDecoder::Receive() {
-    DecodedFrame result;
-    int error = avcodec_receive_frame(m_context.get(), result.frame.Get());
-    for (int failures = 0; error < 0 && failures < MOST_ERRORS_IN_A_ROW; ++failures) {
+    AVFrame& frame = *m_frame;
+    int error = avcodec_receive_frame(m_context.get(), &frame);
+    for (int failures = 0; error < 0 && failures < s_mostErrorsInARow; ++failures) {
         if (!CountDamage(error))
             return std::nullopt;
-        error = avcodec_receive_frame(m_context.get(), result.frame.Get());
+        error = avcodec_receive_frame(m_context.get(), &frame);
     }
     if (error < 0)
         return std::nullopt;
 
-    AVFrame& frame = *result.frame;
     if (IsIncomplete(frame))
         ++m_incomplete;
-    result.time = MakeTime(frame);
+    FrameTime const time = MakeTime(frame);
     frame.sample_aspect_ratio = av_guess_sample_aspect_ratio(const_cast<AVFormatContext*>(&m_format),
                                                              const_cast<AVStream*>(&m_stream), &frame);
-    return result;
+    return DecodedFrame{std::exchange(m_frame, Proc::SafeFrame()), time};
 }
 
 FrameTime VideoDecoder::MakeTime(AVFrame const& frame) {
@@ -131,7 +132,7 @@ std::vector<std::string> VideoDecoder::GetNotes() const {
 }
 
 std::string VideoDecoder::GetLastError() const {
-    return m_lastError != 0 ? GetErrorText(m_lastError) : std::string();
+    return m_lastError != 0 ? Proc::GetFFmpegErrorText(m_lastError) : std::string();
 }
 
 } // namespace Tarsel::Media

@@ -20,8 +20,8 @@ struct DecodedFrame {
     FrameTime time;
 };
 
-/// Decodes the packets of one picture stream on threads of its own. Every picture has a time, later than the
-/// one before, and the stream's pixel aspect. One thread at a time.
+/// Decodes the packets of one picture stream, on as many threads as ChooseCodecThreads says. Every picture
+/// has a time, later than the one before, and the stream's pixel aspect. One thread at a time.
 class VideoDecoder {
 public:
     /// `frameRate` (0/1 when not known) serves pictures without a time. InputException.
@@ -45,6 +45,8 @@ private:
     AVFormatContext const& m_format;
     AVStream const& m_stream;
     UniqueCodecContext m_context;
+    /// Empty, for the next picture.
+    Proc::SafeFrame m_frame;
     /// Of a picture that has none, in ticks.
     std::int64_t m_usualDuration = 0;
     std::optional<FrameTime> m_last;

@@ -3,12 +3,14 @@
 #include "Conf/PixFmtDescription.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
+#include "Media/CodecThreads.h"
 #include "Media/FFmpegRatio.h"
-#include "Media/FFmpegText.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <fmt/format.h>
@@ -28,13 +30,9 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* FILE_NAME = "Media/VideoEncoder";
+constexpr char const* s_file = "Media/VideoEncoder";
 /// More than any encoder looks ahead.
-constexpr std::size_t MOST_TIMES = 4096;
-
-std::string PictureText(AVFrame const& frame) {
-    return fmt::format("{}x{} {}", frame.width, frame.height, PixelFormatText(frame.format));
-}
+constexpr std::size_t s_mostTimes = 4096;
 
 Proc::SwsCtxSide MakeSide(AVFrame const& frame, Conf::PixFmt format, Conf::ColorSpace const& space) {
     return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height), format, space};
@@ -44,8 +42,9 @@ Proc::SwsCtxSide MakeSide(AVFrame const& frame, Conf::PixFmt format, Conf::Color
 
 VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& first)
     : m_first(first.data), m_timeBase(request.timeBase),
-      m_frameRate(ChooseFrameRate(request.inputRate, request.inputDuration, first.data->GetDuration())) {
-    constexpr char const* SIGNATURE =
+      m_frameRate(ChooseFrameRate(request.inputRate, request.inputDuration, first.data->GetDuration())),
+      m_packet(MakePacket()) {
+    constexpr char const* signature =
         "Tarsel::Media::VideoEncoder::VideoEncoder(const EncoderRequest &, const WorkedFrame &)";
     AVFrame const& frame = GetFirstFrame();
     auto const format = static_cast<Conf::PixFmt>(frame.format);
@@ -55,9 +54,9 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
     m_picture = ChoosePicture(format, space, static_cast<std::uint32_t>(frame.width),
                               static_cast<std::uint32_t>(frame.height), rules);
     if (m_picture.format == Conf::PixFmt::None)
-        Core::Throw<OutputException>({FILE_NAME, SIGNATURE},
+        Core::Throw<OutputException>({s_file, signature},
                                      fmt::format("The encoder \"{}\" cannot take pictures of {}",
-                                                 request.encoder->name, PictureText(frame)));
+                                                 request.encoder->name, Proc::PictureText(frame)));
     if (m_picture.isConverted)
         m_scaler = Proc::SafeSwsContext(
             {MakeSide(frame, format, space), MakeSide(frame, m_picture.format, m_picture.space)});
@@ -81,22 +80,22 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     context.color_primaries = static_cast<AVColorPrimaries>(m_picture.space.primaries);
     context.color_trc = frame.color_trc;
     context.chroma_sample_location = frame.chroma_location;
-    context.thread_count = request.isStill ? 1 : 0; // 0: as many as there are processors
+    context.thread_count = request.isStill ? 1 : ChooseCodecThreads();
     if ((request.encoder->capabilities & AV_CODEC_CAP_EXPERIMENTAL) != 0)
         context.strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL; // it was asked for by name
     SetInterlacing(frame);
     ApplyEncoderOptions(context, ChooseDefaults(*request.encoder, request.options));
-    ApplyEncoderOptions(context, request.options);
+    ApplyEncoderOptions(context, TameEncoder(*request.encoder, request.options, context.thread_count));
     if ((request.container->flags & AVFMT_GLOBALHEADER) != 0)
         context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 
     int const error = avcodec_open2(&context, request.encoder, nullptr);
     if (error < 0)
         Core::Throw<OutputException>(
-            {FILE_NAME, "void Tarsel::Media::VideoEncoder::Open(const EncoderRequest &)"},
+            {s_file, "void Tarsel::Media::VideoEncoder::Open(const EncoderRequest &)"},
             fmt::format("The encoder \"{}\" does not open for pictures of {}x{} {}: {}",
-                        request.encoder->name, frame.width, frame.height, PixelFormatText(context.pix_fmt),
-                        GetErrorText(error)),
+                        request.encoder->name, frame.width, frame.height,
+                        Proc::PixelFormatText(context.pix_fmt), Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));
 }
 
@@ -128,7 +127,7 @@ void VideoEncoder::Send(WorkedFrame const& worked) {
     m_lastTime = frame->pts;
     Proc::SetFrameDuration(*frame, av_rescale_q(worked.time.duration, ToAV(m_timeBase), timeBase));
 
-    if (m_times.size() == MOST_TIMES)
+    if (m_times.size() == s_mostTimes)
         m_times.erase(m_times.begin());
     m_times[frame->pts] = worked.time;
     SendFrame(frame.Get());
@@ -142,10 +141,10 @@ void VideoEncoder::SendFrame(AVFrame const* frame) {
     int const error = avcodec_send_frame(m_context.get(), frame);
     if (error < 0)
         Core::Throw<OutputException>(
-            {FILE_NAME, "void Tarsel::Media::VideoEncoder::SendFrame(const AVFrame *)"},
+            {s_file, "void Tarsel::Media::VideoEncoder::SendFrame(const AVFrame *)"},
             fmt::format("The encoder \"{}\" cannot encode the picture at {}: {}", m_context->codec->name,
                         SecondsText(ToMicroseconds(m_lastTime, FromAV(m_context->time_base))),
-                        GetErrorText(error)),
+                        Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));
 }
 
@@ -154,30 +153,30 @@ void VideoEncoder::CheckLikeFirst(WorkedFrame const& worked) const {
     AVFrame const& frame = *worked.data->GetAVFrame();
     if (frame.width != first.width || frame.height != first.height || frame.format != first.format)
         Core::Throw<OutputException>(
-            {FILE_NAME, "void Tarsel::Media::VideoEncoder::CheckLikeFirst(const WorkedFrame &) const"},
+            {s_file, "void Tarsel::Media::VideoEncoder::CheckLikeFirst(const WorkedFrame &) const"},
             fmt::format("The pictures change from {} to {} at {}; one stream cannot hold both",
-                        PictureText(first), PictureText(frame), SecondsText(worked.data->GetTime())));
+                        Proc::PictureText(first), Proc::PictureText(frame),
+                        SecondsText(worked.data->GetTime())));
 }
 
 Proc::SafeFrame VideoEncoder::Convert(AVFrame const& frame) const {
     Conf::FrameInfo const info = Proc::GetFrameInfo(frame);
     Proc::SafeFrame converted(m_picture.space, m_picture.format, info.width, info.height, info.aspectNum,
                               info.aspectDen);
-    if (int const error = av_frame_copy_props(converted.Get(), &frame); error < 0)
-        ThrowNoMemory("frame properties");
+    converted.CopyProperties(frame);
     m_scaler.Scale(frame, *converted);
     return converted;
 }
 
-UniquePacket VideoEncoder::Receive() {
-    UniquePacket packet = MakePacket();
-    int const error = avcodec_receive_packet(m_context.get(), packet.get());
+AVPacket* VideoEncoder::Receive() {
+    AVPacket* const packet = m_packet.get();
+    int const error = avcodec_receive_packet(m_context.get(), packet);
     if (error == AVERROR(EAGAIN) || error == AVERROR_EOF)
         return nullptr;
     if (error < 0)
-        Core::Throw<OutputException>({FILE_NAME, "UniquePacket Tarsel::Media::VideoEncoder::Receive()"},
+        Core::Throw<OutputException>({s_file, "AVPacket *Tarsel::Media::VideoEncoder::Receive()"},
                                      fmt::format("The encoder \"{}\" cannot encode further: {}",
-                                                 m_context->codec->name, GetErrorText(error)),
+                                                 m_context->codec->name, Proc::GetFFmpegErrorText(error)),
                                      Proc::TagFFmpegError(error));
     if (auto const known = m_times.find(packet->pts); known != m_times.end())
         packet->duration = known->second.duration;
@@ -202,9 +201,9 @@ std::vector<std::string> VideoEncoder::GetNotes() const {
     if (!m_picture.isConverted)
         return {};
     AVFrame const& first = GetFirstFrame();
-    std::string const change =
-        fmt::format("Pictures were converted from {} to {} for the encoder {}", PixelFormatText(first.format),
-                    PixelFormatText(m_context->pix_fmt), m_context->codec->name);
+    std::string const change = fmt::format("Pictures were converted from {} to {} for the encoder {}",
+                                           Proc::PixelFormatText(first.format),
+                                           Proc::PixelFormatText(m_context->pix_fmt), m_context->codec->name);
     bool const isOdd = first.width % 2 != 0 || first.height % 2 != 0;
     if (std::string const lost = LossText(m_picture.loss); !lost.empty())
         return {change + "; lost: " + lost + "."};

@@ -40,7 +40,7 @@ struct EncoderRequest {
     bool isStill = false;
 };
 
-/// Encodes pictures on threads of its own. One thread at a time.
+/// Encodes pictures, on as many threads as ChooseCodecThreads says. One thread at a time.
 class VideoEncoder {
 public:
     /// Opens the encoder for pictures like `first`: size, format, aspect and colours are its.
@@ -59,8 +59,9 @@ public:
     void Send(WorkedFrame const& frame);
     /// No more pictures.
     void End();
-    /// The next packet, its times those of its picture in GetTimeBase(); null when there is none yet.
-    UniquePacket Receive();
+    /// The next packet, its times those of its picture in GetTimeBase(); null when there is none yet. It is
+    /// the caller's until the next call.
+    AVPacket* Receive();
 
     std::vector<std::string> GetNotes() const;
 
@@ -79,6 +80,7 @@ private:
     bool m_wholeChroma = false;
     Proc::SafeSwsContext m_scaler;
     UniqueCodecContext m_context;
+    UniquePacket m_packet;
     /// The times of the latest pictures, by the times the encoder knows them by.
     std::map<std::int64_t, FrameTime> m_times;
     std::int64_t m_lastTime = INT64_MIN;

@@ -1,27 +1,27 @@
 #include "Media/Writer.h"
 
 #include "Core/Throw.h"
-#include "Media/FFmpegText.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
 
+#include <cstdint>
 #include <utility>
 
 extern "C" {
 #include <libavcodec/packet.h>
+#include <libavutil/avutil.h>
 }
 
 namespace Tarsel::Media {
 
-Writer::Writer(EncoderRequest request, OutputFile& file, InputStreams const& input, Progress& progress)
-    : m_request(std::move(request)), m_file(file), m_input(input), m_progress(progress) {}
+Writer::Writer(EncoderRequest request, OutputFile& file, InputStreams const& input, OtherStreams* others,
+               Progress& progress)
+    : m_request(std::move(request)), m_file(file), m_input(input), m_others(others), m_progress(progress) {}
 
 void Writer::Open(WorkedFrame const& first) {
     m_encoder.emplace(m_request, first);
     m_muxer.emplace(*m_request.container, m_file, m_input, &*m_encoder);
-    for (UniquePacket const& packet : m_waiting)
-        m_muxer->WriteCopied(*packet);
-    m_waiting.clear();
 }
 
 void Writer::Write(WorkedFrame const& frame) {
@@ -32,18 +32,20 @@ void Writer::Write(WorkedFrame const& frame) {
     m_progress.Add(frame.data->GetTime() + frame.data->GetDuration());
 }
 
-void Writer::Write(UniquePacket packet) {
-    if (m_muxer)
-        m_muxer->WriteCopied(*packet);
-    else
-        m_waiting.push_back(std::move(packet));
-}
-
 void Writer::WriteEncoded() {
-    while (UniquePacket packet = m_encoder->Receive()) {
+    while (AVPacket* const packet = m_encoder->Receive()) {
+        std::int64_t const ticks = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
+        WriteOthersBefore(ToMicroseconds(ticks, m_encoder->GetTimeBase()));
         packet->stream_index = m_input.picture;
         m_muxer->Write(*packet, m_encoder->GetTimeBase());
     }
+}
+
+void Writer::WriteOthersBefore(std::int64_t time) {
+    if (m_others == nullptr)
+        return;
+    while (AVPacket* const packet = m_others->NextBefore(time))
+        m_muxer->WriteCopied(*packet);
 }
 
 void Writer::Close() {
@@ -53,6 +55,7 @@ void Writer::Close() {
                                          ": no picture came out of the effects");
     m_encoder->End();
     WriteEncoded();
+    WriteOthersBefore(INT64_MAX);
     m_muxer->Close();
 }
 

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "Media/Muxer.h"
+#include "Media/OtherStreams.h"
 #include "Media/OutputFile.h"
 #include "Media/Progress.h"
 #include "Media/VideoEncoder.h"
 
-#include <deque>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,19 +15,18 @@ namespace Tarsel::Media {
 
 struct InputStreams;
 
-/// Encodes the lane's pictures and writes them beside the packets of the other streams. The file is opened
-/// when the first picture is there, since it alone tells what the encoder gets; packets that come before it
-/// wait. One thread at a time.
+/// Encodes the lane's pictures and writes them beside the packets of the other streams, which are fetched as
+/// far as the pictures have come. The file is opened when the first picture is there, since it alone tells
+/// what the encoder gets. One thread at a time.
 class Writer {
 public:
-    /// All references outlive this.
-    Writer(EncoderRequest request, OutputFile& file, InputStreams const& input, Progress& progress);
+    /// `others` is null where none are wanted. It and all references outlive this.
+    Writer(EncoderRequest request, OutputFile& file, InputStreams const& input, OtherStreams* others,
+           Progress& progress);
 
-    /// OptionsException, OutputException.
+    /// OptionsException, OutputException; of the other streams InputException, Stopped.
     void Write(WorkedFrame const& frame);
-    /// A packet of the input that is copied.
-    void Write(UniquePacket packet);
-    /// Ends the file. OutputException, also when there was no picture at all.
+    /// Ends the file. As Write; OutputException also when there was no picture at all.
     void Close();
 
     /// Once closed.
@@ -35,12 +35,13 @@ public:
 private:
     void Open(WorkedFrame const& first);
     void WriteEncoded();
+    void WriteOthersBefore(std::int64_t time);
 
     EncoderRequest m_request;
     OutputFile& m_file;
     InputStreams const& m_input;
+    OtherStreams* m_others;
     Progress& m_progress;
-    std::deque<UniquePacket> m_waiting;
     std::optional<VideoEncoder> m_encoder;
     std::optional<Muxer> m_muxer;
 };

@@ -48,16 +48,16 @@ TEST_P(Colours, AreKept) {
     EXPECT_THAT(result.notes, IsEmpty());
 }
 
-std::string const HD = "-colorspace bt709 -color_primaries bt709 -color_trc bt709 ";
-std::string const HDR = "-colorspace bt2020nc -color_primaries bt2020 -color_trc smpte2084 ";
+std::string const s_hd = "-colorspace bt709 -color_primaries bt709 -color_trc bt709 ";
+std::string const s_hdr = "-colorspace bt2020nc -color_primaries bt2020 -color_trc smpte2084 ";
 
 INSTANTIATE_TEST_SUITE_P(
     All, Colours,
     testing::Values(ColourCase{"Unspecified", "-pix_fmt yuv420p", "out.mp4"},
-                    ColourCase{"HdFullRange", "-pix_fmt yuv422p -color_range pc " + HD, "out.mp4"},
-                    ColourCase{"HdFullRangeMatroska", "-pix_fmt yuv422p -color_range pc " + HD, "out.mkv"},
-                    ColourCase{"HdrDeep", "-pix_fmt yuv444p10le -color_range tv " + HDR, "out.mp4"},
-                    ColourCase{"HdrDeepMatroska", "-pix_fmt yuv444p10le -color_range tv " + HDR, "out.mkv"},
+                    ColourCase{"HdFullRange", "-pix_fmt yuv422p -color_range pc " + s_hd, "out.mp4"},
+                    ColourCase{"HdFullRangeMatroska", "-pix_fmt yuv422p -color_range pc " + s_hd, "out.mkv"},
+                    ColourCase{"HdrDeep", "-pix_fmt yuv444p10le -color_range tv " + s_hdr, "out.mp4"},
+                    ColourCase{"HdrDeepMatroska", "-pix_fmt yuv444p10le -color_range tv " + s_hdr, "out.mkv"},
                     ColourCase{"ChromaTopLeft", "-pix_fmt yuv420p -chroma_sample_location topleft",
                                "out.mp4"},
                     ColourCase{"Alpha", "-pix_fmt yuva444p", "out.mkv"},
@@ -121,11 +121,11 @@ TEST_F(Conversions, FullRangeBecomesLimitedWhereItCannotBeTold) {
 }
 
 TEST_F(Conversions, LightLevelsOfHdrAreKept) {
-    Make(File("in.mp4"), PICTURES +
+    Make(File("in.mp4"), s_pictures +
                              "-c:v libx265 -pix_fmt yuv420p10le -x265-params log-level=none:hdr10=1:"
                              "master-display=G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)"
                              "L(10000000,1):max-cll=1000,400 " +
-                             HDR);
+                             s_hdr);
     for (std::string const name : {"out.mp4", "out.mkv"}) {
         SCOPED_TRACE(name);
         Media::Run(Options("in.mp4", name));
@@ -176,9 +176,9 @@ std::vector<Conf::PixFmt> Formats(std::initializer_list<char const*> names) {
 }
 
 TEST(ChoosePicture, NearestFormatAndRange) {
-    constexpr Conf::ColorSpace NONE{};
-    constexpr Conf::ColorSpace FULL{2, AVCOL_RANGE_JPEG, 2};
-    constexpr Conf::ColorSpace HD_LIMITED{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, AVCOL_PRI_BT709};
+    constexpr Conf::ColorSpace none{};
+    constexpr Conf::ColorSpace full{2, AVCOL_RANGE_JPEG, 2};
+    constexpr Conf::ColorSpace hdLimited{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, AVCOL_PRI_BT709};
     Media::EncoderRules const x264{
         Formats({"yuv420p", "yuvj420p", "yuv422p", "yuv444p", "yuv420p10le", "gray"}), false, false, false,
         true};
@@ -186,21 +186,21 @@ TEST(ChoosePicture, NearestFormatAndRange) {
     Media::EncoderRules const mpeg4{Formats({"yuv420p"}), true, false, false, false};
     Media::EncoderRules const png{Formats({"rgb24", "rgba", "pal8", "gray"}), false, false, false, false};
     ChoiceCase const cases[] = {
-        {"yuv420p", NONE, 64, x264, "yuv420p", AVCOL_RANGE_UNSPECIFIED, false},
-        {"yuvj420p", NONE, 64, x264, "yuv420p", AVCOL_RANGE_JPEG, false}, // other names for the same
-        {"yuv420p", FULL, 64, x264, "yuv420p", AVCOL_RANGE_JPEG, false},
-        {"yuv420p", NONE, 65, x264, "yuv444p", AVCOL_RANGE_UNSPECIFIED, true},
-        {"yuv422p10le", NONE, 64, x264, "yuv420p10le", AVCOL_RANGE_UNSPECIFIED, true},
-        {"gray", FULL, 64, x264, "gray", AVCOL_RANGE_JPEG, false},
-        {"yuv420p", NONE, 64, jpeg, "yuvj420p", AVCOL_RANGE_JPEG, true},
-        {"yuv422p", FULL, 64, jpeg, "yuvj422p", AVCOL_RANGE_JPEG, false},
-        {"yuvj444p", NONE, 64, jpeg, "yuvj444p", AVCOL_RANGE_JPEG, false},
-        {"yuv420p", HD_LIMITED, 64, jpeg, "yuvj420p", AVCOL_RANGE_JPEG, true},
-        {"yuvj420p", NONE, 64, mpeg4, "yuv420p", AVCOL_RANGE_MPEG, true},
-        {"rgb24", NONE, 64, mpeg4, "yuv420p", AVCOL_RANGE_MPEG, true},
-        {"yuv420p", NONE, 64, png, "rgb24", AVCOL_RANGE_JPEG, true},
-        {"pal8", NONE, 64, png, "pal8", AVCOL_RANGE_UNSPECIFIED, false},
-        {"bgra", NONE, 64, png, "rgba", AVCOL_RANGE_UNSPECIFIED, true}, // the scaler makes no palettes
+        {"yuv420p", none, 64, x264, "yuv420p", AVCOL_RANGE_UNSPECIFIED, false},
+        {"yuvj420p", none, 64, x264, "yuv420p", AVCOL_RANGE_JPEG, false}, // other names for the same
+        {"yuv420p", full, 64, x264, "yuv420p", AVCOL_RANGE_JPEG, false},
+        {"yuv420p", none, 65, x264, "yuv444p", AVCOL_RANGE_UNSPECIFIED, true},
+        {"yuv422p10le", none, 64, x264, "yuv420p10le", AVCOL_RANGE_UNSPECIFIED, true},
+        {"gray", full, 64, x264, "gray", AVCOL_RANGE_JPEG, false},
+        {"yuv420p", none, 64, jpeg, "yuvj420p", AVCOL_RANGE_JPEG, true},
+        {"yuv422p", full, 64, jpeg, "yuvj422p", AVCOL_RANGE_JPEG, false},
+        {"yuvj444p", none, 64, jpeg, "yuvj444p", AVCOL_RANGE_JPEG, false},
+        {"yuv420p", hdLimited, 64, jpeg, "yuvj420p", AVCOL_RANGE_JPEG, true},
+        {"yuvj420p", none, 64, mpeg4, "yuv420p", AVCOL_RANGE_MPEG, true},
+        {"rgb24", none, 64, mpeg4, "yuv420p", AVCOL_RANGE_MPEG, true},
+        {"yuv420p", none, 64, png, "rgb24", AVCOL_RANGE_JPEG, true},
+        {"pal8", none, 64, png, "pal8", AVCOL_RANGE_UNSPECIFIED, false},
+        {"bgra", none, 64, png, "rgba", AVCOL_RANGE_UNSPECIFIED, true}, // the scaler makes no palettes
     };
     for (ChoiceCase const& row : cases) {
         SCOPED_TRACE(std::string(row.format) + " " + std::to_string(row.width) + " to " + row.wanted);
@@ -211,10 +211,10 @@ TEST(ChoosePicture, NearestFormatAndRange) {
         EXPECT_EQ(picture.isConverted, row.isConverted);
     }
     // JPEG knows the matrix of BT.601 alone.
-    EXPECT_EQ(Media::ChoosePicture(Format("yuv420p"), HD_LIMITED, 64, 48, jpeg).space.matrix,
+    EXPECT_EQ(Media::ChoosePicture(Format("yuv420p"), hdLimited, 64, 48, jpeg).space.matrix,
               AVCOL_SPC_BT470BG);
-    Media::EncoderRules const none{Formats({"yuv420p"}), false, false, false, true};
-    EXPECT_EQ(Media::ChoosePicture(Format("yuv420p"), NONE, 65, 48, none).format, Conf::PixFmt::None);
+    Media::EncoderRules const wholeChroma{Formats({"yuv420p"}), false, false, false, true};
+    EXPECT_EQ(Media::ChoosePicture(Format("yuv420p"), none, 65, 48, wholeChroma).format, Conf::PixFmt::None);
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include "Media/EncoderSettings.h"
 #include "Media/MediaExceptions.h"
-#include "Media/NearNames.h"
 #include "RunFixture.h"
 
 extern "C" {
@@ -64,6 +63,18 @@ TEST(EncoderDefaults, GiveWayToTheUsersQuality) {
     EXPECT_THAT(Media::ChooseDefaults(*avcodec_find_encoder_by_name("ffv1"), {}), IsEmpty());
 }
 
+TEST(TameEncoder, HoldsThoseWithThreadsAndLogsOfTheirOwn) {
+    AVCodec const& x265 = *avcodec_find_encoder_by_name("libx265");
+    Media::EncoderOptions const users{{"crf", "20"}, {"x265-params", "pools=7:keyint=9"}};
+    EXPECT_THAT(Media::TameEncoder(x265, {}, 0), ElementsAre(Pair("x265-params", "log-level=error")));
+    EXPECT_THAT(Media::TameEncoder(x265, {}, 1),
+                ElementsAre(Pair("x265-params", "log-level=error:pools=none")));
+    EXPECT_THAT(
+        Media::TameEncoder(x265, users, 3),
+        ElementsAre(Pair("crf", "20"), Pair("x265-params", "log-level=error:pools=3:pools=7:keyint=9")));
+    EXPECT_EQ(Media::TameEncoder(*avcodec_find_encoder_by_name("libx264"), users, 1), users);
+}
+
 TEST(EncoderTimeBase, FitsTheCodec) {
     Ratio const fine{1, 90000};
     Ratio const ntsc{30000, 1001};
@@ -72,16 +83,6 @@ TEST(EncoderTimeBase, FitsTheCodec) {
     EXPECT_EQ(Media::ChooseEncoderTimeBase(AV_CODEC_ID_MPEG4, {1, 12800}, ntsc), (Ratio{1, 12800}));
     EXPECT_EQ(Media::ChooseEncoderTimeBase(AV_CODEC_ID_MPEG2VIDEO, {1, 12800}, ntsc), (Ratio{1001, 30000}));
     EXPECT_EQ(Media::ChooseEncoderTimeBase(AV_CODEC_ID_MPEG2VIDEO, fine, {0, 1}), (Ratio{1, 25}));
-}
-
-TEST(NearNames, AreTheNearestFirst) {
-    std::vector<std::string> const names{"libx265", "libx264rgb", "libx264",
-                                         "mpeg4",   "msmpeg4",    "h264_nvenc"};
-    EXPECT_THAT(Media::FindNearNames("x264", names), ElementsAre("libx264", "libx264rgb"));
-    EXPECT_THAT(Media::FindNearNames("libx263", names), ElementsAre("libx264", "libx265"));
-    EXPECT_THAT(Media::FindNearNames("mpg4", names), ElementsAre("mpeg4"));
-    EXPECT_THAT(Media::FindNearNames("xyz", names), IsEmpty());
-    EXPECT_EQ(Media::NearNamesText("h265", names), "");
 }
 
 } // namespace

@@ -43,7 +43,7 @@ TEST_F(Input, ThatIsNoMediaFileIsRefused) {
         text += "Just a line of text.\n"; // too short, and it is not even taken for a picture in letters
     Write("text.txt", text);
     Write("noise.mp4", std::string(5000, '\x5A'));
-    Make(File("sound.m4a"), SOUND + "-c:a aac");
+    Make(File("sound.m4a"), s_sound + "-c:a aac");
     auto const name = [&](std::string const& file) { return File(file).string(); };
     EXPECT_EQ(Refuse(""), Cannot("", "the name is empty"));
     EXPECT_EQ(Refuse(File("no.mp4")), Cannot(name("no.mp4"), "No such file or directory"));
@@ -65,7 +65,7 @@ TEST_F(Input, ThatIsNoMediaFileIsRefused) {
 
 // Lists of other files would lead elsewhere; a film of the same name may not either.
 TEST_F(Input, NeverLeadsToOtherFiles) {
-    Make(File("secret.mp4"), PICTURES + NO_B_FRAMES);
+    Make(File("secret.mp4"), s_pictures + s_noBFrames);
     Write("list.ffconcat", "ffconcat version 1.0\nfile secret.mp4\n");
     Refuse(File("list.ffconcat"));
     Write("list.m3u8", "#EXTM3U\n#EXTINF:1,\nsecret.mp4\n#EXT-X-ENDLIST\n");
@@ -88,7 +88,7 @@ TEST_F(Input, DamagedInTheMiddleIsReadOn) {
 }
 
 TEST_F(Input, CutOffIsReadAsFarAsItGoes) {
-    Make(File("good.mp4"), "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -movflags faststart " + B_FRAMES);
+    Make(File("good.mp4"), "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -movflags faststart " + s_bFrames);
     std::string const file = Read("good.mp4");
     Write("in.mp4", file.substr(0, file.size() / 2));
     Media::RunResult const result = Media::Run(Options("in.mp4", "out.mp4"));
@@ -98,7 +98,7 @@ TEST_F(Input, CutOffIsReadAsFarAsItGoes) {
                 Contains(MatchesRegex("The input's pictures end at [0-9.]+ s, though it states 4 s.")));
 
     // The table at its end is gone: nothing can be read.
-    Make(File("late.mp4"), "-f lavfi -i testsrc2=s=160x120:r=25:d=1 " + B_FRAMES);
+    Make(File("late.mp4"), "-f lavfi -i testsrc2=s=160x120:r=25:d=1 " + s_bFrames);
     Write("late.mp4", Read("late.mp4").substr(0, 4000));
     std::filesystem::remove(File("out.mp4"));
     EXPECT_EQ(Refuse(File("late.mp4")), Cannot(File("late.mp4"), "Invalid data found when processing input"));
@@ -116,7 +116,7 @@ TEST_F(Input, WithNothingThatDecodesIsRefused) {
 
 class Output : public RunFixture {
 protected:
-    void SetUp() override { Make(File("in.mp4"), PICTURES + NO_B_FRAMES); }
+    void SetUp() override { Make(File("in.mp4"), s_pictures + s_noBFrames); }
 
     template <class E>
     std::string Refuse(std::string const& output, bool overwrite = false) {
@@ -192,7 +192,7 @@ TEST_F(Output, ReplacesWithinItsLinkAndKeepsTheRights) {
 }
 
 TEST_F(Output, AFullDiskIsToldAndLeavesNothing) {
-    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=320x240:r=25:d=1 " + NO_B_FRAMES);
+    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=320x240:r=25:d=1 " + s_noBFrames);
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit old{};
     getrlimit(RLIMIT_FSIZE, &old);

@@ -20,22 +20,22 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr char const* SUBTITLES =
+constexpr char const* s_subtitles =
     "1\n00:00:00,200 --> 00:00:00,500\nOne\n\n2\n00:00:00,600 --> 00:00:00,900\nTwo\n";
-constexpr char const* CHAPTERS = ";FFMETADATA1\ntitle=A film\nartist=Somebody\n"
-                                 "[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=400\ntitle=Start\n"
-                                 "[CHAPTER]\nTIMEBASE=1/1000\nSTART=400\nEND=1000\ntitle=End\n";
+constexpr char const* s_chapters = ";FFMETADATA1\ntitle=A film\nartist=Somebody\n"
+                                   "[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=400\ntitle=Start\n"
+                                   "[CHAPTER]\nTIMEBASE=1/1000\nSTART=400\nEND=1000\ntitle=End\n";
 
 class Film : public RunFixture {
 protected:
     /// A film with B-frames, sound, subtitles, chapters and metadata.
     std::filesystem::path MakeRich(std::string const& name, std::string const& subtitles) const {
-        Write("subtitles.srt", SUBTITLES);
-        Write("chapters.txt", CHAPTERS);
-        return Make(File(name), PICTURES + SOUND + "-i " + File("subtitles.srt").string() + " -i " +
+        Write("subtitles.srt", s_subtitles);
+        Write("chapters.txt", s_chapters);
+        return Make(File(name), s_pictures + s_sound + "-i " + File("subtitles.srt").string() + " -i " +
                                     File("chapters.txt").string() +
                                     " -map 0 -map 1 -map 1 -map 2 -map_metadata 3 -map_chapters 3 " +
-                                    B_FRAMES +
+                                    s_bFrames +
                                     "-c:a aac -metadata:s:a:0 language=deu -metadata:s:a:1 language=fra "
                                     "-disposition:a:1 default -disposition:a:0 comment -c:s " +
                                     subtitles);
@@ -171,30 +171,31 @@ TEST_P(FilmTimes, ComeOutAsTheyWentIn) {
     ExpectSameCopies(in, out);
 }
 
-std::string const VARIABLE = "-vf settb=1/90000,setpts=(N*N+3*N)*450 -vsync passthrough ";
+std::string const s_variable = "-vf settb=1/90000,setpts=(N*N+3*N)*450 -vsync passthrough ";
 
 INSTANTIATE_TEST_SUITE_P(
     All, FilmTimes,
     testing::Values(
-        TimesCase{"Ntsc", "-f lavfi -i testsrc2=s=64x48:r=30000/1001:d=1 " + B_FRAMES, "mp4"},
-        TimesCase{"VariableRate", PICTURES + VARIABLE + NO_B_FRAMES + "-video_track_timescale 90000", "mp4"},
-        TimesCase{"VariableRateBFrames", PICTURES + VARIABLE + B_FRAMES + "-video_track_timescale 90000",
+        TimesCase{"Ntsc", "-f lavfi -i testsrc2=s=64x48:r=30000/1001:d=1 " + s_bFrames, "mp4"},
+        TimesCase{"VariableRate", s_pictures + s_variable + s_noBFrames + "-video_track_timescale 90000",
                   "mp4"},
-        TimesCase{"VariableRateToMatroska", PICTURES + VARIABLE + B_FRAMES + "-video_track_timescale 1000",
-                  "mkv"},
-        TimesCase{"FinerThanMicroseconds", PICTURES + B_FRAMES + "-video_track_timescale 7000003", "mp4"},
+        TimesCase{"VariableRateBFrames", s_pictures + s_variable + s_bFrames + "-video_track_timescale 90000",
+                  "mp4"},
+        TimesCase{"VariableRateToMatroska",
+                  s_pictures + s_variable + s_bFrames + "-video_track_timescale 1000", "mkv"},
+        TimesCase{"FinerThanMicroseconds", s_pictures + s_bFrames + "-video_track_timescale 7000003", "mp4"},
         TimesCase{"PictureStartsLater",
-                  SOUND + "-itsoffset 0.52 " + PICTURES + "-map 0 -map 1 -vsync passthrough -c:a aac " +
-                      B_FRAMES,
+                  s_sound + "-itsoffset 0.52 " + s_pictures + "-map 0 -map 1 -vsync passthrough -c:a aac " +
+                      s_bFrames,
                   "mp4", false},
         TimesCase{"SoundStartsLater",
-                  "-itsoffset 0.32 " + SOUND + PICTURES + "-map 1 -map 0 -c:a aac " + B_FRAMES, "mp4"}),
+                  "-itsoffset 0.32 " + s_sound + s_pictures + "-map 1 -map 0 -c:a aac " + s_bFrames, "mp4"}),
     [](auto const& test) { return test.param.name; });
 
 // What the container cannot hold is left out and told, and the rest comes through.
 TEST_F(Film, StreamsThatDoNotFitAreLeftOut) {
     MakeRich("in.mkv", "ass");
-    Make(File("plain.ts"), PICTURES + SOUND + B_FRAMES + "-c:a mp2");
+    Make(File("plain.ts"), s_pictures + s_sound + s_bFrames + "-c:a mp2");
     Remux(File("plain.ts"), File("in.ts"), [](AVFormatContext& context) {
         AVStream& data = *avformat_new_stream(&context, nullptr);
         data.codecpar->codec_type = AVMEDIA_TYPE_DATA;
@@ -212,7 +213,7 @@ TEST_F(Film, StreamsThatDoNotFitAreLeftOut) {
 
 // Only the muxer knows that it takes one stream: the others go, without a query that would have told.
 TEST_F(Film, AMuxerWithOneStreamGetsThePicture) {
-    Make(File("in.mp4"), PICTURES + SOUND + NO_B_FRAMES + "-c:a aac");
+    Make(File("in.mp4"), s_pictures + s_sound + s_noBFrames + "-c:a aac");
     Media::RunResult const result = Media::Run(Options("in.mp4", "out.gif"));
     EXPECT_EQ(ReadMedia(File("out.gif")).pictures.size(), 25U);
     EXPECT_THAT(result.notes,
@@ -235,8 +236,8 @@ TEST_F(Film, ANullLaneCopiesThePictureWithItsTag) {
 
 // Where a null lane cannot copy, pictures are encoded anew.
 TEST_F(Film, ANullLaneEncodesWhatTheContainerCannotTake) {
-    Make(File("in.mp4"), PICTURES + NO_B_FRAMES);
-    Make(File("in.avi"), PICTURES + B_FRAMES);
+    Make(File("in.mp4"), s_pictures + s_noBFrames);
+    Make(File("in.avi"), s_pictures + s_bFrames);
     struct {
         char const* input;
         char const* output;
@@ -256,9 +257,43 @@ TEST_F(Film, ANullLaneEncodesWhatTheContainerCannotTake) {
     }
 }
 
+// Who makes lanes is told whether a copy would do, and so whether the tag would be lost.
+TEST_F(Film, LaneMakersKnowWhatACopyWouldLack) {
+    Make(File("plain.mp4"), s_pictures + s_noBFrames);
+    Remux(File("plain.mp4"), File("in.mp4"), TagAsTurned);
+    struct {
+        char const* output;
+        char const* encoder;
+        std::string obstacle;
+        bool keepsTag = false;
+    } const cases[] = {{"out.mp4", "", "", true},
+                       {"out.mp4", "mpeg4", "the options ask for an encoder"},
+                       {"out.webm", "", "\"out.webm\" cannot hold h264"}};
+    for (auto const& row : cases) {
+        SCOPED_TRACE(std::string(row.output) + row.encoder);
+        Media::RunOptions options = Options("in.mp4", row.output);
+        options.overwrite = true;
+        options.videoEncoder = row.encoder;
+        Media::VideoStreamInfo info;
+        options.makeVideoLane = [&](Media::VideoStreamInfo const& told) {
+            info = told;
+            return nullptr;
+        };
+        Media::RunResult const result = Media::Run(options);
+        EXPECT_EQ(info.copyObstacle, row.obstacle);
+        EXPECT_EQ(info.orientation.GetOrientation(), 6);
+        EXPECT_EQ(ReadMedia(File(row.output)).streams[0].hasMatrix, row.keepsTag);
+        EXPECT_EQ(result.notes.empty(), row.keepsTag);
+        if (!row.keepsTag) {
+            EXPECT_EQ(result.notes.back(),
+                      "The orientation tag of the pictures was dropped, since they were encoded anew.");
+        }
+    }
+}
+
 TEST_F(Film, UsualEncodersOfContainers) {
     Make(File("in.mp4"),
-         "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 " + SOUND + B_FRAMES + "-c:a mp2 -shortest");
+         "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 " + s_sound + s_bFrames + "-c:a mp2 -shortest");
     struct {
         char const* output;
         char const* encoder;
@@ -281,7 +316,7 @@ TEST_F(Film, UsualEncodersOfContainers) {
 
 // Encoders that cannot count in the input's time base, and a container that counts in frames.
 TEST_F(Film, EncodersWithCoarseTimesKeepThem) {
-    Make(File("in.mp4"), PICTURES + VARIABLE + NO_B_FRAMES + "-video_track_timescale 90000");
+    Make(File("in.mp4"), s_pictures + s_variable + s_noBFrames + "-video_track_timescale 90000");
     Media::RunOptions options = Options("in.mp4", "out.mp4");
     options.videoEncoder = "mpeg4";
     options.videoEncoderOptions = {{"bf", "2"}};
@@ -295,7 +330,7 @@ TEST_F(Film, EncodersWithCoarseTimesKeepThem) {
 
 // Matroska may say the same time twice, MP4 may not.
 TEST_F(Film, CopiedTimesThatDoNotGoUpAreMoved) {
-    Make(File("plain.mkv"), PICTURES + SOUND + NO_B_FRAMES + "-c:a aac");
+    Make(File("plain.mkv"), s_pictures + s_sound + s_noBFrames + "-c:a aac");
     Make(File("in.mkv"),
          "-i " + File("plain.mkv").string() + " -c copy -bsf:a setts=ts=N/2*42-mod(N\\,2)*21");
     Media::RunResult const result = Media::Run(Lossless("in.mkv", "out.mp4"));
@@ -309,8 +344,8 @@ TEST_F(Film, CopiedTimesThatDoNotGoUpAreMoved) {
 
 // A sender's clock starts anywhere and jumps where recordings were joined.
 TEST_F(Film, BroadcastClocksStartAtZeroAndGoOn) {
-    Make(File("a.ts"), PICTURES + SOUND + B_FRAMES + "-c:a mp2");
-    Make(File("b.ts"), PICTURES + SOUND + B_FRAMES + "-c:a mp2 -output_ts_offset 5000");
+    Make(File("a.ts"), s_pictures + s_sound + s_bFrames + "-c:a mp2");
+    Make(File("b.ts"), s_pictures + s_sound + s_bFrames + "-c:a mp2 -output_ts_offset 5000");
     Write("in.ts", Read("a.ts") + Read("b.ts"));
     Media::RunResult const result = Media::Run(Lossless("in.ts", "out.mp4"));
     MediaRecord const out = ReadMedia(File("out.mp4"));
@@ -323,7 +358,7 @@ TEST_F(Film, BroadcastClocksStartAtZeroAndGoOn) {
 }
 
 TEST_F(Film, ProgressIsToldOnTheCallersThread) {
-    Make(File("in.mp4"), PICTURES + NO_B_FRAMES);
+    Make(File("in.mp4"), s_pictures + s_noBFrames);
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     options.makeVideoLane = MakeLane([](Picture const& picture) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));

@@ -42,7 +42,7 @@ class Lane : public RunFixture {
 protected:
     /// Runs a small film through the lane.
     MediaRecord Run(Media::MakeVideoLane lane, std::string const& output = "out.mp4") {
-        Make(File("in.mp4"), PICTURES + B_FRAMES);
+        Make(File("in.mp4"), s_pictures + s_bFrames);
         Media::RunOptions options = Lossless("in.mp4", output);
         options.makeVideoLane = std::move(lane);
         m_result = Media::Run(options);
@@ -127,7 +127,7 @@ protected:
     /// Runs a small film through the lane and expects an exception of the type; nothing may stay behind.
     template <class E>
     std::string Fail(Media::MakeVideoLane lane, std::string const& output = "out.mp4") {
-        Make(File("in.mp4"), PICTURES + SOUND + B_FRAMES + "-c:a aac");
+        Make(File("in.mp4"), s_pictures + s_sound + s_bFrames + "-c:a aac");
         Media::RunOptions options = Lossless("in.mp4", output);
         options.makeVideoLane = std::move(lane);
         std::string text = RunForFailure<E>(options);
@@ -141,7 +141,7 @@ TEST_F(FailingLane, ItsExceptionsComeOutUnchanged) {
         Core::Throw<Proc::EffectException>({"Tests/Lane", "work"}, "An effect failed",
                                            Proc::TagFFmpegError(-22));
     };
-    Make(File("in.mp4"), PICTURES + B_FRAMES);
+    Make(File("in.mp4"), s_pictures + s_bFrames);
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     options.makeVideoLane = MakeLane(fail);
     try {
@@ -185,7 +185,7 @@ TEST_F(FailingLane, PicturesThatChangeAreRefused) {
 }
 
 TEST_F(FailingLane, ReportsOfProgressMayThrow) {
-    Make(File("in.mp4"), PICTURES + B_FRAMES);
+    Make(File("in.mp4"), s_pictures + s_bFrames);
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     options.onProgress = [](Media::RunProgress const&) { throw std::runtime_error("no"); };
     EXPECT_EQ(RunForFailure<std::runtime_error>(options), "no");
@@ -194,7 +194,7 @@ TEST_F(FailingLane, ReportsOfProgressMayThrow) {
 
 // The lane is asked to stop while it works and while others wait for it.
 TEST_F(FailingLane, StopsWithinMoments) {
-    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=20 " + SOUND + B_FRAMES + "-c:a aac");
+    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=20 " + s_sound + s_bFrames + "-c:a aac");
     std::stop_source stop;
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     int pictures = 0;

@@ -27,7 +27,7 @@ namespace Tarsel::Test {
 
 namespace {
 
-constexpr AVRational NANOSECOND{1, 1000000000};
+constexpr AVRational s_nanosecond{1, 1000000000};
 
 void Check(int error, char const* what) {
     if (error < 0)
@@ -35,7 +35,7 @@ void Check(int error, char const* what) {
 }
 
 std::int64_t ToNanoseconds(std::int64_t ticks, AVRational timeBase) {
-    return ticks == AV_NOPTS_VALUE ? AV_NOPTS_VALUE : av_rescale_q(ticks, timeBase, NANOSECOND);
+    return ticks == AV_NOPTS_VALUE ? AV_NOPTS_VALUE : av_rescale_q(ticks, timeBase, s_nanosecond);
 }
 
 Metadata ReadMetadata(AVDictionary const* dictionary) {

@@ -22,10 +22,10 @@ extern "C" {
 namespace Tarsel::Test {
 
 /// Arguments of the ffmpeg program for small films of a second.
-inline std::string const PICTURES = "-f lavfi -i testsrc2=s=64x48:r=25:d=1 ";
-inline std::string const SOUND = "-f lavfi -i sine=d=1:r=48000 ";
-inline std::string const B_FRAMES = "-c:v libx264 -preset veryfast -bf 3 -pix_fmt yuv420p ";
-inline std::string const NO_B_FRAMES = "-c:v libx264 -preset veryfast -bf 0 -pix_fmt yuv420p ";
+inline std::string const s_pictures = "-f lavfi -i testsrc2=s=64x48:r=25:d=1 ";
+inline std::string const s_sound = "-f lavfi -i sine=d=1:r=48000 ";
+inline std::string const s_bFrames = "-c:v libx264 -preset veryfast -bf 3 -pix_fmt yuv420p ";
+inline std::string const s_noBFrames = "-c:v libx264 -preset veryfast -bf 0 -pix_fmt yuv420p ";
 
 /// Runs over files in a folder of the test's own.
 class RunFixture : public testing::Test {

@@ -124,7 +124,7 @@ TEST_F(Still, NullLaneCopiesOrConverts) {
 // Sound files: the cover is the only picture there is; the sound comes along.
 TEST_F(Still, TheCoverOfASoundFile) {
     Make(File("cover.png"), "-f lavfi -i testsrc2=s=64x48 -frames:v 1");
-    Make(File("in.m4a"), SOUND + "-i " + File("cover.png").string() +
+    Make(File("in.m4a"), s_sound + "-i " + File("cover.png").string() +
                              " -map 0 -map 1 -c:a aac -c:v copy -disposition:v attached_pic");
     Run(Options("in.m4a", "out.m4a"));
     EXPECT_EQ(m_result.videoEncoder, "png");
@@ -162,7 +162,7 @@ TEST_F(Still, TheCoverOfMp3AndFlac) {
     for (std::string const kind : {"mp3", "flac"}) {
         SCOPED_TRACE(kind);
         std::string const in = "in." + kind;
-        Make(File(in), SOUND + "-i " + File("cover.png").string() +
+        Make(File(in), s_sound + "-i " + File("cover.png").string() +
                            " -map 0 -map 1 -c:v copy -disposition:v attached_pic");
         MediaRecord const before = ReadMedia(File(in));
         for (bool const copies : {false, true}) {
@@ -189,7 +189,7 @@ protected:
     /// 50 pictures from 0.52 s on, a key frame every ten.
     void SetUp() override {
         Make(File("in.mkv"),
-             "-f lavfi -i testsrc2=s=64x48:r=25:d=2 -vf setpts=PTS+0.52/TB -vsync passthrough " + B_FRAMES +
+             "-f lavfi -i testsrc2=s=64x48:r=25:d=2 -vf setpts=PTS+0.52/TB -vsync passthrough " + s_bFrames +
                  "-g 10");
     }
 };

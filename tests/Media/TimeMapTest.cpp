@@ -32,14 +32,14 @@ TEST_P(TimeBases, TimesComeBackExactly) {
         times.push_back({start, duration});
         start += duration;
     }
-    constexpr std::size_t HELD_BACK = 5;
-    for (std::size_t i = 0; i < times.size() + HELD_BACK; ++i) {
+    constexpr std::size_t heldBack = 5;
+    for (std::size_t i = 0; i < times.size() + heldBack; ++i) {
         if (i < times.size())
             map.Enter(ToMicroseconds(times[i].start, timeBase), ToMicroseconds(times[i].duration, timeBase),
                       times[i]);
-        if (i < HELD_BACK)
+        if (i < heldBack)
             continue;
-        FrameTime const& in = times[i - HELD_BACK];
+        FrameTime const& in = times[i - heldBack];
         FrameTime const out =
             map.Leave(ToMicroseconds(in.start, timeBase), ToMicroseconds(in.duration, timeBase));
         ASSERT_TRUE(IsSameTime(out.start, map.GetTimeBase(), in.start, timeBase)) << "picture " << i;

@@ -1,0 +1,138 @@
+// Which threads runs work on, and runs side by side.
+
+#include "Core/ThreadBudget.h"
+#include "Media/MediaExceptions.h"
+#include "RunFixture.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <iterator>
+#include <stdexcept>
+#include <stop_token>
+#include <thread>
+
+namespace Tarsel::Test {
+namespace {
+
+using testing::ElementsAre;
+
+auto CountThreads() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
+class RunThreads : public RunFixture {
+protected:
+    ~RunThreads() override { Core::ThreadBudget::Set(m_budget); }
+
+    /// Runs a film through a lane that passes it on; how many threads there were beyond those before, at
+    /// most.
+    std::ptrdiff_t CountMost(std::string const& output, std::string const& encoder) {
+        auto const before = CountThreads();
+        auto most = before;
+        Media::RunOptions options = Options("in.mp4", output);
+        options.overwrite = true;
+        options.videoEncoder = encoder;
+        options.makeVideoLane = MakeLane([&](Picture const& picture) {
+            most = std::max(most, CountThreads());
+            m_worker = std::this_thread::get_id();
+            return Pictures{picture};
+        });
+        EXPECT_EQ(Media::Run(options).framesOut, 25);
+        return most - before;
+    }
+
+    std::thread::id m_worker;
+
+private:
+    int m_budget = Core::ThreadBudget::Get();
+};
+
+TEST_F(RunThreads, KeepToTheBudget) {
+    Make(File("in.mp4"), s_pictures + s_sound + s_bFrames + "-c:a aac");
+    struct {
+        char const* output;
+        char const* encoder;
+        /// A thread that cannot be turned off.
+        int own = 0;
+    } const cases[] = {{"out.mp4", "libx264"}, {"out.mp4", "libx265", 1}, {"out.webm", "libvpx-vp9"},
+                       {"out.avi", "mpeg4"},   {"out.mkv", "ffv1"},       {"out.gif", ""}};
+    for (auto const& row : cases) {
+        SCOPED_TRACE(std::string(row.output) + " " + row.encoder);
+        Core::ThreadBudget::Set(1);
+        EXPECT_LE(CountMost(row.output, row.encoder), row.own);
+        EXPECT_EQ(m_worker, std::this_thread::get_id());
+    }
+    Core::ThreadBudget::Set(1000);
+    EXPECT_GT(CountMost("out.mp4", "libx264"), 3);
+    EXPECT_NE(m_worker, std::this_thread::get_id());
+}
+
+TEST_F(RunThreads, OneIsEnough) {
+    Core::ThreadBudget::Set(1);
+    Make(File("in.mp4"), s_pictures + s_sound + s_bFrames + "-c:a aac");
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    int reports = 0;
+    options.onProgress = [&](Media::RunProgress const&) { ++reports; };
+    options.makeVideoLane = MakeLane([](Picture const& picture) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        return Pictures{picture};
+    });
+    Media::Run(options);
+    EXPECT_GT(reports, 2);
+    EXPECT_EQ(ReadMedia(File("out.mp4")).pictures, ReadMedia(File("in.mp4")).pictures);
+    EXPECT_EQ(ReadMedia(File("out.mp4")).streams.at(1).packets,
+              ReadMedia(File("in.mp4")).streams.at(1).packets);
+
+    options.overwrite = true;
+    options.makeVideoLane = {};
+    EXPECT_EQ(Media::Run(options).framesOut, 25);
+
+    std::stop_source stop;
+    int pictures = 0;
+    options.makeVideoLane = MakeLane([&](Picture const& picture) {
+        if (++pictures == 10)
+            stop.request_stop();
+        return Pictures{picture};
+    });
+    RunForFailure<Media::InterruptedException>(options, stop.get_token());
+    EXPECT_EQ(pictures, 10);
+    options.makeVideoLane = MakeLane([](Picture const&) -> Pictures { throw std::runtime_error("no"); });
+    EXPECT_EQ(RunForFailure<std::runtime_error>(options), "no");
+    EXPECT_THAT(List(), ElementsAre("in.mp4", "out.mp4"));
+}
+
+TEST_F(RunThreads, RunsSideBySide) {
+    constexpr int runs = 2;
+    for (int i = 0; i < runs; ++i) {
+        std::string const number = std::to_string(i);
+        Make(File("in" + number + ".mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=4:alpha=" + number + "00 " +
+                                               s_sound + s_bFrames + "-c:a aac");
+    }
+    std::atomic<int> inLane{0};
+    std::atomic<bool> together{false};
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < runs; ++i)
+            threads.emplace_back([&, number = std::to_string(i)] {
+                Media::RunOptions options = Lossless("in" + number + ".mp4", "out" + number + ".mp4");
+                options.makeVideoLane = MakeLane([&](Picture const& picture) {
+                    together = ++inLane > 1 || together;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                    --inLane;
+                    return Pictures{picture};
+                });
+                EXPECT_EQ(Media::Run(options).framesOut, 100);
+            });
+    }
+    EXPECT_TRUE(together);
+    for (int i = 0; i < runs; ++i) {
+        MediaRecord const in = ReadMedia(File("in" + std::to_string(i) + ".mp4"));
+        MediaRecord const out = ReadMedia(File("out" + std::to_string(i) + ".mp4"));
+        EXPECT_EQ(out.pictures, in.pictures) << "run " << i;
+        EXPECT_EQ(out.streams.at(1).packets, in.streams.at(1).packets) << "run " << i;
+    }
+}
+
+} // namespace
+} // namespace Tarsel::Test
