@@ -20,8 +20,10 @@ struct EffectCase {
     std::string text;
     /// The settings survive the way through a property tree; else that gives default settings.
     bool fromProperty = true;
+    /// The settings have a text, and are empty all the same.
+    bool isEmpty = false;
 
-    bool PassesUntouched() const { return text.empty() || text == "no rotation"; }
+    bool PassesUntouched() const { return isEmpty || text.empty() || text == "no rotation"; }
     friend std::ostream& operator<<(std::ostream& stream, EffectCase const& row) {
         return stream << row.name << " \"" << row.text << '"';
     }

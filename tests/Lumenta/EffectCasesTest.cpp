@@ -1,9 +1,11 @@
 #include "EffectCases.h"
 #include "Conf/FormatCodecVideo.h"
+#include "Conf/PixFmtDescription.h"
 #include "Frames.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
+#include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Orientation.h"
 #include "Watch.h"
 
@@ -62,17 +64,36 @@ TEST_P(EffectCases, GiveTheirSettingsBack) {
     EXPECT_TRUE(other->GetSettingsBase().IsEqualTo(row.fromProperty ? *row.settings : *initial));
 }
 
-TEST_P(EffectCases, ForetellThePixelFormat) {
-    for (auto const format : {Conf::PixFmt::YUV420P, Conf::PixFmt::YUV422P, Conf::PixFmt::RGB24}) {
-        SP<IDataVideo> data = MakeFrame(format);
-        m_effect->Process(data);
-        for (char const* from : {"graph", "cache"}) {
-            SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(format, s_small);
+TEST_P(EffectCases, ForetellFormatAndSize) {
+    EffectCase const& row = GetParam();
+    auto const takes = dynamic_cast<Proc::IEffectDetails const&>(*m_effect).GetTraits().takes;
+    for (char const* const name : s_formatKinds) {
+        SCOPED_TRACE(name);
+        auto const& format = Conf::PixFmtDescription::Find(Conf::PixFmtDescription::FindByName(name).value());
+        SP<Conf::IFormatCodecVideo> asked;
+        auto const ask = [&](Proc::IOneInputEffectVideo& effect) {
+            asked = MakeSP<Conf::FormatCodecVideo>(format.GetFormat(), s_small);
             if (auto const* matrix =
-                    dynamic_cast<Proc::SettingsEffectDisplayMatrix const*>(GetParam().settings.get()))
-                codec->SetDisplayMatrix(matrix->matrix);
-            m_effect->UpdateFormatCodec(codec);
-            EXPECT_EQ(codec->GetPixelFormat(), data->GetPixelFormat()) << from;
+                    dynamic_cast<Proc::SettingsEffectDisplayMatrix const*>(row.settings.get()))
+                asked->SetDisplayMatrix(matrix->matrix);
+            effect.UpdateFormatCodec(asked);
+        };
+        SP<Proc::IDataVideo> data = MakeFrame(format.GetFormat());
+        auto const fresh = row.create({}, {});
+        fresh->SetSettings(*row.settings);
+        if (takes == Proc::Takes::PlanarYuv && format.IsRgb() && !row.PassesUntouched()) {
+            EXPECT_THROW(m_effect->Process(data), Proc::EffectException);
+            EXPECT_THROW(ask(*fresh), Proc::EffectException);
+            continue;
+        }
+        // The first frames may be held back.
+        for (m_effect->Process(data); !data; m_effect->Process(data))
+            data = MakeFrame(format.GetFormat());
+        // Before any frame by a graph, then from the cache, at last by an effect that has a graph.
+        for (auto const& effect : {fresh, fresh, m_effect}) {
+            ask(*effect);
+            EXPECT_EQ(asked->GetPixelFormat(), data->GetPixelFormat());
+            EXPECT_EQ(asked->GetFrameInfo(), data->GetFrameInfo());
         }
     }
 }

@@ -1,13 +1,11 @@
 #include "Proc/Effects/Lumenta/FilterText.h"
+#include "CommaLocale.h"
 #include "Core/CoreExceptions.h"
 #include "Proc/Effects/Lumenta/OptionText.h"
 #include "Proc/Effects/Lumenta/SourceArgs.h"
 #include "Watch.h"
 
 #include <gtest/gtest.h>
-
-#include <clocale>
-#include <iostream>
 
 namespace Tarsel::Test {
 namespace {
@@ -37,19 +35,8 @@ TEST(FilterText, PropertyBecomesOptions) {
     EXPECT_THROW(PropertyToFFMpegString(property, {{"container", "y"}}), Core::MethodIsNotApplicable);
 }
 
-/// As in Germany, where it is not installed.
-struct Comma : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
 TEST(FilterText, IsTheSameInEveryLocale) {
-    std::locale const comma(std::locale::classic(), new Comma);
-    std::locale const before = std::locale::global(comma);
-    std::locale const ofOutput = std::cout.imbue(comma);
-    std::setlocale(LC_ALL, "de_DE.UTF-8"); // where there is one
-
+    CommaLocale const comma;
     auto const write = [](std::ostringstream stream) {
         stream << 0.5 << ' ' << 1234567;
         return stream.str();
@@ -62,10 +49,6 @@ TEST(FilterText, IsTheSameInEveryLocale) {
     Core::Property property("settings");
     property.SetChildT("a", 1234567.25);
     EXPECT_EQ(PropertyToFFMpegString(property, {{"a", "x"}}), "x='1234567.25':");
-
-    std::setlocale(LC_ALL, "C");
-    std::cout.imbue(ofOutput);
-    std::locale::global(before);
 }
 
 } // namespace

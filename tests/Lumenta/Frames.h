@@ -2,6 +2,7 @@
 
 #include "Proc/Data/DataVideoFF.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -14,10 +15,17 @@ namespace Tarsel::Test {
 
 constexpr Conf::FrameInfo s_small{64, 48, 1, 1};
 
-/// A picture of noise that `seed` determines.
+/// Formats that effects treat differently: by subsampling, range, alpha, depth, packing.
+constexpr std::array s_formatKinds{"yuv420p",     "yuvj420p", "yuvj422p", "yuva420p", "rgba",
+                                   "yuv420p10le", "gray",     "nv12",     "yuyv422"};
+
+/// A picture of noise that `seed` determines. Samples of 9 to 15 bits stay within them.
 SP<Proc::IDataVideo> MakeFrame(Conf::PixFmt format = Conf::PixFmt::YUV420P,
                                Conf::FrameInfo const& info = s_small, std::int64_t time = 0,
                                std::int64_t duration = 40000, std::uint32_t seed = 1);
+
+/// A picture of bytes that have every bit set: of 9 to 15 bits a sample, too many.
+SP<Proc::IDataVideo> MakeOverfullFrame(Conf::PixFmt format, Conf::FrameInfo const& info = s_small);
 
 /// The bytes of each plane, row after row from the top, no padding.
 using Pixels = std::vector<std::vector<std::uint8_t>>;

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <iterator>
 #include <new>
+#include <thread>
 
 extern "C" {
 #include <libavutil/error.h>

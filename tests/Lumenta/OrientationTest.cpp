@@ -2,6 +2,7 @@
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
+#include "Proc/Wrappers/FrameFields.h"
 #include "Watch.h"
 
 #include <gtest/gtest.h>

@@ -49,7 +49,25 @@ struct Registrar : Proc::IEffectRegistrar {
     }
 };
 
-Rows const s_rows{{"video", "flip"}, {"video", "transpose"}, {"video", "display-matrix"}};
+Rows const s_rows{{"video", "flip"},
+                  {"video", "transpose"},
+                  {"video", "display-matrix"},
+                  {"video", "deshake"},
+                  {"video", "stabilizer"},
+                  {"video", "denoise-chroma-luma"},
+                  {"video", "denoise-dct"},
+                  {"video", "denoise-wavelet"},
+                  {"video", "edge-detect"},
+                  {"video", "emboss"},
+                  {"video", "balance-chroma"},
+                  {"video", "blur"},
+                  {"video", "color-channel-mixer"},
+                  {"video", "negate"},
+                  {"video", "noise"},
+                  {"video", "border"},
+                  {"video", "posterize"},
+                  {"video", "remove-grain"},
+                  {"video", "deinterlace"}};
 
 TEST(Registrator, RegistersAllInOrderEachTime) {
     for (bool answer : {true, false}) {

@@ -7,6 +7,7 @@
 #include "Proc/Effects/Lumenta/SourceArgs.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/AVFrameWrapper.h"
+#include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
@@ -25,7 +26,6 @@ extern "C" {
 #include <libavutil/common.h>
 #include <libavutil/frame.h>
 #include <libavutil/mathematics.h>
-#include <libavutil/pixdesc.h>
 }
 
 namespace Tarsel::Proc {
@@ -45,11 +45,6 @@ bool ChangesRate(std::string_view description) {
     });
 }
 
-std::string GetFormatName(int format) {
-    char const* const name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(format));
-    return name ? name : fmt::format("pixel format {}", format);
-}
-
 [[noreturn]] void RefuseFrame(std::string const& text, std::string const& filter,
                               Core::CodePoint point = Core::CodePoint::Here()) {
     Core::Throw<EffectException>(
@@ -66,8 +61,8 @@ void CheckFrame(IDataVideo const& data, AVFrame const& frame, AVFilterLink const
     auto const format = static_cast<int>(data.GetPixelFormat());
     Conf::FrameInfo const info = data.GetFrameInfo();
     if (frame.format != format)
-        RefuseFrame(fmt::format("Frame is {} but is said to be {}", GetFormatName(frame.format),
-                                GetFormatName(format)),
+        RefuseFrame(fmt::format("Frame is {} but is said to be {}", PixelFormatText(frame.format),
+                                PixelFormatText(format)),
                     filter);
     if (frame.width < 0 || static_cast<std::uint32_t>(frame.width) < info.width || frame.height < 0 ||
         static_cast<std::uint32_t>(frame.height) < info.height)
@@ -79,8 +74,8 @@ void CheckFrame(IDataVideo const& data, AVFrame const& frame, AVFilterLink const
     if (format != link.format || static_cast<std::int64_t>(info.width) != link.w ||
         static_cast<std::int64_t>(info.height) != link.h)
         RefuseFrame(fmt::format("Frame is {} of {}x{} pixels but its filter was built for {} of {}x{}",
-                                GetFormatName(format), info.width, info.height, GetFormatName(link.format),
-                                link.w, link.h),
+                                PixelFormatText(format), info.width, info.height,
+                                PixelFormatText(link.format), link.w, link.h),
                     filter);
 }
 
@@ -133,6 +128,8 @@ void EffectFFMPEGVideo::Process(SP<IDataVideo>& data) {
 
 void EffectFFMPEGVideo::Feed(SP<IDataVideo> const& data) {
     Push(*data, {s_file, "void Tarsel::Proc::EffectFFMPEGVideo::Feed(const SP<IDataVideo> &)"});
+    if (!m_changesRate && !IsInMicroseconds())
+        m_spans.push_back({data->GetTime(), data->GetDuration()});
 }
 
 void EffectFFMPEGVideo::Push(IDataVideo& data, Core::Site const& site) {
@@ -170,17 +167,45 @@ SP<IDataVideo> EffectFFMPEGVideo::GetOutFrame() {
 SP<IDataVideo> EffectFFMPEGVideo::Take() {
     if (!m_next)
         m_next = Pull();
-    // Filters that change the rate pass on the durations of what went in, and in its units.
-    bool const ownDuration =
-        !m_changesRate && av_cmp_q(av_buffersink_get_time_base(m_sink), s_microsecond) == 0;
-    if (!m_next || ownDuration)
+    if (!m_next || (!m_changesRate && IsInMicroseconds()))
         return std::exchange(m_next, nullptr);
-
+    // Such filters pass on the durations of what went in, and in its units.
     SP<IDataVideo> following = Pull();
-    if (following && following->GetTime() > m_next->GetTime() && m_next->GetTime() != AV_NOPTS_VALUE)
-        m_step = av_sat_sub64(following->GetTime(), m_next->GetTime());
-    m_next->SetDuration(m_step > 0 ? m_step : m_input.duration);
+    if (m_changesRate || m_spans.empty())
+        SetDurationByStep(*m_next, following.get());
+    else
+        SetDurationBySpan(*m_next, following.get());
     return std::exchange(m_next, std::move(following));
+}
+
+bool EffectFFMPEGVideo::IsInMicroseconds() const {
+    return av_cmp_q(av_buffersink_get_time_base(m_sink), s_microsecond) == 0;
+}
+
+/// Up to the frame after it or, while that is not known, as long as the last one that was.
+void EffectFFMPEGVideo::SetDurationByStep(IDataVideo& data, IDataVideo const* following) {
+    if (following && following->GetTime() > data.GetTime() && data.GetTime() != AV_NOPTS_VALUE)
+        m_step = av_sat_sub64(following->GetTime(), data.GetTime());
+    data.SetDuration(m_step > 0 ? m_step : m_input.duration);
+}
+
+/// Up to the next part of the frame that went in, or to its end.
+void EffectFFMPEGVideo::SetDurationBySpan(IDataVideo& data, IDataVideo* following) {
+    std::int64_t const time = data.GetTime();
+    while (m_spans.size() > 1 && m_spans[1].time <= time)
+        m_spans.pop_front();
+    Span const& span = m_spans.front();
+    std::int64_t end = av_sat_add64(span.time, span.duration);
+    // Parts are spread up to the frame after it, though there be a gap in between.
+    if (end <= time && m_spans.size() > 1)
+        end = m_spans[1].time;
+    if (following && following->GetTime() >= time && following->GetTime() < end) {
+        // A frame that is alone has all its parts at its beginning.
+        if (following->GetTime() == time)
+            following->SetTime(time + (end - time) / 2);
+        end = following->GetTime();
+    }
+    data.SetDuration(time != AV_NOPTS_VALUE && end > time ? end - time : m_input.duration);
 }
 
 SP<IDataVideo> EffectFFMPEGVideo::Pull() {

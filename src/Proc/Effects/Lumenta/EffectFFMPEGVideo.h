@@ -57,8 +57,9 @@ public:
     /// Takes in one frame of the stream, never null. Throws as Process.
     void Feed(SP<IDataVideo> const& data);
     /// The next frame that is ready, with the sink's own time in microseconds (rounded to the nearest; an
-    /// unknown time stays AV_NOPTS_VALUE), or null: none yet, or none any more. Its duration is its own or,
-    /// where the graph changes rate or time base, the step of time to its neighbour. Throws as Process.
+    /// unknown time stays AV_NOPTS_VALUE), or null: none yet, or none any more. Its duration is its own;
+    /// where the graph's time base is another (fields made of frames), its part of the frame that went in;
+    /// where the graph changes the rate, the step of time to its neighbour. Throws as Process.
     SP<IDataVideo> Take();
     /// No more frames: Take gives all that was held back. Nothing may be fed any more.
     void End();
@@ -76,12 +77,21 @@ private:
         void* opaque = nullptr;
     };
 
+    /// In microseconds.
+    struct Span {
+        std::int64_t time;
+        std::int64_t duration;
+    };
+
     EffectFFMPEGVideo(std::string const& description, std::string const& sourceArgs,
                       Core::ThreadLease threads);
 
     void Push(IDataVideo& data, Core::Site const& site);
     SP<IDataVideo> GetOutFrame();
     SP<IDataVideo> Pull();
+    bool IsInMicroseconds() const;
+    void SetDurationByStep(IDataVideo& data, IDataVideo const* following);
+    void SetDurationBySpan(IDataVideo& data, IDataVideo* following);
     [[noreturn]] void FailToDrain(int error, Core::Site const& site);
     SP<IDataVideo> Finish(SafeFrame frame);
     void ChooseConversion(AVFrame const& frame);
@@ -98,6 +108,9 @@ private:
     /// The stream's next frame where its duration hangs on the one after it, and the last step of time.
     SP<IDataVideo> m_next;
     std::int64_t m_step = 0;
+    /// The frame that the next one is made of, and those that went in after it; of filters with a time base
+    /// of their own.
+    std::deque<Span> m_spans;
 };
 
 } // namespace Tarsel::Proc

@@ -1,8 +1,8 @@
 #include "Proc/Effects/Lumenta/FilterError.h"
 
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 
-#include <array>
 #include <cstdint>
 
 extern "C" {
@@ -20,13 +20,6 @@ TagDetail MakeDetail(int error, FilterAttempt const& attempt) {
 }
 
 } // namespace
-
-std::string GetFFmpegErrorText(int error) {
-    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-    // Without words of its own for the number, FFmpeg still writes "Error number <n> occurred".
-    (void)av_strerror(error, text.data(), text.size());
-    return text.data();
-}
 
 void ThrowFilterError(Core::Site const& site, std::string const& text, int error,
                       FilterAttempt const& attempt) {

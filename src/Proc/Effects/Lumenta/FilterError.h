@@ -6,9 +6,6 @@
 
 namespace Tarsel::Proc {
 
-/// FFmpeg's words for an AVERROR. Any thread.
-std::string GetFFmpegErrorText(int error);
-
 /// What was asked of FFmpeg when it refused.
 struct FilterAttempt {
     /// The filter description.

@@ -1,6 +1,11 @@
 #include "Proc/Effects/Lumenta/Registrator.h"
 
+#include "Proc/Effects/Lumenta/Video/Blur.h"
+#include "Proc/Effects/Lumenta/Video/Colour.h"
+#include "Proc/Effects/Lumenta/Video/Denoise.h"
 #include "Proc/Effects/Lumenta/Video/Orientation.h"
+#include "Proc/Effects/Lumenta/Video/Stabilise.h"
+#include "Proc/Effects/Lumenta/Video/Stylise.h"
 #include "Proc/Interfaces/ImplNames.h"
 
 #include <array>
@@ -21,6 +26,22 @@ constexpr std::array s_registrations{
     Registration{&SettingsEffectFlip::CLASS_ID, CreateEffectFlip},
     Registration{&SettingsEffectTranspose::CLASS_ID, CreateEffectTranspose},
     Registration{&SettingsEffectDisplayMatrix::CLASS_ID, CreateEffectDisplayMatrix},
+    Registration{&SettingsEffectDeshake::CLASS_ID, CreateEffectDeshake},
+    Registration{&SettingsEffectStabilizer::CLASS_ID, CreateEffectStabilizer},
+    Registration{&SettingsEffectDenoiseChromaLuma::CLASS_ID, CreateEffectDenoiseChromaLuma},
+    Registration{&SettingsEffectDenoiseDCT::CLASS_ID, CreateEffectDenoiseDCT},
+    Registration{&SettingsEffectDenoiseOvercompleteWavelet::CLASS_ID, CreateEffectDenoiseOvercompleteWavelet},
+    Registration{&SettingsEffectEdgeDetect::CLASS_ID, CreateEffectEdgeDetect},
+    Registration{&SettingsEffectEmboss::CLASS_ID, CreateEffectEmboss},
+    Registration{&SettingsEffectBalanceChroma::CLASS_ID, CreateEffectBalanceChroma},
+    Registration{&SettingsEffectBlur::CLASS_ID, CreateEffectBlur},
+    Registration{&SettingsEffectColorChannelMixer::CLASS_ID, CreateEffectColorChannelMixer},
+    Registration{&SettingsEffectNegateVideo::CLASS_ID, CreateEffectNegateVideo},
+    Registration{&SettingsEffectNoiseVideo::CLASS_ID, CreateEffectNoiseVideo},
+    Registration{&SettingsEffectBorder::CLASS_ID, CreateEffectBorder},
+    Registration{&SettingsEffectPosterize::CLASS_ID, CreateEffectPosterize},
+    Registration{&SettingsEffectRemoveGrain::CLASS_ID, CreateEffectRemoveGrain},
+    Registration{&SettingsDeinterlace::CLASS_ID, CreateEffectDeinterlace},
 };
 
 /// One registration with a registrar.

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "Proc/Effects/Lumenta/EffectFafloplalVideo.h"
+#include "Proc/Interfaces/EffectTraits.h"
+#include "Proc/Interfaces/IEffectRegistrar.h"
+#include "Proc/Settings/Denoise.h"
+
+/// Noise and grain taken out or put in, and interlaced frames made whole.
+namespace Tarsel::Proc {
+
+template <>
+struct EffectActions<SettingsDeinterlace> {
+    using SettingsType = SettingsDeinterlace;
+    static constexpr std::string_view s_settingsName = "SettingsDeinterlace";
+    static constexpr EffectTraits s_traits{.summary = "makes whole frames of interlaced ones",
+                                           .range = Keeps::Sometimes,
+                                           .frameIndependent = false,
+                                           .delayFrames = 1,
+                                           .framesPerFrame = 2,
+                                           .slices = true};
+
+    static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    static SettingsType FromProperty(Core::Property const& property);
+};
+
+template <>
+struct EffectActions<SettingsEffectDenoiseChromaLuma> {
+    using SettingsType = SettingsEffectDenoiseChromaLuma;
+    static constexpr std::string_view s_settingsName = "SettingsEffectDenoiseChromaLuma";
+    static constexpr EffectTraits s_traits{.summary = "denoises in space and time, luma and chroma apart",
+                                           .alpha = Keeps::Never,
+                                           .range = Keeps::Sometimes,
+                                           .frameIndependent = false,
+                                           .slices = true};
+
+    static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    static SettingsType FromProperty(Core::Property const& property);
+    /// The filter looks samples up in tables as large as their depth says, and reads past the end with
+    /// others.
+    static void CheckFrame(SettingsType const& settings, IDataVideo const& data);
+};
+
+template <>
+struct EffectActions<SettingsEffectDenoiseDCT> {
+    using SettingsType = SettingsEffectDenoiseDCT;
+    static constexpr std::string_view s_settingsName = "SettingsEffectDenoiseDCT";
+    static constexpr EffectTraits s_traits{
+        .summary = "denoises by thresholding block DCTs", .alpha = Keeps::Never, .depth = Keeps::Never};
+
+    static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+};
+
+template <>
+struct EffectActions<SettingsEffectDenoiseOvercompleteWavelet> {
+    using SettingsType = SettingsEffectDenoiseOvercompleteWavelet;
+    static constexpr std::string_view s_settingsName = "SettingsEffectDenoiseOvercompleteWavelet";
+    static constexpr EffectTraits s_traits{.summary = "denoises by overcomplete wavelets",
+                                           .range = Keeps::Sometimes};
+
+    static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+};
+
+template <>
+struct EffectActions<SettingsEffectNoiseVideo> {
+    using SettingsType = SettingsEffectNoiseVideo;
+    static constexpr std::string_view s_settingsName = "SettingsEffectNoiseVideo";
+    static constexpr EffectTraits s_traits{.summary = "adds film noise", .range = Keeps::Sometimes};
+
+    static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+};
+
+template <>
+struct EffectActions<SettingsEffectRemoveGrain> {
+    using SettingsType = SettingsEffectRemoveGrain;
+    static constexpr std::string_view s_settingsName = "SettingsEffectRemoveGrain";
+    static constexpr EffectTraits s_traits{
+        .summary = "removes grain plane by plane", .depth = Keeps::Never, .range = Keeps::Sometimes};
+
+    static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// The filter writes in front of planes of one column.
+    static void CheckFormat(SettingsType const& settings, Conf::PixFmt format, Conf::FrameInfo const& info);
+};
+
+/// Creators of these effects (see VideoEffectCreator); they use neither factory.
+SP<IOneInputEffectVideo> CreateEffectDeinterlace(SP<IEffectFactory const> const& factory,
+                                                 SP<IFactoryDataVideo const> const& data);
+SP<IOneInputEffectVideo> CreateEffectDenoiseChromaLuma(SP<IEffectFactory const> const& factory,
+                                                       SP<IFactoryDataVideo const> const& data);
+SP<IOneInputEffectVideo> CreateEffectDenoiseDCT(SP<IEffectFactory const> const& factory,
+                                                SP<IFactoryDataVideo const> const& data);
+SP<IOneInputEffectVideo> CreateEffectDenoiseOvercompleteWavelet(SP<IEffectFactory const> const& factory,
+                                                                SP<IFactoryDataVideo const> const& data);
+SP<IOneInputEffectVideo> CreateEffectNoiseVideo(SP<IEffectFactory const> const& factory,
+                                                SP<IFactoryDataVideo const> const& data);
+SP<IOneInputEffectVideo> CreateEffectRemoveGrain(SP<IEffectFactory const> const& factory,
+                                                 SP<IFactoryDataVideo const> const& data);
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,233 @@
+#include "Proc/Effects/Lumenta/Video/Stylise.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Core/Throw.h"
+#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Effects/Lumenta/FrameSize.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <iomanip>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+extern "C" {
+#include <libavutil/eval.h>
+}
+
+namespace Tarsel::Proc {
+namespace {
+
+using EdgeDetectActions = EffectActions<SettingsEffectEdgeDetect>;
+using EmbossActions = EffectActions<SettingsEffectEmboss>;
+using NegateActions = EffectActions<SettingsEffectNegateVideo>;
+using PosterizeActions = EffectActions<SettingsEffectPosterize>;
+using BorderActions = EffectActions<SettingsEffectBorder>;
+
+constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalVideo";
+
+/// One coordinate of the picture that is taken away. The doubled minus of a negative offset means a plus to
+/// the filter.
+struct Offset {
+    std::int32_t pixels;
+
+    friend std::ostream& operator<<(std::ostream& stream, Offset offset) {
+        return stream << (offset.pixels > 0 ? '+' : '-') << offset.pixels;
+    }
+};
+
+struct NegateOption {
+    SettingsEffectNegateVideo::Channel channel;
+    char const* text;
+};
+constexpr std::array s_negateOptions{NegateOption{SettingsEffectNegateVideo::Red, "r=negval:"},
+                                     NegateOption{SettingsEffectNegateVideo::Green, "g=negval:"},
+                                     NegateOption{SettingsEffectNegateVideo::Blue, "b=negval:"}};
+
+/// What the fractions of a border are multiplied with: for left and right, for top and bottom.
+struct BorderUnits {
+    char const* horizontal;
+    char const* vertical;
+};
+constexpr char const* s_shorter = "'min(iw, ih)'*";
+constexpr char const* s_longer = "'max(iw, ih)'*";
+/// By SettingsEffectBorder::SizeType, from OwnSize on.
+constexpr std::array s_borderUnits{BorderUnits{"iw*", "ih*"}, BorderUnits{"iw*", "iw*"},
+                                   BorderUnits{"ih*", "ih*"}, BorderUnits{s_shorter, s_shorter},
+                                   BorderUnits{s_longer, s_longer}};
+
+/// The filter's expressions: the size that comes out and the place of the picture in it.
+struct Pad {
+    std::string width;
+    std::string height;
+    std::string x;
+    std::string y;
+};
+
+template <class... Parts>
+std::string Write(Parts const&... parts) {
+    constexpr int digits = 7;
+    std::ostringstream text = MakeOptionStream();
+    text << std::setprecision(digits);
+    (text << ... << parts);
+    return text.str();
+}
+
+Pad MakePad(SettingsEffectBorder const& border) {
+    using SizeType = SettingsEffectBorder::SizeType;
+    if (border.sizeType == SizeType::Pixels)
+        return {Write("iw+", border.leftPixels + border.rightPixels),
+                Write("ih+", border.topPixels + border.bottomPixels), Write(border.leftPixels),
+                Write(border.topPixels)};
+    std::size_t const row = static_cast<std::size_t>(border.sizeType) - 1;
+    if (row >= s_borderUnits.size())
+        Core::Throw<std::logic_error>(
+            {s_file, "static std::string EffectActions<Tarsel::Proc::SettingsEffectBorder>::GetFFString("
+                     "const SettingsEffectBorder &, const FrameInfo &) "
+                     "[Settings = Tarsel::Proc::SettingsEffectBorder]"},
+            "Unreal Logic",
+            TagDetail(fmt::format("size type {}, not 0 to {}", static_cast<std::uint32_t>(border.sizeType),
+                                  s_borderUnits.size())));
+    BorderUnits const units = s_borderUnits[row];
+    std::string x = Write(units.horizontal, border.leftFraction);
+    std::string y = Write(units.vertical, border.topFraction);
+    if (border.sizeType == SizeType::OwnSize)
+        return {Write(units.horizontal, border.leftFraction + 1.0 + border.rightFraction),
+                Write(units.vertical, border.topFraction + 1.0 + border.bottomFraction), std::move(x),
+                std::move(y)};
+    return {Write("iw + ", units.horizontal, border.leftFraction + border.rightFraction),
+            Write("ih + ", units.vertical, border.topFraction + border.bottomFraction), std::move(x),
+            std::move(y)};
+}
+
+/// The size that the filter makes of one of its expressions, whole pixels of chroma; nothing where it would
+/// refuse it.
+std::optional<std::uint32_t> EvaluateSize(std::string expression, Conf::FrameInfo const& info, int shift) {
+    std::erase(expression, '\''); // they keep the commas from the graph's parser
+    constexpr char const* names[]{"iw", "ih", nullptr};
+    double const values[]{static_cast<double>(info.width), static_cast<double>(info.height), 0.0};
+    double size = 0.0;
+    int const error = av_expr_parse_and_eval(&size, expression.c_str(), names, values, nullptr, nullptr,
+                                             nullptr, nullptr, nullptr, 0, nullptr);
+    if (error < 0 || !(size >= 1.0 && size <= std::numeric_limits<std::int32_t>::max()))
+        return std::nullopt;
+    return static_cast<std::uint32_t>(size) >> shift << shift;
+}
+
+} // namespace
+
+namespace EdgeDetect {
+namespace {
+
+// NOLINTNEXTLINE(readability-identifier-naming)
+constexpr std::array g_modes{std::pair{SettingsEffectEdgeDetect::Mode::Wires, "wires"},
+                             std::pair{SettingsEffectEdgeDetect::Mode::ColorMix, "colormix"}};
+
+} // namespace
+
+void SetMode(SettingsEffectEdgeDetect::Mode mode, std::ostream& stream) {
+    for (auto const& [known, name] : g_modes)
+        if (known == mode)
+            stream << ":mode=" << name;
+}
+
+} // namespace EdgeDetect
+
+std::string EdgeDetectActions::GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
+    std::ostringstream text = MakeOptionStream();
+    text << "edgedetect" << std::setprecision(2) << "=low=" << settings.lowThreshold
+         << ":high=" << settings.highThreshold;
+    EdgeDetect::SetMode(settings.mode, text);
+    return text.str();
+}
+
+void EdgeDetectActions::CheckFormat(SettingsType const&, Conf::PixFmt format, Conf::FrameInfo const& info) {
+    // The two first and two last rows are copied apart, and four columns of each row between.
+    constexpr SmallestFrame smallest{2, 4};
+    RequireFrameSize(format, info, smallest, SettingsType::CLASS_ID,
+                     {s_file,
+                      "static void EffectActions<Tarsel::Proc::SettingsEffectEdgeDetect>::CheckFormat("
+                      "const SettingsType &, PixFmt, const FrameInfo &)"});
+}
+
+std::string EmbossActions::GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
+    std::ostringstream text = MakeClassicStream();
+    text << "geq=lum_expr='(p(X,Y)+(256-p(X" << Offset{settings.horizontalOffset} << ",Y"
+         << Offset{settings.verticalOffset} << ")))/2'";
+    if (!settings.keepColor)
+        text << ",format=gray";
+    return text.str();
+}
+
+std::string NegateActions::GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
+    bool const alpha = (settings.channels & SettingsType::Alpha) != 0;
+    bool allColors = true;
+    std::string text = "lutrgb='";
+    for (NegateOption const& option : s_negateOptions)
+        if ((settings.channels & option.channel) != 0)
+            text += option.text;
+        else
+            allColors = false;
+    if (alpha)
+        text += allColors ? "a=negval" : "a=negval:";
+    return text + '\'';
+}
+
+std::string PosterizeActions::GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
+    std::ostringstream text = MakeClassicStream();
+    text << "elbg=seed=" << settings.seed << ":l=" << settings.colorCount;
+    if (settings.palette)
+        text << ":pal8=1";
+    text << ":use_alpha=true";
+    return text.str();
+}
+
+std::string BorderActions::GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
+    Pad const pad = MakePad(settings);
+    Conf::PixColor const color = settings.color;
+    return fmt::format("pad={}:{}:{}:{}:color=#{:02x}{:02x}{:02x}{:02x}", pad.width, pad.height, pad.x, pad.y,
+                       color.red, color.green, color.blue, color.alpha);
+}
+
+void BorderActions::PostUpdate(SettingsType const& settings, SP<Conf::IFormatCodecVideo> const& format) {
+    Pad const pad = MakePad(settings);
+    auto const& pixels = Conf::PixFmtDescription::Find(format->GetPixelFormat());
+    Conf::FrameInfo const info = format->GetFrameInfo();
+    auto const width = EvaluateSize(pad.width, info, pixels.GetChromaShiftX());
+    auto const height = EvaluateSize(pad.height, info, pixels.GetChromaShiftY());
+    if (width && height)
+        format->InitByPixelAspect(*width, *height, info.aspectNum, info.aspectDen);
+}
+
+SP<IOneInputEffectVideo> CreateEffectEdgeDetect(SP<IEffectFactory const> const&,
+                                                SP<IFactoryDataVideo const> const&) {
+    return MakeSP<EffectFafloplal<EdgeDetectActions>>();
+}
+
+SP<IOneInputEffectVideo> CreateEffectEmboss(SP<IEffectFactory const> const&,
+                                            SP<IFactoryDataVideo const> const&) {
+    return MakeSP<EffectFafloplal<EmbossActions>>();
+}
+
+SP<IOneInputEffectVideo> CreateEffectNegateVideo(SP<IEffectFactory const> const&,
+                                                 SP<IFactoryDataVideo const> const&) {
+    return MakeSP<EffectFafloplal<NegateActions>>();
+}
+
+SP<IOneInputEffectVideo> CreateEffectPosterize(SP<IEffectFactory const> const&,
+                                               SP<IFactoryDataVideo const> const&) {
+    return MakeSP<EffectFafloplal<PosterizeActions>>();
+}
+
+SP<IOneInputEffectVideo> CreateEffectBorder(SP<IEffectFactory const> const&,
+                                            SP<IFactoryDataVideo const> const&) {
+    return MakeSP<EffectFafloplal<BorderActions>>();
+}
+
+} // namespace Tarsel::Proc

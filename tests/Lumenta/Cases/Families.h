@@ -1,0 +1,19 @@
+#pragma once
+
+#include "EffectCases.h"
+
+/// The rows of each family of effects, in the order of the families' files.
+namespace Tarsel::Test {
+
+std::vector<EffectCase> GetOrientationCases();
+std::vector<EffectCase> GetDenoiseCases();
+std::vector<EffectCase> GetStyliseCases();
+std::vector<EffectCase> GetColourCases();
+std::vector<EffectCase> GetStabiliseCases();
+
+template <class S, class... Args>
+std::shared_ptr<Proc::Settings const> MakeSettings(Args&&... args) {
+    return std::make_shared<S const>(args...);
+}
+
+} // namespace Tarsel::Test
