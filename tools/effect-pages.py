@@ -17,8 +17,6 @@ HEAD = """\
 What each effect is, does and takes. This page is written by `./dev docs`; `tarsel list` prints the same.
 """
 
-KEEPS = {"alpha": "alpha", "depth": "depth beyond 8 bits", "range": "full range", "size": "size"}
-
 
 def cell(text: object) -> str:
     return str(text).replace("|", "\\|")
@@ -50,29 +48,6 @@ def legal(row: dict) -> str:
     if low is None:
         return f"to {number(high)}"
     return f"{number(low)} to {number(high)}"
-
-
-def traits(effect: dict) -> list[str]:
-    row = effect["traits"]
-    if row is None:
-        return []
-    lines = []
-    names = ["size"] if effect["kind"].endswith("audio") else list(KEEPS)
-    for answer, text in (("sometimes", "may change"), ("never", "does not keep")):
-        lost = [KEEPS[name] for name in names if row[name] == answer]
-        if lost:
-            lines.append(f"{text} {', '.join(lost)}")
-    if not row["frameIndependent"]:
-        lines.append("looks at more than one frame" if "video" in effect["kind"] else "remembers earlier sound")
-    if row["delayFrames"]:
-        lines.append(f"holds back up to {row['delayFrames']} frames")
-    if row["delayMicroseconds"]:
-        lines.append(f"holds back up to {number(row['delayMicroseconds'] / 1000)} ms")
-    if row["framesPerFrame"] != 1:
-        lines.append(f"gives up to {row['framesPerFrame']} frames for one")
-    if row["tail"]:
-        lines.append("goes on after the end of the input")
-    return lines
 
 
 def parameters(rows: list[dict]) -> list[str]:
@@ -108,9 +83,8 @@ def page(catalogue: dict) -> str:
             if effect["summary"]:
                 summary = effect["summary"]
                 lines += [f"{summary[0].upper()}{summary[1:]}.", ""]
-            facts = traits(effect)
-            if facts:
-                lines += [f"It {'; '.join(facts)}.", ""]
+            if effect["facts"]:
+                lines += [f"It {'; '.join(effect['facts'])}.", ""]
             lines += parameters(effect["parameters"])
             blocks.append("\n".join(lines) + "\n")
     return "\n".join(blocks)

@@ -60,7 +60,7 @@ TEST_F(ExplainTool, TellsWhatIsWrong) {
                   "explain wants the format that goes in: either --frame or --audio"},
              Case{{"-e", "flip", "--audio", "48000:fltp:stereo"},
                   1,
-                  "step 1 (flip): works on video input, not on audio"},
+                  "-e \"flip\": flip works on video input, not on audio"},
              Case{{"-e", "flip", "--audio", "48000:fltp"},
                   1,
                   "--audio \"48000:fltp\": is not RATE:FORMAT:LAYOUT, for example 48000:fltp:stereo"},

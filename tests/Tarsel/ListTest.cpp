@@ -81,6 +81,11 @@ TEST_F(ListTool, TextHasAllOfTheJsonWithin80Columns) {
     for (auto const& effect : listed.at("effects")) {
         expectNext(effect.at("id").get<std::string>() + " (" + effect.at("kind").get<std::string>() + ")");
         expectNext(effect.at("summary"));
+        std::string sentence;
+        for (std::string const fact : effect.at("facts"))
+            sentence += (sentence.empty() ? "It " : "; ") + fact;
+        if (!sentence.empty())
+            expectNext(sentence + '.');
         for (auto const& parameter : effect.at("parameters")) {
             expectNext(parameter.at("key").get<std::string>() + " " +
                        parameter.at("help").get<std::string>());
@@ -94,6 +99,7 @@ TEST_F(ListTool, TextHasAllOfTheJsonWithin80Columns) {
 TEST_F(ListTool, TextOfOneEffect) {
     EXPECT_EQ(Run({"list", "transpose"}).out, "transpose (video)\n"
                                               "  turns the picture by quarters\n"
+                                              "  It may change full range, size.\n"
                                               "    step  clockwise rotation\n"
                                               "          integer, 0 to 3 (quarter turns), default 0\n");
     auto const unknown = Run({"list", "transpos"});

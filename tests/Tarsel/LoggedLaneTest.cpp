@@ -31,7 +31,8 @@ public:
 TEST(LoggedLane, AFailureIsReportedWithTheLogOfItsThread) {
     Console console;
     FFmpegLog log(console, false);
-    LoggedLane lane(log);
+    std::vector<std::string> notes;
+    LoggedLane lane(log, notes);
     lane.Append(MakeSP<FailingEffect>());
     av_log(nullptr, AV_LOG_ERROR, "of the input\n");
     std::thread([&] { EXPECT_THROW(lane.Feed(HostTest::MakeFrame(0)), std::runtime_error); }).join();

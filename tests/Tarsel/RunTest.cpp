@@ -54,6 +54,16 @@ protected:
         return Run(arguments);
     }
 
+    /// The quarters of the first picture, row by row, white or black: as stored, or as viewers see it.
+    static std::string LookAt(std::string const& file, bool asSeen) {
+        std::string quarters = RunForOutput({"ffmpeg", "-nostdin", "-v", "error", "-autorotate",
+                                             asSeen ? "1" : "0", "-i", file, "-frames:v", "1", "-vf",
+                                             "scale=2:2:flags=area,format=gray", "-f", "rawvideo", "-"});
+        for (char& quarter : quarters)
+            quarter = static_cast<unsigned char>(quarter) > 128 ? 'W' : 'B';
+        return quarters;
+    }
+
     /// Standard error holds notes alone.
     static void ExpectSuccess(ProcessResult const& result) {
         EXPECT_EQ(result.exitCode, 0);
@@ -144,6 +154,35 @@ TEST_F(RunTool, WithoutEffectsThePictureIsCopied) {
     EXPECT_THAT(encoded.err, HasSubstr("Stream 2 (subtitle, mov_text) was left out: "));
     EXPECT_EQ(HashPictures(At("encoded.mkv")), HashPictures(film));
     EXPECT_EQ(Probe(At("encoded.mkv"), "v", "stream=width,height"), "width=1080\nheight=1920\n");
+}
+
+// Where the container cannot hold the codec, the tag is carried out before it is lost.
+TEST_F(RunTool, WhatCannotBeCopiedStaysUpright) {
+    auto const film = MakeFilm("film.mp4", {"-f", "lavfi", "-i", "color=white:s=32x32:d=0.2", "-f", "lavfi",
+                                            "-i", "color=black:s=32x32:d=0.2", "-filter_complex", "hstack",
+                                            "-pix_fmt", "yuv420p", "-c:v", "libx264"});
+    SetOrientation(film, 6);
+    EXPECT_EQ(LookAt(film, false), "WB"
+                                   "WB");
+    EXPECT_EQ(LookAt(film, true), "WW"
+                                  "BB");
+    auto const result = RunWith({film, At("out.webm")}, {});
+    ExpectSuccess(result);
+    EXPECT_EQ(result.err, "tarsel: note: The pictures were encoded anew and turned upright: \"out.webm\" "
+                          "cannot hold h264.\n");
+    EXPECT_EQ(LookAt(At("out.webm"), false), "WW"
+                                             "BB");
+    EXPECT_EQ(Probe(At("out.webm"), "v", "stream=width,height"), "width=32\nheight=64\n");
+
+    // Without a tag there is nothing to turn, and no plug-in is needed.
+    SetOrientation(film, 1);
+    auto const plain = RunProcess({TARSEL_PROGRAM, "run", film, At("plain.webm"), "--plugin", At("none.so")});
+    EXPECT_EQ(plain.err, "tarsel: note: The pictures were encoded anew: \"plain.webm\" cannot hold h264.\n");
+    SetOrientation(film, 6);
+    auto const none = RunProcess({TARSEL_PROGRAM, "run", film, At("none.webm"), "--plugin", At("none.so")});
+    EXPECT_NE(none.exitCode, 0);
+    EXPECT_THAT(none.err, HasSubstr(At("none.so")));
+    EXPECT_THAT(ListFolder(), ElementsAre("film.mp4", "out.webm", "plain.webm"));
 }
 
 TEST_F(RunTool, OrientationThatCannotBeBakedIsTold) {

@@ -27,6 +27,10 @@ struct CatalogueEntry {
 /// empty. UsageException when there is none of that name. Texts and fields live as long as the plug-in.
 std::vector<CatalogueEntry> MakeCatalogue(Effects const& effects, std::string const& classId);
 
+/// What the traits say, for people: "may change full range", "holds back up to 1 frames"; each goes on a
+/// sentence that begins with "It". Empty for effects that do not tell.
+std::vector<std::string> DescribeFacts(CatalogueEntry const& entry);
+
 /// For people: a block for each effect, lines of at most `columns` characters where words allow.
 std::string FormatCatalogue(std::vector<CatalogueEntry> const& entries, std::size_t columns);
 
@@ -36,9 +40,11 @@ std::string FormatCatalogue(std::vector<CatalogueEntry> const& entries, std::siz
 ///   - "id", "implementation": strings; "kind": "video", "audio", "two-input video" or "two-input audio";
 ///   - "summary": one line of help, "" when the effect does not tell;
 ///   - "traits": null when the effect does not tell, else an object with
+///     - "takes": the pixel formats it takes, "any" or "planar YUV"; "evenSize": whether only even sizes;
 ///     - "alpha", "depth", "range", "size": whether the effect keeps it: "always", "sometimes", "never";
 ///     - "frameIndependent", "tail", "slices": booleans;
 ///     - "delayFrames", "delayMicroseconds", "framesPerFrame": integers;
+///   - "facts": an array of strings, the traits in words (DescribeFacts);
 ///   - "parameters": an array, an object for each parameter with
 ///     - "key", "unit", "help": strings; "kind": the name of a Proc::FieldKind;
 ///     - "default": a boolean for flags, a number for integers and reals, else the text as -e takes it;

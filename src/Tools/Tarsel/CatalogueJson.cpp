@@ -67,7 +67,9 @@ Json FieldToJson(Proc::Field const& field) {
 Json TraitsToJson(std::optional<Proc::EffectTraits> const& traits) {
     if (!traits)
         return nullptr;
-    return {{"alpha", GetName(traits->alpha)},
+    return {{"takes", GetName(traits->takes)},
+            {"evenSize", traits->evenSize},
+            {"alpha", GetName(traits->alpha)},
             {"depth", GetName(traits->depth)},
             {"range", GetName(traits->range)},
             {"size", GetName(traits->size)},
@@ -92,6 +94,7 @@ std::string CatalogueToJson(Effects const& effects, std::vector<CatalogueEntry> 
                         {"kind", GetName(entry.kind)},
                         {"summary", entry.traits ? entry.traits->summary : std::string_view()},
                         {"traits", TraitsToJson(entry.traits)},
+                        {"facts", DescribeFacts(entry)},
                         {"parameters", std::move(parameters)}});
     }
     Json const document{{"plugin", effects.plugin.string()}, {"effects", std::move(list)}};

@@ -57,6 +57,8 @@ std::string FormatCatalogue(std::vector<CatalogueEntry> const& entries, std::siz
             out += '\n';
         out += fmt::format("{} ({})\n", entry.classId, GetName(entry.kind));
         AppendWrapped(out, {}, s_indent, entry.traits ? entry.traits->summary : std::string_view(), columns);
+        if (std::vector<std::string> const facts = DescribeFacts(entry); !facts.empty())
+            AppendWrapped(out, {}, s_indent, fmt::format("It {}.", fmt::join(facts, "; ")), columns);
         std::size_t const keyColumn = GetKeyColumn(entry.fields, &Proc::Field::key, 2 * s_indent);
         for (Proc::Field const& field : entry.fields)
             AppendField(out, field, keyColumn, columns);

@@ -109,18 +109,16 @@ std::string ToJson(Explanations const& explanations) {
 }
 
 Explanations ExplainPicture(ExplainArguments const& arguments, std::string const& plugin) {
-    auto const steps = ParseSteps(arguments.effects);
     FrameText const input = ParseFrameText(arguments.frame);
     return Explain<Proc::IEffectDetailsVideo>(
-        MakeVideoEffects(LoadEffects(plugin), steps),
+        MakeVideoEffects(LoadEffects(plugin), arguments.effects),
         SP<Conf::IFormatCodecVideo>(MakeSP<Conf::FormatCodecVideo>(input.format, input.frame)));
 }
 
 Explanations ExplainSound(ExplainArguments const& arguments, std::string const& plugin) {
-    auto const steps = ParseSteps(arguments.effects);
     Conf::SampleInfo const input = ParseSampleText(arguments.audio);
     return Explain<Proc::IEffectDetailsAudio>(
-        MakeAudioEffects(LoadEffects(plugin), steps),
+        MakeAudioEffects(LoadEffects(plugin), arguments.effects),
         SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(input)));
 }
 

@@ -17,7 +17,7 @@ auto MarkingFailures(FFmpegLog& log, Work const& work) {
 
 } // namespace
 
-LoggedLane::LoggedLane(FFmpegLog& log) : m_log(log) {}
+LoggedLane::LoggedLane(FFmpegLog& log, std::vector<std::string>& notes) : m_log(log), m_notes(notes) {}
 
 void LoggedLane::Feed(SP<Proc::IDataVideo> const& frame) {
     MarkingFailures(m_log, [&] { m_chain.Feed(frame); });
@@ -29,6 +29,8 @@ SP<Proc::IDataVideo> LoggedLane::Take() {
 
 void LoggedLane::End() {
     MarkingFailures(m_log, [&] { m_chain.End(); });
+    for (std::string& note : m_chain.GetNotes())
+        m_notes.push_back(std::move(note));
 }
 
 } // namespace Tarsel::Tools

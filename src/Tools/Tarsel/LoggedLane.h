@@ -2,6 +2,10 @@
 
 #include "Host/VideoChain.h"
 
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace Tarsel::Tools {
 
 class FFmpegLog;
@@ -9,11 +13,13 @@ class FFmpegLog;
 /// A chain of effects whose failures mark FFmpeg's log on the thread where they arise.
 class LoggedLane final : public Proc::IEffectStreamVideo {
 public:
-    /// The log has to live longer.
-    explicit LoggedLane(FFmpegLog& log);
+    /// Both have to live longer. When the stream ends, what the chain notes is added to `notes`.
+    LoggedLane(FFmpegLog& log, std::vector<std::string>& notes);
 
     /// See Host::VideoChain.
-    void Append(SP<Proc::IOneInputEffectVideo> const& effect) { m_chain.Append(effect); }
+    void Append(SP<Proc::IOneInputEffectVideo> const& effect, std::string label = {}) {
+        m_chain.Append(effect, std::move(label));
+    }
 
     void Feed(SP<Proc::IDataVideo> const& frame) override;
     SP<Proc::IDataVideo> Take() override;
@@ -21,6 +27,7 @@ public:
 
 private:
     FFmpegLog& m_log;
+    std::vector<std::string>& m_notes;
     Host::VideoChain m_chain;
 };
 

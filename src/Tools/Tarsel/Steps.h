@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Conf/DisplayMatrix.h"
-#include "Host/EffectStep.h"
 #include "Proc/Interfaces/IOneInputEffectAudio.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Effects.h"
@@ -11,15 +10,12 @@
 
 namespace Tarsel::Tools {
 
-/// The steps of a chain as the user wrote them. Proc::SettingsException with the text under Host::TagStep.
-std::vector<Host::EffectStep> ParseSteps(std::vector<std::string> const& texts);
-
-/// An effect for each step, with the step's settings. UsageException, with the step under Host::TagStep, for
-/// one that the plug-in does not offer, or that works on something else.
+/// An effect for each step as the user wrote it (see Host::ParseEffectStep and Host::MakeVideoEffect). What
+/// these throw leaves with the text under Host::TagStep.
 std::vector<SP<Proc::IOneInputEffectVideo>> MakeVideoEffects(Effects const& effects,
-                                                             std::vector<Host::EffectStep> const& steps);
+                                                             std::vector<std::string> const& steps);
 std::vector<SP<Proc::IOneInputEffectAudio>> MakeAudioEffects(Effects const& effects,
-                                                             std::vector<Host::EffectStep> const& steps);
+                                                             std::vector<std::string> const& steps);
 
 /// The effect that brings the pixels into the orientation that `matrix` asks viewers for. The matrix must
 /// have an orientation (Conf::DisplayMatrix::GetOrientation).

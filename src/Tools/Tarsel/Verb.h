@@ -48,6 +48,8 @@ struct Verb {
 ///
 /// "run": a media file's picture through effects into another file.
 Verb AddRunVerb(CLI::App& app, CommonOptions& common);
+/// "stabilize": a film with the camera's shake taken out, in two passes.
+Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common);
 /// "list": the effects of the plug-in and their parameters.
 Verb AddListVerb(CLI::App& app, CommonOptions& common);
 /// "explain": what effects would do with a format, without media.

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Media/Run.h"
+#include "Proc/Interfaces/IOneInputEffectVideo.h"
+#include "Tools/Tarsel/Effects.h"
+#include "Tools/Tarsel/FFmpegLog.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Tools {
+
+/// Makes lanes of effects for media files. Effects stand behind one that turns the picture upright: they work
+/// on what viewers see.
+class LaneMaker {
+public:
+    /// The log has to live longer than the lanes.
+    LaneMaker(Effects effects, FFmpegLog& log) : m_effects(std::move(effects)), m_log(log) {}
+
+    /// A lane through the effects, which belong to it from now on. The maker has to live longer.
+    std::unique_ptr<Proc::IEffectStreamVideo> Make(Media::VideoStreamInfo const& stream,
+                                                   std::vector<SP<Proc::IOneInputEffectVideo>> const& steps);
+    /// Whether a stream that no effects are wanted for needs MakeUpright all the same: it cannot be copied,
+    /// and loses the tag by which viewers would turn it.
+    static bool HasToTurn(Media::VideoStreamInfo const& stream);
+    /// A lane that turns the pictures upright, and a note about it.
+    std::unique_ptr<Proc::IEffectStreamVideo> MakeUpright(Media::VideoStreamInfo const& stream);
+    Effects const& GetEffects() const noexcept { return m_effects; }
+    /// What the user should know of the work of the lanes that have ended.
+    std::vector<std::string> const& GetNotes() const noexcept { return m_notes; }
+
+private:
+    Effects m_effects;
+    FFmpegLog& m_log;
+    std::vector<std::string> m_notes;
+};
+
+} // namespace Tarsel::Tools

@@ -1,0 +1,66 @@
+#include "Tools/Tarsel/MediaWork.h"
+
+#include "Core/ThreadBudget.h"
+#include "Tools/Tarsel/Console.h"
+#include "Tools/Tarsel/ProgressLine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace Tarsel::Tools {
+namespace {
+
+std::string Summarise(Media::RunResult const& result, std::string const& output) {
+    double const speed = result.seconds > 0 ? static_cast<double>(result.framesOut) / result.seconds : 0;
+    std::string const encoder = result.videoEncoder.empty() ? "copied" : result.videoEncoder;
+    return fmt::format("{}: {} frames ({}) in {:.1f} s, {:.1f} fps", output, result.framesOut, encoder,
+                       result.seconds, speed);
+}
+
+/// The progress of one pass as that of all. The passes that are still to come are taken to need as long.
+Media::RunProgress OfAll(Media::RunProgress progress, int pass, int passes) {
+    if (progress.done < 0 || passes == 1)
+        return progress;
+    double const share = 1.0 / passes;
+    double const passLasts =
+        progress.done < 1 && progress.secondsLeft >= 0 ? progress.secondsLeft / (1 - progress.done)
+        : progress.framesPerSecond > 0 ? static_cast<double>(progress.frames) / progress.framesPerSecond
+                                       : 0;
+    if (progress.secondsLeft >= 0)
+        progress.secondsLeft += passLasts * (passes - 1 - pass);
+    progress.done = std::min(progress.done, 1.0) * share + pass * share;
+    return progress;
+}
+
+} // namespace
+
+MediaWork::MediaWork(MediaArguments const& arguments, Context const& context)
+    : m_arguments(arguments), m_context(context),
+      m_showsProgress(context.console.IsTerminal() && !arguments.quiet), m_signals(m_stop) {
+    if (arguments.threads)
+        Core::ThreadBudget::Set(*arguments.threads);
+}
+
+std::function<void(Media::RunProgress const&)> MediaWork::ShowProgress(int pass, int passes) const {
+    if (!m_showsProgress)
+        return {};
+    return [&console = m_context.console, pass, passes](Media::RunProgress const& progress) {
+        // The last column stays free: a terminal would go to the next line.
+        console.SetStatus(RenderProgress(OfAll(progress, pass, passes), console.GetColumns() - 1));
+    };
+}
+
+void MediaWork::Tell(Media::RunResult const& result, std::vector<std::string> const& notes) const {
+    Console& console = m_context.console;
+    console.SetStatus({});
+    if (m_arguments.quiet)
+        return;
+    for (auto const* list : {&result.notes, &notes})
+        for (std::string const& note : *list)
+            console.Print("tarsel: note: " + note);
+    if (m_showsProgress)
+        console.Print(Summarise(result, m_arguments.output));
+}
+
+} // namespace Tarsel::Tools

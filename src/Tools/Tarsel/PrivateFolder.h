@@ -1,0 +1,24 @@
+#pragma once
+
+#include <filesystem>
+
+namespace Tarsel::Tools {
+
+/// A new folder for temporary files that only this user can look into; it goes with this object, and with it
+/// whatever is in it. It lies in $TMPDIR, or in /tmp where that is not set or has a character in its name
+/// that FFmpeg's filter texts give a meaning to.
+class PrivateFolder {
+public:
+    /// std::filesystem::filesystem_error naming the folder when it cannot be made.
+    PrivateFolder();
+    PrivateFolder(PrivateFolder const&) = delete;
+    PrivateFolder& operator=(PrivateFolder const&) = delete;
+    ~PrivateFolder();
+
+    std::filesystem::path const& GetPath() const noexcept { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+} // namespace Tarsel::Tools

@@ -1,0 +1,101 @@
+#include "Core/Throw.h"
+#include "Host/EffectStep.h"
+#include "Host/VideoChain.h"
+#include "Media/Analyse.h"
+#include "Media/Run.h"
+#include "Proc/Settings/Stabilise.h"
+#include "Tools/Tarsel/ExitCodes.h"
+#include "Tools/Tarsel/LaneMaker.h"
+#include "Tools/Tarsel/MediaArguments.h"
+#include "Tools/Tarsel/MediaWork.h"
+#include "Tools/Tarsel/PrivateFolder.h"
+#include "Tools/Tarsel/UsageException.h"
+#include "Tools/Tarsel/Verb.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tarsel::Tools {
+namespace {
+
+struct StabilizeArguments {
+    MediaArguments media;
+    std::vector<std::string> settings;
+};
+
+/// Settings of the effect that this verb gives itself.
+constexpr std::array<std::string_view, 3> s_ownKeys{"enabled", "detect", "path"};
+
+/// The effect's settings as the user wrote them, "key=value:key=value". UsageException.
+Host::EffectStep MakeStep(std::vector<std::string> const& settings) {
+    for (std::string const& setting : settings)
+        if (std::ranges::find(s_ownKeys, setting.substr(0, setting.find('='))) != s_ownKeys.end())
+            Core::Throw<UsageException>(
+                {"Tools/Tarsel/StabilizeVerb",
+                 "Host::EffectStep Tarsel::Tools::MakeStep(const std::vector<std::string> &)"},
+                fmt::format("\"{}\" cannot be set: stabilize does both passes by itself", setting));
+    std::string text = Proc::SettingsEffectStabilizer::CLASS_ID;
+    for (std::string const& setting : settings)
+        text += " \"" + setting + '"';
+    return Host::ParseEffectStep(text);
+}
+
+/// The effect for one of the passes.
+SP<Proc::IOneInputEffectVideo> MakeEffect(Effects const& effects, Host::EffectStep step,
+                                          std::filesystem::path const& motions, bool isFirstPass) {
+    if (!step.settings.empty())
+        step.settings += ':';
+    step.settings += fmt::format("enabled=1:detect={}:path={}", isFirstPass ? 1 : 0, motions.string());
+    return Host::MakeVideoEffect(*effects.factory, step);
+}
+
+void Stabilize(StabilizeArguments const& arguments, Context const& context) {
+    Media::RunOptions options = arguments.media.MakeRunOptions();
+    Host::EffectStep const step = MakeStep(arguments.settings);
+    LaneMaker maker(LoadEffects(context.options.plugin), context.log);
+    PrivateFolder const folder;
+    std::filesystem::path const motions = folder.GetPath() / "motions.trf";
+    auto const detect = MakeEffect(maker.GetEffects(), step, motions, true);
+    auto const transform = MakeEffect(maker.GetEffects(), step, motions, false);
+    auto const makeLane = [&](SP<Proc::IOneInputEffectVideo> const& effect) {
+        return [&](Media::VideoStreamInfo const& stream) { return maker.Make(stream, {effect}); };
+    };
+    Media::CheckRun(options);
+
+    MediaWork const work(arguments.media, context);
+    // The file of motions is complete when the stream through the first effect has ended.
+    Media::Analyse({arguments.media.input, makeLane(detect), work.ShowProgress(0, 2)}, work.GetStop());
+    options.makeVideoLane = makeLane(transform);
+    options.onProgress = work.ShowProgress(1, 2);
+    Media::RunResult const result = Media::Run(options, work.GetStop());
+    work.Tell(result, maker.GetNotes());
+}
+
+} // namespace
+
+Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common) {
+    CLI::App* const command =
+        app.add_subcommand("stabilize", "Take the camera's shake out of a film")->group("Verbs");
+    auto const arguments = std::make_shared<StabilizeArguments>();
+    arguments->media.AddTo(*command);
+    command->add_option("SETTINGS", arguments->settings, "Settings of the stabilizer, as smoothing=30")
+        ->option_text("KEY=VALUE...");
+    common.AddTo(*command);
+    command->footer("Goes through the film twice: once to find out how the camera moved, once to move every\n"
+                    "picture back. \"tarsel list stabilizer\" shows the settings.\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel stabilize shaky.mp4 steady.mp4\n"
+                    "  tarsel stabilize shaky.mov steady.mkv shakiness=8 smoothing=30 crop=black");
+    return {command, [arguments](Context const& context) { Stabilize(*arguments, context); }};
+}
+
+} // namespace Tarsel::Tools
