@@ -50,6 +50,7 @@ std::vector<std::string> FindNearNames(std::string_view name, std::span<std::str
     near.erase(std::unique(near.begin(), near.end()), near.end());
     near.resize(std::min(near.size(), s_mostNames));
     std::vector<std::string> result;
+    result.reserve(near.size());
     for (auto& [distance, candidate] : near)
         result.push_back(std::move(candidate));
     return result;

@@ -26,6 +26,9 @@ public:
     EffectRegistry const& GetRegistry() const noexcept { return *m_registry; }
 
 private:
+    /// Lives by its references alone: effects are given one.
+    ~EffectFactory() override = default;
+
     std::shared_ptr<EffectRegistry const> m_registry;
 };
 

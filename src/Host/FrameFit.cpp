@@ -1,7 +1,9 @@
 #include "Host/FrameFit.h"
 
 #include "Conf/PixFmtDescription.h"
+#include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
+#include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Proc/Wrappers/SafeFrame.h"
 #include "Proc/Wrappers/SafeSwsContext.h"
@@ -10,6 +12,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -24,20 +27,40 @@ namespace {
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
 
+/// Formats that nobody converts to of his own accord.
+constexpr int s_awkward = PixFmtDescription::BigEndian | PixFmtDescription::Float;
+
+/// One component a plane, so that samples are repeated without knowing what lies beside them; and none that
+/// FFmpeg would make RGB of for a filter that does not know it.
 bool IsPlanarYuv(PixFmtDescription const& format) {
-    // One component a plane: a row is repeated, and a sample, without knowing what lies beside it.
+    if (format.GetName() == "yuvj444p")
+        return false;
     int const components = (format.GetName().starts_with("gray") ? 1 : 3) + (format.HasAlpha() ? 1 : 0);
     return !format.IsRgb() && (format.GetFlags() & PixFmtDescription::Palette) == 0 &&
            format.GetPlaneCount() == components;
 }
 
+/// To a whole number of chroma samples, and of pixel pairs.
+std::uint32_t RoundUp(std::uint32_t size, int chromaShift) {
+    std::uint32_t const step = std::max(2U, 1U << chromaShift);
+    return (size + step - 1) / step * step;
+}
+
+/// The planar YUV format that loses least of `format`, alpha and depth counted.
 PixFmt ChoosePlanarYuv(PixFmt format) {
-    static std::vector<PixFmt> const candidates{PixFmt::YUV420P, PixFmt::YUV422P, PixFmt::YUV444P};
-    // RGB has colour at every pixel, and so has a palette.
-    auto const& description = PixFmtDescription::Find(format);
-    if (description.IsRgb() || (description.GetFlags() & PixFmtDescription::Palette) != 0)
-        return PixFmt::YUV444P;
-    return FindBestPixelFormatOfList(candidates, format, false, nullptr);
+    static std::vector<PixFmt> const candidates = [] {
+        std::vector<PixFmt> all;
+        for (PixFmt const each : PixFmtDescription::s_supportedFormats)
+            if (auto const& description = PixFmtDescription::Find(each);
+                IsPlanarYuv(description) && (description.GetFlags() & s_awkward) == 0 &&
+                Conf::WithoutFixedRange(each) == each)
+                all.push_back(each);
+        // Of several that lose as little the first one is taken.
+        std::ranges::stable_sort(all, {},
+                                 [](PixFmt each) { return PixFmtDescription::Find(each).GetDepth(); });
+        return all;
+    }();
+    return FindBestPixelFormatOfList(candidates, format, true, nullptr);
 }
 
 SP<Proc::DataVideoFF> MakeLike(Proc::IDataVideo const& model, Conf::ColorSpace const& space,
@@ -83,12 +106,16 @@ PictureForm GetForm(Proc::IDataVideo const& frame) {
 }
 
 std::optional<FrameFit> FrameFit::Make(Proc::EffectTraits const& traits, PictureForm const& form) {
+    // Where the size changes, nobody could tell what belongs to the edge.
+    if (traits.size != Proc::Keeps::Always)
+        return std::nullopt;
     PictureForm inner = form;
     if (traits.takes == Proc::Takes::PlanarYuv && !IsPlanarYuv(PixFmtDescription::Find(form.format)))
         inner.format = ChoosePlanarYuv(form.format);
     if (traits.evenSize) {
-        inner.width += inner.width % 2;
-        inner.height += inner.height % 2;
+        auto const& description = PixFmtDescription::Find(inner.format);
+        inner.width = RoundUp(inner.width, description.GetChromaShiftX());
+        inner.height = RoundUp(inner.height, description.GetChromaShiftY());
     }
     if (inner == form)
         return std::nullopt;
@@ -122,6 +149,13 @@ SP<Proc::IDataVideo> FrameFit::Fit(Proc::IDataVideo const& frame) {
 }
 
 SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) const {
+    PictureForm const form = GetForm(*result);
+    if (form.width != m_inner.width || form.height != m_inner.height)
+        Core::Throw<Proc::EffectException>(
+            {"Host/FrameFit", "SP<IDataVideo> Tarsel::Host::FrameFit::Restore(const SP<IDataVideo> &) const"},
+            fmt::format(
+                "The effect breaks its contract: it keeps the size, as it says, but made {}x{} of {}x{}",
+                form.width, form.height, m_inner.width, m_inner.height));
     // Cutting off at the right and below is a matter of the size alone.
     Proc::SafeFrame frame = Proc::SafeFrame::Reference(*result->GetAVFrame());
     frame->width = static_cast<int>(m_outer.width);

@@ -35,10 +35,14 @@ void VideoChain::Feed(SP<Proc::IDataVideo> const& frame) {
         Core::Throw<Proc::EffectException>(
             {"Host/VideoChain", "virtual void Tarsel::Host::VideoChain::Feed(const SP<IDataVideo> &)"},
             "A null frame cannot be fed");
+    while (m_ending < m_steps.size())
+        EndFurther();
     Drive(0, frame);
 }
 
 SP<Proc::IDataVideo> VideoChain::Take() {
+    while (m_ready.empty() && m_ending < m_steps.size())
+        EndFurther();
     if (m_ready.empty())
         return {};
     SP<Proc::IDataVideo> frame = std::move(m_ready.front());
@@ -47,10 +51,23 @@ SP<Proc::IDataVideo> VideoChain::Take() {
 }
 
 void VideoChain::End() {
-    for (std::size_t i = 0; i < m_steps.size(); ++i) {
-        m_steps[i].End();
-        while (SP<Proc::IDataVideo> held = m_steps[i].Take())
-            Drive(i + 1, std::move(held));
+    if (m_steps.empty())
+        return;
+    m_ending = 0;
+    m_steps.front().End();
+}
+
+/// Takes the next frame that the step which is ending holds back through those after it; with none left, the
+/// step after it ends.
+void VideoChain::EndFurther() {
+    std::size_t const step = m_ending;
+    m_ending = s_notEnding; // should it fail
+    if (SP<Proc::IDataVideo> held = m_steps[step].Take()) {
+        Drive(step + 1, std::move(held));
+        m_ending = step;
+    } else if (step + 1 < m_steps.size()) {
+        m_steps[step + 1].End();
+        m_ending = step + 1;
     }
 }
 

@@ -7,6 +7,7 @@
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <vector>
@@ -48,10 +49,15 @@ public:
     std::vector<std::string> GetNotes() const;
 
 private:
+    static constexpr std::size_t s_notEnding = SIZE_MAX;
+
+    void EndFurther();
     void Drive(std::size_t from, SP<Proc::IDataVideo> frame);
 
     std::vector<VideoStep> m_steps;
     std::size_t m_numbered = 0;
+    /// The step that is giving out what it held back.
+    std::size_t m_ending = s_notEnding;
     std::deque<SP<Proc::IDataVideo>> m_ready;
 };
 

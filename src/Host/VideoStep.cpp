@@ -48,8 +48,9 @@ void CheckGiven(Proc::IDataVideo const& result) {
     if (frame == nullptr)
         ThrowMisbehaviour("it gave a frame without AVFrame");
     PictureForm const said = GetForm(result);
-    if (frame->format != static_cast<int>(said.format) || frame->width < static_cast<int>(said.width) ||
-        frame->height < static_cast<int>(said.height) || said.width == 0 || said.height == 0)
+    if (frame->data[0] == nullptr || frame->format != static_cast<int>(said.format) || said.width == 0 ||
+        said.height == 0 || std::cmp_less(frame->width, said.width) ||
+        std::cmp_less(frame->height, said.height))
         ThrowMisbehaviour(fmt::format("it gave a frame said to be {}x{} in pixel format {}, whose AVFrame is "
                                       "{}x{} in {}",
                                       said.width, said.height, static_cast<std::int32_t>(said.format),
@@ -86,11 +87,20 @@ void VideoStep::End() {
     Labelled(m_label, [&] { EndEffect(); });
 }
 
-/// What frames of the old form still hold back comes out in the old form.
-void VideoStep::FitTo(PictureForm const& form) {
+/// None for an effect that would pass such frames untouched.
+std::optional<FrameFit> VideoStep::MakeFit(PictureForm const& form) const {
     std::optional<FrameFit> fit;
     if (m_details != nullptr)
         fit = FrameFit::Make(m_details->GetTraits(), form);
+    if (fit &&
+        m_details->Describe(Conf::FormatCodecVideo(form.format, {form.width, form.height, 0, 1})).empty())
+        fit.reset();
+    return fit;
+}
+
+/// What frames of the old form still hold back comes out in the old form.
+void VideoStep::FitTo(PictureForm const& form) {
+    std::optional<FrameFit> fit = MakeFit(form);
     if (m_fit || fit) {
         EndEffect();
         while (SP<Proc::IDataVideo> rest = TakeFromEffect())
@@ -107,6 +117,11 @@ void VideoStep::FeedEffect(SP<Proc::IDataVideo> const& frame) {
     if (m_stream != nullptr) {
         m_stream->Feed(frame);
         return;
+    }
+    if (m_isEnding) { // what is left of a stream that failed on its way out
+        m_isEnding = false;
+        m_effect->Reset();
+        m_fed = 0;
     }
     SP<Proc::IDataVideo> data = frame;
     ++m_fed;
@@ -136,10 +151,8 @@ SP<Proc::IDataVideo> VideoStep::TakeFromEffect() {
     if (!result)
         return result;
     CheckGiven(*result);
-    if (m_fit)
-        result = m_fit->Restore(result);
     NoteLosses(*result);
-    return result;
+    return m_fit ? m_fit->Restore(result) : result;
 }
 
 void VideoStep::EndEffect() {
@@ -154,9 +167,7 @@ void VideoStep::EndEffect() {
 void VideoStep::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const {
     Labelled(m_label, [&] {
         Conf::FrameInfo info = format->GetFrameInfo();
-        std::optional<FrameFit> fit;
-        if (m_details != nullptr)
-            fit = FrameFit::Make(m_details->GetTraits(), {format->GetPixelFormat(), info.width, info.height});
+        std::optional<FrameFit> const fit = MakeFit({format->GetPixelFormat(), info.width, info.height});
         if (!fit) {
             m_effect->UpdateFormatCodec(format);
             return;

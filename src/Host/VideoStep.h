@@ -33,6 +33,7 @@ public:
     std::vector<std::string> const& GetNotes() const noexcept { return m_notes; }
 
 private:
+    std::optional<FrameFit> MakeFit(PictureForm const& form) const;
     void FitTo(PictureForm const& form);
     void FeedEffect(SP<Proc::IDataVideo> const& frame);
     SP<Proc::IDataVideo> TakeFromEffect();

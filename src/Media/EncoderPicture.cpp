@@ -69,8 +69,18 @@ bool IsGray(PixFmt format) {
 
 } // namespace
 
+std::optional<PictureKind> FindYuvOrigin(PictureKind const& input) {
+    if (input.format == PixFmt::None || IsRgb(input.format) || IsGray(input.format))
+        return std::nullopt;
+    PictureKind origin{Conf::WithoutFixedRange(input.format), input.space};
+    if (origin.format != input.format)
+        origin.space.range = AVCOL_RANGE_JPEG;
+    return origin;
+}
+
 EncoderPicture ChoosePicture(PixFmt format, Conf::ColorSpace const& space, std::uint32_t width,
-                             std::uint32_t height, EncoderRules const& rules) {
+                             std::uint32_t height, EncoderRules const& rules,
+                             std::optional<PictureKind> const& origin) {
     PixFmt const from = Conf::WithoutFixedRange(format);
     Conf::ColorSpace fromSpace = space;
     if (from != format)
@@ -79,7 +89,10 @@ EncoderPicture ChoosePicture(PixFmt format, Conf::ColorSpace const& space, std::
 
     if (!rules.formats.empty()) {
         std::vector<PixFmt> const candidates = ListCandidates(from, width, height, rules);
-        if (!Contains(candidates, from))
+        bool const isBackFromRgb = origin && IsRgb(from) && Contains(candidates, origin->format);
+        if (!Contains(candidates, from) && isBackFromRgb)
+            picture.format = origin->format;
+        else if (!Contains(candidates, from))
             picture.format = Conf::FindBestPixelFormatOfList(candidates, from, true, &picture.loss);
         if (picture.format == PixFmt::None)
             return picture;
@@ -89,7 +102,7 @@ EncoderPicture ChoosePicture(PixFmt format, Conf::ColorSpace const& space, std::
     if (toRgb && !IsRgb(from))
         picture.space = {AVCOL_SPC_RGB, AVCOL_RANGE_JPEG, fromSpace.primaries};
     else if (!toRgb && IsRgb(from))
-        picture.space = MakeYuvFromRgb(fromSpace);
+        picture.space = origin ? origin->space : MakeYuvFromRgb(fromSpace);
     if (!toRgb && picture.space.matrix == AVCOL_SPC_RGB) // gray that came from RGB
         picture.space.matrix = AVCOL_SPC_UNSPECIFIED;
     if (!toRgb && rules.isJpeg)

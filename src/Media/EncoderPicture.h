@@ -4,6 +4,7 @@
 #include "Conf/PixFmt.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,10 +34,22 @@ struct EncoderPicture {
     int loss = 0;
 };
 
-/// The nearest to the lane's pictures that the encoder takes; PixFmt::None when there is none. Pure; any
-/// thread.
+/// A format of pixels and what they mean.
+struct PictureKind {
+    Conf::PixFmt format = Conf::PixFmt::None;
+    Conf::ColorSpace space;
+};
+
+/// What RGB that was made of such input has to become where the encoder wants YUV: what it was, lest colours
+/// shift or players meet a format they do not know. Nothing where the input is no YUV. Pure; any thread.
+std::optional<PictureKind> FindYuvOrigin(PictureKind const& input);
+
+/// The nearest to the lane's pictures that the encoder takes; PixFmt::None when there is none. `origin` is
+/// what YUV becomes that has to be made of RGB, if the encoder takes that; without it the colours of HD.
+/// Pure; any thread.
 EncoderPicture ChoosePicture(Conf::PixFmt format, Conf::ColorSpace const& space, std::uint32_t width,
-                             std::uint32_t height, EncoderRules const& rules);
+                             std::uint32_t height, EncoderRules const& rules,
+                             std::optional<PictureKind> const& origin = {});
 
 /// What is lost, for people: "alpha, depth"; "" for nothing.
 std::string LossText(int loss);

@@ -166,7 +166,7 @@ EncoderOptions TameEncoder(AVCodec const& encoder, EncoderOptions options, int t
     bool found = false;
     for (auto& [key, value] : options)
         if (key == ways->option) {
-            value = text + ':' + value;
+            value.insert(0, text + ':');
             found = true;
         }
     if (!found)

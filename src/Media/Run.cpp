@@ -167,6 +167,8 @@ std::string Job::DescribeCopyObstacle() const {
                              : CanHold(m_container, m_options.output, codec);
     if (!canHold)
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
+    if (m_info.orientation != Conf::DisplayMatrix::s_default && !m_container.isStill && !IsMovFamily(format))
+        return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
     bool const needsTimes =
         (format.flags & AVFMT_NOTIMESTAMPS) == 0 && m_streams.container != format.name && !input.IsStill();
     return needsTimes && !m_source->HasPacketTimes() ? "the input does not say when they are shown"
@@ -196,8 +198,14 @@ void Job::Work(Lane& lane) {
     std::optional<OtherStreams> others;
     if (!m_container.isStill && m_streams.context->nb_streams > 1)
         others.emplace(m_options.input, m_stop.get_token());
-    Writer writer({m_encoder, m_options.videoEncoderOptions, m_container.format, times.GetTimeBase(),
-                   m_info.frameRate, m_source->GetFirstDuration(), m_container.isStill},
+    Writer writer({m_encoder,
+                   m_options.videoEncoderOptions,
+                   m_container.format,
+                   times.GetTimeBase(),
+                   m_info.frameRate,
+                   m_source->GetFirstDuration(),
+                   m_container.isStill,
+                   {m_info.format, m_info.space}},
                   *m_file, m_streams, others ? &*others : nullptr, m_progress);
 
     Pipeline pipeline(m_stop, [this] { Report(); });

@@ -52,7 +52,7 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
     EncoderRules const rules = GetEncoderRules(*request.encoder, *request.container);
     m_wholeChroma = rules.wantsWholeChroma;
     m_picture = ChoosePicture(format, space, static_cast<std::uint32_t>(frame.width),
-                              static_cast<std::uint32_t>(frame.height), rules);
+                              static_cast<std::uint32_t>(frame.height), rules, FindYuvOrigin(request.input));
     if (m_picture.format == Conf::PixFmt::None)
         Core::Throw<OutputException>({s_file, signature},
                                      fmt::format("The encoder \"{}\" cannot take pictures of {}",

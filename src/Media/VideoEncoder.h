@@ -38,6 +38,8 @@ struct EncoderRequest {
     std::int64_t inputDuration = 0;
     /// One picture.
     bool isStill = false;
+    /// Of the input's pictures.
+    PictureKind input;
 };
 
 /// Encodes pictures, on as many threads as ChooseCodecThreads says. One thread at a time.

@@ -93,7 +93,7 @@ TEST_F(EffectFactoryTest, NamesWhatIsNotRegistered) {
            "No two-input video effect \"turn\" of implementation \"ffmpeg\" is registered");
     expect([&] { m_factory->CreateAudioEffect("turn", "ffmpeg", {}); },
            "The creator of the audio effect \"turn\" of implementation \"ffmpeg\" returned none");
-    EXPECT_THROW(Host::EffectFactory{nullptr}, Proc::EffectException);
+    EXPECT_THROW(MakeSP<Host::EffectFactory>(nullptr), Proc::EffectException);
     EXPECT_THROW(m_factory->CreateTwoInputVideoEffect("mix", "ffmpeg", {}), std::range_error);
 }
 

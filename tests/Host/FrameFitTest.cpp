@@ -40,12 +40,13 @@ public:
           }) {}
 
     Proc::EffectTraits const& GetTraits() const noexcept override { return s_traits; }
-    std::string Describe(Conf::IFormatCodecVideo const&) const override { return {}; }
+    std::string Describe(Conf::IFormatCodecVideo const&) const override { return m_description; }
     void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) override {
         Conf::FrameInfo const info = format->GetFrameInfo();
         EXPECT_EQ(info.width % 2 + info.height % 2, 0U);
     }
 
+    std::string m_description = "chooses";
     SP<Proc::IDataVideo> m_held;
     std::vector<SP<Proc::IDataVideo>> m_fed;
 };
@@ -54,19 +55,18 @@ PixFmt ByName(char const* name) {
     return PixFmtDescription::FindByName(name).value();
 }
 
-/// A soft ramp in every component, alpha opaque.
+/// A soft ramp in every component.
 SP<Proc::IDataVideo> MakeRamp(PixFmt format, std::uint32_t width, std::uint32_t height) {
     auto const frame =
         MakeSP<Proc::DataVideoFF>(Conf::ColorSpace{}, format, Conf::FrameInfo{width, height, 4, 3});
     frame->SetTime(77);
     frame->SetDuration(5);
-    bool const hasAlpha = PixFmtDescription::Find(format).HasAlpha();
     for (int index = 0; index < PixFmtDescription::Find(format).GetPlaneCount(); ++index) {
         Proc::WritablePlane const plane = frame->GetWritablePlane(index);
         for (std::uint32_t y = 0; y < plane.rows; ++y)
             for (std::size_t x = 0; x < plane.rowBytes; ++x)
                 plane.data[y * plane.lineSize + static_cast<std::ptrdiff_t>(x)] =
-                    hasAlpha && x % 4 == 3 ? 255 : static_cast<std::uint8_t>(60 + x / 4 * 3 + x % 4 * 20 + y);
+                    static_cast<std::uint8_t>(60 + x / 4 * 3 + x % 4 * 20 + y);
     }
     return frame;
 }
@@ -92,7 +92,7 @@ struct Case {
     std::uint32_t width;
     std::uint32_t height;
     PixFmt fed;
-    /// What two conversions between 8-bit formats may cost.
+    /// What two conversions between 8-bit formats may cost; deeper ones are not compared by bytes.
     int distance;
 };
 
@@ -102,8 +102,12 @@ TEST(FrameFit, BringsFramesThereAndBack) {
         {PixFmt::YUV420P, 17, 9, PixFmt::YUV420P, 0},
         {PixFmt::YUV444P, 1, 1, PixFmt::YUV444P, 0},
         {ByName("yuv420p10le"), 17, 8, ByName("yuv420p10le"), 0},
+        {ByName("yuv410p"), 17, 5, ByName("yuv410p"), 0},
+        {ByName("yuvj444p"), 16, 8, PixFmt::YUV444P, 0},
         {PixFmt::RGB24, 16, 8, PixFmt::YUV444P, 3},
-        {PixFmt::RGBA, 17, 9, PixFmt::YUV444P, 3},
+        {PixFmt::RGBA, 17, 9, ByName("yuva444p"), 3},
+        {ByName("rgb48le"), 16, 8, ByName("yuv444p16le"), 255},
+        {ByName("p010le"), 16, 8, ByName("yuv420p10le"), 255},
         {PixFmt::NV12, 16, 8, PixFmt::YUV420P, 0},
         {ByName("yuyv422"), 16, 8, PixFmt::YUV422P, 0},
     };
@@ -126,8 +130,9 @@ TEST(FrameFit, BringsFramesThereAndBack) {
 
         Conf::FrameInfo const fed = effect->m_fed.at(0)->GetFrameInfo();
         EXPECT_EQ(effect->m_fed[0]->GetPixelFormat(), each.fed);
-        EXPECT_EQ(std::pair(fed.width, fed.height),
-                  std::pair(each.width + each.width % 2, each.height + each.height % 2));
+        auto const& format = PixFmtDescription::Find(each.fed);
+        EXPECT_EQ(fed.width % std::max(2U, 1U << format.GetChromaShiftX()), 0U);
+        EXPECT_EQ(fed.height % std::max(2U, 1U << format.GetChromaShiftY()), 0U);
         EXPECT_EQ(effect->m_fed[0] == frame, each.fed == each.format && fed == frame->GetFrameInfo());
     }
 }
@@ -171,6 +176,16 @@ TEST(FrameFit, GivesWhatWasHeldBackInItsOwnForm) {
         EXPECT_EQ(result->GetFrameInfo().width, form.width);
     }
     EXPECT_FALSE(chain.Take());
+}
+
+TEST(FrameFit, LeavesFramesAloneThatPassUntouched) {
+    auto const effect = MakeSP<Choosy>();
+    effect->m_description.clear();
+    Host::VideoChain chain;
+    chain.Append(effect);
+    auto const frame = MakeRamp(PixFmt::RGBA, 15, 9);
+    chain.Feed(frame);
+    EXPECT_EQ(effect->m_fed.at(0), frame);
 }
 
 TEST(FrameFit, IsToldToTheUser) {

@@ -179,7 +179,11 @@ void ForEachOperation(SP<Proc::IOneInputEffectVideo> const& effect,
     chain.Append(effect);
     SP<Conf::IFormatCodecVideo> format = MakeSP<Conf::FormatCodecVideo>();
     check([&] { chain.Feed(MakeFrame(0)); });
-    check([&] { chain.End(); });
+    check([&] {
+        chain.End();
+        while (chain.Take()) {
+        }
+    });
     check([&] { chain.UpdateFormatCodec(format); });
     check([&] { (void)chain.GetStatistics(); });
 }
@@ -265,8 +269,10 @@ TEST(VideoChain, EndsWithAnEffectThatAnswersForEver) {
     Host::VideoChain chain;
     chain.Append(MakeSP<Endless>());
     chain.Feed(MakeFrame(0));
+    chain.End();
+    std::vector<std::int64_t> times;
     EXPECT_EQ(
-        GetFailure([&] { chain.End(); }),
+        GetFailure([&] { TakeAll(chain, times); }),
         "step 1 (endless): The effect breaks its contract: it was fed 1 frames, and after them asked 65 "
         "times for what it still holds, and gave a frame each time");
 }

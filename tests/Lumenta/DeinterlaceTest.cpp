@@ -52,17 +52,20 @@ Out Read(IDataVideo const& data, bool second) {
             luma.data[(s_small.height / 2 + (second ? 1 : 0)) * luma.lineSize] / 10};
 }
 
-std::vector<Out> RunStream(Proc::IOneInputEffectVideo& effect, std::vector<std::int64_t> const& times,
-                           std::int64_t lastDuration, bool fields) {
+struct Span {
+    std::int64_t time;
+    std::int64_t duration;
+};
+
+std::vector<Out> RunStream(Proc::IOneInputEffectVideo& effect, std::vector<Span> const& frames, bool fields) {
     auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(effect);
     std::vector<Out> out;
     auto const takeAll = [&] {
         while (SP<IDataVideo> const data = stream.Take())
             out.push_back(Read(*data, fields && out.size() % 2 == 1));
     };
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        std::int64_t const duration = i + 1 < times.size() ? times[i + 1] - times[i] : lastDuration;
-        stream.Feed(MakeInterlaced(static_cast<int>(i), times[i], duration));
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        stream.Feed(MakeInterlaced(static_cast<int>(i), frames[i].time, frames[i].duration));
         takeAll();
     }
     stream.End();
@@ -70,42 +73,59 @@ std::vector<Out> RunStream(Proc::IOneInputEffectVideo& effect, std::vector<std::
     return out;
 }
 
+SP<Proc::IOneInputEffectVideo> Make(FrameMode mode) {
+    auto effect = Proc::CreateEffectDeinterlace({}, {});
+    Proc::SettingsDeinterlace settings;
+    settings.frameMode = mode;
+    effect->SetSettings(settings);
+    return effect;
+}
+
 TEST(Deinterlace, GivesEveryFrameOrFieldInItsTime) {
-    struct Case {
-        std::vector<std::int64_t> times;
-        std::int64_t lastDuration;
-    };
-    for (Case const& row : {Case{{0, 40000, 80000, 120000, 160000}, 40000},
-                            {{-33367, 0, 33367, 66733, 100100, 133467}, 33367},
-                            {{1000, 21000, 61000, 71000, 81000}, 10000},
-                            {{5, 40005}, 40000},
-                            {{7}, 40000}})
+    for (std::vector<Span> const& frames : std::vector<std::vector<Span>>{
+             {{0, 40000}, {40000, 40000}, {80000, 40000}, {120000, 40000}, {160000, 40000}},
+             {{-33367, 33367}, {0, 33367}, {33367, 33366}, {66733, 33367}, {100100, 33367}},
+             {{1000, 20000}, {21000, 40000}, {61000, 10000}, {71000, 10000}},
+             {{5, 40000}, {40005, 40000}},
+             {{7, 40000}}})
         for (FrameMode const mode :
              {FrameMode::Frame, FrameMode::Field, FrameMode::FrameNoSpatial, FrameMode::FieldNoSpatial}) {
             bool const fields = mode == FrameMode::Field || mode == FrameMode::FieldNoSpatial;
-            auto const effect = Proc::CreateEffectDeinterlace({}, {});
-            Proc::SettingsDeinterlace settings;
-            settings.frameMode = mode;
-            effect->SetSettings(settings);
             std::vector<Out> expected;
-            for (std::size_t i = 0; i < row.times.size(); ++i) {
-                std::int64_t const time = row.times[i];
-                std::int64_t const end =
-                    i + 1 < row.times.size() ? row.times[i + 1] : time + row.lastDuration;
+            for (std::size_t i = 0; i < frames.size(); ++i) {
+                auto const [time, duration] = frames[i];
                 int const field = static_cast<int>(2 * i);
                 if (fields) {
-                    std::int64_t const middle = std::llround(0.5 * static_cast<double>(time + end));
+                    std::int64_t const middle = std::llround(static_cast<double>(2 * time + duration) / 2);
                     expected.push_back({time, middle - time, field});
-                    expected.push_back({middle, end - middle, field + 1});
+                    expected.push_back({middle, time + duration - middle, field + 1});
                 } else {
-                    expected.push_back({time, end - time, field});
+                    expected.push_back({time, duration, field});
                 }
             }
             // The effect is as new after the end.
+            auto const effect = Make(mode);
             for (int run = 0; run < 2; ++run)
-                EXPECT_EQ(RunStream(*effect, row.times, row.lastDuration, fields), expected)
-                    << static_cast<int>(mode) << ' ' << row.times.size();
+                EXPECT_EQ(RunStream(*effect, frames, fields), expected)
+                    << static_cast<int>(mode) << ' ' << frames.size();
         }
+}
+
+/// Gaps, durations that are too long, none at all: frames keep their own as far as there is room, fields
+/// share the time up to the next frame.
+TEST(Deinterlace, GoesByTimesWhereDurationsAreWrong) {
+    std::vector<Span> const frames{{0, 40000}, {1000000, 90000}, {1040000, 0}, {1080000, 0}};
+    EXPECT_EQ(
+        RunStream(*Make(FrameMode::Frame), frames, false),
+        (std::vector<Out>{{0, 40000, 0}, {1000000, 40000, 2}, {1040000, 40000, 4}, {1080000, 40000, 6}}));
+    EXPECT_EQ(RunStream(*Make(FrameMode::Field), frames, true), (std::vector<Out>{{0, 500000, 0},
+                                                                                  {500000, 500000, 1},
+                                                                                  {1000000, 20000, 2},
+                                                                                  {1020000, 20000, 3},
+                                                                                  {1040000, 20000, 4},
+                                                                                  {1060000, 20000, 5},
+                                                                                  {1080000, 20000, 6},
+                                                                                  {1100000, 20000, 7}}));
 }
 
 } // namespace

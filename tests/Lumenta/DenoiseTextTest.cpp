@@ -159,6 +159,48 @@ TEST(DenoiseText, ValuesOutOfRangeAreForTheFilterToRefuse) {
         "removegrain=m0=25:m1=0:m2=0:m3=0");
 }
 
+TEST(DenoiseDCT, TakesFramesThatItsBlocksFill) {
+    struct Case {
+        std::int32_t overlap;
+        std::int32_t exponent;
+        std::vector<SizeCase> sizes;
+    };
+    std::string const narrow = "denoise-dct takes yuv420p frames of ";
+    std::string const gbrp = "denoise-dct takes gbrp frames of a width and a height of ";
+    for (Case const& row :
+         {Case{0,
+               0,
+               {{"yuv420p", 7, 64, narrow + "8x1 pixels at least, not of 7x64"},
+                {"yuv420p", 8, 17, ""},
+                {"gbrp", 65, 67, ""}}},
+          {-1,
+           4,
+           {{"yuv420p", 15, 64, narrow + "16x1 pixels at least, not of 15x64"},
+            {"yuv420p", 16, 64, ""},
+            {"gbrp", 65, 67, ""}}},
+          {5,
+           4,
+           {{"gbrp", 64, 60, gbrp + "16 and a multiple of 11 pixels, not 64x60"},
+            {"gbrp", 60, 64, gbrp + "16 and a multiple of 11 pixels, not 60x64"},
+            {"gbrp", 60, 71, ""},
+            {"rgb24", 64, 64, ""},
+            {"yuv420p", 64, 64, ""}}},
+          {1,
+           3,
+           {{"gbrp", 64, 100, gbrp + "8 and a multiple of 7 pixels, not 64x100"}, {"gbrp", 64, 50, ""}}}}) {
+        auto const effect = Proc::CreateEffectDenoiseDCT({}, {});
+        effect->SetSettings(MakeChanged<DCT>([&](DCT& settings) {
+            settings.sigma = 4.5;
+            settings.overlap = row.overlap;
+            settings.blockSizeExponent = row.exponent;
+        }));
+        ExpectSizes(*effect,
+                    "static void EffectActions<Tarsel::Proc::SettingsEffectDenoiseDCT>::CheckFormat("
+                    "const SettingsType &, PixFmt, const FrameInfo &)",
+                    row.sizes);
+    }
+}
+
 TEST(RemoveGrain, NeedsTwoColumnsInEveryPlane) {
     auto const effect = Proc::CreateEffectRemoveGrain({}, {});
     effect->SetSettings(MakeChanged<RemoveGrain>([](RemoveGrain& settings) {

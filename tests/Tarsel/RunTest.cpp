@@ -309,5 +309,29 @@ TEST_F(RunTool, VerboseShowsFFmpegsLogAndTheSite) {
     EXPECT_THAT(encoded.err, HasSubstr("[libx264] "));
 }
 
+// Two negatives give the picture back, by way of RGB.
+TEST_F(RunTool, AnEffectInRgbShiftsNoColours) {
+    for (std::string const matrix : {"unknown", "bt709", "bt2020nc", "smpte170m"}) {
+        SCOPED_TRACE(matrix);
+        std::string const film =
+            MakeFilm("in-" + matrix + ".mkv",
+                     {"-f", "lavfi", "-i", "color=0x20c040:size=1280x720:duration=0.1,format=yuv420p", "-c:v",
+                      "libx264", "-qp", "0", "-colorspace", matrix});
+        std::string const out = At("out-" + matrix + ".mkv");
+        ExpectSuccess(RunWith({film, out, "-e", "negate", "-e", "negate"}, Lossless()));
+        EXPECT_EQ(Probe(out, "v", "stream=pix_fmt,color_space"),
+                  Probe(film, "v", "stream=pix_fmt,color_space"));
+        auto const pixel = [](std::string const& file) {
+            return RunForOutput({"ffmpeg", "-v", "error", "-i", file, "-vf", "crop=2:2:600:300", "-frames:v",
+                                 "1", "-f", "rawvideo", "-pix_fmt", "yuv444p", "-"});
+        };
+        std::string const before = pixel(film);
+        std::string const after = pixel(out);
+        ASSERT_EQ(before.size(), after.size());
+        for (std::size_t i = 0; i < before.size(); ++i)
+            EXPECT_NEAR(static_cast<unsigned char>(before[i]), static_cast<unsigned char>(after[i]), 2);
+    }
+}
+
 } // namespace
 } // namespace Tarsel::Tools

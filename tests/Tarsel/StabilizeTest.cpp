@@ -3,11 +3,14 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <random>
+#include <thread>
 #include <utility>
 
 namespace Tarsel::Tools {
@@ -24,6 +27,10 @@ constexpr int s_step = 4;
 
 class StabilizeTool : public Tool {
 protected:
+    // The motions lie where the tests look.
+    StabilizeTool() { setenv("TMPDIR", At(".").c_str(), 1); }
+    ~StabilizeTool() override { unsetenv("TMPDIR"); }
+
     /// A picture with detail at every place, seen by a camera that is moved by chance.
     std::string MakeShakyFilm(std::string const& name, std::vector<std::string> const& encoding) const {
         constexpr int size = 512;
@@ -121,6 +128,35 @@ TEST_F(StabilizeTool, WorksOnPicturesThatTheEffectDoesNotTake) {
                           "stream=width,height,pix_fmt,nb_read_frames", "-of", "csv=p=0", At("steady.mkv")}),
             std::string(each.size) + ",40\n");
     }
+}
+
+TEST_F(StabilizeTool, InterruptedInEitherPassLeavesNothing) {
+    auto const film =
+        MakeFilm("film.mp4", {"-f", "lavfi", "-i", "testsrc2=size=640x480:rate=100:duration=4", "-pix_fmt",
+                              "yuv420p", "-c:v", "libx264", "-preset", "ultrafast"});
+    // The first pass has a folder for the motions, the second one an unfinished output too.
+    for (std::size_t const files : {2U, 3U}) {
+        Process process(Command({"stabilize", film, At("out.mp4"), "accuracy=5", "--video-codec", "libx264",
+                                 "--video-option", "preset=placebo"}));
+        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(50);
+        while (ListFolder().size() < files && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_EQ(ListFolder().size(), files);
+        process.Signal(files == 2 ? SIGHUP : SIGINT);
+        EXPECT_EQ(process.Wait().exitCode, 130);
+        EXPECT_THAT(ListFolder(), ElementsAre("film.mp4"));
+    }
+}
+
+TEST_F(StabilizeTool, ExplainingLeavesTheFileOfMotionsAlone) {
+    auto const motions = MakeFile("motions.trf", "precious");
+    for (char const* const frame : {"64x48:yuv420p", "63x47:rgb24", "64x48:yuvj444p"}) {
+        auto const result =
+            Run({"explain", "-e", "stabilizer enabled=1 path=" + motions, "--frame", frame, "--json"});
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_THAT(result.out, HasSubstr("result=" + motions));
+    }
+    EXPECT_EQ(ReadFile(motions), "precious");
 }
 
 TEST_F(StabilizeTool, SaysWhatIsWrongBeforeTheFirstPass) {

@@ -28,8 +28,8 @@ std::optional<ReadOnlyPlane> FindPlane(AVFrame const& frame, Conf::FrameInfo con
     auto const& format = Conf::PixFmtDescription::Find(static_cast<Conf::PixFmt>(frame.format));
     if (index >= format.GetPlaneCount())
         return std::nullopt;
-    auto const width = std::min(static_cast<std::uint32_t>(frame.width), info.width);
-    auto const height = std::min(static_cast<std::uint32_t>(frame.height), info.height);
+    auto const width = std::min(static_cast<std::uint32_t>(std::max(frame.width, 0)), info.width);
+    auto const height = std::min(static_cast<std::uint32_t>(std::max(frame.height, 0)), info.height);
     int const rowBytes =
         av_image_get_linesize(static_cast<AVPixelFormat>(frame.format), static_cast<int>(width), index);
     return ReadOnlyPlane{frame.data[index], frame.linesize[index],

@@ -28,7 +28,8 @@ constexpr std::string_view GetName(Keeps keeps) noexcept {
     return "unknown";
 }
 
-/// Pixel formats that an effect takes.
+/// Pixel formats that an effect takes. Planar YUV counts gray in, but not yuvj444p: FFmpeg makes RGB of it
+/// for filters that do not know it.
 enum class Takes : std::uint8_t { AnyFormat, PlanarYuv };
 
 /// "any", "planar YUV".
@@ -46,9 +47,10 @@ constexpr std::string_view GetName(Takes takes) noexcept {
 struct EffectTraits {
     /// One line for people: what the effect does.
     std::string_view summary;
-    /// Frames of other formats, and of odd width or height where only even ones are taken, are refused; a
-    /// host converts them before and back after.
+    /// Frames of other formats may be refused, and those of odd width or height are where only even ones are
+    /// taken; a host converts them before and back after.
     Takes takes = Takes::AnyFormat;
+    /// Widths and heights of whole pixel pairs and whole chroma samples alone.
     bool evenSize = false;
     Keeps alpha = Keeps::Always;
     /// Bits of a component beyond 8.

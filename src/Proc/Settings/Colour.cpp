@@ -104,7 +104,7 @@ constexpr std::array s_blurFields{
         .key = "sigma-v",
         .initial = 0.0,
         .maximum = 1024,
-        .help = "standard deviation in vertical direction, where it is not that of sigma",
+        .help = "standard deviation in vertical direction (to two digits), where it is not that of sigma",
         .option = {.filter = "gblur",
                    .option = "sigmaV",
                    .narrower = "the filter's -1, as sigma, is what sigma writes here"},

@@ -24,14 +24,14 @@ constexpr std::array s_edgeDetectFields{
         .key = "low",
         .initial = 20 / 255.0,
         .maximum = 1,
-        .help = "edges go on where they are stronger than this",
+        .help = "edges go on where they are stronger than this (to two digits)",
         .option = {"edgedetect", "low"},
     }),
     MakeField<&EdgeDetect::highThreshold>({
         .key = "high",
         .initial = 50 / 255.0,
         .maximum = 1,
-        .help = "edges begin where they are stronger than this; not below low",
+        .help = "edges begin where they are stronger than this (to two digits); not below low",
         .option = {"edgedetect", "high"},
     }),
 };

@@ -60,6 +60,17 @@ Json FormatToJson(Conf::IFormatCodecAudio const& format) {
             {"channelLayout", info.layout.GetName()}};
 }
 
+/// What the effect makes of the format where a chain drives it.
+void Update(SP<Proc::IOneInputEffectVideo> const& effect, SP<Conf::IFormatCodecVideo>& format) {
+    Host::VideoChain chain;
+    chain.Append(effect);
+    chain.UpdateFormatCodec(format);
+}
+
+void Update(SP<Proc::IOneInputEffectAudio> const& effect, SP<Conf::IFormatCodecAudio>& format) {
+    effect->UpdateFormatCodec(format);
+}
+
 /// `Details` is the interface through which effects of this kind describe themselves.
 template <class Details, class Effect, class Format>
 Explanations Explain(std::vector<SP<Effect>> const& effects, SP<Format> format) {
@@ -69,7 +80,7 @@ Explanations Explain(std::vector<SP<Effect>> const& effects, SP<Format> format) 
         try {
             if (auto const* details = dynamic_cast<Details const*>(effect.get()))
                 step.description = details->Describe(*format);
-            effect->UpdateFormatCodec(format);
+            Update(effect, format);
         } catch (boost::exception& exception) {
             exception << Host::TagStep(GetStepLabel(result.steps.size(), step.classId));
             throw;

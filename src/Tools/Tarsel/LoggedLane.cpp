@@ -2,6 +2,9 @@
 
 #include "Tools/Tarsel/FFmpegLog.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace Tarsel::Tools {
 namespace {
 
@@ -24,13 +27,21 @@ void LoggedLane::Feed(SP<Proc::IDataVideo> const& frame) {
 }
 
 SP<Proc::IDataVideo> LoggedLane::Take() {
-    return MarkingFailures(m_log, [&] { return m_chain.Take(); });
+    SP<Proc::IDataVideo> frame = MarkingFailures(m_log, [&] { return m_chain.Take(); });
+    if (!frame && m_hasEnded)
+        AddNotes();
+    return frame;
 }
 
 void LoggedLane::End() {
     MarkingFailures(m_log, [&] { m_chain.End(); });
+    m_hasEnded = true;
+}
+
+void LoggedLane::AddNotes() {
     for (std::string& note : m_chain.GetNotes())
-        m_notes.push_back(std::move(note));
+        if (std::ranges::find(m_notes, note) == m_notes.end()) // two passes say the same
+            m_notes.push_back(std::move(note));
 }
 
 } // namespace Tarsel::Tools

@@ -13,7 +13,7 @@ class FFmpegLog;
 /// A chain of effects whose failures mark FFmpeg's log on the thread where they arise.
 class LoggedLane final : public Proc::IEffectStreamVideo {
 public:
-    /// Both have to live longer. When the stream ends, what the chain notes is added to `notes`.
+    /// Both have to live longer. At the end of the stream what the chain notes is added to `notes`.
     LoggedLane(FFmpegLog& log, std::vector<std::string>& notes);
 
     /// See Host::VideoChain.
@@ -26,8 +26,11 @@ public:
     void End() override;
 
 private:
+    void AddNotes();
+
     FFmpegLog& m_log;
     std::vector<std::string>& m_notes;
+    bool m_hasEnded = false;
     Host::VideoChain m_chain;
 };
 

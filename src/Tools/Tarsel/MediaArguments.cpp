@@ -33,7 +33,7 @@ void MediaArguments::AddTo(CLI::App& command) {
     command.add_option("--video-option", videoOptions, "Option of the encoder, as crf=18")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
-    command.add_option("--threads", threads, "Threads that effects and codecs may use together")
+    command.add_option("--threads", threads, "Threads for all effects, and for each codec")
         ->option_text("N")
         ->check(CLI::Range(1, 1024));
     command.add_flag("--quiet", quiet, "Print nothing but errors");

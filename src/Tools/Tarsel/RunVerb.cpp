@@ -80,8 +80,8 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     common.AddTo(*command);
     command->footer("EFFECT is \"NAME KEY=VALUE...\"; \"tarsel list\" shows names and keys. Effects see\n"
                     "the picture upright, as its orientation tag asks. Sound, subtitles, chapters and\n"
-                    "metadata are copied; so is the picture, unless there are effects or options for\n"
-                    "encoding.\n\n" +
+                    "metadata are copied; so is the picture where OUTPUT can hold its codec, unless\n"
+                    "there are effects or options for encoding.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel run in.mp4 out.mp4 -e \"flip horizontal=1\" -e \"transpose step=1\"\n"

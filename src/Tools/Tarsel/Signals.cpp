@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -15,6 +16,8 @@ namespace {
 
 constexpr char s_stop = 's';
 constexpr char s_end = 'e';
+/// The user's key, a request from outside, the terminal's end.
+constexpr int s_signals[]{SIGINT, SIGTERM, SIGHUP};
 
 // A handler may do next to nothing: it writes one byte into a pipe, and a thread at the other end asks for
 // the stop.
@@ -61,19 +64,19 @@ void Restore(int signal) {
 
 StopOnSignals::StopOnSignals(std::stop_source stop) {
     int ends[2];
-    if (pipe(ends) != 0)
+    if (pipe2(ends, O_CLOEXEC) != 0)
         Core::Throw<Core::CoreException>(
             {"Tools/Tarsel/Signals", "Tarsel::Tools::StopOnSignals::StopOnSignals(std::stop_source)"},
             "cannot make a pipe for signals: " + std::generic_category().message(errno));
     s_pipeEnd = ends[1];
     m_watcher = std::thread([end = ends[0], stop = std::move(stop)] { Watch(end, stop); });
-    Handle(SIGINT);
-    Handle(SIGTERM);
+    for (int const signal : s_signals)
+        Handle(signal);
 }
 
 StopOnSignals::~StopOnSignals() {
-    Restore(SIGINT);
-    Restore(SIGTERM);
+    for (int const signal : s_signals)
+        Restore(signal);
     int const end = s_pipeEnd.exchange(-1);
     (void)!write(end, &s_end, 1);
     m_watcher.join();

@@ -5,7 +5,7 @@
 
 namespace Tarsel::Tools {
 
-/// While it lives, the first SIGINT or SIGTERM asks for a stop, and the next one of the same kind kills the
+/// While it lives, the first SIGINT, SIGTERM or SIGHUP asks for a stop, and the next one of the same kind kills the
 /// process at once. A signal that the parent made ignored stays ignored. One object at a time.
 class StopOnSignals {
 public:

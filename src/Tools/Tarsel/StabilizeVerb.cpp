@@ -61,6 +61,7 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::RunOptions options = arguments.media.MakeRunOptions();
     Host::EffectStep const step = MakeStep(arguments.settings);
     LaneMaker maker(LoadEffects(context.options.plugin), context.log);
+    MediaWork const work(arguments.media, context); // from here on a signal leaves nothing behind
     PrivateFolder const folder;
     std::filesystem::path const motions = folder.GetPath() / "motions.trf";
     auto const detect = MakeEffect(maker.GetEffects(), step, motions, true);
@@ -69,8 +70,6 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
         return [&](Media::VideoStreamInfo const& stream) { return maker.Make(stream, {effect}); };
     };
     Media::CheckRun(options);
-
-    MediaWork const work(arguments.media, context);
     // The file of motions is complete when the stream through the first effect has ended.
     Media::Analyse({arguments.media.input, makeLane(detect), work.ShowProgress(0, 2)}, work.GetStop());
     options.makeVideoLane = makeLane(transform);

@@ -49,25 +49,25 @@ EffectCase Stabilizer(Proc::SettingsEffectStabilizer const& settings, std::strin
 } // namespace
 
 std::vector<EffectCase> GetStabiliseCases() {
-    static StatisticsFiles const s_files;
+    static StatisticsFiles const files;
     Proc::SettingsEffectStabilizer detection;
     detection.enabled = true;
-    detection.statisticsPath = s_files.GetWritten();
+    detection.statisticsPath = files.GetWritten();
     Proc::SettingsEffectStabilizer transform = detection;
     transform.detectionPass = false;
-    transform.statisticsPath = s_files.GetKnown();
+    transform.statisticsPath = files.GetKnown();
     Proc::SettingsEffectStabilizer disabled = transform;
     disabled.enabled = false;
     std::string const transformText = "vidstabtransform=smoothing=15:optalgo=gauss:crop=keep:zoom=0:"
                                       "optzoom=1:interpol=bilinear:input=" +
-                                      s_files.GetKnown();
+                                      files.GetKnown();
     return {
         Deshake(8, false, "deshake=rx=64:ry=64:blocksize=8"),
         Deshake(8, true, "deshake=rx=64:ry=64:blocksize=8"),
         Deshake(16, true, "deshake=rx=64:ry=64:blocksize=16"),
         Stabilizer(detection,
                    "vidstabdetect=show=0:shakiness=5:accuracy=15:stepsize=6:mincontrast=0.250000:result=" +
-                       s_files.GetWritten()),
+                       files.GetWritten()),
         Stabilizer(transform, transformText),
         Stabilizer(disabled, transformText),
     };

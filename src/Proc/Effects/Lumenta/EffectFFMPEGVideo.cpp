@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -189,23 +190,26 @@ void EffectFFMPEGVideo::SetDurationByStep(IDataVideo& data, IDataVideo const* fo
     data.SetDuration(m_step > 0 ? m_step : m_input.duration);
 }
 
-/// Up to the next part of the frame that went in, or to its end.
+/// Up to the next part of the frame that went in, or to that frame's end.
 void EffectFFMPEGVideo::SetDurationBySpan(IDataVideo& data, IDataVideo* following) {
+    constexpr std::int64_t unknown = std::numeric_limits<std::int64_t>::max();
     std::int64_t const time = data.GetTime();
     while (m_spans.size() > 1 && m_spans[1].time <= time)
         m_spans.pop_front();
-    Span const& span = m_spans.front();
-    std::int64_t end = av_sat_add64(span.time, span.duration);
-    // Parts are spread up to the frame after it, though there be a gap in between.
-    if (end <= time && m_spans.size() > 1)
-        end = m_spans[1].time;
-    if (following && following->GetTime() >= time && following->GetTime() < end) {
+    std::int64_t const next = m_spans.size() > 1 ? m_spans[1].time : unknown;
+    std::int64_t const stated = av_sat_add64(m_spans.front().time, m_spans.front().duration);
+    // Parts are spread up to the next frame, though there be a gap before it.
+    std::int64_t end = stated > time ? std::min(stated, next) : next;
+    if (following) {
         // A frame that is alone has all its parts at its beginning.
-        if (following->GetTime() == time)
+        if (following->GetTime() == time && end != unknown)
             following->SetTime(time + (end - time) / 2);
-        end = following->GetTime();
+        if (following->GetTime() > time && following->GetTime() < next)
+            end = following->GetTime();
     }
-    data.SetDuration(time != AV_NOPTS_VALUE && end > time ? end - time : m_input.duration);
+    if (time != AV_NOPTS_VALUE && end != unknown)
+        m_step = end - time;
+    data.SetDuration(m_step > 0 ? m_step : m_input.duration);
 }
 
 SP<IDataVideo> EffectFFMPEGVideo::Pull() {

@@ -127,6 +127,7 @@ void EffectFafloplalVideo::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format
         return;
     Conf::PixFmt const input = format->GetPixelFormat();
     Conf::FrameInfo const info = format->GetFrameInfo();
+    CheckFormat(input, info);
     std::string const description = GetFFString(info);
     std::string const key = FormatCache::MakeKey(GetSettingsBase().GetClassId(), input, description);
     if (std::optional<Conf::PixFmt> const output = GetVideoFormatCache().Find(key)) {
@@ -139,8 +140,7 @@ void EffectFafloplalVideo::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format
     if (IsBuiltFor(input, info) && m_graph->GetDescription() == description) {
         graph = m_graph;
     } else {
-        CheckFormat(input, info);
-        graph = EffectFFMPEGVideo::Create(description, ToFFmpeg(input), info, s_unknownRate);
+        graph = EffectFFMPEGVideo::Create(GetQueryFFString(info), ToFFmpeg(input), info, s_unknownRate);
     }
     graph->UpdateFormatCodec(format);
     GetVideoFormatCache().Store(key, format->GetPixelFormat());
@@ -193,7 +193,7 @@ void EffectFafloplalVideo::Build(Conf::PixFmt format, Conf::FrameInfo const& inf
     std::string const description = GetFFString(info);
     VLOG(31) << "ffmpeg video filter settings: " << description;
     CheckFormat(format, info);
-    int const threads = GetTraits().slices ? Core::ThreadBudget::Get() : 1;
+    int const threads = GetTraits().slices && CanSlice(format) ? Core::ThreadBudget::Get() : 1;
     m_graph = EffectFFMPEGVideo::Create(description, ToFFmpeg(format), info, s_unknownRate,
                                         Core::ThreadLease(threads));
     m_graphFormat = format;

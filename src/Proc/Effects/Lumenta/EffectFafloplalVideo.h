@@ -33,10 +33,14 @@ namespace Tarsel::Proc {
 ///
 /// and, where the effect needs them:
 ///
+///   static std::string GetQueryFFString(S const&, Conf::FrameInfo const&);
+///       GetFFString for a graph that no frame goes through, where building that would leave traces.
 ///   static bool IsEmpty(S const&);                         frames pass untouched; S::IsEmpty without it
 ///   static S FromProperty(Core::Property const&);          default settings without it
 ///   static void CheckFormat(S const&, Conf::PixFmt, Conf::FrameInfo const&);
 ///       Throws EffectException for frames that the filter must not see; before any graph is built for them.
+///   static bool CanSlice(Conf::PixFmt);
+///       Whether frames of that format may be worked on by several threads, where the traits say so at all.
 ///   static void CheckFrame(S const&, IDataVideo const&);   the same for what only the pixels tell
 ///   static void PostProcess(S const&, SP<IDataVideo> const&);
 ///       Puts right what the graph does not carry; after each call of the graph, the frame may be null.
@@ -86,7 +90,9 @@ private:
     /// The policy's functions on the present settings.
     virtual bool IsEmpty() const = 0;
     virtual std::string GetFFString(Conf::FrameInfo const& info) const = 0;
+    virtual std::string GetQueryFFString(Conf::FrameInfo const& info) const = 0;
     virtual void CheckFormat(Conf::PixFmt format, Conf::FrameInfo const& info) const = 0;
+    virtual bool CanSlice(Conf::PixFmt format) const = 0;
     virtual void CheckFrame(IDataVideo const& data) const = 0;
     virtual void PostProcess(SP<IDataVideo> const& data) const = 0;
     virtual void PostUpdate(SP<Conf::IFormatCodecVideo> const& format) const = 0;
@@ -139,10 +145,22 @@ private:
     std::string GetFFString(Conf::FrameInfo const& info) const override {
         return Actions::GetFFString(m_settings, info);
     }
+    std::string GetQueryFFString(Conf::FrameInfo const& info) const override {
+        if constexpr (requires { Actions::GetQueryFFString(m_settings, info); })
+            return Actions::GetQueryFFString(m_settings, info);
+        else
+            return Actions::GetFFString(m_settings, info);
+    }
     void CheckFormat([[maybe_unused]] Conf::PixFmt format,
                      [[maybe_unused]] Conf::FrameInfo const& info) const override {
         if constexpr (requires { Actions::CheckFormat(m_settings, format, info); })
             Actions::CheckFormat(m_settings, format, info);
+    }
+    bool CanSlice([[maybe_unused]] Conf::PixFmt format) const override {
+        if constexpr (requires { Actions::CanSlice(format); })
+            return Actions::CanSlice(format);
+        else
+            return true;
     }
     void CheckFrame([[maybe_unused]] IDataVideo const& data) const override {
         if constexpr (requires { Actions::CheckFrame(m_settings, data); })

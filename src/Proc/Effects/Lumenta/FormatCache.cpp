@@ -3,6 +3,11 @@
 #include "Conf/PixFmtDescription.h"
 
 namespace Tarsel::Proc {
+namespace {
+
+constexpr std::size_t s_mostEntries = 1024;
+
+} // namespace
 
 std::string FormatCache::MakeKey(std::string_view classId, Conf::PixFmt input, std::string_view description) {
     std::string key(classId);
@@ -23,6 +28,8 @@ std::optional<Conf::PixFmt> FormatCache::Find(std::string const& key) const {
 
 void FormatCache::Store(std::string const& key, Conf::PixFmt output) {
     std::lock_guard const lock(m_lock);
+    if (m_formats.size() >= s_mostEntries)
+        m_formats.clear();
     m_formats.insert_or_assign(key, output);
 }
 

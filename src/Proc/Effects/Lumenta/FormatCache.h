@@ -20,7 +20,8 @@ public:
 
     /// Nothing when the key was not stored, or stored with PixFmt::None.
     std::optional<Conf::PixFmt> Find(std::string const& key) const;
-    /// Inserts or overwrites.
+    /// Inserts or overwrites. A cache that has grown too large starts anew: settings that change with every
+    /// frame have a text each.
     void Store(std::string const& key, Conf::PixFmt output);
 
 private:
@@ -28,7 +29,7 @@ private:
     std::map<std::string, Conf::PixFmt> m_formats;
 };
 
-/// The one cache of all video effects of this library. It lives as long as the library and is never cleared.
+/// The one cache of all video effects of this library. It lives as long as the library.
 FormatCache& GetVideoFormatCache();
 
 } // namespace Tarsel::Proc

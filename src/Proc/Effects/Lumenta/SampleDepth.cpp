@@ -22,7 +22,7 @@ std::uint16_t SwapBytes(std::uint16_t value) {
 std::uint16_t Unite(std::uint8_t const* row, std::size_t width) {
     std::uint16_t united = 0;
     for (std::size_t x = 0; x < width; ++x) {
-        std::uint16_t sample;
+        std::uint16_t sample = 0;
         std::memcpy(&sample, row + 2 * x, sizeof sample);
         united |= sample;
     }

@@ -55,6 +55,10 @@ std::string DeinterlaceActions::GetFFString(SettingsType const& settings, Conf::
     return text.str();
 }
 
+bool DeinterlaceActions::CanSlice(Conf::PixFmt format) {
+    return Conf::PixFmtDescription::Find(format).GetDepth() <= 8;
+}
+
 SettingsDeinterlace DeinterlaceActions::FromProperty(Core::Property const& property) {
     return Property2SettingsDeinterlace(property);
 }
@@ -85,6 +89,26 @@ std::string DCTActions::GetFFString(SettingsType const& settings, Conf::FrameInf
     if (settings.overlap != 0)
         text << ":overlap=" << settings.overlap;
     return text.str();
+}
+
+void DCTActions::CheckFormat(SettingsType const& settings, Conf::PixFmt format, Conf::FrameInfo const& info) {
+    Core::Site const site{s_file,
+                          "static void EffectActions<Tarsel::Proc::SettingsEffectDenoiseDCT>::CheckFormat("
+                          "const SettingsType &, PixFmt, const FrameInfo &)"};
+    bool const isLarge = settings.blockSizeExponent == 4;
+    std::uint32_t const block = isLarge ? 16 : 8;
+    RequireFrameSize(format, info, {block, 1}, SettingsType::CLASS_ID, site);
+
+    // 0 and -1 leave it to the filter, which takes the most there is; what is too much it refuses.
+    auto const overlap = static_cast<std::uint32_t>(std::max(settings.overlap, 0));
+    std::uint32_t const step = overlap > 0 && overlap < block ? block - overlap : 1;
+    auto const isFilled = [&](std::uint32_t size) { return size < block || (size - block) % step == 0; };
+    if (format == Conf::PixFmt::GBRP && (!isFilled(info.width) || !isFilled(info.height)))
+        Core::Throw<EffectException>(
+            site,
+            fmt::format("{} takes gbrp frames of a width and a height of {} and a multiple of {} pixels, "
+                        "not {}x{}",
+                        SettingsType::CLASS_ID, block, step, info.width, info.height));
 }
 
 std::string WaveletActions::GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {

@@ -20,6 +20,8 @@ struct EffectActions<SettingsDeinterlace> {
                                            .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// With more than 8 bits the slices of the filter race, and the result changes from run to run.
+    static bool CanSlice(Conf::PixFmt format);
     static SettingsType FromProperty(Core::Property const& property);
 };
 
@@ -44,10 +46,15 @@ template <>
 struct EffectActions<SettingsEffectDenoiseDCT> {
     using SettingsType = SettingsEffectDenoiseDCT;
     static constexpr std::string_view s_settingsName = "SettingsEffectDenoiseDCT";
-    static constexpr EffectTraits s_traits{
-        .summary = "denoises by thresholding block DCTs", .alpha = Keeps::Never, .depth = Keeps::Never};
+    static constexpr EffectTraits s_traits{.summary = "denoises by thresholding block DCTs",
+                                           .alpha = Keeps::Never,
+                                           .depth = Keeps::Never,
+                                           .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// The filter writes past the end of frames that its blocks do not fill: of those narrower than a block,
+    /// and of planar RGB where blocks end short of the right or lower edge.
+    static void CheckFormat(SettingsType const& settings, Conf::PixFmt format, Conf::FrameInfo const& info);
 };
 
 template <>
@@ -64,6 +71,7 @@ template <>
 struct EffectActions<SettingsEffectNoiseVideo> {
     using SettingsType = SettingsEffectNoiseVideo;
     static constexpr std::string_view s_settingsName = "SettingsEffectNoiseVideo";
+    // Threads are not worth it (1920x1080: 0.20 ms on one, 0.13 ms on two).
     static constexpr EffectTraits s_traits{.summary = "adds film noise", .range = Keeps::Sometimes};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
@@ -73,8 +81,10 @@ template <>
 struct EffectActions<SettingsEffectRemoveGrain> {
     using SettingsType = SettingsEffectRemoveGrain;
     static constexpr std::string_view s_settingsName = "SettingsEffectRemoveGrain";
-    static constexpr EffectTraits s_traits{
-        .summary = "removes grain plane by plane", .depth = Keeps::Never, .range = Keeps::Sometimes};
+    static constexpr EffectTraits s_traits{.summary = "removes grain plane by plane",
+                                           .depth = Keeps::Never,
+                                           .range = Keeps::Sometimes,
+                                           .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
     /// The filter writes in front of planes of one column.

@@ -26,11 +26,11 @@ constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalVideo";
 /// What the filters get for such frames: FFmpeg converts what is none of their formats to the nearest.
 PixFmtDescription const& GetFilterFormat(PixFmtDescription const& format) {
     // In the order in which a graph compares them: the first of several that are as near is taken.
-    static std::vector<PixFmt> const s_filterFormats{
+    static std::vector<PixFmt> const filterFormats{
         PixFmt::YUV420P, PixFmt::RGB24, PixFmt::BGR24, PixFmt::YUV422P, PixFmt::YUV444P, PixFmt::YUV410P,
         PixFmt::YUV411P, PixFmt::GRAY8, PixFmt::RGBA,  PixFmt::YUV440P, PixFmt::YUVA420P};
     return PixFmtDescription::Find(
-        Conf::FindBestPixelFormatOfList(s_filterFormats, format.GetFormat(), format.HasAlpha(), nullptr));
+        Conf::FindBestPixelFormatOfList(filterFormats, format.GetFormat(), format.HasAlpha(), nullptr));
 }
 
 /// Pixels at one edge of the picture that must come together: a chroma sample, and two.
@@ -109,6 +109,12 @@ std::string StabilizerActions::GetFFString(SettingsType const& settings, Conf::F
                        settings.smoothing, GetWord(settings.optimisation), GetWord(settings.cropMode),
                        settings.zoom, GetWord(settings.optimalZoom), GetWord(settings.interpolation),
                        settings.statisticsPath);
+}
+
+std::string StabilizerActions::GetQueryFFString(SettingsType settings, Conf::FrameInfo const& info) {
+    if (settings.detectionPass)
+        settings.statisticsPath = "/dev/null";
+    return GetFFString(settings, info);
 }
 
 SettingsEffectStabilizer StabilizerActions::FromProperty(Core::Property const& property) {

@@ -37,6 +37,8 @@ struct EffectActions<SettingsEffectStabilizer> {
 
     /// EffectException "File with statistics unavailable" for the second pass without the file of the first.
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// A detection that is built empties its file at once.
+    static std::string GetQueryFFString(SettingsType settings, Conf::FrameInfo const& info);
     static SettingsType FromProperty(Core::Property const& property);
     /// The filters end the process for odd sizes, for RGB and what FFmpeg would turn into it, and the first
     /// pass for frames that are much too low.

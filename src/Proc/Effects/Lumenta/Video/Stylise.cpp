@@ -8,13 +8,14 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iomanip>
 #include <limits>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 extern "C" {
