@@ -5,8 +5,8 @@
 
 namespace Tarsel::Tools {
 
-/// While it lives, the first SIGINT, SIGTERM or SIGHUP asks for a stop, and the next one of the same kind kills the
-/// process at once. A signal that the parent made ignored stays ignored. One object at a time.
+/// While it lives, the first SIGINT, SIGTERM or SIGHUP asks for a stop, and the next one of the same kind
+/// kills the process at once. A signal that the parent made ignored stays ignored. One object at a time.
 class StopOnSignals {
 public:
     explicit StopOnSignals(std::stop_source stop);
