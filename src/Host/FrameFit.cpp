@@ -140,7 +140,7 @@ SP<Proc::IDataVideo> FrameFit::Fit(Proc::IDataVideo const& frame) {
     if (m_inner.width == m_outer.width && m_inner.height == m_outer.height)
         return converted;
 
-    SP<Proc::IDataVideo> const padded = MakeLike(frame, source->GetColorSpace(), m_inner);
+    SP<Proc::IDataVideo> padded = MakeLike(frame, source->GetColorSpace(), m_inner);
     auto const& format = PixFmtDescription::Find(m_inner.format);
     std::size_t const sample = format.GetDepth() > 16 ? 4 : format.GetDepth() > 8 ? 2 : 1;
     for (int plane = 0; plane < format.GetPlaneCount(); ++plane)
@@ -163,14 +163,14 @@ SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) const
     Conf::FrameInfo info = result->GetFrameInfo();
     info.width = m_outer.width;
     info.height = m_outer.height;
-    SP<Proc::IDataVideo> const cut = MakeSP<Proc::DataVideoFF>(std::move(frame), info);
+    SP<Proc::IDataVideo> cut = MakeSP<Proc::DataVideoFF>(std::move(frame), info);
     if (m_outer.format == m_inner.format || cut->GetPixelFormat() == m_outer.format)
         return cut;
     // The scaler writes no palettes: what became RGB stays so.
     PictureForm outer = m_outer;
     if (outer.format == PixFmt::PAL8)
         outer.format = PixFmt::RGBA;
-    SP<Proc::IDataVideo> const restored = MakeLike(*cut, m_outerSpace, outer);
+    SP<Proc::IDataVideo> restored = MakeLike(*cut, m_outerSpace, outer);
     Convert(*cut, *restored);
     return restored;
 }

@@ -167,7 +167,7 @@ std::string Job::DescribeCopyObstacle() const {
                              : CanHold(m_container, m_options.output, codec);
     if (!canHold)
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
-    if (m_info.orientation != Conf::DisplayMatrix::s_default && !m_container.isStill && !IsMovFamily(format))
+    if (m_info.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill && !IsMovFamily(format))
         return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
     bool const needsTimes =
         (format.flags & AVFMT_NOTIMESTAMPS) == 0 && m_streams.container != format.name && !input.IsStill();
