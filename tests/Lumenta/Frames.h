@@ -16,7 +16,7 @@ namespace Tarsel::Test {
 constexpr Conf::FrameInfo s_small{64, 48, 1, 1};
 
 /// Formats that effects treat differently: by subsampling, range, alpha, depth, packing.
-constexpr std::array s_formatKinds{"yuv420p",     "yuvj420p", "yuvj422p", "yuva420p", "rgba",
+inline constexpr std::array s_formatKinds{"yuv420p",     "yuvj420p", "yuvj422p", "yuva420p", "rgba",
                                    "yuv420p10le", "gray",     "nv12",     "yuyv422"};
 
 /// A picture of noise that `seed` determines. Samples of 9 to 15 bits stay within them.

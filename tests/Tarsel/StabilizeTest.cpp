@@ -184,8 +184,9 @@ TEST_F(StabilizeTool, SaysWhatIsWrongBeforeTheFirstPass) {
         arguments.insert(arguments.end(), each.arguments.begin(), each.arguments.end());
         auto const result = Run(arguments);
         EXPECT_EQ(result.exitCode, each.exitCode) << result.err;
-        if (!each.error.empty())
+        if (!each.error.empty()) {
             EXPECT_EQ(result.err, "tarsel: error: " + each.error + "\n");
+        }
     }
     EXPECT_THAT(ListFolder(), ElementsAre("film.mp4"));
 }
