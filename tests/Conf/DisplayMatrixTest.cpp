@@ -29,7 +29,7 @@ struct Picture {
     friend bool operator==(Picture const&, Picture const&) = default;
 };
 
-Picture const PICTURE{3, 2, {1, 2, 3, 4, 5, 6}};
+Picture const s_picture{3, 2, {1, 2, 3, 4, 5, 6}};
 
 /// Every pixel put where FFmpeg's equations for the nine words send its centre.
 Picture MapByMatrix(Picture const& from, std::array<std::int32_t, 9> const& words) {
@@ -108,8 +108,8 @@ TEST(DisplayMatrixTest, OrientationsTurnPicturesAsFiltersDo) {
                                            {8, "transpose=cclock", {3, 6, 2, 5, 1, 4}}}) {
         DisplayMatrix const matrix = DisplayMatrix::FromOrientation(orientation.code).value();
         Picture const expected{orientation.code < 5 ? 3 : 2, orientation.code < 5 ? 2 : 3, orientation.shown};
-        EXPECT_EQ(MapByMatrix(PICTURE, matrix.words), expected) << orientation.code;
-        EXPECT_EQ(RunFilters(PICTURE, orientation.filters), expected) << orientation.code;
+        EXPECT_EQ(MapByMatrix(s_picture, matrix.words), expected) << orientation.code;
+        EXPECT_EQ(RunFilters(s_picture, orientation.filters), expected) << orientation.code;
         EXPECT_EQ(matrix.GetOrientation(), orientation.code);
 
         FrameInfo const box = matrix.GetTransform().GetBoundingBox({3, 2, 1, 1}, false);
