@@ -22,3 +22,6 @@ lumenta_pkg(avcodec libavcodec>=59.37)
 lumenta_pkg(glog libglog>=0.6)
 lumenta_pkg(fmt fmt>=9)
 lumenta_pkg(unwind libunwind)
+
+# SIMD for the instruction sets of the machine that the plug-in finds itself on.
+lumenta_pkg(hwy libhwy>=1.0)

@@ -20,12 +20,16 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}"
     FILES_MATCHING PATTERN "*.h"
     PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "YuvOfColor.h" EXCLUDE
-    PATTERN "FrameFit.h" EXCLUDE PATTERN "VideoStep.h" EXCLUDE)
+    PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameFit.h" EXCLUDE
+    PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header
-    Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/Run.h
-    Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
-    Proc/Effects/Lumenta/OptionText.h)
+    Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/PictureReader.h Media/Run.h
+    Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioRef.h
+    Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h
+    Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
+    Proc/Effects/Lumenta/OptionText.h Proc/Effects/Lumenta/OutputConversion.h
+    Proc/Effects/Lumenta/Pixels/AlphaBlend.h Proc/Effects/Lumenta/Pixels/ColorQuant.h)
   cmake_path(GET header PARENT_PATH room)
   install(FILES "${PROJECT_SOURCE_DIR}/src/${header}" COMPONENT Development
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}")

@@ -12,13 +12,7 @@ extern "C" {
 namespace Tarsel::Conf {
 
 std::string ChannelLayout::GetName() const {
-    AVChannelLayout layout{};
-    if (mask != 0) {
-        av_channel_layout_from_mask(&layout, mask);
-    } else {
-        layout.order = AV_CHANNEL_ORDER_UNSPEC;
-        layout.nb_channels = channels;
-    }
+    AVChannelLayout const layout = AVChannelLayoutFromTarsel(*this);
     // Every one of the 64 channels by name would need less.
     std::array<char, 512> name{};
     av_channel_layout_describe(&layout, name.data(), name.size());

@@ -61,4 +61,15 @@ ChannelLayout TarselFromAVChannelLayout(AVChannelLayout const& layout) noexcept 
     return {MaskOf(layout), static_cast<std::uint8_t>(layout.nb_channels)};
 }
 
+AVChannelLayout AVChannelLayoutFromTarsel(ChannelLayout const& layout) noexcept {
+    AVChannelLayout result{};
+    if (layout.mask != 0) {
+        av_channel_layout_from_mask(&result, layout.mask);
+    } else {
+        result.order = AV_CHANNEL_ORDER_UNSPEC;
+        result.nb_channels = layout.channels;
+    }
+    return result;
+}
+
 } // namespace Tarsel::Conf

@@ -21,5 +21,7 @@ TARSEL_API SampleFormats SampleFormatTarselFromFFMPEG(int format) noexcept;
 /// none).
 TARSEL_API std::uint64_t AVChannelLayoutMaskFromTarsel(ChannelLayout const& layout) noexcept;
 TARSEL_API ChannelLayout TarselFromAVChannelLayout(AVChannelLayout const& layout) noexcept;
+/// Nothing in it is on the heap: it may be dropped without av_channel_layout_uninit.
+TARSEL_API AVChannelLayout AVChannelLayoutFromTarsel(ChannelLayout const& layout) noexcept;
 
 } // namespace Tarsel::Conf

@@ -1,9 +1,10 @@
 #include "Conf/Transform2D.h"
 
+#include "Core/Saturate.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 namespace Tarsel::Conf {
@@ -29,8 +30,7 @@ constexpr int s_firstExchanging = 5;
 constexpr double s_offAxis = 1e-3;
 
 std::uint32_t WholePixels(double length) noexcept {
-    constexpr double largest = std::numeric_limits<std::uint32_t>::max();
-    return length >= 1 ? static_cast<std::uint32_t>(std::min(std::round(length), largest)) : 1;
+    return std::max(Core::Saturate<std::uint32_t>(std::round(length)), 1u);
 }
 
 } // namespace

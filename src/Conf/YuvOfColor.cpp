@@ -1,5 +1,7 @@
 #include "Conf/YuvOfColor.h"
 
+#include "Core/Saturate.h"
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -34,7 +36,7 @@ LumaWeights const& FindLumaWeights(std::int32_t matrix) noexcept {
 }
 
 std::uint8_t ToByte(double value) noexcept {
-    return static_cast<std::uint8_t>(std::clamp(std::round(value), 0.0, 255.0));
+    return Core::Saturate<std::uint8_t>(std::round(value));
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include <set>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Tarsel::Host {
@@ -80,6 +81,24 @@ std::string EscapeValue(std::string_view word) {
         escaped += c;
     }
     return escaped;
+}
+
+std::string UnescapeValue(std::string_view escaped) {
+    std::string value;
+    for (std::size_t i = 0; i < escaped.size(); ++i)
+        value += escaped[i] == '\\' && i + 1 < escaped.size() ? escaped[++i] : escaped[i];
+    return value;
+}
+
+/// The first "key=value" of those in `rest`, still escaped, which goes from there with its ':'.
+std::string_view CutSetting(std::string_view& rest) {
+    std::size_t end = 0;
+    while (end < rest.size() && rest[end] != ':')
+        end += rest[end] == '\\' ? 2 : 1;
+    end = std::min(end, rest.size());
+    std::string_view const word = rest.substr(0, end);
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+    return word;
 }
 
 /// Texts go into the filter's text as they stand: one with a character that FFmpeg's graph parser gives a
@@ -155,6 +174,23 @@ EffectStep ParseEffectStep(std::string const& text) {
         step.settings += EscapeValue(word);
     }
     return step;
+}
+
+std::optional<std::string> TakeSetting(EffectStep& step, std::string_view key) {
+    std::optional<std::string> value;
+    std::string others;
+    for (std::string_view rest = step.settings; !rest.empty();) {
+        std::string_view const word = CutSetting(rest);
+        if (word.starts_with(key) && word.substr(key.size()).starts_with('=')) {
+            value = UnescapeValue(word.substr(key.size() + 1));
+            continue;
+        }
+        if (!others.empty())
+            others += ':';
+        others += word;
+    }
+    step.settings = std::move(others);
+    return value;
 }
 
 SP<Proc::IOneInputEffectVideo> MakeVideoEffect(EffectFactory const& factory, EffectStep const& step) {

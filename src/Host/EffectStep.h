@@ -3,7 +3,9 @@
 #include "Core/Api.h"
 #include "Host/EffectFactory.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace Tarsel::Host {
 
@@ -18,6 +20,10 @@ struct EffectStep {
 /// double quotes, or has '\' before each blank. SettingsException: an empty text, a quote left open, a word
 /// without '=', a repeated key. Any thread.
 TARSEL_API EffectStep ParseEffectStep(std::string const& text);
+
+/// Takes one setting out of the step: its value as the user wrote it, or nothing where it is not given. For
+/// what is a setting to users and none to the effect. Any thread.
+TARSEL_API std::optional<std::string> TakeSetting(EffectStep& step, std::string_view key);
 
 /// Makes the effect of that class, the implementation registered first, with the step's settings on top of
 /// those it starts with. SettingsException: a class that the registry does not have (the description names

@@ -4,9 +4,7 @@
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Wrappers/FrameFields.h"
 #include "Proc/Wrappers/SafeFrame.h"
-#include "Proc/Wrappers/SafeSwsContext.h"
 
 #include <fmt/format.h>
 
@@ -63,29 +61,6 @@ PixFmt ChoosePlanarYuv(PixFmt format) {
     return FindBestPixelFormatOfList(candidates, format, true, nullptr);
 }
 
-SP<Proc::DataVideoFF> MakeLike(Proc::IDataVideo const& model, Conf::ColorSpace const& space,
-                               PictureForm const& form) {
-    Proc::SafeFrame frame;
-    frame->format = static_cast<int>(form.format);
-    frame->width = static_cast<int>(form.width);
-    frame->height = static_cast<int>(form.height);
-    frame.AllocateBuffers();
-    frame.CopyProperties(*model.GetAVFrame());
-    Proc::SetFrameColorSpace(*frame, space);
-    Conf::FrameInfo info = model.GetFrameInfo();
-    info.width = form.width;
-    info.height = form.height;
-    return MakeSP<Proc::DataVideoFF>(std::move(frame), info);
-}
-
-void Convert(Proc::IDataVideo const& from, Proc::IDataVideo& to) {
-    PictureForm const in = GetForm(from);
-    PictureForm const out = GetForm(to);
-    Proc::SafeSwsContext({{in.width, in.height, in.format, from.GetColorSpace()},
-                          {out.width, out.height, out.format, to.GetColorSpace()}})
-        .Scale(*from.GetAVFrame(), *to.GetAVFrame());
-}
-
 /// Fills `to`, which is no smaller than `from` in any direction, by repeating the last sample and row.
 void CopyRepeatingEdges(Proc::ReadOnlyPlane const& from, Proc::WritablePlane const& to, std::size_t sample) {
     for (std::uint32_t y = 0; y < to.rows; ++y) {
@@ -99,11 +74,6 @@ void CopyRepeatingEdges(Proc::ReadOnlyPlane const& from, Proc::WritablePlane con
 }
 
 } // namespace
-
-PictureForm GetForm(Proc::IDataVideo const& frame) {
-    Conf::FrameInfo const info = frame.GetFrameInfo();
-    return {frame.GetPixelFormat(), info.width, info.height};
-}
 
 std::optional<FrameFit> FrameFit::Make(Proc::EffectTraits const& traits, PictureForm const& form) {
     // Where the size changes, nobody could tell what belongs to the edge.
@@ -133,14 +103,17 @@ SP<Proc::IDataVideo> FrameFit::Fit(Proc::IDataVideo const& frame) {
             space.range = AVCOL_RANGE_JPEG;
         if (space.matrix == AVCOL_SPC_RGB)
             space.matrix = AVCOL_SPC_UNSPECIFIED;
-        converted = MakeLike(frame, space, {m_inner.format, m_outer.width, m_outer.height});
-        Convert(frame, *converted);
+        converted = ConvertPixels(frame, m_inner.format, space);
         source = converted.get();
     }
     if (m_inner.width == m_outer.width && m_inner.height == m_outer.height)
         return converted;
 
-    SP<Proc::IDataVideo> padded = MakeLike(frame, source->GetColorSpace(), m_inner);
+    Conf::FrameInfo info = frame.GetFrameInfo();
+    info.width = m_inner.width;
+    info.height = m_inner.height;
+    SP<Proc::IDataVideo> padded =
+        Proc::DataVideoFF::CreateLike(frame, source->GetColorSpace(), m_inner.format, info);
     auto const& format = PixFmtDescription::Find(m_inner.format);
     std::size_t const sample = format.GetDepth() > 16 ? 4 : format.GetDepth() > 8 ? 2 : 1;
     for (int plane = 0; plane < format.GetPlaneCount(); ++plane)
@@ -167,12 +140,8 @@ SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) const
     if (m_outer.format == m_inner.format || cut->GetPixelFormat() == m_outer.format)
         return cut;
     // The scaler writes no palettes: what became RGB stays so.
-    PictureForm outer = m_outer;
-    if (outer.format == PixFmt::PAL8)
-        outer.format = PixFmt::RGBA;
-    SP<Proc::IDataVideo> restored = MakeLike(*cut, m_outerSpace, outer);
-    Convert(*cut, *restored);
-    return restored;
+    PixFmt const outer = m_outer.format == PixFmt::PAL8 ? PixFmt::RGBA : m_outer.format;
+    return ConvertPixels(*cut, outer, m_outerSpace);
 }
 
 std::string FrameFit::Describe() const {

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Conf/ColorSpace.h"
-#include "Conf/FrameInfo.h"
-#include "Conf/PixFmt.h"
+#include "Host/FrameConversion.h"
 #include "Proc/Interfaces/EffectTraits.h"
 #include "Proc/Interfaces/IDataVideo.h"
 
@@ -10,17 +9,6 @@
 #include <string>
 
 namespace Tarsel::Host {
-
-/// The form of a picture as far as an effect may refuse it.
-struct PictureForm {
-    Conf::PixFmt format = Conf::PixFmt::None;
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-
-    friend bool operator==(PictureForm const&, PictureForm const&) = default;
-};
-
-PictureForm GetForm(Proc::IDataVideo const& frame);
 
 /// Brings frames of one form into one that an effect takes, and its results back. For effects that keep the
 /// picture's size. Not synchronised.

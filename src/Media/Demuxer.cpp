@@ -42,6 +42,11 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
     : m_path(std::move(path)), m_stop(std::move(stop)) {
     Open();
     m_picture = FindPicture();
+    m_sound = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_picture, nullptr, 0);
+    if (m_picture < 0 && m_sound < 0)
+        Core::Throw<InputException>(
+            {s_file, "Tarsel::Media::Demuxer::Demuxer(std::filesystem::path, std::stop_token)"},
+            fmt::format("{} has neither pictures nor sound", Quote(m_path)));
     // Sound and picture would start at whatever the sender's clock said.
     m_isBroadcast = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
     if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
@@ -85,13 +90,9 @@ void Demuxer::Open() {
 }
 
 int Demuxer::FindPicture() const {
-    auto const fail = [this](std::string const& reason) {
-        Core::Throw<InputException>({s_file, "int Tarsel::Media::Demuxer::FindPicture() const"},
-                                    fmt::format("{} {}", Quote(m_path), reason));
-    };
     int const best = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (best < 0)
-        fail("has no picture stream");
+        return -1;
     int picture = best;
     if (IsCoverStream(*m_context->streams[best]))
         for (int i = 0; i < static_cast<int>(m_context->nb_streams); ++i) {
@@ -101,15 +102,17 @@ int Demuxer::FindPicture() const {
             if (picture == best || PixelCount(stream) > PixelCount(*m_context->streams[picture]))
                 picture = i;
         }
-    AVCodecID const codec = m_context->streams[picture]->codecpar->codec_id;
-    if (avcodec_find_decoder(codec) == nullptr)
-        fail(fmt::format("has pictures in the codec {}, which cannot be decoded here",
-                         avcodec_get_name(codec)));
     return picture;
 }
 
 AVStream const& Demuxer::GetPicture() const noexcept {
     return *m_context->streams[m_picture];
+}
+
+/// What times are told of.
+AVStream const& Demuxer::GetMain() const noexcept {
+    bool const isSound = m_sound >= 0 && (m_picture < 0 || IsCover());
+    return *m_context->streams[isSound ? m_sound : m_picture];
 }
 
 Ratio Demuxer::GetFrameRate() const noexcept {
@@ -118,7 +121,7 @@ Ratio Demuxer::GetFrameRate() const noexcept {
 }
 
 bool Demuxer::IsCover() const noexcept {
-    return IsCoverStream(GetPicture());
+    return m_picture >= 0 && IsCoverStream(GetPicture());
 }
 
 bool Demuxer::IsStill() const noexcept {
@@ -127,14 +130,14 @@ bool Demuxer::IsStill() const noexcept {
 }
 
 std::int64_t Demuxer::GetStart() const noexcept {
-    AVStream const& stream = GetPicture();
+    AVStream const& stream = GetMain();
     if (stream.start_time == AV_NOPTS_VALUE)
         return 0;
     return ToMicroseconds(stream.start_time, FromAV(stream.time_base)) - m_clockStart;
 }
 
 std::int64_t Demuxer::GetDuration() const noexcept {
-    AVStream const& stream = GetPicture();
+    AVStream const& stream = GetMain();
     if (stream.duration > 0)
         return ToMicroseconds(stream.duration, FromAV(stream.time_base));
     return m_context->duration > 0 ? m_context->duration : 0;

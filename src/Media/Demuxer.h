@@ -18,14 +18,20 @@ namespace Tarsel::Media {
 /// Reads the packets of a media file. One thread at a time.
 class Demuxer {
 public:
-    /// Opens the file and looks into it. InputException when it is no media file or has no picture stream;
-    /// Stopped.
+    /// Opens the file and looks into it. InputException when it is no media file or has neither pictures nor
+    /// sound; Stopped.
     Demuxer(std::filesystem::path path, std::stop_token stop);
     ~Demuxer();
 
     std::filesystem::path const& GetPath() const noexcept { return m_path; }
     AVFormatContext const& GetContext() const noexcept { return *m_context; }
-    /// The stream that is worked on: the best video stream, a cover picture only where there is nothing else.
+    /// Index of the stream of pictures that is worked on: the best video stream, a cover picture only where
+    /// there is nothing else; −1: none.
+    int GetPictureIndex() const noexcept { return m_picture; }
+    /// Index of the best sound stream; −1: none.
+    int GetSoundIndex() const noexcept { return m_sound; }
+    bool HasPicture() const noexcept { return m_picture >= 0; }
+    /// That stream, which there has to be.
     AVStream const& GetPicture() const noexcept;
     /// Frames a second; 0/1 when not known.
     Ratio GetFrameRate() const noexcept;
@@ -33,7 +39,8 @@ public:
     bool IsCover() const noexcept;
     /// Whether what is worked on is one still picture and no film.
     bool IsStill() const noexcept;
-    /// Where the picture stream starts and how long it lasts, in microseconds; 0 when not known.
+    /// Where the picture stream starts and how long it lasts, in microseconds; 0 when not known. Of the best
+    /// sound stream where there are no pictures but a cover.
     std::int64_t GetStart() const noexcept;
     std::int64_t GetDuration() const noexcept;
 
@@ -52,6 +59,7 @@ private:
     static int IsInterrupted(void* self) noexcept;
     void Open();
     int FindPicture() const;
+    AVStream const& GetMain() const noexcept;
     void CorrectTimes(AVPacket& packet);
 
     std::filesystem::path m_path;
@@ -59,6 +67,7 @@ private:
     UniqueFile m_file;
     UniqueInput m_context;
     int m_picture = -1;
+    int m_sound = -1;
     /// Of a broadcast clock, in microseconds.
     bool m_isBroadcast = false;
     std::int64_t m_clockStart = 0;

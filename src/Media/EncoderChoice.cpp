@@ -16,6 +16,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -97,16 +98,11 @@ bool WorksInOrdinaryMemory(AVCodec const& encoder) {
            });
 }
 
-bool IsVideoEncoder(AVCodec const& codec) {
-    return av_codec_is_encoder(&codec) != 0 && codec.type == AVMEDIA_TYPE_VIDEO &&
-           WorksInOrdinaryMemory(codec);
-}
-
-std::vector<std::string> ListVideoEncoders() {
+std::vector<std::string> ListEncoders(AVMediaType type) {
     std::vector<std::string> names;
     void* position = nullptr;
     while (AVCodec const* const codec = av_codec_iterate(&position))
-        if (IsVideoEncoder(*codec))
+        if (av_codec_is_encoder(codec) != 0 && codec->type == type && WorksInOrdinaryMemory(*codec))
             names.emplace_back(codec->name);
     return names;
 }
@@ -116,18 +112,6 @@ std::vector<std::string> ListVideoEncoders() {
                                    "const AVCodec &Tarsel::Media::ChooseEncoder(const Container &, const "
                                    "std::filesystem::path &, const std::string &)"},
                                   description);
-}
-
-AVCodec const& FindNamedEncoder(std::string const& name) {
-    AVCodec const* const encoder = avcodec_find_encoder_by_name(name.c_str());
-    if (encoder == nullptr)
-        ThrowNoEncoder(fmt::format("There is no encoder \"{}\"{}", name,
-                                   Core::NearNamesText(name, ListVideoEncoders())));
-    if (encoder->type != AVMEDIA_TYPE_VIDEO)
-        ThrowNoEncoder(fmt::format("The encoder \"{}\" is not for pictures", name));
-    if (!WorksInOrdinaryMemory(*encoder))
-        ThrowNoEncoder(fmt::format("The encoder \"{}\" takes pictures in graphics memory only", name));
-    return *encoder;
 }
 
 AVCodec const* FindUsualEncoder(Container const& container, std::filesystem::path const& output) {
@@ -143,6 +127,22 @@ AVCodec const* FindUsualEncoder(Container const& container, std::filesystem::pat
     AVCodec const* const still =
         codec == AV_CODEC_ID_WEBP ? avcodec_find_encoder_by_name("libwebp") : nullptr;
     return still != nullptr ? still : avcodec_find_encoder(codec);
+}
+
+/// Whether files of the name hold sound alone, though the container could hold pictures too.
+bool IsNamedForSound(std::filesystem::path const& output) {
+    constexpr std::string_view extensions[] = {".m4a", ".m4b",  ".m4r", ".oga",
+                                               ".ogg", ".opus", ".spx", ".wma"};
+    std::string const extension = output.extension().string();
+    return std::any_of(std::begin(extensions), std::end(extensions), [&](std::string_view name) {
+        return av_strcasecmp(extension.c_str(), name.data()) == 0;
+    });
+}
+
+/// Whether the pictures of the container's files are covers.
+bool HasCoversOnly(AVOutputFormat const& format) {
+    constexpr std::string_view names[] = {"mp3", "flac", "aiff"};
+    return std::find(std::begin(names), std::end(names), format.name) != std::end(names);
 }
 
 /// The codec an image file's extension stands for.
@@ -170,22 +170,42 @@ Container ChooseContainer(std::filesystem::path const& output) {
         format = av_guess_format("image2pipe", nullptr, nullptr);
     else if ((format->flags & AVFMT_NOFILE) != 0 || name == "hls" || name == "dash")
         fail(fmt::format("\"{}\" is not a single file", name));
-    if (format == nullptr || (!isStill && format->video_codec == AV_CODEC_ID_NONE))
-        fail(fmt::format("\"{}\" holds no pictures", name));
-    return {format, isStill};
+    bool const isSound = !isStill && (format->video_codec == AV_CODEC_ID_NONE || HasCoversOnly(*format) ||
+                                      IsNamedForSound(output));
+    if (format == nullptr || (isSound && format->audio_codec == AV_CODEC_ID_NONE))
+        fail(fmt::format("\"{}\" holds neither pictures nor sound", name));
+    return {format, isStill, isSound};
+}
+
+AVCodec const& FindNamedEncoder(std::string const& name, bool isSound) {
+    AVMediaType const type = isSound ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
+    auto const fail = [](std::string const& description) {
+        Core::Throw<OptionsException>(
+            {s_file, "const AVCodec &Tarsel::Media::FindNamedEncoder(const std::string &, bool)"},
+            description);
+    };
+    AVCodec const* const encoder = avcodec_find_encoder_by_name(name.c_str());
+    if (encoder == nullptr)
+        fail(
+            fmt::format("There is no encoder \"{}\"{}", name, Core::NearNamesText(name, ListEncoders(type))));
+    if (encoder->type != type)
+        fail(fmt::format("The encoder \"{}\" is not for {}", name, isSound ? "sound" : "pictures"));
+    if (!WorksInOrdinaryMemory(*encoder))
+        fail(fmt::format("The encoder \"{}\" takes pictures in graphics memory only", name));
+    return *encoder;
 }
 
 AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path const& output,
                              std::string const& name) {
     if (!name.empty()) {
-        AVCodec const& encoder = FindNamedEncoder(name);
+        AVCodec const& encoder = FindNamedEncoder(name, false);
         if (!CanHold(container, output, encoder.id))
             ThrowNoEncoder(fmt::format("The encoder \"{}\" makes {}, which {} cannot hold", name,
                                        avcodec_get_name(encoder.id), Quote(output.filename())));
         return encoder;
     }
     Container const named{container.isStill ? av_guess_format("image2", nullptr, nullptr) : container.format,
-                          container.isStill};
+                          container.isStill, container.isSound};
     AVCodec const* const encoder = FindUsualEncoder(named, output);
     if (encoder == nullptr)
         ThrowNoEncoder(fmt::format("There is no encoder for {}", Quote(output.filename())));

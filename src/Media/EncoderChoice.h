@@ -15,6 +15,8 @@ struct Container {
     AVOutputFormat const* format = nullptr;
     /// One picture, and nothing else.
     bool isStill = false;
+    /// For sound, and beside it at most a cover.
+    bool isSound = false;
 };
 
 /// Encoder options, key and value, in FFmpeg's words.
@@ -22,7 +24,8 @@ using EncoderOptions = std::vector<std::pair<std::string, std::string>>;
 
 /// All of these may be called from any thread; codecs and containers belong to FFmpeg and live for ever.
 
-/// By the name's extension. OptionsException when that says nothing, or the container holds no pictures.
+/// By the name's extension. OptionsException when that says nothing, or the container holds neither pictures
+/// nor sound.
 Container ChooseContainer(std::filesystem::path const& output);
 
 /// The encoder of that name, or the usual one of the container for an empty name. OptionsException for a name
@@ -30,6 +33,10 @@ Container ChooseContainer(std::filesystem::path const& output);
 /// cannot take.
 AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path const& output,
                              std::string const& name);
+
+/// The encoder of that name, which has to be one for pictures in ordinary memory or, with `isSound`, for
+/// sound: else OptionsException, with the near names.
+AVCodec const& FindNamedEncoder(std::string const& name, bool isSound);
 
 /// Whether the container takes streams of the codec, an AVCodecID.
 bool CanHold(Container const& container, std::filesystem::path const& output, int codec);

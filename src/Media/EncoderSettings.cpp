@@ -1,11 +1,14 @@
 #include "Media/EncoderSettings.h"
 
+#include "Conf/FFmpegFormats.h"
 #include "Core/NearNames.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
 #include "Media/FFmpegOwners.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
+#include "Media/SoundEncoderChoice.h"
+#include "Media/SoundFormat.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
 
@@ -114,8 +117,27 @@ UniqueCodecContext MakeContext(AVCodec const& encoder) {
     return UniqueCodecContext(CheckAllocated(avcodec_alloc_context3(&encoder), "AVCodecContext"));
 }
 
+/// Opens the encoder for sound of the usual kind, or what it takes that is next to it.
+int TryOpenForSound(AVCodec const& encoder, EncoderOptions const& options) {
+    constexpr std::int32_t usualRate = 48000;
+    auto const stereo = Conf::ChannelLayout::FromCount(2);
+    UniqueCodecContext const context = MakeContext(encoder);
+    context->sample_fmt = static_cast<AVSampleFormat>(Conf::SampleFormatFFMPEGFromTarsel(
+        ChooseSampleFormat(GetSampleFormats(encoder), Conf::SampleFormats::S16, 16)));
+    context->sample_rate = ChooseSampleRate(GetSampleRates(encoder), usualRate);
+    context->ch_layout =
+        Conf::AVChannelLayoutFromTarsel(RankLayouts(GetChannelLayouts(encoder), stereo).front());
+    context->time_base = {1, context->sample_rate};
+    context->thread_count = 1;
+    ApplyEncoderOptions(*context, ChooseSoundDefaults(encoder, context->ch_layout.nb_channels, options));
+    ApplyEncoderOptions(*context, options);
+    return avcodec_open2(context.get(), &encoder, nullptr);
+}
+
 /// Opens the encoder for a small film of the usual kind.
 int TryOpen(AVCodec const& encoder, EncoderOptions const& options) {
+    if (encoder.type == AVMEDIA_TYPE_AUDIO)
+        return TryOpenForSound(encoder, options);
     UniqueCodecContext const context = MakeContext(encoder);
     auto const formats = GetPixelFormats(encoder);
     context->width = 256;

@@ -9,9 +9,14 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/audio_fifo.h>
 }
 
 namespace Tarsel::Media {
+
+void FFmpegFree::operator()(AVAudioFifo* queue) const noexcept {
+    av_audio_fifo_free(queue);
+}
 
 void FFmpegFree::operator()(AVCodecContext* context) const noexcept {
     avcodec_free_context(&context);

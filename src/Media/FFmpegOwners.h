@@ -2,6 +2,7 @@
 
 #include <memory>
 
+struct AVAudioFifo;
 struct AVCodecContext;
 struct AVCodecParameters;
 struct AVFormatContext;
@@ -12,6 +13,7 @@ namespace Tarsel::Media {
 
 /// Frees what FFmpeg allocated.
 struct FFmpegFree {
+    void operator()(AVAudioFifo* queue) const noexcept;
     void operator()(AVCodecContext* context) const noexcept;
     void operator()(AVCodecParameters* parameters) const noexcept;
     /// With its streams; not for inputs that were opened. Its file stays open.
@@ -28,6 +30,7 @@ struct FFmpegCloseFile {
     void operator()(AVIOContext* file) const noexcept;
 };
 
+using UniqueAudioFifo = std::unique_ptr<AVAudioFifo, FFmpegFree>;
 using UniqueCodecContext = std::unique_ptr<AVCodecContext, FFmpegFree>;
 using UniqueCodecParameters = std::unique_ptr<AVCodecParameters, FFmpegFree>;
 using UniqueFormat = std::unique_ptr<AVFormatContext, FFmpegFree>;

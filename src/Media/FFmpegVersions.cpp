@@ -1,5 +1,6 @@
 #include "Media/FFmpegVersions.h"
 
+#include "Conf/FFmpegFormats.h"
 #include "Media/FFmpegOwners.h"
 
 #include <algorithm>
@@ -74,30 +75,91 @@ void CopySideData(AVCodecContext const& from, AVStream& to) {
 
 #endif
 
+namespace {
+
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
 
-std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder) {
-    void const* formats = nullptr;
+template <class Value>
+std::span<Value const> List(AVCodec const& encoder, AVCodecConfig what) {
+    void const* values = nullptr;
     int count = 0;
-    if (avcodec_get_supported_config(nullptr, &encoder, AV_CODEC_CONFIG_PIX_FORMAT, 0, &formats, &count) <
-            0 ||
-        formats == nullptr)
+    if (avcodec_get_supported_config(nullptr, &encoder, what, 0, &values, &count) < 0 || values == nullptr)
         return {};
-    auto const* const first = static_cast<AVPixelFormat const*>(formats);
-    return {first, first + count};
+    return {static_cast<Value const*>(values), static_cast<std::size_t>(count)};
+}
+
+std::span<AVPixelFormat const> ListPixelFormats(AVCodec const& encoder) {
+    return List<AVPixelFormat>(encoder, AV_CODEC_CONFIG_PIX_FORMAT);
+}
+
+std::span<AVSampleFormat const> ListSampleFormats(AVCodec const& encoder) {
+    return List<AVSampleFormat>(encoder, AV_CODEC_CONFIG_SAMPLE_FORMAT);
+}
+
+std::span<int const> ListSampleRates(AVCodec const& encoder) {
+    return List<int>(encoder, AV_CODEC_CONFIG_SAMPLE_RATE);
+}
+
+std::span<AVChannelLayout const> ListChannelLayouts(AVCodec const& encoder) {
+    return List<AVChannelLayout>(encoder, AV_CODEC_CONFIG_CHANNEL_LAYOUT);
 }
 
 #else
 
-std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder) {
-    std::vector<AVPixelFormat> formats;
-    for (AVPixelFormat const* format = encoder.pix_fmts; format != nullptr && *format != AV_PIX_FMT_NONE;
-         ++format)
-        formats.push_back(*format);
-    return formats;
+/// Up to the value that marks the end.
+template <class Value, class IsEnd>
+std::span<Value const> List(Value const* values, IsEnd const& isEnd) {
+    std::size_t count = 0;
+    while (values != nullptr && !isEnd(values[count]))
+        ++count;
+    return {values, count};
+}
+
+std::span<AVPixelFormat const> ListPixelFormats(AVCodec const& encoder) {
+    return List(encoder.pix_fmts, [](AVPixelFormat format) { return format == AV_PIX_FMT_NONE; });
+}
+
+std::span<AVSampleFormat const> ListSampleFormats(AVCodec const& encoder) {
+    return List(encoder.sample_fmts, [](AVSampleFormat format) { return format == AV_SAMPLE_FMT_NONE; });
+}
+
+std::span<int const> ListSampleRates(AVCodec const& encoder) {
+    return List(encoder.supported_samplerates, [](int rate) { return rate == 0; });
+}
+
+std::span<AVChannelLayout const> ListChannelLayouts(AVCodec const& encoder) {
+    return List(encoder.ch_layouts, [](AVChannelLayout const& layout) { return layout.nb_channels == 0; });
 }
 
 #endif
+
+} // namespace
+
+std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder) {
+    auto const formats = ListPixelFormats(encoder);
+    return {formats.begin(), formats.end()};
+}
+
+std::vector<Conf::SampleFormats> GetSampleFormats(AVCodec const& encoder) {
+    std::vector<Conf::SampleFormats> formats;
+    for (AVSampleFormat const format : ListSampleFormats(encoder))
+        if (auto const known = Conf::SampleFormatTarselFromFFMPEG(format);
+            known != Conf::SampleFormats::Unknown)
+            formats.push_back(known);
+    return formats;
+}
+
+std::vector<std::int32_t> GetSampleRates(AVCodec const& encoder) {
+    auto const rates = ListSampleRates(encoder);
+    return {rates.begin(), rates.end()};
+}
+
+std::vector<Conf::ChannelLayout> GetChannelLayouts(AVCodec const& encoder) {
+    std::vector<Conf::ChannelLayout> layouts;
+    for (AVChannelLayout const& layout : ListChannelLayouts(encoder))
+        layouts.push_back(Conf::TarselFromAVChannelLayout(layout));
+    return layouts;
+}
 
 #if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
 

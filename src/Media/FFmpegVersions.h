@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Conf/ChannelLayout.h"
+#include "Conf/SampleFormats.h"
+
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -30,6 +33,12 @@ void CopySideData(AVCodecContext const& from, AVStream& to);
 
 /// The pixel formats an encoder takes; empty when it does not say.
 std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder);
+
+/// What an encoder takes of sound: sample formats, rates and channel layouts. Each empty when it does not
+/// say.
+std::vector<Conf::SampleFormats> GetSampleFormats(AVCodec const& encoder);
+std::vector<std::int32_t> GetSampleRates(AVCodec const& encoder);
+std::vector<Conf::ChannelLayout> GetChannelLayouts(AVCodec const& encoder);
 
 bool IsInterlaced(AVFrame const& frame) noexcept;
 bool IsTopFieldFirst(AVFrame const& frame) noexcept;

@@ -1,5 +1,6 @@
 #include "Media/InputStreams.h"
 
+#include "Media/Demuxer.h"
 #include "Media/FFmpegVersions.h"
 
 #include <numeric>
@@ -66,10 +67,12 @@ void CopyPrograms(AVFormatContext const& from, std::vector<int> const& indexes, 
     }
 }
 
-InputStreams DescribeStreams(AVFormatContext const& from, int picture) {
+InputStreams DescribeStreams(Demuxer const& input) {
+    AVFormatContext const& from = input.GetContext();
     InputStreams result;
     result.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
-    result.picture = picture;
+    result.picture = input.GetPictureIndex();
+    result.sound = input.GetSoundIndex();
     result.container = from.iformat->name;
     CheckCopied(av_dict_copy(&result.context->metadata, from.metadata, 0));
     for (unsigned i = 0; i < from.nb_streams; ++i)

@@ -13,14 +13,18 @@ namespace Tarsel::Media {
 struct InputStreams {
     /// Streams under the same indexes as the input's; metadata, chapters and programs.
     UniqueFormat context;
-    /// Index of the stream that is worked on.
+    /// Index of the stream of pictures that is worked on or copied; −1: none.
     int picture = -1;
+    /// Index of the best sound stream; −1: none.
+    int sound = -1;
     /// FFmpeg's name of the input's container.
     std::string container;
 };
 
-/// Describes an opened input, whose stream `picture` is worked on. MemoryException.
-InputStreams DescribeStreams(AVFormatContext const& input, int picture);
+class Demuxer;
+
+/// Describes an opened input. MemoryException.
+InputStreams DescribeStreams(Demuxer const& input);
 
 /// Copies what describes a stream: codec parameters, time base, rates, dispositions, metadata, side data and
 /// the cover picture. MemoryException.

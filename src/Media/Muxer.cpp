@@ -34,8 +34,8 @@ bool IsExact(std::int64_t time, AVRational from, AVRational to) noexcept {
 } // namespace
 
 Muxer::Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const& input,
-             VideoEncoder const* encoder)
-    : m_file(file), m_input(input), m_streams(MakeOutputStreams(format, input, encoder)),
+             StreamEncoders const& encoders)
+    : m_file(file), m_input(input), m_streams(MakeOutputStreams(format, input, encoders)),
       m_tracks(input.context->nb_streams) {
     for (std::size_t i = 0; i < m_tracks.size(); ++i)
         if (int const index = m_streams.indexes[i]; index >= 0) {
@@ -47,11 +47,16 @@ Muxer::Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const&
     av_freep(&m_streams.context->url);
     m_streams.context->url = CheckAllocated(av_strdup(file.GetPath().c_str()), "a file name");
     Check("Tarsel::Media::Muxer::Muxer(const AVOutputFormat &, OutputFile &, const InputStreams &, const "
-          "VideoEncoder *)",
+          "StreamEncoders &)",
           WriteHeader(*m_streams.context, input));
 }
 
 Muxer::~Muxer() = default;
+
+bool Muxer::Takes(int stream) const noexcept {
+    auto const source = static_cast<std::size_t>(stream);
+    return source < m_streams.indexes.size() && m_streams.indexes[source] >= 0;
+}
 
 void Muxer::WriteCopied(AVPacket& packet) {
     auto const index = static_cast<unsigned>(packet.stream_index);
@@ -150,6 +155,8 @@ std::vector<std::string> Muxer::GetNotes() const {
             notes.push_back(
                 fmt::format("Stream {}: {} skipped.", i, CountText(m_tracks[i].damaged, "damaged packet")));
     }
+    if (m_input.picture < 0)
+        return notes;
     auto const picture = static_cast<std::size_t>(m_input.picture);
     if (m_tracks[picture].isRounded && (m_streams.context->oformat->flags & AVFMT_NOTIMESTAMPS) == 0) {
         AVRational const tick = m_streams.context->streams[m_streams.indexes[picture]]->time_base;

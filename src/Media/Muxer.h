@@ -18,9 +18,11 @@ public:
     /// Chooses the streams (see MakeOutputStreams) and writes the header. `input` and `file` outlive this.
     /// OutputException.
     Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const& input,
-          VideoEncoder const* encoder);
+          StreamEncoders const& encoders);
     ~Muxer();
 
+    /// Whether packets of the input's stream are taken, or dropped.
+    bool Takes(int stream) const noexcept;
     /// Takes a packet of the input's stream `packet.stream_index`, its times in `timeBase`; packets of
     /// streams that were left out are dropped. OutputException.
     void Write(AVPacket& packet, Ratio timeBase);

@@ -6,6 +6,7 @@
 #include "Media/FFmpegVersions.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
+#include "Media/SoundEncoder.h"
 #include "Media/VideoEncoder.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -13,6 +14,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <string_view>
 
@@ -134,6 +136,17 @@ void TurnCoverIntoAttachment(AVStream& stream, AVPacket const& cover) {
         av_dict_set(&stream.metadata, "mimetype", isPng ? "image/png" : "image/jpeg", 0);
 }
 
+void DescribeEncodedSound(AVStream const& from, SoundEncoder const& encoder, AVStream& to) {
+    AVCodecContext const& context = encoder.GetContext();
+    if (avcodec_parameters_from_context(to.codecpar, &context) < 0)
+        ThrowNoMemory("codec parameters");
+    CopySideData(context, to);
+    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
+    RemoveEncodingKeys(&to.metadata);
+    to.disposition = from.disposition;
+    to.time_base = ToAV(encoder.GetTimeBase());
+}
+
 /// The codec's tag stays where the container knows it; otherwise the muxer finds its own.
 void FitCodecTag(AVOutputFormat const& format, AVCodecParameters& parameters) {
     if (format.codec_tag == nullptr)
@@ -153,7 +166,11 @@ void DescribeCopied(AVStream const& from, AVOutputFormat const& format, AVStream
         TurnCoverIntoAttachment(to, from.attached_pic);
 }
 
-OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, VideoEncoder const* encoder,
+bool IsEncodedSound(StreamEncoders const& encoders, std::size_t stream) noexcept {
+    return stream < encoders.sound.size() && encoders.sound[stream] != nullptr;
+}
+
+OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
                     Selection const& selection) {
     AVFormatContext const& from = *input.context;
     OutputStreams result;
@@ -172,8 +189,10 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Vid
         AVStream const& source = *from.streams[i];
         AVStream& stream = *CheckAllocated(avformat_new_stream(context, nullptr), "AVStream");
         result.indexes[i] = stream.index;
-        if (encoder != nullptr && static_cast<int>(i) == input.picture)
-            DescribeEncoded(source, *encoder, format, stream);
+        if (encoders.picture != nullptr && static_cast<int>(i) == input.picture)
+            DescribeEncoded(source, *encoders.picture, format, stream);
+        else if (IsEncodedSound(encoders, i))
+            DescribeEncodedSound(source, *encoders.sound[i], stream);
         else
             DescribeCopied(source, format, stream);
         stream.id = keepsIds ? source.id : 0;
@@ -184,9 +203,9 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Vid
 }
 
 /// Whether the muxer takes these streams: it is the only one to know. Writes to memory.
-int TryHeader(AVOutputFormat const& format, InputStreams const& input, VideoEncoder const* encoder,
+int TryHeader(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
               Selection const& selection) {
-    OutputStreams trial = Build(format, input, encoder, selection);
+    OutputStreams trial = Build(format, input, encoders, selection);
     int error = avio_open_dyn_buf(&trial.context->pb);
     if (error < 0)
         ThrowNoMemory("a trial of the header");
@@ -229,48 +248,64 @@ std::string LeftOutText(AVStream const& stream, AVOutputFormat const& format) {
                        format.name);
 }
 
+/// The stream without which there is no file: the pictures, else the best sound.
+std::size_t FindMain(InputStreams const& input, Selection const& wanted) {
+    if (input.picture >= 0)
+        return static_cast<std::size_t>(input.picture);
+    if (input.sound >= 0 && wanted[static_cast<std::size_t>(input.sound)])
+        return static_cast<std::size_t>(input.sound);
+    for (unsigned i = 0; i < input.context->nb_streams; ++i)
+        if (wanted[i] && input.context->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+            return i;
+    return wanted.size();
+}
+
 /// All streams where the muxer takes them together, else each that it takes with those before. Some want
 /// another stream beside the picture (MP3 its sound), so only the end tells whether the picture can be had.
-Selection Select(AVOutputFormat const& format, InputStreams const& input, VideoEncoder const* encoder) {
+Selection Select(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders) {
     AVFormatContext const& from = *input.context;
-    auto const picture = static_cast<std::size_t>(input.picture);
     Selection wanted(from.nb_streams);
     for (unsigned i = 0; i < from.nb_streams; ++i) {
         AVStream const& stream = *from.streams[i];
-        wanted[i] = i == picture || (!IsMadeAnew(from, stream, format) && MayBeTaken(stream, format));
+        wanted[i] = static_cast<int>(i) == input.picture || IsEncodedSound(encoders, i) ||
+                    (!IsMadeAnew(from, stream, format) && MayBeTaken(stream, format));
     }
-    if (TryHeader(format, input, encoder, wanted) >= 0)
+    std::size_t const main = FindMain(input, wanted);
+    int error = main < wanted.size() ? TryHeader(format, input, encoders, wanted) : AVERROR(EINVAL);
+    if (error >= 0)
         return wanted;
 
     Selection selection(from.nb_streams);
-    selection[picture] = true;
-    int error = TryHeader(format, input, encoder, selection);
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
-        if (!wanted[i] || selection[i])
-            continue;
-        selection[i] = true;
-        if (TryHeader(format, input, encoder, selection) >= 0)
-            error = 0;
-        else
-            selection[i] = false;
+    if (main < wanted.size()) {
+        selection[main] = true;
+        error = TryHeader(format, input, encoders, selection);
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            if (!wanted[i] || selection[i])
+                continue;
+            selection[i] = true;
+            if (TryHeader(format, input, encoders, selection) >= 0)
+                error = 0;
+            else
+                selection[i] = false;
+        }
     }
     if (error < 0)
-        Core::Throw<OutputException>({"Media/OutputStreams",
-                                      "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
-                                      "InputStreams &, const VideoEncoder *)"},
-                                     fmt::format("The container {} cannot take the pictures: {}", format.name,
-                                                 Proc::GetFFmpegErrorText(error)),
-                                     Proc::TagFFmpegError(error));
+        Core::Throw<OutputException>(
+            {"Media/OutputStreams", "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
+                                    "InputStreams &, const StreamEncoders &)"},
+            fmt::format("The container {} cannot take the {}: {}", format.name,
+                        input.picture >= 0 ? "pictures" : "sound", Proc::GetFFmpegErrorText(error)),
+            Proc::TagFFmpegError(error));
     return selection;
 }
 
 } // namespace
 
 OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
-                                VideoEncoder const* encoder) {
+                                StreamEncoders const& encoders) {
     AVFormatContext const& from = *input.context;
-    Selection const selection = Select(format, input, encoder);
-    OutputStreams result = Build(format, input, encoder, selection);
+    Selection const selection = Select(format, input, encoders);
+    OutputStreams result = Build(format, input, encoders, selection);
     for (unsigned i = 0; i < from.nb_streams; ++i)
         if (!selection[i] && !IsMadeAnew(from, *from.streams[i], format))
             result.notes.push_back(LeftOutText(*from.streams[i], format));

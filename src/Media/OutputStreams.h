@@ -11,7 +11,16 @@ struct AVOutputFormat;
 namespace Tarsel::Media {
 
 struct InputStreams;
+class SoundEncoder;
 class VideoEncoder;
+
+/// What encodes streams of the input anew.
+struct StreamEncoders {
+    /// Null: pictures are copied.
+    VideoEncoder const* picture = nullptr;
+    /// For each stream of the input; null: copied. Empty: none.
+    std::vector<SoundEncoder const*> sound;
+};
 
 /// The streams of an output file, ready for its header.
 struct OutputStreams {
@@ -22,11 +31,11 @@ struct OutputStreams {
     std::vector<std::string> notes;
 };
 
-/// The streams of the input that the container takes, in their order; the picture stream as the encoder makes
-/// it, or as it is without an encoder. Whatever else the file says comes along: metadata, chapters, programs.
-/// OutputException when the container cannot even take the picture stream.
+/// The streams of the input that the container takes, in their order; those with an encoder as that makes
+/// them, others as they are. Whatever else the file says comes along: metadata, chapters, programs.
+/// OutputException when the container cannot even take the picture stream, or without one any sound.
 OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
-                                VideoEncoder const* encoder);
+                                StreamEncoders const& encoders);
 
 /// Writes the header into the context's file. Returns 0 or an AVERROR.
 int WriteHeader(AVFormatContext& context, InputStreams const& input);

@@ -10,8 +10,12 @@ void Progress::SetSpan(std::int64_t start, std::int64_t duration) noexcept {
 }
 
 void Progress::Add(std::int64_t end) noexcept {
-    m_end = std::max(m_end.load(), end);
+    Reach(end);
     ++m_frames;
+}
+
+void Progress::Reach(std::int64_t end) noexcept {
+    m_end = std::max(m_end.load(), end);
 }
 
 double Progress::GetSeconds() const noexcept {

@@ -3,15 +3,16 @@
 #include "Core/Throw.h"
 #include "Host/VideoChain.h"
 #include "Media/EncoderSettings.h"
-#include "Media/FFmpegVersions.h"
+#include "Media/FFmpegRatio.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
 #include "Media/OtherStreams.h"
 #include "Media/OutputFile.h"
-#include "Media/Paths.h"
 #include "Media/Pipeline.h"
 #include "Media/Progress.h"
+#include "Media/RunPlan.h"
+#include "Media/SoundTracks.h"
 #include "Media/Source.h"
 #include "Media/Stopped.h"
 #include "Media/Writer.h"
@@ -20,6 +21,7 @@
 
 #include <cmath>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -33,35 +35,49 @@ namespace {
 
 constexpr char const* s_file = "Media/Run";
 
+/// Whether the container's writer refuses the packets, though it takes the codec: AVI wants start codes.
+bool WantsStartCodes(AVOutputFormat const& format, AVCodecParameters const& parameters) {
+    bool const hasLengths = parameters.extradata_size > 0 && parameters.extradata[0] == 1;
+    bool const canHaveEither =
+        parameters.codec_id == AV_CODEC_ID_H264 || parameters.codec_id == AV_CODEC_ID_HEVC;
+    return std::string_view(format.name) == "avi" && canHaveEither && hasLengths;
+}
+
 /// One run: its files, and the stages between them.
 class Job {
 public:
-    Job(RunOptions const& options, std::stop_source stop) : m_options(options), m_stop(std::move(stop)) {}
+    Job(RunOptions const& options, std::stop_source stop)
+        : m_options(options), m_stop(std::move(stop)), m_plan(MakeRunPlan(options)),
+          m_container(m_plan.container), m_encoder(m_plan.videoEncoder) {}
 
-    /// Whatever can be refused before the input is opened.
-    void Check();
     RunResult Run();
 
 private:
     using Lane = Proc::IEffectStreamVideo;
 
-    void CheckOptions() const;
+    void CheckKinds() const;
+    void ChooseStreams();
+    void LeaveOutPictures();
+    void OpenPictures();
     void SelectStill();
     void KeepCoverCodec();
     void KeepPictureAlone() const;
     std::string DescribeCopyObstacle() const;
-    bool WantsEncoder() const;
     std::unique_ptr<Lane> MakeLane();
-    void Work(Lane& lane);
-    void Copy();
+    void Work(Lane& lane, SoundTracks& sound);
+    void Copy(SoundTracks& sound);
+    std::int64_t GetEnd(AVPacket const& packet) const;
     void Report() const;
     void AddNotes(std::vector<std::string> notes);
 
     RunOptions const& m_options;
     std::stop_source m_stop;
-    Container m_container;
+    RunPlan m_plan;
+    Container const& m_container;
     AVCodec const* m_encoder = nullptr;
     Progress m_progress;
+    /// The input, until m_source reads it.
+    std::unique_ptr<Demuxer> m_demuxer;
     std::unique_ptr<Source> m_source;
     InputStreams m_streams;
     VideoStreamInfo m_info;
@@ -69,53 +85,74 @@ private:
     RunResult m_result;
 };
 
-void Job::CheckOptions() const {
-    if (!m_options.at)
-        return;
-    auto const fail = [](std::string const& description) {
-        Core::Throw<OptionsException>(
-            {s_file, "void Tarsel::Media::(anonymous namespace)::Job::CheckOptions() const"}, description);
-    };
-    if (!m_container.isStill)
-        fail(fmt::format("A time ({} s) picks one picture, but {} is a film", *m_options.at,
-                         Quote(m_options.output)));
-    if (!(*m_options.at >= 0 && *m_options.at < 1e9))
-        fail(fmt::format("{} s is no time in a film; legal: 0 to its end", *m_options.at));
-}
-
-void Job::Check() {
-    CheckInputPath(m_options.input);
-    CheckOutputPath(m_options.output, m_options.input, m_options.overwrite);
-    m_container = ChooseContainer(m_options.output);
-    m_encoder = &ChooseEncoder(m_container, m_options.output, m_options.videoEncoder);
-    CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions);
-    CheckOptions();
-}
-
 RunResult Job::Run() {
-    Check();
-    m_source = std::make_unique<Source>(m_options.input, m_stop.get_token());
-    SelectStill();
-    KeepCoverCodec();
-    m_info = m_source->GetInfo();
-    Demuxer const& input = m_source->GetDemuxer();
-    m_streams = DescribeStreams(input.GetContext(), input.GetPicture().index);
-    if (m_container.isStill)
-        KeepPictureAlone();
-    m_progress.SetSpan(input.GetStart(), input.GetDuration());
-
-    std::unique_ptr<Lane> const lane = MakeLane();
+    m_demuxer = std::make_unique<Demuxer>(m_options.input, m_stop.get_token());
+    m_progress.SetSpan(m_demuxer->GetStart(), m_demuxer->GetDuration());
+    CheckKinds();
+    m_streams = DescribeStreams(*m_demuxer);
+    ChooseStreams();
+    std::unique_ptr<Lane> lane;
+    if (m_streams.picture >= 0) {
+        OpenPictures();
+        lane = MakeLane();
+    }
+    SoundTracks sound(m_plan, m_streams, m_stop.get_token());
     m_file = std::make_unique<OutputFile>(m_options.output, m_options.overwrite);
     if (lane != nullptr)
-        Work(*lane);
+        Work(*lane, sound);
     else
-        Copy();
+        Copy(sound);
+    m_result.audioEncoders = sound.GetEncoderNames();
+    AddNotes(sound.GetNotes());
     Report();
     if (m_stop.stop_requested())
         throw Stopped();
     m_file->Publish();
     m_result.seconds = m_progress.GetSeconds();
     return std::move(m_result);
+}
+
+/// What is wanted of the input has to be in it.
+void Job::CheckKinds() const {
+    auto const fail = [this](char const* kind) {
+        Core::Throw<InputException>(
+            {s_file, "void Tarsel::Media::(anonymous namespace)::Job::CheckKinds() const"},
+            fmt::format("{} has no {}", Quote(m_options.input), kind));
+    };
+    bool const hasSound = m_demuxer->GetSoundIndex() >= 0;
+    if (!m_demuxer->HasPicture() && (m_plan.NeedsPictures() || m_container.isStill))
+        fail("pictures");
+    if (m_container.isSound && m_demuxer->HasPicture() && !m_demuxer->IsCover() && m_plan.NeedsPictures())
+        ThrowHoldsNoPictures(m_plan);
+    if (!hasSound && (m_plan.NeedsSound() || (m_container.isSound && !m_demuxer->IsCover())))
+        fail("sound");
+}
+
+void Job::ChooseStreams() {
+    if (m_container.isStill)
+        KeepPictureAlone();
+    else if (m_container.isSound && m_demuxer->HasPicture() && !m_demuxer->IsCover())
+        LeaveOutPictures();
+}
+
+/// All but covers: a container for sound may well take them, and players would show a film.
+void Job::LeaveOutPictures() {
+    for (unsigned i = 0; i < m_streams.context->nb_streams; ++i) {
+        AVStream& stream = *m_streams.context->streams[i];
+        bool const isCover = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        if (stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !isCover)
+            stream.discard = AVDISCARD_ALL;
+    }
+    m_streams.picture = -1;
+    AddNotes(
+        {fmt::format("The pictures were left out: {} is a sound file.", Quote(m_options.output.filename()))});
+}
+
+void Job::OpenPictures() {
+    m_source = std::make_unique<Source>(std::move(m_demuxer), m_stop.get_token());
+    SelectStill();
+    KeepCoverCodec();
+    m_info = m_source->GetInfo();
 }
 
 /// A still picture out of a film wants to be told which.
@@ -147,7 +184,8 @@ void Job::KeepCoverCodec() {
         return;
     if (AVCodec const* const same = avcodec_find_encoder(input.GetPicture().codecpar->codec_id))
         m_encoder = same;
-    CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions);
+    if (m_encoder != nullptr)
+        CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions);
 }
 
 /// A still holds nothing beside its picture, and nobody expects sound in it: no word of what is left out.
@@ -165,7 +203,7 @@ std::string Job::DescribeCopyObstacle() const {
     bool const canHold = input.IsCover() && !m_container.isStill
                              ? CanHoldCover(format)
                              : CanHold(m_container, m_options.output, codec);
-    if (!canHold)
+    if (!canHold || WantsStartCodes(format, *input.GetPicture().codecpar))
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
     if (m_info.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill && !IsMovFamily(format))
         return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
@@ -175,17 +213,23 @@ std::string Job::DescribeCopyObstacle() const {
                                                      : std::string();
 }
 
-bool Job::WantsEncoder() const {
-    return !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
-}
-
-/// Null: the picture stream is copied.
+/// Null: the picture stream is copied, or left out.
 std::unique_ptr<Proc::IEffectStreamVideo> Job::MakeLane() {
-    m_info.copyObstacle = WantsEncoder() ? "the options ask for an encoder" : DescribeCopyObstacle();
+    bool const wantsEncoder = m_plan.WantsVideoEncoder();
+    m_info.copyObstacle = wantsEncoder ? "the options ask for an encoder" : DescribeCopyObstacle();
     std::unique_ptr<Lane> lane = m_options.makeVideoLane ? m_options.makeVideoLane(m_info) : nullptr;
-    if (lane != nullptr || m_info.copyObstacle.empty())
+    if (lane == nullptr && m_info.copyObstacle.empty())
         return lane;
-    if (!WantsEncoder() && !m_container.isStill)
+    if (lane == nullptr && !wantsEncoder && m_source->GetDemuxer().IsCover() && m_streams.sound >= 0 &&
+        !m_container.isStill) {
+        m_streams.picture = -1; // the sound goes without its cover
+        return lane;
+    }
+    if (m_encoder == nullptr)
+        ThrowHoldsNoPictures(m_plan);
+    if (lane != nullptr)
+        return lane;
+    if (!wantsEncoder && !m_container.isStill)
         AddNotes({"The pictures were encoded anew: " + m_info.copyObstacle + "."});
     if (m_info.orientation != Conf::DisplayMatrix::s_default)
         AddNotes({"The orientation tag of the pictures was dropped, since they were encoded anew."});
@@ -193,7 +237,7 @@ std::unique_ptr<Proc::IEffectStreamVideo> Job::MakeLane() {
 }
 
 /// Three stages: read and decode, work, encode and write.
-void Job::Work(Lane& lane) {
+void Job::Work(Lane& lane, SoundTracks& sound) {
     TimeMap times(m_info.timeBase);
     std::optional<OtherStreams> others;
     if (!m_container.isStill && m_streams.context->nb_streams > 1)
@@ -206,7 +250,7 @@ void Job::Work(Lane& lane) {
                    m_source->GetFirstDuration(),
                    m_container.isStill,
                    {m_info.format, m_info.space}},
-                  *m_file, m_streams, others ? &*others : nullptr, m_progress);
+                  *m_file, m_streams, others ? &*others : nullptr, sound, m_progress);
 
     Pipeline pipeline(m_stop, [this] { Report(); });
     auto const worked = pipeline.AddStage<WorkedFrame>(
@@ -249,21 +293,29 @@ void Job::Work(Lane& lane) {
                   " not after the one before and moved by the least step."});
 }
 
-/// All packets as they are.
-void Job::Copy() {
-    m_source.reset(); // it has looked for the first picture; now all packets are wanted
-    Demuxer demuxer(m_options.input, m_stop.get_token());
-    Muxer muxer(*m_container.format, *m_file, m_streams, nullptr);
+/// All packets as they are, but those of sound that is worked on.
+void Job::Copy(SoundTracks& sound) {
+    if (m_source != nullptr) { // it has looked for the first picture; now all packets are wanted
+        m_source.reset();
+        m_demuxer = std::make_unique<Demuxer>(m_options.input, m_stop.get_token());
+    }
+    Demuxer& demuxer = *m_demuxer;
+    bool const countsPictures = m_streams.picture >= 0 && !demuxer.IsCover();
+    Muxer muxer(*m_container.format, *m_file, m_streams, {nullptr, sound.GetEncoders()});
 
     Pipeline pipeline(m_stop, [this] { Report(); });
     auto const packets = pipeline.AddStage<UniquePacket>(
         [&](UniquePacket packet) {
             if (packet->stream_index == m_streams.picture)
-                m_progress.Add(ToMicroseconds(
-                    packet->pts != AV_NOPTS_VALUE ? packet->pts + packet->duration : 0, m_info.timeBase));
-            muxer.WriteCopied(*packet);
+                m_progress.Add(GetEnd(*packet));
+            else if (!countsPictures)
+                m_progress.Reach(GetEnd(*packet));
+            sound.Write(*packet, muxer);
         },
-        [&] { muxer.Close(); });
+        [&] {
+            sound.End(muxer);
+            muxer.Close();
+        });
     pipeline.Run([&] {
         UniquePacket packet = MakePacket();
         while (demuxer.Read(*packet))
@@ -274,6 +326,16 @@ void Job::Copy() {
     m_result.framesIn = m_result.framesOut = m_progress.GetFrames();
     AddNotes(demuxer.GetNotes());
     AddNotes(muxer.GetNotes());
+}
+
+/// Where a packet of the input ends, in microseconds; a cover, which lasts for ever, nowhere.
+std::int64_t Job::GetEnd(AVPacket const& packet) const {
+    auto const index = static_cast<unsigned>(packet.stream_index);
+    bool const isKnown = index < m_streams.context->nb_streams && packet.pts != AV_NOPTS_VALUE &&
+                         (m_streams.context->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+    return isKnown ? ToMicroseconds(packet.pts + packet.duration,
+                                    FromAV(m_streams.context->streams[index]->time_base))
+                   : INT64_MIN;
 }
 
 void Job::Report() const {
@@ -288,8 +350,14 @@ void Job::AddNotes(std::vector<std::string> notes) {
 
 } // namespace
 
+std::vector<Conf::PixFmt> FindPictureFormats(RunOptions const& options) {
+    RunPlan const plan = MakeRunPlan(options);
+    return plan.videoEncoder != nullptr ? GetEncoderRules(*plan.videoEncoder, *plan.container.format).formats
+                                        : std::vector<Conf::PixFmt>();
+}
+
 void CheckRun(RunOptions const& options) {
-    Job(options, {}).Check();
+    MakeRunPlan(options);
 }
 
 RunResult Run(RunOptions const& options, std::stop_token stop) {

@@ -6,6 +6,7 @@
 #include "Conf/PixFmt.h"
 #include "Core/Ratio.h"
 #include "Media/Api.h"
+#include "Media/SoundLane.h"
 #include "Proc/Interfaces/IEffectStream.h"
 
 #include <cstdint>
@@ -36,6 +37,8 @@ struct VideoStreamInfo {
     /// Why the stream cannot be copied as it is, "\"out.webm\" cannot hold h264"; "" when a null lane copies
     /// it.
     std::string copyObstacle;
+    /// When the first picture is shown, in the microseconds that pictures are stamped with.
+    std::int64_t start = 0;
 };
 
 /// Makes the work on the picture, once the stream is known. With a null result the picture stream is copied
@@ -44,7 +47,8 @@ struct VideoStreamInfo {
 using MakeVideoLane = std::function<std::unique_ptr<Proc::IEffectStreamVideo>(VideoStreamInfo const&)>;
 
 struct RunProgress {
-    /// 0 to 1, by time; negative when the length is not known.
+    /// 0 to 1, by the time of the pictures, or of the sound where there are none; negative when the length is
+    /// not known.
     double done = -1;
     std::int64_t frames = 0;
     double framesPerSecond = 0;
@@ -59,11 +63,23 @@ struct RunOptions {
     bool overwrite = false;
     /// FFmpeg's encoder name; empty: the usual one of the container.
     std::string videoEncoder;
-    /// Private options of the encoder, key and value, in FFmpeg's words ("crf", "18").
+    /// Options of the encoder, key and value, in FFmpeg's words ("crf", "18").
     std::vector<std::pair<std::string, std::string>> videoEncoderOptions;
+    /// The same for sound ("b", "192k"), all streams of which are encoded anew then. With neither, sound that
+    /// is worked on is encoded in the codec it had where the container takes that, so without loss where it
+    /// was; elsewhere by the container's usual encoder, at a quality that loses nothing to the ear.
+    std::string audioEncoder;
+    std::vector<std::pair<std::string, std::string>> audioEncoderOptions;
     /// For a still picture out of a film: the time of the frame to take, in seconds.
     std::optional<double> at;
+    /// Work on pictures, and on sound: empty where none is wanted, and streams are copied where that can be.
+    /// With a maker, or options for encoding, input and output have to be of that kind: InputException "...
+    /// has no pictures", "... has no sound", OptionsException "... holds no sound".
     MakeVideoLane makeVideoLane;
+    MakeSoundLane makeSoundLane;
+    /// With the maker set: it is not called where there is nothing for it, and that is no error.
+    bool mayLackPictures = false;
+    bool mayLackSound = false;
     /// Called about ten times a second on the thread that calls Run; may be empty.
     std::function<void(RunProgress const&)> onProgress;
 };
@@ -75,22 +91,31 @@ struct RunResult {
     /// What the user should know, one sentence each: streams the container could not take, conversions for
     /// the encoder.
     std::vector<std::string> notes;
-    /// Empty when the picture stream was copied.
+    /// Empty when the picture stream was copied, and where there is none.
     std::string videoEncoder;
+    /// One for each sound stream of the input; empty for those that were copied or left out.
+    std::vector<std::string> audioEncoders;
 };
+
+/// Pixel formats that the encoder of the output's pictures takes; empty: any, or there is no such encoder.
+/// Throws as CheckRun. Any thread.
+TARSEL_MEDIA_API std::vector<Conf::PixFmt> FindPictureFormats(RunOptions const& options);
 
 /// What Run would refuse before it opens the input: paths, container, encoder and its options. For programs
 /// that have long work to do before. OptionsException, InputException, OutputException.
 TARSEL_MEDIA_API void CheckRun(RunOptions const& options);
 
-/// Reads the input, passes its picture through the lane, writes the output: every other stream (sound,
-/// subtitles, attachments, data), chapters, metadata and dispositions are copied. The output appears under
-/// its name only when it is complete; after any failure nothing is left behind. Memory does not grow with the
-/// length of the film, whatever the lane holds back. InputException, OutputException, OptionsException,
-/// InterruptedException; exceptions of the lane pass unchanged. Blocks until done; several runs may go on at
-/// once. Reading, lane and writing have a thread each, and decoder and encoder up to
-/// Core::ThreadBudget::Get() threads; with a budget of 1 the calling thread does it all. The lane is called
-/// by one thread.
+/// Reads the input, passes its picture and its sound through their lanes, writes the output: every other
+/// stream (subtitles, attachments, data), chapters, metadata and dispositions are copied. Sound keeps its
+/// place beside the pictures to the sample, as far as the container can say it. Sound that the container
+/// cannot hold as it is is encoded anew, with a note. Into a container for sound (wav, mp3, m4a, ...) films
+/// go without their pictures, with a note; covers are kept where it takes them. The output appears under its
+/// name only when it is complete; after any failure nothing is left behind. Memory does not grow with the
+/// length of the film, whatever the lanes hold back. InputException, OutputException, OptionsException,
+/// InterruptedException; exceptions of the lanes pass unchanged. Blocks until done; several runs may go on at
+/// once. Reading, picture lane and writing have a thread each, and decoder and encoder of pictures up to
+/// Core::ThreadBudget::Get() threads; sound is worked on by the thread that writes. With a budget of 1 the
+/// calling thread does it all. Each lane is called by one thread.
 TARSEL_MEDIA_API RunResult Run(RunOptions const& options, std::stop_token stop = {});
 
 } // namespace Tarsel::Media

@@ -56,8 +56,21 @@ SourceFrame MakeSourceFrame(DecodedFrame decoded, Ratio timeBase) {
 } // namespace
 
 Source::Source(std::filesystem::path path, std::stop_token stop)
-    : m_path(std::move(path)), m_stop(std::move(stop)), m_packet(MakePacket()) {
-    Restart();
+    : Source(std::make_unique<Demuxer>(std::move(path), stop), stop) {}
+
+Source::Source(std::unique_ptr<Demuxer> demuxer, std::stop_token stop)
+    : m_path(demuxer->GetPath()), m_stop(std::move(stop)), m_demuxer(std::move(demuxer)),
+      m_packet(MakePacket()) {
+    auto const fail = [this](std::string const& reason) {
+        Core::Throw<InputException>(
+            {s_file, "Tarsel::Media::Source::Source(std::unique_ptr<Demuxer>, std::stop_token)"},
+            fmt::format("{} has {}", Quote(m_path), reason));
+    };
+    if (!m_demuxer->HasPicture())
+        fail("no pictures");
+    AVCodecID const codec = m_demuxer->GetPicture().codecpar->codec_id;
+    if (avcodec_find_decoder(codec) == nullptr)
+        fail(fmt::format("pictures in the codec {}, which cannot be decoded here", avcodec_get_name(codec)));
 }
 
 void Source::Restart() {
@@ -85,7 +98,8 @@ VideoStreamInfo Source::GetInfo() {
             FromAV(stream.time_base),
             GetOrientation(stream, first),
             avcodec_get_name(stream.codecpar->codec_id),
-            {}};
+            {},
+            m_demuxer->GetStart()};
 }
 
 std::int64_t Source::GetFirstDuration() const {

@@ -26,8 +26,10 @@ struct SourceFrame {
 /// The pictures of an input file. One thread at a time.
 class Source {
 public:
-    /// InputException, Stopped.
+    /// InputException also when the file has no pictures; Stopped.
     Source(std::filesystem::path path, std::stop_token stop);
+    /// Reads on from a file that has just been opened.
+    Source(std::unique_ptr<Demuxer> demuxer, std::stop_token stop);
 
     Demuxer const& GetDemuxer() const noexcept { return *m_demuxer; }
     /// What the first picture and the file say of the picture stream, but not whether it can be copied.

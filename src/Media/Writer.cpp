@@ -16,12 +16,14 @@ extern "C" {
 namespace Tarsel::Media {
 
 Writer::Writer(EncoderRequest request, OutputFile& file, InputStreams const& input, OtherStreams* others,
-               Progress& progress)
-    : m_request(std::move(request)), m_file(file), m_input(input), m_others(others), m_progress(progress) {}
+               SoundTracks& sound, Progress& progress)
+    : m_request(std::move(request)), m_file(file), m_input(input), m_others(others), m_sound(sound),
+      m_progress(progress) {}
 
 void Writer::Open(WorkedFrame const& first) {
     m_encoder.emplace(m_request, first);
-    m_muxer.emplace(*m_request.container, m_file, m_input, &*m_encoder);
+    m_muxer.emplace(*m_request.container, m_file, m_input,
+                    StreamEncoders{&*m_encoder, m_sound.GetEncoders()});
 }
 
 void Writer::Write(WorkedFrame const& frame) {
@@ -45,7 +47,7 @@ void Writer::WriteOthersBefore(std::int64_t time) {
     if (m_others == nullptr)
         return;
     while (AVPacket* const packet = m_others->NextBefore(time))
-        m_muxer->WriteCopied(*packet);
+        m_sound.Write(*packet, *m_muxer);
 }
 
 void Writer::Close() {
@@ -56,6 +58,7 @@ void Writer::Close() {
     m_encoder->End();
     WriteEncoded();
     WriteOthersBefore(INT64_MAX);
+    m_sound.End(*m_muxer);
     m_muxer->Close();
 }
 

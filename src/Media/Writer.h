@@ -4,6 +4,7 @@
 #include "Media/OtherStreams.h"
 #include "Media/OutputFile.h"
 #include "Media/Progress.h"
+#include "Media/SoundTracks.h"
 #include "Media/VideoEncoder.h"
 
 #include <cstdint>
@@ -15,16 +16,17 @@ namespace Tarsel::Media {
 
 struct InputStreams;
 
-/// Encodes the lane's pictures and writes them beside the packets of the other streams, which are fetched as
-/// far as the pictures have come. The file is opened when the first picture is there, since it alone tells
-/// what the encoder gets. One thread at a time.
+/// Encodes the lane's pictures and writes them beside the other streams, whose packets are fetched, and
+/// worked on, as far as the pictures have come. The file is opened when the first picture is there, since it
+/// alone tells what the encoder gets. One thread at a time.
 class Writer {
 public:
     /// `others` is null where none are wanted. It and all references outlive this.
     Writer(EncoderRequest request, OutputFile& file, InputStreams const& input, OtherStreams* others,
-           Progress& progress);
+           SoundTracks& sound, Progress& progress);
 
-    /// OptionsException, OutputException; of the other streams InputException, Stopped.
+    /// OptionsException, OutputException; of the other streams InputException, Stopped,
+    /// and what lanes for sound throw.
     void Write(WorkedFrame const& frame);
     /// Ends the file. As Write; OutputException also when there was no picture at all.
     void Close();
@@ -41,6 +43,7 @@ private:
     OutputFile& m_file;
     InputStreams const& m_input;
     OtherStreams* m_others;
+    SoundTracks& m_sound;
     Progress& m_progress;
     std::optional<VideoEncoder> m_encoder;
     std::optional<Muxer> m_muxer;

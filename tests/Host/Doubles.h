@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Host/AudioChain.h"
+#include "Host/VideoChain.h"
 #include "Proc/Data/DataVideoFF.h"
-#include "Proc/Interfaces/IEffectStream.h"
-#include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Proc/Settings/Settings.h"
 
 #include <cstdint>
@@ -11,9 +11,10 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <utility>
 
-/// Small effects for the tests of the host: what they do to a frame is a function of the test.
+/// Small effects for the tests of the host: what they do to a datum is a function of the test.
 namespace Tarsel::HostTest {
 
 /// A tiny picture, known by its time.
@@ -39,39 +40,49 @@ private:
     std::string m_classId;
 };
 
-/// Passes frames through.
-class Effect : public Core::RefCounted<Proc::IOneInputEffectVideo> {
+/// Passes data through.
+template <class Medium>
+class EffectOf : public Core::RefCounted<typename Medium::Effect> {
 public:
-    explicit Effect(std::string classId) : m_settings(std::move(classId)) {}
+    using Data = typename Medium::Data;
+    using Format = typename Medium::Format;
+
+    explicit EffectOf(std::string classId) : m_settings(std::move(classId)) {}
 
     Core::Property GetSettings() const override { return Core::Property(); }
     void SetSettings(Core::Property const&) override {}
     Proc::Settings const& GetSettingsBase() const override { return m_settings; }
     void SetSettings(Proc::Settings const&) override {}
     void Reset() override {}
-    std::int32_t GetInputFrameType() const override { return 1; }
-    void Process(SP<Proc::IDataVideo>&) override {}
-    void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>&) override {}
+    std::int32_t GetInputFrameType() const override {
+        return std::is_same_v<Medium, Host::VideoMedium> ? 1 : 2;
+    }
+    void Process(SP<Data>&) override {}
+    void UpdateFormatCodec(SP<Format>&) override {}
 
 private:
     NamedSettings m_settings;
 };
 
-using Frames = std::deque<SP<Proc::IDataVideo>>;
-/// Takes a frame, or null at the end of the stream, and puts what is ready into the second argument. What is
+template <class Medium>
+using DataOf = std::deque<SP<typename Medium::Data>>;
+/// Takes a datum, or null at the end of the stream, and puts what is ready into the second argument. What is
 /// held back stays with the function until it has seen the end.
-using Work = std::function<void(SP<Proc::IDataVideo> const&, Frames&)>;
+template <class Medium>
+using WorkOf = std::function<void(SP<typename Medium::Data> const&, DataOf<Medium>&)>;
 
-/// Work as Process gives it: at most one frame for one frame, the rest for nulls; then it wants a reset.
-class ProcessEffect : public Effect {
+/// Work as Process gives it: at most one datum for one datum, the rest for nulls; then it wants a reset.
+template <class Medium>
+class ProcessEffectOf : public EffectOf<Medium> {
 public:
-    ProcessEffect(std::string classId, Work work) : Effect(std::move(classId)), m_work(std::move(work)) {}
+    ProcessEffectOf(std::string classId, WorkOf<Medium> work)
+        : EffectOf<Medium>(std::move(classId)), m_work(std::move(work)) {}
 
     void Reset() override {
         m_ended = false;
         m_ready.clear();
     }
-    void Process(SP<Proc::IDataVideo>& data) override {
+    void Process(SP<typename Medium::Data>& data) override {
         if (data && m_ended)
             throw std::logic_error("fed after the end without a reset");
         if (!m_ended)
@@ -85,30 +96,42 @@ public:
     }
 
 private:
-    Work m_work;
-    Frames m_ready;
+    WorkOf<Medium> m_work;
+    DataOf<Medium> m_ready;
     bool m_ended = false;
 };
 
 /// The same work as a stream; a call of Process is a fault.
-class StreamEffect : public Effect, public Proc::IEffectStreamVideo {
+template <class Medium>
+class StreamEffectOf : public EffectOf<Medium>, public Proc::IEffectStream<typename Medium::Data> {
 public:
-    StreamEffect(std::string classId, Work work) : Effect(std::move(classId)), m_work(std::move(work)) {}
+    using Data = typename Medium::Data;
 
-    void Process(SP<Proc::IDataVideo>&) override { throw std::logic_error("driven by Process"); }
-    void Feed(SP<Proc::IDataVideo> const& frame) override { m_work(frame, m_ready); }
-    SP<Proc::IDataVideo> Take() override {
+    StreamEffectOf(std::string classId, WorkOf<Medium> work)
+        : EffectOf<Medium>(std::move(classId)), m_work(std::move(work)) {}
+
+    void Process(SP<Data>&) override { throw std::logic_error("driven by Process"); }
+    void Feed(SP<Data> const& data) override { m_work(data, m_ready); }
+    SP<Data> Take() override {
         if (m_ready.empty())
             return {};
-        SP<Proc::IDataVideo> const frame = m_ready.front();
+        SP<Data> const data = m_ready.front();
         m_ready.pop_front();
-        return frame;
+        return data;
     }
     void End() override { m_work({}, m_ready); }
 
 private:
-    Work m_work;
-    Frames m_ready;
+    WorkOf<Medium> m_work;
+    DataOf<Medium> m_ready;
 };
+
+struct Effect : EffectOf<Host::VideoMedium> {
+    using EffectOf::EffectOf;
+};
+using Frames = DataOf<Host::VideoMedium>;
+using Work = WorkOf<Host::VideoMedium>;
+using ProcessEffect = ProcessEffectOf<Host::VideoMedium>;
+using StreamEffect = StreamEffectOf<Host::VideoMedium>;
 
 } // namespace Tarsel::HostTest

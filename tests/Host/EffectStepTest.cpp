@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 using namespace Tarsel;
@@ -75,6 +76,27 @@ TEST(EffectStep, ReadsClassAndSettings) {
     EXPECT_EQ(read("transpose step=1"), "step=1");
     EXPECT_EQ(read("transpose"), "step=0");
     EXPECT_EQ(read("  flip\thorizontal=yes \n vertical=1 "), "horizontal=1:vertical=1");
+}
+
+TEST(EffectStep, GivesSettingsAway) {
+    struct Case {
+        char const* text;
+        std::optional<std::string> value;
+        char const* rest;
+    };
+    for (Case const& row : {
+             Case{"pair", {}, ""},
+             Case{"pair file=a.mp4", "a.mp4", ""},
+             Case{"pair planes=3 'file=a b:\\c.mp4' x=y", "a b:\\c.mp4", "planes=3:x=y"},
+             Case{"pair x=a:b file=", "", "x=a\\:b"},
+             Case{"pair files=2 fil=3 x=file=4", {}, "files=2:fil=3:x=file=4"},
+             Case{"pair x=1\\ file=1", {}, "x=1 file=1"},
+         }) {
+        Host::EffectStep step = ParseEffectStep(row.text);
+        EXPECT_EQ(Host::TakeSetting(step, "file"), row.value) << row.text;
+        EXPECT_EQ(step.settings, row.rest);
+        EXPECT_EQ(step.classId, "pair");
+    }
 }
 
 TEST(EffectStep, LeavesSettingsToTheirClass) {

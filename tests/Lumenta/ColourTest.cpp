@@ -5,7 +5,7 @@
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Video/Blur.h"
 #include "Refusals.h"
-#include "Watch.h"
+#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Video/Denoise.h"
 #include "Refusals.h"
+#include "Support/Watch.h"
 #include "TextCases.h"
-#include "Watch.h"
 
 #include <gtest/gtest.h>
 

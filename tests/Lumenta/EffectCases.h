@@ -22,6 +22,11 @@ struct EffectCase {
     bool fromProperty = true;
     /// The settings have a text, and are empty all the same.
     bool isEmpty = false;
+    /// The effect is none of the wrapper's, which tell and log the same things in the same way.
+    bool isCustom = false;
+    /// Frames of formats with alpha go another way than the text says, and formats without it are not
+    /// foretold.
+    bool treatsAlphaApart = false;
 
     bool PassesUntouched() const { return isEmpty || text.empty() || text == "no rotation"; }
     friend std::ostream& operator<<(std::ostream& stream, EffectCase const& row) {

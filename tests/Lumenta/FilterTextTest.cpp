@@ -1,9 +1,9 @@
 #include "Proc/Effects/Lumenta/FilterText.h"
-#include "CommaLocale.h"
 #include "Core/CoreExceptions.h"
 #include "Proc/Effects/Lumenta/OptionText.h"
 #include "Proc/Effects/Lumenta/SourceArgs.h"
-#include "Watch.h"
+#include "Support/CommaLocale.h"
+#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 

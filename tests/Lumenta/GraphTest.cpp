@@ -1,13 +1,13 @@
+#include "AllocationLimit.h"
 #include "Core/CoreExceptions.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEG.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
 #include "Proc/Effects/Lumenta/SourceArgs.h"
-#include "Watch.h"
+#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstdint>
 #include <filesystem>
 #include <iterator>
@@ -16,7 +16,6 @@
 
 extern "C" {
 #include <libavutil/error.h>
-#include <libavutil/mem.h>
 }
 
 namespace Tarsel::Test {
@@ -109,12 +108,6 @@ TEST(Graph, SourceArgs) {
         EXPECT_EQ(Proc::MakeVideoSourceArgs(Conf::PixFmt::None, {UINT32_MAX, 1, 0, 3000000000}, rate),
                   noRate);
 }
-
-/// Every allocation of FFmpeg above `bytes` fails while it lives.
-struct AllocationLimit {
-    explicit AllocationLimit(std::size_t bytes) { av_max_alloc(bytes); }
-    ~AllocationLimit() { av_max_alloc(INT_MAX); }
-};
 
 TEST(Graph, OutOfMemoryHasItsCode) {
     FFmpegWatch const quiet;

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Registrator.h"
 
+#include "Proc/Interfaces/IResizeComplex.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Settings/Settings.h"
 
@@ -26,13 +27,15 @@ struct Registrar : Proc::IEffectRegistrar {
         EXPECT_EQ(implName, Proc::ImplNames::FFMPEG);
         auto const effect = creator({}, {});
         EXPECT_EQ(effect->GetRefCount(), 1);
-        EXPECT_EQ(effect->GetSettingsBase().GetClassId(), classId);
+        // The resizer's second id is that of an interface; it has one class of settings.
+        bool const isSecond = classId == Proc::IResizeComplex::EXTENDED_CLASS_ID;
+        EXPECT_EQ(effect->GetSettingsBase().GetClassId(), isSecond ? "resize" : classId);
         rows.emplace_back(kind, classId);
         return rows.size() == last ? answer : !answer;
     }
-    bool RegisterAudioEffect(std::string const&, std::string const&, Proc::AudioEffectCreator) override {
-        ADD_FAILURE();
-        return false;
+    bool RegisterAudioEffect(std::string const& classId, std::string const& implName,
+                             Proc::AudioEffectCreator creator) override {
+        return Register(classId, implName, "audio", creator);
     }
     bool RegisterVideoEffect(std::string const& classId, std::string const& implName,
                              Proc::VideoEffectCreator creator) override {
@@ -54,6 +57,7 @@ Rows const s_rows{{"video", "flip"},
                   {"video", "display-matrix"},
                   {"video", "deshake"},
                   {"video", "stabilizer"},
+                  {"video", "pixel-format"},
                   {"video", "denoise-chroma-luma"},
                   {"video", "denoise-dct"},
                   {"video", "denoise-wavelet"},
@@ -67,7 +71,24 @@ Rows const s_rows{{"video", "flip"},
                   {"video", "border"},
                   {"video", "posterize"},
                   {"video", "remove-grain"},
-                  {"video", "deinterlace"}};
+                  {"two-input", "midequalizer"},
+                  {"video", "deinterlace"},
+                  {"video", "resize"},
+                  {"audio", "resample"},
+                  {"video", "resize-complex"},
+                  {"video", "rotate"},
+                  {"video", "color-balance"},
+                  {"video", "smart-blur"},
+                  {"audio", "equalizer"},
+                  {"audio", "echo"},
+                  {"audio", "chorus"},
+                  {"audio", "reverb"},
+                  {"audio", "gate"},
+                  {"audio", "noise-gate"},
+                  {"audio", "compressor"},
+                  {"audio", "distortion"},
+                  {"audio", "flanger"},
+                  {"audio", "vibrato"}};
 
 TEST(Registrator, RegistersAllInOrderEachTime) {
     for (bool answer : {true, false}) {

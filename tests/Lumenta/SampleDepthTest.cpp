@@ -3,7 +3,7 @@
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Video/Denoise.h"
 #include "Proc/Interfaces/IEffectStream.h"
-#include "Watch.h"
+#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 

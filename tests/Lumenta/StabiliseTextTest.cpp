@@ -3,8 +3,8 @@
 #include "Proc/Effects/Lumenta/Video/Stabilise.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Support/TempFolder.h"
+#include "Support/Watch.h"
 #include "TextCases.h"
-#include "Watch.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "Proc/Interfaces/IEffectStream.h"
 #include "Refusals.h"
 #include "Support/TempFolder.h"
-#include "Watch.h"
+#include "Support/Watch.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

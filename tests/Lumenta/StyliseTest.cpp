@@ -3,7 +3,7 @@
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
 #include "Refusals.h"
-#include "Watch.h"
+#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 

@@ -2,6 +2,9 @@
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Host/EffectRegistry.h"
+#include "Proc/Effects/Lumenta/CreateEffect.h"
+#include "Proc/Effects/Lumenta/EffectImageResizer.h"
+#include "Proc/Effects/Lumenta/PixelFormatConverterFF.h"
 #include "Proc/Effects/Lumenta/Registrator.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"
@@ -100,12 +103,31 @@ constexpr KeptTrait s_keptTraits[]{{"alpha", &Proc::EffectTraits::alpha, KeptAlp
                                    {"range", &Proc::EffectTraits::range, KeptRange},
                                    {"size", &Proc::EffectTraits::size, KeptSize}};
 
-/// The rows of the table that build a graph, by class.
+/// Effects that work on pixels by themselves: the table of filter texts has no rows for them.
+std::vector<EffectCase> GetPictureCases() {
+    std::vector<EffectCase> cases;
+    auto const add = [&]<class S>(Proc::VideoEffectCreator create, S settings, std::string const& text) {
+        settings.Deserialize(text);
+        cases.push_back({S::CLASS_ID, create, std::make_shared<S>(settings), text});
+    };
+    for (char const* text :
+         {"formats=rgb24", "formats=yuv420p", "formats=yuva422p10le", "formats=gray", "formats=pal8"})
+        add(Proc::CreatePixelFormatConverter, Proc::SettingsPixelFormatConverter(), text);
+    for (char const* text :
+         {"width=32", "width=64:height=48", "width=60:height=90:fit=pad", "height=20:fit=crop"})
+        add(Proc::CreateEffect<Proc::IOneInputEffectVideo, Proc::EffectImageResizer>, Proc::SettingsResizer(),
+            text);
+    return cases;
+}
+
+/// The rows of the table that build a graph, and the others that do something, by class.
 std::map<std::string, std::vector<EffectCase>> GetWorkingCases() {
     std::map<std::string, std::vector<EffectCase>> cases;
     for (EffectCase const& row : GetEffectCases())
         if (!row.PassesUntouched())
             cases[row.settings->GetClassId()].push_back(row);
+    for (EffectCase const& row : GetPictureCases())
+        cases[row.settings->GetClassId()].push_back(row);
     return cases;
 }
 
@@ -176,7 +198,8 @@ TEST(EffectTable, HasARowForEveryRegisteredEffect) {
     auto const cases = GetWorkingCases();
     for (Host::EffectEntry const& entry : registry.GetEntries()) {
         if (entry.GetKind() == Host::EffectKind::Video) {
-            EXPECT_TRUE(cases.contains(entry.classId)) << entry.classId;
+            auto const effect = std::get<Proc::VideoEffectCreator>(entry.creator)({}, {});
+            EXPECT_TRUE(cases.contains(effect->GetSettingsBase().GetClassId())) << entry.classId;
         }
     }
 }

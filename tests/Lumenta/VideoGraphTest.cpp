@@ -2,7 +2,7 @@
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
-#include "Watch.h"
+#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "Frames.h"
 #include "Probe.h"
 #include "Proc/Effects/Lumenta/FormatCache.h"
-#include "Watch.h"
+#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 

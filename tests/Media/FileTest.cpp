@@ -56,7 +56,7 @@ TEST_F(Input, ThatIsNoMediaFileIsRefused) {
     std::string const invalid = "Invalid data found when processing input";
     EXPECT_EQ(Refuse(File("text.txt")), Cannot(name("text.txt"), invalid));
     EXPECT_EQ(Refuse(File("noise.mp4")), Cannot(name("noise.mp4"), invalid));
-    EXPECT_EQ(Refuse(File("sound.m4a")), "\"" + name("sound.m4a") + "\" has no picture stream");
+    EXPECT_EQ(Refuse(File("sound.m4a")), "\"" + name("sound.m4a") + "\" has no pictures");
     if (geteuid() != 0) {
         chmod(File("sound.m4a").c_str(), 0);
         EXPECT_EQ(Refuse(File("sound.m4a")), Cannot(name("sound.m4a"), "Permission denied"));

@@ -13,23 +13,26 @@ namespace Tarsel::Test {
 
 using Picture = SP<Proc::IDataVideo>;
 using Pictures = std::vector<Picture>;
+using Block = SP<Proc::IDataAudio>;
+using Blocks = std::vector<Block>;
 
-/// A lane made of two functions: what comes out for a picture that goes in, and what at the end.
-class FunctionLane final : public Proc::IEffectStreamVideo {
+/// A lane made of two functions: what comes out for a datum that goes in, and what at the end.
+template <class Data>
+class FunctionLaneOf final : public Proc::IEffectStream<Data> {
 public:
-    using Work = std::function<Pictures(Picture const&)>;
-    using Finish = std::function<Pictures()>;
+    using Work = std::function<std::vector<SP<Data>>(SP<Data> const&)>;
+    using Finish = std::function<std::vector<SP<Data>>()>;
 
-    explicit FunctionLane(Work work, Finish finish = {})
+    explicit FunctionLaneOf(Work work, Finish finish = {})
         : m_work(std::move(work)), m_finish(std::move(finish)) {}
 
-    void Feed(Picture const& picture) override { Add(m_work(picture)); }
-    Picture Take() override {
+    void Feed(SP<Data> const& data) override { Add(m_work(data)); }
+    SP<Data> Take() override {
         if (m_ready.empty())
             return nullptr;
-        Picture picture = m_ready.front();
+        SP<Data> data = m_ready.front();
         m_ready.pop_front();
-        return picture;
+        return data;
     }
     void End() override {
         if (m_finish)
@@ -37,12 +40,15 @@ public:
     }
 
 private:
-    void Add(Pictures const& pictures) { m_ready.insert(m_ready.end(), pictures.begin(), pictures.end()); }
+    void Add(std::vector<SP<Data>> const& all) { m_ready.insert(m_ready.end(), all.begin(), all.end()); }
 
     Work m_work;
     Finish m_finish;
-    std::deque<Picture> m_ready;
+    std::deque<SP<Data>> m_ready;
 };
+
+using FunctionLane = FunctionLaneOf<Proc::IDataVideo>;
+using SoundFunctionLane = FunctionLaneOf<Proc::IDataAudio>;
 
 /// A factory of such a lane.
 inline Media::MakeVideoLane MakeLane(FunctionLane::Work work, FunctionLane::Finish finish = {}) {
@@ -52,6 +58,18 @@ inline Media::MakeVideoLane MakeLane(FunctionLane::Work work, FunctionLane::Fini
 /// Every picture as it is.
 inline Media::MakeVideoLane PassThrough() {
     return MakeLane([](Picture const& picture) { return Pictures{picture}; });
+}
+
+/// A factory of such a lane for sound, which keeps the format.
+inline Media::MakeSoundLane MakeSound(SoundFunctionLane::Work work, SoundFunctionLane::Finish finish = {}) {
+    return [=](Media::SoundStreamInfo const& info) {
+        return Media::SoundLane{std::make_unique<SoundFunctionLane>(work, finish), info.format};
+    };
+}
+
+/// Every block as it is.
+inline Media::MakeSoundLane SoundThrough() {
+    return MakeSound([](Block const& block) { return Blocks{block}; });
 }
 
 } // namespace Tarsel::Test

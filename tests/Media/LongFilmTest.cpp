@@ -119,6 +119,7 @@ struct MemoryCase {
     std::string film;
     std::string encoder;
     Media::MakeVideoLane lane;
+    Media::MakeSoundLane sound = {};
 };
 
 void PrintTo(MemoryCase const& row, std::ostream* stream) {
@@ -138,6 +139,7 @@ TEST_P(LongFilmMemory, StaysFlat) {
     Media::RunOptions options = Options("in.mkv", "out.mkv");
     options.videoEncoder = GetParam().encoder;
     options.makeVideoLane = GetParam().lane;
+    options.makeSoundLane = GetParam().sound;
     std::size_t most = 0;
     {
         MemoryWatch const watch;
@@ -166,6 +168,28 @@ INSTANTIATE_TEST_SUITE_P(
                    "mpeg4", PassThrough()},
         MemoryCase{"SoundLonger", s_shortPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
                    PassThrough()},
+        MemoryCase{"SoundThroughALane", s_longPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
+                   PassThrough(), SoundThrough()},
+        MemoryCase{"SoundThroughALaneAlone",
+                   s_longPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le",
+                   "",
+                   {},
+                   SoundThrough()},
+        MemoryCase{"LongerSoundThroughALane",
+                   s_shortPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le",
+                   "",
+                   {},
+                   SoundThrough()},
+        MemoryCase{"LateSoundThroughALane",
+                   s_longPictures + "-itsoffset 290 -f lavfi -i sine=d=10 -c:v mpeg4 -c:a pcm_s16le",
+                   "",
+                   {},
+                   SoundThrough()},
+        MemoryCase{"ShortSoundThroughALane",
+                   s_longPictures + "-f lavfi -i sine=d=2 -c:v mpeg4 -c:a pcm_s16le",
+                   "",
+                   {},
+                   SoundThrough()},
         MemoryCase{"SoundLongerThanVp9", s_shortPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le",
                    "libvpx-vp9", PassThrough()},
         MemoryCase{"SoundLongerThanCopiedVp9",

@@ -52,6 +52,16 @@ protected:
         return options;
     }
 
+    /// Options for sound alone: through the lane, or copied.
+    Media::RunOptions SoundOptions(std::string const& input, std::string const& output,
+                                   Media::MakeSoundLane lane = SoundThrough()) const {
+        Media::RunOptions options;
+        options.input = File(input);
+        options.output = File(output);
+        options.makeSoundLane = std::move(lane);
+        return options;
+    }
+
     /// The same, encoding without loss.
     Media::RunOptions Lossless(std::string const& input, std::string const& output) const {
         Media::RunOptions options = Options(input, output);

@@ -25,18 +25,19 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr Conf::PixColor BACKGROUND{10, 90, 200, 255};
-constexpr std::uint8_t UNTOUCHED = 0xA5;
+constexpr Conf::PixColor s_background{10, 90, 200, 255};
+constexpr std::uint8_t s_untouched = 0xA5;
 
 /// A picture and what it is reduced to, with bytes between the rows and around them, and perhaps the last row
 /// first. Two of the same shape compare all of their memory.
 class Pictures {
 public:
     Pictures(Bytes const& picture, std::size_t width, std::size_t height, bool isUpsideDown = false)
-        : m_width(width), m_height(height), m_stride(static_cast<std::ptrdiff_t>(4 * width + PADDING)),
-          m_pixels(Size(m_stride), UNTOUCHED), m_indexStride(static_cast<std::ptrdiff_t>(width + PADDING)),
-          m_indices(Size(m_indexStride), UNTOUCHED), m_palette(4 * 256 + PADDING, UNTOUCHED),
-          m_first(PADDING), m_firstIndex(PADDING) {
+        : m_width(width), m_height(height), m_stride(static_cast<std::ptrdiff_t>(4 * width + s_padding)),
+          m_pixels(Size(m_stride), s_untouched),
+          m_indexStride(static_cast<std::ptrdiff_t>(width + s_padding)),
+          m_indices(Size(m_indexStride), s_untouched), m_palette(4 * 256 + s_padding, s_untouched),
+          m_first(s_padding), m_firstIndex(s_padding) {
         if (isUpsideDown && height != 0) {
             m_first += static_cast<std::ptrdiff_t>(height - 1) * m_stride;
             m_firstIndex += static_cast<std::ptrdiff_t>(height - 1) * m_indexStride;
@@ -48,7 +49,7 @@ public:
                         m_pixels.data() + m_first + static_cast<std::ptrdiff_t>(y) * m_stride);
     }
 
-    bool Process(int colours, int dither, Conf::PixColor background = BACKGROUND) {
+    bool Process(int colours, int dither, Conf::PixColor background = s_background) {
         SafeFrame in;
         SafeFrame out;
         in->data[0] = m_pixels.data() + m_first;
@@ -62,7 +63,7 @@ public:
     void ProcessPlainly(unsigned colours, bool dither) {
         Plain::Quantise({m_pixels.data() + m_first, m_stride, m_indices.data() + m_firstIndex, m_indexStride,
                          m_palette.data(), m_width, m_height},
-                        colours, dither, BACKGROUND);
+                        colours, dither, s_background);
     }
 
     Conf::FrameInfo GetSize() const {
@@ -82,10 +83,10 @@ public:
     Bytes const& GetPalette() const { return m_palette; }
 
 private:
-    static constexpr std::size_t PADDING = 21;
+    static constexpr std::size_t s_padding = 21;
 
     std::size_t Size(std::ptrdiff_t stride) const {
-        return static_cast<std::size_t>(stride) * m_height + 2 * PADDING;
+        return static_cast<std::size_t>(stride) * m_height + 2 * s_padding;
     }
 
     std::size_t m_width;
@@ -151,7 +152,7 @@ TEST_P(ColorQuantAsPlain, Large) {
 #endif
 }
 
-PictureCase const PICTURE_CASES[] = {
+PictureCase const s_pictureCases[] = {
     {PictureKind::Noise, PictureAlpha::Opaque},    {PictureKind::Noise, PictureAlpha::Noise},
     {PictureKind::Ramp, PictureAlpha::Opaque},     {PictureKind::Ramp, PictureAlpha::Noise},
     {PictureKind::Photo, PictureAlpha::Opaque},    {PictureKind::Photo, PictureAlpha::Disc},
@@ -164,7 +165,7 @@ std::string NameOf(testing::TestParamInfo<PictureCase> const& info) {
     return std::string(kinds[static_cast<int>(info.param.kind)]) + alphas[static_cast<int>(info.param.alpha)];
 }
 
-INSTANTIATE_TEST_SUITE_P(Pictures, ColorQuantAsPlain, testing::ValuesIn(PICTURE_CASES), NameOf);
+INSTANTIATE_TEST_SUITE_P(Pictures, ColorQuantAsPlain, testing::ValuesIn(s_pictureCases), NameOf);
 
 // Cells of the tree are two values wide, so (8, 9, 8) and (9, 8, 9) share one: no folding, and every cell
 // keeps its own average. The transparent pixel counts with the background's colour.
@@ -178,7 +179,7 @@ TEST(ColorQuant, FewColoursKeepTheirOwn) {
         EXPECT_EQ(pictures.GetColor(1), (Color{9, 9, 9, 255}));
         EXPECT_EQ(pictures.GetColor(2), (Color{255, 0, 0, 255}));
         EXPECT_EQ(pictures.GetColor(3), (Color{7, 7, 251, 255}));
-        EXPECT_EQ(pictures.GetColor(4), (Color{UNTOUCHED, UNTOUCHED, UNTOUCHED, UNTOUCHED}));
+        EXPECT_EQ(pictures.GetColor(4), (Color{s_untouched, s_untouched, s_untouched, s_untouched}));
         EXPECT_EQ(pictures.GetIndex(0, 0), 1);
         EXPECT_EQ(pictures.GetIndex(1, 0), 2);
         EXPECT_EQ(pictures.GetIndex(0, 1), 1);
@@ -202,7 +203,7 @@ TEST(ColorQuant, NoPixels) {
 /// The description of the FilterException that comes out.
 std::string RefusalOf(AVFrame& in, AVFrame& out, int colours) {
     try {
-        ColorQuant::Process(in, out, {4, 3, 1, 1}, colours, 0, BACKGROUND);
+        ColorQuant::Process(in, out, {4, 3, 1, 1}, colours, 0, s_background);
     } catch (FilterException const& exception) {
         return exception.what();
     }
@@ -210,10 +211,10 @@ std::string RefusalOf(AVFrame& in, AVFrame& out, int colours) {
 }
 
 TEST(ColorQuant, Refusals) {
-    Bytes const pixelsBefore(4 * 4 * 3, UNTOUCHED);
+    Bytes const pixelsBefore(4 * 4 * 3, s_untouched);
     Bytes pixels = pixelsBefore;
-    Bytes indices(4 * 3, UNTOUCHED);
-    Bytes palette(1024, UNTOUCHED);
+    Bytes indices(4 * 3, s_untouched);
+    Bytes palette(1024, s_untouched);
     SafeFrame in;
     SafeFrame out;
     in->data[0] = pixels.data();
@@ -240,7 +241,7 @@ TEST(ColorQuant, Refusals) {
     EXPECT_EQ(RefusalOf(*in, *out, 255), "Cannot quantise: the input frame has no plane 0");
     in->data[0] = pixels.data();
     EXPECT_EQ(pixels, pixelsBefore);
-    EXPECT_EQ(palette, Bytes(1024, UNTOUCHED));
+    EXPECT_EQ(palette, Bytes(1024, s_untouched));
     EXPECT_EQ(RefusalOf(*in, *out, 255), "none");
 }
 

@@ -1,10 +1,10 @@
-#include "Pixels/EveryTarget.h"
-#include "Proc/Effects/Lumenta/Pixels/ColorCodeRow.h"
-#include "Proc/Effects/Lumenta/Pixels/FlattenRow.h"
 #include "Proc/Effects/Lumenta/Pixels/NearestColor.h"
+#include "Proc/Effects/Lumenta/Pixels/PixelRows.h"
+#include "Support/EveryTarget.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -41,7 +41,8 @@ TEST_P(ColorTables, FlattenEveryColour) {
             int const alpha = row[i | 3];
             int const expected =
                 i % 4 == 3 ? alpha
-                           : static_cast<int>(((255 - alpha) * behind[i % 4] + row[i] * alpha) / 255.0 + 0.5);
+                           : static_cast<int>(
+                                 std::trunc(((255 - alpha) * behind[i % 4] + row[i] * alpha) / 255.0 + 0.5));
             differences += flat[i] != expected ? 1 : 0;
         }
         ASSERT_EQ(differences, 0u) << "background " << k;
@@ -65,10 +66,10 @@ TEST_P(ColorTables, RowsOfAnyWidthAndAddress) {
         MakeColorCodes(memory.data() + start, width, codes.data());
         for (std::size_t x = 0; x < width; ++x) {
             std::uint8_t const* const pixel = memory.data() + start + 4 * x;
-            ASSERT_EQ(GetComponent(codes[x], RED_BIT), pixel[0]);
-            ASSERT_EQ(GetComponent(codes[x], GREEN_BIT), pixel[1]);
-            ASSERT_EQ(GetComponent(codes[x], BLUE_BIT), pixel[2]);
-            ASSERT_EQ(codes[x], MakeColorCode(pixel[0], pixel[1], pixel[2]));
+            ASSERT_EQ(GetColor(codes[x]).red, pixel[0]);
+            ASSERT_EQ(GetColor(codes[x]).green, pixel[1]);
+            ASSERT_EQ(GetColor(codes[x]).blue, pixel[2]);
+            ASSERT_EQ(codes[x], MakeColorCode({pixel[0], pixel[1], pixel[2]}));
         }
         ASSERT_EQ(codes[width], 77u);
     }
@@ -104,7 +105,7 @@ TEST_P(ColorTables, NearestColour) {
                 auto const red = static_cast<std::uint8_t>(random());
                 auto const green = static_cast<std::uint8_t>(random());
                 auto const blue = static_cast<std::uint8_t>(random());
-                ASSERT_EQ(nearest_color(nearest, MakeColorCode(red, green, blue)),
+                ASSERT_EQ(nearest_color(nearest, {red, green, blue}),
                           FindNearestPlainly(palette, red, green, blue))
                     << size << " colours, step " << step << ": " << +red << ", " << +green << ", " << +blue;
             }

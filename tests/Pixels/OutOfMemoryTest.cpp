@@ -7,7 +7,6 @@
     !__has_feature(thread_sanitizer)
 
 #include "Conf/FrameInfo.h"
-#include "Core/CoreExceptions.h"
 #include "Pixels/Pictures.h"
 #include "Proc/Effects/Lumenta/Pixels/ColorQuant.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -17,11 +16,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
 #include <malloc.h>
-#include <string>
-#include <sys/resource.h>
-#include <unistd.h>
+#include <new>
 #include <vector>
 
 extern "C" {
@@ -30,118 +26,99 @@ extern "C" {
 
 namespace {
 
-/// How many calls of realloc still succeed; less than 0: all.
-int s_reallocsLeft = -1;
+/// How many calls of realloc and calloc still succeed before one fails; less than 0: all.
+int s_callsLeft = -1;
+
+bool FailsNow() {
+    return s_callsLeft >= 0 && s_callsLeft-- == 0;
+}
 
 } // namespace
 
-extern "C" void* __libc_realloc(void* memory, std::size_t size);
+extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): glibc's own names of what is replaced here.
+void* __libc_realloc(void* memory, std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+// NOLINTEND(bugprone-reserved-identifier)
 
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
-extern "C" void* realloc(void* memory, std::size_t size) {
-    if (s_reallocsLeft == 0)
-        return nullptr;
-    if (s_reallocsLeft > 0)
-        --s_reallocsLeft;
-    return __libc_realloc(memory, size);
+void* realloc(void* memory, std::size_t size) {
+    return FailsNow() ? nullptr : __libc_realloc(memory, size);
+}
+
+void* calloc(std::size_t count, std::size_t size) {
+    return FailsNow() ? nullptr : __libc_calloc(count, size);
+}
 }
 
 namespace Tarsel::Proc {
 namespace {
 
-constexpr std::size_t WIDTH = 96;
-constexpr std::size_t HEIGHT = 64;
+enum class Outcome { Done, NoTable, NoHeap };
 
-class OutOfMemory : public testing::Test {
+class OutOfMemory : public testing::TestWithParam<int> {
 protected:
-    OutOfMemory()
-        : m_pixels(MakePicture(PictureKind::Noise, PictureAlpha::Opaque, WIDTH, HEIGHT)),
-          m_indices(WIDTH * HEIGHT), m_palette(4 * 256) {
+    static constexpr std::size_t s_width = 96;
+    static constexpr std::size_t s_height = 64;
+
+    OutOfMemory() {
         m_in->data[0] = m_pixels.data();
-        m_in->linesize[0] = static_cast<int>(4 * WIDTH);
+        m_in->linesize[0] = static_cast<int>(4 * s_width);
         m_out->data[0] = m_indices.data();
-        m_out->linesize[0] = static_cast<int>(WIDTH);
+        m_out->linesize[0] = static_cast<int>(s_width);
         m_out->data[1] = m_palette.data();
     }
 
-    /// The description of what is thrown.
-    template <class E>
-    std::string Process(int dither) {
+    /// After so many allocations one fails.
+    Outcome Process(int successes) {
+        Outcome outcome = Outcome::Done;
+        s_callsLeft = successes;
         try {
-            ColorQuant::Process(*m_in, *m_out, {WIDTH, HEIGHT, 1, 1}, 255, dither, {});
-        } catch (E const& exception) {
-            return exception.what();
+            ColorQuant::Process(*m_in, *m_out, {s_width, s_height, 1, 1}, 255, GetParam(), {});
+        } catch (FilterException const& exception) {
+            EXPECT_STREQ(exception.what(), "Cannot realloc heap memmory");
+            outcome = Outcome::NoHeap;
+        } catch (std::bad_alloc const&) {
+            outcome = Outcome::NoTable;
         }
-        return "none";
+        s_callsLeft = -1;
+        return outcome;
     }
 
 private:
-    std::vector<std::uint8_t> m_pixels;
-    std::vector<std::uint8_t> m_indices;
-    std::vector<std::uint8_t> m_palette;
+    std::vector<std::uint8_t> m_pixels =
+        MakePicture(PictureKind::Noise, PictureAlpha::Opaque, s_width, s_height);
+    std::vector<std::uint8_t> m_indices = std::vector<std::uint8_t>(s_width * s_height);
+    std::vector<std::uint8_t> m_palette = std::vector<std::uint8_t>(std::size_t{4} * 256);
     SafeFrame m_in;
     SafeFrame m_out;
 };
 
-// The heap grows by 1024 nodes at a time, and the picture has about 6000 cells.
-TEST_F(OutOfMemory, HeapThatCannotGrow) {
-    Process<FilterException>(0);
-    std::size_t used = 0;
-    for (int round = 0; round < 2; ++round) // What the first exception leaves behind is no leak.
-        for (int left = 0; left < 5; ++left) {
-            used = mallinfo2().uordblks + mallinfo2().hblkhd;
-            s_reallocsLeft = left;
-            std::string const text = Process<FilterException>(0);
-            s_reallocsLeft = -1;
-            EXPECT_EQ(text, "Cannot realloc heap memmory");
-        }
-    EXPECT_EQ(mallinfo2().uordblks + mallinfo2().hblkhd, used);
-    EXPECT_EQ(Process<FilterException>(0), "none");
+std::size_t GetUsedMemory() {
+    struct mallinfo2 const info = mallinfo2();
+    return info.uordblks + info.hblkhd;
 }
 
-std::size_t GetAddressSpace() {
-    std::size_t pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    return pages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-}
-
-class AddressSpaceLimit {
-public:
-    explicit AddressSpaceLimit(std::size_t more) {
-        getrlimit(RLIMIT_AS, &m_before);
-        rlimit limit = m_before;
-        limit.rlim_cur = GetAddressSpace() + more;
-        setrlimit(RLIMIT_AS, &limit);
-    }
-    ~AddressSpaceLimit() { setrlimit(RLIMIT_AS, &m_before); }
-    AddressSpaceLimit(AddressSpaceLimit const&) = delete;
-    AddressSpaceLimit& operator=(AddressSpaceLimit const&) = delete;
-
-private:
-    rlimit m_before{};
-};
-
-// With ever more address space, one table more can be had each time, until there is enough.
-TEST_F(OutOfMemory, TablesThatCannotBeHad) {
-    constexpr std::size_t megabyte = 1 << 20;
-    for (int const dither : {0, 1}) {
-        Process<Core::MemoryException>(dither);
-        std::size_t const before = GetAddressSpace();
-        int failures = 0;
-        std::string text;
-        for (std::size_t more = megabyte / 2; text != "none" && more < 500 * megabyte; more += 2 * megabyte) {
-            {
-                AddressSpaceLimit const limit(more);
-                text = Process<Core::MemoryException>(dither);
-            }
-            EXPECT_TRUE(text == "none" || text == "Unable to allocate memory for a table of colours") << text;
-            failures += text != "none" ? 1 : 0;
-            EXPECT_LT(GetAddressSpace(), before + megabyte / 2);
+// Each allocation in turn. The heap grows by 1024 nodes at a time, and the picture has about 6000 cells.
+TEST_P(OutOfMemory, AtEveryAllocation) {
+    for (int round = 0; round < 2; ++round) { // What the first exceptions leave behind is no leak.
+        std::size_t const used = GetUsedMemory();
+        int tables = 0;
+        int growths = 0;
+        Outcome outcome = Outcome::NoTable;
+        for (int successes = 0; outcome != Outcome::Done; ++successes) {
+            outcome = Process(successes);
+            tables += outcome == Outcome::NoTable ? 1 : 0;
+            growths += outcome == Outcome::NoHeap ? 1 : 0;
         }
-        EXPECT_EQ(text, "none");
-        EXPECT_GT(failures, 5);
+        EXPECT_EQ(tables, GetParam() == 0 ? 6 : 7);
+        EXPECT_EQ(growths, 6);
+        if (round != 0) {
+            EXPECT_EQ(GetUsedMemory(), used);
+        }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Dither, OutOfMemory, testing::Values(0, 1));
 
 } // namespace
 } // namespace Tarsel::Proc

@@ -1,5 +1,6 @@
 #include "Pixels/PlainColorQuant.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -24,14 +25,14 @@ class Pool {
 public:
     Node* Take() {
         if (m_left == 0) {
-            m_blocks.push_back(std::make_unique<Node[]>(BLOCK));
-            m_left = BLOCK;
+            m_blocks.push_back(std::make_unique<Node[]>(s_block));
+            m_left = s_block;
         }
         return &m_blocks.back()[--m_left];
     }
 
 private:
-    static constexpr std::size_t BLOCK = 2048;
+    static constexpr std::size_t s_block = 2048;
     std::vector<std::unique_ptr<Node[]>> m_blocks;
     std::size_t m_left = 0;
 };
@@ -109,7 +110,8 @@ void Flatten(std::uint8_t* pixel, Conf::PixColor background) {
     std::uint8_t const behind[3] = {background.red, background.green, background.blue};
     int const alpha = pixel[3];
     for (int i = 0; i < 3; ++i)
-        pixel[i] = static_cast<std::uint8_t>(((255 - alpha) * behind[i] + pixel[i] * alpha) / 255.0 + 0.5);
+        pixel[i] = static_cast<std::uint8_t>(
+            std::trunc(((255 - alpha) * behind[i] + pixel[i] * alpha) / 255.0 + 0.5));
 }
 
 Node& Insert(Pool& pool, Node& root, std::uint8_t const* pixel) {
@@ -236,7 +238,7 @@ void Quantise(Pictures const& pictures, unsigned colours, bool dither, Conf::Pix
     for (std::size_t at = 1; at < heap.Count(); ++at) {
         Node& node = heap.At(at);
         for (std::uint64_t& sum : node.sums)
-            sum = static_cast<std::uint64_t>(static_cast<double>(sum) / node.count + 0.5);
+            sum = static_cast<std::uint64_t>(std::trunc(static_cast<double>(sum) / node.count + 0.5));
         for (int i = 0; i < 4; ++i)
             *entry++ = i == 3 ? 255 : static_cast<std::uint8_t>(node.sums[i]);
     }

@@ -32,7 +32,7 @@ TEST(LoggedLane, AFailureIsReportedWithTheLogOfItsThread) {
     Console console;
     FFmpegLog log(console, false);
     std::vector<std::string> notes;
-    LoggedLane lane(log, notes);
+    LoggedPictureLane lane(log, notes);
     lane.Append(MakeSP<FailingEffect>());
     av_log(nullptr, AV_LOG_ERROR, "of the input\n");
     std::thread([&] { EXPECT_THROW(lane.Feed(HostTest::MakeFrame(0)), std::runtime_error); }).join();

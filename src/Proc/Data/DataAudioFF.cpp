@@ -12,7 +12,6 @@
 #include <utility>
 
 extern "C" {
-#include <libavutil/channel_layout.h>
 #include <libavutil/frame.h>
 }
 
@@ -36,17 +35,6 @@ std::string FindFault(Conf::SampleInfo const& info, int sampleCount) {
     return {};
 }
 
-AVChannelLayout ToAVChannelLayout(Conf::ChannelLayout const& layout) noexcept {
-    AVChannelLayout result{};
-    if (layout.mask != 0) {
-        av_channel_layout_from_mask(&result, layout.mask);
-    } else {
-        result.order = AV_CHANNEL_ORDER_UNSPEC;
-        result.nb_channels = layout.channels;
-    }
-    return result;
-}
-
 } // namespace
 
 DataAudioFF::DataAudioFF(AVFrame const& frame) : DataAudioFF(SafeFrame::Reference(frame)) {}
@@ -61,9 +49,7 @@ SP<DataAudioFF> DataAudioFF::CreateBySampleCount(Conf::SampleInfo const& info, i
                                      "Cannot make a block of sound: " + fault);
 
     SafeFrame frame;
-    frame->format = Conf::SampleFormatFFMPEGFromTarsel(info.format);
-    frame->sample_rate = info.rate;
-    frame->ch_layout = ToAVChannelLayout(info.layout);
+    SetFrameSampleInfo(*frame, info);
     frame->nb_samples = std::max(sampleCount, 1); // FFmpeg has no buffers for none
     frame.AllocateBuffers();
     frame->nb_samples = sampleCount;
@@ -92,8 +78,7 @@ Conf::SampleFormats DataAudioFF::GetSampleFormat() const {
 }
 
 Conf::SampleInfo DataAudioFF::GetSampleInfo() const {
-    return Conf::SampleInfo::Init(GetSampleFormat(), m_frame->sample_rate > 0 ? m_frame->sample_rate : -1,
-                                  Conf::TarselFromAVChannelLayout(m_frame->ch_layout));
+    return GetFrameSampleInfo(*m_frame);
 }
 
 std::int64_t DataAudioFF::GetSampleCount() const {

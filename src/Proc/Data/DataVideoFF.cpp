@@ -53,6 +53,17 @@ DataVideoFF::DataVideoFF(Conf::ColorSpace const& space, Conf::PixFmt format, Con
     m_frame->pts = 0;
 }
 
+SP<DataVideoFF> DataVideoFF::CreateLike(IDataVideo const& model, Conf::ColorSpace const& space,
+                                        Conf::PixFmt format, Conf::FrameInfo const& info) {
+    SafeFrame frame(space, format, info.width, info.height, info.aspectNum, info.aspectDen);
+    frame.CopyProperties(Details::GetAVFrameRef(model.GetAVFrame()));
+    SetFrameColorSpace(*frame, space);
+    auto data = MakeSP<DataVideoFF>(std::move(frame), info);
+    data->SetTime(model.GetTime());
+    data->SetDuration(model.GetDuration());
+    return data;
+}
+
 std::int64_t DataVideoFF::GetTime() const {
     return m_frame->pts;
 }

@@ -16,6 +16,9 @@ public:
     DataVideoFF(SafeFrame&& frame, Conf::FrameInfo const& info) noexcept;
     /// Allocates a picture, its pixels not set. MemoryException, EffectException as SafeFrame.
     DataVideoFF(Conf::ColorSpace const& space, Conf::PixFmt format, Conf::FrameInfo const& info);
+    /// The same with all else that `model` says of its content: time, duration, side data, interlacing.
+    static SP<DataVideoFF> CreateLike(IDataVideo const& model, Conf::ColorSpace const& space,
+                                      Conf::PixFmt format, Conf::FrameInfo const& info);
 
     std::int64_t GetTime() const override;
     void SetTime(std::int64_t microseconds) override;

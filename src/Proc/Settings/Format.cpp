@@ -31,6 +31,13 @@ constexpr std::array s_converterFields{
         .initial = false,
         .help = "fail rather than lose depth, resolution, colour or alpha",
     }),
+    MakeField<&Converter::colours>({
+        .key = "colours",
+        .initial = 255,
+        .minimum = 1,
+        .maximum = 255,
+        .help = "colours of a palette, at most; black is in it besides",
+    }),
     MakeField<&Converter::dither>({
         .key = "dither",
         .initial = false,
@@ -39,7 +46,7 @@ constexpr std::array s_converterFields{
     MakeField<&Converter::accurate>({
         .key = "accurate",
         .initial = false,
-        .help = "scale chroma slower and round accurately",
+        .help = "interpolate chroma for every pixel of RGB; slower",
     }),
 };
 constexpr SettingsTable s_converter = MakeTable("pixel-format", s_converterFields);

@@ -27,9 +27,11 @@ public:
     Conf::PixColor background;
     /// A conversion that loses anything is an error.
     bool refuseLoss{};
+    /// Of a palette, at most; black is in it besides.
+    std::int32_t colours{};
     /// Spreads the error of a palette over the neighbouring pixels.
     bool dither{};
-    /// Slower scaling of chroma, with accurate rounding.
+    /// RGB gets chroma of its own for every pixel; slower.
     bool accurate{};
 };
 

@@ -1,9 +1,13 @@
 #include "Proc/Wrappers/FrameFields.h"
 
+#include "Conf/FFmpegFormats.h"
+
+#include <algorithm>
 #include <limits>
 
 extern "C" {
 #include <libavutil/frame.h>
+#include <libavutil/samplefmt.h>
 #include <libavutil/version.h>
 }
 
@@ -35,6 +39,25 @@ void SetFrameDuration(AVFrame& frame, std::int64_t duration) noexcept {
 }
 #endif
 
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
+bool IsFrameInterlaced(AVFrame const& frame) noexcept {
+    return (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
+}
+
+void ClearFrameInterlacing(AVFrame& frame) noexcept {
+    frame.flags &= ~(AV_FRAME_FLAG_INTERLACED | AV_FRAME_FLAG_TOP_FIELD_FIRST);
+}
+#else
+bool IsFrameInterlaced(AVFrame const& frame) noexcept {
+    return frame.interlaced_frame != 0;
+}
+
+void ClearFrameInterlacing(AVFrame& frame) noexcept {
+    frame.interlaced_frame = 0;
+    frame.top_field_first = 0;
+}
+#endif
+
 Conf::ColorSpace GetFrameColorSpace(AVFrame const& frame) noexcept {
     return {frame.colorspace, frame.color_range, frame.color_primaries};
 }
@@ -53,6 +76,32 @@ void SetFramePixelAspect(AVFrame& frame, std::uint32_t num, std::uint32_t den) n
         av_reduce(&frame.sample_aspect_ratio.num, &frame.sample_aspect_ratio.den, num, den, largest);
     else
         frame.sample_aspect_ratio = {static_cast<int>(num), static_cast<int>(den)};
+}
+
+Conf::SampleInfo GetFrameSampleInfo(AVFrame const& frame) noexcept {
+    return Conf::SampleInfo::Init(Conf::SampleFormatTarselFromFFMPEG(frame.format),
+                                  frame.sample_rate > 0 ? frame.sample_rate : -1,
+                                  Conf::TarselFromAVChannelLayout(frame.ch_layout));
+}
+
+void SetFrameSampleInfo(AVFrame& frame, Conf::SampleInfo const& info) noexcept {
+    frame.format = Conf::SampleFormatFFMPEGFromTarsel(info.format);
+    frame.sample_rate = info.rate;
+    frame.ch_layout = Conf::AVChannelLayoutFromTarsel(info.layout);
+}
+
+bool HasSamples(AVFrame const& block) noexcept {
+    if (block.nb_samples == 0)
+        return true;
+    auto const format = static_cast<AVSampleFormat>(block.format);
+    int const channels = block.ch_layout.nb_channels;
+    int least = 0;
+    if (av_samples_get_buffer_size(&least, channels, block.nb_samples, format, 1) < 0 ||
+        block.linesize[0] < least || block.extended_data == nullptr)
+        return false;
+    return std::all_of(block.extended_data,
+                       block.extended_data + (av_sample_fmt_is_planar(format) != 0 ? channels : 1),
+                       [](std::uint8_t const* plane) { return plane != nullptr; });
 }
 
 } // namespace Tarsel::Proc

@@ -2,6 +2,7 @@
 
 #include "Conf/ColorSpace.h"
 #include "Conf/FrameInfo.h"
+#include "Conf/SampleInfo.h"
 #include "Core/Api.h"
 
 #include <cstdint>
@@ -24,5 +25,16 @@ TARSEL_API void SetFrameColorSpace(AVFrame& frame, Conf::ColorSpace const& space
 
 /// An aspect with a zero in it becomes 0/1, unknown; terms too large for FFmpeg become the nearest that fit.
 TARSEL_API void SetFramePixelAspect(AVFrame& frame, std::uint32_t num, std::uint32_t den) noexcept;
+
+/// Whether the rows are those of two fields.
+TARSEL_API bool IsFrameInterlaced(AVFrame const& frame) noexcept;
+TARSEL_API void ClearFrameInterlacing(AVFrame& frame) noexcept;
+
+/// Format, rate and layout of sound.
+TARSEL_API Conf::SampleInfo GetFrameSampleInfo(AVFrame const& frame) noexcept;
+/// For frames whose layout is not on the heap, as in any new one.
+TARSEL_API void SetFrameSampleInfo(AVFrame& frame, Conf::SampleInfo const& info) noexcept;
+/// Whether there is memory behind every sample that the block says it has.
+TARSEL_API bool HasSamples(AVFrame const& block) noexcept;
 
 } // namespace Tarsel::Proc

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -40,6 +41,13 @@ AVPixFmtDescriptor const& Descriptor(SwsCtxSide const& side) noexcept {
 
 bool IsFullRange(SwsCtxSide const& side) {
     return Conf::PixFmtDescription::Find(side.format).IsFullRange(side.space);
+}
+
+/// XYZ too: the scaler makes RGB of it at once.
+bool IsRgb(SwsCtxSide const& side) noexcept {
+    AVPixFmtDescriptor const& format = Descriptor(side);
+    return (format.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0 ||
+           std::string_view(format.name).starts_with("xyz");
 }
 
 /// The format as libswscale wants it, which warns of "j" formats.
@@ -97,8 +105,11 @@ void SetColors(SwsContext* context, SwsCtxParams const& params) {
     constexpr int brightness = 0;
     constexpr int contrast = 1 << 16;
     constexpr int saturation = 1 << 16;
+    // RGB goes to RGB by way of YUV, where the two matrices would not cancel out.
+    std::int32_t const toMatrix =
+        IsRgb(params.from) && IsRgb(params.to) ? params.from.space.matrix : params.to.space.matrix;
     sws_setColorspaceDetails(context, sws_getCoefficients(params.from.space.matrix),
-                             IsFullRange(params.from) ? 1 : 0, sws_getCoefficients(params.to.space.matrix),
+                             IsFullRange(params.from) ? 1 : 0, sws_getCoefficients(toMatrix),
                              IsFullRange(params.to) ? 1 : 0, brightness, contrast, saturation);
 }
 

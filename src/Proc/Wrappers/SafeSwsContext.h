@@ -18,6 +18,8 @@ struct SwsCtxSide {
     std::uint32_t height = 0;
     Conf::PixFmt format = Conf::PixFmt::None;
     Conf::ColorSpace space;
+
+    friend bool operator==(SwsCtxSide const&, SwsCtxSide const&) = default;
 };
 
 /// How to scale. Colour matrix and range of either side come from its colour space; an unspecified matrix
@@ -29,6 +31,8 @@ struct SwsCtxParams {
     SwsCtxSide to;
     /// SWS_* flags of libswscale; bicubic, accurately rounded, full chroma.
     int flags = 0x4 | 0x40000 | 0x2000 | 0x4000;
+
+    friend bool operator==(SwsCtxParams const&, SwsCtxParams const&) = default;
 };
 
 /// Owns a libswscale context. Moves, does not copy. Not synchronised.

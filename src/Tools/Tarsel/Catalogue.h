@@ -28,7 +28,7 @@ struct CatalogueEntry {
 std::vector<CatalogueEntry> MakeCatalogue(Effects const& effects, std::string const& classId);
 
 /// What the traits say, for people: "may change full range", "holds back up to 1 frames"; each goes on a
-/// sentence that begins with "It". Empty for effects that do not tell.
+/// sentence that begins with "It". Of effects that do not tell only what their kind says.
 std::vector<std::string> DescribeFacts(CatalogueEntry const& entry);
 
 /// For people: a block for each effect, lines of at most `columns` characters where words allow.
@@ -44,7 +44,7 @@ std::string FormatCatalogue(std::vector<CatalogueEntry> const& entries, std::siz
 ///     - "alpha", "depth", "range", "size": whether the effect keeps it: "always", "sometimes", "never";
 ///     - "frameIndependent", "tail", "slices": booleans;
 ///     - "delayFrames", "delayMicroseconds", "framesPerFrame": integers;
-///   - "facts": an array of strings, the traits in words (DescribeFacts);
+///   - "facts": an array of strings, kind and traits in words (DescribeFacts);
 ///   - "parameters": an array, an object for each parameter with
 ///     - "key", "unit", "help": strings; "kind": the name of a Proc::FieldKind;
 ///     - "default": a boolean for flags, a number for integers and reals, else the text as -e takes it;

@@ -33,12 +33,14 @@ std::string DescribeKept(Proc::EffectTraits const& traits, bool isPicture, Proc:
 } // namespace
 
 std::vector<std::string> DescribeFacts(CatalogueEntry const& entry) {
+    std::vector<std::string> facts;
+    if (entry.kind == Host::EffectKind::TwoInputVideo)
+        facts.emplace_back("takes its second picture from reference=FILE, a film or a still picture");
     if (!entry.traits)
-        return {};
+        return facts;
     Proc::EffectTraits const& traits = *entry.traits;
     bool const isPicture =
         entry.kind == Host::EffectKind::Video || entry.kind == Host::EffectKind::TwoInputVideo;
-    std::vector<std::string> facts;
     auto const add = [&](bool applies, std::string fact) {
         if (applies && !fact.empty())
             facts.push_back(std::move(fact));

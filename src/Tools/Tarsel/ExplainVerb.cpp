@@ -73,16 +73,16 @@ void Update(SP<Proc::IOneInputEffectAudio> const& effect, SP<Conf::IFormatCodecA
 
 /// `Details` is the interface through which effects of this kind describe themselves.
 template <class Details, class Effect, class Format>
-Explanations Explain(std::vector<SP<Effect>> const& effects, SP<Format> format) {
+Explanations Explain(std::vector<Step<Effect>> const& steps, SP<Format> format) {
     Explanations result{FormatToJson(*format), {}};
-    for (SP<Effect> const& effect : effects) {
+    for (auto const& [effect, label] : steps) {
         Explanation step{effect->GetSettingsBase().GetClassId(), {}, {}};
         try {
             if (auto const* details = dynamic_cast<Details const*>(effect.get()))
                 step.description = details->Describe(*format);
             Update(effect, format);
         } catch (boost::exception& exception) {
-            exception << Host::TagStep(GetStepLabel(result.steps.size(), step.classId));
+            exception << Host::TagStep(label);
             throw;
         }
         step.output = FormatToJson(*format);
@@ -121,15 +121,16 @@ std::string ToJson(Explanations const& explanations) {
 
 Explanations ExplainPicture(ExplainArguments const& arguments, std::string const& plugin) {
     FrameText const input = ParseFrameText(arguments.frame);
+    References references; // which nobody opens
     return Explain<Proc::IEffectDetailsVideo>(
-        MakeVideoEffects(LoadEffects(plugin), arguments.effects),
+        MakePictureSteps(LoadEffects(plugin), LabelSteps(arguments.effects), references),
         SP<Conf::IFormatCodecVideo>(MakeSP<Conf::FormatCodecVideo>(input.format, input.frame)));
 }
 
 Explanations ExplainSound(ExplainArguments const& arguments, std::string const& plugin) {
     Conf::SampleInfo const input = ParseSampleText(arguments.audio);
     return Explain<Proc::IEffectDetailsAudio>(
-        MakeAudioEffects(LoadEffects(plugin), arguments.effects),
+        MakeSoundSteps(LoadEffects(plugin), LabelSteps(arguments.effects)),
         SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(input)));
 }
 
@@ -157,7 +158,8 @@ Verb AddExplainVerb(CLI::App& app, CommonOptions& common) {
     command->add_flag("--json", arguments->json, "Write JSON, for programs");
     common.AddTo(*command);
     command->footer("Prints one line for each effect: the work as the effect gives it to its engine.\n"
-                    "EFFECT is \"NAME KEY=VALUE...\". NUM/DEN is a pixel's shape, square without it.\n\n"
+                    "EFFECT is \"NAME KEY=VALUE...\". NUM/DEN is a pixel's shape, square without it.\n"
+                    "The reference=FILE of effects on two pictures is not opened.\n\n"
                     "Examples:\n"
                     "  tarsel explain -e \"flip horizontal=1\" --frame 1920x1080:yuv420p\n"
                     "  tarsel explain -e \"transpose step=1\" --frame 720x576:yuv420p:16/15 --json");

@@ -1,16 +1,15 @@
 #include "Tools/Tarsel/LaneMaker.h"
 
+#include "Conf/FormatCodecAudio.h"
 #include "Tools/Tarsel/LoggedLane.h"
-#include "Tools/Tarsel/Steps.h"
 
 #include <fmt/format.h>
 
 namespace Tarsel::Tools {
 
-std::unique_ptr<Proc::IEffectStreamVideo>
-LaneMaker::Make(Media::VideoStreamInfo const& stream,
-                std::vector<SP<Proc::IOneInputEffectVideo>> const& steps) {
-    auto lane = std::make_unique<LoggedLane>(m_log, m_notes);
+std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::Make(Media::VideoStreamInfo const& stream,
+                                                          std::vector<PictureStep> const& steps) {
+    auto lane = std::make_unique<LoggedPictureLane>(m_log, m_notes);
     auto const orientation = stream.orientation.GetOrientation();
     if (orientation && *orientation != 1)
         lane->Append(MakeOrientationEffect(m_effects, stream.orientation), "turning upright");
@@ -18,8 +17,8 @@ LaneMaker::Make(Media::VideoStreamInfo const& stream,
         m_notes.emplace_back(
             "The input's orientation tag is no mirror and no quarter turn: the effects worked "
             "on the picture as it is stored, and the tag is dropped.");
-    for (auto const& step : steps)
-        lane->Append(step);
+    for (auto const& [effect, label] : steps)
+        lane->Append(effect, label);
     return lane;
 }
 
@@ -28,10 +27,27 @@ bool LaneMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
     return !stream.copyObstacle.empty() && orientation && *orientation != 1;
 }
 
-std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::MakeUpright(Media::VideoStreamInfo const& stream) {
-    m_notes.push_back(
-        fmt::format("The pictures were encoded anew and turned upright: {}.", stream.copyObstacle));
-    return Make(stream, {});
+std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::MakeAnew(Media::VideoStreamInfo const& stream,
+                                                              std::vector<PictureStep> const& steps) {
+    m_notes.push_back(fmt::format("The pictures were encoded anew{}: {}.",
+                                  HasToTurn(stream) ? " and turned upright" : "", stream.copyObstacle));
+    return Make(stream, steps);
+}
+
+Media::SoundLane LaneMaker::MakeSound(Media::SoundStreamInfo const& stream,
+                                      std::vector<StepText> const& steps) {
+    auto lane = std::make_unique<LoggedSoundLane>(m_log, m_soundNotes);
+    for (auto const& [effect, label] : MakeSoundSteps(m_effects, steps))
+        lane->Append(effect, label);
+    SP<Conf::IFormatCodecAudio> format = MakeSP<Conf::FormatCodecAudio>(stream.format);
+    lane->UpdateFormatCodec(format);
+    return {std::move(lane), format->GetSampleInfo()};
+}
+
+std::vector<std::string> LaneMaker::GetNotes() const {
+    std::vector<std::string> notes = m_notes;
+    notes.insert(notes.end(), m_soundNotes.begin(), m_soundNotes.end());
+    return notes;
 }
 
 } // namespace Tarsel::Tools

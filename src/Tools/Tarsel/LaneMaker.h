@@ -4,6 +4,7 @@
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Effects.h"
 #include "Tools/Tarsel/FFmpegLog.h"
+#include "Tools/Tarsel/Steps.h"
 
 #include <memory>
 #include <string>
@@ -11,8 +12,8 @@
 
 namespace Tarsel::Tools {
 
-/// Makes lanes of effects for media files. Effects stand behind one that turns the picture upright: they work
-/// on what viewers see.
+/// Makes lanes of effects for media files. Effects on pictures stand behind one that turns the picture
+/// upright: they work on what viewers see.
 class LaneMaker {
 public:
     /// The log has to live longer than the lanes.
@@ -20,20 +21,25 @@ public:
 
     /// A lane through the effects, which belong to it from now on. The maker has to live longer.
     std::unique_ptr<Proc::IEffectStreamVideo> Make(Media::VideoStreamInfo const& stream,
-                                                   std::vector<SP<Proc::IOneInputEffectVideo>> const& steps);
-    /// Whether a stream that no effects are wanted for needs MakeUpright all the same: it cannot be copied,
-    /// and loses the tag by which viewers would turn it.
+                                                   std::vector<PictureStep> const& steps);
+    /// Whether a stream that no effects are wanted for needs a lane all the same: it cannot be copied, and
+    /// loses the tag by which viewers would turn it.
     static bool HasToTurn(Media::VideoStreamInfo const& stream);
-    /// A lane that turns the pictures upright, and a note about it.
-    std::unique_ptr<Proc::IEffectStreamVideo> MakeUpright(Media::VideoStreamInfo const& stream);
+    /// A lane for pictures that were to be copied and cannot be, and a note about it.
+    std::unique_ptr<Proc::IEffectStreamVideo> MakeAnew(Media::VideoStreamInfo const& stream,
+                                                       std::vector<PictureStep> const& steps);
+    /// A lane through effects of its own for a sound stream.
+    Media::SoundLane MakeSound(Media::SoundStreamInfo const& stream, std::vector<StepText> const& steps);
     Effects const& GetEffects() const noexcept { return m_effects; }
-    /// What the user should know of the work of the lanes that have ended.
-    std::vector<std::string> const& GetNotes() const noexcept { return m_notes; }
+    /// What the user should know of the work of the lanes, once they have ended.
+    std::vector<std::string> GetNotes() const;
 
 private:
     Effects m_effects;
     FFmpegLog& m_log;
     std::vector<std::string> m_notes;
+    /// Apart, since lanes for sound work on another thread.
+    std::vector<std::string> m_soundNotes;
 };
 
 } // namespace Tarsel::Tools

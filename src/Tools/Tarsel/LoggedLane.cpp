@@ -20,28 +20,38 @@ auto MarkingFailures(FFmpegLog& log, Work const& work) {
 
 } // namespace
 
-LoggedLane::LoggedLane(FFmpegLog& log, std::vector<std::string>& notes) : m_log(log), m_notes(notes) {}
-
-void LoggedLane::Feed(SP<Proc::IDataVideo> const& frame) {
-    MarkingFailures(m_log, [&] { m_chain.Feed(frame); });
+template <class Chain>
+void LoggedLane<Chain>::UpdateFormatCodec(SP<typename Chain::Format>& format) {
+    MarkingFailures(m_log, [&] { m_chain.UpdateFormatCodec(format); });
 }
 
-SP<Proc::IDataVideo> LoggedLane::Take() {
-    SP<Proc::IDataVideo> frame = MarkingFailures(m_log, [&] { return m_chain.Take(); });
-    if (!frame && m_hasEnded)
+template <class Chain>
+void LoggedLane<Chain>::Feed(SP<Data> const& data) {
+    MarkingFailures(m_log, [&] { m_chain.Feed(data); });
+}
+
+template <class Chain>
+SP<typename Chain::Data> LoggedLane<Chain>::Take() {
+    SP<Data> data = MarkingFailures(m_log, [&] { return m_chain.Take(); });
+    if (!data && m_hasEnded)
         AddNotes();
-    return frame;
+    return data;
 }
 
-void LoggedLane::End() {
+template <class Chain>
+void LoggedLane<Chain>::End() {
     MarkingFailures(m_log, [&] { m_chain.End(); });
     m_hasEnded = true;
 }
 
-void LoggedLane::AddNotes() {
+template <class Chain>
+void LoggedLane<Chain>::AddNotes() {
     for (std::string& note : m_chain.GetNotes())
-        if (std::ranges::find(m_notes, note) == m_notes.end()) // two passes say the same
+        if (std::ranges::find(m_notes, note) == m_notes.end()) // two passes, or two streams, say the same
             m_notes.push_back(std::move(note));
 }
+
+template class LoggedLane<Host::VideoChain>;
+template class LoggedLane<Host::AudioChain>;
 
 } // namespace Tarsel::Tools

@@ -55,7 +55,8 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
 
     CommonOptions options;
     std::array const verbs{AddRunVerb(app, options), AddStabilizeVerb(app, options),
-                           AddListVerb(app, options), AddExplainVerb(app, options)};
+                           AddPaletteVerb(app, options), AddListVerb(app, options),
+                           AddExplainVerb(app, options)};
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
@@ -65,8 +66,8 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     auto const verb =
         std::find_if(verbs.begin(), verbs.end(), [](Verb const& v) { return v.command->parsed(); });
     if (verb == verbs.end()) {
-        console.Print(
-            "tarsel: error: a verb is missing: run, stabilize, list or explain\nSee \"tarsel --help\".");
+        console.Print("tarsel: error: a verb is missing: run, stabilize, palette, list or explain\n"
+                      "See \"tarsel --help\".");
         return ExitCode::BadArguments;
     }
 

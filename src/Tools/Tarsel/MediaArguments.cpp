@@ -11,26 +11,38 @@
 namespace Tarsel::Tools {
 namespace {
 
-std::pair<std::string, std::string> ParseEncoderOption(std::string const& text) {
-    std::size_t const sign = text.find('=');
-    if (sign == std::string::npos || sign == 0)
-        Core::Throw<UsageException>(
-            {"Tools/Tarsel/MediaArguments", "std::pair<std::string, std::string> "
-                                            "Tarsel::Tools::ParseEncoderOption(const std::string &)"},
-            fmt::format("--video-option \"{}\" is not KEY=VALUE, for example crf=18", text));
-    return {text.substr(0, sign), text.substr(sign + 1)};
+using EncoderOptions = std::vector<std::pair<std::string, std::string>>;
+
+EncoderOptions ParseEncoderOptions(std::vector<std::string> const& texts, char const* option,
+                                   char const* example) {
+    EncoderOptions options;
+    for (std::string const& text : texts) {
+        std::size_t const sign = text.find('=');
+        if (sign == std::string::npos || sign == 0)
+            Core::Throw<UsageException>(
+                {"Tools/Tarsel/MediaArguments",
+                 "EncoderOptions Tarsel::Tools::ParseEncoderOptions(const std::vector<std::string> &, const "
+                 "char *, const char *)"},
+                fmt::format("{} \"{}\" is not KEY=VALUE, for example {}", option, text, example));
+        options.emplace_back(text.substr(0, sign), text.substr(sign + 1));
+    }
+    return options;
 }
 
 } // namespace
 
 void MediaArguments::AddTo(CLI::App& command) {
-    command.add_option("INPUT", input, "Film or still picture to read")->required()->option_text(" ");
+    command.add_option("INPUT", input, "Film, still picture or sound to read")->required()->option_text(" ");
     command.add_option("OUTPUT", output, "File to write; its name tells the container")
         ->required()
         ->option_text(" ");
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
     command.add_option("--video-codec", videoCodec, "FFmpeg encoder to use, as libx264")->option_text("NAME");
     command.add_option("--video-option", videoOptions, "Option of the encoder, as crf=18")
+        ->option_text("KEY=VALUE")
+        ->allow_extra_args(false);
+    command.add_option("--audio-codec", audioCodec, "The same for sound, as flac")->option_text("NAME");
+    command.add_option("--audio-option", audioOptions, "Option of the sound's encoder, as b=192k")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
     command.add_option("--threads", threads, "Threads for all effects, and for each codec")
@@ -45,8 +57,9 @@ Media::RunOptions MediaArguments::MakeRunOptions() const {
     options.output = output;
     options.overwrite = overwrite;
     options.videoEncoder = videoCodec;
-    for (std::string const& option : videoOptions)
-        options.videoEncoderOptions.push_back(ParseEncoderOption(option));
+    options.videoEncoderOptions = ParseEncoderOptions(videoOptions, "--video-option", "crf=18");
+    options.audioEncoder = audioCodec;
+    options.audioEncoderOptions = ParseEncoderOptions(audioOptions, "--audio-option", "b=192k");
     return options;
 }
 

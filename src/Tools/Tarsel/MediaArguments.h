@@ -19,12 +19,14 @@ struct MediaArguments {
     bool overwrite = false;
     std::string videoCodec;
     std::vector<std::string> videoOptions;
+    std::string audioCodec;
+    std::vector<std::string> audioOptions;
     std::optional<int> threads;
     bool quiet = false;
 
     /// Adds INPUT, OUTPUT and the options to a verb's; this object has to outlive the parsing.
     void AddTo(CLI::App& command);
-    /// Files and encoder. UsageException for an encoder option that is not KEY=VALUE.
+    /// Files and encoders. UsageException for an encoder option that is not KEY=VALUE.
     Media::RunOptions MakeRunOptions() const;
 };
 

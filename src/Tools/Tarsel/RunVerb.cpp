@@ -1,19 +1,21 @@
-#include "Core/Text.h"
 #include "Media/Run.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/LaneMaker.h"
 #include "Tools/Tarsel/MediaArguments.h"
 #include "Tools/Tarsel/MediaWork.h"
+#include "Tools/Tarsel/Palettes.h"
+#include "Tools/Tarsel/References.h"
 #include "Tools/Tarsel/Steps.h"
 #include "Tools/Tarsel/Verb.h"
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
 
-#include <cmath>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarsel::Tools {
@@ -23,70 +25,121 @@ struct RunArguments {
     MediaArguments media;
     std::vector<std::string> effects;
     std::optional<double> at;
-
-    /// Whether the picture has to be decoded and encoded; otherwise it is copied as it is.
-    bool WorksOnPicture() const {
-        return !effects.empty() || !media.videoCodec.empty() || !media.videoOptions.empty() || at.has_value();
-    }
 };
 
-/// What is wrong with a time in seconds, or "".
-std::string CheckTime(std::string const& text) {
-    auto const seconds = Core::TextToDouble(text);
-    return seconds && std::isfinite(*seconds) && *seconds >= 0
-               ? ""
-               : fmt::format("\"{}\" is no time in seconds, 0 or more", text);
+/// What the user wants done, as lanes for a run.
+class Work {
+public:
+    /// Everything that can be wrong with the arguments alone throws here, before any file is opened.
+    Work(RunArguments const& arguments, Context const& context, std::stop_token stop);
+    Work(Work const&) = delete;
+    Work& operator=(Work const&) = delete;
+
+    Media::RunOptions const& GetOptions() const noexcept { return m_options; }
+    void ReportTo(std::function<void(Media::RunProgress const&)> onProgress) {
+        m_options.onProgress = std::move(onProgress);
+    }
+    /// Once the run is over.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    LaneMaker& GetMaker();
+    std::unique_ptr<Proc::IEffectStreamVideo> MakeLane(Media::VideoStreamInfo const& stream);
+
+    Context const& m_context;
+    std::stop_token m_stop;
+    Media::RunOptions m_options;
+    /// Only where there is something to do: copying takes no plug-in.
+    std::optional<LaneMaker> m_maker;
+    References m_references;
+    /// Whether the picture has to be decoded and encoded; otherwise it is copied as it is where that can be.
+    bool m_worksOnPicture;
+    bool m_makesPalettes;
+    std::vector<PictureStep> m_pictureSteps;
+    std::vector<StepText> m_soundSteps;
+};
+
+Work::Work(RunArguments const& arguments, Context const& context, std::stop_token stop)
+    : m_context(context), m_stop(std::move(stop)), m_options(arguments.media.MakeRunOptions()) {
+    m_options.at = arguments.at;
+    SortedSteps steps;
+    if (!arguments.effects.empty())
+        steps = SortSteps(GetMaker().GetEffects(), arguments.effects);
+    if (!steps.picture.empty())
+        m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
+    m_worksOnPicture = !m_pictureSteps.empty() || !m_options.videoEncoder.empty() ||
+                       !m_options.videoEncoderOptions.empty() || m_options.at;
+    m_makesPalettes = HoldsOnlyPalettes(m_options);
+    m_options.makeVideoLane = [this](Media::VideoStreamInfo const& stream) { return MakeLane(stream); };
+    m_options.mayLackPictures = !m_worksOnPicture;
+
+    m_soundSteps = std::move(steps.sound);
+    if (m_soundSteps.empty())
+        return;
+    (void)MakeSoundSteps(GetMaker().GetEffects(), m_soundSteps); // for what they refuse
+    m_options.makeSoundLane = [this](Media::SoundStreamInfo const& stream) {
+        return GetMaker().MakeSound(stream, m_soundSteps);
+    };
+}
+
+LaneMaker& Work::GetMaker() {
+    if (!m_maker)
+        m_maker.emplace(LoadEffects(m_context.options.plugin), m_context.log);
+    return *m_maker;
+}
+
+std::unique_ptr<Proc::IEffectStreamVideo> Work::MakeLane(Media::VideoStreamInfo const& stream) {
+    bool const isCopied = stream.copyObstacle.empty() && !m_worksOnPicture;
+    if (isCopied || !(m_worksOnPicture || m_makesPalettes || LaneMaker::HasToTurn(stream)))
+        return nullptr;
+    LaneMaker& maker = GetMaker();
+    std::vector<PictureStep> steps = m_pictureSteps;
+    if (m_makesPalettes)
+        steps.push_back(MakePaletteStep(maker.GetEffects()));
+    m_references.Open(maker.GetEffects(), stream.start, m_stop);
+    return m_worksOnPicture ? maker.Make(stream, steps) : maker.MakeAnew(stream, steps);
+}
+
+std::vector<std::string> Work::GetNotes() const {
+    std::vector<std::string> notes = m_maker ? m_maker->GetNotes() : std::vector<std::string>();
+    for (std::string& note : m_references.GetNotes())
+        notes.push_back(std::move(note));
+    return notes;
 }
 
 void RunMedia(RunArguments const& arguments, Context const& context) {
-    // Everything that can be wrong with the arguments alone comes before any file is opened.
-    Media::RunOptions options = arguments.media.MakeRunOptions();
-    options.at = arguments.at;
-    std::optional<LaneMaker> maker;
-    std::vector<SP<Proc::IOneInputEffectVideo>> steps;
-    auto const loadEffects = [&] { maker.emplace(LoadEffects(context.options.plugin), context.log); };
-    if (arguments.WorksOnPicture()) {
-        loadEffects();
-        steps = MakeVideoEffects(maker->GetEffects(), arguments.effects);
-        options.makeVideoLane = [&](Media::VideoStreamInfo const& stream) {
-            return maker->Make(stream, steps);
-        };
-    } else {
-        options.makeVideoLane =
-            [&](Media::VideoStreamInfo const& stream) -> std::unique_ptr<Proc::IEffectStreamVideo> {
-            if (!LaneMaker::HasToTurn(stream))
-                return nullptr;
-            loadEffects();
-            return maker->MakeUpright(stream);
-        };
-    }
-    MediaWork const work(arguments.media, context);
-    options.onProgress = work.ShowProgress();
-    Media::RunResult const result = Media::Run(options, work.GetStop());
-    work.Tell(result, maker ? maker->GetNotes() : std::vector<std::string>());
+    MediaWork const media(arguments.media, context);
+    Work work(arguments, context, media.GetStop());
+    work.ReportTo(media.ShowProgress());
+    Media::RunResult const result = Media::Run(work.GetOptions(), media.GetStop());
+    media.Tell(result, work.GetNotes());
 }
 
 } // namespace
 
 Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("run", "Pass a media file's picture through effects")->group("Verbs");
+        app.add_subcommand("run", "Pass a media file's picture and sound through effects")->group("Verbs");
     auto const arguments = std::make_shared<RunArguments>();
     arguments->media.AddTo(*command);
     AddEffectOption(*command, arguments->effects);
-    command->add_option("--at", arguments->at, "Time of the frame for a still picture")
-        ->option_text("SECONDS")
-        ->check(CheckTime, "");
+    AddAtOption(*command, arguments->at);
     common.AddTo(*command);
     command->footer("EFFECT is \"NAME KEY=VALUE...\"; \"tarsel list\" shows names and keys. Effects see\n"
-                    "the picture upright, as its orientation tag asks. Sound, subtitles, chapters and\n"
-                    "metadata are copied; so is the picture where OUTPUT can hold its codec, unless\n"
-                    "there are effects or options for encoding.\n\n" +
+                    "the picture upright, as its orientation tag asks; effects on sound work on every\n"
+                    "sound stream. Subtitles, chapters and metadata are copied; so are picture and\n"
+                    "sound where OUTPUT can hold their codecs, unless there are effects or options for\n"
+                    "encoding them. An effect on two pictures takes the second from reference=FILE, a\n"
+                    "film from the same start on or a still picture.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel run in.mp4 out.mp4 -e \"flip horizontal=1\" -e \"transpose step=1\"\n"
                     "  tarsel run in.mov out.mkv -e \"transpose step=2\" --video-codec ffv1\n"
-                    "  tarsel run in.mp4 still.png -e \"flip vertical=1\" --at 2.5");
+                    "  tarsel run in.mp4 still.png -e \"flip vertical=1\" --at 2.5\n"
+                    "  tarsel run left.mp4 out.mp4 -e \"midequalizer reference=right.mp4\"\n"
+                    "  tarsel run in.mp4 out.mp4 -e \"compressor ratio=4\" -e \"flip horizontal=1\"\n"
+                    "  tarsel run song.wav song.mp3 -e \"reverb\"\n"
+                    "  tarsel run in.mp4 out.gif -e \"resize width=320\"");
     return {command, [arguments](Context const& context) { RunMedia(*arguments, context); }};
 }
 

@@ -1,45 +1,93 @@
 #include "Tools/Tarsel/Steps.h"
 
+#include "Core/Throw.h"
 #include "Host/EffectStep.h"
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/ImplNames.h"
+#include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Orientation.h"
 
 #include <fmt/format.h>
 
+#include <utility>
+
 namespace Tarsel::Tools {
 namespace {
 
-/// `make` makes the effect of one step.
-template <class Effect>
-std::vector<SP<Effect>> MakeEffects(Effects const& effects, std::vector<std::string> const& steps,
-                                    SP<Effect> (*make)(Host::EffectFactory const&, Host::EffectStep const&)) {
-    std::vector<SP<Effect>> result;
-    for (std::string const& text : steps) {
-        try {
-            result.push_back(make(*effects.factory, Host::ParseEffectStep(text)));
-        } catch (boost::exception& exception) {
-            exception << Host::TagStep(fmt::format("-e \"{}\"", text));
-            throw;
-        }
+/// Does `work` on a step; what it throws leaves with the text.
+template <class Work>
+decltype(auto) OnStep(std::string const& text, Work const& work) {
+    try {
+        return work(Host::ParseEffectStep(text));
+    } catch (boost::exception& exception) {
+        exception << Host::TagStep(fmt::format("-e \"{}\"", text));
+        throw;
     }
+}
+
+/// `make` makes the effect of one step.
+template <class Effect, class Make>
+std::vector<Step<Effect>> MakeSteps(std::vector<StepText> const& steps, Make const& make) {
+    std::vector<Step<Effect>> result;
+    result.reserve(steps.size());
+    for (StepText const& step : steps)
+        result.push_back({OnStep(step.text, make), step.label});
     return result;
+}
+
+bool IsOfKind(Effects const& effects, std::string const& classId, Host::EffectKind kind) {
+    auto const* const entry = effects.registry->Find(classId, Proc::ImplNames::DEFAULT);
+    return entry != nullptr && entry->GetKind() == kind;
+}
+
+SP<Proc::IOneInputEffectVideo> MakePairedEffect(Effects const& effects, Host::EffectStep step,
+                                                References& references) {
+    auto const reference = Host::TakeSetting(step, "reference");
+    if (!reference || reference->empty())
+        Core::Throw<Proc::SettingsException>(
+            {"Tools/Tarsel/Steps",
+             "SP<IOneInputEffectVideo> Tarsel::Tools::MakePairedEffect(const Effects &, EffectStep, "
+             "References &)"},
+            fmt::format("{} works on two pictures: it needs reference=FILE, a film or a still picture, for "
+                        "the second",
+                        step.classId));
+    auto effect = Host::MakeTwoInputVideoEffect(*effects.factory, step);
+    return Host::PairEffect(std::move(effect), references.Add(*reference));
 }
 
 } // namespace
 
-std::string GetStepLabel(std::size_t index, std::string const& classId) {
-    return fmt::format("step {} ({})", index + 1, classId);
+std::vector<StepText> LabelSteps(std::vector<std::string> const& steps) {
+    std::vector<StepText> result;
+    for (std::string const& text : steps)
+        OnStep(text, [&](Host::EffectStep const& step) {
+            result.push_back({text, fmt::format("step {} ({})", result.size() + 1, step.classId)});
+        });
+    return result;
 }
 
-std::vector<SP<Proc::IOneInputEffectVideo>> MakeVideoEffects(Effects const& effects,
-                                                             std::vector<std::string> const& steps) {
-    return MakeEffects(effects, steps, Host::MakeVideoEffect);
+SortedSteps SortSteps(Effects const& effects, std::vector<std::string> const& steps) {
+    SortedSteps result;
+    for (StepText& step : LabelSteps(steps)) {
+        std::string const classId = Host::ParseEffectStep(step.text).classId;
+        bool const isSound = IsOfKind(effects, classId, Host::EffectKind::Audio);
+        (isSound ? result.sound : result.picture).push_back(std::move(step));
+    }
+    return result;
 }
 
-std::vector<SP<Proc::IOneInputEffectAudio>> MakeAudioEffects(Effects const& effects,
-                                                             std::vector<std::string> const& steps) {
-    return MakeEffects(effects, steps, Host::MakeAudioEffect);
+std::vector<PictureStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
+                                          References& references) {
+    return MakeSteps<Proc::IOneInputEffectVideo>(steps, [&](Host::EffectStep const& step) {
+        return IsOfKind(effects, step.classId, Host::EffectKind::TwoInputVideo)
+                   ? MakePairedEffect(effects, step, references)
+                   : Host::MakeVideoEffect(*effects.factory, step);
+    });
+}
+
+std::vector<SoundStep> MakeSoundSteps(Effects const& effects, std::vector<StepText> const& steps) {
+    return MakeSteps<Proc::IOneInputEffectAudio>(
+        steps, [&](Host::EffectStep const& step) { return Host::MakeAudioEffect(*effects.factory, step); });
 }
 
 SP<Proc::IOneInputEffectVideo> MakeOrientationEffect(Effects const& effects,

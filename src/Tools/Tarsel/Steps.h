@@ -4,25 +4,52 @@
 #include "Proc/Interfaces/IOneInputEffectAudio.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Effects.h"
+#include "Tools/Tarsel/References.h"
 
 #include <string>
 #include <vector>
 
 namespace Tarsel::Tools {
 
-/// An effect for each step as the user wrote it (see Host::ParseEffectStep and Host::MakeVideoEffect). What
-/// these throw leaves with the text under Host::TagStep.
-std::vector<SP<Proc::IOneInputEffectVideo>> MakeVideoEffects(Effects const& effects,
-                                                             std::vector<std::string> const& steps);
-std::vector<SP<Proc::IOneInputEffectAudio>> MakeAudioEffects(Effects const& effects,
-                                                             std::vector<std::string> const& steps);
+/// A step as the user wrote it, and what it is called in a chain, "step 2 (transpose)".
+struct StepText {
+    std::string text;
+    std::string label;
+};
+
+/// The steps of a chain, numbered in their order. What Host::ParseEffectStep throws leaves with the text
+/// under Host::TagStep.
+std::vector<StepText> LabelSteps(std::vector<std::string> const& steps);
+
+/// The steps of a chain, those on the picture apart from those on sound.
+struct SortedSteps {
+    std::vector<StepText> picture;
+    std::vector<StepText> sound;
+};
+
+/// Steps whose effect the registry has for sound are on sound; all others are on the picture, where it turns
+/// out what they are. Throws as LabelSteps.
+SortedSteps SortSteps(Effects const& effects, std::vector<std::string> const& steps);
+
+/// An effect that has its settings, and what it is called in a chain; "" leaves that to the chain.
+template <class Effect>
+struct Step {
+    SP<Effect> effect;
+    std::string label;
+};
+using PictureStep = Step<Proc::IOneInputEffectVideo>;
+using SoundStep = Step<Proc::IOneInputEffectAudio>;
+
+/// An effect for each step (see Host::ParseEffectStep and Host::MakeVideoEffect). What these throw leaves
+/// with the text under Host::TagStep. A two-input effect takes one setting more, "reference=FILE", and its
+/// second frames from there: the file is added to `references`. SettingsException without it.
+std::vector<PictureStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
+                                          References& references);
+std::vector<SoundStep> MakeSoundSteps(Effects const& effects, std::vector<StepText> const& steps);
 
 /// The effect that brings the pixels into the orientation that `matrix` asks viewers for. The matrix must
 /// have an orientation (Conf::DisplayMatrix::GetOrientation).
 SP<Proc::IOneInputEffectVideo> MakeOrientationEffect(Effects const& effects,
                                                      Conf::DisplayMatrix const& matrix);
-
-/// "step 2 (transpose)", for Host::TagStep.
-std::string GetStepLabel(std::size_t index, std::string const& classId);
 
 } // namespace Tarsel::Tools

@@ -1,8 +1,24 @@
 #include "Tools/Tarsel/Verb.h"
 
+#include "Core/Text.h"
+
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <cmath>
 
 namespace Tarsel::Tools {
+namespace {
+
+/// What is wrong with a time in seconds, or "".
+std::string CheckTime(std::string const& text) {
+    auto const seconds = Core::TextToDouble(text);
+    return seconds && std::isfinite(*seconds) && *seconds >= 0
+               ? ""
+               : fmt::format("\"{}\" is no time in seconds, 0 or more", text);
+}
+
+} // namespace
 
 void CommonOptions::AddTo(CLI::App& command) {
     command.add_option("--plugin", plugin, "Plug-in to load instead of the usual one")->option_text("FILE");
@@ -13,6 +29,12 @@ CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effect
     return command.add_option("-e,--effect", effects, "An effect; may be repeated, order counts")
         ->option_text("EFFECT")
         ->allow_extra_args(false);
+}
+
+void AddAtOption(CLI::App& command, std::optional<double>& at) {
+    command.add_option("--at", at, "Time of the frame for a still picture")
+        ->option_text("SECONDS")
+        ->check(CheckTime, "");
 }
 
 } // namespace Tarsel::Tools

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,9 @@ struct CommonOptions {
 /// Adds "-e", the effects of a chain as their user writes them.
 CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effects);
 
+/// Adds "--at", the time in seconds of the picture for a still.
+void AddAtOption(CLI::App& command, std::optional<double>& at);
+
 /// What a verb works with.
 struct Context {
     Console& console;
@@ -46,10 +50,12 @@ struct Verb {
 /// Each adds a verb to the command line; the options all verbs share go to `common`, which outlives the
 /// parsing.
 ///
-/// "run": a media file's picture through effects into another file.
+/// "run": a media file's picture and sound through effects into another file.
 Verb AddRunVerb(CLI::App& app, CommonOptions& common);
 /// "stabilize": a film with the camera's shake taken out, in two passes.
 Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common);
+/// "palette": pictures of few colours.
+Verb AddPaletteVerb(CLI::App& app, CommonOptions& common);
 /// "list": the effects of the plug-in and their parameters.
 Verb AddListVerb(CLI::App& app, CommonOptions& common);
 /// "explain": what effects would do with a format, without media.

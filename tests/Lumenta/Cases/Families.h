@@ -10,6 +10,7 @@ std::vector<EffectCase> GetDenoiseCases();
 std::vector<EffectCase> GetStyliseCases();
 std::vector<EffectCase> GetColourCases();
 std::vector<EffectCase> GetStabiliseCases();
+std::vector<EffectCase> GetCustomCases();
 
 template <class S, class... Args>
 std::shared_ptr<Proc::Settings const> MakeSettings(Args&&... args) {

@@ -1,4 +1,4 @@
 #pragma once
 
-/// Marks what liblumenta offers beside its effects; exported only when lumenta.map names it too.
-#define LUMENTA_API __attribute__((visibility("default")))
+// LUMENTA_API, which the algorithms below this room need too.
+#include "Proc/Algorithms/Api.h"

@@ -1,17 +1,14 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
 
-#include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/FilterError.h"
+#include "Proc/Effects/Lumenta/GraphInput.h"
 #include "Proc/Effects/Lumenta/SourceArgs.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/AVFrameWrapper.h"
-#include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Proc/Wrappers/SafeFrame.h"
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
@@ -44,40 +41,6 @@ bool ChangesRate(std::string_view description) {
     return std::any_of(s_rateChangers.begin(), s_rateChangers.end(), [&](std::string_view name) {
         return description.find(name) != std::string_view::npos;
     });
-}
-
-[[noreturn]] void RefuseFrame(std::string const& text, std::string const& filter,
-                              Core::CodePoint point = Core::CodePoint::Here()) {
-    Core::Throw<EffectException>(
-        {s_file,
-         "void Tarsel::Proc::(anonymous namespace)::CheckFrame(const IDataVideo &, const AVFrame &, "
-         "const AVFilterLink &, const std::string &)",
-         point},
-        text, TagFilterText(filter));
-}
-
-/// Filters trust a frame to be what the graph was built for, and read past the end of one that is not.
-void CheckFrame(IDataVideo const& data, AVFrame const& frame, AVFilterLink const& link,
-                std::string const& filter) {
-    auto const format = static_cast<int>(data.GetPixelFormat());
-    Conf::FrameInfo const info = data.GetFrameInfo();
-    if (frame.format != format)
-        RefuseFrame(fmt::format("Frame is {} but is said to be {}", PixelFormatText(frame.format),
-                                PixelFormatText(format)),
-                    filter);
-    if (frame.width < 0 || static_cast<std::uint32_t>(frame.width) < info.width || frame.height < 0 ||
-        static_cast<std::uint32_t>(frame.height) < info.height)
-        RefuseFrame(fmt::format("Frame has only {}x{} pixels of the {}x{} it is said to have", frame.width,
-                                frame.height, info.width, info.height),
-                    filter);
-    if (!frame.data[0])
-        RefuseFrame("Frame has no pixels", filter);
-    if (format != link.format || static_cast<std::int64_t>(info.width) != link.w ||
-        static_cast<std::int64_t>(info.height) != link.h)
-        RefuseFrame(fmt::format("Frame is {} of {}x{} pixels but its filter was built for {} of {}x{}",
-                                PixelFormatText(format), info.width, info.height,
-                                PixelFormatText(link.format), link.w, link.h),
-                    filter);
 }
 
 } // namespace
@@ -135,7 +98,7 @@ void EffectFFMPEGVideo::Feed(SP<IDataVideo> const& data) {
 
 void EffectFFMPEGVideo::Push(IDataVideo& data, Core::Site const& site) {
     AVFrame const& source = Details::GetAVFrameRef(data.GetAVFrame());
-    CheckFrame(data, source, *m_source->outputs[0], GetDescription());
+    RequireFrameFor(*m_source, data, source, "Frame", GetDescription());
     if (m_inputFormat == Conf::PixFmt::None)
         m_inputFormat = data.GetPixelFormat();
 
@@ -148,8 +111,7 @@ void EffectFFMPEGVideo::Push(IDataVideo& data, Core::Site const& site) {
     int const result = av_buffersrc_add_frame_flags(m_source, frame.Get(), AV_BUFFERSRC_FLAG_KEEP_REF);
     if (result < 0)
         ThrowFilterErrorOrMemory(site, s_feedingFailed, result, {GetDescription(), {}});
-    bool const knowsAspect = source.sample_aspect_ratio.num > 0 && source.sample_aspect_ratio.den > 0;
-    Conf::FrameInfo const stated = knowsAspect ? GetFrameInfo(source) : Conf::WithDefinedAspect(info);
+    Conf::FrameInfo const stated = GetStatedInfo(data, source);
     m_input = {duration, source.colorspace, static_cast<int>(stated.aspectNum),
                static_cast<int>(stated.aspectDen), source.opaque};
 }
@@ -243,11 +205,8 @@ SP<IDataVideo> EffectFFMPEGVideo::Finish(SafeFrame frame) {
     if (frame->colorspace == AVCOL_SPC_UNSPECIFIED)
         frame->colorspace = static_cast<AVColorSpace>(m_input.matrix);
     frame->sample_aspect_ratio = {m_input.aspectNum, m_input.aspectDen};
-    if (static_cast<Conf::PixFmt>(frame->format) != m_inputFormat) {
-        ChooseConversion(*frame);
-        if (m_converter)
-            frame = Convert(frame);
-    }
+    if (static_cast<Conf::PixFmt>(frame->format) != m_inputFormat)
+        frame = m_conversion.Apply(std::move(frame), m_input.opaque);
     Conf::FrameInfo const info = GetFrameInfo(*frame);
     std::int64_t const time = frame->pts;
     std::int64_t const duration = GetFrameDuration(*frame);
@@ -257,57 +216,8 @@ SP<IDataVideo> EffectFFMPEGVideo::Finish(SafeFrame frame) {
     return data;
 }
 
-void EffectFFMPEGVideo::ChooseConversion(AVFrame const& frame) {
-    auto const format = static_cast<Conf::PixFmt>(frame.format);
-    if (format == m_lastOutputFormat)
-        return;
-    if (Conf::PixFmtDescription::IsSupported(format)) {
-        m_converter = {};
-        m_conversionTarget = Conf::PixFmt::None;
-    } else {
-        int loss = 0;
-        Conf::PixFmt const target =
-            Conf::FindBestPixelFormatOfList(Conf::PixFmtDescription::s_supportedFormats, format, true, &loss);
-        if (target != m_conversionTarget) {
-            auto const width = static_cast<std::uint32_t>(frame.width);
-            auto const height = static_cast<std::uint32_t>(frame.height);
-            Conf::ColorSpace const space = GetFrameColorSpace(frame);
-            SwsCtxParams params;
-            params.from = {width, height, format, space};
-            params.to = {width, height, target, space};
-            m_converter = SafeSwsContext(params);
-            m_conversionTarget = target;
-        }
-    }
-    // Last, so that a conversion that could not be had is tried again by the next frame.
-    m_lastOutputFormat = format;
-}
-
-SafeFrame EffectFFMPEGVideo::Convert(SafeFrame const& frame) const {
-    SafeFrame converted(GetFrameColorSpace(*frame), m_conversionTarget,
-                        static_cast<std::uint32_t>(frame->width), static_cast<std::uint32_t>(frame->height),
-                        static_cast<std::uint32_t>(frame->sample_aspect_ratio.num),
-                        static_cast<std::uint32_t>(frame->sample_aspect_ratio.den));
-    m_converter.Scale(Details::GetAVFrameRef(frame.Get()), Details::GetAVFrameRef(converted.Get()));
-    int const result = av_frame_copy_props(converted.Get(), frame.Get());
-    if (result < 0)
-        ThrowFilterErrorOrMemory(
-            {s_file, "SafeFrame Tarsel::Proc::EffectFFMPEGVideo::Convert(const SafeFrame &) const"},
-            s_feedingFailed, result, {GetDescription(), {}});
-    converted->opaque = m_input.opaque;
-    return converted;
-}
-
 void EffectFFMPEGVideo::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) {
-    if (m_sink->nb_inputs == 0 || !m_sink->inputs[0])
-        return;
-    AVRational const aspect = av_buffersink_get_sample_aspect_ratio(m_sink);
-    format->InitByPixelAspect(static_cast<std::uint32_t>(av_buffersink_get_w(m_sink)),
-                              static_cast<std::uint32_t>(av_buffersink_get_h(m_sink)),
-                              static_cast<std::uint32_t>(aspect.num), static_cast<std::uint32_t>(aspect.den));
-    format->SetPixelFormat(m_conversionTarget != Conf::PixFmt::None
-                               ? m_conversionTarget
-                               : static_cast<Conf::PixFmt>(av_buffersink_get_format(m_sink)));
+    m_conversion.UpdateFormatCodec(*m_sink, *format);
 }
 
 } // namespace Tarsel::Proc

@@ -6,8 +6,8 @@
 #include "Core/Ratio.h"
 #include "Core/RefCount.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEG.h"
+#include "Proc/Effects/Lumenta/OutputConversion.h"
 #include "Proc/Interfaces/IDataVideo.h"
-#include "Proc/Wrappers/SafeSwsContext.h"
 
 #include <cstdint>
 #include <deque>
@@ -22,8 +22,6 @@ struct Site;
 } // namespace Tarsel::Core
 
 namespace Tarsel::Proc {
-
-class SafeFrame;
 
 /// Frames through one graph with one input and one output. Its frames are all of the pixel format and size it
 /// was built for; others are refused with an EffectException that says which, and nothing is lost. Frames
@@ -94,13 +92,9 @@ private:
     void SetDurationBySpan(IDataVideo& data, IDataVideo* following);
     [[noreturn]] void FailToDrain(int error, Core::Site const& site);
     SP<IDataVideo> Finish(SafeFrame frame);
-    void ChooseConversion(AVFrame const& frame);
-    SafeFrame Convert(SafeFrame const& frame) const;
 
-    Conf::PixFmt m_lastOutputFormat = Conf::PixFmt::None;
     Conf::PixFmt m_inputFormat = Conf::PixFmt::None;
-    Conf::PixFmt m_conversionTarget = Conf::PixFmt::None;
-    SafeSwsContext m_converter;
+    OutputConversion m_conversion;
     std::deque<SP<IDataVideo>> m_queue;
     bool m_changesRate;
     bool m_failed = false;

@@ -23,16 +23,11 @@ namespace {
 constexpr std::int32_t s_effectCategory = 7;
 constexpr std::int32_t s_video = 1;
 
-/// Frame rate 0/1: the graphs of these effects do not know it.
-constexpr Ratio s_unknownRate{0, 1};
-
-constexpr AVPixelFormat ToFFmpeg(Conf::PixFmt format) {
-    return static_cast<AVPixelFormat>(format);
-}
-
 } // namespace
 
-EffectFafloplalVideo::EffectFafloplalVideo() : m_stages(MakeSP<Core::ProgressControllerStages>()) {}
+EffectFafloplalVideo::EffectFafloplalVideo()
+    : m_stream([this](SP<IDataVideo> const& data) { PostProcess(data); }),
+      m_stages(MakeSP<Core::ProgressControllerStages>()) {}
 
 EffectFafloplalVideo::~EffectFafloplalVideo() {
     std::lock_guard const lock(m_lock);
@@ -58,16 +53,16 @@ void EffectFafloplalVideo::Apply(Settings const& settings) {
     if (GetSettingsBase().IsEqualTo(settings))
         return;
     FinishStream();
-    std::deque<SP<IDataVideo>> ready = std::move(m_ready);
+    GraphStream::Frames ready = m_stream.GiveReady();
     Reset();
-    m_ready = std::move(ready);
+    m_stream.PutBack(std::move(ready));
     StoreSettings(settings);
 }
 
 void EffectFafloplalVideo::Reset() {
     std::lock_guard const lock(m_lock);
     DropGraph();
-    m_ready.clear();
+    m_stream.GiveReady();
 }
 
 void EffectFafloplalVideo::SetProgressController(SP<Core::IProgressController> const& controller) {
@@ -112,11 +107,11 @@ void EffectFafloplalVideo::Process(SP<IDataVideo>& data) {
             Build(format, info);
         }
         CheckFrame(*data);
-    } else if (!m_graph) {
+    } else if (!m_stream.GetGraph()) {
         return;
     }
     std::uint64_t const frames = data ? 1 : 0;
-    m_graph->Process(data);
+    m_stream.GetGraph()->Process(data);
     PostProcess(data);
     m_frames += frames;
 }
@@ -137,10 +132,11 @@ void EffectFafloplalVideo::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format
     }
     // A graph for other frames would put its wrong answer into the cache, for every effect of this class.
     SP<EffectFFMPEGVideo> graph;
-    if (IsBuiltFor(input, info) && m_graph->GetDescription() == description) {
-        graph = m_graph;
+    if (IsBuiltFor(input, info) && m_stream.GetGraph()->GetDescription() == description) {
+        graph = m_stream.GetGraph();
     } else {
-        graph = EffectFFMPEGVideo::Create(GetQueryFFString(info), ToFFmpeg(input), info, s_unknownRate);
+        graph =
+            EffectFFMPEGVideo::Create(GetQueryFFString(info), static_cast<AVPixelFormat>(input), info, {});
     }
     graph->UpdateFormatCodec(format);
     GetVideoFormatCache().Store(key, format->GetPixelFormat());
@@ -153,7 +149,7 @@ void EffectFafloplalVideo::Feed(SP<IDataVideo> const& data) {
                                       "virtual void EffectFafloplalVideo::Feed(const SP<IDataVideo> &)"},
                                      "A null frame cannot be fed");
     if (IsEmpty()) {
-        m_ready.push_back(data);
+        m_stream.Pass(data);
         return;
     }
     Conf::PixFmt const format = data->GetPixelFormat();
@@ -163,19 +159,14 @@ void EffectFafloplalVideo::Feed(SP<IDataVideo> const& data) {
         Build(format, info);
     }
     CheckFrame(*data);
-    m_graph->Feed(data);
-    m_streaming = true;
+    m_stream.Feed(data);
     ++m_frames;
-    Drain(*m_graph);
+    m_stream.Drain();
 }
 
 SP<IDataVideo> EffectFafloplalVideo::Take() {
     std::lock_guard const lock(m_lock);
-    if (m_ready.empty())
-        return nullptr;
-    SP<IDataVideo> data = std::move(m_ready.front());
-    m_ready.pop_front();
-    return data;
+    return m_stream.Take();
 }
 
 void EffectFafloplalVideo::End() {
@@ -184,7 +175,7 @@ void EffectFafloplalVideo::End() {
 }
 
 bool EffectFafloplalVideo::IsBuiltFor(Conf::PixFmt format, Conf::FrameInfo const& info) const noexcept {
-    return m_graph && !m_graph->HasFailed() && m_graphFormat == format && m_graphInfo == info;
+    return m_stream.IsUsable() && m_graphFormat == format && m_graphInfo == info;
 }
 
 /// Leaves no graph behind when there can be none.
@@ -194,36 +185,24 @@ void EffectFafloplalVideo::Build(Conf::PixFmt format, Conf::FrameInfo const& inf
     VLOG(31) << "ffmpeg video filter settings: " << description;
     CheckFormat(format, info);
     int const threads = GetTraits().slices && CanSlice(format) ? Core::ThreadBudget::Get() : 1;
-    m_graph = EffectFFMPEGVideo::Create(description, ToFFmpeg(format), info, s_unknownRate,
-                                        Core::ThreadLease(threads));
+    m_stream.Build(description, format, info, threads);
     m_graphFormat = format;
     m_graphInfo = info;
 }
 
 void EffectFafloplalVideo::DropGraph() noexcept {
-    m_graph = nullptr;
+    m_stream.Drop();
     m_graphFormat = Conf::PixFmt::None;
     m_graphInfo = {};
-    m_streaming = false;
 }
 
-/// Ends the stream that runs through the graph, if any: its rest is ready, its graph gone, also on failure.
+/// Ends the stream that runs through the graph, if any.
 void EffectFafloplalVideo::FinishStream() {
-    if (!m_streaming)
+    if (!m_stream.IsRunning())
         return;
-    SP<EffectFFMPEGVideo> const graph = std::move(m_graph);
-    DropGraph();
-    if (graph->HasFailed())
-        return;
-    graph->End();
-    Drain(*graph);
-}
-
-void EffectFafloplalVideo::Drain(EffectFFMPEGVideo& graph) {
-    while (SP<IDataVideo> data = graph.Take()) {
-        PostProcess(data);
-        m_ready.push_back(std::move(data));
-    }
+    m_graphFormat = Conf::PixFmt::None;
+    m_graphInfo = {};
+    m_stream.End();
 }
 
 } // namespace Tarsel::Proc

@@ -6,7 +6,7 @@
 #include "Core/Progress.h"
 #include "Core/Property.h"
 #include "Core/RefCount.h"
-#include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
+#include "Proc/Effects/Lumenta/GraphStream.h"
 #include "Proc/Interfaces/IDataVideo.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"
@@ -14,7 +14,6 @@
 #include "Proc/Settings/Settings.h"
 
 #include <cstdint>
-#include <deque>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -101,16 +100,12 @@ private:
     void Build(Conf::PixFmt format, Conf::FrameInfo const& info);
     void DropGraph() noexcept;
     void FinishStream();
-    void Drain(EffectFFMPEGVideo& graph);
 
-    SP<EffectFFMPEGVideo> m_graph;
+    GraphStream m_stream;
     SP<Core::ProgressControllerStages> m_stages;
     Conf::PixFmt m_graphFormat = Conf::PixFmt::None;
     Conf::FrameInfo m_graphInfo;
     std::uint64_t m_frames = 0;
-    /// Whether the graph was fed as a stream, and what came out of the stream so far.
-    bool m_streaming = false;
-    std::deque<SP<IDataVideo>> m_ready;
     mutable std::recursive_mutex m_lock;
 };
 

@@ -7,34 +7,62 @@ namespace {
 
 constexpr std::size_t s_mostEntries = 1024;
 
+std::string_view GetName(Conf::PixFmt format) {
+    return Conf::PixFmtDescription::Find(format).GetName();
+}
+
+std::string_view GetName(Conf::SampleFormats format) {
+    return Conf::SampleFmtRecord::Find(format).name;
+}
+
+bool IsKnown(Conf::PixFmt format) {
+    return format != Conf::PixFmt::None;
+}
+
+bool IsKnown(Conf::SampleFormats format) {
+    return format != Conf::SampleFormats::Unknown;
+}
+
 } // namespace
 
-std::string FormatCache::MakeKey(std::string_view classId, Conf::PixFmt input, std::string_view description) {
+template <class Format>
+std::string BasicFormatCache<Format>::MakeKey(std::string_view classId, Format input,
+                                              std::string_view description) {
     std::string key(classId);
     key += ' ';
-    key += Conf::PixFmtDescription::Find(input).GetName();
+    key += GetName(input);
     key += ' ';
     key += description;
     return key;
 }
 
-std::optional<Conf::PixFmt> FormatCache::Find(std::string const& key) const {
+template <class Format>
+std::optional<Format> BasicFormatCache<Format>::Find(std::string const& key) const {
     std::lock_guard const lock(m_lock);
     auto const found = m_formats.find(key);
-    if (found == m_formats.end() || found->second == Conf::PixFmt::None)
+    if (found == m_formats.end() || !IsKnown(found->second))
         return std::nullopt;
     return found->second;
 }
 
-void FormatCache::Store(std::string const& key, Conf::PixFmt output) {
+template <class Format>
+void BasicFormatCache<Format>::Store(std::string const& key, Format output) {
     std::lock_guard const lock(m_lock);
     if (m_formats.size() >= s_mostEntries)
         m_formats.clear();
     m_formats.insert_or_assign(key, output);
 }
 
+template class BasicFormatCache<Conf::PixFmt>;
+template class BasicFormatCache<Conf::SampleFormats>;
+
 FormatCache& GetVideoFormatCache() {
     static FormatCache cache;
+    return cache;
+}
+
+SampleFormatCache& GetAudioFormatCache() {
+    static SampleFormatCache cache;
     return cache;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Conf/PixFmt.h"
+#include "Conf/SampleFormats.h"
 
 #include <map>
 #include <mutex>
@@ -10,26 +11,35 @@
 
 namespace Tarsel::Proc {
 
-/// The pixel format that comes out of an effect, by a text that says effect, input format and filter. Any
-/// thread; the lock is held around a look-up or a store only.
-class FormatCache {
+/// The format that comes out of an effect, by a text that says effect, input format and filter. Formats are
+/// PixFmt or SampleFormats. Any thread; the lock is held around a look-up or a store only.
+template <class Format>
+class BasicFormatCache {
 public:
-    /// "<class id> <name of the pixel format> <filter description>". CoreException for a pixel format that
-    /// does not exist.
-    static std::string MakeKey(std::string_view classId, Conf::PixFmt input, std::string_view description);
+    /// "<class id> <name of the format> <filter description>". CoreException for a pixel format that does not
+    /// exist.
+    static std::string MakeKey(std::string_view classId, Format input, std::string_view description);
 
-    /// Nothing when the key was not stored, or stored with PixFmt::None.
-    std::optional<Conf::PixFmt> Find(std::string const& key) const;
+    /// Nothing when the key was not stored, or stored with PixFmt::None or SampleFormats::Unknown.
+    std::optional<Format> Find(std::string const& key) const;
     /// Inserts or overwrites. A cache that has grown too large starts anew: settings that change with every
     /// frame have a text each.
-    void Store(std::string const& key, Conf::PixFmt output);
+    void Store(std::string const& key, Format output);
 
 private:
     mutable std::mutex m_lock;
-    std::map<std::string, Conf::PixFmt> m_formats;
+    std::map<std::string, Format> m_formats;
 };
 
-/// The one cache of all video effects of this library. It lives as long as the library.
+extern template class BasicFormatCache<Conf::PixFmt>;
+extern template class BasicFormatCache<Conf::SampleFormats>;
+
+using FormatCache = BasicFormatCache<Conf::PixFmt>;
+using SampleFormatCache = BasicFormatCache<Conf::SampleFormats>;
+
+/// The one cache of all video effects of this library, and that of all audio effects. They live as long as
+/// the library.
 FormatCache& GetVideoFormatCache();
+SampleFormatCache& GetAudioFormatCache();
 
 } // namespace Tarsel::Proc

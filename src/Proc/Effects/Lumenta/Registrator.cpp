@@ -1,5 +1,17 @@
 #include "Proc/Effects/Lumenta/Registrator.h"
 
+#include "Proc/Effects/Lumenta/Audio/Delay.h"
+#include "Proc/Effects/Lumenta/Audio/Dynamics.h"
+#include "Proc/Effects/Lumenta/Audio/Equalizer.h"
+#include "Proc/Effects/Lumenta/Audio/Modulation.h"
+#include "Proc/Effects/Lumenta/ColorBalanceFF.h"
+#include "Proc/Effects/Lumenta/CreateEffect.h"
+#include "Proc/Effects/Lumenta/EffectImageResizer.h"
+#include "Proc/Effects/Lumenta/MidEqualizerFF.h"
+#include "Proc/Effects/Lumenta/PixelFormatConverterFF.h"
+#include "Proc/Effects/Lumenta/ResampleFF.h"
+#include "Proc/Effects/Lumenta/RotateFF.h"
+#include "Proc/Effects/Lumenta/SmartBlurFF.h"
 #include "Proc/Effects/Lumenta/Video/Blur.h"
 #include "Proc/Effects/Lumenta/Video/Colour.h"
 #include "Proc/Effects/Lumenta/Video/Denoise.h"
@@ -28,6 +40,7 @@ constexpr std::array s_registrations{
     Registration{&SettingsEffectDisplayMatrix::CLASS_ID, CreateEffectDisplayMatrix},
     Registration{&SettingsEffectDeshake::CLASS_ID, CreateEffectDeshake},
     Registration{&SettingsEffectStabilizer::CLASS_ID, CreateEffectStabilizer},
+    Registration{&SettingsPixelFormatConverter::CLASS_ID, CreatePixelFormatConverter},
     Registration{&SettingsEffectDenoiseChromaLuma::CLASS_ID, CreateEffectDenoiseChromaLuma},
     Registration{&SettingsEffectDenoiseDCT::CLASS_ID, CreateEffectDenoiseDCT},
     Registration{&SettingsEffectDenoiseOvercompleteWavelet::CLASS_ID, CreateEffectDenoiseOvercompleteWavelet},
@@ -41,7 +54,24 @@ constexpr std::array s_registrations{
     Registration{&SettingsEffectBorder::CLASS_ID, CreateEffectBorder},
     Registration{&SettingsEffectPosterize::CLASS_ID, CreateEffectPosterize},
     Registration{&SettingsEffectRemoveGrain::CLASS_ID, CreateEffectRemoveGrain},
+    Registration{&SettingsEffectMidEqualizer::CLASS_ID, CreateEffectMidequalizer},
     Registration{&SettingsDeinterlace::CLASS_ID, CreateEffectDeinterlace},
+    Registration{&SettingsResizer::CLASS_ID, CreateEffect<IOneInputEffectVideo, EffectImageResizer>},
+    Registration{&IResample::CLASS_ID, CreateEffect<IOneInputEffectAudio, ResampleFF>},
+    Registration{&IResizeComplex::EXTENDED_CLASS_ID, CreateEffect<IOneInputEffectVideo, EffectImageResizer>},
+    Registration{&SettingsEffectRotate::CLASS_ID, RotateFF::Create},
+    Registration{&SettingsEffectColorBalance::CLASS_ID, ColorBalanceFF::Create},
+    Registration{&SettingsEffectSmartBlur::CLASS_ID, SmartBlurFF::Create},
+    Registration{&SettingsAudioEqualizer::CLASS_ID, CreateEffectAudioFF<SettingsAudioEqualizer>},
+    Registration{&SettingsAudioEcho::CLASS_ID, CreateEffectAudioFF<SettingsAudioEcho>},
+    Registration{&SettingsAudioChorus::CLASS_ID, CreateEffectAudioFF<SettingsAudioChorus>},
+    Registration{&SettingsAudioReverb::CLASS_ID, CreateEffectAudioFF<SettingsAudioReverb>},
+    Registration{&SettingsAudioGate::CLASS_ID, CreateEffectAudioFF<SettingsAudioGate>},
+    Registration{&SettingsAudioNoiseGate::CLASS_ID, CreateEffectAudioFF<SettingsAudioNoiseGate>},
+    Registration{&SettingsAudioCompressor::CLASS_ID, CreateEffectAudioFF<SettingsAudioCompressor>},
+    Registration{&SettingsAudioDistortion::CLASS_ID, CreateEffectAudioFF<SettingsAudioDistortion>},
+    Registration{&SettingsAudioFlanger::CLASS_ID, CreateEffectAudioFF<SettingsAudioFlanger>},
+    Registration{&SettingsAudioVibrato::CLASS_ID, CreateEffectAudioFF<SettingsAudioVibrato>},
 };
 
 /// One registration with a registrar.

@@ -1,5 +1,7 @@
 #include "Proc/Effects/Lumenta/SourceArgs.h"
 
+#include "Conf/FFmpegFormats.h"
+
 #include <fmt/format.h>
 
 namespace Tarsel::Proc {
@@ -11,6 +13,15 @@ std::string MakeVideoSourceArgs(Conf::PixFmt format, Conf::FrameInfo const& info
     if (frameRate.numerator != 0 && frameRate.denominator != 0)
         args += fmt::format(":frame_rate={}/{}", frameRate.numerator, frameRate.denominator);
     return args;
+}
+
+std::string MakeAudioSourceArgs(Conf::SampleInfo const& info) {
+    std::string const args = fmt::format("time_base=1/1000000:sample_rate={}:sample_fmt={}", info.rate,
+                                         Conf::SampleFmtRecord::Find(info.format).name);
+    std::uint64_t const mask = Conf::AVChannelLayoutMaskFromTarsel(info.layout);
+    if (mask == 0 && info.layout.channels != 0)
+        return args + fmt::format(":channels={}", info.layout.channels);
+    return args + fmt::format(":channel_layout={:#x}", mask);
 }
 
 } // namespace Tarsel::Proc

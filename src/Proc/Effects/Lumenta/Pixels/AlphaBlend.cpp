@@ -10,76 +10,63 @@ namespace {
 
 using Byte = unsigned char;
 
-template <class... Background>
-void Blend(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned width, unsigned height,
-           Background... background) noexcept {
-    BlendPlane({dst, dstStride, alpha, alphaStride, width, height},
-               std::array<std::uint8_t, sizeof...(background)>{background...});
-}
-
 // The portable implementations, each named after the function that it stands behind. Others, for a machine of
 // its own, would stand beside them.
 
-void InlpaceMultiplyA_CPP(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned width,
-                          unsigned height, Byte k) {
-    Blend(dst, dstStride, alpha, alphaStride, width, height, k);
+void InlpaceMultiplyA_CPP(BlendedPlane const& plane, Byte k) {
+    BlendPlane(plane, std::array{k});
 }
 
-void InlpaceMultiplyAB_CPP(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned width,
-                           unsigned height, Byte k1, Byte k2) {
-    Blend(dst, dstStride, alpha, alphaStride, width, height, k1, k2);
+void InlpaceMultiplyAB_CPP(BlendedPlane const& plane, Byte k1, Byte k2) {
+    BlendPlane(plane, std::array{k1, k2});
 }
 
-void InlpaceMultiplyABC_CPP(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned width,
-                            unsigned height, Byte k1, Byte k2, Byte k3) {
-    Blend(dst, dstStride, alpha, alphaStride, width, height, k1, k2, k3);
+void InlpaceMultiplyABC_CPP(BlendedPlane const& plane, Byte k1, Byte k2, Byte k3) {
+    BlendPlane(plane, std::array{k1, k2, k3});
 }
 
-void InlpaceMultiplyABCD_CPP(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned width,
-                             unsigned height, Byte k1, Byte k2, Byte k3, Byte k4) {
-    Blend(dst, dstStride, alpha, alphaStride, width, height, k1, k2, k3, k4);
+void InlpaceMultiplyABCD_CPP(BlendedPlane const& plane, Byte k1, Byte k2, Byte k3, Byte k4) {
+    BlendPlane(plane, std::array{k1, k2, k3, k4});
 }
 
-void InlpaceMultiplyChromaA_CPP(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned width,
-                                unsigned height, Byte k) {
-    Blend(dst, dstStride, alpha, alphaStride, width, height, k);
+void InlpaceMultiplyChromaA_CPP(BlendedPlane const& plane, Byte k) {
+    BlendPlane(plane, std::array{k});
 }
 
-void InlpaceMultiplyChromaAB_CPP(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned width,
-                                 unsigned height, Byte k1, Byte k2) {
-    Blend(dst, dstStride, alpha, alphaStride, width, height, k1, k2);
+void InlpaceMultiplyChromaAB_CPP(BlendedPlane const& plane, Byte k1, Byte k2) {
+    BlendPlane(plane, std::array{k1, k2});
 }
 
 } // namespace
 
 void InlpaceMultiplyA(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned int width,
                       unsigned int height, Byte k) {
-    InlpaceMultiplyA_CPP(dst, dstStride, alpha, alphaStride, width, height, k);
+    InlpaceMultiplyA_CPP({dst, dstStride, alpha, alphaStride, width, height}, k);
 }
 
 void InlpaceMultiplyAB(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned int width,
                        unsigned int height, Byte k1, Byte k2) {
-    InlpaceMultiplyAB_CPP(dst, dstStride, alpha, alphaStride, width, height, k1, k2);
+    InlpaceMultiplyAB_CPP({dst, dstStride, alpha, alphaStride, width, height}, k1, k2);
 }
 
 void InlpaceMultiplyABC(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned int width,
                         unsigned int height, Byte k1, Byte k2, Byte k3) {
-    InlpaceMultiplyABC_CPP(dst, dstStride, alpha, alphaStride, width, height, k1, k2, k3);
+    InlpaceMultiplyABC_CPP({dst, dstStride, alpha, alphaStride, width, height}, k1, k2, k3);
 }
 
 void InlpaceMultiplyABCD(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned int width,
                          unsigned int height, Byte k1, Byte k2, Byte k3, Byte k4) {
-    InlpaceMultiplyABCD_CPP(dst, dstStride, alpha, alphaStride, width, height, k1, k2, k3, k4);
+    InlpaceMultiplyABCD_CPP({dst, dstStride, alpha, alphaStride, width, height}, k1, k2, k3, k4);
 }
 
 void InlpaceMultiplyChromaA(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned int width,
                             unsigned int height, Byte k) {
-    InlpaceMultiplyChromaA_CPP(dst, dstStride, alpha, alphaStride, width, height, k);
+    InlpaceMultiplyChromaA_CPP({dst, dstStride, alpha, alphaStride, width, height}, k);
 }
 
 void InlpaceMultiplyChromaAB(Byte* dst, int dstStride, Byte const* alpha, int alphaStride, unsigned int width,
                              unsigned int height, Byte k1, Byte k2) {
-    InlpaceMultiplyChromaAB_CPP(dst, dstStride, alpha, alphaStride, width, height, k1, k2);
+    InlpaceMultiplyChromaAB_CPP({dst, dstStride, alpha, alphaStride, width, height}, k1, k2);
 }
 
 } // namespace Tarsel::Proc

@@ -46,10 +46,10 @@ void BlendRows(BlendedPlane const& plane, Background background) {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-constexpr std::size_t MAX_LANES = 64;
-constexpr std::size_t BLOCK = 16;
+constexpr std::size_t s_maxLanes = 64;
+constexpr std::size_t s_block = 16;
 
-using ByteTag = hn::CappedTag<std::uint8_t, MAX_LANES>;
+using ByteTag = hn::CappedTag<std::uint8_t, s_maxLanes>;
 using WordTag = hn::RepartitionToWide<ByteTag>;
 using LaneTag = hn::Repartition<std::uint32_t, ByteTag>;
 using Bytes = hn::Vec<ByteTag>;
@@ -66,13 +66,11 @@ public:
             if constexpr (N > 1) {
                 // Lookups stay within blocks of 16 bytes, so every block first gets the 16 alphas of which it
                 // needs some; 0x80 looks up a zero.
-                std::size_t const block = i / BLOCK;
-                auto const source = static_cast<std::uint8_t>(i % (N * BLOCK) / N);
                 m_alphaLanes[i / 4] =
-                    static_cast<std::uint32_t>(block / N * (BLOCK / 4) + i / 4 % (BLOCK / 4));
-                m_evenAlpha[i] = i % 2 == 0 ? source : 0x80;
-                m_oddAlpha[i - i % 2] = source;
-                m_oddAlpha[i - i % 2 + 1] = 0x80;
+                    static_cast<std::uint32_t>(i / s_block / N * (s_block / 4) + i / 4 % (s_block / 4));
+                // The upper byte of a word is for its even component, the lower one for the odd.
+                m_evenAlpha[i] = i % 2 == 0 ? 0x80 : AlphaOf(i - 1);
+                m_oddAlpha[i] = i % 2 == 0 ? AlphaOf(i + 1) : 0x80;
             }
         }
     }
@@ -84,8 +82,8 @@ public:
         for (; x + lanes <= width; x += lanes)
             BlendGroup(pixels + N * x, alpha + x);
         if (std::size_t const rest = width - x; rest != 0) {
-            HWY_ALIGN std::uint8_t restPixels[N * MAX_LANES] = {};
-            HWY_ALIGN std::uint8_t restAlpha[MAX_LANES] = {};
+            HWY_ALIGN std::uint8_t restPixels[N * s_maxLanes] = {};
+            HWY_ALIGN std::uint8_t restAlpha[s_maxLanes] = {};
             std::memcpy(restPixels, pixels + N * x, N * rest);
             std::memcpy(restAlpha, alpha + x, rest);
             BlendGroup(restPixels, restAlpha);
@@ -94,36 +92,26 @@ public:
     }
 
 private:
+    /// Where in its block the alpha of a component is.
+    static std::uint8_t AlphaOf(std::size_t component) {
+        return static_cast<std::uint8_t>(component % (N * s_block) / N);
+    }
+
     HWY_INLINE void BlendGroup(std::uint8_t* pixels, std::uint8_t const* alpha) const {
         constexpr ByteTag bytes;
         constexpr WordTag words;
-        Bytes const opacity = hn::LoadU(bytes, alpha);
-        Bytes const transparency = hn::Not(opacity);
-        // Most pictures are for the most part either opaque or transparent. A look at eight alphas costs
-        // next to nothing where they are not.
+        Bytes const transparency = hn::Not(hn::LoadU(bytes, alpha));
+        // Most pictures are opaque for the most part. A look at eight alphas costs next to nothing where they
+        // are not.
         std::uint64_t first = 0;
         std::memcpy(&first, alpha, sizeof first);
         if (first == ~std::uint64_t{0} && hn::AllTrue(bytes, hn::Eq(transparency, hn::Zero(bytes))))
             return;
-        if (first == 0 && hn::AllTrue(bytes, hn::Eq(opacity, hn::Zero(bytes))))
-            return ReplaceGroup(pixels);
         if constexpr (N == 1) {
-            Words const even = hn::AndNot(hn::BitCast(words, opacity), hn::Set(words, 0xFF));
-            Words const odd = hn::ShiftRight<8>(hn::BitCast(words, transparency));
-            BlendVector<0>(pixels, even, odd);
+            Words const both = hn::BitCast(words, transparency);
+            BlendVector<0>(pixels, hn::ShiftLeft<8>(both), hn::ShiftRight<8>(both));
         } else {
             BlendVectors<0>(pixels, transparency);
-        }
-    }
-
-    /// With alpha 0 the formula is k, or k - 1 where c is less than k.
-    HWY_INLINE void ReplaceGroup(std::uint8_t* pixels) const {
-        constexpr ByteTag bytes;
-        std::size_t const lanes = hn::Lanes(bytes);
-        for (std::size_t at = 0; at < N * lanes; at += lanes) {
-            Bytes const c = hn::LoadU(bytes, pixels + at);
-            Bytes const k = hn::Load(bytes, m_background + at);
-            hn::StoreU(hn::Add(k, hn::VecFromMask(bytes, hn::Lt(c, k))), bytes, pixels + at);
         }
     }
 
@@ -133,7 +121,7 @@ private:
         constexpr WordTag words;
         std::size_t const lanes = hn::Lanes(bytes);
         Bytes near = transparency;
-        if constexpr (hn::MaxLanes(bytes) > BLOCK) {
+        if constexpr (hn::MaxLanes(bytes) > s_block) {
             constexpr LaneTag wide;
             near = hn::BitCast(bytes,
                                hn::TableLookupLanes(hn::BitCast(wide, transparency),
@@ -143,16 +131,17 @@ private:
             return hn::BitCast(words, hn::TableLookupBytesOr0(near, hn::Load(bytes, from + I * lanes)));
         };
         Words const even = look(m_evenAlpha);
-        if constexpr (N % 2 == 0)
-            BlendVector<I>(pixels, even, even); // Both bytes of a word belong to one pixel.
+        if constexpr (N % 2 == 0) // Both bytes of a word belong to one pixel.
+            BlendVector<I>(pixels, even, hn::ShiftRight<8>(even));
         else
             BlendVector<I>(pixels, even, look(m_oddAlpha));
         if constexpr (I + 1 < N)
             BlendVectors<I + 1>(pixels, transparency);
     }
 
-    /// The formula as c + ((k - c) (255 - a) >> 8): one product, of which modulo 2^16 the high byte is right.
-    /// Even and odd bytes each have their 16-bit lanes, and so has the transparency 255 - a.
+    /// The formula as c + ((k - c) (255 - a) >> 8), of which modulo 2^8 the sum is right. Even and odd bytes
+    /// each have their 16-bit lanes; for the even ones the transparency 255 - a is in the upper byte of its
+    /// lane, so that the upper half of the product is the shifted one.
     template <std::size_t I>
     HWY_INLINE void BlendVector(std::uint8_t* pixels, Words evenTransparency, Words oddTransparency) const {
         constexpr ByteTag bytes;
@@ -162,16 +151,16 @@ private:
         Words const c = hn::BitCast(words, components);
         Words const k = hn::BitCast(words, hn::Load(bytes, m_background + at));
         Words const low = hn::Set(words, 0xFF);
-        Words const even = hn::Mul(hn::Sub(hn::And(k, low), hn::And(c, low)), evenTransparency);
+        Words const even = hn::MulHigh(hn::Sub(hn::And(k, low), hn::And(c, low)), evenTransparency);
         Words const odd = hn::Mul(hn::Sub(hn::ShiftRight<8>(k), hn::ShiftRight<8>(c)), oddTransparency);
-        Words const high = hn::IfVecThenElse(low, hn::ShiftRight<8>(even), odd);
-        hn::StoreU(hn::Add(components, hn::BitCast(bytes, high)), bytes, pixels + at);
+        Words const change = hn::IfVecThenElse(low, even, odd);
+        hn::StoreU(hn::Add(components, hn::BitCast(bytes, change)), bytes, pixels + at);
     }
 
-    HWY_ALIGN std::uint8_t m_evenAlpha[N * MAX_LANES];
-    HWY_ALIGN std::uint8_t m_oddAlpha[N * MAX_LANES];
-    HWY_ALIGN std::uint8_t m_background[N * MAX_LANES];
-    HWY_ALIGN std::uint32_t m_alphaLanes[N * MAX_LANES / 4];
+    HWY_ALIGN std::uint8_t m_evenAlpha[N * s_maxLanes];
+    HWY_ALIGN std::uint8_t m_oddAlpha[N * s_maxLanes];
+    HWY_ALIGN std::uint8_t m_background[N * s_maxLanes];
+    HWY_ALIGN std::uint32_t m_alphaLanes[N * s_maxLanes / 4];
 };
 
 bool Overlap(std::uint8_t const* a, std::size_t sizeA, std::uint8_t const* b, std::size_t sizeB) {

@@ -6,17 +6,24 @@
 
 namespace Tarsel::Proc {
 
+/// An opaque colour of 8 bits a component.
+struct Rgb {
+    std::uint8_t red;
+    std::uint8_t green;
+    std::uint8_t blue;
+};
+
 /// The bits of a colour in the order of the octree: three bits a level, most significant level first, of each
 /// level the green bit before the red and the blue one. The first 3 n bits of the code name the node of depth
 /// n in which the colour lies. (Also known as Morton or Z-order.)
 using ColorCode = std::uint32_t;
 
-constexpr unsigned COLOR_CODE_BITS = 24;
+constexpr unsigned s_colorCodeBits = 24;
 
 /// Where the lowest bit of each component is.
-constexpr unsigned GREEN_BIT = 2;
-constexpr unsigned RED_BIT = 1;
-constexpr unsigned BLUE_BIT = 0;
+constexpr unsigned s_greenBit = 2;
+constexpr unsigned s_redBit = 1;
+constexpr unsigned s_blueBit = 0;
 
 namespace Details {
 
@@ -29,15 +36,16 @@ constexpr std::array<ColorCode, 256> SpreadBits(unsigned lowest) noexcept {
     return spread;
 }
 
+/// The share of each component in the code.
+inline constexpr std::array<ColorCode, 256> s_greenCode = SpreadBits(s_greenBit);
+inline constexpr std::array<ColorCode, 256> s_redCode = SpreadBits(s_redBit);
+inline constexpr std::array<ColorCode, 256> s_blueCode = SpreadBits(s_blueBit);
+
 } // namespace Details
 
-/// The share of each component in the code.
-inline constexpr std::array<ColorCode, 256> GREEN_CODE = Details::SpreadBits(GREEN_BIT);
-inline constexpr std::array<ColorCode, 256> RED_CODE = Details::SpreadBits(RED_BIT);
-inline constexpr std::array<ColorCode, 256> BLUE_CODE = Details::SpreadBits(BLUE_BIT);
-
-constexpr ColorCode MakeColorCode(std::uint8_t red, std::uint8_t green, std::uint8_t blue) noexcept {
-    return GREEN_CODE[green] | RED_CODE[red] | BLUE_CODE[blue];
+constexpr ColorCode MakeColorCode(Rgb color) noexcept {
+    return Details::s_greenCode[color.green] | Details::s_redCode[color.red] |
+           Details::s_blueCode[color.blue];
 }
 
 /// The component whose lowest bit is there.
@@ -46,6 +54,10 @@ constexpr std::uint8_t GetComponent(ColorCode code, unsigned lowest) noexcept {
     bits = (bits | bits >> 2) & 0x0C30C3u;
     bits = (bits | bits >> 4) & 0x00F00Fu;
     return static_cast<std::uint8_t>(bits | bits >> 8);
+}
+
+constexpr Rgb GetColor(ColorCode code) noexcept {
+    return {GetComponent(code, s_redBit), GetComponent(code, s_greenBit), GetComponent(code, s_blueBit)};
 }
 
 } // namespace Tarsel::Proc

@@ -2,14 +2,12 @@
 
 #include "Conf/FrameInfo.h"
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/Pixels/ColorCodeRow.h"
 #include "Proc/Effects/Lumenta/Pixels/ColorReplace.h"
 #include "Proc/Effects/Lumenta/Pixels/ErrorDiffuse.h"
-#include "Proc/Effects/Lumenta/Pixels/FlattenRow.h"
 #include "Proc/Effects/Lumenta/Pixels/NodeHeap.h"
 #include "Proc/Effects/Lumenta/Pixels/OctTree.h"
+#include "Proc/Effects/Lumenta/Pixels/PixelRows.h"
 #include "Proc/Effects/Lumenta/Pixels/Plane.h"
-#include "Proc/Effects/Lumenta/Pixels/Rgb.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <cstdint>
@@ -26,7 +24,7 @@ namespace Tarsel::Proc {
 namespace {
 
 /// An index is a byte, and 0 is nobody's.
-constexpr int MAX_COLOURS = 255;
+constexpr int s_maxColours = 255;
 
 [[noreturn]] void Refuse(std::string const& text) {
     Core::Throw<FilterException>({"Proc/Effects/Lumenta/Pixels/ColorQuant",
@@ -75,8 +73,8 @@ void WritePalette(std::span<Rgb const> palette, std::uint8_t* entry) noexcept {
 
 bool ColorQuant::Process(AVFrame& in, AVFrame& out, Conf::FrameInfo const& size, int colours, int dither,
                          Conf::PixColor background) {
-    if (colours < 1 || colours > MAX_COLOURS)
-        Refuse(fmt::format("Cannot quantise to {} colours: the range is 1 to {}", colours, MAX_COLOURS));
+    if (colours < 1 || colours > s_maxColours)
+        Refuse(fmt::format("Cannot quantise to {} colours: the range is 1 to {}", colours, s_maxColours));
     CheckPlane(out, "output", 1);
     if (size.width == 0 || size.height == 0) {
         WritePalette({}, out.data[1]);

@@ -25,7 +25,7 @@ public:
     /// caller keeps them. `dither` other than 0 diffuses the error. Returns true.
     ///
     /// FilterException, before anything is touched: colours out of range, a plane missing, a frame that says
-    /// it is smaller than `size`. FilterException "Cannot realloc heap memmory", Core::MemoryException,
+    /// it is smaller than `size`. FilterException "Cannot realloc heap memmory" and
     /// std::bad_alloc: out of memory; `in` may be partly laid over the background then. Any thread.
     static bool Process(AVFrame& in, AVFrame& out, Conf::FrameInfo const& size, int colours, int dither,
                         Conf::PixColor background);

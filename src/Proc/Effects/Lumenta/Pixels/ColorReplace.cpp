@@ -1,7 +1,7 @@
 #include "Proc/Effects/Lumenta/Pixels/ColorReplace.h"
 
-#include "Proc/Effects/Lumenta/Pixels/ColorCodeRow.h"
 #include "Proc/Effects/Lumenta/Pixels/NodeId.h"
+#include "Proc/Effects/Lumenta/Pixels/PixelRows.h"
 
 #include <array>
 #include <cstdint>
@@ -21,12 +21,12 @@ std::uint8_t FindPlace(OctTree const& tree, node_heap const& heap, NodeId node) 
 
 /// By twig; there is none with the number 0.
 std::vector<TwigPlaces> FindPlaces(OctTree const& tree, node_heap const& heap) {
-    std::vector<TwigPlaces> places(std::size_t{tree.twigs.GetCount()} + 1);
+    std::vector<TwigPlaces> places(std::size_t{tree.twigCount} + 1);
     for (std::uint32_t twig = 1; twig < places.size(); ++twig) {
         std::uint8_t shared = 0;
         for (unsigned child = 0; child < 8; ++child) {
             NodeId const leaf = LeafId(twig, child);
-            if (tree.leaves[leaf - FIRST_LEAF].Count() == 0)
+            if (tree.leaves[leaf - s_firstLeaf].Count() == 0)
                 continue;
             std::uint32_t const own = heap.places[leaf];
             if (own == 0 && shared == 0)
@@ -47,7 +47,7 @@ void color_replace(OctTree const& tree, node_heap const& heap, PlaneView pixels,
         MakeColorCodes(pixels.Row(y), width, colors.data());
         std::uint8_t* const row = indices.Row(y);
         for (std::size_t x = 0; x < width; ++x)
-            row[x] = places[tree.twigs.Find(colors[x])][colors[x] >> 3 & 7u];
+            row[x] = places[tree.FindTwig(colors[x])][colors[x] >> 3 & 7u];
     }
 }
 

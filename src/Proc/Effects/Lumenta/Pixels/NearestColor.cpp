@@ -1,53 +1,90 @@
 #include "Proc/Effects/Lumenta/Pixels/NearestColor.h"
 
-namespace Tarsel::Proc {
+#include <limits>
+
+// Highway compiles this file once for every instruction set.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "Proc/Effects/Lumenta/Pixels/NearestColor.cpp"
+#include <hwy/foreach_target.h>
+
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace Tarsel::Proc::HWY_NAMESPACE {
 namespace {
 
-/// Bits of a color code that tell the colours of one block apart.
-constexpr unsigned BLOCK_BITS = 12;
+namespace hn = hwy::HWY_NAMESPACE;
 
-using Positions = std::array<std::uint16_t, 256>;
+using Number = std::int16_t;
+using NumberTag = hn::CappedTag<Number, 32>;
+using Numbers = hn::Vec<NumberTag>;
 
-/// The colour of the cube (of so many bits) around a colour that has the least components.
-Rgb FirstAround(ColorCode color, unsigned bits) noexcept {
-    ColorCode const first = color >> bits << bits;
-    return {GetComponent(first, RED_BIT), GetComponent(first, GREEN_BIT), GetComponent(first, BLUE_BIT)};
+constexpr Number s_beyond = std::numeric_limits<Number>::max();
+
+HWY_INLINE Numbers Differences(Number const* row, Numbers wanted) {
+    return hn::Abs(hn::Sub(hn::LoadU(NumberTag(), row), wanted));
 }
 
-/// Candidates that may be nearest to a colour of this cube.
-std::span<std::uint16_t const> FindPossibleAround(ColorCode color, unsigned bits,
-                                                  CandidateRows const& candidates,
-                                                  Positions& positions) noexcept {
-    int const last = (1 << bits / 3) - 1;
-    return {positions.data(), FindPossible(candidates, FirstAround(color, bits), last, positions.data())};
+std::uint8_t FindPlace(PaletteRows const& palette, Rgb color) {
+    constexpr NumberTag numbers;
+    std::size_t const lanes = hn::Lanes(numbers);
+    Numbers const red = hn::Set(numbers, static_cast<Number>(s_redWeight * color.red));
+    Numbers const green = hn::Set(numbers, static_cast<Number>(s_greenWeight * color.green));
+    Numbers const blue = hn::Set(numbers, static_cast<Number>(s_blueWeight * color.blue));
+    Numbers const step = hn::Set(numbers, static_cast<Number>(lanes));
+
+    // Each lane keeps the first of the colours that it sees that is nearest; then the first of the lanes'
+    // counts.
+    Numbers place = hn::Iota(numbers, 1);
+    Numbers nearest = hn::Zero(numbers);
+    Numbers least = hn::Set(numbers, s_beyond);
+    for (std::size_t i = 0; i < palette.count; i += lanes) {
+        Numbers const redError = Differences(palette.red.data() + i, red);
+        Numbers const greenError = Differences(palette.green.data() + i, green);
+        Numbers const blueError = Differences(palette.blue.data() + i, blue);
+        Numbers const distance = hn::Add(hn::Add(redError, greenError), blueError);
+        nearest = hn::IfThenElse(hn::Lt(distance, least), place, nearest);
+        least = hn::Min(least, distance);
+        place = hn::Add(place, step);
+    }
+    auto const isLeast = hn::Eq(least, hn::MinOfLanes(numbers, least));
+    Numbers const candidates = hn::IfThenElse(isLeast, nearest, hn::Set(numbers, s_beyond));
+    return static_cast<std::uint8_t>(hn::GetLane(hn::MinOfLanes(numbers, candidates)));
 }
 
 } // namespace
+} // namespace Tarsel::Proc::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
 
-NearestColors::NearestColors(std::span<Rgb const> palette)
-    : m_palette(palette), m_blocks(std::size_t{1} << (COLOR_CODE_BITS - BLOCK_BITS)),
-      m_nearest(CubeDirectory::MAX_CUBES + 1) {}
+#if HWY_ONCE
+namespace Tarsel::Proc {
+namespace {
 
-NearestCandidates const& NearestColors::GetBlock(ColorCode color) {
-    NearestCandidates& block = m_blocks[color >> BLOCK_BITS];
-    if (block.IsEmpty()) {
-        Positions positions;
-        block = m_palette.Select(FindPossibleAround(color, BLOCK_BITS, m_palette.GetRows(), positions));
+/// More than any distance, also in a sum of three.
+constexpr std::int16_t s_farAway = 8000;
+static_assert(s_farAway > 255 * (s_redWeight + 2 * s_greenWeight + s_blueWeight) &&
+              3 * s_farAway < std::numeric_limits<std::int16_t>::max());
+
+} // namespace
+
+HWY_EXPORT(FindPlace);
+
+std::uint8_t FindNearest(PaletteRows const& palette, Rgb color) noexcept {
+    return HWY_DYNAMIC_DISPATCH(FindPlace)(palette, color);
+}
+
+PaletteRows::PaletteRows(std::span<Rgb const> palette) noexcept : count(palette.size()) {
+    for (Row* const row : {&red, &green, &blue})
+        row->fill(s_farAway);
+    for (std::size_t i = 0; i < count; ++i) {
+        red[i] = static_cast<std::int16_t>(s_redWeight * palette[i].red);
+        green[i] = static_cast<std::int16_t>(s_greenWeight * palette[i].green);
+        blue[i] = static_cast<std::int16_t>(s_blueWeight * palette[i].blue);
     }
-    return block;
 }
 
-std::uint32_t NearestColors::AddCube(ColorCode color) {
-    CandidateRows const candidates = GetBlock(color).GetRows();
-    Positions positions;
-    auto const possible = FindPossibleAround(color, CubeDirectory::COLOR_BITS, candidates, positions);
-    std::uint32_t const cube = m_cubes.Add(color);
-    if (possible.size() == 1)
-        m_nearest[cube].fill(static_cast<std::uint8_t>(candidates.index[possible[0]]));
-    else
-        FindNearest(candidates, possible, FirstAround(color, CubeDirectory::COLOR_BITS),
-                    m_nearest[cube].data());
-    return cube;
-}
+NearestColors::NearestColors(std::span<Rgb const> colors)
+    : palette(colors), known(std::size_t{1} << s_colorCodeBits) {}
 
 } // namespace Tarsel::Proc
+#endif

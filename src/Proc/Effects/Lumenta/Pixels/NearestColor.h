@@ -1,47 +1,53 @@
 #pragma once
 
 #include "Proc/Effects/Lumenta/Pixels/ColorCode.h"
-#include "Proc/Effects/Lumenta/Pixels/CubeDirectory.h"
-#include "Proc/Effects/Lumenta/Pixels/NearestCandidates.h"
-#include "Proc/Effects/Lumenta/Pixels/Rgb.h"
 #include "Proc/Effects/Lumenta/Pixels/ZeroedArray.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace Tarsel::Proc {
 
-/// For every colour the nearest one of a palette: found when first asked for, for all colours of a small cube
-/// at once, and kept. Not synchronised.
-class NearestColors {
-public:
-    /// 1 to 255 colours, which have the indices from 1 on; they are copied. MemoryException, std::bad_alloc.
-    explicit NearestColors(std::span<Rgb const> palette);
+/// How much a difference counts: the distance of two colours is 3 |red| + 5 |green| + 2 |blue|.
+constexpr int s_redWeight = 3;
+constexpr int s_greenWeight = 5;
+constexpr int s_blueWeight = 2;
 
-private:
-    friend std::uint8_t nearest_color(NearestColors& colors, ColorCode color);
+/// Colours of a palette in rows, one number a colour: each component times its weight. What is behind the
+/// last colour is farther away than any.
+struct PaletteRows {
+    using Row = std::array<std::int16_t, 256>;
 
-    std::uint32_t AddCube(ColorCode color);
-    NearestCandidates const& GetBlock(ColorCode color);
+    explicit PaletteRows(std::span<Rgb const> palette) noexcept;
 
-    NearestCandidates m_palette;
-    /// By the leading bits of a color code: the candidates of a cube of 16x16x16 colours.
-    std::vector<NearestCandidates> m_blocks;
-    CubeDirectory m_cubes;
-    /// By cube, of each of its colours.
-    ZeroedArray<std::array<std::uint8_t, std::size_t{1} << CubeDirectory::COLOR_BITS>> m_nearest;
+    std::size_t count;
+    Row red;
+    Row green;
+    Row blue;
 };
 
-/// Index of the colour with the least distance 3 |red| + 5 |green| + 2 |blue|; of several the first one.
-/// std::bad_alloc.
-inline std::uint8_t nearest_color(NearestColors& colors, ColorCode color) {
-    std::uint32_t cube = colors.m_cubes.Find(color);
-    if (cube == CubeDirectory::NONE)
-        cube = colors.AddCube(color);
-    return colors.m_nearest[cube][color % colors.m_nearest[cube].size()];
+/// The place, from 1 on, of the colour with the least distance; of several the first one. Any thread.
+std::uint8_t FindNearest(PaletteRows const& palette, Rgb color) noexcept;
+
+/// For every colour the nearest one of a palette: found when first asked for, and kept. Not synchronised.
+class NearestColors {
+public:
+    /// 1 to 255 colours; they are copied. std::bad_alloc.
+    explicit NearestColors(std::span<Rgb const> palette);
+
+    PaletteRows const palette;
+    /// By color code: the place of the nearest, 0 where nobody has asked yet.
+    ZeroedArray<std::uint8_t> known;
+};
+
+/// As FindNearest.
+inline std::uint8_t nearest_color(NearestColors& colors, Rgb color) noexcept {
+    std::uint8_t& place = colors.known[MakeColorCode(color)];
+    if (place == 0)
+        place = FindNearest(colors.palette, color);
+    return place;
 }
 
 } // namespace Tarsel::Proc

@@ -10,7 +10,7 @@
 namespace Tarsel::Proc {
 namespace {
 
-constexpr std::uint32_t GROWTH = 1024;
+constexpr std::uint32_t s_growth = 1024;
 
 } // namespace
 
@@ -19,7 +19,7 @@ node_heap::~node_heap() {
 }
 
 void Details::GrowHeap(node_heap& heap) {
-    std::size_t const capacity = std::size_t{heap.capacity} + GROWTH;
+    std::size_t const capacity = std::size_t{heap.capacity} + s_growth;
     void* const slots = std::realloc(heap.slots, capacity * sizeof(node_heap::Slot));
     if (slots == nullptr) {
         std::free(std::exchange(heap.slots, nullptr));

@@ -13,21 +13,21 @@ struct node_heap { // NOLINT(readability-identifier-naming)
     /// A node and its order (below 2^36), in one number.
     class Slot {
     public:
-        Slot(NodeId node, std::uint64_t order) noexcept : m_bits(order << NODE_BITS | node) {}
-        NodeId Node() const noexcept { return m_bits & ((NodeId{1} << NODE_BITS) - 1); }
-        std::uint64_t Order() const noexcept { return m_bits >> NODE_BITS; }
+        Slot(NodeId node, std::uint64_t order) noexcept : m_bits(order << s_nodeBits | node) {}
+        NodeId Node() const noexcept { return m_bits & ((NodeId{1} << s_nodeBits) - 1); }
+        std::uint64_t Order() const noexcept { return m_bits >> s_nodeBits; }
         /// Strictly: less than the other one with the lowest of nodes.
-        bool IsBefore(Slot other) const noexcept { return m_bits < other.Order() << NODE_BITS; }
+        bool IsBefore(Slot other) const noexcept { return m_bits < other.Order() << s_nodeBits; }
 
     private:
-        static constexpr unsigned NODE_BITS = 22;
-        static_assert(NODE_ID_END <= 1u << NODE_BITS);
+        static constexpr unsigned s_nodeBits = 22;
+        static_assert(s_nodeIdEnd <= 1u << s_nodeBits);
 
         std::uint64_t m_bits;
     };
 
-    /// Empty. MemoryException.
-    node_heap() : places(NODE_ID_END) {}
+    /// Empty. std::bad_alloc.
+    node_heap() : places(s_nodeIdEnd) {}
     node_heap(node_heap const&) = delete;
     node_heap& operator=(node_heap const&) = delete;
     ~node_heap();

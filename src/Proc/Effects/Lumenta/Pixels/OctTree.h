@@ -1,9 +1,8 @@
 #pragma once
 
-#include "Proc/Effects/Lumenta/Pixels/CubeDirectory.h"
+#include "Proc/Effects/Lumenta/Pixels/ColorCode.h"
 #include "Proc/Effects/Lumenta/Pixels/NodeHeap.h"
 #include "Proc/Effects/Lumenta/Pixels/NodeId.h"
-#include "Proc/Effects/Lumenta/Pixels/Rgb.h"
 #include "Proc/Effects/Lumenta/Pixels/ZeroedArray.h"
 
 #include <cstddef>
@@ -12,7 +11,7 @@
 
 namespace Tarsel::Proc {
 
-/// A node of the octree that is not a leaf. Of the pixels' alpha nothing is kept, as no result depends on it.
+/// A node of the octree. Of the pixels' alpha nothing is kept, as no result depends on it.
 struct oct_node_t { // NOLINT(readability-identifier-naming)
     /// Sums of the components of the pixels that ended here.
     std::uint64_t r;
@@ -20,6 +19,7 @@ struct oct_node_t { // NOLINT(readability-identifier-naming)
     std::uint64_t b;
     /// The number of these pixels.
     std::uint32_t count;
+    /// 0 for the root.
     NodeId parent;
     /// Children that have not been folded.
     std::uint8_t kidCount;
@@ -42,14 +42,21 @@ struct LeafCell {
 /// The octree of a picture's colours. Nodes are found by their colours in tables instead of by pointers from
 /// node to node. Not synchronised.
 struct OctTree {
-    /// The root alone. MemoryException.
+    /// The root alone. std::bad_alloc.
     OctTree();
 
-    /// Numbers the twigs.
-    CubeDirectory twigs;
+    /// The number of the twig around a colour, 0 when there is none.
+    std::uint32_t FindTwig(ColorCode color) const noexcept { return twigs[color >> s_twigColorBits]; }
+
+    /// Bits of a color code that tell colours of one twig apart.
+    static constexpr unsigned s_twigColorBits = s_colorCodeBits - 3 * s_twigDepth;
+
+    /// Numbers of the twigs, by what their colours have in common.
+    ZeroedArray<std::uint32_t> twigs;
+    std::uint32_t twigCount = 0;
     /// By twig less 1: the lowest colour in it.
     ZeroedArray<Rgb> firstColors;
-    /// By id less FIRST_LEAF.
+    /// By id less s_firstLeaf.
     ZeroedArray<LeafCell> leaves;
     /// Upper nodes and twigs, by id.
     ZeroedArray<oct_node_t> nodes;
@@ -69,7 +76,7 @@ void node_new(OctTree& tree, NodeId node, NodeId parent) noexcept;
 /// root. Returns the twig's number.
 std::uint32_t node_insert(OctTree& tree, ColorCode color) noexcept;
 
-/// Not of the root.
+/// 0 for the root.
 NodeId ParentOf(OctTree const& tree, NodeId node) noexcept;
 
 /// The average of the pixels that ended in a node; there are some.

@@ -1,0 +1,50 @@
+// The quantiser beside the plain one of its tests: "plain_x" tells how many times as fast it was; "same",
+// that both gave the same picture.
+
+#include "BestTime.h"
+#include "Pixels/PlainColorQuant.h"
+#include "QuantiserRun.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <set>
+#include <vector>
+
+namespace Tarsel::Proc {
+namespace {
+
+/// Leaves of the octree.
+std::size_t CountCells(std::vector<std::uint8_t> const& picture) {
+    std::set<std::uint32_t> cells;
+    for (std::size_t i = 0; i < picture.size(); i += 4)
+        cells.insert(picture[i] / 2u << 14 | picture[i + 1] / 2u << 7 | picture[i + 2] / 2u);
+    return cells.size();
+}
+
+void Quantise(benchmark::State& state, PictureKind kind, unsigned texture, bool dither) {
+    QuantiserRun run(kind, texture);
+    QuantiserRun plainRun(kind, texture);
+    BestTime fast;
+    BestTime plain;
+    for (auto _ : state) {
+        fast.Time([&] { run.Quantise(dither); });
+        plain.Time([&] {
+            Plain::Quantise({plainRun.picture.data(), plainRun.in->linesize[0], plainRun.indices.data(),
+                             s_width, plainRun.palette.data(), s_width, s_height},
+                            s_colours, dither, {});
+        });
+        state.SetIterationTime(fast.Get());
+    }
+    state.counters["plain_x"] = plain.Get() / fast.Get();
+    state.counters["cells"] = static_cast<double>(CountCells(run.picture));
+    state.counters["same"] = run.indices == plainRun.indices && run.palette == plainRun.palette ? 1 : 0;
+}
+
+BENCHMARK_CAPTURE(Quantise, photo, PictureKind::Photo, 9u, false)->Apply(SetTurns);
+BENCHMARK_CAPTURE(Quantise, photo_dithered, PictureKind::Photo, 9u, true)->Apply(SetTurns);
+BENCHMARK_CAPTURE(Quantise, smooth_photo, PictureKind::Photo, 2u, false)->Apply(SetTurns);
+BENCHMARK_CAPTURE(Quantise, drawing, PictureKind::Drawing, 0u, false)->Apply(SetTurns);
+
+} // namespace
+} // namespace Tarsel::Proc

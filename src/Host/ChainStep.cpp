@@ -1,0 +1,97 @@
+#include "Host/ChainStep.h"
+
+#include "Core/Throw.h"
+#include "Host/AudioChain.h"
+#include "Host/VideoChain.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Tarsel::Host {
+namespace {
+
+/// Data for each one fed, at the end of a stream, from which on an effect is taken for one that answers for
+/// ever.
+constexpr std::size_t s_mostHeldBack = 64;
+
+} // namespace
+
+template <class Medium>
+ChainStep<Medium>::ChainStep(SP<Effect> effect, std::string label)
+    : m_effect(std::move(effect)), m_stream(dynamic_cast<Proc::IEffectStream<Data>*>(m_effect.get())),
+      m_label(std::move(label)) {}
+
+template <class Medium>
+Core::Property ChainStep<Medium>::GetStatistic() const {
+    return Labelled([&] { return m_effect->GetStatistic(); });
+}
+
+template <class Medium>
+void ChainStep<Medium>::ThrowMisbehaviour(std::string const& text) {
+    Core::Throw<Proc::EffectException>(
+        {"Host/ChainStep",
+         "static void Tarsel::Host::ChainStep<Medium>::ThrowMisbehaviour(const std::string &)"},
+        "The effect breaks its contract: " + text);
+}
+
+template <class Medium>
+void ChainStep<Medium>::FeedEffect(SP<Data> const& data) {
+    if (m_stream != nullptr) {
+        m_stream->Feed(data);
+        return;
+    }
+    if (m_isEnding) { // what is left of a stream that failed on its way out
+        m_isEnding = false;
+        m_effect->Reset();
+        m_fed = 0;
+    }
+    SP<Data> result = data;
+    ++m_fed;
+    m_effect->Process(result);
+    m_given = std::move(result);
+}
+
+template <class Medium>
+auto ChainStep<Medium>::TakeFromEffect() -> SP<Data> {
+    if (m_stream != nullptr)
+        return m_stream->Take();
+    if (!m_isEnding)
+        return std::move(m_given);
+    SP<Data> result;
+    m_isEnding = false; // also after a failure
+    m_effect->Process(result);
+    if (result && ++m_takenAtEnd > s_mostHeldBack * m_fed)
+        ThrowMisbehaviour(fmt::format("it was fed {} {}s, and after them asked {} times for what it still "
+                                      "holds, and gave a {} each time",
+                                      m_fed, Medium::s_datum, m_takenAtEnd, Medium::s_datum));
+    m_isEnding = result != nullptr;
+    if (!result) {
+        m_effect->Reset();
+        m_fed = 0;
+    }
+    return result;
+}
+
+template <class Medium>
+void ChainStep<Medium>::EndEffect() {
+    if (m_stream != nullptr) {
+        m_stream->End();
+        return;
+    }
+    m_isEnding = m_fed > 0;
+    m_takenAtEnd = 0;
+}
+
+template <class Medium>
+void ChainStep<Medium>::Note(std::string const& text) {
+    if (std::ranges::find(m_notes, text) == m_notes.end())
+        m_notes.push_back(text);
+}
+
+template class ChainStep<VideoMedium>;
+template class ChainStep<AudioMedium>;
+
+} // namespace Tarsel::Host

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Core/Property.h"
+#include "Host/EffectChain.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Host {
+
+/// What VideoStep and AudioStep have in common: an effect driven as a stream whatever it offers, its label
+/// and what users should know of it. Not synchronised.
+template <class Medium>
+class ChainStep {
+public:
+    using Effect = typename Medium::Effect;
+    using Data = typename Medium::Data;
+
+    Core::Property GetStatistic() const;
+    /// What a user should know of what became of the data so far, a line each.
+    std::vector<std::string> const& GetNotes() const noexcept { return m_notes; }
+
+protected:
+    /// `effect` is not null.
+    ChainStep(SP<Effect> effect, std::string label);
+
+    /// Does `work`; an exception that can carry facts leaves with the step's label. It is the thrown object
+    /// that is marked and goes on: no type is lost.
+    template <class Work>
+    decltype(auto) Labelled(Work const& work) const {
+        try {
+            return work();
+        } catch (boost::exception& exception) {
+            exception << TagStep(m_label);
+            throw;
+        }
+    }
+
+    [[noreturn]] static void ThrowMisbehaviour(std::string const& text);
+
+    /// As IEffectStream, with the results of each operation to be taken before the next.
+    void FeedEffect(SP<Data> const& data);
+    SP<Data> TakeFromEffect();
+    void EndEffect();
+
+    /// Once each.
+    void Note(std::string const& text);
+
+    Effect& GetEffect() const noexcept { return *m_effect; }
+    std::string const& GetLabel() const noexcept { return m_label; }
+
+private:
+    SP<Effect> m_effect;
+    /// The effect as a stream; null when it is none. Lives as long as the effect.
+    Proc::IEffectStream<Data>* m_stream;
+    std::string m_label;
+    std::vector<std::string> m_notes;
+
+    /// For effects driven by Process: the result of the last call, whether the rest is being asked for, and
+    /// how much went in and came out of that.
+    SP<Data> m_given;
+    bool m_isEnding = false;
+    std::size_t m_fed = 0;
+    std::size_t m_takenAtEnd = 0;
+};
+
+} // namespace Tarsel::Host

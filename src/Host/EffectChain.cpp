@@ -1,0 +1,130 @@
+#include "Host/EffectChain.h"
+
+#include "Core/Throw.h"
+#include "Host/AudioChain.h"
+#include "Host/AudioStep.h"
+#include "Host/VideoChain.h"
+#include "Host/VideoStep.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/Settings.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace Tarsel::Host {
+
+template <class Medium>
+EffectChain<Medium>::EffectChain() = default;
+
+template <class Medium>
+EffectChain<Medium>::~EffectChain() = default;
+
+template <class Medium>
+void EffectChain<Medium>::Append(SP<Effect> const& effect, std::string label) {
+    if (!effect)
+        Core::Throw<Proc::EffectException>(
+            {"Host/EffectChain",
+             "void Tarsel::Host::EffectChain<Medium>::Append(const SP<Effect> &, std::string)"},
+            "A chain cannot take a null effect");
+    if (label.empty())
+        label = fmt::format("step {} ({})", ++m_numbered, effect->GetSettingsBase().GetClassId());
+    m_steps.emplace_back(effect, std::move(label));
+}
+
+template <class Medium>
+bool EffectChain<Medium>::IsEmpty() const noexcept {
+    return m_steps.empty();
+}
+
+template <class Medium>
+void EffectChain<Medium>::Feed(SP<Data> const& data) {
+    if (!data)
+        Core::Throw<Proc::EffectException>(
+            {"Host/EffectChain", "virtual void Tarsel::Host::EffectChain<Medium>::Feed(const SP<Data> &)"},
+            fmt::format("A null {} cannot be fed", Medium::s_datum));
+    while (m_ending < m_steps.size())
+        EndFurther();
+    Drive(0, data);
+}
+
+template <class Medium>
+auto EffectChain<Medium>::Take() -> SP<Data> {
+    while (m_ready.empty() && m_ending < m_steps.size())
+        EndFurther();
+    if (m_ready.empty())
+        return {};
+    SP<Data> data = std::move(m_ready.front());
+    m_ready.pop_front();
+    return data;
+}
+
+template <class Medium>
+void EffectChain<Medium>::End() {
+    if (m_steps.empty())
+        return;
+    m_ending = 0;
+    m_steps.front().End();
+}
+
+/// Takes the next datum that the step which is ending holds back through those after it; with none left, the
+/// step after it ends.
+template <class Medium>
+void EffectChain<Medium>::EndFurther() {
+    std::size_t const step = m_ending;
+    m_ending = s_notEnding; // should it fail
+    if (SP<Data> held = m_steps[step].Take()) {
+        Drive(step + 1, std::move(held));
+        m_ending = step;
+    } else if (step + 1 < m_steps.size()) {
+        m_steps[step + 1].End();
+        m_ending = step + 1;
+    }
+}
+
+template <class Medium>
+void EffectChain<Medium>::UpdateFormatCodec(SP<Format>& format) {
+    for (Step const& step : m_steps)
+        step.UpdateFormatCodec(format);
+}
+
+template <class Medium>
+std::vector<Core::Property> EffectChain<Medium>::GetStatistics() const {
+    std::vector<Core::Property> statistics;
+    for (Step const& step : m_steps)
+        statistics.push_back(step.GetStatistic());
+    return statistics;
+}
+
+template <class Medium>
+std::vector<std::string> EffectChain<Medium>::GetNotes() const {
+    std::vector<std::string> notes;
+    for (Step const& step : m_steps)
+        notes.insert(notes.end(), step.GetNotes().begin(), step.GetNotes().end());
+    return notes;
+}
+
+/// Passes one datum to step `from`, and whatever that gives to the steps after it: each result is taken
+/// before the next is made, so that no step queues more than its own look-ahead.
+template <class Medium>
+void EffectChain<Medium>::Drive(std::size_t from, SP<Data> data) {
+    if (from == m_steps.size()) {
+        m_ready.push_back(std::move(data));
+        return;
+    }
+    m_steps[from].Feed(data);
+    data.reset();
+    while (SP<Data> result = m_steps[from].Take())
+        Drive(from + 1, std::move(result));
+}
+
+template class EffectChain<VideoMedium>;
+template class EffectChain<AudioMedium>;
+
+// Here, so that no other library has copies of them.
+VideoChain::VideoChain() = default;
+VideoChain::~VideoChain() = default;
+AudioChain::AudioChain() = default;
+AudioChain::~AudioChain() = default;
+
+} // namespace Tarsel::Host

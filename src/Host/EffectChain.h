@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Core/Exception.h"
+#include "Core/Property.h"
+#include "Proc/Interfaces/IEffectStream.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Host {
+
+/// The step, by its number from 1 and its class id where nothing else was said, on every exception that
+/// leaves a chain and can carry facts: all of this system, and the standard ones that its own code throws.
+using TagStep = boost::error_info<struct TagStepId, std::string>;
+
+/// What VideoChain and AudioChain have in common. `Medium` names the types of one medium (VideoMedium).
+template <class Medium>
+class TARSEL_API EffectChain : public Proc::IEffectStream<typename Medium::Data> {
+public:
+    using Effect = typename Medium::Effect;
+    using Data = typename Medium::Data;
+    using Format = typename Medium::Format;
+
+    EffectChain(EffectChain const&) = delete;
+    EffectChain& operator=(EffectChain const&) = delete;
+    ~EffectChain() override;
+
+    /// Appends an effect that has its settings; shares it. `label` is what TagStep and the notes call it; ""
+    /// stands for "step 2 (transpose)", the number being that among the steps without a label.
+    void Append(SP<Effect> const& effect, std::string label = {});
+    bool IsEmpty() const noexcept;
+
+    void Feed(SP<Data> const& data) override;
+    SP<Data> Take() override;
+    void End() override;
+
+    /// Takes the description of the input through all steps.
+    void UpdateFormatCodec(SP<Format>& format);
+    /// What each step tells about its run, in order.
+    std::vector<Core::Property> GetStatistics() const;
+    /// One line each, for users: what the steps did to the data so far that was not their task.
+    std::vector<std::string> GetNotes() const;
+
+protected:
+    EffectChain();
+
+private:
+    using Step = typename Medium::Step;
+    static constexpr std::size_t s_notEnding = SIZE_MAX;
+
+    void EndFurther();
+    void Drive(std::size_t from, SP<Data> data);
+
+    std::vector<Step> m_steps;
+    std::size_t m_numbered = 0;
+    /// The step that is giving out what it held back.
+    std::size_t m_ending = s_notEnding;
+    std::deque<SP<Data>> m_ready;
+};
+
+} // namespace Tarsel::Host

@@ -1,0 +1,106 @@
+#include "Media/RunPlan.h"
+
+#include "Core/Throw.h"
+#include "Media/EncoderSettings.h"
+#include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
+#include "Media/Paths.h"
+#include "Media/SoundEncoderChoice.h"
+
+#include <fmt/format.h>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/RunPlan";
+
+void CheckTime(RunPlan const& plan) {
+    RunOptions const& options = plan.options;
+    if (!options.at)
+        return;
+    auto const fail = [](std::string const& description) {
+        Core::Throw<OptionsException>({s_file, "void Tarsel::Media::CheckTime(const RunPlan &)"},
+                                      description);
+    };
+    if (!plan.container.isStill)
+        fail(fmt::format("A time ({} s) picks one picture, but {} is {}", *options.at, Quote(options.output),
+                         plan.container.isSound ? "sound" : "a film"));
+    if (!(*options.at >= 0 && *options.at < 1e9))
+        fail(fmt::format("{} s is no time in a film; legal: 0 to its end", *options.at));
+}
+
+AVCodec const* PlanVideoEncoder(RunPlan const& plan) {
+    RunOptions const& options = plan.options;
+    bool const hasUsual = plan.container.isStill || plan.container.format->video_codec != AV_CODEC_ID_NONE;
+    if (!hasUsual && options.videoEncoder.empty()) {
+        if (plan.NeedsPictures())
+            ThrowHoldsNoPictures(plan);
+        return nullptr;
+    }
+    AVCodec const& encoder = ChooseEncoder(plan.container, options.output, options.videoEncoder);
+    CheckEncoderOptions(encoder, options.videoEncoderOptions);
+    return &encoder;
+}
+
+AVCodec const* PlanSoundEncoder(RunPlan const& plan) {
+    RunOptions const& options = plan.options;
+    if (!plan.NeedsSound())
+        return nullptr;
+    if (!options.audioEncoder.empty()) {
+        AVCodec const& encoder =
+            ChooseNamedSoundEncoder(plan.container, options.output, options.audioEncoder);
+        CheckEncoderOptions(encoder, options.audioEncoderOptions);
+        return &encoder;
+    }
+    AVCodec const* const usual =
+        FindUsualSoundEncoder(plan.container, options.output, Conf::SampleFormats::S16, 16);
+    if (usual == nullptr)
+        Core::Throw<OptionsException>(
+            {s_file, "const AVCodec *Tarsel::Media::PlanSoundEncoder(const RunPlan &)"},
+            fmt::format("Cannot write {}: {} holds no sound", Quote(options.output),
+                        plan.container.isStill ? std::string("a picture")
+                                               : fmt::format("\"{}\"", plan.container.format->name)));
+    CheckEncoderOptions(*usual, options.audioEncoderOptions);
+    return nullptr;
+}
+
+} // namespace
+
+bool RunPlan::WantsVideoEncoder() const noexcept {
+    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at;
+}
+
+bool RunPlan::WantsSoundEncoder() const noexcept {
+    return !options.audioEncoder.empty() || !options.audioEncoderOptions.empty();
+}
+
+bool RunPlan::NeedsPictures() const noexcept {
+    return WantsVideoEncoder() || (options.makeVideoLane && !options.mayLackPictures);
+}
+
+bool RunPlan::NeedsSound() const noexcept {
+    return WantsSoundEncoder() || (options.makeSoundLane && !options.mayLackSound);
+}
+
+RunPlan MakeRunPlan(RunOptions const& options) {
+    CheckInputPath(options.input);
+    CheckOutputPath(options.output, options.input, options.overwrite);
+    RunPlan plan{options, ChooseContainer(options.output)};
+    plan.videoEncoder = PlanVideoEncoder(plan);
+    plan.soundEncoder = PlanSoundEncoder(plan);
+    CheckTime(plan);
+    return plan;
+}
+
+void ThrowHoldsNoPictures(RunPlan const& plan) {
+    Core::Throw<OptionsException>({s_file, "void Tarsel::Media::ThrowHoldsNoPictures(const RunPlan &)"},
+                                  fmt::format("Cannot write {}: \"{}\" holds no pictures",
+                                              Quote(plan.options.output), plan.container.format->name));
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Media/EncoderChoice.h"
+#include "Media/Run.h"
+
+struct AVCodec;
+
+namespace Tarsel::Media {
+
+/// What a run's options alone say of it.
+struct RunPlan {
+    RunOptions const& options;
+    Container container;
+    /// Null where the container has no usual one.
+    AVCodec const* videoEncoder = nullptr;
+    /// Null where it depends on the stream.
+    AVCodec const* soundEncoder = nullptr;
+
+    bool WantsVideoEncoder() const noexcept;
+    bool WantsSoundEncoder() const noexcept;
+    /// Whether there is no run without pictures, or without sound.
+    bool NeedsPictures() const noexcept;
+    bool NeedsSound() const noexcept;
+};
+
+/// Refuses whatever can be refused before the input is opened: paths, container, encoders and their options.
+/// `options` outlives the result. OptionsException, InputException, OutputException.
+RunPlan MakeRunPlan(RunOptions const& options);
+
+/// Says that the output holds no pictures. OptionsException.
+[[noreturn]] void ThrowHoldsNoPictures(RunPlan const& plan);
+
+} // namespace Tarsel::Media

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Core/RefCount.h"
+#include "Media/FFmpegOwners.h"
+#include "Media/SoundLine.h"
+#include "Proc/Interfaces/IDataAudio.h"
+#include "Proc/Wrappers/SafeFrame.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct AVStream;
+
+namespace Tarsel::Media {
+
+/// Decodes the packets of one sound stream into a line of blocks (see SoundLine), all of one format. One
+/// thread at a time.
+class SoundDecoder {
+public:
+    /// What is known of the stream is copied. InputException when it cannot be decoded.
+    explicit SoundDecoder(AVStream const& stream);
+    ~SoundDecoder();
+
+    Conf::SampleInfo const& GetFormat() const noexcept { return m_line->GetFormat(); }
+
+    /// Takes one packet, or null for the end. What cannot be decoded is skipped and counted, and becomes
+    /// silence. Before the next packet all blocks are received. MemoryException.
+    void Send(AVPacket const* packet);
+    /// The next block, with its time and duration in microseconds; null until another packet is sent.
+    SP<Proc::IDataAudio> Receive();
+
+    /// What the user should know of the decoding, one sentence each.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    bool Decode();
+    bool CountDamage(int error);
+
+    Ratio m_timeBase;
+    UniqueCodecContext m_context;
+    std::optional<SoundLine> m_line;
+    Proc::SafeFrame m_frame;
+    std::int64_t m_damaged = 0;
+    bool m_ended = false;
+};
+
+} // namespace Tarsel::Media

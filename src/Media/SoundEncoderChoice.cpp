@@ -1,0 +1,234 @@
+#include "Media/SoundEncoderChoice.h"
+
+#include "Core/Throw.h"
+#include "Media/FFmpegOwners.h"
+#include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
+#include "Media/SoundEncoder.h"
+#include "Media/SoundFormat.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/mem.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+using Conf::SampleFormats;
+
+constexpr char const* s_file = "Media/SoundEncoderChoice";
+
+/// The usual encoders of containers, best first; others get FFmpeg's own choice.
+struct UsualEncoders {
+    std::string_view container;
+    std::array<char const*, 2> encoders;
+};
+
+constexpr UsualEncoders s_usualEncoders[] = {
+    {"mp4", {"aac", nullptr}},          {"mov", {"aac", nullptr}},        {"ipod", {"aac", nullptr}},
+    {"matroska", {"aac", nullptr}},     {"flv", {"aac", nullptr}},        {"f4v", {"aac", nullptr}},
+    {"mpegts", {"aac", nullptr}},       {"3gp", {"aac", nullptr}},        {"3g2", {"aac", nullptr}},
+    {"webm", {"libopus", "libvorbis"}}, {"avi", {"libmp3lame", nullptr}}, {"ogg", {"libvorbis", "flac"}},
+};
+
+/// Codecs that films and sound files are made of.
+constexpr AVCodecID s_commonCodecs[] = {
+    AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,  AV_CODEC_ID_OPUS,    AV_CODEC_ID_VORBIS, AV_CODEC_ID_AC3,
+    AV_CODEC_ID_EAC3, AV_CODEC_ID_FLAC, AV_CODEC_ID_WAVPACK, AV_CODEC_ID_ALAC,   AV_CODEC_ID_TTA,
+};
+
+/// Codecs that hold the samples as they are.
+struct PlainCodec {
+    AVCodecID codec;
+    int bits;
+    bool isReal;
+};
+
+/// In the order in which they are tried.
+constexpr PlainCodec s_plainCodecs[] = {
+    {AV_CODEC_ID_PCM_U8, 8, false},     {AV_CODEC_ID_PCM_S8, 8, false},
+    {AV_CODEC_ID_PCM_S16LE, 16, false}, {AV_CODEC_ID_PCM_S16BE, 16, false},
+    {AV_CODEC_ID_PCM_S24LE, 24, false}, {AV_CODEC_ID_PCM_S24BE, 24, false},
+    {AV_CODEC_ID_PCM_S32LE, 32, false}, {AV_CODEC_ID_PCM_S32BE, 32, false},
+    {AV_CODEC_ID_PCM_F32LE, 32, true},  {AV_CODEC_ID_PCM_F32BE, 32, true},
+    {AV_CODEC_ID_PCM_F64LE, 64, true},  {AV_CODEC_ID_PCM_F64BE, 64, true},
+};
+
+/// Containers that take any codec, though players know a few in them.
+struct KnownCodecs {
+    std::string_view container;
+    std::array<AVCodecID, 8> codecs;
+};
+
+constexpr KnownCodecs s_knownCodecs[] = {
+    {"mpegts",
+     {AV_CODEC_ID_AAC, AV_CODEC_ID_AAC_LATM, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3, AV_CODEC_ID_AC3,
+      AV_CODEC_ID_EAC3, AV_CODEC_ID_DTS, AV_CODEC_ID_OPUS}},
+};
+
+/// Files of samples as they are: their tags for other codecs are dead letters.
+constexpr std::string_view s_plainContainers[] = {"wav", "w64", "rf64", "aiff", "au"};
+
+/// How an encoder is told a quality: what its makers, and listening tests, call transparent.
+struct Defaults {
+    AVCodecID codec;
+    /// A scale of its own, in FFmpeg's unit of 1/118; null: a rate.
+    char const* quality;
+    /// Bits a second of each channel, and of all at most.
+    int rate = 0;
+    int most = 0;
+};
+
+constexpr Defaults s_defaults[] = {
+    {AV_CODEC_ID_MP3, "236"},    // V2
+    {AV_CODEC_ID_VORBIS, "708"}, // q6
+    {AV_CODEC_ID_AAC, nullptr, 96000, 768000},
+    {AV_CODEC_ID_OPUS, nullptr, 80000, 640000},
+    {AV_CODEC_ID_AC3, nullptr, 112000, 640000},
+    {AV_CODEC_ID_EAC3, nullptr, 112000, 1024000},
+    {AV_CODEC_ID_MP2, nullptr, 128000, 256000},
+    {AV_CODEC_ID_WMAV1, nullptr, 96000, 192000},
+    {AV_CODEC_ID_WMAV2, nullptr, 96000, 192000},
+};
+
+/// Options by which a user sets the quality or the rate.
+constexpr std::string_view s_qualityKeys[] = {"b", "global_quality"};
+
+[[noreturn]] void ThrowNoEncoder(char const* signature, std::string const& description,
+                                 Core::CodePoint at = Core::CodePoint::Here()) {
+    Core::Throw<OptionsException>({s_file, signature, at}, description);
+}
+
+template <class List, class Value>
+bool Contains(List const& list, Value const& value) {
+    return std::find(std::begin(list), std::end(list), value) != std::end(list);
+}
+
+bool IsPlain(AVCodecID codec) noexcept {
+    return std::ranges::find(s_plainCodecs, codec, &PlainCodec::codec) != std::end(s_plainCodecs);
+}
+
+/// Whether files of the container, which takes the codec, are known to have such sound.
+bool IsKnownIn(std::string_view container, AVCodecID codec) {
+    if (Contains(s_plainContainers, container))
+        return av_get_exact_bits_per_sample(codec) > 0;
+    auto const* const row = std::ranges::find(s_knownCodecs, container, &KnownCodecs::container);
+    return row == std::end(s_knownCodecs) || Contains(row->codecs, codec);
+}
+
+/// Whether the muxer takes such a stream, alone. Writes to memory.
+bool TryHeader(AVOutputFormat const& format, AVCodecParameters const& parameters) {
+    AVFormatContext* made = nullptr;
+    avformat_alloc_output_context2(&made, &format, nullptr, nullptr);
+    UniqueFormat const context(CheckAllocated(made, "AVFormatContext"));
+    context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
+    AVStream& stream = *CheckAllocated(avformat_new_stream(made, nullptr), "AVStream");
+    if (avcodec_parameters_copy(stream.codecpar, &parameters) < 0 || avio_open_dyn_buf(&made->pb) < 0)
+        ThrowNoMemory("a trial of the header");
+    stream.codecpar->codec_tag = 0;
+    stream.time_base = {1, std::max(parameters.sample_rate, 1)};
+    int const error = avformat_write_header(made, nullptr);
+    std::uint8_t* written = nullptr;
+    avio_close_dyn_buf(made->pb, &written);
+    made->pb = nullptr;
+    av_free(written);
+    return error >= 0;
+}
+
+/// What the encoder makes of two channels, or of what it takes that is next to them.
+UniqueCodecParameters MakeParameters(AVCodec const& encoder, Container const& container) {
+    SoundEncoder const trial(
+        {&encoder, {}, container.format, {SampleFormats::S16, 48000, Conf::ChannelLayout::FromCount(2)}, 16});
+    UniqueCodecParameters parameters(CheckAllocated(avcodec_parameters_alloc(), "AVCodecParameters"));
+    if (avcodec_parameters_from_context(parameters.get(), &trial.GetContext()) < 0)
+        ThrowNoMemory("codec parameters");
+    return parameters;
+}
+
+/// Where FFmpeg's own choice for the container is a codec of samples as they are: the one for these.
+AVCodecID FitPlain(Container const& container, AVCodecID usual, SampleFormats format, int depth) {
+    if (!IsPlain(usual))
+        return usual;
+    constexpr int mostIntegerBits = 24;
+    bool const wantsReal = IsReal(format) && depth > mostIntegerBits;
+    auto const fits = [&](PlainCodec const& plain) {
+        return plain.isReal == wantsReal && plain.bits >= depth &&
+               avformat_query_codec(container.format, plain.codec, FF_COMPLIANCE_EXPERIMENTAL) == 1;
+    };
+    auto const found = std::ranges::find_if(s_plainCodecs, fits);
+    return found != std::end(s_plainCodecs) ? found->codec : usual;
+}
+
+} // namespace
+
+AVCodec const& ChooseNamedSoundEncoder(Container const& container, std::filesystem::path const& output,
+                                       std::string const& name) {
+    AVCodec const& encoder = FindNamedEncoder(name, true);
+    if (!CanHoldSound(container, *MakeParameters(encoder, container)))
+        ThrowNoEncoder("const AVCodec &Tarsel::Media::ChooseNamedSoundEncoder(const Container &, const "
+                       "std::filesystem::path &, const std::string &)",
+                       fmt::format("The encoder \"{}\" makes {}, which {} cannot hold", name,
+                                   avcodec_get_name(encoder.id), Quote(output.filename())));
+    return encoder;
+}
+
+AVCodec const* FindUsualSoundEncoder(Container const& container, std::filesystem::path const& output,
+                                     SampleFormats format, int depth) {
+    auto const usual = std::ranges::find(s_usualEncoders, std::string_view(container.format->name),
+                                         &UsualEncoders::container);
+    if (usual != std::end(s_usualEncoders))
+        for (char const* name : usual->encoders)
+            if (AVCodec const* const encoder = name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr)
+                return encoder;
+    AVCodecID const codec =
+        av_guess_codec(container.format, nullptr, output.c_str(), nullptr, AVMEDIA_TYPE_AUDIO);
+    if (container.isStill || codec == AV_CODEC_ID_NONE)
+        return nullptr;
+    AVCodec const* const encoder = avcodec_find_encoder(FitPlain(container, codec, format, depth));
+    if (encoder == nullptr)
+        ThrowNoEncoder("const AVCodec *Tarsel::Media::FindUsualSoundEncoder(const Container &, const "
+                       "std::filesystem::path &, SampleFormats, int)",
+                       fmt::format("There is no encoder for the sound of {}", Quote(output.filename())));
+    return encoder;
+}
+
+AVCodec const* FindSameSoundEncoder(Container const& container, AVCodecParameters const& input) {
+    bool const isCommon = Contains(s_commonCodecs, input.codec_id) || IsPlain(input.codec_id);
+    return isCommon && CanHoldSound(container, input) ? avcodec_find_encoder(input.codec_id) : nullptr;
+}
+
+bool CanHoldSound(Container const& container, AVCodecParameters const& stream) {
+    if (container.isStill)
+        return false;
+    int const answer = avformat_query_codec(container.format, stream.codec_id, FF_COMPLIANCE_EXPERIMENTAL);
+    if (answer == 0 || !IsKnownIn(container.format->name, stream.codec_id))
+        return false;
+    // Bare streams of one codec go out under the name of any.
+    bool const isBare = (container.format->flags & AVFMT_NOTIMESTAMPS) != 0;
+    return answer == 1 || stream.codec_id == container.format->audio_codec ||
+           (!isBare && TryHeader(*container.format, stream));
+}
+
+EncoderOptions ChooseSoundDefaults(AVCodec const& encoder, int channels, EncoderOptions const& users) {
+    bool const hasQuality = std::any_of(users.begin(), users.end(), [](auto const& option) {
+        return std::find(std::begin(s_qualityKeys), std::end(s_qualityKeys), option.first) !=
+               std::end(s_qualityKeys);
+    });
+    auto const row = std::ranges::find(s_defaults, encoder.id, &Defaults::codec);
+    if (hasQuality || row == std::end(s_defaults))
+        return {};
+    if (row->quality != nullptr)
+        return {{"flags", "+qscale"}, {"global_quality", row->quality}};
+    return {{"b", std::to_string(std::min(row->rate * channels, row->most))}};
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Conf/SampleInfo.h"
+#include "Media/EncoderChoice.h"
+
+struct AVCodecParameters;
+
+namespace Tarsel::Media {
+
+/// All of these may be called from any thread; codecs belong to FFmpeg and live for ever.
+
+/// The encoder of that name. OptionsException for a name that is none of an encoder for sound (near names are
+/// listed), or that the container cannot take.
+AVCodec const& ChooseNamedSoundEncoder(Container const& container, std::filesystem::path const& output,
+                                       std::string const& name);
+
+/// The usual encoder of the container for sound whose samples have that format and so many bits of sound;
+/// null where it takes none. OptionsException where there is no such encoder here.
+AVCodec const* FindUsualSoundEncoder(Container const& container, std::filesystem::path const& output,
+                                     Conf::SampleFormats format, int depth);
+
+/// One for the codec of the input's stream, where files are made of it and the container takes it: what was
+/// without loss stays so, and players know it already. Null elsewhere.
+AVCodec const* FindSameSoundEncoder(Container const& container, AVCodecParameters const& input);
+
+/// Whether the container takes a copy of the sound stream.
+bool CanHoldSound(Container const& container, AVCodecParameters const& stream);
+
+/// What the encoder is told before the user's options: a quality that shows no loss to the ear. Left out
+/// where the user's options have their own.
+EncoderOptions ChooseSoundDefaults(AVCodec const& encoder, int channels, EncoderOptions const& users);
+
+} // namespace Tarsel::Media

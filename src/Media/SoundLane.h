@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Conf/SampleInfo.h"
+#include "Core/Ratio.h"
+#include "Proc/Interfaces/IEffectStream.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace Tarsel::Media {
+
+/// A sound stream of the input.
+struct SoundStreamInfo {
+    /// Among the sound streams, from 0.
+    int number = 0;
+    /// Of the decoded blocks, all of them. One or two channels always have a mask; more of them have that of
+    /// the stream, or none.
+    Conf::SampleInfo format;
+    /// Seconds a tick of the stream's time stamps.
+    Ratio timeBase;
+    /// FFmpeg's name of the codec.
+    std::string codec;
+    /// As the file states it, "deu"; "" where it does not.
+    std::string language;
+    /// Why the stream cannot be copied as it is, "\"out.webm\" cannot hold aac"; "" when a null lane copies
+    /// it.
+    std::string copyObstacle;
+};
+
+/// The work on one sound stream.
+struct SoundLane {
+    /// Null: the stream is copied where it can be (SoundStreamInfo::copyObstacle is empty), else encoded anew
+    /// with a note, and left out with a note only where it cannot even be that. A lane is fed blocks of the
+    /// stream's format, each beginning where the one before ended. It hands out blocks at their own times;
+    /// up to 40 ms beside the end of the one before is taken for inexact, beyond that a gap becomes silence
+    /// and an overlap is cut.
+    std::unique_ptr<Proc::IEffectStreamAudio> lane;
+    /// Of the blocks that come out: what is encoded. Others are converted to it, with a note. Not looked at
+    /// without a lane.
+    Conf::SampleInfo output;
+};
+
+/// Makes the work on a sound stream: called once for each of the input, in order, before anything is written,
+/// on the thread that runs.
+using MakeSoundLane = std::function<SoundLane(SoundStreamInfo const&)>;
+
+} // namespace Tarsel::Media

@@ -1,0 +1,173 @@
+#include "Media/SoundTracks.h"
+
+#include "Core/Throw.h"
+#include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
+#include "Media/SoundEncoderChoice.h"
+#include "Media/SoundFormat.h"
+#include "Media/SoundStreams.h"
+#include "Media/Stopped.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// Containers whose sound starts with the file, whatever the times of its packets.
+bool StartsWithTheFile(AVOutputFormat const& format) {
+    constexpr std::string_view names[] = {"avi", "dv", "gxf", "mxf", "mxf_opatom"};
+    return std::find(std::begin(names), std::end(names), format.name) != std::end(names);
+}
+
+} // namespace
+
+SoundTracks::SoundTracks(RunPlan const& plan, InputStreams const& input, std::stop_token stop)
+    : m_plan(plan), m_input(input), m_stop(std::move(stop)), m_streams(input.context->nb_streams) {
+    int number = 0;
+    for (std::size_t i = 0; i < m_streams.size(); ++i) {
+        AVStream const& source = *input.context->streams[i];
+        if (source.codecpar->codec_type != AVMEDIA_TYPE_AUDIO || source.discard == AVDISCARD_ALL)
+            continue;
+        m_streams[i].isSound = true;
+        Add(m_streams[i], source, number++);
+    }
+}
+
+/// Decides what becomes of a sound stream.
+void SoundTracks::Add(Stream& stream, AVStream const& source, int number) {
+    RunOptions const& options = m_plan.options;
+    std::string const obstacle = DescribeCopyObstacle(source);
+    if (!options.makeSoundLane && obstacle.empty())
+        return;
+    std::unique_ptr<SoundDecoder> decoder;
+    try {
+        decoder = std::make_unique<SoundDecoder>(source);
+    } catch (InputException const& exception) {
+        stream.notes.push_back(std::string(exception.what()) + ".");
+        return;
+    }
+    SoundLane lane;
+    if (options.makeSoundLane)
+        lane = options.makeSoundLane(DescribeSound(source, number, decoder->GetFormat(), obstacle));
+    if (lane.lane == nullptr && obstacle.empty())
+        return;
+    if (lane.lane != nullptr && !IsComplete(lane.output))
+        Core::Throw<OptionsException>(
+            {"Media/SoundTracks", "void Tarsel::Media::SoundTracks::Add(Stream &, const AVStream &, int)"},
+            fmt::format("The lane for sound stream {} does not say what comes out of it", number));
+
+    bool const isWanted = lane.lane != nullptr || m_plan.WantsSoundEncoder();
+    std::unique_ptr<SoundEncoder> encoder;
+    try {
+        encoder = MakeEncoder(source, lane.lane != nullptr ? lane.output : decoder->GetFormat());
+    } catch (OptionsException const&) {
+        if (isWanted)
+            throw;
+    } catch (OutputException const&) {
+        if (isWanted)
+            throw;
+    }
+    if (encoder == nullptr)
+        return; // it is left out, and told so
+    if (!isWanted)
+        stream.notes.push_back(fmt::format("The sound was encoded anew: {}.", obstacle));
+    if (m_input.picture >= 0 && StartsWithTheFile(*m_plan.container.format))
+        encoder->StartAt(0);
+    stream.track = std::make_unique<SoundTrack>(std::move(decoder), std::move(lane.lane), std::move(encoder));
+}
+
+/// Why a copy will not do; "" when it will.
+std::string SoundTracks::DescribeCopyObstacle(AVStream const& source) const {
+    if (m_plan.WantsSoundEncoder())
+        return "the options ask for an encoder";
+    return CanHoldSound(m_plan.container, *source.codecpar)
+               ? std::string()
+               : fmt::format("{} cannot hold {}", Quote(m_plan.options.output.filename()),
+                             avcodec_get_name(source.codecpar->codec_id));
+}
+
+/// Null where the container holds no sound.
+std::unique_ptr<SoundEncoder> SoundTracks::MakeEncoder(AVStream const& source,
+                                                       Conf::SampleInfo const& format) const {
+    int const depth = GetDepth(*source.codecpar);
+    AVCodec const* encoder = m_plan.soundEncoder;
+    if (encoder == nullptr && !m_plan.WantsSoundEncoder())
+        encoder = FindSameSoundEncoder(m_plan.container, *source.codecpar);
+    if (encoder == nullptr)
+        encoder = FindUsualSoundEncoder(m_plan.container, m_plan.options.output, format.format, depth);
+    if (encoder == nullptr)
+        return nullptr;
+    return std::make_unique<SoundEncoder>(
+        SoundRequest{encoder, m_plan.options.audioEncoderOptions, m_plan.container.format, format, depth});
+}
+
+std::vector<SoundEncoder const*> SoundTracks::GetEncoders() const {
+    std::vector<SoundEncoder const*> encoders;
+    for (Stream const& stream : m_streams)
+        encoders.push_back(stream.track != nullptr ? &stream.track->GetEncoder() : nullptr);
+    return encoders;
+}
+
+std::vector<std::string> SoundTracks::GetEncoderNames() const {
+    std::vector<std::string> names;
+    for (Stream const& stream : m_streams)
+        if (stream.isSound)
+            names.emplace_back(stream.track != nullptr ? stream.track->GetEncoder().GetContext().codec->name
+                                                       : "");
+    return names;
+}
+
+TakePacket SoundTracks::MakeTaker(std::size_t index, Muxer& muxer) const {
+    return [this, index, &muxer](AVPacket& packet) {
+        if (m_stop.stop_requested())
+            throw Stopped();
+        packet.stream_index = static_cast<int>(index);
+        muxer.Write(packet, m_streams[index].track->GetEncoder().GetTimeBase());
+    };
+}
+
+void SoundTracks::Write(AVPacket& packet, Muxer& muxer) {
+    auto const index = static_cast<std::size_t>(packet.stream_index);
+    if (index >= m_streams.size() || m_streams[index].track == nullptr)
+        muxer.WriteCopied(packet);
+    else if (muxer.Takes(packet.stream_index))
+        m_streams[index].track->Feed(packet, MakeTaker(index, muxer));
+}
+
+void SoundTracks::End(Muxer& muxer) {
+    for (std::size_t i = 0; i < m_streams.size(); ++i)
+        if (m_streams[i].track != nullptr && muxer.Takes(static_cast<int>(i)))
+            m_streams[i].track->End(MakeTaker(i, muxer));
+}
+
+std::vector<std::string> SoundTracks::GetNotes() const {
+    auto const sounds = std::ranges::count(m_streams, true, &Stream::isSound);
+    std::vector<std::string> notes;
+    int number = 0;
+    for (Stream const& stream : m_streams) {
+        if (!stream.isSound)
+            continue;
+        // With several of them a note says which.
+        std::string const prefix = sounds > 1 ? fmt::format("Sound stream {}: ", number) : std::string();
+        ++number;
+        for (std::string const& note : stream.notes)
+            notes.push_back(prefix + note);
+        if (stream.track != nullptr)
+            for (std::string const& note : stream.track->GetNotes())
+                notes.push_back(prefix + note);
+    }
+    return notes;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Media/InputStreams.h"
+#include "Media/Muxer.h"
+#include "Media/RunPlan.h"
+#include "Media/SoundLane.h"
+#include "Media/SoundTrack.h"
+
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Media {
+
+/// The streams beside the picture on their way into the output: sound that is worked on or encoded anew
+/// passes its track, everything else is copied. One thread at a time.
+class SoundTracks {
+public:
+    /// Calls the maker of lanes for every sound stream. `plan` and `input` outlive this. OptionsException,
+    /// OutputException, and what the maker throws.
+    SoundTracks(RunPlan const& plan, InputStreams const& input, std::stop_token stop);
+
+    /// For each stream of the input; null: copied or left out.
+    std::vector<SoundEncoder const*> GetEncoders() const;
+    /// FFmpeg's names, one for each sound stream; "" for those that are copied or left out.
+    std::vector<std::string> GetEncoderNames() const;
+
+    /// Takes a packet of the input, with the times of its stream there. OutputException; exceptions of the
+    /// lanes; Stopped.
+    void Write(AVPacket& packet, Muxer& muxer);
+    /// No more packets. As Write.
+    void End(Muxer& muxer);
+
+    /// Once ended.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    /// What is known of one stream of the input.
+    struct Stream {
+        bool isSound = false;
+        std::unique_ptr<SoundTrack> track;
+        std::vector<std::string> notes;
+    };
+
+    void Add(Stream& stream, AVStream const& source, int number);
+    std::unique_ptr<SoundEncoder> MakeEncoder(AVStream const& source, Conf::SampleInfo const& format) const;
+    std::string DescribeCopyObstacle(AVStream const& source) const;
+    TakePacket MakeTaker(std::size_t index, Muxer& muxer) const;
+
+    RunPlan const& m_plan;
+    InputStreams const& m_input;
+    std::stop_token m_stop;
+    /// By their index in the input.
+    std::vector<Stream> m_streams;
+};
+
+} // namespace Tarsel::Media

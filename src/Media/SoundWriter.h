@@ -1,0 +1,60 @@
+#pragma once
+
+#include "Conf/SampleInfo.h"
+#include "Media/Api.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tarsel::Proc {
+class IDataAudio;
+}
+
+namespace Tarsel::Media {
+
+class SoundWriting;
+
+/// A sound file to be made.
+struct SoundFileOptions {
+    std::filesystem::path output;
+    /// An existing output may be replaced.
+    bool overwrite = false;
+    /// FFmpeg's encoder name; empty: the usual one of the container for blocks of the format.
+    std::string encoder;
+    /// Options of the encoder, key and value, in FFmpeg's words ("b", "192k").
+    std::vector<std::pair<std::string, std::string>> encoderOptions;
+    /// Of the blocks.
+    Conf::SampleInfo format;
+};
+
+/// What SoundWriter would refuse. For programs that have long work to do before. OptionsException,
+/// OutputException.
+TARSEL_MEDIA_API void CheckSoundFile(SoundFileOptions const& options);
+
+/// Writes blocks of sound into a file of its own. It appears under its name when it is published, and only
+/// then: otherwise the destructor leaves nothing behind. One thread at a time.
+class TARSEL_MEDIA_API SoundWriter {
+public:
+    /// OptionsException, OutputException.
+    explicit SoundWriter(SoundFileOptions const& options);
+    SoundWriter(SoundWriter const&) = delete;
+    SoundWriter& operator=(SoundWriter const&) = delete;
+    ~SoundWriter();
+
+    /// Appends a block; what its time says of gaps and overlaps is treated as SoundLane says, a block without
+    /// a time follows the one before. Others than of the format are converted, with a note. The block is
+    /// read, not kept. OutputException, EffectException.
+    void Write(Proc::IDataAudio const& block);
+    /// Ends the file and gives it its name; no more blocks. OutputException.
+    void Publish();
+    /// What the user should know, one sentence each.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    std::unique_ptr<SoundWriting> m_writing;
+};
+
+} // namespace Tarsel::Media

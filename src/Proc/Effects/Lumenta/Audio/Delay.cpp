@@ -1,0 +1,119 @@
+#include "Proc/Effects/Lumenta/Audio/Delay.h"
+
+#include "Core/Text.h"
+#include "Core/Throw.h"
+#include "Proc/Effects/Lumenta/Audio/DelayMemory.h"
+#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace Tarsel::Proc {
+namespace {
+
+using EchoActions = EffectActionsAudio<SettingsAudioEcho>;
+using ChorusActions = EffectActionsAudio<SettingsAudioChorus>;
+using ReverbActions = EffectActionsAudio<SettingsAudioReverb>;
+using Echo = SettingsAudioEcho::Echo;
+using Voice = SettingsAudioChorus::Voice;
+
+constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalAudio";
+
+/// As std::to_string writes it in the classic locale.
+std::string ToFixed(double value) {
+    return fmt::format("{:f}", value);
+}
+
+template <class List, class Transform>
+std::string Join(List const& list, Transform const& transform) {
+    return Core::Utils::ToString(list, "|", transform);
+}
+
+/// In milliseconds.
+float GetScaledDelay(SettingsAudioEcho const& settings, Echo const& echo) {
+    return settings.delayScale * static_cast<float>(echo.delay);
+}
+
+/// In milliseconds.
+float GetReverbDelay(SettingsAudioReverb const& settings) {
+    return settings.amount * 40.0F + 10.0F;
+}
+
+/// The filter refuses speeds of 0 and below itself.
+void CheckVoice(Voice const& voice, Conf::SampleInfo const& info, Core::Site const& site) {
+    if (voice.depth < 0)
+        Core::Throw<EffectException>(site, fmt::format("{} takes depths of 0 ms at least, not of {}",
+                                                       SettingsAudioChorus::CLASS_ID, voice.depth));
+    constexpr double rounded = 1.000001; // as the filter's float may be
+    if (info.rate > 0 && info.rate < voice.speed * rounded)
+        Core::Throw<EffectException>(
+            site, fmt::format("{} of {} Hz takes sound of more samples a second than that, not of {}",
+                              SettingsAudioChorus::CLASS_ID, voice.speed, info.rate));
+}
+
+} // namespace
+
+std::string EchoActions::GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
+    auto const& echos = settings.GetEchos();
+    std::ostringstream text = MakeClassicStream();
+    text << "aecho=in_gain=" << settings.inGain << ":out_gain=" << settings.outGain << ":delays="
+         << Join(echos, [&](Echo const& echo) { return ToFixed(GetScaledDelay(settings, echo)); })
+         << ":decays=" << Join(echos, [](Echo const& echo) { return ToFixed(echo.decay); });
+    return text.str();
+}
+
+void EchoActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo const& info) {
+    float longest = 0;
+    for (Echo const& echo : settings.GetEchos())
+        longest = std::max(longest, GetScaledDelay(settings, echo));
+    RequireDelayMemory(GetDelayLineBytes(info, longest), SettingsType::CLASS_ID,
+                       {s_file,
+                        "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioEcho>::CheckFormat("
+                        "const SettingsType &, const Conf::SampleInfo &)"});
+}
+
+std::string ChorusActions::GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
+    auto const& voices = settings.voices;
+    std::ostringstream text = MakeClassicStream();
+    text << "chorus=in_gain=" << settings.inGain << ":out_gain=" << settings.outGain
+         << ":delays=" << Join(voices, [](Voice const& voice) { return fmt::to_string(voice.delay); })
+         << ":decays="
+         << Join(voices,
+                 [&](Voice const& voice) { return ToFixed(voice.decay * double{settings.decayScale}); })
+         << ":speeds=" << Join(voices, [](Voice const& voice) { return ToFixed(voice.speed); })
+         << ":depths=" << Join(voices, [](Voice const& voice) { return ToFixed(voice.depth); });
+    return text.str();
+}
+
+void ChorusActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo const& info) {
+    Core::Site const site{s_file,
+                          "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioChorus>::CheckFormat("
+                          "const SettingsType &, const Conf::SampleInfo &)"};
+    Conf::SampleInfo inside = info;
+    inside.format = Conf::SampleFormats::FloatPlanar;
+    double longest = 0;
+    double tables = 0;
+    for (Voice const& voice : settings.voices) {
+        CheckVoice(voice, info, site);
+        longest = std::max(longest, voice.delay + voice.depth);
+        tables += GetWaveTableBytes(info, voice.speed, sizeof(int));
+    }
+    RequireDelayMemory(GetDelayLineBytes(inside, longest) + tables, SettingsType::CLASS_ID, site);
+}
+
+std::string ReverbActions::GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
+    std::ostringstream text = MakeClassicStream();
+    text << "aecho=in_gain=1.0:out_gain=0.7:delays=" << GetReverbDelay(settings) << ":decays=0.5";
+    return text.str();
+}
+
+void ReverbActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo const& info) {
+    RequireDelayMemory(GetDelayLineBytes(info, GetReverbDelay(settings)), SettingsType::CLASS_ID,
+                       {s_file,
+                        "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioReverb>::CheckFormat("
+                        "const SettingsType &, const Conf::SampleInfo &)"});
+}
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,51 @@
+#include "Proc/Effects/Lumenta/Audio/Equalizer.h"
+
+#include "Core/Text.h"
+#include "Proc/Algorithms/AudioAlg/AudioAlg.h"
+#include "Proc/Algorithms/AudioAlg/DataAudioRef.h"
+#include "Proc/Data/DataAudioFF.h"
+#include "Proc/Effects/Lumenta/FilterText.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace Tarsel::Proc {
+namespace {
+
+using EqualizerActions = EffectActionsAudio<SettingsAudioEqualizer>;
+using BandEq = SettingsAudioEqualizer::BandEq;
+
+bool IsReal(Conf::SampleFormats format) {
+    Conf::SampleFormats const planar = Conf::SampleFmtRecord::Find(format).planarCounterpart;
+    return planar == Conf::SampleFormats::FloatPlanar || planar == Conf::SampleFormats::DoublePlanar;
+}
+
+} // namespace
+
+std::string EqualizerActions::GetFFString(SettingsType const& settings, Conf::SampleInfo const& info) {
+    std::int32_t const nyquist = info.rate >> 1;
+    std::vector<std::string> filters;
+    for (BandEq const& band : settings.bands) {
+        if (band.frequency >= nyquist)
+            continue;
+        std::ostringstream text = MakeClassicStream();
+        text << "equalizer=f=" << band.frequency
+             << ":width_type=o:width=1:g=" << band.gain * double{settings.factor};
+        filters.push_back(text.str());
+    }
+    return Core::Utils::ToString(filters, ",", [](std::string const& filter) { return filter; });
+}
+
+void EqualizerActions::PostProcess(SettingsType const&, SP<IDataAudio>& data) {
+    if (!IsReal(data->GetSampleFormat()))
+        return;
+    SP<DataAudioFF> const clipped =
+        DataAudioFF::CreateBySampleCount(data->GetSampleInfo(), static_cast<int>(data->GetSampleCount()));
+    clipped->SetTime(data->GetTime());
+    clipped->SetDuration(data->GetDuration());
+    for (int plane = 0; plane < CountPlanes(*data); ++plane)
+        ClipAudio(GetPlaneRef(*clipped, plane), GetPlaneRef(*data, plane));
+    data = clipped;
+}
+
+} // namespace Tarsel::Proc

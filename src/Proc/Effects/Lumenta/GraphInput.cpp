@@ -1,0 +1,47 @@
+#include "Proc/Effects/Lumenta/GraphInput.h"
+
+#include "Core/Throw.h"
+#include "Proc/Effects/Lumenta/FrameFault.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
+#include "Proc/Wrappers/FrameFields.h"
+
+#include <fmt/format.h>
+
+#include <cstdint>
+
+extern "C" {
+#include <libavfilter/avfilter.h>
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Proc {
+
+void RequireFrameFor(AVFilterContext const& source, IDataVideo const& data, AVFrame const& frame,
+                     std::string_view name, std::string const& filter) {
+    auto const refuse = [&](std::string const& text, Core::CodePoint point = Core::CodePoint::Here()) {
+        Core::Throw<EffectException>(
+            {"Proc/Effects/Lumenta/GraphInput",
+             "void Tarsel::Proc::RequireFrameFor(const AVFilterContext &, const IDataVideo &, "
+             "const AVFrame &, std::string_view, const std::string &)",
+             point},
+            text, TagFilterText(filter));
+    };
+    if (std::string const fault = FindFrameFault(data, frame, name); !fault.empty())
+        refuse(fault);
+    auto const format = static_cast<int>(data.GetPixelFormat());
+    Conf::FrameInfo const info = data.GetFrameInfo();
+    AVFilterLink const& link = *source.outputs[0];
+    if (format != link.format || static_cast<std::int64_t>(info.width) != link.w ||
+        static_cast<std::int64_t>(info.height) != link.h)
+        refuse(fmt::format("{} is {} of {}x{} pixels but its filter was built for {} of {}x{}", name,
+                           PixelFormatText(format), info.width, info.height, PixelFormatText(link.format),
+                           link.w, link.h));
+}
+
+Conf::FrameInfo GetStatedInfo(IDataVideo const& data, AVFrame const& frame) {
+    bool const knowsAspect = frame.sample_aspect_ratio.num > 0 && frame.sample_aspect_ratio.den > 0;
+    return knowsAspect ? GetFrameInfo(frame) : Conf::WithDefinedAspect(data.GetFrameInfo());
+}
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,81 @@
+#include "Core/Throw.h"
+#include "Media/Run.h"
+#include "Tools/Tarsel/ExitCodes.h"
+#include "Tools/Tarsel/LaneMaker.h"
+#include "Tools/Tarsel/MediaArguments.h"
+#include "Tools/Tarsel/MediaWork.h"
+#include "Tools/Tarsel/Palettes.h"
+#include "Tools/Tarsel/Steps.h"
+#include "Tools/Tarsel/UsageException.h"
+#include "Tools/Tarsel/Verb.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Tools {
+namespace {
+
+struct PaletteArguments {
+    MediaArguments media;
+    int colours = 255;
+    bool dither = false;
+    std::string background;
+    std::optional<double> at;
+
+    std::string MakeSettings() const {
+        std::string settings = fmt::format("colours={} dither={:d}", colours, dither);
+        if (!background.empty())
+            settings += " \"background=" + background + '"';
+        return settings;
+    }
+};
+
+void MakePalettes(PaletteArguments const& arguments, Context const& context) {
+    MediaWork const work(arguments.media, context);
+    Media::RunOptions options = arguments.media.MakeRunOptions();
+    options.at = arguments.at;
+    LaneMaker maker(LoadEffects(context.options.plugin), context.log);
+    std::vector<PictureStep> const steps{MakePaletteStep(maker.GetEffects(), arguments.MakeSettings())};
+    if (!HoldsPalettes(options))
+        Core::Throw<UsageException>(
+            {"Tools/Tarsel/PaletteVerb",
+             "void Tarsel::Tools::MakePalettes(const PaletteArguments &, const Context &)"},
+            fmt::format("\"{}\" cannot hold palettes; .png, .gif, .bmp and .tiff can",
+                        options.output.filename().string()));
+    options.makeVideoLane = [&](Media::VideoStreamInfo const& stream) { return maker.Make(stream, steps); };
+    options.onProgress = work.ShowProgress();
+    Media::RunResult const result = Media::Run(options, work.GetStop());
+    work.Tell(result, maker.GetNotes());
+}
+
+} // namespace
+
+Verb AddPaletteVerb(CLI::App& app, CommonOptions& common) {
+    CLI::App* const command =
+        app.add_subcommand("palette", "Reduce pictures to a few colours")->group("Verbs");
+    auto const arguments = std::make_shared<PaletteArguments>();
+    arguments->media.AddTo(*command);
+    command
+        ->add_option("--colours,--colors", arguments->colours, "Colours of a picture beside black, 1 to 255")
+        ->option_text("N")
+        ->check(CLI::Range(1, 255));
+    command->add_flag("--dither", arguments->dither, "Spread the error over neighbouring pixels");
+    command->add_option("--background", arguments->background, "Colour behind transparent pixels, as ffffff")
+        ->option_text("COLOUR");
+    AddAtOption(*command, arguments->at);
+    common.AddTo(*command);
+    command->footer("Every picture gets a palette of its own. OUTPUT is a file that holds palettes: .png,\n"
+                    ".gif, .bmp, .tiff, or a film with --video-codec rawvideo.\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel palette photo.png small.png --colours 16 --dither\n"
+                    "  tarsel palette film.mp4 film.gif --colours 64");
+    return {command, [arguments](Context const& context) { MakePalettes(*arguments, context); }};
+}
+
+} // namespace Tarsel::Tools

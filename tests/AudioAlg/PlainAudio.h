@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+/// What the algorithms over samples are to give, one sample at a time, as it is written down and without a
+/// thought of speed. T is the type of a sample.
+namespace Tarsel::Proc::Plain {
+
+__extension__ using Wide = __int128;
+
+template <class T>
+T Clip(T s) {
+    if (std::isnan(s) || s < -1)
+        return -1;
+    return s > 1 ? T{1} : s;
+}
+
+inline std::int64_t Truncate(double value, int bits) {
+    if (std::isnan(value))
+        return 0;
+    double const limit = std::ldexp(1.0, bits - 1);
+    auto const largest = static_cast<std::int64_t>((std::uint64_t{1} << (bits - 1)) - 1);
+    if (value >= limit)
+        return largest;
+    return value < -limit ? -largest - 1 : static_cast<std::int64_t>(value);
+}
+
+/// The floor of a / 256.
+inline Wide FloorOf256ths(Wide a) {
+    return a >= 0 ? a / 256 : -((-a + 255) / 256);
+}
+
+template <class T>
+T Volumize(T s, double volume) {
+    if constexpr (std::is_floating_point_v<T>) {
+        double const v = static_cast<double>(s) * volume;
+        return static_cast<T>(Clip(v));
+    } else {
+        std::int64_t const factor = Truncate(std::fma(volume, 256.0, 0.5), sizeof(T) == 4 ? 64 : 32);
+        Wide const middle = std::is_same_v<T, std::uint8_t> ? 128 : 0;
+        Wide q = FloorOf256ths((Wide{s} - middle) * factor + 128);
+        if constexpr (std::is_same_v<T, std::uint8_t>)
+            q = static_cast<std::int16_t>(static_cast<std::uint64_t>(q) & 0xFFFF);
+        q += middle;
+        if (q < std::numeric_limits<T>::min())
+            return std::numeric_limits<T>::min();
+        return q > std::numeric_limits<T>::max() ? std::numeric_limits<T>::max() : static_cast<T>(q);
+    }
+}
+
+/// To the nearest, halves to even.
+inline double Round(double value) {
+    double const down = std::floor(value);
+    double const rest = value - down;
+    bool const isUp = rest == 0.5 ? std::fmod(down, 2) != 0 : rest > 0.5;
+    return isUp ? down + 1 : down;
+}
+
+template <class T>
+struct Voice {
+    T sample;
+    double volume;
+};
+
+template <class T>
+T Mix(std::vector<Voice<T>> const& voices) {
+    using Sum = std::conditional_t<sizeof(T) < 4, float, double>;
+    T const middle = std::is_same_v<T, std::uint8_t> ? T{128} : T{0};
+    Sum sum = 0;
+    for (auto const& [sample, volume] : voices) {
+        double const limited = std::isnan(volume) ? 0 : std::fmin(std::fmax(volume, -0x1p64), 0x1p64);
+        Sum const product = static_cast<Sum>(sample - middle) * static_cast<Sum>(limited);
+        sum = sum + product;
+    }
+    if constexpr (std::is_floating_point_v<T>) {
+        return static_cast<T>(Clip(sum));
+    } else {
+        double const value = Round(sum) + middle;
+        if (value < std::numeric_limits<T>::min())
+            return std::numeric_limits<T>::min();
+        return value > std::numeric_limits<T>::max() ? std::numeric_limits<T>::max() : static_cast<T>(value);
+    }
+}
+
+inline double ToReal(std::uint8_t s) {
+    return (s - 128) * 0.0078125;
+}
+inline double ToReal(std::int16_t s) {
+    return s / 32767.0;
+}
+inline double ToReal(std::int32_t s) {
+    return s / 2147483647.0;
+}
+inline double ToReal(double s) {
+    return s;
+}
+
+} // namespace Tarsel::Proc::Plain

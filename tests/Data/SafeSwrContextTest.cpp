@@ -1,0 +1,348 @@
+#include "Proc/Wrappers/SafeSwrContext.h"
+
+#include "Conf/FFmpegFormats.h"
+#include "Core/CoreExceptions.h"
+#include "Data/TestFrames.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
+#include "Support/Sound.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cmath>
+#include <numbers>
+#include <random>
+#include <string>
+#include <utility>
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/frame.h>
+#include <libswresample/swresample.h>
+}
+
+namespace Tarsel::Proc {
+
+namespace {
+
+using Conf::ChannelLayout;
+using Conf::SampleFormats;
+using Conf::SampleInfo;
+using namespace Tarsel::Test;
+
+constexpr ChannelLayout s_mono{0x4, 1};
+constexpr ChannelLayout s_stereo{0x3, 2};
+
+ChannelLayout Layout(char const* name) {
+    return ChannelLayout::FromName(name).value();
+}
+
+/// What a block becomes, as one whole stream.
+Channels Convert(SwrCtxParams const& params, IDataAudio const& block) {
+    SafeSwrContext converter(params);
+    Channels result;
+    for (auto const& part : {converter.Convert(*block.GetAVFrame()), converter.Flush()})
+        if (part)
+            AppendSound(result, **part);
+    return result;
+}
+
+TEST(SafeSwrContextTest, EveryFormatToEveryFormat) {
+    constexpr int samples = 1000;
+    for (std::uint32_t i = 0; i < 100; ++i) {
+        SampleInfo const from{static_cast<SampleFormats>(i / 10), 48000, Layout("3.0")};
+        SampleInfo const to{static_cast<SampleFormats>(i % 10), 48000, Layout("3.0")};
+        SCOPED_TRACE(SoundText(from) + " to " + SoundText(to));
+        SP<DataAudioFF> const block = MakeSoundNoise(from, samples);
+        Channels const result = Convert({from, to}, *block);
+        ASSERT_EQ(result.size(), 3U);
+        // To the nearest step, or to the one below; of what is representable nothing is lost.
+        double const fromStep = StepOf(from.format);
+        double const toStep = StepOf(to.format);
+        double const shortened = fromStep > 0 && toStep > fromStep ? toStep : toStep / 2;
+        bool const single =
+            Conf::SampleFmtRecord::Find(to.format).planarCounterpart == SampleFormats::FloatPlanar;
+        double const allowed =
+            fromStep >= toStep && fromStep > 0x1p-24 ? 0 : std::max(shortened, single ? 0x1p-24 : 0);
+        for (int channel = 0; channel < 3; ++channel) {
+            ASSERT_EQ(result[std::size_t(channel)].size(), std::size_t(samples));
+            for (int k = 0; k < samples; ++k)
+                ASSERT_NEAR(result[std::size_t(channel)][std::size_t(k)],
+                            GetSample(*block->GetAVFrame(), channel, k), allowed);
+        }
+    }
+}
+
+TEST(SafeSwrContextTest, ChannelsOfUnknownOrderKeepTheirPlaces) {
+    std::pair<ChannelLayout, ChannelLayout> const cases[] = {
+        {{0, 3}, {0, 3}}, {{0, 3}, Layout("3.0")}, {Layout("5.1"), {0, 6}}, {{0, 6}, Layout("5.1(side)")},
+        {{0, 1}, s_mono}, {{0, 12}, {0, 12}},
+    };
+    for (auto const& [from, to] : cases)
+        for (int const rate : {48000, 44100}) {
+            SCOPED_TRACE(from.GetName() + " to " + to.GetName());
+            SP<DataAudioFF> const block = MakeSound({SampleFormats::FloatPlanar, 48000, from}, 480,
+                                                    [](int channel, std::int64_t) { return channel / 16.; });
+            Channels const result =
+                Convert({block->GetSampleInfo(), {SampleFormats::Float, rate, to}}, *block);
+            ASSERT_EQ(result.size(), to.channels);
+            for (std::size_t channel = 0; channel < to.channels; ++channel)
+                EXPECT_THAT(result[channel], testing::Each(testing::DoubleNear(double(channel) / 16, 1e-4)));
+        }
+}
+
+/// Against libswresample's matrix, multiplied here.
+TEST(SafeSwrContextTest, MixesByTheDefaultMatrix) {
+    char const* const layouts[] = {"mono", "stereo", "2.1", "3.0", "quad", "5.0", "5.1", "5.1(side)", "7.1"};
+    constexpr int samples = 50;
+    constexpr double level = 0.5F * std::numbers::sqrt2_v<float>; // single as its option is
+    for (char const* fromName : layouts)
+        for (char const* toName : layouts)
+            for (SampleFormats const format : {SampleFormats::Double, SampleFormats::S32Planar}) {
+                SCOPED_TRACE(std::string(fromName) + " to " + toName);
+                ChannelLayout const from = Layout(fromName);
+                ChannelLayout const to = Layout(toName);
+                bool const isReal = format == SampleFormats::Double;
+                std::array<std::array<double, 64>, 64> matrix{}; // all of it is written
+                AVChannelLayout in = Conf::AVChannelLayoutFromTarsel(from);
+                AVChannelLayout out = Conf::AVChannelLayoutFromTarsel(to);
+                ASSERT_GE(swr_build_matrix2(&in, &out, level, level, 0, isReal ? INT_MAX : 1, 1,
+                                            matrix[0].data(), 64, AV_MATRIX_ENCODING_NONE, nullptr),
+                          0);
+                SP<DataAudioFF> const block = MakeSoundNoise({format, 48000, from}, samples);
+                Channels const result = Convert({block->GetSampleInfo(), {format, 48000, to}}, *block);
+                for (std::size_t channel = 0; channel < to.channels; ++channel)
+                    for (int k = 0; k < samples; ++k) {
+                        double expected = 0;
+                        for (int source = 0; source < from.channels; ++source)
+                            expected += matrix[channel][std::size_t(source)] *
+                                        GetSample(*block->GetAVFrame(), source, k);
+                        ASSERT_NEAR(result[channel][std::size_t(k)], expected, isReal ? 1e-12 : 0x1p-31);
+                    }
+            }
+}
+
+struct Rates {
+    int from;
+    int to;
+};
+constexpr Rates s_rates[] = {{44100, 48000}, {48000, 44100}, {8000, 192000}, {192000, 8000},
+                             {48000, 24000}, {44100, 44101}, {11025, 96000}, {1000, 256000}};
+
+/// Of any length, from below that of the filter on; and at its level, but for what the filter rings.
+TEST(SafeSwrContextTest, AsManySamplesAsTheTimeHas) {
+    for (auto const& [from, to] : s_rates) {
+        SampleInfo const in{SampleFormats::S16, from, s_stereo};
+        for (int const samples : {1, 2, 5, 16, 17, 31, 32, 33, 34, 40, 63, 100, 441, 528, 1000}) {
+            SCOPED_TRACE(testing::Message() << samples << " samples from " << from << " to " << to << " Hz");
+            auto const level = [](int channel, std::int64_t) { return channel == 0 ? 0.25 : -0.5; };
+            Channels const result =
+                Convert({in, {SampleFormats::S16, to, s_stereo}}, *MakeSound(in, samples, level));
+            auto const expected = std::size_t(std::llround(double(samples) * to / from));
+            ASSERT_EQ(result.empty() ? 0 : result[1].size(), expected);
+            for (std::size_t channel = 0; channel < result.size(); ++channel) {
+                auto const [least, most] = std::ranges::minmax(result[channel]);
+                EXPECT_NEAR(least, level(int(channel), 0), 0.1);
+                EXPECT_NEAR(most, level(int(channel), 0), 0.1);
+            }
+        }
+    }
+}
+
+/// A tone that both rates can carry is the same tone at the same times.
+TEST(SafeSwrContextTest, TheFilterDelaysNothing) {
+    for (auto const& [from, to] : s_rates) {
+        double const frequency = std::min(from, to) / 20.;
+        auto const tone = [&](double rate, double sample) {
+            return std::sin(2 * std::numbers::pi * frequency * sample / rate) / 2;
+        };
+        int const length = from / 10;
+        SampleInfo const in{SampleFormats::FloatPlanar, from, s_mono};
+        SP<DataAudioFF> const block =
+            MakeSound(in, length, [&, rate = from](int, std::int64_t k) { return tone(rate, double(k)); });
+        Channels const result = Convert({in, {SampleFormats::Double, to, s_mono}}, *block);
+        std::size_t const edge = result[0].size() / 3;
+        for (std::size_t k = edge; k < result[0].size() - edge; ++k)
+            ASSERT_NEAR(result[0][k], tone(to, double(k)), 2e-3)
+                << from << " to " << to << " Hz, sample " << k;
+    }
+}
+
+TEST(SafeSwrContextTest, BlocksOfAnyLengthGiveTheSameSamplesAtTheirTimes) {
+    struct {
+        SampleFormats from;
+        SampleFormats to;
+        ChannelLayout toLayout;
+    } const forms[] = {{SampleFormats::S16, SampleFormats::S16Planar, s_stereo},
+                       {SampleFormats::FloatPlanar, SampleFormats::Float, s_mono},
+                       {SampleFormats::U8, SampleFormats::Double, Layout("5.1")}};
+    constexpr std::int64_t start = 12'345'678;
+    constexpr std::int64_t jump = 3'000'000;
+    std::minstd_rand random;
+    for (Rates const& rates : s_rates)
+        for (auto const& form : forms) {
+            int const from = rates.from;
+            int const to = rates.to;
+            SCOPED_TRACE(SoundText({form.from, from, s_stereo}) + " to " +
+                         SoundText({form.to, to, form.toLayout}));
+            int const length = from / 4;
+            SP<DataAudioFF> const whole = MakeSoundNoise({form.from, from, s_stereo}, length);
+            whole->SetTime(start);
+            SwrCtxParams const params{whole->GetSampleInfo(), {form.to, to, form.toLayout}};
+            Channels const expected = Convert(params, *whole);
+
+            SafeSwrContext converter(params);
+            Channels result;
+            int const later = length / 2; // from there on times jump
+            auto const take = [&](std::optional<SafeFrame> const& block) {
+                if (!block)
+                    return;
+                std::size_t const first = result.empty() ? 0 : result[0].size();
+                bool const isLater = double(first) * from / to >= later;
+                EXPECT_NEAR(double((*block)->pts),
+                            double(start + (isLater ? jump : 0)) + double(first) * 1e6 / to, 1.01);
+                EXPECT_NEAR(double(DataAudioFF(**block).GetDuration()), (*block)->nb_samples * 1e6 / to,
+                            0.51);
+                AppendSound(result, **block);
+            };
+            for (int done = 0; done < length;) {
+                int const count =
+                    std::min({int(random() % 1200), length - done, done < later ? later - done : length});
+                SP<DataAudioFF> const block = CutSound(*whole, done, count);
+                if (done >= later)
+                    block->SetTime(block->GetTime() + jump);
+                take(converter.Convert(*block->GetAVFrame()));
+                done += count;
+            }
+            take(converter.Flush());
+            EXPECT_EQ(result, expected);
+        }
+}
+
+TEST(SafeSwrContextTest, TimesThatAreNotKnown) {
+    SampleInfo const in{SampleFormats::S16, 24000, s_mono};
+    SafeSwrContext converter({in, {SampleFormats::S16, 48000, s_mono}});
+    std::vector<std::int64_t> times;
+    // Blocks of 10 ms; the first sample that comes of a block lies 15 of the input's before it.
+    for (std::int64_t const time :
+         {AV_NOPTS_VALUE, std::int64_t{10'000}, AV_NOPTS_VALUE, std::int64_t{90'000}}) {
+        SP<DataAudioFF> const block = MakeSoundNoise(in, 240);
+        block->SetTime(time);
+        times.push_back((*converter.Convert(*block->GetAVFrame()))->pts);
+    }
+    EXPECT_EQ(times[0], AV_NOPTS_VALUE);
+    EXPECT_EQ(times[1], AV_NOPTS_VALUE);
+    EXPECT_NEAR(double(times[2]), 20'000 - 16 * 1e6 / 24000, 200);
+    EXPECT_NEAR(double(times[3]), 30'000 - 16 * 1e6 / 24000, 200);
+    EXPECT_GT(converter.Flush().value()->pts, 99'000);
+}
+
+TEST(SafeSwrContextTest, AfterTheRestAnotherStreamBegins) {
+    SampleInfo const in{SampleFormats::Float, 44100, s_stereo};
+    SP<DataAudioFF> const block = MakeSoundNoise(in, 1000);
+    SafeSwrContext converter({in, {SampleFormats::S16, 48000, s_stereo}});
+    EXPECT_FALSE(converter.Flush());
+    Channels streams[2];
+    for (std::int64_t const time : {5'000'000, 70}) {
+        block->SetTime(time);
+        SafeFrame const first = converter.Convert(*block->GetAVFrame()).value();
+        SafeFrame const rest = converter.Flush().value();
+        EXPECT_EQ(first->pts, time);
+        EXPECT_FALSE(converter.Flush());
+        AppendSound(streams[time == 70 ? 1 : 0], *first);
+        AppendSound(streams[time == 70 ? 1 : 0], *rest);
+    }
+    EXPECT_EQ(streams[0], streams[1]);
+    block->SetTime(AV_NOPTS_VALUE);
+    EXPECT_EQ(converter.Convert(*block->GetAVFrame()).value()->pts, AV_NOPTS_VALUE);
+    EXPECT_TRUE(converter.Flush());
+    EXPECT_FALSE(converter.Convert(*DataAudioFF::CreateBySampleCount(in, 0)->GetAVFrame()));
+    EXPECT_FALSE(converter.Flush());
+}
+
+TEST(SafeSwrContextTest, RefusalsNameBothSides) {
+    SampleInfo const good{SampleFormats::S16, 48000, s_stereo};
+    struct {
+        SampleInfo from;
+        SampleInfo to;
+        char const* text;
+    } const cases[] = {
+        {good,
+         {},
+         "Cannot convert sound from 48000 Hz s16 stereo to unknown rate unknown format unknown layout"},
+        {{SampleFormats::U8, 0, s_mono},
+         good,
+         "Cannot convert sound from unknown rate u8 mono to 48000 Hz s16 stereo"},
+        {good,
+         {SampleFormats::S16, 48000, {0, 9}},
+         "Cannot convert sound from 48000 Hz s16 stereo to 48000 Hz s16 9 channels"},
+        {good,
+         {SampleFormats::S16, 48000, {0x7, 2}},
+         "Cannot convert sound from 48000 Hz s16 stereo to 48000 Hz s16 3.0"},
+        {good,
+         {SampleFormats::FloatPlanar, 187, s_stereo},
+         "Cannot convert sound from 48000 Hz s16 stereo to 187 Hz fltp stereo: one rate is more than 256 "
+         "times the other"},
+    };
+    for (auto const& example : cases)
+        EXPECT_THAT(
+            [&] {
+                SafeSwrContext({example.from, example.to});
+            },
+            testing::ThrowsMessage<EffectException>(example.text));
+}
+
+TEST(SafeSwrContextTest, ConvertsOnlyWhatItWasMadeFor) {
+    SampleInfo const in{SampleFormats::S16Planar, 48000, s_stereo};
+    SwrCtxParams const params{in, {SampleFormats::Float, 44100, s_stereo}};
+    SafeSwrContext converter(params);
+    EXPECT_EQ(converter.GetParams(), params);
+    SP<DataAudioFF> const other = MakeSoundNoise({SampleFormats::S16Planar, 48000, s_mono}, 10);
+    EXPECT_THAT([&] { converter.Convert(*other->GetAVFrame()); },
+                testing::ThrowsMessage<EffectException>(
+                    "Cannot convert sound from 48000 Hz s16p mono to 44100 Hz flt "
+                    "stereo: the converter is for 48000 Hz s16p stereo"));
+    SP<DataAudioFF> const block = MakeSoundNoise(in, 500);
+    SafeFrame lying = SafeFrame::Reference(*block->GetAVFrame());
+    lying->nb_samples = 1000;
+    EXPECT_THAT([&] { converter.Convert(*lying); },
+                testing::ThrowsMessage<EffectException>(
+                    "A block of sound said to be of 1000 samples of 48000 Hz s16p stereo holds fewer"));
+    lying = SafeFrame::Reference(*block->GetAVFrame());
+    lying->data[1] = nullptr;
+    EXPECT_THROW(converter.Convert(*lying), EffectException);
+
+    SafeSwrContext moved(std::move(converter));
+    EXPECT_FALSE(converter);
+    EXPECT_THAT([&] { converter.Convert(*block->GetAVFrame()); },
+                testing::ThrowsMessage<EffectException>("The converter of sound is empty"));
+    EXPECT_THROW(converter.Flush(), EffectException);
+    EXPECT_TRUE(moved.Convert(*block->GetAVFrame()));
+}
+
+TEST(SafeSwrContextTest, GoesOnAfterMemoryRanOut) {
+    SampleInfo const in{SampleFormats::S16, 44100, s_stereo};
+    SwrCtxParams const params{in, {SampleFormats::Float, 48000, s_stereo}};
+    SP<DataAudioFF> const block = MakeSoundNoise(in, 5000);
+    {
+        AllocationLimit const limit(64);
+        EXPECT_THROW(SafeSwrContext{params}, Core::MemoryException);
+    }
+    SafeSwrContext converter(params);
+    converter.Convert(*block->GetAVFrame());
+    for (std::size_t bytes = 64; bytes < 40000; bytes *= 2) {
+        AllocationLimit const limit(bytes);
+        EXPECT_THROW(converter.Convert(*block->GetAVFrame()), Core::MemoryException) << bytes;
+    }
+    Channels result;
+    AppendSound(result, *converter.Convert(*block->GetAVFrame()).value());
+    AppendSound(result, *converter.Flush().value());
+    EXPECT_EQ(result, Convert(params, *block));
+}
+
+} // namespace
+
+} // namespace Tarsel::Proc

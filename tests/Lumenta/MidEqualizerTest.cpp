@@ -1,0 +1,357 @@
+#include "Proc/Effects/Lumenta/MidEqualizerFF.h"
+
+#include "AllocationLimit.h"
+#include "Conf/FormatCodecVideo.h"
+#include "Conf/PixFmtDescription.h"
+#include "Frames.h"
+#include "Proc/Interfaces/IEffectDetails.h"
+#include "Proc/Settings/Orientation.h"
+#include "Support/Process.h"
+#include "Support/TempFolder.h"
+#include "Support/Watch.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <stdexcept>
+#include <typeinfo>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using Conf::PixFmt;
+using Conf::PixFmtDescription;
+using Proc::IDataVideo;
+using Proc::MidEqualizerFF;
+using Proc::SettingsEffectMidEqualizer;
+
+constexpr char const* s_file = "Proc/Effects/Lumenta/MidEqualizerFF";
+constexpr char const* s_process = "virtual void Tarsel::Proc::MidEqualizerFF::Process(SP<DataType> &, "
+                                  "const SP<const DataType> &)";
+
+SettingsEffectMidEqualizer MakeSettings(std::int32_t planes) {
+    SettingsEffectMidEqualizer settings;
+    settings.planes = planes;
+    return settings;
+}
+
+PixFmt GetFormat(char const* name) {
+    return PixFmtDescription::FindByName(name).value();
+}
+
+/// Frames of one time, which goes on with each pair.
+struct Pair {
+    explicit Pair(PixFmt format = PixFmt::YUV420P, Conf::FrameInfo const& firstInfo = s_small,
+                  Conf::FrameInfo const& secondInfo = s_small) {
+        static std::int64_t time = 0;
+        time += 40000;
+        first = data = MakeFrame(format, firstInfo, time, 40000, 1);
+        // Darker, so that every plane of the first changes.
+        second = MakeFrame(format, secondInfo, time, 40000, 2);
+        for (int plane = 0; plane < PixFmtDescription::Find(format).GetPlaneCount(); ++plane) {
+            Proc::WritablePlane const to = second->GetWritablePlane(plane);
+            for (std::uint32_t y = 0; y < to.rows; ++y)
+                for (std::size_t x = 0; x < to.rowBytes; ++x)
+                    to.data[y * to.lineSize + static_cast<std::ptrdiff_t>(x)] /= 2;
+        }
+    }
+
+    /// Bit n for each plane n that is not as it was.
+    int GetChanged() const {
+        Pixels const before = GetPixels(*first);
+        Pixels const after = GetPixels(*data);
+        int changed = 0;
+        for (std::size_t plane = 0; plane < before.size(); ++plane)
+            changed |= before[plane] != after.at(plane) ? 1 << plane : 0;
+        return changed;
+    }
+
+    SP<IDataVideo> first;
+    SP<IDataVideo> second;
+    SP<IDataVideo> data;
+};
+
+TEST(MidEqualizer, StartsAsIsSaid) {
+    SP<Proc::ITwoInputEffectVideo> const effect = Proc::CreateEffectMidequalizer({}, {});
+    EXPECT_EQ(effect->GetRefCount(), 1);
+    EXPECT_EQ(effect->GetInputFrameType(), 1);
+    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(SettingsEffectMidEqualizer()));
+    auto const& own = dynamic_cast<MidEqualizerFF const&>(*effect);
+    EXPECT_EQ(own.GetFFString(), "midequalizer=planes=15");
+    EXPECT_EQ(own.Describe(Conf::FormatCodecVideo(PixFmt::YUV420P, s_small)), "midequalizer=planes=15");
+}
+
+TEST(MidEqualizer, HasNoPropertySettings) {
+    MidEqualizerFF* const effect = new MidEqualizerFF;
+    SP<Proc::ITwoInputEffectVideo> const holder(effect);
+    auto const expect = [](Failure const& failure, char const* function) {
+        EXPECT_EQ(failure.text, "not implemented");
+        EXPECT_EQ(failure.file, s_file);
+        EXPECT_EQ(failure.function, function);
+        EXPECT_TRUE(failure.hasStack);
+    };
+    expect(Catch<std::logic_error>([&] { (void)effect->GetSettings(); }),
+           "virtual Core::Property Tarsel::Proc::MidEqualizerFF::GetSettings() const");
+    expect(Catch<std::logic_error>([&] { effect->SetSettings(Core::Property()); }),
+           "virtual void Tarsel::Proc::MidEqualizerFF::SetSettings(const Core::Property &)");
+    EXPECT_THROW(effect->SetSettings(Proc::SettingsEffectFlip()), std::bad_cast);
+}
+
+TEST(MidEqualizer, NewMaskWaitsForTheNextGraph) {
+    auto const effect = MakeSP<MidEqualizerFF>();
+    LogWatch log(31);
+    auto const run = [&](PixFmt format, Conf::FrameInfo const& first, Conf::FrameInfo const& second) {
+        Pair pair(format, first, second);
+        effect->Process(pair.data, pair.second);
+        return pair.GetChanged();
+    };
+    auto const logged = [](int planes) {
+        return std::vector<std::string>{
+            "MidEqualizerFF.cpp: ffmpeg video filter settings: midequalizer=planes=" +
+            std::to_string(planes)};
+    };
+    using Lines = std::vector<std::string>;
+    constexpr Conf::FrameInfo other{32, 48, 1, 1};
+    EXPECT_EQ(run(PixFmt::YUV420P, s_small, s_small), 0b111);
+    EXPECT_EQ(log.Take(), logged(15));
+    effect->SetSettings(MakeSettings(1));
+    EXPECT_EQ(effect->GetFFString(), "midequalizer=planes=1");
+    EXPECT_EQ(run(PixFmt::YUV420P, s_small, s_small), 0b111);
+    EXPECT_EQ(log.Take(), Lines());
+    effect->Reset();
+    EXPECT_EQ(run(PixFmt::YUV420P, s_small, s_small), 0b001);
+    EXPECT_EQ(log.Take(), logged(1));
+
+    // Each pair that the graph was not built for.
+    int planes = 2;
+    for (auto const& [format, first, second] :
+         {std::tuple(PixFmt::YUV444P, s_small, s_small), std::tuple(PixFmt::YUV444P, other, s_small),
+          std::tuple(PixFmt::YUV444P, Conf::FrameInfo{32, 48, 4, 3}, s_small),
+          std::tuple(PixFmt::YUV444P, Conf::FrameInfo{32, 48, 4, 3}, other)}) {
+        effect->SetSettings(MakeSettings(planes));
+        EXPECT_EQ(run(format, first, second), planes);
+        EXPECT_EQ(log.Take(), logged(planes));
+        EXPECT_EQ(run(format, first, second), planes);
+        EXPECT_EQ(log.Take(), Lines());
+        planes = 6 - planes;
+    }
+}
+
+TEST(MidEqualizer, RefusedPairsStayAsTheyAre) {
+    struct Case {
+        char const* name;
+        void (*spoil)(Pair&);
+        std::string text;
+    };
+    auto const setMatrix = [](Pair& pair) { pair.second->GetAVFrame()->colorspace = AVCOL_SPC_BT709; };
+    auto const setRange = [](Pair& pair) { pair.first->GetAVFrame()->color_range = AVCOL_RANGE_MPEG; };
+    auto const setPrimaries = [](Pair& pair) { pair.first->GetAVFrame()->color_primaries = AVCOL_PRI_BT709; };
+    std::string const spaces = "Both frames must have the same color space to operate";
+    std::string const depth = "midequalizer takes samples of 0 to 1023 in yuv420p10le frames; "
+                              "plane 0 has higher ones";
+    PixFmt const deep = GetFormat("yuv420p10le");
+    auto const effect = MakeSP<MidEqualizerFF>();
+    LogWatch log(31);
+    std::uint64_t pairs = 0;
+    auto const expect = [&](Pair pair, std::string const& text, char const* file, char const* function) {
+        Failure const failure = Catch<Exception>([&] { effect->Process(pair.data, pair.second); });
+        EXPECT_EQ(failure.text, text);
+        EXPECT_EQ(failure.file, file);
+        EXPECT_EQ(failure.function, function);
+        EXPECT_TRUE(failure.hasStack);
+        EXPECT_EQ(pair.data, pair.first);
+        // The graph was built all the same, and is used.
+        log.Take();
+        Pair next(pair.first->GetPixelFormat());
+        effect->Process(next.data, next.second);
+        EXPECT_NE(next.GetChanged(), 0);
+        EXPECT_TRUE(log.Take().empty());
+        EXPECT_EQ(effect->GetPairCount(), ++pairs);
+    };
+    for (auto const spoil : {+setMatrix, +setRange, +setPrimaries}) {
+        Pair pair;
+        spoil(pair);
+        expect(pair, spaces, s_file, s_process);
+    }
+    Pair pair(deep);
+    pair.first = pair.data = MakeOverfullFrame(deep);
+    expect(pair, depth, s_file, s_process);
+    pair = Pair(deep);
+    pair.second = MakeOverfullFrame(deep);
+    expect(pair, depth, s_file, s_process);
+
+    pair = Pair();
+    pair.second = MakeFrame(PixFmt::YUV444P);
+    Failure const failure = Catch([&] { effect->Process(pair.data, pair.second); });
+    EXPECT_EQ(failure.text,
+              "Second frame is yuv444p of 64x48 pixels but its filter was built for yuv420p of 64x48");
+    EXPECT_EQ(pair.data, pair.first);
+}
+
+TEST(MidEqualizer, ExceptionOfColourSpacesIsTheBase) {
+    Pair pair;
+    pair.second->GetAVFrame()->colorspace = AVCOL_SPC_BT709;
+    try {
+        MakeSP<MidEqualizerFF>()->Process(pair.data, pair.second);
+        FAIL();
+    } catch (Exception const& exception) {
+        EXPECT_EQ(dynamic_cast<Proc::ProcException const*>(&exception), nullptr);
+    }
+}
+
+TEST(MidEqualizer, NullsPassUntouched) {
+    auto const effect = MakeSP<MidEqualizerFF>();
+    Pair pair;
+    EXPECT_EQ(CountGraphs([&] { effect->Process(pair.data, nullptr); }), 0);
+    EXPECT_EQ(pair.data, pair.first);
+    pair.data = nullptr;
+    effect->Process(pair.data, pair.second);
+    EXPECT_EQ(pair.data, nullptr);
+    EXPECT_EQ(effect->GetPairCount(), 0U);
+    EXPECT_THROW((void)effect->ProcessData({pair.first}), std::logic_error);
+    EXPECT_NE(effect->ProcessData({pair.first, pair.second}), pair.first);
+    EXPECT_EQ(effect->GetPairCount(), 1U);
+}
+
+TEST(MidEqualizer, FailedGraphIsBuiltAnew) {
+    auto const effect = MakeSP<MidEqualizerFF>();
+    Pair first;
+    effect->Process(first.data, first.second);
+    Pair second;
+    Catch([&] {
+        AllocationLimit const limit(2000);
+        effect->Process(second.data, second.second);
+    });
+    EXPECT_EQ(second.data, second.first);
+    EXPECT_EQ(CountGraphs([&] { effect->Process(second.data, second.second); }), 1);
+    EXPECT_EQ(second.GetChanged(), 0b111);
+}
+
+TEST(MidEqualizer, FormatsAreAskedForOnce) {
+    auto const effect = MakeSP<MidEqualizerFF>();
+    effect->SetSettings(MakeSettings(9)); // a text that no other test has asked about
+    auto const ask = [&](char const* input, char const* expected) {
+        SP<Conf::IFormatCodecVideo> codec =
+            MakeSP<Conf::FormatCodecVideo>(GetFormat(input), Conf::FrameInfo{64, 48, 4, 3});
+        int const graphs = CountGraphs([&] { effect->UpdateFormatCodec(codec); });
+        EXPECT_EQ(PixFmtDescription::Find(codec->GetPixelFormat()).GetName(), expected);
+        EXPECT_EQ(codec->GetFrameInfo(), (Conf::FrameInfo{64, 48, 4, 3}));
+        return graphs;
+    };
+    EXPECT_EQ(ask("rgb24", "gbrp"), 1);
+    EXPECT_EQ(ask("rgb24", "gbrp"), 0);
+    EXPECT_EQ(ask("nv12", "yuv420p"), 1);
+    effect->SetSettings(MakeSettings(11));
+    EXPECT_EQ(ask("rgb24", "gbrp"), 1);
+
+    // A graph that is there answers for what it was built for, and for nothing else.
+    effect->SetSettings(MakeSettings(13));
+    Pair pair(GetFormat("yuyv422"), {64, 48, 4, 3});
+    effect->Process(pair.data, pair.second);
+    EXPECT_EQ(pair.data->GetPixelFormat(), PixFmt::YUV422P);
+    EXPECT_EQ(ask("rgb24", "gbrp"), 1);
+    EXPECT_EQ(ask("yuyv422", "yuv422p"), 0);
+    effect->SetSettings(MakeSettings(10)); // waits for the next graph
+    EXPECT_EQ(ask("yuyv422", "yuv422p"), 1);
+}
+
+/// As the ffmpeg program writes raw video.
+std::string GetRaw(IDataVideo const& data) {
+    std::string raw;
+    for (auto const& plane : GetPixels(data))
+        raw.append(plane.begin(), plane.end());
+    return raw;
+}
+
+TEST(MidEqualizer, GivesTheBitsOfTheFFmpegProgram) {
+    constexpr std::uint32_t frames = 3;
+    constexpr Conf::FrameInfo secondInfo{33, 27, 1, 1};
+    TempFolder const folder;
+    for (char const* const name : {"yuv420p", "yuvj420p", "yuva444p", "gray", "nv12", "rgba", "yuv410p",
+                                   "yuv422p10le", "gbrp12le", "yuv420p12le"})
+        for (int const planes : {15, 5}) {
+            SCOPED_TRACE(name + std::string(" ") + std::to_string(planes));
+            auto const effect = MakeSP<MidEqualizerFF>();
+            effect->SetSettings(MakeSettings(planes));
+            std::ofstream firsts(folder / "first.raw", std::ios::binary);
+            std::ofstream seconds(folder / "second.raw", std::ios::binary);
+            std::string raw;
+            PixFmt format = PixFmt::None;
+            for (std::uint32_t i = 0; i < frames; ++i) {
+                Pair pair(GetFormat(name), s_small, secondInfo);
+                firsts << GetRaw(*pair.first);
+                seconds << GetRaw(*pair.second);
+                effect->Process(pair.data, pair.second);
+                ASSERT_NE(pair.data, nullptr);
+                raw += GetRaw(*pair.data);
+                format = pair.data->GetPixelFormat();
+            }
+            firsts.close();
+            seconds.close();
+            std::vector<std::string> command{"ffmpeg", "-nostdin", "-v", "error"};
+            for (auto const& [file, size] :
+                 {std::pair("first.raw", "64x48"), std::pair("second.raw", "33x27")})
+                command.insert(command.end(), {"-f", "rawvideo", "-pix_fmt", name, "-s", size, "-r", "25",
+                                               "-i", folder / file});
+            command.insert(command.end(), {"-filter_complex_threads", "1", "-filter_complex",
+                                           "midequalizer=planes=" + std::to_string(planes), "-pix_fmt",
+                                           PixFmtDescription::Find(format).GetName(), "-f", "rawvideo", "-"});
+            std::string const expected = RunForOutput(command);
+            EXPECT_EQ(raw.size(), expected.size());
+            EXPECT_TRUE(raw == expected);
+        }
+}
+
+TEST(MidEqualizer, TraitsAreTrue) {
+    auto const effect = MakeSP<MidEqualizerFF>();
+    std::map<std::string, std::pair<bool, bool>> seen; // kept, lost
+    for (char const* const name : s_formatKinds) {
+        Pair pair(GetFormat(name));
+        PixFmtDescription const& in = PixFmtDescription::Find(GetFormat(name));
+        for (SP<IDataVideo> const& frame : {pair.first, pair.second})
+            if (!in.IsRgb())
+                frame->GetAVFrame()->color_range = AVCOL_RANGE_JPEG;
+        effect->Process(pair.data, pair.second);
+        ASSERT_NE(pair.data, nullptr) << name; // nothing is held back
+        PixFmtDescription const& out = PixFmtDescription::Find(pair.data->GetPixelFormat());
+        auto const note = [&](char const* trait, bool had, bool has) {
+            if (had)
+                (has ? seen[trait].first : seen[trait].second) = true;
+        };
+        note("alpha", in.HasAlpha(), out.HasAlpha());
+        note("depth", in.GetDepth() > 8, out.GetDepth() >= in.GetDepth());
+        note("range", !in.IsRgb(), out.IsFullRange(pair.data->GetColorSpace()));
+        note("size", true, pair.data->GetFrameInfo() == s_small);
+    }
+    Proc::EffectTraits const& traits = effect->GetTraits();
+    for (auto const& [name, keeps] : {std::pair("alpha", traits.alpha), std::pair("depth", traits.depth),
+                                      std::pair("range", traits.range), std::pair("size", traits.size)}) {
+        auto const [kept, lost] = seen[name];
+        EXPECT_EQ(GetName(keeps), GetName(!lost  ? Proc::Keeps::Always
+                                          : kept ? Proc::Keeps::Sometimes
+                                                 : Proc::Keeps::Never))
+            << name;
+    }
+}
+
+// No pair brings the process down or goes past the end of a frame, however small.
+TEST(MidEqualizer, TakesAnySize) {
+    constexpr Conf::FrameInfo sizes[]{
+        {1, 1, 1, 1}, {1, 7, 1, 1}, {2, 1, 1, 1}, {17, 3, 1, 1}, {65, 33, 1, 1}};
+    for (char const* const name : {"yuv420p", "yuv410p", "yuva444p", "gray10le", "gbrap", "nv12", "pal8"})
+        for (Conf::FrameInfo const& first : sizes)
+            for (Conf::FrameInfo const& second : sizes) {
+                Pair pair(GetFormat(name), first, second);
+                MakeSP<MidEqualizerFF>()->Process(pair.data, pair.second);
+                ASSERT_NE(pair.data, nullptr);
+                EXPECT_EQ(pair.data->GetFrameInfo(), first) << name;
+            }
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,351 @@
+#include "Conf/FormatCodecAudio.h"
+#include "Conf/FormatCodecVideo.h"
+#include "Proc/Data/DataAudioFF.h"
+#include "Proc/Effects/Lumenta/ResampleFF.h"
+#include "Proc/Interfaces/ImplNames.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/Orientation.h"
+#include "Proc/Settings/SettingsProperty.h"
+#include "Proc/Wrappers/FFmpegText.h"
+#include "Support/Process.h"
+#include "Support/Sound.h"
+#include "Support/TempFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <random>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+/// The resampler among effects: what comes out when, and what it says of it. Its samples are
+/// SafeSwrContext's.
+namespace Tarsel::Test {
+namespace {
+
+using Conf::ChannelLayout;
+using Conf::SampleFormats;
+using Conf::SampleInfo;
+using Proc::IDataAudio;
+using Blocks = std::vector<SP<IDataAudio>>;
+
+constexpr ChannelLayout s_mono{0x4, 1};
+constexpr ChannelLayout s_stereo{0x3, 2};
+constexpr SampleInfo s_cd{SampleFormats::S16, 44100, s_stereo};
+constexpr SampleInfo s_film{SampleFormats::FloatPlanar, 48000, s_stereo};
+
+SP<Proc::ResampleFF> MakeResampler(SampleInfo const& output) {
+    SP<Proc::ResampleFF> const effect = Proc::ResampleFF::Create({}, {});
+    effect->Init(output);
+    return effect;
+}
+
+/// `length` samples from `start` on, in blocks of any length.
+Blocks MakeBlocks(SampleInfo const& info, int length, std::int64_t start = 0) {
+    SP<Proc::DataAudioFF> const whole = MakeSoundNoise(info, length);
+    whole->SetTime(start);
+    std::minstd_rand random;
+    Blocks blocks;
+    for (int done = 0; done < length;) {
+        int const count = std::min(static_cast<int>(random() % 2000), length - done);
+        blocks.push_back(CutSound(*whole, done, count));
+        done += count;
+    }
+    return blocks;
+}
+
+Blocks operator+(Blocks a, Blocks const& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+void TakeAll(Proc::ResampleFF& effect, Blocks& results) {
+    while (SP<IDataAudio> block = effect.Take())
+        results.push_back(std::move(block));
+}
+
+Blocks RunStream(Proc::ResampleFF& effect, Blocks const& blocks) {
+    Blocks results;
+    for (SP<IDataAudio> const& block : blocks) {
+        effect.Feed(block);
+        TakeAll(effect, results);
+    }
+    effect.End();
+    TakeAll(effect, results);
+    return results;
+}
+
+/// At most one block for each, then nulls until one stays null.
+Blocks RunProcess(Proc::ResampleFF& effect, Blocks const& blocks) {
+    Blocks results;
+    auto const process = [&](SP<IDataAudio> data) {
+        effect.Process(data);
+        if (data)
+            results.push_back(data);
+        return data != nullptr;
+    };
+    for (SP<IDataAudio> const& block : blocks)
+        process(block);
+    while (process({})) {
+    }
+    return results;
+}
+
+/// Blocks of one form, one after the other.
+struct Stretch {
+    SampleInfo info;
+    std::int64_t start = 0;
+    std::int64_t end = 0;
+    std::int64_t samples = 0;
+    Channels sound;
+};
+
+/// The stretches of blocks of one form, each block where the one before ended (to two microseconds, as each
+/// time is rounded).
+std::vector<Stretch> GetStretches(Blocks const& blocks) {
+    std::vector<Stretch> parts;
+    for (SP<IDataAudio> const& block : blocks) {
+        if (block->GetSampleCount() == 0)
+            continue;
+        if (parts.empty() || parts.back().info != block->GetSampleInfo())
+            parts.push_back({block->GetSampleInfo(), block->GetTime(), block->GetTime(), 0, {}});
+        EXPECT_NEAR(static_cast<double>(block->GetTime()), static_cast<double>(parts.back().end), 2);
+        parts.back().end = block->GetTime() + std::llround(static_cast<double>(block->GetSampleCount()) *
+                                                           1e6 / block->GetSampleInfo().rate);
+        parts.back().samples += block->GetSampleCount();
+        AppendSound(parts.back().sound, *block->GetAVFrame());
+    }
+    return parts;
+}
+
+Channels ConvertWhole(SampleInfo const& to, IDataAudio const& block) {
+    Proc::SafeSwrContext converter({block.GetSampleInfo(), to});
+    Channels result;
+    for (auto const& part : {converter.Convert(*block.GetAVFrame()), converter.Flush()})
+        if (part)
+            AppendSound(result, **part);
+    return result;
+}
+
+TEST(Resample, GivesAllOfTheSoundBothWays) {
+    constexpr int length = 20000;
+    constexpr std::int64_t start = 7'000'000;
+    SampleInfo const forms[] = {
+        s_cd, s_film, {SampleFormats::S16, 8000, s_mono}, {SampleFormats::S16Planar, 44100, s_stereo}};
+    for (SampleInfo const& from : forms)
+        for (SampleInfo const& to : forms) {
+            if (from == to)
+                continue;
+            SCOPED_TRACE(Proc::SoundText(from) + " to " + Proc::SoundText(to));
+            Channels const expected = ConvertWhole(to, *MakeSoundNoise(from, length));
+            auto const effect = MakeResampler(to);
+            for (auto const run : {RunStream, RunProcess, RunStream}) {
+                std::vector<Stretch> const parts =
+                    GetStretches(run(*effect, MakeBlocks(from, length, start)));
+                ASSERT_EQ(parts.size(), 1U);
+                EXPECT_EQ(parts[0].info, to);
+                EXPECT_EQ(parts[0].start, start);
+                EXPECT_EQ(parts[0].samples, std::llround(double(length) * to.rate / from.rate));
+                EXPECT_TRUE(parts[0].sound == expected);
+            }
+        }
+}
+
+TEST(Resample, PassesWhatIsAlreadyWhatIsAskedFor) {
+    for (SampleInfo const& asked : {SampleInfo{}, s_cd, SampleInfo{SampleFormats::Unknown, 44100, {}},
+                                    SampleInfo{SampleFormats::S16, -1, s_stereo}}) {
+        auto const effect = MakeResampler(asked);
+        Blocks const blocks = MakeBlocks(s_cd, 10000);
+        EXPECT_EQ(RunProcess(*effect, blocks), blocks);
+        EXPECT_EQ(RunStream(*effect, blocks), blocks);
+        EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 0);
+    }
+}
+
+TEST(Resample, TheRestOfOneFormComesBeforeTheNext) {
+    SampleInfo const phone{SampleFormats::U8, 8000, s_mono};
+    SampleInfo const asked{SampleFormats::Unknown, 48000, {}};
+    for (auto const run : {RunStream, RunProcess}) {
+        auto const effect = MakeResampler(asked);
+        std::vector<Stretch> const parts = GetStretches(
+            run(*effect, MakeBlocks(s_cd, 44100) + MakeBlocks(phone, 8000, 1'000'000) +
+                             MakeBlocks(s_film, 24000, 2'000'000) + MakeBlocks(s_cd, 4410, 2'500'000)));
+        ASSERT_EQ(parts.size(), 4U);
+        EXPECT_EQ(parts[0].info, (SampleInfo{SampleFormats::S16, 48000, s_stereo}));
+        EXPECT_EQ(parts[1].info, (SampleInfo{SampleFormats::U8, 48000, s_mono}));
+        EXPECT_EQ(parts[2].info, s_film);
+        EXPECT_EQ(parts[3].info, parts[0].info);
+        std::vector<std::int64_t> samples;
+        for (Stretch const& each : parts)
+            samples.push_back(each.samples);
+        EXPECT_THAT(samples, testing::ElementsAre(48000, 48000, 24000, 4800));
+        EXPECT_EQ(parts[1].start, 1'000'000);
+        EXPECT_EQ(parts[3].start, 2'500'000);
+    }
+}
+
+TEST(Resample, WhatIsHeldBackComesOutUnderTheSettingsItCameUnder) {
+    auto const effect = MakeResampler({SampleFormats::Unknown, 48000, {}});
+    Blocks results;
+    effect->Feed(MakeSoundNoise(s_cd, 4410));
+    TakeAll(*effect, results);
+    effect->Init({SampleFormats::Unknown, 8000, {}});
+    results = results + RunStream(*effect, MakeBlocks(s_cd, 44100, 100'000));
+    std::vector<Stretch> const parts = GetStretches(results);
+    ASSERT_EQ(parts.size(), 2U);
+    EXPECT_EQ(parts[0].samples, 4800);
+    EXPECT_EQ(parts[1].samples, 8000);
+
+    effect->Feed(MakeSoundNoise(s_cd, 4410));
+    effect->Reset();
+    EXPECT_EQ(effect->Take(), nullptr);
+    effect->End();
+    EXPECT_EQ(effect->Take(), nullptr);
+}
+
+TEST(Resample, TheFormatItAnnouncesIsTheOneThatComesOut) {
+    SampleInfo const asked[] = {{},
+                                {SampleFormats::Unknown, 22050, {}},
+                                {SampleFormats::Double, -1, {}},
+                                {SampleFormats::Unknown, -1, *ChannelLayout::FromName("5.1")},
+                                s_film};
+    for (SampleInfo const& from : {s_cd, s_film, SampleInfo{SampleFormats::U8, 8000, {0, 3}}})
+        for (SampleInfo const& to : asked) {
+            auto const effect = MakeResampler(to);
+            SP<Conf::IFormatCodecAudio> format = MakeSP<Conf::FormatCodecAudio>(from);
+            std::string const description = effect->Describe(*format);
+            effect->UpdateFormatCodec(format);
+            SampleInfo const announced = format->GetSampleInfo();
+            Blocks const results = RunStream(*effect, MakeBlocks(from, 1000));
+            EXPECT_EQ(results.front()->GetSampleInfo(), announced) << Proc::SoundText(from);
+            std::string const expected = Proc::SoundText(from) + " -> " + Proc::SoundText(announced);
+            EXPECT_EQ(description, from == announced ? "" : expected);
+            EXPECT_EQ(effect->GetStatistic()["Options"].GetString(), description);
+        }
+    SP<Conf::IFormatCodecAudio> unknown = MakeSP<Conf::FormatCodecAudio>();
+    MakeResampler({SampleFormats::Unknown, 22050, {}})->UpdateFormatCodec(unknown);
+    EXPECT_EQ(unknown->GetSampleInfo(), (SampleInfo{SampleFormats::Unknown, 22050, {}}));
+}
+
+TEST(Resample, RefusesWhatCannotBeConvertedAndGoesOn) {
+    auto const effect = MakeResampler(s_film);
+    SampleInfo const odd{SampleFormats::S16, 44100, {0, 9}};
+    std::string const text = "Cannot convert sound from 44100 Hz s16 9 channels to 48000 Hz fltp stereo";
+    SP<Conf::IFormatCodecAudio> format = MakeSP<Conf::FormatCodecAudio>(odd);
+    EXPECT_THAT([&] { effect->UpdateFormatCodec(format); },
+                testing::ThrowsMessage<Proc::EffectException>(text));
+    EXPECT_EQ(format->GetSampleInfo(), odd);
+    effect->Feed(MakeSoundNoise(s_cd, 4410));
+    EXPECT_THAT([&] { effect->Feed(MakeSoundNoise(odd, 10)); },
+                testing::ThrowsMessage<Proc::EffectException>(text));
+    std::vector<Stretch> const parts = GetStretches(RunStream(*effect, {}));
+    ASSERT_EQ(parts.size(), 1U);
+    EXPECT_EQ(parts[0].samples, 4800);
+    EXPECT_THROW(effect->Feed(nullptr), Proc::EffectException);
+    EXPECT_EQ(GetStretches(RunStream(*effect, MakeBlocks(s_cd, 4410)))[0].samples, 4800);
+}
+
+TEST(Resample, Settings) {
+    SP<Proc::ResampleFF> const effect = Proc::ResampleFF::Create({}, {});
+    EXPECT_TRUE(effect->GetSettingsBase().IsEmpty());
+    effect->Init(s_cd);
+    Proc::SettingsResample settings;
+    settings.Deserialize("format=s16:rate=44100:layout=stereo");
+    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(settings));
+    Core::Property const property = effect->GetSettings();
+    EXPECT_EQ(property["rate"].GetInt64(), 44100);
+    SP<Proc::ResampleFF> const other = Proc::ResampleFF::Create({}, {});
+    other->SetSettings(property);
+    EXPECT_TRUE(other->GetSettingsBase().IsEqualTo(settings));
+    other->InitByFormat(MakeSP<Conf::FormatCodecAudio>(SampleInfo{SampleFormats::Unknown, 48000, {}}));
+    EXPECT_EQ(other->GetSettings()["rate"].GetInt64(), 48000);
+    effect->SetSettings(other->GetSettingsBase());
+    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(other->GetSettingsBase()));
+
+    EXPECT_THROW(effect->SetSettings(Proc::SettingsEffectFlip()), std::bad_cast);
+    EXPECT_THROW(effect->InitByFormat(nullptr), Proc::EffectException);
+    EXPECT_THAT(
+        [&] {
+            effect->Init({SampleFormats::S16, -7, {}});
+        },
+        testing::ThrowsMessage<Proc::SettingsException>(
+            "resample: rate=-7 is out of range: 0 to 768000 (Hz)"));
+    EXPECT_THROW(effect->Init({static_cast<SampleFormats>(77), 44100, {}}), Proc::SettingsException);
+    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(other->GetSettingsBase()));
+}
+
+TEST(Resample, Statistic) {
+    auto const effect = MakeResampler(s_film);
+    EXPECT_EQ(effect->GetInputFrameType(), 2);
+    RunStream(*effect, {MakeSoundNoise(s_cd, 100), MakeSoundNoise(s_film, 100), MakeSoundNoise(s_cd, 0),
+                        MakeSoundNoise(s_cd, 100)});
+    Core::Property const statistic = effect->GetStatistic();
+    EXPECT_EQ(statistic["Name"].GetString(),
+              "virtual Core::Property Tarsel::Proc::ResampleFF::GetStatistic() const");
+    EXPECT_EQ(statistic["Category"].GetInt64(), 7);
+    EXPECT_EQ(statistic["MediaType"].GetInt64(), 2);
+    EXPECT_EQ(statistic["ImplName"].GetString(), Proc::ImplNames::FFMPEG);
+    EXPECT_EQ(statistic["Processed"].GetInt64(), 2);
+    EXPECT_EQ(statistic["Options"].GetString(), "44100 Hz s16 stereo -> 48000 Hz fltp stereo");
+}
+
+/// Interleaved samples as they lie in a raw file.
+std::string GetRaw(Blocks const& blocks) {
+    std::string raw;
+    for (SP<IDataAudio> const& block : blocks) {
+        SampleInfo const info = block->GetSampleInfo();
+        raw.append(reinterpret_cast<char const*>(block->GetAVFrame()->data[0]),
+                   static_cast<std::size_t>(block->GetSampleCount()) * info.layout.channels *
+                       Conf::SampleFmtRecord::Find(info.format).size);
+    }
+    return raw;
+}
+
+/// Bit for bit what the ffmpeg program makes of it, but for a last sample of which less than a half lies
+/// within the sound.
+TEST(Resample, GivesWhatFFmpegGives) {
+    struct {
+        SampleInfo from;
+        SampleInfo to;
+        char const* raw;
+        char const* outRaw;
+    } const cases[] = {
+        {s_cd, {SampleFormats::S16, 48000, s_stereo}, "s16le", "s16le"},
+        {s_cd, {SampleFormats::Float, 96000, *ChannelLayout::FromName("5.1")}, "s16le", "f32le"},
+        {{SampleFormats::Float, 48000, *ChannelLayout::FromName("5.1")}, s_cd, "f32le", "s16le"},
+        {{SampleFormats::Double, 44100, s_mono}, {SampleFormats::S16, 8000, s_stereo}, "f64le", "s16le"},
+        {{SampleFormats::U8, 8000, s_mono}, {SampleFormats::S32, 44100, s_mono}, "u8", "s32le"},
+    };
+    TempFolder const folder;
+    for (auto const& each : cases) {
+        SCOPED_TRACE(Proc::SoundText(each.from) + " to " + Proc::SoundText(each.to));
+        Blocks const blocks = MakeBlocks(each.from, 30001);
+        std::ofstream(folder / "in.raw", std::ios::binary) << GetRaw(blocks);
+        auto const name = [](SampleInfo const& info) {
+            return std::string(Conf::SampleFmtRecord::Find(info.format).name);
+        };
+        // Single precision is what it takes for s32.
+        std::string const resample =
+            each.to.format == SampleFormats::S32 ? "aresample=internal_sample_fmt=dblp" : "aresample";
+        std::string const form = "aformat=sample_fmts=" + name(each.to) +
+                                 ":sample_rates=" + std::to_string(each.to.rate) +
+                                 ":channel_layouts=" + each.to.layout.GetName();
+        std::string const expected = RunForOutput(
+            {"ffmpeg", "-nostdin", "-v", "error", "-f", each.raw, "-ar", std::to_string(each.from.rate),
+             "-ac", std::to_string(each.from.layout.channels), "-channel_layout", each.from.layout.GetName(),
+             "-i", folder / "in.raw", "-af", resample + "," + form, "-f", each.outRaw, "-"});
+        std::string const raw = GetRaw(RunStream(*MakeResampler(each.to), blocks));
+        EXPECT_TRUE(expected.starts_with(raw));
+        std::size_t const frame =
+            Conf::SampleFmtRecord::Find(each.to.format).size * std::size_t{each.to.layout.channels};
+        EXPECT_LE(expected.size() - raw.size(), frame);
+    }
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,499 @@
+#include "Colours.h"
+#include "Conf/FormatCodecVideo.h"
+#include "Conf/PixFmtDescription.h"
+#include "Frames.h"
+#include "Host/EffectRegistry.h"
+#include "Proc/Effects/Lumenta/EffectImageResizer.h"
+#include "Proc/Effects/Lumenta/Registrator.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Watch.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using Conf::FrameInfo;
+using Conf::PixColor;
+using Conf::PixFmt;
+using Conf::PixFmtDescription;
+using Proc::IDataVideo;
+
+PixFmt ByName(std::string_view name) {
+    return PixFmtDescription::FindByName(name).value();
+}
+
+SP<Proc::EffectImageResizer> MakeResizer(std::string const& settings) {
+    Proc::SettingsResizer options;
+    options.Deserialize(settings);
+    auto resizer = MakeSP<Proc::EffectImageResizer>();
+    resizer->SetSettings(options);
+    return resizer;
+}
+
+SP<IDataVideo> Resize(SP<IDataVideo> data, std::string const& settings) {
+    MakeResizer(settings)->Process(data);
+    return data;
+}
+
+struct GeometryCase {
+    char const* format;
+    FrameInfo from;
+    char const* settings;
+    /// As Describe tells it; "" where the frame passes untouched.
+    char const* description;
+    FrameInfo to;
+};
+
+constexpr GeometryCase s_geometries[] = {
+    // One side follows from the other.
+    {"rgb24", {640, 360, 1, 1}, "width=320", "640x360 -> 320x180, bicubic", {320, 180, 1, 1}},
+    {"rgb24", {640, 360, 0, 1}, "height=100", "640x360 -> 178x100, bicubic", {178, 100, 0, 1}},
+    {"rgb24", {360, 640, 1, 1}, "width=100", "360x640 -> 100x178, bicubic", {100, 178, 1, 1}},
+    {"rgb24", {1, 1, 1, 1}, "width=7", "1x1 -> 7x7, bicubic", {7, 7, 1, 1}},
+    {"rgb24", {500, 1, 1, 1}, "width=20", "500x1 -> 20x1, bicubic", {20, 1, 1, 1}},
+    {"yuv420p", {640, 360, 1, 1}, "height=100", "640x360 -> 178x100, bicubic", {178, 100, 1, 1}},
+    {"yuv420p",
+     {640, 360, 1, 1},
+     "width=101",
+     "640x360 -> 100x56, bicubic, rounded to whole chroma samples",
+     {100, 56, 1, 1}},
+    {"yuv420p",
+     {1, 1, 1, 1},
+     "width=1:height=2",
+     "1x1 -> 2x2, bicubic, rounded to whole chroma samples",
+     {2, 2, 1, 1}},
+    {"yuv422p", {641, 481, 1, 1}, "height=241", "641x481 -> 322x241, bicubic", {322, 241, 1, 1}},
+    {"yuv410p",
+     {64, 64, 1, 1},
+     "width=30",
+     "64x64 -> 28x28, bicubic, rounded to whole chroma samples",
+     {28, 28, 1, 1}},
+    // Pixels that are not square.
+    {"yuv420p",
+     {720, 576, 16, 15},
+     "width=1024",
+     "720x576 -> 1024x768, bicubic, pixel aspect 1:1",
+     {1024, 768, 1, 1}},
+    {"yuv420p",
+     {720, 576, 16, 15},
+     "height=576",
+     "720x576 -> 768x576, bicubic, pixel aspect 1:1",
+     {768, 576, 1, 1}},
+    {"yuv420p",
+     {720, 576, 64, 45},
+     "width=1920:height=1080:fit=inside",
+     "720x576 -> 1920x1080, bicubic, pixel aspect 1:1",
+     {1920, 1080, 1, 1}},
+    {"yuv420p",
+     {720, 576, 16, 15},
+     "width=1920:height=1080:fit=pad",
+     "720x576 -> 1440x1080, bicubic, padded to 1920x1080, pixel aspect 1:1",
+     {1920, 1080, 1, 1}},
+    {"yuv420p",
+     {720, 576, 16, 15},
+     "width=640:height=640:fit=crop",
+     "720x576 -> 640x640, bicubic, cropped to 540x576, pixel aspect 1:1",
+     {640, 640, 1, 1}},
+    // Stretched.
+    {"rgb24",
+     {720, 576, 16, 15},
+     "width=1024:height=768",
+     "720x576 -> 1024x768, bicubic, pixel aspect 1:1",
+     {1024, 768, 1, 1}},
+    {"rgb24",
+     {640, 480, 1, 1},
+     "width=640:height=240",
+     "640x480 -> 640x240, bicubic, pixel aspect 1:2",
+     {640, 240, 1, 2}},
+    {"rgb24", {640, 480, 0, 1}, "width=640:height=240", "640x480 -> 640x240, bicubic", {640, 240, 0, 1}},
+    {"rgb24",
+     {3, 5, 4294967295U, 1},
+     "width=1:height=5",
+     "3x5 -> 1x5, bicubic, pixel aspect 2147483647:1",
+     {1, 5, 2147483647, 1}},
+    // Inside.
+    {"rgb24",
+     {640, 360, 1, 1},
+     "width=320:height=320:fit=inside",
+     "640x360 -> 320x180, bicubic",
+     {320, 180, 1, 1}},
+    {"rgb24",
+     {360, 640, 1, 1},
+     "width=320:height=320:fit=inside",
+     "360x640 -> 180x320, bicubic",
+     {180, 320, 1, 1}},
+    {"yuv420p",
+     {333, 111, 1, 1},
+     "width=99:height=99:fit=inside",
+     "333x111 -> 98x32, bicubic, rounded to whole chroma samples",
+     {98, 32, 1, 1}},
+    {"rgb24", {1, 1, 1, 1}, "width=4:height=9:fit=inside", "1x1 -> 4x4, bicubic", {4, 4, 1, 1}},
+    {"rgb24", {1000, 1, 1, 1}, "width=10:height=10:fit=inside", "1000x1 -> 10x1, bicubic", {10, 1, 1, 1}},
+    // Framed.
+    {"rgb24",
+     {640, 360, 1, 1},
+     "width=320:height=320:fit=pad",
+     "640x360 -> 320x180, bicubic, padded to 320x320",
+     {320, 320, 1, 1}},
+    {"rgb24",
+     {360, 640, 1, 1},
+     "width=321:height=320:fit=pad",
+     "360x640 -> 180x320, bicubic, padded to 321x320",
+     {321, 320, 1, 1}},
+    {"rgb24",
+     {640, 360, 1, 1},
+     "width=320:height=180:fit=pad",
+     "640x360 -> 320x180, bicubic",
+     {320, 180, 1, 1}},
+    {"yuv420p",
+     {33, 99, 1, 1},
+     "width=51:height=51:fit=pad",
+     "33x99 -> 16x50, bicubic, padded to 50x50, rounded to whole chroma samples",
+     {50, 50, 1, 1}},
+    // Cut off.
+    {"rgb24",
+     {640, 360, 1, 1},
+     "width=90:height=90:fit=crop",
+     "640x360 -> 90x90, bicubic, cropped to 360x360",
+     {90, 90, 1, 1}},
+    {"rgb24",
+     {361, 640, 1, 1},
+     "width=100:height=50:fit=crop",
+     "361x640 -> 100x50, bicubic, cropped to 361x181",
+     {100, 50, 1, 1}},
+    {"yuv420p",
+     {641, 361, 1, 1},
+     "width=90:height=90:fit=crop",
+     "641x361 -> 90x90, bicubic, cropped to 362x361",
+     {90, 90, 1, 1}},
+    {"rgb24", {1, 1, 1, 1}, "width=30:height=10:fit=crop", "1x1 -> 30x10, bicubic", {30, 10, 1, 1}},
+    {"rgb24",
+     {5000, 2, 1, 1},
+     "width=10:height=10:fit=crop",
+     "5000x2 -> 10x10, bicubic, cropped to 2x2",
+     {10, 10, 1, 1}},
+    // The size that the frame has.
+    {"rgb24", {640, 360, 1, 1}, "", "", {640, 360, 1, 1}},
+    {"rgb24", {640, 360, 1, 1}, "width=640", "", {640, 360, 1, 1}},
+    {"yuv420p", {641, 361, 7, 5}, "width=641:height=361:fit=pad", "", {641, 361, 7, 5}},
+    {"yuv420p", {640, 360, 1, 1}, "width=641:height=361", "", {640, 360, 1, 1}},
+    {"pal8", {10, 10, 1, 1}, "width=10:fit=crop", "", {10, 10, 1, 1}},
+    // Values that cannot be mixed.
+    {"pal8", {10, 10, 1, 1}, "width=5:algorithm=area", "10x10 -> 5x5, area, as rgba", {5, 5, 1, 1}},
+    {"xyz12be",
+     {10, 10, 1, 1},
+     "width=5:algorithm=neighbor",
+     "10x10 -> 5x5, neighbor, as rgb48le",
+     {5, 5, 1, 1}},
+};
+
+TEST(Resizer, MakesTheSizeItTells) {
+    for (GeometryCase const& row : s_geometries) {
+        SCOPED_TRACE(std::string(row.format) + ' ' + std::to_string(row.from.width) + 'x' +
+                     std::to_string(row.from.height) + ' ' + row.settings);
+        auto const resizer = MakeResizer(row.settings);
+        SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(ByName(row.format), row.from);
+        EXPECT_EQ(resizer->Describe(*codec), row.description);
+        resizer->UpdateFormatCodec(codec);
+        EXPECT_EQ(codec->GetFrameInfo(), row.to);
+
+        SP<IDataVideo> const frame = MakeFrame(ByName(row.format), row.from, 77, 5);
+        SP<IDataVideo> data = frame;
+        resizer->Process(data);
+        EXPECT_EQ(data == frame, row.description[0] == '\0');
+        EXPECT_EQ(data->GetFrameInfo(), row.to);
+        EXPECT_EQ(data->GetAVFrame()->width, static_cast<int>(row.to.width));
+        EXPECT_EQ(data->GetPixelFormat(), codec->GetPixelFormat());
+        EXPECT_EQ(data->GetTime(), 77);
+        EXPECT_EQ(data->GetDuration(), 5);
+    }
+}
+
+TEST(Resizer, RefusesSidesThatAreTooLong) {
+    auto const resizer = MakeResizer("width=16384");
+    SP<IDataVideo> const frame = MakeFrame(PixFmt::RGB24, {2, 1000, 1, 1});
+    SP<IDataVideo> data = frame;
+    Failure const failure = Catch([&] { resizer->Process(data); });
+    EXPECT_EQ(failure.text, "2x1000 pixels would become 16384x8192000; a side may have 1 to 16384");
+    EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/Picture/ResizePlan");
+    EXPECT_EQ(data, frame);
+    SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::RGB24, frame->GetFrameInfo());
+    EXPECT_EQ(Catch([&] { resizer->UpdateFormatCodec(codec); }).text, failure.text);
+    EXPECT_EQ(Catch([&] { (void)resizer->Describe(*codec); }).text, failure.text);
+    // The least and the most proportions there can be.
+    codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, FrameInfo{4294967295U, 1, 4294967295U, 1});
+    EXPECT_EQ(Catch([&] { MakeResizer("height=2")->UpdateFormatCodec(codec); }).text,
+              "4294967295x1 pixels would become 536870912x2; a side may have 1 to 16384");
+    MakeResizer("width=2")->UpdateFormatCodec(codec);
+    EXPECT_EQ(codec->GetFrameInfo(), (FrameInfo{2, 2, 1, 1}));
+    SP<IDataVideo> liar = MakeFrame();
+    liar->GetAVFrame()->width = 8;
+    EXPECT_EQ(Catch([&] { MakeResizer("width=2")->Process(liar); }).text,
+              "Frame has only 8x48 pixels of the 64x48 it is said to have");
+}
+
+/// Files hold them (1-bit PNG), though no host asks for them.
+TEST(Resizer, UnpacksPixelsThatShareBytes) {
+    for (char const* name : {"monow", "monob"})
+        for (char const* settings : {"width=320:height=320:fit=pad:background=#c85a28",
+                                     "width=20:height=20:fit=crop", "width=13:height=11"}) {
+            SCOPED_TRACE(std::string(name) + ' ' + settings);
+            SP<IDataVideo> const frame = MakeFrame(ByName(name));
+            SP<IDataVideo> const result = Resize(frame, settings);
+            EXPECT_TRUE(PixFmtDescription::IsSupported(result->GetPixelFormat()));
+            SP<Conf::IFormatCodecVideo> codec =
+                MakeSP<Conf::FormatCodecVideo>(frame->GetPixelFormat(), frame->GetFrameInfo());
+            MakeResizer(settings)->UpdateFormatCodec(codec);
+            EXPECT_EQ(result->GetPixelFormat(), codec->GetPixelFormat());
+            EXPECT_EQ(result->GetFrameInfo(), codec->GetFrameInfo());
+            std::vector<PixColor> const colours = ReadColours(*result);
+            bool const hasBars = result->GetFrameInfo().width == 320;
+            EXPECT_TRUE(!hasBars || Difference(colours.front(), colours.back(), true) == 0);
+        }
+}
+
+TEST(Resizer, RefusesNegativeSides) {
+    Proc::SettingsResizer settings;
+    settings.width = -5;
+    auto const resizer = MakeSP<Proc::EffectImageResizer>();
+    resizer->SetSettings(settings);
+    SP<IDataVideo> frame = MakeFrame();
+    EXPECT_THROW(resizer->Process(frame), Proc::EffectException);
+}
+
+/// Every format, up and down, framed and cut: one colour stays that colour, nothing is read or written
+/// beside the picture (the sanitizers see to that), and the query tells what comes out.
+TEST(Resizer, ResizesEveryFormat) {
+    PixColor const color{200, 90, 40, 255};
+    for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
+        auto const& description = PixFmtDescription::Find(format);
+        for (FrameInfo const info : {FrameInfo{33, 17, 1, 1}, {1, 1, 1, 1}})
+            for (char const* settings :
+                 {"width=70:height=40", "width=13:height=11:algorithm=area", "width=3:height=1",
+                  "width=40:height=60:fit=pad:background=#c85a28", "width=20:height=21:fit=crop"}) {
+                SCOPED_TRACE(description.GetName() + ' ' + std::to_string(info.width) + ' ' + settings);
+                SP<IDataVideo> const frame =
+                    format == PixFmt::PAL8 ? MakeFrame(format, info)
+                                           : PaintFrame(format, {}, info, [&](auto, auto) { return color; });
+                SP<IDataVideo> const result = Resize(frame, settings);
+                SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(format, info);
+                MakeResizer(settings)->UpdateFormatCodec(codec);
+                EXPECT_EQ(result->GetPixelFormat(), codec->GetPixelFormat());
+                EXPECT_EQ(result->GetFrameInfo(), codec->GetFrameInfo());
+                if (format == PixFmt::PAL8)
+                    continue;
+                PixColor const shown = ReadColours(*frame)[0];
+                int const step = description.GetDepth() >= 8 ? 2 : description.GetDepth() > 4 ? 20 : 256;
+                for (PixColor const& pixel : ReadColours(*result))
+                    ASSERT_LE(Difference(pixel, shown, true), step)
+                        << int{pixel.red} << ' ' << int{pixel.green} << ' ' << int{pixel.blue};
+            }
+    }
+}
+
+TEST(Resizer, TakesPicturesStoredBottomUp) {
+    for (char const* format : {"rgba", "yuva420p", "pal8", "nv12", "yuv420p10le", "yuyv422", "rgb24"})
+        for (char const* settings : {"width=30:height=20", "width=8:height=8:fit=crop"}) {
+            SP<IDataVideo> const frame = MakeFrame(ByName(format), {22, 14, 1, 1});
+            EXPECT_EQ(GetPixels(*Resize(StoreBottomUp(*frame), settings)),
+                      GetPixels(*Resize(frame, settings)))
+                << format << ' ' << settings;
+        }
+}
+
+/// Colours that are transparent lend nothing to those that are not.
+TEST(Resizer, MakesNoFringesOfTransparentColours) {
+    for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
+        auto const& description = PixFmtDescription::Find(format);
+        if (!description.HasAlpha() || format == PixFmt::PAL8)
+            continue;
+        // Where chroma is subsampled it is red a bit further, lest black lies in a sample with red.
+        std::uint32_t const edge = description.GetChromaShiftX() > 0 ? 20 : 15;
+        SP<IDataVideo> const frame = PaintFrame(format, {}, {32, 16, 1, 1}, [&](auto x, auto) -> PixColor {
+            return {static_cast<std::uint8_t>(x < edge ? 255 : 0), 0, 0,
+                    static_cast<std::uint8_t>(x < 15 ? 255 : 0)};
+        });
+        int const colors = description.GetName().starts_with("ya") ? 1 : 3;
+        for (char const* settings :
+             {"width=50:height=23", "width=9:height=5", "width=11:height=16:algorithm=lanczos",
+              "width=64:height=16:algorithm=bilinear"}) {
+            SCOPED_TRACE(description.GetName() + ' ' + settings);
+            SP<IDataVideo> const result = Resize(frame, settings);
+            std::uint32_t const width = result->GetFrameInfo().width;
+            auto const alpha = ReadShares(*result, colors);
+            EXPECT_NEAR(alpha.front(), 1, 0.01);
+            EXPECT_NEAR(alpha.back(), 0, 0.01);
+            EXPECT_TRUE(std::ranges::any_of(alpha, [](double share) { return share > 0.1 && share < 0.9; }));
+            for (int i = 0; i < colors; ++i) {
+                auto const samples = ReadShares(*result, i);
+                double const opaque = ReadShares(*frame, i).front();
+                std::uint32_t const across = description.GetPlanWidth(i, width);
+                for (std::uint32_t at = 0; at < samples.size(); ++at) {
+                    // A sample's leftmost pixel is the most opaque one.
+                    std::uint32_t const x = at % across * (across < width ? 2 : 1);
+                    if (alpha[x] > 0.05) {
+                        ASSERT_NEAR(samples[at], opaque, 0.015) << "component " << i << " column " << x;
+                    }
+                }
+            }
+        }
+    }
+}
+
+/// Each pixel of the result, numbered from the edge that the bars lie at.
+TEST(Resizer, BarsAreOfTheBackground) {
+    struct {
+        char const* format;
+        Conf::ColorSpace space;
+        std::vector<std::uint32_t> bar;
+    } const rows[] = {
+        {"rgb24", {}, {200, 30, 90}},
+        {"gbrp16be", {}, {200 * 257, 30 * 257, 90 * 257}},
+        {"rgba", {}, {200, 30, 90, 128}},
+        {"yuva444p", {6, 1, 2}, {91, 129, 198, 128}},
+        {"yuv420p", {6, 1, 2}, {91, 129, 198}},
+        {"yuv420p", {1, 1, 2}, {77, 137, 200}},
+        {"yuvj420p", {6, 0, 2}, {88, 129, 208}},
+        {"yuv420p10le", {6, 1, 2}, {364, 516, 792}},
+        {"yuv420p10be", {6, 1, 2}, {364, 516, 792}},
+        {"yuv444p10le", {6, 2, 2}, {353, 516, 833}},
+        {"p010le", {6, 1, 2}, {364, 516, 792}},
+        {"nv21", {6, 1, 2}, {91, 129, 198}},
+        {"uyvy422", {6, 1, 2}, {91, 129, 198}},
+        {"gray", {6, 2, 2}, {88}},
+        {"gray16le", {6, 1, 2}, {91 * 256}},
+        {"x2rgb10le", {}, {802, 120, 361}},
+        {"rgb565be", {}, {24, 7, 11}},
+        {"gbrpf32le", {}, {0x3F48C8C9, 0x3DF0F0F1, 0x3EB4B4B5}},
+    };
+    for (auto const& row : rows) {
+        SP<IDataVideo> const frame =
+            PaintFrame(ByName(row.format), row.space, {40, 20, 1, 1}, [](auto, auto) -> PixColor {
+                return {255, 255, 255, 255};
+            });
+        auto const resizer = MakeResizer("width=20:height=20:fit=pad:background=#c81e5a80");
+        for (int time = 0; time < 2; ++time) { // bars are kept from the first
+            SP<IDataVideo> data = frame;
+            resizer->Process(data);
+            for (std::size_t i = 0; i < row.bar.size(); ++i) {
+                auto const samples = ReadSamples(*data, static_cast<int>(i));
+                EXPECT_EQ(samples.front(), row.bar[i]) << row.format << " component " << i;
+                EXPECT_EQ(samples.back(), row.bar[i]) << row.format << " component " << i;
+            }
+            bool const isSubsampled = PixFmtDescription::Find(data->GetPixelFormat()).GetChromaShiftY() > 0;
+            std::uint32_t const top = isSubsampled ? 4 : 5;
+            auto const luma = ReadSamples(*data, 0);
+            for (std::uint32_t y = 0; y < 20; ++y)
+                EXPECT_EQ(luma[20 * y + 10] == row.bar[0], y < top || y >= top + 10)
+                    << row.format << " row " << y;
+        }
+    }
+}
+
+/// What is left, where nothing has to be scaled, is the middle bit for bit.
+TEST(Resizer, CutsOffEvenly) {
+    for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
+        auto const& description = PixFmtDescription::Find(format);
+        if (format == PixFmt::PAL8 || description.GetName().starts_with("xyz"))
+            continue;
+        for (FrameInfo const info : {FrameInfo{96, 32, 1, 1}, FrameInfo{32, 98, 1, 1}}) {
+            SP<IDataVideo> const frame = MakeFrame(format, info);
+            SP<IDataVideo> const result = Resize(frame, "width=32:height=32:fit=crop");
+            std::uint32_t const left = info.width == 96 ? 32 : 0;
+            // 33 from the top, or the beginning of its chroma sample.
+            std::uint32_t const top =
+                info.height == 98 ? 33U >> description.GetChromaShiftY() << description.GetChromaShiftY() : 0;
+            for (int i = 0; i < (description.GetName().starts_with("gray") ? 1 : 2); ++i) {
+                auto const whole = ReadSamples(*frame, i);
+                auto const part = ReadSamples(*result, i);
+                std::uint32_t const width = description.GetPlanWidth(i, 32);
+                for (std::uint32_t at = 0; at < part.size(); ++at) {
+                    std::uint32_t const x = description.GetPlanWidth(i, left) + at % width;
+                    std::uint32_t const y = description.GetPlanHeight(i, top) + at / width;
+                    ASSERT_EQ(part[at], whole[y * description.GetPlanWidth(i, info.width) + x])
+                        << description.GetName() << " component " << i << " at " << at;
+                }
+            }
+        }
+    }
+}
+
+TEST(Resizer, KeepsColourSpaceAndDropsWhatSpeaksOfOldPlaces) {
+    SP<IDataVideo> const frame = MakeFrame(PixFmt::YUV420P, {64, 48, 1, 1});
+    AVFrame& in = *frame->GetAVFrame();
+    int mark = 0;
+    in.opaque = &mark;
+    in.colorspace = AVCOL_SPC_BT709;
+    in.color_range = AVCOL_RANGE_JPEG;
+    in.color_trc = AVCOL_TRC_BT709;
+    av_frame_new_side_data(&in, AV_FRAME_DATA_A53_CC, 3);
+    av_frame_new_side_data(&in, AV_FRAME_DATA_REGIONS_OF_INTEREST, 40);
+    SP<IDataVideo> const result = Resize(frame, "width=32");
+    AVFrame const& out = *result->GetAVFrame();
+    EXPECT_EQ(result->GetColorSpace(), frame->GetColorSpace());
+    EXPECT_EQ(out.color_trc, AVCOL_TRC_BT709);
+    EXPECT_EQ(out.opaque, &mark);
+    EXPECT_NE(av_frame_get_side_data(&out, AV_FRAME_DATA_A53_CC), nullptr);
+    EXPECT_EQ(av_frame_get_side_data(&out, AV_FRAME_DATA_REGIONS_OF_INTEREST), nullptr);
+    EXPECT_NE(av_frame_get_side_data(&in, AV_FRAME_DATA_REGIONS_OF_INTEREST), nullptr);
+}
+
+TEST(Resizer, CountsInterlacedFramesWhoseFieldsMix) {
+    LogWatch log(30);
+    auto const resizer = MakeResizer("width=32:height=24");
+    for (int i = 0; i < 2; ++i) {
+        SP<IDataVideo> data = MakeFrame();
+        data->GetAVFrame()->interlaced_frame = 1;
+        resizer->Process(data);
+    }
+    EXPECT_EQ(resizer->GetStatistic()["Interlaced"].GetInt64(), 2);
+    EXPECT_EQ(log.Take(), std::vector<std::string>{"EffectImageResizer.cpp: Interlaced frames are resized as "
+                                                   "whole pictures, which mixes their fields"});
+    SP<IDataVideo> data = MakeFrame();
+    data->GetAVFrame()->interlaced_frame = 1;
+    auto const narrower = MakeResizer("width=32:height=48");
+    narrower->Process(data);
+    EXPECT_EQ(narrower->GetStatistic()["Interlaced"].GetInt64(), 0);
+}
+
+TEST(Resizer, EveryAlgorithmTakesTheExtremes) {
+    for (char const* algorithm :
+         {"fast_bilinear", "bilinear", "bicubic", "neighbor", "area", "gauss", "sinc", "lanczos", "spline"})
+        for (char const* format : {"yuv420p", "rgba", "gray16le"})
+            for (auto const& [info, size] : {std::pair{FrameInfo{3000, 4, 1, 1}, "width=2:height=900"},
+                                             {FrameInfo{1, 1, 1, 1}, "width=500:height=2"},
+                                             {FrameInfo{64, 48, 1, 1}, "width=96:height=72"}}) {
+                SP<IDataVideo> const frame = PaintFrame(ByName(format), {}, info, [](auto, auto) -> PixColor {
+                    return {60, 60, 60, 255};
+                });
+                std::string const settings = std::string(size) + ":algorithm=" + algorithm;
+                for (PixColor const& pixel : ReadColours(*Resize(frame, settings)))
+                    ASSERT_LE(Difference(pixel, {60, 60, 60, 255}, true), 2)
+                        << format << ' ' << settings << ' ' << int{pixel.red};
+            }
+}
+
+TEST(Resizer, IsOneEffectUnderTwoIds) {
+    Host::EffectRegistry registry;
+    Registrator(registry);
+    auto const* const plain = registry.Find("resize", "ffmpeg");
+    auto const* const complex = registry.Find(Proc::IResizeComplex::EXTENDED_CLASS_ID, "ffmpeg");
+    ASSERT_TRUE(plain != nullptr && complex != nullptr);
+    EXPECT_EQ(plain->creator, complex->creator);
+    SP<Proc::IOneInputEffectVideo> const effect =
+        std::get<Proc::VideoEffectCreator>(complex->creator)({}, {});
+    EXPECT_NE(dynamic_cast<Proc::IResizeComplex*>(effect.get()), nullptr);
+    EXPECT_EQ(effect->GetStatistic()["Name"].GetString(),
+              "virtual Core::Property Tarsel::Proc::EffectImageResizer::GetStatistic() const");
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,268 @@
+#include "Conf/FormatCodecVideo.h"
+#include "CustomDoubles.h"
+#include "Frames.h"
+#include "Proc/Effects/Lumenta/RotateFF.h"
+#include "Proc/Settings/Orientation.h"
+#include "Support/Watch.h"
+
+#include <gtest/gtest.h>
+
+namespace Tarsel::Test {
+namespace {
+
+using Conf::FrameInfo;
+using Conf::PixFmt;
+using Proc::IDataVideo;
+using Rotate = Proc::SettingsEffectRotate;
+using Transpose = Proc::SettingsEffectTranspose;
+using Mode = Rotate::SizeMode;
+
+Rotate MakeSettings(double degrees, Mode mode = Mode::Keep) {
+    Rotate settings;
+    settings.angle = degrees;
+    settings.sizeMode = mode;
+    return settings;
+}
+
+SP<Proc::IOneInputEffectVideo> MakeRotate(double degrees, Mode mode = Mode::Keep,
+                                          SP<Proc::IEffectFactory const> const& factory = GetFactory()) {
+    auto effect = Proc::RotateFF::Create(factory, {});
+    effect->SetSettings(static_cast<Proc::Settings const&>(MakeSettings(degrees, mode)));
+    return effect;
+}
+
+void Set(Proc::IOneInputEffectVideo& effect, Rotate const& settings) {
+    effect.SetSettings(static_cast<Proc::Settings const&>(settings));
+}
+
+SP<IDataVideo> Process(Proc::IOneInputEffectVideo& effect, SP<IDataVideo> data) {
+    effect.Process(data);
+    return data;
+}
+
+std::string Describe(Proc::IOneInputEffectVideo const& effect, PixFmt format = PixFmt::YUV420P,
+                     FrameInfo const& info = s_small) {
+    return dynamic_cast<Proc::IEffectDetailsVideo const&>(effect).Describe(
+        Conf::FormatCodecVideo(format, info));
+}
+
+FrameInfo Ask(Proc::IOneInputEffectVideo& effect, FrameInfo const& info = s_small) {
+    SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, info);
+    effect.UpdateFormatCodec(codec);
+    return codec->GetFrameInfo();
+}
+
+TEST(Rotate, HandsQuarterTurnsToTheTransposeEffect) {
+    SP<IDataVideo> const frame = MakeFrame();
+    for (auto const& [degrees, step] : {std::pair{90.0, 1},
+                                        {180.0, 2},
+                                        {270.0, 3},
+                                        {-90.0, 3},
+                                        {-180.0, 2},
+                                        {450.0, 1},
+                                        {-450.0, 3},
+                                        {360.0, 0},
+                                        {90.000001, 1}}) {
+        SCOPED_TRACE(degrees);
+        auto const idle = MakeSP<IdleEffect>();
+        auto const factory = MakeSP<OneEffectFactory>(idle);
+        auto const effect = MakeRotate(degrees, Mode::Pad, factory);
+        EXPECT_EQ(factory->asked, std::vector<std::string>{"transpose default"});
+        ASSERT_TRUE(idle->kept);
+        EXPECT_TRUE(idle->kept->IsEqualTo(Transpose(step)));
+        EXPECT_EQ(CountGraphs([&] { EXPECT_EQ(Process(*effect, frame), frame); }), 0);
+        EXPECT_EQ(idle->calls, 1);
+        EXPECT_EQ(Describe(*effect), "transpose step=" + std::to_string(step));
+        SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, s_small);
+        effect->UpdateFormatCodec(codec);
+        EXPECT_EQ(codec->GetPixelFormat(), PixFmt::PAL8) << "the effect's own answer";
+        EXPECT_EQ(factory->asked.size(), 1U);
+
+        Set(*effect, MakeSettings(30));
+        Process(*effect, frame);
+        EXPECT_EQ(idle->calls, 1) << "given up with the quarter turn";
+    }
+    auto const idle = MakeSP<OneEffectFactory>(MakeSP<IdleEffect>());
+    for (double degrees : {89.99999, 30.0, 0.0})
+        EXPECT_NE(Process(*MakeRotate(degrees, Mode::Keep, idle), frame), nullptr);
+    EXPECT_EQ(idle->asked, std::vector<std::string>{});
+}
+
+TEST(Rotate, QuarterTurnsAreThoseOfThisLibrary) {
+    SP<IDataVideo> const frame = MakeFrame(PixFmt::YUV420P, {64, 48, 4, 3});
+    auto const transpose = GetFactory()->CreateVideoEffect(Transpose::CLASS_ID, "default", {});
+    transpose->SetSettings(static_cast<Proc::Settings const&>(Transpose(3)));
+    auto const effect = MakeRotate(270);
+    SP<IDataVideo> const expected = Process(*transpose, frame);
+    for (int i = 0; i < 2; ++i) {
+        SP<IDataVideo> const result = Process(*effect, frame);
+        EXPECT_EQ(GetPixels(*result), GetPixels(*expected));
+        EXPECT_EQ(result->GetFrameInfo(), (FrameInfo{48, 64, 3, 4}));
+        EXPECT_EQ(Ask(*effect, {64, 48, 4, 3}), (FrameInfo{48, 64, 3, 4}));
+        EXPECT_EQ(Describe(*effect), "transpose=dir=2");
+        effect->Reset(); // which gives the transpose effect up
+    }
+    EXPECT_EQ(Describe(*effect), "transpose=dir=2");
+    EXPECT_EQ(Describe(*MakeRotate(720)), "");
+    SP<IDataVideo> null;
+    effect->Process(null);
+    EXPECT_FALSE(null);
+}
+
+TEST(Rotate, NeedsAFactoryForQuarterTurnsOnly) {
+    auto const effect = MakeRotate(30, Mode::Keep, {});
+    Failure const failure = Catch([&] { Set(*effect, MakeSettings(-90)); });
+    EXPECT_EQ(failure.text,
+              "Cannot rotate by -90 degrees: quarter turns take the effect \"transpose\", and no "
+              "effect factory was given to make one");
+    EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/RotateFF");
+    EXPECT_EQ(failure.function, "bool Tarsel::Proc::RotateFF::AnalyzeAngle(double &)");
+    EXPECT_TRUE(failure.hasStack);
+    EXPECT_EQ(Describe(*effect), "rotate=angle=0.524:fillcolor=0x000000ff");
+    Set(*effect, MakeSettings(0));
+    SP<IDataVideo> const frame = MakeFrame();
+    EXPECT_EQ(Process(*effect, frame), frame);
+
+    EXPECT_THROW(Set(*effect, MakeSettings(1e12)), Proc::EffectException);
+    EXPECT_EQ(Process(*effect, frame), frame);
+}
+
+TEST(Rotate, ComputesTheSizeOfEachFrame) {
+    auto const effect = MakeRotate(30, Mode::Pad);
+    EXPECT_EQ(Ask(*effect), s_small) << "no frame was seen yet";
+    constexpr FrameInfo full{1920, 1080, 1, 1};
+    std::string const text = "rotate=angle=0.524:fillcolor=0x000000ff:out_w=";
+    EXPECT_EQ(Describe(*effect, PixFmt::YUV420P, full), text + "2204:out_h=1896");
+    EXPECT_EQ(Ask(*effect), s_small);
+
+    LogWatch log(30);
+    EXPECT_EQ(Process(*effect, MakeFrame())->GetFrameInfo(), (FrameInfo{80, 74, 1, 1}));
+    EXPECT_EQ(log.Take().at(1), "EffectFF.cpp: ffmpeg apply with: " + text + "80:out_h=74");
+    EXPECT_EQ(CountGraphs([&] { Process(*effect, MakeFrame()); }), 0);
+    EXPECT_EQ(Ask(*effect), (FrameInfo{80, 74, 1, 1}));
+    EXPECT_EQ(Ask(*effect, full), (FrameInfo{2204, 1896, 1, 1}));
+    EXPECT_EQ(CountGraphs([&] { Process(*effect, MakeFrame()); }), 0) << "after questions about others";
+    EXPECT_EQ(Process(*effect, MakeFrame(PixFmt::YUV420P, {48, 64, 1, 1}))->GetFrameInfo(),
+              (FrameInfo{74, 80, 1, 1}));
+
+    // The computed size is in the effect's own settings: the user's are news.
+    auto const& settings = static_cast<Rotate const&>(effect->GetSettingsBase());
+    EXPECT_EQ(settings.outputWidth, 74);
+    EXPECT_EQ(settings.outputHeight, 80);
+    log.Take();
+    Set(*effect, MakeSettings(30, Mode::Pad));
+    EXPECT_EQ(log.Take().size(), 1U);
+    EXPECT_EQ(settings.outputWidth, 0);
+    EXPECT_EQ(Ask(*effect), s_small) << "and no frame was seen since";
+
+    Set(*effect, MakeSettings(30, Mode::Crop));
+    EXPECT_EQ(Process(*effect, MakeFrame(PixFmt::YUV420P, full))->GetFrameInfo(),
+              (FrameInfo{1094, 614, 1, 1}));
+}
+
+TEST(Rotate, FillsInAFormatWithAlphaOfTheFramesOrder) {
+    Rotate settings = MakeSettings(30);
+    settings.fillColor = {1, 2, 3, 0};
+    auto const effect = Proc::RotateFF::Create({}, {});
+    Set(*effect, settings);
+    for (auto const& [format, result] : {std::pair{PixFmt::RGB24, PixFmt::RGBA},
+                                         {PixFmt::ABGR, PixFmt::ABGR},
+                                         {PixFmt::YUV420P, PixFmt::BGRA}}) {
+        SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(format, s_small);
+        effect->UpdateFormatCodec(codec);
+        EXPECT_EQ(codec->GetPixelFormat(), result);
+        SP<IDataVideo> const data = Process(*effect, MakeFrame(format));
+        EXPECT_EQ(data->GetPixelFormat(), result);
+        Pixels const corner{{result == PixFmt::ABGR   ? std::vector<std::uint8_t>{0, 3, 2, 1}
+                             : result == PixFmt::RGBA ? std::vector<std::uint8_t>{1, 2, 3, 0}
+                                                      : std::vector<std::uint8_t>{3, 2, 1, 0}}};
+        std::uint8_t const* const first = data->GetReadOnlyPlane(0).data;
+        EXPECT_EQ(std::vector<std::uint8_t>(first, first + 4), corner[0]);
+    }
+}
+
+TEST(Rotate, NamesFramesOfWhichNothingIsLeft) {
+    auto const effect = MakeRotate(-30, Mode::Crop);
+    SP<IDataVideo> const tiny = MakeFrame(PixFmt::YUV420P, {2, 1, 1, 1});
+    std::string const text = "Cannot turn a frame of 2x1 pixels by -30 degrees: 0x0 would be left";
+    for (int i = 0; i < 2; ++i) {
+        SP<IDataVideo> data = tiny;
+        Failure const failure = Catch([&] { effect->Process(data); });
+        EXPECT_EQ(failure.text, text);
+        EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/RotateFF");
+        EXPECT_TRUE(failure.hasStack);
+        EXPECT_EQ(data, tiny);
+        EXPECT_EQ(Catch([&] { Describe(*effect, PixFmt::YUV420P, {2, 1, 1, 1}); }).text, text);
+        EXPECT_EQ(Process(*effect, MakeFrame())->GetFrameInfo(), (FrameInfo{42, 30, 1, 1}));
+        EXPECT_EQ(Catch([&] { dynamic_cast<Proc::IEffectStreamVideo&>(*effect).Feed(tiny); }).text, text);
+    }
+}
+
+/// Widths and heights of what comes out of a stream, by time.
+struct RotateStream : testing::Test {
+    using Out = std::vector<std::tuple<std::int64_t, std::uint32_t, std::uint32_t>>;
+
+    static void Feed(Proc::IOneInputEffectVideo& effect, std::int64_t time, FrameInfo const& info = s_small) {
+        dynamic_cast<Proc::IEffectStreamVideo&>(effect).Feed(MakeFrame(PixFmt::YUV420P, info, time));
+    }
+    static Out EndAndTake(Proc::IOneInputEffectVideo& effect) {
+        auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(effect);
+        stream.End();
+        Out out;
+        while (SP<IDataVideo> data = stream.Take())
+            out.emplace_back(data->GetTime(), data->GetFrameInfo().width, data->GetFrameInfo().height);
+        return out;
+    }
+};
+
+TEST_F(RotateStream, GoesOnThroughChangesOfAngleAndSize) {
+    auto const effect = MakeRotate(30, Mode::Pad);
+    Feed(*effect, 1);
+    Feed(*effect, 2, {48, 64, 1, 1});
+    Set(*effect, MakeSettings(90));
+    Feed(*effect, 3);
+    Feed(*effect, 4, {66, 50, 1, 1});
+    Set(*effect, MakeSettings(0));
+    Feed(*effect, 5);
+    Set(*effect, MakeSettings(-30, Mode::Crop));
+    Feed(*effect, 6);
+    EXPECT_EQ(EndAndTake(*effect),
+              (Out{{1, 80, 74}, {2, 74, 80}, {3, 48, 64}, {4, 50, 66}, {5, 64, 48}, {6, 42, 30}}));
+    Set(*effect, MakeSettings(90));
+    Feed(*effect, 7);
+    effect->Reset();
+    EXPECT_EQ(EndAndTake(*effect), Out{});
+    Feed(*effect, 8);
+    EXPECT_EQ(EndAndTake(*effect), (Out{{8, 48, 64}}));
+}
+
+TEST_F(RotateStream, BringsOutWhatTheTransposeEffectHoldsBack) {
+    auto const delaying = MakeSP<HostTest::StreamEffect>(
+        "transpose", [held = SP<IDataVideo>()](SP<IDataVideo> const& frame, HostTest::Frames& ready) mutable {
+            if (held)
+                ready.push_back(held);
+            held = frame;
+        });
+    auto const effect = MakeRotate(90, Mode::Keep, MakeSP<OneEffectFactory>(delaying));
+    Feed(*effect, 1);
+    Feed(*effect, 2);
+    Set(*effect, MakeSettings(30));
+    Feed(*effect, 3);
+    EXPECT_EQ(EndAndTake(*effect), (Out{{1, 64, 48}, {2, 64, 48}, {3, 64, 48}}));
+}
+
+TEST_F(RotateStream, TakesATransposeEffectThatIsNoStream) {
+    auto const idle = MakeSP<IdleEffect>();
+    auto const effect = MakeRotate(90, Mode::Keep, MakeSP<OneEffectFactory>(idle));
+    idle->work = [](SP<IDataVideo>& data) {
+        if (data->GetTime() == 1)
+            data = nullptr; // held back
+    };
+    Feed(*effect, 1);
+    Feed(*effect, 2);
+    EXPECT_EQ(EndAndTake(*effect), (Out{{2, 64, 48}}));
+    EXPECT_THROW(dynamic_cast<Proc::IEffectStreamVideo&>(*effect).Feed({}), Proc::EffectException);
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,156 @@
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/Delay.h"
+#include "Proc/Settings/Modulation.h"
+#include "Proc/Settings/SettingsCatalogue.h"
+#include "SoundCases.h"
+#include "Support/RandomSettings.h"
+#include "Support/Sound.h"
+#include "Support/Watch.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// What FFmpeg's filters do not survive, and what they do.
+namespace Tarsel::Test {
+namespace {
+
+using Conf::SampleFormats;
+using Conf::SampleInfo;
+using Proc::IDataAudio;
+
+struct Refusal {
+    std::string name;
+    std::shared_ptr<Proc::Settings> settings;
+    std::int32_t rate;
+    Conf::ChannelLayout layout;
+    std::string text;
+};
+
+template <class S, class Change>
+Refusal Make(std::string name, Change const& change, std::int32_t rate, Conf::ChannelLayout const& layout,
+             std::string text) {
+    auto settings = std::make_shared<S>();
+    change(*settings);
+    return {std::move(name), settings, rate, layout, std::move(text)};
+}
+
+std::vector<Refusal> GetRefusals() {
+    using Chorus = Proc::SettingsAudioChorus;
+    using Echo = Proc::SettingsAudioEcho;
+    using Flanger = Proc::SettingsAudioFlanger;
+    constexpr Conf::ChannelLayout stereo{3, 2};
+    auto const sweep = [](float speed) { return [speed](Flanger& flanger) { flanger.speed = speed; }; };
+    auto const voice = [](double speed, double depth) {
+        return [=](Chorus& chorus) { chorus.voices = {{1000, 0.5, 1, 0}, {1000, 0.5, speed, depth}}; };
+    };
+    auto const echo = [](int delay, float scale) {
+        return [=](Echo& settings) {
+            settings.echos = {{1, 0.5}, {delay, 0.5}};
+            settings.delayScale = scale;
+        };
+    };
+    return {
+        Make<Flanger>("Flanger", sweep(10), 9, stereo,
+                      "flanger of 10 Hz takes sound of as many samples a second at least, not of 9"),
+        Make<Flanger>("Flanger", sweep(10), 10, stereo, ""),
+        Make<Flanger>("Flanger", sweep(0.1F), 1, stereo, ""),
+        Make<Chorus>("Chorus", voice(20, 0), 20, stereo,
+                     "chorus of 20 Hz takes sound of more samples a second than that, not of 20"),
+        Make<Chorus>("Chorus", voice(20, 0), 21, stereo, ""),
+        Make<Chorus>("Chorus", voice(1, -0.5), 44100, stereo,
+                     "chorus takes depths of 0 ms at least, not of -0.5"),
+        Make<Chorus>("Chorus", voice(1e-5, 0), 44100, stereo,
+                     "chorus takes 16823 MiB of memory for such sound and settings, the most is 1024"),
+        Make<Chorus>("Chorus", voice(1, 1e7), 44100, stereo,
+                     "chorus takes 3365 MiB of memory for such sound and settings, the most is 1024"),
+        Make<Echo>("Echo", echo(90000, 1), 192000, {0x63F, 8}, ""),
+        Make<Echo>("Echo", echo(45000, 2), 384000, {0x63F, 8},
+                   "echo takes 1055 MiB of memory for such sound and settings, the most is 1024"),
+    };
+}
+
+TEST(SoundRefusals, SayWhatIsTooMuch) {
+    for (Refusal const& row : GetRefusals()) {
+        SCOPED_TRACE(row.text);
+        FFmpegWatch const quiet;
+        auto const effect = GetSoundCase(row.name).create({}, {});
+        effect->SetSettings(*row.settings);
+        SP<IDataAudio> const block =
+            MakeSoundNoise(SampleInfo::Init(SampleFormats::Float, row.rate, row.layout), 30);
+        SP<IDataAudio> data = block;
+        if (row.text.empty()) {
+            effect->Process(data);
+            EXPECT_NE(data, nullptr);
+            continue;
+        }
+        Failure const failure = Catch([&] { effect->Process(data); });
+        EXPECT_EQ(failure.text, row.text);
+        EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/EffectFafloplalAudio");
+        EXPECT_EQ(failure.function, "static void EffectActionsAudio<Tarsel::Proc::SettingsAudio" + row.name +
+                                        ">::CheckFormat(const SettingsType &, const Conf::SampleInfo &)");
+        EXPECT_EQ(data, block);
+        EXPECT_EQ(Catch([&] { StreamOf(*effect).Feed(block); }).text, row.text);
+    }
+}
+
+/// Noise with numbers in it that are none.
+SP<IDataAudio> MakeWild(SampleInfo const& info, int count, std::mt19937& random) {
+    SP<IDataAudio> const block = MakeSoundNoise(info, count);
+    if (StepOf(info.format) != 0)
+        return block;
+    constexpr double wild[]{std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+                            -std::numeric_limits<double>::infinity(), 1e30, -1e-40};
+    for (int i = 0; i < count; ++i)
+        if (random() % 8 == 0)
+            SetSample(*block->GetAVFrame(), static_cast<int>(random() % info.layout.channels), i,
+                      wild[random() % std::size(wild)]);
+    return block;
+}
+
+/// One stream with drawn settings and blocks, refused or not.
+void RunWild(SoundCase const& row, std::uint32_t seed) {
+    constexpr std::int32_t rates[]{1, 7, 9, 20, 21, 100, 8000, 44100, 192000};
+    constexpr Conf::ChannelLayout layouts[]{{4, 1}, {3, 2}, {0, 3}, {0x3F, 6}, {0, 12}};
+    constexpr int sizes[]{0, 1, 2, 3, 100, 1024, 5000};
+    std::mt19937 random(seed);
+    auto const pick = [&](auto const& list) { return list[random() % std::size(list)]; };
+    auto const effect = row.create({}, {});
+    effect->SetSettings(*RandomSettings(seed).Draw(*Proc::FindSettingsClass(row.settings->GetClassId())));
+    auto const info = SampleInfo::Init(static_cast<SampleFormats>(random() % 10), pick(rates), pick(layouts));
+    auto& stream = StreamOf(*effect);
+    try {
+        for (int i = 0; i < 6; ++i) {
+            stream.Feed(MakeWild(info, pick(sizes), random));
+            TakeAll(stream);
+        }
+        stream.End();
+        for (int i = 0; i < 20 && stream.Take(); ++i) {
+        }
+    } catch (Proc::EffectException const&) {
+    }
+}
+
+TEST(SoundRefusals, NoSettingsAndSamplesTakeTheHostDown) {
+    std::uint32_t const runs = std::getenv("LUMENTA_TEST_FULL") ? 400 : 40;
+    for (SoundCase const& row : GetSoundCases()) {
+        pid_t const child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            FFmpegWatch const quiet;
+            alarm(100);
+            for (std::uint32_t seed = 0; seed < runs; ++seed)
+                RunWild(row, seed);
+            _exit(0);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << row << " ended with " << status;
+    }
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,248 @@
+#include "Media/MemoryWatch.h"
+#include "Proc/Effects/Lumenta/EffectFafloplalAudio.h"
+#include "Proc/Interfaces/IEffectDetails.h"
+#include "Proc/Settings/Delay.h"
+#include "Proc/Settings/Dynamics.h"
+#include "SoundCases.h"
+#include "Support/Sound.h"
+#include "Support/Watch.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <random>
+
+extern "C" {
+#include <libavutil/avutil.h>
+}
+
+/// Audio effects as streams: nothing is lost, added or shifted.
+namespace Tarsel::Test {
+namespace {
+
+using Conf::SampleFormats;
+using Conf::SampleInfo;
+using Proc::IDataAudio;
+
+constexpr std::int64_t s_start = 123457;
+
+std::int64_t ToTime(std::int64_t samples, std::int32_t rate) {
+    return s_start + std::llround(static_cast<double>(samples) * 1e6 / rate);
+}
+
+class SoundStreams : public testing::TestWithParam<SoundCase> {};
+
+TEST_P(SoundStreams, KeepSamplesAndTimesForLong) {
+    SoundCase const& row = GetParam();
+    constexpr std::int32_t rate = 44100;
+    std::int64_t const seconds = std::getenv("LUMENTA_TEST_FULL") ? 600 : 30;
+    auto const info = SampleInfo::Init(SampleFormats::Float, rate, {4, 1});
+    SP<IDataAudio> const sound = MakeSoundNoise(info, 5000);
+    auto const effect = row.Make();
+    auto& stream = StreamOf(*effect);
+    std::mt19937 random(7);
+    std::int64_t fed = 0;
+    std::int64_t taken = 0;
+    std::int64_t mostHeld = 0;
+    auto const take = [&] {
+        while (SP<IDataAudio> block = stream.Take()) {
+            // Times of blocks that went in are rounded, and those within such a block again.
+            ASSERT_LE(std::abs(block->GetTime() - ToTime(taken, rate)), 1);
+            taken += block->GetSampleCount();
+            EXPECT_NEAR(static_cast<double>(block->GetTime() + block->GetDuration()),
+                        static_cast<double>(ToTime(taken, rate)), 1);
+        }
+    };
+    std::size_t base = 0;
+    while (fed < seconds * rate) {
+        auto const count = static_cast<int>(random() % 5001);
+        SP<IDataAudio> const block = CutSound(*sound, 0, count);
+        block->SetTime(ToTime(fed, rate));
+        stream.Feed(block);
+        fed += count;
+        ASSERT_NO_FATAL_FAILURE(take());
+        mostHeld = std::max(mostHeld, fed - taken);
+        if (base == 0 && fed > seconds * rate / 3)
+            base = GetMemoryInUse();
+    }
+    std::size_t const last = GetMemoryInUse();
+    EXPECT_LT(last - std::min(last, base), 200000U);
+    stream.End();
+    ASSERT_NO_FATAL_FAILURE(take());
+    EXPECT_EQ(taken, fed + row.tail);
+
+    auto const traits = dynamic_cast<Proc::IEffectDetails const&>(*effect).GetTraits();
+    EXPECT_EQ(traits.tail, row.tail > 0);
+    EXPECT_EQ(mostHeld > 0, traits.delayTime > 0);
+    EXPECT_LE(mostHeld * 1000000, traits.delayTime * rate);
+    EXPECT_GE(mostHeld * 1000000, traits.delayTime * rate * 9 / 10);
+    EXPECT_FALSE(traits.frameIndependent);
+    EXPECT_FALSE(traits.slices);
+}
+
+TEST_P(SoundStreams, StartAfreshAfterTheirEnd) {
+    SoundCase const& row = GetParam();
+    auto const effect = row.Make();
+    auto& stream = StreamOf(*effect);
+    stream.End();
+    EXPECT_EQ(stream.Take(), nullptr);
+    Blocks const in = Cut(*MakeSoundNoise(s_stereo, 7000), {1000});
+    std::string const first = GetRaw(RunStream(*effect, in));
+    EXPECT_EQ(stream.Take(), nullptr);
+    EXPECT_TRUE(GetRaw(RunStream(*effect, in)) == first);
+    // Dropped in the middle, too.
+    for (int i = 0; i < 3; ++i)
+        stream.Feed(in.front());
+    effect->Reset();
+    EXPECT_EQ(stream.Take(), nullptr);
+    EXPECT_TRUE(GetRaw(RunStream(*effect, in)) == first);
+    EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 24);
+    EXPECT_EQ(Catch([&] { stream.Feed({}); }).text, "A null block cannot be fed");
+}
+
+/// What a block of an unknown time becomes has an unknown time; a gap stays where it was.
+TEST_P(SoundStreams, KeepGapsAndUnknownTimes) {
+    SoundCase const& row = GetParam();
+    Blocks in = Cut(*MakeSoundNoise(s_stereo, 9000), {1000});
+    std::vector<std::int64_t> starts;
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        starts.push_back(i < 4   ? s_start + static_cast<std::int64_t>(i) * 1000000
+                         : i < 7 ? AV_NOPTS_VALUE
+                                 : -s_start);
+        in[i]->SetTime(starts.back());
+    }
+    std::int64_t taken = 0;
+    for (SP<IDataAudio> const& block : RunStream(*row.Make(), in)) {
+        auto const index = std::min<std::size_t>(static_cast<std::size_t>(taken) / 1000, starts.size() - 1);
+        std::int64_t const within = taken - static_cast<std::int64_t>(index) * 1000;
+        std::int64_t expected = starts[index];
+        if (expected != AV_NOPTS_VALUE)
+            expected += std::llround(static_cast<double>(within) / 0.0441);
+        EXPECT_EQ(block->GetTime(), expected) << taken;
+        taken += block->GetSampleCount();
+    }
+    EXPECT_EQ(taken, 9000 + row.tail);
+}
+
+INSTANTIATE_TEST_SUITE_P(SoundEffects, SoundStreams, testing::ValuesIn(GetSoundCases()),
+                         [](auto const& test) { return test.param.name; });
+
+TEST(SoundStream, NoiseGateShiftsNothing) {
+    // A burst after silence comes out where it went in, though a tenth of a second later.
+    constexpr std::int64_t first = 20000;
+    auto const info = SampleInfo::Init(SampleFormats::Double, 44100, {4, 1});
+    SP<IDataAudio> const sound = MakeSound(info, 40000, [](int, std::int64_t i) {
+        return i < first ? 0.0 : i % 2 == 0 ? 0.9 : -0.9;
+    });
+    std::int64_t silent = 0;
+    bool loud = false;
+    Blocks const in = Cut(*sound, {700});
+    for (SP<IDataAudio> const& block : RunStream(*GetSoundCase("NoiseGate").Make(), in))
+        for (int i = 0; i < block->GetSampleCount() && !loud; ++i) {
+            loud = std::abs(GetSample(*block->GetAVFrame(), 0, i)) > 0.1;
+            silent += loud ? 0 : 1;
+        }
+    EXPECT_EQ(silent, first);
+}
+
+TEST(SoundStream, EchoComesAfterTheEnd) {
+    auto const effect = GetSoundCase("Echo").create({}, {});
+    Proc::SettingsAudioEcho settings;
+    settings.echos = {{500, 0.5}};
+    effect->SetSettings(settings);
+    auto& stream = StreamOf(*effect);
+    auto const info = SampleInfo::Init(SampleFormats::DoublePlanar, 8000, {4, 1});
+    SP<IDataAudio> const sound = MakeSound(info, 100, [](int, std::int64_t) { return 0.5; });
+    sound->SetTime(s_start);
+    stream.Feed(sound);
+    EXPECT_EQ(CountSamples(TakeAll(stream)), 100);
+    stream.End();
+    // The next stream may begin before the tail is taken.
+    stream.Feed(sound);
+    Blocks const out = TakeAll(stream);
+    EXPECT_EQ(CountSamples(out), 4000 + 100);
+    EXPECT_EQ(out.front()->GetTime(), ToTime(100, 8000));
+    EXPECT_EQ(out.back()->GetTime(), s_start);
+    std::vector<double> samples;
+    for (SP<IDataAudio> const& block : out)
+        for (int i = 0; i < block->GetSampleCount(); ++i)
+            samples.push_back(GetSample(*block->GetAVFrame(), 0, i));
+    EXPECT_EQ(samples[3899], 0);
+    EXPECT_EQ(samples[3900], 0.25);
+    EXPECT_EQ(samples[3999], 0.25);
+    EXPECT_EQ(samples[4000], 0.5);
+}
+
+TEST(SoundStream, BringsOutTheOldBeforeTheNew) {
+    auto const effect = GetSoundCase("NoiseGate").Make();
+    auto& stream = StreamOf(*effect);
+    std::vector<std::int32_t> const rates{44100, 48000, 44100, 8000};
+    std::int64_t time = 0;
+    for (std::int32_t const rate : rates) {
+        SP<IDataAudio> const block = MakeSoundNoise(SampleInfo::Init(SampleFormats::S16, rate, {3, 2}), 700);
+        block->SetTime(time += 1000000);
+        stream.Feed(block);
+    }
+    effect->SetSettings(Proc::SettingsAudioNoiseGate()); // passes untouched
+    SP<IDataAudio> const last = MakeSoundNoise(s_stereo, 900);
+    stream.Feed(last);
+    stream.End();
+    Blocks const out = TakeAll(stream);
+    ASSERT_EQ(out.size(), 5U);
+    for (std::size_t i = 0; i < rates.size(); ++i) {
+        EXPECT_EQ(out[i]->GetSampleInfo().rate, rates[i]);
+        EXPECT_EQ(out[i]->GetSampleInfo().format, SampleFormats::DoublePlanar);
+        EXPECT_EQ(out[i]->GetSampleCount(), 700);
+        EXPECT_EQ(out[i]->GetTime(), static_cast<std::int64_t>(i + 1) * 1000000);
+    }
+    EXPECT_EQ(out[4], last);
+}
+
+/// A policy that shows under which settings a block was finished.
+struct ProbeActions {
+    using SettingsType = Proc::SettingsAudioReverb;
+    static constexpr std::string_view s_settingsName = "Probe";
+    static constexpr Proc::EffectTraits s_traits{.summary = "probe"};
+    static std::string GetFFString(SettingsType const&, SampleInfo const&) { return "aecho=1:1:20:0.5"; }
+    static void PostProcess(SettingsType const& settings, SP<IDataAudio>& data) {
+        data->SetDuration(std::lround(settings.amount * 10));
+    }
+};
+
+TEST(SoundStream, RestComesOutUnderTheOldSettings) {
+    auto const effect = MakeSP<Proc::EffectFafloplalAudio<ProbeActions>>();
+    Proc::SettingsAudioReverb settings;
+    for (int amount : {1, 2}) {
+        settings.amount = static_cast<float>(amount) / 10;
+        effect->SetSettings(settings);
+        effect->Feed(MakeSoundNoise(s_stereo, 100));
+        effect->End();
+    }
+    settings.amount = 0.3F;
+    effect->SetSettings(settings);
+    std::vector<std::int64_t> amounts;
+    for (SP<IDataAudio> const& block : TakeAll(*effect))
+        amounts.push_back(block->GetDuration());
+    EXPECT_EQ(amounts, (std::vector<std::int64_t>{1, 1, 2, 2})); // a block and its tail
+}
+
+TEST(SoundStream, LosesOnlyTheBlockThatFails) {
+    FFmpegWatch const quiet;
+    auto const effect = GetSoundCase("NoiseGate").Make();
+    auto& stream = StreamOf(*effect);
+    for (int i = 0; i < 3; ++i) {
+        stream.Feed(MakeSoundNoise(s_stereo, 1000));
+        SP<IDataAudio> const bad = MakeSoundNoise(s_stereo, 1000);
+        bad->GetAVFrame()->nb_samples = 100000;
+        EXPECT_THROW(stream.Feed(bad), Proc::EffectException);
+        SP<IDataAudio> const impossible =
+            MakeSoundNoise(SampleInfo::Init(SampleFormats::S16, 8000, {0, 65}), 10);
+        EXPECT_THROW(stream.Feed(impossible), Proc::EffectException);
+    }
+    stream.End();
+    EXPECT_EQ(CountSamples(TakeAll(stream)), 3000);
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,141 @@
+// Blocks with times of their own become one line.
+
+#include "Media/SoundLine.h"
+#include "Proc/Data/DataAudioFF.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+extern "C" {
+#include <libavutil/avutil.h>
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+Conf::SampleInfo MonoAt(std::int32_t rate) {
+    return {Conf::SampleFormats::Float, rate, Conf::ChannelLayout::FromCount(1)};
+}
+
+class SoundLineTest : public testing::Test {
+protected:
+    /// A block of so many samples, each with its number among all that were made.
+    SP<Proc::IDataAudio> MakeBlock(int count, std::int32_t rate = 1000) {
+        auto block = Proc::DataAudioFF::CreateBySampleCount(MonoAt(rate), count);
+        for (int i = 0; i < count; ++i)
+            reinterpret_cast<float*>(block->GetAVFrame()->data[0])[i] = ++m_number;
+        return block;
+    }
+    /// Times in milliseconds, which are samples.
+    void Feed(int count, std::int64_t time) {
+        m_line.Feed(*MakeBlock(count)->GetAVFrame(), time, {1, 1000});
+        TakeAll(m_line);
+    }
+    void TakeAll(Media::SoundLine& line) {
+        while (auto const block = line.Take()) {
+            if (m_samples.empty())
+                m_start = (*block)->pts;
+            EXPECT_EQ((*block)->pts, m_start + static_cast<std::int64_t>(m_samples.size()));
+            m_longest = std::max(m_longest, (*block)->nb_samples);
+            auto const* const samples = reinterpret_cast<float const*>((*block)->data[0]);
+            m_samples.insert(m_samples.end(), samples, samples + (*block)->nb_samples);
+        }
+    }
+    std::vector<float> Part(std::ptrdiff_t from, std::ptrdiff_t to) const {
+        return {m_samples.begin() + from, m_samples.begin() + to};
+    }
+
+    Media::SoundLine m_line{MonoAt(1000)};
+    std::int64_t m_start = 0;
+    std::vector<float> m_samples;
+    int m_longest = 0;
+    float m_number = 0;
+};
+
+TEST_F(SoundLineTest, InexactTimesMoveNothing) {
+    Feed(100, 500);
+    Feed(100, 640);            // 40 ms late
+    Feed(100, 660);            // 40 ms early
+    Feed(100, AV_NOPTS_VALUE); // none at all
+    Feed(100, INT64_MAX);
+    EXPECT_EQ(m_start, 500);
+    ASSERT_EQ(m_samples.size(), 500U);
+    EXPECT_EQ(m_samples.back(), 500);
+    EXPECT_THAT(m_line.GetNotes(), IsEmpty());
+}
+
+TEST_F(SoundLineTest, GapsAndOverlapsKeepTheRestInPlace) {
+    Feed(100, 0);
+    Feed(2, 2500); // silence in pieces of a second at most
+    ASSERT_EQ(m_samples.size(), 2502U);
+    EXPECT_EQ(m_longest, 1000);
+    EXPECT_THAT(Part(99, 102), ElementsAre(100, 0, 0));
+    EXPECT_THAT(Part(2499, 2502), ElementsAre(0, 101, 102));
+    Feed(200, 2402); // its first 100 samples were there
+    Feed(50, 2500);  // all of it
+    Feed(1, 2602);
+    ASSERT_EQ(m_samples.size(), 2603U);
+    EXPECT_THAT(Part(2501, 2504), ElementsAre(102, 203, 204));
+    EXPECT_EQ(m_samples.back(), 353);
+    EXPECT_THAT(m_line.GetNotes(),
+                ElementsAre("1 sound gap was filled with silence, 2.400 s in all.",
+                            "0.202 s of sound were cut that overlapped the sound before."));
+}
+
+TEST_F(SoundLineTest, JumpsOfTheClockArePassedOver) {
+    Feed(2000, 5000);
+    Feed(100, 0);
+    Feed(100, 100);
+    Feed(100, std::int64_t{1} << 40);
+    Feed(100, (std::int64_t{1} << 40) + 100);
+    ASSERT_EQ(m_samples.size(), 2400U);
+    EXPECT_EQ(m_samples.back(), 2400);
+    EXPECT_THAT(m_line.GetNotes(),
+                ElementsAre("2 clock jumps were passed over: the times of the sound are not continuous."));
+}
+
+TEST_F(SoundLineTest, StartsWhereItIsTold) {
+    m_line.StartAt(-50000);
+    Feed(2, 0);
+    EXPECT_EQ(m_start, -50);
+    ASSERT_EQ(m_samples.size(), 52U);
+    EXPECT_EQ(m_samples[50], 1);
+}
+
+// Two rates, a gap between and a change in the middle: a tone keeps its place and its end.
+TEST_F(SoundLineTest, ConversionsLoseNoTime) {
+    Media::SoundLine line(MonoAt(48000));
+    auto const feed = [&](std::int32_t rate, double from, double to) {
+        int const step = rate / 50;
+        for (double time = from; time < to - 0.001; time += 0.02) {
+            auto const block = Proc::DataAudioFF::CreateBySampleCount(MonoAt(rate), step);
+            for (int i = 0; i < step; ++i)
+                reinterpret_cast<float*>(block->GetAVFrame()->data[0])[i] =
+                    static_cast<float>(std::sin(2 * std::numbers::pi * 440 * (time + double(i) / rate)));
+            line.Feed(*block->GetAVFrame(), std::llround(time * 1e6), {1, 1000000});
+            TakeAll(line);
+        }
+    };
+    feed(44100, 0, 0.4);
+    feed(44100, 0.6, 0.8);
+    feed(32000, 0.8, 1);
+    line.End();
+    TakeAll(line);
+    ASSERT_EQ(m_samples.size(), 48000U);
+    for (double const time : {0.1, 0.3, 0.5, 0.7, 0.9}) {
+        auto const at = static_cast<std::size_t>(time * 48000);
+        for (std::size_t i = at; i < at + 100 && i < m_samples.size(); ++i)
+            EXPECT_NEAR(m_samples[i],
+                        time == 0.5 ? 0 : std::sin(2 * std::numbers::pi * 440 * double(i) / 48000), 0.001);
+    }
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,77 @@
+#include "Support/Watch.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <string_view>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+/// In each graph the first source tells its format once, when it is made.
+thread_local int s_graphs = 0;
+
+void CountSources(void* context, int, char const* format, va_list) {
+    AVClass const* const type = context ? *static_cast<AVClass const* const*>(context) : nullptr;
+    std::string_view const begin = std::string_view(format).substr(0, 4);
+    if (!type || (begin != "w:%d" && begin != "tb:%")) // pictures, sound
+        return;
+    std::string_view const name = type->item_name(context);
+    if (name == "in" || name == "Parsed_buffer_0")
+        ++s_graphs;
+}
+
+template <class Tag>
+auto Get(boost::exception const& exception) {
+    auto const* value = boost::get_error_info<Tag>(exception);
+    return value ? std::optional(*value) : std::nullopt;
+}
+
+} // namespace
+
+Failure Describe(boost::exception const& exception) {
+    Failure failure;
+    failure.text = Get<TagDescription>(exception).value_or("");
+    failure.file = Get<boost::throw_file>(exception).value_or("");
+    failure.function = Get<boost::throw_function>(exception).value_or("");
+    failure.hasStack = Get<TagCallStack>(exception).has_value();
+    failure.ffmpegError = Get<Proc::TagFFmpegError>(exception);
+    if (auto const code = Get<Proc::TagTranscodingErrorCode>(exception))
+        failure.code = static_cast<int>(*code);
+    failure.filter = Get<Proc::TagFilterText>(exception).value_or("");
+    failure.detail = Get<Proc::TagDetail>(exception).value_or("");
+    return failure;
+}
+
+LogWatch::LogWatch(int verbosity) {
+    FLAGS_v = verbosity;
+    google::AddLogSink(this);
+}
+
+LogWatch::~LogWatch() {
+    google::RemoveLogSink(this);
+    FLAGS_v = m_before;
+}
+
+void LogWatch::send(google::LogSeverity, char const*, char const* file, int, google::LogMessageTime const&,
+                    char const* message, std::size_t length) {
+    m_lines.push_back(file + std::string(": ") + std::string(message, length));
+}
+
+FFmpegWatch::FFmpegWatch() {
+    s_graphs = 0;
+    av_log_set_callback(CountSources);
+}
+
+FFmpegWatch::~FFmpegWatch() {
+    av_log_set_callback(av_log_default_callback);
+}
+
+int FFmpegWatch::GetGraphs() noexcept {
+    return s_graphs;
+}
+
+} // namespace Tarsel::Test
