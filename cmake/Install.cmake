@@ -25,8 +25,10 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
 endforeach()
 foreach(header
     Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/PictureReader.h Media/Run.h
+    Media/SoundLane.h Media/SoundReader.h Media/SoundWriter.h
     Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioRef.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h
+    Proc/Effects/Lumenta/EffectFFMPEGAudio.h Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h
     Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
     Proc/Effects/Lumenta/OptionText.h Proc/Effects/Lumenta/OutputConversion.h
     Proc/Effects/Lumenta/Pixels/AlphaBlend.h Proc/Effects/Lumenta/Pixels/ColorQuant.h)

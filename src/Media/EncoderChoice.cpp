@@ -215,6 +215,10 @@ AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path c
 bool CanHold(Container const& container, std::filesystem::path const& output, int codec) {
     if (container.isStill)
         return codec == GetStillCodec(output);
+    // FFmpeg does not say what these take.
+    constexpr std::string_view ownCodecOnly[] = {"gif", "apng"};
+    if (std::ranges::find(ownCodecOnly, container.format->name) != std::end(ownCodecOnly))
+        return codec == container.format->video_codec;
     return avformat_query_codec(container.format, static_cast<AVCodecID>(codec),
                                 FF_COMPLIANCE_EXPERIMENTAL) != 0;
 }

@@ -393,7 +393,7 @@ TEST_F(Sound, CanBeStoppedAndTellsItsProgress) {
         EXPECT_THAT(List(), ElementsAre("in.wav"));
     }
     Media::RunOptions options = SoundOptions("in.wav", "out.flac", MakeSound([](Block const& block) {
-                                                 std::this_thread::sleep_for(std::chrono::milliseconds(8));
+                                                 std::this_thread::sleep_for(std::chrono::milliseconds(25));
                                                  return Blocks{block};
                                              }));
     std::vector<double> done;

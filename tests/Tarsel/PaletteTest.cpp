@@ -111,13 +111,13 @@ TEST_F(PaletteTool, MakesAnimationsOfFilms) {
 TEST_F(PaletteTool, RefusesWhatHoldsNoPalettes) {
     auto const photo = MakePhoto();
     auto const jpeg = Run({"palette", photo, At("out.jpg")});
-    EXPECT_EQ(jpeg.exitCode, 2);
+    EXPECT_EQ(jpeg.exitCode, 1);
     EXPECT_THAT(jpeg.err, HasSubstr("\"out.jpg\" cannot hold palettes"));
     auto const many = Run({"palette", photo, At("out.png"), "--colours", "256"});
-    EXPECT_EQ(many.exitCode, 2);
+    EXPECT_EQ(many.exitCode, 1);
     EXPECT_THAT(many.err, HasSubstr("[1 - 255]"));
     auto const trick = Run({"palette", photo, At("out.png"), "--background", "red:dither=1"});
-    EXPECT_EQ(trick.exitCode, 2);
+    EXPECT_EQ(trick.exitCode, 1);
     EXPECT_THAT(trick.err, HasSubstr("red:dither=1"));
     EXPECT_THAT(ListFolder(), testing::ElementsAre("photo.png"));
 }

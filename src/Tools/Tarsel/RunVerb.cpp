@@ -119,7 +119,7 @@ void RunMedia(RunArguments const& arguments, Context const& context) {
 
 Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("run", "Pass a media file's picture and sound through effects")->group("Verbs");
+        app.add_subcommand("run", "Pass a film or sound through effects")->group("Verbs");
     auto const arguments = std::make_shared<RunArguments>();
     arguments->media.AddTo(*command);
     AddEffectOption(*command, arguments->effects);
@@ -128,9 +128,9 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     command->footer("EFFECT is \"NAME KEY=VALUE...\"; \"tarsel list\" shows names and keys. Effects see\n"
                     "the picture upright, as its orientation tag asks; effects on sound work on every\n"
                     "sound stream. Subtitles, chapters and metadata are copied; so are picture and\n"
-                    "sound where OUTPUT can hold their codecs, unless there are effects or options for\n"
-                    "encoding them. An effect on two pictures takes the second from reference=FILE, a\n"
-                    "film from the same start on or a still picture.\n\n" +
+                    "sound where OUTPUT can hold their codecs, unless there are effects or options\n"
+                    "for encoding them. An effect on two pictures takes the second from\n"
+                    "reference=FILE, a film from the same start on or a still picture.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel run in.mp4 out.mp4 -e \"flip horizontal=1\" -e \"transpose step=1\"\n"
