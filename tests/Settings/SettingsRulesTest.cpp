@@ -95,7 +95,7 @@ TEST(IsEmpty, IsTrueWhereTheEffectChangesNothing) {
              Case{"resize", "height=100", false},
              Case{"resample", "", true},
              Case{"resample", "layout=mono", false},
-             Case{"rotate", "size=pad", true},
+             Case{"rotate", "mode=pad", true},
              Case{"rotate", "angle=-0.5", false},
              Case{"color-balance", "gamma-weight=50", true},
              Case{"color-balance", "hue=10", false},

@@ -26,7 +26,7 @@ constexpr std::array s_rotateFields{
         .help = "clockwise rotation; multiples of 90 are lossless and change the size as they must",
     }),
     MakeField<&Rotate::sizeMode>({
-        .key = "size",
+        .key = "mode",
         .initial = Rotate::SizeMode::Keep,
         .help = "size of the result",
         .words = s_sizeModes,
@@ -36,14 +36,14 @@ constexpr std::array s_rotateFields{
         .initial = 0,
         .maximum = s_maxSide,
         .unit = "pixels",
-        .help = "width of the result, for size=given; above 0 there",
+        .help = "width of the result, for mode=given; above 0 there",
     }),
     MakeField<&Rotate::outputHeight>({
         .key = "height",
         .initial = 0,
         .maximum = s_maxSide,
         .unit = "pixels",
-        .help = "height of the result, for size=given; above 0 there",
+        .help = "height of the result, for mode=given; above 0 there",
     }),
     MakeField<&Rotate::bilinear>({
         .key = "bilinear",
