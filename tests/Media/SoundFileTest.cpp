@@ -20,7 +20,6 @@ extern "C" {
 namespace Tarsel::Test {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 Conf::SampleInfo const s_stereo{Conf::SampleFormats::S16, 44100, Conf::ChannelLayout::FromCount(2)};
