@@ -94,7 +94,7 @@ TEST(TwoInputGraph, OutOfMemoryHasItsCode) {
         EXPECT_EQ(failure.code, 35);
         EXPECT_EQ(failure.ffmpegError, AVERROR(ENOMEM));
     };
-    for (std::size_t const bytes : {1, 200})
+    for (std::size_t const bytes : {std::size_t{1}, std::size_t{200}})
         expectCode(Catch([&] {
             AllocationLimit const limit(bytes);
             Create("midequalizer");
