@@ -7,8 +7,8 @@
 #include "Proc/Data/DataAudioFF.h"
 #include "Proc/Effects/Lumenta/Audio/Equalizer.h"
 #include "Proc/Effects/Lumenta/Audio/Modulation.h"
-#include "Proc/Effects/Lumenta/GraphOwners.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/GraphOwners.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Interfaces/IEffectStream.h"
 
 #include <benchmark/benchmark.h>

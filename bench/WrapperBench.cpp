@@ -3,7 +3,7 @@
 
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Effects/Lumenta/Video/Orientation.h"
 
 #include <benchmark/benchmark.h>

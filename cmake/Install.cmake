@@ -30,7 +30,7 @@ foreach(header
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h
     Proc/Effects/Lumenta/EffectFFMPEGAudio.h Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h
     Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
-    Proc/Effects/Lumenta/OptionText.h Proc/Effects/Lumenta/OutputConversion.h
+    Proc/Effects/Lumenta/OptionText.h Proc/Effects/Lumenta/Graph/OutputConversion.h
     Proc/Effects/Lumenta/Pixels/AlphaBlend.h Proc/Effects/Lumenta/Pixels/ColorQuant.h)
   cmake_path(GET header PARENT_PATH room)
   install(FILES "${PROJECT_SOURCE_DIR}/src/${header}" COMPONENT Development

@@ -1,7 +1,5 @@
 #include "Host/FrameConversion.h"
 
-#include "Proc/Wrappers/SafeSwsContext.h"
-
 namespace Tarsel::Host {
 
 PictureForm GetForm(Proc::IDataVideo const& frame) {
@@ -10,13 +8,13 @@ PictureForm GetForm(Proc::IDataVideo const& frame) {
 }
 
 SP<Proc::DataVideoFF> ConvertPixels(Proc::IDataVideo const& frame, Conf::PixFmt format,
-                                    Conf::ColorSpace const& space) {
+                                    Conf::ColorSpace const& space, Proc::KeptScaler& scaler) {
     PictureForm const form = GetForm(frame);
     SP<Proc::DataVideoFF> converted =
         Proc::DataVideoFF::CreateLike(frame, space, format, frame.GetFrameInfo());
-    Proc::SafeSwsContext({{form.width, form.height, form.format, frame.GetColorSpace()},
-                          {form.width, form.height, format, space}})
-        .Scale(*frame.GetAVFrame(), *converted->GetAVFrame());
+    scaler.Scale({{form.width, form.height, form.format, frame.GetColorSpace()},
+                  {form.width, form.height, format, space}},
+                 *frame.GetAVFrame(), *converted->GetAVFrame());
     return converted;
 }
 

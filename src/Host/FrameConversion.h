@@ -4,6 +4,7 @@
 #include "Conf/PixFmt.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Interfaces/IDataVideo.h"
+#include "Proc/Wrappers/KeptScaler.h"
 
 #include <cstdint>
 
@@ -20,8 +21,9 @@ struct PictureForm {
 
 PictureForm GetForm(Proc::IDataVideo const& frame);
 
-/// The same picture in another format and colour space. MemoryException, EffectException as SafeSwsContext.
+/// The same picture in another format and colour space, by a scaler that is kept for the next one like it.
+/// MemoryException, EffectException as SafeSwsContext.
 SP<Proc::DataVideoFF> ConvertPixels(Proc::IDataVideo const& frame, Conf::PixFmt format,
-                                    Conf::ColorSpace const& space);
+                                    Conf::ColorSpace const& space, Proc::KeptScaler& scaler);
 
 } // namespace Tarsel::Host

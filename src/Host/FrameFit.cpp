@@ -103,7 +103,7 @@ SP<Proc::IDataVideo> FrameFit::Fit(Proc::IDataVideo const& frame) {
             space.range = AVCOL_RANGE_JPEG;
         if (space.matrix == AVCOL_SPC_RGB)
             space.matrix = AVCOL_SPC_UNSPECIFIED;
-        converted = ConvertPixels(frame, m_inner.format, space);
+        converted = ConvertPixels(frame, m_inner.format, space, m_there);
         source = converted.get();
     }
     if (m_inner.width == m_outer.width && m_inner.height == m_outer.height)
@@ -121,11 +121,11 @@ SP<Proc::IDataVideo> FrameFit::Fit(Proc::IDataVideo const& frame) {
     return padded;
 }
 
-SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) const {
+SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) {
     PictureForm const form = GetForm(*result);
     if (form.width != m_inner.width || form.height != m_inner.height)
         Core::Throw<Proc::EffectException>(
-            {"Host/FrameFit", "SP<IDataVideo> Tarsel::Host::FrameFit::Restore(const SP<IDataVideo> &) const"},
+            {"Host/FrameFit", "SP<IDataVideo> Tarsel::Host::FrameFit::Restore(const SP<IDataVideo> &)"},
             fmt::format(
                 "The effect breaks its contract: it keeps the size, as it says, but made {}x{} of {}x{}",
                 form.width, form.height, m_inner.width, m_inner.height));
@@ -141,7 +141,7 @@ SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) const
         return cut;
     // The scaler writes no palettes: what became RGB stays so.
     PixFmt const outer = m_outer.format == PixFmt::PAL8 ? PixFmt::RGBA : m_outer.format;
-    return ConvertPixels(*cut, outer, m_outerSpace);
+    return ConvertPixels(*cut, outer, m_outerSpace, m_back);
 }
 
 std::string FrameFit::Describe() const {

@@ -25,7 +25,7 @@ public:
     SP<Proc::IDataVideo> Fit(Proc::IDataVideo const& frame);
     /// The picture that lay in the frame before Fit: the added column and row cut off, in the format that it
     /// had. Throws as Fit.
-    SP<Proc::IDataVideo> Restore(SP<Proc::IDataVideo> const& result) const;
+    SP<Proc::IDataVideo> Restore(SP<Proc::IDataVideo> const& result);
 
     /// "rgb24 641x480 as yuv444p 642x480 and back".
     std::string Describe() const;
@@ -37,6 +37,8 @@ private:
     PictureForm m_inner;
     /// Of the frames that went in last.
     Conf::ColorSpace m_outerSpace;
+    Proc::KeptScaler m_there;
+    Proc::KeptScaler m_back;
 };
 
 } // namespace Tarsel::Host

@@ -40,16 +40,18 @@ public:
     }
 
 private:
-    static SP<IDataVideo> Convert(IDataVideo const& frame, PixFmt format, Conf::ColorSpace const& space) {
+    SP<IDataVideo> Convert(IDataVideo const& frame, PixFmt format, Conf::ColorSpace const& space) {
         Conf::ColorSpace const own = frame.GetColorSpace();
         bool const isAlike =
             frame.GetPixelFormat() == format && own.matrix == space.matrix && own.range == space.range;
-        SP<IDataVideo> fitted = isAlike ? frame.Copy() : SP<IDataVideo>(ConvertPixels(frame, format, space));
+        SP<IDataVideo> fitted =
+            isAlike ? frame.Copy() : SP<IDataVideo>(ConvertPixels(frame, format, space, m_scaler));
         // Primaries make no difference to the values: they are taken for the first frame's.
         Proc::SetFrameColorSpace(*fitted->GetAVFrame(), space);
         return fitted;
     }
 
+    Proc::KeptScaler m_scaler;
     SP<IDataVideo const> m_source;
     SP<IDataVideo> m_fitted;
 };
@@ -88,7 +90,7 @@ public:
         PixFmt const format = GetWorkFormat(data->GetPixelFormat());
         SP<IDataVideo> first = data;
         if (format != data->GetPixelFormat())
-            first = ConvertPixels(*data, format, data->GetColorSpace());
+            first = ConvertPixels(*data, format, data->GetColorSpace(), m_unpaletted);
         m_effect->Process(first, m_fit.Fit(second, *first));
         data = std::move(first);
     }
@@ -123,6 +125,8 @@ private:
     SP<Proc::ITwoInputEffectVideo> m_effect;
     SecondFrames m_seconds;
     SecondFit m_fit;
+    /// Makes RGB of palettes.
+    Proc::KeptScaler m_unpaletted;
     std::deque<SP<IDataVideo>> m_ready;
 };
 

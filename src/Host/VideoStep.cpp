@@ -81,7 +81,7 @@ void VideoStep::FitTo(PictureForm const& form) {
         while (SP<Proc::IDataVideo> rest = TakeRestored())
             m_ready.push_back(std::move(rest));
     }
-    m_fit = fit;
+    m_fit = std::move(fit);
     m_input = form;
     m_output = Conf::PixFmt::None;
     if (m_fit)

@@ -1,7 +1,7 @@
-#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Core/CoreExceptions.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Effects/Lumenta/OptionText.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
 #include "Support/CommaLocale.h"
 #include "Support/Watch.h"
 

@@ -3,7 +3,7 @@
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEG.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>

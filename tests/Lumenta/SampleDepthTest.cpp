@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Video/Denoise.h"

@@ -1,7 +1,7 @@
 #include "Conf/FormatCodecVideo.h"
 #include "Frames.h"
 #include "Probe.h"
-#include "Proc/Effects/Lumenta/FormatCache.h"
+#include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>

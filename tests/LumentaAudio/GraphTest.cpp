@@ -1,6 +1,6 @@
 #include "Conf/FormatCodecAudio.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "SoundCases.h"
 #include "Support/CommaLocale.h"
 #include "Support/Sound.h"

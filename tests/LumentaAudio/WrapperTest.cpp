@@ -3,7 +3,7 @@
 #include "Proc/Effects/Lumenta/Audio/Dynamics.h"
 #include "Proc/Effects/Lumenta/Audio/Equalizer.h"
 #include "Proc/Effects/Lumenta/Audio/Modulation.h"
-#include "Proc/Effects/Lumenta/FormatCache.h"
+#include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Settings/Format.h"

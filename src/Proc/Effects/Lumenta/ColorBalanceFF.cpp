@@ -2,7 +2,7 @@
 
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Format.h"

@@ -5,7 +5,7 @@
 #include "Conf/PixFmt.h"
 #include "Core/Property.h"
 #include "Core/RefCount.h"
-#include "Proc/Effects/Lumenta/GraphStream.h"
+#include "Proc/Effects/Lumenta/Graph/GraphStream.h"
 #include "Proc/Interfaces/IDataVideo.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"

@@ -1,8 +1,8 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEG.h"
 
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/FilterError.h"
-#include "Proc/Effects/Lumenta/GraphOwners.h"
+#include "Proc/Effects/Lumenta/Graph/FilterError.h"
+#include "Proc/Effects/Lumenta/Graph/GraphOwners.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <cstdint>

@@ -3,9 +3,9 @@
 #include "Conf/AudioTime.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataAudioFF.h"
-#include "Proc/Effects/Lumenta/FilterError.h"
-#include "Proc/Effects/Lumenta/GraphSound.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/FilterError.h"
+#include "Proc/Effects/Lumenta/Graph/GraphSound.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h"
 
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/GraphSound.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/GraphSound.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/SafeFrame.h"

@@ -4,10 +4,10 @@
 #include "Conf/FormatCodecAudio.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataAudioFF.h"
-#include "Proc/Effects/Lumenta/FilterError.h"
-#include "Proc/Effects/Lumenta/GraphOwners.h"
-#include "Proc/Effects/Lumenta/GraphSound.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/FilterError.h"
+#include "Proc/Effects/Lumenta/Graph/GraphOwners.h"
+#include "Proc/Effects/Lumenta/Graph/GraphSound.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 #include "Conf/IFormatCodecVideo.h"
 #include "Core/RefCount.h"
 #include "Proc/Effects/Lumenta/Api.h"
-#include "Proc/Effects/Lumenta/OutputConversion.h"
+#include "Proc/Effects/Lumenta/Graph/OutputConversion.h"
 #include "Proc/Interfaces/IDataVideo.h"
 
 #include <memory>

@@ -2,9 +2,9 @@
 
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
-#include "Proc/Effects/Lumenta/FilterError.h"
-#include "Proc/Effects/Lumenta/GraphInput.h"
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/FilterError.h"
+#include "Proc/Effects/Lumenta/Graph/GraphInput.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/AVFrameWrapper.h"
 #include "Proc/Wrappers/FrameFields.h"

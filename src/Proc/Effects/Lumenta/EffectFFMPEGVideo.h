@@ -6,7 +6,7 @@
 #include "Core/Ratio.h"
 #include "Core/RefCount.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEG.h"
-#include "Proc/Effects/Lumenta/OutputConversion.h"
+#include "Proc/Effects/Lumenta/Graph/OutputConversion.h"
 #include "Proc/Interfaces/IDataVideo.h"
 
 #include <cstdint>

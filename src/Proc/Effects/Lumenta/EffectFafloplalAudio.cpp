@@ -1,7 +1,7 @@
 #include "Proc/Effects/Lumenta/EffectFafloplalAudio.h"
 
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/FormatCache.h"
+#include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Interfaces/Statistics.h"

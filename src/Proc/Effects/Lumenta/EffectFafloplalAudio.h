@@ -4,7 +4,7 @@
 #include "Core/Property.h"
 #include "Core/RefCount.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
-#include "Proc/Effects/Lumenta/SoundStream.h"
+#include "Proc/Effects/Lumenta/Graph/SoundStream.h"
 #include "Proc/Interfaces/IDataAudio.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectFactory.h"

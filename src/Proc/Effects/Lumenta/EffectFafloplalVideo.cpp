@@ -2,7 +2,7 @@
 
 #include "Core/ThreadBudget.h"
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/FormatCache.h"
+#include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"

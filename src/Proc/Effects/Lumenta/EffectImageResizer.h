@@ -1,13 +1,13 @@
 #pragma once
 
 #include "Proc/Effects/Lumenta/Picture/ComponentScaler.h"
-#include "Proc/Effects/Lumenta/Picture/KeptScaler.h"
 #include "Proc/Effects/Lumenta/Picture/ResizePlan.h"
 #include "Proc/Effects/Lumenta/Picture/StepScaler.h"
 #include "Proc/Effects/Lumenta/PictureEffect.h"
 #include "Proc/Interfaces/IEffectFactory.h"
 #include "Proc/Interfaces/IResizeComplex.h"
 #include "Proc/Settings/Format.h"
+#include "Proc/Wrappers/KeptScaler.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
 #include <cstdint>

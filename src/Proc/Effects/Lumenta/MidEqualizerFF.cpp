@@ -1,8 +1,8 @@
 #include "Proc/Effects/Lumenta/MidEqualizerFF.h"
 
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/FormatCache.h"
-#include "Proc/Effects/Lumenta/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Graph/FormatCache.h"
+#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <glog/logging.h>

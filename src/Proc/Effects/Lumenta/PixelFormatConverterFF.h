@@ -2,11 +2,11 @@
 
 #include "Conf/ColorSpace.h"
 #include "Conf/PixFmt.h"
-#include "Proc/Effects/Lumenta/Picture/KeptScaler.h"
 #include "Proc/Effects/Lumenta/PictureEffect.h"
 #include "Proc/Interfaces/IEffectFactory.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Proc/Settings/Format.h"
+#include "Proc/Wrappers/KeptScaler.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
 #include <optional>

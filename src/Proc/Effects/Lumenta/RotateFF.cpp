@@ -1,7 +1,7 @@
 #include "Proc/Effects/Lumenta/RotateFF.h"
 
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/RotateGeometry.h"
+#include "Proc/Effects/Lumenta/Picture/RotateGeometry.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Orientation.h"

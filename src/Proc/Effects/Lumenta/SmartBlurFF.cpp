@@ -1,6 +1,6 @@
 #include "Proc/Effects/Lumenta/SmartBlurFF.h"
 
-#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
 
 #include <cstdint>
 #include <iomanip>

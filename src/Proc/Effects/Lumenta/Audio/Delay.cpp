@@ -3,7 +3,7 @@
 #include "Core/Text.h"
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/Audio/DelayMemory.h"
-#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <fmt/format.h>

@@ -3,7 +3,7 @@
 #include "Core/Saturate.h"
 #include "Core/Text.h"
 #include "Proc/Effects/Lumenta/Audio/DelayMemory.h"
-#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
 
 #include <cstdint>
 #include <vector>

@@ -4,7 +4,7 @@
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "Proc/Algorithms/AudioAlg/DataAudioRef.h"
 #include "Proc/Data/DataAudioFF.h"
-#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
 
 #include <cstdint>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
 
 #include "Conf/PixFmtDescription.h"
-#include "Proc/Effects/Lumenta/FrameFault.h"
+#include "Proc/Effects/Lumenta/Graph/FrameFault.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameFields.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Proc/Effects/Lumenta/Picture/KeptScaler.h"
+#include "Proc/Wrappers/KeptScaler.h"
 
 #include <vector>
 

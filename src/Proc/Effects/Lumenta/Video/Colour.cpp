@@ -1,8 +1,8 @@
 #include "Proc/Effects/Lumenta/Video/Colour.h"
 
 #include "Conf/PixFmtDescription.h"
-#include "Proc/Effects/Lumenta/FilterText.h"
-#include "Proc/Effects/Lumenta/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
 
 #include <array>
 #include <cstdint>

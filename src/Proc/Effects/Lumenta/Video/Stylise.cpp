@@ -2,8 +2,8 @@
 
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/FilterText.h"
-#include "Proc/Effects/Lumenta/FrameSize.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FrameSize.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <fmt/format.h>

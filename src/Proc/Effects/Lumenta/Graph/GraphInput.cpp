@@ -1,7 +1,7 @@
-#include "Proc/Effects/Lumenta/GraphInput.h"
+#include "Proc/Effects/Lumenta/Graph/GraphInput.h"
 
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/FrameFault.h"
+#include "Proc/Effects/Lumenta/Graph/FrameFault.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/FrameFields.h"
@@ -21,7 +21,7 @@ void RequireFrameFor(AVFilterContext const& source, IDataVideo const& data, AVFr
                      std::string_view name, std::string const& filter) {
     auto const refuse = [&](std::string const& text, Core::CodePoint point = Core::CodePoint::Here()) {
         Core::Throw<EffectException>(
-            {"Proc/Effects/Lumenta/GraphInput",
+            {"Proc/Effects/Lumenta/Graph/GraphInput",
              "void Tarsel::Proc::RequireFrameFor(const AVFilterContext &, const IDataVideo &, "
              "const AVFrame &, std::string_view, const std::string &)",
              point},

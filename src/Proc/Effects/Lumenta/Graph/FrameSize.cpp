@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/FrameSize.h"
+#include "Proc/Effects/Lumenta/Graph/FrameSize.h"
 
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Interfaces/ProcExceptions.h"

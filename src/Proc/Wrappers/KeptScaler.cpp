@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/Picture/KeptScaler.h"
+#include "Proc/Wrappers/KeptScaler.h"
 
 namespace Tarsel::Proc {
 

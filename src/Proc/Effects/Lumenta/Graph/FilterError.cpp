@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/FilterError.h"
+#include "Proc/Effects/Lumenta/Graph/FilterError.h"
 
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"

@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/SoundStream.h"
+#include "Proc/Effects/Lumenta/Graph/SoundStream.h"
 
 #include <iterator>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/GraphSound.h"
+#include "Proc/Effects/Lumenta/Graph/GraphSound.h"
 
 #include "Conf/FFmpegFormats.h"
 #include "Core/Throw.h"
@@ -30,7 +30,7 @@ int CountPlanes(AVFrame const& frame) {
 void CheckFrame(AVFrame const& frame, std::string const& filter) {
     auto const refuse = [&](std::string const& text, Core::CodePoint point = Core::CodePoint::Here()) {
         Core::Throw<EffectException>(
-            {"Proc/Effects/Lumenta/GraphSound",
+            {"Proc/Effects/Lumenta/Graph/GraphSound",
              "void Tarsel::Proc::(anonymous namespace)::CheckFrame(const AVFrame &, const std::string &)",
              point},
             text, TagFilterText(filter));

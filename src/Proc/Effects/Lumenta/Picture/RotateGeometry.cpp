@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/RotateGeometry.h"
+#include "Proc/Effects/Lumenta/Picture/RotateGeometry.h"
 
 #include "Core/Saturate.h"
 #include "Core/Throw.h"

@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
 
 #include "Proc/Interfaces/ProcExceptions.h"
 

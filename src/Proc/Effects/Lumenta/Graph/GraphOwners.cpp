@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/GraphOwners.h"
+#include "Proc/Effects/Lumenta/Graph/GraphOwners.h"
 
 #include <cstdint>
 

@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/GraphStream.h"
+#include "Proc/Effects/Lumenta/Graph/GraphStream.h"
 
 #include "Core/ThreadBudget.h"
 

@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/FormatCache.h"
+#include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 
 #include "Conf/PixFmtDescription.h"
 

@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/FrameFault.h"
+#include "Proc/Effects/Lumenta/Graph/FrameFault.h"
 
 #include "Proc/Wrappers/FFmpegText.h"
 

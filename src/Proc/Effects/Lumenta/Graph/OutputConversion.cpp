@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/OutputConversion.h"
+#include "Proc/Effects/Lumenta/Graph/OutputConversion.h"
 
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Wrappers/FrameFields.h"

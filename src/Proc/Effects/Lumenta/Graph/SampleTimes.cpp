@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/SampleTimes.h"
+#include "Proc/Effects/Lumenta/Graph/SampleTimes.h"
 
 #include "Conf/AudioTime.h"
 

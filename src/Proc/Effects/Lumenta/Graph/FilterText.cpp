@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FilterText.h"
 
 #include <iostream>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
-#include "Proc/Effects/Lumenta/SampleTimes.h"
+#include "Proc/Effects/Lumenta/Graph/SampleTimes.h"
 #include "Proc/Interfaces/IDataAudio.h"
 
 #include <deque>

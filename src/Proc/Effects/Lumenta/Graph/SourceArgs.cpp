@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/SourceArgs.h"
+#include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 
 #include "Conf/FFmpegFormats.h"
 
