@@ -2,6 +2,7 @@
 
 #include "Conf/YuvOfColor.h"
 #include "Core/CoreExceptions.h"
+#include "Core/Text.h"
 #include "Core/Throw.h"
 
 #include <algorithm>
@@ -94,7 +95,6 @@ std::array<std::uint8_t, 4> SourcesOf(AVPixFmtDescriptor const& descriptor) noex
     return sources;
 }
 
-/// Full range where a frame does not say otherwise: what FFmpeg's scaler takes for granted.
 bool IsGray(AVPixFmtDescriptor const& descriptor) noexcept {
     return descriptor.nb_components <= 2 && !HasFlag(descriptor, AV_PIX_FMT_FLAG_PAL);
 }
@@ -162,8 +162,8 @@ private:
         row.m_shiftX = descriptor.log2_chroma_w;
         row.m_shiftY = descriptor.log2_chroma_h;
         row.m_sources = SourcesOf(descriptor);
+        row.m_isGray = IsGray(descriptor);
         row.m_alwaysFull = row.IsRgb() || WithoutFixedRange(row.m_format) != row.m_format;
-        row.m_fullUnlessStated = row.m_alwaysFull || IsGray(descriptor);
         row.m_supported = IsTaken(descriptor, format);
     }
 };
@@ -183,7 +183,8 @@ std::uint32_t PixFmtDescription::GetPlanHeight(int plane, std::uint32_t height) 
 bool PixFmtDescription::IsFullRange(ColorSpace const& space) const noexcept {
     if (m_alwaysFull || space.range == AVCOL_RANGE_JPEG)
         return true;
-    return m_fullUnlessStated && space.range != AVCOL_RANGE_MPEG;
+    // Gray, unless it is stated otherwise: what FFmpeg's scaler takes for granted.
+    return m_isGray && space.range != AVCOL_RANGE_MPEG;
 }
 
 PixComponents PixFmtDescription::MakeColor(PixColor color, ColorSpace const& space) const noexcept {
@@ -235,6 +236,23 @@ PixFmt WithFullRange(PixFmt format) noexcept {
         if (twins.plain == format)
             return twins.full;
     return format;
+}
+
+std::string GetLossText(int loss) {
+    constexpr struct {
+        int bit;
+        std::string_view text;
+    } names[] = {{FF_LOSS_ALPHA, "alpha"},
+                 {FF_LOSS_DEPTH, "depth"},
+                 {FF_LOSS_RESOLUTION, "chroma resolution"},
+                 {FF_LOSS_CHROMA, "colour"},
+                 {FF_LOSS_COLORSPACE, "colour space"},
+                 {FF_LOSS_COLORQUANT, "colours beyond the palette"}};
+    std::vector<std::string_view> lost;
+    for (auto const& row : names)
+        if ((loss & row.bit) != 0)
+            lost.push_back(row.text);
+    return Core::Utils::ToString(lost, ", ", [](std::string_view text) { return text; });
 }
 
 PixFmt FindBestPixelFormatOfList(std::vector<PixFmt> const& list, PixFmt format, bool withAlpha, int* loss) {

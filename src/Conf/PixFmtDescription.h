@@ -25,6 +25,8 @@ public:
     std::uint8_t GetFlags() const noexcept { return m_flags; }
     bool HasAlpha() const noexcept { return (m_flags & Alpha) != 0; }
     bool IsRgb() const noexcept { return (m_flags & Rgb) != 0; }
+    /// Luma and no colour, with or without alpha; a palette is none.
+    bool IsGray() const noexcept { return m_isGray; }
     /// Bits of the deepest component, 1 to 32; 0 for formats of hardware surfaces.
     int GetDepth() const noexcept { return m_depth; }
     /// Memory planes, 1 to 4; a palette does not count. 0 for formats of hardware surfaces.
@@ -70,8 +72,8 @@ private:
     std::uint8_t m_shiftY = 0;
     /// Which value of a colour each component place holds.
     std::array<std::uint8_t, 4> m_sources{};
+    bool m_isGray = false;
     bool m_alwaysFull = false;
-    bool m_fullUnlessStated = false;
     bool m_supported = false;
 };
 
@@ -82,6 +84,9 @@ TARSEL_API PixFmtDescription const& GetPixelFormatDescription(PixFmt format);
 /// YUVJ420P. These give a format's twin of either kind; formats without one are given back. Any thread.
 TARSEL_API PixFmt WithoutFixedRange(PixFmt format) noexcept;
 TARSEL_API PixFmt WithFullRange(PixFmt format) noexcept;
+
+/// What FF_LOSS_* bits say, for people: "alpha, chroma resolution"; empty for none. Any thread.
+TARSEL_API std::string GetLossText(int loss);
 
 /// The format of `list` that loses least of `format`. `withAlpha` false: alpha may go without counting as a
 /// loss. Writes FFmpeg's FF_LOSS_* bits to `loss` when it is not null. An empty list gives PixFmt::None.

@@ -1,7 +1,6 @@
 #include "Media/EncoderPicture.h"
 
 #include "Conf/PixFmtDescription.h"
-#include "Core/Text.h"
 
 #include <algorithm>
 
@@ -62,15 +61,11 @@ bool IsSameMatrix(std::int32_t a, std::int32_t b) noexcept {
     return a == b || (is601(a) && is601(b));
 }
 
-bool IsGray(PixFmt format) {
-    auto const name = Conf::PixFmtDescription::Find(format).GetName();
-    return name.starts_with("gray") || name.starts_with("ya");
-}
-
 } // namespace
 
 std::optional<PictureKind> FindYuvOrigin(PictureKind const& input) {
-    if (input.format == PixFmt::None || IsRgb(input.format) || IsGray(input.format))
+    if (input.format == PixFmt::None || IsRgb(input.format) ||
+        Conf::PixFmtDescription::Find(input.format).IsGray())
         return std::nullopt;
     PictureKind origin{Conf::WithoutFixedRange(input.format), input.space};
     if (origin.format != input.format)
@@ -115,29 +110,13 @@ EncoderPicture ChoosePicture(PixFmt format, Conf::ColorSpace const& space, std::
     auto const& description = Conf::PixFmtDescription::Find(picture.format);
     bool const sameRange =
         Conf::PixFmtDescription::Find(from).IsFullRange(fromSpace) == description.IsFullRange(picture.space);
-    bool const sameMatrix = IsGray(from) || IsGray(picture.format) || IsRgb(from) || toRgb ||
-                            IsSameMatrix(fromSpace.matrix, picture.space.matrix);
+    bool const sameMatrix = Conf::PixFmtDescription::Find(from).IsGray() || description.IsGray() ||
+                            IsRgb(from) || toRgb || IsSameMatrix(fromSpace.matrix, picture.space.matrix);
     picture.isConverted = picture.format != from || !sameRange || !sameMatrix;
     if (!Contains(rules.formats, picture.format) &&
         Contains(rules.formats, Conf::WithFullRange(picture.format)))
         picture.format = Conf::WithFullRange(picture.format);
     return picture;
-}
-
-std::string LossText(int loss) {
-    struct {
-        int bit;
-        std::string_view text;
-    } const table[] = {{FF_LOSS_ALPHA, "alpha"},
-                       {FF_LOSS_DEPTH, "depth"},
-                       {FF_LOSS_RESOLUTION, "chroma resolution"},
-                       {FF_LOSS_CHROMA, "colour"},
-                       {FF_LOSS_COLORQUANT, "colours beyond the palette"}};
-    std::vector<std::string_view> lost;
-    for (auto const& row : table)
-        if ((loss & row.bit) != 0)
-            lost.push_back(row.text);
-    return Core::Utils::ToString(lost, ", ", [](std::string_view text) { return text; });
 }
 
 } // namespace Tarsel::Media

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace Tarsel::Media {
@@ -50,8 +49,5 @@ std::optional<PictureKind> FindYuvOrigin(PictureKind const& input);
 EncoderPicture ChoosePicture(Conf::PixFmt format, Conf::ColorSpace const& space, std::uint32_t width,
                              std::uint32_t height, EncoderRules const& rules,
                              std::optional<PictureKind> const& origin = {});
-
-/// What is lost, for people: "alpha, depth"; "" for nothing.
-std::string LossText(int loss);
 
 } // namespace Tarsel::Media

@@ -228,7 +228,7 @@ EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& conta
 }
 
 Ratio ChooseEncoderTimeBase(int codec, Ratio wanted, Ratio frameRate) {
-    // MPEG-4 part 2 stores the number of ticks a second in 16 bits.
+    // MPEG-4 Visual stores the number of ticks a second in 16 bits.
     constexpr std::int64_t mostMpeg4Ticks = 65535;
     auto const id = static_cast<AVCodecID>(codec);
     bool const wantedFits = !Contains(s_codecsWithConstantRate, id) &&

@@ -161,26 +161,4 @@ std::vector<Conf::ChannelLayout> GetChannelLayouts(AVCodec const& encoder) {
     return layouts;
 }
 
-#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
-
-bool IsInterlaced(AVFrame const& frame) noexcept {
-    return (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
-}
-
-bool IsTopFieldFirst(AVFrame const& frame) noexcept {
-    return (frame.flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
-}
-
-#else
-
-bool IsInterlaced(AVFrame const& frame) noexcept {
-    return frame.interlaced_frame != 0;
-}
-
-bool IsTopFieldFirst(AVFrame const& frame) noexcept {
-    return frame.top_field_first != 0;
-}
-
-#endif
-
 } // namespace Tarsel::Media

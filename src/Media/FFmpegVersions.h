@@ -40,7 +40,4 @@ std::vector<Conf::SampleFormats> GetSampleFormats(AVCodec const& encoder);
 std::vector<std::int32_t> GetSampleRates(AVCodec const& encoder);
 std::vector<Conf::ChannelLayout> GetChannelLayouts(AVCodec const& encoder);
 
-bool IsInterlaced(AVFrame const& frame) noexcept;
-bool IsTopFieldFirst(AVFrame const& frame) noexcept;
-
 } // namespace Tarsel::Media

@@ -104,10 +104,11 @@ void VideoEncoder::SetInterlacing(AVFrame const& frame) {
     AVCodecID const codec = m_context->codec->id;
     bool const canInterlace = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG2VIDEO;
     // A chroma row belongs to two rows of one field, so to four of the picture.
-    if (!IsInterlaced(frame) || !canInterlace || frame.height % 4 != 0)
+    Proc::FieldOrder const order = Proc::GetFrameFieldOrder(frame);
+    if (order == Proc::FieldOrder::Progressive || !canInterlace || frame.height % 4 != 0)
         return;
     m_context->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
-    m_context->field_order = IsTopFieldFirst(frame) ? AV_FIELD_TT : AV_FIELD_BB;
+    m_context->field_order = order == Proc::FieldOrder::TopFirst ? AV_FIELD_TT : AV_FIELD_BB;
 }
 
 void VideoEncoder::Send(WorkedFrame const& worked) {
@@ -205,7 +206,7 @@ std::vector<std::string> VideoEncoder::GetNotes() const {
                                            Proc::PixelFormatText(first.format),
                                            Proc::PixelFormatText(m_context->pix_fmt), m_context->codec->name);
     bool const isOdd = first.width % 2 != 0 || first.height % 2 != 0;
-    if (std::string const lost = LossText(m_picture.loss); !lost.empty())
+    if (std::string const lost = Conf::GetLossText(m_picture.loss & ~FF_LOSS_COLORSPACE); !lost.empty())
         return {change + "; lost: " + lost + "."};
     if (m_wholeChroma && isOdd)
         return {change + ", which takes odd sizes only so."};

@@ -1,6 +1,7 @@
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Video/Denoise.h"
 #include "Proc/Interfaces/IEffectStream.h"
+#include "Proc/Wrappers/FrameFields.h"
 
 #include <gtest/gtest.h>
 
@@ -40,8 +41,7 @@ SP<IDataVideo> MakeInterlaced(int index, std::int64_t time, std::int64_t duratio
             std::fill_n(plane.data + y * plane.lineSize, plane.rowBytes,
                         static_cast<std::uint8_t>((2 * index + static_cast<int>(y % 2)) * 10));
     }
-    data->GetAVFrame()->interlaced_frame = 1;
-    data->GetAVFrame()->top_field_first = 1;
+    Proc::SetFrameFieldOrder(*data->GetAVFrame(), Proc::FieldOrder::TopFirst);
     return data;
 }
 

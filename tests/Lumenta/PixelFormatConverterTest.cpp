@@ -4,6 +4,7 @@
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/PixelFormatConverterFF.h"
 #include "Proc/Settings/SettingsText.h"
+#include "Proc/Wrappers/FrameFields.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -478,14 +479,14 @@ TEST(PixelFormatConverter, CarriesWhatAFrameSaysOfItself) {
     in.opaque = &mark;
     in.color_trc = AVCOL_TRC_GAMMA28;
     in.chroma_location = AVCHROMA_LOC_TOPLEFT;
-    in.top_field_first = in.interlaced_frame = 1;
+    Proc::SetFrameFieldOrder(in, Proc::FieldOrder::TopFirst);
     av_frame_new_side_data(&in, AV_FRAME_DATA_A53_CC, 3);
     SP<IDataVideo> const result = Convert(frame, "formats=rgb24");
     AVFrame const& out = *result->GetAVFrame();
     EXPECT_EQ(out.opaque, &mark);
     EXPECT_EQ(out.color_trc, AVCOL_TRC_GAMMA28);
     EXPECT_EQ(out.chroma_location, AVCHROMA_LOC_TOPLEFT);
-    EXPECT_TRUE(out.interlaced_frame != 0 && out.top_field_first != 0);
+    EXPECT_EQ(Proc::GetFrameFieldOrder(out), Proc::FieldOrder::TopFirst);
     EXPECT_NE(av_frame_get_side_data(&out, AV_FRAME_DATA_A53_CC), nullptr);
     EXPECT_EQ(out.sample_aspect_ratio.num, 16);
     EXPECT_EQ(out.pts, 77);

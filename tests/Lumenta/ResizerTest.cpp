@@ -6,6 +6,7 @@
 #include "Proc/Effects/Lumenta/EffectImageResizer.h"
 #include "Proc/Effects/Lumenta/Registrator.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FrameFields.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -451,14 +452,14 @@ TEST(Resizer, CountsInterlacedFramesWhoseFieldsMix) {
     auto const resizer = MakeResizer("width=32:height=24");
     for (int i = 0; i < 2; ++i) {
         SP<IDataVideo> data = MakeFrame();
-        data->GetAVFrame()->interlaced_frame = 1;
+        Proc::SetFrameFieldOrder(*data->GetAVFrame(), Proc::FieldOrder::BottomFirst);
         resizer->Process(data);
     }
     EXPECT_EQ(resizer->GetStatistic()["Interlaced"].GetInt64(), 2);
     EXPECT_EQ(log.Take(), std::vector<std::string>{"EffectImageResizer.cpp: Interlaced frames are resized as "
                                                    "whole pictures, which mixes their fields"});
     SP<IDataVideo> data = MakeFrame();
-    data->GetAVFrame()->interlaced_frame = 1;
+    Proc::SetFrameFieldOrder(*data->GetAVFrame(), Proc::FieldOrder::BottomFirst);
     auto const narrower = MakeResizer("width=32:height=48");
     narrower->Process(data);
     EXPECT_EQ(narrower->GetStatistic()["Interlaced"].GetInt64(), 0);

@@ -18,6 +18,8 @@ class Settings;
 /// says more.
 class TARSEL_API IEffect : public Core::IRefCountable {
 public:
+    enum FrameType : std::int32_t { VideoFrames = 1, AudioFrames = 2 };
+
     /// The settings as a property tree.
     virtual Core::Property GetSettings() const = 0;
     /// Effects whose settings have no conversion from a tree take their default settings instead.
@@ -34,7 +36,7 @@ public:
     virtual TimeToProgress& GetProgress();
     virtual TimeToProgress const& GetProgress() const;
     virtual void SetProgress(TimeToProgress const& progress);
-    /// 1 for video, 2 for audio.
+    /// A FrameType.
     virtual std::int32_t GetInputFrameType() const = 0;
     /// What the effect tells about its run; an empty container here.
     virtual Core::Property GetStatistic() const;

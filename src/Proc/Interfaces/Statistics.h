@@ -14,7 +14,7 @@ struct StatisticInfo {
     std::string name;
     /// 7 for an effect.
     std::int32_t category = 0;
-    /// As GetInputFrameType: 1 video, 2 audio.
+    /// As IEffect::GetInputFrameType.
     std::int32_t mediaType = 0;
     std::string implName;
     std::uint64_t counterA = 0;

@@ -40,21 +40,30 @@ void SetFrameDuration(AVFrame& frame, std::int64_t duration) noexcept {
 #endif
 
 #if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100)
-bool IsFrameInterlaced(AVFrame const& frame) noexcept {
-    return (frame.flags & AV_FRAME_FLAG_INTERLACED) != 0;
+FieldOrder GetFrameFieldOrder(AVFrame const& frame) noexcept {
+    if ((frame.flags & AV_FRAME_FLAG_INTERLACED) == 0)
+        return FieldOrder::Progressive;
+    return (frame.flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0 ? FieldOrder::TopFirst
+                                                              : FieldOrder::BottomFirst;
 }
 
-void ClearFrameInterlacing(AVFrame& frame) noexcept {
+void SetFrameFieldOrder(AVFrame& frame, FieldOrder order) noexcept {
     frame.flags &= ~(AV_FRAME_FLAG_INTERLACED | AV_FRAME_FLAG_TOP_FIELD_FIRST);
+    if (order != FieldOrder::Progressive)
+        frame.flags |= AV_FRAME_FLAG_INTERLACED;
+    if (order == FieldOrder::TopFirst)
+        frame.flags |= AV_FRAME_FLAG_TOP_FIELD_FIRST;
 }
 #else
-bool IsFrameInterlaced(AVFrame const& frame) noexcept {
-    return frame.interlaced_frame != 0;
+FieldOrder GetFrameFieldOrder(AVFrame const& frame) noexcept {
+    if (frame.interlaced_frame == 0)
+        return FieldOrder::Progressive;
+    return frame.top_field_first != 0 ? FieldOrder::TopFirst : FieldOrder::BottomFirst;
 }
 
-void ClearFrameInterlacing(AVFrame& frame) noexcept {
-    frame.interlaced_frame = 0;
-    frame.top_field_first = 0;
+void SetFrameFieldOrder(AVFrame& frame, FieldOrder order) noexcept {
+    frame.interlaced_frame = order == FieldOrder::Progressive ? 0 : 1;
+    frame.top_field_first = order == FieldOrder::TopFirst ? 1 : 0;
 }
 #endif
 

@@ -26,9 +26,10 @@ TARSEL_API void SetFrameColorSpace(AVFrame& frame, Conf::ColorSpace const& space
 /// An aspect with a zero in it becomes 0/1, unknown; terms too large for FFmpeg become the nearest that fit.
 TARSEL_API void SetFramePixelAspect(AVFrame& frame, std::uint32_t num, std::uint32_t den) noexcept;
 
-/// Whether the rows are those of two fields.
-TARSEL_API bool IsFrameInterlaced(AVFrame const& frame) noexcept;
-TARSEL_API void ClearFrameInterlacing(AVFrame& frame) noexcept;
+/// How the rows came to be: all at once, or as two fields, of which the top one or the bottom one is first.
+enum class FieldOrder : std::uint8_t { Progressive, TopFirst, BottomFirst };
+TARSEL_API FieldOrder GetFrameFieldOrder(AVFrame const& frame) noexcept;
+TARSEL_API void SetFrameFieldOrder(AVFrame& frame, FieldOrder order) noexcept;
 
 /// Format, rate and layout of sound.
 TARSEL_API Conf::SampleInfo GetFrameSampleInfo(AVFrame const& frame) noexcept;

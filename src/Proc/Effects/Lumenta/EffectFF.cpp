@@ -2,9 +2,9 @@
 
 #include "Core/ThreadBudget.h"
 #include "Core/Throw.h"
+#include "Proc/Effects/Lumenta/EffectStatistics.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Interfaces/Statistics.h"
 
 #include <boost/core/demangle.hpp>
 #include <fmt/format.h>
@@ -17,10 +17,6 @@
 
 namespace Tarsel::Proc {
 namespace {
-
-/// Codes of an effect's statistics; see StatisticInfo.
-constexpr std::int32_t s_effectCategory = 7;
-constexpr std::int32_t s_video = 1;
 
 constexpr EffectTraits s_cautious{.summary = "filters the picture",
                                   .alpha = Keeps::Sometimes,
@@ -70,22 +66,17 @@ void EffectVideoFFBase::Reset() {
 }
 
 std::int32_t EffectVideoFFBase::GetInputFrameType() const {
-    return s_video;
+    return VideoFrames;
 }
 
 Core::Property EffectVideoFFBase::GetStatistic() const {
     std::lock_guard const lock(m_lock);
     Settings const& settings = GetSettingsBase();
-    Statistics::StatisticInfo info;
-    info.name =
+    std::string const name =
         fmt::format("virtual Core::Property Tarsel::Proc::EffectVideoFF<{0}, {1}>::GetStatistic() const "
                     "[EffectType = {0}, SettingsType = {1}]",
                     "Tarsel::Proc::IOneInputEffectVideo", boost::core::demangle(typeid(settings).name()));
-    info.category = s_effectCategory;
-    info.mediaType = s_video;
-    info.implName = ImplNames::FFMPEG;
-    info.processed = m_frames;
-    Core::Property property = Statistics::MakeStatistics(info);
+    Core::Property property = MakeEffectStatistics(name, VideoFrames, m_frames);
     UpdateStatistic(property);
     return property;
 }

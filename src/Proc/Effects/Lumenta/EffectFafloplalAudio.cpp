@@ -1,10 +1,9 @@
 #include "Proc/Effects/Lumenta/EffectFafloplalAudio.h"
 
 #include "Core/Throw.h"
+#include "Proc/Effects/Lumenta/EffectStatistics.h"
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
-#include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Interfaces/Statistics.h"
 
 #include <fmt/format.h>
 
@@ -16,10 +15,6 @@ namespace Tarsel::Proc {
 namespace {
 
 constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalAudio";
-
-/// Codes of an effect's statistics; see StatisticInfo.
-constexpr std::int32_t s_effectCategory = 7;
-constexpr std::int32_t s_audio = 2;
 
 } // namespace
 
@@ -59,18 +54,13 @@ void EffectFafloplalAudioBase::Reset() {
 }
 
 std::int32_t EffectFafloplalAudioBase::GetInputFrameType() const {
-    return s_audio;
+    return AudioFrames;
 }
 
 Core::Property EffectFafloplalAudioBase::GetStatistic() const {
     std::lock_guard const lock(m_lock);
-    Statistics::StatisticInfo info;
-    info.name = MakeSignature(GetSettingsName(), "GetStatistic");
-    info.category = s_effectCategory;
-    info.mediaType = s_audio;
-    info.implName = ImplNames::FFMPEG;
-    info.processed = m_blocks;
-    Core::Property property = Statistics::MakeStatistics(info);
+    Core::Property property =
+        MakeEffectStatistics(MakeSignature(GetSettingsName(), "GetStatistic"), AudioFrames, m_blocks);
     property.SetChildT("Options", GetFFString(m_graphInfo));
     return property;
 }

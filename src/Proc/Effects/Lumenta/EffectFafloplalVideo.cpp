@@ -2,11 +2,11 @@
 
 #include "Core/ThreadBudget.h"
 #include "Core/Throw.h"
+#include "Proc/Effects/Lumenta/EffectStatistics.h"
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Interfaces/Statistics.h"
 #include "Proc/Settings/SettingsProperty.h"
 
 #include <fmt/format.h>
@@ -17,13 +17,7 @@
 #include <utility>
 
 namespace Tarsel::Proc {
-namespace {
-
-/// Codes of an effect's statistics; see StatisticInfo.
-constexpr std::int32_t s_effectCategory = 7;
-constexpr std::int32_t s_video = 1;
-
-} // namespace
+namespace {} // namespace
 
 EffectFafloplalVideo::EffectFafloplalVideo()
     : m_stream([this](SP<IDataVideo> const& data) { PostProcess(data); }),
@@ -71,21 +65,16 @@ void EffectFafloplalVideo::SetProgressController(SP<Core::IProgressController> c
 }
 
 std::int32_t EffectFafloplalVideo::GetInputFrameType() const {
-    return s_video;
+    return VideoFrames;
 }
 
 Core::Property EffectFafloplalVideo::GetStatistic() const {
     std::lock_guard const lock(m_lock);
-    Statistics::StatisticInfo info;
-    info.name =
+    std::string const name =
         fmt::format("virtual Core::Property EffectFafloplal<EffectActions<{0}>>::GetStatistic() const "
                     "[EffectActions = EffectActions<{0}>]",
                     GetSettingsName());
-    info.category = s_effectCategory;
-    info.mediaType = s_video;
-    info.implName = ImplNames::FFMPEG;
-    info.processed = m_frames;
-    Core::Property property = Statistics::MakeStatistics(info);
+    Core::Property property = MakeEffectStatistics(name, VideoFrames, m_frames);
     property.SetChildT("Options", GetFFString(m_graphInfo));
     return property;
 }

@@ -163,14 +163,14 @@ SP<IDataVideo> EffectImageResizer::Work(SP<IDataVideo> const& data) {
         ScaleInto(*picture, frame);
     }
     if (plan->target.height != plan->source.height)
-        ClearFrameInterlacing(frame); // its fields are mixed
+        SetFrameFieldOrder(frame, FieldOrder::Progressive); // its fields are mixed
     for (AVFrameSideDataType const type : s_placed)
         av_frame_remove_side_data(&frame, type);
     return result;
 }
 
 void EffectImageResizer::NoteInterlaced(AVFrame const& frame, bool changesHeight) {
-    if (!changesHeight || !IsFrameInterlaced(frame))
+    if (!changesHeight || GetFrameFieldOrder(frame) == FieldOrder::Progressive)
         return;
     if (m_interlaced++ == 0)
         VLOG(s_verbosity) << "Interlaced frames are resized as whole pictures, which mixes their fields";

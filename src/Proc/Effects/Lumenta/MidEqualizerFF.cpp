@@ -15,7 +15,6 @@ namespace Tarsel::Proc {
 namespace {
 
 constexpr char const* s_file = "Proc/Effects/Lumenta/MidEqualizerFF";
-constexpr std::int32_t s_video = 1;
 
 constexpr EffectTraits s_traits{.summary = "brings light and contrast midway to those of a second picture",
                                 .alpha = Keeps::Always,
@@ -51,7 +50,7 @@ void MidEqualizerFF::Reset() {
 }
 
 std::int32_t MidEqualizerFF::GetInputFrameType() const {
-    return s_video;
+    return VideoFrames;
 }
 
 void MidEqualizerFF::Process(SP<IDataVideo>& data, SP<IDataVideo const> const& second) {

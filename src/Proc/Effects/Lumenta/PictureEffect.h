@@ -5,13 +5,13 @@
 #include "Core/Property.h"
 #include "Core/RefCount.h"
 #include "Core/Throw.h"
+#include "Proc/Effects/Lumenta/EffectStatistics.h"
 #include "Proc/Interfaces/IDataVideo.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Interfaces/Statistics.h"
 #include "Proc/Settings/SettingsProperty.h"
 
 #include <cstdint>
@@ -39,7 +39,7 @@ public:
     Settings const& GetSettingsBase() const override { return m_settings; }
     void Reset() override;
     void SetProgressController(SP<Core::IProgressController> const& controller) override;
-    std::int32_t GetInputFrameType() const override { return s_video; }
+    std::int32_t GetInputFrameType() const override { return IEffect::VideoFrames; }
     /// Adds "Options", what Describe said of the last frame that was worked on; "" before there is one.
     Core::Property GetStatistic() const override;
     /// A null, and with empty settings any frame, stays as it is.
@@ -74,9 +74,6 @@ private:
     virtual void AddStatistics(Core::Property&) const {}
 
     void Apply(S const& settings);
-
-    static constexpr std::int32_t s_effectCategory = 7;
-    static constexpr std::int32_t s_video = 1;
 
     std::string const m_name;
     S m_settings;
@@ -127,13 +124,8 @@ void PictureEffect<Interface, S>::SetProgressController(SP<Core::IProgressContro
 template <class Interface, class S>
 Core::Property PictureEffect<Interface, S>::GetStatistic() const {
     std::lock_guard const lock(m_lock);
-    Statistics::StatisticInfo info;
-    info.name = "virtual Core::Property " + m_name + "::GetStatistic() const";
-    info.category = s_effectCategory;
-    info.mediaType = s_video;
-    info.implName = ImplNames::FFMPEG;
-    info.processed = m_frames;
-    Core::Property property = Statistics::MakeStatistics(info);
+    Core::Property property = MakeEffectStatistics(
+        "virtual Core::Property " + m_name + "::GetStatistic() const", IEffect::VideoFrames, m_frames);
     property.SetChildT("Options", m_description);
     AddStatistics(property);
     return property;

@@ -67,23 +67,6 @@ std::vector<PixFmt> ListPossible(std::vector<PixFmt> const& formats) {
     return possible;
 }
 
-std::string LossText(int loss) {
-    constexpr struct {
-        int bit;
-        std::string_view text;
-    } names[] = {{FF_LOSS_ALPHA, "alpha"},
-                 {FF_LOSS_DEPTH, "depth"},
-                 {FF_LOSS_RESOLUTION, "chroma resolution"},
-                 {FF_LOSS_CHROMA, "colour"},
-                 {FF_LOSS_COLORSPACE, "colour space"},
-                 {FF_LOSS_COLORQUANT, "colours beyond the palette"}};
-    std::vector<std::string_view> lost;
-    for (auto const& row : names)
-        if ((loss & row.bit) != 0)
-            lost.push_back(row.text);
-    return Core::Utils::ToString(lost, ", ", [](std::string_view text) { return text; });
-}
-
 std::string LossMessage(PixFmt from, PixFmt to, int loss) {
     return fmt::format("Pixel format convertion from {} to {} have loss mask={}",
                        PixFmtDescription::Find(from).GetName(), PixFmtDescription::Find(to).GetName(), loss);
@@ -116,7 +99,7 @@ EffectTraits const& PixelFormatConverterFF::GetTraits() const noexcept {
 
 std::string PixelFormatConverterFF::Conversion::Describe() const {
     std::string const format = "format=" + PixFmtDescription::Find(to).GetName();
-    return loss == 0 ? format : fmt::format("{}; lost: {}", format, LossText(loss));
+    return loss == 0 ? format : fmt::format("{}; lost: {}", format, Conf::GetLossText(loss));
 }
 
 /// Nothing where frames pass untouched.
@@ -130,7 +113,7 @@ PixelFormatConverterFF::Choose(PixFmt from, Conf::ColorSpace const& space) const
     chosen.to = Conf::FindBestPixelFormatOfList(ListPossible(options.formats), Conf::WithoutFixedRange(from),
                                                 options.hasAlpha, &chosen.loss);
     // FFmpeg misses chroma in gray that was never there.
-    if (IsGray(from))
+    if (PixFmtDescription::Find(from).IsGray())
         chosen.loss &= ~(FF_LOSS_RESOLUTION | FF_LOSS_COLORSPACE);
     // To FFmpeg a palette has alpha; those made here are opaque.
     if (chosen.to == PixFmt::PAL8 && options.hasAlpha && HasAlpha(from))

@@ -2,10 +2,10 @@
 
 #include "Core/Throw.h"
 #include "Proc/Data/DataAudioFF.h"
+#include "Proc/Effects/Lumenta/EffectStatistics.h"
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Interfaces/Statistics.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Wrappers/AVFrameWrapper.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -17,10 +17,6 @@ namespace Tarsel::Proc {
 namespace {
 
 constexpr char const* s_file = "Proc/Effects/Lumenta/ResampleFF";
-
-/// Codes of an effect's statistics; see StatisticInfo.
-constexpr std::int32_t s_effectCategory = 7;
-constexpr std::int32_t s_audio = 2;
 
 constexpr EffectTraits s_traits{.summary = "converts rate, format and channels of sound",
                                 .depth = Keeps::Sometimes,
@@ -88,18 +84,13 @@ void ResampleFF::Reset() {
 }
 
 std::int32_t ResampleFF::GetInputFrameType() const {
-    return s_audio;
+    return AudioFrames;
 }
 
 Core::Property ResampleFF::GetStatistic() const {
     std::lock_guard const lock(m_lock);
-    Statistics::StatisticInfo info;
-    info.name = "virtual Core::Property Tarsel::Proc::ResampleFF::GetStatistic() const";
-    info.category = s_effectCategory;
-    info.mediaType = s_audio;
-    info.implName = ImplNames::FFMPEG;
-    info.processed = m_blocks;
-    Core::Property property = Statistics::MakeStatistics(info);
+    Core::Property property = MakeEffectStatistics(
+        "virtual Core::Property Tarsel::Proc::ResampleFF::GetStatistic() const", AudioFrames, m_blocks);
     property.SetChildT("Options", GetText(m_converter.GetParams()));
     return property;
 }

@@ -55,7 +55,7 @@ Conf::ColorSpace RgbOfYuv(Conf::ColorSpace space) noexcept {
 Conf::ColorSpace YuvOfRgb(Conf::ColorSpace space, PixFmtDescription const& to) {
     if (space.matrix == AVCOL_SPC_RGB)
         space.matrix = MatrixOf(space.primaries);
-    space.range = IsGray(to.GetFormat()) || HasFixedRange(to) ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    space.range = to.IsGray() || HasFixedRange(to) ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
     return space;
 }
 
@@ -77,11 +77,6 @@ bool IsRgbLike(Conf::PixFmt format) {
     auto const& description = PixFmtDescription::Find(format);
     return description.IsRgb() || (description.GetFlags() & PixFmtDescription::Palette) != 0 ||
            description.GetName().starts_with("xyz");
-}
-
-bool IsGray(Conf::PixFmt format) {
-    std::string const& name = PixFmtDescription::Find(format).GetName();
-    return name.starts_with("gray") || name.starts_with("ya");
 }
 
 Conf::ColorSpace ConvertedSpace(Conf::PixFmt from, Conf::ColorSpace space, Conf::PixFmt to) {

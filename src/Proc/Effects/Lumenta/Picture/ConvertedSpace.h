@@ -9,9 +9,6 @@ namespace Tarsel::Proc {
 /// they are worked on. CoreException for a format that does not exist. Any thread.
 bool IsRgbLike(Conf::PixFmt format);
 
-/// Whether the format has luma and no colour. CoreException as above.
-bool IsGray(Conf::PixFmt format);
-
 /// What the values mean once pixels of `from` in `space` are of format `to`. Any thread.
 ///
 /// YUV and gray keep their matrix and the range they really have, which is said where it would not be
