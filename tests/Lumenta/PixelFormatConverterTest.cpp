@@ -206,6 +206,10 @@ TEST(PixelFormatConverter, PremultiplyFollowsTheFormulaForEveryFormatOfItsTable)
             }
             ASSERT_EQ(GetPixels(*converted), GetPixels(*expected));
         }
+    SP<IDataVideo> const wide = MakeFrame(PixFmt::RGBA, {40, 11, 1, 1});
+    SP<IDataVideo> const narrow = MakeFrame(PixFmt::RGB24, {37, 11, 1, 1});
+    EXPECT_EQ(Catch([&] { converter->Premultiply(*wide->GetAVFrame(), *narrow->GetAVFrame()); }).text,
+              "The alpha is that of 40x11 pixels, the picture has 37x11");
 }
 
 TEST(PixelFormatConverter, LosesAlphaOntoTheBackgroundInEveryFormat) {

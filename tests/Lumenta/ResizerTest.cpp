@@ -350,6 +350,25 @@ TEST(Resizer, MakesNoFringesOfTransparentColours) {
 }
 
 /// Each pixel of the result, numbered from the edge that the bars lie at.
+TEST(Resizer, KeepsAllBitsOfDeepRgb) {
+    SP<IDataVideo> const flat = MakeFrame(ByName("gbrp16le"));
+    constexpr std::uint16_t shades[]{0x1235, 0xFFFE, 1};
+    for (int i = 0; i < 3; ++i) {
+        Proc::WritablePlane const plane = flat->GetWritablePlane(i);
+        for (std::uint32_t y = 0; y < plane.rows; ++y)
+            std::fill_n(reinterpret_cast<std::uint16_t*>(plane.data + y * plane.lineSize), s_small.width,
+                        shades[i]);
+    }
+    for (char const* const algorithm : {"neighbor", "bilinear", "bicubic", "lanczos"}) {
+        SCOPED_TRACE(algorithm);
+        SP<IDataVideo> const result = Resize(flat, std::string("width=40:height=70:algorithm=") + algorithm);
+        constexpr int components[]{1, 2, 0}; // G, B, R as R, G, B
+        for (int i = 0; i < 3; ++i)
+            for (std::uint32_t const sample : ReadSamples(*result, components[i]))
+                ASSERT_EQ(sample, shades[i]);
+    }
+}
+
 TEST(Resizer, BarsAreOfTheBackground) {
     struct {
         char const* format;

@@ -1,3 +1,4 @@
+#include "Cases/Families.h"
 #include "Conf/PixFmtDescription.h"
 #include "EffectCases.h"
 #include "Frames.h"
@@ -40,14 +41,19 @@ constexpr std::array s_formats{"yuv420p",     "yuva420p", "rgba",    "gray",    
                                "yuvj420p",    "gbrp",     "rgb24",   "yuyv422", "gray16le"};
 
 std::vector<Combination> GetCombinations() {
+    static std::vector<EffectCase> const pictureCases = GetPictureCases();
+    std::vector<EffectCase const*> rows;
+    for (std::vector<EffectCase> const* const cases : {&GetEffectCases(), &pictureCases})
+        for (EffectCase const& row : *cases)
+            rows.push_back(&row);
     std::vector<Combination> all;
-    for (EffectCase const& row : GetEffectCases())
-        if (!row.PassesUntouched())
+    for (EffectCase const* const row : rows)
+        if (!row->PassesUntouched())
             for (char const* const format : s_formats)
                 for (std::uint32_t const width : s_sizes)
                     for (std::uint32_t const height : s_sizes)
                         all.push_back(
-                            {&row, Conf::PixFmtDescription::FindByName(format).value(), width, height});
+                            {row, Conf::PixFmtDescription::FindByName(format).value(), width, height});
     if (std::getenv("LUMENTA_TEST_FULL") != nullptr)
         return all;
     std::vector<Combination> sample;

@@ -1,3 +1,4 @@
+#include "Cases/Families.h"
 #include "Conf/FormatCodecVideo.h"
 #include "EffectCases.h"
 #include "Frames.h"
@@ -35,9 +36,10 @@ void Use(Proc::IOneInputEffectVideo& effect, Proc::Settings const& settings, int
         operations[static_cast<std::size_t>(round + thread) % std::size(operations)]();
 }
 
-TEST(Threads, EffectsOfOwnAndOneShared) {
-    EffectCase const& row = GetEffectCases()[1];
-    ASSERT_FALSE(row.PassesUntouched());
+class Threads : public testing::TestWithParam<EffectCase> {};
+
+TEST_P(Threads, EffectsOfOwnAndOneShared) {
+    EffectCase const& row = GetParam();
     auto const shared = row.create({}, {});
     shared->SetSettings(*row.settings);
     constexpr int count = 4;
@@ -51,6 +53,10 @@ TEST(Threads, EffectsOfOwnAndOneShared) {
             Use(*shared, *row.settings, i);
         });
 }
+
+// On filter texts, and of the kinds that do the work themselves.
+INSTANTIATE_TEST_SUITE_P(Kinds, Threads,
+                         testing::Values(GetEffectCases()[1], GetPictureCases()[3], GetPictureCases()[5]));
 
 } // namespace
 } // namespace Tarsel::Test

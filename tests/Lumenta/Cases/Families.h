@@ -11,6 +11,8 @@ std::vector<EffectCase> GetStyliseCases();
 std::vector<EffectCase> GetColourCases();
 std::vector<EffectCase> GetStabiliseCases();
 std::vector<EffectCase> GetCustomCases();
+/// Of effects that are no filter texts; not in GetEffectCases.
+std::vector<EffectCase> GetPictureCases();
 
 template <class S, class... Args>
 std::shared_ptr<Proc::Settings const> MakeSettings(Args&&... args) {

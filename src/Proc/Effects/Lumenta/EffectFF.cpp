@@ -50,10 +50,19 @@ void EffectVideoFFBase::Apply(Settings const& settings) {
         SetSettingsImpl();
     } catch (...) {
         StoreSettings(*before);
-        SetSettingsImpl();
+        PrepareAgain();
         throw;
     }
     Log(" settings: ", m_description);
+}
+
+/// For the settings that worked before. Should they not do so now, the error that led here counts.
+void EffectVideoFFBase::PrepareAgain() noexcept {
+    try {
+        SetSettingsImpl();
+    } catch (std::exception const& error) {
+        LOG(ERROR) << "The settings from before do not work any more: " << error.what();
+    }
 }
 
 void EffectVideoFFBase::Reset() {

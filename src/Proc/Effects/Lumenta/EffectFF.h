@@ -52,6 +52,7 @@ protected:
     /// the effect goes on with the ones before.
     virtual void SetSettingsImpl() = 0;
 
+    // What follows is no part of the binary contract: its virtual operations come after those of that.
 public:
     void Feed(SP<IDataVideo> const& data) override;
     SP<IDataVideo> Take() override;
@@ -90,6 +91,7 @@ private:
 
     virtual void StoreSettings(Settings const& settings) = 0;
 
+    void PrepareAgain() noexcept;
     bool IsBuiltFor(GraphKey const& key) const noexcept;
     void Build(GraphKey const& key, GraphUse use);
 

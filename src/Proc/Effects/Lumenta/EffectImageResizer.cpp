@@ -138,8 +138,10 @@ SP<IDataVideo> EffectImageResizer::Work(SP<IDataVideo> const& data) {
         *data, {"Proc/Effects/Lumenta/EffectImageResizer",
                 "virtual SP<IDataVideo> Tarsel::Proc::EffectImageResizer::Work(const SP<IDataVideo> &)"});
     Conf::FrameInfo const info = data->GetFrameInfo();
-    if (plan != m_plan) {
+    if (plan != m_plan || format != m_format || info != m_info) {
         SetDescription(DescribePlan(plan, format, info));
+        m_format = format;
+        m_info = info;
         m_plan = plan;
     }
     NoteInterlaced(*picture, plan->target.height != plan->source.height);

@@ -48,6 +48,9 @@ private:
     void ScaleInto(AVFrame const& from, AVFrame& to);
     void PaintBars(AVFrame& frame);
 
+    /// What the last frame was, and what was done with it.
+    Conf::PixFmt m_format = Conf::PixFmt::None;
+    Conf::FrameInfo m_info;
     std::optional<ResizePlan> m_plan;
     /// Of pictures whose values cannot be mixed to such as can; of all components at once, and one by one.
     KeptScaler m_unpacker;

@@ -212,6 +212,12 @@ void PixelFormatConverterFF::Flatten(AVFrame const& from, AVFrame& to) {
 }
 
 void PixelFormatConverterFF::Premultiply(AVFrame const& withAlpha, AVFrame& converted) const {
+    if (withAlpha.width != converted.width || withAlpha.height != converted.height)
+        Core::Throw<EffectException>(
+            {s_file,
+             "void Tarsel::Proc::PixelFormatConverterFF::Premultiply(const AVFrame &, AVFrame &) const"},
+            fmt::format("The alpha is that of {}x{} pixels, the picture has {}x{}", withAlpha.width,
+                        withAlpha.height, converted.width, converted.height));
     BlendByKernel(withAlpha, converted, GetOptions().background);
 }
 

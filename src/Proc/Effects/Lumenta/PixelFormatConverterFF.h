@@ -25,7 +25,8 @@ public:
 
     /// Lays `converted`, which is `withAlpha` in one of the formats that the blending kernels know and has
     /// buffers of its own, over the background of the settings. EffectException "Not implemented for '{}'
-    /// format" for other formats; conversions find a way round those. MemoryException.
+    /// format" for other formats (conversions find a way round those) and for pictures of different size;
+    /// MemoryException.
     void Premultiply(AVFrame const& withAlpha, AVFrame& converted) const;
 
     EffectTraits const& GetTraits() const noexcept override;

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Graph/FrameFault.h"
 
+#include "Conf/PixFmtDescription.h"
 #include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
@@ -21,8 +22,13 @@ std::string FindFrameFault(IDataVideo const& data, AVFrame const& frame, std::st
     if (std::cmp_less(frame.width, info.width) || std::cmp_less(frame.height, info.height))
         return fmt::format("{} has only {}x{} pixels of the {}x{} it is said to have", name, frame.width,
                            frame.height, info.width, info.height);
-    if (!frame.data[0])
+    if (frame.data[0] == nullptr)
         return fmt::format("{} has no pixels", name);
+    auto const& description = Conf::PixFmtDescription::Find(data.GetPixelFormat());
+    bool const hasPalette = (description.GetFlags() & Conf::PixFmtDescription::Palette) != 0;
+    for (int plane = 1; plane < description.GetPlaneCount() + (hasPalette ? 1 : 0); ++plane)
+        if (frame.data[plane] == nullptr)
+            return fmt::format("{} has no plane {}", name, plane);
     return {};
 }
 

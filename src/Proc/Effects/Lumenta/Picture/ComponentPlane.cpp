@@ -77,19 +77,23 @@ void ComponentPlane::Read(std::uint8_t const* at, float* values) const noexcept 
 
 template <class Word>
 void ComponentPlane::Write(std::uint8_t* at, float const* values) const noexcept {
-    auto const beside = static_cast<Word>(~(m_mask << m_shift));
     auto const maximum = static_cast<float>(m_mask);
-    auto const write = [&](std::ptrdiff_t step) {
-        for (std::uint32_t x = 0; x < m_width; ++x) {
-            // In this order NaN becomes 0.
-            auto const number =
-                static_cast<std::int32_t>(std::min(std::max(0.0F, values[x] + 0.5F), maximum));
-            auto const word = static_cast<Word>((Load<Word>(at + x * step, m_isSwapped) & beside) |
-                                                static_cast<std::uint32_t>(number) << m_shift);
-            Store(word, at + x * step, m_isSwapped);
-        }
+    // In this order NaN becomes 0.
+    auto const round = [&](float value) {
+        return static_cast<std::uint32_t>(
+            static_cast<std::int32_t>(std::min(std::max(0.0F, value + 0.5F), maximum)));
     };
-    m_step == sizeof(Word) ? write(sizeof(Word)) : write(m_step);
+    auto const beside = static_cast<Word>(~(m_mask << m_shift));
+    if (beside != 0)
+        for (std::uint32_t x = 0; x < m_width; ++x, at += m_step)
+            Store(static_cast<Word>((Load<Word>(at, m_isSwapped) & beside) | round(values[x]) << m_shift), at,
+                  m_isSwapped);
+    else if (m_step != sizeof(Word) || m_isSwapped)
+        for (std::uint32_t x = 0; x < m_width; ++x, at += m_step)
+            Store(static_cast<Word>(round(values[x])), at, m_isSwapped);
+    else // vectorised
+        for (std::uint32_t x = 0; x < m_width; ++x)
+            Store(static_cast<Word>(round(values[x])), at + x * sizeof(Word), false);
 }
 
 void ComponentPlane::ReadRow(std::uint32_t y, float* values) const noexcept {

@@ -19,13 +19,18 @@ namespace Tarsel::Proc {
 namespace {
 
 constexpr auto s_gray16 = static_cast<Conf::PixFmt>(AV_PIX_FMT_GRAY16);
-/// Full alpha in between. Sharp filters overshoot; were that cut off for alpha alone, colours would shift.
-constexpr float s_full = 49152;
+/// Full intensity in between. Sharp filters overshoot; were that cut off for alpha alone, colours would
+/// shift.
+constexpr float s_fullWithAlpha = 49152;
+constexpr float s_fullOpaque = 65535;
 
-/// A grid of samples that some components share, with the alpha of its samples before and after.
+/// A grid of samples that some components share, with the alpha of its samples before and after, unless all
+/// is opaque.
 struct Grid {
     StepScaler& scaler;
     int flags;
+    bool isOpaque;
+    float full;
     SafeFrame before;
     SafeFrame after;
 
@@ -51,14 +56,21 @@ struct Subsampling {
 Grid MakeGrid(AVFrame const& from, AVFrame const& to, Subsampling shift, StepScaler& scaler, int flags) {
     AlphaRows rows(from, shift.x, shift.y);
     AlphaRows const target(to, shift.x, shift.y);
-    Grid grid{scaler, flags, Grid::MakePlane(rows.GetWidth(), rows.GetHeight()),
+    bool const isOpaque = GetColorCount(from) == GetComponentCount(from);
+    Grid grid{scaler,
+              flags,
+              isOpaque,
+              isOpaque ? s_fullOpaque : s_fullWithAlpha,
+              Grid::MakePlane(rows.GetWidth(), rows.GetHeight()),
               Grid::MakePlane(target.GetWidth(), target.GetHeight())};
+    if (isOpaque)
+        return grid;
     ComponentPlane const before(*grid.before, 0);
     std::vector<float> values(rows.GetWidth());
     for (std::uint32_t y = 0; y < rows.GetHeight(); ++y) {
         float const* const alpha = rows.GetRow(y);
         std::transform(alpha, alpha + values.size(), values.begin(),
-                       [](float value) { return value * s_full; });
+                       [](float value) { return value * s_fullWithAlpha; });
         before.WriteRow(y, values.data());
     }
     grid.after = grid.Scale(*grid.before);
@@ -70,10 +82,11 @@ void ScaleComponent(Grid const& grid, ComponentPlane const& from, ComponentPlane
     ComponentPlane const product(*weighted, 0);
     ComponentPlane const weightBefore(*grid.before, 0);
     std::vector<float> values(from.GetWidth());
-    std::vector<float> weights(from.GetWidth());
+    std::vector<float> weights(from.GetWidth(), grid.full);
     for (std::uint32_t y = 0; y < from.GetHeight(); ++y) {
         from.ReadRow(y, values.data());
-        weightBefore.ReadRow(y, weights.data());
+        if (!grid.isOpaque)
+            weightBefore.ReadRow(y, weights.data());
         for (std::size_t x = 0; x < values.size(); ++x)
             values[x] *= weights[x] / from.GetMaximum();
         product.WriteRow(y, values.data());
@@ -83,10 +96,11 @@ void ScaleComponent(Grid const& grid, ComponentPlane const& from, ComponentPlane
     ComponentPlane const scaledProduct(*scaled, 0);
     ComponentPlane const weightAfter(*grid.after, 0);
     values.resize(to.GetWidth());
-    weights.resize(to.GetWidth());
+    weights.assign(to.GetWidth(), grid.full);
     for (std::uint32_t y = 0; y < to.GetHeight(); ++y) {
         scaledProduct.ReadRow(y, values.data());
-        weightAfter.ReadRow(y, weights.data());
+        if (!grid.isOpaque)
+            weightAfter.ReadRow(y, weights.data());
         for (std::size_t x = 0; x < values.size(); ++x)
             values[x] = weights[x] > 0 ? std::min(values[x] / weights[x], 1.0F) * to.GetMaximum() : black;
         to.WriteRow(y, values.data());
@@ -99,7 +113,7 @@ void WriteAlpha(AVFrame const& gray, ComponentPlane const& to) {
     for (std::uint32_t y = 0; y < to.GetHeight(); ++y) {
         from.ReadRow(y, values.data());
         for (float& value : values)
-            value = std::min(value / s_full, 1.0F) * to.GetMaximum();
+            value = std::min(value / s_fullWithAlpha, 1.0F) * to.GetMaximum();
         to.WriteRow(y, values.data());
     }
 }
