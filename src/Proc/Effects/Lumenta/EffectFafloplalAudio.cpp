@@ -169,7 +169,7 @@ void EffectFafloplalAudioBase::DropGraph() noexcept {
 void EffectFafloplalAudioBase::FinishStream() {
     if (!m_stream.IsRunning())
         return;
-    DropGraph();
+    m_graph = nullptr; // what it was built for is still told by the statistics
     m_stream.End();
 }
 

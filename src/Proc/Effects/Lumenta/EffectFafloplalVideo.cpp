@@ -185,12 +185,12 @@ void EffectFafloplalVideo::DropGraph() noexcept {
     m_graphInfo = {};
 }
 
-/// Ends the stream that runs through the graph, if any.
+/// Ends the stream that runs through the graph, if any. What that was built for is still told by the
+/// statistics.
 void EffectFafloplalVideo::FinishStream() {
     if (!m_stream.IsRunning())
         return;
     m_graphFormat = Conf::PixFmt::None;
-    m_graphInfo = {};
     m_stream.End();
 }
 

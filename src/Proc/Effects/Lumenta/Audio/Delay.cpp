@@ -41,7 +41,9 @@ float GetReverbDelay(SettingsAudioReverb const& settings) {
     return settings.amount * 40.0F + 10.0F;
 }
 
-/// The filter refuses speeds of 0 and below itself.
+/// The longest delay that aecho takes, in milliseconds.
+constexpr float s_longestEcho = 90000;
+
 void CheckVoice(Voice const& voice, Conf::SampleInfo const& info, Core::Site const& site) {
     if (voice.depth < 0)
         Core::Throw<EffectException>(site, fmt::format("{} takes depths of 0 ms at least, not of {}",
@@ -68,10 +70,11 @@ void EchoActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo con
     float longest = 0;
     for (Echo const& echo : settings.GetEchos())
         longest = std::max(longest, GetScaledDelay(settings, echo));
-    RequireDelayMemory(GetDelayLineBytes(info, longest), SettingsType::CLASS_ID,
-                       {s_file,
-                        "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioEcho>::CheckFormat("
-                        "const SettingsType &, const Conf::SampleInfo &)"});
+    if (longest <= s_longestEcho)
+        RequireDelayMemory(GetDelayLineBytes(info, longest), SettingsType::CLASS_ID,
+                           {s_file,
+                            "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioEcho>::CheckFormat("
+                            "const SettingsType &, const Conf::SampleInfo &)"});
 }
 
 std::string ChorusActions::GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
@@ -98,7 +101,8 @@ void ChorusActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo c
     for (Voice const& voice : settings.voices) {
         CheckVoice(voice, info, site);
         longest = std::max(longest, voice.delay + voice.depth);
-        tables += GetWaveTableBytes(info, voice.speed, sizeof(int));
+        if (voice.speed > 0)
+            tables += GetWaveTableBytes(info, voice.speed, sizeof(int));
     }
     RequireDelayMemory(GetDelayLineBytes(inside, longest) + tables, SettingsType::CLASS_ID, site);
 }
@@ -110,10 +114,11 @@ std::string ReverbActions::GetFFString(SettingsType const& settings, Conf::Sampl
 }
 
 void ReverbActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo const& info) {
-    RequireDelayMemory(GetDelayLineBytes(info, GetReverbDelay(settings)), SettingsType::CLASS_ID,
-                       {s_file,
-                        "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioReverb>::CheckFormat("
-                        "const SettingsType &, const Conf::SampleInfo &)"});
+    if (GetReverbDelay(settings) <= s_longestEcho)
+        RequireDelayMemory(GetDelayLineBytes(info, GetReverbDelay(settings)), SettingsType::CLASS_ID,
+                           {s_file,
+                            "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioReverb>::CheckFormat("
+                            "const SettingsType &, const Conf::SampleInfo &)"});
 }
 
 } // namespace Tarsel::Proc

@@ -19,6 +19,13 @@ using DistortionActions = EffectActionsAudio<SettingsAudioDistortion>;
 using FlangerActions = EffectActionsAudio<SettingsAudioFlanger>;
 using VibratoActions = EffectActionsAudio<SettingsAudioVibrato>;
 
+// What the filters take; all else they refuse themselves.
+constexpr float s_slowestVibrato = 0.1F;
+constexpr float s_slowestFlanger = 0.1F;
+constexpr float s_fastestFlanger = 10;
+constexpr float s_longestFlangerDelay = 30;
+constexpr float s_longestFlangerDepth = 10;
+
 constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalAudio";
 
 /// The share of the way to full scale that a knob at `x` (0 to 99, and a bit) stands for.
@@ -76,6 +83,10 @@ void FlangerActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo 
     Core::Site const site{s_file,
                           "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioFlanger>::CheckFormat("
                           "const SettingsType &, const Conf::SampleInfo &)"};
+    bool const isTaken = settings.speed >= s_slowestFlanger && settings.speed <= s_fastestFlanger &&
+                         settings.delay <= s_longestFlangerDelay && settings.depth <= s_longestFlangerDepth;
+    if (!isTaken)
+        return;
     if (info.rate > 0 && static_cast<double>(info.rate) < settings.speed)
         Core::Throw<EffectException>(site, fmt::format("{} of {} Hz takes sound of as many samples a second "
                                                        "at least, not of {}",
@@ -94,10 +105,11 @@ std::string VibratoActions::GetFFString(SettingsType const& settings, Conf::Samp
 }
 
 void VibratoActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo const& info) {
-    RequireDelayMemory(GetWaveTableBytes(info, settings.frequency, sizeof(double)), SettingsType::CLASS_ID,
-                       {s_file,
-                        "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioVibrato>::CheckFormat("
-                        "const SettingsType &, const Conf::SampleInfo &)"});
+    if (settings.frequency >= s_slowestVibrato)
+        RequireDelayMemory(
+            GetWaveTableBytes(info, settings.frequency, sizeof(double)), SettingsType::CLASS_ID,
+            {s_file, "static void EffectActionsAudio<Tarsel::Proc::SettingsAudioVibrato>::CheckFormat("
+                     "const SettingsType &, const Conf::SampleInfo &)"});
 }
 
 std::int64_t VibratoActions::GetWarmUp(SettingsType const& settings, Conf::SampleInfo const& info) {
