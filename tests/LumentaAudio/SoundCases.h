@@ -2,8 +2,8 @@
 
 #include "Conf/SampleInfo.h"
 #include "Proc/Interfaces/IEffectRegistrar.h"
-#include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Settings/Settings.h"
+#include "Support/SoundStream.h"
 
 #include <memory>
 #include <ostream>
@@ -34,20 +34,5 @@ struct SoundCase {
 std::vector<SoundCase> const& GetSoundCases();
 /// That of a class: "NoiseGate".
 SoundCase const& GetSoundCase(std::string const& className);
-
-Proc::IEffectStreamAudio& StreamOf(Proc::IOneInputEffectAudio& effect);
-
-using Blocks = std::vector<SP<Proc::IDataAudio>>;
-
-/// All that is ready.
-Blocks TakeAll(Proc::IEffectStreamAudio& stream);
-/// All that comes of the blocks, the end included.
-Blocks RunStream(Proc::IOneInputEffectAudio& effect, Blocks const& in);
-
-/// The block cut into others of these sizes, over and over; its times go with them.
-Blocks Cut(Proc::IDataAudio const& block, std::vector<int> const& sizes);
-/// The samples of all blocks, one channel after the other in each sample, without padding.
-std::string GetRaw(Blocks const& blocks);
-std::int64_t CountSamples(Blocks const& blocks);
 
 } // namespace Tarsel::Test

@@ -1,9 +1,9 @@
-#include "Media/MemoryWatch.h"
 #include "Proc/Effects/Lumenta/EffectFafloplalAudio.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/Delay.h"
 #include "Proc/Settings/Dynamics.h"
 #include "SoundCases.h"
+#include "Support/MemoryWatch.h"
 #include "Support/Sound.h"
 #include "Support/Watch.h"
 

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/ioctl.h>
@@ -144,6 +145,22 @@ inline std::string RunForOutput(std::vector<std::string> const& arguments) {
     if (result.exitCode != 0)
         throw std::runtime_error(arguments.front() + " failed: " + result.err);
     return std::move(result.out);
+}
+
+/// What the ffmpeg program writes to its standard output. Options are words parted by blanks, those of the
+/// list may hold blanks.
+inline std::string RunFFmpeg(std::string const& before, std::vector<std::string> const& list,
+                             std::string const& after) {
+    std::vector<std::string> arguments{"ffmpeg", "-nostdin", "-v", "error"};
+    auto const split = [&](std::string const& words) {
+        std::istringstream stream(words);
+        for (std::string word; stream >> word;)
+            arguments.push_back(word);
+    };
+    split(before);
+    arguments.insert(arguments.end(), list.begin(), list.end());
+    split(after);
+    return RunForOutput(arguments);
 }
 
 } // namespace Tarsel::Test
