@@ -1,7 +1,6 @@
 #include "EffectCases.h"
 
-#include "CustomDoubles.h"
-#include "Proc/Settings/SettingsCatalogue.h"
+#include "Support/LibraryEffects.h"
 #include "Support/TempFolder.h"
 
 #include <algorithm>
@@ -151,7 +150,7 @@ SP<Proc::IOneInputEffectVideo> MakeEffect(std::string const& classId) {
 }
 
 SP<Proc::IOneInputEffectVideo> MakeEffect(std::string const& classId, std::string const& options) {
-    return MakeEffect(*EffectCase{classId, options, ""}.MakeSettings());
+    return MakeEffect(*MakeSettings(classId, options));
 }
 
 SP<Proc::IOneInputEffectVideo> MakeEffect(Proc::Settings const& settings) {
@@ -161,9 +160,7 @@ SP<Proc::IOneInputEffectVideo> MakeEffect(Proc::Settings const& settings) {
 }
 
 std::unique_ptr<Proc::Settings> EffectCase::MakeSettings() const {
-    std::unique_ptr<Proc::Settings> settings = Proc::FindSettingsClass(classId)->create();
-    settings->Deserialize(options);
-    return settings;
+    return Test::MakeSettings(classId, options);
 }
 
 std::vector<EffectCase> const& GetEffectCases() {

@@ -1,10 +1,9 @@
 #include "Conf/PixFmtDescription.h"
-#include "CustomDoubles.h"
 #include "EffectCases.h"
 #include "Frames.h"
-#include "Host/EffectFactory.h"
 #include "Proc/Effects/Lumenta/MidEqualizerFF.h"
 #include "Proc/Interfaces/IEffectDetails.h"
+#include "Support/LibraryEffects.h"
 
 #include <gtest/gtest.h>
 
@@ -203,8 +202,7 @@ TEST(Traits, SayWhetherAFrameStandsAlone) {
 
 TEST(EffectTable, HasARowForEveryRegisteredEffect) {
     auto const cases = GetCases();
-    auto const& factory = dynamic_cast<Host::EffectFactory const&>(*GetFactory());
-    for (Host::EffectEntry const& entry : factory.GetRegistry().GetEntries()) {
+    for (Host::EffectEntry const& entry : GetFactory()->GetRegistry().GetEntries()) {
         if (entry.GetKind() == Host::EffectKind::Video) {
             EXPECT_TRUE(cases.contains(MakeEffect(entry.classId)->GetSettingsBase().GetClassId()))
                 << entry.classId;
