@@ -1,6 +1,6 @@
-#include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
 #include "CustomDoubles.h"
+#include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/ColorBalanceFF.h"
 #include "Proc/Settings/Format.h"
@@ -35,29 +35,19 @@ Proc::SettingsPixelFormatConverter MakeConverterSettings() {
     return settings;
 }
 
-std::vector<PixFmt> GetFormatsWithAlpha() {
-    std::vector<PixFmt> formats;
-    for (PixFmt const format : PixFmtDescription::s_supportedFormats)
-        if (PixFmtDescription::Find(format).HasAlpha())
-            formats.push_back(format);
-    return formats;
-}
-
 TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
-    auto const converter =
-        GetFactory()->CreateVideoEffect(Proc::SettingsPixelFormatConverter::CLASS_ID, "default", {});
-    converter->SetSettings(static_cast<Proc::Settings const&>(MakeConverterSettings()));
+    auto const converter = MakeEffect(MakeConverterSettings());
     for (auto const& [contrast, hue] : {std::pair{50, 0}, {0, 60}, {-50, 60}}) {
         auto const effect = MakeBalance(GetFactory(), contrast, hue);
-        auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(*effect);
-        for (PixFmt const format : GetFormatsWithAlpha()) {
-            SCOPED_TRACE(PixFmtDescription::Find(format).GetName());
+        auto& stream = StreamOf(*effect);
+        for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
+            if (!PixFmtDescription::Find(format).HasAlpha())
+                continue;
+            SCOPED_TRACE(NameOf(format));
             SP<IDataVideo> const frame = MakeFrame(format, {63, 47, 4, 3}, 7);
             Pixels const before = GetPixels(*frame);
-            SP<IDataVideo> converted = frame;
-            converter->Process(converted);
-            SP<IDataVideo> data = frame;
-            effect->Process(data);
+            SP<IDataVideo> const converted = Apply(*converter, frame);
+            SP<IDataVideo> const data = Apply(*effect, frame);
             EXPECT_EQ(GetPixels(*frame), before);
             EXPECT_EQ(data->GetPixelFormat(), converted->GetPixelFormat());
             EXPECT_EQ(data->GetFrameInfo(), frame->GetFrameInfo());
@@ -73,9 +63,7 @@ TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
             EXPECT_EQ(GetPixels(*streamed), result);
             EXPECT_EQ(stream.Take(), nullptr);
 
-            SP<Conf::IFormatCodecVideo> codec =
-                MakeSP<Conf::FormatCodecVideo>(format, Conf::FrameInfo{63, 47, 4, 3});
-            effect->UpdateFormatCodec(codec);
+            auto const codec = Ask(*effect, format, {63, 47, 4, 3});
             EXPECT_EQ(codec->GetPixelFormat(), data->GetPixelFormat());
             EXPECT_EQ(codec->GetFrameInfo(), data->GetFrameInfo());
         }
@@ -104,13 +92,9 @@ TEST(ColorBalance, TreatsColourWithAlphaAsWithout) {
     SP<IDataVideo> const withAlpha = MakeFrame(PixFmt::YUVA422P);
     for (int plane = 0; plane < 3; ++plane)
         CopyPlane(plain->GetReadOnlyPlane(plane), withAlpha->GetWritablePlane(plane));
-    SP<IDataVideo> first = plain;
-    effect->Process(first);
-    SP<IDataVideo> second = withAlpha;
-    effect->Process(second);
-    Pixels expected = GetPixels(*first);
+    Pixels expected = GetPixels(*Apply(*effect, plain));
     expected.push_back(GetPixels(*withAlpha).at(3));
-    EXPECT_EQ(GetPixels(*second), expected);
+    EXPECT_EQ(GetPixels(*Apply(*effect, withAlpha)), expected);
 }
 
 TEST(ColorBalance, AsksForAConverterOnce) {
@@ -156,7 +140,7 @@ TEST(ColorBalance, NamesWhatTheConverterDidWrong) {
     EXPECT_EQ(data, frame);
 
     idle->kept = std::make_shared<Balance>();
-    SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::RGBA, s_small);
+    SP<Conf::IFormatCodecVideo> codec = MakeCodec(PixFmt::RGBA);
     EXPECT_THROW(effect->UpdateFormatCodec(codec), std::bad_cast);
 }
 
@@ -169,20 +153,19 @@ TEST(ColorBalance, NeedsAFactoryForAlphaOnly) {
 
     SP<IDataVideo> const frame = MakeFrame(PixFmt::YUVA420P);
     data = frame;
-    SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUVA420P, s_small);
+    SP<Conf::IFormatCodecVideo> codec = MakeCodec(PixFmt::YUVA420P);
     Failure const failure = Catch([&] { effect->Process(data); });
     EXPECT_EQ(failure.text, "Frames with alpha take the effect \"pixel-format\", and no effect "
                             "factory was given to make one");
     EXPECT_TRUE(failure.hasStack);
     EXPECT_EQ(data, frame);
     EXPECT_EQ(Catch([&] { effect->UpdateFormatCodec(codec); }).text, failure.text);
-    EXPECT_EQ(Catch([&] { dynamic_cast<Proc::IEffectStreamVideo&>(*effect).Feed(frame); }).text,
-              failure.text);
+    EXPECT_EQ(Catch([&] { StreamOf(*effect).Feed(frame); }).text, failure.text);
 }
 
 TEST(ColorBalance, StreamsKeepTheirOrderThroughChangesOfFormat) {
     auto const effect = MakeBalance();
-    auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(*effect);
+    auto& stream = StreamOf(*effect);
     std::vector<PixFmt> const formats{PixFmt::YUV420P, PixFmt::YUVA420P, PixFmt::YUVA420P,
                                       PixFmt::YUV420P, PixFmt::RGBA,     PixFmt::YUV444P};
     for (std::size_t i = 0; i < formats.size(); ++i)

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Host/Doubles.h"
-#include "Host/EffectFactory.h"
-#include "Proc/Effects/Lumenta/Registrator.h"
+#include "Support/LibraryEffects.h"
 
 #include <functional>
 #include <string>
@@ -11,16 +10,6 @@
 
 /// What effects that use other effects are given by tests.
 namespace Tarsel::Test {
-
-/// A factory over all registrations of the library.
-inline SP<Proc::IEffectFactory const> const& GetFactory() {
-    static SP<Proc::IEffectFactory const> const factory = [] {
-        auto registry = std::make_shared<Host::EffectRegistry>();
-        Registrator(*registry);
-        return MakeSP<Host::EffectFactory>(std::move(registry));
-    }();
-    return factory;
-}
 
 /// Keeps any settings and lets frames pass; `work` may do something to each of them.
 struct IdleEffect : HostTest::Effect {

@@ -1,6 +1,6 @@
+#include "EffectCases.h"
 #include "Frames.h"
-#include "Proc/Effects/Lumenta/Video/Denoise.h"
-#include "Proc/Interfaces/IEffectStream.h"
+#include "Proc/Settings/Denoise.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <gtest/gtest.h>
@@ -57,28 +57,20 @@ struct Span {
     std::int64_t duration;
 };
 
-std::vector<Out> RunStream(Proc::IOneInputEffectVideo& effect, std::vector<Span> const& frames, bool fields) {
-    auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(effect);
+std::vector<Out> RunMode(Proc::IOneInputEffectVideo& effect, std::vector<Span> const& frames, bool fields) {
+    FrameList in;
+    for (std::size_t i = 0; i < frames.size(); ++i)
+        in.push_back(MakeInterlaced(static_cast<int>(i), frames[i].time, frames[i].duration));
     std::vector<Out> out;
-    auto const takeAll = [&] {
-        while (SP<IDataVideo> const data = stream.Take())
-            out.push_back(Read(*data, fields && out.size() % 2 == 1));
-    };
-    for (std::size_t i = 0; i < frames.size(); ++i) {
-        stream.Feed(MakeInterlaced(static_cast<int>(i), frames[i].time, frames[i].duration));
-        takeAll();
-    }
-    stream.End();
-    takeAll();
+    for (SP<IDataVideo> const& data : RunStream(effect, in))
+        out.push_back(Read(*data, fields && out.size() % 2 == 1));
     return out;
 }
 
 SP<Proc::IOneInputEffectVideo> Make(FrameMode mode) {
-    auto effect = Proc::CreateEffectDeinterlace({}, {});
     Proc::SettingsDeinterlace settings;
     settings.frameMode = mode;
-    effect->SetSettings(settings);
-    return effect;
+    return MakeEffect(settings);
 }
 
 TEST(Deinterlace, GivesEveryFrameOrFieldInItsTime) {
@@ -106,7 +98,7 @@ TEST(Deinterlace, GivesEveryFrameOrFieldInItsTime) {
             // The effect is as new after the end.
             auto const effect = Make(mode);
             for (int run = 0; run < 2; ++run)
-                EXPECT_EQ(RunStream(*effect, frames, fields), expected)
+                EXPECT_EQ(RunMode(*effect, frames, fields), expected)
                     << static_cast<int>(mode) << ' ' << frames.size();
         }
 }
@@ -116,16 +108,16 @@ TEST(Deinterlace, GivesEveryFrameOrFieldInItsTime) {
 TEST(Deinterlace, GoesByTimesWhereDurationsAreWrong) {
     std::vector<Span> const frames{{0, 40000}, {1000000, 90000}, {1040000, 0}, {1080000, 0}};
     EXPECT_EQ(
-        RunStream(*Make(FrameMode::Frame), frames, false),
+        RunMode(*Make(FrameMode::Frame), frames, false),
         (std::vector<Out>{{0, 40000, 0}, {1000000, 40000, 2}, {1040000, 40000, 4}, {1080000, 40000, 6}}));
-    EXPECT_EQ(RunStream(*Make(FrameMode::Field), frames, true), (std::vector<Out>{{0, 500000, 0},
-                                                                                  {500000, 500000, 1},
-                                                                                  {1000000, 20000, 2},
-                                                                                  {1020000, 20000, 3},
-                                                                                  {1040000, 20000, 4},
-                                                                                  {1060000, 20000, 5},
-                                                                                  {1080000, 20000, 6},
-                                                                                  {1100000, 20000, 7}}));
+    EXPECT_EQ(RunMode(*Make(FrameMode::Field), frames, true), (std::vector<Out>{{0, 500000, 0},
+                                                                                {500000, 500000, 1},
+                                                                                {1000000, 20000, 2},
+                                                                                {1020000, 20000, 3},
+                                                                                {1040000, 20000, 4},
+                                                                                {1060000, 20000, 5},
+                                                                                {1080000, 20000, 6},
+                                                                                {1100000, 20000, 7}}));
 }
 
 } // namespace

@@ -13,33 +13,58 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace Tarsel::Test {
 namespace {
 
 using Proc::IDataVideo;
 
+/// Classes of settings that the wrapper makes effects of.
+struct Wrapped {
+    std::string_view classId;
+    std::string settings;
+    /// Of any property it makes the settings; else default ones.
+    bool readsProperties = false;
+};
+
+Wrapped const& GetWrapped(EffectCase const& row) {
+    static Wrapped const s_classes[]{{"flip", "SettingsEffectFlip", true},
+                                     {"transpose", "SettingsEffectTranspose", true},
+                                     {"display-matrix", "SettingsEffectDisplayMatrix"},
+                                     {"deinterlace", "SettingsDeinterlace", true},
+                                     {"denoise-chroma-luma", "SettingsEffectDenoiseChromaLuma", true},
+                                     {"denoise-dct", "SettingsEffectDenoiseDCT"},
+                                     {"denoise-wavelet", "SettingsEffectDenoiseOvercompleteWavelet"},
+                                     {"noise", "SettingsEffectNoiseVideo"},
+                                     {"remove-grain", "SettingsEffectRemoveGrain"},
+                                     {"edge-detect", "SettingsEffectEdgeDetect"},
+                                     {"emboss", "SettingsEffectEmboss"},
+                                     {"negate", "SettingsEffectNegateVideo"},
+                                     {"posterize", "SettingsEffectPosterize"},
+                                     {"border", "SettingsEffectBorder"},
+                                     {"balance-chroma", "SettingsEffectBalanceChroma"},
+                                     {"color-channel-mixer", "SettingsEffectColorChannelMixer"},
+                                     {"blur", "SettingsEffectBlur"},
+                                     {"deshake", "SettingsEffectDeshake", true},
+                                     {"stabilizer", "SettingsEffectStabilizer", true}};
+    return *std::ranges::find(s_classes, row.classId, &Wrapped::classId);
+}
+
 class EffectCases : public testing::TestWithParam<EffectCase> {
 protected:
-    SP<Proc::IOneInputEffectVideo> const m_effect = GetParam().create({}, {});
-
-    EffectCases() { m_effect->SetSettings(*GetParam().settings); }
+    SP<Proc::IOneInputEffectVideo> const m_effect = GetParam().Make();
 };
 
 class WrapperCases : public EffectCases {};
 
 TEST_P(WrapperCases, TellTheirFilterEverywhere) {
     EffectCase const& row = GetParam();
-    Conf::FormatCodecVideo const format(Conf::PixFmt::YUV420P, s_small);
-    auto const& details = dynamic_cast<Proc::IEffectDetailsVideo const&>(*m_effect);
-    EXPECT_EQ(details.Describe(format), row.PassesUntouched() ? "" : row.text);
-    EXPECT_FALSE(details.GetTraits().summary.empty());
+    EXPECT_EQ(Describe(*m_effect), row.PassesUntouched() ? "" : row.text);
 
     LogWatch log(31);
     SP<IDataVideo> const input = MakeFrame();
-    SP<IDataVideo> data = input;
-    m_effect->Process(data);
-    EXPECT_EQ(data == input, row.PassesUntouched());
+    EXPECT_EQ(Apply(*m_effect, input) == input, row.PassesUntouched());
     std::vector<std::string> expected;
     if (!row.PassesUntouched())
         expected = {"EffectFafloplalVideo.cpp: ffmpeg video filter settings: " + row.text};
@@ -47,9 +72,10 @@ TEST_P(WrapperCases, TellTheirFilterEverywhere) {
 
     Core::Property const statistic = m_effect->GetStatistic();
     EXPECT_EQ(statistic["Options"].GetString(), row.text);
+    std::string const settings = GetWrapped(row).settings;
     EXPECT_EQ(statistic["Name"].GetString(),
-              "virtual Core::Property EffectFafloplal<EffectActions<" + row.name +
-                  ">>::GetStatistic() const [EffectActions = EffectActions<" + row.name + ">]");
+              "virtual Core::Property EffectFafloplal<EffectActions<" + settings +
+                  ">>::GetStatistic() const [EffectActions = EffectActions<" + settings + ">]");
     EXPECT_EQ(statistic["Category"].GetInt64(), 7);
     EXPECT_EQ(statistic["MediaType"].GetInt64(), 1);
     EXPECT_EQ(statistic["ImplName"].GetString(), Proc::ImplNames::FFMPEG);
@@ -59,36 +85,36 @@ TEST_P(WrapperCases, TellTheirFilterEverywhere) {
 
 TEST_P(WrapperCases, GiveTheirSettingsBack) {
     EffectCase const& row = GetParam();
-    EXPECT_TRUE(m_effect->GetSettingsBase().IsEqualTo(*row.settings));
+    auto const settings = row.MakeSettings();
+    EXPECT_TRUE(m_effect->GetSettingsBase().IsEqualTo(*settings));
     Core::Property const property = m_effect->GetSettings();
     EXPECT_EQ(property[Proc::IPreset::KEY_TYPE_ID].GetString(), Proc::ImplNames::FFMPEG);
 
-    auto const other = row.create({}, {});
-    auto const initial = other->GetSettingsBase().Clone();
-    if (!row.fromProperty)
-        other->SetSettings(*row.settings);
+    bool const reads = GetWrapped(row).readsProperties;
+    auto const other = reads ? MakeEffect(row.classId) : row.Make();
     other->SetSettings(property);
-    EXPECT_TRUE(other->GetSettingsBase().IsEqualTo(row.fromProperty ? *row.settings : *initial));
+    EXPECT_TRUE(
+        other->GetSettingsBase().IsEqualTo(reads ? *settings : MakeEffect(row.classId)->GetSettingsBase()));
 }
 
 TEST_P(EffectCases, ForetellFormatAndSize) {
     EffectCase const& row = GetParam();
     auto const takes = dynamic_cast<Proc::IEffectDetails const&>(*m_effect).GetTraits().takes;
+    auto const settings = row.MakeSettings();
+    auto const* const matrix = dynamic_cast<Proc::SettingsEffectDisplayMatrix const*>(settings.get());
     for (char const* const name : s_formatKinds) {
         SCOPED_TRACE(name);
-        auto const& format = Conf::PixFmtDescription::Find(Conf::PixFmtDescription::FindByName(name).value());
+        auto const& format = Conf::PixFmtDescription::Find(ByName(name));
         SP<Conf::IFormatCodecVideo> asked;
         auto const ask = [&](Proc::IOneInputEffectVideo& effect) {
-            asked = MakeSP<Conf::FormatCodecVideo>(format.GetFormat(), s_small);
-            if (auto const* matrix =
-                    dynamic_cast<Proc::SettingsEffectDisplayMatrix const*>(row.settings.get()))
+            asked = MakeCodec(format.GetFormat());
+            if (matrix)
                 asked->SetDisplayMatrix(matrix->matrix);
             effect.UpdateFormatCodec(asked);
         };
-        SP<Proc::IDataVideo> data = MakeFrame(format.GetFormat());
-        auto const fresh = row.create({}, {});
-        fresh->SetSettings(*row.settings);
-        if (row.treatsAlphaApart && !format.HasAlpha()) {
+        SP<IDataVideo> data = MakeFrame(format.GetFormat());
+        auto const fresh = row.Make();
+        if (TreatsAlphaApart(row) && !format.HasAlpha()) {
             ask(*fresh);
             EXPECT_EQ(asked->GetPixelFormat(), format.GetFormat());
             continue;
@@ -112,8 +138,7 @@ TEST_P(EffectCases, ForetellFormatAndSize) {
 
 std::vector<EffectCase> GetWrapperCases() {
     std::vector<EffectCase> rows;
-    std::ranges::copy_if(GetEffectCases(), std::back_inserter(rows),
-                         [](EffectCase const& row) { return !row.isCustom; });
+    std::ranges::remove_copy_if(GetEffectCases(), std::back_inserter(rows), IsCustom);
     return rows;
 }
 

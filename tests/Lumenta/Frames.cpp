@@ -1,11 +1,25 @@
 #include "Frames.h"
 
+#include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
+#include "Proc/Interfaces/IEffectDetails.h"
 
 #include <algorithm>
 #include <random>
 
+extern "C" {
+#include <libavutil/frame.h>
+}
+
 namespace Tarsel::Test {
+
+Conf::PixFmt ByName(std::string_view name) {
+    return Conf::PixFmtDescription::FindByName(name).value();
+}
+
+std::string const& NameOf(Conf::PixFmt format) {
+    return Conf::PixFmtDescription::Find(format).GetName();
+}
 
 SP<Proc::IDataVideo> MakeFrame(Conf::PixFmt format, Conf::FrameInfo const& info, std::int64_t time,
                                std::int64_t duration, std::uint32_t seed) {
@@ -40,6 +54,10 @@ SP<Proc::IDataVideo> MakeOverfullFrame(Conf::PixFmt format, Conf::FrameInfo cons
     return data;
 }
 
+SP<Proc::IDataVideo> MakeLiar(Conf::FrameInfo const& real, Conf::FrameInfo const& stated) {
+    return MakeSP<Proc::DataVideoFF>(*MakeFrame(Conf::PixFmt::YUV420P, real)->GetAVFrame(), stated);
+}
+
 Pixels GetPixels(Proc::IDataVideo const& data) {
     Pixels pixels;
     for (int plane = 0; plane < Conf::PixFmtDescription::Find(data.GetPixelFormat()).GetPlaneCount();
@@ -52,6 +70,60 @@ Pixels GetPixels(Proc::IDataVideo const& data) {
         }
     }
     return pixels;
+}
+
+std::string GetRaw(Proc::IDataVideo const& data) {
+    std::string raw;
+    for (auto const& plane : GetPixels(data))
+        raw.append(plane.begin(), plane.end());
+    if (data.GetPixelFormat() == Conf::PixFmt::PAL8)
+        raw.append(reinterpret_cast<char const*>(data.GetAVFrame()->data[1]), AVPALETTE_SIZE);
+    return raw;
+}
+
+Proc::IEffectStreamVideo& StreamOf(Proc::IOneInputEffectVideo& effect) {
+    return dynamic_cast<Proc::IEffectStreamVideo&>(effect);
+}
+
+FrameList TakeAll(Proc::IEffectStreamVideo& stream) {
+    FrameList out;
+    while (SP<Proc::IDataVideo> data = stream.Take())
+        out.push_back(data);
+    return out;
+}
+
+FrameList RunStream(Proc::IOneInputEffectVideo& effect, FrameList const& in) {
+    Proc::IEffectStreamVideo& stream = StreamOf(effect);
+    FrameList out;
+    auto const takeAll = [&] { std::ranges::move(TakeAll(stream), std::back_inserter(out)); };
+    for (SP<Proc::IDataVideo> const& data : in) {
+        stream.Feed(data);
+        takeAll();
+    }
+    stream.End();
+    takeAll();
+    return out;
+}
+
+SP<Proc::IDataVideo> Apply(Proc::IOneInputEffectVideo& effect, SP<Proc::IDataVideo> data) {
+    effect.Process(data);
+    return data;
+}
+
+SP<Conf::IFormatCodecVideo> MakeCodec(Conf::PixFmt format, Conf::FrameInfo const& info) {
+    return MakeSP<Conf::FormatCodecVideo>(format, info);
+}
+
+SP<Conf::IFormatCodecVideo> Ask(Proc::IOneInputEffectVideo& effect, Conf::PixFmt format,
+                                Conf::FrameInfo const& info) {
+    SP<Conf::IFormatCodecVideo> codec = MakeCodec(format, info);
+    effect.UpdateFormatCodec(codec);
+    return codec;
+}
+
+std::string Describe(Proc::IOneInputEffectVideo const& effect, Conf::PixFmt format,
+                     Conf::FrameInfo const& info) {
+    return dynamic_cast<Proc::IEffectDetailsVideo const&>(effect).Describe(*MakeCodec(format, info));
 }
 
 } // namespace Tarsel::Test

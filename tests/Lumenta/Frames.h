@@ -1,9 +1,13 @@
 #pragma once
 
 #include "Proc/Data/DataVideoFF.h"
+#include "Proc/Interfaces/IEffectStream.h"
+#include "Proc/Interfaces/IOneInputEffectVideo.h"
 
 #include <array>
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <vector>
 
 extern "C" {
@@ -19,6 +23,9 @@ constexpr Conf::FrameInfo s_small{64, 48, 1, 1};
 inline constexpr std::array s_formatKinds{"yuv420p",     "yuvj420p", "yuvj422p", "yuva420p", "rgba",
                                           "yuv420p10le", "gray",     "nv12",     "yuyv422"};
 
+Conf::PixFmt ByName(std::string_view name);
+std::string const& NameOf(Conf::PixFmt format);
+
 /// A picture of noise that `seed` determines. Samples of 9 to 15 bits stay within them.
 SP<Proc::IDataVideo> MakeFrame(Conf::PixFmt format = Conf::PixFmt::YUV420P,
                                Conf::FrameInfo const& info = s_small, std::int64_t time = 0,
@@ -27,8 +34,34 @@ SP<Proc::IDataVideo> MakeFrame(Conf::PixFmt format = Conf::PixFmt::YUV420P,
 /// A picture of bytes that have every bit set: of 9 to 15 bits a sample, too many.
 SP<Proc::IDataVideo> MakeOverfullFrame(Conf::PixFmt format, Conf::FrameInfo const& info = s_small);
 
+/// A picture of one size that is said to be of another.
+SP<Proc::IDataVideo> MakeLiar(Conf::FrameInfo const& real, Conf::FrameInfo const& stated = s_small);
+
 /// The bytes of each plane, row after row from the top, no padding.
 using Pixels = std::vector<std::vector<std::uint8_t>>;
 Pixels GetPixels(Proc::IDataVideo const& data);
+/// As the ffmpeg program writes raw video: plane after plane, a palette after its picture.
+std::string GetRaw(Proc::IDataVideo const& data);
+
+using FrameList = std::vector<SP<Proc::IDataVideo>>;
+
+Proc::IEffectStreamVideo& StreamOf(Proc::IOneInputEffectVideo& effect);
+/// All that is ready.
+FrameList TakeAll(Proc::IEffectStreamVideo& stream);
+/// All that comes of the frames, the end included.
+FrameList RunStream(Proc::IOneInputEffectVideo& effect, FrameList const& in);
+
+/// What one call makes of the frame.
+SP<Proc::IDataVideo> Apply(Proc::IOneInputEffectVideo& effect, SP<Proc::IDataVideo> data);
+
+SP<Conf::IFormatCodecVideo> MakeCodec(Conf::PixFmt format = Conf::PixFmt::YUV420P,
+                                      Conf::FrameInfo const& info = s_small);
+/// What the effect makes of that format.
+SP<Conf::IFormatCodecVideo> Ask(Proc::IOneInputEffectVideo& effect,
+                                Conf::PixFmt format = Conf::PixFmt::YUV420P,
+                                Conf::FrameInfo const& info = s_small);
+/// What the effect says that it does with frames of that format.
+std::string Describe(Proc::IOneInputEffectVideo const& effect, Conf::PixFmt format = Conf::PixFmt::YUV420P,
+                     Conf::FrameInfo const& info = s_small);
 
 } // namespace Tarsel::Test

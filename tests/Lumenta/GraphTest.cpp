@@ -1,9 +1,9 @@
-#include "AllocationLimit.h"
 #include "Core/CoreExceptions.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEG.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
+#include "Support/AllocationLimit.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,6 @@ using Proc::EffectFFMPEGVideo;
 std::string const s_args = Proc::MakeVideoSourceArgs(Conf::PixFmt::YUV420P, {640, 480, 1, 1}, {});
 
 struct BadGraph {
-    char const* name;
     int type;
     std::string description;
     std::string args;
@@ -36,60 +35,47 @@ struct BadGraph {
     std::string words;
 };
 
-class BadGraphs : public testing::TestWithParam<BadGraph> {};
-
-TEST_P(BadGraphs, SayWhatWasTried) {
-    BadGraph const& bad = GetParam();
+TEST(Graph, SaysWhatWasTried) {
+    auto const args = [](Conf::PixFmt format, Conf::FrameInfo const& info) {
+        return Proc::MakeVideoSourceArgs(format, info, {});
+    };
+    std::string const noAspect = args(Conf::PixFmt::YUV420P, {640, 480, 1, 0});
+    std::string const noSize = args(Conf::PixFmt::YUV420P, {0, 480, 1, 1});
+    std::string const noFormat = args(Conf::PixFmt::None, {640, 480, 1, 1});
+    std::string const noLayout = "time_base=1/1000000:sample_rate=44100:sample_fmt=fltp";
+    std::string const invalid = "Invalid argument";
+    std::string const range = "Numerical result out of range";
+    std::string const source = "; source: ";
+    char const* const noSource = "Cannot create buffer source";
     FFmpegWatch const quiet;
-    Failure const failure = Catch(
-        [&] { EffectFFMPEG(static_cast<EffectFFMPEG::EffectType>(bad.type), bad.description, bad.args); });
-    EXPECT_EQ(failure.text, bad.text);
-    EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/EffectFFMPEG");
-    EXPECT_EQ(
-        failure.function,
-        "Tarsel::Proc::EffectFFMPEG::EffectFFMPEG(EffectType, const std::string &, const std::string &)");
-    EXPECT_TRUE(failure.hasStack);
-    EXPECT_EQ(failure.ffmpegError, bad.ffmpegError);
-    EXPECT_EQ(failure.code, std::nullopt);
-    EXPECT_EQ(failure.filter, bad.ffmpegError ? bad.description : "");
-    EXPECT_EQ(failure.detail, bad.words);
+    for (BadGraph const& bad :
+         {BadGraph{-1, "null", "", "Wrong ffmpeg filter type", {}, "type -1, not 0 to 2"},
+          {3, "null", "", "Wrong ffmpeg filter type", {}, "type 3, not 0 to 2"},
+          {0, "null", noSize, noSource, AVERROR(EINVAL), invalid + source + noSize},
+          {0, "null", noAspect, noSource, AVERROR(ERANGE), range + source + noAspect},
+          {0, "null", noFormat, noSource, AVERROR(EINVAL), invalid + source + noFormat},
+          {1, "anull", noLayout, noSource, AVERROR(EINVAL), invalid + source + noLayout},
+          {0, "vflip[", s_args, "Cannot parse graph", AVERROR(EINVAL), invalid + source + s_args},
+          {0, "", s_args, "Cannot parse graph", AVERROR(EINVAL), invalid + source + s_args},
+          {0, "gblur=sigma=-1", s_args, "Cannot parse graph", AVERROR(ERANGE), range + source + s_args},
+          {0, "format=rgb24,hwdownload", s_args, "Cannot configure graph", AVERROR(ENOSYS),
+           "Function not implemented" + source + s_args},
+          {2, "sine[a];sine[b]", "", "Cannot configure graph", AVERROR(EINVAL), invalid}}) {
+        Failure const failure = Catch([&] {
+            EffectFFMPEG(static_cast<EffectFFMPEG::EffectType>(bad.type), bad.description, bad.args);
+        });
+        EXPECT_EQ(failure.text, bad.text);
+        EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/EffectFFMPEG");
+        EXPECT_EQ(failure.function,
+                  "Tarsel::Proc::EffectFFMPEG::EffectFFMPEG(EffectType, const std::string &, "
+                  "const std::string &)");
+        EXPECT_TRUE(failure.hasStack);
+        EXPECT_EQ(failure.ffmpegError, bad.ffmpegError);
+        EXPECT_EQ(failure.code, std::nullopt);
+        EXPECT_EQ(failure.filter, bad.ffmpegError ? bad.description : "");
+        EXPECT_EQ(failure.detail, bad.words);
+    }
 }
-
-std::string WithSource(std::string const& words, std::string const& args) {
-    return words + "; source: " + args;
-}
-
-std::string const s_invalid = "Invalid argument";
-std::string const s_range = "Numerical result out of range";
-std::string const s_noAspect = Proc::MakeVideoSourceArgs(Conf::PixFmt::YUV420P, {640, 480, 1, 0}, {});
-std::string const s_noSize = Proc::MakeVideoSourceArgs(Conf::PixFmt::YUV420P, {0, 480, 1, 1}, {});
-std::string const s_noFormat = Proc::MakeVideoSourceArgs(Conf::PixFmt::None, {640, 480, 1, 1}, {});
-
-INSTANTIATE_TEST_SUITE_P(
-    Graph, BadGraphs,
-    testing::Values(
-        BadGraph{"BelowTypes", -1, "null", "", "Wrong ffmpeg filter type", {}, "type -1, not 0 to 2"},
-        BadGraph{"AboveTypes", 3, "null", "", "Wrong ffmpeg filter type", {}, "type 3, not 0 to 2"},
-        BadGraph{"NoSize", 0, "null", s_noSize, "Cannot create buffer source", AVERROR(EINVAL),
-                 WithSource(s_invalid, s_noSize)},
-        BadGraph{"NoAspect", 0, "null", s_noAspect, "Cannot create buffer source", AVERROR(ERANGE),
-                 WithSource(s_range, s_noAspect)},
-        BadGraph{"NoFormat", 0, "null", s_noFormat, "Cannot create buffer source", AVERROR(EINVAL),
-                 WithSource(s_invalid, s_noFormat)},
-        BadGraph{"NoLayout", 1, "anull", "time_base=1/1000000:sample_rate=44100:sample_fmt=fltp",
-                 "Cannot create buffer source", AVERROR(EINVAL),
-                 WithSource(s_invalid, "time_base=1/1000000:sample_rate=44100:sample_fmt=fltp")},
-        BadGraph{"Syntax", 0, "vflip[", s_args, "Cannot parse graph", AVERROR(EINVAL),
-                 WithSource(s_invalid, s_args)},
-        BadGraph{"Empty", 0, "", s_args, "Cannot parse graph", AVERROR(EINVAL),
-                 WithSource(s_invalid, s_args)},
-        BadGraph{"OptionRange", 0, "gblur=sigma=-1", s_args, "Cannot parse graph", AVERROR(ERANGE),
-                 WithSource(s_range, s_args)},
-        BadGraph{"Hardware", 0, "format=rgb24,hwdownload", s_args, "Cannot configure graph", AVERROR(ENOSYS),
-                 WithSource("Function not implemented", s_args)},
-        BadGraph{"OpenGenerator", 2, "sine[a];sine[b]", "", "Cannot configure graph", AVERROR(EINVAL),
-                 s_invalid}),
-    [](auto const& test) { return std::string(test.param.name); });
 
 TEST(Graph, TakesAllTypes) {
     EffectFFMPEG const video(EffectFFMPEG::Video, "null", s_args);

@@ -1,11 +1,10 @@
 #include "Proc/Effects/Lumenta/MidEqualizerFF.h"
 
-#include "AllocationLimit.h"
-#include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/Orientation.h"
+#include "Support/AllocationLimit.h"
 #include "Support/Process.h"
 #include "Support/TempFolder.h"
 #include "Support/Watch.h"
@@ -13,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <map>
 #include <stdexcept>
 #include <typeinfo>
 
@@ -38,10 +36,6 @@ SettingsEffectMidEqualizer MakeSettings(std::int32_t planes) {
     SettingsEffectMidEqualizer settings;
     settings.planes = planes;
     return settings;
-}
-
-PixFmt GetFormat(char const* name) {
-    return PixFmtDescription::FindByName(name).value();
 }
 
 /// Frames of one time, which goes on with each pair.
@@ -83,7 +77,7 @@ TEST(MidEqualizer, StartsAsIsSaid) {
     EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(SettingsEffectMidEqualizer()));
     auto const& own = dynamic_cast<MidEqualizerFF const&>(*effect);
     EXPECT_EQ(own.GetFFString(), "midequalizer=planes=15");
-    EXPECT_EQ(own.Describe(Conf::FormatCodecVideo(PixFmt::YUV420P, s_small)), "midequalizer=planes=15");
+    EXPECT_EQ(own.Describe(*MakeCodec()), "midequalizer=planes=15");
 }
 
 TEST(MidEqualizer, HasNoPropertySettings) {
@@ -143,18 +137,13 @@ TEST(MidEqualizer, NewMaskWaitsForTheNextGraph) {
 }
 
 TEST(MidEqualizer, RefusedPairsStayAsTheyAre) {
-    struct Case {
-        char const* name;
-        void (*spoil)(Pair&);
-        std::string text;
-    };
     auto const setMatrix = [](Pair& pair) { pair.second->GetAVFrame()->colorspace = AVCOL_SPC_BT709; };
     auto const setRange = [](Pair& pair) { pair.first->GetAVFrame()->color_range = AVCOL_RANGE_MPEG; };
     auto const setPrimaries = [](Pair& pair) { pair.first->GetAVFrame()->color_primaries = AVCOL_PRI_BT709; };
     std::string const spaces = "Both frames must have the same color space to operate";
     std::string const depth = "midequalizer takes samples of 0 to 1023 in yuv420p10le frames; "
                               "plane 0 has higher ones";
-    PixFmt const deep = GetFormat("yuv420p10le");
+    PixFmt const deep = ByName("yuv420p10le");
     auto const effect = MakeSP<MidEqualizerFF>();
     LogWatch log(31);
     std::uint64_t pairs = 0;
@@ -236,10 +225,9 @@ TEST(MidEqualizer, FormatsAreAskedForOnce) {
     auto const effect = MakeSP<MidEqualizerFF>();
     effect->SetSettings(MakeSettings(9)); // a text that no other test has asked about
     auto const ask = [&](char const* input, char const* expected) {
-        SP<Conf::IFormatCodecVideo> codec =
-            MakeSP<Conf::FormatCodecVideo>(GetFormat(input), Conf::FrameInfo{64, 48, 4, 3});
+        SP<Conf::IFormatCodecVideo> codec = MakeCodec(ByName(input), {64, 48, 4, 3});
         int const graphs = CountGraphs([&] { effect->UpdateFormatCodec(codec); });
-        EXPECT_EQ(PixFmtDescription::Find(codec->GetPixelFormat()).GetName(), expected);
+        EXPECT_EQ(NameOf(codec->GetPixelFormat()), expected);
         EXPECT_EQ(codec->GetFrameInfo(), (Conf::FrameInfo{64, 48, 4, 3}));
         return graphs;
     };
@@ -251,21 +239,13 @@ TEST(MidEqualizer, FormatsAreAskedForOnce) {
 
     // A graph that is there answers for what it was built for, and for nothing else.
     effect->SetSettings(MakeSettings(13));
-    Pair pair(GetFormat("yuyv422"), {64, 48, 4, 3});
+    Pair pair(ByName("yuyv422"), {64, 48, 4, 3});
     effect->Process(pair.data, pair.second);
     EXPECT_EQ(pair.data->GetPixelFormat(), PixFmt::YUV422P);
     EXPECT_EQ(ask("rgb24", "gbrp"), 1);
     EXPECT_EQ(ask("yuyv422", "yuv422p"), 0);
     effect->SetSettings(MakeSettings(10)); // waits for the next graph
     EXPECT_EQ(ask("yuyv422", "yuv422p"), 1);
-}
-
-/// As the ffmpeg program writes raw video.
-std::string GetRaw(IDataVideo const& data) {
-    std::string raw;
-    for (auto const& plane : GetPixels(data))
-        raw.append(plane.begin(), plane.end());
-    return raw;
 }
 
 TEST(MidEqualizer, GivesTheBitsOfTheFFmpegProgram) {
@@ -283,7 +263,7 @@ TEST(MidEqualizer, GivesTheBitsOfTheFFmpegProgram) {
             std::string raw;
             PixFmt format = PixFmt::None;
             for (std::uint32_t i = 0; i < frames; ++i) {
-                Pair pair(GetFormat(name), s_small, secondInfo);
+                Pair pair(ByName(name), s_small, secondInfo);
                 firsts << GetRaw(*pair.first);
                 seconds << GetRaw(*pair.second);
                 effect->Process(pair.data, pair.second);
@@ -293,50 +273,15 @@ TEST(MidEqualizer, GivesTheBitsOfTheFFmpegProgram) {
             }
             firsts.close();
             seconds.close();
-            std::vector<std::string> command{"ffmpeg", "-nostdin", "-v", "error"};
-            for (auto const& [file, size] :
-                 {std::pair("first.raw", "64x48"), std::pair("second.raw", "33x27")})
-                command.insert(command.end(), {"-f", "rawvideo", "-pix_fmt", name, "-s", size, "-r", "25",
-                                               "-i", folder / file});
-            command.insert(command.end(), {"-filter_complex_threads", "1", "-filter_complex",
-                                           "midequalizer=planes=" + std::to_string(planes), "-pix_fmt",
-                                           PixFmtDescription::Find(format).GetName(), "-f", "rawvideo", "-"});
-            std::string const expected = RunForOutput(command);
+            std::string const form = std::string("-f rawvideo -r 25 -pix_fmt ") + name + " -s ";
+            std::string const expected =
+                RunFFmpeg(form + "64x48 -i " + (folder / "first.raw").string() + ' ' + form + "33x27 -i " +
+                              (folder / "second.raw").string() + " -filter_complex_threads 1 -filter_complex",
+                          {"midequalizer=planes=" + std::to_string(planes)},
+                          "-f rawvideo -pix_fmt " + NameOf(format) + " -");
             EXPECT_EQ(raw.size(), expected.size());
             EXPECT_TRUE(raw == expected);
         }
-}
-
-TEST(MidEqualizer, TraitsAreTrue) {
-    auto const effect = MakeSP<MidEqualizerFF>();
-    std::map<std::string, std::pair<bool, bool>> seen; // kept, lost
-    for (char const* const name : s_formatKinds) {
-        Pair pair(GetFormat(name));
-        PixFmtDescription const& in = PixFmtDescription::Find(GetFormat(name));
-        for (SP<IDataVideo> const& frame : {pair.first, pair.second})
-            if (!in.IsRgb())
-                frame->GetAVFrame()->color_range = AVCOL_RANGE_JPEG;
-        effect->Process(pair.data, pair.second);
-        ASSERT_NE(pair.data, nullptr) << name; // nothing is held back
-        PixFmtDescription const& out = PixFmtDescription::Find(pair.data->GetPixelFormat());
-        auto const note = [&](char const* trait, bool had, bool has) {
-            if (had)
-                (has ? seen[trait].first : seen[trait].second) = true;
-        };
-        note("alpha", in.HasAlpha(), out.HasAlpha());
-        note("depth", in.GetDepth() > 8, out.GetDepth() >= in.GetDepth());
-        note("range", !in.IsRgb(), out.IsFullRange(pair.data->GetColorSpace()));
-        note("size", true, pair.data->GetFrameInfo() == s_small);
-    }
-    Proc::EffectTraits const& traits = effect->GetTraits();
-    for (auto const& [name, keeps] : {std::pair("alpha", traits.alpha), std::pair("depth", traits.depth),
-                                      std::pair("range", traits.range), std::pair("size", traits.size)}) {
-        auto const [kept, lost] = seen[name];
-        EXPECT_EQ(GetName(keeps), GetName(!lost  ? Proc::Keeps::Always
-                                          : kept ? Proc::Keeps::Sometimes
-                                                 : Proc::Keeps::Never))
-            << name;
-    }
 }
 
 // No pair brings the process down or goes past the end of a frame, however small.
@@ -346,7 +291,7 @@ TEST(MidEqualizer, TakesAnySize) {
     for (char const* const name : {"yuv420p", "yuv410p", "yuva444p", "gray10le", "gbrap", "nv12", "pal8"})
         for (Conf::FrameInfo const& first : sizes)
             for (Conf::FrameInfo const& second : sizes) {
-                Pair pair(GetFormat(name), first, second);
+                Pair pair(ByName(name), first, second);
                 MakeSP<MidEqualizerFF>()->Process(pair.data, pair.second);
                 ASSERT_NE(pair.data, nullptr);
                 EXPECT_EQ(pair.data->GetFrameInfo(), first) << name;

@@ -1,6 +1,6 @@
 #include "Proc/Effects/Lumenta/Video/Orientation.h"
-#include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
+#include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Support/Watch.h"
@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <limits>
 
 namespace Tarsel::Test {
 namespace {
@@ -46,27 +45,17 @@ std::vector<std::uint8_t> Turn(std::vector<std::uint8_t> const& plane, std::size
 }
 
 SP<Proc::IOneInputEffectVideo> MakeDisplayMatrix(int orientation) {
-    auto effect = Proc::CreateEffectDisplayMatrix({}, {});
-    effect->SetSettings(Proc::SettingsEffectDisplayMatrix(*DisplayMatrix::FromOrientation(orientation)));
-    return effect;
-}
-
-SP<Proc::IOneInputEffectVideo> MakeTranspose(int step) {
-    auto effect = Proc::CreateEffectTranspose({}, {});
-    effect->SetSettings(Proc::SettingsEffectTranspose(step));
-    return effect;
-}
-
-SP<Proc::IOneInputEffectVideo> MakeFlip(bool horizontal, bool vertical) {
-    auto effect = Proc::CreateEffectFlip({}, {});
-    effect->SetSettings(Proc::SettingsEffectFlip(horizontal, vertical));
-    return effect;
+    return MakeEffect("display-matrix", "matrix=" + std::to_string(orientation));
 }
 
 TEST(Orientation, MovesPixelsAsTheCodeSays) {
     std::vector<std::pair<SP<Proc::IOneInputEffectVideo>, int>> effects{
-        {MakeFlip(true, false), 2}, {MakeFlip(false, true), 4}, {MakeFlip(true, true), 3},
-        {MakeTranspose(1), 6},      {MakeTranspose(2), 3},      {MakeTranspose(3), 8}};
+        {MakeEffect("flip", "horizontal=1"), 2},
+        {MakeEffect("flip", "vertical=1"), 4},
+        {MakeEffect("flip", "horizontal=1:vertical=1"), 3},
+        {MakeEffect("transpose", "step=1"), 6},
+        {MakeEffect("transpose", "step=2"), 3},
+        {MakeEffect("transpose", "step=3"), 8}};
     for (int orientation = 1; orientation <= 8; ++orientation)
         effects.emplace_back(MakeDisplayMatrix(orientation), orientation);
     for (PixFmt const format : {PixFmt::YUV420P, PixFmt::YUVA444P, PixFmt::RGB24, PixFmt::GRAY8})
@@ -79,8 +68,7 @@ TEST(Orientation, MovesPixelsAsTheCodeSays) {
                 for (std::size_t i = 0; i < before.size(); ++i)
                     expected.push_back(Turn(before[i], description.GetPlanWidth(int(i), info.width),
                                             description.GetPlanHeight(int(i), info.height), orientation));
-                SP<IDataVideo> data = input;
-                effect->Process(data);
+                SP<IDataVideo> const data = Apply(*effect, input);
                 EXPECT_EQ(GetPixels(*data), expected) << description.GetName() << ' ' << orientation;
                 FrameInfo const turned{info.height, info.width, info.aspectDen, info.aspectNum};
                 EXPECT_EQ(data->GetFrameInfo(), orientation < 5 ? info : turned);
@@ -94,9 +82,8 @@ TEST(Orientation, FramesAndFormatsAgree) {
         for (int orientation = 1; orientation <= 8; ++orientation)
             for (char const* answer : {"of the graph", "of the cache"}) {
                 auto const effect = MakeDisplayMatrix(orientation);
-                SP<IDataVideo> data = MakeFrame(PixFmt::YUV444P, info);
-                effect->Process(data);
-                SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV444P, info);
+                SP<IDataVideo> const data = Apply(*effect, MakeFrame(PixFmt::YUV444P, info));
+                SP<Conf::IFormatCodecVideo> codec = MakeCodec(PixFmt::YUV444P, info);
                 codec->SetDisplayMatrix(*DisplayMatrix::FromOrientation(orientation));
                 effect->UpdateFormatCodec(codec);
                 EXPECT_EQ(codec->GetFrameInfo(), data->GetFrameInfo()) << orientation << ' ' << answer;
@@ -113,8 +100,7 @@ TEST(Orientation, TransposePutsFormatsRight) {
     };
     for (Case const& row : {Case{1, 90.0, 0.0}, Case{1, 0.0, -90.0}, Case{3, 180.0, -90.0},
                             Case{2, -90.0, 90.0}, Case{2, {}, {}}, Case{0, 90.0, 90.0}}) {
-        SP<Conf::IFormatCodecVideo> const codec =
-            MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, FrameInfo{1920, 1080, 4, 3});
+        SP<Conf::IFormatCodecVideo> const codec = MakeCodec(PixFmt::YUV420P, {1920, 1080, 4, 3});
         if (row.rotation)
             codec->SetDisplayMatrix(DisplayMatrix::FromRotation(*row.rotation));
         TransposeActions::PostUpdate(Proc::SettingsEffectTranspose(row.step), codec);
@@ -128,38 +114,22 @@ TEST(Orientation, TransposePutsFormatsRight) {
 }
 
 TEST(Orientation, UnsupportedStepsAreNamed) {
-    std::string const policy = "EffectActions<Tarsel::Proc::SettingsEffectTranspose>::";
-    for (int step : {-1, 4, std::numeric_limits<int>::min() + 1}) {
-        Proc::SettingsEffectTranspose const settings(step);
-        std::string const detail = "step " + std::to_string(step) + ", not 0 to 3 quarter turns";
-        auto const expect = [&](Failure const& failure, std::string const& text,
-                                std::string const& function) {
-            EXPECT_EQ(failure.text, text);
-            EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/EffectFafloplalVideo");
-            EXPECT_EQ(failure.function, function);
-            EXPECT_EQ(failure.detail, detail);
-            EXPECT_TRUE(failure.hasStack);
-        };
-        std::string const getFFString =
-            "static std::string " + policy + "GetFFString(const SettingsType &, const FrameInfo &)";
-        auto const effect = MakeTranspose(step);
-        SP<IDataVideo> data = MakeFrame();
-        expect(Catch<std::logic_error>([&] { effect->Process(data); }), "Unsupported effect settings",
-               getFFString);
-        expect(Catch<std::logic_error>([&] { effect->GetStatistic(); }), "Unsupported effect settings",
-               getFFString);
-        expect(Catch([&] { TransposeActions::PostProcess(settings, data); }), "Unexpected angle",
-               "static void " + policy + "PostProcess(const SettingsType &, const SP<IDataVideo> &)");
-        SP<Conf::IFormatCodecVideo> const codec = MakeSP<Conf::FormatCodecVideo>();
-        expect(Catch([&] { TransposeActions::PostUpdate(settings, codec); }), "Unexpected angle",
-               "static void " + policy + "PostUpdate(const SettingsType &, const SP<IFormatCodecVideo> &)");
-        TransposeActions::PostProcess(settings, nullptr);
+    std::string const policy = "static void EffectActions<Tarsel::Proc::SettingsEffectTranspose>::";
+    Proc::SettingsEffectTranspose const settings(4);
+    for (auto const& [failure, function] :
+         {std::pair(Catch([&] { TransposeActions::PostProcess(settings, MakeFrame()); }),
+                    policy + "PostProcess(const SettingsType &, const SP<IDataVideo> &)"),
+          std::pair(Catch([&] { TransposeActions::PostUpdate(settings, MakeCodec()); }),
+                    policy + "PostUpdate(const SettingsType &, const SP<IFormatCodecVideo> &)")}) {
+        EXPECT_EQ(failure.text, "Unexpected angle");
+        EXPECT_EQ(failure.function, function);
+        EXPECT_EQ(failure.detail, "step 4, not 0 to 3 quarter turns");
     }
+    TransposeActions::PostProcess(settings, nullptr);
 }
 
 TEST(Orientation, DisplayMatrixFailures) {
-    SP<Proc::IOneInputEffectVideo> const effect = Proc::CreateEffectDisplayMatrix({}, {});
-    effect->SetSettings(Proc::SettingsEffectDisplayMatrix(DisplayMatrix::FromRotation(30)));
+    auto const effect = MakeEffect(Proc::SettingsEffectDisplayMatrix(DisplayMatrix::FromRotation(30)));
     SP<IDataVideo> data = MakeFrame();
     Failure const unknown = Catch<std::logic_error>([&] { effect->Process(data); });
     EXPECT_EQ(unknown.text, "Unsupported image rotation");
@@ -168,7 +138,7 @@ TEST(Orientation, DisplayMatrixFailures) {
               "GetFFString(const SettingsType &, const FrameInfo &)");
 
     Proc::SettingsEffectDisplayMatrix const settings(*DisplayMatrix::FromOrientation(6));
-    SP<Conf::IFormatCodecVideo> const codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, s_small);
+    SP<Conf::IFormatCodecVideo> const codec = MakeCodec();
     Failure const other = Catch<std::logic_error>([&] { DisplayMatrixActions::PostUpdate(settings, codec); });
     EXPECT_EQ(other.text, "Display matrix does not match the settings");
     EXPECT_EQ(other.file, "Proc/Effects/Lumenta/EffectFafloplalVideo");

@@ -1,6 +1,5 @@
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
-#include "Proc/Data/DataAudioFF.h"
 #include "Proc/Effects/Lumenta/ResampleFF.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -8,13 +7,12 @@
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Wrappers/FFmpegText.h"
 #include "Support/Process.h"
-#include "Support/Sound.h"
+#include "Support/SoundStream.h"
 #include "Support/TempFolder.h"
 
 #include <gmock/gmock.h>
 
 #include <fstream>
-#include <random>
 #include <string>
 #include <typeinfo>
 #include <vector>
@@ -32,7 +30,6 @@ using Conf::ChannelLayout;
 using Conf::SampleFormats;
 using Conf::SampleInfo;
 using Proc::IDataAudio;
-using Blocks = std::vector<SP<IDataAudio>>;
 
 constexpr ChannelLayout s_mono{0x4, 1};
 constexpr ChannelLayout s_stereo{0x3, 2};
@@ -49,14 +46,7 @@ SP<Proc::ResampleFF> MakeResampler(SampleInfo const& output) {
 Blocks MakeBlocks(SampleInfo const& info, int length, std::int64_t start = 0) {
     SP<Proc::DataAudioFF> const whole = MakeSoundNoise(info, length);
     whole->SetTime(start);
-    std::minstd_rand random;
-    Blocks blocks;
-    for (int done = 0; done < length;) {
-        int const count = std::min(static_cast<int>(random() % 2000), length - done);
-        blocks.push_back(CutSound(*whole, done, count));
-        done += count;
-    }
-    return blocks;
+    return Cut(*whole, {1, 700, 0, 1999, 64, 1300});
 }
 
 Blocks operator+(Blocks a, Blocks const& b) {
@@ -64,24 +54,8 @@ Blocks operator+(Blocks a, Blocks const& b) {
     return a;
 }
 
-void TakeAll(Proc::ResampleFF& effect, Blocks& results) {
-    while (SP<IDataAudio> block = effect.Take())
-        results.push_back(std::move(block));
-}
-
-Blocks RunStream(Proc::ResampleFF& effect, Blocks const& blocks) {
-    Blocks results;
-    for (SP<IDataAudio> const& block : blocks) {
-        effect.Feed(block);
-        TakeAll(effect, results);
-    }
-    effect.End();
-    TakeAll(effect, results);
-    return results;
-}
-
 /// At most one block for each, then nulls until one stays null.
-Blocks RunProcess(Proc::ResampleFF& effect, Blocks const& blocks) {
+Blocks RunProcess(Proc::IOneInputEffectAudio& effect, Blocks const& blocks) {
     Blocks results;
     auto const process = [&](SP<IDataAudio> data) {
         effect.Process(data);
@@ -191,9 +165,8 @@ TEST(Resample, TheRestOfOneFormComesBeforeTheNext) {
 
 TEST(Resample, WhatIsHeldBackComesOutUnderTheSettingsItCameUnder) {
     auto const effect = MakeResampler({SampleFormats::Unknown, 48000, {}});
-    Blocks results;
     effect->Feed(MakeSoundNoise(s_cd, 4410));
-    TakeAll(*effect, results);
+    Blocks results = TakeAll(*effect);
     effect->Init({SampleFormats::Unknown, 8000, {}});
     results = results + RunStream(*effect, MakeBlocks(s_cd, 44100, 100'000));
     std::vector<Stretch> const parts = GetStretches(results);
@@ -294,18 +267,6 @@ TEST(Resample, Statistic) {
     EXPECT_EQ(statistic["Options"].GetString(), "44100 Hz s16 stereo -> 48000 Hz fltp stereo");
 }
 
-/// Interleaved samples as they lie in a raw file.
-std::string GetRaw(Blocks const& blocks) {
-    std::string raw;
-    for (SP<IDataAudio> const& block : blocks) {
-        SampleInfo const info = block->GetSampleInfo();
-        raw.append(reinterpret_cast<char const*>(block->GetAVFrame()->data[0]),
-                   static_cast<std::size_t>(block->GetSampleCount()) * info.layout.channels *
-                       Conf::SampleFmtRecord::Find(info.format).size);
-    }
-    return raw;
-}
-
 /// Bit for bit what the ffmpeg program makes of it, but for a last sample of which less than a half lies
 /// within the sound.
 TEST(Resample, GivesWhatFFmpegGives) {
@@ -335,10 +296,11 @@ TEST(Resample, GivesWhatFFmpegGives) {
         std::string const form = "aformat=sample_fmts=" + name(each.to) +
                                  ":sample_rates=" + std::to_string(each.to.rate) +
                                  ":channel_layouts=" + each.to.layout.GetName();
-        std::string const expected = RunForOutput(
-            {"ffmpeg", "-nostdin", "-v", "error", "-f", each.raw, "-ar", std::to_string(each.from.rate),
-             "-ac", std::to_string(each.from.layout.channels), "-channel_layout", each.from.layout.GetName(),
-             "-i", folder / "in.raw", "-af", resample + "," + form, "-f", each.outRaw, "-"});
+        std::string const expected = RunFFmpeg(
+            std::string("-f ") + each.raw + " -ar " + std::to_string(each.from.rate) + " -ac " +
+                std::to_string(each.from.layout.channels) + " -channel_layout " + each.from.layout.GetName() +
+                " -i",
+            {folder / "in.raw", "-af", resample + "," + form}, std::string("-f ") + each.outRaw + " -");
         std::string const raw = GetRaw(RunStream(*MakeResampler(each.to), blocks));
         EXPECT_TRUE(expected.starts_with(raw));
         std::size_t const frame =

@@ -1,10 +1,8 @@
 #include "Colours.h"
-#include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
+#include "EffectCases.h"
 #include "Frames.h"
-#include "Host/EffectRegistry.h"
 #include "Proc/Effects/Lumenta/EffectImageResizer.h"
-#include "Proc/Effects/Lumenta/Registrator.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Support/Watch.h"
@@ -12,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 
 extern "C" {
@@ -27,10 +26,6 @@ using Conf::PixFmt;
 using Conf::PixFmtDescription;
 using Proc::IDataVideo;
 
-PixFmt ByName(std::string_view name) {
-    return PixFmtDescription::FindByName(name).value();
-}
-
 SP<Proc::EffectImageResizer> MakeResizer(std::string const& settings) {
     Proc::SettingsResizer options;
     options.Deserialize(settings);
@@ -39,179 +34,109 @@ SP<Proc::EffectImageResizer> MakeResizer(std::string const& settings) {
     return resizer;
 }
 
-SP<IDataVideo> Resize(SP<IDataVideo> data, std::string const& settings) {
-    MakeResizer(settings)->Process(data);
-    return data;
+SP<IDataVideo> Resize(SP<IDataVideo> const& data, std::string const& settings) {
+    return Apply(*MakeResizer(settings), data);
 }
 
 struct GeometryCase {
     char const* format;
-    FrameInfo from;
+    /// "<width>x<height> <pixel aspect>"
+    std::string from;
     char const* settings;
-    /// As Describe tells it; "" where the frame passes untouched.
-    char const* description;
-    FrameInfo to;
+    /// As Describe tells it after the frame's own size; "" where the frame passes untouched.
+    std::string description;
+    std::string to;
 };
 
-constexpr GeometryCase s_geometries[] = {
+FrameInfo ToInfo(std::string const& text) {
+    std::istringstream stream(text);
+    FrameInfo info{};
+    char separator = 0;
+    stream >> info.width >> separator >> info.height >> info.aspectNum >> separator >> info.aspectDen;
+    return info;
+}
+
+GeometryCase const s_geometries[] = {
     // One side follows from the other.
-    {"rgb24", {640, 360, 1, 1}, "width=320", "640x360 -> 320x180, bicubic", {320, 180, 1, 1}},
-    {"rgb24", {640, 360, 0, 1}, "height=100", "640x360 -> 178x100, bicubic", {178, 100, 0, 1}},
-    {"rgb24", {360, 640, 1, 1}, "width=100", "360x640 -> 100x178, bicubic", {100, 178, 1, 1}},
-    {"rgb24", {1, 1, 1, 1}, "width=7", "1x1 -> 7x7, bicubic", {7, 7, 1, 1}},
-    {"rgb24", {500, 1, 1, 1}, "width=20", "500x1 -> 20x1, bicubic", {20, 1, 1, 1}},
-    {"yuv420p", {640, 360, 1, 1}, "height=100", "640x360 -> 178x100, bicubic", {178, 100, 1, 1}},
-    {"yuv420p",
-     {640, 360, 1, 1},
-     "width=101",
-     "640x360 -> 100x56, bicubic, rounded to whole chroma samples",
-     {100, 56, 1, 1}},
-    {"yuv420p",
-     {1, 1, 1, 1},
-     "width=1:height=2",
-     "1x1 -> 2x2, bicubic, rounded to whole chroma samples",
-     {2, 2, 1, 1}},
-    {"yuv422p", {641, 481, 1, 1}, "height=241", "641x481 -> 322x241, bicubic", {322, 241, 1, 1}},
-    {"yuv410p",
-     {64, 64, 1, 1},
-     "width=30",
-     "64x64 -> 28x28, bicubic, rounded to whole chroma samples",
-     {28, 28, 1, 1}},
+    {"rgb24", "640x360 1:1", "width=320", "320x180, bicubic", "320x180 1:1"},
+    {"rgb24", "640x360 0:1", "height=100", "178x100, bicubic", "178x100 0:1"},
+    {"rgb24", "360x640 1:1", "width=100", "100x178, bicubic", "100x178 1:1"},
+    {"rgb24", "1x1 1:1", "width=7", "7x7, bicubic", "7x7 1:1"},
+    {"rgb24", "500x1 1:1", "width=20", "20x1, bicubic", "20x1 1:1"},
+    {"yuv420p", "640x360 1:1", "height=100", "178x100, bicubic", "178x100 1:1"},
+    {"yuv420p", "640x360 1:1", "width=101", "100x56, bicubic, rounded to whole chroma samples", "100x56 1:1"},
+    {"yuv420p", "1x1 1:1", "width=1:height=2", "2x2, bicubic, rounded to whole chroma samples", "2x2 1:1"},
+    {"yuv422p", "641x481 1:1", "height=241", "322x241, bicubic", "322x241 1:1"},
+    {"yuv410p", "64x64 1:1", "width=30", "28x28, bicubic, rounded to whole chroma samples", "28x28 1:1"},
     // Pixels that are not square.
-    {"yuv420p",
-     {720, 576, 16, 15},
-     "width=1024",
-     "720x576 -> 1024x768, bicubic, pixel aspect 1:1",
-     {1024, 768, 1, 1}},
-    {"yuv420p",
-     {720, 576, 16, 15},
-     "height=576",
-     "720x576 -> 768x576, bicubic, pixel aspect 1:1",
-     {768, 576, 1, 1}},
-    {"yuv420p",
-     {720, 576, 64, 45},
-     "width=1920:height=1080:fit=inside",
-     "720x576 -> 1920x1080, bicubic, pixel aspect 1:1",
-     {1920, 1080, 1, 1}},
-    {"yuv420p",
-     {720, 576, 16, 15},
-     "width=1920:height=1080:fit=pad",
-     "720x576 -> 1440x1080, bicubic, padded to 1920x1080, pixel aspect 1:1",
-     {1920, 1080, 1, 1}},
-    {"yuv420p",
-     {720, 576, 16, 15},
-     "width=640:height=640:fit=crop",
-     "720x576 -> 640x640, bicubic, cropped to 540x576, pixel aspect 1:1",
-     {640, 640, 1, 1}},
+    {"yuv420p", "720x576 16:15", "width=1024", "1024x768, bicubic, pixel aspect 1:1", "1024x768 1:1"},
+    {"yuv420p", "720x576 16:15", "height=576", "768x576, bicubic, pixel aspect 1:1", "768x576 1:1"},
+    {"yuv420p", "720x576 64:45", "width=1920:height=1080:fit=inside", "1920x1080, bicubic, pixel aspect 1:1",
+     "1920x1080 1:1"},
+    {"yuv420p", "720x576 16:15", "width=1920:height=1080:fit=pad",
+     "1440x1080, bicubic, padded to 1920x1080, pixel aspect 1:1", "1920x1080 1:1"},
+    {"yuv420p", "720x576 16:15", "width=640:height=640:fit=crop",
+     "640x640, bicubic, cropped to 540x576, pixel aspect 1:1", "640x640 1:1"},
     // Stretched.
-    {"rgb24",
-     {720, 576, 16, 15},
-     "width=1024:height=768",
-     "720x576 -> 1024x768, bicubic, pixel aspect 1:1",
-     {1024, 768, 1, 1}},
-    {"rgb24",
-     {640, 480, 1, 1},
-     "width=640:height=240",
-     "640x480 -> 640x240, bicubic, pixel aspect 1:2",
-     {640, 240, 1, 2}},
-    {"rgb24", {640, 480, 0, 1}, "width=640:height=240", "640x480 -> 640x240, bicubic", {640, 240, 0, 1}},
-    {"rgb24",
-     {3, 5, 4294967295U, 1},
-     "width=1:height=5",
-     "3x5 -> 1x5, bicubic, pixel aspect 2147483647:1",
-     {1, 5, 2147483647, 1}},
+    {"rgb24", "720x576 16:15", "width=1024:height=768", "1024x768, bicubic, pixel aspect 1:1",
+     "1024x768 1:1"},
+    {"rgb24", "640x480 1:1", "width=640:height=240", "640x240, bicubic, pixel aspect 1:2", "640x240 1:2"},
+    {"rgb24", "640x480 0:1", "width=640:height=240", "640x240, bicubic", "640x240 0:1"},
+    {"rgb24", "3x5 4294967295:1", "width=1:height=5", "1x5, bicubic, pixel aspect 2147483647:1",
+     "1x5 2147483647:1"},
     // Inside.
-    {"rgb24",
-     {640, 360, 1, 1},
-     "width=320:height=320:fit=inside",
-     "640x360 -> 320x180, bicubic",
-     {320, 180, 1, 1}},
-    {"rgb24",
-     {360, 640, 1, 1},
-     "width=320:height=320:fit=inside",
-     "360x640 -> 180x320, bicubic",
-     {180, 320, 1, 1}},
-    {"yuv420p",
-     {333, 111, 1, 1},
-     "width=99:height=99:fit=inside",
-     "333x111 -> 98x32, bicubic, rounded to whole chroma samples",
-     {98, 32, 1, 1}},
-    {"rgb24", {1, 1, 1, 1}, "width=4:height=9:fit=inside", "1x1 -> 4x4, bicubic", {4, 4, 1, 1}},
-    {"rgb24", {1000, 1, 1, 1}, "width=10:height=10:fit=inside", "1000x1 -> 10x1, bicubic", {10, 1, 1, 1}},
+    {"rgb24", "640x360 1:1", "width=320:height=320:fit=inside", "320x180, bicubic", "320x180 1:1"},
+    {"rgb24", "360x640 1:1", "width=320:height=320:fit=inside", "180x320, bicubic", "180x320 1:1"},
+    {"yuv420p", "333x111 1:1", "width=99:height=99:fit=inside",
+     "98x32, bicubic, rounded to whole chroma samples", "98x32 1:1"},
+    {"rgb24", "1x1 1:1", "width=4:height=9:fit=inside", "4x4, bicubic", "4x4 1:1"},
+    {"rgb24", "1000x1 1:1", "width=10:height=10:fit=inside", "10x1, bicubic", "10x1 1:1"},
     // Framed.
-    {"rgb24",
-     {640, 360, 1, 1},
-     "width=320:height=320:fit=pad",
-     "640x360 -> 320x180, bicubic, padded to 320x320",
-     {320, 320, 1, 1}},
-    {"rgb24",
-     {360, 640, 1, 1},
-     "width=321:height=320:fit=pad",
-     "360x640 -> 180x320, bicubic, padded to 321x320",
-     {321, 320, 1, 1}},
-    {"rgb24",
-     {640, 360, 1, 1},
-     "width=320:height=180:fit=pad",
-     "640x360 -> 320x180, bicubic",
-     {320, 180, 1, 1}},
-    {"yuv420p",
-     {33, 99, 1, 1},
-     "width=51:height=51:fit=pad",
-     "33x99 -> 16x50, bicubic, padded to 50x50, rounded to whole chroma samples",
-     {50, 50, 1, 1}},
+    {"rgb24", "640x360 1:1", "width=320:height=320:fit=pad", "320x180, bicubic, padded to 320x320",
+     "320x320 1:1"},
+    {"rgb24", "360x640 1:1", "width=321:height=320:fit=pad", "180x320, bicubic, padded to 321x320",
+     "321x320 1:1"},
+    {"rgb24", "640x360 1:1", "width=320:height=180:fit=pad", "320x180, bicubic", "320x180 1:1"},
+    {"yuv420p", "33x99 1:1", "width=51:height=51:fit=pad",
+     "16x50, bicubic, padded to 50x50, rounded to whole chroma samples", "50x50 1:1"},
     // Cut off.
-    {"rgb24",
-     {640, 360, 1, 1},
-     "width=90:height=90:fit=crop",
-     "640x360 -> 90x90, bicubic, cropped to 360x360",
-     {90, 90, 1, 1}},
-    {"rgb24",
-     {361, 640, 1, 1},
-     "width=100:height=50:fit=crop",
-     "361x640 -> 100x50, bicubic, cropped to 361x181",
-     {100, 50, 1, 1}},
-    {"yuv420p",
-     {641, 361, 1, 1},
-     "width=90:height=90:fit=crop",
-     "641x361 -> 90x90, bicubic, cropped to 362x361",
-     {90, 90, 1, 1}},
-    {"rgb24", {1, 1, 1, 1}, "width=30:height=10:fit=crop", "1x1 -> 30x10, bicubic", {30, 10, 1, 1}},
-    {"rgb24",
-     {5000, 2, 1, 1},
-     "width=10:height=10:fit=crop",
-     "5000x2 -> 10x10, bicubic, cropped to 2x2",
-     {10, 10, 1, 1}},
+    {"rgb24", "640x360 1:1", "width=90:height=90:fit=crop", "90x90, bicubic, cropped to 360x360",
+     "90x90 1:1"},
+    {"rgb24", "361x640 1:1", "width=100:height=50:fit=crop", "100x50, bicubic, cropped to 361x181",
+     "100x50 1:1"},
+    {"yuv420p", "641x361 1:1", "width=90:height=90:fit=crop", "90x90, bicubic, cropped to 362x361",
+     "90x90 1:1"},
+    {"rgb24", "1x1 1:1", "width=30:height=10:fit=crop", "30x10, bicubic", "30x10 1:1"},
+    {"rgb24", "5000x2 1:1", "width=10:height=10:fit=crop", "10x10, bicubic, cropped to 2x2", "10x10 1:1"},
     // The size that the frame has.
-    {"rgb24", {640, 360, 1, 1}, "", "", {640, 360, 1, 1}},
-    {"rgb24", {640, 360, 1, 1}, "width=640", "", {640, 360, 1, 1}},
-    {"yuv420p", {641, 361, 7, 5}, "width=641:height=361:fit=pad", "", {641, 361, 7, 5}},
-    {"yuv420p", {640, 360, 1, 1}, "width=641:height=361", "", {640, 360, 1, 1}},
-    {"pal8", {10, 10, 1, 1}, "width=10:fit=crop", "", {10, 10, 1, 1}},
+    {"rgb24", "640x360 1:1", "", "", "640x360 1:1"},
+    {"rgb24", "640x360 1:1", "width=640", "", "640x360 1:1"},
+    {"yuv420p", "641x361 7:5", "width=641:height=361:fit=pad", "", "641x361 7:5"},
+    {"yuv420p", "640x360 1:1", "width=641:height=361", "", "640x360 1:1"},
+    {"pal8", "10x10 1:1", "width=10:fit=crop", "", "10x10 1:1"},
     // Values that cannot be mixed.
-    {"pal8", {10, 10, 1, 1}, "width=5:algorithm=area", "10x10 -> 5x5, area, as rgba", {5, 5, 1, 1}},
-    {"xyz12be",
-     {10, 10, 1, 1},
-     "width=5:algorithm=neighbor",
-     "10x10 -> 5x5, neighbor, as rgb48le",
-     {5, 5, 1, 1}},
+    {"pal8", "10x10 1:1", "width=5:algorithm=area", "5x5, area, as rgba", "5x5 1:1"},
+    {"xyz12be", "10x10 1:1", "width=5:algorithm=neighbor", "5x5, neighbor, as rgb48le", "5x5 1:1"},
 };
 
 TEST(Resizer, MakesTheSizeItTells) {
     for (GeometryCase const& row : s_geometries) {
-        SCOPED_TRACE(std::string(row.format) + ' ' + std::to_string(row.from.width) + 'x' +
-                     std::to_string(row.from.height) + ' ' + row.settings);
+        SCOPED_TRACE(row.format + (' ' + row.from) + ' ' + row.settings);
         auto const resizer = MakeResizer(row.settings);
-        SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(ByName(row.format), row.from);
-        EXPECT_EQ(resizer->Describe(*codec), row.description);
-        resizer->UpdateFormatCodec(codec);
-        EXPECT_EQ(codec->GetFrameInfo(), row.to);
+        PixFmt const format = ByName(row.format);
+        FrameInfo const from = ToInfo(row.from);
+        FrameInfo const to = ToInfo(row.to);
+        std::string const size = row.from.substr(0, row.from.find(' '));
+        bool const passes = row.description.empty();
+        EXPECT_EQ(Describe(*resizer, format, from), passes ? "" : size + " -> " + row.description);
+        auto const codec = Ask(*resizer, format, from);
+        EXPECT_EQ(codec->GetFrameInfo(), to);
 
-        SP<IDataVideo> const frame = MakeFrame(ByName(row.format), row.from, 77, 5);
-        SP<IDataVideo> data = frame;
-        resizer->Process(data);
-        EXPECT_EQ(data == frame, row.description[0] == '\0');
-        EXPECT_EQ(data->GetFrameInfo(), row.to);
-        EXPECT_EQ(data->GetAVFrame()->width, static_cast<int>(row.to.width));
+        SP<IDataVideo> const frame = MakeFrame(format, from, 77, 5);
+        SP<IDataVideo> const data = Apply(*resizer, frame);
+        EXPECT_EQ(data == frame, passes);
+        EXPECT_EQ(data->GetFrameInfo(), to);
+        EXPECT_EQ(data->GetAVFrame()->width, static_cast<int>(to.width));
         EXPECT_EQ(data->GetPixelFormat(), codec->GetPixelFormat());
         EXPECT_EQ(data->GetTime(), 77);
         EXPECT_EQ(data->GetDuration(), 5);
@@ -226,18 +151,17 @@ TEST(Resizer, RefusesSidesThatAreTooLong) {
     EXPECT_EQ(failure.text, "2x1000 pixels would become 16384x8192000; a side may have 1 to 16384");
     EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/Picture/ResizePlan");
     EXPECT_EQ(data, frame);
-    SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::RGB24, frame->GetFrameInfo());
-    EXPECT_EQ(Catch([&] { resizer->UpdateFormatCodec(codec); }).text, failure.text);
-    EXPECT_EQ(Catch([&] { (void)resizer->Describe(*codec); }).text, failure.text);
+    EXPECT_EQ(Catch([&] { Ask(*resizer, PixFmt::RGB24, frame->GetFrameInfo()); }).text, failure.text);
+    EXPECT_EQ(Catch([&] { Describe(*resizer, PixFmt::RGB24, frame->GetFrameInfo()); }).text, failure.text);
     // The least and the most proportions there can be.
-    codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, FrameInfo{4294967295U, 1, 4294967295U, 1});
-    EXPECT_EQ(Catch([&] { MakeResizer("height=2")->UpdateFormatCodec(codec); }).text,
+    FrameInfo const extreme{4294967295U, 1, 4294967295U, 1};
+    EXPECT_EQ(Catch([&] { Ask(*MakeResizer("height=2"), PixFmt::YUV420P, extreme); }).text,
               "4294967295x1 pixels would become 536870912x2; a side may have 1 to 16384");
-    MakeResizer("width=2")->UpdateFormatCodec(codec);
-    EXPECT_EQ(codec->GetFrameInfo(), (FrameInfo{2, 2, 1, 1}));
-    SP<IDataVideo> liar = MakeFrame();
-    liar->GetAVFrame()->width = 8;
-    EXPECT_EQ(Catch([&] { MakeResizer("width=2")->Process(liar); }).text,
+    EXPECT_EQ(Ask(*MakeResizer("width=2"), PixFmt::YUV420P, extreme)->GetFrameInfo(),
+              (FrameInfo{2, 2, 1, 1}));
+    EXPECT_EQ(Catch([&] {
+                  Resize(MakeLiar({8, 48, 1, 1}), "width=2");
+              }).text,
               "Frame has only 8x48 pixels of the 64x48 it is said to have");
 }
 
@@ -250,9 +174,7 @@ TEST(Resizer, UnpacksPixelsThatShareBytes) {
             SP<IDataVideo> const frame = MakeFrame(ByName(name));
             SP<IDataVideo> const result = Resize(frame, settings);
             EXPECT_TRUE(PixFmtDescription::IsSupported(result->GetPixelFormat()));
-            SP<Conf::IFormatCodecVideo> codec =
-                MakeSP<Conf::FormatCodecVideo>(frame->GetPixelFormat(), frame->GetFrameInfo());
-            MakeResizer(settings)->UpdateFormatCodec(codec);
+            auto const codec = Ask(*MakeResizer(settings), frame->GetPixelFormat(), frame->GetFrameInfo());
             EXPECT_EQ(result->GetPixelFormat(), codec->GetPixelFormat());
             EXPECT_EQ(result->GetFrameInfo(), codec->GetFrameInfo());
             std::vector<PixColor> const colours = ReadColours(*result);
@@ -285,8 +207,7 @@ TEST(Resizer, ResizesEveryFormat) {
                     format == PixFmt::PAL8 ? MakeFrame(format, info)
                                            : PaintFrame(format, {}, info, [&](auto, auto) { return color; });
                 SP<IDataVideo> const result = Resize(frame, settings);
-                SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(format, info);
-                MakeResizer(settings)->UpdateFormatCodec(codec);
+                auto const codec = Ask(*MakeResizer(settings), format, info);
                 EXPECT_EQ(result->GetPixelFormat(), codec->GetPixelFormat());
                 EXPECT_EQ(result->GetFrameInfo(), codec->GetFrameInfo());
                 if (format == PixFmt::PAL8)
@@ -502,17 +423,12 @@ TEST(Resizer, EveryAlgorithmTakesTheExtremes) {
 }
 
 TEST(Resizer, IsOneEffectUnderTwoIds) {
-    Host::EffectRegistry registry;
-    Registrator(registry);
-    auto const* const plain = registry.Find("resize", "ffmpeg");
-    auto const* const complex = registry.Find(Proc::IResizeComplex::EXTENDED_CLASS_ID, "ffmpeg");
-    ASSERT_TRUE(plain != nullptr && complex != nullptr);
-    EXPECT_EQ(plain->creator, complex->creator);
-    SP<Proc::IOneInputEffectVideo> const effect =
-        std::get<Proc::VideoEffectCreator>(complex->creator)({}, {});
-    EXPECT_NE(dynamic_cast<Proc::IResizeComplex*>(effect.get()), nullptr);
-    EXPECT_EQ(effect->GetStatistic()["Name"].GetString(),
-              "virtual Core::Property Tarsel::Proc::EffectImageResizer::GetStatistic() const");
+    for (std::string const& id : {std::string("resize"), Proc::IResizeComplex::EXTENDED_CLASS_ID}) {
+        auto const effect = MakeEffect(id);
+        EXPECT_NE(dynamic_cast<Proc::IResizeComplex*>(effect.get()), nullptr);
+        EXPECT_EQ(effect->GetStatistic()["Name"].GetString(),
+                  "virtual Core::Property Tarsel::Proc::EffectImageResizer::GetStatistic() const");
+    }
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-#include "Conf/FormatCodecVideo.h"
 #include "CustomDoubles.h"
+#include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/RotateFF.h"
 #include "Proc/Settings/Orientation.h"
@@ -35,21 +35,8 @@ void Set(Proc::IOneInputEffectVideo& effect, Rotate const& settings) {
     effect.SetSettings(static_cast<Proc::Settings const&>(settings));
 }
 
-SP<IDataVideo> Process(Proc::IOneInputEffectVideo& effect, SP<IDataVideo> data) {
-    effect.Process(data);
-    return data;
-}
-
-std::string Describe(Proc::IOneInputEffectVideo const& effect, PixFmt format = PixFmt::YUV420P,
-                     FrameInfo const& info = s_small) {
-    return dynamic_cast<Proc::IEffectDetailsVideo const&>(effect).Describe(
-        Conf::FormatCodecVideo(format, info));
-}
-
-FrameInfo Ask(Proc::IOneInputEffectVideo& effect, FrameInfo const& info = s_small) {
-    SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, info);
-    effect.UpdateFormatCodec(codec);
-    return codec->GetFrameInfo();
+FrameInfo AskInfo(Proc::IOneInputEffectVideo& effect, FrameInfo const& info = s_small) {
+    return Ask(effect, PixFmt::YUV420P, info)->GetFrameInfo();
 }
 
 TEST(Rotate, HandsQuarterTurnsToTheTransposeEffect) {
@@ -70,43 +57,37 @@ TEST(Rotate, HandsQuarterTurnsToTheTransposeEffect) {
         EXPECT_EQ(factory->asked, std::vector<std::string>{"transpose default"});
         ASSERT_TRUE(idle->kept);
         EXPECT_TRUE(idle->kept->IsEqualTo(Transpose(step)));
-        EXPECT_EQ(CountGraphs([&] { EXPECT_EQ(Process(*effect, frame), frame); }), 0);
+        EXPECT_EQ(CountGraphs([&] { EXPECT_EQ(Apply(*effect, frame), frame); }), 0);
         EXPECT_EQ(idle->calls, 1);
         EXPECT_EQ(Describe(*effect), "transpose step=" + std::to_string(step));
-        SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, s_small);
-        effect->UpdateFormatCodec(codec);
-        EXPECT_EQ(codec->GetPixelFormat(), PixFmt::PAL8) << "the effect's own answer";
+        EXPECT_EQ(Ask(*effect)->GetPixelFormat(), PixFmt::PAL8) << "the effect's own answer";
         EXPECT_EQ(factory->asked.size(), 1U);
 
         Set(*effect, MakeSettings(30));
-        Process(*effect, frame);
+        Apply(*effect, frame);
         EXPECT_EQ(idle->calls, 1) << "given up with the quarter turn";
     }
     auto const idle = MakeSP<OneEffectFactory>(MakeSP<IdleEffect>());
     for (double degrees : {89.99999, 30.0, 0.0})
-        EXPECT_NE(Process(*MakeRotate(degrees, Mode::Keep, idle), frame), nullptr);
+        EXPECT_NE(Apply(*MakeRotate(degrees, Mode::Keep, idle), frame), nullptr);
     EXPECT_EQ(idle->asked, std::vector<std::string>{});
 }
 
 TEST(Rotate, QuarterTurnsAreThoseOfThisLibrary) {
     SP<IDataVideo> const frame = MakeFrame(PixFmt::YUV420P, {64, 48, 4, 3});
-    auto const transpose = GetFactory()->CreateVideoEffect(Transpose::CLASS_ID, "default", {});
-    transpose->SetSettings(static_cast<Proc::Settings const&>(Transpose(3)));
     auto const effect = MakeRotate(270);
-    SP<IDataVideo> const expected = Process(*transpose, frame);
+    SP<IDataVideo> const expected = Apply(*MakeEffect("transpose", "step=3"), frame);
     for (int i = 0; i < 2; ++i) {
-        SP<IDataVideo> const result = Process(*effect, frame);
+        SP<IDataVideo> const result = Apply(*effect, frame);
         EXPECT_EQ(GetPixels(*result), GetPixels(*expected));
         EXPECT_EQ(result->GetFrameInfo(), (FrameInfo{48, 64, 3, 4}));
-        EXPECT_EQ(Ask(*effect, {64, 48, 4, 3}), (FrameInfo{48, 64, 3, 4}));
+        EXPECT_EQ(AskInfo(*effect, {64, 48, 4, 3}), (FrameInfo{48, 64, 3, 4}));
         EXPECT_EQ(Describe(*effect), "transpose=dir=2");
         effect->Reset(); // which gives the transpose effect up
     }
     EXPECT_EQ(Describe(*effect), "transpose=dir=2");
     EXPECT_EQ(Describe(*MakeRotate(720)), "");
-    SP<IDataVideo> null;
-    effect->Process(null);
-    EXPECT_FALSE(null);
+    EXPECT_FALSE(Apply(*effect, {}));
 }
 
 TEST(Rotate, NeedsAFactoryForQuarterTurnsOnly) {
@@ -121,28 +102,28 @@ TEST(Rotate, NeedsAFactoryForQuarterTurnsOnly) {
     EXPECT_EQ(Describe(*effect), "rotate=angle=0.524:fillcolor=0x000000ff");
     Set(*effect, MakeSettings(0));
     SP<IDataVideo> const frame = MakeFrame();
-    EXPECT_EQ(Process(*effect, frame), frame);
+    EXPECT_EQ(Apply(*effect, frame), frame);
 
     EXPECT_THROW(Set(*effect, MakeSettings(1e12)), Proc::EffectException);
-    EXPECT_EQ(Process(*effect, frame), frame);
+    EXPECT_EQ(Apply(*effect, frame), frame);
 }
 
 TEST(Rotate, ComputesTheSizeOfEachFrame) {
     auto const effect = MakeRotate(30, Mode::Pad);
-    EXPECT_EQ(Ask(*effect), s_small) << "no frame was seen yet";
+    EXPECT_EQ(AskInfo(*effect), s_small) << "no frame was seen yet";
     constexpr FrameInfo full{1920, 1080, 1, 1};
     std::string const text = "rotate=angle=0.524:fillcolor=0x000000ff:out_w=";
     EXPECT_EQ(Describe(*effect, PixFmt::YUV420P, full), text + "2204:out_h=1896");
-    EXPECT_EQ(Ask(*effect), s_small);
+    EXPECT_EQ(AskInfo(*effect), s_small);
 
     LogWatch log(30);
-    EXPECT_EQ(Process(*effect, MakeFrame())->GetFrameInfo(), (FrameInfo{80, 74, 1, 1}));
+    EXPECT_EQ(Apply(*effect, MakeFrame())->GetFrameInfo(), (FrameInfo{80, 74, 1, 1}));
     EXPECT_EQ(log.Take().at(1), "EffectFF.cpp: ffmpeg apply with: " + text + "80:out_h=74");
-    EXPECT_EQ(CountGraphs([&] { Process(*effect, MakeFrame()); }), 0);
-    EXPECT_EQ(Ask(*effect), (FrameInfo{80, 74, 1, 1}));
-    EXPECT_EQ(Ask(*effect, full), (FrameInfo{2204, 1896, 1, 1}));
-    EXPECT_EQ(CountGraphs([&] { Process(*effect, MakeFrame()); }), 0) << "after questions about others";
-    EXPECT_EQ(Process(*effect, MakeFrame(PixFmt::YUV420P, {48, 64, 1, 1}))->GetFrameInfo(),
+    EXPECT_EQ(CountGraphs([&] { Apply(*effect, MakeFrame()); }), 0);
+    EXPECT_EQ(AskInfo(*effect), (FrameInfo{80, 74, 1, 1}));
+    EXPECT_EQ(AskInfo(*effect, full), (FrameInfo{2204, 1896, 1, 1}));
+    EXPECT_EQ(CountGraphs([&] { Apply(*effect, MakeFrame()); }), 0) << "after questions about others";
+    EXPECT_EQ(Apply(*effect, MakeFrame(PixFmt::YUV420P, {48, 64, 1, 1}))->GetFrameInfo(),
               (FrameInfo{74, 80, 1, 1}));
 
     // The computed size is in the effect's own settings: the user's are news.
@@ -153,11 +134,10 @@ TEST(Rotate, ComputesTheSizeOfEachFrame) {
     Set(*effect, MakeSettings(30, Mode::Pad));
     EXPECT_EQ(log.Take().size(), 1U);
     EXPECT_EQ(settings.outputWidth, 0);
-    EXPECT_EQ(Ask(*effect), s_small) << "and no frame was seen since";
+    EXPECT_EQ(AskInfo(*effect), s_small) << "and no frame was seen since";
 
     Set(*effect, MakeSettings(30, Mode::Crop));
-    EXPECT_EQ(Process(*effect, MakeFrame(PixFmt::YUV420P, full))->GetFrameInfo(),
-              (FrameInfo{1094, 614, 1, 1}));
+    EXPECT_EQ(Apply(*effect, MakeFrame(PixFmt::YUV420P, full))->GetFrameInfo(), (FrameInfo{1094, 614, 1, 1}));
 }
 
 TEST(Rotate, FillsInAFormatWithAlphaOfTheFramesOrder) {
@@ -168,16 +148,13 @@ TEST(Rotate, FillsInAFormatWithAlphaOfTheFramesOrder) {
     for (auto const& [format, result] : {std::pair{PixFmt::RGB24, PixFmt::RGBA},
                                          {PixFmt::ABGR, PixFmt::ABGR},
                                          {PixFmt::YUV420P, PixFmt::BGRA}}) {
-        SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(format, s_small);
-        effect->UpdateFormatCodec(codec);
-        EXPECT_EQ(codec->GetPixelFormat(), result);
-        SP<IDataVideo> const data = Process(*effect, MakeFrame(format));
+        EXPECT_EQ(Ask(*effect, format)->GetPixelFormat(), result);
+        SP<IDataVideo> const data = Apply(*effect, MakeFrame(format));
         EXPECT_EQ(data->GetPixelFormat(), result);
-        Pixels const corner{{result == PixFmt::ABGR   ? std::vector<std::uint8_t>{0, 3, 2, 1}
-                             : result == PixFmt::RGBA ? std::vector<std::uint8_t>{1, 2, 3, 0}
-                                                      : std::vector<std::uint8_t>{3, 2, 1, 0}}};
-        std::uint8_t const* const first = data->GetReadOnlyPlane(0).data;
-        EXPECT_EQ(std::vector<std::uint8_t>(first, first + 4), corner[0]);
+        std::string const corner = result == PixFmt::ABGR   ? std::string{0, 3, 2, 1}
+                                   : result == PixFmt::RGBA ? std::string{1, 2, 3, 0}
+                                                            : std::string{3, 2, 1, 0};
+        EXPECT_EQ(GetRaw(*data).substr(0, 4), corner);
     }
 }
 
@@ -193,8 +170,8 @@ TEST(Rotate, NamesFramesOfWhichNothingIsLeft) {
         EXPECT_TRUE(failure.hasStack);
         EXPECT_EQ(data, tiny);
         EXPECT_EQ(Catch([&] { Describe(*effect, PixFmt::YUV420P, {2, 1, 1, 1}); }).text, text);
-        EXPECT_EQ(Process(*effect, MakeFrame())->GetFrameInfo(), (FrameInfo{42, 30, 1, 1}));
-        EXPECT_EQ(Catch([&] { dynamic_cast<Proc::IEffectStreamVideo&>(*effect).Feed(tiny); }).text, text);
+        EXPECT_EQ(Apply(*effect, MakeFrame())->GetFrameInfo(), (FrameInfo{42, 30, 1, 1}));
+        EXPECT_EQ(Catch([&] { StreamOf(*effect).Feed(tiny); }).text, text);
     }
 }
 
@@ -203,13 +180,11 @@ struct RotateStream : testing::Test {
     using Out = std::vector<std::tuple<std::int64_t, std::uint32_t, std::uint32_t>>;
 
     static void Feed(Proc::IOneInputEffectVideo& effect, std::int64_t time, FrameInfo const& info = s_small) {
-        dynamic_cast<Proc::IEffectStreamVideo&>(effect).Feed(MakeFrame(PixFmt::YUV420P, info, time));
+        StreamOf(effect).Feed(MakeFrame(PixFmt::YUV420P, info, time));
     }
     static Out EndAndTake(Proc::IOneInputEffectVideo& effect) {
-        auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(effect);
-        stream.End();
         Out out;
-        while (SP<IDataVideo> data = stream.Take())
+        for (SP<IDataVideo> const& data : RunStream(effect, {}))
             out.emplace_back(data->GetTime(), data->GetFrameInfo().width, data->GetFrameInfo().height);
         return out;
     }
@@ -261,7 +236,7 @@ TEST_F(RotateStream, TakesATransposeEffectThatIsNoStream) {
     Feed(*effect, 1);
     Feed(*effect, 2);
     EXPECT_EQ(EndAndTake(*effect), (Out{{2, 64, 48}}));
-    EXPECT_THROW(dynamic_cast<Proc::IEffectStreamVideo&>(*effect).Feed({}), Proc::EffectException);
+    EXPECT_THROW(StreamOf(*effect).Feed({}), Proc::EffectException);
 }
 
 } // namespace

@@ -1,8 +1,7 @@
 #include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
 #include "Conf/PixFmtDescription.h"
+#include "EffectCases.h"
 #include "Frames.h"
-#include "Proc/Effects/Lumenta/Video/Denoise.h"
-#include "Proc/Interfaces/IEffectStream.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -69,7 +68,7 @@ void Check(IDataVideo const& data) {
 
 /// A frame of samples as high as its depth allows.
 SP<IDataVideo> MakeHighest(char const* name, Conf::FrameInfo const& info) {
-    auto const& format = PixFmtDescription::Find(PixFmtDescription::FindByName(name).value());
+    auto const& format = PixFmtDescription::Find(ByName(name));
     SP<IDataVideo> data = MakeSP<Proc::DataVideoFF>(Conf::ColorSpace{}, format.GetFormat(), info);
     auto const upper = static_cast<std::uint8_t>(0xFF >> (16 - format.GetDepth()));
     bool const isBig = (format.GetFlags() & PixFmtDescription::BigEndian) != 0;
@@ -86,7 +85,7 @@ SP<IDataVideo> MakeHighest(char const* name, Conf::FrameInfo const& info) {
 TEST(SampleDepth, EveryPlaneOfAFrameIsLookedAt) {
     for (char const* name :
          {"yuv420p10le", "yuv420p10be", "yuva422p12le", "gbrp9le", "gray14be", "yuv444p14le"}) {
-        auto const& format = PixFmtDescription::Find(PixFmtDescription::FindByName(name).value());
+        auto const& format = PixFmtDescription::Find(ByName(name));
         SP<IDataVideo> const data = MakeHighest(name, {17, 5, 1, 1});
         EXPECT_NO_THROW(Check(*data)) << name;
         for (int i = 0; i < format.GetPlaneCount(); ++i) {
@@ -109,7 +108,7 @@ TEST(SampleDepth, FormatsWithoutRoomForMoreBitsPass) {
     // Their samples use all bits, or the upper ones, or are no whole numbers.
     for (char const* name : {"yuv420p", "rgba", "yuv420p16le", "gray16be", "p010le", "y210le", "x2rgb10le",
                              "rgb48le", "grayf32le", "gbrpf32be", "rgb555le", "pal8"})
-        EXPECT_NO_THROW(Check(*MakeOverfullFrame(PixFmtDescription::FindByName(name).value()))) << name;
+        EXPECT_NO_THROW(Check(*MakeOverfullFrame(ByName(name)))) << name;
 }
 
 TEST(SampleDepth, ReadsNoMoreThanThePicture) {
@@ -130,8 +129,8 @@ TEST(SampleDepth, ReadsNoMoreThanThePicture) {
 
 /// Without the check, these frames crash the filter.
 TEST(SampleDepth, TheDenoiserRefusesAndGoesOn) {
-    auto const effect = Proc::CreateEffectDenoiseChromaLuma({}, {});
-    auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(*effect);
+    auto const effect = MakeEffect("denoise-chroma-luma", "");
+    auto& stream = StreamOf(*effect);
     for (char const* name : {"yuv420p9le", "yuv422p10le", "yuv440p10be", "yuv444p12le", "gbrp10le"}) {
         SP<IDataVideo> const good = MakeHighest(name, s_small);
         SP<IDataVideo> const bad = MakeOverfullFrame(good->GetPixelFormat());
@@ -142,18 +141,13 @@ TEST(SampleDepth, TheDenoiserRefusesAndGoesOn) {
         EXPECT_EQ(failure.function, "static void EffectActions<Tarsel::Proc::SettingsEffectDenoiseChromaLuma>"
                                     "::CheckFrame(const SettingsType &, const IDataVideo &)");
         EXPECT_EQ(data, bad);
-        data = good;
-        effect->Process(data);
-        EXPECT_NE(data, nullptr);
+        EXPECT_NE(Apply(*effect, good), nullptr);
         effect->Reset();
 
         stream.Feed(good);
         EXPECT_EQ(Catch([&] { stream.Feed(bad); }).text, failure.text);
         stream.Feed(good);
-        stream.End();
-        for (int i = 0; i < 2; ++i)
-            EXPECT_NE(stream.Take(), nullptr);
-        EXPECT_EQ(stream.Take(), nullptr);
+        EXPECT_EQ(RunStream(*effect, {}).size(), 2U);
     }
 }
 

@@ -1,12 +1,10 @@
 #include "Conf/PixFmtDescription.h"
+#include "EffectCases.h"
 #include "Frames.h"
-#include "Proc/Effects/Lumenta/Video/Stabilise.h"
-#include "Proc/Interfaces/IEffectStream.h"
-#include "Refusals.h"
+#include "Proc/Settings/Stabilise.h"
 #include "Support/TempFolder.h"
 #include "Support/Watch.h"
 
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,7 +20,6 @@ namespace {
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
 using Proc::IDataVideo;
-using Frames = std::vector<SP<IDataVideo>>;
 
 constexpr Conf::FrameInfo s_size{256, 192, 1, 1};
 constexpr int s_frames = 40;
@@ -79,13 +76,13 @@ private:
 };
 
 /// A clip by a hand that trembles around one place.
-Frames MakeShakyClip() {
+FrameList MakeShakyClip() {
     Landscape const landscape;
     std::mt19937 random(11);
     std::uniform_int_distribution<int> step(-5, 5);
     int left = 30;
     int top = 60;
-    Frames clip;
+    FrameList clip;
     for (int i = 0; i < s_frames; ++i) {
         clip.push_back(landscape.Look(left, top, i * std::int64_t{40000}));
         left = std::clamp(left + step(random), 0, Landscape::s_side - int(s_size.width));
@@ -123,7 +120,7 @@ Shift FindShift(IDataVideo const& before, IDataVideo const& after) {
 }
 
 /// The sum of the squared distances between consecutive frames.
-int MeasureShake(Frames const& clip) {
+int MeasureShake(FrameList const& clip) {
     int shake = 0;
     for (std::size_t i = 1; i < clip.size(); ++i) {
         Shift const shift = FindShift(*clip[i - 1], *clip[i]);
@@ -132,28 +129,10 @@ int MeasureShake(Frames const& clip) {
     return shake;
 }
 
-Frames RunStream(Proc::IOneInputEffectVideo& effect, Frames const& clip) {
-    auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(effect);
-    Frames out;
-    auto const takeAll = [&] {
-        while (SP<IDataVideo> data = stream.Take())
-            out.push_back(data);
-    };
-    for (SP<IDataVideo> const& data : clip) {
-        stream.Feed(data);
-        takeAll();
-    }
-    stream.End();
-    takeAll();
-    return out;
-}
-
-Frames RunCalls(Proc::IOneInputEffectVideo& effect, Frames const& clip) {
-    Frames out;
-    for (SP<IDataVideo> data : clip) {
-        effect.Process(data);
-        out.push_back(data);
-    }
+FrameList RunCalls(Proc::IOneInputEffectVideo& effect, FrameList const& clip) {
+    FrameList out;
+    for (SP<IDataVideo> const& data : clip)
+        out.push_back(Apply(effect, data));
     return out;
 }
 
@@ -168,7 +147,7 @@ int CountFrames(std::string const& path) {
 struct Stabiliser : testing::Test {
     FFmpegWatch const quiet;
     TempFolder folder;
-    Frames const clip = MakeShakyClip();
+    FrameList const clip = MakeShakyClip();
     Proc::SettingsEffectStabilizer detection;
     Proc::SettingsEffectStabilizer transform;
 
@@ -178,12 +157,7 @@ struct Stabiliser : testing::Test {
         transform = detection;
         transform.detectionPass = false;
     }
-    static SP<Proc::IOneInputEffectVideo> Make(Proc::Settings const& settings) {
-        auto effect = Proc::CreateEffectStabilizer({}, {});
-        effect->SetSettings(settings);
-        return effect;
-    }
-    void ExpectSteadier(Frames const& result) {
+    void ExpectSteadier(FrameList const& result) {
         ASSERT_EQ(result.size(), clip.size());
         int const before = MeasureShake(clip);
         ASSERT_GT(before, s_frames * 10);
@@ -197,18 +171,18 @@ struct Stabiliser : testing::Test {
 
 /// The end of the stream completes the file while the effect lives on.
 TEST_F(Stabiliser, TwoStreamsMakeAClipSteady) {
-    auto const first = Make(detection);
-    Frames const seen = RunStream(*first, clip);
+    auto const first = MakeEffect(detection);
+    FrameList const seen = RunStream(*first, clip);
     EXPECT_EQ(CountFrames(detection.statisticsPath), s_frames);
     ASSERT_EQ(seen.size(), clip.size());
     for (std::size_t i = 0; i < seen.size(); ++i)
         ASSERT_EQ(GetPixels(*seen[i]), GetPixels(*clip[i]));
-    ExpectSteadier(RunStream(*Make(transform), clip));
+    ExpectSteadier(RunStream(*MakeEffect(transform), clip));
 }
 
 /// So do other settings, for one effect that makes both passes.
 TEST_F(Stabiliser, OneEffectMakesBothPassesByCalls) {
-    auto const effect = Make(detection);
+    auto const effect = MakeEffect(detection);
     RunCalls(*effect, clip);
     effect->SetSettings(transform);
     EXPECT_EQ(CountFrames(detection.statisticsPath), s_frames);
@@ -217,7 +191,7 @@ TEST_F(Stabiliser, OneEffectMakesBothPassesByCalls) {
 
 TEST_F(Stabiliser, ResetAndTheEffectsEndCompleteTheFile) {
     for (bool byReset : {true, false}) {
-        auto effect = Make(detection);
+        auto effect = MakeEffect(detection);
         RunCalls(*effect, clip);
         if (byReset)
             effect->Reset();
@@ -228,11 +202,7 @@ TEST_F(Stabiliser, ResetAndTheEffectsEndCompleteTheFile) {
 }
 
 TEST_F(Stabiliser, DeshakeSteadiesInOnePass) {
-    auto const effect = Proc::CreateEffectDeshake({}, {});
-    Proc::SettingsEffectDeshake settings;
-    settings.enabled = true;
-    effect->SetSettings(settings);
-    Frames const result = RunStream(*effect, clip);
+    FrameList const result = RunStream(*MakeEffect("deshake", "enabled=1"), clip);
     ASSERT_EQ(result.size(), clip.size());
     EXPECT_LT(MeasureShake(result), MeasureShake(clip) / 2);
 }
@@ -246,10 +216,10 @@ bool BecomesRgb(PixFmtDescription const& format) {
 }
 
 TEST_F(Stabiliser, TakesWhateverDoesNotBecomeRgb) {
-    RunCalls(*Make(detection), clip);
+    RunCalls(*MakeEffect(detection), clip);
     for (bool detects : {true, false})
         for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
-            auto const effect = Make(detects ? detection : transform);
+            auto const effect = MakeEffect(detects ? detection : transform);
             PixFmtDescription const& description = PixFmtDescription::Find(format);
             SP<IDataVideo> data = MakeFrame(format, s_size);
             if (BecomesRgb(description)) {
@@ -262,37 +232,6 @@ TEST_F(Stabiliser, TakesWhateverDoesNotBecomeRgb) {
                 EXPECT_NE(data, nullptr) << description.GetName();
             }
         }
-}
-
-TEST_F(Stabiliser, NamesTheSizesItTakes) {
-    std::string const function = "static void EffectActions<Tarsel::Proc::SettingsEffectStabilizer>::"
-                                 "CheckFormat(const SettingsType &, PixFmt, const FrameInfo &)";
-    auto const divisible = [](int width, int height, char const* frame) {
-        return fmt::format("stabilizer takes planar YUV of a width divisible by {} and a height divisible by "
-                           "{}, not {}",
-                           width, height, frame);
-    };
-    RunCalls(*Make(detection), clip);
-    for (Proc::SettingsEffectStabilizer const* pass : {&detection, &transform})
-        ExpectSizes(*Make(*pass), function,
-                    {
-                        {"yuv420p", 63, 48, divisible(2, 2, "yuv420p of 63x48")},
-                        {"yuv420p", 64, 47, divisible(2, 2, "yuv420p of 64x47")},
-                        {"yuv444p", 175, 144, divisible(2, 2, "yuv444p of 175x144")},
-                        {"gray", 1, 1, divisible(2, 2, "gray of 1x1")},
-                        {"yuv410p", 100, 70, divisible(4, 4, "yuv410p of 100x70")},
-                        {"yuv411p", 102, 100, divisible(4, 2, "yuv411p of 102x100")},
-                        {"rgb24", 64, 48, divisible(2, 2, "rgb24 of 64x48")},
-                        {"yuv420p", 2, 2, ""},
-                        {"yuv444p", 16, 16, ""},
-                        {"yuv410p", 100, 72, ""},
-                        {"yuv411p", 100, 70, ""},
-                        {"yuv420p", 2, 1000, ""},
-                    });
-    std::string const low =
-        "stabilizer detects motion in frames of a width of 8192 from a height of 88, not 2";
-    ExpectSizes(*Make(detection), function, {{"yuv420p", 8192, 2, low}, {"yuv420p", 8192, 88, ""}});
-    ExpectSizes(*Make(transform), function, {{"yuv420p", 8192, 2, ""}});
 }
 
 } // namespace

@@ -1,14 +1,9 @@
-#include "Proc/Effects/Lumenta/Video/Stylise.h"
-#include "Conf/FormatCodecVideo.h"
-#include "Conf/PixFmtDescription.h"
+#include "EffectCases.h"
 #include "Frames.h"
-#include "Refusals.h"
-#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <set>
 
@@ -21,100 +16,34 @@ namespace {
 
 using Conf::PixFmt;
 using Proc::IDataVideo;
-using Border = Proc::SettingsEffectBorder;
 
-TEST(Stylise, UnknownBorderTypesAreNamed) {
-    for (std::uint32_t type : {6U, 0xFFFFFFFFU}) {
-        Border settings;
-        settings.sizeType = static_cast<Border::SizeType>(type);
-        auto const effect = Proc::CreateEffectBorder({}, {});
-        effect->SetSettings(settings);
-        SP<IDataVideo> data = MakeFrame();
-        for (Failure const& failure : {Catch<std::logic_error>([&] { effect->GetStatistic(); }),
-                                       Catch<std::logic_error>([&] { effect->Process(data); })}) {
-            EXPECT_EQ(failure.text, "Unreal Logic");
-            EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/EffectFafloplalVideo");
-            EXPECT_EQ(failure.function,
-                      "static std::string EffectActions<Tarsel::Proc::SettingsEffectBorder>::GetFFString("
-                      "const SettingsEffectBorder &, const FrameInfo &) "
-                      "[Settings = Tarsel::Proc::SettingsEffectBorder]");
-            EXPECT_EQ(failure.detail, "size type " + std::to_string(type) + ", not 0 to 5");
-            EXPECT_TRUE(failure.hasStack);
-        }
-    }
-}
-
-TEST(Stylise, EdgesNeedTwoColumnsAndFourRows) {
-    auto const effect = Proc::CreateEffectEdgeDetect({}, {});
-    ExpectSizes(*effect,
-                "static void EffectActions<Tarsel::Proc::SettingsEffectEdgeDetect>::CheckFormat("
-                "const SettingsType &, PixFmt, const FrameInfo &)",
-                {{"gray", 1, 64, "edge-detect takes gray frames of 2x4 pixels at least, not of 1x64"},
-                 {"gray", 2, 4, ""},
-                 {"yuv420p", 64, 3, "edge-detect takes yuv420p frames of 2x4 pixels at least, not of 64x3"},
-                 {"rgba", 64, 4, ""}});
-}
-
-using Colors = std::vector<Conf::PixColor>;
-
-/// Of a frame in "rgba".
-Colors GetColors(IDataVideo const& data) {
+/// Words of alpha, red, green, blue from the highest byte on: of a frame in "bgra", or of its palette.
+std::vector<std::uint32_t> GetWords(IDataVideo const& data) {
+    std::vector<std::uint32_t> words;
     auto const bytes = GetPixels(data).at(0);
-    Colors colors;
-    for (std::size_t i = 0; i < bytes.size(); i += 4)
-        colors.push_back({bytes[i], bytes[i + 1], bytes[i + 2], bytes[i + 3]});
-    return colors;
-}
-
-/// Of a frame with a palette: words of alpha, red, green, blue from the highest byte on.
-Colors GetPaletteColors(IDataVideo const& data) {
-    auto const indices = GetPixels(data).at(0);
-    Colors colors;
-    for (std::uint8_t const index : indices) {
-        std::uint32_t word = 0;
-        std::memcpy(&word, data.GetAVFrame()->data[1] + std::size_t{index} * sizeof word, sizeof word);
-        colors.push_back({static_cast<std::uint8_t>(word >> 16), static_cast<std::uint8_t>(word >> 8),
-                          static_cast<std::uint8_t>(word), static_cast<std::uint8_t>(word >> 24)});
-    }
-    return colors;
+    bool const isIndexed = data.GetPixelFormat() == PixFmt::PAL8;
+    for (std::size_t i = 0; i < bytes.size(); i += isIndexed ? 1 : 4)
+        std::memcpy(&words.emplace_back(),
+                    isIndexed ? data.GetAVFrame()->data[1] + 4 * std::size_t{bytes[i]} : &bytes[i], 4);
+    return words;
 }
 
 TEST(Stylise, PosterizedFramesCanHaveAPalette) {
-    auto const process = [](bool palette) {
-        Proc::SettingsEffectPosterize settings;
-        settings.colorCount = 5;
-        settings.palette = palette;
-        auto const effect = Proc::CreateEffectPosterize({}, {});
-        effect->SetSettings(settings);
-        SP<IDataVideo> data = MakeFrame(PixFmt::RGBA);
-        effect->Process(data);
-        return data;
-    };
-    SP<IDataVideo> const direct = process(false);
-    ASSERT_EQ(direct->GetPixelFormat(), PixFmt::RGBA);
-    Colors const colors = GetColors(*direct);
-    std::set<std::array<std::uint8_t, 4>> different;
-    for (Conf::PixColor const& color : colors)
-        different.insert({color.red, color.green, color.blue, color.alpha});
-    EXPECT_EQ(different.size(), 5U);
+    SP<IDataVideo> const frame = MakeFrame(PixFmt::BGRA);
+    SP<IDataVideo> const direct = Apply(*MakeEffect("posterize", "colors=5"), frame);
+    ASSERT_EQ(direct->GetPixelFormat(), PixFmt::BGRA);
+    std::vector<std::uint32_t> const words = GetWords(*direct);
+    EXPECT_EQ(std::set(words.begin(), words.end()).size(), 5U);
 
-    SP<IDataVideo> const indexed = process(true);
+    SP<IDataVideo> const indexed = Apply(*MakeEffect("posterize", "colors=5:palette=1"), frame);
     ASSERT_EQ(indexed->GetPixelFormat(), PixFmt::PAL8);
-    EXPECT_EQ(GetPaletteColors(*indexed), colors);
+    EXPECT_EQ(GetWords(*indexed), words);
 }
 
 TEST(Stylise, BorderIsWhereItWasAskedFor) {
-    Border settings;
-    settings.leftPixels = 3;
-    settings.rightPixels = 1;
-    settings.topPixels = 2;
-    settings.bottomPixels = 5;
-    settings.color = {10, 20, 30, 40};
-    auto const effect = Proc::CreateEffectBorder({}, {});
-    effect->SetSettings(settings);
     SP<IDataVideo> const input = MakeFrame(PixFmt::RGBA, {7, 6, 4, 3});
-    SP<IDataVideo> data = input;
-    effect->Process(data);
+    SP<IDataVideo> const data =
+        Apply(*MakeEffect("border", "left=3:right=1:top=2:bottom=5:color=#0a141e28"), input);
     ASSERT_EQ(data->GetFrameInfo(), (Conf::FrameInfo{11, 13, 4, 3}));
     auto const before = GetPixels(*input)[0];
     auto const after = GetPixels(*data)[0];
@@ -129,33 +58,20 @@ TEST(Stylise, BorderIsWhereItWasAskedFor) {
 
 /// The second answer comes from the cache, which only knows the pixel format.
 TEST(Stylise, BorderForetellsTheSizeEachTime) {
-    struct Case {
-        Border::SizeType type;
-        double left;
-        double top;
-    };
     for (char const* name : {"yuv420p", "yuv410p", "nv12", "yuv440p", "rgb24", "pal8"})
-        for (Case const& row : {Case{Border::SizeType::OwnSize, 0.13, 0.19},
-                                {Border::SizeType::Width, 0.31, 0.07},
-                                {Border::SizeType::Height, 0.11, 1.5},
-                                {Border::SizeType::ShorterSide, 0.123456789, 0.21},
-                                {Border::SizeType::LongerSide, 1 / 3.0, 0.17}})
+        for (char const* sides : {"type=own:left-fraction=0.13:top-fraction=0.19",
+                                  "type=width:left-fraction=0.31:top-fraction=0.07",
+                                  "type=height:left-fraction=0.11:top-fraction=1.5",
+                                  "type=shorter:left-fraction=0.123456789:top-fraction=0.21",
+                                  "type=longer:left-fraction=0.33333333333333331:top-fraction=0.17"})
             for (Conf::FrameInfo const& info : {Conf::FrameInfo{65, 47, 4, 3}, {100, 200, 1, 1}}) {
-                PixFmt const format = Conf::PixFmtDescription::FindByName(name).value();
-                Border settings;
-                settings.sizeType = row.type;
-                settings.leftFraction = row.left;
-                settings.topFraction = row.top;
-                settings.rightFraction = settings.bottomFraction = 0.1;
-                auto const effect = Proc::CreateEffectBorder({}, {});
-                effect->SetSettings(settings);
-                SP<IDataVideo> data = MakeFrame(format, info);
-                effect->Process(data);
+                auto const effect =
+                    MakeEffect("border", std::string(sides) + ":right-fraction=0.1:bottom-fraction=0.1");
+                SP<IDataVideo> const data = Apply(*effect, MakeFrame(ByName(name), info));
                 for (char const* from : {"graph", "cache"}) {
-                    SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(format, info);
-                    effect->UpdateFormatCodec(codec);
+                    auto const codec = Ask(*effect, ByName(name), info);
                     EXPECT_EQ(codec->GetFrameInfo(), data->GetFrameInfo())
-                        << name << ' ' << effect->GetStatistic()["Options"].GetString() << ' ' << from;
+                        << name << ' ' << sides << ' ' << from;
                     EXPECT_EQ(codec->GetPixelFormat(), data->GetPixelFormat());
                 }
             }

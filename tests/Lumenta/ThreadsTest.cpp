@@ -1,5 +1,3 @@
-#include "Cases/Families.h"
-#include "Conf/FormatCodecVideo.h"
 #include "EffectCases.h"
 #include "Frames.h"
 
@@ -17,16 +15,8 @@ constexpr int s_rounds = 50;
 /// Frames, format queries, settings and resets, in an order that each thread starts elsewhere.
 void Use(Proc::IOneInputEffectVideo& effect, Proc::Settings const& settings, int thread) {
     std::function<void()> const operations[]{
-        [&] {
-            SP<Proc::IDataVideo> frame = MakeFrame();
-            effect.Process(frame);
-            EXPECT_TRUE(frame);
-        },
-        [&] {
-            SP<Conf::IFormatCodecVideo> codec =
-                MakeSP<Conf::FormatCodecVideo>(Conf::PixFmt::YUV422P, s_small);
-            effect.UpdateFormatCodec(codec);
-        },
+        [&] { EXPECT_TRUE(Apply(effect, MakeFrame())); },
+        [&] { Ask(effect, Conf::PixFmt::YUV422P); },
         [&] { effect.SetSettings(settings); },
         [&] { EXPECT_NO_THROW(effect.GetStatistic()); },
         [&] { effect.SetProgressController({}); },
@@ -40,17 +30,16 @@ class Threads : public testing::TestWithParam<EffectCase> {};
 
 TEST_P(Threads, EffectsOfOwnAndOneShared) {
     EffectCase const& row = GetParam();
-    auto const shared = row.create({}, {});
-    shared->SetSettings(*row.settings);
+    auto const settings = row.MakeSettings();
+    auto const shared = row.Make();
     constexpr int count = 4;
     std::vector<std::jthread> threads;
     threads.reserve(count);
     for (int i = 0; i < count; ++i)
         threads.emplace_back([&, i] {
-            auto const own = row.create({}, {});
-            own->SetSettings(*row.settings);
-            Use(*own, *row.settings, i);
-            Use(*shared, *row.settings, i);
+            auto const own = row.Make();
+            Use(*own, *settings, i);
+            Use(*shared, *settings, i);
         });
 }
 

@@ -1,17 +1,14 @@
 #include "Conf/PixFmtDescription.h"
 #include "EffectCases.h"
 #include "Frames.h"
-#include "Host/EffectRegistry.h"
-#include "Proc/Effects/Lumenta/CreateEffect.h"
-#include "Proc/Effects/Lumenta/EffectImageResizer.h"
-#include "Proc/Effects/Lumenta/PixelFormatConverterFF.h"
-#include "Proc/Effects/Lumenta/Registrator.h"
+#include "Proc/Effects/Lumenta/MidEqualizerFF.h"
 #include "Proc/Interfaces/IEffectDetails.h"
-#include "Proc/Interfaces/IEffectStream.h"
+#include "Support/LibraryEffects.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string_view>
@@ -32,23 +29,25 @@ constexpr std::int64_t s_duration = 40000;
 
 /// What came of frames of one format under one row's settings.
 struct Outcome {
-    std::vector<SP<IDataVideo>> in;
-    std::vector<SP<IDataVideo>> out;
+    FrameList in;
+    FrameList out;
     std::size_t fedBeforeFirst = 0;
 };
 
-Outcome RunStream(EffectCase const& row, std::string_view format, std::uint32_t first, std::uint32_t count) {
-    SP<Proc::IOneInputEffectVideo> const effect = row.create({}, {});
-    effect->SetSettings(*row.settings);
-    auto& stream = dynamic_cast<Proc::IEffectStreamVideo&>(*effect);
+SP<IDataVideo> MakeFullRange(Conf::PixFmt format, std::uint32_t seed) {
+    SP<IDataVideo> frame = MakeFrame(format, s_small, s_duration * seed, s_duration, seed);
+    if (!PixFmtDescription::Find(format).IsRgb())
+        frame->GetAVFrame()->color_range = AVCOL_RANGE_JPEG;
+    return frame;
+}
+
+Outcome RunRow(EffectCase const& row, std::string_view format, std::uint32_t first, std::uint32_t count) {
+    auto const effect = row.Make();
+    auto& stream = StreamOf(*effect);
     Outcome outcome;
-    auto const takeAll = [&] {
-        while (SP<IDataVideo> frame = stream.Take())
-            outcome.out.push_back(frame);
-    };
+    auto const takeAll = [&] { std::ranges::move(TakeAll(stream), std::back_inserter(outcome.out)); };
     for (std::uint32_t seed = first; seed < first + count; ++seed) {
-        SP<IDataVideo> const frame = MakeFrame(PixFmtDescription::FindByName(format).value(), s_small,
-                                               s_duration * seed, s_duration, seed);
+        SP<IDataVideo> const frame = MakeFrame(ByName(format), s_small, s_duration * seed, s_duration, seed);
         if (!PixFmtDescription::Find(frame->GetPixelFormat()).IsRgb())
             frame->GetAVFrame()->color_range = AVCOL_RANGE_JPEG;
         outcome.in.push_back(frame);
@@ -103,73 +102,82 @@ constexpr KeptTrait s_keptTraits[]{{"alpha", &Proc::EffectTraits::alpha, KeptAlp
                                    {"range", &Proc::EffectTraits::range, KeptRange},
                                    {"size", &Proc::EffectTraits::size, KeptSize}};
 
-/// Effects that work on pixels by themselves: the table of filter texts has no rows for them.
-std::vector<EffectCase> GetPictureCases() {
-    std::vector<EffectCase> cases;
-    auto const add = [&]<class S>(Proc::VideoEffectCreator create, S settings, std::string const& text) {
-        settings.Deserialize(text);
-        cases.push_back({S::CLASS_ID, create, std::make_shared<S>(settings), text});
-    };
+/// The rows of the table that do something, and others for effects that work on pixels by themselves, by
+/// class.
+std::map<std::string, std::vector<EffectCase>> GetCases() {
+    std::map<std::string, std::vector<EffectCase>> cases;
+    for (EffectCase const& row : GetWorkingCases())
+        cases[row.classId].push_back(row);
     for (char const* text :
          {"formats=rgb24", "formats=yuv420p", "formats=yuva422p10le", "formats=gray", "formats=pal8"})
-        add(Proc::CreatePixelFormatConverter, Proc::SettingsPixelFormatConverter(), text);
+        cases["pixel-format"].push_back({"pixel-format", text, text});
     for (char const* text :
          {"width=32", "width=64:height=48", "width=60:height=90:fit=pad", "height=20:fit=crop"})
-        add(Proc::CreateEffect<Proc::IOneInputEffectVideo, Proc::EffectImageResizer>, Proc::SettingsResizer(),
-            text);
-    return cases;
-}
-
-/// The rows of the table that build a graph, and the others that do something, by class.
-std::map<std::string, std::vector<EffectCase>> GetWorkingCases() {
-    std::map<std::string, std::vector<EffectCase>> cases;
-    for (EffectCase const& row : GetEffectCases())
-        if (!row.PassesUntouched())
-            cases[row.settings->GetClassId()].push_back(row);
-    for (EffectCase const& row : GetPictureCases())
-        cases[row.settings->GetClassId()].push_back(row);
+        cases["resize"].push_back({"resize", text, text});
     return cases;
 }
 
 Proc::EffectTraits const& GetTraits(EffectCase const& row) {
-    return dynamic_cast<Proc::IEffectDetails const&>(*row.create({}, {})).GetTraits();
+    return dynamic_cast<Proc::IEffectDetails const&>(*row.Make()).GetTraits();
 }
 
 bool IsRefused(EffectCase const& row, std::string_view format) {
-    return GetTraits(row).takes == Proc::Takes::PlanarYuv &&
-           PixFmtDescription::Find(PixFmtDescription::FindByName(format).value()).IsRgb();
+    return GetTraits(row).takes == Proc::Takes::PlanarYuv && PixFmtDescription::Find(ByName(format)).IsRgb();
 }
 
+/// What frames showed of an effect.
+class Seen {
+public:
+    void Note(IDataVideo const& in, IDataVideo const& out) {
+        for (KeptTrait const& trait : s_keptTraits)
+            if (Kept const kept = trait.find(in, out))
+                (*kept ? m_seen[trait.name].first : m_seen[trait.name].second) = true;
+    }
+    void Expect(Proc::EffectTraits const& traits, std::string const& classId) {
+        for (KeptTrait const& trait : s_keptTraits) {
+            auto const [kept, lost] = m_seen[trait.name];
+            Keeps const truth = !lost ? Keeps::Always : kept ? Keeps::Sometimes : Keeps::Never;
+            EXPECT_EQ(GetName(traits.*trait.trait), GetName(truth)) << classId << ' ' << trait.name;
+        }
+    }
+
+private:
+    std::map<std::string_view, std::pair<bool, bool>> m_seen; // kept, lost
+};
+
 TEST(Traits, SayWhatIsKept) {
-    for (auto const& [classId, rows] : GetWorkingCases()) {
-        std::map<std::string_view, std::pair<bool, bool>> seen; // kept, lost
+    for (auto const& [classId, rows] : GetCases()) {
+        Seen seen;
         for (EffectCase const& row : rows)
             for (char const* format : s_formatKinds) {
                 if (IsRefused(row, format))
                     continue;
-                Outcome const outcome = RunStream(row, format, 1, 3);
+                Outcome const outcome = RunRow(row, format, 1, 3);
                 ASSERT_FALSE(outcome.out.empty()) << row << ' ' << format;
-                for (KeptTrait const& trait : s_keptTraits)
-                    if (Kept const kept = trait.find(*outcome.in.front(), *outcome.out.front()))
-                        (*kept ? seen[trait.name].first : seen[trait.name].second) = true;
+                seen.Note(*outcome.in.front(), *outcome.out.front());
             }
-        for (KeptTrait const& trait : s_keptTraits) {
-            auto const [kept, lost] = seen[trait.name];
-            Keeps const truth = !lost ? Keeps::Always : kept ? Keeps::Sometimes : Keeps::Never;
-            EXPECT_EQ(GetName(GetTraits(rows.front()).*trait.trait), GetName(truth))
-                << classId << ' ' << trait.name;
-        }
+        seen.Expect(GetTraits(rows.front()), classId);
     }
+    Seen seen;
+    for (char const* format : s_formatKinds) {
+        SP<IDataVideo> const first = MakeFullRange(ByName(format), 1);
+        SP<IDataVideo> data = first;
+        auto const effect = MakeSP<Proc::MidEqualizerFF>();
+        effect->Process(data, MakeFullRange(ByName(format), 1));
+        ASSERT_NE(data, nullptr) << format; // nothing is held back
+        seen.Note(*first, *data);
+    }
+    seen.Expect(MakeSP<Proc::MidEqualizerFF>()->GetTraits(), "midequalizer");
 }
 
 TEST(Traits, SayHowManyFramesComeAndWhen) {
     constexpr std::uint32_t count = 6;
-    for (auto const& [classId, rows] : GetWorkingCases()) {
+    for (auto const& [classId, rows] : GetCases()) {
         Proc::EffectTraits const& traits = GetTraits(rows.front());
         std::size_t mostHeld = 0;
         std::size_t mostOut = 0;
         for (EffectCase const& row : rows) {
-            Outcome const outcome = RunStream(row, "yuv420p", 1, count);
+            Outcome const outcome = RunRow(row, "yuv420p", 1, count);
             mostHeld = std::max(mostHeld, outcome.fedBeforeFirst);
             mostOut = std::max(mostOut, outcome.out.size());
             EXPECT_GE(outcome.out.size(), count) << row << ": a frame was lost";
@@ -180,26 +188,24 @@ TEST(Traits, SayHowManyFramesComeAndWhen) {
 }
 
 TEST(Traits, SayWhetherAFrameStandsAlone) {
-    for (auto const& [classId, rows] : GetWorkingCases())
+    for (auto const& [classId, rows] : GetCases())
         for (EffectCase const& row : rows) {
             if (!GetTraits(row).frameIndependent)
                 continue;
-            Outcome const together = RunStream(row, "yuv420p", 1, 3);
+            Outcome const together = RunRow(row, "yuv420p", 1, 3);
             for (std::uint32_t i = 0; i < 3; ++i)
-                EXPECT_EQ(GetPixels(*RunStream(row, "yuv420p", 1 + i, 1).out.at(0)),
+                EXPECT_EQ(GetPixels(*RunRow(row, "yuv420p", 1 + i, 1).out.at(0)),
                           GetPixels(*together.out.at(i)))
                     << row << " frame " << i;
         }
 }
 
 TEST(EffectTable, HasARowForEveryRegisteredEffect) {
-    Host::EffectRegistry registry;
-    Registrator(registry);
-    auto const cases = GetWorkingCases();
-    for (Host::EffectEntry const& entry : registry.GetEntries()) {
+    auto const cases = GetCases();
+    for (Host::EffectEntry const& entry : GetFactory()->GetRegistry().GetEntries()) {
         if (entry.GetKind() == Host::EffectKind::Video) {
-            auto const effect = std::get<Proc::VideoEffectCreator>(entry.creator)({}, {});
-            EXPECT_TRUE(cases.contains(effect->GetSettingsBase().GetClassId())) << entry.classId;
+            EXPECT_TRUE(cases.contains(MakeEffect(entry.classId)->GetSettingsBase().GetClassId()))
+                << entry.classId;
         }
     }
 }

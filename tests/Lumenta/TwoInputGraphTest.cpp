@@ -1,14 +1,13 @@
-#include "AllocationLimit.h"
 #include "Conf/FormatCodecVideo.h"
 #include "Core/CoreExceptions.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h"
+#include "Support/AllocationLimit.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 
 extern "C" {
@@ -41,50 +40,41 @@ SP<EffectFFMPEGTwoInputVideo> Create(std::string const& description, PixFmt form
 }
 
 struct BadGraph {
-    char const* name;
     std::string description;
     std::optional<int> ffmpegError;
     std::string words;
     Conf::FrameInfo second{32, 16, 4, 3};
 };
 
-class BadTwoInputGraphs : public testing::TestWithParam<BadGraph> {};
-
-TEST_P(BadTwoInputGraphs, SayWhatWasTried) {
-    BadGraph const& bad = GetParam();
+TEST(TwoInputGraph, SaysWhatWasTried) {
+    std::string const noSink = "there is no Parsed_buffersink_3: the description is not that of one filter";
     FFmpegWatch const quiet;
-    Failure const failure = Catch([&] {
-        Create(bad.description, PixFmt::YUV422P, {1920, 1080, 1, 1}, bad.second);
-    });
-    EXPECT_EQ(failure.text, "Cannot process graph");
-    EXPECT_EQ(failure.file, s_file);
-    EXPECT_EQ(failure.function, bad.ffmpegError ? s_checkResult : s_constructor);
-    EXPECT_TRUE(failure.hasStack);
-    EXPECT_EQ(failure.code, std::nullopt);
-    EXPECT_EQ(failure.ffmpegError, bad.ffmpegError);
-    EXPECT_EQ(failure.detail, bad.words);
-    std::string const second = bad.second.width > 0 ? "32x16" : "0x16";
-    EXPECT_EQ(failure.filter,
-              "buffer=video_size=1920x1080:pix_fmt=4:time_base=1/1000000:pixel_aspect=1/1 [in_1];"
-              "buffer=video_size=" +
-                  second + ":pix_fmt=4:time_base=1/1000000:pixel_aspect=4/3 [in_2]; [in_1] [in_2] " +
-                  bad.description + " [result]; [result] buffersink");
+    for (BadGraph const& bad : {BadGraph{"nosuch", AVERROR(EINVAL), "Invalid argument"},
+                                {"midequalizer=planes=16", AVERROR(ERANGE), "Numerical result out of range"},
+                                {"vflip", AVERROR(EINVAL), "Invalid argument"},
+                                {"scale2ref", AVERROR(EINVAL), "Invalid argument"},
+                                {"hstack", AVERROR(EINVAL), "Invalid argument"},
+                                {s_first, AVERROR(EINVAL), "Invalid argument", {0, 16, 4, 3}},
+                                {"midequalizer,vflip", {}, noSink},
+                                {"midequalizer[a];[a]vflip", {}, noSink}}) {
+        Failure const failure = Catch([&] {
+            Create(bad.description, PixFmt::YUV422P, {1920, 1080, 1, 1}, bad.second);
+        });
+        EXPECT_EQ(failure.text, "Cannot process graph");
+        EXPECT_EQ(failure.file, s_file);
+        EXPECT_EQ(failure.function, bad.ffmpegError ? s_checkResult : s_constructor);
+        EXPECT_TRUE(failure.hasStack);
+        EXPECT_EQ(failure.code, std::nullopt);
+        EXPECT_EQ(failure.ffmpegError, bad.ffmpegError);
+        EXPECT_EQ(failure.detail, bad.words);
+        std::string const second = bad.second.width > 0 ? "32x16" : "0x16";
+        EXPECT_EQ(failure.filter,
+                  "buffer=video_size=1920x1080:pix_fmt=4:time_base=1/1000000:pixel_aspect=1/1 [in_1];"
+                  "buffer=video_size=" +
+                      second + ":pix_fmt=4:time_base=1/1000000:pixel_aspect=4/3 [in_2]; [in_1] [in_2] " +
+                      bad.description + " [result]; [result] buffersink");
+    }
 }
-
-std::string const s_noSink = "there is no Parsed_buffersink_3: the description is not that of one filter";
-
-INSTANTIATE_TEST_SUITE_P(
-    TwoInputGraph, BadTwoInputGraphs,
-    testing::Values(BadGraph{"Unknown", "nosuch", AVERROR(EINVAL), "Invalid argument"},
-                    BadGraph{"OptionRange", "midequalizer=planes=16", AVERROR(ERANGE),
-                             "Numerical result out of range"},
-                    BadGraph{"OneInput", "vflip", AVERROR(EINVAL), "Invalid argument"},
-                    BadGraph{"TwoOutputs", "scale2ref", AVERROR(EINVAL), "Invalid argument"},
-                    BadGraph{"Sizes", "hstack", AVERROR(EINVAL), "Invalid argument"},
-                    BadGraph{"NoSize", s_first, AVERROR(EINVAL), "Invalid argument", {0, 16, 4, 3}},
-                    BadGraph{"TwoFilters", "midequalizer,vflip", {}, s_noSink},
-                    BadGraph{"TwoFiltersNamed", "midequalizer[a];[a]vflip", {}, s_noSink}),
-    [](auto const& test) { return std::string(test.param.name); });
 
 TEST(TwoInputGraph, OutOfMemoryHasItsCode) {
     FFmpegWatch const quiet;
@@ -227,30 +217,22 @@ TEST(TwoInputGraph, IsDescribedByItsFormat) {
 }
 
 TEST(TwoInputGraph, RefusesFramesThatAreNotWhatTheySay) {
-    auto const said = [](Conf::FrameInfo const& real) {
-        return MakeSP<Proc::DataVideoFF>(*MakeFrame(PixFmt::YUV420P, real)->GetAVFrame(), s_small);
-    };
     struct Case {
-        std::function<SP<IDataVideo>()> make;
+        SP<IDataVideo> frame;
         std::string text;
     };
     std::vector<Case> const cases{
-        {[&] {
-             return said({64, 32, 1, 1});
-         },
-         " frame has only 64x32 pixels of the 64x48 it is said to have"},
-        {[] { return MakeFrame(PixFmt::YUV444P); },
+        {MakeLiar({64, 32, 1, 1}), " frame has only 64x32 pixels of the 64x48 it is said to have"},
+        {MakeFrame(PixFmt::YUV444P),
          " frame is yuv444p of 64x48 pixels but its filter was built for yuv420p of 64x48"},
-        {[] {
-             return MakeFrame(PixFmt::YUV420P, {64, 80, 1, 1});
-         },
+        {MakeFrame(PixFmt::YUV420P, {64, 80, 1, 1}),
          " frame is yuv420p of 64x80 pixels but its filter was built for yuv420p of 64x48"}};
     auto const graph = Create("midequalizer");
     std::int64_t time = 0;
     for (Case const& bad : cases)
         for (bool const isFirst : {true, false}) {
-            SP<IDataVideo> data = isFirst ? bad.make() : MakeFrame();
-            SP<IDataVideo> const second = isFirst ? MakeFrame() : bad.make();
+            SP<IDataVideo> data = isFirst ? bad.frame : MakeFrame();
+            SP<IDataVideo> const second = isFirst ? MakeFrame() : bad.frame;
             SP<IDataVideo> const before = data;
             Failure const failure = Catch([&] { graph->Process(data, second); });
             EXPECT_EQ(failure.text, (isFirst ? "First" : "Second") + bad.text);
@@ -263,8 +245,8 @@ TEST(TwoInputGraph, RefusesFramesThatAreNotWhatTheySay) {
             EXPECT_NE(data, nullptr);
         }
     // Larger than they say: the rest is left out.
-    SP<IDataVideo> data = said({80, 64, 1, 1});
-    Create("hstack")->Process(data, said({128, 96, 1, 1}));
+    SP<IDataVideo> data = MakeLiar({80, 64, 1, 1});
+    Create("hstack")->Process(data, MakeLiar({128, 96, 1, 1}));
     EXPECT_EQ(data->GetFrameInfo(), (Conf::FrameInfo{128, 48, 1, 1}));
 }
 

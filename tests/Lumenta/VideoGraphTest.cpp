@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -40,7 +39,7 @@ class Streams : public testing::TestWithParam<StreamCase> {};
 TEST_P(Streams, LoseNothingAndKeepTime) {
     StreamCase const& expected = GetParam();
     auto const graph = Create(expected.description);
-    std::vector<SP<IDataVideo>> out;
+    FrameList out;
     auto const takeAll = [&] {
         std::size_t const before = out.size();
         while (SP<IDataVideo> data = graph->Take())
@@ -134,7 +133,7 @@ TEST(VideoGraph, RateChangersQueueWithTimesOfTheSink) {
 TEST(VideoGraph, FormatsTheHostTakesPassOthersAreConverted) {
     auto const process = [](char const* description, PixFmt expected) {
         auto const graph = Create(description);
-        SP<Conf::IFormatCodecVideo> codec = MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV420P, s_small);
+        SP<Conf::IFormatCodecVideo> codec = MakeCodec();
         SP<IDataVideo> data = MakeFrame(PixFmt::YUV420P, {64, 48, 4, 3}, 11, 12);
         data->GetAVFrame()->opaque = &codec;
         graph->Process(data);
@@ -174,43 +173,29 @@ TEST(VideoGraph, IsDescribedByItsFormat) {
 
 TEST(VideoGraph, RefusesFramesThatAreNotWhatTheySay) {
     struct Case {
-        std::function<SP<IDataVideo>()> make;
+        SP<IDataVideo> frame;
         char const* text;
-    };
-    auto const said = [](PixFmt format, Conf::FrameInfo const& real, Conf::FrameInfo const& stated) {
-        return MakeSP<Proc::DataVideoFF>(*MakeFrame(format, real)->GetAVFrame(), stated);
     };
     struct Liar : Proc::DataVideoFF {
         using DataVideoFF::DataVideoFF;
         PixFmt GetPixelFormat() const override { return PixFmt::YUV420P; }
     };
+    SP<IDataVideo> const empty = MakeFrame();
+    empty->GetAVFrame()->data[0] = nullptr;
     std::vector<Case> const cases{
-        {[&] {
-             return said(PixFmt::YUV420P, {64, 32, 1, 1}, s_small);
-         },
-         "Frame has only 64x32 pixels of the 64x48 it is said to have"},
-        {[&] {
-             return said(PixFmt::YUV420P, {62, 48, 1, 1}, s_small);
-         },
-         "Frame has only 62x48 pixels of the 64x48 it is said to have"},
-        {[] { return MakeSP<Liar>(*MakeFrame(PixFmt::GRAY8)->GetAVFrame(), s_small); },
+        {MakeLiar({64, 32, 1, 1}), "Frame has only 64x32 pixels of the 64x48 it is said to have"},
+        {MakeLiar({62, 48, 1, 1}), "Frame has only 62x48 pixels of the 64x48 it is said to have"},
+        {MakeSP<Liar>(*MakeFrame(PixFmt::GRAY8)->GetAVFrame(), s_small),
          "Frame is gray but is said to be yuv420p"},
-        {[] {
-             SP<IDataVideo> data = MakeFrame();
-             data->GetAVFrame()->data[0] = nullptr;
-             return data;
-         },
-         "Frame has no pixels"},
-        {[] {
-             return MakeFrame(PixFmt::YUV420P, {80, 48, 1, 1});
-         },
+        {empty, "Frame has no pixels"},
+        {MakeFrame(PixFmt::YUV420P, {80, 48, 1, 1}),
          "Frame is yuv420p of 80x48 pixels but its filter was built for yuv420p of 64x48"},
-        {[] { return MakeFrame(PixFmt::YUV444P); },
+        {MakeFrame(PixFmt::YUV444P),
          "Frame is yuv444p of 64x48 pixels but its filter was built for yuv420p of 64x48"},
     };
     auto const graph = Create("hflip");
     for (Case const& bad : cases) {
-        SP<IDataVideo> data = bad.make();
+        SP<IDataVideo> data = bad.frame;
         Failure const failure = Catch([&] { graph->Process(data); });
         EXPECT_EQ(failure.text, bad.text);
         EXPECT_EQ(failure.filter, "hflip");
@@ -220,7 +205,7 @@ TEST(VideoGraph, RefusesFramesThatAreNotWhatTheySay) {
         EXPECT_NE(data, nullptr);
     }
     // Larger than it says: the rest is left out.
-    SP<IDataVideo> data = said(PixFmt::YUV420P, {80, 64, 1, 1}, s_small);
+    SP<IDataVideo> data = MakeLiar({80, 64, 1, 1});
     Create("null")->Process(data);
     EXPECT_EQ(data->GetFrameInfo(), s_small);
 }

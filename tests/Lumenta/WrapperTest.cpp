@@ -1,20 +1,15 @@
-#include "Conf/FormatCodecVideo.h"
 #include "Frames.h"
 #include "Probe.h"
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
+#include "Support/AllocationLimit.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <climits>
 #include <functional>
 #include <future>
 #include <thread>
-
-extern "C" {
-#include <libavutil/mem.h>
-}
 
 namespace Tarsel::Test {
 namespace {
@@ -30,10 +25,6 @@ SP<Probe> MakeProbe(std::string const& text, int step = 1) {
     return effect;
 }
 
-SP<Conf::IFormatCodecVideo> MakeCodec(PixFmt format = PixFmt::YUV420P) {
-    return MakeSP<Conf::FormatCodecVideo>(format, s_small);
-}
-
 /// `text` as the cache of formats has not seen it before.
 std::string MakeUnseen(std::string const& text) {
     static int s_count = 0;
@@ -44,9 +35,7 @@ TEST(Wrapper, BuildsOnlyWhenItHasTo) {
     auto const effect = MakeProbe("vflip");
     LogWatch log(31);
     auto const builds = [&](PixFmt format, Conf::FrameInfo const& info) {
-        SP<IDataVideo> data = MakeFrame(format, info);
-        effect->Process(data);
-        EXPECT_NE(data, nullptr);
+        EXPECT_NE(Apply(*effect, MakeFrame(format, info)), nullptr);
         return log.Take().size();
     };
     auto const set = [&](Proc::Settings const& settings) { effect->SetSettings(settings); };
@@ -65,8 +54,7 @@ TEST(Wrapper, BuildsOnlyWhenItHasTo) {
     EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 1U);
     effect->Reset();
     EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 1U);
-    auto codec = MakeCodec();
-    effect->UpdateFormatCodec(codec);
+    Ask(*effect);
     EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 0U);
     set(Proc::SettingsEffectTranspose(0));
     EXPECT_EQ(builds(PixFmt::YUV444P, s_small), 0U);
@@ -74,14 +62,6 @@ TEST(Wrapper, BuildsOnlyWhenItHasTo) {
     EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 15);
     effect->SetSettings(Core::Property("any"));
     EXPECT_EQ(static_cast<Proc::SettingsEffectTranspose const&>(effect->GetSettingsBase()).step, 3);
-}
-
-TEST(Wrapper, LogsAtItsLevelOnly) {
-    auto const effect = MakeProbe("vflip");
-    LogWatch log(30);
-    SP<IDataVideo> data = MakeFrame();
-    effect->Process(data);
-    EXPECT_EQ(log.Take(), Calls{});
 }
 
 TEST(Wrapper, CallsHooksInOrder) {
@@ -129,9 +109,7 @@ TEST(Wrapper, AsksAGraphForAFormatOnce) {
     // The first answer comes with the graph's geometry, the second without.
     auto const turned = MakeProbe(MakeUnseen("transpose,format=rgb24"));
     for (std::uint32_t width : {48U, 64U}) {
-        auto codec = MakeCodec();
-        turned->UpdateFormatCodec(codec);
-        EXPECT_EQ(codec->GetFrameInfo().width, width);
+        EXPECT_EQ(Ask(*turned)->GetFrameInfo().width, width);
     }
     auto const empty = MakeProbe(MakeUnseen("format=rgb24"), 0);
     EXPECT_EQ(ask(*empty, PixFmt::YUV420P), 0);
@@ -154,15 +132,9 @@ TEST(Wrapper, AsksTheGraphOfThatFormatOnly) {
 }
 
 TEST(Wrapper, FreesItsLockOnEveryThrow) {
-    auto const process = [](Probe& effect) {
-        SP<IDataVideo> data = MakeFrame();
-        effect.Process(data);
-    };
+    auto const process = [](Probe& effect) { Apply(effect, MakeFrame()); };
     auto const feed = [](Probe& effect) { effect.Feed(MakeFrame()); };
-    auto const update = [](Probe& effect) {
-        auto codec = MakeCodec();
-        effect.UpdateFormatCodec(codec);
-    };
+    auto const update = [](Probe& effect) { Ask(effect); };
     auto const statistic = [](Probe& effect) { effect.GetStatistic(); };
     struct Case {
         char const* text;
@@ -208,9 +180,8 @@ TEST(Wrapper, RecoversFromAFailedGraph) {
     auto const effect = MakeProbe("hflip");
     FFmpegWatch const quiet;
     auto const fail = [](auto const& work) {
-        av_max_alloc(2000);
+        AllocationLimit const limit(2000);
         EXPECT_EQ(Catch(work).code, 35);
-        av_max_alloc(INT_MAX);
     };
     SP<IDataVideo> data = MakeFrame();
     fail([&] { effect->Process(data); });
@@ -285,9 +256,7 @@ TEST_F(Stream, LosesOnlyTheFrameThatFails) {
     Feed(0);
     Feed(1);
     FFmpegWatch const quiet;
-    SP<IDataVideo> const small = MakeFrame(PixFmt::YUV420P, {32, 32, 1, 1});
-    EXPECT_THROW(effect->Feed(MakeSP<Proc::DataVideoFF>(*small->GetAVFrame(), s_small)),
-                 Proc::EffectException);
+    EXPECT_THROW(effect->Feed(MakeLiar({32, 32, 1, 1})), Proc::EffectException);
     ProbeActions::s_text = "no such filter";
     EXPECT_THROW(Feed(2, PixFmt::YUV444P), Proc::EffectException);
     ProbeActions::s_text = "vflip";

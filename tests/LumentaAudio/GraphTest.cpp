@@ -2,19 +2,17 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "SoundCases.h"
+#include "Support/AllocationLimit.h"
 #include "Support/CommaLocale.h"
-#include "Support/Sound.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <functional>
 
 extern "C" {
 #include <libavutil/avutil.h>
 #include <libavutil/error.h>
-#include <libavutil/mem.h>
 }
 
 namespace Tarsel::Test {
@@ -229,7 +227,7 @@ TEST(AudioGraph, OutOfMemory) {
         auto const graph = EffectFFMPEGAudio::Create("aecho=1:1:1:0.5", s_stereo);
         SP<IDataAudio> data = MakeSoundNoise(s_stereo, 4000);
         try {
-            av_max_alloc(bytes);
+            AllocationLimit const limit(bytes);
             graph->Process(data);
             (data ? processed : failed) += 1;
             EXPECT_EQ(graph->HasFailed() && data, false);
@@ -239,7 +237,6 @@ TEST(AudioGraph, OutOfMemory) {
             EXPECT_EQ(Describe(exception).code, std::nullopt);
         } catch (Exception const&) {
         }
-        av_max_alloc(INT_MAX);
     }
     EXPECT_GT(processed, 0);
     EXPECT_GT(failed, 0);

@@ -1,8 +1,5 @@
-#include "Conf/FormatCodecAudio.h"
-#include "Proc/Interfaces/IEffectDetails.h"
 #include "SoundCases.h"
 #include "Support/Process.h"
-#include "Support/Sound.h"
 #include "Support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -70,29 +67,17 @@ TEST_P(Peer, GivesTheSameBits) {
     TempFolder const folder;
     std::ofstream(folder / "in.raw", std::ios::binary) << GetRaw({sound});
     // The program's vibrato begins with what its memory held: let that be zeros.
-    std::vector<std::string> command{"env",
-                                     "MALLOC_PERTURB_=255",
-                                     "ffmpeg",
-                                     "-nostdin",
-                                     "-v",
-                                     "error",
-                                     "-filter_threads",
-                                     "1",
-                                     "-f",
-                                     GetRawName(info.format),
-                                     "-ar",
-                                     "44100",
-                                     "-ac",
-                                     std::to_string(info.layout.channels),
-                                     "-i",
-                                     folder / "in.raw"};
+    std::string const begin =
+        "env MALLOC_PERTURB_=255 ffmpeg -nostdin -v error -filter_threads 1 -ar 44100 -ac " +
+        std::to_string(info.layout.channels) + " -f " + GetRawName(info.format) + " -i";
+    std::vector<std::string> command = SplitWords(begin);
+    command.push_back(folder / "in.raw");
     std::vector<Blocks> outcomes;
     for (SoundCase const& row : GetSoundCases()) {
         auto const effect = row.Make();
         outcomes.push_back(RunStream(*effect, Cut(*sound, {s_blockSize})));
         ASSERT_FALSE(outcomes.back().empty()) << row;
-        std::string const text =
-            dynamic_cast<Proc::IEffectDetailsAudio&>(*effect).Describe(Conf::FormatCodecAudio(info));
+        std::string const text = Explain(*effect, info);
         std::string const raw = GetRawName(outcomes.back().front()->GetSampleFormat());
         std::string const codec = "pcm_" + raw;
         for (std::string const& word :
@@ -106,7 +91,7 @@ TEST_P(Peer, GivesTheSameBits) {
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
         SoundCase const& row = GetSoundCases()[i];
         std::string expected = ReadFile(folder / row.name);
-        if (row.name == "SettingsAudioEqualizer")
+        if (row.classId == "equalizer")
             Clip(expected, outcomes[i].front()->GetSampleFormat());
         EXPECT_EQ(CountSamples(outcomes[i]), s_samples + row.tail) << row;
         EXPECT_TRUE(GetRaw(outcomes[i]) == expected) << row << " gave others";

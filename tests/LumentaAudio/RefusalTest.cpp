@@ -1,10 +1,8 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Delay.h"
-#include "Proc/Settings/Modulation.h"
-#include "Proc/Settings/SettingsCatalogue.h"
 #include "SoundCases.h"
+#include "Support/LibraryEffects.h"
 #include "Support/RandomSettings.h"
-#include "Support/Sound.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -22,62 +20,49 @@ using Conf::SampleFormats;
 using Conf::SampleInfo;
 using Proc::IDataAudio;
 
-struct Refusal {
-    std::string name;
-    std::shared_ptr<Proc::Settings> settings;
-    std::int32_t rate;
-    Conf::ChannelLayout layout;
-    std::string text;
-};
-
-template <class S, class Change>
-Refusal Make(std::string name, Change const& change, std::int32_t rate, Conf::ChannelLayout const& layout,
-             std::string text) {
-    auto settings = std::make_shared<S>();
-    change(*settings);
-    return {std::move(name), settings, rate, layout, std::move(text)};
-}
-
-std::vector<Refusal> GetRefusals() {
-    using Chorus = Proc::SettingsAudioChorus;
-    using Echo = Proc::SettingsAudioEcho;
-    using Flanger = Proc::SettingsAudioFlanger;
-    constexpr Conf::ChannelLayout stereo{3, 2};
-    auto const sweep = [](float speed) { return [speed](Flanger& flanger) { flanger.speed = speed; }; };
-    auto const voice = [](double speed, double depth) {
-        return [=](Chorus& chorus) { chorus.voices = {{1000, 0.5, 1, 0}, {1000, 0.5, speed, depth}}; };
-    };
-    auto const echo = [](int delay, float scale) {
-        return [=](Echo& settings) {
-            settings.echos = {{1, 0.5}, {delay, 0.5}};
-            settings.delayScale = scale;
-        };
-    };
-    return {
-        Make<Flanger>("Flanger", sweep(10), 9, stereo,
-                      "flanger of 10 Hz takes sound of as many samples a second at least, not of 9"),
-        Make<Flanger>("Flanger", sweep(10), 10, stereo, ""),
-        Make<Flanger>("Flanger", sweep(0.1F), 1, stereo, ""),
-        Make<Chorus>("Chorus", voice(20, 0), 20, stereo,
-                     "chorus of 20 Hz takes sound of more samples a second than that, not of 20"),
-        Make<Chorus>("Chorus", voice(20, 0), 21, stereo, ""),
-        Make<Chorus>("Chorus", voice(1, -0.5), 44100, stereo,
-                     "chorus takes depths of 0 ms at least, not of -0.5"),
-        Make<Chorus>("Chorus", voice(1e-5, 0), 44100, stereo,
-                     "chorus takes 16823 MiB of memory for such sound and settings, the most is 1024"),
-        Make<Chorus>("Chorus", voice(1, 1e7), 44100, stereo,
-                     "chorus takes 3365 MiB of memory for such sound and settings, the most is 1024"),
-        Make<Echo>("Echo", echo(90000, 1), 192000, {0x63F, 8}, ""),
-        Make<Echo>("Echo", echo(45000, 2), 384000, {0x63F, 8},
-                   "echo takes 1055 MiB of memory for such sound and settings, the most is 1024"),
-    };
-}
-
 TEST(SoundRefusals, SayWhatIsTooMuch) {
-    for (Refusal const& row : GetRefusals()) {
+    using Chorus = Proc::SettingsAudioChorus;
+    struct Refusal {
+        std::string name;
+        std::unique_ptr<Proc::Settings> settings;
+        std::int32_t rate;
+        Conf::ChannelLayout layout;
+        std::string text;
+    };
+    constexpr Conf::ChannelLayout stereo{3, 2};
+    auto const voice = [](double speed, double depth) {
+        auto chorus = std::make_unique<Chorus>();
+        chorus->voices = {{1000, 0.5, 1, 0}, {1000, 0.5, speed, depth}};
+        return chorus;
+    };
+    auto const flanger = [](char const* speed) {
+        return MakeSettings("flanger", std::string("speed=") + speed);
+    };
+    auto const echo = [](char const* options) { return MakeSettings("echo", options); };
+    Refusal const rows[]{
+        {"Flanger", flanger("10"), 9, stereo,
+         "flanger of 10 Hz takes sound of as many samples a second at least, not of 9"},
+        {"Flanger", flanger("10"), 10, stereo, ""},
+        {"Flanger", flanger("0.1"), 1, stereo, ""},
+        {"Chorus", voice(20, 0), 20, stereo,
+         "chorus of 20 Hz takes sound of more samples a second than that, not of 20"},
+        {"Chorus", voice(20, 0), 21, stereo, ""},
+        {"Chorus", voice(1, -0.5), 44100, stereo, "chorus takes depths of 0 ms at least, not of -0.5"},
+        {"Chorus", voice(1e-5, 0), 44100, stereo,
+         "chorus takes 16823 MiB of memory for such sound and settings, the most is 1024"},
+        {"Chorus", voice(1, 1e7), 44100, stereo,
+         "chorus takes 3365 MiB of memory for such sound and settings, the most is 1024"},
+        {"Echo", echo("echos=1/0.5|90000/0.5"), 192000, {0x63F, 8}, ""},
+        {"Echo",
+         echo("echos=1/0.5|45000/0.5:scale=2"),
+         384000,
+         {0x63F, 8},
+         "echo takes 1055 MiB of memory for such sound and settings, the most is 1024"},
+    };
+    for (Refusal const& row : rows) {
         SCOPED_TRACE(row.text);
         FFmpegWatch const quiet;
-        auto const effect = GetSoundCase(row.name).create({}, {});
+        auto const effect = MakeEffect(row.settings->GetClassId());
         effect->SetSettings(*row.settings);
         SP<IDataAudio> const block =
             MakeSoundNoise(SampleInfo::Init(SampleFormats::Float, row.rate, row.layout), 30);
@@ -118,8 +103,8 @@ void RunWild(SoundCase const& row, std::uint32_t seed) {
     constexpr int sizes[]{0, 1, 2, 3, 100, 1024, 5000};
     std::mt19937 random(seed);
     auto const pick = [&](auto const& list) { return list[random() % std::size(list)]; };
-    auto const effect = row.create({}, {});
-    effect->SetSettings(*RandomSettings(seed).Draw(*Proc::FindSettingsClass(row.settings->GetClassId())));
+    auto const effect = MakeEffect(row.classId);
+    effect->SetSettings(*RandomSettings(seed).Draw(*Proc::FindSettingsClass(row.classId)));
     auto const info = SampleInfo::Init(static_cast<SampleFormats>(random() % 10), pick(rates), pick(layouts));
     auto& stream = StreamOf(*effect);
     try {

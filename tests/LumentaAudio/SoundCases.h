@@ -1,11 +1,9 @@
 #pragma once
 
 #include "Conf/SampleInfo.h"
-#include "Proc/Interfaces/IEffectRegistrar.h"
-#include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Settings/Settings.h"
+#include "Support/SoundStream.h"
 
-#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -15,39 +13,32 @@ namespace Tarsel::Test {
 
 inline Conf::SampleInfo const s_stereo = Conf::SampleInfo::Init(Conf::SampleFormats::Float, 44100, {3, 2});
 
+/// An effect of this library by its class id, with default settings.
+SP<Proc::IOneInputEffectAudio> MakeEffect(std::string const& classId);
+/// With settings given as "key=value:...".
+SP<Proc::IOneInputEffectAudio> MakeEffect(std::string const& classId, std::string const& options);
+
+/// What the effect says that it does with sound of that form.
+std::string Explain(Proc::IOneInputEffectAudio const& effect, Conf::SampleInfo const& info = s_stereo);
+
 struct SoundCase {
     /// The settings class.
     std::string name;
-    Proc::AudioEffectCreator create;
-    std::shared_ptr<Proc::Settings const> settings;
-    /// What the settings become for s_stereo.
+    std::string classId;
+    /// The settings, as text.
+    std::string options;
+    /// What they become for s_stereo.
     std::string text;
     /// Samples at 44100 Hz that come after the sound's end.
     int tail = 0;
 
-    /// The effect with its settings.
-    SP<Proc::IOneInputEffectAudio> Make() const;
+    SP<Proc::IOneInputEffectAudio> Make() const { return MakeEffect(classId, options); }
     friend std::ostream& operator<<(std::ostream& stream, SoundCase const& row) { return stream << row.name; }
 };
 
 /// One row for each class, with settings that do something.
 std::vector<SoundCase> const& GetSoundCases();
-/// That of a class: "NoiseGate".
-SoundCase const& GetSoundCase(std::string const& className);
-
-Proc::IEffectStreamAudio& StreamOf(Proc::IOneInputEffectAudio& effect);
-
-using Blocks = std::vector<SP<Proc::IDataAudio>>;
-
-/// All that is ready.
-Blocks TakeAll(Proc::IEffectStreamAudio& stream);
-/// All that comes of the blocks, the end included.
-Blocks RunStream(Proc::IOneInputEffectAudio& effect, Blocks const& in);
-
-/// The block cut into others of these sizes, over and over; its times go with them.
-Blocks Cut(Proc::IDataAudio const& block, std::vector<int> const& sizes);
-/// The samples of all blocks, one channel after the other in each sample, without padding.
-std::string GetRaw(Blocks const& blocks);
-std::int64_t CountSamples(Blocks const& blocks);
+/// That of a class.
+SoundCase const& GetSoundCase(std::string const& classId);
 
 } // namespace Tarsel::Test

@@ -1,10 +1,9 @@
-#include "Media/MemoryWatch.h"
 #include "Proc/Effects/Lumenta/EffectFafloplalAudio.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/Delay.h"
 #include "Proc/Settings/Dynamics.h"
 #include "SoundCases.h"
-#include "Support/Sound.h"
+#include "Support/MemoryWatch.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -138,7 +137,7 @@ TEST(SoundStream, NoiseGateShiftsNothing) {
     std::int64_t silent = 0;
     bool loud = false;
     Blocks const in = Cut(*sound, {700});
-    for (SP<IDataAudio> const& block : RunStream(*GetSoundCase("NoiseGate").Make(), in))
+    for (SP<IDataAudio> const& block : RunStream(*GetSoundCase("noise-gate").Make(), in))
         for (int i = 0; i < block->GetSampleCount() && !loud; ++i) {
             loud = std::abs(GetSample(*block->GetAVFrame(), 0, i)) > 0.1;
             silent += loud ? 0 : 1;
@@ -147,10 +146,7 @@ TEST(SoundStream, NoiseGateShiftsNothing) {
 }
 
 TEST(SoundStream, EchoComesAfterTheEnd) {
-    auto const effect = GetSoundCase("Echo").create({}, {});
-    Proc::SettingsAudioEcho settings;
-    settings.echos = {{500, 0.5}};
-    effect->SetSettings(settings);
+    auto const effect = MakeEffect("echo", "echos=500/0.5");
     auto& stream = StreamOf(*effect);
     auto const info = SampleInfo::Init(SampleFormats::DoublePlanar, 8000, {4, 1});
     SP<IDataAudio> const sound = MakeSound(info, 100, [](int, std::int64_t) { return 0.5; });
@@ -164,10 +160,10 @@ TEST(SoundStream, EchoComesAfterTheEnd) {
     EXPECT_EQ(CountSamples(out), 4000 + 100);
     EXPECT_EQ(out.front()->GetTime(), ToTime(100, 8000));
     EXPECT_EQ(out.back()->GetTime(), s_start);
-    std::vector<double> samples;
+    Channels all;
     for (SP<IDataAudio> const& block : out)
-        for (int i = 0; i < block->GetSampleCount(); ++i)
-            samples.push_back(GetSample(*block->GetAVFrame(), 0, i));
+        AppendSound(all, *block->GetAVFrame());
+    std::vector<double> const& samples = all[0];
     EXPECT_EQ(samples[3899], 0);
     EXPECT_EQ(samples[3900], 0.25);
     EXPECT_EQ(samples[3999], 0.25);
@@ -175,7 +171,7 @@ TEST(SoundStream, EchoComesAfterTheEnd) {
 }
 
 TEST(SoundStream, BringsOutTheOldBeforeTheNew) {
-    auto const effect = GetSoundCase("NoiseGate").Make();
+    auto const effect = GetSoundCase("noise-gate").Make();
     auto& stream = StreamOf(*effect);
     std::vector<std::int32_t> const rates{44100, 48000, 44100, 8000};
     std::int64_t time = 0;
@@ -229,7 +225,7 @@ TEST(SoundStream, RestComesOutUnderTheOldSettings) {
 
 TEST(SoundStream, LosesOnlyTheBlockThatFails) {
     FFmpegWatch const quiet;
-    auto const effect = GetSoundCase("NoiseGate").Make();
+    auto const effect = GetSoundCase("noise-gate").Make();
     auto& stream = StreamOf(*effect);
     for (int i = 0; i < 3; ++i) {
         stream.Feed(MakeSoundNoise(s_stereo, 1000));

@@ -1,7 +1,6 @@
 #include "Conf/FormatCodecAudio.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputAudio.h"
 #include "SoundCases.h"
-#include "Support/Sound.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>

@@ -1,29 +1,22 @@
 #include "Conf/FormatCodecAudio.h"
-#include "Proc/Effects/Lumenta/Audio/Delay.h"
-#include "Proc/Effects/Lumenta/Audio/Dynamics.h"
-#include "Proc/Effects/Lumenta/Audio/Equalizer.h"
-#include "Proc/Effects/Lumenta/Audio/Modulation.h"
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/ImplNames.h"
+#include "Proc/Settings/Delay.h"
+#include "Proc/Settings/Dynamics.h"
 #include "Proc/Settings/Format.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "SoundCases.h"
-#include "Support/Sound.h"
+#include "Support/AllocationLimit.h"
+#include "Support/LibraryEffects.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cmath>
 #include <filesystem>
 #include <iterator>
-#include <limits>
 #include <thread>
-
-extern "C" {
-#include <libavutil/mem.h>
-}
 
 namespace Tarsel::Test {
 namespace {
@@ -45,10 +38,6 @@ SP<Conf::IFormatCodecAudio> MakeCodec(SampleInfo const& info = s_stereo) {
     return MakeSP<Conf::FormatCodecAudio>(info);
 }
 
-std::string Explain(IOneInputEffectAudio const& effect, SampleInfo const& info = s_stereo) {
-    return dynamic_cast<Proc::IEffectDetailsAudio const&>(effect).Describe(Conf::FormatCodecAudio(info));
-}
-
 class SoundWrapper : public testing::TestWithParam<SoundCase> {};
 
 TEST_P(SoundWrapper, TellsItsFilterEverywhere) {
@@ -57,6 +46,10 @@ TEST_P(SoundWrapper, TellsItsFilterEverywhere) {
     EXPECT_EQ(Explain(*effect), row.text);
     EXPECT_FALSE(dynamic_cast<Proc::IEffectDetails const&>(*effect).GetTraits().summary.empty());
     EXPECT_EQ(effect->GetInputFrameType(), 2);
+    EXPECT_EQ(GetProcessed(*effect), 0);
+    SP<IDataAudio> null;
+    effect->Process(null);
+    EXPECT_EQ(null, nullptr);
     EXPECT_EQ(GetProcessed(*effect), 0);
     for (std::int64_t processed : {1, 2}) {
         SP<Proc::IData> data = MakeBlock();
@@ -77,7 +70,8 @@ TEST_P(SoundWrapper, TellsItsFilterEverywhere) {
 TEST_P(SoundWrapper, TakesPropertiesButGivesNone) {
     SoundCase const& row = GetParam();
     auto const effect = row.Make();
-    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*row.settings));
+    auto const settings = MakeSettings(row.classId, row.options);
+    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*settings));
     Failure const failure = Catch<std::logic_error>([&] { effect->GetSettings(); });
     EXPECT_EQ(failure.text, "Property settings is not supported");
     EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/EffectFafloplalAudio");
@@ -87,10 +81,10 @@ TEST_P(SoundWrapper, TakesPropertiesButGivesNone) {
                   row.name + ">]");
     EXPECT_TRUE(failure.hasStack);
 
-    auto const initial = row.create({}, {})->GetSettingsBase().Clone();
-    effect->SetSettings(Proc::Settings2Property(*row.settings));
-    bool const reads = row.name == "SettingsAudioNoiseGate";
-    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(reads ? *row.settings : *initial));
+    effect->SetSettings(Proc::Settings2Property(*settings));
+    bool const reads = row.classId == "noise-gate";
+    EXPECT_TRUE(
+        effect->GetSettingsBase().IsEqualTo(reads ? *settings : MakeEffect(row.classId)->GetSettingsBase()));
     EXPECT_THROW(effect->SetSettings(Proc::SettingsResizer()), std::bad_cast);
 }
 
@@ -116,107 +110,49 @@ INSTANTIATE_TEST_SUITE_P(SoundEffects, SoundWrapper, testing::ValuesIn(GetSoundC
                          [](auto const& test) { return test.param.name; });
 
 /// Settings that leave sound as it is, or just not.
-struct ActiveCase {
-    char const* name;
-    SP<IOneInputEffectAudio> effect;
-    bool isActive;
-};
-
-template <class S, class Change>
-ActiveCase Active(char const* name, Change const& change, bool isActive) {
-    S settings;
-    change(settings);
-    auto const effect = Proc::CreateEffectAudioFF<S>({}, {});
-    effect->SetSettings(settings);
-    return {name, effect, isActive};
-}
-
-std::vector<ActiveCase> GetActiveCases() {
-    using Chorus = Proc::SettingsAudioChorus;
-    using Distortion = Proc::SettingsAudioDistortion;
-    using Echo = Proc::SettingsAudioEcho;
-    using Equalizer = Proc::SettingsAudioEqualizer;
-    using NoiseGate = Proc::SettingsAudioNoiseGate;
-    constexpr float least = std::numeric_limits<float>::min();
-    auto const equalizer = [](std::vector<Equalizer::BandEq> const& bands, float factor) {
-        return [=](Equalizer& settings) {
-            settings.bands = bands;
-            settings.factor = factor;
-        };
-    };
-    auto const echo = [](std::vector<Echo::Echo> const& echos, float scale) {
-        return [=](Echo& settings) {
-            settings.echos = echos;
-            settings.delayScale = scale;
-        };
-    };
-    auto const chorus = [](std::vector<Chorus::Voice> const& voices, float scale) {
-        return [=](Chorus& settings) {
-            settings.voices = voices;
-            settings.decayScale = scale;
-        };
-    };
-    auto const gate = [](double threshold, float reduction) {
-        return [=](NoiseGate& settings) {
-            settings.threshold = threshold;
-            settings.reduction = reduction;
-        };
-    };
-    return {
-        Active<Equalizer>("no bands", equalizer({}, 1), false),
-        Active<Equalizer>("factor 0", equalizer({{100, 3}}, 0), false),
-        Active<Equalizer>("factor next to 0", equalizer({{100, 3}}, std::nextafter(least, 0.0F)), false),
-        Active<Equalizer>("small factor", equalizer({{100, 3}}, -least), true),
-        Active<Equalizer>("all bands too high", equalizer({{22050, 3}, {30000, 3}}, 1), false),
-        Active<Echo>("no echoes", echo({}, 1), false),
-        Active<Echo>("echoes scaled to nothing", echo({{100, 0.5}}, -0.0F), false),
-        Active<Echo>("an echo", echo({{100, 0.5}}, 1), true),
-        Active<Chorus>("no voices", chorus({}, 1), false),
-        Active<Chorus>("voices scaled to nothing", chorus({{40, 0.5, 1, 1}}, 0), false),
-        Active<Chorus>("a voice", chorus({{40, 0.5, 1, 1}}, least), true),
-        Active<NoiseGate>("a high threshold", gate(-4, 0.5F), false),
-        Active<NoiseGate>("just too high", gate(std::nextafter(-5.0, 0), 0.5F), false),
-        Active<NoiseGate>("a threshold", gate(-5, 0.5F), true),
-        Active<NoiseGate>("no reduction", gate(-40, 0), false),
-        Active<Distortion>(
-            "a mode there is not",
-            [](Distortion& settings) { settings.mode = static_cast<Distortion::Mode>(5); }, false),
-        Active<Distortion>(
-            "distortion", [](Distortion& settings) { settings.amount = 0; }, true),
-        Active<Proc::SettingsAudioCompressor>(
-            "compressor", [](auto& settings) { settings.mix = 0; }, true),
-        Active<Proc::SettingsAudioGate>(
-            "gate", [](auto& settings) { settings.range = 0; }, true),
-        Active<Proc::SettingsAudioReverb>(
-            "reverb", [](auto& settings) { settings.amount = 0; }, true),
-        Active<Proc::SettingsAudioFlanger>(
-            "flanger", [](auto& settings) { settings.width = 0; }, true),
-        Active<Proc::SettingsAudioVibrato>(
-            "vibrato", [](auto& settings) { settings.depth = 0; }, true),
-    };
-}
-
+/// Settings that leave sound as it is, or just not.
 TEST(SoundWrapper, PassesUntouchedWhatItWouldNotChange) {
-    for (ActiveCase const& row : GetActiveCases()) {
-        SCOPED_TRACE(row.name);
+    for (auto const& [classId, options, isActive] :
+         {std::tuple{"equalizer", "", false},
+          {"equalizer", "bands=100/3:factor=0", false},
+          {"equalizer", "bands=100/3:factor=1e-39", false}, // next to 0
+          {"equalizer", "bands=100/3:factor=-1.2e-38", true},
+          {"equalizer", "bands=22050/3|30000/3", false},
+          {"echo", "", false},
+          {"echo", "echos=100/0.5:scale=0", false},
+          {"echo", "echos=100/0.5", true},
+          {"chorus", "", false},
+          {"chorus", "voices=40/0.5/1/1:scale=0", false},
+          {"chorus", "voices=40/0.5/1/1:scale=1.2e-38", true},
+          {"noise-gate", "threshold=-4.999999999:reduction=0.5", false},
+          {"noise-gate", "threshold=-5:reduction=0.5", true},
+          {"noise-gate", "threshold=-40:reduction=0", false},
+          {"distortion", "amount=0", true},
+          {"compressor", "mix=0", true},
+          {"gate", "range=0", true},
+          {"reverb", "amount=0", true},
+          {"flanger", "width=0", true},
+          {"vibrato", "depth=0", true}}) {
+        SCOPED_TRACE(classId + (std::string(" ") + options));
+        auto const effect = MakeEffect(classId, options);
         SP<IDataAudio> const block = MakeBlock();
         SP<IDataAudio> data = block;
-        row.effect->Process(data);
-        EXPECT_EQ(data != block, row.isActive);
-        EXPECT_EQ(GetProcessed(*row.effect), row.isActive ? 1 : 0);
-        EXPECT_EQ(Explain(*row.effect).empty(), !row.isActive);
-        if (row.isActive)
+        effect->Process(data);
+        EXPECT_EQ(data != block, isActive);
+        EXPECT_EQ(GetProcessed(*effect), isActive ? 1 : 0);
+        EXPECT_EQ(Explain(*effect).empty(), !isActive);
+        if (isActive)
             continue;
         auto codec = MakeCodec();
-        EXPECT_EQ(CountGraphs([&] { row.effect->UpdateFormatCodec(codec); }), 0);
+        EXPECT_EQ(CountGraphs([&] { effect->UpdateFormatCodec(codec); }), 0);
         EXPECT_EQ(codec->GetSampleInfo(), s_stereo);
-        EXPECT_EQ(RunStream(*row.effect, {block}), Blocks{block});
-        EXPECT_EQ(GetProcessed(*row.effect), 0);
+        EXPECT_EQ(RunStream(*effect, {block}), Blocks{block});
+        EXPECT_EQ(GetProcessed(*effect), 0);
     }
 }
 
 TEST(SoundWrapper, BuildsOnlyWhenItHasTo) {
-    auto const effect = GetSoundCase("Compressor").Make();
+    auto const effect = GetSoundCase("compressor").Make();
     auto const builds = [&](SampleInfo const& info) {
         SP<IDataAudio> data = MakeBlock(info);
         return CountGraphs([&] { effect->Process(data); });
@@ -244,25 +180,9 @@ TEST(SoundWrapper, BuildsOnlyWhenItHasTo) {
     EXPECT_EQ(GetProcessed(*effect), 14);
 }
 
-TEST(SoundWrapper, NullsPass) {
-    auto const effect = GetSoundCase("Equalizer").Make();
-    SP<IDataAudio> data;
-    for (int i = 0; i < 2; ++i) {
-        effect->Process(data);
-        EXPECT_EQ(data, nullptr);
-        EXPECT_EQ(GetProcessed(*effect), i);
-        SP<IDataAudio> block = MakeBlock();
-        effect->Process(block);
-    }
-}
-
 TEST(SoundWrapper, AsksAGraphForAFormatOnce) {
     auto const make = [](double gain) {
-        auto const effect = GetSoundCase("Equalizer").create({}, {});
-        Proc::SettingsAudioEqualizer settings;
-        settings.bands = {{100, gain}};
-        effect->SetSettings(settings);
-        return effect;
+        return MakeEffect("equalizer", "bands=100/" + std::to_string(gain));
     };
     auto const ask = [](IOneInputEffectAudio& effect, SampleInfo const& info, SampleFormats expected) {
         auto codec = MakeCodec(info);
@@ -300,8 +220,8 @@ TEST(SoundWrapper, AsksAGraphForAFormatOnce) {
 }
 
 TEST(SoundWrapper, StatisticsBeforeTheFirstBlock) {
-    EXPECT_EQ(GetSoundCase("Equalizer").Make()->GetStatistic()["Options"].GetString(), "");
-    auto const gate = GetSoundCase("NoiseGate").Make();
+    EXPECT_EQ(GetSoundCase("equalizer").Make()->GetStatistic()["Options"].GetString(), "");
+    auto const gate = GetSoundCase("noise-gate").Make();
     std::string const unknown = "compand=::-900/-900|-5/-900|-4.9/-4.9:6:-5:-90:.1";
     EXPECT_EQ(gate->GetStatistic()["Options"].GetString(), unknown);
     SP<IDataAudio> data = MakeBlock();
@@ -317,7 +237,7 @@ TEST(SoundWrapper, StaysUsableAfterAFailure) {
     bad.echos = {{-5, 0.5}};
     Proc::SettingsAudioEcho good;
     good.echos = {{10, 0.5}};
-    auto const effect = GetSoundCase("Echo").create({}, {});
+    auto const effect = MakeEffect("echo");
     effect->SetSettings(bad);
     SP<IDataAudio> const block = MakeBlock();
     SP<IDataAudio> data = block;
@@ -337,9 +257,10 @@ TEST(SoundWrapper, StaysUsableAfterAFailure) {
     // What failed inside its graph gets another.
     SP<IDataAudio> const large = MakeSoundNoise(s_stereo, 20000);
     data = large;
-    av_max_alloc(2000);
-    EXPECT_NO_THROW(effect->Process(data));
-    av_max_alloc(INT_MAX);
+    {
+        AllocationLimit const limit(2000);
+        EXPECT_NO_THROW(effect->Process(data));
+    }
     EXPECT_EQ(data, nullptr);
     data = large;
     EXPECT_EQ(CountGraphs([&] { effect->Process(data); }), 1);
@@ -349,7 +270,7 @@ TEST(SoundWrapper, StaysUsableAfterAFailure) {
 TEST(SoundWrapper, EqualizerClipsRealSamples) {
     for (std::uint32_t format = 0; format < 10; ++format) {
         auto const info = SampleInfo::Init(static_cast<SampleFormats>(format), 44100, {3, 2});
-        auto const effect = GetSoundCase("Equalizer").Make();
+        auto const effect = GetSoundCase("equalizer").Make();
         SP<IDataAudio> data = MakeSoundNoise(info, 4000);
         data->SetTime(5);
         data->SetDuration(6);
@@ -369,7 +290,7 @@ TEST(SoundWrapper, EqualizerClipsRealSamples) {
 
 TEST(SoundWrapper, RunsOnOneThread) {
     // Each thread of a graph would show here.
-    auto const effect = GetSoundCase("Equalizer").Make();
+    auto const effect = GetSoundCase("equalizer").Make();
     auto const count = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
     };

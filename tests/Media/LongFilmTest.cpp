@@ -3,7 +3,7 @@
 #include "Media/Demuxer.h"
 #include "Media/FFmpegRatio.h"
 #include "Media/TimeMap.h"
-#include "MemoryWatch.h"
+#include "Support/MemoryWatch.h"
 #include "RunFixture.h"
 
 #include <cmath>

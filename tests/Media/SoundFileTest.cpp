@@ -3,7 +3,7 @@
 #include "Media/MediaExceptions.h"
 #include "Media/SoundReader.h"
 #include "Media/SoundWriter.h"
-#include "MemoryWatch.h"
+#include "Support/MemoryWatch.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "ReadSound.h"
 #include "RunFixture.h"

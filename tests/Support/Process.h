@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/ioctl.h>
@@ -144,6 +145,26 @@ inline std::string RunForOutput(std::vector<std::string> const& arguments) {
     if (result.exitCode != 0)
         throw std::runtime_error(arguments.front() + " failed: " + result.err);
     return std::move(result.out);
+}
+
+/// Words parted by blanks.
+inline std::vector<std::string> SplitWords(std::string const& text) {
+    std::vector<std::string> words;
+    std::istringstream stream(text);
+    for (std::string word; stream >> word;)
+        words.push_back(word);
+    return words;
+}
+
+/// What the ffmpeg program writes to its standard output. Options are words parted by blanks, those of the
+/// list may hold blanks.
+inline std::string RunFFmpeg(std::string const& before, std::vector<std::string> const& list = {},
+                             std::string const& after = {}) {
+    std::vector<std::string> arguments = SplitWords("ffmpeg -nostdin -v error " + before);
+    arguments.insert(arguments.end(), list.begin(), list.end());
+    for (std::string const& word : SplitWords(after))
+        arguments.push_back(word);
+    return RunForOutput(arguments);
 }
 
 } // namespace Tarsel::Test

@@ -1,4 +1,4 @@
-#include "MemoryWatch.h"
+#include "Support/MemoryWatch.h"
 
 #include <algorithm>
 #include <array>
