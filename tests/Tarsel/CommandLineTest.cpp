@@ -48,7 +48,8 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         std::string error;
     };
     for (Case const& c : {
-             Case{{}, "a verb is missing: run, stabilize, palette, list or explain\nSee \"tarsel --help\"."},
+             Case{{}, "a verb is missing: run, stabilize, palette, mix, tone, meter, list or "
+                      "explain\nSee \"tarsel --help\"."},
              Case{{"play"}, "The following argument was not expected: play\nSee \"tarsel --help\"."},
              Case{{"run", "missing.mp4"}, "OUTPUT is required" + seeRun},
              Case{{"run", "missing.mp4", "o.mp4", "-e", "flip", "more"},
