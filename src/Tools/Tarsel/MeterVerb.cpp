@@ -26,7 +26,7 @@ namespace Tarsel::Tools {
 namespace {
 
 constexpr std::int64_t s_leastSide = 16;
-constexpr std::int64_t s_mostSide = 16384;
+constexpr std::int64_t s_mostSide = 8192;
 
 struct PictureSize {
     std::uint32_t width;
@@ -127,15 +127,14 @@ Verb AddMeterVerb(CLI::App& app, CommonOptions& common) {
         ->needs(png);
     command->add_flag("--overwrite", arguments->overwrite, "Replace that if it exists");
     common.AddTo(*command);
-    command->footer(
-        "Peak and rms of each channel over time, and of all. The peak is the largest magnitude of\n"
-        "a sample (not between samples); 0 dB is full scale, and a sine at full scale has an\n"
-        "rms of -3.0 dB. Silence is -inf.\n\n" +
-        DescribeExitCodes() +
-        "\nExamples:\n"
-        "  tarsel meter song.mp3\n"
-        "  tarsel meter film.mp4 --interval 0.5 --png wave.png\n"
-        "  tarsel meter song.wav --json | jq '.whole.levels[].peakDb'");
+    command->footer("Peak and rms of each channel over time, and of all. The peak is the largest\n"
+                    "magnitude of a sample (not between samples); 0 dB is full scale, and a sine at\n"
+                    "full scale has an rms of -3.0 dB. Silence is -inf.\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel meter song.mp3\n"
+                    "  tarsel meter film.mp4 --interval 0.5 --png wave.png\n"
+                    "  tarsel meter song.wav --json | jq '.whole.levels[].peakDb'");
     return {command, [arguments](Context const& context) { Meter(*arguments, context); }};
 }
 

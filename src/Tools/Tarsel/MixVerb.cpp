@@ -63,8 +63,9 @@ std::vector<double> ParseVolumes(MixArguments const& arguments) {
     if (arguments.volumes.size() != inputs)
         Core::Throw<UsageException>(
             {s_file, signature},
-            fmt::format("--volume was given {} times for {} inputs: one for each, in their order, or none",
-                        arguments.volumes.size(), inputs));
+            fmt::format(
+                "Inputs: {}, volumes: {}; there is one --volume for each input, in their order, or none",
+                inputs, arguments.volumes.size()));
     std::vector<double> volumes;
     for (std::string const& text : arguments.volumes)
         volumes.push_back(ParseVolume(text));
@@ -193,16 +194,16 @@ Verb AddMixVerb(CLI::App& app, CommonOptions& common) {
         ->allow_extra_args(false);
     arguments->sound.AddOptionsTo(*command);
     common.AddTo(*command);
-    command->footer(
-        "All begin together; the mix is as long as the longest, the others are silent after their\n"
-        "end. It has the highest rate and the most channels of them, and as many bits a sample\n"
-        "as the finest (compressed sound counts as 16). Of a film its best sound is taken.\n"
-        "Nothing is clipped before all are added up; a note tells when the sum was. Without\n"
-        "--volume all go in as they are; a negative factor turns a sound over.\n\n" +
-        DescribeExitCodes() +
-        "\nExamples:\n"
-        "  tarsel mix out.wav voice.wav music.mp3 --volume 1 --volume -12dB\n"
-        "  tarsel mix out.flac left.wav right.wav --volume 0.5 --volume 0.5");
+    command->footer("All begin together; the mix is as long as the longest, the others are silent\n"
+                    "after their end. It has the highest rate and the most channels of them, and as\n"
+                    "many bits a sample as the finest (compressed sound counts as 16). Of a film its\n"
+                    "best sound is taken. Nothing is clipped before all are added up; a note tells\n"
+                    "when the sum was. Without --volume all go in as they are; a negative factor\n"
+                    "turns a sound over.\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel mix out.wav voice.wav music.mp3 --volume 1 --volume -12dB\n"
+                    "  tarsel mix out.flac left.wav right.wav --volume 0.5 --volume 0.5");
     return {command, [arguments](Context const& context) { Mix(*arguments, context); }};
 }
 

@@ -1,11 +1,11 @@
 #include "Conf/AudioTime.h"
 #include "Conf/FormatCodecAudio.h"
 #include "Core/Throw.h"
-#include "Host/ErrorReport.h"
 #include "Host/Plugin.h"
 #include "Media/SoundWriter.h"
 #include "Proc/Interfaces/IAudioGenerator.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 #include "Tools/Tarsel/Effects.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/SoundArguments.h"
@@ -15,6 +15,7 @@
 #include "Tools/Tarsel/Verb.h"
 
 #include <CLI/CLI.hpp>
+#include <boost/exception/get_error_info.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -46,10 +47,12 @@ SP<Proc::IAudioGenerator> MakeGenerator(std::string const& source, std::string c
     try {
         return library.CreateAudioGenerator(source, {});
     } catch (Proc::EffectException const& failure) {
+        int const* const error = boost::get_error_info<Proc::TagFFmpegError>(failure);
         Core::Throw<UsageException>(
             {s_file, "SP<Proc::IAudioGenerator> Tarsel::Tools::MakeGenerator(const std::string &, const "
                      "std::string &)"},
-            fmt::format("--source \"{}\": {}", source, Host::DescribeError(failure)));
+            fmt::format("--source \"{}\" makes no sound: {}", source,
+                        error != nullptr ? Proc::GetFFmpegErrorText(*error) : failure.what()));
     }
 }
 
@@ -75,10 +78,16 @@ Conf::SampleInfo ChooseFormat(Proc::IAudioGenerator& generator, ToneArguments co
     return format;
 }
 
+/// Filters that work in double precision need none in a file; 0 leaves others as they are.
+int ChooseDepth(Conf::SampleFormats format) {
+    return Conf::SampleFmtRecord::Find(format).size == sizeof(double) ? 32 : 0;
+}
+
 void MakeTone(ToneArguments const& arguments, Context const& context) {
     Media::SoundFileOptions options = arguments.sound.MakeOptions();
     SP<Proc::IAudioGenerator> const generator = MakeGenerator(arguments.source, context.options.plugin);
     options.format = ChooseFormat(*generator, arguments);
+    options.depth = ChooseDepth(options.format.format);
     SoundWork work(context, arguments.sound.quiet);
     Media::SoundWriter writer(options);
 
@@ -125,15 +134,14 @@ Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
         ->option_text("NAME");
     arguments->sound.AddOptionsTo(*command);
     common.AddTo(*command);
-    command->footer(
-        "TEXT is \"sine=frequency=440\" where none is given. A source that ends earlier ends the\n"
-        "file. --rate and --layout convert what comes out of TEXT; better still the source makes\n"
-        "it so: \"sine=sample_rate=48000\".\n\n" +
-        DescribeExitCodes() +
-        "\nExamples:\n"
-        "  tarsel tone a.wav --duration 10\n"
-        "  tarsel tone noise.flac --source anoisesrc=color=pink --layout stereo\n"
-        "  tarsel tone beep.wav --source \"sine=f=1000:d=0.2,volume=-6dB\"");
+    command->footer("TEXT is \"sine=frequency=440\" where none is given. A source that ends earlier\n"
+                    "ends the file. --rate and --layout convert what comes out of TEXT; better still\n"
+                    "the source makes it so: \"sine=sample_rate=48000\".\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel tone a.wav --duration 10\n"
+                    "  tarsel tone noise.flac --source anoisesrc=color=pink --layout stereo\n"
+                    "  tarsel tone beep.wav --source \"sine=f=1000:d=0.2,volume=-6dB\"");
     return {command, [arguments](Context const& context) { MakeTone(*arguments, context); }};
 }
 
