@@ -24,7 +24,7 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header
-    Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/PictureReader.h Media/Run.h
+    Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/PictureReader.h Media/PictureWriter.h Media/Run.h
     Media/SoundLane.h Media/SoundReader.h Media/SoundWriter.h
     Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioRef.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h

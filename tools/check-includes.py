@@ -26,7 +26,7 @@ MAY_INCLUDE = {
     "Proc/Effects/Lumenta": [*EFFECTS, "Proc/Effects/Lumenta"],
     "Host": [*SDK, "Host"],
     "Media": [*SDK, "Host", "Media"],
-    "Tools": [*SDK, "Host", "Media", "Tools"],
+    "Tools": [*EFFECTS, "Host", "Media", "Tools"],
 }
 
 # FFmpeg's libraries and the rooms that may use them; the SDK and the effects must not pull in more than they

@@ -17,6 +17,7 @@ namespace Tarsel::Host {
 namespace {
 
 constexpr char const* s_entryPoint = "Registrator";
+constexpr char const* s_generatorEntryPoint = "CreateAudioGenerator";
 constexpr char const* s_pathVariable = "TARSEL_PLUGIN_PATH";
 
 /// What the loader says of the last failure of this thread.
@@ -52,7 +53,7 @@ std::vector<std::filesystem::path> GetPluginFolders() {
 
 PluginException::~PluginException() noexcept = default;
 
-Plugin::Plugin(std::filesystem::path const& library) {
+Plugin::Plugin(std::filesystem::path const& library) : m_library(library) {
     constexpr Core::Site site{"Host/Plugin", "Tarsel::Host::Plugin::Plugin(const std::filesystem::path &)"};
     // A name without a folder means the file in the current one, not one that the loader searches for.
     void* const handle = dlopen(std::filesystem::absolute(library).c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -64,11 +65,26 @@ Plugin::Plugin(std::filesystem::path const& library) {
     if (m_registrator == nullptr)
         Core::Throw<PluginException>(
             site, fmt::format("\"{}\" is no plug-in: {}", library.string(), TakeLoaderError()));
+    m_createAudioGenerator =
+        reinterpret_cast<Proc::AudioGeneratorCreator>(dlsym(handle, s_generatorEntryPoint));
 }
 
 void Plugin::Register(Proc::IEffectRegistrar& registrar) const {
     // The result tells of the last registration only and carries no meaning.
     (void)m_registrator(registrar);
+}
+
+SP<Proc::IAudioGenerator> Plugin::CreateAudioGenerator(std::string const& description,
+                                                       Conf::SampleInfo const& info) const {
+    if (m_createAudioGenerator == nullptr)
+        Core::Throw<PluginException>(
+            {"Host/Plugin", "SP<Proc::IAudioGenerator> Tarsel::Host::Plugin::CreateAudioGenerator(const "
+                            "std::string &, const Conf::SampleInfo &) const"},
+            fmt::format("The plug-in \"{}\" makes no sound: it has no {}", m_library.string(),
+                        s_generatorEntryPoint));
+    SP<Proc::IAudioGenerator> generator;
+    m_createAudioGenerator(generator, description, info);
+    return generator;
 }
 
 std::filesystem::path Plugin::Find(std::string const& name) {

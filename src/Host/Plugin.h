@@ -2,9 +2,11 @@
 
 #include "Core/Api.h"
 #include "Core/Exception.h"
+#include "Proc/Interfaces/IAudioGenerator.h"
 #include "Proc/Interfaces/IEffectRegistrar.h"
 
 #include <filesystem>
+#include <string>
 
 namespace Tarsel::Host {
 
@@ -25,6 +27,11 @@ public:
     /// Lets the plug-in register its effects. Exceptions of plug-in and registrar pass.
     void Register(Proc::IEffectRegistrar& registrar) const;
 
+    /// A new generator of sound by the plug-in's `CreateAudioGenerator`, which not every plug-in has: see
+    /// Proc::AudioGeneratorCreator. PluginException without it; exceptions of the plug-in pass.
+    SP<Proc::IAudioGenerator> CreateAudioGenerator(std::string const& description,
+                                                   Conf::SampleInfo const& info) const;
+
     /// Where the plug-in named `name` ("lumenta") lies: the first that exists of
     /// $TARSEL_PLUGIN_PATH/lib<name>.so (a list of folders separated by ':'), beside libtarsel.so, and
     /// <folder of libtarsel.so>/tarsel/lib<name>.so. PluginException listing the places looked at when there
@@ -33,7 +40,10 @@ public:
 
 private:
     using RegistratorFunction = bool (*)(Proc::IEffectRegistrar&);
+    std::filesystem::path m_library;
     RegistratorFunction m_registrator = nullptr;
+    /// Null where the plug-in has none.
+    Proc::AudioGeneratorCreator m_createAudioGenerator = nullptr;
 };
 
 } // namespace Tarsel::Host

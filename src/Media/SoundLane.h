@@ -26,6 +26,9 @@ struct SoundStreamInfo {
     /// Why the stream cannot be copied as it is, "\"out.webm\" cannot hold aac"; "" when a null lane copies
     /// it.
     std::string copyObstacle;
+    /// Bits of a sample that carry sound: those of a codec without loss, 16 for others, whose noise hides
+    /// more.
+    int depth = 16;
 };
 
 /// The work on one sound stream.

@@ -1,6 +1,7 @@
 #include "Media/SoundStreams.h"
 
 #include "Media/FFmpegRatio.h"
+#include "Media/SoundFormat.h"
 
 #include <utility>
 
@@ -20,7 +21,8 @@ SoundStreamInfo DescribeSound(AVStream const& stream, int number, Conf::SampleIn
             FromAV(stream.time_base),
             avcodec_get_name(stream.codecpar->codec_id),
             language != nullptr ? language->value : "",
-            std::move(copyObstacle)};
+            std::move(copyObstacle),
+            GetDepth(*stream.codecpar)};
 }
 
 } // namespace Tarsel::Media

@@ -34,9 +34,11 @@ SoundRequest MakeRequest(SoundFileOptions const& options) {
     constexpr char const* signature = "SoundRequest Tarsel::Media::MakeRequest(const SoundFileOptions &)";
     if (!IsComplete(options.format))
         ThrowOptions(signature, "The format of the sound to write is not known");
+    for (std::filesystem::path const& input : options.inputs)
+        CheckOutputPath(options.output, input, options.overwrite);
     CheckOutputPath(options.output, {}, options.overwrite);
     Container const container = ChooseContainer(options.output);
-    int const depth = GetDepth(options.format.format);
+    int const depth = options.depth > 0 ? options.depth : GetDepth(options.format.format);
     AVCodec const* const encoder =
         options.encoder.empty()
             ? FindUsualSoundEncoder(container, options.output, options.format.format, depth)

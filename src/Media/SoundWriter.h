@@ -20,6 +20,8 @@ class SoundWriting;
 /// A sound file to be made.
 struct SoundFileOptions {
     std::filesystem::path output;
+    /// What it is made of: none of them may be the output.
+    std::vector<std::filesystem::path> inputs;
     /// An existing output may be replaced.
     bool overwrite = false;
     /// FFmpeg's encoder name; empty: the usual one of the container for blocks of the format.
@@ -28,6 +30,9 @@ struct SoundFileOptions {
     std::vector<std::pair<std::string, std::string>> encoderOptions;
     /// Of the blocks.
     Conf::SampleInfo format;
+    /// Bits of a sample that carry sound, by which an encoder is chosen that loses none; 0: all of the
+    /// format's.
+    int depth = 0;
 };
 
 /// What SoundWriter would refuse. For programs that have long work to do before. OptionsException,

@@ -41,6 +41,17 @@ TEST(Plugin, RegistersItsEffects) {
     EXPECT_EQ(effect->GetSettingsBase().GetClassId(), "small");
 }
 
+TEST(Plugin, NeedNotMakeSound) {
+    Host::Plugin const plugin(SMALL_PLUGIN);
+    try {
+        (void)plugin.CreateAudioGenerator("sine", {});
+        ADD_FAILURE() << "nothing thrown";
+    } catch (Host::PluginException const& exception) {
+        EXPECT_STREQ(exception.what(),
+                     "The plug-in \"" SMALL_PLUGIN "\" makes no sound: it has no CreateAudioGenerator");
+    }
+}
+
 TEST(Plugin, SaysWhatTheLoaderSays) {
     EXPECT_THAT(GetFailure("/nowhere/libabsent.so"),
                 AllOf(StartsWith("Cannot open plug-in \"/nowhere/libabsent.so\": "),

@@ -6,9 +6,12 @@
 
 namespace Tarsel::Tools {
 
+std::filesystem::path FindPlugin(std::filesystem::path plugin) {
+    return plugin.empty() ? Host::Plugin::Find("lumenta") : std::move(plugin);
+}
+
 Effects LoadEffects(std::filesystem::path plugin) {
-    if (plugin.empty())
-        plugin = Host::Plugin::Find("lumenta");
+    plugin = FindPlugin(std::move(plugin));
     auto const registry = std::make_shared<Host::EffectRegistry>();
     Host::Plugin(plugin).Register(*registry);
     return {std::move(plugin), registry, MakeSP<Host::EffectFactory>(registry)};

@@ -15,8 +15,11 @@ struct Effects {
     SP<Host::EffectFactory> factory;
 };
 
-/// Loads the plug-in, the one that Host::Plugin::Find finds under this project's name when `plugin` is empty.
-/// Host::PluginException when there is none or it cannot be used.
+/// `plugin` itself, or the one that Host::Plugin::Find finds under this project's name when it is empty.
+/// Host::PluginException when there is none.
+std::filesystem::path FindPlugin(std::filesystem::path plugin);
+
+/// Loads the plug-in that FindPlugin finds. Host::PluginException when it cannot be used.
 Effects LoadEffects(std::filesystem::path plugin);
 
 } // namespace Tarsel::Tools

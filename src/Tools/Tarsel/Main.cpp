@@ -54,9 +54,10 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     app.footer(DescribeExitCodes() + "\n\"tarsel VERB --help\" tells more about each verb.");
 
     CommonOptions options;
-    std::array const verbs{AddRunVerb(app, options), AddStabilizeVerb(app, options),
-                           AddPaletteVerb(app, options), AddListVerb(app, options),
-                           AddExplainVerb(app, options)};
+    std::array const verbs{AddRunVerb(app, options),     AddStabilizeVerb(app, options),
+                           AddPaletteVerb(app, options), AddMixVerb(app, options),
+                           AddToneVerb(app, options),    AddMeterVerb(app, options),
+                           AddListVerb(app, options),    AddExplainVerb(app, options)};
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
@@ -66,7 +67,8 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     auto const verb =
         std::find_if(verbs.begin(), verbs.end(), [](Verb const& v) { return v.command->parsed(); });
     if (verb == verbs.end()) {
-        console.Print("tarsel: error: a verb is missing: run, stabilize, palette, list or explain\n"
+        console.Print("tarsel: error: a verb is missing: run, stabilize, palette, mix, tone, meter, "
+                      "list or explain\n"
                       "See \"tarsel --help\".");
         return ExitCode::BadArguments;
     }

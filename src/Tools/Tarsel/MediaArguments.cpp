@@ -1,36 +1,9 @@
 #include "Tools/Tarsel/MediaArguments.h"
 
-#include "Core/Throw.h"
-#include "Tools/Tarsel/UsageException.h"
+#include "Tools/Tarsel/EncoderOptions.h"
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
-
-#include <utility>
-
 namespace Tarsel::Tools {
-namespace {
-
-using EncoderOptions = std::vector<std::pair<std::string, std::string>>;
-
-EncoderOptions ParseEncoderOptions(std::vector<std::string> const& texts, char const* option,
-                                   char const* example) {
-    EncoderOptions options;
-    for (std::string const& text : texts) {
-        std::size_t const sign = text.find('=');
-        if (sign == std::string::npos || sign == 0)
-            Core::Throw<UsageException>(
-                {"Tools/Tarsel/MediaArguments",
-                 "EncoderOptions Tarsel::Tools::ParseEncoderOptions(const std::vector<std::string> &, const "
-                 "char *, const char *)"},
-                fmt::format("{} \"{}\" is not KEY=VALUE, for example {}", option, text, example));
-        options.emplace_back(text.substr(0, sign), text.substr(sign + 1));
-    }
-    return options;
-}
-
-} // namespace
-
 void MediaArguments::AddTo(CLI::App& command) {
     command.add_option("INPUT", input, "Film, still picture or sound to read")->required()->option_text(" ");
     command.add_option("OUTPUT", output, "File to write; its name tells the container")

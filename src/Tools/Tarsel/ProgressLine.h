@@ -7,7 +7,8 @@
 namespace Tarsel::Tools {
 
 /// Progress as one line of at most `columns` characters: a bar, percent, frames, frames a second and the time
-/// left; what does not fit is dropped, the bar first. Of unknown length: frames and frames a second. Pure;
+/// left; what does not fit is dropped, the bar first, and counts of frames where there are none, as in sound.
+/// Of unknown length: frames and frames a second. Pure;
 /// any thread.
 std::string RenderProgress(Media::RunProgress const& progress, int columns);
 

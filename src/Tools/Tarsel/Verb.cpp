@@ -37,4 +37,15 @@ void AddAtOption(CLI::App& command, std::optional<double>& at) {
         ->check(CheckTime, "");
 }
 
+void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<double>& value,
+                      std::string const& help, Seconds range) {
+    auto const check = [range](std::string const& text) {
+        auto const seconds = Core::TextToDouble(text);
+        return seconds && *seconds >= range.least && *seconds <= range.most
+                   ? ""
+                   : fmt::format("\"{}\" is no time in seconds, {} to {}", text, range.least, range.most);
+    };
+    command.add_option(name, value, help)->option_text("SECONDS")->check(check, "");
+}
+
 } // namespace Tarsel::Tools

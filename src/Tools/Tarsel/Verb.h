@@ -32,6 +32,16 @@ CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effect
 /// Adds "--at", the time in seconds of the picture for a still.
 void AddAtOption(CLI::App& command, std::optional<double>& at);
 
+/// The least and the most that is legal.
+struct Seconds {
+    double least;
+    double most;
+};
+
+/// Adds an option for a time in seconds within the range.
+void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<double>& value,
+                      std::string const& help, Seconds range);
+
 /// What a verb works with.
 struct Context {
     Console& console;
@@ -56,6 +66,12 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common);
 Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common);
 /// "palette": pictures of few colours.
 Verb AddPaletteVerb(CLI::App& app, CommonOptions& common);
+/// "mix": sounds into one.
+Verb AddMixVerb(CLI::App& app, CommonOptions& common);
+/// "tone": a sound file out of a source of sound.
+Verb AddToneVerb(CLI::App& app, CommonOptions& common);
+/// "meter": how loud a file's sound is over time.
+Verb AddMeterVerb(CLI::App& app, CommonOptions& common);
 /// "list": the effects of the plug-in and their parameters.
 Verb AddListVerb(CLI::App& app, CommonOptions& common);
 /// "explain": what effects would do with a format, without media.

@@ -4,6 +4,7 @@
 #include "Proc/Effects/Lumenta/Audio/Dynamics.h"
 #include "Proc/Effects/Lumenta/Audio/Equalizer.h"
 #include "Proc/Effects/Lumenta/Audio/Modulation.h"
+#include "Proc/Effects/Lumenta/AudioGeneratorFF.h"
 #include "Proc/Effects/Lumenta/ColorBalanceFF.h"
 #include "Proc/Effects/Lumenta/CreateEffect.h"
 #include "Proc/Effects/Lumenta/EffectImageResizer.h"
@@ -98,6 +99,11 @@ bool Registrator(Tarsel::Proc::IEffectRegistrar& registrar) {
     for (Tarsel::Proc::Registration const& row : Tarsel::Proc::s_registrations)
         isNew = std::visit(Tarsel::Proc::Register{registrar, *row.classId}, row.creator);
     return isNew;
+}
+
+void CreateAudioGenerator(Tarsel::SP<Tarsel::Proc::IAudioGenerator>& generator,
+                          std::string const& description, Tarsel::Conf::SampleInfo const& info) {
+    generator = Tarsel::MakeSP<Tarsel::Proc::AudioGeneratorFF>(description, info);
 }
 
 bool MediatorInitStage(Tarsel::Core::ProgressControllerStages& stages, int stage, char const* name) {

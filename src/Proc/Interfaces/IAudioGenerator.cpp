@@ -1,0 +1,7 @@
+#include "Proc/Interfaces/IAudioGenerator.h"
+
+namespace Tarsel::Proc {
+
+IAudioGenerator::~IAudioGenerator() = default;
+
+} // namespace Tarsel::Proc

@@ -1,0 +1,141 @@
+#include "Core/Text.h"
+#include "Core/Throw.h"
+#include "Media/PictureWriter.h"
+#include "Media/SoundReader.h"
+#include "Tools/Tarsel/Console.h"
+#include "Tools/Tarsel/ExitCodes.h"
+#include "Tools/Tarsel/LevelReport.h"
+#include "Tools/Tarsel/Levels.h"
+#include "Tools/Tarsel/SoundWork.h"
+#include "Tools/Tarsel/StandardStreams.h"
+#include "Tools/Tarsel/UsageException.h"
+#include "Tools/Tarsel/Verb.h"
+#include "Tools/Tarsel/Waveform.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Tools {
+namespace {
+
+constexpr std::int64_t s_leastSide = 16;
+constexpr std::int64_t s_mostSide = 8192;
+
+struct PictureSize {
+    std::uint32_t width;
+    std::uint32_t height;
+};
+
+struct MeterArguments {
+    std::string input;
+    std::optional<double> interval;
+    bool json = false;
+    std::string picture;
+    std::string size;
+    bool overwrite = false;
+};
+
+/// "1280x320". UsageException.
+PictureSize ParseSize(std::string const& text) {
+    auto const isLegal = [](std::optional<std::int64_t> const& side) {
+        return side && *side >= s_leastSide && *side <= s_mostSide;
+    };
+    std::size_t const sign = std::min(text.find('x'), text.size());
+    auto const width = Core::TextToInt64(text.substr(0, sign));
+    auto const height = Core::TextToInt64(text.substr(std::min(sign + 1, text.size())));
+    if (!isLegal(width) || !isLegal(height))
+        Core::Throw<UsageException>(
+            {"Tools/Tarsel/MeterVerb", "PictureSize Tarsel::Tools::ParseSize(const std::string &)"},
+            fmt::format("--size \"{}\" is no size of a picture: WxH, as 1280x320, each {} to {}", text,
+                        s_leastSide, s_mostSide));
+    return {static_cast<std::uint32_t>(*width), static_cast<std::uint32_t>(*height)};
+}
+
+/// A lane of this height for each channel.
+PictureSize ChooseSize(std::size_t channels) {
+    constexpr std::size_t lane = 160;
+    constexpr std::size_t most = 2048;
+    return {1280, static_cast<std::uint32_t>(std::min(lane * channels, most))};
+}
+
+/// Levels by column, finer than the columns are.
+LevelTrack MakeColumns(std::size_t channels, PictureSize const& size) {
+    constexpr std::size_t rowsAColumn = 8;
+    return {channels, 1, rowsAColumn * size.width};
+}
+
+void Meter(MeterArguments const& arguments, Context const& context) {
+    std::optional<PictureSize> size;
+    if (!arguments.size.empty())
+        size = ParseSize(arguments.size);
+    Media::PictureFileOptions const picture{arguments.picture, {arguments.input}, arguments.overwrite};
+    bool const draws = !arguments.picture.empty();
+    if (draws)
+        Media::CheckPictureFile(picture);
+
+    SoundWork work(context, false);
+    Media::SoundReader reader(arguments.input, work.GetStop());
+    Conf::SampleInfo const format = reader.GetInfo().format;
+    std::size_t const channels = format.layout.channels;
+    double const interval = arguments.interval.value_or(ChooseInterval(reader.GetDuration()));
+    LevelTrack levels(channels, interval * format.rate);
+    if (!size)
+        size = ChooseSize(channels);
+    LevelTrack columns = MakeColumns(channels, *size);
+
+    ChannelSamples samples;
+    while (auto const block = reader.Next()) {
+        ReadSamples(*block, samples);
+        levels.Add(samples);
+        if (draws)
+            columns.Add(samples);
+        work.ShowProgress(block->GetTime(), reader.GetDuration());
+    }
+    std::vector<std::string> notes = reader.GetNotes();
+    if (draws)
+        for (std::string& note :
+             Media::WritePicture(DrawWaveform(columns, size->width, size->height), picture))
+            notes.push_back(std::move(note));
+    work.Tell(notes);
+    LevelReport const report{arguments.input, format, interval, levels};
+    WriteOutput(arguments.json ? LevelsToJson(report) : FormatLevels(report));
+}
+
+} // namespace
+
+Verb AddMeterVerb(CLI::App& app, CommonOptions& common) {
+    CLI::App* const command = app.add_subcommand("meter", "Show how loud sound is")->group("Verbs");
+    auto const arguments = std::make_shared<MeterArguments>();
+    command->add_option("INPUT", arguments->input, "Sound, or film whose best sound is measured")
+        ->required()
+        ->option_text(" ");
+    AddSecondsOption(*command, "--interval", arguments->interval, "Length of a row; usual: about 40 rows",
+                     {0.001, 86400});
+    command->add_flag("--json", arguments->json, "Write JSON, for programs");
+    CLI::Option* const png =
+        command->add_option("--png", arguments->picture, "Draw the waveform too, as wave.png")
+            ->option_text("FILE");
+    command->add_option("--size", arguments->size, "Size of that, as 1280x320")
+        ->option_text("WxH")
+        ->needs(png);
+    command->add_flag("--overwrite", arguments->overwrite, "Replace that if it exists");
+    common.AddTo(*command);
+    command->footer("Peak and rms of each channel over time, and of all. The peak is the largest\n"
+                    "magnitude of a sample (not between samples); 0 dB is full scale, and a sine at\n"
+                    "full scale has an rms of -3.0 dB. Silence is -inf.\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel meter song.mp3\n"
+                    "  tarsel meter film.mp4 --interval 0.5 --png wave.png\n"
+                    "  tarsel meter song.wav --json | jq '.whole.levels[].peakDb'");
+    return {command, [arguments](Context const& context) { Meter(*arguments, context); }};
+}
+
+} // namespace Tarsel::Tools

@@ -1,0 +1,210 @@
+#include "Conf/AudioTime.h"
+#include "Core/Text.h"
+#include "Core/Throw.h"
+#include "Media/SoundReader.h"
+#include "Media/SoundWriter.h"
+#include "Tools/Tarsel/ExitCodes.h"
+#include "Tools/Tarsel/Levels.h"
+#include "Tools/Tarsel/Mixer.h"
+#include "Tools/Tarsel/SoundArguments.h"
+#include "Tools/Tarsel/SoundWork.h"
+#include "Tools/Tarsel/UsageException.h"
+#include "Tools/Tarsel/Verb.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Tarsel::Tools {
+namespace {
+
+constexpr char const* s_file = "Tools/Tarsel/MixVerb";
+
+struct MixArguments {
+    SoundArguments sound;
+    std::vector<std::string> inputs;
+    std::vector<std::string> volumes;
+};
+
+/// "0.5" or "-6dB" as a linear factor. UsageException.
+double ParseVolume(std::string const& text) {
+    constexpr std::string_view unit = "dB";
+    bool const isDecibels = text.ends_with(unit);
+    std::string_view const number =
+        std::string_view(text).substr(0, text.size() - (isDecibels ? unit.size() : 0));
+    std::optional<double> const value = Core::TextToDouble(number);
+    double const volume = isDecibels && value ? std::pow(10, *value / 20) : value.value_or(s_mostVolume + 1);
+    if (!value || !std::isfinite(*value) || !(std::abs(volume) <= s_mostVolume))
+        Core::Throw<UsageException>(
+            {s_file, "double Tarsel::Tools::ParseVolume(const std::string &)"},
+            fmt::format("--volume \"{}\" is no volume: a factor, -{} to {}, or decibels, up to {:g}dB", text,
+                        s_mostVolume, s_mostVolume, ToDecibels(s_mostVolume)));
+    return volume;
+}
+
+/// One for each input. UsageException.
+std::vector<double> ParseVolumes(MixArguments const& arguments) {
+    constexpr char const* signature = "std::vector<double> Tarsel::Tools::ParseVolumes(const MixArguments &)";
+    std::size_t const inputs = arguments.inputs.size();
+    if (inputs < 2)
+        Core::Throw<UsageException>({s_file, signature},
+                                    "One sound is no mix: two INPUTs are needed, or more");
+    if (arguments.volumes.empty())
+        return std::vector<double>(inputs, 1);
+    if (arguments.volumes.size() != inputs)
+        Core::Throw<UsageException>(
+            {s_file, signature},
+            fmt::format(
+                "Inputs: {}, volumes: {}; there is one --volume for each input, in their order, or none",
+                inputs, arguments.volumes.size()));
+    std::vector<double> volumes;
+    for (std::string const& text : arguments.volumes)
+        volumes.push_back(ParseVolume(text));
+    return volumes;
+}
+
+bool IsReal(Conf::SampleFormats format) {
+    Conf::SampleFormats const planar = Conf::SampleFmtRecord::Find(format).planarCounterpart;
+    return planar == Conf::SampleFormats::FloatPlanar || planar == Conf::SampleFormats::DoublePlanar;
+}
+
+/// The files of a mix, opened.
+class Inputs {
+public:
+    Inputs(std::vector<std::string> const& files, std::stop_token const& stop) {
+        for (std::string const& file : files)
+            m_readers.push_back({file, std::make_unique<Media::SoundReader>(file, stop)});
+    }
+
+    Conf::SampleInfo ChooseFormat() const;
+    /// What a file needs to hold all that is in them: format, of that of the mix, and depth.
+    void ChooseDepth(Media::SoundFileOptions& options) const;
+    /// The longest, in microseconds.
+    std::int64_t GetDuration() const;
+    std::vector<MixInput> MakeSources(Conf::SampleInfo const& format,
+                                      std::vector<double> const& volumes) const;
+    std::vector<std::string> GetNotes() const;
+
+private:
+    struct Input {
+        std::string file;
+        std::unique_ptr<Media::SoundReader> reader;
+    };
+    std::vector<Input> m_readers;
+};
+
+Conf::SampleInfo Inputs::ChooseFormat() const {
+    std::vector<Conf::SampleInfo> formats;
+    for (Input const& input : m_readers)
+        formats.push_back(input.reader->GetInfo().format);
+    return ChooseMixFormat(formats);
+}
+
+void Inputs::ChooseDepth(Media::SoundFileOptions& options) const {
+    constexpr int leastDepth = 16;
+    // Of real numbers, or of integers that real numbers of single precision hold.
+    constexpr int realDepth = 24;
+    bool isReal = false;
+    options.depth = leastDepth;
+    for (Input const& input : m_readers) {
+        Media::SoundStreamInfo const& info = input.reader->GetInfo();
+        options.depth = std::max(options.depth, info.depth);
+        isReal = isReal || (IsReal(info.format.format) && info.depth > realDepth);
+    }
+    if (!isReal && options.depth > realDepth)
+        options.format.format = Conf::SampleFormats::S32Planar;
+}
+
+std::int64_t Inputs::GetDuration() const {
+    std::int64_t longest = 0;
+    for (Input const& input : m_readers)
+        longest = std::max(longest, input.reader->GetDuration());
+    return longest;
+}
+
+std::vector<MixInput> Inputs::MakeSources(Conf::SampleInfo const& format,
+                                          std::vector<double> const& volumes) const {
+    std::vector<MixInput> sources;
+    for (std::size_t i = 0; i < m_readers.size(); ++i)
+        sources.push_back(
+            {SoundSource([&reader = *m_readers[i].reader] { return reader.Next(); }, format), volumes[i]});
+    return sources;
+}
+
+std::vector<std::string> Inputs::GetNotes() const {
+    std::vector<std::string> notes;
+    for (Input const& input : m_readers)
+        for (std::string const& note : input.reader->GetNotes())
+            notes.push_back(fmt::format("\"{}\": {}", input.file, note));
+    return notes;
+}
+
+void Mix(MixArguments const& arguments, Context const& context) {
+    std::vector<double> const volumes = ParseVolumes(arguments);
+    Media::SoundFileOptions options = arguments.sound.MakeOptions();
+    options.inputs.assign(arguments.inputs.begin(), arguments.inputs.end());
+    SoundWork work(context, arguments.sound.quiet);
+    Inputs const inputs(arguments.inputs, work.GetStop());
+    Conf::SampleInfo const format = inputs.ChooseFormat();
+    options.format = format;
+    inputs.ChooseDepth(options);
+    Media::SoundWriter writer(options);
+
+    Mixer mixer(format, inputs.MakeSources(format, volumes));
+    Conf::AudioTime clock;
+    while (auto const block = mixer.Next()) {
+        block->SetTime(clock.GetTime());
+        clock.AddSamples(format.rate, block->GetSampleCount());
+        writer.Write(*block);
+        work.CheckStop(arguments.sound.output);
+        work.ShowProgress(clock.GetTime(), inputs.GetDuration());
+    }
+    std::vector<std::string> notes = inputs.GetNotes();
+    writer.Publish();
+    for (std::string& note : writer.GetNotes())
+        notes.push_back(std::move(note));
+    if (double const over = ToDecibels(mixer.GetPeak()); over > 0)
+        notes.push_back(
+            fmt::format("The mix was clipped: it reached {:.1f} dB above full scale. Volumes lower "
+                        "by as much avoid it.",
+                        over));
+    work.Tell(notes);
+}
+
+} // namespace
+
+Verb AddMixVerb(CLI::App& app, CommonOptions& common) {
+    CLI::App* const command = app.add_subcommand("mix", "Mix sounds into one")->group("Verbs");
+    auto const arguments = std::make_shared<MixArguments>();
+    arguments->sound.AddOutputTo(*command);
+    command->add_option("INPUT", arguments->inputs, "Two or more sounds, or films with sound")
+        ->required()
+        ->option_text(" ");
+    command->add_option("--volume", arguments->volumes, "Of an input, as 0.5 or -6dB; one for each")
+        ->option_text("V")
+        ->allow_extra_args(false);
+    arguments->sound.AddOptionsTo(*command);
+    common.AddTo(*command);
+    command->footer("All begin together; the mix is as long as the longest, the others are silent\n"
+                    "after their end. It has the highest rate and the most channels of them, and as\n"
+                    "many bits a sample as the finest (compressed sound counts as 16). Of a film its\n"
+                    "best sound is taken. Nothing is clipped before all are added up; a note tells\n"
+                    "when the sum was. Without --volume all go in as they are; a negative factor\n"
+                    "turns a sound over.\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel mix out.wav voice.wav music.mp3 --volume 1 --volume -12dB\n"
+                    "  tarsel mix out.flac left.wav right.wav --volume 0.5 --volume 0.5");
+    return {command, [arguments](Context const& context) { Mix(*arguments, context); }};
+}
+
+} // namespace Tarsel::Tools

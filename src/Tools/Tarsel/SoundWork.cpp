@@ -1,0 +1,47 @@
+#include "Tools/Tarsel/SoundWork.h"
+
+#include "Core/Throw.h"
+#include "Media/MediaExceptions.h"
+#include "Tools/Tarsel/Console.h"
+#include "Tools/Tarsel/ProgressLine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace Tarsel::Tools {
+
+SoundWork::SoundWork(Context const& context, bool quiet)
+    : m_context(context), m_quiet(quiet), m_signals(m_stop) {}
+
+void SoundWork::CheckStop(std::string const& output) const {
+    if (m_stop.stop_requested())
+        Core::Throw<Media::InterruptedException>(
+            {"Tools/Tarsel/SoundWork", "void Tarsel::Tools::SoundWork::CheckStop(const std::string &) const"},
+            fmt::format("\"{}\" was not finished: the run was stopped", output));
+}
+
+void SoundWork::ShowProgress(std::int64_t done, std::int64_t all) {
+    constexpr std::chrono::milliseconds pause(100);
+    Clock::time_point const now = Clock::now();
+    if (m_quiet || !m_context.console.IsTerminal() || all <= 0 || now - m_shown < pause)
+        return;
+    m_shown = now;
+    double const share = std::clamp(static_cast<double>(done) / static_cast<double>(all), 0.0, 1.0);
+    Media::RunProgress progress;
+    progress.done = share;
+    if (share > 0)
+        progress.secondsLeft = std::chrono::duration<double>(now - m_begin).count() * (1 - share) / share;
+    // The last column stays free: a terminal would go to the next line.
+    m_context.console.SetStatus(RenderProgress(progress, m_context.console.GetColumns() - 1));
+}
+
+void SoundWork::Tell(std::vector<std::string> const& notes) {
+    m_context.console.SetStatus({});
+    if (m_quiet)
+        return;
+    for (std::string const& note : notes)
+        m_context.console.Print("tarsel: note: " + note);
+}
+
+} // namespace Tarsel::Tools

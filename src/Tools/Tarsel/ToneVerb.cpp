@@ -1,0 +1,148 @@
+#include "Conf/AudioTime.h"
+#include "Conf/FormatCodecAudio.h"
+#include "Core/Throw.h"
+#include "Host/Plugin.h"
+#include "Media/SoundWriter.h"
+#include "Proc/Interfaces/IAudioGenerator.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
+#include "Tools/Tarsel/Effects.h"
+#include "Tools/Tarsel/ExitCodes.h"
+#include "Tools/Tarsel/SoundArguments.h"
+#include "Tools/Tarsel/SoundSource.h"
+#include "Tools/Tarsel/SoundWork.h"
+#include "Tools/Tarsel/UsageException.h"
+#include "Tools/Tarsel/Verb.h"
+
+#include <CLI/CLI.hpp>
+#include <boost/exception/get_error_info.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Tools {
+namespace {
+
+constexpr char const* s_file = "Tools/Tarsel/ToneVerb";
+constexpr double s_usualDuration = 5;
+constexpr int s_blockSize = 8192;
+
+struct ToneArguments {
+    SoundArguments sound;
+    std::string source = "sine=frequency=440";
+    std::optional<double> duration;
+    std::optional<std::int32_t> rate;
+    std::string layout;
+};
+
+/// UsageException with FFmpeg's words for a text that makes no sound.
+SP<Proc::IAudioGenerator> MakeGenerator(std::string const& source, std::string const& plugin) {
+    Host::Plugin const library(FindPlugin(plugin));
+    try {
+        return library.CreateAudioGenerator(source, {});
+    } catch (Proc::EffectException const& failure) {
+        int const* const error = boost::get_error_info<Proc::TagFFmpegError>(failure);
+        Core::Throw<UsageException>(
+            {s_file, "SP<Proc::IAudioGenerator> Tarsel::Tools::MakeGenerator(const std::string &, const "
+                     "std::string &)"},
+            fmt::format("--source \"{}\" makes no sound: {}", source,
+                        error != nullptr ? Proc::GetFFmpegErrorText(*error) : failure.what()));
+    }
+}
+
+/// Empty for an empty name. UsageException.
+std::optional<Conf::ChannelLayout> ParseLayout(std::string const& name) {
+    if (name.empty())
+        return std::nullopt;
+    auto const layout = Conf::ChannelLayout::FromName(name);
+    if (!layout)
+        Core::Throw<UsageException>(
+            {s_file, "std::optional<Conf::ChannelLayout> Tarsel::Tools::ParseLayout(const std::string &)"},
+            fmt::format("--layout \"{}\" is no layout of channels, as mono, stereo or 5.1", name));
+    return layout;
+}
+
+/// What the generator makes, where the user does not want something else.
+Conf::SampleInfo ChooseFormat(Proc::IAudioGenerator& generator, ToneArguments const& arguments) {
+    SP<Conf::IFormatCodecAudio> codec = MakeSP<Conf::FormatCodecAudio>();
+    generator.UpdateFormatCodec(codec);
+    Conf::SampleInfo format = codec->GetSampleInfo();
+    format.rate = arguments.rate.value_or(format.rate);
+    format.layout = ParseLayout(arguments.layout).value_or(format.layout);
+    return format;
+}
+
+/// Filters that work in double precision need none in a file; 0 leaves others as they are.
+int ChooseDepth(Conf::SampleFormats format) {
+    return Conf::SampleFmtRecord::Find(format).size == sizeof(double) ? 32 : 0;
+}
+
+void MakeTone(ToneArguments const& arguments, Context const& context) {
+    Media::SoundFileOptions options = arguments.sound.MakeOptions();
+    SP<Proc::IAudioGenerator> const generator = MakeGenerator(arguments.source, context.options.plugin);
+    options.format = ChooseFormat(*generator, arguments);
+    options.depth = ChooseDepth(options.format.format);
+    SoundWork work(context, arguments.sound.quiet);
+    Media::SoundWriter writer(options);
+
+    std::int32_t const rate = options.format.rate;
+    std::int64_t const samples = std::llround(arguments.duration.value_or(s_usualDuration) * rate);
+    SoundSource source([&] { return generator->Get(); }, options.format);
+    Conf::AudioTime clock;
+    std::int64_t left = samples;
+    while (left > 0) {
+        auto const block = source.Take(static_cast<int>(std::min<std::int64_t>(left, s_blockSize)));
+        if (!block)
+            break;
+        block->SetTime(clock.GetTime());
+        clock.AddSamples(rate, block->GetSampleCount());
+        left -= block->GetSampleCount();
+        writer.Write(*block);
+        work.CheckStop(arguments.sound.output);
+        work.ShowProgress(samples - left, samples);
+    }
+    std::vector<std::string> notes = writer.GetNotes();
+    bool const isCut = left == 0 && !arguments.duration && source.Take(1) != nullptr;
+    writer.Publish();
+    if (isCut && arguments.source != ToneArguments().source)
+        notes.push_back(fmt::format("The source goes on after {} s, where the file ends: --duration tells "
+                                    "another length.",
+                                    s_usualDuration));
+    work.Tell(notes);
+}
+
+} // namespace
+
+Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
+    CLI::App* const command = app.add_subcommand("tone", "Make sound out of nothing")->group("Verbs");
+    auto const arguments = std::make_shared<ToneArguments>();
+    arguments->sound.AddOutputTo(*command);
+    command->add_option("--source", arguments->source, "FFmpeg filters that begin with a source of sound")
+        ->option_text("TEXT");
+    AddSecondsOption(*command, "--duration", arguments->duration,
+                     "Length; usual: 5, or where the source ends", {1e-6, 1e6});
+    command->add_option("--rate", arguments->rate, "Samples a second; usual: the source's")
+        ->option_text("N")
+        ->check(CLI::Range(1000, 768000));
+    command->add_option("--layout", arguments->layout, "Channels, as stereo; usual: the source's")
+        ->option_text("NAME");
+    arguments->sound.AddOptionsTo(*command);
+    common.AddTo(*command);
+    command->footer("TEXT is \"sine=frequency=440\" where none is given. A source that ends earlier\n"
+                    "ends the file. --rate and --layout convert what comes out of TEXT; better still\n"
+                    "the source makes it so: \"sine=sample_rate=48000\".\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel tone a.wav --duration 10\n"
+                    "  tarsel tone noise.flac --source anoisesrc=color=pink --layout stereo\n"
+                    "  tarsel tone beep.wav --source \"sine=f=1000:d=0.2,volume=-6dB\"");
+    return {command, [arguments](Context const& context) { MakeTone(*arguments, context); }};
+}
+
+} // namespace Tarsel::Tools
