@@ -3,7 +3,7 @@
 
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
-#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 
 #include <benchmark/benchmark.h>
 

@@ -29,6 +29,7 @@ foreach(header
     Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioRef.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h
     Proc/Effects/Lumenta/EffectFFMPEGAudio.h Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h
+    Proc/Effects/Lumenta/EffectFFMPEGTwoInputAudio.h
     Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
     Proc/Effects/Lumenta/OptionText.h Proc/Effects/Lumenta/Graph/OutputConversion.h
     Proc/Effects/Lumenta/Pixels/AlphaBlend.h Proc/Effects/Lumenta/Pixels/ColorQuant.h)

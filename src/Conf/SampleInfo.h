@@ -3,6 +3,7 @@
 #include "Conf/ChannelLayout.h"
 #include "Conf/SampleFormats.h"
 
+#include <bit>
 #include <cstdint>
 
 namespace Tarsel::Conf {
@@ -21,5 +22,13 @@ struct SampleInfo {
 
     friend bool operator==(SampleInfo const&, SampleInfo const&) = default;
 };
+
+/// Whether nothing about the sound is unknown, and the layout names as many channels as it has, or none.
+inline bool IsKnown(SampleInfo const& info) noexcept {
+    auto const& [mask, channels] = info.layout;
+    return static_cast<std::uint32_t>(info.format) <=
+               static_cast<std::uint32_t>(SampleFormats::DoublePlanar) &&
+           info.rate > 0 && channels > 0 && (mask == 0 || std::popcount(mask) == channels);
+}
 
 } // namespace Tarsel::Conf

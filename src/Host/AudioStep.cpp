@@ -17,11 +17,6 @@ namespace {
 
 using Conf::SampleFormats;
 
-bool IsKnown(Conf::SampleInfo const& info) {
-    return Conf::SampleFmtRecord::Find(info.format).format != SampleFormats::Unknown && info.rate > 0 &&
-           info.layout.channels > 0;
-}
-
 /// What is wrong with a block; empty when nothing is. One that holds less than it says would be read past its
 /// end by whoever comes next.
 std::string FindFault(Proc::IDataAudio const& block) {
@@ -30,8 +25,8 @@ std::string FindFault(Proc::IDataAudio const& block) {
         return "it gave a block without AVFrame";
     Conf::SampleInfo const said = block.GetSampleInfo();
     std::int64_t const count = block.GetSampleCount();
-    if (IsKnown(said) && said == Proc::GetFrameSampleInfo(*frame) && count >= 0 &&
-        count <= frame->nb_samples && Proc::HasSamples(*frame))
+    if (Conf::IsKnown(said) && said == Proc::GetFrameSampleInfo(*frame) && count == frame->nb_samples &&
+        Proc::HasSamples(*frame))
         return {};
     return fmt::format("it gave a block said to be of {} samples of {}, whose AVFrame has {} of {}", count,
                        Proc::SoundText(said), Proc::HasSamples(*frame) ? frame->nb_samples : 0,

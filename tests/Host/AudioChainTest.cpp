@@ -137,7 +137,8 @@ TEST(AudioChain, RefusesBlocksThatHoldLessThanTheySay) {
     };
     Case const cases[] = {
         {[](Liar&) {}, nullptr},
-        {[](Liar& liar) { liar.count = 0; }, nullptr},
+        {[](Liar& liar) { liar.count = 9; },
+         "said to be of 9 samples of 44100 Hz s16 stereo, whose AVFrame has 10 of 44100 Hz s16 stereo"},
         {[](Liar& liar) { liar.frame = nullptr; }, "without AVFrame"},
         {[](Liar& liar) { liar.count = 11; },
          "said to be of 11 samples of 44100 Hz s16 stereo, whose AVFrame has 10 of 44100 Hz s16 stereo"},

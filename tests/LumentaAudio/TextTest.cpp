@@ -44,7 +44,13 @@ TEST(Text, OfDistortion) {
         {"distortion", "mode=wrap:amount=0.25", "aeval=mod(0.7725 * val(ch)\\, 2)-1:c=same"},
         {"distortion", "mode=cube:amount=0.25", "aeval=pow(7.8125 * val(ch)\\, 3):c=same"},
         {"distortion", "mode=sine:amount=0.25", "aeval=sin(3.59375 * val(ch)):c=same"},
-        // In single precision.
+        // In single precision, products rounded before they are added.
+        {"distortion", "amount=0.027", "aeval=tanh(40.0032 * val(ch)):c=same"},
+        {"distortion", "amount=0.598", "aeval=tanh(74.2155 * val(ch)):c=same"},
+        {"distortion", "mode=cube:amount=0.003", "aeval=pow(5.0004 * val(ch)\\, 3):c=same"},
+        {"distortion", "mode=cube:amount=0.105", "aeval=pow(5.49613 * val(ch)\\, 3):c=same"},
+        {"distortion", "mode=sine:amount=0.001", "aeval=sin(0.500049 * val(ch)):c=same"},
+        {"distortion", "mode=sine:amount=0.077", "aeval=sin(0.793486 * val(ch)):c=same"},
         {"distortion", "mode=soft-clip:amount=0:gain=0:tone=0", clip("0.031595", "0", 1000)},
         {"distortion", "mode=soft-clip:amount=1:gain=1:tone=1", clip("16535.4", "99", 19990)},
         {"distortion", "mode=soft-clip:amount=0.25:gain=0.1:tone=0.3", clip("1.27792", "9.9", 9467)},
@@ -108,6 +114,9 @@ TEST(Text, OfTheNoiseGateHasTimesForEachChannel) {
         {"noise-gate", "threshold=-900:reduction=0.0199",
          "compand=0.01|0.01|0.01:0.2|0.2|0.2:-900/-900|-900/-900|-899.9/-899.9:6:0:-90:.1",
          MakeInfo(44100, {0, 3})},
+        // In single precision: in double it would be -28.
+        {"noise-gate", "threshold=-40:reduction=0.58",
+         "compand=0.01|0.01:0.2|0.2:-900/-900|-40/-900|-39.9/-39.9:6:-29:-90:.1"},
         {"noise-gate", "threshold=-40:attack=1e-7:decay=10:soft-knee=0.01:reduction=1",
          "compand=1e-07|1e-07:10|10:-900/-900|-40/-900|-39.9/-39.9:0.01:-50:-90:.1"},
     });

@@ -4,6 +4,7 @@
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Settings/Delay.h"
 #include "Proc/Settings/Dynamics.h"
+#include "Proc/Settings/Equalizer.h"
 #include "Proc/Settings/Format.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "SoundCases.h"
@@ -16,6 +17,7 @@
 #include <cmath>
 #include <filesystem>
 #include <iterator>
+#include <limits>
 #include <thread>
 
 namespace Tarsel::Test {
@@ -216,6 +218,33 @@ TEST(SoundWrapper, AsksAGraphForAFormatOnce) {
         used->UpdateFormatCodec(codec);
         EXPECT_EQ(codec->GetSampleInfo().layout, (Conf::ChannelLayout{mask, 2}));
         codec = MakeCodec(SampleInfo::Init(SampleFormats::S32, 44100, {0, 2}));
+    }
+}
+
+TEST(SoundWrapper, StatisticsOutlastTheStream) {
+    for (SoundCase const& row : GetSoundCases()) {
+        auto const effect = row.Make();
+        RunStream(*effect, {MakeBlock()});
+        EXPECT_EQ(effect->GetStatistic()["Options"].GetString(), row.text);
+    }
+}
+
+TEST(SoundWrapper, InfiniteGainsCountAsNone) {
+    constexpr float endless = std::numeric_limits<float>::infinity();
+    Proc::SettingsAudioEqualizer equalizer;
+    equalizer.bands = {{1000, 5}};
+    equalizer.factor = endless;
+    Proc::SettingsAudioEcho echo;
+    echo.echos = {{10, 0.5}};
+    echo.delayScale = -endless;
+    for (Proc::Settings const* const settings :
+         {static_cast<Proc::Settings*>(&equalizer), static_cast<Proc::Settings*>(&echo)}) {
+        auto const effect = MakeEffect(settings->GetClassId());
+        effect->SetSettings(*settings);
+        SP<IDataAudio> const block = MakeBlock();
+        SP<IDataAudio> data = block;
+        effect->Process(data);
+        EXPECT_EQ(data, block);
     }
 }
 

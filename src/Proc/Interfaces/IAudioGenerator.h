@@ -17,6 +17,8 @@ public:
     /// from 0 on by the samples handed out, in microseconds; no duration is set. EffectException for a sample
     /// format that is none of this host's; MemoryException.
     virtual SP<IDataAudio> Get() = 0;
+    /// Whether the last Get gave null because of a failure.
+    virtual bool HasFailed() const noexcept = 0;
     /// Sends a command to the filters of that name or type, or to "all". EffectException when there is none
     /// or it does not take the command.
     virtual void SendCmd(std::string const& target, std::string const& command,

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -37,6 +36,7 @@ constexpr char const* s_flush = "std::optional<SafeFrame> Tarsel::Proc::SafeSwrC
 
 constexpr std::int64_t s_second = 1'000'000; // in microseconds
 constexpr std::int64_t s_mostTimes = 256;
+constexpr int s_mostChannels = 64; // SWR_CH_MAX
 
 std::string SidesText(SwrCtxParams const& params) {
     return fmt::format("Cannot convert sound from {} to {}", SoundText(params.from), SoundText(params.to));
@@ -44,12 +44,6 @@ std::string SidesText(SwrCtxParams const& params) {
 
 AVSampleFormat FFmpegFormat(Conf::SampleInfo const& info) noexcept {
     return static_cast<AVSampleFormat>(Conf::SampleFormatFFMPEGFromTarsel(info.format));
-}
-
-bool IsKnown(Conf::SampleInfo const& info) noexcept {
-    auto const& [mask, channels] = info.layout;
-    return FFmpegFormat(info) != AV_SAMPLE_FMT_NONE && info.rate > 0 && channels > 0 &&
-           (mask == 0 || std::popcount(mask) == channels);
 }
 
 bool AreRatesFarApart(SwrCtxParams const& params) noexcept {
@@ -85,6 +79,9 @@ int Init(SwrContext*& context, SwrCtxParams const& params) {
                                     FFmpegFormat(params.from), params.from.rate, 0, nullptr);
     if (error >= 0 && NeedsDouble(params))
         error = av_opt_set_sample_fmt(context, "internal_sample_fmt", AV_SAMPLE_FMT_DBLP, 0);
+    // Channels that are mixed stay within full scale, as libswresample has it of itself for integers alone.
+    if (error >= 0)
+        error = av_opt_set_double(context, "rematrix_maxval", 1, 0);
     return error < 0 ? error : swr_init(context);
 }
 
@@ -134,7 +131,7 @@ void SafeSwrContext::FreeContext::operator()(SwrContext* context) const noexcept
 SafeSwrContext::Context SafeSwrContext::MakeContext(SwrCtxParams const& params) {
     Core::Site const site{s_file, "Tarsel::Proc::SafeSwrContext::SafeSwrContext(const SwrCtxParams &)"};
     int error = AVERROR(EINVAL);
-    if (IsKnown(params.from) && IsKnown(params.to)) {
+    if (Conf::IsKnown(params.from) && Conf::IsKnown(params.to)) {
         if (AreRatesFarApart(params))
             Core::Throw<EffectException>(site, fmt::format("{}: one rate is more than {} times the other",
                                                            SidesText(params), s_mostTimes));
@@ -143,6 +140,14 @@ SafeSwrContext::Context SafeSwrContext::MakeContext(SwrCtxParams const& params) 
         Context owner(context);
         if (error >= 0)
             return owner;
+        if (int const most = std::max(params.from.layout.channels, params.to.layout.channels);
+            most > s_mostChannels)
+            Core::Throw<EffectException>(site, fmt::format("{}: at most {} channels can be converted",
+                                                           SidesText(params), s_mostChannels));
+        if (params.from.layout.channels != params.to.layout.channels &&
+            (params.from.layout.mask == 0 || params.to.layout.mask == 0))
+            Core::Throw<EffectException>(
+                site, fmt::format("{}: channels without a layout cannot be mixed", SidesText(params)));
     }
     if (error == AVERROR(ENOMEM))
         Core::Throw<Core::MemoryException>(site, SidesText(params));

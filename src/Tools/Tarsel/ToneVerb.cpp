@@ -107,6 +107,11 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
         work.CheckStop(arguments.sound.output);
         work.ShowProgress(samples - left, samples);
     }
+    if (generator->HasFailed())
+        Core::Throw<Proc::EffectException>(
+            {s_file, "void Tarsel::Tools::MakeTone(const ToneArguments &, const Context &)"},
+            fmt::format("--source \"{}\" fails after {:.3f} s", arguments.source,
+                        static_cast<double>(samples - left) / rate));
     std::vector<std::string> notes = writer.GetNotes();
     bool const isCut = left == 0 && !arguments.duration && source.Take(1) != nullptr;
     writer.Publish();

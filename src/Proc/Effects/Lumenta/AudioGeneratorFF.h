@@ -14,6 +14,7 @@ public:
     AudioGeneratorFF(std::string const& description, Conf::SampleInfo const& info);
 
     SP<IDataAudio> Get() override;
+    bool HasFailed() const noexcept override { return m_generator->HasFailed(); }
     void SendCmd(std::string const& target, std::string const& command, std::string const& argument) override;
     void UpdateFormatCodec(SP<Conf::IFormatCodecAudio>& format) override;
 

@@ -15,6 +15,7 @@
 extern "C" {
 #include <libavfilter/avfilter.h>
 #include <libavfilter/buffersink.h>
+#include <libavutil/error.h>
 #include <libavutil/frame.h>
 }
 
@@ -37,7 +38,9 @@ EffectFFMPEGAudioGenerator::Create(std::string const& description,
 
 SP<IDataAudio> EffectFFMPEGAudioGenerator::Get() {
     SafeFrame frame;
-    if (av_buffersink_get_frame(m_sink, frame.Get()) != 0)
+    int const result = av_buffersink_get_frame(m_sink, frame.Get());
+    m_failed = result != 0 && result != AVERROR_EOF && result != AVERROR(EAGAIN);
+    if (result != 0)
         return nullptr;
     SP<IDataAudio> block = MakeSinkBlock(*frame);
     block->SetTime(m_clock.GetTime());

@@ -25,10 +25,12 @@ public:
     static SP<EffectFFMPEGAudioGenerator> Create(std::string const& description,
                                                  SP<Conf::IFormatCodecAudio const> const& format);
 
-    /// The next block, or null when the source has come to its end or failed. Times run from 0 on by the
-    /// samples handed out; no duration is set. EffectException for a sample format that is none of this
-    /// host's; MemoryException.
+    /// The next block, or null when the source has come to its end or failed (HasFailed). Times run from 0 on
+    /// by the samples handed out; no duration is set. EffectException for a sample format that is none of
+    /// this host's; MemoryException.
     SP<IDataAudio> Get();
+    /// Whether the last Get gave null because of a failure.
+    bool HasFailed() const noexcept { return m_failed; }
     /// Sends a command to the filters of that name or type, or to "all". EffectException "Can't send command
     /// to filter" when there is none or it does not take the command; FFmpeg's number and words are attached.
     void SendCmd(std::string const& target, std::string const& command, std::string const& argument);
@@ -39,6 +41,7 @@ private:
     EffectFFMPEGAudioGenerator(std::string const& description, std::string const& sourceArgs);
 
     Conf::AudioTime m_clock;
+    bool m_failed = false;
 };
 
 } // namespace Tarsel::Proc

@@ -18,6 +18,7 @@ extern "C" {
 #include <libavfilter/avfilter.h>
 #include <libavfilter/buffersink.h>
 #include <libavfilter/buffersrc.h>
+#include <libavutil/common.h>
 #include <libavutil/error.h>
 #include <libavutil/frame.h>
 #include <libavutil/mathematics.h>
@@ -58,7 +59,8 @@ SP<IDataAudio> MakeBlock(AVFrame const& frame, int skip, AVFilterContext const* 
     av_samples_copy(block->GetAVFrame()->extended_data, frame.extended_data, 0, skip, count,
                     frame.ch_layout.nb_channels, static_cast<AVSampleFormat>(frame.format));
     std::int64_t const time = ToMicroseconds(frame.pts, sink);
-    block->SetTime(time == AV_NOPTS_VALUE ? time : time + Conf::GetDuration(frame.sample_rate, skip));
+    block->SetTime(time == AV_NOPTS_VALUE ? time
+                                          : av_sat_add64(time, Conf::GetDuration(frame.sample_rate, skip)));
     block->SetDuration(Conf::GetDuration(frame.sample_rate, count));
     return block;
 }

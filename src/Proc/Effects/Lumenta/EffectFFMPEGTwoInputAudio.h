@@ -3,6 +3,7 @@
 #include "Conf/IFormatCodecAudio.h"
 #include "Conf/SampleInfo.h"
 #include "Core/RefCount.h"
+#include "Proc/Effects/Lumenta/Api.h"
 #include "Proc/Interfaces/IDataAudio.h"
 #include "Proc/Wrappers/SafeFrame.h"
 #include "Proc/Wrappers/SafeSwrContext.h"
@@ -26,7 +27,7 @@ namespace Tarsel::Proc {
 /// Blocks of either side are all of the form the graph was built for; FFmpeg refuses others. Blocks that went
 /// in are not changed. What one side is ahead of the other waits inside. It runs on the caller's thread
 /// alone. Not synchronised: the owner serialises calls.
-class EffectFFMPEGTwoInputAudio : public Core::RefCounted<Core::IRefCountable> {
+class LUMENTA_API EffectFFMPEGTwoInputAudio : public Core::RefCounted<Core::IRefCountable> {
 public:
     /// Builds the graph. Throws EffectException, with FFmpeg's number and words and the graph's text as tags:
     /// "Cannot process graph", and "Not enough memory for filter" (transcoding error code 35).

@@ -43,7 +43,8 @@ struct EffectActionsAudio;
 /// An audio effect whose work one filter graph does: everything but what hangs on the settings class. Blocks
 /// pass untouched where the settings are empty or their description is. The graph is built by the first block
 /// and again when blocks change format, rate or layout or the graph has failed; other settings and Reset drop
-/// it. All operations may be called from any thread; one lock for each effect.
+/// it. All operations may be called from any thread; one lock for each effect. What
+/// GetSettingsBase gives is not to be read while another thread sets settings.
 class EffectFafloplalAudioBase : public Core::RefCounted<IOneInputEffectAudio>,
                                  public IEffectStreamAudio,
                                  public IEffectDetailsAudio {
@@ -55,6 +56,8 @@ public:
     /// before there is a graph.
     Core::Property GetStatistic() const override;
     void Process(SP<IDataAudio>& data) override;
+    /// Always writes the sample format; rate and layout, which the filters keep, only where a graph had to be
+    /// asked: a layout without names may then have got some.
     void UpdateFormatCodec(SP<Conf::IFormatCodecAudio>& format) override;
 
     void Feed(SP<IDataAudio> const& data) override;

@@ -2,7 +2,7 @@
 
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
-#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <glog/logging.h>

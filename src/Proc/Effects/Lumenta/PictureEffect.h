@@ -25,7 +25,8 @@ namespace Tarsel::Proc {
 
 /// A video effect that makes one frame of each by itself, without a filter graph: all of it but the pixels.
 /// `Interface` is IOneInputEffectVideo or one derived from it, S the settings class. All operations may be
-/// called from any thread; one lock for each effect.
+/// called from any thread; one lock for each effect. What
+/// GetSettingsBase gives is not to be read while another thread sets settings.
 template <class Interface, class S>
 class PictureEffect : public Core::RefCounted<Interface>,
                       public IEffectStreamVideo,

@@ -29,10 +29,6 @@ std::string GetText(SwrCtxParams const& params) {
     return params.from == params.to ? "" : SoundText(params.from) + " -> " + SoundText(params.to);
 }
 
-bool IsKnown(Conf::SampleInfo const& info) noexcept {
-    return info.format != Conf::SampleFormats::Unknown && info.rate > 0 && info.layout.channels > 0;
-}
-
 } // namespace
 
 SP<ResampleFF> ResampleFF::Create(SP<IEffectFactory const> const&, SP<IFactoryDataAudio const> const&) {
@@ -109,7 +105,7 @@ void ResampleFF::UpdateFormatCodec(SP<Conf::IFormatCodecAudio>& format) {
     SwrCtxParams const params = GetParams(format->GetSampleInfo());
     if (params.from == params.to)
         return;
-    if (IsKnown(params.from) && params != m_converter.GetParams())
+    if (Conf::IsKnown(params.from) && params != m_converter.GetParams())
         SafeSwrContext{params};
     format->SetSampleInfo(params.to);
 }

@@ -20,7 +20,8 @@ namespace Tarsel::Proc {
 /// Converts rate, format and channels of sound, as SafeSwrContext does. Blocks that are already what is asked
 /// for pass as they are. When the form of the blocks or the settings change, the rest of the sound before
 /// comes out first, as it was asked for. All operations may be called from any thread; one lock for each
-/// effect.
+/// effect. What
+/// GetSettingsBase gives is not to be read while another thread sets settings.
 class ResampleFF : public Core::RefCounted<IResample>, public IEffectStreamAudio, public IEffectDetailsAudio {
 public:
     /// Creator (see AudioEffectCreator); it uses neither factory.

@@ -119,6 +119,9 @@ std::int64_t VibratoActions::GetWarmUp(SettingsType const& settings, Conf::Sampl
     // Lengths as the filter rounds them; a line holds 5 ms.
     std::int64_t const line = std::llrint(info.rate * 0.005 + 0.5);
     std::int64_t const swing = std::llrint(info.rate / frequency + 0.5);
+    constexpr std::int64_t longestSwing = 1 << 22; // so long a one hardly moves while the line fills
+    if (swing > longestSwing)
+        return line;
     return (line + swing - 1) / swing * swing;
 }
 

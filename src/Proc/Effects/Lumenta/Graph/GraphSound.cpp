@@ -38,6 +38,8 @@ void CheckFrame(AVFrame const& frame, std::string const& filter) {
     int const channels = frame.ch_layout.nb_channels;
     if (channels <= 0)
         refuse("Block has no channels");
+    if (frame.nb_samples < 0)
+        refuse(fmt::format("Block has {} samples", frame.nb_samples));
     int const planes = CountPlanes(frame);
     std::int64_t const sampleSize = av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame.format));
     std::int64_t const needed = frame.nb_samples * sampleSize * (channels / planes);

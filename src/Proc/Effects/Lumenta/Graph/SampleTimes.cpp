@@ -4,6 +4,7 @@
 
 extern "C" {
 #include <libavutil/avutil.h>
+#include <libavutil/common.h>
 }
 
 namespace Tarsel::Proc {
@@ -21,7 +22,7 @@ std::int64_t SampleTimes::Pop(std::int64_t samples) {
     m_taken += samples;
     if (m_blocks.empty() || m_blocks.front().time == AV_NOPTS_VALUE)
         return AV_NOPTS_VALUE;
-    return m_blocks.front().time + Conf::GetDuration(m_rate, taken);
+    return av_sat_add64(m_blocks.front().time, Conf::GetDuration(m_rate, taken));
 }
 
 } // namespace Tarsel::Proc

@@ -11,7 +11,8 @@ void SoundStream::Feed(SP<EffectFFMPEGAudio> const& graph, SP<IDataAudio> const&
     graph->Feed(data);
     if (!m_running.graph)
         m_running = {graph, SampleTimes(data->GetSampleInfo().rate)};
-    m_running.times.Push(data->GetTime(), data->GetSampleCount());
+    if (m_counted)
+        m_running.times.Push(data->GetTime(), data->GetSampleCount());
     while (SP<IDataAudio> out = Pull(m_running))
         m_waiting.emplace_back(std::move(out));
 }

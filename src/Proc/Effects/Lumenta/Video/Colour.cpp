@@ -2,7 +2,7 @@
 
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
-#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 
 #include <array>
 #include <cstdint>

@@ -4,7 +4,7 @@
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Effects/Lumenta/Graph/FrameSize.h"
-#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/Graph/SampleDepth.h"
+#include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 
 #include "Proc/Interfaces/ProcExceptions.h"
 
