@@ -8,7 +8,6 @@ namespace Tarsel::Tools {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
