@@ -88,11 +88,11 @@ std::string ReadColumn(Proc::IDataVideo const& picture, std::uint32_t column) {
     std::string kinds;
     for (std::uint32_t row = 0; row < plane.rows; ++row) {
         auto const* const pixel = plane.data + static_cast<std::ptrdiff_t>(row) * plane.lineSize + 3 * column;
-        bool const isBright = pixel[1] > 100;
-        kinds += pixel[2] > 150               ? (isBright ? 'B' : 'b')
-                 : pixel[0] > 150             ? 'r'
-                 : pixel[2] > 110 && isBright ? 'R'
-                                              : '.';
+        kinds += pixel[2] > 220   ? 'B'
+                 : pixel[2] > 150 ? 'b'
+                 : pixel[0] > 220 ? 'R'
+                 : pixel[0] > 150 ? 'r'
+                                  : '.';
     }
     return kinds;
 }

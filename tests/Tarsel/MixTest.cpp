@@ -8,7 +8,6 @@
 namespace Tarsel::Tools {
 namespace {
 
-using testing::ElementsAre;
 using testing::StartsWith;
 
 class MixTool : public Tool {

@@ -36,6 +36,11 @@ TEST(ProgressLine, UnknownLengthHasNoBarAndNoPercent) {
     EXPECT_EQ(RenderProgress({-1, 7, 12, -1}, 10), "7 frames");
 }
 
+TEST(ProgressLine, SoundHasNoFrames) {
+    EXPECT_EQ(RenderProgress({0.5, 0, 0, 10}, 35), "[########........]   50%  0:10 left");
+    EXPECT_EQ(RenderProgress({-1, 0, 0, -1}, 80), "");
+}
+
 TEST(ProgressLine, StaysInTheLineWhateverTheNumbers) {
     double const huge = std::numeric_limits<double>::max();
     for (double const done : {-1.0, 0.0, 0.999999, 1.0, 7.0, s_nan, huge})

@@ -8,7 +8,6 @@ namespace Tarsel::Tools {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -47,6 +46,8 @@ TEST_F(ToneTool, MakesWhatTheSourceGives) {
     EXPECT_EQ(Run({"tone", At("cut.wav"), "--source", "anoisesrc=duration=6"}).err,
               "tarsel: note: The source goes on after 5 s, where the file ends: --duration tells another "
               "length.\n");
+    EXPECT_EQ(Run({"tone", At("short.wav"), "--source", "sine=duration=0.25", "--duration", "3"}).err,
+              "tarsel: note: The source ended after 0.25 s, and the file with it.\n");
     EXPECT_EQ(Run({"tone", At("whole.wav"), "--source", "anoisesrc=duration=4.5"}).err, "");
 }
 

@@ -8,8 +8,7 @@ namespace Tarsel::Tools {
 
 /// Progress as one line of at most `columns` characters: a bar, percent, frames, frames a second and the time
 /// left; what does not fit is dropped, the bar first, and counts of frames where there are none, as in sound.
-/// Of unknown length: frames and frames a second. Pure;
-/// any thread.
+/// Of unknown length: frames and frames a second. Pure; any thread.
 std::string RenderProgress(Media::RunProgress const& progress, int columns);
 
 /// Seconds as "0:05", "12:34" or "1:02:03", rounded to the nearest second; "" for negative and non-finite

@@ -24,6 +24,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarsel::Tools {
@@ -83,6 +84,20 @@ int ChooseDepth(Conf::SampleFormats format) {
     return Conf::SampleFmtRecord::Find(format).size == sizeof(double) ? 32 : 0;
 }
 
+/// What the user should know of the file's end, at a time in microseconds; "" for one as it was asked for.
+std::string DescribeEnd(ToneArguments const& arguments, SoundSource& source, bool hasEnded,
+                        std::int64_t end) {
+    if (hasEnded)
+        return arguments.duration ? fmt::format("The source ended after {} s, and the file with it.",
+                                                static_cast<double>(end) / 1e6)
+                                  : "";
+    bool const isChosen = arguments.source != ToneArguments().source;
+    if (arguments.duration || !isChosen || source.Take(1) == nullptr)
+        return "";
+    return fmt::format("The source goes on after {} s, where the file ends: --duration tells another length.",
+                       s_usualDuration);
+}
+
 void MakeTone(ToneArguments const& arguments, Context const& context) {
     Media::SoundFileOptions options = arguments.sound.MakeOptions();
     SP<Proc::IAudioGenerator> const generator = MakeGenerator(arguments.source, context.options.plugin);
@@ -113,12 +128,9 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
             fmt::format("--source \"{}\" fails after {:.3f} s", arguments.source,
                         static_cast<double>(samples - left) / rate));
     std::vector<std::string> notes = writer.GetNotes();
-    bool const isCut = left == 0 && !arguments.duration && source.Take(1) != nullptr;
+    if (std::string note = DescribeEnd(arguments, source, left > 0, clock.GetTime()); !note.empty())
+        notes.push_back(std::move(note));
     writer.Publish();
-    if (isCut && arguments.source != ToneArguments().source)
-        notes.push_back(fmt::format("The source goes on after {} s, where the file ends: --duration tells "
-                                    "another length.",
-                                    s_usualDuration));
     work.Tell(notes);
 }
 
