@@ -48,6 +48,9 @@ void CheckVoice(Voice const& voice, Conf::SampleInfo const& info, Core::Site con
     if (voice.depth < 0)
         Core::Throw<EffectException>(site, fmt::format("{} takes depths of 0 ms at least, not of {}",
                                                        SettingsAudioChorus::CLASS_ID, voice.depth));
+    if (voice.speed <= 0) // of which FFmpeg would say that it has no memory
+        Core::Throw<EffectException>(site, fmt::format("{} takes speeds above 0 Hz, not of {}",
+                                                       SettingsAudioChorus::CLASS_ID, voice.speed));
     constexpr double rounded = 1.000001; // as the filter's float may be
     if (info.rate > 0 && info.rate < voice.speed * rounded)
         Core::Throw<EffectException>(
@@ -101,8 +104,7 @@ void ChorusActions::CheckFormat(SettingsType const& settings, Conf::SampleInfo c
     for (Voice const& voice : settings.voices) {
         CheckVoice(voice, info, site);
         longest = std::max(longest, voice.delay + voice.depth);
-        if (voice.speed > 0)
-            tables += GetWaveTableBytes(info, voice.speed, sizeof(int));
+        tables += GetWaveTableBytes(info, voice.speed, sizeof(int));
     }
     RequireDelayMemory(GetDelayLineBytes(inside, longest) + tables, SettingsType::CLASS_ID, site);
 }
