@@ -208,7 +208,8 @@ TEST(Resample, TheFormatItAnnouncesIsTheOneThatComesOut) {
 TEST(Resample, RefusesWhatCannotBeConvertedAndGoesOn) {
     auto const effect = MakeResampler(s_film);
     SampleInfo const odd{SampleFormats::S16, 44100, {0, 9}};
-    std::string const text = "Cannot convert sound from 44100 Hz s16 9 channels to 48000 Hz fltp stereo";
+    std::string const text = "Cannot convert sound from 44100 Hz s16 9 channels to 48000 Hz fltp stereo: "
+                             "channels without a layout cannot be mixed";
     SP<Conf::IFormatCodecAudio> format = MakeSP<Conf::FormatCodecAudio>(odd);
     EXPECT_THAT([&] { effect->UpdateFormatCodec(format); },
                 testing::ThrowsMessage<Proc::EffectException>(text));

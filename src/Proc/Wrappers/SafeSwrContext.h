@@ -19,8 +19,8 @@ namespace Tarsel::Proc {
 /// Formats are converted as libswresample does it, to the nearest value and without dither (from s32 to
 /// shorter integers: cut off). Rates and mixes are worked out in double where either side has more than 24
 /// bits. Between layouts of the same number of channels of which one has no mask, channels keep their places;
-/// otherwise they are mixed by libswresample's own matrix, a layout without mask counting as the default
-/// one of its number of channels.
+/// otherwise they are mixed by libswresample's own matrix, scaled to stay within full scale; a layout without
+/// mask counts as the default one of its number of channels.
 struct SwrCtxParams {
     Conf::SampleInfo from;
     Conf::SampleInfo to;
