@@ -27,6 +27,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 }
 
 namespace Tarsel::Media {
@@ -333,7 +334,7 @@ std::int64_t Job::GetEnd(AVPacket const& packet) const {
     auto const index = static_cast<unsigned>(packet.stream_index);
     bool const isKnown = index < m_streams.context->nb_streams && packet.pts != AV_NOPTS_VALUE &&
                          (m_streams.context->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-    return isKnown ? ToMicroseconds(packet.pts + packet.duration,
+    return isKnown ? ToMicroseconds(av_sat_add64(packet.pts, packet.duration),
                                     FromAV(m_streams.context->streams[index]->time_base))
                    : INT64_MIN;
 }
