@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -152,7 +153,9 @@ std::int64_t Demuxer::GetDuration() const noexcept {
     AVStream const& stream = GetMain();
     if (stream.duration > 0)
         return ToMicroseconds(stream.duration, FromAV(stream.time_base));
-    return m_context->duration > 0 ? m_context->duration : 0;
+    // Matroska states the end of the file.
+    bool const isEnd = std::string_view(m_context->iformat->name) == "matroska,webm";
+    return std::max<std::int64_t>(av_sat_sub64(m_context->duration, isEnd ? GetStart() : 0), 0);
 }
 
 bool Demuxer::Read(AVPacket& packet) {
