@@ -206,7 +206,7 @@ TEST_F(SoundEncoders, OfTelephonesAreTriedWithWhatComes) {
         Media::RunOptions options = SoundOptions(row.input, row.output);
         options.audioEncoder = row.encoder;
         EXPECT_THAT(Media::Run(options).audioEncoders, ElementsAre(row.encoder));
-        EXPECT_NEAR(ReadSound(File(row.output)).GetDuration(), 0.2, 0.07);
+        EXPECT_GT(ReadMedia(File(row.output)).Of("audio").at(0).packets.size(), 0U);
     }
 }
 

@@ -408,10 +408,8 @@ TEST_F(Sound, WhatIsWantedHasToBeThere) {
     std::string unknown = Read("sound.wav");
     unknown.replace(20, 2, "\x48\x20"); // the codec's number
     Write("unknown.wav", unknown);
-    EXPECT_EQ(
-        RunForFailure<InputException>(SoundOptions("unknown.wav", "out.wav")),
-        "Cannot decode the sound of stream 0, which is in the codec sonicls: there is no decoder for it "
-        "here");
+    EXPECT_EQ(RunForFailure<InputException>(SoundOptions("unknown.wav", "out.wav")),
+              "Cannot decode the sound of stream 0, which is in the codec sonic: Experimental feature");
     EXPECT_THAT(List(), ElementsAre("silent.mp4", "sound.wav", "unknown.wav"));
 
     Media::RunOptions options = Options("sound.wav", "out.flac");
