@@ -13,6 +13,10 @@
 
 #include <utility>
 
+extern "C" {
+#include <libavutil/common.h>
+}
+
 namespace Tarsel::Media {
 namespace {
 
@@ -40,7 +44,7 @@ std::int64_t AnalyseAll(AnalyseOptions const& options, std::stop_source const& s
     Pipeline pipeline(stop, report);
     auto const decoded = pipeline.AddStage<SP<Proc::IDataVideo>>(
         [&](SP<Proc::IDataVideo> const& picture) {
-            std::int64_t const end = picture->GetTime() + picture->GetDuration();
+            std::int64_t const end = av_sat_add64(picture->GetTime(), picture->GetDuration());
             lane->Feed(picture);
             dropAll();
             progress.Add(end);

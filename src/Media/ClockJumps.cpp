@@ -2,6 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+
+extern "C" {
+#include <libavutil/common.h>
+}
 
 namespace Tarsel::Media {
 
@@ -13,7 +18,7 @@ constexpr std::int64_t s_longestGap = 10000000;
 constexpr std::int64_t s_largestStepBack = 100000;
 
 bool IsJump(std::int64_t expected, std::int64_t time) noexcept {
-    return time - expected > s_longestGap || expected - time > s_largestStepBack;
+    return av_sat_sub64(time, expected) > s_longestGap || av_sat_sub64(expected, time) > s_largestStepBack;
 }
 
 } // namespace
@@ -24,17 +29,17 @@ std::int64_t ClockJumps::Correct(int index, std::int64_t decodingTime, std::int6
         m_streams.resize(slot + 1);
     Stream& stream = m_streams[slot];
     if (!stream.started)
-        stream = {true, m_offset, decodingTime + m_offset};
+        stream = {true, m_offset, av_sat_add64(decodingTime, m_offset)};
 
-    if (IsJump(stream.next, decodingTime + stream.offset)) {
-        if (IsJump(stream.next, decodingTime + m_offset)) {
-            m_offset = stream.next - decodingTime;
+    if (IsJump(stream.next, av_sat_add64(decodingTime, stream.offset))) {
+        if (IsJump(stream.next, av_sat_add64(decodingTime, m_offset))) {
+            m_offset = av_sat_sub64(stream.next, decodingTime);
             ++m_count;
         }
         stream.offset = m_offset;
     }
-    std::int64_t const corrected = decodingTime + stream.offset;
-    stream.next = std::max(stream.next, corrected + duration);
+    std::int64_t const corrected = av_sat_add64(decodingTime, stream.offset);
+    stream.next = std::max(stream.next, av_sat_add64(corrected, duration));
     return stream.offset;
 }
 

@@ -11,12 +11,15 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 #include <libavutil/opt.h>
 }
 
@@ -129,18 +132,30 @@ bool Demuxer::IsStill() const noexcept {
     return name.ends_with("_pipe") || name == "image2" || IsCover();
 }
 
+/// Only FFmpeg's writers tell, so the one for files of that name is asked.
+bool Demuxer::HasTimes() const {
+    char const* const extensions = m_context->iformat->extensions;
+    if (extensions == nullptr)
+        return true;
+    std::string const name = "x." + std::string(extensions, std::strcspn(extensions, ","));
+    AVOutputFormat const* const writer = av_guess_format(nullptr, name.c_str(), nullptr);
+    return writer == nullptr || (writer->flags & AVFMT_NOTIMESTAMPS) == 0;
+}
+
 std::int64_t Demuxer::GetStart() const noexcept {
     AVStream const& stream = GetMain();
     if (stream.start_time == AV_NOPTS_VALUE)
         return 0;
-    return ToMicroseconds(stream.start_time, FromAV(stream.time_base)) - m_clockStart;
+    return av_sat_sub64(ToMicroseconds(stream.start_time, FromAV(stream.time_base)), m_clockStart);
 }
 
 std::int64_t Demuxer::GetDuration() const noexcept {
     AVStream const& stream = GetMain();
     if (stream.duration > 0)
         return ToMicroseconds(stream.duration, FromAV(stream.time_base));
-    return m_context->duration > 0 ? m_context->duration : 0;
+    // Matroska states the end of the file.
+    bool const isEnd = std::string_view(m_context->iformat->name) == "matroska,webm";
+    return std::max<std::int64_t>(av_sat_sub64(m_context->duration, isEnd ? GetStart() : 0), 0);
 }
 
 bool Demuxer::Read(AVPacket& packet) {
@@ -179,19 +194,21 @@ void Demuxer::CorrectTimes(AVPacket& packet) {
     bool const hasClock =
         time != AV_NOPTS_VALUE && (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO);
     std::int64_t const jump =
-        hasClock ? m_jumps.Correct(packet.stream_index, ToMicroseconds(time, timeBase) - m_clockStart,
-                                   ToMicroseconds(packet.duration, timeBase))
-                 : m_jumps.GetOffset();
+        hasClock
+            ? m_jumps.Correct(packet.stream_index, av_sat_sub64(ToMicroseconds(time, timeBase), m_clockStart),
+                              ToMicroseconds(packet.duration, timeBase))
+            : m_jumps.GetOffset();
     std::int64_t const ticks = ToTicks(jump - m_clockStart, timeBase);
     if (packet.pts != AV_NOPTS_VALUE)
-        packet.pts += ticks;
+        packet.pts = av_sat_add64(packet.pts, ticks);
     if (packet.dts != AV_NOPTS_VALUE)
-        packet.dts += ticks;
+        packet.dts = av_sat_add64(packet.dts, ticks);
 }
 
 bool Demuxer::Seek(std::int64_t microseconds) {
     m_jumps = ClockJumps();
-    std::int64_t const ticks = ToTicks(microseconds + m_clockStart, FromAV(GetPicture().time_base));
+    std::int64_t const ticks =
+        ToTicks(av_sat_add64(microseconds, m_clockStart), FromAV(GetPicture().time_base));
     return av_seek_frame(m_context.get(), m_picture, ticks, AVSEEK_FLAG_BACKWARD) >= 0;
 }
 

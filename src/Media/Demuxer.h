@@ -39,6 +39,8 @@ public:
     bool IsCover() const noexcept;
     /// Whether what is worked on is one still picture and no film.
     bool IsStill() const noexcept;
+    /// Whether the container states times. Those of bare streams of one codec are FFmpeg's guesses.
+    bool HasTimes() const;
     /// Where the picture stream starts and how long it lasts, in microseconds; 0 when not known. Of the best
     /// sound stream where there are no pictures but a cover.
     std::int64_t GetStart() const noexcept;

@@ -74,6 +74,7 @@ InputStreams DescribeStreams(Demuxer const& input) {
     result.picture = input.GetPictureIndex();
     result.sound = input.GetSoundIndex();
     result.container = from.iformat->name;
+    result.hasTimes = input.HasTimes();
     CheckCopied(av_dict_copy(&result.context->metadata, from.metadata, 0));
     for (unsigned i = 0; i < from.nb_streams; ++i)
         CopyStream(*from.streams[i],

@@ -19,6 +19,8 @@ struct InputStreams {
     int sound = -1;
     /// FFmpeg's name of the input's container.
     std::string container;
+    /// As Demuxer::HasTimes.
+    bool hasTimes = true;
 };
 
 class Demuxer;

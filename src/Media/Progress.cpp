@@ -1,6 +1,11 @@
 #include "Media/Progress.h"
 
 #include <algorithm>
+#include <cstdint>
+
+extern "C" {
+#include <libavutil/common.h>
+}
 
 namespace Tarsel::Media {
 
@@ -31,7 +36,7 @@ RunProgress Progress::Get() const noexcept {
     if (m_duration <= 0)
         return progress;
     std::int64_t const end = m_end;
-    std::int64_t const passed = end == INT64_MIN ? 0 : end - m_start;
+    std::int64_t const passed = end == INT64_MIN ? 0 : av_sat_sub64(end, m_start);
     progress.done = std::clamp(static_cast<double>(passed) / static_cast<double>(m_duration), 0.0, 1.0);
     if (progress.done > 0)
         progress.secondsLeft = seconds / progress.done - seconds;

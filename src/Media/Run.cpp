@@ -27,6 +27,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 }
 
 namespace Tarsel::Media {
@@ -58,11 +59,11 @@ private:
     void CheckKinds() const;
     void ChooseStreams();
     void LeaveOutPictures();
-    void OpenPictures();
+    bool OpenPictures();
     void SelectStill();
     void KeepCoverCodec();
     void KeepPictureAlone() const;
-    std::string DescribeCopyObstacle() const;
+    std::string DescribeCopyObstacle(Demuxer const& input) const;
     std::unique_ptr<Lane> MakeLane();
     void Work(Lane& lane, SoundTracks& sound);
     void Copy(SoundTracks& sound);
@@ -92,10 +93,8 @@ RunResult Job::Run() {
     m_streams = DescribeStreams(*m_demuxer);
     ChooseStreams();
     std::unique_ptr<Lane> lane;
-    if (m_streams.picture >= 0) {
-        OpenPictures();
+    if (m_streams.picture >= 0 && OpenPictures())
         lane = MakeLane();
-    }
     SoundTracks sound(m_plan, m_streams, m_stop.get_token());
     m_file = std::make_unique<OutputFile>(m_options.output, m_options.overwrite);
     if (lane != nullptr)
@@ -148,11 +147,23 @@ void Job::LeaveOutPictures() {
         {fmt::format("The pictures were left out: {} is a sound file.", Quote(m_options.output.filename()))});
 }
 
-void Job::OpenPictures() {
-    m_source = std::make_unique<Source>(std::move(m_demuxer), m_stop.get_token());
-    SelectStill();
-    KeepCoverCodec();
-    m_info = m_source->GetInfo();
+/// False where they cannot be decoded and need not be: they are copied.
+bool Job::OpenPictures() {
+    try {
+        m_source = std::make_unique<Source>(std::move(m_demuxer), m_stop.get_token());
+        SelectStill();
+        KeepCoverCodec();
+        m_info = m_source->GetInfo();
+        return true;
+    } catch (InputException const&) {
+        m_source.reset();
+        if (m_plan.NeedsPictures() || m_container.isStill)
+            throw;
+        m_demuxer = std::make_unique<Demuxer>(m_options.input, m_stop.get_token());
+        if (!DescribeCopyObstacle(*m_demuxer).empty())
+            throw;
+        return false;
+    }
 }
 
 /// A still picture out of a film wants to be told which.
@@ -196,8 +207,7 @@ void Job::KeepPictureAlone() const {
 }
 
 /// Why the picture stream cannot be copied into the container; "" when it can.
-std::string Job::DescribeCopyObstacle() const {
-    Demuxer const& input = m_source->GetDemuxer();
+std::string Job::DescribeCopyObstacle(Demuxer const& input) const {
     AVOutputFormat const& format = *m_container.format;
     AVCodecID const codec = input.GetPicture().codecpar->codec_id;
     bool const canHold = input.IsCover() && !m_container.isStill
@@ -209,14 +219,16 @@ std::string Job::DescribeCopyObstacle() const {
         return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
     bool const needsTimes =
         (format.flags & AVFMT_NOTIMESTAMPS) == 0 && m_streams.container != format.name && !input.IsStill();
-    return needsTimes && !m_source->HasPacketTimes() ? "the input does not say when they are shown"
-                                                     : std::string();
+    return needsTimes && m_source != nullptr && !m_source->HasPacketTimes()
+               ? "the input does not say when they are shown"
+               : std::string();
 }
 
 /// Null: the picture stream is copied, or left out.
 std::unique_ptr<Proc::IEffectStreamVideo> Job::MakeLane() {
     bool const wantsEncoder = m_plan.WantsVideoEncoder();
-    m_info.copyObstacle = wantsEncoder ? "the options ask for an encoder" : DescribeCopyObstacle();
+    m_info.copyObstacle =
+        wantsEncoder ? "the options ask for an encoder" : DescribeCopyObstacle(m_source->GetDemuxer());
     std::unique_ptr<Lane> lane = m_options.makeVideoLane ? m_options.makeVideoLane(m_info) : nullptr;
     if (lane == nullptr && m_info.copyObstacle.empty())
         return lane;
@@ -333,7 +345,7 @@ std::int64_t Job::GetEnd(AVPacket const& packet) const {
     auto const index = static_cast<unsigned>(packet.stream_index);
     bool const isKnown = index < m_streams.context->nb_streams && packet.pts != AV_NOPTS_VALUE &&
                          (m_streams.context->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-    return isKnown ? ToMicroseconds(packet.pts + packet.duration,
+    return isKnown ? ToMicroseconds(av_sat_add64(packet.pts, packet.duration),
                                     FromAV(m_streams.context->streams[index]->time_base))
                    : INT64_MIN;
 }

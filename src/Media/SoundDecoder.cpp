@@ -10,15 +10,18 @@
 #include "Proc/Data/DataAudioFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
+#include "Proc/Wrappers/FrameFields.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/frame.h>
+#include <libavutil/samplefmt.h>
 }
 
 namespace Tarsel::Media {
@@ -30,15 +33,48 @@ constexpr int s_mostErrorsInARow = 1000;
 
 [[noreturn]] void ThrowUndecodable(AVStream const& stream, std::string const& reason, int error) {
     Core::Throw<InputException>(
-        {"Media/SoundDecoder", "Tarsel::Media::SoundDecoder::SoundDecoder(const AVStream &)"},
+        {"Media/SoundDecoder", "Tarsel::Media::SoundDecoder::SoundDecoder(const AVStream &, bool)"},
         fmt::format("Cannot decode the sound of stream {}, which is in the codec {}: {}", stream.index,
                     avcodec_get_name(stream.codecpar->codec_id), reason),
         Proc::TagFFmpegError(error));
 }
 
+bool IsWide(int format) noexcept {
+    return av_get_packed_sample_fmt(static_cast<AVSampleFormat>(format)) == AV_SAMPLE_FMT_S64;
+}
+
+/// That in which samples of a format are worked on.
+Conf::SampleFormats GetWorkFormat(int format) noexcept {
+    bool const isPlanar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(format)) != 0;
+    return !IsWide(format) ? Conf::SampleFormatTarselFromFFMPEG(format)
+           : isPlanar      ? Conf::SampleFormats::DoublePlanar
+                           : Conf::SampleFormats::Double;
+}
+
+/// The same block, its 64-bit integers as real numbers from −1 to 1.
+Proc::SafeFrame MakeReal(AVFrame const& block) {
+    Conf::SampleInfo info = Proc::GetFrameSampleInfo(block);
+    info.format = GetWorkFormat(block.format);
+    Proc::SafeFrame real;
+    Proc::SetFrameSampleInfo(*real, info);
+    real->nb_samples = block.nb_samples;
+    real.AllocateBuffers();
+    bool const isPlanar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(block.format)) != 0;
+    int const planes = isPlanar ? block.ch_layout.nb_channels : 1;
+    int const count = block.nb_samples * (block.ch_layout.nb_channels / planes);
+    for (int plane = 0; plane < planes; ++plane) {
+        auto const* const from = reinterpret_cast<std::int64_t const*>(block.extended_data[plane]);
+        auto* const to = reinterpret_cast<double*>(real->extended_data[plane]);
+        std::transform(from, from + count, to,
+                       [](std::int64_t sample) { return static_cast<double>(sample) * 0x1p-63; });
+    }
+    return real;
+}
+
 } // namespace
 
-SoundDecoder::SoundDecoder(AVStream const& stream) : m_timeBase(FromAV(stream.time_base)) {
+SoundDecoder::SoundDecoder(AVStream const& stream, bool hasTimes)
+    : m_timeBase(FromAV(stream.time_base)), m_hasTimes(hasTimes) {
     AVCodec const* const decoder = avcodec_find_decoder(stream.codecpar->codec_id);
     if (decoder == nullptr)
         ThrowUndecodable(stream, "there is no decoder for it here", AVERROR_DECODER_NOT_FOUND);
@@ -53,7 +89,7 @@ SoundDecoder::SoundDecoder(AVStream const& stream) : m_timeBase(FromAV(stream.ti
 
     Conf::SampleInfo format = GetSampleInfo(*stream.codecpar);
     if (format.format == Conf::SampleFormats::Unknown)
-        format.format = Conf::SampleFormatTarselFromFFMPEG(m_context->sample_fmt);
+        format.format = GetWorkFormat(m_context->sample_fmt);
     if (!IsComplete(format))
         ThrowUndecodable(stream, "its format, rate or channels are not known", AVERROR_INVALIDDATA);
     m_line.emplace(format);
@@ -88,7 +124,14 @@ bool SoundDecoder::Decode() {
     for (int failures = 0; error < 0 && failures < s_mostErrorsInARow && CountDamage(error); ++failures)
         error = avcodec_receive_frame(m_context.get(), &frame);
     if (error >= 0) {
-        m_line->Feed(frame, frame.best_effort_timestamp, m_timeBase);
+        // FFmpeg guessed them from the rate at the beginning.
+        if (!m_hasTimes && frame.sample_rate != GetFormat().rate)
+            m_ignoresTimes = true;
+        std::int64_t const time = m_ignoresTimes ? AV_NOPTS_VALUE : frame.best_effort_timestamp;
+        if (IsWide(frame.format))
+            m_line->Feed(*MakeReal(frame), time, m_timeBase);
+        else
+            m_line->Feed(frame, time, m_timeBase);
         av_frame_unref(&frame);
         return true;
     }
@@ -106,11 +149,14 @@ bool SoundDecoder::CountDamage(int error) {
     if (error == AVERROR(ENOMEM))
         ThrowNoMemory("decoded sound");
     ++m_damaged;
+    m_line->ExpectLoss();
     return true;
 }
 
 std::vector<std::string> SoundDecoder::GetNotes() const {
     std::vector<std::string> notes = m_line->GetNotes();
+    if (IsWide(m_context->sample_fmt))
+        notes.insert(notes.begin(), "Samples of 64 bits were rounded to real numbers of 53.");
     if (m_damaged > 0)
         notes.insert(notes.begin(), CountText(m_damaged, "damaged sound packet") + " skipped.");
     return notes;

@@ -15,12 +15,13 @@ struct AVStream;
 
 namespace Tarsel::Media {
 
-/// Decodes the packets of one sound stream into a line of blocks (see SoundLine), all of one format. One
-/// thread at a time.
+/// Decodes the packets of one sound stream into a line of blocks (see SoundLine), all of one format: that of
+/// the codec, but real numbers of double precision for integers of 64 bits. One thread at a time.
 class SoundDecoder {
 public:
-    /// What is known of the stream is copied. InputException when it cannot be decoded.
-    explicit SoundDecoder(AVStream const& stream);
+    /// What is known of the stream is copied. Without `hasTimes` (Demuxer::HasTimes) only the rates of the
+    /// sound tell where what follows another rate belongs. InputException when it cannot be decoded.
+    SoundDecoder(AVStream const& stream, bool hasTimes);
     ~SoundDecoder();
 
     Conf::SampleInfo const& GetFormat() const noexcept { return m_line->GetFormat(); }
@@ -39,6 +40,8 @@ private:
     bool CountDamage(int error);
 
     Ratio m_timeBase;
+    bool m_hasTimes;
+    bool m_ignoresTimes = false;
     UniqueCodecContext m_context;
     std::optional<SoundLine> m_line;
     Proc::SafeFrame m_frame;

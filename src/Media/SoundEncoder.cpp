@@ -42,9 +42,19 @@ std::string InfoText(Conf::SampleInfo const& info) {
                        info.layout.GetName());
 }
 
+/// Of each sample, by an encoder without loss.
+int GetHeldBits(AVCodecContext const& context) {
+    Conf::SampleFormats const format = Conf::SampleFormatTarselFromFFMPEG(context.sample_fmt);
+    int const held = GetExactBits(format);
+    int const coded = av_get_exact_bits_per_sample(context.codec_id);
+    int const stated = coded > 0 ? coded : context.bits_per_raw_sample;
+    return IsReal(format) || stated == 0 ? held : std::min(held, stated);
+}
+
 } // namespace
 
-SoundEncoder::SoundEncoder(SoundRequest const& request) : m_input(request.format), m_packet(MakePacket()) {
+SoundEncoder::SoundEncoder(SoundRequest const& request)
+    : m_input(request.format), m_depth(request.depth), m_packet(MakePacket()) {
     Open(request);
     AVCodecContext const& context = *m_context;
     Conf::SampleInfo format = request.format;
@@ -112,6 +122,11 @@ int SoundEncoder::TryOpen(SoundRequest const& request, Conf::SampleInfo const& f
 }
 
 void SoundEncoder::Encode(Proc::IDataAudio const& block, TakePacket const& give) {
+    if (block.GetAVFrame() == nullptr)
+        Core::Throw<Proc::EffectException>(
+            {s_file,
+             "void Tarsel::Media::SoundEncoder::Encode(const Proc::IDataAudio &, const TakePacket &)"},
+            "A block of sound has no AVFrame");
     m_line->Feed(*block.GetAVFrame(), block.GetTime(), s_microsecond);
     EncodeLine(give);
 }
@@ -188,6 +203,13 @@ std::vector<std::string> SoundEncoder::GetNotes() const {
     if (!change.empty())
         notes.insert(notes.begin(), fmt::format("Sound was converted {} for the encoder {}.", change,
                                                 m_context->codec->name));
+    // What loses sound anyway has no depth.
+    AVCodecDescriptor const* const codec = avcodec_descriptor_get(m_context->codec_id);
+    bool const isExact = codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0;
+    int const bits = IsReal(m_input.format) ? std::min(m_depth, GetExactBits(m_input.format)) : m_depth;
+    if (int const held = GetHeldBits(*m_context); isExact && held < bits)
+        notes.push_back(fmt::format("Sound of {} bits was cut to {} for the encoder {}.", m_depth, held,
+                                    m_context->codec->name));
     return notes;
 }
 

@@ -63,6 +63,7 @@ private:
     void Check(char const* signature, int error) const;
 
     Conf::SampleInfo m_input;
+    int m_depth;
     UniqueCodecContext m_context;
     UniquePacket m_packet;
     std::optional<SoundLine> m_line;

@@ -1,5 +1,6 @@
 #include "Media/SoundEncoderChoice.h"
 
+#include "Conf/FFmpegFormats.h"
 #include "Core/Throw.h"
 #include "Media/FFmpegOwners.h"
 #include "Media/MediaExceptions.h"
@@ -117,6 +118,11 @@ bool IsPlain(AVCodecID codec) noexcept {
     return std::ranges::find(s_plainCodecs, codec, &PlainCodec::codec) != std::end(s_plainCodecs);
 }
 
+/// Plain samples that blocks cannot have (see SoundDecoder).
+bool IsWide(AVCodecID codec) noexcept {
+    return codec == AV_CODEC_ID_PCM_S64LE || codec == AV_CODEC_ID_PCM_S64BE;
+}
+
 /// Whether files of the container, which takes the codec, are known to have such sound.
 bool IsKnownIn(std::string_view container, AVCodecID codec) {
     if (Contains(s_plainContainers, container))
@@ -144,19 +150,27 @@ bool TryHeader(AVOutputFormat const& format, AVCodecParameters const& parameters
     return error >= 0;
 }
 
-/// What the encoder makes of two channels, or of what it takes that is next to them.
+/// What the encoder makes of two channels, or of what it takes that is next to them. Codecs of telephones do
+/// not tell that they take their own rate only: where the encoder does not open, its codec has to do.
 UniqueCodecParameters MakeParameters(AVCodec const& encoder, Container const& container) {
-    SoundEncoder const trial(
-        {&encoder, {}, container.format, {SampleFormats::S16, 48000, Conf::ChannelLayout::FromCount(2)}, 16});
+    Conf::SampleInfo const usual{SampleFormats::S16, 48000, Conf::ChannelLayout::FromCount(2)};
     UniqueCodecParameters parameters(CheckAllocated(avcodec_parameters_alloc(), "AVCodecParameters"));
-    if (avcodec_parameters_from_context(parameters.get(), &trial.GetContext()) < 0)
-        ThrowNoMemory("codec parameters");
+    parameters->codec_type = AVMEDIA_TYPE_AUDIO;
+    parameters->codec_id = encoder.id;
+    try {
+        SoundEncoder const trial({&encoder, {}, container.format, usual, 16});
+        if (avcodec_parameters_from_context(parameters.get(), &trial.GetContext()) < 0)
+            ThrowNoMemory("codec parameters");
+    } catch (OutputException const&) {
+        parameters->sample_rate = usual.rate;
+        parameters->ch_layout = Conf::AVChannelLayoutFromTarsel(usual.layout);
+    }
     return parameters;
 }
 
 /// Where FFmpeg's own choice for the container is a codec of samples as they are: the one for these.
 AVCodecID FitPlain(Container const& container, AVCodecID usual, SampleFormats format, int depth) {
-    if (!IsPlain(usual))
+    if (!IsPlain(usual) && !IsWide(usual))
         return usual;
     constexpr int mostIntegerBits = 24;
     bool const wantsReal = IsReal(format) && depth > mostIntegerBits;
@@ -201,9 +215,14 @@ AVCodec const* FindUsualSoundEncoder(Container const& container, std::filesystem
     return encoder;
 }
 
-AVCodec const* FindSameSoundEncoder(Container const& container, AVCodecParameters const& input) {
-    bool const isCommon = Contains(s_commonCodecs, input.codec_id) || IsPlain(input.codec_id);
-    return isCommon && CanHoldSound(container, input) ? avcodec_find_encoder(input.codec_id) : nullptr;
+AVCodec const* FindSameSoundEncoder(Container const& container, AVCodecParameters const& input,
+                                    SampleFormats format, int depth) {
+    AVCodecID codec = input.codec_id;
+    if (!CanHoldSound(container, input))
+        return nullptr;
+    if (depth > 0 || IsWide(codec))
+        codec = FitPlain(container, codec, format, depth > 0 ? depth : GetDepth(input));
+    return Contains(s_commonCodecs, codec) || IsPlain(codec) ? avcodec_find_encoder(codec) : nullptr;
 }
 
 bool CanHoldSound(Container const& container, AVCodecParameters const& stream) {

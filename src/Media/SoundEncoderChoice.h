@@ -20,8 +20,10 @@ AVCodec const* FindUsualSoundEncoder(Container const& container, std::filesystem
                                      Conf::SampleFormats format, int depth);
 
 /// One for the codec of the input's stream, where files are made of it and the container takes it: what was
-/// without loss stays so, and players know it already. Null elsewhere.
-AVCodec const* FindSameSoundEncoder(Container const& container, AVCodecParameters const& input);
+/// without loss stays so, and players know it already. Plain samples become those that fit blocks of the
+/// format and of `depth` bits; 0: they stay what they were. Null elsewhere.
+AVCodec const* FindSameSoundEncoder(Container const& container, AVCodecParameters const& input,
+                                    Conf::SampleFormats format, int depth);
 
 /// Whether the container takes a copy of the sound stream.
 bool CanHoldSound(Container const& container, AVCodecParameters const& stream);

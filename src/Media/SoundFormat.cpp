@@ -19,14 +19,6 @@ using Conf::SampleFormats;
 
 constexpr int s_lossyDepth = 16;
 
-/// Bits of an integer that the format holds exactly.
-int GetExactBits(SampleFormats format) noexcept {
-    int const bits = 8 * SampleFmtRecord::Find(format).size;
-    constexpr int floatBits = 24;
-    constexpr int doubleBits = 53;
-    return !IsReal(format) ? bits : bits == 32 ? floatBits : doubleBits;
-}
-
 } // namespace
 
 bool IsComplete(Conf::SampleInfo const& info) noexcept {
@@ -58,6 +50,13 @@ int GetDepth(AVCodecParameters const& parameters) noexcept {
 
 int GetDepth(SampleFormats format) noexcept {
     return 8 * SampleFmtRecord::Find(format).size;
+}
+
+int GetExactBits(SampleFormats format) noexcept {
+    int const bits = GetDepth(format);
+    constexpr int floatBits = 24;
+    constexpr int doubleBits = 53;
+    return !IsReal(format) ? bits : bits == 32 ? floatBits : doubleBits;
 }
 
 bool IsSameSound(Conf::SampleInfo const& a, Conf::SampleInfo const& b) noexcept {

@@ -26,6 +26,9 @@ int GetDepth(AVCodecParameters const& parameters) noexcept;
 /// The same for blocks that come from no codec.
 int GetDepth(Conf::SampleFormats format) noexcept;
 
+/// Bits of an integer that the format holds exactly.
+int GetExactBits(Conf::SampleFormats format) noexcept;
+
 /// Whether sound of one is sound of the other, but for the name of the channels where either does not know
 /// it.
 bool IsSameSound(Conf::SampleInfo const& a, Conf::SampleInfo const& b) noexcept;

@@ -42,6 +42,11 @@ struct SoundLane {
     /// Of the blocks that come out: what is encoded. Others are converted to it, with a note. Not looked at
     /// without a lane.
     Conf::SampleInfo output;
+    /// Bits of a sample of `output` that carry sound, for which a file of plain samples, and what an encoder
+    /// without loss is told, is made to fit. 0: as many as in the stream, whatever format the work is done
+    /// in: an effect that reckons with real numbers makes no more of 16 bits. So it is to be set where the
+    /// user asks for another format: 32 for s32 or flt, 16 for s16.
+    int depth = 0;
 };
 
 /// Makes the work on a sound stream: called once for each of the input, in order, before anything is written,

@@ -1,9 +1,12 @@
 #include "Media/SoundLine.h"
 
+#include "Core/Throw.h"
 #include "Media/FFmpegRatio.h"
 #include "Media/MessageText.h"
 #include "Media/SoundFormat.h"
 #include "Proc/Data/DataAudioFF.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <fmt/format.h>
@@ -25,10 +28,25 @@ namespace {
 constexpr AVRational s_microsecond{1, 1000000};
 /// In microseconds.
 constexpr std::int64_t s_tolerance = 40000;
+/// No packet of any codec is as short.
+constexpr std::int64_t s_precision = 2000;
 constexpr std::int64_t s_longestOverlap = 1000000;
 constexpr std::int64_t s_longestGap = std::int64_t{12} * 3600 * 1000000;
 /// Changes of format that are told one by one.
 constexpr std::size_t s_mostChanges = 3;
+
+/// Whoever comes next reads as many samples as a block says it has.
+void CheckBlock(AVFrame const& block) {
+    auto const fail = [](std::string const& description) {
+        Core::Throw<Proc::EffectException>(
+            {"Media/SoundLine", "void Tarsel::Media::CheckBlock(const AVFrame &)"}, description);
+    };
+    if (block.nb_samples < 0)
+        fail(fmt::format("A block of sound is said to be of {} samples", block.nb_samples));
+    if (!Proc::HasSamples(block))
+        fail(fmt::format("A block of sound said to be of {} samples of {} holds fewer", block.nb_samples,
+                         Proc::SoundText(Proc::GetFrameSampleInfo(block))));
+}
 
 /// The block from its sample `first` on.
 Proc::SafeFrame CopyFrom(AVFrame const& block, int first) {
@@ -65,26 +83,71 @@ void SoundLine::StartSegment() noexcept {
 
 /// Where the next block would begin without a time of its own.
 std::int64_t SoundLine::GetExpected() const noexcept {
-    return m_segmentStart + av_rescale(m_fed, m_format.rate, m_source->rate);
+    return m_segmentStart + av_rescale(m_fed + m_samplesWaiting, m_format.rate, m_source->rate);
 }
 
 void SoundLine::Feed(AVFrame const& block, std::int64_t time, Ratio timeBase) {
-    if (block.nb_samples <= 0)
+    CheckBlock(block);
+    if (block.nb_samples == 0)
         return;
-    AVRational const sample{1, m_format.rate};
     SetSource(Proc::GetFrameSampleInfo(block));
-    int skipped = 0;
+    AVRational const sample{1, m_format.rate};
+    std::int64_t const twoTicks = av_rescale_q(2, ToAV(timeBase), sample);
+    m_tolerance = std::max(av_rescale_q(s_tolerance, s_microsecond, sample), twoTicks);
+    m_precision = std::max(av_rescale_q(s_precision, s_microsecond, sample), twoTicks);
     // Times that are no times would overflow.
     constexpr std::int64_t farthest = std::int64_t{1} << 52;
     std::int64_t const stated = time == AV_NOPTS_VALUE ? time : av_rescale_q(time, ToAV(timeBase), sample);
-    if (stated >= -farthest && stated <= farthest)
-        skipped = Place(stated + m_offset, std::max(av_rescale_q(s_tolerance, s_microsecond, sample),
-                                                    av_rescale_q(2, ToAV(timeBase), sample)));
+    bool const isTime = stated >= -farthest && stated <= farthest;
+    auto const position = isTime ? std::optional(stated + m_offset) : std::nullopt;
+    if (!HasToWait(position)) {
+        Accept({Proc::SafeFrame::Reference(block), position});
+        return;
+    }
+    m_waiting.push_back({CopyFrom(block, 0), position}); // the caller may write to its own
+    m_samplesWaiting += block.nb_samples;
+    if (m_waiting.size() >= s_enoughBlocks)
+        Settle(true);
+}
+
+/// Whether only those to come will tell what to make of a block at the position. Those that wait do so no
+/// longer where it shows that they were inexact.
+bool SoundLine::HasToWait(std::optional<std::int64_t> position) {
+    if (!position || !m_started || m_isExact || m_isCutting) {
+        Settle(false);
+        return false;
+    }
+    std::int64_t const ahead = *position - GetExpected();
+    bool const keepsStep = std::abs(ahead - m_ahead) <= m_precision;
+    if (keepsStep && !m_waiting.empty())
+        return true;
+    bool const mayBeStep = !keepsStep && m_waiting.empty() && m_inStep >= s_enoughBlocks &&
+                           std::abs(ahead) > m_precision && std::abs(ahead) <= m_tolerance;
+    Settle(false);
+    m_ahead = ahead;
+    m_inStep = keepsStep || mayBeStep ? std::min(m_inStep + 1, s_enoughBlocks) : 0;
+    return mayBeStep;
+}
+
+/// Those that wait are accepted: where they say, or one after the other.
+void SoundLine::Settle(bool atTheirPlace) {
+    m_samplesWaiting = 0;
+    m_isExact = m_isExact || (atTheirPlace && !m_waiting.empty());
+    for (Waiting& waiting : std::exchange(m_waiting, {})) {
+        if (!atTheirPlace)
+            waiting.position.reset();
+        Accept(std::move(waiting));
+    }
+}
+
+void SoundLine::Accept(Waiting waiting) {
+    AVFrame const& block = *waiting.block;
+    int const skipped = waiting.position ? Place(*waiting.position, block.nb_samples) : 0;
     m_started = true;
     if (skipped >= block.nb_samples)
         return;
     m_fed += block.nb_samples - skipped;
-    Proc::SafeFrame kept = skipped > 0 ? CopyFrom(block, skipped) : Proc::SafeFrame::Reference(block);
+    Proc::SafeFrame kept = skipped > 0 ? CopyFrom(block, skipped) : std::move(waiting.block);
     if (!m_converter) {
         Add(std::move(kept));
         return;
@@ -98,6 +161,7 @@ void SoundLine::SetSource(Conf::SampleInfo const& source) {
     if (m_source == source)
         return;
     if (m_source) {
+        Settle(false);
         FlushConverter();
         StartSegment();
         if (!IsSameSound(*m_source, source) && m_changes.size() < s_mostChanges)
@@ -109,8 +173,8 @@ void SoundLine::SetSource(Conf::SampleInfo const& source) {
     m_source = source;
 }
 
-/// Decides about a block at the position; returns how many of its samples overlap the one before.
-int SoundLine::Place(std::int64_t position, std::int64_t tolerance) {
+/// Decides about a block of `count` samples at the position; returns how many of them overlap the one before.
+int SoundLine::Place(std::int64_t position, int count) {
     AVRational const sample{1, m_format.rate};
     if (!m_started) {
         m_next = m_given = position;
@@ -118,8 +182,13 @@ int SoundLine::Place(std::int64_t position, std::int64_t tolerance) {
         return 0;
     }
     std::int64_t const ahead = position - GetExpected();
-    if (std::abs(ahead) <= tolerance)
+    std::int64_t const latest = m_isCutting || m_isExact ? m_precision : m_tolerance;
+    m_isExact = false;
+    // The next of some that overlapped is cut to where they end.
+    bool const isCutting = std::exchange(m_isCutting, false);
+    if (ahead <= latest && -ahead <= (isCutting ? 0 : latest))
         return 0;
+    m_ahead = 0;
     if (ahead > av_rescale_q(s_longestGap, s_microsecond, sample) ||
         -ahead > av_rescale_q(s_longestOverlap, s_microsecond, sample)) {
         m_offset -= ahead;
@@ -127,8 +196,11 @@ int SoundLine::Place(std::int64_t position, std::int64_t tolerance) {
         return 0;
     }
     if (ahead < 0) {
-        m_cut -= ahead;
-        return static_cast<int>(av_rescale(-ahead, m_source->rate, m_format.rate));
+        std::int64_t const overlap = av_rescale(-ahead, m_source->rate, m_format.rate);
+        int const skipped = static_cast<int>(std::min<std::int64_t>(overlap, count));
+        m_isCutting = skipped == count;
+        m_cut += av_rescale(skipped, m_format.rate, m_source->rate);
+        return skipped;
     }
     FlushConverter();
     AddSilence(position - m_next);
@@ -158,6 +230,7 @@ void SoundLine::FlushConverter() {
 }
 
 void SoundLine::End() {
+    Settle(false);
     FlushConverter();
 }
 

@@ -5,6 +5,7 @@
 #include "Proc/Wrappers/SafeFrame.h"
 #include "Proc/Wrappers/SafeSwrContext.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -18,8 +19,10 @@ namespace Tarsel::Media {
 /// Blocks of sound as one line: all of one format, each beginning where the one before ended. Where a block's
 /// time says otherwise by no more than 40 ms (or two ticks of a coarser clock), the time is taken for
 /// inexact: people do not notice less between sound and picture (ITU-R BT.1359). Beyond that a gap becomes
-/// silence and an overlap is cut. Steps back of more than a second, and forward of more than half a day, are
-/// errors of the clock: the sound goes on. Not synchronised.
+/// silence and an overlap is cut, to the sample; so it is with less where times that were exact to 2 ms (or
+/// two ticks) for eight blocks take a step and keep to it for eight more, or where the caller knows of a
+/// loss. Steps back of more than a second, and forward of more than half a day, are errors of the clock: the
+/// sound goes on. Not synchronised.
 class SoundLine {
 public:
     explicit SoundLine(Conf::SampleInfo const& format) : m_format(format) {}
@@ -29,9 +32,12 @@ public:
     void StartAt(std::int64_t microseconds);
 
     /// Takes in a block that starts at `time` in ticks of `timeBase`; AV_NOPTS_VALUE: where the one before
-    /// ended. It is read, not changed. Before the next all results are taken. EffectException for sound that
-    /// cannot be converted; MemoryException.
+    /// ended. It is read, not changed. Before the next all results are taken. EffectException for a block
+    /// that holds fewer samples than it says, and for sound that cannot be converted; MemoryException.
     void Feed(AVFrame const& block, std::int64_t time, Ratio timeBase);
+    /// Something is lost before the next block: that its time is beside the end of the one before is
+    /// believed.
+    void ExpectLoss() noexcept { m_isExact = true; }
     /// No more blocks: releases what the conversion holds back.
     void End();
     /// The next piece of the line, its time in samples (1/rate); nothing when there is none (yet).
@@ -46,9 +52,20 @@ private:
         std::optional<Proc::SafeFrame> block;
         std::int64_t silence = 0;
     };
+    /// A block and where it says it belongs.
+    struct Waiting {
+        Proc::SafeFrame block;
+        std::optional<std::int64_t> position;
+    };
 
     void SetSource(Conf::SampleInfo const& source);
-    int Place(std::int64_t position, std::int64_t tolerance);
+    /// Blocks that tell a clock in step from one that jitters.
+    static constexpr std::size_t s_enoughBlocks = 8;
+
+    bool HasToWait(std::optional<std::int64_t> position);
+    void Settle(bool atTheirPlace);
+    void Accept(Waiting waiting);
+    int Place(std::int64_t position, int count);
     std::int64_t GetExpected() const noexcept;
     void StartSegment() noexcept;
     void AddSilence(std::int64_t count);
@@ -63,6 +80,20 @@ private:
     Proc::SafeSwrContext m_converter;
     std::deque<Piece> m_ready;
     bool m_started = false;
+    /// How far the latest time was beside the end of the block before, and how many in a row were so far
+    /// beside it: a new clock is trusted.
+    std::int64_t m_ahead = 0;
+    std::size_t m_inStep = s_enoughBlocks;
+    /// Blocks after a step of the clock, until it is known whether it keeps to it.
+    std::vector<Waiting> m_waiting;
+    std::int64_t m_samplesWaiting = 0;
+    /// What times of the present clock may be wrong by: in general, and where they count.
+    std::int64_t m_tolerance = 0;
+    std::int64_t m_precision = 0;
+    /// The next time counts.
+    bool m_isExact = false;
+    /// The last block was dropped: all of it was there before.
+    bool m_isCutting = false;
     /// Of the next sample into m_ready, and of the next out of it.
     std::int64_t m_next = 0;
     std::int64_t m_given = 0;

@@ -46,7 +46,7 @@ public:
                                         fmt::format("{} has no sound", Quote(path)));
         AVFormatContext const& context = m_demuxer.GetContext();
         m_stream = context.streams[index];
-        m_decoder.emplace(*m_stream);
+        m_decoder.emplace(*m_stream, m_demuxer.HasTimes());
         auto const number = std::count_if(context.streams, context.streams + index, [](auto const* stream) {
             return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
         });

@@ -42,6 +42,11 @@ SoundTracks::SoundTracks(RunPlan const& plan, InputStreams const& input, std::st
         m_streams[i].isSound = true;
         Add(m_streams[i], source, number++);
     }
+    // Copies alone would pass for the work that was asked for.
+    auto const isOpen = [](Stream const& stream) { return stream.isSound && !stream.failure; };
+    auto const failed = std::ranges::find_if(m_streams, [](auto const& stream) { return !!stream.failure; });
+    if (plan.NeedsSound() && failed != m_streams.end() && std::ranges::none_of(m_streams, isOpen))
+        std::rethrow_exception(failed->failure);
 }
 
 /// Decides what becomes of a sound stream.
@@ -52,8 +57,9 @@ void SoundTracks::Add(Stream& stream, AVStream const& source, int number) {
         return;
     std::unique_ptr<SoundDecoder> decoder;
     try {
-        decoder = std::make_unique<SoundDecoder>(source);
+        decoder = std::make_unique<SoundDecoder>(source, m_input.hasTimes);
     } catch (InputException const& exception) {
+        stream.failure = std::current_exception();
         stream.notes.push_back(std::string(exception.what()) + ".");
         return;
     }
@@ -70,7 +76,7 @@ void SoundTracks::Add(Stream& stream, AVStream const& source, int number) {
     bool const isWanted = lane.lane != nullptr || m_plan.WantsSoundEncoder();
     std::unique_ptr<SoundEncoder> encoder;
     try {
-        encoder = MakeEncoder(source, lane.lane != nullptr ? lane.output : decoder->GetFormat());
+        encoder = MakeEncoder(source, lane.lane != nullptr ? lane.output : decoder->GetFormat(), lane.depth);
     } catch (OptionsException const&) {
         if (isWanted)
             throw;
@@ -98,12 +104,12 @@ std::string SoundTracks::DescribeCopyObstacle(AVStream const& source) const {
 }
 
 /// Null where the container holds no sound.
-std::unique_ptr<SoundEncoder> SoundTracks::MakeEncoder(AVStream const& source,
-                                                       Conf::SampleInfo const& format) const {
-    int const depth = GetDepth(*source.codecpar);
+std::unique_ptr<SoundEncoder> SoundTracks::MakeEncoder(AVStream const& source, Conf::SampleInfo const& format,
+                                                       int wantedDepth) const {
+    int const depth = wantedDepth > 0 ? wantedDepth : GetDepth(*source.codecpar);
     AVCodec const* encoder = m_plan.soundEncoder;
     if (encoder == nullptr && !m_plan.WantsSoundEncoder())
-        encoder = FindSameSoundEncoder(m_plan.container, *source.codecpar);
+        encoder = FindSameSoundEncoder(m_plan.container, *source.codecpar, format.format, wantedDepth);
     if (encoder == nullptr)
         encoder = FindUsualSoundEncoder(m_plan.container, m_plan.options.output, format.format, depth);
     if (encoder == nullptr)

@@ -6,6 +6,7 @@
 #include "Media/SoundLane.h"
 #include "Media/SoundTrack.h"
 
+#include <exception>
 #include <memory>
 #include <stop_token>
 #include <string>
@@ -17,8 +18,9 @@ namespace Tarsel::Media {
 /// passes its track, everything else is copied. One thread at a time.
 class SoundTracks {
 public:
-    /// Calls the maker of lanes for every sound stream. `plan` and `input` outlive this. OptionsException,
-    /// OutputException, and what the maker throws.
+    /// Calls the maker of lanes for every sound stream that can be decoded. `plan` and `input` outlive this.
+    /// InputException where none can, though there is work for it; OptionsException, OutputException, and
+    /// what the maker throws.
     SoundTracks(RunPlan const& plan, InputStreams const& input, std::stop_token stop);
 
     /// For each stream of the input; null: copied or left out.
@@ -39,12 +41,15 @@ private:
     /// What is known of one stream of the input.
     struct Stream {
         bool isSound = false;
+        /// Why it cannot be decoded.
+        std::exception_ptr failure;
         std::unique_ptr<SoundTrack> track;
         std::vector<std::string> notes;
     };
 
     void Add(Stream& stream, AVStream const& source, int number);
-    std::unique_ptr<SoundEncoder> MakeEncoder(AVStream const& source, Conf::SampleInfo const& format) const;
+    std::unique_ptr<SoundEncoder> MakeEncoder(AVStream const& source, Conf::SampleInfo const& format,
+                                              int wantedDepth) const;
     std::string DescribeCopyObstacle(AVStream const& source) const;
     TakePacket MakeTaker(std::size_t index, Muxer& muxer) const;
 

@@ -20,6 +20,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 #include <libavutil/frame.h>
 #include <libavutil/pixdesc.h>
 }
@@ -117,7 +118,7 @@ std::optional<SourceFrame> Source::Next() {
     std::optional<SourceFrame> frame = m_ahead ? std::exchange(m_ahead, std::nullopt) : Read();
     if (frame) {
         ++m_frames;
-        m_end = frame->data->GetTime() + frame->data->GetDuration();
+        m_end = av_sat_add64(frame->data->GetTime(), frame->data->GetDuration());
     }
     return frame;
 }

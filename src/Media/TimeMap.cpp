@@ -2,9 +2,11 @@
 
 #include "Media/FFmpegRatio.h"
 
+#include <algorithm>
 #include <cmath>
 
 extern "C" {
+#include <libavutil/common.h>
 #include <libavutil/mathematics.h>
 }
 
@@ -35,6 +37,11 @@ Ratio MeasureRate(std::int64_t duration) {
         if (IsPositive(candidate) && std::llround(1e6 / ToReal(candidate)) == duration)
             return candidate;
     return FromAV(av_d2q(rate, 100000));
+}
+
+/// Saturated; `factor` is positive.
+std::int64_t Multiply(std::int64_t ticks, std::int64_t factor) noexcept {
+    return std::clamp(ticks, INT64_MIN / factor, INT64_MAX / factor) * factor;
 }
 
 /// Ticks a second by doubling, as the muxer for mp4 does it too.
@@ -99,7 +106,7 @@ void TimeMap::Enter(std::int64_t microseconds, std::int64_t duration, FrameTime 
 FrameTime TimeMap::Leave(std::int64_t microseconds, std::int64_t duration) {
     FrameTime time = Find(microseconds, duration);
     if (m_last != INT64_MIN && time.start <= m_last) {
-        time.start = m_last + 1;
+        time.start = av_sat_add64(m_last, 1);
         ++m_moved;
     }
     m_last = time.start;
@@ -112,9 +119,9 @@ FrameTime TimeMap::Find(std::int64_t microseconds, std::int64_t duration) {
     FrameTime found{ToTicks(microseconds, m_timeBase), ToTicks(duration, m_timeBase)};
     if (!m_inFlight.empty() && m_inFlight.front().microseconds == microseconds) {
         InFlight const& same = m_inFlight.front();
-        found.start = same.time.start * m_factor;
+        found.start = Multiply(same.time.start, m_factor);
         if (duration == same.duration)
-            found.duration = same.time.duration * m_factor;
+            found.duration = Multiply(same.time.duration, m_factor);
         m_inFlight.pop_front();
     }
     return found;

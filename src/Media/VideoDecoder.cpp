@@ -18,6 +18,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 #include <libavutil/mathematics.h>
 }
 
@@ -98,9 +99,9 @@ FrameTime VideoDecoder::MakeTime(AVFrame const& frame) {
     if (time.duration <= 0)
         time.duration = m_usualDuration;
     if (time.start == AV_NOPTS_VALUE)
-        time.start = m_last ? m_last->start + std::max<std::int64_t>(m_last->duration, 1) : 0;
+        time.start = m_last ? av_sat_add64(m_last->start, std::max<std::int64_t>(m_last->duration, 1)) : 0;
     else if (m_last && time.start <= m_last->start) {
-        time.start = m_last->start + 1;
+        time.start = av_sat_add64(m_last->start, 1);
         ++m_moved;
     }
     m_last = time;

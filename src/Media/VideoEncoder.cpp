@@ -21,6 +21,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 #include <libavutil/frame.h>
 #include <libavutil/mathematics.h>
 #include <libavutil/pixdesc.h>
@@ -124,7 +125,7 @@ void VideoEncoder::Send(WorkedFrame const& worked) {
     AVRational const timeBase = m_context->time_base;
     frame->pts = av_rescale_q(worked.time.start, ToAV(m_timeBase), timeBase);
     if (m_lastTime != INT64_MIN)
-        frame->pts = std::max(frame->pts, m_lastTime + 1);
+        frame->pts = std::max(frame->pts, av_sat_add64(m_lastTime, 1));
     m_lastTime = frame->pts;
     Proc::SetFrameDuration(*frame, av_rescale_q(worked.time.duration, ToAV(m_timeBase), timeBase));
 
@@ -195,7 +196,8 @@ AVPacket* VideoEncoder::Receive() {
 std::int64_t VideoEncoder::ToOwnTime(std::int64_t encoderTime) const {
     auto const next = m_times.upper_bound(encoderTime);
     auto const& [known, time] = next == m_times.begin() ? *next : *std::prev(next);
-    return time.start + av_rescale_q(encoderTime - known, m_context->time_base, ToAV(m_timeBase));
+    return av_sat_add64(time.start,
+                        av_rescale_q(encoderTime - known, m_context->time_base, ToAV(m_timeBase)));
 }
 
 std::vector<std::string> VideoEncoder::GetNotes() const {

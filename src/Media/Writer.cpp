@@ -11,6 +11,7 @@
 extern "C" {
 #include <libavcodec/packet.h>
 #include <libavutil/avutil.h>
+#include <libavutil/common.h>
 }
 
 namespace Tarsel::Media {
@@ -31,7 +32,7 @@ void Writer::Write(WorkedFrame const& frame) {
         Open(frame);
     m_encoder->Send(frame);
     WriteEncoded();
-    m_progress.Add(frame.data->GetTime() + frame.data->GetDuration());
+    m_progress.Add(av_sat_add64(frame.data->GetTime(), frame.data->GetDuration()));
 }
 
 void Writer::WriteEncoded() {

@@ -114,6 +114,36 @@ TEST_F(Input, WithNothingThatDecodesIsRefused) {
                                           "\" can be decoded: Invalid data found when processing input");
 }
 
+// Work on the sound alone needs no decoder for the pictures, where they can be copied.
+TEST_F(Input, WithUnknownPicturesIsCopied) {
+    Make(File("good.avi"), s_pictures + s_sound + "-c:v mpeg4 -c:a pcm_s16le");
+    std::string file = Read("good.avi");
+    for (std::size_t at = file.find("FMP4"); at != std::string::npos; at = file.find("FMP4"))
+        file.replace(at, 4, "AVS2");
+    Write("in.avi", file);
+    std::string const text =
+        "\"" + File("in.avi").string() + "\" has pictures in the codec avs2, which cannot be decoded here";
+    EXPECT_EQ(Refuse(File("in.avi")), text);
+    Media::RunOptions options = SoundOptions("in.avi", "out.mp4");
+    options.makeVideoLane = PassThrough();
+    options.mayLackPictures = true;
+    EXPECT_EQ(RunForFailure<Media::InputException>(options), text); // which MP4 cannot hold
+    options.output = File("out.avi");
+    Media::RunResult const result = Media::Run(options);
+    EXPECT_EQ(result.framesOut, 25);
+    EXPECT_THAT(result.audioEncoders, ElementsAre("pcm_s16le"));
+}
+
+// Matroska states where the film ends, not how long it is.
+TEST_F(Input, ThatStartsLateEndsInTime) {
+    Make(File("in.mkv"), s_pictures + s_noBFrames + "-output_ts_offset 5");
+    Media::RunOptions options = Options("in.mkv", "out.mkv");
+    double done = 0;
+    options.onProgress = [&](Media::RunProgress const& progress) { done = progress.done; };
+    EXPECT_THAT(Media::Run(options).notes, testing::IsEmpty());
+    EXPECT_EQ(done, 1);
+}
+
 class Output : public RunFixture {
 protected:
     void SetUp() override { Make(File("in.mp4"), s_pictures + s_noBFrames); }

@@ -16,6 +16,7 @@ namespace {
 
 using Conf::ChannelLayout;
 using Conf::SampleFormats;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -140,6 +141,72 @@ TEST_F(SoundEncoders, UsualOnesOfContainers) {
                                     ? std::vector<std::string>()
                                     : std::vector<std::string>{"Sound was converted from 44100 Hz to 48000 "
                                                                "Hz for the encoder libopus."});
+    }
+}
+
+// 16 bits stay 16 in whatever a lane works, unless it says that more are wanted; what is lost is told.
+TEST_F(SoundEncoders, HoldTheDepthThatIsWanted) {
+    Make(File("in.wav"), "-f lavfi -i sine=d=0.1");
+    Make(File("in24.wav"), "-f lavfi -i sine=d=0.1 -c:a pcm_s24le");
+    struct {
+        char const* input;
+        SampleFormats format;
+        int depth;
+        char const* output;
+        char const* encoder;
+        char const* note;
+    } const cases[] = {
+        {"in.wav", SampleFormats::Double, 0, "out.wav", "pcm_s16le", ""},
+        {"in.wav", SampleFormats::S32, 32, "out.wav", "pcm_s32le", ""},
+        {"in.wav", SampleFormats::FloatPlanar, 32, "out.mka", "pcm_f32le", ""},
+        {"in.wav", SampleFormats::Double, 64, "out.aiff", "pcm_f64be", ""},
+        {"in.wav", SampleFormats::S32, 32, "out.flac", "flac",
+         "Sound of 32 bits was cut to 24 for the encoder flac."},
+        {"in24.wav", SampleFormats::Double, 0, "out.wav", "pcm_s24le", ""},
+        {"in24.wav", SampleFormats::S16, 16, "out.wav", "pcm_s16le", ""},
+        {"in24.wav", SampleFormats::Double, 0, "out.mp3", "libmp3lame", ""},
+    };
+    for (auto const& row : cases) {
+        SCOPED_TRACE(std::string(row.input) + " " + row.output + " " + row.encoder);
+        Media::RunOptions options =
+            SoundOptions(row.input, row.output, [&](Media::SoundStreamInfo const& info) {
+                Media::SoundLane lane = SoundThrough()(info);
+                lane.output.format = row.format;
+                lane.depth = row.depth;
+                return lane;
+            });
+        options.overwrite = true;
+        Media::RunResult const result = Media::Run(options);
+        EXPECT_THAT(result.audioEncoders, ElementsAre(row.encoder));
+        std::string told;
+        for (std::string const& note : result.notes)
+            if (note.find(" bits was cut") != std::string::npos)
+                told = note;
+        EXPECT_EQ(told, row.note);
+    }
+    Media::RunOptions options = SoundOptions("in24.wav", "named.wav");
+    options.audioEncoder = "pcm_s16le";
+    EXPECT_THAT(Media::Run(options).notes,
+                ElementsAre("Sound of 24 bits was cut to 16 for the encoder pcm_s16le."));
+}
+
+TEST_F(SoundEncoders, OfTelephonesAreTriedWithWhatComes) {
+    Make(File("in.wav"), "-f lavfi -i sine=d=0.2:r=8000");
+    Make(File("in11.wav"), "-f lavfi -i sine=d=0.2:r=11025");
+    struct {
+        char const* input;
+        char const* encoder;
+        char const* output;
+    } const cases[] = {{"in.wav", "g726", "out2.mka"},
+                       {"in.wav", "g723_1", "out.mka"},
+                       {"in.wav", "nellymoser", "out.flv"},
+                       {"in11.wav", "adpcm_swf", "out2.flv"}};
+    for (auto const& row : cases) {
+        SCOPED_TRACE(row.encoder);
+        Media::RunOptions options = SoundOptions(row.input, row.output);
+        options.audioEncoder = row.encoder;
+        EXPECT_THAT(Media::Run(options).audioEncoders, ElementsAre(row.encoder));
+        EXPECT_GT(ReadMedia(File(row.output)).Of("audio").at(0).packets.size(), 0U);
     }
 }
 

@@ -2,7 +2,9 @@
 
 #include "Media/SoundLine.h"
 #include "Proc/Data/DataAudioFF.h"
+#include "Proc/Interfaces/ProcExceptions.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -86,7 +88,81 @@ TEST_F(SoundLineTest, GapsAndOverlapsKeepTheRestInPlace) {
     EXPECT_EQ(m_samples.back(), 353);
     EXPECT_THAT(m_line.GetNotes(),
                 ElementsAre("1 sound gap was filled with silence, 2.400 s in all.",
-                            "0.202 s of sound were cut that overlapped the sound before."));
+                            "0.150 s of sound were cut that overlapped the sound before."));
+}
+
+// However the sound that comes again is cut into blocks.
+TEST_F(SoundLineTest, OverlapsAreCutToTheSample) {
+    for (int const length : {30, 64, 500}) {
+        SCOPED_TRACE(length);
+        m_line = Media::SoundLine(MonoAt(1000));
+        m_samples.clear();
+        for (int const start : {0, 500}) {
+            m_number = static_cast<float>(start);
+            for (int at = start; at < start + 1000; at += length)
+                Feed(length, at);
+        }
+        int const first = (1000 + length - 1) / length * length; // the end of the first pass
+        for (int const at : {first - 1, first, first + 100})
+            EXPECT_EQ(m_samples[static_cast<std::size_t>(at)], at + 1);
+        EXPECT_THAT(m_line.GetNotes(),
+                    ElementsAre(fmt::format("{:.3f} s of sound were cut that overlapped the sound before.",
+                                            (first - 500) / 1000.0)));
+    }
+}
+
+// A packet of 21 ms is lost, known or not, or comes twice; then the same deviation within jitter.
+TEST_F(SoundLineTest, SmallStepsThatLastAreBelieved) {
+    struct {
+        char const* name;
+        bool isKnown;
+        bool jitters;
+        int step;
+        std::size_t length;
+        float after; // the sample at 210
+    } const cases[] = {{"known", true, true, 21, 820, 0},
+                       {"lasting", false, false, 21, 820, 0},
+                       {"jitter", false, true, 21, 800, 211},
+                       {"twice", false, false, -21, 780, 231}};
+    for (auto const& row : cases) {
+        SCOPED_TRACE(row.name);
+        m_line = Media::SoundLine(MonoAt(1000));
+        m_samples.clear();
+        m_number = 0;
+        for (int i = 0; i < 40; ++i) {
+            if (i == 10 && row.isKnown)
+                m_line.ExpectLoss();
+            int const jitter = !row.jitters || i < 10 ? i % 2 : i % 2 * 8 * (i % 3 - 1);
+            int const late = i >= 10 ? row.step : 0;
+            Feed(20, i * 20 + late + jitter);
+        }
+        m_line.End();
+        TakeAll(m_line);
+        EXPECT_NEAR(static_cast<double>(m_samples.size()), static_cast<double>(row.length), 2);
+        EXPECT_EQ(m_samples[210], row.after);
+        EXPECT_EQ(m_samples.back(), 800);
+        EXPECT_EQ(m_line.GetNotes().size(), row.jitters && !row.isKnown ? 0U : 1U);
+    }
+}
+
+TEST_F(SoundLineTest, BlocksHoldWhatTheySay) {
+    struct {
+        int count;
+        char const* text;
+    } const cases[] = {
+        {50'000'000, "A block of sound said to be of 50000000 samples of 1000 Hz flt mono holds fewer"},
+        {-7, "A block of sound is said to be of -7 samples"}};
+    for (auto const& row : cases) {
+        auto const block = MakeBlock(100);
+        block->GetAVFrame()->nb_samples = row.count;
+        try {
+            m_line.Feed(*block->GetAVFrame(), 0, {1, 1000});
+            ADD_FAILURE() << row.count;
+        } catch (Proc::EffectException const& exception) {
+            EXPECT_STREQ(exception.what(), row.text);
+        }
+        block->GetAVFrame()->nb_samples = 100;
+    }
 }
 
 TEST_F(SoundLineTest, JumpsOfTheClockArePassedOver) {

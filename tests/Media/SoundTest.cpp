@@ -268,6 +268,47 @@ TEST_F(Sound, GapsBecomeSilence) {
     EXPECT_THAT(result.notes, Contains(HasSubstr("1 sound gap was filled with silence, 0.1")));
 }
 
+// One packet of 21 ms is missing, or cannot be decoded: what follows stays in its place.
+TEST_F(Sound, LostPacketsBecomeSilence) {
+    double middle = 0;
+    for (char const* loss : {"", "-bsf:a noise=drop=eq(n\\,10)", "-bsf:a noise=amount=eq(n\\,10)"}) {
+        SCOPED_TRACE(loss);
+        Make(File("in.mka"), s_burst + "-c:a aac " + loss);
+        Media::RunOptions options = SoundOptions("in.mka", "out.wav");
+        options.overwrite = true;
+        Media::RunResult const result = Media::Run(options);
+        EXPECT_EQ(testing::Value(result.notes, Contains(HasSubstr("filled with silence, 0.02"))),
+                  *loss != '\0');
+        double const found = ReadSound(File("out.wav")).GetMiddle();
+        middle = *loss == '\0' ? found : middle;
+        EXPECT_NEAR(found, middle, 0.001);
+    }
+}
+
+// Bare streams have no times of their own: FFmpeg guesses them from the rate at the beginning.
+TEST_F(Sound, ChangesOfRateLoseNothing) {
+    Make(File("a.aac"), s_burst + "-ar 44100");
+    Make(File("b.aac"), s_burst + "-ar 22050");
+    Write("in.aac", Read("a.aac") + Read("b.aac") + Read("a.aac"));
+    Media::Run(SoundOptions("in.aac", "out.wav"));
+    EXPECT_NEAR(ReadSound(File("out.wav")).GetDuration(),
+                2 * ReadSound(File("a.aac")).GetDuration() + ReadSound(File("b.aac")).GetDuration(), 0.001);
+}
+
+// No block can have such samples.
+TEST_F(Sound, IntegersOf64BitsBecomeReal) {
+    Make(File("real.wav"), s_noise + "-c:a pcm_f64le");
+    std::vector<double> const real = ReadSound(File("real.wav")).samples;
+    for (std::string const output : {"out.wav", "out.mka"}) {
+        Make(File("in.wav"), s_noise + "-c:a pcm_s64le");
+        Media::RunResult const result = Media::Run(SoundOptions("in.wav", output));
+        EXPECT_THAT(result.notes, ElementsAre("Samples of 64 bits were rounded to real numbers of 53."));
+        SoundRecord const out = ReadSound(File(output));
+        EXPECT_EQ(out.codec, "pcm_f64le");
+        EXPECT_THAT(out.samples, testing::Pointwise(testing::DoubleNear(1e-15), real));
+    }
+}
+
 // A lane that gives something else than it said, and a stream that changes on its way.
 TEST_F(Sound, ChangesOfFormatAreConverted) {
     Make(File("in.wav"), s_burst);
@@ -364,7 +405,12 @@ TEST_F(Sound, WhatIsWantedHasToBeThere) {
               "Cannot write " + name("out.png") + ": a picture holds no sound");
     EXPECT_EQ(RunForFailure<OptionsException>(Options("silent.mp4", "out.mp3")),
               "Cannot write " + name("out.mp3") + ": \"mp3\" holds no pictures");
-    EXPECT_THAT(List(), ElementsAre("silent.mp4", "sound.wav"));
+    std::string unknown = Read("sound.wav");
+    unknown.replace(20, 2, "\x48\x20"); // the codec's number
+    Write("unknown.wav", unknown);
+    EXPECT_EQ(RunForFailure<InputException>(SoundOptions("unknown.wav", "out.wav")),
+              "Cannot decode the sound of stream 0, which is in the codec sonic: Experimental feature");
+    EXPECT_THAT(List(), ElementsAre("silent.mp4", "sound.wav", "unknown.wav"));
 
     Media::RunOptions options = Options("sound.wav", "out.flac");
     options.makeSoundLane = SoundThrough();
