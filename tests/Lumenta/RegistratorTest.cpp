@@ -13,6 +13,15 @@
 namespace Tarsel::Test {
 namespace {
 
+/// In the order of registration; those of sound and of two inputs are marked.
+constexpr char const* s_all =
+    "flip transpose display-matrix deshake stabilizer pixel-format denoise-chroma-luma denoise-dct "
+    "denoise-wavelet edge-detect emboss balance-chroma blur color-channel-mixer negate noise border "
+    "posterize remove-grain two-input:midequalizer deinterlace resize audio:resample resize-complex "
+    "rotate color-balance smart-blur audio:equalizer audio:echo audio:chorus audio:reverb audio:gate "
+    "audio:noise-gate audio:compressor audio:distortion audio:flanger audio:vibrato ";
+constexpr std::size_t s_count = 37;
+
 /// Notes what is registered; answers with `answer` for the last one, else with its opposite.
 struct Registrar : Proc::IEffectRegistrar {
     std::string all;
@@ -49,15 +58,6 @@ struct Registrar : Proc::IEffectRegistrar {
         return Register(classId, implName, "two-input:", creator);
     }
 };
-
-/// In the order of registration; those of sound and of two inputs are marked.
-constexpr char const* s_all =
-    "flip transpose display-matrix deshake stabilizer pixel-format denoise-chroma-luma denoise-dct "
-    "denoise-wavelet edge-detect emboss balance-chroma blur color-channel-mixer negate noise border "
-    "posterize remove-grain two-input:midequalizer deinterlace resize audio:resample resize-complex "
-    "rotate color-balance smart-blur audio:equalizer audio:echo audio:chorus audio:reverb audio:gate "
-    "audio:noise-gate audio:compressor audio:distortion audio:flanger audio:vibrato ";
-constexpr std::size_t s_count = 37;
 
 TEST(Registrator, RegistersAllInOrderEachTime) {
     for (bool answer : {true, false}) {
