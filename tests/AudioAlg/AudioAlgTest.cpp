@@ -2,9 +2,8 @@
 
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "AudioAlg/SoundMemory.h"
-#include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Failure.h"
 
-#include <boost/throw_exception.hpp>
 #include <gmock/gmock.h>
 
 #include <functional>
@@ -196,16 +195,11 @@ TEST(AudioAlg, MixOfNothingIsSilence) {
 
 void ExpectFailure(std::function<void()> const& action, std::string const& text,
                    std::string const& function) {
-    try {
-        action();
-        ADD_FAILURE() << "nothing thrown for " << text;
-    } catch (EffectException const& exception) {
-        EXPECT_EQ(*boost::get_error_info<TagDescription>(exception), text);
-        EXPECT_TRUE(boost::get_error_info<TagCallStack>(exception));
-        EXPECT_STREQ(*boost::get_error_info<boost::throw_file>(exception),
-                     "Proc/Algorithms/AudioAlg/AudioAlg");
-        EXPECT_EQ(*boost::get_error_info<boost::throw_function>(exception), function);
-    }
+    Tarsel::Test::Failure const failure = Tarsel::Test::Catch(action);
+    EXPECT_EQ(failure.text, text);
+    EXPECT_EQ(failure.file, "Proc/Algorithms/AudioAlg/AudioAlg");
+    EXPECT_EQ(failure.function, function);
+    EXPECT_TRUE(failure.hasStack);
 }
 
 TEST(AudioAlg, RefusesUnknownFormats) {

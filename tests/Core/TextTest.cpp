@@ -1,32 +1,19 @@
 #include "Core/Text.h"
 
+#include "Support/CommaLocale.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <locale>
 #include <string>
 #include <vector>
 
 using namespace Tarsel::Core;
+using Tarsel::Test::CommaLocale;
 
 namespace {
-
-/// A process locale with a decimal comma and grouping, for the life of a test.
-class CommaLocale {
-    struct Comma : std::numpunct<char> {
-        char do_decimal_point() const override { return ','; }
-        char do_thousands_sep() const override { return '.'; }
-        std::string do_grouping() const override { return "\3"; }
-    };
-    std::locale m_previous = std::locale::global(std::locale(std::locale::classic(), new Comma));
-
-public:
-    CommaLocale() = default;
-    CommaLocale(CommaLocale const&) = delete;
-    ~CommaLocale() { std::locale::global(m_previous); }
-};
 
 TEST(Text, WritesTheShortestNumberInEveryLocale) {
     CommaLocale const comma;

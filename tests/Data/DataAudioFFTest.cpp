@@ -1,8 +1,8 @@
 #include "Proc/Data/DataAudioFF.h"
 #include "Core/CoreExceptions.h"
-#include "Data/TestFrames.h"
 #include "Proc/Data/FactoryData.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/AllocationLimit.h"
 
 #include <gmock/gmock.h>
 
@@ -16,6 +16,8 @@ extern "C" {
 namespace Tarsel::Proc {
 
 namespace {
+
+using namespace Tarsel::Test;
 
 using Conf::SampleFormats;
 using Conf::SampleInfo;

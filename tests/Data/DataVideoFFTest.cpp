@@ -1,9 +1,10 @@
 #include "Proc/Data/DataVideoFF.h"
 #include "Core/CoreExceptions.h"
-#include "Data/TestFrames.h"
 #include "Proc/Data/FactoryData.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameFields.h"
+#include "Support/AllocationLimit.h"
+#include "Support/Planes.h"
 
 #include <gmock/gmock.h>
 
@@ -17,6 +18,8 @@ extern "C" {
 namespace Tarsel::Proc {
 
 namespace {
+
+using namespace Tarsel::Test;
 
 std::vector<std::uint8_t> Bytes(ReadOnlyPlane const& plane) {
     std::vector<std::uint8_t> bytes;

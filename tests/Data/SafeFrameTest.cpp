@@ -1,8 +1,9 @@
 #include "Core/CoreExceptions.h"
-#include "Data/TestFrames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/AVFrameWrapper.h"
 #include "Proc/Wrappers/FrameFields.h"
+#include "Support/AllocationLimit.h"
+#include "Support/Planes.h"
 
 #include <gmock/gmock.h>
 
@@ -16,6 +17,8 @@ extern "C" {
 namespace Tarsel::Proc {
 
 namespace {
+
+using namespace Tarsel::Test;
 
 TEST(SafeFrameTest, StructCannotBeHad) {
     AllocationLimit const limit(100);

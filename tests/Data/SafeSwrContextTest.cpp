@@ -2,9 +2,10 @@
 
 #include "Conf/FFmpegFormats.h"
 #include "Core/CoreExceptions.h"
-#include "Data/TestFrames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
+#include "Support/AllocationLimit.h"
+#include "Support/Planes.h"
 #include "Support/Sound.h"
 
 #include <gmock/gmock.h>

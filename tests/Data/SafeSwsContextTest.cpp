@@ -1,7 +1,7 @@
 #include "Proc/Wrappers/SafeSwsContext.h"
 #include "Conf/PixFmtDescription.h"
-#include "Data/TestFrames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Planes.h"
 
 #include <gmock/gmock.h>
 
@@ -14,6 +14,8 @@ extern "C" {
 namespace Tarsel::Proc {
 
 namespace {
+
+using namespace Tarsel::Test;
 
 using Conf::ColorSpace;
 using Conf::PixColor;

@@ -40,14 +40,11 @@ private:
     std::string m_classId;
 };
 
-/// Passes data through.
-template <class Medium>
-class EffectOf : public Core::RefCounted<typename Medium::Effect> {
+/// Has settings of that class id and does nothing with them.
+template <class Interface>
+class EffectAs : public Core::RefCounted<Interface> {
 public:
-    using Data = typename Medium::Data;
-    using Format = typename Medium::Format;
-
-    explicit EffectOf(std::string classId) : m_settings(std::move(classId)) {}
+    explicit EffectAs(std::string classId) : m_settings(std::move(classId)) {}
 
     Core::Property GetSettings() const override { return Core::Property(); }
     void SetSettings(Core::Property const&) override {}
@@ -55,13 +52,19 @@ public:
     void SetSettings(Proc::Settings const&) override {}
     void Reset() override {}
     std::int32_t GetInputFrameType() const override {
-        return std::is_same_v<Medium, Host::VideoMedium> ? 1 : 2;
+        return std::is_base_of_v<Proc::IOneInputEffectAudio, Interface> ? 2 : 1;
     }
-    void Process(SP<Data>&) override {}
-    void UpdateFormatCodec(SP<Format>&) override {}
 
 private:
     NamedSettings m_settings;
+};
+
+/// Passes data through.
+template <class Medium>
+struct EffectOf : EffectAs<typename Medium::Effect> {
+    using EffectAs<typename Medium::Effect>::EffectAs;
+    void Process(SP<typename Medium::Data>&) override {}
+    void UpdateFormatCodec(SP<typename Medium::Format>&) override {}
 };
 
 template <class Medium>

@@ -3,11 +3,10 @@
 #include "Host/Doubles.h"
 #include "Proc/Data/FactoryData.h"
 #include "Proc/Interfaces/ImplNames.h"
-#include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Failure.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -77,22 +76,14 @@ TEST_F(EffectFactoryTest, HandsOutItselfAndADataFactory) {
 }
 
 TEST_F(EffectFactoryTest, NamesWhatIsNotRegistered) {
-    auto const expect = [](std::function<void()> const& create, char const* text) {
-        try {
-            create();
-            ADD_FAILURE() << "nothing thrown";
-        } catch (Proc::EffectException const& exception) {
-            EXPECT_STREQ(exception.what(), text);
-        }
-    };
-    expect([&] { m_factory->CreateVideoEffect("twist", ImplNames::DEFAULT, {}); },
-           "No video effect \"twist\" of implementation \"default\" is registered");
-    expect([&] { m_factory->CreateAudioEffect("turn", "first", {}); },
-           "No audio effect \"turn\" of implementation \"first\" is registered");
-    expect([&] { m_factory->CreateTwoInputVideoEffect("turn", "ffmpeg", {}); },
-           "No two-input video effect \"turn\" of implementation \"ffmpeg\" is registered");
-    expect([&] { m_factory->CreateAudioEffect("turn", "ffmpeg", {}); },
-           "The creator of the audio effect \"turn\" of implementation \"ffmpeg\" returned none");
+    EXPECT_EQ(Tarsel::Test::TextOf([&] { m_factory->CreateVideoEffect("twist", ImplNames::DEFAULT, {}); }),
+              "No video effect \"twist\" of implementation \"default\" is registered");
+    EXPECT_EQ(Tarsel::Test::TextOf([&] { m_factory->CreateAudioEffect("turn", "first", {}); }),
+              "No audio effect \"turn\" of implementation \"first\" is registered");
+    EXPECT_EQ(Tarsel::Test::TextOf([&] { m_factory->CreateTwoInputVideoEffect("turn", "ffmpeg", {}); }),
+              "No two-input video effect \"turn\" of implementation \"ffmpeg\" is registered");
+    EXPECT_EQ(Tarsel::Test::TextOf([&] { m_factory->CreateAudioEffect("turn", "ffmpeg", {}); }),
+              "The creator of the audio effect \"turn\" of implementation \"ffmpeg\" returned none");
     EXPECT_THROW(MakeSP<Host::EffectFactory>(nullptr), Proc::EffectException);
     EXPECT_THROW(m_factory->CreateTwoInputVideoEffect("mix", "ffmpeg", {}), std::range_error);
 }

@@ -1,7 +1,7 @@
 #include "Host/EffectRegistry.h"
 
 #include "Proc/Interfaces/ImplNames.h"
-#include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Failure.h"
 
 #include <gmock/gmock.h>
 
@@ -58,12 +58,7 @@ TEST(EffectRegistry, NamesWhatIsMissing) {
     EffectRegistry registry;
     auto const expect = [&](char const* id, char const* name, Proc::VideoEffectCreator creator,
                             char const* text) {
-        try {
-            registry.RegisterVideoEffect(id, name, creator);
-            ADD_FAILURE() << "nothing thrown";
-        } catch (Proc::EffectException const& exception) {
-            EXPECT_STREQ(exception.what(), text);
-        }
+        EXPECT_EQ(Tarsel::Test::TextOf([&] { registry.RegisterVideoEffect(id, name, creator); }), text);
     };
     expect("", "ffmpeg", s_video,
            "Cannot register an effect without class id: class id \"\", implementation \"ffmpeg\"");

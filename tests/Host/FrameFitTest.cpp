@@ -3,6 +3,7 @@
 #include "Host/Doubles.h"
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/IEffectDetails.h"
+#include "Support/Planes.h"
 
 #include <gmock/gmock.h>
 
@@ -19,6 +20,7 @@ using namespace Tarsel;
 using namespace Tarsel::HostTest;
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
+using Tarsel::Test::ByName;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -51,10 +53,6 @@ public:
     std::vector<SP<Proc::IDataVideo>> m_fed;
 };
 
-PixFmt ByName(char const* name) {
-    return PixFmtDescription::FindByName(name).value();
-}
-
 /// A soft ramp in every component.
 SP<Proc::IDataVideo> MakeRamp(PixFmt format, std::uint32_t width, std::uint32_t height) {
     auto const frame =
@@ -75,14 +73,11 @@ SP<Proc::IDataVideo> MakeRamp(PixFmt format, std::uint32_t width, std::uint32_t 
 int GetDistance(Proc::IDataVideo const& a, Proc::IDataVideo const& b) {
     int largest = 0;
     for (int index = 0; index < PixFmtDescription::Find(a.GetPixelFormat()).GetPlaneCount(); ++index) {
-        auto const one = a.GetReadOnlyPlane(index);
-        auto const two = b.GetReadOnlyPlane(index);
-        EXPECT_EQ(one.rowBytes, two.rowBytes);
-        EXPECT_EQ(one.rows, two.rows);
-        for (std::uint32_t y = 0; y < one.rows; ++y)
-            for (std::ptrdiff_t x = 0; x < static_cast<std::ptrdiff_t>(one.rowBytes); ++x)
-                largest = std::max(largest,
-                                   std::abs(one.data[y * one.lineSize + x] - two.data[y * two.lineSize + x]));
+        auto const one = Tarsel::Test::PlaneBytes(*a.GetAVFrame(), index);
+        auto const two = Tarsel::Test::PlaneBytes(*b.GetAVFrame(), index);
+        EXPECT_EQ(one.size(), two.size());
+        for (std::size_t i = 0; i < one.size(); ++i)
+            largest = std::max(largest, std::abs(one[i] - two.at(i)));
     }
     return largest;
 }
@@ -112,7 +107,7 @@ TEST(FrameFit, BringsFramesThereAndBack) {
         {ByName("yuyv422"), 16, 8, PixFmt::YUV422P, 0},
     };
     for (Case const& each : cases) {
-        SCOPED_TRACE(PixFmtDescription::Find(each.format).GetName());
+        SCOPED_TRACE(Tarsel::Test::NameOf(each.format));
         auto const effect = MakeSP<Choosy>();
         Host::VideoChain chain;
         chain.Append(effect);

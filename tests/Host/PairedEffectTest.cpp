@@ -6,10 +6,10 @@
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Planes.h"
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -68,13 +68,10 @@ public:
 /// A picture of one value in each byte.
 Frame MakePlain(char const* format, Conf::FrameInfo const& info, Conf::ColorSpace const& space, int value,
                 std::int64_t time = 0) {
-    PixFmt const pixels = PixFmtDescription::FindByName(format).value();
+    PixFmt const pixels = Tarsel::Test::ByName(format);
     Frame const frame = MakeSP<Proc::DataVideoFF>(space, pixels, info);
-    for (int i = 0; i < PixFmtDescription::Find(pixels).GetPlaneCount(); ++i) {
-        Proc::WritablePlane const plane = frame->GetWritablePlane(i);
-        for (std::uint32_t y = 0; y < plane.rows; ++y)
-            std::fill_n(plane.data + y * plane.lineSize, plane.rowBytes, static_cast<std::uint8_t>(value));
-    }
+    for (int i = 0; i < PixFmtDescription::Find(pixels).GetPlaneCount(); ++i)
+        Tarsel::Test::FillPlane(*frame->GetAVFrame(), i, static_cast<std::uint8_t>(value));
     if (pixels == PixFmt::PAL8)
         for (std::size_t i = 0; i < std::size_t{256} * 4; ++i) // every entry opaque white
             frame->GetAVFrame()->data[1][i] = 0xFF;

@@ -2,6 +2,7 @@
 
 #include "Host/EffectFactory.h"
 #include "Proc/Settings/Settings.h"
+#include "Support/Failure.h"
 #include "Support/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -21,12 +22,7 @@ using testing::StartsWith;
 namespace {
 
 std::string GetFailure(std::filesystem::path const& library) {
-    try {
-        Host::Plugin const plugin(library);
-    } catch (Host::PluginException const& exception) {
-        return exception.what();
-    }
-    return "";
+    return Tarsel::Test::TextOf<Host::PluginException>([&] { Host::Plugin const plugin(library); });
 }
 
 TEST(Plugin, RegistersItsEffects) {
@@ -75,15 +71,10 @@ TEST(Plugin, IsLookedForAlongThePath) {
     EXPECT_EQ(Host::Plugin::Find(own.stem().string().substr(3)), SMALL_PLUGIN);
 
     setenv("TARSEL_PLUGIN_PATH", "/one::/two:", 1);
-    try {
-        Host::Plugin::Find("missing");
-        ADD_FAILURE() << "nothing thrown";
-    } catch (Host::PluginException const& exception) {
-        EXPECT_THAT(exception.what(),
-                    AllOf(StartsWith("No plug-in \"missing\" was found; looked for /one/libmissing.so, "
-                                     "/two/libmissing.so, /"),
-                          HasSubstr("/tarsel/libmissing.so (")));
-    }
+    EXPECT_THAT(Tarsel::Test::TextOf<Host::PluginException>([] { Host::Plugin::Find("missing"); }),
+                AllOf(StartsWith("No plug-in \"missing\" was found; looked for /one/libmissing.so, "
+                                 "/two/libmissing.so, /"),
+                      HasSubstr("/tarsel/libmissing.so (")));
     unsetenv("TARSEL_PLUGIN_PATH");
 }
 

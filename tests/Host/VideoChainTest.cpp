@@ -3,7 +3,7 @@
 #include "Conf/FormatCodecVideo.h"
 #include "Core/Throw.h"
 #include "Host/Doubles.h"
-#include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Failure.h"
 
 #include <gmock/gmock.h>
 
@@ -121,14 +121,6 @@ TEST_P(VideoChainBy, KeepsNoFrame) {
     EXPECT_EQ(frames[3]->GetRefCount(), 1);
 }
 
-TEST(VideoChain, MixesBothWays) {
-    Host::VideoChain chain;
-    chain.Append(Make(By::Stream, Double));
-    chain.Append(Make(By::Process, HoldBack(3)));
-    chain.Append(Make(By::Stream, Drop()));
-    EXPECT_THAT(RunThrough(chain, 4), ElementsAre(0, 1000, 2000, 3000));
-}
-
 TEST(VideoChain, WithoutStepsPassesFramesThrough) {
     Host::VideoChain chain;
     EXPECT_TRUE(chain.IsEmpty());
@@ -188,36 +180,26 @@ void ForEachOperation(SP<Proc::IOneInputEffectVideo> const& effect,
     check([&] { (void)chain.GetStatistics(); });
 }
 
+/// Every operation leaves with the step and with what the exception had before.
+template <class E>
+void ExpectMarked(SP<Proc::IOneInputEffectVideo> const& effect) {
+    ForEachOperation(effect, [](std::function<void()> const& operation) {
+        Tarsel::Test::Failure const failure = Tarsel::Test::Catch<E>(operation);
+        EXPECT_EQ(failure.step, "step 2 (broken)");
+        EXPECT_EQ(failure.text, "it broke");
+        EXPECT_EQ(failure.ffmpegError, -22);
+    });
+}
+
 TEST(VideoChain, MarksExceptionsWithTheStepAndKeepsTheirType) {
     auto const fail = [] {
         Core::Throw<SpecialException>({"Room/Source", "void Fail()"}, "it broke", Proc::TagFFmpegError(-22));
     };
-    auto const check = [](std::function<void()> const& operation) {
-        try {
-            operation();
-            ADD_FAILURE() << "nothing thrown";
-        } catch (SpecialException const& exception) {
-            std::string const* step = boost::get_error_info<Host::TagStep>(exception);
-            ASSERT_NE(step, nullptr);
-            EXPECT_EQ(*step, "step 2 (broken)");
-            EXPECT_STREQ(exception.what(), "it broke");
-            EXPECT_NE(boost::get_error_info<Proc::TagFFmpegError>(exception), nullptr);
-        }
-    };
-    ForEachOperation(MakeSP<Broken>(fail), check);
-    ForEachOperation(MakeSP<BrokenStream>(fail), check);
-
-    auto const failLogic = [] { Core::Throw<std::out_of_range>({"Room/Source", "void Fail()"}, "too far"); };
-    ForEachOperation(MakeSP<Broken>(failLogic), [](std::function<void()> const& operation) {
-        try {
-            operation();
-            ADD_FAILURE() << "nothing thrown";
-        } catch (std::out_of_range const& exception) {
-            std::string const* step = boost::get_error_info<Host::TagStep>(exception);
-            ASSERT_NE(step, nullptr);
-            EXPECT_EQ(*step, "step 2 (broken)");
-        }
-    });
+    ExpectMarked<SpecialException>(MakeSP<Broken>(fail));
+    ExpectMarked<SpecialException>(MakeSP<BrokenStream>(fail));
+    ExpectMarked<std::out_of_range>(MakeSP<Broken>([] {
+        Core::Throw<std::out_of_range>({"Room/Source", "void Fail()"}, "it broke", Proc::TagFFmpegError(-22));
+    }));
 }
 
 TEST(VideoChain, LetsForeignExceptionsPassAsTheyAre) {
@@ -241,13 +223,8 @@ TEST(VideoChain, LetsForeignExceptionsPassAsTheyAre) {
 }
 
 std::string GetFailure(std::function<void()> const& operation) {
-    try {
-        operation();
-    } catch (Proc::EffectException const& exception) {
-        std::string const* const step = boost::get_error_info<Host::TagStep>(exception);
-        return (step != nullptr ? *step : "no step") + ": " + exception.what();
-    }
-    return "nothing thrown";
+    Tarsel::Test::Failure const failure = Tarsel::Test::Catch(operation);
+    return failure.step + ": " + failure.text;
 }
 
 TEST(VideoChain, CountsOnlyStepsWithoutALabel) {

@@ -1,12 +1,9 @@
-#include "Core/Throw.h"
+#include "Host/Doubles.h"
 #include "Proc/Data/DataAudioFF.h"
-#include "Proc/Data/DataVideoFF.h"
-#include "Proc/Interfaces/IOneInputEffectAudio.h"
-#include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Proc/Interfaces/ITwoInputEffectVideo.h"
-#include "Proc/Settings/Settings.h"
+#include "Support/Failure.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <typeinfo>
@@ -17,44 +14,23 @@ using namespace Tarsel::Proc;
 
 namespace {
 
-/// What the adapters do not touch.
-template <class Interface, int frameType>
-class Unused : public Core::RefCounted<Interface> {
-public:
-    using Interface::ProcessData;
-    Core::Property GetSettings() const override { return Core::Property(); }
-    void SetSettings(Core::Property const&) override {}
-    Settings const& GetSettingsBase() const override { throw std::logic_error("not asked for"); }
-    void SetSettings(Settings const&) override {}
-    void Reset() override {}
-    std::int32_t GetInputFrameType() const override { return frameType; }
-};
-
 /// Remembers what it was given and answers with `result`.
-class Video : public Unused<IOneInputEffectVideo, 1> {
-public:
-    void Process(SP<IDataVideo>& data) override {
+template <class Medium>
+struct OneInput : HostTest::EffectOf<Medium> {
+    using Data = typename Medium::Data;
+    OneInput() : HostTest::EffectOf<Medium>("one") {}
+    using Medium::Effect::ProcessData;
+    void Process(SP<Data>& data) override {
         given = data;
         data = result;
     }
-    void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>&) override {}
 
-    SP<IDataVideo> given, result;
+    SP<Data> given, result;
 };
 
-class Audio : public Unused<IOneInputEffectAudio, 2> {
-public:
-    void Process(SP<IDataAudio>& data) override {
-        given = data;
-        data = result;
-    }
-    void UpdateFormatCodec(SP<Conf::IFormatCodecAudio>&) override {}
-
-    SP<IDataAudio> given, result;
-};
-
-class TwoInput : public Unused<ITwoInputEffectVideo, 1> {
-public:
+struct TwoInput : HostTest::EffectAs<ITwoInputEffectVideo> {
+    TwoInput() : EffectAs("two") {}
+    using ITwoInputEffectVideo::ProcessData;
     void Process(SP<IDataVideo>& data, SP<IDataVideo const> const& second) override {
         given = data;
         givenSecond = second;
@@ -65,6 +41,9 @@ public:
     SP<IDataVideo> given, result;
     SP<IDataVideo const> givenSecond;
 };
+
+using Video = OneInput<Host::VideoMedium>;
+using Audio = OneInput<Host::AudioMedium>;
 
 SP<IDataVideo> MakeVideo() {
     return MakeSP<DataVideoFF>(Conf::ColorSpace{}, Conf::PixFmt::GRAY8, Conf::FrameInfo{4, 2, 1, 1});
@@ -127,19 +106,12 @@ TEST(TwoInputAdapter, CastsBoth) {
 void ExpectWrongCount(IEffect& effect, std::size_t count, char const* text, char const* file,
                       char const* function) {
     SCOPED_TRACE(count);
-    try {
-        effect.ProcessData(std::vector<SP<IData>>(count));
-        ADD_FAILURE() << "nothing thrown";
-    } catch (std::logic_error const& exception) {
-        EXPECT_STREQ(exception.what(), text);
-        auto const* thrownFile = boost::get_error_info<boost::throw_file>(exception);
-        auto const* thrownFunction = boost::get_error_info<boost::throw_function>(exception);
-        auto const* stack = boost::get_error_info<TagCallStack>(exception);
-        ASSERT_TRUE(thrownFile && thrownFunction && stack);
-        EXPECT_STREQ(*thrownFile, file);
-        EXPECT_STREQ(*thrownFunction, function);
-        EXPECT_THAT(stack->GetFunctionNames().front(), testing::HasSubstr("::ProcessData("));
-    }
+    Tarsel::Test::Failure const failure =
+        Tarsel::Test::Catch<std::logic_error>([&] { effect.ProcessData(std::vector<SP<IData>>(count)); });
+    EXPECT_EQ(failure.text, text);
+    EXPECT_EQ(failure.file, file);
+    EXPECT_EQ(failure.function, function);
+    EXPECT_TRUE(failure.hasStack);
 }
 
 TEST(Adapters, RefuseAWrongCountOfInputs) {

@@ -1,5 +1,5 @@
 #include "Proc/Interfaces/IDataVideo.h"
-#include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Failure.h"
 
 #include <gtest/gtest.h>
 
@@ -48,12 +48,10 @@ TEST(CopyPlane, CopiesRowsWhateverTheLineSizes) {
 TEST(CopyPlane, RefusesPlanesOfDifferentSize) {
     Picture source(5, 1);
     Picture target(5, 2);
-    try {
-        CopyPlane({source.top, 5, 5, 3}, {target.top, 5, 5, 2});
-        FAIL();
-    } catch (ProcException const& exception) {
-        EXPECT_STREQ(exception.what(), "Cannot copy a plane of 5 bytes by 3 rows into one of 5 by 2");
-    }
+    EXPECT_EQ(Tarsel::Test::TextOf<ProcException>([&] {
+                  CopyPlane({source.top, 5, 5, 3}, {target.top, 5, 5, 2});
+              }),
+              "Cannot copy a plane of 5 bytes by 3 rows into one of 5 by 2");
     EXPECT_THROW(CopyPlane({source.top, 5, 4, 3}, {target.top, 5, 5, 3}), ProcException);
     EXPECT_EQ(target.bytes, std::vector<std::uint8_t>(15, 2));
     CopyPlane({nullptr, 0, 0, 3}, {nullptr, 0, 0, 3}); // nothing to copy, nothing read

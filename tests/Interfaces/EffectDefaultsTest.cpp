@@ -1,4 +1,4 @@
-#include "Proc/Interfaces/IOneInputEffectVideo.h"
+#include "Host/Doubles.h"
 #include "Proc/Interfaces/Statistics.h"
 #include "Proc/Interfaces/TimeToProgress.h"
 
@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <vector>
 
 using namespace Tarsel;
 using namespace Tarsel::Proc;
@@ -32,16 +31,7 @@ TEST(TimeToProgress, IsLinearInDouble) {
 }
 
 TEST(Effect, KeepsTheProgressItIsGiven) {
-    struct Effect : Core::RefCounted<IEffect> {
-        Core::Property GetSettings() const override { return Core::Property(); }
-        void SetSettings(Core::Property const&) override {}
-        Settings const& GetSettingsBase() const override { throw std::bad_alloc(); }
-        void SetSettings(Settings const&) override {}
-        void Reset() override {}
-        SP<IData> ProcessData(std::vector<SP<IData>> const&) override { return {}; }
-        std::int32_t GetInputFrameType() const override { return 1; }
-    };
-    auto const effect = MakeSP<Effect>();
+    auto const effect = MakeSP<HostTest::Effect>("any");
     EXPECT_EQ(effect->GetProgress().GetEnd(), 1000000);
     effect->SetProgress(TimeToProgress(100, 300));
     EXPECT_EQ(static_cast<IEffect const&>(*effect).GetProgress()(200), 0.5);

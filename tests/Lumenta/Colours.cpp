@@ -3,6 +3,7 @@
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Wrappers/SafeSwsContext.h"
+#include "Support/Planes.h"
 
 #include <algorithm>
 #include <bit>
@@ -91,20 +92,7 @@ int Difference(Conf::PixColor a, Conf::PixColor b, bool withAlpha) {
 }
 
 SP<Proc::IDataVideo> StoreBottomUp(Proc::IDataVideo const& data) {
-    SP<Proc::IDataVideo> flipped =
-        Proc::DataVideoFF::CreateLike(data, data.GetColorSpace(), data.GetPixelFormat(), data.GetFrameInfo());
-    AVFrame& frame = *flipped->GetAVFrame();
-    for (int plane = 0; plane < PixFmtDescription::Find(data.GetPixelFormat()).GetPlaneCount(); ++plane) {
-        Proc::ReadOnlyPlane const from = data.GetReadOnlyPlane(plane);
-        frame.data[plane] += static_cast<std::ptrdiff_t>(from.rows - 1) * frame.linesize[plane];
-        frame.linesize[plane] = -frame.linesize[plane];
-        for (std::uint32_t y = 0; y < from.rows; ++y)
-            std::memcpy(frame.data[plane] + static_cast<std::ptrdiff_t>(y) * frame.linesize[plane],
-                        from.data + y * from.lineSize, from.rowBytes);
-    }
-    if (data.GetPixelFormat() == PixFmt::PAL8)
-        std::memcpy(frame.data[1], data.GetAVFrame()->data[1], 1024);
-    return flipped;
+    return MakeSP<Proc::DataVideoFF>(StoreBottomUp(*data.GetAVFrame()), data.GetFrameInfo());
 }
 
 } // namespace Tarsel::Test

@@ -13,14 +13,6 @@ extern "C" {
 
 namespace Tarsel::Test {
 
-Conf::PixFmt ByName(std::string_view name) {
-    return Conf::PixFmtDescription::FindByName(name).value();
-}
-
-std::string const& NameOf(Conf::PixFmt format) {
-    return Conf::PixFmtDescription::Find(format).GetName();
-}
-
 SP<Proc::IDataVideo> MakeFrame(Conf::PixFmt format, Conf::FrameInfo const& info, std::int64_t time,
                                std::int64_t duration, std::uint32_t seed) {
     SP<Proc::IDataVideo> data = MakeSP<Proc::DataVideoFF>(Conf::ColorSpace{}, format, info);
@@ -46,11 +38,8 @@ SP<Proc::IDataVideo> MakeFrame(Conf::PixFmt format, Conf::FrameInfo const& info,
 
 SP<Proc::IDataVideo> MakeOverfullFrame(Conf::PixFmt format, Conf::FrameInfo const& info) {
     SP<Proc::IDataVideo> data = MakeFrame(format, info);
-    for (int plane = 0; plane < Conf::PixFmtDescription::Find(format).GetPlaneCount(); ++plane) {
-        Proc::WritablePlane const to = data->GetWritablePlane(plane);
-        for (std::uint32_t y = 0; y < to.rows; ++y)
-            std::fill_n(to.data + y * to.lineSize, to.rowBytes, std::uint8_t{0xFF});
-    }
+    for (int plane = 0; plane < Conf::PixFmtDescription::Find(format).GetPlaneCount(); ++plane)
+        FillPlane(*data->GetAVFrame(), plane, 0xFF);
     return data;
 }
 
@@ -60,15 +49,8 @@ SP<Proc::IDataVideo> MakeLiar(Conf::FrameInfo const& real, Conf::FrameInfo const
 
 Pixels GetPixels(Proc::IDataVideo const& data) {
     Pixels pixels;
-    for (int plane = 0; plane < Conf::PixFmtDescription::Find(data.GetPixelFormat()).GetPlaneCount();
-         ++plane) {
-        Proc::ReadOnlyPlane const from = data.GetReadOnlyPlane(plane);
-        auto& bytes = pixels.emplace_back();
-        for (std::uint32_t y = 0; y < from.rows; ++y) {
-            std::uint8_t const* const row = from.data + y * from.lineSize;
-            bytes.insert(bytes.end(), row, row + from.rowBytes);
-        }
-    }
+    for (int plane = 0; plane < Conf::PixFmtDescription::Find(data.GetPixelFormat()).GetPlaneCount(); ++plane)
+        pixels.push_back(PlaneBytes(*data.GetAVFrame(), plane));
     return pixels;
 }
 

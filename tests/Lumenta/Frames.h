@@ -3,11 +3,11 @@
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
+#include "Support/Planes.h"
 
 #include <array>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 extern "C" {
@@ -22,9 +22,6 @@ constexpr Conf::FrameInfo s_small{64, 48, 1, 1};
 /// Formats that effects treat differently: by subsampling, range, alpha, depth, packing.
 inline constexpr std::array s_formatKinds{"yuv420p",     "yuvj420p", "yuvj422p", "yuva420p", "rgba",
                                           "yuv420p10le", "gray",     "nv12",     "yuyv422"};
-
-Conf::PixFmt ByName(std::string_view name);
-std::string const& NameOf(Conf::PixFmt format);
 
 /// A picture of noise that `seed` determines. Samples of 9 to 15 bits stay within them.
 SP<Proc::IDataVideo> MakeFrame(Conf::PixFmt format = Conf::PixFmt::YUV420P,

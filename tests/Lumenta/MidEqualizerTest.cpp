@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <stdexcept>
 #include <typeinfo>
 
@@ -258,21 +257,21 @@ TEST(MidEqualizer, GivesTheBitsOfTheFFmpegProgram) {
             SCOPED_TRACE(name + std::string(" ") + std::to_string(planes));
             auto const effect = MakeSP<MidEqualizerFF>();
             effect->SetSettings(MakeSettings(planes));
-            std::ofstream firsts(folder / "first.raw", std::ios::binary);
-            std::ofstream seconds(folder / "second.raw", std::ios::binary);
+            std::string firsts;
+            std::string seconds;
             std::string raw;
             PixFmt format = PixFmt::None;
             for (std::uint32_t i = 0; i < frames; ++i) {
                 Pair pair(ByName(name), s_small, secondInfo);
-                firsts << GetRaw(*pair.first);
-                seconds << GetRaw(*pair.second);
+                firsts += GetRaw(*pair.first);
+                seconds += GetRaw(*pair.second);
                 effect->Process(pair.data, pair.second);
                 ASSERT_NE(pair.data, nullptr);
                 raw += GetRaw(*pair.data);
                 format = pair.data->GetPixelFormat();
             }
-            firsts.close();
-            seconds.close();
+            WriteFile(folder / "first.raw", firsts);
+            WriteFile(folder / "second.raw", seconds);
             std::string const form = std::string("-f rawvideo -r 25 -pix_fmt ") + name + " -s ";
             std::string const expected =
                 RunFFmpeg(form + "64x48 -i " + (folder / "first.raw").string() + ' ' + form + "33x27 -i " +

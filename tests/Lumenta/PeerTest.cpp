@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 
 /// Every effect gives, bit for bit, what the ffmpeg program gives for the same text.
@@ -30,12 +29,12 @@ TEST_P(Peer, GivesTheSameBits) {
         if (TreatsAlphaApart(row) && format.HasAlpha())
             continue;
         FrameList frames;
-        std::ofstream file(folder / "in.raw", std::ios::binary);
+        std::string in;
         for (std::uint32_t i = 0; i < s_frames; ++i) {
             frames.push_back(MakeFrame(format.GetFormat(), s_small, i * 40000, 40000, i + 1));
-            file << GetRaw(*frames.back());
+            in += GetRaw(*frames.back());
         }
-        file.close();
+        WriteFile(folder / "in.raw", in);
 
         std::string raw;
         std::string result;

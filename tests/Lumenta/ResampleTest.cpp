@@ -12,7 +12,6 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
 #include <string>
 #include <typeinfo>
 #include <vector>
@@ -287,7 +286,7 @@ TEST(Resample, GivesWhatFFmpegGives) {
     for (auto const& each : cases) {
         SCOPED_TRACE(Proc::SoundText(each.from) + " to " + Proc::SoundText(each.to));
         Blocks const blocks = MakeBlocks(each.from, 30001);
-        std::ofstream(folder / "in.raw", std::ios::binary) << GetRaw(blocks);
+        WriteFile(folder / "in.raw", GetRaw(blocks));
         auto const name = [](SampleInfo const& info) {
             return std::string(Conf::SampleFmtRecord::Find(info.format).name);
         };

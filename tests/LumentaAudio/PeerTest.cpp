@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <fstream>
-#include <iterator>
 
 /// Every effect gives, bit for bit, what the ffmpeg program gives for the same text.
 namespace Tarsel::Test {
@@ -43,11 +41,6 @@ void Clip(std::string& raw, SampleFormats format) {
         ClipReals<double>(raw);
 }
 
-std::string ReadFile(std::filesystem::path const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 struct PeerCase {
     SampleFormats format;
     Conf::ChannelLayout layout;
@@ -65,7 +58,7 @@ TEST_P(Peer, GivesTheSameBits) {
     auto const& record = Conf::SampleFmtRecord::Find(info.format);
     SP<Proc::IDataAudio> const sound = MakeSoundNoise(info, s_samples);
     TempFolder const folder;
-    std::ofstream(folder / "in.raw", std::ios::binary) << GetRaw({sound});
+    WriteFile(folder / "in.raw", GetRaw({sound}));
     // The program's vibrato begins with what its memory held: let that be zeros.
     std::string const begin =
         "env MALLOC_PERTURB_=255 ffmpeg -nostdin -v error -filter_threads 1 -ar 44100 -ac " +

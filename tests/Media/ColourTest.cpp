@@ -2,10 +2,10 @@
 
 #include "Media/EncoderPicture.h"
 #include "RunFixture.h"
+#include "Support/Planes.h"
 #include "Support/Process.h"
 
 extern "C" {
-#include <libavutil/pixdesc.h>
 #include <libavutil/pixfmt.h>
 }
 
@@ -17,8 +17,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-struct ColourCase {
-    std::string name;
+struct ColourCase : NamedCase {
     /// Of the ffmpeg program, for 64x48 pictures.
     std::string arguments;
     std::string output;
@@ -42,9 +41,7 @@ TEST_P(Colours, AreKept) {
         out.colour.chromaLocation = AVCHROMA_LOC_UNSPECIFIED; // H.264 means left by saying nothing
     EXPECT_EQ(out.colour, in.colour);
     EXPECT_EQ(out.aspect, in.aspect);
-    ASSERT_EQ(out.pictures.size(), in.pictures.size());
-    for (std::size_t i = 0; i < in.pictures.size(); ++i)
-        EXPECT_EQ(out.pictures[i].hash, in.pictures[i].hash);
+    EXPECT_EQ(out.GetHashes(), in.GetHashes());
     EXPECT_THAT(result.notes, IsEmpty());
 }
 
@@ -53,18 +50,18 @@ std::string const s_hdr = "-colorspace bt2020nc -color_primaries bt2020 -color_t
 
 INSTANTIATE_TEST_SUITE_P(
     All, Colours,
-    testing::Values(ColourCase{"Unspecified", "-pix_fmt yuv420p", "out.mp4"},
-                    ColourCase{"HdFullRange", "-pix_fmt yuv422p -color_range pc " + s_hd, "out.mp4"},
-                    ColourCase{"HdFullRangeMatroska", "-pix_fmt yuv422p -color_range pc " + s_hd, "out.mkv"},
-                    ColourCase{"HdrDeep", "-pix_fmt yuv444p10le -color_range tv " + s_hdr, "out.mp4"},
-                    ColourCase{"HdrDeepMatroska", "-pix_fmt yuv444p10le -color_range tv " + s_hdr, "out.mkv"},
-                    ColourCase{"ChromaTopLeft", "-pix_fmt yuv420p -chroma_sample_location topleft",
-                               "out.mp4"},
-                    ColourCase{"Alpha", "-pix_fmt yuva444p", "out.mkv"},
-                    ColourCase{"Rgb", "-pix_fmt gbrp", "out.mkv"},
-                    ColourCase{"Aspect", "-pix_fmt yuv420p -vf setsar=16/11", "out.mp4"},
-                    ColourCase{"OddSize", "-pix_fmt yuv420p -s 65x49", "out.mkv"}),
-    [](auto const& test) { return test.param.name; });
+    testing::Values(
+        ColourCase{{"Unspecified"}, "-pix_fmt yuv420p", "out.mp4"},
+        ColourCase{{"HdFullRange"}, "-pix_fmt yuv422p -color_range pc " + s_hd, "out.mp4"},
+        ColourCase{{"HdFullRangeMatroska"}, "-pix_fmt yuv422p -color_range pc " + s_hd, "out.mkv"},
+        ColourCase{{"HdrDeep"}, "-pix_fmt yuv444p10le -color_range tv " + s_hdr, "out.mp4"},
+        ColourCase{{"HdrDeepMatroska"}, "-pix_fmt yuv444p10le -color_range tv " + s_hdr, "out.mkv"},
+        ColourCase{{"ChromaTopLeft"}, "-pix_fmt yuv420p -chroma_sample_location topleft", "out.mp4"},
+        ColourCase{{"Alpha"}, "-pix_fmt yuva444p", "out.mkv"},
+        ColourCase{{"Rgb"}, "-pix_fmt gbrp", "out.mkv"},
+        ColourCase{{"Aspect"}, "-pix_fmt yuv420p -vf setsar=16/11", "out.mp4"},
+        ColourCase{{"OddSize"}, "-pix_fmt yuv420p -s 65x49", "out.mkv"}),
+    s_caseName);
 
 using Conversions = RunFixture;
 
@@ -102,8 +99,8 @@ TEST_F(Conversions, RgbSaysItsMatrix) {
     EXPECT_EQ(film.colour.matrix, AVCOL_SPC_BT709);
     EXPECT_EQ(film.colour.range, AVCOL_RANGE_MPEG);
     Media::Run(Options("out.mp4", "back.png"));
-    std::string const pixels = RunForOutput({"ffmpeg", "-v", "error", "-i", File("back.png"), "-vf",
-                                             "crop=1:1:9:9", "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+    std::string const pixels =
+        RunFFmpeg("-i", {File("back.png")}, "-vf crop=1:1:9:9 -f rawvideo -pix_fmt rgb24 -");
     EXPECT_NEAR(static_cast<unsigned char>(pixels.at(0)), 0x20, 2);
     EXPECT_NEAR(static_cast<unsigned char>(pixels.at(1)), 0xc0, 2);
     EXPECT_NEAR(static_cast<unsigned char>(pixels.at(2)), 0x40, 2);
@@ -142,10 +139,7 @@ TEST_F(Conversions, AlphaOfWebmIsKept) {
     Media::VideoStreamInfo info;
     Media::RunOptions options = Options("in.webm", "out.webm");
     options.videoEncoderOptions = {{"auto-alt-ref", "0"}};
-    options.makeVideoLane = [&](Media::VideoStreamInfo const& told) {
-        info = told;
-        return PassThrough()(told);
-    };
+    options.makeVideoLane = Note(info);
     Media::Run(options);
     EXPECT_EQ(info.format, Conf::PixFmt::YUVA420P);
     EXPECT_EQ(ReadMedia(File("out.webm")).streams[0].metadata["alpha_mode"], "1");
@@ -164,14 +158,10 @@ struct ChoiceCase {
     bool isConverted;
 };
 
-Conf::PixFmt Format(char const* name) {
-    return static_cast<Conf::PixFmt>(av_get_pix_fmt(name));
-}
-
 std::vector<Conf::PixFmt> Formats(std::initializer_list<char const*> names) {
     std::vector<Conf::PixFmt> formats;
     for (char const* name : names)
-        formats.push_back(Format(name));
+        formats.push_back(ByName(name));
     return formats;
 }
 
@@ -205,16 +195,16 @@ TEST(ChoosePicture, NearestFormatAndRange) {
     for (ChoiceCase const& row : cases) {
         SCOPED_TRACE(std::string(row.format) + " " + std::to_string(row.width) + " to " + row.wanted);
         Media::EncoderPicture const picture =
-            Media::ChoosePicture(Format(row.format), row.space, row.width, 48, row.rules);
-        EXPECT_EQ(picture.format, Format(row.wanted));
+            Media::ChoosePicture(ByName(row.format), row.space, row.width, 48, row.rules);
+        EXPECT_EQ(picture.format, ByName(row.wanted));
         EXPECT_EQ(picture.space.range, row.range);
         EXPECT_EQ(picture.isConverted, row.isConverted);
     }
     // JPEG knows the matrix of BT.601 alone.
-    EXPECT_EQ(Media::ChoosePicture(Format("yuv420p"), hdLimited, 64, 48, jpeg).space.matrix,
+    EXPECT_EQ(Media::ChoosePicture(ByName("yuv420p"), hdLimited, 64, 48, jpeg).space.matrix,
               AVCOL_SPC_BT470BG);
     Media::EncoderRules const wholeChroma{Formats({"yuv420p"}), false, false, false, true};
-    EXPECT_EQ(Media::ChoosePicture(Format("yuv420p"), none, 65, 48, wholeChroma).format, Conf::PixFmt::None);
+    EXPECT_EQ(Media::ChoosePicture(ByName("yuv420p"), none, 65, 48, wholeChroma).format, Conf::PixFmt::None);
 }
 
 } // namespace

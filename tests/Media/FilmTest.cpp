@@ -68,10 +68,7 @@ TEST_F(Film, AllOfAnMp4ComesOut) {
     Remux(MakeRich("plain.mp4", "mov_text"), File("in.mp4"), TagAsTurned);
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     Media::VideoStreamInfo info;
-    options.makeVideoLane = [&](Media::VideoStreamInfo const& told) {
-        info = told;
-        return PassThrough()(told);
-    };
+    options.makeVideoLane = Note(info);
     Media::RunResult const result = Media::Run(options);
     MediaRecord const in = ReadMedia(File("in.mp4"));
     MediaRecord const out = ReadMedia(File("out.mp4"));
@@ -143,8 +140,7 @@ TEST_F(Film, CoversStayCovers) {
     }
 }
 
-struct TimesCase {
-    std::string name;
+struct TimesCase : NamedCase {
     std::string arguments;
     std::string output;
     /// FFmpeg's reader finds no duration for the last picture of a stream with a late start and no B-frames.
@@ -159,11 +155,8 @@ TEST_P(FilmTimes, ComeOutAsTheyWentIn) {
     MediaRecord const in = ReadMedia(File("in.mp4"));
     MediaRecord const out = ReadMedia(File("out." + GetParam().output));
     ASSERT_GT(in.pictures.size(), 5U);
-    ASSERT_EQ(out.pictures.size(), in.pictures.size());
-    for (std::size_t i = 0; i < in.pictures.size(); ++i) {
-        EXPECT_EQ(out.pictures[i].time, in.pictures[i].time) << "picture " << i;
-        EXPECT_EQ(out.pictures[i].hash, in.pictures[i].hash) << "picture " << i;
-    }
+    EXPECT_EQ(out.GetTimes(), in.GetTimes());
+    EXPECT_EQ(out.GetHashes(), in.GetHashes());
     // In MP4 a picture lasts until the next; only the last one says itself.
     if (GetParam().output == "mp4" && GetParam().saysLastDuration) {
         EXPECT_EQ(out.pictures.back().duration, in.pictures.back().duration);
@@ -176,21 +169,26 @@ std::string const s_variable = "-vf settb=1/90000,setpts=(N*N+3*N)*450 -vsync pa
 INSTANTIATE_TEST_SUITE_P(
     All, FilmTimes,
     testing::Values(
-        TimesCase{"Ntsc", "-f lavfi -i testsrc2=s=64x48:r=30000/1001:d=1 " + s_bFrames, "mp4"},
-        TimesCase{"VariableRate", s_pictures + s_variable + s_noBFrames + "-video_track_timescale 90000",
+        TimesCase{{"Ntsc"}, "-f lavfi -i testsrc2=s=64x48:r=30000/1001:d=1 " + s_bFrames, "mp4"},
+        TimesCase{
+            {"VariableRate"}, s_pictures + s_variable + s_noBFrames + "-video_track_timescale 90000", "mp4"},
+        TimesCase{{"VariableRateBFrames"},
+                  s_pictures + s_variable + s_bFrames + "-video_track_timescale 90000",
                   "mp4"},
-        TimesCase{"VariableRateBFrames", s_pictures + s_variable + s_bFrames + "-video_track_timescale 90000",
-                  "mp4"},
-        TimesCase{"VariableRateToMatroska",
-                  s_pictures + s_variable + s_bFrames + "-video_track_timescale 1000", "mkv"},
-        TimesCase{"FinerThanMicroseconds", s_pictures + s_bFrames + "-video_track_timescale 7000003", "mp4"},
-        TimesCase{"PictureStartsLater",
+        TimesCase{{"VariableRateToMatroska"},
+                  s_pictures + s_variable + s_bFrames + "-video_track_timescale 1000",
+                  "mkv"},
+        TimesCase{
+            {"FinerThanMicroseconds"}, s_pictures + s_bFrames + "-video_track_timescale 7000003", "mp4"},
+        TimesCase{{"PictureStartsLater"},
                   s_sound + "-itsoffset 0.52 " + s_pictures + "-map 0 -map 1 -vsync passthrough -c:a aac " +
                       s_bFrames,
-                  "mp4", false},
-        TimesCase{"SoundStartsLater",
-                  "-itsoffset 0.32 " + s_sound + s_pictures + "-map 1 -map 0 -c:a aac " + s_bFrames, "mp4"}),
-    [](auto const& test) { return test.param.name; });
+                  "mp4",
+                  false},
+        TimesCase{{"SoundStartsLater"},
+                  "-itsoffset 0.32 " + s_sound + s_pictures + "-map 1 -map 0 -c:a aac " + s_bFrames,
+                  "mp4"}),
+    s_caseName);
 
 // What the container cannot hold is left out and told, and the rest comes through.
 TEST_F(Film, StreamsThatDoNotFitAreLeftOut) {
@@ -323,9 +321,7 @@ TEST_F(Film, EncodersWithCoarseTimesKeepThem) {
     Media::Run(options);
     MediaRecord const in = ReadMedia(File("in.mp4"));
     MediaRecord const out = ReadMedia(File("out.mp4"));
-    ASSERT_EQ(out.pictures.size(), in.pictures.size());
-    for (std::size_t i = 0; i < in.pictures.size(); ++i)
-        EXPECT_EQ(out.pictures[i].time, in.pictures[i].time) << "picture " << i;
+    EXPECT_EQ(out.GetTimes(), in.GetTimes());
 }
 
 // Matroska may say the same time twice, MP4 may not.

@@ -112,9 +112,7 @@ TEST_F(Lane, MayGivePicturesStoredBottomUp) {
     MediaRecord const once = Run(flip);
     EXPECT_NE(once.pictures[0].hash, m_in[0].hash);
     MediaRecord const other = Run(flip, "out.mkv");
-    ASSERT_EQ(other.pictures.size(), once.pictures.size());
-    for (std::size_t i = 0; i < once.pictures.size(); ++i)
-        EXPECT_EQ(other.pictures[i].hash, once.pictures[i].hash);
+    EXPECT_EQ(other.GetHashes(), once.GetHashes());
 
     // And through the scaler.
     Media::RunOptions options = Options("in.mp4", "out.gif");
@@ -144,13 +142,9 @@ TEST_F(FailingLane, ItsExceptionsComeOutUnchanged) {
     Make(File("in.mp4"), s_pictures + s_bFrames);
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     options.makeVideoLane = MakeLane(fail);
-    try {
-        Media::Run(options);
-        FAIL();
-    } catch (Proc::EffectException const& exception) {
-        EXPECT_STREQ(exception.what(), "An effect failed");
-        EXPECT_EQ(*boost::get_error_info<Proc::TagFFmpegError>(exception), -22);
-    }
+    Failure const failure = Catch([&] { Media::Run(options); });
+    EXPECT_EQ(failure.text, "An effect failed");
+    EXPECT_EQ(failure.ffmpegError, -22);
     EXPECT_THAT(List(), ElementsAre("in.mp4"));
 }
 

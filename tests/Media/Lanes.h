@@ -60,6 +60,14 @@ inline Media::MakeVideoLane PassThrough() {
     return MakeLane([](Picture const& picture) { return Pictures{picture}; });
 }
 
+/// The same, and `told` becomes what the lane's maker is told.
+inline Media::MakeVideoLane Note(Media::VideoStreamInfo& told) {
+    return [&told](Media::VideoStreamInfo const& info) {
+        told = info;
+        return PassThrough()(info);
+    };
+}
+
 /// A factory of such a lane for sound, which keeps the format.
 inline Media::MakeSoundLane MakeSound(SoundFunctionLane::Work work, SoundFunctionLane::Finish finish = {}) {
     return [=](Media::SoundStreamInfo const& info) {

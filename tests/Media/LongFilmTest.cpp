@@ -113,18 +113,15 @@ Media::MakeVideoLane GiveOneIn(int count) {
     });
 }
 
-struct MemoryCase {
-    std::string name;
+struct MemoryCase : NamedCase {
     /// Arguments that make the film.
     std::string film;
-    std::string encoder;
-    Media::MakeVideoLane lane;
+    /// None: pictures are copied.
+    Media::MakeVideoLane lane = {};
     Media::MakeSoundLane sound = {};
+    std::string encoder = "mpeg4";
+    std::string codecs = "-c:v mpeg4 -c:a pcm_s16le";
 };
-
-void PrintTo(MemoryCase const& row, std::ostream* stream) {
-    *stream << row.name;
-}
 
 class LongFilmMemory : public LongFilm, public testing::WithParamInterface<MemoryCase> {};
 
@@ -135,9 +132,10 @@ TEST_P(LongFilmMemory, StaysFlat) {
     std::string film = GetParam().film;
     if (std::size_t const at = film.find("WORDS"); at != std::string::npos)
         film.replace(at, 5, File("words.srt").string());
-    Make(File("in.mkv"), film);
+    Make(File("in.mkv"), film + GetParam().codecs);
     Media::RunOptions options = Options("in.mkv", "out.mkv");
-    options.videoEncoder = GetParam().encoder;
+    if (GetParam().lane)
+        options.videoEncoder = GetParam().encoder;
     options.makeVideoLane = GetParam().lane;
     options.makeSoundLane = GetParam().sound;
     std::size_t most = 0;
@@ -156,52 +154,30 @@ std::string const s_shortPictures = "-f lavfi -i testsrc2=s=32x32:r=5:d=2 ";
 INSTANTIATE_TEST_SUITE_P(
     All, LongFilmMemory,
     testing::Values(
-        MemoryCase{"PassThrough", s_longPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
-                   PassThrough()},
-        MemoryCase{"TenPicturesHeldBack", s_longPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
-                   HoldBack(10)},
-        MemoryCase{"OneInAHundred", s_longPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
-                   GiveOneIn(100)},
-        MemoryCase{"OnlyAtTheEnd", s_longPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
-                   GiveOneAtTheEnd()},
-        MemoryCase{"SparseSubtitles", s_longPictures + s_longSound + "-i WORDS -c:v mpeg4 -c:a pcm_s16le",
-                   "mpeg4", PassThrough()},
-        MemoryCase{"SoundLonger", s_shortPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
-                   PassThrough()},
-        MemoryCase{"SoundThroughALane", s_longPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
-                   PassThrough(), SoundThrough()},
-        MemoryCase{"SoundThroughALaneAlone",
-                   s_longPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le",
-                   "",
+        MemoryCase{{"PassThrough"}, s_longPictures + s_longSound, PassThrough()},
+        MemoryCase{{"TenPicturesHeldBack"}, s_longPictures + s_longSound, HoldBack(10)},
+        MemoryCase{{"OneInAHundred"}, s_longPictures + s_longSound, GiveOneIn(100)},
+        MemoryCase{{"OnlyAtTheEnd"}, s_longPictures + s_longSound, GiveOneAtTheEnd()},
+        MemoryCase{{"SparseSubtitles"}, s_longPictures + s_longSound + "-i WORDS ", PassThrough()},
+        MemoryCase{{"SoundLonger"}, s_shortPictures + s_longSound, PassThrough()},
+        MemoryCase{{"SoundThroughALane"}, s_longPictures + s_longSound, PassThrough(), SoundThrough()},
+        MemoryCase{{"SoundThroughALaneAlone"}, s_longPictures + s_longSound, {}, SoundThrough()},
+        MemoryCase{{"LongerSoundThroughALane"}, s_shortPictures + s_longSound, {}, SoundThrough()},
+        MemoryCase{{"LateSoundThroughALane"},
+                   s_longPictures + "-itsoffset 290 -f lavfi -i sine=d=10 ",
                    {},
                    SoundThrough()},
-        MemoryCase{"LongerSoundThroughALane",
-                   s_shortPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le",
-                   "",
+        MemoryCase{{"ShortSoundThroughALane"}, s_longPictures + "-f lavfi -i sine=d=2 ", {}, SoundThrough()},
+        MemoryCase{{"SoundLongerThanVp9"}, s_shortPictures + s_longSound, PassThrough(), {}, "libvpx-vp9"},
+        MemoryCase{{"SoundLongerThanCopiedVp9"},
+                   s_shortPictures + s_longSound,
                    {},
-                   SoundThrough()},
-        MemoryCase{"LateSoundThroughALane",
-                   s_longPictures + "-itsoffset 290 -f lavfi -i sine=d=10 -c:v mpeg4 -c:a pcm_s16le",
-                   "",
                    {},
-                   SoundThrough()},
-        MemoryCase{"ShortSoundThroughALane",
-                   s_longPictures + "-f lavfi -i sine=d=2 -c:v mpeg4 -c:a pcm_s16le",
                    "",
-                   {},
-                   SoundThrough()},
-        MemoryCase{"SoundLongerThanVp9", s_shortPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le",
-                   "libvpx-vp9", PassThrough()},
-        MemoryCase{"SoundLongerThanCopiedVp9",
-                   s_shortPictures + s_longSound + "-c:v libvpx-vp9 -c:a pcm_s16le",
-                   "",
-                   {}},
-        MemoryCase{"PicturesStartLate",
-                   "-itsoffset 298 " + s_shortPictures + s_longSound + "-c:v mpeg4 -c:a pcm_s16le", "mpeg4",
-                   PassThrough()},
-        MemoryCase{"PicturesLonger", s_longPictures + "-f lavfi -i sine=d=2 -c:v mpeg4 -c:a pcm_s16le",
-                   "mpeg4", PassThrough()}),
-    [](auto const& row) { return row.param.name; });
+                   "-c:v libvpx-vp9 -c:a pcm_s16le"},
+        MemoryCase{{"PicturesStartLate"}, "-itsoffset 298 " + s_shortPictures + s_longSound, PassThrough()},
+        MemoryCase{{"PicturesLonger"}, s_longPictures + "-f lavfi -i sine=d=2 ", PassThrough()}),
+    s_caseName);
 
 // However long the lane holds the pictures back: a player finds the sound beside them.
 TEST_F(LongFilm, SoundLiesBesideThePictures) {

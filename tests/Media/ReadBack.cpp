@@ -1,6 +1,5 @@
 #include "ReadBack.h"
 
-#include "Media/FFmpegOwners.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/InputStreams.h"
 #include "Proc/Wrappers/FrameFields.h"
@@ -9,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <ostream>
 #include <span>
 #include <sstream>
 #include <stdexcept>
@@ -138,12 +136,39 @@ std::vector<StreamRecord> MediaRecord::Of(std::string const& kind) const {
     return found;
 }
 
-MediaRecord ReadMedia(std::filesystem::path const& path) {
+std::vector<std::int64_t> MediaRecord::GetTimes() const {
+    std::vector<std::int64_t> times;
+    for (PictureRecord const& picture : pictures)
+        times.push_back(picture.time);
+    return times;
+}
+
+std::vector<std::uint64_t> MediaRecord::GetHashes() const {
+    std::vector<std::uint64_t> hashes;
+    for (PictureRecord const& picture : pictures)
+        hashes.push_back(picture.hash);
+    return hashes;
+}
+
+Media::UniqueInput OpenInput(std::filesystem::path const& path) {
     AVFormatContext* opened = nullptr;
     Check(avformat_open_input(&opened, path.c_str(), nullptr, nullptr), "cannot be opened");
-    Media::UniqueInput const context(opened);
+    Media::UniqueInput context(opened);
     Check(avformat_find_stream_info(context.get(), nullptr), "has no streams");
+    return context;
+}
 
+Media::UniqueCodecContext OpenDecoder(AVStream const& stream) {
+    AVCodec const* const codec = avcodec_find_decoder(stream.codecpar->codec_id);
+    Media::UniqueCodecContext decoder(avcodec_alloc_context3(codec));
+    avcodec_parameters_to_context(decoder.get(), stream.codecpar);
+    decoder->pkt_timebase = stream.time_base;
+    Check(avcodec_open2(decoder.get(), codec, nullptr), "cannot be decoded");
+    return decoder;
+}
+
+MediaRecord ReadMedia(std::filesystem::path const& path) {
+    Media::UniqueInput const context = OpenInput(path);
     MediaRecord record;
     record.container = context->iformat->name;
     record.metadata = ReadMetadata(context->metadata);
@@ -156,15 +181,9 @@ MediaRecord ReadMedia(std::filesystem::path const& path) {
                                    ReadMetadata(chapter.metadata)["title"]});
     }
 
-    AVCodec const* codec = nullptr;
-    int const picture = av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
-    Media::UniqueCodecContext decoder;
-    if (picture >= 0) {
-        decoder.reset(avcodec_alloc_context3(codec));
-        avcodec_parameters_to_context(decoder.get(), context->streams[picture]->codecpar);
-        decoder->pkt_timebase = context->streams[picture]->time_base;
-        Check(avcodec_open2(decoder.get(), codec, nullptr), "cannot be decoded");
-    }
+    int const picture = av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    Media::UniqueCodecContext const decoder =
+        picture >= 0 ? OpenDecoder(*context->streams[picture]) : Media::UniqueCodecContext();
     Media::UniquePacket const packet = Media::MakePacket();
     while (av_read_frame(context.get(), packet.get()) >= 0) {
         AVRational const timeBase = context->streams[packet->stream_index]->time_base;
@@ -182,21 +201,13 @@ MediaRecord ReadMedia(std::filesystem::path const& path) {
 }
 
 std::filesystem::path Make(std::filesystem::path const& file, std::string const& arguments) {
-    std::vector<std::string> words{"ffmpeg", "-nostdin", "-v", "error", "-y"};
-    std::istringstream stream(arguments);
-    for (std::string word; stream >> word;)
-        words.push_back(word);
-    words.push_back(file.string());
-    RunForOutput(words);
+    RunFFmpeg("-y " + arguments, {file});
     return file;
 }
 
 std::filesystem::path Remux(std::filesystem::path const& from, std::filesystem::path const& to,
                             std::function<void(AVFormatContext&)> const& edit) {
-    AVFormatContext* opened = nullptr;
-    Check(avformat_open_input(&opened, from.c_str(), nullptr, nullptr), "cannot be opened");
-    Media::UniqueInput const input(opened);
-    Check(avformat_find_stream_info(opened, nullptr), "has no streams");
+    Media::UniqueInput const input = OpenInput(from);
     AVFormatContext* made = nullptr;
     avformat_alloc_output_context2(&made, nullptr, nullptr, to.c_str());
     Media::UniqueFormat const output(made);
@@ -215,7 +226,7 @@ std::filesystem::path Remux(std::filesystem::path const& from, std::filesystem::
     edit(*made);
     Check(avformat_write_header(made, nullptr), "takes no such streams");
     Media::UniquePacket const packet = Media::MakePacket();
-    while (av_read_frame(opened, packet.get()) >= 0) {
+    while (av_read_frame(input.get(), packet.get()) >= 0) {
         auto const index = static_cast<unsigned>(packet->stream_index);
         av_packet_rescale_ts(packet.get(), input->streams[index]->time_base, made->streams[index]->time_base);
         Check(av_interleaved_write_frame(made, packet.get()), "takes no such packet");
@@ -229,24 +240,6 @@ void TagAsTurned(AVFormatContext& context) {
     av_display_rotation_set(words.data(), 90);
     auto const* const bytes = reinterpret_cast<std::uint8_t const*>(words.data());
     Media::SetSideData(*context.streams[0], AV_PKT_DATA_DISPLAYMATRIX, {bytes, sizeof(words)});
-}
-
-void PrintTo(PictureRecord const& record, std::ostream* stream) {
-    *stream << record.time << "ns+" << record.duration << "ns #" << std::hex << record.hash << std::dec;
-}
-
-void PrintTo(PacketRecord const& record, std::ostream* stream) {
-    *stream << "pts " << record.pts << " dts " << record.dts << " +" << record.duration << " flags "
-            << record.flags << ", " << record.data.size() << " bytes";
-}
-
-void PrintTo(ChapterRecord const& record, std::ostream* stream) {
-    *stream << record.start << " to " << record.end << " " << record.title;
-}
-
-void PrintTo(ColourRecord const& record, std::ostream* stream) {
-    *stream << "matrix " << record.matrix << " range " << record.range << " primaries " << record.primaries
-            << " transfer " << record.transfer << " chroma at " << record.chromaLocation;
 }
 
 } // namespace Tarsel::Test

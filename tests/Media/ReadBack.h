@@ -1,14 +1,17 @@
 #pragma once
 
+#include "Media/FFmpegOwners.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <iosfwd>
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
 struct AVFormatContext;
+struct AVStream;
 
 /// What is in a media file, read by plain FFmpeg calls. Times in nanoseconds, so that equal times of
 /// different time bases are equal.
@@ -21,8 +24,10 @@ struct PictureRecord {
     std::uint64_t hash = 0;
 
     friend bool operator==(PictureRecord const&, PictureRecord const&) = default;
+    friend std::ostream& operator<<(std::ostream& stream, PictureRecord const& record) {
+        return stream << record.time << "ns+" << record.duration << "ns #" << record.hash;
+    }
 };
-void PrintTo(PictureRecord const& record, std::ostream* stream);
 
 struct PacketRecord {
     std::int64_t pts = 0;
@@ -32,8 +37,11 @@ struct PacketRecord {
     std::string data;
 
     friend bool operator==(PacketRecord const&, PacketRecord const&) = default;
+    friend std::ostream& operator<<(std::ostream& stream, PacketRecord const& record) {
+        return stream << "pts " << record.pts << " dts " << record.dts << " +" << record.duration << " flags "
+                      << record.flags << ", " << record.data.size() << " bytes";
+    }
 };
-void PrintTo(PacketRecord const& record, std::ostream* stream);
 
 using Metadata = std::map<std::string, std::string>;
 
@@ -56,7 +64,6 @@ struct ChapterRecord {
 
     friend bool operator==(ChapterRecord const&, ChapterRecord const&) = default;
 };
-void PrintTo(ChapterRecord const& record, std::ostream* stream);
 
 /// What a frame says of its values.
 struct ColourRecord {
@@ -68,7 +75,6 @@ struct ColourRecord {
 
     friend bool operator==(ColourRecord const&, ColourRecord const&) = default;
 };
-void PrintTo(ColourRecord const& record, std::ostream* stream);
 
 struct MediaRecord {
     std::string container;
@@ -86,7 +92,14 @@ struct MediaRecord {
     double brightness = 0;
 
     std::vector<StreamRecord> Of(std::string const& kind) const;
+    std::vector<std::int64_t> GetTimes() const;
+    std::vector<std::uint64_t> GetHashes() const;
 };
+
+/// An opened file whose streams are known. Throws std::runtime_error when it cannot be read.
+Media::UniqueInput OpenInput(std::filesystem::path const& path);
+/// A decoder of the stream, ready for packets.
+Media::UniqueCodecContext OpenDecoder(AVStream const& stream);
 
 /// Throws std::runtime_error when the file cannot be read.
 MediaRecord ReadMedia(std::filesystem::path const& path);

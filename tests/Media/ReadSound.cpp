@@ -1,8 +1,9 @@
 #include "ReadSound.h"
 
 #include "Conf/FFmpegFormats.h"
-#include "Media/FFmpegOwners.h"
 #include "Proc/Wrappers/SafeFrame.h"
+#include "ReadBack.h"
+#include "Support/Sound.h"
 
 #include <cmath>
 #include <cstdint>
@@ -18,28 +19,6 @@ namespace Tarsel::Test {
 
 namespace {
 
-void Check(int error, char const* what) {
-    if (error < 0)
-        throw std::runtime_error(what);
-}
-
-double GetSample(AVFrame const& frame, int channel, int index) {
-    auto const format = static_cast<AVSampleFormat>(frame.format);
-    bool const isPlanar = av_sample_fmt_is_planar(format) != 0;
-    std::uint8_t const* const data = frame.extended_data[isPlanar ? channel : 0];
-    int const at = isPlanar ? index : index * frame.ch_layout.nb_channels + channel;
-    AVSampleFormat const packed = av_get_packed_sample_fmt(format);
-    if (packed == AV_SAMPLE_FMT_U8)
-        return data[at];
-    if (packed == AV_SAMPLE_FMT_S16)
-        return reinterpret_cast<std::int16_t const*>(data)[at];
-    if (packed == AV_SAMPLE_FMT_S32)
-        return reinterpret_cast<std::int32_t const*>(data)[at];
-    if (packed == AV_SAMPLE_FMT_FLT)
-        return static_cast<double>(reinterpret_cast<float const*>(data)[at]);
-    return reinterpret_cast<double const*>(data)[at];
-}
-
 void Add(AVFrame const& frame, AVRational timeBase, SoundRecord& record) {
     double const time = static_cast<double>(frame.best_effort_timestamp) * av_q2d(timeBase);
     if (record.samples.empty()) {
@@ -54,7 +33,7 @@ void Add(AVFrame const& frame, AVRational timeBase, SoundRecord& record) {
     }
     for (int i = 0; i < frame.nb_samples; ++i)
         for (int channel = 0; channel < record.channels; ++channel)
-            record.samples.push_back(GetSample(frame, channel, i));
+            record.samples.push_back(GetNumber(frame, channel, i));
 }
 
 } // namespace
@@ -71,23 +50,17 @@ double SoundRecord::GetMiddle() const {
 }
 
 SoundRecord ReadSound(std::filesystem::path const& path, int number) {
-    AVFormatContext* opened = nullptr;
-    Check(avformat_open_input(&opened, path.c_str(), nullptr, nullptr), "cannot be opened");
-    Media::UniqueInput const context(opened);
-    Check(avformat_find_stream_info(context.get(), nullptr), "has no streams");
+    Media::UniqueInput const context = OpenInput(path);
     AVStream const* stream = nullptr;
     for (unsigned i = 0; i < context->nb_streams; ++i)
         if (context->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO && number-- == 0)
             stream = context->streams[i];
-    Check(stream != nullptr ? 0 : -1, "has no such stream");
+    if (stream == nullptr)
+        throw std::runtime_error("has no such stream");
 
     SoundRecord record;
     record.codec = avcodec_get_name(stream->codecpar->codec_id);
-    AVCodec const* const codec = avcodec_find_decoder(stream->codecpar->codec_id);
-    Media::UniqueCodecContext const decoder(avcodec_alloc_context3(codec));
-    avcodec_parameters_to_context(decoder.get(), stream->codecpar);
-    decoder->pkt_timebase = stream->time_base;
-    Check(avcodec_open2(decoder.get(), codec, nullptr), "cannot be decoded");
+    Media::UniqueCodecContext const decoder = OpenDecoder(*stream);
     Media::UniquePacket const packet = Media::MakePacket();
     Proc::SafeFrame frame;
     bool isOver = false;

@@ -3,14 +3,13 @@
 #include "Lanes.h"
 #include "Media/Run.h"
 #include "ReadBack.h"
+#include "Support/Failure.h"
 #include "Support/TempFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,14 +33,10 @@ protected:
 
     std::filesystem::path File(std::string const& name) const { return m_folder / name; }
 
-    void Write(std::string const& name, std::string const& text) const {
-        std::ofstream(File(name), std::ios::binary) << text;
-    }
-
-    std::string Read(std::string const& name) const {
-        std::ifstream file(File(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    }
+    void Write(std::string const& name, std::string const& text) const { WriteFile(File(name), text); }
+    std::string Read(std::string const& name) const { return ReadFile(File(name)); }
+    /// Names in the folder, sorted.
+    std::vector<std::string> List() const { return m_folder.List(); }
 
     /// Options that pass pictures through unchanged.
     Media::RunOptions Options(std::string const& input, std::string const& output) const {
@@ -72,28 +67,22 @@ protected:
         return options;
     }
 
-    /// Names in the folder, sorted.
-    std::vector<std::string> List() const {
-        std::vector<std::string> names;
-        for (auto const& entry : std::filesystem::directory_iterator(m_folder.GetPath()))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
     TempFolder m_folder;
 };
 
 /// Runs, expecting an exception of the type; its text.
 template <class E>
 std::string RunForFailure(Media::RunOptions const& options, std::stop_token stop = {}) {
-    try {
-        Media::Run(options, std::move(stop));
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (E const& exception) {
-        return exception.what();
-    }
-    return {};
+    return TextOf<E>([&] { Media::Run(options, std::move(stop)); });
 }
+
+/// A row of a table of tests.
+struct NamedCase {
+    std::string name;
+    friend void PrintTo(NamedCase const& row, std::ostream* stream) { *stream << row.name; }
+};
+
+/// For INSTANTIATE_TEST_SUITE_P.
+constexpr auto s_caseName = [](auto const& row) { return row.param.name; };
 
 } // namespace Tarsel::Test

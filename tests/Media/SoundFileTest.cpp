@@ -112,13 +112,8 @@ TEST_F(SoundFile, KeepsTheTypeOfItsBlocks) {
 }
 
 TEST_F(SoundFile, MistakesLeaveNothing) {
-    auto const refuse = [](Media::SoundFileOptions const& options) -> std::string {
-        try {
-            Media::CheckSoundFile(options);
-        } catch (Media::OptionsException const& exception) {
-            return exception.what();
-        }
-        return "";
+    auto const refuse = [](Media::SoundFileOptions const& options) {
+        return TextOf<Media::OptionsException>([&] { Media::CheckSoundFile(options); });
     };
     Media::SoundFileOptions options = FileOptions("out.wav");
     options.format.rate = 0;
@@ -128,7 +123,7 @@ TEST_F(SoundFile, MistakesLeaveNothing) {
     EXPECT_EQ(refuse(options), "The encoder \"libopus\" makes opus, which \"out.wav\" cannot hold");
     EXPECT_EQ(refuse(FileOptions("out.gif")),
               "Cannot write \"" + File("out.gif").string() + "\": it holds no sound");
-    EXPECT_EQ(refuse(FileOptions("out.mp3")), "");
+    EXPECT_NO_THROW(Media::CheckSoundFile(FileOptions("out.mp3")));
     {
         Media::SoundWriter abandoned(FileOptions("out.mp3"));
         MakeNoise(10000, 999, [&](Proc::IDataAudio const& block) { abandoned.Write(block); });

@@ -35,17 +35,12 @@ private:
     int m_budget = Core::ThreadBudget::Get();
 };
 
-struct ExactCase {
-    std::string name;
+struct ExactCase : NamedCase {
     std::string input;
     std::string arguments;
     std::string output;
     std::string codec;
 };
-
-void PrintTo(ExactCase const& row, std::ostream* stream) {
-    *stream << row.name;
-}
 
 class ExactSound : public RunFixture, public testing::WithParamInterface<ExactCase> {};
 
@@ -68,24 +63,24 @@ TEST_P(ExactSound, KeepsEverySample) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, ExactSound,
-    testing::Values(ExactCase{"Bytes", "wav", "-c:a pcm_u8", "wav", "pcm_u8"},
-                    ExactCase{"Wav", "wav", "-c:a pcm_s16le", "wav", "pcm_s16le"},
-                    ExactCase{"Wav24", "wav", "-c:a pcm_s24le", "wav", "pcm_s24le"},
-                    ExactCase{"Wav32", "wav", "-c:a pcm_s32le", "wav", "pcm_s32le"},
-                    ExactCase{"WavReal", "wav", "-c:a pcm_f32le", "wav", "pcm_f32le"},
-                    ExactCase{"WavDouble", "wav", "-c:a pcm_f64le", "wav", "pcm_f64le"},
-                    ExactCase{"Flac", "flac", "-sample_fmt s16", "flac", "flac"},
-                    ExactCase{"Flac24", "flac", "-sample_fmt s32", "flac", "flac"},
-                    ExactCase{"WavToFlac", "wav", "-c:a pcm_s16le", "flac", "flac"},
-                    ExactCase{"Wav24ToFlac", "wav", "-c:a pcm_s24le", "flac", "flac"},
-                    ExactCase{"Flac24ToWav", "flac", "-sample_fmt s32", "wav", "pcm_s24le"},
-                    ExactCase{"AiffToWav", "aiff", "-c:a pcm_s24be", "wav", "pcm_s24le"},
-                    ExactCase{"FlacToAiff", "flac", "-sample_fmt s16", "aiff", "pcm_s16le"},
-                    ExactCase{"WavToMatroska", "wav", "-c:a pcm_s24le", "mka", "pcm_s24le"},
-                    ExactCase{"Alac", "m4a", "-c:a alac", "m4a", "alac"},
-                    ExactCase{"Surround", "wav", "-ac 6 -c:a pcm_s16le", "flac", "flac"},
-                    ExactCase{"SevenPointOne", "wav", "-ac 8 -c:a pcm_s16le", "wav", "pcm_s16le"}),
-    [](auto const& row) { return row.param.name; });
+    testing::Values(ExactCase{{"Bytes"}, "wav", "-c:a pcm_u8", "wav", "pcm_u8"},
+                    ExactCase{{"Wav"}, "wav", "-c:a pcm_s16le", "wav", "pcm_s16le"},
+                    ExactCase{{"Wav24"}, "wav", "-c:a pcm_s24le", "wav", "pcm_s24le"},
+                    ExactCase{{"Wav32"}, "wav", "-c:a pcm_s32le", "wav", "pcm_s32le"},
+                    ExactCase{{"WavReal"}, "wav", "-c:a pcm_f32le", "wav", "pcm_f32le"},
+                    ExactCase{{"WavDouble"}, "wav", "-c:a pcm_f64le", "wav", "pcm_f64le"},
+                    ExactCase{{"Flac"}, "flac", "-sample_fmt s16", "flac", "flac"},
+                    ExactCase{{"Flac24"}, "flac", "-sample_fmt s32", "flac", "flac"},
+                    ExactCase{{"WavToFlac"}, "wav", "-c:a pcm_s16le", "flac", "flac"},
+                    ExactCase{{"Wav24ToFlac"}, "wav", "-c:a pcm_s24le", "flac", "flac"},
+                    ExactCase{{"Flac24ToWav"}, "flac", "-sample_fmt s32", "wav", "pcm_s24le"},
+                    ExactCase{{"AiffToWav"}, "aiff", "-c:a pcm_s24be", "wav", "pcm_s24le"},
+                    ExactCase{{"FlacToAiff"}, "flac", "-sample_fmt s16", "aiff", "pcm_s16le"},
+                    ExactCase{{"WavToMatroska"}, "wav", "-c:a pcm_s24le", "mka", "pcm_s24le"},
+                    ExactCase{{"Alac"}, "m4a", "-c:a alac", "m4a", "alac"},
+                    ExactCase{{"Surround"}, "wav", "-ac 6 -c:a pcm_s16le", "flac", "flac"},
+                    ExactCase{{"SevenPointOne"}, "wav", "-ac 8 -c:a pcm_s16le", "wav", "pcm_s16le"}),
+    s_caseName);
 
 // Nine channels have no names.
 TEST_F(Sound, ChannelsNeedNoNames) {
@@ -103,18 +98,13 @@ TEST_F(Sound, ChannelsNeedNoNames) {
     EXPECT_EQ(out.samples, ReadSound(File("in.wav")).samples);
 }
 
-struct TimeCase {
-    std::string name;
+struct TimeCase : NamedCase {
     std::string input;
     std::string output;
     /// In seconds.
     double tolerance = 0;
     std::string encoder = {};
 };
-
-void PrintTo(TimeCase const& row, std::ostream* stream) {
-    *stream << row.name;
-}
 
 class SoundTimes : public Sound, public testing::WithParamInterface<TimeCase> {};
 
@@ -139,30 +129,30 @@ TEST_P(SoundTimes, StayAsTheyWere) {
 
 constexpr double s_sample = 1.0 / 48000;
 constexpr double s_lossy = 0.004;
-/// FFmpeg's reader takes off the codec's delay, which its writer does not add.
+/// In Matroska and WebM, Opus is read back 7.0 ms early, encoded and copied alike: measured with FFmpeg 5.1.
 constexpr double s_matroskaOpus = 0.0075;
 
 INSTANTIATE_TEST_SUITE_P(
     All, SoundTimes,
-    testing::Values(TimeCase{"Wav", "sound.wav", "out.wav", s_sample},
-                    TimeCase{"Flac", "sound.wav", "out.flac", s_sample},
-                    TimeCase{"M4a", "sound.wav", "out.m4a", s_lossy},
-                    TimeCase{"Mp3", "sound.wav", "out.mp3", s_lossy},
-                    TimeCase{"Ogg", "sound.wav", "out.ogg", s_lossy},
-                    TimeCase{"Opus", "sound.wav", "out.opus", s_lossy},
-                    TimeCase{"FilmMatroska", "film.mkv", "out.mkv", s_sample},
-                    TimeCase{"FilmMov", "film.mkv", "out.mov", s_sample},
-                    TimeCase{"FilmMp4", "film.mkv", "out.mp4", s_lossy},
-                    TimeCase{"FilmMatroskaAac", "film.mkv", "out.mkv", s_lossy, "aac"},
-                    TimeCase{"FilmMatroskaMp3", "film.mkv", "out.mkv", s_lossy, "libmp3lame"},
-                    TimeCase{"FilmMatroskaOpus", "film.mkv", "out.mkv", s_matroskaOpus, "libopus"},
-                    TimeCase{"FilmMp4Mp3", "film.mkv", "out.mp4", s_lossy, "libmp3lame"},
-                    TimeCase{"FilmTs", "film.mkv", "out.ts", s_lossy},
-                    TimeCase{"LateMatroska", "late.mkv", "out.mkv", 0.0005},
-                    TimeCase{"LateMov", "late.mkv", "out.mov", s_sample},
-                    TimeCase{"LateMp4", "late.mkv", "out.mp4", s_lossy},
-                    TimeCase{"LateAvi", "late.mkv", "out.avi", 0.0005}),
-    [](auto const& row) { return row.param.name; });
+    testing::Values(TimeCase{{"Wav"}, "sound.wav", "out.wav", s_sample},
+                    TimeCase{{"Flac"}, "sound.wav", "out.flac", s_sample},
+                    TimeCase{{"M4a"}, "sound.wav", "out.m4a", s_lossy},
+                    TimeCase{{"Mp3"}, "sound.wav", "out.mp3", s_lossy},
+                    TimeCase{{"Ogg"}, "sound.wav", "out.ogg", s_lossy},
+                    TimeCase{{"Opus"}, "sound.wav", "out.opus", s_lossy},
+                    TimeCase{{"FilmMatroska"}, "film.mkv", "out.mkv", s_sample},
+                    TimeCase{{"FilmMov"}, "film.mkv", "out.mov", s_sample},
+                    TimeCase{{"FilmMp4"}, "film.mkv", "out.mp4", s_lossy},
+                    TimeCase{{"FilmMatroskaAac"}, "film.mkv", "out.mkv", s_lossy, "aac"},
+                    TimeCase{{"FilmMatroskaMp3"}, "film.mkv", "out.mkv", s_lossy, "libmp3lame"},
+                    TimeCase{{"FilmMatroskaOpus"}, "film.mkv", "out.mkv", s_matroskaOpus, "libopus"},
+                    TimeCase{{"FilmMp4Mp3"}, "film.mkv", "out.mp4", s_lossy, "libmp3lame"},
+                    TimeCase{{"FilmTs"}, "film.mkv", "out.ts", s_lossy},
+                    TimeCase{{"LateMatroska"}, "late.mkv", "out.mkv", 0.0005},
+                    TimeCase{{"LateMov"}, "late.mkv", "out.mov", s_sample},
+                    TimeCase{{"LateMp4"}, "late.mkv", "out.mp4", s_lossy},
+                    TimeCase{{"LateAvi"}, "late.mkv", "out.avi", 0.0005}),
+    s_caseName);
 
 // The lane's times count, not the order in which blocks come; what it adds at the end is written.
 TEST_F(Sound, LanesMayHoldBackAndAdd) {
@@ -423,7 +413,7 @@ TEST_F(Sound, WhatIsWantedHasToBeThere) {
     EXPECT_EQ(Media::Run(options).framesOut, 25);
 }
 
-TEST_F(Sound, CanBeStoppedAndTellsItsProgress) {
+TEST_F(Sound, CanBeStopped) {
     Make(File("in.wav"), s_burst);
     for (int const budget : {1, 4}) {
         Core::ThreadBudget::Set(budget);
@@ -438,18 +428,6 @@ TEST_F(Sound, CanBeStoppedAndTellsItsProgress) {
         EXPECT_LT(blocks, 20);
         EXPECT_THAT(List(), ElementsAre("in.wav"));
     }
-    Media::RunOptions options = SoundOptions("in.wav", "out.flac", MakeSound([](Block const& block) {
-                                                 std::this_thread::sleep_for(std::chrono::milliseconds(25));
-                                                 return Blocks{block};
-                                             }));
-    std::vector<double> done;
-    options.onProgress = [&](Media::RunProgress const& progress) { done.push_back(progress.done); };
-    Media::Run(options);
-    ASSERT_GT(done.size(), 2U);
-    EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
-    EXPECT_GT(done[done.size() / 2], 0);
-    EXPECT_LT(done[done.size() / 2], 1);
-    EXPECT_EQ(done.back(), 1);
 }
 
 } // namespace

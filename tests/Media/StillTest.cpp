@@ -18,10 +18,7 @@ protected:
     /// What the lane is told while the run makes the output.
     Media::VideoStreamInfo Run(Media::RunOptions options) {
         Media::VideoStreamInfo info;
-        options.makeVideoLane = [&](Media::VideoStreamInfo const& told) {
-            info = told;
-            return PassThrough()(told);
-        };
+        options.makeVideoLane = Note(info);
         m_result = Media::Run(options);
         return info;
     }

@@ -1,11 +1,11 @@
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Settings/SettingsText.h"
-#include "Settings/Refusal.h"
+#include "Support/CommaLocale.h"
+#include "Support/Failure.h"
 #include "Support/RandomSettings.h"
 
 #include <cmath>
 #include <limits>
-#include <locale>
 #include <optional>
 #include <typeinfo>
 
@@ -14,9 +14,13 @@ namespace Tarsel::Proc {
 
 namespace {
 
-using Test::GetRefusal;
-using Test::RandomSettings;
-using Test::RandomTexts;
+template <class Work>
+std::string GetRefusal(Work const& work) {
+    return Tarsel::Test::TextOf<SettingsException>(work);
+}
+
+using Tarsel::Test::RandomSettings;
+using Tarsel::Test::RandomTexts;
 
 constexpr int s_draws = 40;
 
@@ -278,19 +282,13 @@ TEST(EveryClass, RefusesWrongTypesInProperties) {
 
 TEST(EveryClass, LooksTheSameWithADecimalCommaEverywhere) {
     ForEveryClass([](Subject const& subject) {
-        struct Comma : std::numpunct<char> {
-            char do_decimal_point() const override { return ','; }
-            char do_thousands_sep() const override { return '.'; }
-            std::string do_grouping() const override { return "\3"; }
-        };
         RandomSettings random(7);
         std::unique_ptr<Settings> const settings = random.Draw(subject.settingsClass);
         std::string const text = Serialize(*settings);
-        std::locale const before = std::locale::global(std::locale(std::locale(), new Comma));
+        Tarsel::Test::CommaLocale const comma;
         std::string const commaText = Serialize(*settings);
         std::unique_ptr<Settings> const back = subject.Create();
         EXPECT_NO_THROW(back->Deserialize(text));
-        std::locale::global(before);
         EXPECT_EQ(commaText, text);
         EXPECT_TRUE(back->IsEqualTo(*settings));
     });

@@ -2,14 +2,17 @@
 #include "Proc/Settings/SettingsCatalogue.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Settings/SettingsText.h"
-#include "Settings/Refusal.h"
+#include "Support/Failure.h"
 
 /// How fields are declared, read, written and refused, by examples.
 namespace Tarsel::Proc {
 
 namespace {
 
-using Test::GetRefusal;
+template <class Work>
+std::string GetRefusal(Work const& work) {
+    return Tarsel::Test::TextOf<SettingsException>(work);
+}
 
 std::unique_ptr<Settings> Create(std::string_view classId) {
     return FindSettingsClass(classId)->create();

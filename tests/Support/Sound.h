@@ -71,9 +71,15 @@ inline double StepOf(Conf::SampleFormats format) {
     return Details::TypeOf(format).step;
 }
 
+/// As it lies there.
+inline double GetNumber(AVFrame const& frame, int channel, std::int64_t sample) {
+    auto const& type = Details::TypeOf(static_cast<Conf::SampleFormats>(frame.format));
+    return type.load(Details::PlaceOf(frame, channel, sample));
+}
+
 inline double GetSample(AVFrame const& frame, int channel, std::int64_t sample) {
     auto const& type = Details::TypeOf(static_cast<Conf::SampleFormats>(frame.format));
-    double const number = type.load(Details::PlaceOf(frame, channel, sample));
+    double const number = GetNumber(frame, channel, sample);
     return type.step == 0 ? number : (number - type.silence) * type.step;
 }
 

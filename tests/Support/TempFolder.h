@@ -1,10 +1,14 @@
 #pragma once
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace Tarsel::Test {
 
@@ -27,8 +31,26 @@ public:
     std::filesystem::path const& GetPath() const noexcept { return m_path; }
     std::filesystem::path operator/(std::filesystem::path const& name) const { return m_path / name; }
 
+    /// Names of what lies in it, sorted.
+    std::vector<std::string> List() const {
+        std::vector<std::string> names;
+        for (auto const& entry : std::filesystem::directory_iterator(m_path))
+            names.push_back(entry.path().filename());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
 private:
     std::filesystem::path m_path;
 };
+
+inline void WriteFile(std::filesystem::path const& path, std::string const& content) {
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+inline std::string ReadFile(std::filesystem::path const& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 } // namespace Tarsel::Test

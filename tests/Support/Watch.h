@@ -1,44 +1,15 @@
 #pragma once
 
-#include "Core/Exception.h"
-#include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Failure.h"
 
 #include <glog/logging.h>
-#include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-/// What happened inside, for tests: exceptions taken apart, log lines, graphs that were made.
+/// What happened inside, for tests: log lines, graphs that were made.
 namespace Tarsel::Test {
-
-/// All that an exception carries.
-struct Failure {
-    std::string text;
-    std::string file;
-    std::string function;
-    bool hasStack = false;
-    std::optional<int> ffmpegError;
-    std::optional<int> code;
-    std::string filter;
-    std::string detail;
-};
-
-Failure Describe(boost::exception const& exception);
-
-/// The E that `work` throws; an empty failure and a failed test when it throws none.
-template <class E = Proc::EffectException, class Work>
-Failure Catch(Work&& work) {
-    try {
-        work();
-    } catch (E const& exception) {
-        return Describe(dynamic_cast<boost::exception const&>(exception));
-    }
-    ADD_FAILURE() << "nothing was thrown";
-    return {};
-}
 
 /// Verbose log lines while it lives.
 class LogWatch : public google::LogSink {

@@ -1,22 +1,12 @@
 #include "Tools/Tarsel/FrameText.h"
 
+#include "Support/Failure.h"
 #include "Tools/Tarsel/UsageException.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace Tarsel::Tools {
 namespace {
-
-std::string GetRefusal(std::function<void()> const& parse) {
-    try {
-        parse();
-    } catch (UsageException const& exception) {
-        return exception.what();
-    }
-    return "(taken)";
-}
 
 TEST(FrameText, ReadsSizeFormatAndAspect) {
     FrameText const plain = ParseFrameText("1920x1080:yuv420p");
@@ -49,7 +39,7 @@ TEST(FrameText, SaysWhichPartIsWrong) {
              Case{"4x4:rgb24:1/0", "the pixel aspect \"1/0\" " + aspect},
              Case{"4x4:rgb24:1/1:", "the pixel aspect \"1/1:\" " + aspect},
          })
-        EXPECT_EQ(GetRefusal([&] { (void)ParseFrameText(c.text); }),
+        EXPECT_EQ(Tarsel::Test::TextOf<UsageException>([&] { (void)ParseFrameText(c.text); }),
                   "--frame \"" + std::string(c.text) + "\": " + c.reason);
 }
 
@@ -67,7 +57,7 @@ TEST(FrameText, ReadsSound) {
              Case{"48000:float:stereo", "\"float\" is no sample format that effects take"},
              Case{"48000:fltp:surround", "\"surround\" is no channel layout that FFmpeg knows"},
          })
-        EXPECT_EQ(GetRefusal([&] { (void)ParseSampleText(c.text); }),
+        EXPECT_EQ(Tarsel::Test::TextOf<UsageException>([&] { (void)ParseSampleText(c.text); }),
                   "--audio \"" + std::string(c.text) + "\": " + c.reason);
 }
 

@@ -4,9 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <sstream>
-#include <thread>
+#include <csignal>
 
 namespace Tarsel::Tools {
 namespace {
@@ -24,17 +22,11 @@ protected:
 
     /// Hashes of what the ffmpeg program makes of the files, in order; `filter` makes [out] of [0] and [1].
     static Strings HashPictures(Strings const& files, std::string const& filter) {
-        Strings command{"ffmpeg", "-nostdin", "-v", "error", "-filter_complex_threads", "1"};
+        Strings arguments{"-filter_complex_threads", "1"};
         for (std::string const& file : files)
-            command.insert(command.end(), {"-i", file});
-        command.insert(command.end(), {"-filter_complex", filter, "-map", "[out]", "-fps_mode", "passthrough",
-                                       "-f", "framemd5", "-"});
-        std::istringstream lines(RunForOutput(command));
-        Strings hashes;
-        for (std::string line; std::getline(lines, line);)
-            if (!line.starts_with('#'))
-                hashes.push_back(line.substr(line.rfind(' ') + 1));
-        return hashes;
+            arguments.insert(arguments.end(), {"-i", file});
+        arguments.insert(arguments.end(), {"-filter_complex", filter, "-map", "[out]"});
+        return Tool::HashPictures(arguments);
     }
 
     /// A film without loss whose pictures differ in light.
@@ -206,13 +198,8 @@ TEST_F(ReferenceTool, InterruptedRunLeavesNothing) {
     auto const reference =
         MakeFilm("busy.mp4", {"-f", "lavfi", "-i", "testsrc2=size=320x240:rate=800:duration=4", "-pix_fmt",
                               "yuv420p", "-c:v", "libx264", "-preset", "ultrafast"});
-    Process process(Command({"run", film, At("out.mkv"), "-e", "midequalizer reference=" + reference}));
-    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (ListFolder().size() < 3 && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    EXPECT_EQ(ListFolder().size(), 3U);
-    process.Signal(SIGINT);
-    auto const result = process.Wait();
+    auto const result =
+        Interrupt({"run", film, At("out.mkv"), "-e", "midequalizer reference=" + reference}, 3, SIGINT);
     EXPECT_EQ(result.exitCode, 130);
     EXPECT_THAT(result.err, Not(HasSubstr("error")));
     EXPECT_THAT(result.err, HasSubstr("the run was stopped"));

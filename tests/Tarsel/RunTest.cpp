@@ -2,9 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <sstream>
-#include <thread>
 
 namespace Tarsel::Tools {
 namespace {
@@ -20,14 +18,7 @@ protected:
     /// Hashes of the decoded pictures, in order.
     static std::vector<std::string> HashPictures(std::string const& file,
                                                  std::string const& filter = "null") {
-        std::istringstream lines(
-            RunForOutput({"ffmpeg", "-nostdin", "-v", "error", "-i", file, "-map", "0:v", "-vf", filter,
-                          "-fps_mode", "passthrough", "-f", "framemd5", "-"}));
-        std::vector<std::string> hashes;
-        for (std::string line; std::getline(lines, line);)
-            if (!line.starts_with('#'))
-                hashes.push_back(line.substr(line.rfind(' ') + 1));
-        return hashes;
+        return Tool::HashPictures({"-i", file, "-map", "0:v", "-vf", filter});
     }
 
     /// What ffprobe tells of `entries` for the streams of a kind ("v"), "name=value" a line.
@@ -225,16 +216,12 @@ TEST_F(RunTool, BadFilesAreToldAndLeftAlone) {
     };
     for (Case const& c : {
              Case{At("missing.mp4"), out, 2, "Cannot open " + quoted(At("missing.mp4"))},
-             Case{At("."), out, 2, "Cannot open " + quoted(At("."))},
-             Case{MakeFile("empty.mp4", ""), out, 2, "Cannot open " + quoted(At("empty.mp4"))},
-             Case{MakeFile("text.mp4", "words, no film\n"), out, 2, quoted(At("text.mp4"))},
              Case{MakeFile("cut.mp4", whole.substr(0, whole.size() / 2)), out, 2,
                   "log: [mov,mp4,m4a,3gp,3g2,mj2] moov atom not found"},
              Case{film, At("none/out.mp4"), 4, "there is no folder " + quoted(At("none"))},
              Case{film, film, 1, "Cannot write " + quoted(film) + ": it is the input"},
              Case{film, MakeFile("there.mp4", "keep me"), 1,
                   "Cannot write " + quoted(At("there.mp4")) + ": it exists already"},
-             Case{film, At("out.unknown"), 1, "Cannot write " + quoted(At("out.unknown"))},
          }) {
         auto const before = ListFolder();
         auto const result = RunWith({c.input, c.output, "-e", "flip horizontal=1"}, {});
@@ -262,15 +249,9 @@ TEST_F(RunTool, InterruptedRunLeavesNothing) {
         MakeFilm("film.mp4", {"-f", "lavfi", "-i", "testsrc2=size=640x480:rate=100:duration=6", "-pix_fmt",
                               "yuv420p", "-c:v", "libx264", "-preset", "ultrafast"});
     for (int const signal : {SIGINT, SIGTERM}) {
-        Process process(Command({"run", film, At("out.mp4"), "-e", "flip horizontal=1", "--video-codec",
-                                 "libx264", "--video-option", "preset=placebo"}));
-        // Until the work is under way, which shows in the folder.
-        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (ListFolder().size() < 2 && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        EXPECT_EQ(ListFolder().size(), 2U);
-        process.Signal(signal);
-        auto const result = process.Wait();
+        auto const result = Interrupt({"run", film, At("out.mp4"), "-e", "flip horizontal=1", "--video-codec",
+                                       "libx264", "--video-option", "preset=placebo"},
+                                      2, signal);
         EXPECT_EQ(result.exitCode, 130);
         EXPECT_THAT(result.err, StartsWith("tarsel: "));
         EXPECT_THAT(result.err, Not(HasSubstr("error")));

@@ -1,7 +1,6 @@
 #include "Tools/Tarsel/Steps.h"
 
-#include "Host/EffectChain.h"
-#include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Failure.h"
 
 #include <gmock/gmock.h>
 
@@ -24,13 +23,11 @@ TEST(Steps, PictureAndSoundKeepTheirOrderAndNumbers) {
 }
 
 TEST(Steps, UnreadableOnesAreNamed) {
-    try {
+    auto const failure = Tarsel::Test::Catch<Proc::SettingsException>([] {
         SortSteps(LoadEffects(TARSEL_PLUGIN), {"flip", "flip 'horizontal=1"});
-        ADD_FAILURE() << "nothing thrown";
-    } catch (Proc::SettingsException const& exception) {
-        EXPECT_STREQ(exception.what(), "A quote (') is opened and not closed: flip 'horizontal=1");
-        EXPECT_EQ(*boost::get_error_info<Host::TagStep>(exception), "-e \"flip 'horizontal=1\"");
-    }
+    });
+    EXPECT_EQ(failure.text, "A quote (') is opened and not closed: flip 'horizontal=1");
+    EXPECT_EQ(failure.step, "-e \"flip 'horizontal=1\"");
 }
 
 } // namespace

@@ -1,9 +1,11 @@
 #include "Tarsel/Tool.h"
 
-#include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace Tarsel::Tools {
 
@@ -18,19 +20,30 @@ ProcessResult Tool::Run(std::vector<std::string> const& arguments) {
     return RunProcess(Command(arguments));
 }
 
-std::vector<std::string> Tool::ListFolder() const {
-    std::vector<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(m_folder.GetPath()))
-        names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
+Tarsel::Test::ProcessResult Tool::Interrupt(std::vector<std::string> const& arguments, std::size_t files,
+                                            int signal) const {
+    Process process(Command(arguments));
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(50);
+    while (ListFolder().size() < files && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(ListFolder().size(), files);
+    process.Signal(signal);
+    return process.Wait();
+}
+
+std::vector<std::string> Tool::HashPictures(std::vector<std::string> const& arguments) {
+    std::vector<std::string> hashes;
+    std::istringstream lines(Tarsel::Test::RunFFmpeg("", arguments, "-fps_mode passthrough -f framemd5 -"));
+    for (std::string line; std::getline(lines, line);)
+        if (!line.starts_with('#'))
+            hashes.push_back(line.substr(line.rfind(' ') + 1));
+    return hashes;
 }
 
 std::string Tool::MakeFilm(std::string const& name, std::vector<std::string> const& arguments) const {
-    std::vector<std::string> command{"ffmpeg", "-nostdin", "-v", "error"};
-    command.insert(command.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> command = arguments;
     command.push_back(At(name));
-    (void)RunForOutput(command);
+    Tarsel::Test::RunFFmpeg("", command);
     return At(name);
 }
 
@@ -40,13 +53,8 @@ std::string Tool::MakeSmallFilm() const {
 }
 
 std::string Tool::MakeFile(std::string const& name, std::string const& content) const {
-    std::ofstream(At(name), std::ios::binary) << content;
+    Tarsel::Test::WriteFile(At(name), content);
     return At(name);
-}
-
-std::string Tool::ReadFile(std::string const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void SetDisplayMatrix(std::string const& file, Conf::DisplayMatrix const& matrix) {

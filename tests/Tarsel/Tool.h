@@ -14,6 +14,7 @@ namespace Tarsel::Tools {
 
 using Tarsel::Test::Process;
 using Tarsel::Test::ProcessResult;
+using Tarsel::Test::ReadFile;
 using Tarsel::Test::RunForOutput;
 using Tarsel::Test::RunProcess;
 
@@ -23,18 +24,22 @@ protected:
     /// The built program with the built plug-in: `arguments` begin with the verb.
     static std::vector<std::string> Command(std::vector<std::string> const& arguments);
     static ProcessResult Run(std::vector<std::string> const& arguments);
+    /// Sends the signal once so many files lie in the folder, which shows that the work is under way.
+    ProcessResult Interrupt(std::vector<std::string> const& arguments, std::size_t files, int signal) const;
 
     /// A path in the test's folder.
     std::string At(std::string const& name) const { return m_folder / name; }
     /// Names of what lies in the test's folder, in alphabetical order.
-    std::vector<std::string> ListFolder() const;
+    std::vector<std::string> ListFolder() const { return m_folder.List(); }
+
+    /// Hashes of the pictures that the ffmpeg program makes with these arguments, in order.
+    static std::vector<std::string> HashPictures(std::vector<std::string> const& arguments);
 
     /// Writes a film with the ffmpeg program; `arguments` between the common ones and the file's name.
     std::string MakeFilm(std::string const& name, std::vector<std::string> const& arguments) const;
     /// Two seconds of 64x48 without sound, "film.mp4".
     std::string MakeSmallFilm() const;
     std::string MakeFile(std::string const& name, std::string const& content) const;
-    static std::string ReadFile(std::string const& path);
 
 private:
     Tarsel::Test::TempFolder m_folder;

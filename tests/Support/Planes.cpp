@@ -1,18 +1,16 @@
-#include "Data/TestFrames.h"
+#include "Support/Planes.h"
 
 #include "Conf/PixFmtDescription.h"
 
-#include <climits>
 #include <cstring>
 #include <random>
 
 extern "C" {
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
-#include <libavutil/mem.h>
 }
 
-namespace Tarsel::Proc {
+namespace Tarsel::Test {
 
 namespace {
 
@@ -39,8 +37,12 @@ Conf::PixFmt ByName(std::string_view name) {
     return Conf::PixFmtDescription::FindByName(name).value();
 }
 
-SafeFrame MakeNoise(Conf::PixFmt format, std::uint32_t width, std::uint32_t height) {
-    SafeFrame frame({}, format, width, height, 1, 1);
+std::string const& NameOf(Conf::PixFmt format) {
+    return Conf::PixFmtDescription::Find(format).GetName();
+}
+
+Proc::SafeFrame MakeNoise(Conf::PixFmt format, std::uint32_t width, std::uint32_t height) {
+    Proc::SafeFrame frame({}, format, width, height, 1, 1);
     std::minstd_rand random;
     for (AVBufferRef const* buffer : frame->buf)
         for (std::size_t i = 0; buffer != nullptr && i < buffer->size; ++i)
@@ -48,9 +50,10 @@ SafeFrame MakeNoise(Conf::PixFmt format, std::uint32_t width, std::uint32_t heig
     return frame;
 }
 
-SafeFrame StoreBottomUp(AVFrame const& frame) {
-    SafeFrame flipped({}, static_cast<Conf::PixFmt>(frame.format), static_cast<std::uint32_t>(frame.width),
-                      static_cast<std::uint32_t>(frame.height), 1, 1);
+Proc::SafeFrame StoreBottomUp(AVFrame const& frame) {
+    Proc::SafeFrame flipped({}, static_cast<Conf::PixFmt>(frame.format),
+                            static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height),
+                            1, 1);
     for (int plane = 0; plane < PlaneCount(frame); ++plane) {
         Rows const rows = RowsOf(frame, plane);
         flipped->data[plane] += (rows.count - 1) * flipped->linesize[plane];
@@ -80,12 +83,4 @@ void FillPlane(AVFrame& frame, int plane, std::uint8_t value) {
         std::memset(frame.data[plane] + row * frame.linesize[plane], value, rows.bytes);
 }
 
-AllocationLimit::AllocationLimit(std::size_t bytes) {
-    av_max_alloc(bytes);
-}
-
-AllocationLimit::~AllocationLimit() {
-    av_max_alloc(INT_MAX);
-}
-
-} // namespace Tarsel::Proc
+} // namespace Tarsel::Test
