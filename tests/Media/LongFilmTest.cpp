@@ -3,8 +3,8 @@
 #include "Media/Demuxer.h"
 #include "Media/FFmpegRatio.h"
 #include "Media/TimeMap.h"
-#include "Support/MemoryWatch.h"
 #include "RunFixture.h"
+#include "Support/MemoryWatch.h"
 
 #include <cmath>
 #include <memory>

@@ -3,10 +3,10 @@
 #include "Media/MediaExceptions.h"
 #include "Media/SoundReader.h"
 #include "Media/SoundWriter.h"
-#include "Support/MemoryWatch.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "ReadSound.h"
 #include "RunFixture.h"
+#include "Support/MemoryWatch.h"
 
 #include <optional>
 #include <random>
