@@ -34,8 +34,9 @@ constexpr char const* s_file = "Media/SoundEncoder";
 constexpr Ratio s_microsecond{1, 1000000};
 /// Packets a second of encoders that take blocks of any length: about one a picture.
 constexpr int s_packetsASecond = 25;
-/// FFmpeg's encoders without loss take no more.
+/// FFmpeg's encoders without loss take no more, but for one.
 constexpr int s_mostBits = 24;
+constexpr int s_mostWavpackBits = 32;
 
 std::string InfoText(Conf::SampleInfo const& info) {
     return fmt::format("{} Hz {} {}", info.rate, Conf::SampleFmtRecord::Find(info.format).name,
@@ -111,7 +112,8 @@ int SoundEncoder::TryOpen(SoundRequest const& request, Conf::SampleInfo const& f
     context.time_base = {1, format.rate};
     context.thread_count = 1;
     if (format.format == Conf::SampleFormats::S32 || format.format == Conf::SampleFormats::S32Planar)
-        context.bits_per_raw_sample = std::min(request.depth, s_mostBits);
+        context.bits_per_raw_sample = std::min(
+            request.depth, request.encoder->id == AV_CODEC_ID_WAVPACK ? s_mostWavpackBits : s_mostBits);
     if ((request.encoder->capabilities & AV_CODEC_CAP_EXPERIMENTAL) != 0)
         context.strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL; // it was asked for by name
     ApplyEncoderOptions(context, defaults);

@@ -35,9 +35,9 @@ struct SoundStreamInfo {
 struct SoundLane {
     /// Null: the stream is copied where it can be (SoundStreamInfo::copyObstacle is empty), else encoded anew
     /// with a note, and left out with a note only where it cannot even be that. A lane is fed blocks of the
-    /// stream's format, each beginning where the one before ended. It hands out blocks at their own times;
-    /// up to 40 ms beside the end of the one before is taken for inexact, beyond that a gap becomes silence
-    /// and an overlap is cut.
+    /// stream's format, each beginning where the one before ended. It hands out blocks at their own times:
+    /// 40 ms beside the end of the one before is taken for inexact, unless it lasts; beyond that a gap
+    /// becomes silence and an overlap is cut.
     std::unique_ptr<Proc::IEffectStreamAudio> lane;
     /// Of the blocks that come out: what is encoded. Others are converted to it, with a note. Not looked at
     /// without a lane.

@@ -162,6 +162,7 @@ TEST_F(SoundEncoders, HoldTheDepthThatIsWanted) {
         {"in.wav", SampleFormats::Double, 64, "out.aiff", "pcm_f64be", ""},
         {"in.wav", SampleFormats::S32, 32, "out.flac", "flac",
          "Sound of 32 bits was cut to 24 for the encoder flac."},
+        {"in.wav", SampleFormats::S32, 32, "out.wv", "wavpack", ""},
         {"in24.wav", SampleFormats::Double, 0, "out.wav", "pcm_s24le", ""},
         {"in24.wav", SampleFormats::S16, 16, "out.wav", "pcm_s16le", ""},
         {"in24.wav", SampleFormats::Double, 0, "out.mp3", "libmp3lame", ""},

@@ -258,10 +258,11 @@ TEST_F(Sound, GapsBecomeSilence) {
     EXPECT_THAT(result.notes, Contains(HasSubstr("1 sound gap was filled with silence, 0.1")));
 }
 
-// One packet of 21 ms is missing, or cannot be decoded: what follows stays in its place.
+// One packet of 21 ms is missing, or, shortly before the end, cannot be decoded: what follows stays in its
+// place.
 TEST_F(Sound, LostPacketsBecomeSilence) {
     double middle = 0;
-    for (char const* loss : {"", "-bsf:a noise=drop=eq(n\\,10)", "-bsf:a noise=amount=eq(n\\,10)"}) {
+    for (char const* loss : {"", "-bsf:a noise=drop=eq(n\\,10)", "-t 0.55 -bsf:a noise=amount=eq(n\\,20)"}) {
         SCOPED_TRACE(loss);
         Make(File("in.mka"), s_burst + "-c:a aac " + loss);
         Media::RunOptions options = SoundOptions("in.mka", "out.wav");

@@ -82,6 +82,14 @@ TEST(TimeMap, DroppedAndRepeatedPicturesDisturbNoOther) {
     EXPECT_EQ(map.GetMovedCount(), 2);
 }
 
+TEST(TimeMap, EndsWhereTheClockEnds) {
+    TimeMap map({1, 25});
+    for (int i = 0; i < 2; ++i) {
+        map.Enter(INT64_MAX - 1, 40000, {INT64_MAX - 1, INT64_MAX - 1});
+        EXPECT_GT(map.Leave(INT64_MAX - 1, 40000).start, INT64_MAX - 1000);
+    }
+}
+
 TEST(Rates, NominalAndResulting) {
     Ratio const film{24000, 1001};
     EXPECT_EQ(ChooseNominalRate({2997, 125}, film), film);          // a measured average
