@@ -208,7 +208,9 @@ std::vector<std::string> SoundEncoder::GetNotes() const {
     // What loses sound anyway has no depth.
     AVCodecDescriptor const* const codec = avcodec_descriptor_get(m_context->codec_id);
     bool const isExact = codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0;
-    int const bits = IsReal(m_input.format) ? std::min(m_depth, GetExactBits(m_input.format)) : m_depth;
+    // Real numbers of 32 bits hold 24 exactly.
+    int const exact = GetExactBits(m_depth > 32 ? Conf::SampleFormats::Double : Conf::SampleFormats::Float);
+    int const bits = IsReal(m_input.format) ? std::min(m_depth, exact) : m_depth;
     if (int const held = GetHeldBits(*m_context); isExact && held < bits)
         notes.push_back(fmt::format("Sound of {} bits was cut to {} for the encoder {}.", m_depth, held,
                                     m_context->codec->name));
