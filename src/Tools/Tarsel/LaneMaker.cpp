@@ -1,6 +1,7 @@
 #include "Tools/Tarsel/LaneMaker.h"
 
 #include "Conf/FormatCodecAudio.h"
+#include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/LoggedLane.h"
 
 #include <fmt/format.h>
@@ -37,11 +38,17 @@ std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::MakeAnew(Media::VideoStream
 Media::SoundLane LaneMaker::MakeSound(Media::SoundStreamInfo const& stream,
                                       std::vector<StepText> const& steps) {
     auto lane = std::make_unique<LoggedSoundLane>(m_log, m_soundNotes);
-    for (auto const& [effect, label] : MakeSoundSteps(m_effects, steps))
+    int depth = 0;
+    for (auto const& [effect, label] : MakeSoundSteps(m_effects, steps)) {
+        // A format that is named is wanted; others are what an effect reckons in.
+        auto const* const resample = dynamic_cast<Proc::SettingsResample const*>(&effect->GetSettingsBase());
+        if (resample != nullptr && resample->format != Conf::SampleFormats::Unknown)
+            depth = 8 * Conf::SampleFmtRecord::Find(resample->format).size;
         lane->Append(effect, label);
+    }
     SP<Conf::IFormatCodecAudio> format = MakeSP<Conf::FormatCodecAudio>(stream.format);
     lane->UpdateFormatCodec(format);
-    return {std::move(lane), format->GetSampleInfo()};
+    return {std::move(lane), format->GetSampleInfo(), depth};
 }
 
 std::vector<std::string> LaneMaker::GetNotes() const {
