@@ -76,6 +76,8 @@ void CheckOutputPath(fs::path const& output, fs::path const& input, bool overwri
             ThrowOutput<OptionsException>(output, "only files can be written, not streams or addresses");
         if (fs::is_symlink(fs::symlink_status(output, error)))
             ThrowOutput<OptionsException>(output, "it is a link to nothing");
+    } else if (status.type() == fs::file_type::none) {
+        ThrowOutput<OutputException>(output, error.message());
     } else {
         // By device and inode, so through links too.
         if (fs::equivalent(output, input, error))

@@ -67,6 +67,25 @@ TEST_F(PaletteTool, ReducesAPicture) {
     }
 }
 
+TEST_F(PaletteTool, RawPicturesCanBeReadAgain) {
+    std::string const photo = MakePhoto();
+    std::string const film = MakeFilm("photo.nut", {"-i", photo, "-c:v", "rawvideo"});
+    std::string const pixels = ReadPixels(photo);
+    for (char const* const name : {"raw.avi", "raw.mov", "raw.mkv", "raw.nut"})
+        for (char const* const format : {"bgr24", "rgb24", "yuv444p"}) {
+            SCOPED_TRACE(std::string(name) + ' ' + format);
+            ASSERT_EQ(Run({"run", film, At(name), "--overwrite", "--video-codec", "rawvideo", "-e",
+                           std::string("pixel-format formats=") + format})
+                          .exitCode,
+                      0);
+            EXPECT_LT(Compare(ReadPixels(At(name)), pixels), 15); // chroma may be halved
+        }
+    for (char const* const name : {"few.avi", "few.mkv", "few.nut"}) {
+        ASSERT_EQ(Run({"palette", film, At(name), "--video-codec", "rawvideo"}).exitCode, 0);
+        EXPECT_LT(Compare(ReadPixels(At(name)), pixels), 4) << name;
+    }
+}
+
 TEST_F(PaletteTool, DithersOnRequest) {
     auto const ramp = MakeFilm("ramp.png", {"-f", "lavfi", "-i",
                                             "nullsrc=size=64x48,geq=r='4*X':g='4*X':b='4*X',format=rgb24",

@@ -70,7 +70,8 @@ Verb AddPaletteVerb(CLI::App& app, CommonOptions& common) {
     AddAtOption(*command, arguments->at);
     common.AddTo(*command);
     command->footer("Every picture gets a palette of its own. OUTPUT is a file that holds palettes: .png,\n"
-                    ".gif, .bmp, .tiff, or a film with --video-codec rawvideo.\n\n" +
+                    ".gif, .bmp, .tiff, or a film (.avi, .mkv, .nut) with --video-codec\n"
+                    "rawvideo.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel palette photo.png small.png --colours 16 --dither\n"
