@@ -16,7 +16,6 @@ namespace {
 
 using Conf::ChannelLayout;
 using Conf::SampleFormats;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
