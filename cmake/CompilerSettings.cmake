@@ -13,7 +13,9 @@ endif()
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+  # Paths below the tree count as relative ones, so that one clone finds what another has compiled.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${CCACHE_PROGRAM}")
 endif()
 
 # Warnings are for our own targets; headers of libraries come in as system headers. They are errors to those

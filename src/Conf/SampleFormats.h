@@ -40,4 +40,10 @@ struct TARSEL_API SampleFmtRecord {
     static std::optional<SampleFormats> FindByName(std::string_view name) noexcept;
 };
 
+/// Whether samples are real numbers, with full scale at 1. Any thread.
+constexpr bool IsReal(SampleFormats format) noexcept {
+    return format == SampleFormats::Float || format == SampleFormats::Double ||
+           format == SampleFormats::FloatPlanar || format == SampleFormats::DoublePlanar;
+}
+
 } // namespace Tarsel::Conf

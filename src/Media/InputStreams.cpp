@@ -67,6 +67,16 @@ void CopyPrograms(AVFormatContext const& from, std::vector<int> const& indexes, 
     }
 }
 
+InputStreams MakeUnknownInput(StreamKind kind) {
+    InputStreams input;
+    input.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
+    AVStream& stream = *CheckAllocated(avformat_new_stream(input.context.get(), nullptr), "AVStream");
+    bool const isSound = kind == StreamKind::Sound;
+    stream.codecpar->codec_type = isSound ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
+    (isSound ? input.sound : input.picture) = stream.index;
+    return input;
+}
+
 InputStreams DescribeStreams(Demuxer const& input) {
     AVFormatContext const& from = input.GetContext();
     InputStreams result;

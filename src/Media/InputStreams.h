@@ -2,6 +2,7 @@
 
 #include "Media/FFmpegOwners.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,11 @@ class Demuxer;
 
 /// Describes an opened input. MemoryException.
 InputStreams DescribeStreams(Demuxer const& input);
+
+/// An input of one stream, of pictures or of sound, of which nothing is known: for files that are written
+/// without one. MemoryException.
+enum class StreamKind : std::uint8_t { Pictures, Sound };
+InputStreams MakeUnknownInput(StreamKind kind);
 
 /// Copies what describes a stream: codec parameters, time base, rates, dispositions, metadata, side data and
 /// the cover picture. MemoryException.

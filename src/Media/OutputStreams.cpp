@@ -94,17 +94,6 @@ bool CountsFrames(AVOutputFormat const& format) {
     return std::find(std::begin(names), std::end(names), format.name) != std::end(names);
 }
 
-/// The codec's tag stays where the container knows it; otherwise the muxer finds its own.
-void FitCodecTag(AVOutputFormat const& format, AVCodecParameters& parameters) {
-    if (format.codec_tag == nullptr)
-        return;
-    unsigned tag = 0;
-    bool const isKnown = av_codec_get_id(format.codec_tag, parameters.codec_tag) == parameters.codec_id ||
-                         av_codec_get_tag2(format.codec_tag, parameters.codec_id, &tag) == 0;
-    if (!isKnown)
-        parameters.codec_tag = 0;
-}
-
 void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutputFormat const& format,
                      AVStream& to) {
     AVCodecContext const& context = encoder.GetContext();
@@ -158,6 +147,17 @@ void DescribeEncodedSound(AVStream const& from, SoundEncoder const& encoder, AVS
     to.time_base = ToAV(encoder.GetTimeBase());
 }
 
+/// The codec's tag stays where the container knows it; otherwise the muxer finds its own.
+void FitCodecTag(AVOutputFormat const& format, AVCodecParameters& parameters) {
+    if (format.codec_tag == nullptr)
+        return;
+    unsigned tag = 0;
+    bool const isKnown = av_codec_get_id(format.codec_tag, parameters.codec_tag) == parameters.codec_id ||
+                         av_codec_get_tag2(format.codec_tag, parameters.codec_id, &tag) == 0;
+    if (!isKnown)
+        parameters.codec_tag = 0;
+}
+
 void DescribeCopied(AVStream const& from, AVOutputFormat const& format, AVStream& to) {
     CopyStream(from, to);
     FitCodecTag(format, *to.codecpar);
@@ -170,6 +170,15 @@ bool IsEncodedSound(StreamEncoders const& encoders, std::size_t stream) noexcept
     return stream < encoders.sound.size() && encoders.sound[stream] != nullptr;
 }
 
+/// Containers take more than their makers call finished (TrueHD in MP4): better kept than lost. But raw
+/// pictures would get tags by which nobody knows them.
+int ChooseCompliance(AVOutputFormat const& format, StreamEncoders const& encoders) {
+    bool const isRaw =
+        encoders.picture != nullptr && encoders.picture->GetContext().codec_id == AV_CODEC_ID_RAWVIDEO;
+    bool const knowsRawByTag = IsMovFamily(format) || std::string_view(format.name) == "avi";
+    return isRaw && knowsRawByTag ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
+}
+
 OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
                     Selection const& selection) {
     AVFormatContext const& from = *input.context;
@@ -177,12 +186,7 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Str
     AVFormatContext* context = nullptr;
     avformat_alloc_output_context2(&context, &format, nullptr, nullptr);
     result.context.reset(CheckAllocated(context, "AVFormatContext"));
-    // Containers take more than their makers call finished (TrueHD in MP4): better kept than lost.
-    // Except for raw pictures, which would get tags by which nobody knows them.
-    bool const isRaw = encoders.picture != nullptr &&
-                       encoders.picture->GetContext().codec_id == AV_CODEC_ID_RAWVIDEO &&
-                       (IsMovFamily(format) || std::string_view(format.name) == "avi");
-    context->strict_std_compliance = isRaw ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
+    context->strict_std_compliance = ChooseCompliance(format, encoders);
     CheckCopied(av_dict_copy(&context->metadata, from.metadata, 0));
     RemoveContainerKeys(&context->metadata);
     result.indexes.assign(from.nb_streams, -1);

@@ -94,4 +94,10 @@ void CheckOutputPath(fs::path const& output, fs::path const& input, bool overwri
         ThrowOutput<OutputException>(output, Quote(folder) + ": " + GetSystemErrorText(errno));
 }
 
+void CheckOutputPath(fs::path const& output, std::vector<fs::path> const& inputs, bool overwrite) {
+    CheckOutputPath(output, fs::path(), overwrite);
+    for (fs::path const& input : inputs)
+        CheckOutputPath(output, input, overwrite);
+}
+
 } // namespace Tarsel::Media

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <vector>
 
 namespace Tarsel::Media {
 
@@ -12,5 +13,8 @@ void CheckInputPath(std::filesystem::path const& input);
 /// another name or link, when it exists and may not be replaced, or is no regular file; OutputException when
 /// its folder cannot be written.
 void CheckOutputPath(std::filesystem::path const& output, std::filesystem::path const& input, bool overwrite);
+/// The same for an output made of several files, or of none.
+void CheckOutputPath(std::filesystem::path const& output, std::vector<std::filesystem::path> const& inputs,
+                     bool overwrite);
 
 } // namespace Tarsel::Media

@@ -24,9 +24,7 @@ namespace {
 constexpr Ratio s_microsecond{1, 1000000};
 
 EncoderRequest MakeRequest(PictureFileOptions const& options) {
-    for (std::filesystem::path const& input : options.inputs)
-        CheckOutputPath(options.output, input, options.overwrite);
-    CheckOutputPath(options.output, {}, options.overwrite);
+    CheckOutputPath(options.output, options.inputs, options.overwrite);
     Container const container = ChooseContainer(options.output);
     if (!container.isStill)
         Core::Throw<OptionsException>(
@@ -42,16 +40,6 @@ EncoderRequest MakeRequest(PictureFileOptions const& options) {
     return request;
 }
 
-/// An input of one stream of pictures, of which nothing is known.
-InputStreams MakeInput() {
-    InputStreams input;
-    input.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
-    AVStream& stream = *CheckAllocated(avformat_new_stream(input.context.get(), nullptr), "AVStream");
-    stream.codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
-    input.picture = stream.index;
-    return input;
-}
-
 } // namespace
 
 void CheckPictureFile(PictureFileOptions const& options) {
@@ -62,7 +50,7 @@ std::vector<std::string> WritePicture(SP<Proc::IDataVideo> const& picture,
                                       PictureFileOptions const& options) {
     EncoderRequest request = MakeRequest(options);
     request.input = {picture->GetPixelFormat(), picture->GetColorSpace()};
-    InputStreams const input = MakeInput();
+    InputStreams const input = MakeUnknownInput(StreamKind::Pictures);
     WorkedFrame const frame{picture, {}};
     VideoEncoder encoder(request, frame);
     OutputFile file(options.output, options.overwrite);

@@ -90,7 +90,7 @@ SoundDecoder::SoundDecoder(AVStream const& stream, bool hasTimes)
     Conf::SampleInfo format = GetSampleInfo(*stream.codecpar);
     if (format.format == Conf::SampleFormats::Unknown)
         format.format = GetWorkFormat(m_context->sample_fmt);
-    if (!IsComplete(format))
+    if (!Conf::IsKnown(format))
         ThrowUndecodable(stream, "its format, rate or channels are not known", AVERROR_INVALIDDATA);
     m_line.emplace(format);
 }

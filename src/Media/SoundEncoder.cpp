@@ -38,18 +38,13 @@ constexpr int s_packetsASecond = 25;
 constexpr int s_mostBits = 24;
 constexpr int s_mostWavpackBits = 32;
 
-std::string InfoText(Conf::SampleInfo const& info) {
-    return fmt::format("{} Hz {} {}", info.rate, Conf::SampleFmtRecord::Find(info.format).name,
-                       info.layout.GetName());
-}
-
 /// Of each sample, by an encoder without loss.
 int GetHeldBits(AVCodecContext const& context) {
     Conf::SampleFormats const format = Conf::SampleFormatTarselFromFFMPEG(context.sample_fmt);
     int const held = GetExactBits(format);
     int const coded = av_get_exact_bits_per_sample(context.codec_id);
     int const stated = coded > 0 ? coded : context.bits_per_raw_sample;
-    return IsReal(format) || stated == 0 ? held : std::min(held, stated);
+    return Conf::IsReal(format) || stated == 0 ? held : std::min(held, stated);
 }
 
 } // namespace
@@ -97,7 +92,7 @@ void SoundEncoder::Open(SoundRequest const& request) {
     }
     Core::Throw<OutputException>({s_file, "void Tarsel::Media::SoundEncoder::Open(const SoundRequest &)"},
                                  fmt::format("The encoder \"{}\" does not open for sound of {}: {}",
-                                             encoder.name, InfoText(request.format),
+                                             encoder.name, Proc::SoundText(request.format),
                                              Proc::GetFFmpegErrorText(firstError)),
                                  Proc::TagFFmpegError(firstError));
 }
@@ -210,7 +205,7 @@ std::vector<std::string> SoundEncoder::GetNotes() const {
     bool const isExact = codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0;
     // Real numbers of 32 bits hold 24 exactly.
     int const exact = GetExactBits(m_depth > 32 ? Conf::SampleFormats::Double : Conf::SampleFormats::Float);
-    int const bits = IsReal(m_input.format) ? std::min(m_depth, exact) : m_depth;
+    int const bits = Conf::IsReal(m_input.format) ? std::min(m_depth, exact) : m_depth;
     if (int const held = GetHeldBits(*m_context); isExact && held < bits)
         notes.push_back(fmt::format("Sound of {} bits was cut to {} for the encoder {}.", m_depth, held,
                                     m_context->codec->name));

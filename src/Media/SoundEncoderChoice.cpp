@@ -173,7 +173,7 @@ AVCodecID FitPlain(Container const& container, AVCodecID usual, SampleFormats fo
     if (!IsPlain(usual) && !IsWide(usual))
         return usual;
     constexpr int mostIntegerBits = 24;
-    bool const wantsReal = IsReal(format) && depth > mostIntegerBits;
+    bool const wantsReal = Conf::IsReal(format) && depth > mostIntegerBits;
     auto const fits = [&](PlainCodec const& plain) {
         return plain.isReal == wantsReal && plain.bits >= depth &&
                avformat_query_codec(container.format, plain.codec, FF_COMPLIANCE_EXPERIMENTAL) == 1;

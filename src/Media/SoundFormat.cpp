@@ -21,15 +21,6 @@ constexpr int s_lossyDepth = 16;
 
 } // namespace
 
-bool IsComplete(Conf::SampleInfo const& info) noexcept {
-    return SampleFmtRecord::Find(info.format).size != 0 && info.rate > 0 && info.layout.channels > 0;
-}
-
-bool IsReal(SampleFormats format) noexcept {
-    SampleFormats const planar = SampleFmtRecord::Find(format).planarCounterpart;
-    return planar == SampleFormats::FloatPlanar || planar == SampleFormats::DoublePlanar;
-}
-
 Conf::SampleInfo GetSampleInfo(AVCodecParameters const& parameters) noexcept {
     ChannelLayout layout = Conf::TarselFromAVChannelLayout(parameters.ch_layout);
     if (layout.mask == 0 && layout.channels > 0 && layout.channels <= 2)
@@ -56,7 +47,7 @@ int GetExactBits(SampleFormats format) noexcept {
     int const bits = GetDepth(format);
     constexpr int floatBits = 24;
     constexpr int doubleBits = 53;
-    return !IsReal(format) ? bits : bits == 32 ? floatBits : doubleBits;
+    return !Conf::IsReal(format) ? bits : bits == 32 ? floatBits : doubleBits;
 }
 
 bool IsSameSound(Conf::SampleInfo const& a, Conf::SampleInfo const& b) noexcept {
@@ -68,15 +59,15 @@ bool IsSameSound(Conf::SampleInfo const& a, Conf::SampleInfo const& b) noexcept 
 SampleFormats ChooseSampleFormat(std::span<SampleFormats const> legal, SampleFormats wanted, int depth) {
     if (legal.empty())
         return wanted;
-    int const bits = IsReal(wanted) ? depth : std::min(depth, GetExactBits(wanted));
+    int const bits = Conf::IsReal(wanted) ? depth : std::min(depth, GetExactBits(wanted));
     // The least is the best.
     auto const rank = [&](SampleFormats format) {
         SampleFmtRecord const& record = SampleFmtRecord::Find(format);
         SampleFmtRecord const& ideal = SampleFmtRecord::Find(wanted);
         bool const isType = record.planarCounterpart == ideal.planarCounterpart;
-        bool const clips = IsReal(wanted) && !IsReal(format);
+        bool const clips = Conf::IsReal(wanted) && !Conf::IsReal(format);
         int const lost = std::max(bits - GetExactBits(format), 0);
-        return std::tuple(format != wanted, !isType, clips, lost, record.size, IsReal(format));
+        return std::tuple(format != wanted, !isType, clips, lost, record.size, Conf::IsReal(format));
     };
     return *std::ranges::min_element(legal, {}, rank);
 }

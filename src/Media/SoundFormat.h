@@ -15,12 +15,6 @@ namespace Tarsel::Media {
 /// What the parameters say of decoded sound. One or two channels without a mask are mono or stereo.
 Conf::SampleInfo GetSampleInfo(AVCodecParameters const& parameters) noexcept;
 
-/// Whether all of it is known.
-bool IsComplete(Conf::SampleInfo const& info) noexcept;
-
-/// Whether samples are real numbers.
-bool IsReal(Conf::SampleFormats format) noexcept;
-
 /// Bits of a sample that carry sound: those of a codec without loss, 16 for others, whose noise hides more.
 int GetDepth(AVCodecParameters const& parameters) noexcept;
 /// The same for blocks that come from no codec.

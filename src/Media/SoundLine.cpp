@@ -59,11 +59,6 @@ Proc::SafeFrame CopyFrom(AVFrame const& block, int first) {
     return rest;
 }
 
-std::string InfoText(Conf::SampleInfo const& info) {
-    return fmt::format("{} Hz {} {}", info.rate, Conf::SampleFmtRecord::Find(info.format).name,
-                       info.layout.GetName());
-}
-
 } // namespace
 
 double SoundLine::ToSeconds(std::int64_t samples) const noexcept {
@@ -166,7 +161,8 @@ void SoundLine::SetSource(Conf::SampleInfo const& source) {
         StartSegment();
         if (!IsSameSound(*m_source, source) && m_changes.size() < s_mostChanges)
             m_changes.push_back(fmt::format("The sound changes from {} to {} at {:.3f} s; it was converted.",
-                                            InfoText(*m_source), InfoText(source), ToSeconds(m_next)));
+                                            Proc::SoundText(*m_source), Proc::SoundText(source),
+                                            ToSeconds(m_next)));
     }
     m_converter =
         IsSameSound(source, m_format) ? Proc::SafeSwrContext() : Proc::SafeSwrContext({source, m_format});

@@ -68,7 +68,7 @@ void SoundTracks::Add(Stream& stream, AVStream const& source, int number) {
         lane = options.makeSoundLane(DescribeSound(source, number, decoder->GetFormat(), obstacle));
     if (lane.lane == nullptr && obstacle.empty())
         return;
-    if (lane.lane != nullptr && !IsComplete(lane.output))
+    if (lane.lane != nullptr && !Conf::IsKnown(lane.output))
         Core::Throw<OptionsException>(
             {"Media/SoundTracks", "void Tarsel::Media::SoundTracks::Add(Stream &, const AVStream &, int)"},
             fmt::format("The lane for sound stream {} does not say what comes out of it", number));

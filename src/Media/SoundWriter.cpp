@@ -32,11 +32,9 @@ constexpr char const* s_file = "Media/SoundWriter";
 
 SoundRequest MakeRequest(SoundFileOptions const& options) {
     constexpr char const* signature = "SoundRequest Tarsel::Media::MakeRequest(const SoundFileOptions &)";
-    if (!IsComplete(options.format))
+    if (!Conf::IsKnown(options.format))
         ThrowOptions(signature, "The format of the sound to write is not known");
-    for (std::filesystem::path const& input : options.inputs)
-        CheckOutputPath(options.output, input, options.overwrite);
-    CheckOutputPath(options.output, {}, options.overwrite);
+    CheckOutputPath(options.output, options.inputs, options.overwrite);
     Container const container = ChooseContainer(options.output);
     int const depth = options.depth > 0 ? options.depth : GetDepth(options.format.format);
     AVCodec const* const encoder =
@@ -47,16 +45,6 @@ SoundRequest MakeRequest(SoundFileOptions const& options) {
         ThrowOptions(signature, fmt::format("Cannot write {}: it holds no sound", Quote(options.output)));
     CheckEncoderOptions(*encoder, options.encoderOptions);
     return {encoder, options.encoderOptions, container.format, options.format, depth};
-}
-
-/// An input of one sound stream, of which nothing is known.
-InputStreams MakeInput() {
-    InputStreams input;
-    input.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
-    AVStream& stream = *CheckAllocated(avformat_new_stream(input.context.get(), nullptr), "AVStream");
-    stream.codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
-    input.sound = stream.index;
-    return input;
 }
 
 } // namespace
@@ -80,7 +68,7 @@ private:
         : m_encoder(request), m_file(options.output, options.overwrite),
           m_muxer(*request.container, m_file, m_input, {nullptr, {&m_encoder}}) {}
 
-    InputStreams m_input = MakeInput();
+    InputStreams m_input = MakeUnknownInput(StreamKind::Sound);
     SoundEncoder m_encoder;
     OutputFile m_file;
     Muxer m_muxer;

@@ -36,6 +36,11 @@ void Console::Print(std::string_view text) {
     (void)WriteAll(m_descriptor, out);
 }
 
+void Console::PrintNotes(std::vector<std::string> const& notes) {
+    for (std::string const& note : notes)
+        Print("tarsel: note: " + note);
+}
+
 void Console::SetStatus(std::string const& line) {
     if (!m_isTerminal)
         return;

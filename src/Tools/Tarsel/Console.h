@@ -3,6 +3,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tarsel::Tools {
 
@@ -22,6 +23,8 @@ public:
 
     /// Writes `text` and ends its last line, above the status line.
     void Print(std::string_view text);
+    /// Writes each note as a line of its own.
+    void PrintNotes(std::vector<std::string> const& notes);
     /// Replaces the status line; "" takes it away. Does nothing when this is no terminal.
     void SetStatus(std::string const& line);
 

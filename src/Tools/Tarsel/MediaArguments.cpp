@@ -3,7 +3,9 @@
 #include "Tools/Tarsel/EncoderOptions.h"
 
 #include <CLI/CLI.hpp>
+
 namespace Tarsel::Tools {
+
 void MediaArguments::AddTo(CLI::App& command) {
     command.add_option("INPUT", input, "Film, still picture or sound to read")->required()->option_text(" ");
     command.add_option("OUTPUT", output, "File to write; its name tells the container")

@@ -46,8 +46,7 @@ std::function<void(Media::RunProgress const&)> MediaWork::ShowProgress(int pass,
     if (!m_showsProgress)
         return {};
     return [&console = m_context.console, pass, passes](Media::RunProgress const& progress) {
-        // The last column stays free: a terminal would go to the next line.
-        console.SetStatus(RenderProgress(OfAll(progress, pass, passes), console.GetColumns() - 1));
+        ShowProgressLine(console, OfAll(progress, pass, passes));
     };
 }
 
@@ -56,9 +55,8 @@ void MediaWork::Tell(Media::RunResult const& result, std::vector<std::string> co
     console.SetStatus({});
     if (m_arguments.quiet)
         return;
-    for (auto const* list : {&result.notes, &notes})
-        for (std::string const& note : *list)
-            console.Print("tarsel: note: " + note);
+    console.PrintNotes(result.notes);
+    console.PrintNotes(notes);
     if (m_showsProgress)
         console.Print(Summarise(result, m_arguments.output));
 }

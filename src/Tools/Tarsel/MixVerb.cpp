@@ -72,11 +72,6 @@ std::vector<double> ParseVolumes(MixArguments const& arguments) {
     return volumes;
 }
 
-bool IsReal(Conf::SampleFormats format) {
-    Conf::SampleFormats const planar = Conf::SampleFmtRecord::Find(format).planarCounterpart;
-    return planar == Conf::SampleFormats::FloatPlanar || planar == Conf::SampleFormats::DoublePlanar;
-}
-
 /// The files of a mix, opened.
 class Inputs {
 public:
@@ -118,7 +113,7 @@ void Inputs::ChooseDepth(Media::SoundFileOptions& options) const {
     for (Input const& input : m_readers) {
         Media::SoundStreamInfo const& info = input.reader->GetInfo();
         options.depth = std::max(options.depth, info.depth);
-        isReal = isReal || (IsReal(info.format.format) && info.depth > realDepth);
+        isReal = isReal || (Conf::IsReal(info.format.format) && info.depth > realDepth);
     }
     if (!isReal && options.depth > realDepth)
         options.format.format = Conf::SampleFormats::S32Planar;

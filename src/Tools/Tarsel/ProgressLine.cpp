@@ -1,5 +1,7 @@
 #include "Tools/Tarsel/ProgressLine.h"
 
+#include "Tools/Tarsel/Console.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -67,6 +69,11 @@ std::string RenderProgress(Media::RunProgress const& progress, int columns) {
     if (all.size() + 4 + s_minBar <= room)
         return Join({RenderBar(done, std::min(s_maxBar, room - all.size() - 4)), all});
     return FindFitting({all, Join({percent, speed, left}), Join({percent, left}), percent}, room);
+}
+
+void ShowProgressLine(Console& console, Media::RunProgress const& progress) {
+    // The last column stays free: a terminal would go to the next line.
+    console.SetStatus(RenderProgress(progress, console.GetColumns() - 1));
 }
 
 } // namespace Tarsel::Tools

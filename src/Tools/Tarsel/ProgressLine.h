@@ -6,10 +6,15 @@
 
 namespace Tarsel::Tools {
 
+class Console;
+
 /// Progress as one line of at most `columns` characters: a bar, percent, frames, frames a second and the time
 /// left; what does not fit is dropped, the bar first, and counts of frames where there are none, as in sound.
 /// Of unknown length: frames and frames a second. Pure; any thread.
 std::string RenderProgress(Media::RunProgress const& progress, int columns);
+
+/// Shows it as the console's status line.
+void ShowProgressLine(Console& console, Media::RunProgress const& progress);
 
 /// Seconds as "0:05", "12:34" or "1:02:03", rounded to the nearest second; "" for negative and non-finite
 /// times.

@@ -32,16 +32,14 @@ void SoundWork::ShowProgress(std::int64_t done, std::int64_t all) {
     progress.done = share;
     if (share > 0)
         progress.secondsLeft = std::chrono::duration<double>(now - m_begin).count() * (1 - share) / share;
-    // The last column stays free: a terminal would go to the next line.
-    m_context.console.SetStatus(RenderProgress(progress, m_context.console.GetColumns() - 1));
+    ShowProgressLine(m_context.console, progress);
 }
 
 void SoundWork::Tell(std::vector<std::string> const& notes) {
     m_context.console.SetStatus({});
     if (m_quiet)
         return;
-    for (std::string const& note : notes)
-        m_context.console.Print("tarsel: note: " + note);
+    m_context.console.PrintNotes(notes);
 }
 
 } // namespace Tarsel::Tools

@@ -43,8 +43,8 @@ struct EffectActionsAudio;
 /// An audio effect whose work one filter graph does: everything but what hangs on the settings class. Blocks
 /// pass untouched where the settings are empty or their description is. The graph is built by the first block
 /// and again when blocks change format, rate or layout or the graph has failed; other settings and Reset drop
-/// it. All operations may be called from any thread; one lock for each effect. What
-/// GetSettingsBase gives is not to be read while another thread sets settings.
+/// it. All operations may be called from any thread; one lock for each effect. What GetSettingsBase gives is
+/// not to be read while another thread sets settings.
 class EffectFafloplalAudioBase : public Core::RefCounted<IOneInputEffectAudio>,
                                  public IEffectStreamAudio,
                                  public IEffectDetailsAudio {

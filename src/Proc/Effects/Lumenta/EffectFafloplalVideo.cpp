@@ -17,7 +17,6 @@
 #include <utility>
 
 namespace Tarsel::Proc {
-namespace {} // namespace
 
 EffectFafloplalVideo::EffectFafloplalVideo()
     : m_stream([this](SP<IDataVideo> const& data) { PostProcess(data); }),

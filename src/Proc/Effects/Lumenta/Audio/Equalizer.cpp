@@ -15,11 +15,6 @@ namespace {
 using EqualizerActions = EffectActionsAudio<SettingsAudioEqualizer>;
 using BandEq = SettingsAudioEqualizer::BandEq;
 
-bool IsReal(Conf::SampleFormats format) {
-    Conf::SampleFormats const planar = Conf::SampleFmtRecord::Find(format).planarCounterpart;
-    return planar == Conf::SampleFormats::FloatPlanar || planar == Conf::SampleFormats::DoublePlanar;
-}
-
 } // namespace
 
 std::string EqualizerActions::GetFFString(SettingsType const& settings, Conf::SampleInfo const& info) {
@@ -37,7 +32,7 @@ std::string EqualizerActions::GetFFString(SettingsType const& settings, Conf::Sa
 }
 
 void EqualizerActions::PostProcess(SettingsType const&, SP<IDataAudio>& data) {
-    if (!IsReal(data->GetSampleFormat()))
+    if (!Conf::IsReal(data->GetSampleFormat()))
         return;
     SP<DataAudioFF> const clipped =
         DataAudioFF::CreateBySampleCount(data->GetSampleInfo(), static_cast<int>(data->GetSampleCount()));
