@@ -2,6 +2,7 @@
 
 #include "Core/Property.h"
 #include "Host/EffectChain.h"
+#include "Host/FFmpegMessages.h"
 
 #include <cstddef>
 #include <string>
@@ -25,7 +26,8 @@ protected:
     /// `effect` is not null.
     ChainStep(SP<Effect> effect, std::string label);
 
-    /// Does `work`; an exception that can carry facts leaves with the step's label. It is the thrown object
+    /// Does `work`; an exception that can carry facts leaves with the step's label
+    /// and what FFmpeg logged. It is the thrown object
     /// that is marked and goes on: no type is lost.
     template <class Work>
     decltype(auto) Labelled(Work const& work) const {
@@ -33,6 +35,7 @@ protected:
             return work();
         } catch (boost::exception& exception) {
             exception << TagStep(m_label);
+            FFmpegMessages::AddTo(exception);
             throw;
         }
     }

@@ -2,6 +2,7 @@
 
 #include "Core/CoreExceptions.h"
 #include "Core/Exception.h"
+#include "Host/FFmpegMessages.h"
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -13,6 +14,7 @@
 #include <cstdint>
 #include <string_view>
 #include <typeinfo>
+#include <vector>
 
 namespace Tarsel::Host {
 
@@ -61,6 +63,15 @@ void AppendTag(std::string& report, std::string_view name, std::exception const&
         AppendFact(report, name, fmt::format("{}", *value));
 }
 
+std::vector<std::string> GetFFmpegMessages(std::exception const& exception) {
+    auto const* const carrier = dynamic_cast<boost::exception const*>(&exception);
+    if (carrier == nullptr)
+        return FFmpegMessages::Take();
+    FFmpegMessages::AddTo(*carrier);
+    auto const* const lines = boost::get_error_info<TagFFmpegMessages>(*carrier);
+    return lines != nullptr ? *lines : std::vector<std::string>();
+}
+
 } // namespace
 
 std::string DescribeError(std::exception const& exception) {
@@ -78,6 +89,8 @@ std::string DescribeError(std::exception const& exception) {
         AppendFact(report, "FFmpeg", DescribeFFmpegError(*error));
     AppendTag<Proc::TagFilterText>(report, "filter", exception);
     AppendTag<Proc::TagDetail>(report, "detail", exception);
+    for (std::string const& line : GetFFmpegMessages(exception))
+        AppendFact(report, "log", line);
     return report;
 }
 

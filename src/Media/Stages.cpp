@@ -1,5 +1,6 @@
 #include "Media/Stages.h"
 
+#include "Host/FFmpegMessages.h"
 #include "Media/Stopped.h"
 
 #include <condition_variable>
@@ -7,6 +8,7 @@
 #include <exception>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace Tarsel::Media {
 
@@ -22,13 +24,11 @@ public:
             work();
         } catch (Stopped const&) {
             // It was told to.
+        } catch (boost::exception const& failure) {
+            Host::FFmpegMessages::AddTo(failure); // other threads know nothing of it
+            Keep(std::current_exception());
         } catch (...) {
-            {
-                std::lock_guard const lock(m_mutex);
-                if (m_failure == nullptr)
-                    m_failure = std::current_exception();
-            }
-            m_stop.request_stop();
+            Keep(std::current_exception());
         }
     }
 
@@ -50,6 +50,15 @@ public:
     }
 
 private:
+    void Keep(std::exception_ptr failure) noexcept {
+        {
+            std::lock_guard const lock(m_mutex);
+            if (m_failure == nullptr)
+                m_failure = std::move(failure);
+        }
+        m_stop.request_stop();
+    }
+
     std::mutex m_mutex;
     std::condition_variable m_ended;
     std::size_t m_running;

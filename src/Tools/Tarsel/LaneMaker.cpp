@@ -2,7 +2,7 @@
 
 #include "Conf/FormatCodecAudio.h"
 #include "Proc/Settings/Format.h"
-#include "Tools/Tarsel/LoggedLane.h"
+#include "Tools/Tarsel/NotedLane.h"
 
 #include <fmt/format.h>
 
@@ -10,7 +10,7 @@ namespace Tarsel::Tools {
 
 std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::Make(Media::VideoStreamInfo const& stream,
                                                           std::vector<PictureStep> const& steps) {
-    auto lane = std::make_unique<LoggedPictureLane>(m_log, m_notes);
+    auto lane = std::make_unique<NotedPictureLane>(m_notes);
     auto const orientation = stream.orientation.GetOrientation();
     if (orientation && *orientation != 1)
         lane->Append(MakeOrientationEffect(m_effects, stream.orientation), "turning upright");
@@ -37,7 +37,7 @@ std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::MakeAnew(Media::VideoStream
 
 Media::SoundLane LaneMaker::MakeSound(Media::SoundStreamInfo const& stream,
                                       std::vector<StepText> const& steps) {
-    auto lane = std::make_unique<LoggedSoundLane>(m_log, m_soundNotes);
+    auto lane = std::make_unique<NotedSoundLane>(m_soundNotes);
     int depth = 0;
     for (auto const& [effect, label] : MakeSoundSteps(m_effects, steps)) {
         // A format that is named is wanted; others are what an effect reckons in.

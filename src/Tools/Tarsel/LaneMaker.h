@@ -3,7 +3,6 @@
 #include "Media/Run.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Effects.h"
-#include "Tools/Tarsel/FFmpegLog.h"
 #include "Tools/Tarsel/Steps.h"
 
 #include <memory>
@@ -16,8 +15,7 @@ namespace Tarsel::Tools {
 /// upright: they work on what viewers see.
 class LaneMaker {
 public:
-    /// The log has to live longer than the lanes.
-    LaneMaker(Effects effects, FFmpegLog& log) : m_effects(std::move(effects)), m_log(log) {}
+    explicit LaneMaker(Effects effects) : m_effects(std::move(effects)) {}
 
     /// A lane through the effects, which belong to it from now on. The maker has to live longer.
     std::unique_ptr<Proc::IEffectStreamVideo> Make(Media::VideoStreamInfo const& stream,
@@ -36,7 +34,6 @@ public:
 
 private:
     Effects m_effects;
-    FFmpegLog& m_log;
     std::vector<std::string> m_notes;
     /// Apart, since lanes for sound work on another thread.
     std::vector<std::string> m_soundNotes;

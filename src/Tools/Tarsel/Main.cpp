@@ -1,7 +1,7 @@
 #include "Host/ErrorReport.h"
+#include "Host/FFmpegMessages.h"
 #include "Tools/Tarsel/Console.h"
 #include "Tools/Tarsel/ExitCodes.h"
-#include "Tools/Tarsel/FFmpegLog.h"
 #include "Tools/Tarsel/StandardStreams.h"
 #include "Tools/Tarsel/Verb.h"
 #include "Tools/Tarsel/Version.h"
@@ -13,18 +13,20 @@
 #include <array>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 namespace Tarsel::Tools {
 namespace {
 
-/// Tells of a failure on the console: what is known of it, and what FFmpeg logged about it.
-ExitCode Report(Console& console, std::exception const& failure, bool verbose, FFmpegLog const* log) {
+ExitCode Report(Console& console, std::exception const& failure, bool verbose) {
     ExitCode const code = GetExitCode(failure);
     std::string text = code == ExitCode::Interrupted ? "tarsel: " : "tarsel: error: ";
-    text += verbose ? Host::DescribeErrorFully(failure) : Host::DescribeError(failure);
-    if (log != nullptr && code != ExitCode::Interrupted)
-        for (std::string const& line : log->GetFailureLines())
-            text += "\n  log: " + line;
+    if (verbose)
+        text += Host::DescribeErrorFully(failure);
+    else if (code == ExitCode::Interrupted)
+        text += failure.what(); // what was logged until then is not about it
+    else
+        text += Host::DescribeError(failure);
     console.SetStatus({});
     console.Print(text);
     return code;
@@ -73,11 +75,14 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
         return ExitCode::BadArguments;
     }
 
-    FFmpegLog log(console, options.verbose);
+    Host::FFmpegMessages::Listener listener;
+    if (options.verbose)
+        listener = [&](int, std::string_view line) { console.Print(line); };
+    Host::FFmpegMessages const messages(listener);
     try {
-        verb->run({console, log, options});
+        verb->run({console, options});
     } catch (std::exception const& failure) {
-        return Report(console, failure, options.verbose, &log);
+        return Report(console, failure, options.verbose);
     }
     return ExitCode::Done;
 }
@@ -88,7 +93,7 @@ int Main(int argc, char const* const* argv) {
     try {
         return static_cast<int>(Run(argc, argv, console));
     } catch (std::exception const& failure) {
-        return static_cast<int>(Report(console, failure, false, nullptr));
+        return static_cast<int>(Report(console, failure, false));
     }
 }
 

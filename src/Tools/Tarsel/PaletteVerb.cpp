@@ -39,7 +39,7 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
     MediaWork const work(arguments.media, context);
     Media::RunOptions options = arguments.media.MakeRunOptions();
     options.at = arguments.at;
-    LaneMaker maker(LoadEffects(context.options.plugin), context.log);
+    LaneMaker maker(LoadEffects(context.options.plugin));
     std::vector<PictureStep> const steps{MakePaletteStep(maker.GetEffects(), arguments.MakeSettings())};
     if (!HoldsPalettes(options))
         Core::Throw<UsageException>(

@@ -84,7 +84,7 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
 
 LaneMaker& Work::GetMaker() {
     if (!m_maker)
-        m_maker.emplace(LoadEffects(m_context.options.plugin), m_context.log);
+        m_maker.emplace(LoadEffects(m_context.options.plugin));
     return *m_maker;
 }
 

@@ -60,7 +60,7 @@ SP<Proc::IOneInputEffectVideo> MakeEffect(Effects const& effects, Host::EffectSt
 void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::RunOptions options = arguments.media.MakeRunOptions();
     Host::EffectStep const step = MakeStep(arguments.settings);
-    LaneMaker maker(LoadEffects(context.options.plugin), context.log);
+    LaneMaker maker(LoadEffects(context.options.plugin));
     MediaWork const work(arguments.media, context); // from here on a signal leaves nothing behind
     PrivateFolder const folder;
     std::filesystem::path const motions = folder.GetPath() / "motions.trf";

@@ -13,7 +13,6 @@ class Option;
 namespace Tarsel::Tools {
 
 class Console;
-class FFmpegLog;
 
 /// What every verb has on its command line.
 struct CommonOptions {
@@ -45,7 +44,6 @@ void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<
 /// What a verb works with.
 struct Context {
     Console& console;
-    FFmpegLog& log;
     CommonOptions const& options;
 };
 

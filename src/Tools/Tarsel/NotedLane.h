@@ -9,17 +9,15 @@
 
 namespace Tarsel::Tools {
 
-class FFmpegLog;
-
-/// A chain of effects whose failures mark FFmpeg's log on the thread where they arise. `Chain` is
-/// Host::VideoChain or Host::AudioChain.
+/// A chain of effects that tells at the end of the stream what it notes. `Chain` is Host::VideoChain or
+/// Host::AudioChain.
 template <class Chain>
-class LoggedLane final : public Proc::IEffectStream<typename Chain::Data> {
+class NotedLane final : public Proc::IEffectStream<typename Chain::Data> {
 public:
     using Data = typename Chain::Data;
 
-    /// Both have to live longer. At the end of the stream what the chain notes is added to `notes`.
-    LoggedLane(FFmpegLog& log, std::vector<std::string>& notes) : m_log(log), m_notes(notes) {}
+    /// What is new is added to `notes`, which have to live longer.
+    explicit NotedLane(std::vector<std::string>& notes) : m_notes(notes) {}
 
     /// See Host::EffectChain.
     void Append(SP<typename Chain::Effect> const& effect, std::string label = {}) {
@@ -34,16 +32,15 @@ public:
 private:
     void AddNotes();
 
-    FFmpegLog& m_log;
     std::vector<std::string>& m_notes;
     bool m_hasEnded = false;
     Chain m_chain;
 };
 
-extern template class LoggedLane<Host::VideoChain>;
-extern template class LoggedLane<Host::AudioChain>;
+extern template class NotedLane<Host::VideoChain>;
+extern template class NotedLane<Host::AudioChain>;
 
-using LoggedPictureLane = LoggedLane<Host::VideoChain>;
-using LoggedSoundLane = LoggedLane<Host::AudioChain>;
+using NotedPictureLane = NotedLane<Host::VideoChain>;
+using NotedSoundLane = NotedLane<Host::AudioChain>;
 
 } // namespace Tarsel::Tools
