@@ -2,10 +2,10 @@
 
 #include "Core/NearNames.h"
 #include "Core/Throw.h"
+#include "Host/EffectSettings.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Settings.h"
-#include "Proc/Settings/SettingsText.h"
 
 #include <fmt/format.h>
 
@@ -101,23 +101,6 @@ std::string_view CutSetting(std::string_view& rest) {
     return word;
 }
 
-/// Texts go into the filter's text as they stand: one with a character that FFmpeg's graph parser gives a
-/// meaning to would be read as something else.
-void CheckFilterTexts(Proc::Settings const& settings) {
-    for (Proc::Field const& field : settings.GetFields()) {
-        if (field.kind != Proc::FieldKind::Text || field.option.filter.empty())
-            continue;
-        std::string const value = Proc::ReadFieldText(settings, field);
-        std::size_t const special = value.find_first_of("\\':,;[]");
-        bool const trimmed = !value.empty() && (IsBlank(value.front()) || IsBlank(value.back()));
-        if (special != std::string::npos || trimmed)
-            ThrowUnusable(fmt::format("{}: \"{}\" cannot be \"{}\": {} would change FFmpeg's filter text",
-                                      settings.GetClassId(), field.key, value,
-                                      special != std::string::npos ? fmt::format("'{}'", value[special])
-                                                                   : "a blank at either end"));
-    }
-}
-
 /// Throws unless the registry has an effect of that class and kind.
 void CheckIsThere(EffectRegistry const& registry, std::string const& classId, EffectKind kind) {
     EffectEntry const* other = nullptr;
@@ -149,8 +132,7 @@ SP<Effect> MakeEffect(EffectFactory const& factory, EffectStep const& step, Effe
     if (!step.settings.empty()) {
         std::unique_ptr<Proc::Settings> const settings = effect->GetSettingsBase().Clone();
         settings->Deserialize(step.settings);
-        CheckFilterTexts(*settings);
-        effect->SetSettings(*settings);
+        SetEffectSettings(*effect, *settings);
     }
     return effect;
 }

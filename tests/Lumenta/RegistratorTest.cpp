@@ -1,8 +1,13 @@
 #include "Proc/Effects/Lumenta/Registrator.h"
 
+#include "Host/EffectSettings.h"
 #include "Proc/Interfaces/IResizeComplex.h"
 #include "Proc/Interfaces/ImplNames.h"
-#include "Proc/Settings/Settings.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/SettingsProperty.h"
+#include "Proc/Settings/SettingsText.h"
+#include "Support/LibraryEffects.h"
+#include "Support/RandomSettings.h"
 
 #include <gtest/gtest.h>
 
@@ -65,6 +70,51 @@ TEST(Registrator, RegistersAllInOrderEachTime) {
         registrar.answer = answer;
         EXPECT_EQ(Registrator(registrar), answer);
         EXPECT_EQ(registrar.all, s_all);
+    }
+}
+
+SP<Proc::IEffect> Create(Host::EffectEntry const& entry) {
+    switch (entry.GetKind()) {
+    case Host::EffectKind::Video:
+        return GetFactory()->CreateVideoEffect(entry.classId, entry.implName, {});
+    case Host::EffectKind::Audio:
+        return GetFactory()->CreateAudioEffect(entry.classId, entry.implName, {});
+    case Host::EffectKind::TwoInputVideo:
+        return GetFactory()->CreateTwoInputVideoEffect(entry.classId, entry.implName, {});
+    case Host::EffectKind::TwoInputAudio:
+        break;
+    }
+    return nullptr;
+}
+
+TEST(SetEffectSettings, TakesTreesForEveryRegistration) {
+    auto const& entries = GetFactory()->GetRegistry().GetEntries();
+    ASSERT_EQ(entries.size(), s_count);
+    for (Host::EffectEntry const& entry : entries) {
+        SCOPED_TRACE(entry.classId);
+        SP<Proc::IEffect> const effect = Create(entry);
+        Proc::SettingsClass const& settingsClass =
+            *Proc::FindSettingsClass(effect->GetSettingsBase().GetClassId());
+        RandomSettings random(7);
+        for (int i = 0; i < 5; ++i) {
+            auto const settings = random.Draw(settingsClass);
+            Host::SetEffectSettings(*effect, Proc::Settings2Property(*settings));
+            EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*settings)) << Proc::Serialize(*settings);
+        }
+        // One field alone: the others stay.
+        auto const expected = effect->GetSettingsBase().Clone();
+        Proc::Field const& field = settingsClass.fields.back();
+        Proc::WriteFieldText(*expected, field, Proc::ReadFieldText(*settingsClass.create(), field));
+        Core::Property one("one");
+        one.AddChild(*Proc::Settings2Property(*expected).FindChild(field.key));
+        Host::SetEffectSettings(*effect, one);
+        EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*expected));
+        // What cannot be read changes nothing.
+        Core::Property bad = Proc::Settings2Property(*settingsClass.create());
+        bad.RemoveChild(field.key);
+        bad.AddChild(Core::Property(std::string(field.key)));
+        EXPECT_THROW(Host::SetEffectSettings(*effect, bad), Proc::SettingsException);
+        EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*expected));
     }
 }
 
