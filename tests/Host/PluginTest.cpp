@@ -1,10 +1,14 @@
 #include "Host/Plugin.h"
 
+#include "Host/Doubles.h"
 #include "Host/EffectFactory.h"
+#include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Settings/Settings.h"
 #include "Support/Failure.h"
 #include "Support/TempFolder.h"
 
+#include <dlfcn.h>
+#include <glog/logging.h>
 #include <gmock/gmock.h>
 
 #include <cstdlib>
@@ -35,6 +39,26 @@ TEST(Plugin, RegistersItsEffects) {
     // The code is still there though the Plugin object is gone.
     auto const effect = MakeSP<Host::EffectFactory>(registry)->CreateVideoEffect("small", "ffmpeg", {});
     EXPECT_EQ(effect->GetSettingsBase().GetClassId(), "small");
+}
+
+// Its log sites are on a list of glog's.
+TEST(Plugin, OfEffectsStaysThoughHostsCloseIt) {
+    auto const useAndClose = [] {
+        for (int i = 0; i < 2; ++i) {
+            void* const library = dlopen(LUMENTA_PLUGIN, RTLD_NOW | RTLD_LOCAL);
+            {
+                Host::EffectRegistry registry;
+                reinterpret_cast<bool (*)(Proc::IEffectRegistrar&)>(dlsym(library, "Registrator"))(registry);
+                auto const& entry = *registry.Find("flip", Proc::ImplNames::DEFAULT);
+                SP<Proc::IDataVideo> frame = HostTest::MakeFrame(0);
+                std::get<Proc::VideoEffectCreator>(entry.creator)({}, {})->Process(frame);
+            }
+            dlclose(library);
+        }
+        google::SetVLOGLevel("*", 31);
+        std::exit(0);
+    };
+    EXPECT_EXIT(useAndClose(), testing::ExitedWithCode(0), "");
 }
 
 TEST(Plugin, NeedNotMakeSound) {
