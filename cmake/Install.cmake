@@ -10,7 +10,9 @@ set_target_properties(lumenta PROPERTIES INSTALL_RPATH "$ORIGIN/.." EXPORT_NAME 
 
 install(TARGETS tarsel_sdk tarsel_media EXPORT Tarsel
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" NAMELINK_COMPONENT Development)
-# Where Host::Plugin looks, and no loader does.
+# Where Host::Plugin looks, and no loader does: programs that link it are told where it lies.
+target_link_options(lumenta INTERFACE
+  "$<INSTALL_INTERFACE:LINKER:-rpath,$<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR}/tarsel>")
 install(TARGETS lumenta EXPORT Tarsel DESTINATION "${CMAKE_INSTALL_LIBDIR}/tarsel")
 install(TARGETS tarsel_cli)
 
@@ -31,7 +33,8 @@ foreach(header
     Proc/Effects/Lumenta/EffectFFMPEGAudio.h Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h
     Proc/Effects/Lumenta/EffectFFMPEGTwoInputAudio.h
     Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h Proc/Effects/Lumenta/EffectFFMPEGVideo.h
-    Proc/Effects/Lumenta/OptionText.h Proc/Effects/Lumenta/Graph/OutputConversion.h
+    Proc/Effects/Lumenta/OptionText.h Proc/Effects/Lumenta/Registrator.h
+    Proc/Effects/Lumenta/Graph/OutputConversion.h
     Proc/Effects/Lumenta/Pixels/AlphaBlend.h Proc/Effects/Lumenta/Pixels/ColorQuant.h)
   cmake_path(GET header PARENT_PATH room)
   install(FILES "${PROJECT_SOURCE_DIR}/src/${header}" COMPONENT Development
@@ -49,7 +52,7 @@ install(FILES "${PROJECT_BINARY_DIR}/TarselConfig.cmake" "${PROJECT_BINARY_DIR}/
   DESTINATION "${package_dir}" COMPONENT Development)
 
 file(RELATIVE_PATH pc_to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-foreach(package tarsel tarsel-media)
+foreach(package tarsel tarsel-lumenta tarsel-media)
   configure_file("${CMAKE_CURRENT_LIST_DIR}/${package}.pc.in" "${PROJECT_BINARY_DIR}/${package}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/${package}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
     COMPONENT Development)

@@ -15,7 +15,7 @@ file(REMOVE_RECURSE "${SCRATCH}")
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/first")
 file(RENAME "${SCRATCH}/first" "${SCRATCH}/tarsel")
 
-foreach(example host plugin)
+foreach(example host plugin audio)
   run("${CMAKE_COMMAND}" -S "${EXAMPLES}/${example}" -B "${SCRATCH}/${example}"
     -DCMAKE_BUILD_TYPE=Debug "-DCMAKE_PREFIX_PATH=${SCRATCH}/tarsel" "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
   run("${CMAKE_COMMAND}" --build "${SCRATCH}/${example}")
@@ -27,22 +27,35 @@ run("${SCRATCH}/host/host" lumenta)
 set(ENV{TARSEL_PLUGIN_PATH} "${SCRATCH}/nowhere:${SCRATCH}/plugin")
 run("${SCRATCH}/host/host" example)
 
+# The plug-in as a linked library.
+run("${SCRATCH}/audio/audio")
+
 # The tool that was installed finds its libraries and the plug-in too.
 unset(ENV{TARSEL_PLUGIN_PATH})
 run("${SCRATCH}/tarsel/bin/tarsel" list)
 
 # A build that knows only pkg-config.
 set(ENV{PKG_CONFIG_PATH} "${SCRATCH}/tarsel/${LIBDIR}/pkgconfig")
-execute_process(COMMAND pkg-config --cflags --libs tarsel-media
-  OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-separate_arguments(flags UNIX_COMMAND "${flags}")
 set(compiler "$ENV{CXX}")
 if(NOT compiler)
   set(compiler c++)
 endif()
-run("${compiler}" -std=c++20 "${EXAMPLES}/host/main.cpp" ${flags} "-Wl,-rpath,${SCRATCH}/tarsel/${LIBDIR}"
-  -o "${SCRATCH}/host-by-pkg-config")
-run("${SCRATCH}/host-by-pkg-config" lumenta)
+# Without FFmpeg's headers.
+foreach(library avutil avfilter avcodec avformat swscale swresample)
+  foreach(header avutil frame avfilter avcodec avformat swscale swresample pixfmt samplefmt version)
+    file(WRITE "${SCRATCH}/no/lib${library}/${header}.h" "#error FFmpeg's headers are not for hosts\n")
+  endforeach()
+endforeach()
+foreach(example host audio)
+  set(package_host tarsel-media)
+  set(package_audio tarsel-lumenta)
+  execute_process(COMMAND pkg-config --cflags --libs ${package_${example}}
+    OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  separate_arguments(flags UNIX_COMMAND "${flags}")
+  run("${compiler}" -std=c++20 "-I${SCRATCH}/no" "${EXAMPLES}/${example}/main.cpp" ${flags}
+    "-Wl,-rpath,${SCRATCH}/tarsel/${LIBDIR}" -o "${SCRATCH}/${example}-by-pkg-config")
+  run("${SCRATCH}/${example}-by-pkg-config")
+endforeach()
 
 # No header that was installed needs one that was not.
 set(include_dir "${SCRATCH}/tarsel/include/tarsel")
