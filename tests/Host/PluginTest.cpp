@@ -49,7 +49,7 @@ TEST(Plugin, OfEffectsStaysThoughHostsCloseIt) {
             {
                 Host::EffectRegistry registry;
                 reinterpret_cast<bool (*)(Proc::IEffectRegistrar&)>(dlsym(library, "Registrator"))(registry);
-                auto const& entry = *registry.Find("flip", Proc::ImplNames::DEFAULT);
+                auto const& entry = *registry.Find("rotate", Proc::ImplNames::DEFAULT);
                 SP<Proc::IDataVideo> frame = HostTest::MakeFrame(0);
                 std::get<Proc::VideoEffectCreator>(entry.creator)({}, {})->Process(frame);
             }
