@@ -71,8 +71,8 @@ std::string NameFunction(std::uintptr_t address) {
 /// there are depends on what the compiler inlined, so they are known by name.
 bool IsThrowMachinery(std::string_view function) noexcept {
     constexpr std::string_view machinery[] = {"Tarsel::Core::CallStack::Capture(",
-                                              "Tarsel::Core::GetCallStack(", "Tarsel::Core::AddStack<",
-                                              "Tarsel::Core::Throw<"};
+                                              "Tarsel::Core::GetCallStack(", "Tarsel::Core::AddStack(",
+                                              "Tarsel::Core::AddFacts(", "Tarsel::Core::Throw<"};
     return std::ranges::any_of(
         machinery, [&](std::string_view part) { return function.find(part) != std::string_view::npos; });
 }

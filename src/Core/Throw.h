@@ -44,11 +44,13 @@ struct Site {
         : file(sourceFile), function(signature), at(point) {}
 };
 
-/// Attaches the current call stack. Any exception that carries error information; returns its argument.
-template <class E>
-E const& AddStack(E const& exception) {
-    return exception << TagCallStack(GetCallStack());
-}
+/// Attaches the current call stack; returns its argument. std::bad_alloc.
+TARSEL_API boost::exception const& AddStack(boost::exception const& exception);
+
+/// Attaches description, column and call stack. std::bad_alloc. Not inline: what Boost makes of error
+/// information is compiled once, not at every throw.
+TARSEL_API void AddFacts(boost::exception const& exception, std::string const& description,
+                         std::uint32_t column);
 
 /// The one way to throw. E is an Exception class (default-constructible) or a standard exception that takes a
 /// text; either way it leaves with the description, the tags, the call stack and the site. The text is kept
@@ -56,9 +58,8 @@ E const& AddStack(E const& exception) {
 template <class E, class... Tags>
 [[noreturn]] void Throw(Site const& site, std::string const& description, Tags const&... tags) {
     auto const raise = [&](auto exception) {
-        exception << TagDescription(description) << TagThrowColumn(site.at.column);
+        AddFacts(exception, description, site.at.column);
         (void)(exception << ... << tags);
-        AddStack(exception);
         boost::throw_exception(
             exception, boost::source_location(site.file, site.at.line, site.function, site.at.column));
     };
