@@ -1,5 +1,6 @@
 #include "EffectCases.h"
 #include "Frames.h"
+#include "Support/PageEnd.h"
 
 #include <gtest/gtest.h>
 
@@ -18,8 +19,9 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
-/// No frame brings the process down, however small and in whatever format: a result comes of it or an error.
-/// By default a sample of all combinations; all of them with LUMENTA_TEST_FULL set.
+/// No frame brings the process down, however small, in whatever format, and though its memory ends with a
+/// page: a result comes of it or an error. By default a sample of all combinations; all of them with
+/// LUMENTA_TEST_FULL set.
 namespace Tarsel::Test {
 namespace {
 
@@ -54,6 +56,8 @@ std::vector<Combination> GetCombinations() {
     std::vector<Combination> sample;
     std::mt19937 random(20);
     std::ranges::sample(all, std::back_inserter(sample), s_sample, random);
+    for (EffectCase const& row : rows) // whole pages
+        sample.push_back({&row, Conf::PixFmt::RGB24, 640, 480});
     return sample;
 }
 
@@ -66,9 +70,12 @@ std::string Describe(Combination const& each) {
 std::uint8_t Try(Combination const& each) {
     try {
         FrameList frames;
-        for (std::uint32_t seed = 0; seed < 2; ++seed)
-            frames.push_back(
-                MakeFrame(each.format, {each.width, each.height, 1, 1}, seed * 40000, 40000, seed));
+        for (std::uint32_t seed = 0; seed < 2; ++seed) {
+            auto const frame = MakeFrame(each.format, {each.width, each.height, 1, 1}, 0, 40000, seed);
+            frames.push_back(AtPageEnds(*frame->GetAVFrame(), seed == 1));
+            frames.back()->SetTime(seed * 40000);
+            frames.back()->SetDuration(40000);
+        }
         FrameList const results = RunStream(*each.row->Make(), frames);
         bool const haveBytes = std::ranges::none_of(
             results, [](auto const& data) { return GetPixels(*data).empty(); }); // reads every one

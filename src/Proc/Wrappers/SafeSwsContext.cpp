@@ -5,6 +5,7 @@
 #include "Core/Throw.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
+#include "Proc/Wrappers/FrameRoom.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
 #include <fmt/format.h>
@@ -202,6 +203,8 @@ void SafeSwsContext::Scale(AVFrame const& from, AVFrame& to) const {
     };
     if (IsCopy(m_params)) {
         CheckResult(site, av_frame_copy(&to, &from), from, to);
+    } else if (!HasRoomBehind(from)) {
+        Scale(*CopyWithRoomBehind(from), to);
     } else if (m_rest) {
         SwsCtxSide const& between = m_rest->m_params.from;
         SafeFrame frame(between.space, between.format, between.width, between.height, 0, 1);

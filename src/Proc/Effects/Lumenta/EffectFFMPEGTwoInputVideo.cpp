@@ -58,7 +58,7 @@ AVFilterContext* FindInstance(AVFilterGraph& graph, char const* name, std::strin
 
 void Feed(AVFilterContext* source, IDataVideo const& data, AVFrame const& frame, std::string const& filter) {
     Conf::FrameInfo const info = data.GetFrameInfo();
-    AVFrameWrapper fed(&frame);
+    AVFrameWrapper fed = MakeSourceFrame(frame);
     fed.SetSize(info.width, info.height);
     fed.SetTime(data.GetTime());
     CheckResult(av_buffersrc_write_frame(source, fed.Get()), filter);

@@ -104,7 +104,7 @@ void EffectFFMPEGVideo::Push(IDataVideo& data, Core::Site const& site) {
 
     Conf::FrameInfo const info = data.GetFrameInfo();
     std::int64_t const duration = data.GetDuration();
-    AVFrameWrapper frame(&source);
+    AVFrameWrapper frame = MakeSourceFrame(source);
     frame.SetSize(info.width, info.height);
     frame.SetTime(data.GetTime());
     frame.SetDuration(duration);

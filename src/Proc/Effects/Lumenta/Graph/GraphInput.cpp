@@ -5,6 +5,7 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/FrameFields.h"
+#include "Proc/Wrappers/FrameRoom.h"
 
 #include <fmt/format.h>
 
@@ -37,6 +38,12 @@ void RequireFrameFor(AVFilterContext const& source, IDataVideo const& data, AVFr
         refuse(fmt::format("{} is {} of {}x{} pixels but its filter was built for {} of {}x{}", name,
                            PixelFormatText(format), info.width, info.height, PixelFormatText(link.format),
                            link.w, link.h));
+}
+
+AVFrameWrapper MakeSourceFrame(AVFrame const& frame) {
+    if (HasRoomBehind(frame))
+        return AVFrameWrapper(&frame);
+    return AVFrameWrapper(CopyWithRoomBehind(frame).Get());
 }
 
 Conf::FrameInfo GetStatedInfo(IDataVideo const& data, AVFrame const& frame) {

@@ -2,6 +2,7 @@
 
 #include "Conf/FrameInfo.h"
 #include "Proc/Interfaces/IDataVideo.h"
+#include "Proc/Wrappers/AVFrameWrapper.h"
 
 #include <string>
 #include <string_view>
@@ -18,6 +19,10 @@ namespace Tarsel::Proc {
 /// was made for. `name`, "Frame", begins the text; `filter` is the description that goes with it.
 void RequireFrameFor(AVFilterContext const& source, IDataVideo const& data, AVFrame const& frame,
                      std::string_view name, std::string const& filter);
+
+/// A second head over the frame's buffers, or over a copy where filters could read past the end of the
+/// memory: see FrameRoom.h. Throws as AVFrameWrapper and CopyWithRoomBehind.
+AVFrameWrapper MakeSourceFrame(AVFrame const& frame);
 
 /// The frame's geometry, with the aspect of `data` where it does not state its own.
 Conf::FrameInfo GetStatedInfo(IDataVideo const& data, AVFrame const& frame);

@@ -1,0 +1,66 @@
+#include "Proc/Wrappers/FrameRoom.h"
+
+#include "Core/Throw.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FrameFields.h"
+#include "Proc/Wrappers/SafeFrame.h"
+
+#include <cstddef>
+#include <cstdint>
+
+extern "C" {
+#include <libavutil/common.h>
+#include <libavutil/frame.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace Tarsel::Proc {
+namespace {
+
+/// The least that FFmpeg leaves behind a plane, in the pools of its decoders.
+constexpr std::ptrdiff_t s_room = 31;
+
+/// Rows of a plane; the last one in memory is the first for a picture stored bottom up.
+bool HasRoom(AVFrame const& frame, int plane, std::ptrdiff_t rowBytes, int rows) noexcept {
+    // The function has no use for a frame that it could change.
+    AVBufferRef const* const buffer = av_frame_get_plane_buffer(const_cast<AVFrame*>(&frame), plane);
+    if (buffer == nullptr)
+        return false;
+    std::ptrdiff_t const lineSize = frame.linesize[plane];
+    std::uint8_t const* const lastRow = frame.data[plane] + (lineSize > 0 ? lineSize * (rows - 1) : 0);
+    return buffer->data + buffer->size - (lastRow + rowBytes) >= s_room;
+}
+
+} // namespace
+
+bool HasRoomBehind(AVFrame const& frame) noexcept {
+    auto const format = static_cast<AVPixelFormat>(frame.format);
+    AVPixFmtDescriptor const* const description = av_pix_fmt_desc_get(format);
+    if (description == nullptr)
+        return true; // nobody reads its rows
+    for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
+        bool const isChroma = plane == 1 || plane == 2;
+        int const rows = isChroma ? AV_CEIL_RSHIFT(frame.height, description->log2_chroma_h) : frame.height;
+        int const rowBytes = av_image_get_linesize(format, frame.width, plane);
+        if (rowBytes > 0 && frame.data[plane] != nullptr && !HasRoom(frame, plane, rowBytes, rows))
+            return false;
+    }
+    return true;
+}
+
+SafeFrame CopyWithRoomBehind(AVFrame const& frame) {
+    SafeFrame copy;
+    copy->format = frame.format;
+    copy->width = frame.width;
+    copy->height = frame.height;
+    copy.CopyProperties(frame);
+    copy.AllocateBuffers();
+    if (int const error = av_frame_copy(copy.Get(), &frame); error < 0)
+        Core::Throw<ProcException>(
+            {"Proc/Wrappers/FrameRoom", "SafeFrame Tarsel::Proc::CopyWithRoomBehind(const AVFrame &)"},
+            "AVFrame holds no picture that can be copied", TagFFmpegError(error));
+    return copy;
+}
+
+} // namespace Tarsel::Proc
