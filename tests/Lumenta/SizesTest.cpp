@@ -56,8 +56,8 @@ std::vector<Combination> GetCombinations() {
     std::vector<Combination> sample;
     std::mt19937 random(20);
     std::ranges::sample(all, std::back_inserter(sample), s_sample, random);
-    for (EffectCase const& row : rows) // whole pages
-        sample.push_back({&row, Conf::PixFmt::RGB24, 640, 480});
+    for (EffectCase const& row : rows) // a scaler reads on here
+        sample.push_back({&row, Conf::PixFmt::RGB24, 640, 48});
     return sample;
 }
 
