@@ -34,7 +34,10 @@ public:
     bool IsEqualTo(Settings const& other) const override { return other.GetClassId() == m_classId; }
     bool IsEmpty() const override { return false; }
     void Deserialize(std::string const&) override {}
-    std::span<Proc::Field const> GetFields() const override { return {}; }
+    Proc::SettingsTable const& GetClassTable() const override {
+        static constexpr Proc::SettingsTable s_none{};
+        return s_none;
+    }
 
 private:
     std::string m_classId;

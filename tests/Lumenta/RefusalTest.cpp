@@ -5,6 +5,7 @@
 #include "Proc/Settings/Colour.h"
 #include "Proc/Settings/Denoise.h"
 #include "Proc/Settings/Orientation.h"
+#include "Proc/Settings/SmartBlur.h"
 #include "Proc/Settings/Stabilise.h"
 #include "Proc/Settings/Stylise.h"
 #include "Support/TempFolder.h"
@@ -263,6 +264,12 @@ TEST(Refusals, OfTheFilterItself) {
     chromaLuma.lumaSpatial = -1;
     Proc::SettingsEffectRemoveGrain removeGrain;
     removeGrain.modes[0] = 25;
+    Proc::SettingsEffectDenoiseDCT dct;
+    dct.sigma = 4.5;
+    dct.overlap = 8;
+    Proc::SettingsEffectSmartBlur smartBlur;
+    smartBlur.lumaStrength = -100;
+    smartBlur.lumaStrengthOffset = 100;
     std::string const stabilizer = "enabled=1:path=";
     std::string const detect =
         "vidstabdetect=show=0:shakiness=5:accuracy=15:stepsize=6:mincontrast=0.250000:result=";
@@ -275,7 +282,8 @@ TEST(Refusals, OfTheFilterItself) {
     for (Case const& row :
          {Case{MakeEffect(chromaLuma), "Cannot parse graph", "hqdn3d=-1:0:0:0"},
           {MakeEffect(removeGrain), "Cannot parse graph", "removegrain=m0=25:m1=0:m2=0:m3=0"},
-          {MakeEffect("denoise-dct", "sigma=4.5:overlap=8"), "Cannot parse graph", "dctdnoiz=4.5:overlap=8"},
+          {MakeEffect(dct), "Cannot parse graph", "dctdnoiz=4.5:overlap=8"},
+          {MakeEffect(smartBlur), "Cannot parse graph", "smartblur=lr=1:cr=1:lt=0:ct=0:ls=-2:cs=0"},
           {MakeEffect("stabilizer", stabilizer + nowhere), "Cannot configure graph", detect + nowhere},
           // What comes after the colon is no option.
           {MakeEffect("stabilizer", stabilizer + "a\\:b"), "Cannot parse graph", detect + "a:b"}}) {

@@ -114,8 +114,8 @@ TEST(Text, OfColours) {
          "smartblur=lr=2.5:cr=0.1:lt=0:ct=30:ls=1:cs=0"},
         {"smart-blur", "luma-radius=100:luma-threshold=-100:chroma-threshold=1:chroma-strength=-33",
          "smartblur=lr=5:cr=1:lt=-30:ct=0:ls=0:cs=-0.33"},
-        {"smart-blur", "luma-threshold=-1:chroma-threshold=-99:luma-strength=-100:luma-strength-offset=100",
-         "smartblur=lr=1:cr=1:lt=-1:ct=-30:ls=-2:cs=0"},
+        {"smart-blur", "luma-threshold=-1:chroma-threshold=-99:luma-strength=-60:luma-strength-offset=40",
+         "smartblur=lr=1:cr=1:lt=-1:ct=-30:ls=-1:cs=0"},
         {"smart-blur", "luma-strength=50:luma-strength-offset=50", ""},
     });
 }
@@ -129,8 +129,8 @@ TEST(Text, OfStabilisers) {
         {"stabilizer", "enabled=1:path=a file",
          "vidstabdetect=show=0:shakiness=5:accuracy=15:stepsize=6:mincontrast=0.250000:result=a file"},
         {"stabilizer",
-         "enabled=1:shakiness=10:accuracy=1:step-size=32:min-contrast=7:path=it's\\: a %s {} file",
-         "vidstabdetect=show=0:shakiness=10:accuracy=1:stepsize=32:mincontrast=0.070000:"
+         "enabled=1:shakiness=10:accuracy=11:step-size=32:min-contrast=7:path=it's\\: a %s {} file",
+         "vidstabdetect=show=0:shakiness=10:accuracy=11:stepsize=32:mincontrast=0.070000:"
          "result=it's: a %s {} file"},
         {"stabilizer",
          transform + "smoothing=1000:algorithm=avg:crop=black:zoom=-100:optimal-zoom=none:interpolation=no",

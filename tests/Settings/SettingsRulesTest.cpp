@@ -9,9 +9,11 @@
 #include "Proc/Settings/SettingsCatalogue.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Settings/Stylise.h"
+#include "Support/Failure.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <limits>
 #include <sstream>
 
@@ -95,6 +97,61 @@ TEST(IsEmpty, IsTrueWhereTheEffectChangesNothing) {
                 settings->Deserialize(text);
                 EXPECT_EQ(settings->IsEmpty(), isEmpty) << each.classId << ' ' << text;
             }
+}
+
+TEST(Conflicts, OfSeveralFieldsAreRefusedByNameHoweverTheyAreRead) {
+    struct Case {
+        char const* classId;
+        /// The first is legal, and the second contradicts itself.
+        char const* legal;
+        char const* illegal;
+        char const* refusal;
+    };
+    for (Case const& each : {
+             Case{"rotate", "mode=given:width=8:height=1", "mode=given:angle=30",
+                  "give width and height, 1 to 16384 pixels: mode=given has no size without"},
+             Case{"rotate", "mode=pad:width=0", "mode=given:width=8",
+                  "give height, 1 to 16384 pixels: mode=given has no size without"},
+             Case{"rotate", "width=8", "mode=given:height=8",
+                  "give width, 1 to 16384 pixels: mode=given has no size without"},
+             Case{"edge-detect", "low=0.5:high=0.5", "low=0.5:high=0.4",
+                  "give low 0 to 0.4, the value of high: low=0.5 is above high=0.4"},
+             Case{"stabilizer", "shakiness=8:accuracy=8", "shakiness=8:accuracy=7",
+                  "give accuracy 8 to 15, shakiness or more: accuracy=7 is below shakiness=8"},
+             Case{"smart-blur", "luma-strength=50:luma-strength-offset=-50",
+                  "luma-strength=51:luma-strength-offset=-50",
+                  "give luma-strength minus luma-strength-offset -100 to 100: 51 minus -50 is 101"},
+             Case{"smart-blur", "chroma-strength=-50:chroma-strength-offset=50",
+                  "chroma-strength=-50:chroma-strength-offset=51",
+                  "give chroma-strength minus chroma-strength-offset -100 to 100: -50 minus 51 is -101"},
+             Case{"posterize", "colors=256:palette=1", "colors=257:palette=1",
+                  "give colors 1 to 256, or palette=0: a palette cannot hold colors=257"},
+             Case{"denoise-dct", "overlap=7:block-size=8x8", "overlap=8",
+                  "give overlap -1 to 7 with blocks of 8x8: overlap=8 is as large as the block"},
+             Case{"denoise-dct", "overlap=15:block-size=16x16", "overlap=8:block-size=8x8",
+                  "give overlap -1 to 7 with blocks of 8x8: overlap=8 is as large as the block"},
+         }) {
+        std::string const refusal = std::string(each.classId) + ": " + each.refusal;
+        std::unique_ptr<Settings> const settings = FindSettingsClass(each.classId)->create();
+        EXPECT_NO_THROW(settings->Deserialize(each.legal)) << each.classId;
+        EXPECT_NO_THROW(WriteFieldsFromProperty(*settings, Settings2Property(*settings)));
+
+        std::unique_ptr<Settings> const before = FindSettingsClass(each.classId)->create();
+        std::unique_ptr<Settings> const after = before->Clone();
+        EXPECT_EQ(Tarsel::Test::TextOf<SettingsException>([&] { after->Deserialize(each.illegal); }),
+                  refusal);
+        EXPECT_TRUE(after->IsEqualTo(*before)) << refusal;
+
+        Core::Property property;
+        for (std::string_view rest = each.illegal; !rest.empty();) {
+            std::string_view const item = rest.substr(0, rest.find(':'));
+            rest.remove_prefix(std::min(item.size() + 1, rest.size()));
+            std::size_t const equals = item.find('=');
+            property.SetChildT(std::string(item.substr(0, equals)), std::string(item.substr(equals + 1)));
+        }
+        EXPECT_EQ(Tarsel::Test::TextOf<SettingsException>([&] { WriteFieldsFromProperty(*after, property); }),
+                  refusal);
+    }
 }
 
 TEST(Transform, IsComparedAsItsConcreteClass) {

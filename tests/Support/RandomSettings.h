@@ -24,11 +24,13 @@ public:
     explicit RandomSettings(std::uint32_t seed, RandomTexts texts = RandomTexts::Plain)
         : m_random(seed), m_texts(texts) {}
 
-    /// An object of that class with every field drawn by itself.
+    /// An object of that class with every field drawn by itself, and again while they contradict one another.
     std::unique_ptr<Proc::Settings> Draw(Proc::SettingsClass const& settingsClass) {
         std::unique_ptr<Proc::Settings> settings = settingsClass.create();
-        for (Proc::Field const& field : settingsClass.fields)
-            Proc::WriteField(*settings, field, Draw(field));
+        do {
+            for (Proc::Field const& field : settingsClass.fields)
+                Proc::WriteField(*settings, field, Draw(field));
+        } while (settingsClass.findConflict != nullptr && !settingsClass.findConflict(*settings).empty());
         return settings;
     }
 

@@ -52,6 +52,9 @@ struct EffectTraits {
     Takes takes = Takes::AnyFormat;
     /// Widths and heights of whole pixel pairs and whole chroma samples alone.
     bool evenSize = false;
+    /// Sizes and places in the result are rounded to whole chroma samples: in formats of subsampled chroma,
+    /// odd ones are refused or come out smaller. A host that wants them exact gives frames of full chroma.
+    bool roundsToChroma = false;
     Keeps alpha = Keeps::Always;
     /// Bits of a component beyond 8.
     Keeps depth = Keeps::Always;

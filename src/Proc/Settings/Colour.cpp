@@ -34,7 +34,9 @@ constexpr std::array s_balanceChromaFields{
     MakeShift<&Balance::greenHighlights>("green-highlights", "gh", "green in bright areas"),
     MakeShift<&Balance::blueHighlights>("blue-highlights", "bh", "blue in bright areas"),
 };
-constexpr SettingsTable s_balanceChroma = MakeTable("balance-chroma", s_balanceChromaFields);
+constexpr SettingsTable s_balanceChroma =
+    MakeTable("balance-chroma", s_balanceChromaFields,
+              "color tint tone temperature white-balance grading shadows midtones highlights cast");
 
 using Mixer = SettingsEffectColorChannelMixer;
 
@@ -61,7 +63,9 @@ constexpr std::array s_mixerFields{
     MakeGain<12>("ar", "red in alpha"),  MakeGain<13>("ag", "green in alpha"),
     MakeGain<14>("ab", "blue in alpha"), MakeGain<15>("aa", "alpha in alpha"),
 };
-constexpr SettingsTable s_mixer = MakeTable("color-channel-mixer", s_mixerFields);
+constexpr SettingsTable s_mixer =
+    MakeTable("color-channel-mixer", s_mixerFields,
+              "color matrix sepia grayscale swap red green blue alpha opacity mix");
 
 using Blur = SettingsEffectBlur;
 constexpr std::array s_algorithms{
@@ -148,7 +152,8 @@ constexpr std::array s_blurFields{
         .help = "by which a relative sigma-v is multiplied",
     }),
 };
-constexpr SettingsTable s_blur = MakeTable("blur", s_blurFields);
+constexpr SettingsTable s_blur =
+    MakeTable("blur", s_blurFields, "soften smooth gaussian unsharp defocus haze privacy");
 
 using ColorBalance = SettingsEffectColorBalance;
 
@@ -181,7 +186,9 @@ constexpr std::array s_colorBalanceFields{
         .help = "turns the colours",
     }),
 };
-constexpr SettingsTable s_colorBalance = MakeTable("color-balance", s_colorBalanceFields);
+constexpr SettingsTable s_colorBalance = MakeTable(
+    "color-balance", s_colorBalanceFields,
+    "brightness contrast exposure saturation gamma hue vibrance lighten darken grayscale tint color");
 
 double GammaOf(std::int32_t raw) noexcept {
     return std::pow(10.0, raw / 100.0);

@@ -47,7 +47,7 @@ constexpr std::array s_echoFields{
         .help = "multiplies all delays, up to 90000 ms; 0 switches the effect off",
     }),
 };
-constexpr SettingsTable s_echo = MakeTable("echo", s_echoFields);
+constexpr SettingsTable s_echo = MakeTable("echo", s_echoFields, "delay repeat reflection");
 
 using Chorus = SettingsAudioChorus;
 constexpr std::array s_chorusColumns{
@@ -89,7 +89,8 @@ constexpr std::array s_chorusFields{
         .help = "multiplies all decays; 0 switches the effect off",
     }),
 };
-constexpr SettingsTable s_chorus = MakeTable("chorus", s_chorusFields);
+constexpr SettingsTable s_chorus =
+    MakeTable("chorus", s_chorusFields, "voices ensemble thicken detune double");
 
 constexpr std::array s_reverbFields{
     MakeField<&SettingsAudioReverb::amount>({
@@ -99,7 +100,7 @@ constexpr std::array s_reverbFields{
         .help = "size of the room: an echo after 10 to 50 ms",
     }),
 };
-constexpr SettingsTable s_reverb = MakeTable("reverb", s_reverbFields);
+constexpr SettingsTable s_reverb = MakeTable("reverb", s_reverbFields, "room hall echo space ambience");
 
 } // namespace
 

@@ -3,6 +3,8 @@
 #include "Proc/Settings/FieldTable.h"
 #include "Proc/Settings/SettingsProperty.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace Tarsel::Proc {
@@ -40,7 +42,8 @@ constexpr std::array s_deinterlaceFields{
         .option = {"yadif", "deint"},
     }),
 };
-constexpr SettingsTable s_deinterlace = MakeTable("deinterlace", s_deinterlaceFields);
+constexpr SettingsTable s_deinterlace = MakeTable(
+    "deinterlace", s_deinterlaceFields, "interlace interlaced fields comb combing bob yadif progressive");
 
 using ChromaLuma = SettingsEffectDenoiseChromaLuma;
 constexpr std::array s_chromaLumaFields{
@@ -73,7 +76,8 @@ constexpr std::array s_chromaLumaFields{
         .option = {"hqdn3d", "chroma_tmp"},
     }),
 };
-constexpr SettingsTable s_chromaLuma = MakeTable("denoise-chroma-luma", s_chromaLumaFields);
+constexpr SettingsTable s_chromaLuma =
+    MakeTable("denoise-chroma-luma", s_chromaLumaFields, "noise denoise grain clean reduce hqdn3d temporal");
 
 using DenoiseDCT = SettingsEffectDenoiseDCT;
 constexpr std::array s_blockSizes{
@@ -107,7 +111,15 @@ constexpr std::array s_dctFields{
         .kind = FieldKind::Word,
     }),
 };
-constexpr SettingsTable s_dct = MakeTable("denoise-dct", s_dctFields);
+std::string FindConflict(DenoiseDCT const& dct) {
+    int const block = 1 << (dct.blockSizeExponent == 0 ? 3 : dct.blockSizeExponent);
+    if (dct.overlap < block)
+        return {};
+    return fmt::format("give overlap -1 to {} with blocks of {}x{}: overlap={} is as large as the block",
+                       block - 1, block, block, dct.overlap);
+}
+constexpr SettingsTable s_dct = MakeTable("denoise-dct", s_dctFields, "noise denoise clean reduce",
+                                          FindConflictOf<DenoiseDCT, FindConflict>);
 
 using Wavelet = SettingsEffectDenoiseOvercompleteWavelet;
 constexpr std::array s_waveletFields{
@@ -134,7 +146,8 @@ constexpr std::array s_waveletFields{
         .option = {"owdenoise", "chroma_strength"},
     }),
 };
-constexpr SettingsTable s_wavelet = MakeTable("denoise-wavelet", s_waveletFields);
+constexpr SettingsTable s_wavelet =
+    MakeTable("denoise-wavelet", s_waveletFields, "noise denoise clean reduce owdenoise");
 
 using Noise = SettingsEffectNoiseVideo;
 constexpr std::array s_noiseMethods{
@@ -165,7 +178,7 @@ constexpr std::array s_noiseFields{
         .option = {"noise", "alls"},
     }),
 };
-constexpr SettingsTable s_noise = MakeTable("noise", s_noiseFields);
+constexpr SettingsTable s_noise = MakeTable("noise", s_noiseFields, "grain film old dither static");
 
 using RemoveGrain = SettingsEffectRemoveGrain;
 constexpr std::array s_removeGrainFields{
@@ -198,7 +211,8 @@ constexpr std::array s_removeGrainFields{
         .option = {"removegrain", "m3"},
     }),
 };
-constexpr SettingsTable s_removeGrain = MakeTable("remove-grain", s_removeGrainFields);
+constexpr SettingsTable s_removeGrain =
+    MakeTable("remove-grain", s_removeGrainFields, "noise denoise median clean despeckle");
 
 } // namespace
 

@@ -105,7 +105,9 @@ constexpr std::array s_compressorFields{
         .option = {"acompressor", "mix"},
     }),
 };
-constexpr SettingsTable s_compressor = MakeTable("compressor", s_compressorFields);
+constexpr SettingsTable s_compressor =
+    MakeTable("compressor", s_compressorFields,
+              "volume loudness louder level dynamics limiter limit normalize gain punch");
 
 using Gate = SettingsAudioGate;
 constexpr std::array s_gateFields{
@@ -188,7 +190,8 @@ constexpr std::array s_gateFields{
         .option = {.filter = "agate", .option = "link", .form = s_byWord},
     }),
 };
-constexpr SettingsTable s_gate = MakeTable("gate", s_gateFields);
+constexpr SettingsTable s_gate =
+    MakeTable("gate", s_gateFields, "volume silence hiss background noise dynamics expander");
 
 using NoiseGate = SettingsAudioNoiseGate;
 /// Above it the effect is off.
@@ -236,7 +239,8 @@ constexpr std::array s_noiseGateFields{
                    .narrower = "a reduction, and none beyond what can be heard"},
     }),
 };
-constexpr SettingsTable s_noiseGate = MakeTable("noise-gate", s_noiseGateFields);
+constexpr SettingsTable s_noiseGate =
+    MakeTable("noise-gate", s_noiseGateFields, "silence hiss hum background denoise mute dynamics quiet");
 
 } // namespace
 

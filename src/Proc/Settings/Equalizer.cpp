@@ -37,7 +37,8 @@ constexpr std::array s_equalizerFields{
         .help = "multiplies all gains; 0 switches the effect off",
     }),
 };
-constexpr SettingsTable s_equalizer = MakeTable("equalizer", s_equalizerFields);
+constexpr SettingsTable s_equalizer =
+    MakeTable("equalizer", s_equalizerFields, "bass treble tone eq bands frequency boost cut volume");
 
 } // namespace
 

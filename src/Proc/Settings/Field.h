@@ -130,10 +130,16 @@ struct Field {
     void (*set)(Settings&, FieldValue const&) = nullptr;
 };
 
-/// All of a settings class.
+/// All of a settings class; made by MakeTable (FieldTable.h).
 struct SettingsTable {
     std::string_view classId;
     std::span<Field const> fields;
+    /// What people call what the effect does, beside its name and help: lower-case words with blanks between.
+    std::string_view keywords{};
+    /// What is wrong between the values of several fields, each of them legal by itself: what to give
+    /// instead, the legal range, and the values; "" when nothing is. Null where nothing can be. The settings
+    /// have to be of the table's class; unchecked.
+    std::string (*findConflict)(Settings const&) = nullptr;
 };
 
 /// The field of that key, or null.
@@ -158,6 +164,11 @@ TARSEL_API void WriteField(Settings& settings, Field const& field, FieldValue co
 /// The same from text. Beside what ToText writes: "true", "yes", "on" and their opposites for flags, numbers
 /// for words and masks, colour names, orientations.
 TARSEL_API void WriteFieldText(Settings& settings, Field const& field, std::string_view text);
+
+/// SettingsException, which begins with the class id, when the values of several fields contradict one
+/// another (SettingsTable::findConflict). Settings read from text or a property are checked so; those filled
+/// member by member go to the effect as they are. Any thread that alone uses the object.
+TARSEL_API void CheckSettings(Settings const& settings);
 
 /// The value a settings object has in that field, as text.
 TARSEL_API std::string ReadFieldText(Settings const& settings, Field const& field);

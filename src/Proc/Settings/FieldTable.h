@@ -5,6 +5,7 @@
 #include "Conf/PixFmt.h"
 #include "Proc/Settings/Field.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
@@ -178,6 +179,12 @@ constexpr void CheckField(Field const& field) {
 constexpr void CheckTable(SettingsTable const& table) {
     if (!IsKey(table.classId))
         throw "the class id is not of lower-case letters, digits and hyphens";
+    for (std::string_view rest = table.keywords; !rest.empty();) {
+        std::string_view const word = rest.substr(0, rest.find(' '));
+        if (!IsKey(word))
+            throw "a keyword is not of lower-case letters, digits and hyphens";
+        rest.remove_prefix(std::min(word.size() + 1, rest.size()));
+    }
     for (std::size_t i = 0; i < table.fields.size(); ++i) {
         CheckField(table.fields[i]);
         for (Field const& earlier : table.fields.subspan(0, i)) {
@@ -228,10 +235,21 @@ consteval Field MakeElement(Field row) {
     return row;
 }
 
-/// The table of a class. `fields` has to be a constant of static storage.
+/// The function `Find` over settings of class S as a table holds it.
+template <class S, std::string (*Find)(S const&)>
+std::string FindConflictOf(Settings const& settings) {
+    return Find(static_cast<S const&>(settings));
+}
+
+/// The table of a class, with keywords and, where values can contradict one another, FindConflictOf<S, F>.
+/// `fields` and `keywords` have to be constants of static storage.
 template <std::size_t N>
-consteval SettingsTable MakeTable(std::string_view classId, std::array<Field, N> const& fields) {
-    SettingsTable const table{classId, fields};
+consteval SettingsTable MakeTable(std::string_view classId, std::array<Field, N> const& fields,
+                                  std::string_view keywords,
+                                  std::string (*findConflict)(Settings const&) = nullptr) {
+    if (keywords.empty())
+        throw "the class has no keywords";
+    SettingsTable const table{classId, fields, keywords, findConflict};
     Details::CheckTable(table);
     return table;
 }

@@ -81,4 +81,14 @@ void WriteFieldText(Settings& settings, Field const& field, std::string_view tex
     WriteChecked(settings, field, std::get<FieldValue>(parsed), text);
 }
 
+void CheckSettings(Settings const& settings) {
+    SettingsTable const& table = settings.GetClassTable();
+    if (table.findConflict == nullptr)
+        return;
+    if (std::string const conflict = table.findConflict(settings); !conflict.empty())
+        Core::Throw<SettingsException>(
+            {"Proc/Settings/FieldWrite", "void Tarsel::Proc::CheckSettings(const Settings &)"},
+            fmt::format("{}: {}", table.classId, conflict));
+}
+
 } // namespace Tarsel::Proc

@@ -49,7 +49,9 @@ constexpr std::array s_converterFields{
         .help = "interpolate chroma for every pixel of RGB; slower",
     }),
 };
-constexpr SettingsTable s_converter = MakeTable("pixel-format", s_converterFields);
+constexpr SettingsTable s_converter =
+    MakeTable("pixel-format", s_converterFields,
+              "convert palette rgb yuv gray grayscale depth bits dither 10-bit 8-bit");
 
 using Resizer = SettingsResizer;
 constexpr double s_maxSide = 16384;
@@ -103,7 +105,9 @@ constexpr std::array s_resizerFields{
         .help = "colour of the bars, for fit=pad",
     }),
 };
-constexpr SettingsTable s_resizer = MakeTable("resize", s_resizerFields);
+constexpr SettingsTable s_resizer =
+    MakeTable("resize", s_resizerFields,
+              "scale size resolution crop fit pad letterbox zoom width height enlarge shrink thumbnail");
 
 using Resample = SettingsResample;
 constexpr std::array s_sampleFormats{
@@ -141,7 +145,8 @@ constexpr std::array s_resampleFields{
         .help = "channels; none for those of the input",
     }),
 };
-constexpr SettingsTable s_resample = MakeTable("resample", s_resampleFields);
+constexpr SettingsTable s_resample = MakeTable(
+    "resample", s_resampleFields, "rate channels mono stereo downmix upmix convert bits depth frequency");
 
 } // namespace
 

@@ -15,7 +15,8 @@ constexpr std::array s_midEqualizerFields{
         .option = {"midequalizer", "planes"},
     }),
 };
-constexpr SettingsTable s_midEqualizer = MakeTable("midequalizer", s_midEqualizerFields);
+constexpr SettingsTable s_midEqualizer =
+    MakeTable("midequalizer", s_midEqualizerFields, "histogram match tone two");
 
 } // namespace
 

@@ -41,7 +41,8 @@ constexpr std::array s_distortionFields{
         .help = "low-pass after the soft clipper: 1000 to 20000 Hz",
     }),
 };
-constexpr SettingsTable s_distortion = MakeTable("distortion", s_distortionFields);
+constexpr SettingsTable s_distortion =
+    MakeTable("distortion", s_distortionFields, "overdrive fuzz clip clipping saturation guitar");
 
 using Flanger = SettingsAudioFlanger;
 constexpr auto s_byWord = FilterOption::Form::Word;
@@ -118,7 +119,7 @@ constexpr std::array s_flangerFields{
         .option = {.filter = "flanger", .option = "interp", .form = s_byWord},
     }),
 };
-constexpr SettingsTable s_flanger = MakeTable("flanger", s_flangerFields);
+constexpr SettingsTable s_flanger = MakeTable("flanger", s_flangerFields, "sweep jet phaser modulation");
 
 using Vibrato = SettingsAudioVibrato;
 constexpr std::array s_vibratoFields{
@@ -139,7 +140,8 @@ constexpr std::array s_vibratoFields{
         .option = {"vibrato", "d"},
     }),
 };
-constexpr SettingsTable s_vibrato = MakeTable("vibrato", s_vibratoFields);
+constexpr SettingsTable s_vibrato =
+    MakeTable("vibrato", s_vibratoFields, "pitch waver tremolo modulation wobble");
 
 } // namespace
 

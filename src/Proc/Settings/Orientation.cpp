@@ -13,7 +13,8 @@ constexpr std::array s_flipFields{
     MakeField<&SettingsEffectFlip::vertical>(
         {.key = "vertical", .initial = false, .help = "mirror top and bottom"}),
 };
-constexpr SettingsTable s_flip = MakeTable("flip", s_flipFields);
+constexpr SettingsTable s_flip =
+    MakeTable("flip", s_flipFields, "mirror reflect reverse upside-down horizontal vertical");
 
 constexpr std::array s_transposeFields{
     MakeField<&SettingsEffectTranspose::step>({.key = "step",
@@ -23,7 +24,8 @@ constexpr std::array s_transposeFields{
                                                .unit = "quarter turns",
                                                .help = "clockwise rotation"}),
 };
-constexpr SettingsTable s_transpose = MakeTable("transpose", s_transposeFields);
+constexpr SettingsTable s_transpose =
+    MakeTable("transpose", s_transposeFields, "rotate turn quarter portrait landscape 90 180 270 sideways");
 
 constexpr std::array s_noTransform = [] {
     std::array<double, 9> words{};
@@ -37,7 +39,8 @@ constexpr std::array s_displayMatrixFields{
          .initial = std::span<double const>(s_noTransform),
          .help = "display matrix to bake into the pixels; an EXIF orientation of 1 to 8 will do"}),
 };
-constexpr SettingsTable s_displayMatrix = MakeTable("display-matrix", s_displayMatrixFields);
+constexpr SettingsTable s_displayMatrix = MakeTable("display-matrix", s_displayMatrixFields,
+                                                    "rotate orientation exif upright portrait sideways tag");
 
 } // namespace
 

@@ -2,6 +2,8 @@
 
 #include "Proc/Settings/FieldTable.h"
 
+#include <fmt/format.h>
+
 namespace Tarsel::Proc {
 
 namespace {
@@ -57,7 +59,17 @@ constexpr std::array s_rotateFields{
         .help = "colour of the area that the turned picture leaves free",
     }),
 };
-constexpr SettingsTable s_rotate = MakeTable("rotate", s_rotateFields);
+std::string FindConflict(Rotate const& rotate) {
+    if (rotate.sizeMode != Rotate::SizeMode::Given || (rotate.outputWidth > 0 && rotate.outputHeight > 0))
+        return {};
+    return fmt::format("give {}{}{}, 1 to {} pixels: mode=given has no size without",
+                       rotate.outputWidth > 0 ? "" : "width",
+                       rotate.outputWidth > 0 || rotate.outputHeight > 0 ? "" : " and ",
+                       rotate.outputHeight > 0 ? "" : "height", s_maxSide);
+}
+constexpr SettingsTable s_rotate =
+    MakeTable("rotate", s_rotateFields, "turn tilt angle straighten level horizon crop degrees",
+              FindConflictOf<Rotate, FindConflict>);
 
 } // namespace
 

@@ -9,6 +9,7 @@
 namespace Tarsel::Proc {
 
 struct Field;
+struct SettingsTable;
 
 /// Base of all settings classes: plain values, copied freely, not synchronised. Each class declares its
 /// fields in one table (see Field.h), from which everything below follows. The slot order is binary contract.
@@ -23,10 +24,14 @@ public:
     /// Whether an effect with these settings leaves its input as it is.
     virtual bool IsEmpty() const = 0;
     /// Reads "key=value:key=value" on top of the present values; '\' takes the meaning from a ':' or '\'
-    /// after it. SettingsException that names class, key, value and legal range; then nothing has changed.
+    /// after it. SettingsException that names class, key, value and legal range, also where values contradict
+    /// one another (CheckSettings); then nothing has changed.
     virtual void Deserialize(std::string const& text) = 0;
-    /// The table of fields, in the order of help and text. Lives as long as the library.
-    virtual std::span<Field const> GetFields() const = 0;
+    /// What the class says of itself. Lives as long as the library.
+    virtual SettingsTable const& GetClassTable() const = 0;
+
+    /// The fields of that table, in the order of help and text.
+    std::span<Field const> GetFields() const;
 
 protected:
     Settings() = default;

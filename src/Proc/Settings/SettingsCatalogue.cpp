@@ -23,8 +23,7 @@ namespace {
 
 template <class S>
 SettingsClass Describe() {
-    return {S::GetTable().classId, S::GetTable().fields,
-            []() -> std::unique_ptr<Settings> { return std::make_unique<S>(); }};
+    return {S::GetTable(), []() -> std::unique_ptr<Settings> { return std::make_unique<S>(); }};
 }
 
 } // namespace

@@ -9,9 +9,7 @@
 namespace Tarsel::Proc {
 
 /// A settings class by name.
-struct SettingsClass {
-    std::string_view classId;
-    std::span<Field const> fields;
+struct SettingsClass : SettingsTable {
     /// A new object with default values.
     std::unique_ptr<Settings> (*create)();
 };

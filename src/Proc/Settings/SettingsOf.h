@@ -21,10 +21,10 @@ public:
     bool IsEqualTo(Settings const& other) const override { return Self() == dynamic_cast<S const&>(other); }
     void Deserialize(std::string const& text) override {
         S next(Self());
-        DeserializeFields(next, S::GetTable(), text);
+        DeserializeFields(next, text);
         static_cast<S&>(*this) = std::move(next);
     }
-    std::span<Field const> GetFields() const override { return S::GetTable().fields; }
+    SettingsTable const& GetClassTable() const override { return S::GetTable(); }
 
     friend bool operator==(S const& a, S const& b) { return AreFieldsEqual(a, b, S::GetTable()); }
 

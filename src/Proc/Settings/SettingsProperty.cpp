@@ -60,6 +60,7 @@ void WriteFieldsFromProperty(Settings& settings, Core::Property const& property)
         if (Core::Property const* child = property.FindChild(field.key))
             WriteFieldFromProperty(settings, field, *child);
     }
+    CheckSettings(settings);
 }
 
 } // namespace Tarsel::Proc

@@ -11,7 +11,8 @@ TARSEL_API Core::Property Settings2Property(Settings const& settings);
 
 /// Writes every field that has a child of its key; children of other keys are passed over. A child of
 /// another type is read by its text ("1" or 1 for a flag, 2 for a word). SettingsException, as for text, on
-/// an illegal value, and on a child that is empty or a container; then fields before it may have changed.
+/// an illegal value, on a child that is empty or a container, and on values that contradict one another
+/// (CheckSettings); then fields may have changed.
 TARSEL_API void WriteFieldsFromProperty(Settings& settings, Core::Property const& property);
 
 /// The settings that `property` holds; a missing child is the default. Errors as above.

@@ -39,10 +39,9 @@ std::vector<std::string> SplitItems(std::string_view text) {
 }
 
 [[noreturn]] void Refuse(Settings const& settings, std::string const& why) {
-    Core::Throw<SettingsException>({"Proc/Settings/SettingsText",
-                                    "void Tarsel::Proc::DeserializeFields(Settings &, const SettingsTable &, "
-                                    "std::string_view)"},
-                                   settings.GetClassId() + ": " + why);
+    Core::Throw<SettingsException>(
+        {"Proc/Settings/SettingsText", "void Tarsel::Proc::DeserializeFields(Settings &, std::string_view)"},
+        settings.GetClassId() + ": " + why);
 }
 
 std::string KnownKeys(std::span<Field const> fields) {
@@ -57,26 +56,27 @@ std::string Serialize(Settings const& settings) {
     });
 }
 
-void DeserializeFields(Settings& settings, SettingsTable const& table, std::string_view text) {
+void DeserializeFields(Settings& settings, std::string_view text) {
     if (text.empty())
         return;
+    std::span<Field const> const fields = settings.GetFields();
     std::map<Field const*, std::string> values;
     for (std::string const& item : SplitItems(text)) {
         std::size_t const equals = item.find('=');
         if (equals == std::string::npos)
             Refuse(settings, fmt::format("\"{}\" is not of the form key=value; the keys are {}", item,
-                                         KnownKeys(table.fields)));
+                                         KnownKeys(fields)));
         std::string const key = item.substr(0, equals);
-        Field const* const field = FindField(table.fields, key);
+        Field const* const field = FindField(fields, key);
         if (field == nullptr)
-            Refuse(settings,
-                   fmt::format("unknown key \"{}\"; the keys are {}", key, KnownKeys(table.fields)));
+            Refuse(settings, fmt::format("unknown key \"{}\"; the keys are {}", key, KnownKeys(fields)));
         if (!values.emplace(field, item.substr(equals + 1)).second)
             Refuse(settings, fmt::format("{} is given twice", key));
     }
     // A map of pointers into one table is in the table's order.
     for (auto const& [field, value] : values)
         WriteFieldText(settings, *field, value);
+    CheckSettings(settings);
 }
 
 } // namespace Tarsel::Proc

@@ -12,6 +12,6 @@ TARSEL_API std::string Serialize(Settings const& settings);
 
 /// What Settings::Deserialize does, but for all or nothing: fields before the one refused may have changed.
 /// The fields are written in the order of the table, whatever their order in the text.
-TARSEL_API void DeserializeFields(Settings& settings, SettingsTable const& table, std::string_view text);
+TARSEL_API void DeserializeFields(Settings& settings, std::string_view text);
 
 } // namespace Tarsel::Proc

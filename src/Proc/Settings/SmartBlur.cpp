@@ -2,6 +2,8 @@
 
 #include "Proc/Settings/FieldTable.h"
 
+#include <fmt/format.h>
+
 namespace Tarsel::Proc {
 
 namespace {
@@ -58,7 +60,22 @@ constexpr std::array s_smartBlurFields{
         "chroma-threshold", "the same for chroma",
         {.filter = "smartblur", .option = "chroma_threshold", .scale = 0.3, .narrower = s_unset}),
 };
-constexpr SettingsTable s_smartBlur = MakeTable("smart-blur", s_smartBlurFields);
+/// Beyond these ends the filter refuses luma, and takes the strength of luma for chroma below them.
+std::string FindConflict(std::string_view plane, std::int32_t strength, std::int32_t offset) {
+    std::int64_t const difference = std::int64_t{strength} - offset;
+    if (difference >= -100 && difference <= 100)
+        return {};
+    return fmt::format("give {0}-strength minus {0}-strength-offset -100 to 100: {1} minus {2} is {3}", plane,
+                       strength, offset, difference);
+}
+
+std::string FindConflict(SmartBlur const& blur) {
+    std::string const luma = FindConflict("luma", blur.lumaStrength, blur.lumaStrengthOffset);
+    return luma.empty() ? FindConflict("chroma", blur.chromaStrength, blur.chromaStrengthOffset) : luma;
+}
+constexpr SettingsTable s_smartBlur =
+    MakeTable("smart-blur", s_smartBlurFields, "blur sharpen sharpness unsharp soften skin smooth edges",
+              FindConflictOf<SmartBlur, FindConflict>);
 
 } // namespace
 

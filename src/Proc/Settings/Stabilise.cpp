@@ -3,6 +3,8 @@
 #include "Proc/Settings/FieldTable.h"
 #include "Proc/Settings/SettingsProperty.h"
 
+#include <fmt/format.h>
+
 namespace Tarsel::Proc {
 
 namespace {
@@ -24,7 +26,8 @@ constexpr std::array s_deshakeFields{
         .help = "switches the effect on",
     }),
 };
-constexpr SettingsTable s_deshake = MakeTable("deshake", s_deshakeFields);
+constexpr SettingsTable s_deshake =
+    MakeTable("deshake", s_deshakeFields, "stabilize stabilise steady shake shaky camera smooth");
 
 using Stabilizer = SettingsEffectStabilizer;
 constexpr auto s_byWord = FilterOption::Form::Word;
@@ -143,7 +146,15 @@ constexpr std::array s_stabilizerFields{
         .option = {.filter = "vidstabtransform", .option = "interpol", .form = s_byWord},
     }),
 };
-constexpr SettingsTable s_stabilizer = MakeTable("stabilizer", s_stabilizerFields);
+std::string FindConflict(Stabilizer const& stabilizer) {
+    if (stabilizer.accuracy >= stabilizer.shakiness)
+        return {};
+    return fmt::format("give accuracy {1} to 15, shakiness or more: accuracy={0} is below shakiness={1}",
+                       stabilizer.accuracy, stabilizer.shakiness);
+}
+constexpr SettingsTable s_stabilizer = MakeTable(
+    "stabilizer", s_stabilizerFields, "stabilize stabilise steady shake shaky camera smooth vidstab motion",
+    FindConflictOf<Stabilizer, FindConflict>);
 
 } // namespace
 

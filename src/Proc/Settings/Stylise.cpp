@@ -2,6 +2,8 @@
 
 #include "Proc/Settings/FieldTable.h"
 
+#include <fmt/format.h>
+
 namespace Tarsel::Proc {
 
 namespace {
@@ -35,7 +37,15 @@ constexpr std::array s_edgeDetectFields{
         .option = {"edgedetect", "high"},
     }),
 };
-constexpr SettingsTable s_edgeDetect = MakeTable("edge-detect", s_edgeDetectFields);
+std::string FindConflict(EdgeDetect const& edges) {
+    if (edges.lowThreshold <= edges.highThreshold)
+        return {};
+    return fmt::format("give low 0 to {1}, the value of high: low={0} is above high={1}", edges.lowThreshold,
+                       edges.highThreshold);
+}
+constexpr SettingsTable s_edgeDetect =
+    MakeTable("edge-detect", s_edgeDetectFields, "edges outline contour lines drawing sketch cartoon canny",
+              FindConflictOf<EdgeDetect, FindConflict>);
 
 /// Longest side of a frame that is of any use.
 constexpr double s_maxSide = 16384;
@@ -64,7 +74,7 @@ constexpr std::array s_embossFields{
         .help = "keep the colours; without it the picture comes out grey",
     }),
 };
-constexpr SettingsTable s_emboss = MakeTable("emboss", s_embossFields);
+constexpr SettingsTable s_emboss = MakeTable("emboss", s_embossFields, "relief bump engrave");
 
 using Negate = SettingsEffectNegateVideo;
 constexpr std::array s_channels{
@@ -81,18 +91,22 @@ constexpr std::array s_negateFields{
         .words = s_channels,
     }),
 };
-constexpr SettingsTable s_negate = MakeTable("negate", s_negateFields);
+constexpr SettingsTable s_negate = MakeTable("negate", s_negateFields, "invert negative inverse");
 
 using Posterize = SettingsEffectPosterize;
 constexpr double s_maxInt32 = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t s_mostPaletteColors = 256;
 constexpr std::array s_posterizeFields{
     MakeField<&Posterize::colorCount>({
         .key = "colors",
         .initial = 8,
         .minimum = 1,
-        .maximum = s_maxInt32,
-        .help = "number of colours; at most 256 with a palette",
-        .option = {"elbg", "codebook_length"},
+        .maximum = Posterize::MOST_COLORS,
+        .help = "number of colors; at most 256 with a palette, and no more than the frame has pixels",
+        .option = {.filter = "elbg",
+                   .option = "codebook_length",
+                   .narrower =
+                       "nobody tells more apart, and the filter takes minutes and gigabytes for them"},
     }),
     MakeField<&Posterize::palette>({
         .key = "palette",
@@ -116,7 +130,15 @@ constexpr std::array s_posterizeFields{
         .help = "a number kept for the host; it changes nothing in the picture",
     }),
 };
-constexpr SettingsTable s_posterize = MakeTable("posterize", s_posterizeFields);
+std::string FindConflict(Posterize const& posterize) {
+    if (!posterize.palette || posterize.colorCount <= s_mostPaletteColors)
+        return {};
+    return fmt::format("give colors 1 to {}, or palette=0: a palette cannot hold colors={}",
+                       s_mostPaletteColors, posterize.colorCount);
+}
+constexpr SettingsTable s_posterize =
+    MakeTable("posterize", s_posterizeFields, "posterise poster palette colors quantize cartoon reduce",
+              FindConflictOf<Posterize, FindConflict>);
 
 using Border = SettingsEffectBorder;
 constexpr std::array s_sizeTypes{
@@ -157,7 +179,8 @@ constexpr std::array s_borderFields{
     MakeFraction<&Border::bottomFraction>("bottom-fraction", "bottom side, for every other type"),
     MakeField<&Border::color>({.key = "color", .initial = Conf::PixColor{}, .help = "colour of the border"}),
 };
-constexpr SettingsTable s_border = MakeTable("border", s_borderFields);
+constexpr SettingsTable s_border =
+    MakeTable("border", s_borderFields, "frame margin padding pad bars letterbox pillarbox canvas");
 
 } // namespace
 

@@ -58,12 +58,15 @@ public:
 /// Reduces the picture to few colours. Never empty.
 class TARSEL_API SettingsEffectPosterize : public SettingsOf<SettingsEffectPosterize> {
 public:
+    static constexpr std::int32_t MOST_COLORS = 65536;
+
     static std::string const CLASS_ID;
     static SettingsTable const& GetTable() noexcept;
 
     SettingsEffectPosterize() { SetDefaults(); }
     bool IsEmpty() const override;
 
+    /// Up to MOST_COLORS, 256 with a palette, and the number of the frame's pixels.
     std::int32_t colorCount{};
     /// Frames come out with a palette.
     bool palette{};
