@@ -114,6 +114,13 @@ void VideoStep::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const {
     });
 }
 
+/// Whether frames do not pass untouched, and the effect says that no alpha comes out as it went in.
+bool VideoStep::ChangesAlpha() const {
+    Conf::FormatCodecVideo const format(m_input.format, {m_input.width, m_input.height, 0, 1});
+    return m_details != nullptr && m_details->GetTraits().alpha == Proc::Keeps::Never &&
+           !m_details->Describe(format).empty();
+}
+
 void VideoStep::NoteLosses(Proc::IDataVideo const& result) {
     if (result.GetPixelFormat() == m_output)
         return;
@@ -124,6 +131,8 @@ void VideoStep::NoteLosses(Proc::IDataVideo const& result) {
     bool const isOpaque = !out.HasAlpha() || (m_output == Conf::PixFmt::PAL8 && m_input.format != m_output);
     if (in.HasAlpha() && isOpaque)
         Note(fmt::format("{} drops alpha: {} becomes {}", GetLabel(), in.GetName(), out.GetName()));
+    else if (in.HasAlpha() && ChangesAlpha())
+        Note(fmt::format("{} changes alpha", GetLabel()));
     if (in.GetDepth() > out.GetDepth())
         Note(fmt::format("{} drops depth, {} bits to {}: {} becomes {}", GetLabel(), in.GetDepth(),
                          out.GetDepth(), in.GetName(), out.GetName()));

@@ -30,6 +30,7 @@ private:
     void FitTo(PictureForm const& form);
     SP<Proc::IDataVideo> TakeRestored();
     void NoteLosses(Proc::IDataVideo const& result);
+    bool ChangesAlpha() const;
 
     /// The effect as one that tells about itself; null when it is none. Lives as long as the effect.
     Proc::IEffectDetailsVideo const* m_details;

@@ -3,6 +3,7 @@
 #include "Host/AudioChain.h"
 #include "Host/VideoChain.h"
 #include "Proc/Data/DataVideoFF.h"
+#include "Proc/Settings/Field.h"
 #include "Proc/Settings/Settings.h"
 
 #include <cstdint>

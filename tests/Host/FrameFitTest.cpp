@@ -41,13 +41,14 @@ public:
                   m_fed.push_back(frame);
           }) {}
 
-    Proc::EffectTraits const& GetTraits() const noexcept override { return s_traits; }
+    Proc::EffectTraits const& GetTraits() const noexcept override { return m_traits; }
     std::string Describe(Conf::IFormatCodecVideo const&) const override { return m_description; }
     void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) override {
         Conf::FrameInfo const info = format->GetFrameInfo();
         EXPECT_EQ(info.width % 2 + info.height % 2, 0U);
     }
 
+    Proc::EffectTraits m_traits = s_traits;
     std::string m_description = "chooses";
     SP<Proc::IDataVideo> m_held;
     std::vector<SP<Proc::IDataVideo>> m_fed;
@@ -211,6 +212,19 @@ TEST(VideoChain, TellsLossesOnce) {
     EXPECT_THAT(chain.GetNotes(),
                 ElementsAre("step 1 (flatten) drops alpha: yuva420p becomes yuv420p",
                             "step 1 (flatten) drops depth, 10 bits to 8: yuv420p10le becomes yuv420p"));
+
+    for (bool const keepsAlpha : {false, true}) {
+        auto const effect = MakeSP<Choosy>();
+        effect->m_traits.alpha = keepsAlpha ? Proc::Keeps::Sometimes : Proc::Keeps::Never;
+        Host::VideoChain other;
+        other.Append(effect);
+        for (int i = 0; i < 3; ++i)
+            other.Feed(MakeRamp(PixFmt::YUVA444P, 4, 4));
+        if (keepsAlpha)
+            EXPECT_THAT(other.GetNotes(), IsEmpty());
+        else
+            EXPECT_THAT(other.GetNotes(), ElementsAre("step 1 (choosy) changes alpha"));
+    }
 }
 
 } // namespace
