@@ -42,7 +42,7 @@ std::string FormatCatalogue(std::vector<CatalogueEntry> const& entries, std::siz
 ///   - "traits": null when the effect does not tell, else an object with
 ///     - "takes": the pixel formats it takes, "any" or "planar YUV"; "evenSize": whether only even sizes;
 ///     - "alpha", "depth", "range", "size": whether the effect keeps it: "always", "sometimes", "never";
-///     - "frameIndependent", "tail", "slices": booleans;
+///     - "roundsToChroma", "frameIndependent", "tail", "slices": booleans;
 ///     - "delayFrames", "delayMicroseconds", "framesPerFrame": integers;
 ///   - "facts": an array of strings, kind and traits in words (DescribeFacts);
 ///   - "parameters": an array, an object for each parameter with

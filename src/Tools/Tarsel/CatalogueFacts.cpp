@@ -47,6 +47,7 @@ std::vector<std::string> DescribeFacts(CatalogueEntry const& entry) {
     };
     add(traits.takes != Proc::Takes::AnyFormat, fmt::format("takes {}", GetName(traits.takes)));
     add(traits.evenSize, "takes even sizes");
+    add(traits.roundsToChroma, "rounds sizes and places to whole chroma samples");
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Sometimes, "may change"));
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Never, "does not keep"));
     add(!traits.frameIndependent, isPicture ? "looks at more than one frame" : "remembers earlier sound");

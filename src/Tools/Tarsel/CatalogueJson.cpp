@@ -69,6 +69,7 @@ Json TraitsToJson(std::optional<Proc::EffectTraits> const& traits) {
         return nullptr;
     return {{"takes", GetName(traits->takes)},
             {"evenSize", traits->evenSize},
+            {"roundsToChroma", traits->roundsToChroma},
             {"alpha", GetName(traits->alpha)},
             {"depth", GetName(traits->depth)},
             {"range", GetName(traits->range)},
