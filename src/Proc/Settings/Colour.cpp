@@ -85,7 +85,7 @@ consteval Field MakeSigma() {
         .key = "sigma",
         .initial = 0.0,
         .maximum = 1024,
-        .help = "standard deviation in both directions, in pixels or percent (see mode); 0 blurs nothing",
+        .help = "standard deviation in both directions, in pixels or percent (see mode; cut to two digits)",
         .option = {"gblur", "sigma"},
     });
     field.set = [](Settings& settings, FieldValue const& value) {
@@ -108,7 +108,9 @@ constexpr std::array s_blurFields{
         .key = "sigma-v",
         .initial = 0.0,
         .maximum = 1024,
-        .help = "standard deviation in vertical direction (to two digits), where it is not that of sigma",
+        .help = "standard deviation in vertical direction (cut to two digits), where it is not that of "
+                "sigma; with sigma=0 "
+                "some versions of FFmpeg blur nothing",
         .option = {.filter = "gblur",
                    .option = "sigmaV",
                    .narrower = "the filter's -1, as sigma, is what sigma writes here"},
@@ -163,10 +165,14 @@ consteval Field MakeAmount(std::string_view key, std::string_view help) {
 }
 
 constexpr std::array s_colorBalanceFields{
-    MakeAmount<&ColorBalance::brightness>("brightness", "-100 is black, 100 white"),
-    MakeAmount<&ColorBalance::contrast>("contrast", "-100 is grey, 100 doubles it"),
-    MakeAmount<&ColorBalance::saturation>("saturation", "-100 takes the colour away, 100 triples it"),
-    MakeAmount<&ColorBalance::gamma>("gamma", "gamma 0.1 at -100, 10 (brighter) at 100"),
+    MakeAmount<&ColorBalance::brightness>("brightness",
+                                          "added to luma, 100 is all of its range: gray ends black at -100 "
+                                          "and white at 100, other colors dark and pale"),
+    MakeAmount<&ColorBalance::contrast>("contrast", "of luma: -100 makes all of it middle gray and leaves "
+                                                    "the colors, 100 doubles it; above 0 in steps of 10"),
+    MakeAmount<&ColorBalance::saturation>("saturation",
+                                          "-100 takes the color away, 100 triples it; above 0 in steps of 5"),
+    MakeAmount<&ColorBalance::gamma>("gamma", "gamma 0.1 at -100, 10 (brighter) at 100; cut to two digits"),
     MakeAmount<&ColorBalance::redGamma>("red-gamma", "the same for red"),
     MakeAmount<&ColorBalance::greenGamma>("green-gamma", "the same for green"),
     MakeAmount<&ColorBalance::blueGamma>("blue-gamma", "the same for blue"),

@@ -30,7 +30,7 @@ constexpr std::array s_compressorFields{
         .initial = 1.0,
         .minimum = Compressor::LEVELIN_MIN_VALUE,
         .maximum = Compressor::LEVELIN_MAX_VALUE,
-        .help = "gain before the compressor; it is multiplied with mix",
+        .help = "gain before the compressor; times mix, 1/64 at least",
         .option = {"acompressor", "level_in"},
     }),
     MakeField<&Compressor::threshold>({
@@ -101,7 +101,9 @@ constexpr std::array s_compressorFields{
         .key = "mix",
         .initial = 1.0,
         .maximum = 1,
-        .help = "share of the compressed sound in the result",
+        .help = "share of the compressed audio in the result; the input is multiplied with it too (by 1/64 "
+                "at least): at 0 "
+                "it comes out uncompressed and 36 dB quieter",
         .option = {"acompressor", "mix"},
     }),
 };
@@ -203,7 +205,7 @@ constexpr std::array s_noiseGateFields{
         .minimum = -900,
         .maximum = 0,
         .unit = "dB",
-        .help = "level below which sound is cut off; above -5 the effect is off",
+        .help = "level (of peaks) up to which audio becomes silence: -900 to -5; above -5 the effect is off",
     }),
     MakeField<&NoiseGate::attack>({
         .key = "attack",
@@ -232,7 +234,8 @@ constexpr std::array s_noiseGateFields{
         .key = "reduction",
         .initial = 0.01,
         .maximum = 1,
-        .help = "lowers all sound by 50 dB times this, in whole dB; 0 switches the effect off",
+        .help = "lowers the audio that is left by 50 dB times this, in whole dB: below 0.02 not at all; 0 "
+                "switches the effect off",
         .option = {.filter = "compand",
                    .option = "gain",
                    .scale = -50,

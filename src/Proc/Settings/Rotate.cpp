@@ -25,7 +25,8 @@ constexpr std::array s_rotateFields{
         .minimum = -s_maxTurns * 360,
         .maximum = s_maxTurns * 360,
         .unit = "degrees",
-        .help = "clockwise rotation; multiples of 90 are lossless and change the size as they must",
+        .help =
+            "clockwise rotation, cut to 0.06; multiples of 90 are lossless and change the size as they must",
     }),
     MakeField<&Rotate::sizeMode>({
         .key = "mode",

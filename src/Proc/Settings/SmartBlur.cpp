@@ -29,7 +29,7 @@ constexpr std::array s_smartBlurFields{
         .minimum = 1,
         .maximum = 100,
         .unit = "20ths of a pixel",
-        .help = "radius of the luma blur",
+        .help = "radius of the luma blur, cut to two digits: from 20 in steps of 2",
         .option = {"smartblur", "luma_radius", s_radiusScale, s_radiusOffset},
     }),
     MakeField<&SmartBlur::chromaRadius>({
@@ -38,7 +38,7 @@ constexpr std::array s_smartBlurFields{
         .minimum = 1,
         .maximum = 100,
         .unit = "20ths of a pixel",
-        .help = "radius of the chroma blur",
+        .help = "radius of the chroma blur, cut as luma-radius",
         .option = {.filter = "smartblur",
                    .option = "chroma_radius",
                    .scale = s_radiusScale,
@@ -54,7 +54,8 @@ constexpr std::array s_smartBlurFields{
     MakeAmount<&SmartBlur::chromaStrengthOffset>("chroma-strength-offset",
                                                  "is taken away from chroma-strength"),
     MakeAmount<&SmartBlur::lumaThreshold>(
-        "luma-threshold", "above 0 flat areas alone are worked on, below 0 edges alone, 0 all of luma",
+        "luma-threshold",
+        "above 0 flat areas alone are worked on, below 0 edges alone, 0 all of luma; in steps of 3 or 4",
         {"smartblur", "luma_threshold", 0.3}),
     MakeAmount<&SmartBlur::chromaThreshold>(
         "chroma-threshold", "the same for chroma",

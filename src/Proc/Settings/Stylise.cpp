@@ -26,14 +26,14 @@ constexpr std::array s_edgeDetectFields{
         .key = "low",
         .initial = 20 / 255.0,
         .maximum = 1,
-        .help = "edges go on where they are stronger than this (to two digits)",
+        .help = "edges go on where they are stronger than this (cut to two digits); not above high",
         .option = {"edgedetect", "low"},
     }),
     MakeField<&EdgeDetect::highThreshold>({
         .key = "high",
         .initial = 50 / 255.0,
         .maximum = 1,
-        .help = "edges begin where they are stronger than this (to two digits); not below low",
+        .help = "edges begin where they are stronger than this (cut to two digits); not below low",
         .option = {"edgedetect", "high"},
     }),
 };
@@ -71,7 +71,7 @@ constexpr std::array s_embossFields{
     MakeField<&Emboss::keepColor>({
         .key = "keep-color",
         .initial = false,
-        .help = "keep the colours; without it the picture comes out grey",
+        .help = "leave a relief of the colors in: the edges of colored areas on gray; without it all is gray",
     }),
 };
 constexpr SettingsTable s_emboss = MakeTable("emboss", s_embossFields, "relief bump engrave");
