@@ -140,9 +140,15 @@ TEST(Refusals, OfFramesThatAreTooSmall) {
               "sigma=1:sigma-v=1:pixel-format=yuv420p",
               {{"gray", 2, 16, least("blur", "yuv420p", "3x1", "2x16")}, {"gray", 3, 16, ""}}},
              {blur, "blur", "sigma=1:sigma-v=1:pixel-format=yuv444p", {{"yuv420p", 2, 2, ""}}},
+             // Whether that blurs hangs on the filter's version.
+             {blur, "blur", "sigma-v=1", {{"yuv420p", 1, 1, least("blur", "yuv420p", "3x1", "1x1")}}},
              // Nothing is blurred.
-             {blur, "blur", "sigma-v=1", {{"yuv420p", 1, 1, ""}}},
              {blur, "blur", "sigma=1:sigma-v=1:planes=0:pixel-format=yuv420p", {{"yuv420p", 1, 1, ""}}},
+             {"SettingsEffectPosterize",
+              "posterize",
+              "colors=200",
+              {{"yuv420p", 14, 14, "posterize takes 1 to 196 colors in frames of 14x14, not 200"},
+               {"rgba", 20, 10, ""}}},
          })
         ExpectSizes(*MakeEffect(row.classId, row.options), row.settingsName, row.sizes);
 }

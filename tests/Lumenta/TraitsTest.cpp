@@ -1,20 +1,27 @@
 #include "Conf/PixFmtDescription.h"
+#include "Core/ThreadBudget.h"
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/MidEqualizerFF.h"
 #include "Proc/Interfaces/IEffectDetails.h"
+#include "Proc/Settings/MidEqualizer.h"
 #include "Support/LibraryEffects.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
 #include <iterator>
+#include <malloc.h>
 #include <map>
 #include <optional>
 #include <string_view>
 
 extern "C" {
 #include <libavutil/frame.h>
+#include <libavutil/pixdesc.h>
 }
 
 /// Every effect's row of traits against what becomes of real frames.
@@ -34,22 +41,61 @@ struct Outcome {
     std::size_t fedBeforeFirst = 0;
 };
 
-SP<IDataVideo> MakeFullRange(Conf::PixFmt format, std::uint32_t seed) {
+using Samples = std::vector<std::uint32_t>;
+
+/// Component `index` of the pixels in a rectangle; a palette's alpha for that of its colors.
+Samples ReadComponent(IDataVideo const& data, int index, int left, int top, int width, int height) {
+    AVFrame const& frame = *data.GetAVFrame();
+    AVPixFmtDescriptor const& format = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+    std::uint8_t const* planes[4]{frame.data[0], frame.data[1], frame.data[2], frame.data[3]};
+    Samples samples(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    for (int y = 0; y < height; ++y)
+        av_read_image_line2(&samples[static_cast<std::size_t>(y * width)], planes, frame.linesize, &format,
+                            left, top + y, index, width, 0, sizeof samples[0]);
+    if ((format.flags & AV_PIX_FMT_FLAG_PAL) != 0)
+        for (std::uint32_t& sample : samples)
+            sample = frame.data[1][4 * sample + 3];
+    return samples;
+}
+
+Samples ReadComponent(IDataVideo const& data, int index) {
+    Conf::FrameInfo const info = data.GetFrameInfo();
+    return ReadComponent(data, index, 0, 0, static_cast<int>(info.width), static_cast<int>(info.height));
+}
+
+/// Of a format with alpha.
+int FindAlpha(IDataVideo const& data) {
+    return av_pix_fmt_desc_get(static_cast<AVPixelFormat>(data.GetPixelFormat()))->nb_components - 1;
+}
+
+/// A full-range picture of noise, its alpha too unless it is opaque.
+SP<IDataVideo> MakeInput(Conf::PixFmt format, std::uint32_t seed, bool isOpaque = false) {
     SP<IDataVideo> frame = MakeFrame(format, s_small, s_duration * seed, s_duration, seed);
-    if (!PixFmtDescription::Find(format).IsRgb())
+    auto const& description = PixFmtDescription::Find(format);
+    if (!description.IsRgb())
         frame->GetAVFrame()->color_range = AVCOL_RANGE_JPEG;
+    if (isOpaque && description.HasAlpha()) {
+        Samples const alpha(s_small.width, (1U << description.GetDepth()) - 1);
+        AVFrame& to = *frame->GetAVFrame();
+        for (int y = 0; y < to.height; ++y)
+            av_write_image_line2(alpha.data(), to.data, to.linesize,
+                                 av_pix_fmt_desc_get(static_cast<AVPixelFormat>(to.format)), 0, y,
+                                 FindAlpha(*frame), to.width, sizeof alpha[0]);
+    }
     return frame;
 }
 
 Outcome RunRow(EffectCase const& row, std::string_view format, std::uint32_t first, std::uint32_t count) {
     auto const effect = row.Make();
     auto& stream = StreamOf(*effect);
+    Proc::EffectTraits const& traits = dynamic_cast<Proc::IEffectDetails const&>(*effect).GetTraits();
+    // Where new pixels are made of several, whether alpha is kept can be told by opaque pictures alone.
+    bool const isOpaque =
+        traits.size != Keeps::Always || row.classId == "deinterlace" || row.classId == "stabilizer";
     Outcome outcome;
     auto const takeAll = [&] { std::ranges::move(TakeAll(stream), std::back_inserter(outcome.out)); };
     for (std::uint32_t seed = first; seed < first + count; ++seed) {
-        SP<IDataVideo> const frame = MakeFrame(ByName(format), s_small, s_duration * seed, s_duration, seed);
-        if (!PixFmtDescription::Find(frame->GetPixelFormat()).IsRgb())
-            frame->GetAVFrame()->color_range = AVCOL_RANGE_JPEG;
+        SP<IDataVideo> const frame = MakeInput(ByName(format), seed, isOpaque);
         outcome.in.push_back(frame);
         stream.Feed(frame);
         takeAll();
@@ -64,17 +110,56 @@ Outcome RunRow(EffectCase const& row, std::string_view format, std::uint32_t fir
 /// Whether what went in came out; nothing where it was not there.
 using Kept = std::optional<bool>;
 
+int GetAlphaDepth(IDataVideo const& data) {
+    auto const& format = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(data.GetPixelFormat()));
+    return (format.flags & AV_PIX_FMT_FLAG_PAL) != 0 ? 8 : format.comp[format.nb_components - 1].depth;
+}
+
+/// Whether the opacities that went in came out, to the depth that is left. Pixels may have changed places; of
+/// pictures that changed their size the middle counts.
 Kept KeptAlpha(IDataVideo const& in, IDataVideo const& out) {
     if (!PixFmtDescription::Find(in.GetPixelFormat()).HasAlpha())
         return {};
-    return PixFmtDescription::Find(out.GetPixelFormat()).HasAlpha();
+    if (!PixFmtDescription::Find(out.GetPixelFormat()).HasAlpha())
+        return false;
+    Samples before = ReadComponent(in, FindAlpha(in));
+    Samples after = ReadComponent(out, FindAlpha(out));
+    bool const isOpaque = std::ranges::adjacent_find(before, std::ranges::not_equal_to{}) == before.end();
+    if (isOpaque) {
+        auto const width = static_cast<int>(out.GetFrameInfo().width);
+        auto const height = static_cast<int>(out.GetFrameInfo().height);
+        after = ReadComponent(out, FindAlpha(out), width * 2 / 5, height * 2 / 5, std::max(width / 5, 1),
+                              std::max(height / 5, 1));
+        before.resize(after.size(), before.front());
+    }
+    if (before.size() != after.size())
+        return false;
+    std::ranges::sort(before);
+    std::ranges::sort(after);
+    double const toOut = ((1U << GetAlphaDepth(out)) - 1.0) / ((1U << GetAlphaDepth(in)) - 1.0);
+    double const allowed = toOut == 1 ? 0 : std::max(toOut, 1.0);
+    return std::ranges::equal(
+        before, after, [&](std::uint32_t a, std::uint32_t b) { return std::abs(a * toOut - b) <= allowed; });
 }
 
+std::size_t CountDifferent(Samples samples) {
+    std::ranges::sort(samples);
+    return static_cast<std::size_t>(std::ranges::unique(samples).begin() - samples.begin());
+}
+
+/// The bits below the first 8 have to say something: 8 bits made wider do not.
 Kept KeptDepth(IDataVideo const& in, IDataVideo const& out) {
     int const depth = PixFmtDescription::Find(in.GetPixelFormat()).GetDepth();
     if (depth <= 8)
         return {};
-    return PixFmtDescription::Find(out.GetPixelFormat()).GetDepth() >= depth;
+    int const left = PixFmtDescription::Find(out.GetPixelFormat()).GetDepth();
+    if (left < depth)
+        return false;
+    Samples samples = ReadComponent(out, 0);
+    std::size_t const fine = CountDifferent(samples);
+    for (std::uint32_t& sample : samples)
+        sample >>= left - 8;
+    return fine > CountDifferent(samples);
 }
 
 Kept KeptRange(IDataVideo const& in, IDataVideo const& out) {
@@ -111,6 +196,9 @@ std::map<std::string, std::vector<EffectCase>> GetCases() {
     for (char const* text :
          {"formats=rgb24", "formats=yuv420p", "formats=yuva422p10le", "formats=gray", "formats=pal8"})
         cases["pixel-format"].push_back({"pixel-format", text, text});
+    cases["blur"].push_back({"blur", "sigma=3:planes=7", "without alpha"});
+    // Blocks that do not overlap by as much as they could.
+    cases["denoise-dct"].push_back({"denoise-dct", "sigma=10:overlap=3", "overlap=3"});
     for (char const* text :
          {"width=32", "width=64:height=48", "width=60:height=90:fit=pad", "height=20:fit=crop"})
         cases["resize"].push_back({"resize", text, text});
@@ -145,11 +233,15 @@ private:
     std::map<std::string_view, std::pair<bool, bool>> m_seen; // kept, lost
 };
 
+/// Formats that effects treat differently, with more of alpha and depth than others need.
+constexpr std::array s_formats{"yuv420p",      "yuvj420p", "yuvj422p", "yuva420p", "rgba",    "yuv420p10le",
+                               "yuva444p10le", "gbrap",    "gray",     "nv12",     "yuyv422", "gbrp10le"};
+
 TEST(Traits, SayWhatIsKept) {
     for (auto const& [classId, rows] : GetCases()) {
         Seen seen;
         for (EffectCase const& row : rows)
-            for (char const* format : s_formatKinds) {
+            for (char const* format : s_formats) {
                 if (IsRefused(row, format))
                     continue;
                 Outcome const outcome = RunRow(row, format, 1, 3);
@@ -159,13 +251,20 @@ TEST(Traits, SayWhatIsKept) {
         seen.Expect(GetTraits(rows.front()), classId);
     }
     Seen seen;
-    for (char const* format : s_formatKinds) {
-        SP<IDataVideo> const first = MakeFullRange(ByName(format), 1);
-        SP<IDataVideo> data = first;
-        auto const effect = MakeSP<Proc::MidEqualizerFF>();
-        effect->Process(data, MakeFullRange(ByName(format), 1));
-        ASSERT_NE(data, nullptr) << format; // nothing is held back
-        seen.Note(*first, *data);
+    for (char const* format : s_formats) {
+        SP<IDataVideo> const first = MakeInput(ByName(format), 1);
+        SP<IDataVideo> const second = MakeInput(ByName(format), 2);
+        second->SetTime(first->GetTime());
+        for (std::int32_t const planes : {7, 15}) {
+            SP<IDataVideo> data = first;
+            Proc::SettingsEffectMidEqualizer settings;
+            settings.planes = planes;
+            auto const effect = MakeSP<Proc::MidEqualizerFF>();
+            effect->SetSettings(static_cast<Proc::Settings const&>(settings));
+            effect->Process(data, second);
+            ASSERT_NE(data, nullptr) << format; // nothing is held back
+            seen.Note(*first, *data);
+        }
     }
     seen.Expect(MakeSP<Proc::MidEqualizerFF>()->GetTraits(), "midequalizer");
 }
@@ -190,14 +289,39 @@ TEST(Traits, SayHowManyFramesComeAndWhen) {
 TEST(Traits, SayWhetherAFrameStandsAlone) {
     for (auto const& [classId, rows] : GetCases())
         for (EffectCase const& row : rows) {
-            if (!GetTraits(row).frameIndependent)
-                continue;
-            Outcome const together = RunRow(row, "yuv420p", 1, 3);
-            for (std::uint32_t i = 0; i < 3; ++i)
-                EXPECT_EQ(GetPixels(*RunRow(row, "yuv420p", 1 + i, 1).out.at(0)),
-                          GetPixels(*together.out.at(i)))
-                    << row << " frame " << i;
+            for (char const* format : {"yuv420p", "rgba", "yuv420p10le"}) {
+                if (!GetTraits(row).frameIndependent || IsRefused(row, format))
+                    continue;
+                Outcome const together = RunRow(row, format, 1, 3);
+                for (std::uint32_t i = 0; i < 3; ++i)
+                    EXPECT_EQ(GetRaw(*RunRow(row, format, 1 + i, 1).out.at(0)), GetRaw(*together.out.at(i)))
+                        << row << ' ' << format << " frame " << i;
+            }
         }
+}
+
+/// No result hangs on how many threads there are, or on what the memory held before.
+TEST(Traits, FramesComeOutTheSameInEveryRun) {
+    int const budget = Core::ThreadBudget::Get();
+    for (auto const& [classId, rows] : GetCases())
+        for (EffectCase const& row : rows)
+            for (char const* format : s_formats) {
+                if (IsRefused(row, format))
+                    continue;
+                std::string first;
+                for (int const threads : {1, 2, 5}) {
+                    Core::ThreadBudget::Set(threads);
+                    mallopt(M_PERTURB, 50 * threads);
+                    std::string raw;
+                    for (SP<IDataVideo> const& frame : RunRow(row, format, 1, 2).out)
+                        raw += GetRaw(*frame);
+                    if (first.empty())
+                        first = raw;
+                    EXPECT_TRUE(raw == first) << row << ' ' << format << " on " << threads << " threads";
+                }
+            }
+    mallopt(M_PERTURB, 0);
+    Core::ThreadBudget::Set(budget);
 }
 
 TEST(EffectTable, HasARowForEveryRegisteredEffect) {

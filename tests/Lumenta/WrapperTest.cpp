@@ -2,8 +2,10 @@
 #include "Probe.h"
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Support/AllocationLimit.h"
+#include "Support/MemoryWatch.h"
 #include "Support/Watch.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -80,6 +82,24 @@ TEST(Wrapper, CallsHooksInOrder) {
     EXPECT_EQ(data->GetTime(), 20000);
     EXPECT_EQ(ProbeActions::s_calls, expected);
     EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 2);
+}
+
+TEST(FormatCache, KeepsAllAnswersAtAFewHundredBytesEach) {
+    constexpr std::size_t count = 100'000;
+    Proc::FormatCache cache;
+    auto const makeKey = [](std::size_t i) {
+        return Proc::FormatCache::MakeKey(
+            "rotate", PixFmt::YUV420P,
+            fmt::format("rotate=angle={:.3f}:fillcolor=0x000000ff", static_cast<double>(i) * 0.001));
+    };
+    std::size_t const before = GetMemoryInUse();
+    for (std::size_t i = 0; i < count; ++i)
+        cache.Store(makeKey(i), PixFmt::YUV420P);
+    std::size_t const each = (GetMemoryInUse() - before) / count;
+    RecordProperty("bytes", static_cast<int>(each));
+    EXPECT_LT(each, 256U);
+    for (std::size_t i = 0; i < count; i += 1000)
+        EXPECT_EQ(cache.Find(makeKey(i)), PixFmt::YUV420P) << i;
 }
 
 TEST(Wrapper, AsksAGraphForAFormatOnce) {

@@ -45,24 +45,16 @@ void EffectVideoFFBase::Apply(Settings const& settings) {
     Reset();
     m_stream.PutBack(std::move(ready));
     std::unique_ptr<Settings> const before = GetSettingsBase().Clone();
+    std::string description = m_description;
     StoreSettings(settings);
     try {
         SetSettingsImpl();
     } catch (...) {
         StoreSettings(*before);
-        PrepareAgain();
+        m_description.swap(description);
         throw;
     }
     Log(" settings: ", m_description);
-}
-
-/// For the settings that worked before. Should they not do so now, the error that led here counts.
-void EffectVideoFFBase::PrepareAgain() noexcept {
-    try {
-        SetSettingsImpl();
-    } catch (std::exception const& error) {
-        LOG(ERROR) << "The settings from before do not work any more: " << error.what();
-    }
 }
 
 void EffectVideoFFBase::Reset() {

@@ -91,7 +91,6 @@ private:
 
     virtual void StoreSettings(Settings const& settings) = 0;
 
-    void PrepareAgain() noexcept;
     bool IsBuiltFor(GraphKey const& key) const noexcept;
     void Build(GraphKey const& key, GraphUse use);
 

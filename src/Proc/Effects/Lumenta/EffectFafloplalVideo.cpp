@@ -4,6 +4,7 @@
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/EffectStatistics.h"
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
+#include "Proc/Effects/Lumenta/Picture/AlphaRows.h"
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -17,9 +18,26 @@
 #include <utility>
 
 namespace Tarsel::Proc {
+namespace {
+
+/// Holds a frame where others find it while it lives.
+class InputScope {
+public:
+    InputScope(SP<IDataVideo const>& place, SP<IDataVideo const> data) noexcept : m_place(place) {
+        m_place = std::move(data);
+    }
+    InputScope(InputScope const&) = delete;
+    InputScope& operator=(InputScope const&) = delete;
+    ~InputScope() { m_place = nullptr; }
+
+private:
+    SP<IDataVideo const>& m_place;
+};
+
+} // namespace
 
 EffectFafloplalVideo::EffectFafloplalVideo()
-    : m_stream([this](SP<IDataVideo> const& data) { PostProcess(data); }),
+    : m_stream([this](SP<IDataVideo> const& data) { Finish(data); }),
       m_stages(MakeSP<Core::ProgressControllerStages>()) {}
 
 EffectFafloplalVideo::~EffectFafloplalVideo() {
@@ -99,9 +117,17 @@ void EffectFafloplalVideo::Process(SP<IDataVideo>& data) {
         return;
     }
     std::uint64_t const frames = data ? 1 : 0;
+    InputScope const scope(m_input, data);
     m_stream.GetGraph()->Process(data);
-    PostProcess(data);
+    Finish(data);
     m_frames += frames;
+}
+
+/// What the policy has to say to a frame that came out of the graph, null where none did.
+void EffectFafloplalVideo::Finish(SP<IDataVideo> const& data) const {
+    if (data && m_input && KeepsAlpha())
+        PutAlpha(*m_input, *data);
+    PostProcess(data);
 }
 
 void EffectFafloplalVideo::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) {
@@ -147,6 +173,7 @@ void EffectFafloplalVideo::Feed(SP<IDataVideo> const& data) {
         Build(format, info);
     }
     CheckFrame(*data);
+    InputScope const scope(m_input, data);
     m_stream.Feed(data);
     ++m_frames;
     m_stream.Drain();

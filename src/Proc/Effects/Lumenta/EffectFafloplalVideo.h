@@ -38,8 +38,11 @@ namespace Tarsel::Proc {
 ///   static S FromProperty(Core::Property const&);          default settings without it
 ///   static void CheckFormat(S const&, Conf::PixFmt, Conf::FrameInfo const&);
 ///       Throws EffectException for frames that the filter must not see; before any graph is built for them.
-///   static bool CanSlice(Conf::PixFmt);
+///   static bool CanSlice(S const&, Conf::PixFmt);
 ///       Whether frames of that format may be worked on by several threads, where the traits say so at all.
+///   static bool KeepsAlpha(S const&);
+///       The filter gives a frame of the same size for each at once, and its opacity is not the filter's to
+///       change: the alpha that went in is put back.
 ///   static void CheckFrame(S const&, IDataVideo const&);   the same for what only the pixels tell
 ///   static void PostProcess(S const&, SP<IDataVideo> const&);
 ///       Puts right what the graph does not carry; after each call of the graph, the frame may be null.
@@ -92,6 +95,7 @@ private:
     virtual std::string GetQueryFFString(Conf::FrameInfo const& info) const = 0;
     virtual void CheckFormat(Conf::PixFmt format, Conf::FrameInfo const& info) const = 0;
     virtual bool CanSlice(Conf::PixFmt format) const = 0;
+    virtual bool KeepsAlpha() const = 0;
     virtual void CheckFrame(IDataVideo const& data) const = 0;
     virtual void PostProcess(SP<IDataVideo> const& data) const = 0;
     virtual void PostUpdate(SP<Conf::IFormatCodecVideo> const& format) const = 0;
@@ -100,8 +104,11 @@ private:
     void Build(Conf::PixFmt format, Conf::FrameInfo const& info);
     void DropGraph() noexcept;
     void FinishStream();
+    void Finish(SP<IDataVideo> const& data) const;
 
     GraphStream m_stream;
+    /// The frame that the graph works on, while it does.
+    SP<IDataVideo const> m_input;
     SP<Core::ProgressControllerStages> m_stages;
     Conf::PixFmt m_graphFormat = Conf::PixFmt::None;
     Conf::FrameInfo m_graphInfo;
@@ -129,7 +136,8 @@ public:
 private:
     std::string_view GetSettingsName() const noexcept override { return Actions::s_settingsName; }
     void StoreSettings(Settings const& settings) override {
-        m_settings = static_cast<SettingsType const&>(settings);
+        // In two steps, the second of which cannot fail.
+        m_settings = SettingsType(static_cast<SettingsType const&>(settings));
     }
     bool IsEmpty() const override {
         if constexpr (requires { Actions::IsEmpty(m_settings); })
@@ -152,10 +160,16 @@ private:
             Actions::CheckFormat(m_settings, format, info);
     }
     bool CanSlice([[maybe_unused]] Conf::PixFmt format) const override {
-        if constexpr (requires { Actions::CanSlice(format); })
-            return Actions::CanSlice(format);
+        if constexpr (requires { Actions::CanSlice(m_settings, format); })
+            return Actions::CanSlice(m_settings, format);
         else
             return true;
+    }
+    bool KeepsAlpha() const override {
+        if constexpr (requires { Actions::KeepsAlpha(m_settings); })
+            return Actions::KeepsAlpha(m_settings);
+        else
+            return false;
     }
     void CheckFrame([[maybe_unused]] IDataVideo const& data) const override {
         if constexpr (requires { Actions::CheckFrame(m_settings, data); })

@@ -17,7 +17,7 @@ namespace {
 constexpr char const* s_file = "Proc/Effects/Lumenta/MidEqualizerFF";
 
 constexpr EffectTraits s_traits{.summary = "brings light and contrast midway to those of a second picture",
-                                .alpha = Keeps::Always,
+                                .alpha = Keeps::Sometimes,
                                 .depth = Keeps::Always,
                                 .range = Keeps::Sometimes};
 

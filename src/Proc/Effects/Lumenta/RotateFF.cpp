@@ -191,7 +191,7 @@ void RotateFF::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) {
     FindTranspose();
     if (m_transpose)
         m_transpose->UpdateFormatCodec(format);
-    else if (!ComputesSize(m_settings) || m_info.width != 0)
+    else
         EffectVideoFF::UpdateFormatCodec(format);
 }
 

@@ -21,7 +21,7 @@ public:
     /// Forgets the frames seen and the transpose effect.
     void Reset() override;
     void Process(SP<IDataVideo>& data) override;
-    /// Leaves the format as it is where the size is computed and no frame was seen yet.
+    /// Computes the size from that of the format, whatever frames were seen.
     void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) override;
 
     void Feed(SP<IDataVideo> const& data) override;

@@ -8,7 +8,8 @@
 namespace Tarsel::Proc {
 namespace {
 
-// Full range stays with gray alone: "smartblur" knows no "j" formats. FFmpeg 7 keeps alpha.
+// Full range stays with gray alone: "smartblur" knows no "j" formats. FFmpeg 7 blurs alpha, earlier ones drop
+// it.
 constexpr EffectTraits s_traits{.summary = "blurs without touching outlines, or sharpens",
                                 .alpha = Keeps::Never,
                                 .depth = Keeps::Never,

@@ -3,17 +3,24 @@
 #include <iostream>
 
 namespace Tarsel::Proc {
+namespace {
 
-std::ostringstream MakeOptionStream() {
+/// Without exceptions a stream that gets no memory keeps quiet, and half a text may mean something else.
+std::ostringstream MakeStream(std::locale const& locale) {
     std::ostringstream stream;
-    stream.imbue(std::locale(std::cout.getloc(), new PunctFacet<char>));
+    stream.exceptions(std::ios::badbit);
+    stream.imbue(locale);
     return stream;
 }
 
+} // namespace
+
+std::ostringstream MakeOptionStream() {
+    return MakeStream(std::locale(std::cout.getloc(), new PunctFacet<char>));
+}
+
 std::ostringstream MakeClassicStream() {
-    std::ostringstream stream;
-    stream.imbue(std::locale::classic());
-    return stream;
+    return MakeStream(std::locale::classic());
 }
 
 } // namespace Tarsel::Proc

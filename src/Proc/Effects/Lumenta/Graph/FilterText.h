@@ -17,8 +17,8 @@ private:
     Char m_decimalPoint = '.';
 };
 
-/// An empty stream with the locale of std::cout and PunctFacet in it: for option texts with real numbers. Any
-/// thread.
+/// An empty stream with the locale of std::cout and PunctFacet in it: for option texts with real numbers. It
+/// throws what keeps it from writing. Any thread.
 std::ostringstream MakeOptionStream();
 
 /// An empty stream with the classic locale: for option texts in default formatting. Any thread.

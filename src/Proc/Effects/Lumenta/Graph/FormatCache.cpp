@@ -5,8 +5,6 @@
 namespace Tarsel::Proc {
 namespace {
 
-constexpr std::size_t s_mostEntries = 1024;
-
 std::string_view GetName(Conf::PixFmt format) {
     return Conf::PixFmtDescription::Find(format).GetName();
 }
@@ -48,8 +46,6 @@ std::optional<Format> BasicFormatCache<Format>::Find(std::string const& key) con
 template <class Format>
 void BasicFormatCache<Format>::Store(std::string const& key, Format output) {
     std::lock_guard const lock(m_lock);
-    if (m_formats.size() >= s_mostEntries)
-        m_formats.clear();
     m_formats.insert_or_assign(key, output);
 }
 

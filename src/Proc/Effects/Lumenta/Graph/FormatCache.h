@@ -22,8 +22,7 @@ public:
 
     /// Nothing when the key was not stored, or stored with PixFmt::None or SampleFormats::Unknown.
     std::optional<Format> Find(std::string const& key) const;
-    /// Inserts or overwrites. A cache that has grown too large starts anew: settings that change with every
-    /// frame have a text each.
+    /// Inserts or overwrites. What is stored stays: some 200 bytes for each text that was ever asked about.
     void Store(std::string const& key, Format output);
 
 private:

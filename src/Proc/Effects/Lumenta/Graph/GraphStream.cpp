@@ -4,7 +4,21 @@
 
 #include <utility>
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
 namespace Tarsel::Proc {
+namespace {
+
+/// FFmpeg's scaler, which graphs put in by themselves, cuts pictures into slices for its threads, and ends
+/// the process where one ends within a pattern of colors.
+bool HasPattern(Conf::PixFmt format) {
+    AVPixFmtDescriptor const* const description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+    return description != nullptr && (description->flags & AV_PIX_FMT_FLAG_BAYER) != 0;
+}
+
+} // namespace
 
 GraphStream::GraphStream(FrameHook hook) : m_hook(std::move(hook)) {}
 
@@ -17,7 +31,7 @@ void GraphStream::Build(std::string const& description, Conf::PixFmt format, Con
     // First, for its threads too.
     Drop();
     m_graph = EffectFFMPEGVideo::Create(description, static_cast<AVPixelFormat>(format), info, {},
-                                        Core::ThreadLease(wanted));
+                                        Core::ThreadLease(HasPattern(format) ? 1 : wanted));
 }
 
 void GraphStream::SetGraph(SP<EffectFFMPEGVideo> graph) noexcept {

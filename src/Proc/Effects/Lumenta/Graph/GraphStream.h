@@ -5,8 +5,8 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
 #include "Proc/Interfaces/IDataVideo.h"
 
-#include <deque>
 #include <functional>
+#include <list>
 #include <string>
 
 namespace Tarsel::Proc {
@@ -15,7 +15,8 @@ namespace Tarsel::Proc {
 /// stream and waits to be taken. Not synchronised: its effect lets one thread in at a time.
 class GraphStream {
 public:
-    using Frames = std::deque<SP<IDataVideo>>;
+    /// A list takes no memory while it is empty, so that it is given away without a failure.
+    using Frames = std::list<SP<IDataVideo>>;
     /// Puts right what the graph does not carry.
     using FrameHook = std::function<void(SP<IDataVideo> const&)>;
 

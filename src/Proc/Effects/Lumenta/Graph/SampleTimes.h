@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
+#include <list>
 
 namespace Tarsel::Proc {
 
@@ -26,8 +26,8 @@ private:
     };
 
     std::int32_t m_rate;
-    /// From the one that the next sample is of.
-    std::deque<Block> m_blocks;
+    /// From the one that the next sample is of. A list takes no memory while it is empty.
+    std::list<Block> m_blocks;
     /// Samples of the first one that came out already.
     std::int64_t m_taken = 0;
 };

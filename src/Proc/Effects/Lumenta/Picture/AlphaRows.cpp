@@ -3,9 +3,12 @@
 #include "Conf/PixFmtDescription.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 
 extern "C" {
 #include <libavutil/frame.h>
+#include <libavutil/pixfmt.h>
 }
 
 namespace Tarsel::Proc {
@@ -79,6 +82,60 @@ void CopyAlpha(AVFrame const& from, AVFrame& to) {
         return;
     AlphaRows rows(from, 0, 0);
     WriteScaled(rows, {to, GetColorCount(to)});
+}
+
+namespace {
+
+/// The alpha of each pixel of a picture with a palette, as 8-bit gray.
+SafeFrame MakePaletteAlpha(AVFrame const& frame) {
+    std::array<std::uint32_t, AVPALETTE_COUNT> colors{};
+    std::memcpy(colors.data(), frame.data[1], AVPALETTE_SIZE);
+    SafeFrame gray({}, Conf::PixFmt::GRAY8, static_cast<std::uint32_t>(frame.width),
+                   static_cast<std::uint32_t>(frame.height), 0, 1);
+    for (int y = 0; y < frame.height; ++y)
+        std::transform(frame.data[0] + y * frame.linesize[0],
+                       frame.data[0] + y * frame.linesize[0] + frame.width,
+                       gray->data[0] + y * gray->linesize[0],
+                       [&](std::uint8_t index) { return static_cast<std::uint8_t>(colors[index] >> 24); });
+    return gray;
+}
+
+bool HasPalette(Conf::PixFmtDescription const& format) {
+    return (format.GetFlags() & Conf::PixFmtDescription::Palette) != 0;
+}
+
+} // namespace
+
+void PutAlpha(IDataVideo const& input, IDataVideo& data) {
+    auto const& from = Conf::PixFmtDescription::Find(input.GetPixelFormat());
+    auto const& to = Conf::PixFmtDescription::Find(data.GetPixelFormat());
+    Conf::FrameInfo const info = data.GetFrameInfo();
+    Conf::FrameInfo const inputInfo = input.GetFrameInfo();
+    if (!from.HasAlpha() || !to.HasAlpha() || HasPalette(to) || inputInfo.width != info.width ||
+        inputInfo.height != info.height)
+        return;
+    constexpr int alphaPlane = 3; // where every component has its own
+    if (&from == &to && from.GetPlaneCount() > alphaPlane) {
+        CopyPlane(input.GetReadOnlyPlane(alphaPlane), data.GetWritablePlane(alphaPlane));
+        return;
+    }
+    // The frame may be larger than what counts of it.
+    SafeFrame view = SafeFrame::Reference(Details::GetAVFrameRef(input.GetAVFrame()));
+    view->width = static_cast<int>(info.width);
+    view->height = static_cast<int>(info.height);
+    if (HasPalette(from))
+        view = MakePaletteAlpha(*view);
+    data.GetWritablePlane(0); // so that the frame is nobody else's
+    AVFrame const& target = Details::GetAVFrameRef(data.GetAVFrame());
+    ComponentPlane const source(*view, HasPalette(from) ? 0 : GetColorCount(*view));
+    ComponentPlane const alpha(target, GetColorCount(target));
+    float const scale = alpha.GetMaximum() / source.GetMaximum();
+    std::vector<float> row(info.width);
+    for (std::uint32_t y = 0; y < info.height; ++y) {
+        source.ReadRow(y, row.data());
+        std::ranges::transform(row, row.begin(), [&](float value) { return value * scale; });
+        alpha.WriteRow(y, row.data());
+    }
 }
 
 } // namespace Tarsel::Proc

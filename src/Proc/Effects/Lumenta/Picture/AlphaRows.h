@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Proc/Effects/Lumenta/Picture/ComponentPlane.h"
+#include "Proc/Interfaces/IDataVideo.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
 #include <cstdint>
@@ -40,5 +41,10 @@ SafeFrame MakeAlphaPlane(AVFrame const& frame, int shiftX, int shiftY);
 /// Gives `to` the alpha of `from`, of the same size; a `to` without alpha stays as it is. The scaler's own
 /// way from 8 to 16 bits leaves opaque pixels not quite opaque.
 void CopyAlpha(AVFrame const& from, AVFrame& to);
+
+/// Gives `data` the alpha of `input`, to the depth that it has: that of its colors where `input` has a
+/// palette. Nothing happens where either has no alpha, or their sizes differ. MemoryException, then `data`
+/// may have pixels of its own already.
+void PutAlpha(IDataVideo const& input, IDataVideo& data);
 
 } // namespace Tarsel::Proc

@@ -61,11 +61,12 @@ std::string BlurActions::GetFFString(SettingsType const& settings, Conf::FrameIn
 }
 
 /// On planes one pixel wide the filter works on two columns, and writes past the end of its buffer with a few
-/// heights, which hang on the processor.
+/// heights, which hang on the processor. Whether it blurs vertically without a horizontal sigma hangs on its
+/// version.
 void BlurActions::CheckFormat(SettingsType const& settings, Conf::PixFmt format,
                               Conf::FrameInfo const& info) {
     constexpr std::int32_t chromaPlanes = 0b0110;
-    if (GetSigmas(settings, info).horizontal == 0.0 || settings.planes == 0)
+    if (settings.planes == 0)
         return; // the filter passes frames on
     bool const converts = settings.pixelFormat != Conf::PixFmt::None;
     auto const& blurred = Conf::PixFmtDescription::Find(converts ? settings.pixelFormat : format);

@@ -22,8 +22,8 @@ template <>
 struct EffectActions<SettingsEffectColorChannelMixer> {
     using SettingsType = SettingsEffectColorChannelMixer;
     static constexpr std::string_view s_settingsName = "SettingsEffectColorChannelMixer";
-    static constexpr EffectTraits s_traits{.summary = "makes each channel of a sum of all four",
-                                           .slices = true};
+    static constexpr EffectTraits s_traits{
+        .summary = "makes each channel of a sum of all four", .alpha = Keeps::Sometimes, .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
     /// The filter looks samples up in tables that end where their depth ends. YUV comes to it as RGB from

@@ -55,7 +55,7 @@ std::string DeinterlaceActions::GetFFString(SettingsType const& settings, Conf::
     return text.str();
 }
 
-bool DeinterlaceActions::CanSlice(Conf::PixFmt format) {
+bool DeinterlaceActions::CanSlice(SettingsType const&, Conf::PixFmt format) {
     return Conf::PixFmtDescription::Find(format).GetDepth() <= 8;
 }
 
@@ -89,6 +89,11 @@ std::string DCTActions::GetFFString(SettingsType const& settings, Conf::FrameInf
     if (settings.overlap != 0)
         text << ":overlap=" << settings.overlap;
     return text.str();
+}
+
+bool DCTActions::CanSlice(SettingsType const& settings, Conf::PixFmt) {
+    std::int32_t const most = settings.blockSizeExponent == 4 ? 15 : 7;
+    return settings.overlap <= 0 || settings.overlap == most;
 }
 
 void DCTActions::CheckFormat(SettingsType const& settings, Conf::PixFmt format, Conf::FrameInfo const& info) {

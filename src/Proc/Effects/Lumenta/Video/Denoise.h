@@ -13,6 +13,7 @@ struct EffectActions<SettingsDeinterlace> {
     using SettingsType = SettingsDeinterlace;
     static constexpr std::string_view s_settingsName = "SettingsDeinterlace";
     static constexpr EffectTraits s_traits{.summary = "makes whole frames of interlaced ones",
+                                           .depth = Keeps::Sometimes,
                                            .range = Keeps::Sometimes,
                                            .frameIndependent = false,
                                            .delayFrames = 1,
@@ -21,7 +22,7 @@ struct EffectActions<SettingsDeinterlace> {
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
     /// With more than 8 bits the slices of the filter race, and the result changes from run to run.
-    static bool CanSlice(Conf::PixFmt format);
+    static bool CanSlice(SettingsType const& settings, Conf::PixFmt format);
     static SettingsType FromProperty(Core::Property const& property);
 };
 
@@ -52,6 +53,9 @@ struct EffectActions<SettingsEffectDenoiseDCT> {
                                            .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// Where blocks overlap by less than they could, the filter's slices end at other blocks than the picture
+    /// does as a whole.
+    static bool CanSlice(SettingsType const& settings, Conf::PixFmt format);
     /// The filter writes past the end of frames that its blocks do not fill: of those narrower than a block,
     /// and of planar RGB where blocks end short of the right or lower edge.
     static void CheckFormat(SettingsType const& settings, Conf::PixFmt format, Conf::FrameInfo const& info);
@@ -61,10 +65,11 @@ template <>
 struct EffectActions<SettingsEffectDenoiseOvercompleteWavelet> {
     using SettingsType = SettingsEffectDenoiseOvercompleteWavelet;
     static constexpr std::string_view s_settingsName = "SettingsEffectDenoiseOvercompleteWavelet";
-    static constexpr EffectTraits s_traits{.summary = "denoises by overcomplete wavelets",
-                                           .range = Keeps::Sometimes};
+    static constexpr EffectTraits s_traits{
+        .summary = "denoises by overcomplete wavelets", .depth = Keeps::Sometimes, .range = Keeps::Sometimes};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    static bool KeepsAlpha(SettingsType const&) { return true; }
 };
 
 template <>
@@ -75,6 +80,8 @@ struct EffectActions<SettingsEffectNoiseVideo> {
     static constexpr EffectTraits s_traits{.summary = "adds film noise", .range = Keeps::Sometimes};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// The filter gives noise to every plane.
+    static bool KeepsAlpha(SettingsType const&) { return true; }
 };
 
 template <>
@@ -82,11 +89,14 @@ struct EffectActions<SettingsEffectRemoveGrain> {
     using SettingsType = SettingsEffectRemoveGrain;
     static constexpr std::string_view s_settingsName = "SettingsEffectRemoveGrain";
     static constexpr EffectTraits s_traits{.summary = "removes grain plane by plane",
+                                           .alpha = Keeps::Sometimes,
                                            .depth = Keeps::Never,
                                            .range = Keeps::Sometimes,
                                            .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// Unless there is a mode for the fourth plane.
+    static bool KeepsAlpha(SettingsType const& settings) { return settings.GetMode(3) == 0; }
     /// The filter writes in front of planes of one column.
     static void CheckFormat(SettingsType const& settings, Conf::PixFmt format, Conf::FrameInfo const& info);
 };

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -187,6 +188,17 @@ std::string PosterizeActions::GetFFString(SettingsType const& settings, Conf::Fr
         text << ":pal8=1";
     text << ":use_alpha=true";
     return text.str();
+}
+
+void PosterizeActions::CheckFormat(SettingsType const& settings, Conf::PixFmt, Conf::FrameInfo const& info) {
+    std::uint64_t const pixels = std::uint64_t{info.width} * info.height;
+    auto const most = std::min<std::uint64_t>(pixels, SettingsType::MOST_COLORS);
+    if (settings.colorCount > 0 && static_cast<std::uint64_t>(settings.colorCount) > most)
+        Core::Throw<EffectException>(
+            {s_file, "static void EffectActions<Tarsel::Proc::SettingsEffectPosterize>::CheckFormat("
+                     "const SettingsType &, PixFmt, const FrameInfo &)"},
+            fmt::format("{} takes 1 to {} colors in frames of {}x{}, not {}", SettingsType::CLASS_ID, most,
+                        info.width, info.height, settings.colorCount));
 }
 
 std::string BorderActions::GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {

@@ -37,13 +37,16 @@ struct EffectActions<SettingsEffectEmboss> {
                                            .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// The filter makes a picture without an expression for alpha transparent.
+    static bool KeepsAlpha(SettingsType const&) { return true; }
 };
 
 template <>
 struct EffectActions<SettingsEffectNegateVideo> {
     using SettingsType = SettingsEffectNegateVideo;
     static constexpr std::string_view s_settingsName = "SettingsEffectNegateVideo";
-    static constexpr EffectTraits s_traits{.summary = "turns channels into their negative", .slices = true};
+    static constexpr EffectTraits s_traits{
+        .summary = "turns channels into their negative", .alpha = Keeps::Sometimes, .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
 };
@@ -53,17 +56,22 @@ struct EffectActions<SettingsEffectPosterize> {
     using SettingsType = SettingsEffectPosterize;
     static constexpr std::string_view s_settingsName = "SettingsEffectPosterize";
     // Each frame begins its search for colours where the random numbers of the one before ended.
-    static constexpr EffectTraits s_traits{
-        .summary = "reduces the picture to few colours", .depth = Keeps::Never, .frameIndependent = false};
+    static constexpr EffectTraits s_traits{.summary = "reduces the picture to few colors",
+                                           .alpha = Keeps::Never,
+                                           .depth = Keeps::Never,
+                                           .frameIndependent = false};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
+    /// With more colors than there is use for, the filter takes minutes and gigabytes, and no signal ends it.
+    static void CheckFormat(SettingsType const& settings, Conf::PixFmt format, Conf::FrameInfo const& info);
 };
 
 template <>
 struct EffectActions<SettingsEffectBorder> {
     using SettingsType = SettingsEffectBorder;
     static constexpr std::string_view s_settingsName = "SettingsEffectBorder";
-    static constexpr EffectTraits s_traits{.summary = "puts a border of one colour around the picture",
+    static constexpr EffectTraits s_traits{.summary = "puts a border of one color around the picture",
+                                           .roundsToChroma = true,
                                            .range = Keeps::Sometimes,
                                            .size = Keeps::Never};
 
