@@ -5,6 +5,7 @@
 #include "Host/EffectSettings.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/Field.h"
 #include "Proc/Settings/Settings.h"
 
 #include <fmt/format.h>
@@ -101,6 +102,19 @@ std::string_view CutSetting(std::string_view& rest) {
     return word;
 }
 
+/// The word that ends in an effect of the registry where something else than a blank follows it, and what
+/// should have been written: "flip horizontal" for "flip=horizontal"; "" for any other word.
+std::string SeparateSettings(EffectRegistry const& registry, std::string const& word) {
+    std::size_t const end = word.find_first_of("=:,");
+    auto const isNamed = [&](EffectEntry const& entry) { return entry.classId == word.substr(0, end); };
+    if (end == std::string::npos || std::ranges::none_of(registry.GetEntries(), isNamed))
+        return {};
+    std::string text = word;
+    text[end] = ' ';
+    std::ranges::replace(text, ':', ' ');
+    return text;
+}
+
 /// Throws unless the registry has an effect of that class and kind.
 void CheckIsThere(EffectRegistry const& registry, std::string const& classId, EffectKind kind) {
     EffectEntry const* other = nullptr;
@@ -117,10 +131,22 @@ void CheckIsThere(EffectRegistry const& registry, std::string const& classId, Ef
     auto const& entries = registry.GetEntries();
     if (entries.empty())
         ThrowUnusable(fmt::format("There is no effect \"{}\", nor any other", classId));
+    if (std::string const meant = SeparateSettings(registry, classId); !meant.empty())
+        ThrowUnusable(fmt::format("Write \"{}\": blanks separate an effect and its settings", meant));
     std::vector<std::string> names;
     std::ranges::transform(entries, std::back_inserter(names), &EffectEntry::classId);
     ThrowUnusable(fmt::format("There is no effect \"{}\"; the nearest name is \"{}\"", classId,
                               Core::FindNearestName(classId, names)));
+}
+
+/// The settings that a step in words stands for. Whoever names an effect wants it to work: one with a switch
+/// is on unless the step says otherwise.
+void ReadStep(EffectStep const& step, Proc::Settings& settings) {
+    Proc::Field const* const enabled = Proc::FindField(settings.GetFields(), "enabled");
+    if (enabled != nullptr && enabled->kind == Proc::FieldKind::Flag)
+        Proc::WriteField(settings, *enabled, true);
+    if (!step.settings.empty())
+        settings.Deserialize(step.settings);
 }
 
 /// `create` is the factory's operation for this kind.
@@ -129,11 +155,9 @@ SP<Effect> MakeEffect(EffectFactory const& factory, EffectStep const& step, Effe
                       Create const& create) {
     CheckIsThere(factory.GetRegistry(), step.classId, kind);
     SP<Effect> effect = (factory.*create)(step.classId, Proc::ImplNames::DEFAULT, {});
-    if (!step.settings.empty()) {
-        std::unique_ptr<Proc::Settings> const settings = effect->GetSettingsBase().Clone();
-        settings->Deserialize(step.settings);
-        SetEffectSettings(*effect, *settings);
-    }
+    std::unique_ptr<Proc::Settings> const settings = effect->GetSettingsBase().Clone();
+    ReadStep(step, *settings);
+    SetEffectSettings(*effect, *settings);
     return effect;
 }
 
@@ -147,7 +171,7 @@ EffectStep ParseEffectStep(std::string const& text) {
     std::set<std::string_view> keys;
     for (std::string_view word : std::span(words).subspan(1)) {
         std::size_t const sign = word.find('=');
-        if (sign == std::string_view::npos || sign == 0)
+        if (sign == 0)
             ThrowUnreadable(fmt::format("{}: \"{}\" is no key=value", step.classId, word));
         if (!keys.insert(word.substr(0, sign)).second)
             ThrowUnreadable(fmt::format("{}: \"{}\" is given twice", step.classId, word.substr(0, sign)));

@@ -60,6 +60,7 @@ SP<Host::EffectFactory> MakeFactory() {
     auto const registry = std::make_shared<Host::EffectRegistry>();
     registry->RegisterVideoEffect("flip", "own", Create<Proc::SettingsEffectFlip>);
     registry->RegisterVideoEffect("transpose", "own", Create<Proc::SettingsEffectTranspose>);
+    registry->RegisterVideoEffect("deshake", "own", Create<Proc::SettingsEffectDeshake>);
     registry->RegisterVideoEffect("stabilizer", "own", Create<Proc::SettingsEffectStabilizer>);
     registry->RegisterVideoEffect("foreign", "own", Create<ForeignSettings>);
     registry->RegisterAudioEffect("echo", "own", CreateSound);
@@ -76,6 +77,11 @@ TEST(EffectStep, ReadsClassAndSettings) {
     EXPECT_EQ(read("transpose step=1"), "step=1");
     EXPECT_EQ(read("transpose"), "step=0");
     EXPECT_EQ(read("  flip\thorizontal=yes \n vertical=1 "), "horizontal=1:vertical=1");
+    EXPECT_EQ(read("flip vertical"), "horizontal=0:vertical=1");
+    // Whoever names an effect wants it on; the object itself is off.
+    EXPECT_EQ(read("deshake"), "block-size=8:enabled=1");
+    EXPECT_EQ(read("deshake enabled=0 block-size=16"), "block-size=16:enabled=0");
+    EXPECT_FALSE(Proc::SettingsEffectDeshake().enabled);
 }
 
 TEST(EffectStep, GivesSettingsAway) {
@@ -137,7 +143,12 @@ TEST(EffectStep, SaysWhatIsWrong) {
     EXPECT_EQ(GetRefusal("transpoze step=1"),
               "There is no effect \"transpoze\"; the nearest name is \"transpose\"");
     EXPECT_EQ(GetRefusal("Flip"), "There is no effect \"Flip\"; the nearest name is \"flip\"");
-    EXPECT_EQ(GetRefusal("transpose step"), "transpose: \"step\" is no key=value");
+    EXPECT_EQ(GetRefusal("transpose step"), "transpose: step needs a value: 0 to 3 (quarter turns)");
+    EXPECT_EQ(GetRefusal("flip horizontal vertical horizontal"), "flip: \"horizontal\" is given twice");
+    for (std::string const text : {"flip=horizontal", "flip:horizontal"})
+        EXPECT_EQ(GetRefusal(text), "Write \"flip horizontal\": blanks separate an effect and its settings");
+    EXPECT_EQ(GetRefusal("flip=horizontal=1:vertical=1"),
+              "Write \"flip horizontal=1 vertical=1\": blanks separate an effect and its settings");
     EXPECT_EQ(GetRefusal("transpose =1"), "transpose: \"=1\" is no key=value");
     EXPECT_EQ(GetRefusal("flip horizontal=1 vertical=1 horizontal=0"), "flip: \"horizontal\" is given twice");
     EXPECT_EQ(GetRefusal("transpose step=9"), "transpose: step=9 is out of range: 0 to 3 (quarter turns)");

@@ -63,14 +63,14 @@ void DeserializeFields(Settings& settings, std::string_view text) {
     std::map<Field const*, std::string> values;
     for (std::string const& item : SplitItems(text)) {
         std::size_t const equals = item.find('=');
-        if (equals == std::string::npos)
-            Refuse(settings, fmt::format("\"{}\" is not of the form key=value; the keys are {}", item,
-                                         KnownKeys(fields)));
+        bool const isBare = equals == std::string::npos;
         std::string const key = item.substr(0, equals);
         Field const* const field = FindField(fields, key);
         if (field == nullptr)
             Refuse(settings, fmt::format("unknown key \"{}\"; the keys are {}", key, KnownKeys(fields)));
-        if (!values.emplace(field, item.substr(equals + 1)).second)
+        if (isBare && field->kind != FieldKind::Flag)
+            Refuse(settings, fmt::format("{} needs a value: {}", key, GetRangeText(*field)));
+        if (!values.emplace(field, isBare ? "1" : item.substr(equals + 1)).second)
             Refuse(settings, fmt::format("{} is given twice", key));
     }
     // A map of pointers into one table is in the table's order.
