@@ -13,19 +13,22 @@ namespace {
 
 constexpr std::size_t s_mostNames = 5;
 
-/// One row of the table of distances between the beginnings of both.
+/// By rows of the table of distances between the beginnings of both.
 std::size_t GetDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t k = 0; k < b.size(); ++k) {
-            std::size_t const replaced = diagonal + (a[i] == b[k] ? 0 : 1);
-            diagonal = row[k + 1];
-            row[k + 1] = std::min({replaced, row[k] + 1, diagonal + 1});
+    std::vector<std::size_t> last(b.size() + 1);
+    std::iota(last.begin(), last.end(), std::size_t{0});
+    std::vector<std::size_t> beforeLast = last;
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::vector<std::size_t> row(b.size() + 1, i);
+        for (std::size_t k = 1; k <= b.size(); ++k) {
+            bool const isSame = a[i - 1] == b[k - 1];
+            row[k] = std::min({last[k - 1] + (isSame ? 0 : 1), last[k] + 1, row[k - 1] + 1});
+            if (i > 1 && k > 1 && a[i - 1] == b[k - 2] && a[i - 2] == b[k - 1])
+                row[k] = std::min(row[k], beforeLast[k - 2] + 1);
         }
+        beforeLast = std::exchange(last, std::move(row));
     }
-    return row.back();
+    return last.back();
 }
 
 } // namespace

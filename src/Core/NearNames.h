@@ -10,7 +10,7 @@
 namespace Tarsel::Core {
 
 /// What someone may have meant who wrote a name that does not exist. Names are the nearer, the fewer letters
-/// have to be inserted, removed or replaced. Source: Wagner and Fischer, 1974. Any thread.
+/// have to be inserted, removed, replaced or swapped with the next. Source: Damerau, 1964. Any thread.
 
 /// The nearest of `names`, the first of several; "" when there are none.
 TARSEL_API std::string FindNearestName(std::string_view name, std::span<std::string const> names);

@@ -14,6 +14,7 @@ TEST(NearNames, AreTheNearestFirst) {
     EXPECT_THAT(FindNearNames("x264", names), ElementsAre("libx264", "libx264rgb"));
     EXPECT_THAT(FindNearNames("libx263", names), ElementsAre("libx264", "libx265"));
     EXPECT_THAT(FindNearNames("mpg4", names), ElementsAre("mpeg4"));
+    EXPECT_THAT(FindNearNames("lbix264", names), ElementsAre("libx264", "libx265"));
     EXPECT_THAT(FindNearNames("xyz", names), IsEmpty());
     EXPECT_EQ(NearNamesText("libx263", names), "; near names: libx264, libx265");
     EXPECT_EQ(NearNamesText("h265", names), "");
