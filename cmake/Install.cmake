@@ -15,6 +15,13 @@ target_link_options(lumenta INTERFACE
   "$<INSTALL_INTERFACE:LINKER:-rpath,$<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR}/tarsel>")
 install(TARGETS lumenta EXPORT Tarsel DESTINATION "${CMAKE_INSTALL_LIBDIR}/tarsel")
 install(TARGETS tarsel_cli)
+# What shells load by themselves; all they know they ask the program.
+install(FILES "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Completions/tarsel.bash" RENAME tarsel
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+install(FILES "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Completions/_tarsel"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+install(FILES "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Completions/tarsel.fish"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 
 # Of the SDK every header but those for its own sources; of the others what they export.
 foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Host)
@@ -23,6 +30,7 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     FILES_MATCHING PATTERN "*.h"
     PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "YuvOfColor.h" EXCLUDE
     PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameFit.h" EXCLUDE
+    PATTERN "IdleCure.h" EXCLUDE
     PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header

@@ -24,9 +24,11 @@ public:
     void End();
 
     void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const;
+    /// How frames of this form are brought into one that the effect takes; nothing where they go in as they
+    /// are. Throws as Describe of the effect.
+    std::optional<FrameFit> MakeFit(PictureForm const& form) const;
 
 private:
-    std::optional<FrameFit> MakeFit(PictureForm const& form) const;
     void FitTo(PictureForm const& form);
     SP<Proc::IDataVideo> TakeRestored();
     void NoteLosses(Proc::IDataVideo const& result);

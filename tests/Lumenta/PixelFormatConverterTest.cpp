@@ -416,15 +416,15 @@ TEST(PixelFormatConverter, RefusesOrTellsLosses) {
         int mask;
         char const* description;
     } const rows[] = {
-        {"rgba", "rgb24", 8, "format=rgb24; lost: alpha"},
-        {"yuv444p", "yuv420p", 1, "format=yuv420p; lost: chroma resolution"},
-        {"yuv420p10le", "yuv420p", 2, "format=yuv420p; lost: depth"},
-        {"rgb24", "gray", 36, "format=gray; lost: colour, colour space"},
-        {"rgb24", "pal8", 18, "format=pal8; lost: depth, colours beyond the palette"},
-        {"rgba", "pal8", 26, "format=pal8; lost: alpha, depth, colours beyond the palette"},
-        {"yuv420p", "nv12", 0, "format=nv12"},
-        {"yuvj420p", "yuv420p", 0, "format=yuv420p"},
-        {"gray", "yuv420p", 0, "format=yuv420p"},
+        {"rgba", "rgb24", 8, "rgba -> rgb24; lost: alpha"},
+        {"yuv444p", "yuv420p", 1, "yuv444p -> yuv420p; lost: chroma resolution"},
+        {"yuv420p10le", "yuv420p", 2, "yuv420p10le -> yuv420p; lost: depth"},
+        {"rgb24", "gray", 36, "rgb24 -> gray; lost: colour, colour space"},
+        {"rgb24", "pal8", 18, "rgb24 -> pal8; lost: depth, colours beyond the palette"},
+        {"rgba", "pal8", 26, "rgba -> pal8; lost: alpha, depth, colours beyond the palette"},
+        {"yuv420p", "nv12", 0, "yuv420p -> nv12"},
+        {"yuvj420p", "yuv420p", 0, "yuvj420p -> yuv420p"},
+        {"gray", "yuv420p", 0, "gray -> yuv420p"},
     };
     for (auto const& row : rows) {
         SCOPED_TRACE(std::string(row.from) + " to " + row.to);

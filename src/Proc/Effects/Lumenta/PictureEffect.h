@@ -9,6 +9,7 @@
 #include "Proc/Interfaces/IDataVideo.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"
+#include "Proc/Interfaces/IOwnWork.h"
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -30,7 +31,8 @@ namespace Tarsel::Proc {
 template <class Interface, class S>
 class PictureEffect : public Core::RefCounted<Interface>,
                       public IEffectStreamVideo,
-                      public IEffectDetailsVideo {
+                      public IEffectDetailsVideo,
+                      public IOwnWork {
 public:
     Core::Property GetSettings() const override;
     void SetSettings(Core::Property const& property) override { Apply(Property2Settings<S>(property)); }

@@ -98,8 +98,9 @@ EffectTraits const& PixelFormatConverterFF::GetTraits() const noexcept {
 }
 
 std::string PixelFormatConverterFF::Conversion::Describe() const {
-    std::string const format = "format=" + PixFmtDescription::Find(to).GetName();
-    return loss == 0 ? format : fmt::format("{}; lost: {}", format, Conf::GetLossText(loss));
+    std::string const change = fmt::format("{} -> {}", PixFmtDescription::Find(from).GetName(),
+                                           PixFmtDescription::Find(to).GetName());
+    return loss == 0 ? change : fmt::format("{}; lost: {}", change, Conf::GetLossText(loss));
 }
 
 /// Nothing where frames pass untouched.

@@ -48,7 +48,7 @@ private:
 
     SP<IDataVideo> Work(SP<IDataVideo> const& data) override;
     void UpdateFormat(Conf::IFormatCodecVideo& format) const override;
-    /// "format=yuv420p; lost: alpha, chroma resolution".
+    /// "yuva444p -> yuv420p; lost: alpha, chroma resolution".
     std::string DescribeWork(Conf::IFormatCodecVideo const& format) const override;
     void Forget() noexcept override;
 

@@ -5,6 +5,7 @@
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectFactory.h"
 #include "Proc/Interfaces/IEffectStream.h"
+#include "Proc/Interfaces/IOwnWork.h"
 #include "Proc/Interfaces/IResample.h"
 #include "Proc/Settings/Format.h"
 #include "Proc/Wrappers/SafeSwrContext.h"
@@ -22,7 +23,10 @@ namespace Tarsel::Proc {
 /// comes out first, as it was asked for. All operations may be called from any thread; one lock for each
 /// effect. What
 /// GetSettingsBase gives is not to be read while another thread sets settings.
-class ResampleFF : public Core::RefCounted<IResample>, public IEffectStreamAudio, public IEffectDetailsAudio {
+class ResampleFF : public Core::RefCounted<IResample>,
+                   public IEffectStreamAudio,
+                   public IEffectDetailsAudio,
+                   public IOwnWork {
 public:
     /// Creator (see AudioEffectCreator); it uses neither factory.
     static SP<ResampleFF> Create(SP<IEffectFactory const> const& factory,

@@ -1,0 +1,89 @@
+#include "Host/StepPlan.h"
+
+#include "Conf/FormatCodecAudio.h"
+#include "Conf/FormatCodecVideo.h"
+#include "Host/IdleCure.h"
+#include "Host/VideoStep.h"
+#include "Proc/Interfaces/IEffectDetails.h"
+#include "Proc/Interfaces/IOwnWork.h"
+#include "Proc/Settings/Settings.h"
+
+#include <memory>
+
+namespace Tarsel::Host {
+namespace {
+
+SP<Conf::IFormatCodecVideo> Copy(Conf::IFormatCodecVideo const& format) {
+    SP<Conf::IFormatCodecVideo> copy =
+        MakeSP<Conf::FormatCodecVideo>(format.GetPixelFormat(), format.GetFrameInfo());
+    copy->SetColorSpace(format.GetColorSpace());
+    if (format.ExistsDisplayMatrix())
+        copy->SetDisplayMatrix(format.GetDisplayMatrix());
+    return copy;
+}
+
+SP<Conf::IFormatCodecAudio> Copy(Conf::IFormatCodecAudio const& format) {
+    return MakeSP<Conf::FormatCodecAudio>(format.GetSampleInfo());
+}
+
+template <class Effect, class Format, class Details>
+std::string DescribeIdle(Effect& effect, Format const& format, Details const* details) {
+    auto const isIdle = [&] {
+        return details != nullptr ? details->Describe(format).empty() : effect.GetSettingsBase().IsEmpty();
+    };
+    if (!isIdle())
+        return {};
+    std::unique_ptr<Proc::Settings> const settings = effect.GetSettingsBase().Clone();
+    std::string const cure = DescribeCure(*settings, [&](Proc::Settings const& others) {
+        try {
+            effect.SetSettings(others);
+            return isIdle();
+        } catch (std::exception const&) {
+            return true; // what is refused is no cure
+        }
+    });
+    effect.SetSettings(*settings);
+    return (settings->IsEmpty() ? "does nothing" : "does nothing to this input") + cure;
+}
+
+/// All but what is converted around the effect: `format` is what it gets.
+template <class Details, class Effect, class Format>
+StepPlan<Format> Plan(Effect& effect, Format const& format) {
+    StepPlan<Format> plan;
+    auto const* const details = dynamic_cast<Details const*>(&effect);
+    if (details != nullptr)
+        plan.description = details->Describe(format);
+    plan.isFilterText = details != nullptr && dynamic_cast<Proc::IOwnWork const*>(&effect) == nullptr;
+    plan.idle = DescribeIdle(effect, format, details);
+    return plan;
+}
+
+} // namespace
+
+StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const& effect,
+                                           Conf::IFormatCodecVideo const& input) {
+    VideoStep const step(effect, {});
+    Conf::FrameInfo const info = input.GetFrameInfo();
+    SP<Conf::IFormatCodecVideo> inner;
+    if (auto const fit = step.MakeFit({input.GetPixelFormat(), info.width, info.height})) {
+        PictureForm const& form = fit->GetInner();
+        inner = Copy(input);
+        inner->SetPixelFormat(form.format);
+        inner->InitByPixelAspect(form.width, form.height, info.aspectNum, info.aspectDen);
+    }
+    auto plan = Plan<Proc::IEffectDetailsVideo>(*effect, inner ? *inner : input);
+    plan.inner = std::move(inner);
+    plan.output = Copy(input);
+    step.UpdateFormatCodec(plan.output);
+    return plan;
+}
+
+StepPlan<Conf::IFormatCodecAudio> PlanStep(SP<Proc::IOneInputEffectAudio> const& effect,
+                                           Conf::IFormatCodecAudio const& input) {
+    auto plan = Plan<Proc::IEffectDetailsAudio>(*effect, input);
+    plan.output = Copy(input);
+    effect->UpdateFormatCodec(plan.output);
+    return plan;
+}
+
+} // namespace Tarsel::Host

@@ -1,0 +1,7 @@
+#include "Proc/Interfaces/IOwnWork.h"
+
+namespace Tarsel::Proc {
+
+IOwnWork::~IOwnWork() = default;
+
+} // namespace Tarsel::Proc
