@@ -2,6 +2,7 @@
 
 #include "Core/NearNames.h"
 #include "Core/Throw.h"
+#include "Media/EncoderNames.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
@@ -98,12 +99,14 @@ bool WorksInOrdinaryMemory(AVCodec const& encoder) {
            });
 }
 
-std::vector<std::string> ListEncoders(AVMediaType type) {
+/// All of a kind, or those of one codec.
+std::vector<std::string> ListEncoders(AVMediaType type, AVCodecID codec = AV_CODEC_ID_NONE) {
     std::vector<std::string> names;
     void* position = nullptr;
-    while (AVCodec const* const codec = av_codec_iterate(&position))
-        if (av_codec_is_encoder(codec) != 0 && codec->type == type && WorksInOrdinaryMemory(*codec))
-            names.emplace_back(codec->name);
+    while (AVCodec const* const each = av_codec_iterate(&position))
+        if (av_codec_is_encoder(each) != 0 && each->type == type && WorksInOrdinaryMemory(*each) &&
+            (codec == AV_CODEC_ID_NONE || each->id == codec))
+            names.emplace_back(each->name);
     return names;
 }
 
@@ -154,6 +157,10 @@ AVCodecID GetStillCodec(std::filesystem::path const& output) {
 
 } // namespace
 
+std::vector<std::string> ListEncoders(bool isAudio) {
+    return ListEncoders(isAudio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO);
+}
+
 Container ChooseContainer(std::filesystem::path const& output) {
     auto const fail = [&](std::string const& reason) {
         Core::Throw<OptionsException>(
@@ -185,6 +192,11 @@ AVCodec const& FindNamedEncoder(std::string const& name, bool isSound) {
             description);
     };
     AVCodec const* const encoder = avcodec_find_encoder_by_name(name.c_str());
+    if (AVCodecDescriptor const* const codec = avcodec_descriptor_get_by_name(name.c_str());
+        encoder == nullptr && codec != nullptr && codec->type == type)
+        if (auto const encoders = ListEncoders(type, codec->id); !encoders.empty())
+            fail(
+                fmt::format("\"{}\" is a codec; name an encoder of it: {}", name, fmt::join(encoders, ", ")));
     if (encoder == nullptr)
         fail(
             fmt::format("There is no encoder \"{}\"{}", name, Core::NearNamesText(name, ListEncoders(type))));

@@ -363,7 +363,7 @@ void Job::AddNotes(std::vector<std::string> notes) {
 } // namespace
 
 std::vector<Conf::PixFmt> FindPictureFormats(RunOptions const& options) {
-    RunPlan const plan = MakeRunPlan(options);
+    RunPlan const plan = PlanEncoders(options);
     return plan.videoEncoder != nullptr ? GetEncoderRules(*plan.videoEncoder, *plan.container.format).formats
                                         : std::vector<Conf::PixFmt>();
 }

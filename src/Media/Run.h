@@ -98,7 +98,7 @@ struct RunResult {
 };
 
 /// Pixel formats that the encoder of the output's pictures takes; empty: any, or there is no such encoder.
-/// Throws as CheckRun. Any thread.
+/// Throws as CheckRun, but whether input and output exist is not looked at. Any thread.
 TARSEL_MEDIA_API std::vector<Conf::PixFmt> FindPictureFormats(RunOptions const& options);
 
 /// What Run would refuse before it opens the input: paths, container, encoder and its options. For programs

@@ -87,13 +87,20 @@ bool RunPlan::NeedsSound() const noexcept {
     return WantsSoundEncoder() || (options.makeSoundLane && !options.mayLackSound);
 }
 
-RunPlan MakeRunPlan(RunOptions const& options) {
-    CheckInputPath(options.input);
-    CheckOutputPath(options.output, options.input, options.overwrite);
+RunPlan PlanEncoders(RunOptions const& options) {
+    CheckOutputPath(options.output, options.input, true);
     RunPlan plan{options, ChooseContainer(options.output)};
     plan.videoEncoder = PlanVideoEncoder(plan);
     plan.soundEncoder = PlanSoundEncoder(plan);
     CheckTime(plan);
+    return plan;
+}
+
+RunPlan MakeRunPlan(RunOptions const& options) {
+    RunPlan plan = PlanEncoders(options);
+    // Last, so that whoever then asks for overwriting meets no other refusal.
+    CheckInputPath(options.input);
+    CheckOutputPath(options.output, options.input, options.overwrite);
     return plan;
 }
 

@@ -23,6 +23,10 @@ struct RunPlan {
     bool NeedsSound() const noexcept;
 };
 
+/// The plan as far as the options alone go: container and encoders, whatever files there are. Throws as
+/// below.
+RunPlan PlanEncoders(RunOptions const& options);
+
 /// Refuses whatever can be refused before the input is opened: paths, container, encoders and their options.
 /// `options` outlives the result. OptionsException, InputException, OutputException.
 RunPlan MakeRunPlan(RunOptions const& options);
