@@ -7,33 +7,87 @@ namespace {
 
 using ExplainTool = Tool;
 
-TEST_F(ExplainTool, PrintsTheWorkOfEachStep) {
-    auto const result =
-        Run({"explain", "-e", "flip horizontal=1", "-e", "flip horizontal=yes vertical=1", "-e", "transpose",
-             "-e", "transpose step=3", "-e", "display-matrix matrix=7", "--frame", "1920x1080:yuv420p"});
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, "hflip\n"
-                          "vflip[s];[s]hflip\n"
-                          "(passes frames untouched)\n"
-                          "transpose=dir=2\n"
-                          "transpose=clock_flip\n");
+TEST_F(ExplainTool, TellsWhoseWorkEachStepIsAndWhatItMakes) {
+    auto const pictures = Run({"explain", "-e", "flip horizontal vertical=yes", "-e", "transpose", "-e",
+                               "stabilizer", "-e", "transpose step=3", "-e", "display-matrix matrix=7", "-e",
+                               "pixel-format formats=gray", "--frame", "641x480:rgb24"});
+    EXPECT_EQ(pictures.exitCode, 0) << pictures.err;
+    EXPECT_EQ(pictures.out, "input: 641x480 rgb24\n"
+                            "step 1 (flip)\n"
+                            "  filter: vflip[s];[s]hflip\n"
+                            "step 2 (transpose)\n"
+                            "  does nothing; set step\n"
+                            "step 3 (stabilizer)\n"
+                            "  converted to 642x480 yuv444p, and back after\n"
+                            "  filter: vidstabdetect=show=0:shakiness=5:accuracy=15:stepsize=6:mincontrast="
+                            "0.250000:result=transforms.trf\n"
+                            "step 4 (transpose)\n"
+                            "  filter: transpose=dir=2\n"
+                            "  output: 480x641 rgb24\n"
+                            "step 5 (display-matrix)\n"
+                            "  filter: transpose=clock_flip\n"
+                            "  output: 641x480 rgb24\n"
+                            "step 6 (pixel-format)\n"
+                            "  own work: rgb24 -> gray; lost: colour, colour space\n"
+                            "  output: 641x480 gray\n"
+                            "output: 641x480 gray\n");
+
+    auto const audio = Run(
+        {"explain", "-e", "resample rate=44100", "-e", "echo echos=500/0.5", "--audio", "48000:fltp:stereo"});
+    EXPECT_EQ(audio.out, "input: 48000 Hz stereo fltp\n"
+                         "step 1 (resample)\n"
+                         "  own work: 48000 Hz stereo fltp -> 44100 Hz stereo fltp\n"
+                         "  output: 44100 Hz stereo fltp\n"
+                         "step 2 (echo)\n"
+                         "  filter: aecho=1:1:500:0.5\n"
+                         "output: 44100 Hz stereo fltp\n");
 }
 
-TEST_F(ExplainTool, CarriesTheFormatThroughTheSteps) {
-    auto const result = Run({"explain", "-e", "transpose step=1", "-e", "flip", "-e", "transpose step=3",
-                             "--frame", "720x576:yuva420p:16/15", "--json"});
+TEST_F(ExplainTool, JsonTellsTheSame) {
+    auto const result = Run({"explain", "-e", "transpose step=1", "-e", "flip", "-e",
+                             "stabilizer detect=0 path=a", "--frame", "720x577:yuva420p:16/15", "--json"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(nlohmann::json::parse(result.out), nlohmann::json::parse(R"({
-        "input": {"width": 720, "height": 576, "pixelFormat": "yuva420p", "pixelAspect": [16, 15]},
-        "steps": [
-            {"effect": "transpose", "description": "transpose=dir=1",
-             "output": {"width": 576, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}},
-            {"effect": "flip", "description": "",
-             "output": {"width": 576, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}},
-            {"effect": "transpose", "description": "transpose=dir=2",
-             "output": {"width": 720, "height": 576, "pixelFormat": "yuva420p", "pixelAspect": [16, 15]}}
-        ]
-    })"));
+    auto const explained = nlohmann::json::parse(result.out);
+    EXPECT_EQ(explained.at("input"), nlohmann::json::parse(R"(
+        {"width": 720, "height": 577, "pixelFormat": "yuva420p", "pixelAspect": [16, 15]})"));
+    EXPECT_EQ(explained.at("steps").at(0), nlohmann::json::parse(R"(
+        {"effect": "transpose", "work": "filter", "description": "transpose=dir=1", "idle": null,
+         "converted": null,
+         "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
+    EXPECT_EQ(explained.at("steps").at(1), nlohmann::json::parse(R"(
+        {"effect": "flip", "work": "none", "description": "",
+         "idle": "does nothing; set horizontal=1 or vertical=1", "converted": null,
+         "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
+}
+
+/// Every text that is said to be one of FFmpeg's filters is one: the ffmpeg program takes it.
+TEST_F(ExplainTool, FilterTextsRunInFFmpeg) {
+    auto const listed = nlohmann::json::parse(Run({"list", "--json"}).out);
+    int ran = 0;
+    for (auto const& effect : listed.at("effects")) {
+        std::string const id = effect.at("id");
+        std::string const kind = effect.at("kind");
+        if (kind.starts_with("two-input"))
+            continue;
+        bool const isAudio = kind == "audio";
+        auto const explain = [&](std::string const& step) {
+            auto const result = Run({"explain", "-e", step, isAudio ? "--audio" : "--frame",
+                                     isAudio ? "48000:fltp:stereo" : "64x48:yuv420p", "--json"});
+            EXPECT_EQ(result.exitCode, 0) << result.err;
+            return nlohmann::json::parse(result.out).at("steps").at(0);
+        };
+        auto const step = explain(id);
+        if (step.at("work") != "filter")
+            continue;
+        ++ran;
+        std::string const source = isAudio ? "sine=duration=0.1,aformat=fltp:48000:stereo,"
+                                           : "testsrc2=size=64x48:duration=0.1,format=yuv420p,";
+        auto const ffmpeg =
+            RunProcess({"env", "-C", At(""), "ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
+                        source + step.at("description").get<std::string>(), "-f", "null", "-"});
+        EXPECT_EQ(ffmpeg.exitCode, 0) << id << ": " << step << '\n' << ffmpeg.err;
+    }
+    EXPECT_GT(ran, 10);
 }
 
 TEST_F(ExplainTool, TellsWhatIsWrong) {

@@ -102,10 +102,26 @@ TEST_F(ListTool, TextOfOneEffect) {
                                               "  It may change full range, size.\n"
                                               "    step  clockwise rotation\n"
                                               "          integer, 0 to 3 (quarter turns), default 0\n");
-    auto const unknown = Run({"list", "transpos"});
-    EXPECT_EQ(unknown.exitCode, 1);
-    EXPECT_EQ(unknown.err, "tarsel: error: the plug-in \"" TARSEL_PLUGIN
-                           "\" has no effect \"transpos\"; \"tarsel list\" shows those it has\n");
+    auto const getError = [](std::string const& word) {
+        auto const unknown = Run({"list", word});
+        EXPECT_EQ(unknown.exitCode, 1);
+        return unknown.err;
+    };
+    EXPECT_EQ(getError("flipp"), "tarsel: error: There is no effect \"flipp\"; near names: flip\n");
+    EXPECT_EQ(getError("zzz"), "tarsel: error: There is no effect \"zzz\"; \"tarsel list\" shows all\n");
+}
+
+TEST_F(ListTool, WordsFindEffectsByNameThenKeyThenHelp) {
+    auto const find = [](std::string const& word) {
+        std::string ids;
+        for (auto const& effect : ListAsJson(Run({"list", word, "--json"})).at("effects"))
+            ids += effect.at("id").get<std::string>() + ' ';
+        return ids;
+    };
+    EXPECT_EQ(find("flip"), "flip ");
+    EXPECT_EQ(find("transpos"), "transpose ");
+    EXPECT_EQ(find("brightness"), "color-balance ");
+    EXPECT_EQ(find("mirrors"), "flip ");
 }
 
 TEST_F(ListTool, OutputThatCannotBeWritten) {

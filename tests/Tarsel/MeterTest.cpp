@@ -114,7 +114,7 @@ TEST_F(MeterTool, RefusesWhatCannotBe) {
              Case{{wave, "--size", "20x20"}, 1, "--size requires --png" + seeHelp},
              Case{{wave, "--png", At("w.png"), "--size", "20"},
                   1,
-                  "--size \"20\" is no size of a picture: WxH, as 1280x320, each 16 to 8192"},
+                  "--size \"20\" is not WxH, for example 1280x320, each from 16 to 8192"},
              Case{{wave, "--png", old},
                   1,
                   "Cannot write \"" + old + "\": it exists already and may not be overwritten"},

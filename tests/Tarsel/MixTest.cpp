@@ -128,7 +128,7 @@ TEST_F(MixTool, RefusesWhatCannotBe) {
         std::string error;
     };
     for (Case const& c : {
-             Case{{out, a}, 1, "One sound is no mix: two INPUTs are needed, or more"},
+             Case{{out, a}, 1, "Name two INPUTs or more: one alone is no mix"},
              Case{{out, a, b, "--volume", "1"},
                   1,
                   "Inputs: 2, volumes: 1; there is one --volume for each input, in their order, or none"},

@@ -92,8 +92,7 @@ TEST_F(PaletteTool, DithersOnRequest) {
                                             "-frames:v", "1"});
     // Of the ramp's eight stripes, the mean comes near to the original's only by dithering.
     auto const measure = [&](std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(),
-                         {"palette", ramp, At("out.png"), "--overwrite", "--colours", "4"});
+        arguments.insert(arguments.begin(), {"palette", ramp, At("out.png"), "--overwrite", "--colors", "4"});
         EXPECT_EQ(Run(arguments).exitCode, 0);
         auto const shrink = [](std::string const& file) {
             return RunForOutput({"ffmpeg", "-nostdin", "-v", "error", "-i", file, "-vf",

@@ -162,8 +162,9 @@ TEST_F(ReferenceTool, BadOnesAreToldAndNothingIsLeft) {
     auto const sound = MakeFilm("sound.m4a", {"-f", "lavfi", "-i", "sine=duration=0.1"});
     auto const text = MakeFile("text.mp4", "words, no film\n");
     auto const quoted = [](std::string const& path) { return "\"" + path + "\""; };
-    std::string const needs = "midequalizer works on two pictures: it needs reference=FILE, a film or a "
-                              "still picture, for the second";
+    std::string const needs =
+        "midequalizer works on two inputs: give it reference=FILE, a video or an image, "
+        "for the second";
     struct Case {
         std::string step;
         int exitCode;
@@ -210,14 +211,14 @@ TEST_F(ReferenceTool, ListAndExplainKnowThem) {
     EXPECT_EQ(Run({"list", "midequalizer"}).out,
               "midequalizer (two-input video)\n"
               "  brings light and contrast midway to those of a second picture\n"
-              "  It takes its second picture from reference=FILE, a film or a still picture;\n"
-              "  may change full range.\n"
+              "  It takes its second frames from reference=FILE, a video or an image; may\n"
+              "  change full range.\n"
               "    planes  sum of the planes to work on: 1 for the first, 2, 4, 8\n"
               "            integer, 0 to 15, default 15\n");
     auto const explained = Run({"explain", "-e", "flip horizontal=1", "-e",
                                 "midequalizer planes=3 reference=nowhere.mp4", "--frame", "64x48:pal8"});
     EXPECT_EQ(explained.err, "");
-    EXPECT_EQ(explained.out, "hflip\nmidequalizer=planes=3\n");
+    EXPECT_THAT(explained.out, HasSubstr("\nstep 2 (midequalizer)\n  filter: midequalizer=planes=3\n"));
 }
 
 } // namespace

@@ -118,7 +118,7 @@ TEST_F(RunTool, PicturesAreThoseOfTheFilterText) {
              Case{1, {"transpose step=1"}, "transpose=dir=1"},
              Case{1, {"flip horizontal=1 vertical=1", "transpose step=3"}, "vflip,hflip,transpose=dir=2"},
              Case{3, {"flip vertical=1", "transpose step=1"}, "vflip,transpose=dir=1"},
-             Case{8, {"flip"}, "null"},
+             Case{8, {"flip vertical", "flip vertical"}, "null"},
              Case{1, {"display-matrix matrix=5"}, "transpose=cclock_flip"},
          }) {
         SetOrientation(film, c.orientation);
@@ -145,6 +145,49 @@ TEST_F(RunTool, WithoutEffectsThePictureIsCopied) {
     EXPECT_THAT(encoded.err, HasSubstr("Stream 2 (subtitle, mov_text) was left out: "));
     EXPECT_EQ(HashPictures(At("encoded.mkv")), HashPictures(film));
     EXPECT_EQ(Probe(At("encoded.mkv"), "v", "stream=width,height"), "width=1080\nheight=1920\n");
+}
+
+TEST_F(RunTool, StepsThatDoNothingAreNamedAndTheirStreamsCopied) {
+    auto const film = MakePhoneFilm();
+    struct Case {
+        std::vector<std::string> steps;
+        std::vector<std::string> notes;
+        std::string copied;
+    };
+    for (Case const& c : {
+             Case{{"deshake enabled=0", "flip horizontal=0"},
+                  {"step 1 (deshake) does nothing; set enabled=1.",
+                   "step 2 (flip) does nothing; set horizontal=1 or vertical=1."},
+                  "vas"},
+             Case{{"border color=red"},
+                  {"step 1 (border) does nothing; set left, right, top or bottom."},
+                  "vas"},
+             Case{{"resize width=1080 height=1920"},
+                  {"step 1 (resize) does nothing to this input; set width"},
+                  "vas"},
+             Case{{"echo scale=0", "flip horizontal"},
+                  {"step 1 (echo) does nothing; set echos and scale."},
+                  "as"},
+             Case{{"echo scale=2", "deshake"}, {"step 1 (echo) does nothing; set echos."}, "as"},
+             Case{{"echo", "reverb", "flip"},
+                  {"step 3 (flip) does nothing; set horizontal=1 or vertical=1.",
+                   "step 1 (echo) does nothing; set echos."},
+                  "vs"},
+         }) {
+        SCOPED_TRACE(c.steps.front());
+        std::vector<std::string> arguments{film, At("out.mp4"), "--overwrite"};
+        for (std::string const& step : c.steps)
+            arguments.insert(arguments.end(), {"-e", step});
+        auto const result = RunWith(arguments, {});
+        ExpectSuccess(result);
+        for (std::string const& note : c.notes)
+            EXPECT_THAT(result.err, HasSubstr("tarsel: note: " + note));
+        for (std::string const streams : {"v", "a", "s"}) {
+            bool const isCopied = c.copied.find(streams) != std::string::npos;
+            EXPECT_EQ(ProbePackets(At("out.mp4"), streams) == ProbePackets(film, streams), isCopied)
+                << streams;
+        }
+    }
 }
 
 // Where the container cannot hold the codec, the tag is carried out before it is lost.

@@ -72,14 +72,14 @@ TEST_F(ToneTool, RefusesWhatCannotBe) {
     for (Case const& c : {
              Case{{At("a.wav"), "--source", "sine=blah=3"},
                   1,
-                  "--source \"sine=blah=3\" makes no sound: Option not found\n"
+                  "--source \"sine=blah=3\" makes no audio: Option not found\n"
                   "  log: [Parsed_sine_0] Option 'blah' not found\n"},
              Case{{At("a.wav"), "--source", "testsrc2"},
                   1,
-                  "--source \"testsrc2\" makes no sound: Invalid argument\n"},
+                  "--source \"testsrc2\" makes no audio: Invalid argument\n"},
              Case{{At("a.wav"), "--layout", "round"},
                   1,
-                  "--layout \"round\" is no layout of channels, as mono, stereo or 5.1\n"},
+                  "--layout \"round\" is no channel layout, such as mono, stereo or 5.1\n"},
              Case{{At("a.wav"), "--rate", "5"}, 1, "--rate: Value 5 not in range 1000 to 768000\n"},
              Case{{At("a.wav"), "--duration", "0"},
                   1,

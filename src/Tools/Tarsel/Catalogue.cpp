@@ -1,11 +1,17 @@
 #include "Tools/Tarsel/Catalogue.h"
 
+#include "Core/NearNames.h"
 #include "Core/Throw.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/Settings.h"
 #include "Tools/Tarsel/UsageException.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <string_view>
 
 namespace Tarsel::Tools {
 namespace {
@@ -36,21 +42,53 @@ CatalogueEntry Describe(Host::EffectFactory const& factory, Host::EffectEntry co
     return result;
 }
 
+using Search = bool(CatalogueEntry const& entry, std::string_view word);
+
+/// Ways to ask for effects, the narrowest first.
+constexpr std::array<Search*, 4> s_searches{
+    [](CatalogueEntry const& entry, std::string_view word) { return entry.classId == word; },
+    [](CatalogueEntry const& entry, std::string_view word) {
+        return entry.classId.find(word) != std::string::npos;
+    },
+    [](CatalogueEntry const& entry, std::string_view word) {
+        return Proc::FindField(entry.fields, word) != nullptr;
+    },
+    [](CatalogueEntry const& entry, std::string_view word) {
+        auto const mentions = [&](std::string_view text) {
+            return text.find(word) != std::string_view::npos;
+        };
+        return (entry.traits && mentions(entry.traits->summary)) ||
+               std::ranges::any_of(entry.fields, mentions, &Proc::Field::help);
+    },
+};
+
+[[noreturn]] void ThrowUnknown(std::vector<CatalogueEntry> const& entries, std::string const& word) {
+    std::vector<std::string> names;
+    std::ranges::transform(entries, std::back_inserter(names), &CatalogueEntry::classId);
+    std::string const near = Core::NearNamesText(word, names);
+    Core::Throw<UsageException>({"Tools/Tarsel/Catalogue",
+                                 "std::vector<CatalogueEntry> Tarsel::Tools::MakeCatalogue(const Effects &, "
+                                 "const std::string &)"},
+                                fmt::format("There is no effect \"{}\"{}", word,
+                                            near.empty() ? "; \"tarsel list\" shows all" : near));
+}
+
 } // namespace
 
-std::vector<CatalogueEntry> MakeCatalogue(Effects const& effects, std::string const& classId) {
+std::vector<CatalogueEntry> MakeCatalogue(Effects const& effects, std::string const& word) {
     std::vector<CatalogueEntry> entries;
     for (Host::EffectEntry const& entry : effects.registry->GetEntries())
-        if (classId.empty() || classId == entry.classId)
-            entries.push_back(Describe(*effects.factory, entry));
-    if (entries.empty() && !classId.empty())
-        Core::Throw<UsageException>(
-            {"Tools/Tarsel/Catalogue",
-             "std::vector<CatalogueEntry> Tarsel::Tools::MakeCatalogue(const Effects "
-             "&, const std::string &)"},
-            fmt::format("the plug-in \"{}\" has no effect \"{}\"; \"tarsel list\" shows those it has",
-                        effects.plugin.string(), classId));
-    return entries;
+        entries.push_back(Describe(*effects.factory, entry));
+    if (word.empty())
+        return entries;
+    for (Search* const search : s_searches) {
+        std::vector<CatalogueEntry> found;
+        std::ranges::copy_if(entries, std::back_inserter(found),
+                             [&](CatalogueEntry const& entry) { return search(entry, word); });
+        if (!found.empty())
+            return found;
+    }
+    ThrowUnknown(entries, word);
 }
 
 } // namespace Tarsel::Tools

@@ -23,9 +23,10 @@ struct CatalogueEntry {
     std::span<Proc::Field const> fields;
 };
 
-/// The effects of a plug-in in the order of registration; of those called `classId` alone, unless that is
-/// empty. UsageException when there is none of that name. Texts and fields live as long as the plug-in.
-std::vector<CatalogueEntry> MakeCatalogue(Effects const& effects, std::string const& classId);
+/// The effects of a plug-in in the order of registration: all of them, or those of which `word` is the name,
+/// else a part of it, else a key, else in the help. UsageException, with near names, when there are none.
+/// Texts and fields live as long as the plug-in.
+std::vector<CatalogueEntry> MakeCatalogue(Effects const& effects, std::string const& word);
 
 /// What the traits say, for people: "may change full range", "holds back up to 1 frames"; each goes on a
 /// sentence that begins with "It". Of effects that do not tell only what their kind says.

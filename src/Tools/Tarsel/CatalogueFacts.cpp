@@ -35,7 +35,7 @@ std::string DescribeKept(Proc::EffectTraits const& traits, bool isPicture, Proc:
 std::vector<std::string> DescribeFacts(CatalogueEntry const& entry) {
     std::vector<std::string> facts;
     if (entry.kind == Host::EffectKind::TwoInputVideo)
-        facts.emplace_back("takes its second picture from reference=FILE, a film or a still picture");
+        facts.emplace_back("takes its second frames from reference=FILE, a video or an image");
     if (!entry.traits)
         return facts;
     Proc::EffectTraits const& traits = *entry.traits;
@@ -50,7 +50,7 @@ std::vector<std::string> DescribeFacts(CatalogueEntry const& entry) {
     add(traits.roundsToChroma, "rounds sizes and places to whole chroma samples");
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Sometimes, "may change"));
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Never, "does not keep"));
-    add(!traits.frameIndependent, isPicture ? "looks at more than one frame" : "remembers earlier sound");
+    add(!traits.frameIndependent, isPicture ? "looks at more than one frame" : "remembers earlier audio");
     add(traits.delayFrames > 0, fmt::format("holds back up to {} frames", traits.delayFrames));
     add(traits.delayTime > 0,
         fmt::format("holds back up to {} ms", static_cast<double>(traits.delayTime) / 1000));

@@ -2,9 +2,10 @@
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
+#include "Host/StepPlan.h"
 #include "Host/VideoChain.h"
-#include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/Settings.h"
+#include "Proc/Wrappers/FFmpegText.h"
 #include "Tools/Tarsel/FrameText.h"
 #include "Tools/Tarsel/StandardStreams.h"
 #include "Tools/Tarsel/Steps.h"
@@ -12,11 +13,14 @@
 #include "Tools/Tarsel/Verb.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarsel::Tools {
@@ -31,107 +35,145 @@ struct ExplainArguments {
     bool json = false;
 };
 
+/// A format in the two ways it is shown.
+struct FormatText {
+    Json json;
+    /// "720x576 yuv420p, pixels 16:15"
+    std::string words;
+
+    bool operator==(FormatText const& other) const { return words == other.words; }
+};
+
 /// What one step does, and what it makes of the format.
 struct Explanation {
     std::string classId;
+    std::string label;
     /// Nothing when the effect does not tell; "" when what comes in passes untouched.
     std::optional<std::string> description;
-    Json output;
+    bool isFilterText = false;
+    /// What would make an effect work that passes everything untouched; "" for others.
+    std::string idle;
+    /// What the effect gets, where the input is converted for it and the result back.
+    std::optional<FormatText> converted;
+    FormatText output;
 };
 
 /// A format, and for each step what becomes of it.
 struct Explanations {
-    Json input;
+    FormatText input;
     std::vector<Explanation> steps;
 };
 
-Json FormatToJson(Conf::IFormatCodecVideo const& format) {
+FormatText Show(Conf::IFormatCodecVideo const& format) {
     Conf::FrameInfo const frame = format.GetFrameInfo();
-    return {{"width", frame.width},
-            {"height", frame.height},
-            {"pixelFormat", Conf::PixFmtDescription::Find(format.GetPixelFormat()).GetName()},
-            {"pixelAspect", {frame.aspectNum, frame.aspectDen}}};
+    std::string const pixels = Conf::PixFmtDescription::Find(format.GetPixelFormat()).GetName();
+    std::string words = fmt::format("{}x{} {}", frame.width, frame.height, pixels);
+    if (frame.aspectNum != frame.aspectDen)
+        words += fmt::format(", pixels {}:{}", frame.aspectNum, frame.aspectDen);
+    return {{{"width", frame.width},
+             {"height", frame.height},
+             {"pixelFormat", pixels},
+             {"pixelAspect", {frame.aspectNum, frame.aspectDen}}},
+            std::move(words)};
 }
 
-Json FormatToJson(Conf::IFormatCodecAudio const& format) {
+FormatText Show(Conf::IFormatCodecAudio const& format) {
     Conf::SampleInfo const info = format.GetSampleInfo();
-    return {{"rate", info.rate},
-            {"sampleFormat", Conf::SampleFmtRecord::Find(info.format).name},
-            {"channelLayout", info.layout.GetName()}};
+    return {{{"rate", info.rate},
+             {"sampleFormat", Conf::SampleFmtRecord::Find(info.format).name},
+             {"channelLayout", info.layout.GetName()}},
+            Proc::SoundText(info)};
 }
 
-/// What the effect makes of the format where a chain drives it.
-void Update(SP<Proc::IOneInputEffectVideo> const& effect, SP<Conf::IFormatCodecVideo>& format) {
-    Host::VideoChain chain;
-    chain.Append(effect);
-    chain.UpdateFormatCodec(format);
-}
-
-void Update(SP<Proc::IOneInputEffectAudio> const& effect, SP<Conf::IFormatCodecAudio>& format) {
-    effect->UpdateFormatCodec(format);
-}
-
-/// `Details` is the interface through which effects of this kind describe themselves.
-template <class Details, class Effect, class Format>
+template <class Effect, class Format>
 Explanations Explain(std::vector<Step<Effect>> const& steps, SP<Format> format) {
-    Explanations result{FormatToJson(*format), {}};
+    Explanations result{Show(*format), {}};
     for (auto const& [effect, label] : steps) {
-        Explanation step{effect->GetSettingsBase().GetClassId(), {}, {}};
         try {
-            if (auto const* details = dynamic_cast<Details const*>(effect.get()))
-                step.description = details->Describe(*format);
-            Update(effect, format);
+            Host::StepPlan<Format> const plan = Host::PlanStep(effect, *format);
+            result.steps.push_back({effect->GetSettingsBase().GetClassId(),
+                                    label,
+                                    plan.description,
+                                    plan.isFilterText,
+                                    plan.idle,
+                                    {},
+                                    Show(*plan.output)});
+            if (plan.inner)
+                result.steps.back().converted = Show(*plan.inner);
+            format = plan.output;
         } catch (boost::exception& exception) {
             exception << Host::TagStep(label);
             throw;
         }
-        step.output = FormatToJson(*format);
-        result.steps.push_back(std::move(step));
     }
     return result;
 }
 
-std::string ToText(Explanations const& explanations) {
-    std::string text;
-    for (Explanation const& step : explanations.steps) {
-        if (!step.description)
-            text += "(does not tell what it does)";
-        else if (step.description->empty())
-            text += "(passes frames untouched)";
-        else
-            text += *step.description;
-        text += '\n';
-    }
-    return text;
+/// Whose work a step is.
+char const* GetWork(Explanation const& step) {
+    if (!step.description)
+        return "unknown";
+    if (step.description->empty())
+        return "none";
+    return step.isFilterText ? "filter" : "own";
 }
 
-/// An object with "input", the format that goes in, and "steps", an array of objects with "effect";
-/// "description", null when the effect does not tell and "" when what comes in passes untouched; and
-/// "output", the format that comes out. A picture's format has "width", "height", "pixelFormat" and
-/// "pixelAspect", an array of two; that of sound "rate", "sampleFormat" and "channelLayout".
+/// "step 1 (flip)" and below it, indented, what it does; a step's output where it differs from its input.
+std::string ToText(Explanations const& explanations) {
+    std::string text = fmt::format("input: {}\n", explanations.input.words);
+    FormatText const* format = &explanations.input;
+    for (Explanation const& step : explanations.steps) {
+        text += step.label + '\n';
+        if (step.converted)
+            text += fmt::format("  converted to {}, and back after\n", step.converted->words);
+        if (!step.description)
+            text += "  does not tell what it does\n";
+        else if (step.description->empty())
+            text += fmt::format("  {}\n", step.idle);
+        else
+            text += fmt::format("  {}: {}\n", step.isFilterText ? "filter" : "own work", *step.description);
+        if (step.output != *format)
+            text += fmt::format("  output: {}\n", step.output.words);
+        format = &step.output;
+    }
+    return text + fmt::format("output: {}\n", format->words);
+}
+
+/// An object with "input", the format that goes in, and "steps", an array of objects with
+/// - "effect", its class id;
+/// - "work": "filter", a text of FFmpeg's filters; "own", work done without them; "none", what comes in
+/// passes
+///   untouched; "unknown", the effect does not tell;
+/// - "description": that text, or words for people; "" for "none", null for "unknown";
+/// - "idle": for "none" what would make the effect work, else null;
+/// - "converted": the format that the effect gets, where the host converts to it and back, else null;
+/// - "output", the format that comes out.
+/// A picture's format has "width", "height", "pixelFormat" and "pixelAspect", an array of two; that of audio
+/// "rate", "sampleFormat" and "channelLayout".
 std::string ToJson(Explanations const& explanations) {
     Json steps = Json::array();
     for (Explanation const& step : explanations.steps)
         steps.push_back({{"effect", step.classId},
+                         {"work", GetWork(step)},
                          {"description", step.description ? Json(*step.description) : Json()},
-                         {"output", step.output}});
-    Json const document{{"input", explanations.input}, {"steps", std::move(steps)}};
+                         {"idle", step.idle.empty() ? Json() : Json(step.idle)},
+                         {"converted", step.converted ? step.converted->json : Json()},
+                         {"output", step.output.json}});
+    Json const document{{"input", explanations.input.json}, {"steps", std::move(steps)}};
     return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 Explanations ExplainPicture(ExplainArguments const& arguments, std::string const& plugin) {
     FrameText const input = ParseFrameText(arguments.frame);
     References references; // which nobody opens
-    return Explain<Proc::IEffectDetailsVideo>(
-        MakePictureSteps(LoadEffects(plugin), LabelSteps(arguments.effects), references),
-        SP<Conf::IFormatCodecVideo>(MakeSP<Conf::FormatCodecVideo>(input.format, input.frame)));
+    return Explain(MakePictureSteps(LoadEffects(plugin), LabelSteps(arguments.effects), references),
+                   SP<Conf::IFormatCodecVideo>(MakeSP<Conf::FormatCodecVideo>(input.format, input.frame)));
 }
 
 Explanations ExplainSound(ExplainArguments const& arguments, std::string const& plugin) {
     Conf::SampleInfo const input = ParseSampleText(arguments.audio);
-    return Explain<Proc::IEffectDetailsAudio>(
-        MakeSoundSteps(LoadEffects(plugin), LabelSteps(arguments.effects)),
-        SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(input)));
+    return Explain(MakeSoundSteps(LoadEffects(plugin), LabelSteps(arguments.effects)),
+                   SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(input)));
 }
 
 void RunExplain(ExplainArguments const& arguments, Context const& context) {
@@ -152,14 +194,16 @@ Verb AddExplainVerb(CLI::App& app, CommonOptions& common) {
         app.add_subcommand("explain", "Show what effects would do, without media")->group("Verbs");
     auto const arguments = std::make_shared<ExplainArguments>();
     AddEffectOption(*command, arguments->effects)->required();
-    command->add_option("--frame", arguments->frame, "Pictures, WIDTHxHEIGHT:FORMAT[:NUM/DEN]")
-        ->option_text("PICTURES");
-    command->add_option("--audio", arguments->audio, "Sound, RATE:FORMAT:LAYOUT")->option_text("SOUND");
-    command->add_flag("--json", arguments->json, "Write JSON, for programs");
+    command->add_option("--frame", arguments->frame, "Frames that go in, WxH:FORMAT[:NUM/DEN]")
+        ->option_text("FRAME");
+    command->add_option("--audio", arguments->audio, "Audio that goes in, RATE:FORMAT:LAYOUT")
+        ->option_text("AUDIO");
+    command->add_flag("--json", arguments->json, "Print JSON for programs");
     common.AddTo(*command);
-    command->footer("Prints one line for each effect: the work as the effect gives it to its engine.\n"
-                    "EFFECT is \"NAME KEY=VALUE...\". NUM/DEN is a pixel's shape, square without it.\n"
-                    "The reference=FILE of effects on two pictures is not opened.\n\n"
+    command->footer("Shows what each effect does. A \"filter\" line is a text of FFmpeg's filters, as\n"
+                    "\"ffmpeg -vf\" and \"ffmpeg -af\" take it; \"own work\" needs none of them.\n"
+                    "\"converted\" tells of frames that are converted for the effect, and back after.\n"
+                    "NUM/DEN is the pixel aspect, 1/1 unless given. reference=FILE is not opened.\n\n"
                     "Examples:\n"
                     "  tarsel explain -e \"flip horizontal=1\" --frame 1920x1080:yuv420p\n"
                     "  tarsel explain -e \"transpose step=1\" --frame 720x576:yuv420p:16/15 --json");

@@ -1,26 +1,68 @@
 #include "Tools/Tarsel/LaneMaker.h"
 
 #include "Conf/FormatCodecAudio.h"
+#include "Conf/FormatCodecVideo.h"
+#include "Host/StepPlan.h"
 #include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/NotedLane.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace Tarsel::Tools {
+namespace {
+
+/// Adds what is to be said of steps that leave what comes to them as it is, "step 2 (flip) does nothing;
+/// ...", once each. Whether all steps do. `format` is that of the input.
+template <class Effect, class Format>
+bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::vector<std::string>& notes) {
+    bool areAllIdle = true;
+    for (auto const& [effect, label] : steps) {
+        Host::StepPlan<Format> plan;
+        try {
+            plan = Host::PlanStep(effect, *format);
+        } catch (std::exception const&) {
+            return false; // the work itself will say so
+        }
+        if (plan.idle.empty())
+            areAllIdle = false;
+        else if (std::string note = fmt::format("{} {}.", label, plan.idle);
+                 std::ranges::find(notes, note) == notes.end())
+            notes.push_back(std::move(note));
+        format = std::move(plan.output);
+    }
+    return areAllIdle;
+}
+
+} // namespace
 
 std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::Make(Media::VideoStreamInfo const& stream,
                                                           std::vector<PictureStep> const& steps) {
     auto lane = std::make_unique<NotedPictureLane>(m_notes);
-    auto const orientation = stream.orientation.GetOrientation();
-    if (orientation && *orientation != 1)
-        lane->Append(MakeOrientationEffect(m_effects, stream.orientation), "turning upright");
-    if (!orientation)
+    if (auto const turn = MakeTurn(stream))
+        lane->Append(turn, "turning upright");
+    if (!stream.orientation.GetOrientation())
         m_notes.emplace_back(
             "The input's orientation tag is no mirror and no quarter turn: the effects worked "
             "on the picture as it is stored, and the tag is dropped.");
     for (auto const& [effect, label] : steps)
         lane->Append(effect, label);
     return lane;
+}
+
+SP<Proc::IOneInputEffectVideo> LaneMaker::MakeTurn(Media::VideoStreamInfo const& stream) const {
+    auto const orientation = stream.orientation.GetOrientation();
+    return orientation && *orientation != 1 ? MakeOrientationEffect(m_effects, stream.orientation) : nullptr;
+}
+
+bool LaneMaker::NoteIdleSteps(Media::VideoStreamInfo const& stream, std::vector<PictureStep> const& steps) {
+    SP<Conf::IFormatCodecVideo> format =
+        MakeSP<Conf::FormatCodecVideo>(stream.format, stream.frame, stream.frameRate);
+    format->SetColorSpace(stream.space);
+    if (auto const turn = MakeTurn(stream))
+        turn->UpdateFormatCodec(format);
+    return NoteIdle(steps, std::move(format), m_notes);
 }
 
 bool LaneMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
@@ -37,16 +79,22 @@ std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::MakeAnew(Media::VideoStream
 
 Media::SoundLane LaneMaker::MakeSound(Media::SoundStreamInfo const& stream,
                                       std::vector<StepText> const& steps) {
+    auto const makeFormat = [&] {
+        return SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(stream.format));
+    };
+    auto const effects = MakeSoundSteps(m_effects, steps);
+    if (NoteIdle(effects, makeFormat(), m_soundNotes))
+        return {};
     auto lane = std::make_unique<NotedSoundLane>(m_soundNotes);
     int depth = 0;
-    for (auto const& [effect, label] : MakeSoundSteps(m_effects, steps)) {
+    for (auto const& [effect, label] : effects) {
         // A format that is named is wanted; others are what an effect reckons in.
         auto const* const resample = dynamic_cast<Proc::SettingsResample const*>(&effect->GetSettingsBase());
         if (resample != nullptr && resample->format != Conf::SampleFormats::Unknown)
             depth = 8 * Conf::SampleFmtRecord::Find(resample->format).size;
         lane->Append(effect, label);
     }
-    SP<Conf::IFormatCodecAudio> format = MakeSP<Conf::FormatCodecAudio>(stream.format);
+    SP<Conf::IFormatCodecAudio> format = makeFormat();
     lane->UpdateFormatCodec(format);
     return {std::move(lane), format->GetSampleInfo(), depth};
 }

@@ -20,19 +20,26 @@ public:
     /// A lane through the effects, which belong to it from now on. The maker has to live longer.
     std::unique_ptr<Proc::IEffectStreamVideo> Make(Media::VideoStreamInfo const& stream,
                                                    std::vector<PictureStep> const& steps);
+    /// Notes which of the steps leave the pictures as they are, and what would make them work. Whether all
+    /// do.
+    bool NoteIdleSteps(Media::VideoStreamInfo const& stream, std::vector<PictureStep> const& steps);
     /// Whether a stream that no effects are wanted for needs a lane all the same: it cannot be copied, and
     /// loses the tag by which viewers would turn it.
     static bool HasToTurn(Media::VideoStreamInfo const& stream);
     /// A lane for pictures that were to be copied and cannot be, and a note about it.
     std::unique_ptr<Proc::IEffectStreamVideo> MakeAnew(Media::VideoStreamInfo const& stream,
                                                        std::vector<PictureStep> const& steps);
-    /// A lane through effects of its own for a sound stream.
+    /// A lane through effects of its own for a sound stream; none where all of them leave it as it is. Notes
+    /// which of them do.
     Media::SoundLane MakeSound(Media::SoundStreamInfo const& stream, std::vector<StepText> const& steps);
     Effects const& GetEffects() const noexcept { return m_effects; }
     /// What the user should know of the work of the lanes, once they have ended.
     std::vector<std::string> GetNotes() const;
 
 private:
+    /// The orientation in which effects get the pictures; null for that in which they are stored.
+    SP<Proc::IOneInputEffectVideo> MakeTurn(Media::VideoStreamInfo const& stream) const;
+
     Effects m_effects;
     std::vector<std::string> m_notes;
     /// Apart, since lanes for sound work on another thread.

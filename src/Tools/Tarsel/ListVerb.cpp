@@ -32,12 +32,14 @@ Verb AddListVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
         app.add_subcommand("list", "Show the effects and their parameters")->group("Verbs");
     auto const arguments = std::make_shared<ListArguments>();
-    command->add_option("EFFECT", arguments->effect, "Show this effect alone")->option_text(" ");
-    command->add_flag("--json", arguments->json, "Write JSON, for programs");
+    command->add_option("EFFECT", arguments->effect, "Show this effect, or those that a word finds")
+        ->option_text(" ");
+    command->add_flag("--json", arguments->json, "Print JSON for programs");
     common.AddTo(*command);
     command->footer("Examples:\n"
                     "  tarsel list\n"
                     "  tarsel list transpose\n"
+                    "  tarsel list brightness\n"
                     "  tarsel list --json | jq -r '.effects[].id'");
     return {command, [arguments](Context const& context) { List(*arguments, context); }};
 }

@@ -1,5 +1,6 @@
 #include "Host/ErrorReport.h"
 #include "Host/FFmpegMessages.h"
+#include "Tools/Tarsel/ArgumentHints.h"
 #include "Tools/Tarsel/Console.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/StandardStreams.h"
@@ -43,12 +44,14 @@ ExitCode Explain(Console& console, CLI::App const& app, CLI::ParseError const& e
     std::string command = "tarsel";
     for (CLI::App const* const verb : app.get_subcommands())
         command += ' ' + verb->get_name();
-    console.Print(fmt::format("tarsel: error: {}\nSee \"{} --help\".", error.what(), command));
+    std::string const hint = ExplainLeftovers(app);
+    console.Print(
+        fmt::format("tarsel: error: {}\nSee \"{} --help\".", hint.empty() ? error.what() : hint, command));
     return ExitCode::BadArguments;
 }
 
 ExitCode Run(int argc, char const* const* argv, Console& console) {
-    CLI::App app("Passes films and pictures through effects.", "tarsel");
+    CLI::App app("Applies effects to video, images and audio.", "tarsel");
     app.require_subcommand(0, 1);
     app.get_formatter()->column_width(30);
     app.get_formatter()->label("SUBCOMMAND", "VERB");
@@ -56,10 +59,10 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     app.footer(DescribeExitCodes() + "\n\"tarsel VERB --help\" tells more about each verb.");
 
     CommonOptions options;
-    std::array const verbs{AddRunVerb(app, options),     AddStabilizeVerb(app, options),
-                           AddPaletteVerb(app, options), AddMixVerb(app, options),
-                           AddToneVerb(app, options),    AddMeterVerb(app, options),
-                           AddListVerb(app, options),    AddExplainVerb(app, options)};
+    std::array const verbs{
+        AddRunVerb(app, options),  AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
+        AddMixVerb(app, options),  AddToneVerb(app, options),      AddMeterVerb(app, options),
+        AddListVerb(app, options), AddExplainVerb(app, options),   AddCompleteVerb(app, options)};
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
@@ -69,9 +72,8 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     auto const verb =
         std::find_if(verbs.begin(), verbs.end(), [](Verb const& v) { return v.command->parsed(); });
     if (verb == verbs.end()) {
-        console.Print("tarsel: error: a verb is missing: run, stabilize, palette, mix, tone, meter, "
-                      "list or explain\n"
-                      "See \"tarsel --help\".");
+        console.Print(
+            fmt::format("tarsel: error: a verb is missing: {}\nSee \"tarsel --help\".", ListVerbs(app)));
         return ExitCode::BadArguments;
     }
 

@@ -7,17 +7,19 @@
 namespace Tarsel::Tools {
 
 void MediaArguments::AddTo(CLI::App& command) {
-    command.add_option("INPUT", input, "Film, still picture or sound to read")->required()->option_text(" ");
-    command.add_option("OUTPUT", output, "File to write; its name tells the container")
+    command.add_option("INPUT", input, "Video, image or audio file to read")->required()->option_text(" ");
+    command.add_option("OUTPUT", output, "File to write; its extension sets the container")
         ->required()
         ->option_text(" ");
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
-    command.add_option("--video-codec", videoCodec, "FFmpeg encoder to use, as libx264")->option_text("NAME");
-    command.add_option("--video-option", videoOptions, "Option of the encoder, as crf=18")
+    command.add_option("--video-codec", videoCodec, "FFmpeg encoder for video, such as libx264")
+        ->option_text("NAME");
+    command.add_option("--video-option", videoOptions, "Option of that encoder, such as crf=18")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
-    command.add_option("--audio-codec", audioCodec, "The same for sound, as flac")->option_text("NAME");
-    command.add_option("--audio-option", audioOptions, "Option of the sound's encoder, as b=192k")
+    command.add_option("--audio-codec", audioCodec, "FFmpeg encoder for audio, such as flac")
+        ->option_text("NAME");
+    command.add_option("--audio-option", audioOptions, "Option of that encoder, such as b=192k")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
     command.add_option("--threads", threads, "Threads for all effects, and for each codec")

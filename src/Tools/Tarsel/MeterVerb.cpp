@@ -53,7 +53,7 @@ PictureSize ParseSize(std::string const& text) {
     if (!isLegal(width) || !isLegal(height))
         Core::Throw<UsageException>(
             {"Tools/Tarsel/MeterVerb", "PictureSize Tarsel::Tools::ParseSize(const std::string &)"},
-            fmt::format("--size \"{}\" is no size of a picture: WxH, as 1280x320, each {} to {}", text,
+            fmt::format("--size \"{}\" is not WxH, for example 1280x320, each from {} to {}", text,
                         s_leastSide, s_mostSide));
     return {static_cast<std::uint32_t>(*width), static_cast<std::uint32_t>(*height)};
 }
@@ -111,25 +111,25 @@ void Meter(MeterArguments const& arguments, Context const& context) {
 } // namespace
 
 Verb AddMeterVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command = app.add_subcommand("meter", "Show how loud sound is")->group("Verbs");
+    CLI::App* const command = app.add_subcommand("meter", "Measure how loud audio is")->group("Verbs");
     auto const arguments = std::make_shared<MeterArguments>();
-    command->add_option("INPUT", arguments->input, "Sound, or film whose best sound is measured")
+    command->add_option("INPUT", arguments->input, "Audio, or a video whose best audio is measured")
         ->required()
         ->option_text(" ");
-    AddSecondsOption(*command, "--interval", arguments->interval, "Length of a row; usual: about 40 rows",
+    AddSecondsOption(*command, "--interval", arguments->interval, "Length of a row; default: about 40 rows",
                      {0.001, 86400});
-    command->add_flag("--json", arguments->json, "Write JSON, for programs");
+    command->add_flag("--json", arguments->json, "Print JSON for programs");
     CLI::Option* const png =
-        command->add_option("--png", arguments->picture, "Draw the waveform too, as wave.png")
+        command->add_option("--png", arguments->picture, "Also draw the waveform into FILE")
             ->option_text("FILE");
-    command->add_option("--size", arguments->size, "Size of that, as 1280x320")
+    command->add_option("--size", arguments->size, "Size of that image, such as 1280x320")
         ->option_text("WxH")
         ->needs(png);
-    command->add_flag("--overwrite", arguments->overwrite, "Replace that if it exists");
+    command->add_flag("--overwrite", arguments->overwrite, "Replace that image if it exists");
     common.AddTo(*command);
-    command->footer("Peak and rms of each channel over time, and of all. The peak is the largest\n"
-                    "magnitude of a sample (not between samples); 0 dB is full scale, and a sine at\n"
-                    "full scale has an rms of -3.0 dB. Silence is -inf.\n\n" +
+    command->footer("Shows peak and rms of each channel, for each interval and overall. The peak is\n"
+                    "the largest magnitude of a sample (not between samples); 0 dB is full scale, and\n"
+                    "a full-scale sine has an rms of -3.0 dB. Silence is -inf.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel meter song.mp3\n"

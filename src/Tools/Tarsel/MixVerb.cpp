@@ -56,8 +56,7 @@ std::vector<double> ParseVolumes(MixArguments const& arguments) {
     constexpr char const* signature = "std::vector<double> Tarsel::Tools::ParseVolumes(const MixArguments &)";
     std::size_t const inputs = arguments.inputs.size();
     if (inputs < 2)
-        Core::Throw<UsageException>({s_file, signature},
-                                    "One sound is no mix: two INPUTs are needed, or more");
+        Core::Throw<UsageException>({s_file, signature}, "Name two INPUTs or more: one alone is no mix");
     if (arguments.volumes.empty())
         return std::vector<double>(inputs, 1);
     if (arguments.volumes.size() != inputs)
@@ -178,23 +177,23 @@ void Mix(MixArguments const& arguments, Context const& context) {
 } // namespace
 
 Verb AddMixVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command = app.add_subcommand("mix", "Mix sounds into one")->group("Verbs");
+    CLI::App* const command = app.add_subcommand("mix", "Mix audio files into one")->group("Verbs");
     auto const arguments = std::make_shared<MixArguments>();
     arguments->sound.AddOutputTo(*command);
-    command->add_option("INPUT", arguments->inputs, "Two or more sounds, or films with sound")
+    command->add_option("INPUT", arguments->inputs, "Two or more audio files, or videos with audio")
         ->required()
         ->option_text(" ");
-    command->add_option("--volume", arguments->volumes, "Of an input, as 0.5 or -6dB; one for each")
+    command->add_option("--volume", arguments->volumes, "Of an INPUT, such as 0.5 or -6dB; one for each")
         ->option_text("V")
         ->allow_extra_args(false);
     arguments->sound.AddOptionsTo(*command);
     common.AddTo(*command);
-    command->footer("All begin together; the mix is as long as the longest, the others are silent\n"
-                    "after their end. It has the highest rate and the most channels of them, and as\n"
-                    "many bits a sample as the finest (compressed sound counts as 16). Of a film its\n"
-                    "best sound is taken. Nothing is clipped before all are added up; a note tells\n"
-                    "when the sum was. Without --volume all go in as they are; a negative factor\n"
-                    "turns a sound over.\n\n" +
+    command->footer("All inputs begin together; the mix lasts as long as the longest, and the others\n"
+                    "are silent after their end. It has their highest sample rate, their most\n"
+                    "channels, and as many bits per sample as the finest (compressed audio counts as\n"
+                    "16). Of a video its best audio is taken. Clipping happens once, at the end; a\n"
+                    "note says when. Without --volume all inputs go in as they are; a negative\n"
+                    "factor inverts.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel mix out.wav voice.wav music.mp3 --volume 1 --volume -12dB\n"

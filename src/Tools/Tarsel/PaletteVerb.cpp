@@ -22,13 +22,13 @@ namespace {
 
 struct PaletteArguments {
     MediaArguments media;
-    int colours = 255;
+    int colors = 255;
     bool dither = false;
     std::string background;
     std::optional<double> at;
 
     std::string MakeSettings() const {
-        std::string settings = fmt::format("colours={} dither={:d}", colours, dither);
+        std::string settings = fmt::format("colours={} dither={:d}", colors, dither);
         if (!background.empty())
             settings += " \"background=" + background + '"';
         return settings;
@@ -56,26 +56,25 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
 } // namespace
 
 Verb AddPaletteVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command =
-        app.add_subcommand("palette", "Reduce pictures to a few colours")->group("Verbs");
+    CLI::App* const command = app.add_subcommand("palette", "Reduce images to a few colors")->group("Verbs");
     auto const arguments = std::make_shared<PaletteArguments>();
     arguments->media.AddTo(*command);
-    command
-        ->add_option("--colours,--colors", arguments->colours, "Colours of a picture beside black, 1 to 255")
+    command->add_option("--colors,--colours", arguments->colors, "Colors of a frame besides black, 1 to 255")
         ->option_text("N")
         ->check(CLI::Range(1, 255));
-    command->add_flag("--dither", arguments->dither, "Spread the error over neighbouring pixels");
-    command->add_option("--background", arguments->background, "Colour behind transparent pixels, as ffffff")
-        ->option_text("COLOUR");
+    command->add_flag("--dither", arguments->dither, "Spread the error over neighboring pixels");
+    command
+        ->add_option("--background", arguments->background, "Color behind transparent pixels, such as ffffff")
+        ->option_text("COLOR");
     AddAtOption(*command, arguments->at);
     common.AddTo(*command);
-    command->footer("Every picture gets a palette of its own. OUTPUT is a file that holds palettes: .png,\n"
-                    ".gif, .bmp, .tiff, or a film (.avi, .mkv, .nut) with --video-codec\n"
-                    "rawvideo.\n\n" +
+    command->footer("Every frame gets a palette of its own. OUTPUT is a file that holds palettes:\n"
+                    ".png, .gif, .bmp, .tiff, or a video (.avi, .mkv, .nut) with\n"
+                    "--video-codec rawvideo.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
-                    "  tarsel palette photo.png small.png --colours 16 --dither\n"
-                    "  tarsel palette film.mp4 film.gif --colours 64");
+                    "  tarsel palette photo.png small.png --colors 16 --dither\n"
+                    "  tarsel palette film.mp4 film.gif --colors 64");
     return {command, [arguments](Context const& context) { MakePalettes(*arguments, context); }};
 }
 

@@ -52,9 +52,10 @@ private:
     /// Only where there is something to do: copying takes no plug-in.
     std::optional<LaneMaker> m_maker;
     References m_references;
-    /// Whether the picture has to be decoded and encoded; otherwise it is copied as it is where that can be.
-    bool m_worksOnPicture;
-    bool m_makesPalettes;
+    /// Whether the options alone want the picture encoded. Otherwise it is copied as it is where that can be,
+    /// unless a step does something.
+    bool m_encodesPicture = false;
+    bool m_makesPalettes = false;
     std::vector<PictureStep> m_pictureSteps;
     std::vector<StepText> m_soundSteps;
 };
@@ -67,19 +68,19 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
         steps = SortSteps(GetMaker().GetEffects(), arguments.effects);
     if (!steps.picture.empty())
         m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
-    m_worksOnPicture = !m_pictureSteps.empty() || !m_options.videoEncoder.empty() ||
-                       !m_options.videoEncoderOptions.empty() || m_options.at;
-    m_makesPalettes = HoldsOnlyPalettes(m_options);
+    m_encodesPicture =
+        !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
     m_options.makeVideoLane = [this](Media::VideoStreamInfo const& stream) { return MakeLane(stream); };
-    m_options.mayLackPictures = !m_worksOnPicture;
+    m_options.mayLackPictures = m_pictureSteps.empty() && !m_encodesPicture;
 
     m_soundSteps = std::move(steps.sound);
-    if (m_soundSteps.empty())
-        return;
-    (void)MakeSoundSteps(GetMaker().GetEffects(), m_soundSteps); // for what they refuse
-    m_options.makeSoundLane = [this](Media::SoundStreamInfo const& stream) {
-        return GetMaker().MakeSound(stream, m_soundSteps);
-    };
+    if (!m_soundSteps.empty()) {
+        (void)MakeSoundSteps(GetMaker().GetEffects(), m_soundSteps); // for what they refuse
+        m_options.makeSoundLane = [this](Media::SoundStreamInfo const& stream) {
+            return GetMaker().MakeSound(stream, m_soundSteps);
+        };
+    }
+    m_makesPalettes = HoldsOnlyPalettes(m_options);
 }
 
 LaneMaker& Work::GetMaker() {
@@ -89,15 +90,17 @@ LaneMaker& Work::GetMaker() {
 }
 
 std::unique_ptr<Proc::IEffectStreamVideo> Work::MakeLane(Media::VideoStreamInfo const& stream) {
-    bool const isCopied = stream.copyObstacle.empty() && !m_worksOnPicture;
-    if (isCopied || !(m_worksOnPicture || m_makesPalettes || LaneMaker::HasToTurn(stream)))
+    bool const hasWork = !m_pictureSteps.empty() && !GetMaker().NoteIdleSteps(stream, m_pictureSteps);
+    bool const isEncoded = m_encodesPicture || hasWork;
+    bool const isCopied = stream.copyObstacle.empty() && !isEncoded;
+    if (isCopied || !(isEncoded || m_makesPalettes || LaneMaker::HasToTurn(stream)))
         return nullptr;
     LaneMaker& maker = GetMaker();
     std::vector<PictureStep> steps = m_pictureSteps;
     if (m_makesPalettes)
         steps.push_back(MakePaletteStep(maker.GetEffects()));
     m_references.Open(maker.GetEffects(), stream.start, m_stop);
-    return m_worksOnPicture ? maker.Make(stream, steps) : maker.MakeAnew(stream, steps);
+    return isEncoded ? maker.Make(stream, steps) : maker.MakeAnew(stream, steps);
 }
 
 std::vector<std::string> Work::GetNotes() const {
@@ -118,19 +121,19 @@ void RunMedia(RunArguments const& arguments, Context const& context) {
 } // namespace
 
 Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command =
-        app.add_subcommand("run", "Pass a film or sound through effects")->group("Verbs");
+    CLI::App* const command = app.add_subcommand("run", "Apply effects to video or audio")->group("Verbs");
     auto const arguments = std::make_shared<RunArguments>();
     arguments->media.AddTo(*command);
     AddEffectOption(*command, arguments->effects);
     AddAtOption(*command, arguments->at);
     common.AddTo(*command);
-    command->footer("EFFECT is \"NAME KEY=VALUE...\"; \"tarsel list\" shows names and keys. Effects see\n"
-                    "the picture upright, as its orientation tag asks; effects on sound work on every\n"
-                    "sound stream. Subtitles, chapters and metadata are copied; so are picture and\n"
-                    "sound where OUTPUT can hold their codecs, unless there are effects or options\n"
-                    "for encoding them. An effect on two pictures takes the second from\n"
-                    "reference=FILE, a film from the same start on or a still picture.\n\n" +
+    command->footer("EFFECT is \"NAME KEY=VALUE...\"; a flag alone means 1, as in \"flip horizontal\".\n"
+                    "\"tarsel list\" shows names and keys. Video effects see frames upright, as the\n"
+                    "orientation tag asks; audio effects apply to every audio stream. Subtitles,\n"
+                    "chapters and metadata are copied. Video and audio are copied too where no\n"
+                    "effect changes them and OUTPUT can hold their codecs, unless an encoder or its\n"
+                    "options are named. An effect on two inputs takes the second from\n"
+                    "reference=FILE: a video from the same start on, or an image.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel run in.mp4 out.mp4 -e \"flip horizontal=1\" -e \"transpose step=1\"\n"

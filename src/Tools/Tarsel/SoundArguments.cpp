@@ -7,15 +7,15 @@
 namespace Tarsel::Tools {
 
 void SoundArguments::AddOutputTo(CLI::App& command) {
-    command.add_option("OUTPUT", output, "Sound file to write; its name tells the container")
+    command.add_option("OUTPUT", output, "Audio file to write; its extension sets the container")
         ->required()
         ->option_text(" ");
 }
 
 void SoundArguments::AddOptionsTo(CLI::App& command) {
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
-    command.add_option("--audio-codec", audioCodec, "FFmpeg encoder to use, as flac")->option_text("NAME");
-    command.add_option("--audio-option", audioOptions, "Option of the encoder, as b=192k")
+    command.add_option("--audio-codec", audioCodec, "FFmpeg encoder, such as flac")->option_text("NAME");
+    command.add_option("--audio-option", audioOptions, "Option of that encoder, such as b=192k")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
     command.add_flag("--quiet", quiet, "Print nothing but errors");

@@ -82,14 +82,14 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
 
 Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("stabilize", "Take the camera's shake out of a film")->group("Verbs");
+        app.add_subcommand("stabilize", "Remove camera shake from a video")->group("Verbs");
     auto const arguments = std::make_shared<StabilizeArguments>();
     arguments->media.AddTo(*command);
-    command->add_option("SETTINGS", arguments->settings, "Settings of the stabilizer, as smoothing=30")
+    command->add_option("SETTINGS", arguments->settings, "Settings of the stabilizer, such as smoothing=30")
         ->option_text("KEY=VALUE...");
     common.AddTo(*command);
-    command->footer("Goes through the film twice: once to find out how the camera moved, once to move every\n"
-                    "picture back. \"tarsel list stabilizer\" shows the settings.\n\n" +
+    command->footer("Reads the video twice: once to find out how the camera moved, once to move\n"
+                    "every frame back. \"tarsel list stabilizer\" shows the settings.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel stabilize shaky.mp4 steady.mp4\n"

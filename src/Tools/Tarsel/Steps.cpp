@@ -48,8 +48,7 @@ SP<Proc::IOneInputEffectVideo> MakePairedEffect(Effects const& effects, Host::Ef
             {"Tools/Tarsel/Steps",
              "SP<IOneInputEffectVideo> Tarsel::Tools::MakePairedEffect(const Effects &, EffectStep, "
              "References &)"},
-            fmt::format("{} works on two pictures: it needs reference=FILE, a film or a still picture, for "
-                        "the second",
+            fmt::format("{} works on two inputs: give it reference=FILE, a video or an image, for the second",
                         step.classId));
     auto effect = Host::MakeTwoInputVideoEffect(*effects.factory, step);
     return Host::PairEffect(std::move(effect), references.Add(*reference));

@@ -52,7 +52,7 @@ SP<Proc::IAudioGenerator> MakeGenerator(std::string const& source, std::string c
         Core::Throw<UsageException>(
             {s_file, "SP<Proc::IAudioGenerator> Tarsel::Tools::MakeGenerator(const std::string &, const "
                      "std::string &)"},
-            fmt::format("--source \"{}\" makes no sound: {}", source,
+            fmt::format("--source \"{}\" makes no audio: {}", source,
                         error != nullptr ? Proc::GetFFmpegErrorText(*error) : failure.what()));
     }
 }
@@ -65,7 +65,7 @@ std::optional<Conf::ChannelLayout> ParseLayout(std::string const& name) {
     if (!layout)
         Core::Throw<UsageException>(
             {s_file, "std::optional<Conf::ChannelLayout> Tarsel::Tools::ParseLayout(const std::string &)"},
-            fmt::format("--layout \"{}\" is no layout of channels, as mono, stereo or 5.1", name));
+            fmt::format("--layout \"{}\" is no channel layout, such as mono, stereo or 5.1", name));
     return layout;
 }
 
@@ -137,23 +137,23 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
 } // namespace
 
 Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command = app.add_subcommand("tone", "Make sound out of nothing")->group("Verbs");
+    CLI::App* const command = app.add_subcommand("tone", "Generate audio")->group("Verbs");
     auto const arguments = std::make_shared<ToneArguments>();
     arguments->sound.AddOutputTo(*command);
-    command->add_option("--source", arguments->source, "FFmpeg filters that begin with a source of sound")
+    command->add_option("--source", arguments->source, "FFmpeg filters that begin with an audio source")
         ->option_text("TEXT");
     AddSecondsOption(*command, "--duration", arguments->duration,
-                     "Length; usual: 5, or where the source ends", {1e-6, 1e6});
-    command->add_option("--rate", arguments->rate, "Samples a second; usual: the source's")
+                     "Length; default: 5, or where the source ends", {1e-6, 1e6});
+    command->add_option("--rate", arguments->rate, "Sample rate; default: that of the source")
         ->option_text("N")
         ->check(CLI::Range(1000, 768000));
-    command->add_option("--layout", arguments->layout, "Channels, as stereo; usual: the source's")
+    command->add_option("--layout", arguments->layout, "Channel layout; default: that of the source")
         ->option_text("NAME");
     arguments->sound.AddOptionsTo(*command);
     common.AddTo(*command);
-    command->footer("TEXT is \"sine=frequency=440\" where none is given. A source that ends earlier\n"
-                    "ends the file. --rate and --layout convert what comes out of TEXT; better still\n"
-                    "the source makes it so: \"sine=sample_rate=48000\".\n\n" +
+    command->footer("TEXT defaults to \"sine=frequency=440\". A source that ends earlier ends the\n"
+                    "file. --rate and --layout convert what TEXT gives; better, let the source make\n"
+                    "it so: \"sine=sample_rate=48000\".\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel tone a.wav --duration 10\n"

@@ -21,18 +21,18 @@ std::string CheckTime(std::string const& text) {
 } // namespace
 
 void CommonOptions::AddTo(CLI::App& command) {
-    command.add_option("--plugin", plugin, "Plug-in to load instead of the usual one")->option_text("FILE");
-    command.add_flag("--verbose", verbose, "Show FFmpeg's log, and where failures come from");
+    command.add_option("--plugin", plugin, "Plug-in to load instead of the default one")->option_text("FILE");
+    command.add_flag("--verbose", verbose, "Show FFmpeg's log and where failures come from");
 }
 
 CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effects) {
-    return command.add_option("-e,--effect", effects, "An effect; may be repeated, order counts")
+    return command.add_option("-e,--effect", effects, "Effect to apply; repeat for more, in order")
         ->option_text("EFFECT")
         ->allow_extra_args(false);
 }
 
 void AddAtOption(CLI::App& command, std::optional<double>& at) {
-    command.add_option("--at", at, "Time of the frame for a still picture")
+    command.add_option("--at", at, "Time of the frame to write as an image")
         ->option_text("SECONDS")
         ->check(CheckTime, "");
 }
