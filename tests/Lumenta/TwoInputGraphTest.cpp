@@ -2,6 +2,7 @@
 #include "Core/CoreExceptions.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h"
+#include "Proc/Wrappers/FFmpegText.h"
 #include "Support/AllocationLimit.h"
 #include "Support/Watch.h"
 
@@ -11,6 +12,7 @@
 #include <optional>
 
 extern "C" {
+#include <libavfilter/avfilter.h>
 #include <libavutil/error.h>
 #include <libavutil/frame.h>
 }
@@ -46,10 +48,21 @@ struct BadGraph {
     Conf::FrameInfo second{32, 16, 4, 3};
 };
 
+/// What FFmpeg answers to a filter it does not know: a code of its own since 7.1.
+int GetUnknownFilterError() {
+    AVFilterGraph* graph = avfilter_graph_alloc();
+    AVFilterInOut* inputs = nullptr;
+    AVFilterInOut* outputs = nullptr;
+    int const error = avfilter_graph_parse2(graph, "nosuch", &inputs, &outputs);
+    avfilter_graph_free(&graph);
+    return error;
+}
+
 TEST(TwoInputGraph, SaysWhatWasTried) {
     std::string const noSink = "there is no Parsed_buffersink_3: the description is not that of one filter";
     FFmpegWatch const quiet;
-    for (BadGraph const& bad : {BadGraph{"nosuch", AVERROR(EINVAL), "Invalid argument"},
+    int const unknown = GetUnknownFilterError();
+    for (BadGraph const& bad : {BadGraph{"nosuch", unknown, Proc::GetFFmpegErrorText(unknown)},
                                 {"midequalizer=planes=16", AVERROR(ERANGE), "Numerical result out of range"},
                                 {"vflip", AVERROR(EINVAL), "Invalid argument"},
                                 {"scale2ref", AVERROR(EINVAL), "Invalid argument"},

@@ -36,8 +36,8 @@ TEST(AudioGraph, SourceArgs) {
               "time_base=1/1000000:sample_rate=2147483647:sample_fmt=u8:channel_layout=0xffffffff0000000f");
     EXPECT_EQ(args(SampleFormats::S16, 8000, {0, 1}),
               "time_base=1/1000000:sample_rate=8000:sample_fmt=s16:channel_layout=0x4");
-    EXPECT_EQ(args(SampleFormats::S16, 8000, {0, 12}),
-              "time_base=1/1000000:sample_rate=8000:sample_fmt=s16:channels=12");
+    EXPECT_EQ(args(SampleFormats::S16, 8000, {0, 61}),
+              "time_base=1/1000000:sample_rate=8000:sample_fmt=s16:channels=61");
     EXPECT_EQ(args(SampleFormats::Unknown, -1, {}),
               "time_base=1/1000000:sample_rate=-1:sample_fmt=unknown:channel_layout=0x0");
 }

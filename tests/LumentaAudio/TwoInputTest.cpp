@@ -6,10 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-
-extern "C" {
-#include <libavutil/error.h>
-}
+#include <optional>
 
 namespace Tarsel::Test {
 namespace {
@@ -155,7 +152,7 @@ TEST(TwoInputSound, SaysWhatWasTried) {
     auto const graph = EffectFFMPEGTwoInputAudio::Create("amix", s_mono, s_mono);
     EXPECT_EQ(Catch([&] { graph->PushLeft(MakeConstant(10, 0, s_stereo)); }).text, "Cannot process graph");
     graph->EndLeft();
-    EXPECT_EQ(Catch([&] { graph->PushLeft(MakeConstant(10, 0)); }).ffmpegError, AVERROR(EINVAL));
+    EXPECT_NE(Catch([&] { graph->PushLeft(MakeConstant(10, 0)); }).ffmpegError, std::nullopt);
 }
 
 } // namespace

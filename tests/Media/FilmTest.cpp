@@ -157,8 +157,8 @@ TEST_P(FilmTimes, ComeOutAsTheyWentIn) {
     ASSERT_GT(in.pictures.size(), 5U);
     EXPECT_EQ(out.GetTimes(), in.GetTimes());
     EXPECT_EQ(out.GetHashes(), in.GetHashes());
-    // In MP4 a picture lasts until the next; only the last one says itself.
-    if (GetParam().output == "mp4" && GetParam().saysLastDuration) {
+    // In MP4 a picture lasts until the next; only the last one says itself, where the encoder was told.
+    if (GetParam().output == "mp4" && GetParam().saysLastDuration && in.pictures.back().duration > 0) {
         EXPECT_EQ(out.pictures.back().duration, in.pictures.back().duration);
     }
     ExpectSameCopies(in, out);

@@ -307,7 +307,7 @@ TEST_F(Sound, ChangesOfFormatAreConverted) {
     Media::RunResult const result = Media::Run(SoundOptions(
         "in.wav", "out.wav", MakeSound([&](Block const& block) {
             auto info = block->GetSampleInfo();
-            if (++number < 20)
+            if (++number < 8)
                 return Blocks{block};
             info.rate = 24000;
             info.format = Conf::SampleFormats::Float;

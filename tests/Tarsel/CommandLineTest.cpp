@@ -85,7 +85,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
              Case{{"run", "missing.mp4", "o.mp4", "--at", "nan"},
                   "--at: \"nan\" is no time in seconds, 0 or more" + seeRun},
              Case{{"run", "missing.mp4", "o.mp4", "--threads", "0"},
-                  "--threads: Value 0 not in range 1 to 1024" + seeRun},
+                  "--threads: \"0\" is no whole number, 1 to 1024" + seeRun},
              Case{{"run", "missing.mp4", "o.mp4", "--video-option", "=18"},
                   "--video-option \"=18\" is not KEY=VALUE, for example crf=18"},
              Case{{"run", "missing.mp4", "o.mp4", "-e", "flip", "-e", "transpose step=4"},

@@ -133,7 +133,7 @@ TEST_F(PaletteTool, RefusesWhatHoldsNoPalettes) {
     EXPECT_THAT(jpeg.err, HasSubstr("\"out.jpg\" cannot hold palettes"));
     auto const many = Run({"palette", photo, At("out.png"), "--colours", "256"});
     EXPECT_EQ(many.exitCode, 1);
-    EXPECT_THAT(many.err, HasSubstr("not in range 1 to 255"));
+    EXPECT_THAT(many.err, HasSubstr("\"256\" is no whole number, 1 to 255"));
     auto const trick = Run({"palette", photo, At("out.png"), "--background", "red:dither=1"});
     EXPECT_EQ(trick.exitCode, 1);
     EXPECT_THAT(trick.err, HasSubstr("red:dither=1"));

@@ -47,9 +47,12 @@ protected:
 
     /// The quarters of the first picture, row by row, white or black: as stored, or as viewers see it.
     static std::string LookAt(std::string const& file, bool asSeen) {
-        std::string quarters = RunForOutput({"ffmpeg", "-nostdin", "-v", "error", "-autorotate",
-                                             asSeen ? "1" : "0", "-i", file, "-frames:v", "1", "-vf",
-                                             "scale=2:2:flags=area,format=gray", "-f", "rawvideo", "-"});
+        std::vector<std::string> command{"ffmpeg", "-nostdin", "-v", "error"};
+        if (!asSeen)
+            command.emplace_back("-noautorotate");
+        command.insert(command.end(), {"-i", file, "-frames:v", "1", "-vf",
+                                       "scale=2:2:flags=area,format=gray", "-f", "rawvideo", "-"});
+        std::string quarters = RunForOutput(command);
         for (char& quarter : quarters)
             quarter = static_cast<unsigned char>(quarter) > 128 ? 'W' : 'B';
         return quarters;

@@ -1,6 +1,7 @@
 #include "Tools/Tarsel/MediaArguments.h"
 
 #include "Tools/Tarsel/EncoderOptions.h"
+#include "Tools/Tarsel/Verb.h"
 
 #include <CLI/CLI.hpp>
 
@@ -24,7 +25,7 @@ void MediaArguments::AddTo(CLI::App& command) {
         ->allow_extra_args(false);
     command.add_option("--threads", threads, "Threads for all effects, and for each codec")
         ->option_text("N")
-        ->check(CLI::Range(1, 1024));
+        ->check(CheckWholeNumber(1, 1024), "");
     command.add_flag("--quiet", quiet, "Print nothing but errors");
 }
 

@@ -61,7 +61,7 @@ Verb AddPaletteVerb(CLI::App& app, CommonOptions& common) {
     arguments->media.AddTo(*command);
     command->add_option("--colors,--colours", arguments->colors, "Colors of a frame besides black, 1 to 255")
         ->option_text("N")
-        ->check(CLI::Range(1, 255));
+        ->check(CheckWholeNumber(1, 255), "");
     command->add_flag("--dither", arguments->dither, "Spread the error over neighboring pixels");
     command
         ->add_option("--background", arguments->background, "Color behind transparent pixels, such as ffffff")

@@ -146,7 +146,7 @@ Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
                      "Length; default: 5, or where the source ends", {1e-6, 1e6});
     command->add_option("--rate", arguments->rate, "Sample rate; default: that of the source")
         ->option_text("N")
-        ->check(CLI::Range(1000, 768000));
+        ->check(CheckWholeNumber(1000, 768000), "");
     command->add_option("--layout", arguments->layout, "Channel layout; default: that of the source")
         ->option_text("NAME");
     arguments->sound.AddOptionsTo(*command);

@@ -48,4 +48,13 @@ void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<
     command.add_option(name, value, help)->option_text("SECONDS")->check(check, "");
 }
 
+std::function<std::string(std::string const&)> CheckWholeNumber(int least, int most) {
+    return [least, most](std::string const& text) {
+        auto const number = Core::TextToInt64(text);
+        return number && *number >= least && *number <= most
+                   ? ""
+                   : fmt::format("\"{}\" is no whole number, {} to {}", text, least, most);
+    };
+}
+
 } // namespace Tarsel::Tools

@@ -41,6 +41,10 @@ struct Seconds {
 void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<double>& value,
                       std::string const& help, Seconds range);
 
+/// For an option's check: says what is wrong with a text that is no whole number within the range, both ends
+/// included, and "" of any other.
+std::function<std::string(std::string const&)> CheckWholeNumber(int least, int most);
+
 /// What a verb works with.
 struct Context {
     Console& console;
