@@ -1,6 +1,7 @@
 #include "Media/Demuxer.h"
 
 #include "Core/Throw.h"
+#include "Media/Containers.h"
 #include "Media/FFmpegRatio.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
@@ -13,7 +14,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -87,8 +87,7 @@ void Demuxer::Open() {
     error = avformat_open_input(&context, m_path.c_str(), nullptr, nullptr); // frees the context on failure
     m_context.reset(context);
     check(error);
-    // Any text would do as "ANSI art".
-    check(std::string_view(m_context->iformat->name) == "tty" ? AVERROR_INVALIDDATA : 0);
+    check(GetTraits(*m_context->iformat).isGuess ? AVERROR_INVALIDDATA : 0);
     check(avformat_find_stream_info(m_context.get(), nullptr));
 }
 
@@ -128,8 +127,7 @@ bool Demuxer::IsCover() const noexcept {
 }
 
 bool Demuxer::IsStill() const noexcept {
-    std::string_view const name = m_context->iformat->name;
-    return name.ends_with("_pipe") || name == "image2" || IsCover();
+    return GetTraits(*m_context->iformat).isStill || IsCover();
 }
 
 /// Only FFmpeg's writers tell, so the one for files of that name is asked.
@@ -153,8 +151,7 @@ std::int64_t Demuxer::GetDuration() const noexcept {
     AVStream const& stream = GetMain();
     if (stream.duration > 0)
         return ToMicroseconds(stream.duration, FromAV(stream.time_base));
-    // Matroska states the end of the file.
-    bool const isEnd = std::string_view(m_context->iformat->name) == "matroska,webm";
+    bool const isEnd = GetTraits(*m_context->iformat).statesEnd;
     return std::max<std::int64_t>(av_sat_sub64(m_context->duration, isEnd ? GetStart() : 0), 0);
 }
 

@@ -1,32 +1,20 @@
 #pragma once
 
+#include "Media/Containers.h"
+
 #include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
 struct AVCodec;
-struct AVOutputFormat;
 
 namespace Tarsel::Media {
-
-/// What kind of file is written.
-struct Container {
-    AVOutputFormat const* format = nullptr;
-    /// One picture, and nothing else.
-    bool isStill = false;
-    /// For sound, and beside it at most a cover.
-    bool isSound = false;
-};
 
 /// Encoder options, key and value, in FFmpeg's words.
 using EncoderOptions = std::vector<std::pair<std::string, std::string>>;
 
-/// All of these may be called from any thread; codecs and containers belong to FFmpeg and live for ever.
-
-/// By the name's extension. OptionsException when that says nothing, or the container holds neither pictures
-/// nor sound.
-Container ChooseContainer(std::filesystem::path const& output);
+/// All of these may be called from any thread; codecs belong to FFmpeg and live for ever.
 
 /// The encoder of that name, or the usual one of the container for an empty name. OptionsException for a name
 /// that is none of an encoder for pictures in ordinary memory (near names are listed), or that the container
@@ -40,12 +28,6 @@ AVCodec const& FindNamedEncoder(std::string const& name, bool isSound);
 
 /// Whether the container takes streams of the codec, an AVCodecID.
 bool CanHold(Container const& container, std::filesystem::path const& output, int codec);
-
-/// Whether the container keeps cover pictures as what they are.
-bool CanHoldCover(AVOutputFormat const& format);
-
-/// Whether the container is of the family of QuickTime and MP4.
-bool IsMovFamily(AVOutputFormat const& format);
 
 /// What the encoder is told before the user's options: a quality that shows no loss to the eye. Settings of
 /// quality are left out where the user's options have their own.

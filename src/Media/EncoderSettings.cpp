@@ -154,25 +154,10 @@ int TryOpen(AVCodec const& encoder, EncoderOptions const& options) {
     return avcodec_open2(context.get(), &encoder, nullptr);
 }
 
-/// Containers that know raw video by the bits of a pixel where they have no tag for the format, and the
-/// formats of which their readers make the same pictures.
-struct PlainRawVideo {
-    std::string_view container;
-    char const* formats;
-};
-constexpr PlainRawVideo s_plainRawVideo[] = {
-    {"avi", "yuv420p yuyv422 bgr24 yuv422p yuv410p yuv411p gray uyvy422 nv12 nv21 rgba bgra rgb555le yvyu422 "
-            "pal8"},
-    {"mov", "yuyv422 rgb24 bgr24 uyvy422 argb rgba abgr bgra gray16be rgb48be rgb565be rgb565le rgb555be "
-            "rgb555le"},
-};
-
 /// The formats whose raw video a file of the container brings back; empty: any.
 std::vector<Conf::PixFmt> ListRawVideoFormats(AVOutputFormat const& container) {
     std::vector<Conf::PixFmt> formats;
-    auto const* const plain =
-        std::ranges::find(s_plainRawVideo, std::string_view(container.name), &PlainRawVideo::container);
-    std::istringstream names(plain != std::end(s_plainRawVideo) ? plain->formats : "");
+    std::istringstream names(std::string(GetTraits(container).plainRawFormats));
     for (std::string name; names >> name;)
         formats.push_back(Conf::PixFmtDescription::FindByName(name).value());
     return formats;
@@ -246,11 +231,9 @@ EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& conta
         rules.formats.push_back(static_cast<Conf::PixFmt>(format));
     if (encoder.id == AV_CODEC_ID_RAWVIDEO)
         rules.formats = ListRawVideoFormats(container);
-    std::string_view const name = container.name;
-    bool const containerSaysRange = name == "matroska" || name == "webm" || name == "mp4";
     rules.isJpeg = encoder.id == AV_CODEC_ID_MJPEG || encoder.id == AV_CODEC_ID_LJPEG;
     rules.isWebp = encoder.id == AV_CODEC_ID_WEBP;
-    rules.losesRange = !containerSaysRange && !Contains(s_codecsWithRange, encoder.id);
+    rules.losesRange = !GetTraits(container).saysRange && !Contains(s_codecsWithRange, encoder.id);
     rules.wantsWholeChroma = encoder.id == AV_CODEC_ID_H264 || encoder.id == AV_CODEC_ID_HEVC;
     return rules;
 }

@@ -2,6 +2,7 @@
 
 #include "Core/Throw.h"
 #include "Media/FFmpegRatio.h"
+#include "Media/FileHeader.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
@@ -48,7 +49,7 @@ Muxer::Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const&
     m_streams.context->url = CheckAllocated(av_strdup(file.GetPath().c_str()), "a file name");
     Check("Tarsel::Media::Muxer::Muxer(const AVOutputFormat &, OutputFile &, const InputStreams &, const "
           "StreamEncoders &)",
-          WriteHeader(*m_streams.context, input));
+          WriteHeader(*m_streams.context));
 }
 
 Muxer::~Muxer() = default;

@@ -1,9 +1,10 @@
 #include "Media/OutputStreams.h"
 
 #include "Core/Throw.h"
-#include "Media/EncoderChoice.h"
+#include "Media/Containers.h"
 #include "Media/FFmpegRatio.h"
 #include "Media/FFmpegVersions.h"
+#include "Media/FileHeader.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
 #include "Media/SoundEncoder.h"
@@ -88,19 +89,13 @@ void CopyPictureSideData(AVStream const& from, AVStream& to) {
             SetSideData(to, type, data);
 }
 
-/// Containers for a constant rate, which count in frames.
-bool CountsFrames(AVOutputFormat const& format) {
-    constexpr std::string_view names[] = {"avi", "dv", "gxf", "mxf", "mxf_opatom", "ogg", "ogv"};
-    return std::find(std::begin(names), std::end(names), format.name) != std::end(names);
-}
-
 void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutputFormat const& format,
                      AVStream& to) {
     AVCodecContext const& context = encoder.GetContext();
     if (avcodec_parameters_from_context(to.codecpar, &context) < 0)
         ThrowNoMemory("codec parameters");
     // QuickTime's players know HEVC under this tag only.
-    if (context.codec_id == AV_CODEC_ID_HEVC && IsMovFamily(format))
+    if (context.codec_id == AV_CODEC_ID_HEVC && GetTraits(format).isMovFamily)
         to.codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
     CopySideData(context, to);
     CopyPictureSideData(from, to);
@@ -108,7 +103,7 @@ void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutput
     CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
     RemoveEncodingKeys(&to.metadata);
     to.disposition = from.disposition;
-    bool const countsFrames = CountsFrames(format) && context.framerate.num > 0;
+    bool const countsFrames = GetTraits(format).countsFrames && context.framerate.num > 0;
     to.time_base = countsFrames ? av_inv_q(context.framerate) : ToAV(encoder.GetTimeBase());
     to.sample_aspect_ratio = context.sample_aspect_ratio;
     // A rate that was only measured over changing durations would be written as every picture's duration.
@@ -162,7 +157,8 @@ void DescribeCopied(AVStream const& from, AVOutputFormat const& format, AVStream
     CopyStream(from, to);
     FitCodecTag(format, *to.codecpar);
     bool const isCover = (from.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
-    if (isCover && from.attached_pic.data != nullptr && std::string_view(format.name) == "matroska")
+    bool const isAttached = GetTraits(format).covers == Covers::Attachments;
+    if (isCover && from.attached_pic.data != nullptr && isAttached)
         TurnCoverIntoAttachment(to, from.attached_pic);
 }
 
@@ -175,8 +171,7 @@ bool IsEncodedSound(StreamEncoders const& encoders, std::size_t stream) noexcept
 int ChooseCompliance(AVOutputFormat const& format, StreamEncoders const& encoders) {
     bool const isRaw =
         encoders.picture != nullptr && encoders.picture->GetContext().codec_id == AV_CODEC_ID_RAWVIDEO;
-    bool const knowsRawByTag = IsMovFamily(format) || std::string_view(format.name) == "avi";
-    return isRaw && knowsRawByTag ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
+    return isRaw && GetTraits(format).knowsRawByTag ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
 }
 
 OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
@@ -190,7 +185,7 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Str
     CheckCopied(av_dict_copy(&context->metadata, from.metadata, 0));
     RemoveContainerKeys(&context->metadata);
     result.indexes.assign(from.nb_streams, -1);
-    bool const keepsIds = input.container == "mpegts" && std::string_view(format.name) == "mpegts";
+    bool const keepsIds = GetTraits(format).hasStreamIds && input.container == format.name;
     for (unsigned i = 0; i < from.nb_streams; ++i) {
         if (!selection[i])
             continue;
@@ -210,19 +205,10 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Str
     return result;
 }
 
-/// Whether the muxer takes these streams: it is the only one to know. Writes to memory.
-int TryHeader(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
-              Selection const& selection) {
-    OutputStreams trial = Build(format, input, encoders, selection);
-    int error = avio_open_dyn_buf(&trial.context->pb);
-    if (error < 0)
-        ThrowNoMemory("a trial of the header");
-    error = WriteHeader(*trial.context, input);
-    std::uint8_t* written = nullptr;
-    avio_close_dyn_buf(trial.context->pb, &written);
-    trial.context->pb = nullptr;
-    av_free(written);
-    return error;
+/// Whether the muxer takes these streams together.
+int TryStreams(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
+               Selection const& selection) {
+    return TryHeader(*Build(format, input, encoders, selection).context);
 }
 
 /// Streams that are no streams of their own: QuickTime's chapters and time code, which the muxer makes anew.
@@ -235,17 +221,18 @@ bool IsMadeAnew(AVFormatContext const& input, AVStream const& stream, AVOutputFo
         std::any_of(input.streams, input.streams + input.nb_streams, [](AVStream const* other) {
             return other->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && HasKey(other->metadata, "timecode");
         });
-    return isTimeCode && isKnown && IsMovFamily(format);
+    return isTimeCode && isKnown && GetTraits(format).isMovFamily;
 }
 
 bool MayBeTaken(AVStream const& stream, AVOutputFormat const& format) {
     AVCodecParameters const& parameters = *stream.codecpar;
     if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0)
-        return CanHoldCover(format);
+        return GetTraits(format).covers != Covers::None;
     // Attachments are files of any kind.
     if (parameters.codec_type == AVMEDIA_TYPE_ATTACHMENT)
-        return std::string_view(format.name) == "matroska";
+        return GetTraits(format).hasAttachments;
     return parameters.codec_type != AVMEDIA_TYPE_UNKNOWN && parameters.codec_id != AV_CODEC_ID_NONE &&
+           IsKnownIn(format, parameters.codec_id) &&
            avformat_query_codec(&format, parameters.codec_id, FF_COMPLIANCE_EXPERIMENTAL) != 0;
 }
 
@@ -279,19 +266,19 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
                     (!IsMadeAnew(from, stream, format) && MayBeTaken(stream, format));
     }
     std::size_t const main = FindMain(input, wanted);
-    int error = main < wanted.size() ? TryHeader(format, input, encoders, wanted) : AVERROR(EINVAL);
+    int error = main < wanted.size() ? TryStreams(format, input, encoders, wanted) : AVERROR(EINVAL);
     if (error >= 0)
         return wanted;
 
     Selection selection(from.nb_streams);
     if (main < wanted.size()) {
         selection[main] = true;
-        error = TryHeader(format, input, encoders, selection);
+        error = TryStreams(format, input, encoders, selection);
         for (std::size_t i = 0; i < wanted.size(); ++i) {
             if (!wanted[i] || selection[i])
                 continue;
             selection[i] = true;
-            if (TryHeader(format, input, encoders, selection) >= 0)
+            if (TryStreams(format, input, encoders, selection) >= 0)
                 error = 0;
             else
                 selection[i] = false;
@@ -318,18 +305,6 @@ OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const
         if (!selection[i] && !IsMadeAnew(from, *from.streams[i], format))
             result.notes.push_back(LeftOutText(*from.streams[i], format));
     return result;
-}
-
-int WriteHeader(AVFormatContext& context, InputStreams const& input) {
-    // Phones write their own keys, which only this form of metadata holds.
-    AVDictionaryEntry const* const phones =
-        av_dict_get(input.context->metadata, "com.apple.quicktime.", nullptr, AV_DICT_IGNORE_SUFFIX);
-    AVDictionary* options = nullptr;
-    if (phones != nullptr && IsMovFamily(*context.oformat))
-        av_dict_set(&options, "movflags", "use_metadata_tags", 0);
-    int const error = avformat_write_header(&context, &options);
-    av_dict_free(&options);
-    return error;
 }
 
 } // namespace Tarsel::Media

@@ -37,7 +37,4 @@ struct OutputStreams {
 OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
                                 StreamEncoders const& encoders);
 
-/// Writes the header into the context's file. Returns 0 or an AVERROR.
-int WriteHeader(AVFormatContext& context, InputStreams const& input);
-
 } // namespace Tarsel::Media

@@ -4,6 +4,7 @@
 #include "Host/VideoChain.h"
 #include "Media/EncoderSettings.h"
 #include "Media/FFmpegRatio.h"
+#include "Media/FileHeader.h"
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
@@ -21,7 +22,6 @@
 
 #include <cmath>
 #include <optional>
-#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -41,7 +41,7 @@ bool WantsStartCodes(AVOutputFormat const& format, AVCodecParameters const& para
     bool const hasLengths = parameters.extradata_size > 0 && parameters.extradata[0] == 1;
     bool const canHaveEither =
         parameters.codec_id == AV_CODEC_ID_H264 || parameters.codec_id == AV_CODEC_ID_HEVC;
-    return std::string_view(format.name) == "avi" && canHaveEither && hasLengths;
+    return GetTraits(format).wantsStartCodes && canHaveEither && hasLengths;
 }
 
 /// One run: its files, and the stages between them.
@@ -209,13 +209,17 @@ void Job::KeepPictureAlone() const {
 /// Why the picture stream cannot be copied into the container; "" when it can.
 std::string Job::DescribeCopyObstacle(Demuxer const& input) const {
     AVOutputFormat const& format = *m_container.format;
-    AVCodecID const codec = input.GetPicture().codecpar->codec_id;
-    bool const canHold = input.IsCover() && !m_container.isStill
-                             ? CanHoldCover(format)
-                             : CanHold(m_container, m_options.output, codec);
-    if (!canHold || WantsStartCodes(format, *input.GetPicture().codecpar))
+    AVStream const& picture = input.GetPicture();
+    AVCodecID const codec = picture.codecpar->codec_id;
+    bool const canHold =
+        input.IsCover() && !m_container.isStill
+            ? GetTraits(format).covers != Covers::None
+            : CanHold(m_container, m_options.output, codec) &&
+                  TakesAlone(format, *picture.codecpar, picture.time_base, picture.avg_frame_rate);
+    if (!canHold || WantsStartCodes(format, *picture.codecpar))
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
-    if (m_info.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill && !IsMovFamily(format))
+    if (m_info.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill &&
+        !GetTraits(format).isMovFamily)
         return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
     bool const needsTimes =
         (format.flags & AVFMT_NOTIMESTAMPS) == 0 && m_streams.container != format.name && !input.IsStill();

@@ -3,6 +3,7 @@
 #include "Conf/FFmpegFormats.h"
 #include "Core/Throw.h"
 #include "Media/FFmpegOwners.h"
+#include "Media/FileHeader.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
 #include "Media/SoundEncoder.h"
@@ -11,7 +12,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 
 extern "C" {
@@ -27,19 +27,6 @@ namespace {
 using Conf::SampleFormats;
 
 constexpr char const* s_file = "Media/SoundEncoderChoice";
-
-/// The usual encoders of containers, best first; others get FFmpeg's own choice.
-struct UsualEncoders {
-    std::string_view container;
-    std::array<char const*, 2> encoders;
-};
-
-constexpr UsualEncoders s_usualEncoders[] = {
-    {"mp4", {"aac", nullptr}},          {"mov", {"aac", nullptr}},        {"ipod", {"aac", nullptr}},
-    {"matroska", {"aac", nullptr}},     {"flv", {"aac", nullptr}},        {"f4v", {"aac", nullptr}},
-    {"mpegts", {"aac", nullptr}},       {"3gp", {"aac", nullptr}},        {"3g2", {"aac", nullptr}},
-    {"webm", {"libopus", "libvorbis"}}, {"avi", {"libmp3lame", nullptr}}, {"ogg", {"libvorbis", "flac"}},
-};
 
 /// Codecs that films and sound files are made of.
 constexpr AVCodecID s_commonCodecs[] = {
@@ -63,21 +50,6 @@ constexpr PlainCodec s_plainCodecs[] = {
     {AV_CODEC_ID_PCM_F32LE, 32, true},  {AV_CODEC_ID_PCM_F32BE, 32, true},
     {AV_CODEC_ID_PCM_F64LE, 64, true},  {AV_CODEC_ID_PCM_F64BE, 64, true},
 };
-
-/// Containers that take any codec, though players know a few in them.
-struct KnownCodecs {
-    std::string_view container;
-    std::array<AVCodecID, 8> codecs;
-};
-
-constexpr KnownCodecs s_knownCodecs[] = {
-    {"mpegts",
-     {AV_CODEC_ID_AAC, AV_CODEC_ID_AAC_LATM, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3, AV_CODEC_ID_AC3,
-      AV_CODEC_ID_EAC3, AV_CODEC_ID_DTS, AV_CODEC_ID_OPUS}},
-};
-
-/// Files of samples as they are: their tags for other codecs are dead letters.
-constexpr std::string_view s_plainContainers[] = {"wav", "w64", "rf64", "aiff", "au"};
 
 /// How an encoder is told a quality: what its makers, and listening tests, call transparent.
 struct Defaults {
@@ -121,33 +93,6 @@ bool IsPlain(AVCodecID codec) noexcept {
 /// Plain samples that blocks cannot have (see SoundDecoder).
 bool IsWide(AVCodecID codec) noexcept {
     return codec == AV_CODEC_ID_PCM_S64LE || codec == AV_CODEC_ID_PCM_S64BE;
-}
-
-/// Whether files of the container, which takes the codec, are known to have such sound.
-bool IsKnownIn(std::string_view container, AVCodecID codec) {
-    if (Contains(s_plainContainers, container))
-        return av_get_exact_bits_per_sample(codec) > 0;
-    auto const* const row = std::ranges::find(s_knownCodecs, container, &KnownCodecs::container);
-    return row == std::end(s_knownCodecs) || Contains(row->codecs, codec);
-}
-
-/// Whether the muxer takes such a stream, alone. Writes to memory.
-bool TryHeader(AVOutputFormat const& format, AVCodecParameters const& parameters) {
-    AVFormatContext* made = nullptr;
-    avformat_alloc_output_context2(&made, &format, nullptr, nullptr);
-    UniqueFormat const context(CheckAllocated(made, "AVFormatContext"));
-    context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
-    AVStream& stream = *CheckAllocated(avformat_new_stream(made, nullptr), "AVStream");
-    if (avcodec_parameters_copy(stream.codecpar, &parameters) < 0 || avio_open_dyn_buf(&made->pb) < 0)
-        ThrowNoMemory("a trial of the header");
-    stream.codecpar->codec_tag = 0;
-    stream.time_base = {1, std::max(parameters.sample_rate, 1)};
-    int const error = avformat_write_header(made, nullptr);
-    std::uint8_t* written = nullptr;
-    avio_close_dyn_buf(made->pb, &written);
-    made->pb = nullptr;
-    av_free(written);
-    return error >= 0;
 }
 
 /// What the encoder makes of two channels, or of what it takes that is next to them. Codecs of telephones do
@@ -197,12 +142,9 @@ AVCodec const& ChooseNamedSoundEncoder(Container const& container, std::filesyst
 
 AVCodec const* FindUsualSoundEncoder(Container const& container, std::filesystem::path const& output,
                                      SampleFormats format, int depth) {
-    auto const usual = std::ranges::find(s_usualEncoders, std::string_view(container.format->name),
-                                         &UsualEncoders::container);
-    if (usual != std::end(s_usualEncoders))
-        for (char const* name : usual->encoders)
-            if (AVCodec const* const encoder = name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr)
-                return encoder;
+    for (char const* name : GetTraits(*container.format).audioEncoders)
+        if (AVCodec const* const encoder = name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr)
+            return encoder;
     AVCodecID const codec =
         av_guess_codec(container.format, nullptr, output.c_str(), nullptr, AVMEDIA_TYPE_AUDIO);
     if (container.isStill || codec == AV_CODEC_ID_NONE)
@@ -226,15 +168,14 @@ AVCodec const* FindSameSoundEncoder(Container const& container, AVCodecParameter
 }
 
 bool CanHoldSound(Container const& container, AVCodecParameters const& stream) {
-    if (container.isStill)
+    if (container.isStill || !IsKnownIn(*container.format, stream.codec_id))
         return false;
     int const answer = avformat_query_codec(container.format, stream.codec_id, FF_COMPLIANCE_EXPERIMENTAL);
-    if (answer == 0 || !IsKnownIn(container.format->name, stream.codec_id))
-        return false;
     // Bare streams of one codec go out under the name of any.
     bool const isBare = (container.format->flags & AVFMT_NOTIMESTAMPS) != 0;
-    return answer == 1 || stream.codec_id == container.format->audio_codec ||
-           (!isBare && TryHeader(*container.format, stream));
+    if (answer == 0 || isBare)
+        return answer == 1 || stream.codec_id == container.format->audio_codec;
+    return TakesAlone(*container.format, stream, {1, std::max(stream.sample_rate, 1)}, {});
 }
 
 EncoderOptions ChooseSoundDefaults(AVCodec const& encoder, int channels, EncoderOptions const& users) {

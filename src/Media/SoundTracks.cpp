@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -21,16 +20,6 @@ extern "C" {
 }
 
 namespace Tarsel::Media {
-
-namespace {
-
-/// Containers whose sound starts with the file, whatever the times of its packets.
-bool StartsWithTheFile(AVOutputFormat const& format) {
-    constexpr std::string_view names[] = {"avi", "dv", "gxf", "mxf", "mxf_opatom"};
-    return std::find(std::begin(names), std::end(names), format.name) != std::end(names);
-}
-
-} // namespace
 
 SoundTracks::SoundTracks(RunPlan const& plan, InputStreams const& input, std::stop_token stop)
     : m_plan(plan), m_input(input), m_stop(std::move(stop)), m_streams(input.context->nb_streams) {
@@ -88,7 +77,7 @@ void SoundTracks::Add(Stream& stream, AVStream const& source, int number) {
         return; // it is left out, and told so
     if (!isWanted)
         stream.notes.push_back(fmt::format("The sound was encoded anew: {}.", obstacle));
-    if (m_input.picture >= 0 && StartsWithTheFile(*m_plan.container.format))
+    if (m_input.picture >= 0 && GetTraits(*m_plan.container.format).startsAudioAtZero)
         encoder->StartAt(0);
     stream.track = std::make_unique<SoundTrack>(std::move(decoder), std::move(lane.lane), std::move(encoder));
 }

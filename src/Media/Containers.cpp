@@ -1,0 +1,224 @@
+#include "Media/Containers.h"
+
+#include "Core/Throw.h"
+#include "Media/MediaExceptions.h"
+#include "Media/MessageText.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Containers";
+
+constexpr int s_knownInMp4[] = {
+    AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,    AV_CODEC_ID_MP2,           AV_CODEC_ID_AC3,    AV_CODEC_ID_EAC3,
+    AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_MLP,           AV_CODEC_ID_MP4ALS, AV_CODEC_ID_ALAC,
+    AV_CODEC_ID_FLAC, AV_CODEC_ID_OPUS,   AV_CODEC_ID_MPEGH_3D_AUDIO};
+
+constexpr int s_knownInTransportStreams[] = {AV_CODEC_ID_AAC,          AV_CODEC_ID_AAC_LATM,
+                                             AV_CODEC_ID_MP2,          AV_CODEC_ID_MP3,
+                                             AV_CODEC_ID_AC3,          AV_CODEC_ID_EAC3,
+                                             AV_CODEC_ID_DTS,          AV_CODEC_ID_OPUS,
+                                             AV_CODEC_ID_MPEG1VIDEO,   AV_CODEC_ID_MPEG2VIDEO,
+                                             AV_CODEC_ID_MPEG4,        AV_CODEC_ID_H264,
+                                             AV_CODEC_ID_HEVC,         AV_CODEC_ID_CAVS,
+                                             AV_CODEC_ID_AVS2,         AV_CODEC_ID_AVS3,
+                                             AV_CODEC_ID_VC1,          AV_CODEC_ID_DIRAC,
+                                             AV_CODEC_ID_JPEG2000,     AV_CODEC_ID_DVB_SUBTITLE,
+                                             AV_CODEC_ID_DVB_TELETEXT, AV_CODEC_ID_HDMV_PGS_SUBTITLE};
+
+constexpr ContainerTraits s_containers[] = {
+    {.name = "mp4",
+     .pictureEncoders = {"libx264", "mpeg4"},
+     .audioEncoders = {"aac"},
+     .textEncoder = "mov_text",
+     .knownCodecs = s_knownInMp4,
+     .covers = Covers::Streams,
+     .isMovFamily = true,
+     .saysRange = true,
+     .knowsRawByTag = true},
+    {.name = "mov",
+     .pictureEncoders = {"libx264", "mpeg4"},
+     .audioEncoders = {"aac"},
+     .textEncoder = "mov_text",
+     .covers = Covers::Streams,
+     .isMovFamily = true,
+     .knowsRawByTag = true,
+     .plainRawFormats = "yuyv422 rgb24 bgr24 uyvy422 argb rgba abgr bgra gray16be rgb48be rgb565be rgb565le "
+                        "rgb555be rgb555le"},
+    {.name = "ipod",
+     .pictureEncoders = {"libx264", "mpeg4"},
+     .audioEncoders = {"aac"},
+     .textEncoder = "mov_text",
+     .covers = Covers::Streams,
+     .audioExtensions = ".m4a .m4b ",
+     .isMovFamily = true,
+     .knowsRawByTag = true},
+    {.name = "3gp",
+     .pictureEncoders = {"libx264", "mpeg4"},
+     .audioEncoders = {"aac"},
+     .textEncoder = "mov_text",
+     .covers = Covers::Streams,
+     .isMovFamily = true,
+     .knowsRawByTag = true},
+    {.name = "3g2",
+     .pictureEncoders = {"libx264", "mpeg4"},
+     .audioEncoders = {"aac"},
+     .textEncoder = "mov_text",
+     .covers = Covers::Streams,
+     .isMovFamily = true,
+     .knowsRawByTag = true},
+    {.name = "psp",
+     .textEncoder = "mov_text",
+     .covers = Covers::Streams,
+     .isMovFamily = true,
+     .knowsRawByTag = true},
+    {.name = "ismv", .covers = Covers::Streams, .isMovFamily = true, .knowsRawByTag = true},
+    {.name = "f4v",
+     .pictureEncoders = {"libx264"},
+     .audioEncoders = {"aac"},
+     .covers = Covers::Streams,
+     .isMovFamily = true,
+     .knowsRawByTag = true},
+    {.name = "matroska",
+     .pictureEncoders = {"libx264", "mpeg4"},
+     .audioEncoders = {"aac"},
+     .textEncoder = "subrip",
+     .covers = Covers::Attachments,
+     .saysRange = true,
+     .hasAttachments = true},
+    {.name = "webm",
+     .pictureEncoders = {"libvpx-vp9", "libvpx"},
+     .audioEncoders = {"libopus", "libvorbis"},
+     .textEncoder = "webvtt",
+     .saysRange = true},
+    {.name = "avi",
+     .audioEncoders = {"libmp3lame"},
+     .countsFrames = true,
+     .startsAudioAtZero = true,
+     .wantsStartCodes = true,
+     .knowsRawByTag = true,
+     .plainRawFormats = "yuv420p yuyv422 bgr24 yuv422p yuv410p yuv411p gray uyvy422 nv12 nv21 rgba bgra "
+                        "rgb555le yvyu422 pal8"},
+    {.name = "flv", .pictureEncoders = {"libx264", "flv"}, .audioEncoders = {"aac"}},
+    {.name = "mpegts",
+     .pictureEncoders = {"libx264", "mpeg2video"},
+     .audioEncoders = {"aac"},
+     .knownCodecs = s_knownInTransportStreams,
+     .hasStreamIds = true},
+    {.name = "ogg", .audioEncoders = {"libvorbis", "flac"}, .audioExtensions = ".ogg ", .countsFrames = true},
+    {.name = "ogv", .countsFrames = true},
+    {.name = "asf", .audioExtensions = ".wma "},
+    {.name = "dv", .countsFrames = true, .startsAudioAtZero = true},
+    {.name = "gxf", .countsFrames = true, .startsAudioAtZero = true},
+    {.name = "mxf", .countsFrames = true, .startsAudioAtZero = true},
+    {.name = "mxf_opatom", .countsFrames = true, .startsAudioAtZero = true},
+    {.name = "mp3", .covers = Covers::Only},
+    {.name = "flac", .covers = Covers::Only},
+    {.name = "aiff", .covers = Covers::Only, .isPlainAudio = true},
+    {.name = "wav", .isPlainAudio = true},
+    {.name = "w64", .isPlainAudio = true},
+    {.name = "rf64", .isPlainAudio = true},
+    {.name = "au", .isPlainAudio = true},
+    {.name = "gif", .takesOwnCodecOnly = true},
+    {.name = "apng", .takesOwnCodecOnly = true},
+    {.name = "image2", .isStill = true},
+    {.name = "webp", .isStill = true},
+    {.name = "hls", .isManyFiles = true},
+    {.name = "dash", .isManyFiles = true},
+};
+
+constexpr ContainerTraits s_anyContainer{};
+
+constexpr InputTraits s_inputs[] = {
+    {.name = "image2", .isStill = true},
+    {.name = "tty", .isGuess = true},
+    {.name = "matroska,webm", .statesEnd = true},
+};
+
+/// Whether files of the name hold audio alone, though the container could hold pictures too.
+bool IsNamedForAudio(ContainerTraits const& traits, std::filesystem::path const& output) {
+    std::string extension = output.extension().string() + ' ';
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return extension.size() > 1 && traits.audioExtensions.find(extension) != std::string_view::npos;
+}
+
+} // namespace
+
+Container ChooseContainer(std::filesystem::path const& output) {
+    auto const fail = [&](std::string const& reason) {
+        Core::Throw<OptionsException>(
+            {s_file, "Container Tarsel::Media::ChooseContainer(const std::filesystem::path &)"},
+            fmt::format("Cannot write {}: {}", Quote(output), reason));
+    };
+    AVOutputFormat const* format = av_guess_format(nullptr, output.filename().c_str(), nullptr);
+    if (format == nullptr)
+        fail(fmt::format("no container is known by the extension \"{}\"", output.extension().string()));
+    std::string_view const name = format->name;
+    ContainerTraits const& traits = GetTraits(*format);
+    if (traits.isStill)
+        // It writes to a file that is open, and reads no pattern in the name.
+        format = av_guess_format("image2pipe", nullptr, nullptr);
+    else if ((format->flags & AVFMT_NOFILE) != 0 || traits.isManyFiles)
+        fail(fmt::format("\"{}\" is not a single file", name));
+    bool const isSound =
+        !traits.isStill && (format->video_codec == AV_CODEC_ID_NONE || traits.covers == Covers::Only ||
+                            IsNamedForAudio(traits, output));
+    if (format == nullptr || (isSound && format->audio_codec == AV_CODEC_ID_NONE))
+        fail(fmt::format("\"{}\" holds neither pictures nor sound", name));
+    return {format, traits.isStill, isSound};
+}
+
+ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept {
+    auto const* const row =
+        std::ranges::find(s_containers, std::string_view(format.name), &ContainerTraits::name);
+    return row != std::end(s_containers) ? *row : s_anyContainer;
+}
+
+std::span<ContainerTraits const> ListTraits() noexcept {
+    return s_containers;
+}
+
+bool IsKnownIn(AVOutputFormat const& format, int codec) noexcept {
+    ContainerTraits const& traits = GetTraits(format);
+    if (traits.isPlainAudio)
+        return av_get_exact_bits_per_sample(static_cast<AVCodecID>(codec)) > 0;
+    auto const kind = [](int id) { return avcodec_get_type(static_cast<AVCodecID>(id)); };
+    bool const isListed =
+        std::ranges::any_of(traits.knownCodecs, [&](int known) { return kind(known) == kind(codec); });
+    return !isListed || std::ranges::find(traits.knownCodecs, codec) != traits.knownCodecs.end();
+}
+
+AVOutputFormat const& GetStillFormat() {
+    AVOutputFormat const* const format = av_guess_format("image2", nullptr, nullptr);
+    if (format == nullptr)
+        Core::Throw<OptionsException>({s_file, "const AVOutputFormat &Tarsel::Media::GetStillFormat()"},
+                                      "This FFmpeg writes no picture files");
+    return *format;
+}
+
+int GetStillCodec(std::filesystem::path const& output) {
+    return av_guess_codec(&GetStillFormat(), nullptr, output.c_str(), nullptr, AVMEDIA_TYPE_VIDEO);
+}
+
+InputTraits GetTraits(AVInputFormat const& format) noexcept {
+    std::string_view const name = format.name;
+    auto const* const row = std::ranges::find(s_inputs, name, &InputTraits::name);
+    if (row != std::end(s_inputs))
+        return *row;
+    return {.name = name, .isStill = name.ends_with("_pipe")};
+}
+
+} // namespace Tarsel::Media

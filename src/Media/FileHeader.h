@@ -1,0 +1,26 @@
+#pragma once
+
+extern "C" {
+#include <libavutil/rational.h>
+}
+
+struct AVCodecParameters;
+struct AVFormatContext;
+struct AVOutputFormat;
+
+namespace Tarsel::Media {
+
+/// Writes the header of an output into its file. Returns 0 or more, or an AVERROR. The thread that owns the
+/// context.
+int WriteHeader(AVFormatContext& context);
+
+/// The same into memory, which is dropped: whether a container's writer takes streams it alone knows,
+/// whatever is said of it. The context serves for nothing else afterwards. MemoryException.
+int TryHeader(AVFormatContext& context);
+
+/// Whether the writer takes a stream, alone. `frameRate` may be 0/0 where none is known. Any thread.
+/// MemoryException.
+bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameters, AVRational timeBase,
+                AVRational frameRate);
+
+} // namespace Tarsel::Media
