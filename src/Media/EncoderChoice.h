@@ -1,18 +1,14 @@
 #pragma once
 
 #include "Media/Containers.h"
+#include "Media/Encoders.h"
 
 #include <filesystem>
 #include <string>
-#include <utility>
-#include <vector>
 
 struct AVCodec;
 
 namespace Tarsel::Media {
-
-/// Encoder options, key and value, in FFmpeg's words.
-using EncoderOptions = std::vector<std::pair<std::string, std::string>>;
 
 /// All of these may be called from any thread; codecs belong to FFmpeg and live for ever.
 
@@ -28,9 +24,5 @@ AVCodec const& FindNamedEncoder(std::string const& name, bool isSound);
 
 /// Whether the container takes streams of the codec, an AVCodecID.
 bool CanHold(Container const& container, std::filesystem::path const& output, int codec);
-
-/// What the encoder is told before the user's options: a quality that shows no loss to the eye. Settings of
-/// quality are left out where the user's options have their own.
-EncoderOptions ChooseDefaults(AVCodec const& encoder, EncoderOptions const& users);
 
 } // namespace Tarsel::Media

@@ -35,7 +35,7 @@ std::vector<PixFmt> ListCandidates(PixFmt format, std::uint32_t width, std::uint
         bool const possible =
             plain == format || sws_isSupportedOutput(static_cast<AVPixelFormat>(plain)) != 0;
         if (possible && !Contains(candidates, plain) &&
-            (!rules.wantsWholeChroma || HasWholeChroma(plain, width, height)))
+            (!rules.codec.wantsWholeChroma || HasWholeChroma(plain, width, height)))
             candidates.push_back(plain);
     }
     return candidates;
@@ -100,9 +100,9 @@ EncoderPicture ChoosePicture(PixFmt format, Conf::ColorSpace const& space, std::
         picture.space = origin ? origin->space : MakeYuvFromRgb(fromSpace);
     if (!toRgb && picture.space.matrix == AVCOL_SPC_RGB) // gray that came from RGB
         picture.space.matrix = AVCOL_SPC_UNSPECIFIED;
-    if (!toRgb && rules.isJpeg)
+    if (!toRgb && rules.codec.isJpeg)
         picture.space = {AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG, picture.space.primaries};
-    else if (!toRgb && rules.isWebp)
+    else if (!toRgb && rules.codec.isWebp)
         picture.space = {AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG, picture.space.primaries};
     else if (!toRgb && rules.losesRange && picture.space.range == AVCOL_RANGE_JPEG)
         picture.space.range = AVCOL_RANGE_MPEG;

@@ -2,6 +2,7 @@
 
 #include "Conf/ColorSpace.h"
 #include "Conf/PixFmt.h"
+#include "Media/Encoders.h"
 
 #include <cstdint>
 #include <optional>
@@ -15,12 +16,7 @@ struct EncoderRules {
     std::vector<Conf::PixFmt> formats;
     /// Its files cannot say whether values use their full range: they count as limited.
     bool losesRange = false;
-    /// JPEG: full range, and the colours of BT.601.
-    bool isJpeg = false;
-    /// Lossy WebP: limited range, and the colours of BT.601.
-    bool isWebp = false;
-    /// Subsampled chroma wants sizes that are whole in chroma samples.
-    bool wantsWholeChroma = false;
+    CodecFacts codec;
 };
 
 /// The pictures an encoder gets.

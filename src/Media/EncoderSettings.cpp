@@ -8,7 +8,6 @@
 #include "Media/FFmpegOwners.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
-#include "Media/SoundEncoderChoice.h"
 #include "Media/SoundFormat.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -31,42 +30,6 @@ namespace Tarsel::Media {
 namespace {
 
 constexpr char const* s_file = "Media/EncoderSettings";
-
-/// Codecs whose streams say whether values use their full range.
-constexpr AVCodecID s_codecsWithRange[] = {AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_VP9,
-                                           AV_CODEC_ID_AV1};
-/// Codecs that know a constant frame rate only.
-constexpr AVCodecID s_codecsWithConstantRate[] = {
-    AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_THEORA,    AV_CODEC_ID_H261,
-    AV_CODEC_ID_H263,       AV_CODEC_ID_H263P,      AV_CODEC_ID_MSMPEG4V2, AV_CODEC_ID_MSMPEG4V3,
-    AV_CODEC_ID_DVVIDEO,    AV_CODEC_ID_DNXHD,
-};
-
-/// An encoder that takes neither threads nor log level from FFmpeg, but in an option of its own: a list
-/// "key=value:key=value", the later of two the same winning.
-struct OwnWays {
-    std::string_view encoder;
-    char const* option;
-    /// What makes it silent.
-    std::string_view silence;
-    std::string_view threadsKey;
-    /// For a single thread.
-    std::string_view oneThread;
-};
-
-constexpr OwnWays s_ownWays[] = {{"libx265", "x265-params", "log-level=error", "pools", "none"},
-                                 {"libsvtav1", "svtav1-params", "", "lp", "1"}};
-
-/// Whether the encoder has the option: old releases may not.
-bool HasOption(AVCodec const& encoder, char const* name) {
-    AVClass const* options = encoder.priv_class;
-    return av_opt_find(&options, name, nullptr, 0, AV_OPT_SEARCH_FAKE_OBJ) != nullptr;
-}
-
-template <class List>
-bool Contains(List const& list, AVCodecID codec) {
-    return std::find(std::begin(list), std::end(list), codec) != std::end(list);
-}
 
 /// Calls `visit` with each encoding option of the context and of the encoder itself.
 template <class Visit>
@@ -120,7 +83,7 @@ UniqueCodecContext MakeContext(AVCodec const& encoder) {
 }
 
 /// Opens the encoder for sound of the usual kind, or what it takes that is next to it.
-int TryOpenForSound(AVCodec const& encoder, EncoderOptions const& options) {
+int TryOpenForSound(AVCodec const& encoder, EncoderOptions const& options, Quality quality) {
     constexpr std::int32_t usualRate = 48000;
     auto const stereo = Conf::ChannelLayout::FromCount(2);
     UniqueCodecContext const context = MakeContext(encoder);
@@ -131,15 +94,16 @@ int TryOpenForSound(AVCodec const& encoder, EncoderOptions const& options) {
         Conf::AVChannelLayoutFromTarsel(RankLayouts(GetChannelLayouts(encoder), stereo).front());
     context->time_base = {1, context->sample_rate};
     context->thread_count = 1;
-    ApplyEncoderOptions(*context, ChooseSoundDefaults(encoder, context->ch_layout.nb_channels, options));
+    ApplyEncoderOptions(*context,
+                        MakeSoundOptions(encoder, context->ch_layout.nb_channels, options, quality));
     ApplyEncoderOptions(*context, options);
     return avcodec_open2(context.get(), &encoder, nullptr);
 }
 
 /// Opens the encoder for a small film of the usual kind.
-int TryOpen(AVCodec const& encoder, EncoderOptions const& options) {
+int TryOpen(AVCodec const& encoder, EncoderOptions const& options, Quality quality) {
     if (encoder.type == AVMEDIA_TYPE_AUDIO)
-        return TryOpenForSound(encoder, options);
+        return TryOpenForSound(encoder, options, quality);
     UniqueCodecContext const context = MakeContext(encoder);
     auto const formats = GetPixelFormats(encoder);
     context->width = 256;
@@ -149,8 +113,7 @@ int TryOpen(AVCodec const& encoder, EncoderOptions const& options) {
     context->time_base = {1, 25};
     context->framerate = {25, 1};
     context->thread_count = 1;
-    ApplyEncoderOptions(*context, ChooseDefaults(encoder, options));
-    ApplyEncoderOptions(*context, TameEncoder(encoder, options, context->thread_count));
+    ApplyEncoderOptions(*context, MakePictureOptions(encoder, options, quality, context->thread_count));
     return avcodec_open2(context.get(), &encoder, nullptr);
 }
 
@@ -186,38 +149,18 @@ void ApplyEncoderOptions(AVCodecContext& context, EncoderOptions const& options)
     }
 }
 
-EncoderOptions TameEncoder(AVCodec const& encoder, EncoderOptions options, int threads) {
-    auto const ways = std::ranges::find(s_ownWays, std::string_view(encoder.name), &OwnWays::encoder);
-    if (ways == std::end(s_ownWays) || !HasOption(encoder, ways->option))
-        return options;
-    std::string text(ways->silence);
-    if (threads > 0)
-        text += fmt::format("{}{}={}", text.empty() ? "" : ":", ways->threadsKey,
-                            threads == 1 ? std::string(ways->oneThread) : std::to_string(threads));
-    if (text.empty())
-        return options;
-    bool found = false;
-    for (auto& [key, value] : options)
-        if (key == ways->option) {
-            value.insert(0, text + ':');
-            found = true;
-        }
-    if (!found)
-        options.insert(options.begin(), {ways->option, text});
-    return options;
-}
-
-void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options) {
+void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options, Quality quality) {
     UniqueCodecContext const context = MakeContext(encoder);
     ApplyEncoderOptions(*context, options);
     if (options.empty())
         return;
-    int const error = TryOpen(encoder, options);
+    int const error = TryOpen(encoder, options, quality);
     // An encoder that does not open for such a film anyway says nothing about the options.
-    if (error >= 0 || TryOpen(encoder, {}) < 0)
+    if (error >= 0 || TryOpen(encoder, {}, quality) < 0)
         return;
     Core::Throw<OptionsException>(
-        {s_file, "void Tarsel::Media::CheckEncoderOptions(const AVCodec &, const EncoderOptions &)"},
+        {s_file, "void Tarsel::Media::CheckEncoderOptions(const AVCodec &, const EncoderOptions &, "
+                 "Quality)"},
         fmt::format("The encoder \"{}\" does not open with {}: {}", encoder.name,
                     Core::Utils::ToString(
                         options, " ", [](auto const& option) { return option.first + "=" + option.second; }),
@@ -227,14 +170,12 @@ void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options) 
 
 EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& container) {
     EncoderRules rules;
+    rules.codec = GetCodecFacts(encoder.id);
     for (AVPixelFormat const format : GetPixelFormats(encoder))
         rules.formats.push_back(static_cast<Conf::PixFmt>(format));
     if (encoder.id == AV_CODEC_ID_RAWVIDEO)
         rules.formats = ListRawVideoFormats(container);
-    rules.isJpeg = encoder.id == AV_CODEC_ID_MJPEG || encoder.id == AV_CODEC_ID_LJPEG;
-    rules.isWebp = encoder.id == AV_CODEC_ID_WEBP;
-    rules.losesRange = !GetTraits(container).saysRange && !Contains(s_codecsWithRange, encoder.id);
-    rules.wantsWholeChroma = encoder.id == AV_CODEC_ID_H264 || encoder.id == AV_CODEC_ID_HEVC;
+    rules.losesRange = !GetTraits(container).saysRange && !rules.codec.tellsRange;
     return rules;
 }
 
@@ -242,7 +183,7 @@ Ratio ChooseEncoderTimeBase(int codec, Ratio wanted, Ratio frameRate) {
     // MPEG-4 Visual stores the number of ticks a second in 16 bits.
     constexpr std::int64_t mostMpeg4Ticks = 65535;
     auto const id = static_cast<AVCodecID>(codec);
-    bool const wantedFits = !Contains(s_codecsWithConstantRate, id) &&
+    bool const wantedFits = !GetCodecFacts(codec).hasConstantRate &&
                             (id != AV_CODEC_ID_MPEG4 || wanted.denominator <= mostMpeg4Ticks);
     if (wantedFits)
         return wanted;

@@ -12,14 +12,9 @@ namespace Tarsel::Media {
 /// have (near names are listed), or a value it refuses (the legal ones are told).
 void ApplyEncoderOptions(AVCodecContext& context, EncoderOptions const& options);
 
-/// The user's options and, before them, what keeps an encoder that goes its own ways to FFmpeg's: to
-/// `threads`, as AVCodecContext::thread_count would (0: as many as it likes), and silent. Of libx265 one
-/// thread is left, of libsvtav1 about a dozen.
-EncoderOptions TameEncoder(AVCodec const& encoder, EncoderOptions options, int threads);
-
 /// Refuses the user's options before anything is read: as ApplyEncoderOptions, and those that the encoder
 /// refuses only when it opens.
-void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options);
+void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options, Quality quality);
 
 /// What the encoder demands of pictures, in files of the container.
 EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& container);

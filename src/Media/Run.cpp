@@ -196,7 +196,7 @@ void Job::KeepCoverCodec() {
     if (AVCodec const* const same = avcodec_find_encoder(input.GetPicture().codecpar->codec_id))
         m_encoder = same;
     if (m_encoder != nullptr)
-        CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions);
+        CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions, m_plan.GetQuality());
 }
 
 /// A still holds nothing beside its picture, and nobody expects sound in it: no word of what is left out.
@@ -260,6 +260,7 @@ void Job::Work(Lane& lane, SoundTracks& sound) {
         others.emplace(m_options.input, m_stop.get_token());
     Writer writer({m_encoder,
                    m_options.videoEncoderOptions,
+                   m_plan.GetQuality(),
                    m_container.format,
                    times.GetTimeBase(),
                    m_info.frameRate,

@@ -46,6 +46,9 @@ struct VideoStreamInfo {
 /// its orientation tag is lost, with a note: a lane that turns the pictures keeps them upright.
 using MakeVideoLane = std::function<std::unique_ptr<Proc::IEffectStreamVideo>(VideoStreamInfo const&)>;
 
+/// How much of pictures and sound encoders may lose, from small files to none at all.
+enum class Quality : std::uint8_t { Low, Medium, High, VisuallyLossless, Lossless };
+
 struct RunProgress {
     /// 0 to 1, by the time of the pictures, or of the sound where there are none; negative when the length is
     /// not known.
@@ -70,6 +73,9 @@ struct RunOptions {
     /// was; elsewhere by the container's usual encoder, at a quality that loses nothing to the ear.
     std::string audioEncoder;
     std::vector<std::pair<std::string, std::string>> audioEncoderOptions;
+    /// Of what is encoded anew, where the options do not tell it: pictures are encoded anew when it is given.
+    /// Nothing: VisuallyLossless.
+    std::optional<Quality> quality;
     /// For a still picture out of a film: the time of the frame to take, in seconds.
     std::optional<double> at;
     /// Work on pictures, and on sound: empty where none is wanted, and streams are copied where that can be.

@@ -43,7 +43,7 @@ AVCodec const* PlanVideoEncoder(RunPlan const& plan) {
         return nullptr;
     }
     AVCodec const& encoder = ChooseEncoder(plan.container, options.output, options.videoEncoder);
-    CheckEncoderOptions(encoder, options.videoEncoderOptions);
+    CheckEncoderOptions(encoder, options.videoEncoderOptions, plan.GetQuality());
     return &encoder;
 }
 
@@ -54,7 +54,7 @@ AVCodec const* PlanSoundEncoder(RunPlan const& plan) {
     if (!options.audioEncoder.empty()) {
         AVCodec const& encoder =
             ChooseNamedSoundEncoder(plan.container, options.output, options.audioEncoder);
-        CheckEncoderOptions(encoder, options.audioEncoderOptions);
+        CheckEncoderOptions(encoder, options.audioEncoderOptions, plan.GetQuality());
         return &encoder;
     }
     AVCodec const* const usual =
@@ -65,14 +65,19 @@ AVCodec const* PlanSoundEncoder(RunPlan const& plan) {
             fmt::format("Cannot write {}: {} holds no sound", Quote(options.output),
                         plan.container.isStill ? std::string("a picture")
                                                : fmt::format("\"{}\"", plan.container.format->name)));
-    CheckEncoderOptions(*usual, options.audioEncoderOptions);
+    CheckEncoderOptions(*usual, options.audioEncoderOptions, plan.GetQuality());
     return nullptr;
 }
 
 } // namespace
 
+Quality RunPlan::GetQuality() const noexcept {
+    return options.quality.value_or(Quality::VisuallyLossless);
+}
+
 bool RunPlan::WantsVideoEncoder() const noexcept {
-    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at;
+    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at ||
+           options.quality;
 }
 
 bool RunPlan::WantsSoundEncoder() const noexcept {
@@ -80,7 +85,8 @@ bool RunPlan::WantsSoundEncoder() const noexcept {
 }
 
 bool RunPlan::NeedsPictures() const noexcept {
-    return WantsVideoEncoder() || (options.makeVideoLane && !options.mayLackPictures);
+    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at ||
+           (options.makeVideoLane && !options.mayLackPictures);
 }
 
 bool RunPlan::NeedsSound() const noexcept {

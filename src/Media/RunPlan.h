@@ -16,6 +16,7 @@ struct RunPlan {
     /// Null where it depends on the stream.
     AVCodec const* soundEncoder = nullptr;
 
+    Quality GetQuality() const noexcept;
     bool WantsVideoEncoder() const noexcept;
     bool WantsSoundEncoder() const noexcept;
     /// Whether there is no run without pictures, or without sound.

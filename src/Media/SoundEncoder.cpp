@@ -7,7 +7,6 @@
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
-#include "Media/SoundEncoderChoice.h"
 #include "Media/SoundFormat.h"
 #include "Media/TimeMap.h"
 #include "Proc/Interfaces/IDataAudio.h"
@@ -81,7 +80,7 @@ void SoundEncoder::Open(SoundRequest const& request) {
     int firstError = 0;
     for (Conf::ChannelLayout const& layout : RankLayouts(GetChannelLayouts(encoder), format.layout)) {
         format.layout = layout;
-        auto const defaults = ChooseSoundDefaults(encoder, layout.channels, request.options);
+        auto const defaults = MakeSoundOptions(encoder, layout.channels, request.options, request.quality);
         int error = TryOpen(request, format, defaults);
         if (error < 0 && !defaults.empty())
             error = std::max(error, TryOpen(request, format, {}));

@@ -25,6 +25,7 @@ using TakePacket = std::function<void(AVPacket&)>;
 struct SoundRequest {
     AVCodec const* encoder = nullptr;
     EncoderOptions options;
+    Quality quality = Quality::VisuallyLossless;
     AVOutputFormat const* container = nullptr;
     /// Of the blocks.
     Conf::SampleInfo format;

@@ -51,31 +51,6 @@ constexpr PlainCodec s_plainCodecs[] = {
     {AV_CODEC_ID_PCM_F64LE, 64, true},  {AV_CODEC_ID_PCM_F64BE, 64, true},
 };
 
-/// How an encoder is told a quality: what its makers, and listening tests, call transparent.
-struct Defaults {
-    AVCodecID codec;
-    /// A scale of its own, in FFmpeg's unit of 1/118; null: a rate.
-    char const* quality;
-    /// Bits a second of each channel, and of all at most.
-    int rate = 0;
-    int most = 0;
-};
-
-constexpr Defaults s_defaults[] = {
-    {AV_CODEC_ID_MP3, "236"},    // V2
-    {AV_CODEC_ID_VORBIS, "708"}, // q6
-    {AV_CODEC_ID_AAC, nullptr, 96000, 768000},
-    {AV_CODEC_ID_OPUS, nullptr, 80000, 640000},
-    {AV_CODEC_ID_AC3, nullptr, 112000, 640000},
-    {AV_CODEC_ID_EAC3, nullptr, 112000, 1024000},
-    {AV_CODEC_ID_MP2, nullptr, 128000, 256000},
-    {AV_CODEC_ID_WMAV1, nullptr, 96000, 192000},
-    {AV_CODEC_ID_WMAV2, nullptr, 96000, 192000},
-};
-
-/// Options by which a user sets the quality or the rate.
-constexpr std::string_view s_qualityKeys[] = {"b", "global_quality"};
-
 [[noreturn]] void ThrowNoEncoder(char const* signature, std::string const& description,
                                  Core::CodePoint at = Core::CodePoint::Here()) {
     Core::Throw<OptionsException>({s_file, signature, at}, description);
@@ -103,7 +78,7 @@ UniqueCodecParameters MakeParameters(AVCodec const& encoder, Container const& co
     parameters->codec_type = AVMEDIA_TYPE_AUDIO;
     parameters->codec_id = encoder.id;
     try {
-        SoundEncoder const trial({&encoder, {}, container.format, usual, 16});
+        SoundEncoder const trial({&encoder, {}, Quality::VisuallyLossless, container.format, usual, 16});
         if (avcodec_parameters_from_context(parameters.get(), &trial.GetContext()) < 0)
             ThrowNoMemory("codec parameters");
     } catch (OutputException const&) {
@@ -176,19 +151,6 @@ bool CanHoldSound(Container const& container, AVCodecParameters const& stream) {
     if (answer == 0 || isBare)
         return answer == 1 || stream.codec_id == container.format->audio_codec;
     return TakesAlone(*container.format, stream, {1, std::max(stream.sample_rate, 1)}, {});
-}
-
-EncoderOptions ChooseSoundDefaults(AVCodec const& encoder, int channels, EncoderOptions const& users) {
-    bool const hasQuality = std::any_of(users.begin(), users.end(), [](auto const& option) {
-        return std::find(std::begin(s_qualityKeys), std::end(s_qualityKeys), option.first) !=
-               std::end(s_qualityKeys);
-    });
-    auto const row = std::ranges::find(s_defaults, encoder.id, &Defaults::codec);
-    if (hasQuality || row == std::end(s_defaults))
-        return {};
-    if (row->quality != nullptr)
-        return {{"flags", "+qscale"}, {"global_quality", row->quality}};
-    return {{"b", std::to_string(std::min(row->rate * channels, row->most))}};
 }
 
 } // namespace Tarsel::Media

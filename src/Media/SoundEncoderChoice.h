@@ -28,8 +28,4 @@ AVCodec const* FindSameSoundEncoder(Container const& container, AVCodecParameter
 /// Whether the container takes a copy of the sound stream.
 bool CanHoldSound(Container const& container, AVCodecParameters const& stream);
 
-/// What the encoder is told before the user's options: a quality that shows no loss to the ear. Left out
-/// where the user's options have their own.
-EncoderOptions ChooseSoundDefaults(AVCodec const& encoder, int channels, EncoderOptions const& users);
-
 } // namespace Tarsel::Media

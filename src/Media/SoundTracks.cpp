@@ -103,8 +103,9 @@ std::unique_ptr<SoundEncoder> SoundTracks::MakeEncoder(AVStream const& source, C
         encoder = FindUsualSoundEncoder(m_plan.container, m_plan.options.output, format.format, depth);
     if (encoder == nullptr)
         return nullptr;
-    return std::make_unique<SoundEncoder>(
-        SoundRequest{encoder, m_plan.options.audioEncoderOptions, m_plan.container.format, format, depth});
+    return std::make_unique<SoundEncoder>(SoundRequest{encoder, m_plan.options.audioEncoderOptions,
+                                                       m_plan.GetQuality(), m_plan.container.format, format,
+                                                       depth});
 }
 
 std::vector<SoundEncoder const*> SoundTracks::GetEncoders() const {

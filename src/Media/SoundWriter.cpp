@@ -43,8 +43,9 @@ SoundRequest MakeRequest(SoundFileOptions const& options) {
             : &ChooseNamedSoundEncoder(container, options.output, options.encoder);
     if (encoder == nullptr)
         ThrowOptions(signature, fmt::format("Cannot write {}: it holds no sound", Quote(options.output)));
-    CheckEncoderOptions(*encoder, options.encoderOptions);
-    return {encoder, options.encoderOptions, container.format, options.format, depth};
+    CheckEncoderOptions(*encoder, options.encoderOptions, Quality::VisuallyLossless);
+    return {encoder,          options.encoderOptions, Quality::VisuallyLossless,
+            container.format, options.format,         depth};
 }
 
 } // namespace

@@ -51,7 +51,7 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
     auto const format = static_cast<Conf::PixFmt>(frame.format);
     Conf::ColorSpace const space = Proc::GetFrameColorSpace(frame);
     EncoderRules const rules = GetEncoderRules(*request.encoder, *request.container);
-    m_wholeChroma = rules.wantsWholeChroma;
+    m_wholeChroma = rules.codec.wantsWholeChroma;
     m_picture = ChoosePicture(format, space, static_cast<std::uint32_t>(frame.width),
                               static_cast<std::uint32_t>(frame.height), rules, FindYuvOrigin(request.input));
     if (m_picture.format == Conf::PixFmt::None)
@@ -85,8 +85,8 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     if ((request.encoder->capabilities & AV_CODEC_CAP_EXPERIMENTAL) != 0)
         context.strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL; // it was asked for by name
     SetInterlacing(frame);
-    ApplyEncoderOptions(context, ChooseDefaults(*request.encoder, request.options));
-    ApplyEncoderOptions(context, TameEncoder(*request.encoder, request.options, context.thread_count));
+    ApplyEncoderOptions(context, MakePictureOptions(*request.encoder, request.options, request.quality,
+                                                    context.thread_count));
     if ((request.container->flags & AVFMT_GLOBALHEADER) != 0)
         context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 
@@ -102,8 +102,7 @@ void VideoEncoder::Open(EncoderRequest const& request) {
 
 /// Pictures that are two fields each are encoded as such where the encoder can.
 void VideoEncoder::SetInterlacing(AVFrame const& frame) {
-    AVCodecID const codec = m_context->codec->id;
-    bool const canInterlace = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG2VIDEO;
+    bool const canInterlace = GetCodecFacts(m_context->codec->id).holdsFields;
     // A chroma row belongs to two rows of one field, so to four of the picture.
     Proc::FieldOrder const order = Proc::GetFrameFieldOrder(frame);
     if (order == Proc::FieldOrder::Progressive || !canInterlace || frame.height % 4 != 0)

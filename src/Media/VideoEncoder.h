@@ -29,6 +29,7 @@ struct WorkedFrame {
 struct EncoderRequest {
     AVCodec const* encoder = nullptr;
     EncoderOptions options;
+    Quality quality = Quality::VisuallyLossless;
     AVOutputFormat const* container = nullptr;
     /// Of the times of pictures.
     Ratio timeBase;

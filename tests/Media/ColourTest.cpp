@@ -6,6 +6,7 @@
 #include "Support/Process.h"
 
 extern "C" {
+#include <libavcodec/codec_id.h>
 #include <libavutil/pixfmt.h>
 }
 
@@ -176,11 +177,12 @@ TEST(ChoosePicture, NearestFormatAndRange) {
     constexpr Conf::ColorSpace full{2, AVCOL_RANGE_JPEG, 2};
     constexpr Conf::ColorSpace hdLimited{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, AVCOL_PRI_BT709};
     Media::EncoderRules const x264{
-        Formats({"yuv420p", "yuvj420p", "yuv422p", "yuv444p", "yuv420p10le", "gray"}), false, false, false,
-        true};
-    Media::EncoderRules const jpeg{Formats({"yuvj420p", "yuvj422p", "yuvj444p"}), false, true, false, false};
-    Media::EncoderRules const mpeg4{Formats({"yuv420p"}), true, false, false, false};
-    Media::EncoderRules const png{Formats({"rgb24", "rgba", "pal8", "gray"}), false, false, false, false};
+        Formats({"yuv420p", "yuvj420p", "yuv422p", "yuv444p", "yuv420p10le", "gray"}), false,
+        Media::GetCodecFacts(AV_CODEC_ID_H264)};
+    Media::EncoderRules const jpeg{Formats({"yuvj420p", "yuvj422p", "yuvj444p"}), false,
+                                   Media::GetCodecFacts(AV_CODEC_ID_MJPEG)};
+    Media::EncoderRules const mpeg4{Formats({"yuv420p"}), true, {}};
+    Media::EncoderRules const png{Formats({"rgb24", "rgba", "pal8", "gray"}), false, {}};
     ChoiceCase const cases[] = {
         {"yuv420p", none, 64, x264, "yuv420p", AVCOL_RANGE_UNSPECIFIED, false},
         {"yuvj420p", none, 64, x264, "yuv420p", AVCOL_RANGE_JPEG, false}, // other names for the same
@@ -209,7 +211,8 @@ TEST(ChoosePicture, NearestFormatAndRange) {
     // JPEG knows the matrix of BT.601 alone.
     EXPECT_EQ(Media::ChoosePicture(ByName("yuv420p"), hdLimited, 64, 48, jpeg).space.matrix,
               AVCOL_SPC_BT470BG);
-    Media::EncoderRules const wholeChroma{Formats({"yuv420p"}), false, false, false, true};
+    Media::EncoderRules const wholeChroma{Formats({"yuv420p"}), false,
+                                          Media::GetCodecFacts(AV_CODEC_ID_H264)};
     EXPECT_EQ(Media::ChoosePicture(ByName("yuv420p"), none, 65, 48, wholeChroma).format, Conf::PixFmt::None);
 }
 

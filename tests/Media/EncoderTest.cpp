@@ -12,8 +12,6 @@ namespace Tarsel::Test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Pair;
 
 class Encoder : public RunFixture {
 protected:
@@ -51,28 +49,45 @@ TEST_F(Encoder, MistakesAreToldBeforeAnythingIsRead) {
               "The encoder \"libx264\" does not open with crf=20 preset=fastt: Invalid argument");
 }
 
-TEST(EncoderDefaults, GiveWayToTheUsersQuality) {
-    AVCodec const& x264 = *avcodec_find_encoder_by_name("libx264");
-    EXPECT_THAT(Media::ChooseDefaults(x264, {}), ElementsAre(Pair("preset", "medium"), Pair("crf", "18")));
-    EXPECT_THAT(Media::ChooseDefaults(x264, {{"b", "2M"}}), ElementsAre(Pair("preset", "medium")));
-    EXPECT_THAT(Media::ChooseDefaults(x264, {{"preset", "slow"}}),
-                ElementsAre(Pair("preset", "medium"), Pair("crf", "18"))); // the user's comes after and wins
-    AVCodec const& mpeg4 = *avcodec_find_encoder_by_name("mpeg4");
-    EXPECT_THAT(Media::ChooseDefaults(mpeg4, {}),
-                ElementsAre(Pair("flags", "+qscale"), Pair("global_quality", "236")));
-    EXPECT_THAT(Media::ChooseDefaults(*avcodec_find_encoder_by_name("ffv1"), {}), IsEmpty());
-}
+struct ToldCase {
+    char const* encoder;
+    Media::EncoderOptions users;
+    Media::Quality quality;
+    int threads;
+    Media::EncoderOptions told;
+};
 
-TEST(TameEncoder, HoldsThoseWithThreadsAndLogsOfTheirOwn) {
-    AVCodec const& x265 = *avcodec_find_encoder_by_name("libx265");
-    Media::EncoderOptions const users{{"crf", "20"}, {"x265-params", "pools=7:keyint=9"}};
-    EXPECT_THAT(Media::TameEncoder(x265, {}, 0), ElementsAre(Pair("x265-params", "log-level=error")));
-    EXPECT_THAT(Media::TameEncoder(x265, {}, 1),
-                ElementsAre(Pair("x265-params", "log-level=error:pools=none")));
-    EXPECT_THAT(
-        Media::TameEncoder(x265, users, 3),
-        ElementsAre(Pair("crf", "20"), Pair("x265-params", "log-level=error:pools=3:pools=7:keyint=9")));
-    EXPECT_EQ(Media::TameEncoder(*avcodec_find_encoder_by_name("libx264"), users, 1), users);
+TEST(PictureOptions, AreEffortQualityOwnWaysAndTheUsers) {
+    using enum Media::Quality;
+    ToldCase const cases[] = {
+        {"libx264", {}, VisuallyLossless, 1, {{"preset", "medium"}, {"crf", "18"}}},
+        {"libx264", {{"b", "2M"}}, Low, 1, {{"preset", "medium"}, {"b", "2M"}}},
+        // The user's comes after and wins.
+        {"libx264", {{"preset", "slow"}}, High, 1, {{"preset", "medium"}, {"crf", "20"}, {"preset", "slow"}}},
+        {"libx264",
+         {{"x264-params", "keyint=9:crf=30"}},
+         High,
+         1,
+         {{"preset", "medium"}, {"x264-params", "keyint=9:crf=30"}}},
+        {"mpeg4", {}, VisuallyLossless, 1, {{"flags", "+qscale"}, {"global_quality", "236"}}},
+        {"ffv1", {}, VisuallyLossless, 1, {}},
+        {"libx265", {}, Medium, 0, {{"x265-params", "log-level=error"}, {"crf", "28"}}},
+        {"libx265",
+         {{"crf", "20"}, {"x265-params", "pools=7:keyint=9"}},
+         Low,
+         3,
+         {{"x265-params", "log-level=error:pools=3:pools=7:keyint=9"}, {"crf", "20"}}},
+        {"libx265",
+         {{"x265-params", "keyint=9"}},
+         Lossless,
+         1,
+         {{"x265-params", "log-level=error:pools=none:lossless=1:keyint=9"}}},
+    };
+    for (ToldCase const& row : cases)
+        EXPECT_EQ(Media::MakePictureOptions(*avcodec_find_encoder_by_name(row.encoder), row.users,
+                                            row.quality, row.threads),
+                  row.told)
+            << row.encoder;
 }
 
 TEST(EncoderTimeBase, FitsTheCodec) {

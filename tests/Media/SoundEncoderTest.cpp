@@ -64,12 +64,17 @@ TEST(SoundFormat, RatesAndLayoutsGoUpBeforeTheyGoDown) {
 
 TEST(SoundDefaults, GiveWayToTheUsersQuality) {
     AVCodec const& aac = *avcodec_find_encoder_by_name("aac");
-    EXPECT_THAT(Media::ChooseSoundDefaults(aac, 2, {}), ElementsAre(Pair("b", "192000")));
-    EXPECT_THAT(Media::ChooseSoundDefaults(aac, 6, {}), ElementsAre(Pair("b", "576000")));
-    EXPECT_THAT(Media::ChooseSoundDefaults(aac, 2, {{"b", "64k"}}), IsEmpty());
-    EXPECT_THAT(Media::ChooseSoundDefaults(*avcodec_find_encoder_by_name("libmp3lame"), 2, {}),
+    EXPECT_THAT(Media::MakeSoundOptions(aac, 2, {}, Media::Quality::VisuallyLossless),
+                ElementsAre(Pair("b", "192000")));
+    EXPECT_THAT(Media::MakeSoundOptions(aac, 6, {}, Media::Quality::VisuallyLossless),
+                ElementsAre(Pair("b", "576000")));
+    EXPECT_THAT(Media::MakeSoundOptions(aac, 2, {{"b", "64k"}}, Media::Quality::VisuallyLossless), IsEmpty());
+    EXPECT_THAT(Media::MakeSoundOptions(*avcodec_find_encoder_by_name("libmp3lame"), 2, {},
+                                        Media::Quality::VisuallyLossless),
                 ElementsAre(Pair("flags", "+qscale"), Pair("global_quality", "236")));
-    EXPECT_THAT(Media::ChooseSoundDefaults(*avcodec_find_encoder_by_name("flac"), 2, {}), IsEmpty());
+    EXPECT_THAT(Media::MakeSoundOptions(*avcodec_find_encoder_by_name("flac"), 2, {},
+                                        Media::Quality::VisuallyLossless),
+                IsEmpty());
 }
 
 class SoundEncoders : public RunFixture {};
