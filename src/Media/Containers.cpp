@@ -38,6 +38,10 @@ constexpr int s_knownInTransportStreams[] = {AV_CODEC_ID_AAC,          AV_CODEC_
                                              AV_CODEC_ID_JPEG2000,     AV_CODEC_ID_DVB_SUBTITLE,
                                              AV_CODEC_ID_DVB_TELETEXT, AV_CODEC_ID_HDMV_PGS_SUBTITLE};
 
+constexpr int s_knownInProgramStreams[] = {AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO,  AV_CODEC_ID_MP2,
+                                           AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,         AV_CODEC_ID_DTS,
+                                           AV_CODEC_ID_PCM_DVD,    AV_CODEC_ID_DVD_SUBTITLE};
+
 constexpr ContainerTraits s_containers[] = {
     {.name = "mp4",
      .pictureEncoders = {"libx264", "mpeg4"},
@@ -124,6 +128,7 @@ constexpr ContainerTraits s_containers[] = {
     {.name = "gxf", .countsFrames = true, .startsAudioAtZero = true},
     {.name = "mxf", .countsFrames = true, .startsAudioAtZero = true},
     {.name = "mxf_opatom", .countsFrames = true, .startsAudioAtZero = true},
+    {.name = "mpeg", .pictureEncoders = {"mpeg2video", "mpeg1video"}, .knownCodecs = s_knownInProgramStreams},
     {.name = "mp3", .covers = Covers::Only},
     {.name = "flac", .covers = Covers::Only},
     {.name = "aiff", .covers = Covers::Only, .isPlainAudio = true},

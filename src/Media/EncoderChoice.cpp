@@ -1,8 +1,10 @@
 #include "Media/EncoderChoice.h"
 
+#include "Conf/PixFmtDescription.h"
 #include "Core/NearNames.h"
 #include "Core/Throw.h"
 #include "Media/EncoderNames.h"
+#include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
 
@@ -21,6 +23,17 @@ namespace Tarsel::Media {
 namespace {
 
 constexpr char const* s_file = "Media/EncoderChoice";
+
+/// What is lost of pictures in the format by those that the encoder takes: FFmpeg's FF_LOSS_* bits.
+int GetFormatLoss(AVCodec const& encoder, Conf::PixFmt format) {
+    std::vector<Conf::PixFmt> formats;
+    for (AVPixelFormat const each : GetPixelFormats(encoder))
+        formats.push_back(Conf::WithoutFixedRange(static_cast<Conf::PixFmt>(each)));
+    int loss = 0;
+    if (!formats.empty())
+        Conf::FindBestPixelFormatOfList(formats, Conf::WithoutFixedRange(format), true, &loss);
+    return loss;
+}
 
 /// All of a kind, or those of one codec.
 std::vector<std::string> ListEncoders(AVMediaType type, AVCodecID codec = AV_CODEC_ID_NONE) {
@@ -94,6 +107,38 @@ AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path c
     if (encoder == nullptr)
         ThrowNoEncoder(fmt::format("There is no encoder for {}", Quote(output.filename())));
     return *encoder;
+}
+
+AVCodec const* FindSameEncoder(Container const& container, std::filesystem::path const& output, int codec,
+                               Conf::PixFmt format, std::optional<Quality> quality) {
+    ContainerTraits const& traits = GetTraits(*container.format);
+    // Of what it takes only when it is rewritten no films are made.
+    bool const isForeign = traits.wantsStartCodes && (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC);
+    if (container.isStill || isForeign || !GetCodecFacts(codec).isOfFilms ||
+        !CanHold(container, output, codec))
+        return nullptr;
+    AVCodec const* first = nullptr;
+    for (AVCodec const* const encoder : ListEncodersOf(codec)) {
+        if (quality && !HasQuality(*encoder, *quality))
+            continue;
+        first = first != nullptr ? first : encoder;
+        if (GetFormatLoss(*encoder, format) == 0)
+            return encoder;
+    }
+    return first;
+}
+
+void CheckQuality(AVCodec const& encoder, Quality quality) {
+    if (HasQuality(encoder, quality))
+        return;
+    std::string known;
+    for (Quality const each : s_everyQuality)
+        if (HasQuality(encoder, each))
+            known += fmt::format("{}{}", known.empty() ? "" : ", ", GetQualityName(each));
+    Core::Throw<OptionsException>({s_file, "void Tarsel::Media::CheckQuality(const AVCodec &, Quality)"},
+                                  fmt::format("The encoder \"{}\" has no quality \"{}\"; {}", encoder.name,
+                                              GetQualityName(quality),
+                                              known.empty() ? "its own options set it" : "legal: " + known));
 }
 
 bool CanHold(Container const& container, std::filesystem::path const& output, int codec) {

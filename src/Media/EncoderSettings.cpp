@@ -6,6 +6,7 @@
 #include "Core/Text.h"
 #include "Core/Throw.h"
 #include "Media/FFmpegOwners.h"
+#include "Media/FFmpegRatio.h"
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
 #include "Media/SoundFormat.h"
@@ -177,6 +178,17 @@ EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& conta
         rules.formats = ListRawVideoFormats(container);
     rules.losesRange = !GetTraits(container).saysRange && !rules.codec.tellsRange;
     return rules;
+}
+
+Ratio ChooseLegalRate(std::vector<Ratio> const& legal, Ratio wanted) noexcept {
+    auto const isLess = [](Ratio a, Ratio b) { return av_cmp_q(ToAV(a), ToAV(b)) < 0; };
+    Ratio best = legal.front();
+    for (Ratio const rate : legal) {
+        bool const isNear = !isLess(rate, wanted) && (isLess(best, wanted) || isLess(rate, best));
+        if (isNear || (isLess(best, wanted) && isLess(best, rate)))
+            best = rate;
+    }
+    return best;
 }
 
 Ratio ChooseEncoderTimeBase(int codec, Ratio wanted, Ratio frameRate) {

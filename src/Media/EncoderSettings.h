@@ -19,6 +19,10 @@ void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options, 
 /// What the encoder demands of pictures, in files of the container.
 EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& container);
 
+/// Of `legal` (frames a second, not empty) the next to `wanted` that is not below it, so that every picture
+/// has a time of its own; else the highest.
+Ratio ChooseLegalRate(std::vector<Ratio> const& legal, Ratio wanted) noexcept;
+
 /// The time base the encoder counts pictures in: `wanted`, or the duration of a frame for encoders that know
 /// a constant frame rate only. `codec` is an AVCodecID.
 Ratio ChooseEncoderTimeBase(int codec, Ratio wanted, Ratio frameRate);

@@ -80,20 +80,33 @@ struct PictureRow {
     std::string_view silence = {};
     std::string_view threadsKey = {};
     std::string_view oneThread = {};
+    /// What tells it, in that list, the light levels of HDR: of the display and of the content.
+    std::string_view lightDisplay = {};
+    std::string_view lightContent = {};
 };
 
 /// Constant quality, so that the number of bits follows the picture. "Visually lossless" is what each
 /// encoder's makers call so, "medium" their default. Of several encoders for a codec the first is the usual
 /// one.
 constexpr PictureRow s_pictureRows[] = {
-    {"libx264 libx264rgb", "preset=medium", {"crf=28", "crf=23", "crf=20", "crf=18", "qp=0"}, "x264-params"},
+    {"libx264 libx264rgb",
+     "preset=medium",
+     {"crf=28", "crf=23", "crf=20", "crf=18", "qp=0"},
+     "x264-params",
+     "",
+     "",
+     "",
+     "mastering-display",
+     "cll"},
     {"libx265",
      "",
      {"crf=33", "crf=28", "crf=23", "crf=18", "x265-params=lossless=1"},
      "x265-params",
      "log-level=error",
      "pools",
-     "none"},
+     "none",
+     "master-display",
+     "max-cll"},
     // Without a rate of 0 the default of 200 kbit/s bounds the quality.
     {"libvpx-vp9",
      "row-mt=1 cpu-used=2",
@@ -223,14 +236,23 @@ void AddOwnWays(EncoderOptions& options, AVCodec const& encoder, PictureRow cons
                         threads == 1 ? std::string(row.oneThread) : std::to_string(threads)));
 }
 
-/// Whether nothing is lost whatever the encoder is told.
-bool LosesNothing(AVCodec const& encoder) {
-    AVCodecDescriptor const* const codec = avcodec_descriptor_get(encoder.id);
-    return codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0 &&
-           (codec->props & AV_CODEC_PROP_LOSSY) == 0;
-}
-
 } // namespace
+
+std::string_view GetQualityName(Quality quality) noexcept {
+    switch (quality) {
+    case Quality::Low:
+        return "low";
+    case Quality::Medium:
+        return "medium";
+    case Quality::High:
+        return "high";
+    case Quality::VisuallyLossless:
+        return "visually-lossless";
+    case Quality::Lossless:
+        return "lossless";
+    }
+    return "";
+}
 
 CodecFacts GetCodecFacts(int codec) noexcept {
     auto const* const row = std::ranges::find(s_codecs, static_cast<AVCodecID>(codec), &CodecRow::codec);
@@ -265,8 +287,19 @@ std::vector<AVCodec const*> ListEncodersOf(int codec) {
     return encoders;
 }
 
+bool LosesNothing(AVCodec const& encoder) noexcept {
+    AVCodecDescriptor const* const codec = avcodec_descriptor_get(encoder.id);
+    return codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0 &&
+           (codec->props & AV_CODEC_PROP_LOSSY) == 0;
+}
+
 bool HasQuality(AVCodec const& encoder, Quality quality) {
     return LosesNothing(encoder) || !FindRow(encoder).quality[static_cast<std::size_t>(quality)].empty();
+}
+
+LightKeys GetLightKeys(AVCodec const& encoder) noexcept {
+    PictureRow const& row = FindRow(encoder);
+    return row.lightDisplay.empty() ? LightKeys{} : LightKeys{row.list, row.lightDisplay, row.lightContent};
 }
 
 EncoderOptions MakePictureOptions(AVCodec const& encoder, EncoderOptions const& users, Quality quality,

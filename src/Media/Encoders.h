@@ -3,6 +3,7 @@
 #include "Media/Run.h"
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -43,6 +44,9 @@ std::vector<AVCodec const*> ListEncodersOf(int codec);
 /// Whether FFmpeg has pixel formats in ordinary memory for the encoder.
 bool WorksInOrdinaryMemory(AVCodec const& encoder);
 
+/// Whether the encoder loses nothing whatever it is told.
+bool LosesNothing(AVCodec const& encoder) noexcept;
+
 /// Whether the encoder has options for the quality. One whose codec loses nothing has all.
 bool HasQuality(AVCodec const& encoder, Quality quality);
 
@@ -53,6 +57,17 @@ bool HasQuality(AVCodec const& encoder, Quality quality);
 /// left, of libsvtav1 about a dozen.
 EncoderOptions MakePictureOptions(AVCodec const& encoder, EncoderOptions const& users, Quality quality,
                                   int threads);
+
+/// How an encoder's own list of options (PictureOptions) is told the light levels of HDR, in the words of
+/// x265.
+struct LightKeys {
+    std::string_view list;
+    std::string_view display;
+    std::string_view content;
+};
+
+/// Empty for an encoder that is not told.
+LightKeys GetLightKeys(AVCodec const& encoder) noexcept;
 
 /// What an encoder of sound is told before the user's options: the quality, for so many channels. Empty where
 /// the user's options have one of their own. Encoders that lose something give their best for Lossless.

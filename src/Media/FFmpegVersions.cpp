@@ -2,6 +2,7 @@
 
 #include "Conf/FFmpegFormats.h"
 #include "Media/FFmpegOwners.h"
+#include "Media/FFmpegRatio.h"
 
 #include <algorithm>
 
@@ -92,6 +93,10 @@ std::span<AVPixelFormat const> ListPixelFormats(AVCodec const& encoder) {
     return List<AVPixelFormat>(encoder, AV_CODEC_CONFIG_PIX_FORMAT);
 }
 
+std::span<AVRational const> ListFrameRates(AVCodec const& encoder) {
+    return List<AVRational>(encoder, AV_CODEC_CONFIG_FRAME_RATE);
+}
+
 std::span<AVSampleFormat const> ListSampleFormats(AVCodec const& encoder) {
     return List<AVSampleFormat>(encoder, AV_CODEC_CONFIG_SAMPLE_FORMAT);
 }
@@ -119,6 +124,10 @@ std::span<AVPixelFormat const> ListPixelFormats(AVCodec const& encoder) {
     return List(encoder.pix_fmts, [](AVPixelFormat format) { return format == AV_PIX_FMT_NONE; });
 }
 
+std::span<AVRational const> ListFrameRates(AVCodec const& encoder) {
+    return List(encoder.supported_framerates, [](AVRational rate) { return rate.num == 0; });
+}
+
 std::span<AVSampleFormat const> ListSampleFormats(AVCodec const& encoder) {
     return List(encoder.sample_fmts, [](AVSampleFormat format) { return format == AV_SAMPLE_FMT_NONE; });
 }
@@ -138,6 +147,13 @@ std::span<AVChannelLayout const> ListChannelLayouts(AVCodec const& encoder) {
 std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder) {
     auto const formats = ListPixelFormats(encoder);
     return {formats.begin(), formats.end()};
+}
+
+std::vector<Ratio> GetFrameRates(AVCodec const& encoder) {
+    std::vector<Ratio> rates;
+    for (AVRational const rate : ListFrameRates(encoder))
+        rates.push_back(FromAV(rate));
+    return rates;
 }
 
 std::vector<Conf::SampleFormats> GetSampleFormats(AVCodec const& encoder) {

@@ -2,6 +2,7 @@
 
 #include "Conf/ChannelLayout.h"
 #include "Conf/SampleFormats.h"
+#include "Core/Ratio.h"
 
 #include <cstdint>
 #include <span>
@@ -33,6 +34,9 @@ void CopySideData(AVCodecContext const& from, AVStream& to);
 
 /// The pixel formats an encoder takes; empty when it does not say.
 std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder);
+
+/// The frame rates an encoder takes; empty when it does not say, or takes any.
+std::vector<Ratio> GetFrameRates(AVCodec const& encoder);
 
 /// What an encoder takes of sound: sample formats, rates and channel layouts. Each empty when it does not
 /// say.

@@ -103,7 +103,8 @@ void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutput
     CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
     RemoveEncodingKeys(&to.metadata);
     to.disposition = from.disposition;
-    bool const countsFrames = GetTraits(format).countsFrames && context.framerate.num > 0;
+    bool const countsFrames = (GetTraits(format).countsFrames || (format.flags & AVFMT_NOTIMESTAMPS) != 0) &&
+                              context.framerate.num > 0;
     to.time_base = countsFrames ? av_inv_q(context.framerate) : ToAV(encoder.GetTimeBase());
     to.sample_aspect_ratio = context.sample_aspect_ratio;
     // A rate that was only measured over changing durations would be written as every picture's duration.

@@ -20,6 +20,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -61,7 +62,9 @@ private:
     void LeaveOutPictures();
     bool OpenPictures();
     void SelectStill();
-    void KeepCoverCodec();
+    void KeepCodec();
+    void NoteLoss(AVCodec const& encoder);
+    void NoteSize(std::int64_t input, std::int64_t output);
     void KeepPictureAlone() const;
     std::string DescribeCopyObstacle(Demuxer const& input) const;
     std::unique_ptr<Lane> MakeLane();
@@ -76,6 +79,8 @@ private:
     RunPlan m_plan;
     Container const& m_container;
     AVCodec const* m_encoder = nullptr;
+    /// For pictures that the encoder of their codec does not take; null: none.
+    AVCodec const* m_usualEncoder = nullptr;
     Progress m_progress;
     /// The input, until m_source reads it.
     std::unique_ptr<Demuxer> m_demuxer;
@@ -152,8 +157,8 @@ bool Job::OpenPictures() {
     try {
         m_source = std::make_unique<Source>(std::move(m_demuxer), m_stop.get_token());
         SelectStill();
-        KeepCoverCodec();
         m_info = m_source->GetInfo();
+        KeepCodec();
         return true;
     } catch (InputException const&) {
         m_source.reset();
@@ -188,15 +193,23 @@ void Job::SelectStill() {
                          Quote(m_options.input), Quote(m_options.output)));
 }
 
-/// A sound file's cover stays what it was, whatever films in the container are encoded with.
-void Job::KeepCoverCodec() {
+/// Pictures stay in their codec where they can: a film's, and a cover, whatever films in the container are
+/// encoded with.
+void Job::KeepCodec() {
     Demuxer const& input = m_source->GetDemuxer();
-    if (!input.IsCover() || m_container.isStill || !m_options.videoEncoder.empty())
-        return;
-    if (AVCodec const* const same = avcodec_find_encoder(input.GetPicture().codecpar->codec_id))
-        m_encoder = same;
-    if (m_encoder != nullptr)
+    AVCodecID const codec = input.GetPicture().codecpar->codec_id;
+    AVCodec const* same = nullptr;
+    if (input.IsCover() && !m_container.isStill && m_options.videoEncoder.empty())
+        same = avcodec_find_encoder(codec);
+    else if (m_plan.MayKeepCodec() && !input.IsStill())
+        same = FindSameEncoder(m_container, m_options.output, codec, m_info.format, m_options.quality);
+    if (same != nullptr && !input.IsCover())
+        m_usualEncoder = m_encoder;
+    m_encoder = same != nullptr ? same : m_encoder;
+    if (m_encoder != nullptr && input.IsCover())
         CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions, m_plan.GetQuality());
+    if (m_encoder != nullptr && m_options.quality)
+        CheckQuality(*m_encoder, *m_options.quality);
 }
 
 /// A still holds nothing beside its picture, and nobody expects sound in it: no word of what is left out.
@@ -258,15 +271,10 @@ void Job::Work(Lane& lane, SoundTracks& sound) {
     std::optional<OtherStreams> others;
     if (!m_container.isStill && m_streams.context->nb_streams > 1)
         others.emplace(m_options.input, m_stop.get_token());
-    Writer writer({m_encoder,
-                   m_options.videoEncoderOptions,
-                   m_plan.GetQuality(),
-                   m_container.format,
-                   times.GetTimeBase(),
-                   m_info.frameRate,
-                   m_source->GetFirstDuration(),
-                   m_container.isStill,
-                   {m_info.format, m_info.space}},
+    Writer writer({m_encoder, m_options.videoEncoderOptions, m_plan.GetQuality(), m_container.format,
+                   times.GetTimeBase(), m_info.frameRate, m_source->GetFirstDuration(), m_container.isStill,
+                   m_options.keepsLaneFormat ? PictureKind() : PictureKind{m_info.format, m_info.space},
+                   m_usualEncoder},
                   *m_file, m_streams, others ? &*others : nullptr, sound, m_progress);
 
     Pipeline pipeline(m_stop, [this] { Report(); });
@@ -301,13 +309,40 @@ void Job::Work(Lane& lane, SoundTracks& sound) {
 
     m_result.framesIn = m_source->GetFrameCount();
     m_result.framesOut = m_progress.GetFrames();
-    m_result.videoEncoder = m_encoder->name;
+    m_result.videoEncoder = writer.GetEncoder().name;
+    NoteLoss(writer.GetEncoder());
+    NoteSize(m_source->GetByteCount(), writer.GetByteCount());
     AddNotes(others ? others->GetNotes() : m_source->GetDemuxer().GetNotes());
     AddNotes(m_source->GetNotes());
     AddNotes(writer.GetNotes());
     if (times.GetMovedCount() > 0)
         AddNotes({CountText(times.GetMovedCount(), "picture time") +
                   " not after the one before and moved by the least step."});
+}
+
+/// What lost nothing so far does now, and nobody asked for it.
+void Job::NoteLoss(AVCodec const& encoder) {
+    AVCodecDescriptor const* const input =
+        avcodec_descriptor_get(m_source->GetDemuxer().GetPicture().codecpar->codec_id);
+    bool const wasLossless = input != nullptr && (input->props & AV_CODEC_PROP_LOSSY) == 0 &&
+                             (GetCodecFacts(input->id).isOfFilms || input->id == AV_CODEC_ID_RAWVIDEO);
+    bool const isLossless = LosesNothing(encoder) || m_plan.GetQuality() == Quality::Lossless;
+    if (wasLossless && !isLossless && m_plan.MayKeepCodec() && !m_options.quality &&
+        !m_source->GetDemuxer().IsStill())
+        AddNotes({fmt::format("The input's pictures ({}) are without loss; those of {} are not quite.",
+                              input->name, encoder.name)});
+}
+
+void Job::NoteSize(std::int64_t input, std::int64_t output) {
+    constexpr std::int64_t worthTelling = 1000000;
+    if (m_container.isStill || output - input < worthTelling || output / 3 <= input / 2)
+        return;
+    constexpr double mega = 1e6;
+    AddNotes({fmt::format(
+        "The pictures take {:.1f} MB, {:.1f} times as much as in the input; a lower quality makes "
+        "them smaller.",
+        static_cast<double>(output) / mega,
+        static_cast<double>(output) / static_cast<double>(std::max<std::int64_t>(input, 1)))});
 }
 
 /// All packets as they are, but those of sound that is worked on.

@@ -16,6 +16,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -48,6 +49,10 @@ using MakeVideoLane = std::function<std::unique_ptr<Proc::IEffectStreamVideo>(Vi
 
 /// How much of pictures and sound encoders may lose, from small files to none at all.
 enum class Quality : std::uint8_t { Low, Medium, High, VisuallyLossless, Lossless };
+constexpr Quality s_everyQuality[] = {Quality::Low, Quality::Medium, Quality::High, Quality::VisuallyLossless,
+                                      Quality::Lossless};
+/// "visually-lossless". Any thread.
+TARSEL_MEDIA_API std::string_view GetQualityName(Quality quality) noexcept;
 
 struct RunProgress {
     /// 0 to 1, by the time of the pictures, or of the sound where there are none; negative when the length is
@@ -64,7 +69,8 @@ struct RunOptions {
     std::filesystem::path output;
     /// An existing output may be replaced.
     bool overwrite = false;
-    /// FFmpeg's encoder name; empty: the usual one of the container.
+    /// FFmpeg's encoder name; empty, and without options: one for the codec that the pictures had, where
+    /// films are made of it and the container takes it; else the usual one of the container.
     std::string videoEncoder;
     /// Options of the encoder, key and value, in FFmpeg's words ("crf", "18").
     std::vector<std::pair<std::string, std::string>> videoEncoderOptions;
@@ -76,6 +82,9 @@ struct RunOptions {
     /// Of what is encoded anew, where the options do not tell it: pictures are encoded anew when it is given.
     /// Nothing: VisuallyLossless.
     std::optional<Quality> quality;
+    /// The lane's pictures have a format that was asked for: they are written in it, or what the encoder has
+    /// next to it. Otherwise RGB that came of YUV becomes YUV again where the encoder wants that.
+    bool keepsLaneFormat = false;
     /// For a still picture out of a film: the time of the frame to take, in seconds.
     std::optional<double> at;
     /// Work on pictures, and on sound: empty where none is wanted, and streams are copied where that can be.

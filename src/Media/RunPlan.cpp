@@ -43,6 +43,9 @@ AVCodec const* PlanVideoEncoder(RunPlan const& plan) {
         return nullptr;
     }
     AVCodec const& encoder = ChooseEncoder(plan.container, options.output, options.videoEncoder);
+    // Another may yet be chosen for the input's codec.
+    if (options.quality && !plan.MayKeepCodec())
+        CheckQuality(encoder, *options.quality);
     CheckEncoderOptions(encoder, options.videoEncoderOptions, plan.GetQuality());
     return &encoder;
 }
@@ -73,6 +76,10 @@ AVCodec const* PlanSoundEncoder(RunPlan const& plan) {
 
 Quality RunPlan::GetQuality() const noexcept {
     return options.quality.value_or(Quality::VisuallyLossless);
+}
+
+bool RunPlan::MayKeepCodec() const noexcept {
+    return options.videoEncoder.empty() && options.videoEncoderOptions.empty() && !container.isStill;
 }
 
 bool RunPlan::WantsVideoEncoder() const noexcept {

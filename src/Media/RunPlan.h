@@ -17,6 +17,8 @@ struct RunPlan {
     AVCodec const* soundEncoder = nullptr;
 
     Quality GetQuality() const noexcept;
+    /// Whether nothing is said of the encoder, so that the input's codec decides.
+    bool MayKeepCodec() const noexcept;
     bool WantsVideoEncoder() const noexcept;
     bool WantsSoundEncoder() const noexcept;
     /// Whether there is no run without pictures, or without sound.

@@ -81,6 +81,7 @@ void Source::Restart() {
     m_hasPacketTimes = true;
     m_ended = false;
     m_frames = 0;
+    m_bytes = 0;
     m_decoder.reset();
     m_demuxer = std::make_unique<Demuxer>(m_path, m_stop);
 }
@@ -154,6 +155,7 @@ bool Source::ReadPacket() {
         if (!m_demuxer->Read(*m_packet))
             return false;
     } while (m_packet->stream_index != m_demuxer->GetPicture().index);
+    m_bytes += m_packet->size;
     m_hasPacketTimes = m_hasPacketTimes && m_packet->pts != AV_NOPTS_VALUE;
     return true;
 }

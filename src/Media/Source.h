@@ -46,6 +46,8 @@ public:
     /// end. OptionsException when the film is over by then; InputException; Stopped.
     void SelectFrame(std::int64_t microseconds);
 
+    /// Of the pictures' packets that were read.
+    std::int64_t GetByteCount() const noexcept { return m_bytes; }
     std::int64_t GetFrameCount() const noexcept { return m_frames; }
     /// Of the pictures; those of the file are the demuxer's.
     std::vector<std::string> GetNotes() const;
@@ -72,6 +74,7 @@ private:
     bool m_ended = false;
     bool m_selected = false;
     std::int64_t m_frames = 0;
+    std::int64_t m_bytes = 0;
     /// Where the last picture ends, in microseconds.
     std::int64_t m_end = 0;
 };

@@ -3,6 +3,7 @@
 #include "Core/Throw.h"
 #include "Media/CodecThreads.h"
 #include "Media/FFmpegRatio.h"
+#include "Media/LightLevels.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -91,6 +92,7 @@ std::optional<DecodedFrame> VideoDecoder::Receive() {
     FrameTime const time = MakeTime(frame);
     frame.sample_aspect_ratio = av_guess_sample_aspect_ratio(const_cast<AVFormatContext*>(&m_format),
                                                              const_cast<AVStream*>(&m_stream), &frame);
+    AddLightLevels(m_stream, frame);
     return DecodedFrame{std::exchange(m_frame, Proc::SafeFrame()), time};
 }
 

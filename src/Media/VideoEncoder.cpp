@@ -4,14 +4,17 @@
 #include "Core/Text.h"
 #include "Core/Throw.h"
 #include "Media/CodecThreads.h"
+#include "Media/Containers.h"
 #include "Media/FFmpegRatio.h"
 #include "Media/FFmpegVersions.h"
+#include "Media/LightLevels.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
 #include "Proc/Wrappers/FrameFields.h"
+#include "Proc/Wrappers/FrameRoom.h"
 
 #include <fmt/format.h>
 
@@ -39,6 +42,11 @@ Proc::SwsCtxSide MakeSide(AVFrame const& frame, Conf::PixFmt format, Conf::Color
     return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height), format, space};
 }
 
+bool DescribesColors(AVFrame const& frame) noexcept {
+    return frame.colorspace != AVCOL_SPC_UNSPECIFIED && frame.color_primaries != AVCOL_PRI_UNSPECIFIED &&
+           frame.color_trc != AVCOL_TRC_UNSPECIFIED;
+}
+
 } // namespace
 
 VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& first)
@@ -50,7 +58,10 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
     AVFrame const& frame = GetFirstFrame();
     auto const format = static_cast<Conf::PixFmt>(frame.format);
     Conf::ColorSpace const space = Proc::GetFrameColorSpace(frame);
-    EncoderRules const rules = GetEncoderRules(*request.encoder, *request.container);
+    EncoderRules rules = GetEncoderRules(*request.encoder, *request.container);
+    // MP4 tells the range as part of a whole description of the colors only.
+    if (GetTraits(*request.container).isMovFamily && !rules.codec.tellsRange && !DescribesColors(frame))
+        rules.losesRange = true;
     m_wholeChroma = rules.codec.wantsWholeChroma;
     m_picture = ChoosePicture(format, space, static_cast<std::uint32_t>(frame.width),
                               static_cast<std::uint32_t>(frame.height), rules, FindYuvOrigin(request.input));
@@ -74,7 +85,15 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     context.height = frame.height;
     context.pix_fmt = static_cast<AVPixelFormat>(m_picture.format);
     context.sample_aspect_ratio = frame.sample_aspect_ratio;
-    context.time_base = ToAV(ChooseEncoderTimeBase(request.encoder->id, m_timeBase, m_frameRate));
+    if (auto const rates = GetFrameRates(*request.encoder); !rates.empty() && m_frameRate.numerator > 0) {
+        m_frameRate = ChooseLegalRate(rates, m_frameRate);
+        context.strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL; // for rates below those of television
+    }
+    // Where the file keeps no times the stream's own unit of time is taken for the rate.
+    m_countsFrames =
+        !request.isStill && m_frameRate.numerator > 0 && (request.container->flags & AVFMT_NOTIMESTAMPS) != 0;
+    Ratio const tick = m_countsFrames ? Ratio{m_frameRate.denominator, m_frameRate.numerator} : m_timeBase;
+    context.time_base = ToAV(ChooseEncoderTimeBase(request.encoder->id, tick, m_frameRate));
     context.framerate = ToAV(m_frameRate);
     context.colorspace = static_cast<AVColorSpace>(m_picture.space.matrix);
     context.color_range = static_cast<AVColorRange>(m_picture.space.range);
@@ -85,8 +104,11 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     if ((request.encoder->capabilities & AV_CODEC_CAP_EXPERIMENTAL) != 0)
         context.strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL; // it was asked for by name
     SetInterlacing(frame);
-    ApplyEncoderOptions(context, MakePictureOptions(*request.encoder, request.options, request.quality,
-                                                    context.thread_count));
+    EncoderOptions options = MakeLightOptions(*request.encoder, frame);
+    m_losesLight = options.empty() && HasLightLevels(frame) && !GetTraits(*request.container).saysRange;
+    options.insert(options.end(), request.options.begin(), request.options.end());
+    ApplyEncoderOptions(context,
+                        MakePictureOptions(*request.encoder, options, request.quality, context.thread_count));
     if ((request.container->flags & AVFMT_GLOBALHEADER) != 0)
         context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 
@@ -102,19 +124,22 @@ void VideoEncoder::Open(EncoderRequest const& request) {
 
 /// Pictures that are two fields each are encoded as such where the encoder can.
 void VideoEncoder::SetInterlacing(AVFrame const& frame) {
-    bool const canInterlace = GetCodecFacts(m_context->codec->id).holdsFields;
-    // A chroma row belongs to two rows of one field, so to four of the picture.
     Proc::FieldOrder const order = Proc::GetFrameFieldOrder(frame);
-    if (order == Proc::FieldOrder::Progressive || !canInterlace || frame.height % 4 != 0)
+    if (order == Proc::FieldOrder::Progressive)
         return;
-    m_context->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
     m_context->field_order = order == Proc::FieldOrder::TopFirst ? AV_FIELD_TT : AV_FIELD_BB;
+    // A chroma row belongs to two rows of one field, so to four of the picture.
+    bool const canInterlace = GetCodecFacts(m_context->codec->id).holdsFields && frame.height % 4 == 0;
+    if (canInterlace)
+        m_context->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+    m_losesFields = !canInterlace && !LosesNothing(*m_context->codec);
 }
 
 void VideoEncoder::Send(WorkedFrame const& worked) {
     CheckLikeFirst(worked);
-    AVFrame const& source = *worked.data->GetAVFrame();
-    Proc::SafeFrame frame = m_picture.isConverted ? Convert(source) : Proc::SafeFrame::Reference(source);
+    Proc::SafeFrame frame = Proc::MakeRegular(*worked.data->GetAVFrame());
+    if (m_picture.isConverted)
+        frame = Convert(*frame);
     frame->format = static_cast<int>(m_picture.format);
     frame->pict_type = AV_PICTURE_TYPE_NONE; // the encoder's own choice, not that of the input's encoder
     // The caller has dealt with the orientation; a tag beside it would turn the picture twice.
@@ -123,6 +148,8 @@ void VideoEncoder::Send(WorkedFrame const& worked) {
 
     AVRational const timeBase = m_context->time_base;
     frame->pts = av_rescale_q(worked.time.start, ToAV(m_timeBase), timeBase);
+    if (m_countsFrames && m_lastTime != INT64_MIN && frame->pts != m_lastTime + 1)
+        ++m_unevenTimes;
     if (m_lastTime != INT64_MIN)
         frame->pts = std::max(frame->pts, av_sat_add64(m_lastTime, 1));
     m_lastTime = frame->pts;
@@ -200,6 +227,23 @@ std::int64_t VideoEncoder::ToOwnTime(std::int64_t encoderTime) const {
 }
 
 std::vector<std::string> VideoEncoder::GetNotes() const {
+    std::vector<std::string> notes;
+    if (m_losesFields)
+        notes.push_back(fmt::format("The pictures are two fields each; the encoder {} takes them for one.",
+                                    m_context->codec->name));
+    if (m_unevenTimes > 0)
+        notes.push_back("The file keeps no times: " + CountText(m_unevenTimes, "picture") +
+                        " moved to fit its frame rate.");
+    if (m_losesLight)
+        notes.emplace_back(
+            "The light levels of HDR were left out: neither encoder nor container keeps them.");
+    if (std::string change = DescribeConversion(); !change.empty())
+        notes.push_back(std::move(change));
+    return notes;
+}
+
+/// "" where there is none that a user need know of.
+std::string VideoEncoder::DescribeConversion() const {
     if (!m_picture.isConverted)
         return {};
     AVFrame const& first = GetFirstFrame();
@@ -208,11 +252,11 @@ std::vector<std::string> VideoEncoder::GetNotes() const {
                                            Proc::PixelFormatText(m_context->pix_fmt), m_context->codec->name);
     bool const isOdd = first.width % 2 != 0 || first.height % 2 != 0;
     if (std::string const lost = Conf::GetLossText(m_picture.loss & ~FF_LOSS_COLORSPACE); !lost.empty())
-        return {change + "; lost: " + lost + "."};
+        return change + "; lost: " + lost + ".";
     if (m_wholeChroma && isOdd)
-        return {change + ", which takes odd sizes only so."};
+        return change + ", which takes odd sizes only so.";
     if ((m_picture.loss & FF_LOSS_COLORSPACE) != 0)
-        return {change + "."};
+        return change + ".";
     return {}; // another order of the same values
 }
 

@@ -39,8 +39,10 @@ struct EncoderRequest {
     std::int64_t inputDuration = 0;
     /// One picture.
     bool isStill = false;
-    /// Of the input's pictures.
+    /// Of the input's pictures; nothing where theirs do not matter.
     PictureKind input;
+    /// Serves where `encoder` does not open for the pictures; null: none.
+    AVCodec const* fallback = nullptr;
 };
 
 /// Encodes pictures, on as many threads as ChooseCodecThreads says. One thread at a time.
@@ -71,6 +73,7 @@ public:
 private:
     void Open(EncoderRequest const& request);
     void SetInterlacing(AVFrame const& frame);
+    std::string DescribeConversion() const;
     void CheckLikeFirst(WorkedFrame const& frame) const;
     Proc::SafeFrame Convert(AVFrame const& frame) const;
     void SendFrame(AVFrame const* frame);
@@ -87,6 +90,11 @@ private:
     /// The times of the latest pictures, by the times the encoder knows them by.
     std::map<std::int64_t, FrameTime> m_times;
     std::int64_t m_lastTime = INT64_MIN;
+    /// The file keeps no times but the rate.
+    bool m_countsFrames = false;
+    std::int64_t m_unevenTimes = 0;
+    bool m_losesFields = false;
+    bool m_losesLight = false;
 };
 
 } // namespace Tarsel::Media

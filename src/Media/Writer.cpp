@@ -5,11 +5,13 @@
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
 
+#include <fmt/format.h>
+
 #include <cstdint>
 #include <utility>
 
 extern "C" {
-#include <libavcodec/packet.h>
+#include <libavcodec/avcodec.h>
 #include <libavutil/avutil.h>
 #include <libavutil/common.h>
 }
@@ -22,7 +24,15 @@ Writer::Writer(EncoderRequest request, OutputFile& file, InputStreams const& inp
       m_progress(progress) {}
 
 void Writer::Open(WorkedFrame const& first) {
-    m_encoder.emplace(m_request, first);
+    try {
+        m_encoder.emplace(m_request, first);
+    } catch (OutputException const& exception) {
+        if (m_request.fallback == nullptr)
+            throw;
+        m_notes.push_back(fmt::format("{}: {} served.", exception.what(), m_request.fallback->name));
+        m_request.encoder = m_request.fallback;
+        m_encoder.emplace(m_request, first);
+    }
     m_muxer.emplace(*m_request.container, m_file, m_input,
                     StreamEncoders{&*m_encoder, m_sound.GetEncoders()});
 }
@@ -38,6 +48,7 @@ void Writer::Write(WorkedFrame const& frame) {
 void Writer::WriteEncoded() {
     while (AVPacket* const packet = m_encoder->Receive()) {
         std::int64_t const ticks = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
+        m_bytes += packet->size;
         WriteOthersBefore(ToMicroseconds(ticks, m_encoder->GetTimeBase()));
         packet->stream_index = m_input.picture;
         m_muxer->Write(*packet, m_encoder->GetTimeBase());
@@ -64,7 +75,9 @@ void Writer::Close() {
 }
 
 std::vector<std::string> Writer::GetNotes() const {
-    std::vector<std::string> notes = m_encoder->GetNotes();
+    std::vector<std::string> notes = m_notes;
+    for (std::string& note : m_encoder->GetNotes())
+        notes.push_back(std::move(note));
     for (std::string& note : m_muxer->GetNotes())
         notes.push_back(std::move(note));
     return notes;

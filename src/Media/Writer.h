@@ -31,7 +31,10 @@ public:
     /// Ends the file. As Write; OutputException also when there was no picture at all.
     void Close();
 
-    /// Once closed.
+    /// What encodes the pictures. Once closed, as those that follow.
+    AVCodec const& GetEncoder() const noexcept { return *m_request.encoder; }
+    /// Of the encoded pictures.
+    std::int64_t GetByteCount() const noexcept { return m_bytes; }
     std::vector<std::string> GetNotes() const;
 
 private:
@@ -45,6 +48,8 @@ private:
     OtherStreams* m_others;
     SoundTracks& m_sound;
     Progress& m_progress;
+    std::vector<std::string> m_notes;
+    std::int64_t m_bytes = 0;
     std::optional<VideoEncoder> m_encoder;
     std::optional<Muxer> m_muxer;
 };

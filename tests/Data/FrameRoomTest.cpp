@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 extern "C" {
 #include <libavutil/frame.h>
 }
@@ -32,6 +34,42 @@ TEST(FrameRoom, IsToldAndMade) {
             for (int plane = 0; plane < Conf::PixFmtDescription::Find(format).GetPlaneCount(); ++plane)
                 EXPECT_EQ(PlaneBytes(*copy, plane), PlaneBytes(*own, plane));
         }
+}
+
+/// A picture that starts further in, as a crop makes it.
+SafeFrame Crop(AVFrame const& frame, int columns) {
+    SafeFrame cropped = SafeFrame::Reference(frame);
+    cropped->width -= columns;
+    cropped->data[0] += columns;
+    return cropped;
+}
+
+TEST(FrameRoom, IsPartOfWhatIsRegular) {
+    SafeFrame const plain = MakeNoise(Conf::PixFmt::GRAY8, 64, 48);
+    SafeFrame narrow = SafeFrame::Reference(*plain);
+    narrow->linesize[0] -= 1;
+    struct {
+        char const* name;
+        SafeFrame frame;
+        bool isRegular;
+    } cases[] = {
+        {"as allocated", SafeFrame::Reference(*plain), true},
+        {"palette", MakeNoise(Conf::PixFmt::PAL8, 33, 17), true},
+        {"deep chroma", MakeNoise(ByName("yuv420p10le"), 33, 17), true},
+        {"bottom up", StoreBottomUp(*plain), false},
+        {"cropped", Crop(*plain, 3), false},
+        {"odd line size", std::move(narrow), false},
+    };
+    for (auto& [name, frame, isRegular] : cases) {
+        SCOPED_TRACE(name);
+        frame->sample_aspect_ratio = {16, 11};
+        EXPECT_EQ(IsRegular(*frame), isRegular);
+        SafeFrame const regular = MakeRegular(*frame);
+        EXPECT_EQ(regular->data[0] == frame->data[0], isRegular);
+        EXPECT_TRUE(IsRegular(*regular));
+        EXPECT_EQ(PlaneBytes(*regular, 0), PlaneBytes(*frame, 0));
+        EXPECT_EQ(regular->sample_aspect_ratio.num, 16);
+    }
 }
 
 TEST(FrameRoom, KeepsTheScalerWithinTheCallersMemory) {

@@ -80,7 +80,8 @@ TEST_F(Conversions, OddSizesIntoH264) {
     EXPECT_EQ(out.width, 65);
     EXPECT_EQ(out.height, 49);
     EXPECT_THAT(result.notes,
-                ElementsAre("Pictures were converted from yuv420p to yuv444p for the encoder libx264, "
+                ElementsAre("The input's pictures (ffv1) are without loss; those of libx264 are not quite.",
+                            "Pictures were converted from yuv420p to yuv444p for the encoder libx264, "
                             "which takes odd sizes only so."));
 }
 
@@ -121,6 +122,13 @@ TEST_F(Conversions, FullRangeBecomesLimitedWhereItCannotBeTold) {
     EXPECT_NEAR(ReadMedia(File("out.avi")).brightness, 235, 1);
     Media::Run(Options("in.mkv", "out.mp4"));
     EXPECT_NEAR(ReadMedia(File("out.mp4")).brightness, 255, 1);
+    // MP4 tells it of MPEG-4 beside a whole description of the colors only, which JPEG has not.
+    Make(File("in.avi"), "-i " + File("in.mkv").string() + " -c:v mjpeg -q:v 1");
+    Media::RunOptions options = Options("in.avi", "mpeg4.mp4");
+    options.videoEncoder = "mpeg4";
+    Media::Run(options);
+    MediaRecord const out = ReadMedia(File("mpeg4.mp4"));
+    EXPECT_NEAR(out.brightness, out.colour.range == AVCOL_RANGE_JPEG ? 255 : 235, 1);
 }
 
 TEST_F(Conversions, LightLevelsOfHdrAreKept) {
@@ -135,9 +143,19 @@ TEST_F(Conversions, LightLevelsOfHdrAreKept) {
         Media::Run(Options("in.mp4", name));
         MediaRecord const out = ReadMedia(File(name));
         EXPECT_EQ(out.streams[0].lightLevels, "max 1000 white 0.3127 cll 1000 400");
+        EXPECT_EQ(out.streams[0].codec, "hevc");
         EXPECT_EQ(out.format, "yuv420p10le");
         EXPECT_EQ(out.colour.transfer, AVCOL_TRC_SMPTE2084);
     }
+    // Bare streams say it themselves.
+    for (std::string const name : {"out.hevc", "out.h264"}) {
+        SCOPED_TRACE(name);
+        EXPECT_THAT(Media::Run(Options("in.mp4", name)).notes, IsEmpty());
+        EXPECT_EQ(ReadMedia(File(name)).lightLevels, "max 1000 white 0.3127 cll 1000 400");
+    }
+    Media::RunOptions options = Options("in.mp4", "out.ts");
+    options.videoEncoder = "mpeg2video";
+    EXPECT_THAT(Media::Run(options).notes, Contains(HasSubstr("The light levels of HDR were left out")));
 }
 
 TEST_F(Conversions, AlphaOfWebmIsKept) {
@@ -151,6 +169,7 @@ TEST_F(Conversions, AlphaOfWebmIsKept) {
     EXPECT_EQ(info.format, Conf::PixFmt::YUVA420P);
     EXPECT_EQ(ReadMedia(File("out.webm")).streams[0].metadata["alpha_mode"], "1");
     Media::RunOptions opaque = Options("in.webm", "out.mkv");
+    opaque.videoEncoder = "libx264";
     EXPECT_THAT(Media::Run(opaque).notes, Contains(HasSubstr("; lost: alpha.")));
     EXPECT_EQ(ReadMedia(File("out.mkv")).streams[0].metadata.count("alpha_mode"), 0U);
 }

@@ -1,11 +1,21 @@
 // Names and options of encoders.
 
+#include "Core/ThreadBudget.h"
 #include "Media/EncoderSettings.h"
 #include "Media/MediaExceptions.h"
+#include "Media/VideoEncoder.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Wrappers/FrameRoom.h"
 #include "RunFixture.h"
+#include "Support/Planes.h"
+
+#include <cstddef>
+#include <string_view>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/pixdesc.h>
 }
 
 namespace Tarsel::Test {
@@ -88,6 +98,135 @@ TEST(PictureOptions, AreEffortQualityOwnWaysAndTheUsers) {
                                             row.quality, row.threads),
                   row.told)
             << row.encoder;
+}
+
+/// Encoders that open here for small pictures in the format and are done within seconds.
+std::vector<AVCodec const*> ListQuickEncoders() {
+    std::vector<AVCodec const*> encoders;
+    void* position = nullptr;
+    while (AVCodec const* const codec = av_codec_iterate(&position)) {
+        constexpr int unfit = AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_EXPERIMENTAL | AV_CODEC_CAP_HYBRID;
+        bool const isSlow = std::string_view(codec->name) == "librav1e";
+        if (av_codec_is_encoder(codec) != 0 && codec->type == AVMEDIA_TYPE_VIDEO && !isSlow &&
+            (codec->capabilities & unfit) == 0 && Media::WorksInOrdinaryMemory(*codec))
+            encoders.push_back(codec);
+    }
+    return encoders;
+}
+
+/// What the encoder makes of three such pictures; nothing where it does not open.
+std::vector<std::string> Encode(AVCodec const& encoder, AVFrame const& frame,
+                                Media::Quality quality = Media::Quality::VisuallyLossless) {
+    SP<Proc::IDataVideo> const data =
+        MakeSP<Proc::DataVideoFF>(Proc::SafeFrame::Reference(frame), Proc::GetFrameInfo(frame));
+    Media::EncoderRequest request;
+    request.encoder = &encoder;
+    request.quality = quality;
+    request.container = av_guess_format("nut", nullptr, nullptr);
+    request.timeBase = {1, 25};
+    request.inputRate = {25, 1};
+    std::vector<std::string> packets;
+    try {
+        Media::VideoEncoder made(request, {data, {0, 1}});
+        auto const receive = [&] {
+            while (AVPacket const* const packet = made.Receive())
+                packets.emplace_back(packet->data, packet->data + packet->size);
+        };
+        for (std::int64_t i = 0; i < 3; ++i) {
+            made.Send({data, {i, 1}});
+            receive();
+        }
+        made.End();
+        receive();
+    } catch (Media::OutputException const&) {
+        packets.clear();
+    }
+    return packets;
+}
+
+/// A piece of a larger picture, as a crop without a copy makes it.
+Proc::SafeFrame CutOut(AVFrame const& larger) {
+    Proc::SafeFrame piece = Proc::SafeFrame::Reference(larger);
+    int const bytes = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(larger.format))->comp[0].step;
+    piece->width -= 16;
+    piece->height -= 16;
+    for (int plane = 0; plane < 3 && piece->data[plane] != nullptr; ++plane)
+        piece->data[plane] += std::ptrdiff_t{2} * bytes;
+    return piece;
+}
+
+// Some encoders crash at line sizes below 0, which vflip makes.
+TEST(EveryEncoder, TakesPicturesHoweverTheyAreStored) {
+    int const threads = Core::ThreadBudget::Get();
+    Core::ThreadBudget::Set(1);
+    av_log_set_level(AV_LOG_QUIET);
+    std::size_t opened = 0;
+    for (char const* const format : {"yuv420p", "yuv420p10le"}) {
+        Proc::SafeFrame const piece = CutOut(*MakeNoise(ByName(format), 80, 64));
+        for (AVCodec const* const encoder : ListQuickEncoders()) {
+            SCOPED_TRACE(std::string(encoder->name) + " " + format);
+            std::vector<std::string> const wanted = Encode(*encoder, *Proc::MakeRegular(*piece));
+            opened += wanted.empty() ? 0 : 1;
+            if (wanted.empty() || encoder->id == AV_CODEC_ID_WRAPPED_AVFRAME)
+                continue;
+            EXPECT_EQ(Encode(*encoder, *piece).size(), wanted.size());
+            EXPECT_EQ(Encode(*encoder, *StoreBottomUp(*piece)), wanted);
+        }
+    }
+    EXPECT_GT(opened, 60U);
+    Core::ThreadBudget::Set(threads);
+}
+
+// From the table: each level takes more than the one below, and the last loses nothing.
+TEST(EveryEncoder, GetsBiggerWithQuality) {
+    av_log_set_level(AV_LOG_QUIET);
+    Proc::SafeFrame const frame = MakeNoise(ByName("yuv420p"), 176, 144);
+    std::size_t told = 0;
+    for (AVCodec const* const encoder : ListQuickEncoders()) {
+        if (Media::LosesNothing(*encoder) || !Media::HasQuality(*encoder, Media::Quality::Low))
+            continue;
+        SCOPED_TRACE(encoder->name);
+        std::size_t last = 0;
+        for (Media::Quality const quality : Media::s_everyQuality) {
+            if (!Media::HasQuality(*encoder, quality))
+                continue;
+            std::size_t size = 0;
+            for (std::string const& packet : Encode(*encoder, *frame, quality))
+                size += packet.size();
+            if (size == 0)
+                break; // it does not open for such pictures
+            EXPECT_GT(size, last) << Media::GetQualityName(quality);
+            last = size;
+        }
+        told += last > 0 ? 1 : 0;
+    }
+    EXPECT_GT(told, 15U);
+}
+
+TEST_F(Encoder, LosesNothingWhereThatIsAsked) {
+    struct {
+        char const* encoder;
+        char const* output;
+        char const* format;
+    } const cases[] = {{"libx264", "a.mp4", "yuv420p"},     {"libx264", "b.mp4", "yuv444p10le"},
+                       {"libx265", "c.mp4", "yuv420p10le"}, {"libvpx-vp9", "d.webm", "yuv420p"},
+                       {"libaom-av1", "e.mkv", "yuv420p"},  {"ffv1", "f.mkv", "yuv420p"}};
+    for (auto const& [encoder, output, format] : cases) {
+        SCOPED_TRACE(output);
+        Make(File("in.mkv"),
+             std::string("-f lavfi -i testsrc2=s=64x48:r=25:d=0.12 -c:v ffv1 -pix_fmt ") + format);
+        Media::RunOptions options = Options("in.mkv", output);
+        options.videoEncoder = encoder;
+        options.quality = Media::Quality::Lossless;
+        EXPECT_THAT(Media::Run(options).notes, testing::IsEmpty());
+        EXPECT_EQ(ReadMedia(File(output)).GetHashes(), ReadMedia(File("in.mkv")).GetHashes());
+    }
+    Media::RunOptions options = Options("in.mkv", "out.mp4");
+    options.videoEncoder = "mpeg4";
+    options.quality = Media::Quality::Lossless;
+    EXPECT_EQ(
+        RunForFailure<Media::OptionsException>(options),
+        "The encoder \"mpeg4\" has no quality \"lossless\"; legal: low, medium, high, visually-lossless");
 }
 
 TEST(EncoderTimeBase, FitsTheCodec) {

@@ -1,7 +1,9 @@
 // A film goes in, a film comes out: nothing may be lost on the way.
 
 #include "Conf/DisplayMatrix.h"
+#include "Proc/Data/DataVideoFF.h"
 #include "RunFixture.h"
+#include "Support/Planes.h"
 
 #include <chrono>
 #include <thread>
@@ -297,7 +299,7 @@ TEST_F(Film, UsualEncodersOfContainers) {
         char const* encoder;
     } const cases[] = {{"out.mp4", "libx264"},  {"out.mov", "libx264"}, {"out.mkv", "libx264"},
                        {"out.m4v", "libx264"},  {"out.ts", "libx264"},  {"out.webm", "libvpx-vp9"},
-                       {"out.avi", "mpeg4"},    {"out.gif", "gif"},     {"out.mpg", "mpeg1video"},
+                       {"out.avi", "mpeg4"},    {"out.gif", "gif"},     {"out.mpg", "mpeg2video"},
                        {"out.ogv", "libtheora"}};
     std::vector<PictureRecord> const in = ReadMedia(File("in.mp4")).pictures;
     for (auto const& row : cases) {
@@ -310,6 +312,101 @@ TEST_F(Film, UsualEncodersOfContainers) {
                 EXPECT_EQ(out.pictures[i].time - out.pictures[0].time, in[i].time) << "picture " << i;
             }
     }
+}
+
+struct KeptCase : NamedCase {
+    /// Of the ffmpeg program, for 64x48 pictures at a rate.
+    std::string rate;
+    std::string arguments;
+    std::string input;
+    std::string output;
+    std::string encoder;
+    std::string format;
+};
+
+class KeptCodecs : public RunFixture, public testing::WithParamInterface<KeptCase> {};
+
+// What films are made of they stay made of: codec, depth, alpha, fields, rate.
+TEST_P(KeptCodecs, AsFarAsTheContainerGoes) {
+    KeptCase const& row = GetParam();
+    Make(File(row.input), "-f lavfi -i testsrc2=s=64x48:d=0.4:r=" + row.rate + " " + row.arguments);
+    MediaRecord const in = ReadMedia(File(row.input));
+    EXPECT_EQ(Media::Run(Options(row.input, row.output)).videoEncoder, row.encoder);
+    MediaRecord const out = ReadMedia(File(row.output));
+    EXPECT_EQ(out.format, row.format);
+    EXPECT_EQ(out.fields, in.fields);
+    EXPECT_EQ(out.rate, in.rate);
+    EXPECT_EQ(out.pictures.size(), in.pictures.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, KeptCodecs,
+    testing::Values(
+        KeptCase{{"Mpeg2Fields"},
+                 "25",
+                 "-c:v mpeg2video -flags +ildct+ilme -top 1",
+                 "in.mpg",
+                 "out.mpg",
+                 "mpeg2video",
+                 "yuv420p"},
+        KeptCase{{"H264Fields"},
+                 "25",
+                 "-vf setfield=bff -c:v libx264 -flags +ildct+ilme",
+                 "in.mp4",
+                 "out.ts",
+                 "libx264",
+                 "yuv420p"},
+        KeptCase{{"DeepHevc"},
+                 "25",
+                 "-c:v libx265 -x265-params log-level=none -pix_fmt yuv420p10le",
+                 "in.mp4",
+                 "out.mkv",
+                 "libx265",
+                 "yuv420p10le"},
+        KeptCase{
+            {"Lossless"}, "25", "-c:v ffv1 -pix_fmt yuv422p10le", "in.mkv", "out.avi", "ffv1", "yuv422p10le"},
+        KeptCase{
+            {"RgbH264"}, "25", "-c:v libx264rgb -pix_fmt rgb24", "in.mp4", "out.mkv", "libx264rgb", "gbrp"},
+        KeptCase{
+            {"MotionJpeg"}, "25", "-c:v mjpeg -pix_fmt yuvj422p", "in.avi", "out.mkv", "mjpeg", "yuvj422p"},
+        KeptCase{{"NotHevcInWebm"},
+                 "25",
+                 "-c:v libx265 -x265-params log-level=none",
+                 "in.mp4",
+                 "out.webm",
+                 "libvpx-vp9",
+                 "yuv420p"},
+        KeptCase{{"NotH264InAvi"}, "25", "-c:v libx264", "in.mp4", "out.avi", "mpeg4", "yuv420p"},
+        KeptCase{{"H263"}, "25", "-s 176x144 -c:v h263", "in.3gp", "out.3gp", "h263", "yuv420p"},
+        KeptCase{{"SlowProgramStream"}, "15", "-c:v libx264", "in.mp4", "out.mpg", "mpeg2video", "yuv420p"},
+        KeptCase{
+            {"RateOfBareH264"}, "30000/1001", "-c:v libx264", "in.mp4", "out.h264", "libx264", "yuv420p"},
+        KeptCase{{"RateOfBareHevc"},
+                 "24",
+                 "-c:v libx265 -x265-params log-level=none",
+                 "in.mkv",
+                 "out.hevc",
+                 "libx265",
+                 "yuv420p"},
+        KeptCase{
+            {"RateOfY4m"}, "30000/1001", "-c:v libx264", "in.mkv", "out.y4m", "wrapped_avframe", "yuv420p"}),
+    s_caseName);
+
+// H.263 knows five sizes.
+TEST_F(Film, WhatTheInputsCodecCannotHoldTheUsualOneHolds) {
+    Make(File("in.3gp"), "-f lavfi -i testsrc2=s=176x144:r=25:d=0.2 -c:v h263");
+    Media::RunOptions options = Options("in.3gp", "out.3gp");
+    options.makeVideoLane = MakeLane([](Picture const& picture) {
+        Picture const smaller = MakeSP<Proc::DataVideoFF>(MakeNoise(Conf::PixFmt::YUV420P, 64, 48),
+                                                          Conf::FrameInfo{64, 48, 1, 1});
+        smaller->SetTime(picture->GetTime());
+        smaller->SetDuration(picture->GetDuration());
+        return Pictures{smaller};
+    });
+    Media::RunResult const result = Media::Run(options);
+    EXPECT_EQ(result.videoEncoder, "libx264");
+    EXPECT_THAT(result.notes, ElementsAre(testing::StartsWith("The encoder \"h263\" does not open for")));
+    EXPECT_EQ(ReadMedia(File("out.3gp")).pictures.size(), 5U);
 }
 
 // Encoders that cannot count in the input's time base, and a container that counts in frames.

@@ -2,7 +2,6 @@
 
 #include "Media/FFmpegVersions.h"
 #include "Media/InputStreams.h"
-#include "Proc/Wrappers/FrameFields.h"
 #include "Proc/Wrappers/SafeFrame.h"
 #include "Support/Process.h"
 
@@ -76,14 +75,19 @@ Struct const* GetAs(AVStream const& stream, AVPacketSideDataType type) {
     return data.size() >= sizeof(Struct) ? reinterpret_cast<Struct const*>(data.data()) : nullptr;
 }
 
-std::string ReadLightLevels(AVStream const& stream) {
+template <class Struct>
+Struct const* GetAs(AVFrame const& frame, AVFrameSideDataType type) {
+    AVFrameSideData const* const data = av_frame_get_side_data(&frame, type);
+    return data != nullptr ? reinterpret_cast<Struct const*>(data->data) : nullptr;
+}
+
+std::string DescribeLight(AVMasteringDisplayMetadata const* display, AVContentLightMetadata const* light) {
     std::ostringstream text;
     text.precision(4);
-    if (auto const* const display =
-            GetAs<AVMasteringDisplayMetadata>(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA))
+    if (display != nullptr)
         text << "max " << av_q2d(display->max_luminance) << " white " << av_q2d(display->white_point[0])
              << ' ';
-    if (auto const* const light = GetAs<AVContentLightMetadata>(stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL))
+    if (light != nullptr)
         text << "cll " << light->MaxCLL << ' ' << light->MaxFALL;
     return text.str();
 }
@@ -99,7 +103,9 @@ StreamRecord Describe(AVStream const& stream) {
     if (parameters.extradata != nullptr)
         record.extradata.assign(parameters.extradata, parameters.extradata + parameters.extradata_size);
     record.hasMatrix = !Media::GetSideData(stream, AV_PKT_DATA_DISPLAYMATRIX).empty();
-    record.lightLevels = ReadLightLevels(stream);
+    record.lightLevels =
+        DescribeLight(GetAs<AVMasteringDisplayMetadata>(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA),
+                      GetAs<AVContentLightMetadata>(stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL));
     return record;
 }
 
@@ -111,6 +117,10 @@ void DescribePicture(AVFrame const& frame, AVRational aspect, MediaRecord& recor
     record.colour = {frame.colorspace, frame.color_range, frame.color_primaries, frame.color_trc,
                      frame.chroma_location};
     record.brightness = GetBrightness(frame);
+    record.fields = Proc::GetFrameFieldOrder(frame);
+    record.lightLevels =
+        DescribeLight(GetAs<AVMasteringDisplayMetadata>(frame, AV_FRAME_DATA_MASTERING_DISPLAY_METADATA),
+                      GetAs<AVContentLightMetadata>(frame, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL));
 }
 
 /// Decodes what the packet gives; null: what is left.
@@ -119,8 +129,11 @@ void Decode(AVCodecContext& decoder, AVPacket const* packet, AVFormatContext& co
     avcodec_send_packet(&decoder, packet);
     Proc::SafeFrame frame;
     while (avcodec_receive_frame(&decoder, frame.Get()) >= 0) {
-        if (record.pictures.empty())
+        if (record.pictures.empty()) {
+            AVRational const rate = av_guess_frame_rate(&context, &stream, nullptr);
+            record.rate = std::to_string(rate.num) + "/" + std::to_string(rate.den);
             DescribePicture(*frame, av_guess_sample_aspect_ratio(&context, &stream, frame.Get()), record);
+        }
         record.pictures.push_back({ToNanoseconds(frame->best_effort_timestamp, stream.time_base),
                                    ToNanoseconds(Proc::GetFrameDuration(*frame), stream.time_base),
                                    Hash(*frame)});

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Media/FFmpegOwners.h"
+#include "Proc/Wrappers/FrameFields.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -88,6 +89,11 @@ struct MediaRecord {
     std::string format;
     std::string aspect;
     ColourRecord colour;
+    Proc::FieldOrder fields = Proc::FieldOrder::Progressive;
+    /// Of the first picture itself, as StreamRecord's.
+    std::string lightLevels;
+    /// Nominal, "30000/1001".
+    std::string rate;
     /// Mean of the first plane's bytes.
     double brightness = 0;
 

@@ -336,6 +336,37 @@ TEST_F(RunTool, VerboseShowsFFmpegsLogAndTheSite) {
     EXPECT_THAT(encoded.err, HasSubstr("[libx264] "));
 }
 
+TEST_F(RunTool, QualityIsALevelOfTheEncoder) {
+    auto const film = MakeSmallFilm();
+    auto const size = [&](std::string const& level) {
+        ExpectSuccess(RunWith({film, At(level + ".mp4"), "--quality", level}, {}));
+        return std::filesystem::file_size(At(level + ".mp4"));
+    };
+    EXPECT_LT(size("low"), size("high"));
+    ExpectSilentSuccess(RunWith({film, At("same.mp4"), "--quality", "lossless"}, {}));
+    EXPECT_EQ(HashPictures({"-i", At("same.mp4")}), HashPictures({"-i", film}));
+    auto const result = RunWith({film, At("out.mp4"), "--quality", "best"}, {});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.err, HasSubstr("low,medium,high,visually-lossless,lossless"));
+}
+
+TEST_F(RunTool, AFormatAskedForLastIsWritten) {
+    auto const film = MakeSmallFilm();
+    struct {
+        char const* formats;
+        char const* encoder;
+        char const* written;
+    } const cases[] = {
+        {"rgb24", "ffv1", "bgr0"}, {"gray", "libx264", "gray"}, {"yuv444p10le", "libx265", "yuv444p10le"}};
+    for (auto const& [formats, encoder, written] : cases) {
+        SCOPED_TRACE(formats);
+        auto const file = At(std::string(formats) + ".mkv");
+        ExpectSuccess(RunWith({film, file, "-e", std::string("pixel-format formats=") + formats},
+                              {"--video-codec", encoder}));
+        EXPECT_THAT(Probe(file, "v", "stream=pix_fmt"), HasSubstr(std::string("pix_fmt=") + written + "\n"));
+    }
+}
+
 // Two negatives give the picture back, by way of RGB.
 TEST_F(RunTool, AnEffectInRgbShiftsNoColours) {
     for (std::string const matrix : {"unknown", "bt709", "bt2020nc", "smpte170m"}) {

@@ -5,6 +5,7 @@
 #include "Proc/Wrappers/FrameFields.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -30,6 +31,14 @@ bool HasRoom(AVFrame const& frame, int plane, std::ptrdiff_t rowBytes, int rows)
     std::ptrdiff_t const lineSize = frame.linesize[plane];
     std::uint8_t const* const lastRow = frame.data[plane] + (lineSize > 0 ? lineSize * (rows - 1) : 0);
     return buffer->data + buffer->size - (lastRow + rowBytes) >= s_room;
+}
+
+/// Bytes; at least that of vector registers that encoders load at once.
+constexpr int s_alignment = 32;
+
+bool IsAligned(AVFrame const& frame, int plane) noexcept {
+    return frame.linesize[plane] > 0 && frame.linesize[plane] % s_alignment == 0 &&
+           reinterpret_cast<std::uintptr_t>(frame.data[plane]) % s_alignment == 0;
 }
 
 } // namespace
@@ -61,6 +70,20 @@ SafeFrame CopyWithRoomBehind(AVFrame const& frame) {
             {"Proc/Wrappers/FrameRoom", "SafeFrame Tarsel::Proc::CopyWithRoomBehind(const AVFrame &)"},
             "AVFrame holds no picture that can be copied", TagFFmpegError(error));
     return copy;
+}
+
+bool IsRegular(AVFrame const& frame) noexcept {
+    auto const format = static_cast<AVPixelFormat>(frame.format);
+    for (int plane = 0; plane < std::max(av_pix_fmt_count_planes(format), 0); ++plane) {
+        bool const hasRows = av_image_get_linesize(format, frame.width, plane) > 0; // a palette has none
+        if (hasRows && !IsAligned(frame, plane))
+            return false;
+    }
+    return HasRoomBehind(frame);
+}
+
+SafeFrame MakeRegular(AVFrame const& frame) {
+    return IsRegular(frame) ? SafeFrame::Reference(frame) : CopyWithRoomBehind(frame);
 }
 
 } // namespace Tarsel::Proc

@@ -19,4 +19,13 @@ TARSEL_API bool HasRoomBehind(AVFrame const& frame) noexcept;
 /// picture.
 TARSEL_API SafeFrame CopyWithRoomBehind(AVFrame const& frame);
 
+/// Whether the picture is stored as FFmpeg allocates pictures: rows from the top down, aligned, and with room
+/// behind. Others are legal too (vflip turns line sizes negative, crop moves the starts of planes), but not
+/// every encoder takes them: some crash.
+TARSEL_API bool IsRegular(AVFrame const& frame) noexcept;
+
+/// The picture itself where it is regular, as SafeFrame::Reference; else a copy that is. MemoryException;
+/// ProcException as there.
+TARSEL_API SafeFrame MakeRegular(AVFrame const& frame);
+
 } // namespace Tarsel::Proc

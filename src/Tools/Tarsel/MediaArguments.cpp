@@ -1,9 +1,12 @@
 #include "Tools/Tarsel/MediaArguments.h"
 
+#include "Core/Text.h"
 #include "Tools/Tarsel/EncoderOptions.h"
 #include "Tools/Tarsel/Verb.h"
 
 #include <CLI/CLI.hpp>
+
+#include <functional>
 
 namespace Tarsel::Tools {
 
@@ -18,6 +21,14 @@ void MediaArguments::AddTo(CLI::App& command) {
     command.add_option("--video-option", videoOptions, "Option of that encoder, such as crf=18")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
+    std::vector<std::string> qualities;
+    for (Media::Quality const each : Media::s_everyQuality)
+        qualities.emplace_back(Media::GetQualityName(each));
+    command
+        .add_option("--quality", quality,
+                    "Encode at " + Core::Utils::ToString(qualities, ", ", std::identity()))
+        ->option_text("LEVEL")
+        ->check(CLI::IsMember(qualities));
     command.add_option("--audio-codec", audioCodec, "FFmpeg encoder for audio, such as flac")
         ->option_text("NAME");
     command.add_option("--audio-option", audioOptions, "Option of that encoder, such as b=192k")
@@ -35,6 +46,9 @@ Media::RunOptions MediaArguments::MakeRunOptions() const {
     options.output = output;
     options.overwrite = overwrite;
     options.videoEncoder = videoCodec;
+    for (Media::Quality const each : Media::s_everyQuality)
+        if (Media::GetQualityName(each) == quality)
+            options.quality = each;
     options.videoEncoderOptions = ParseEncoderOptions(videoOptions, "--video-option", "crf=18");
     options.audioEncoder = audioCodec;
     options.audioEncoderOptions = ParseEncoderOptions(audioOptions, "--audio-option", "b=192k");

@@ -19,6 +19,7 @@ struct MediaArguments {
     bool overwrite = false;
     std::string videoCodec;
     std::vector<std::string> videoOptions;
+    std::string quality;
     std::string audioCodec;
     std::vector<std::string> audioOptions;
     std::optional<int> threads;

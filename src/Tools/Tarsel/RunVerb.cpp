@@ -1,4 +1,5 @@
 #include "Media/Run.h"
+#include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/LaneMaker.h"
 #include "Tools/Tarsel/MediaArguments.h"
@@ -26,6 +27,13 @@ struct RunArguments {
     std::vector<std::string> effects;
     std::optional<double> at;
 };
+
+/// Whether the pixel formats of its results were asked for.
+bool NamesFormats(Proc::IOneInputEffectVideo const& effect) {
+    auto const* const settings =
+        dynamic_cast<Proc::SettingsPixelFormatConverter const*>(&effect.GetSettingsBase());
+    return settings != nullptr && !settings->formats.empty();
+}
 
 /// What the user wants done, as lanes for a run.
 class Work {
@@ -70,8 +78,10 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
         m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
     m_encodesPicture =
         !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
-    m_options.makeVideoLane = [this](Media::VideoStreamInfo const& stream) { return MakeLane(stream); };
     m_options.mayLackPictures = m_pictureSteps.empty() && !m_encodesPicture;
+    m_encodesPicture = m_encodesPicture || m_options.quality;
+    m_options.keepsLaneFormat = !m_pictureSteps.empty() && NamesFormats(*m_pictureSteps.back().effect);
+    m_options.makeVideoLane = [this](Media::VideoStreamInfo const& stream) { return MakeLane(stream); };
 
     m_soundSteps = std::move(steps.sound);
     if (!m_soundSteps.empty()) {
