@@ -24,9 +24,7 @@ void MediaArguments::AddTo(CLI::App& command) {
     std::vector<std::string> qualities;
     for (Media::Quality const each : Media::s_everyQuality)
         qualities.emplace_back(Media::GetQualityName(each));
-    command
-        .add_option("--quality", quality,
-                    "Encode at " + Core::Utils::ToString(qualities, ", ", std::identity()))
+    command.add_option("--quality", quality, Core::Utils::ToString(qualities, ", ", std::identity()))
         ->option_text("LEVEL")
         ->check(CLI::IsMember(qualities));
     command.add_option("--audio-codec", audioCodec, "FFmpeg encoder for audio, such as flac")
