@@ -30,8 +30,7 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     FILES_MATCHING PATTERN "*.h"
     PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "YuvOfColor.h" EXCLUDE
     PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameFit.h" EXCLUDE
-    PATTERN "IdleCure.h" EXCLUDE
-    PATTERN "VideoStep.h" EXCLUDE)
+    PATTERN "FullChroma.h" EXCLUDE PATTERN "IdleCure.h" EXCLUDE PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header
     Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/PictureReader.h Media/PictureWriter.h Media/Run.h

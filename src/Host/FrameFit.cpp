@@ -76,6 +76,11 @@ void CopyRepeatingEdges(Proc::ReadOnlyPlane const& from, Proc::WritablePlane con
 } // namespace
 
 std::optional<FrameFit> FrameFit::Make(Proc::EffectTraits const& traits, PictureForm const& form) {
+    if (traits.roundsToChroma) {
+        std::optional<ChromaPair> const pair = FindChromaPair(form.format);
+        return pair ? std::optional(FrameFit(form, {pair->full, form.width, form.height}, pair))
+                    : std::nullopt;
+    }
     // Where the size changes, nobody could tell what belongs to the edge.
     if (traits.size != Proc::Keeps::Always)
         return std::nullopt;
@@ -89,13 +94,20 @@ std::optional<FrameFit> FrameFit::Make(Proc::EffectTraits const& traits, Picture
     }
     if (inner == form)
         return std::nullopt;
-    return FrameFit(form, inner);
+    return FrameFit(form, inner, std::nullopt);
 }
 
 SP<Proc::IDataVideo> FrameFit::Fit(Proc::IDataVideo const& frame) {
     m_outerSpace = frame.GetColorSpace();
     SP<Proc::IDataVideo> converted;
     Proc::IDataVideo const* source = &frame;
+    if (m_chroma) {
+        if (m_chroma->subsampled != m_outer.format) {
+            converted = ConvertPixels(frame, m_chroma->subsampled, m_outerSpace, m_there);
+            source = converted.get();
+        }
+        return SpreadChroma(*source, *m_chroma);
+    }
     if (m_inner.format != m_outer.format) {
         // All of the range, so that RGB comes back as it was as nearly as 8 bits allow.
         Conf::ColorSpace space = m_outerSpace;
@@ -122,10 +134,43 @@ SP<Proc::IDataVideo> FrameFit::Fit(Proc::IDataVideo const& frame) {
 }
 
 SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) {
+    if (m_chroma)
+        return RestoreChroma(result);
+    SP<Proc::IDataVideo> const cut = RestoreSize(result);
+    if (m_outer.format == m_inner.format || cut->GetPixelFormat() == m_outer.format)
+        return cut;
+    return ConvertPixels(*cut, GetRestoredFormat(), m_outerSpace, m_back);
+}
+
+SP<Proc::IDataVideo> FrameFit::RestoreChroma(SP<Proc::IDataVideo> const& result) {
+    if (result->GetPixelFormat() != m_inner.format)
+        return result;
+    SP<Proc::IDataVideo> gathered = GatherChroma(*result, *m_chroma);
+    if (m_chroma->subsampled == m_outer.format)
+        return gathered;
+    return ConvertPixels(*gathered, m_outer.format, gathered->GetColorSpace(), m_back);
+}
+
+/// The scaler writes no palettes: what became RGB stays so.
+PixFmt FrameFit::GetRestoredFormat() const noexcept {
+    return m_outer.format == PixFmt::PAL8 ? PixFmt::RGBA : m_outer.format;
+}
+
+void FrameFit::Restore(Conf::IFormatCodecVideo& format) const {
+    if (!m_chroma || format.GetPixelFormat() == m_inner.format)
+        format.SetPixelFormat(GetRestoredFormat());
+    if (!m_chroma) {
+        Conf::FrameInfo const info = format.GetFrameInfo();
+        format.InitByPixelAspect(m_outer.width, m_outer.height, info.aspectNum, info.aspectDen);
+    }
+}
+
+SP<Proc::IDataVideo> FrameFit::RestoreSize(SP<Proc::IDataVideo> const& result) const {
     PictureForm const form = GetForm(*result);
     if (form.width != m_inner.width || form.height != m_inner.height)
         Core::Throw<Proc::EffectException>(
-            {"Host/FrameFit", "SP<IDataVideo> Tarsel::Host::FrameFit::Restore(const SP<IDataVideo> &)"},
+            {"Host/FrameFit",
+             "SP<IDataVideo> Tarsel::Host::FrameFit::RestoreSize(const SP<IDataVideo> &) const"},
             fmt::format(
                 "The effect breaks its contract: it keeps the size, as it says, but made {}x{} of {}x{}",
                 form.width, form.height, m_inner.width, m_inner.height));
@@ -136,15 +181,12 @@ SP<Proc::IDataVideo> FrameFit::Restore(SP<Proc::IDataVideo> const& result) {
     Conf::FrameInfo info = result->GetFrameInfo();
     info.width = m_outer.width;
     info.height = m_outer.height;
-    SP<Proc::IDataVideo> cut = MakeSP<Proc::DataVideoFF>(std::move(frame), info);
-    if (m_outer.format == m_inner.format || cut->GetPixelFormat() == m_outer.format)
-        return cut;
-    // The scaler writes no palettes: what became RGB stays so.
-    PixFmt const outer = m_outer.format == PixFmt::PAL8 ? PixFmt::RGBA : m_outer.format;
-    return ConvertPixels(*cut, outer, m_outerSpace, m_back);
+    return MakeSP<Proc::DataVideoFF>(std::move(frame), info);
 }
 
 std::string FrameFit::Describe() const {
+    if (m_chroma)
+        return {};
     auto const name = [](PictureForm const& form) {
         return fmt::format("{} {}x{}", PixFmtDescription::Find(form.format).GetName(), form.width,
                            form.height);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Conf/ColorSpace.h"
+#include "Conf/IFormatCodecVideo.h"
 #include "Host/FrameConversion.h"
+#include "Host/FullChroma.h"
 #include "Proc/Interfaces/EffectTraits.h"
 #include "Proc/Interfaces/IDataVideo.h"
 
@@ -10,8 +12,7 @@
 
 namespace Tarsel::Host {
 
-/// Brings frames of one form into one that an effect takes, and its results back. For effects that keep the
-/// picture's size. Not synchronised.
+/// Brings frames of one form into one that an effect takes, and its results back. Not synchronised.
 class FrameFit {
 public:
     /// Nothing where the effect takes the form as it is.
@@ -21,20 +22,31 @@ public:
     PictureForm const& GetInner() const noexcept { return m_inner; }
 
     /// A new frame: pixels converted where the format differs, the last column and row repeated where the
-    /// size does. MemoryException, EffectException as SafeSwsContext.
+    /// size does, chroma samples where their resolution does. MemoryException, EffectException as
+    /// SafeSwsContext.
     SP<Proc::IDataVideo> Fit(Proc::IDataVideo const& frame);
     /// The picture that lay in the frame before Fit: the added column and row cut off, in the format that it
-    /// had. Throws as Fit.
+    /// had. Where the format was changed for its chroma alone, a result of any size is brought back, and one
+    /// of another format stays as it is. Throws as Fit.
     SP<Proc::IDataVideo> Restore(SP<Proc::IDataVideo> const& result);
+    /// What the effect said of frames of GetInner(), as it is said of those that Restore gives.
+    void Restore(Conf::IFormatCodecVideo& format) const;
 
-    /// "rgb24 641x480 as yuv444p 642x480 and back".
+    /// "rgb24 641x480 as yuv444p 642x480 and back"; "" where what comes back is exact.
     std::string Describe() const;
 
 private:
-    FrameFit(PictureForm const& outer, PictureForm const& inner) : m_outer(outer), m_inner(inner) {}
+    FrameFit(PictureForm const& outer, PictureForm const& inner, std::optional<ChromaPair> chroma)
+        : m_outer(outer), m_inner(inner), m_chroma(chroma) {}
+
+    Conf::PixFmt GetRestoredFormat() const noexcept;
+    SP<Proc::IDataVideo> RestoreSize(SP<Proc::IDataVideo> const& result) const;
+    SP<Proc::IDataVideo> RestoreChroma(SP<Proc::IDataVideo> const& result);
 
     PictureForm m_outer;
     PictureForm m_inner;
+    /// For effects that change the size; m_inner then differs in the resolution of chroma alone.
+    std::optional<ChromaPair> m_chroma;
     /// Of the frames that went in last.
     Conf::ColorSpace m_outerSpace;
     Proc::KeptScaler m_there;

@@ -84,7 +84,7 @@ void VideoStep::FitTo(PictureForm const& form) {
     m_fit = std::move(fit);
     m_input = form;
     m_output = Conf::PixFmt::None;
-    if (m_fit)
+    if (m_fit && !m_fit->Describe().empty())
         Note(fmt::format("{} works on frames of {}", GetLabel(), m_fit->Describe()));
 }
 
@@ -100,17 +100,25 @@ SP<Proc::IDataVideo> VideoStep::TakeRestored() {
 
 void VideoStep::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const {
     Labelled([&] {
-        Conf::FrameInfo info = format->GetFrameInfo();
+        Conf::FrameInfo const info = format->GetFrameInfo();
         std::optional<FrameFit> const fit = MakeFit({format->GetPixelFormat(), info.width, info.height});
         if (!fit) {
             GetEffect().UpdateFormatCodec(format);
             return;
         }
-        // What comes out has the form of what goes in; the effect may still refuse.
-        info.width = fit->GetInner().width;
-        info.height = fit->GetInner().height;
-        SP<Conf::IFormatCodecVideo> inner = MakeSP<Conf::FormatCodecVideo>(fit->GetInner().format, info);
-        GetEffect().UpdateFormatCodec(inner);
+        // The effect is asked about what it gets, by the same object: it may look at the frame rate.
+        auto const ask = [&](PictureForm const& form) {
+            format->SetPixelFormat(form.format);
+            format->InitByPixelAspect(form.width, form.height, info.aspectNum, info.aspectDen);
+        };
+        ask(fit->GetInner());
+        try {
+            GetEffect().UpdateFormatCodec(format);
+        } catch (...) {
+            ask(fit->GetOuter());
+            throw;
+        }
+        fit->Restore(*format);
     });
 }
 
