@@ -1,6 +1,7 @@
 #include "Proc/Effects/Lumenta/Registrator.h"
 
 #include "Host/EffectSettings.h"
+#include "Host/ErrorReport.h"
 #include "Proc/Interfaces/IResizeComplex.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -12,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -109,6 +111,15 @@ TEST(SetEffectSettings, TakesTreesForEveryRegistration) {
         one.AddChild(*Proc::Settings2Property(*expected).FindChild(field.key));
         Host::SetEffectSettings(*effect, one);
         EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*expected));
+        // Another class is named.
+        auto const other = MakeSettings(settingsClass.classId == "flip" ? "transpose" : "flip", "");
+        try {
+            Host::SetEffectSettings(*effect, *other);
+            ADD_FAILURE() << "nothing thrown";
+        } catch (std::bad_cast const& failure) {
+            for (std::string const& id : {std::string(settingsClass.classId), other->GetClassId()})
+                EXPECT_NE(Host::DescribeError(failure).find("(\"" + id + "\")"), std::string::npos);
+        }
         // What cannot be read changes nothing.
         Core::Property bad = Proc::Settings2Property(*settingsClass.create());
         bad.RemoveChild(field.key);

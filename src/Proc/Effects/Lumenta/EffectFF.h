@@ -10,7 +10,7 @@
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
-#include "Proc/Settings/Settings.h"
+#include "Proc/Settings/CastSettings.h"
 
 #include <cstdint>
 #include <mutex>
@@ -112,7 +112,7 @@ public:
     void SetSettings(SettingsType const& settings) { Apply(settings); }
     /// std::bad_cast when they are of another class.
     void SetSettings(Settings const& settings) override {
-        SetSettings(dynamic_cast<SettingsType const&>(settings));
+        SetSettings(CastSettings<SettingsType>(settings, m_settings));
     }
     Settings const& GetSettingsBase() const override { return m_settings; }
 

@@ -10,7 +10,7 @@
 #include "Proc/Interfaces/IEffectFactory.h"
 #include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Interfaces/IOneInputEffectAudio.h"
-#include "Proc/Settings/Settings.h"
+#include "Proc/Settings/CastSettings.h"
 
 #include <cstdint>
 #include <mutex>
@@ -119,7 +119,7 @@ public:
     void SetSettings(SettingsType const& settings) { Apply(settings); }
     /// std::bad_cast for settings of another class.
     void SetSettings(Settings const& settings) override {
-        Apply(dynamic_cast<SettingsType const&>(settings));
+        Apply(CastSettings<SettingsType>(settings, GetSettingsBase()));
     }
     void SetSettings(Core::Property const& property) override {
         if constexpr (requires { Actions::FromProperty(property); })

@@ -8,6 +8,7 @@
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/CastSettings.h"
 #include "Proc/Settings/SettingsProperty.h"
 
 #include <fmt/format.h>
@@ -55,7 +56,7 @@ Core::Property EffectFafloplalVideo::GetSettings() const {
 void EffectFafloplalVideo::SetSettings(Settings const& settings) {
     Settings const& present = GetSettingsBase();
     if (typeid(settings) != typeid(present))
-        throw std::bad_cast();
+        ThrowOtherSettings(settings, present);
     Apply(settings);
 }
 

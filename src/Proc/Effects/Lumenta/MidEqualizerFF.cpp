@@ -4,6 +4,7 @@
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/CastSettings.h"
 
 #include <glog/logging.h>
 
@@ -37,7 +38,7 @@ void MidEqualizerFF::SetSettings(Core::Property const&) {
 }
 
 void MidEqualizerFF::SetSettings(Settings const& settings) {
-    auto const& own = dynamic_cast<SettingsEffectMidEqualizer const&>(settings);
+    auto const& own = CastSettings<SettingsEffectMidEqualizer>(settings, m_settings);
     std::atomic_ref(m_settings.planes).store(own.planes, std::memory_order_relaxed);
 }
 

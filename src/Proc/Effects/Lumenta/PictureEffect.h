@@ -13,6 +13,7 @@
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/CastSettings.h"
 #include "Proc/Settings/SettingsProperty.h"
 
 #include <cstdint>
@@ -98,7 +99,7 @@ Core::Property PictureEffect<Interface, S>::GetSettings() const {
 template <class Interface, class S>
 void PictureEffect<Interface, S>::SetSettings(Settings const& settings) {
     if (typeid(settings) != typeid(S))
-        throw std::bad_cast();
+        ThrowOtherSettings(settings, m_settings);
     Apply(static_cast<S const&>(settings));
 }
 

@@ -6,6 +6,7 @@
 #include "Proc/Interfaces/IPreset.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/CastSettings.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Wrappers/AVFrameWrapper.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -65,7 +66,7 @@ void ResampleFF::SetSettings(Core::Property const& settings) {
 }
 
 void ResampleFF::SetSettings(Settings const& settings) {
-    Apply(dynamic_cast<SettingsResample const&>(settings));
+    Apply(CastSettings<SettingsResample>(settings, m_settings));
 }
 
 void ResampleFF::Apply(SettingsResample const& settings) {
