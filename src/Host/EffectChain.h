@@ -17,6 +17,8 @@ namespace Tarsel::Host {
 using TagStep = boost::error_info<struct TagStepId, std::string>;
 
 /// What VideoChain and AudioChain have in common. `Medium` names the types of one medium (VideoMedium).
+/// Operations throw what the steps throw, under TagStep; after that the datum on its way is lost, what is
+/// ready stays, and the chain can be fed again. Not synchronised, but different chains are independent.
 template <class Medium>
 class TARSEL_API EffectChain : public Proc::IEffectStream<typename Medium::Data> {
 public:
@@ -29,15 +31,17 @@ public:
     ~EffectChain() override;
 
     /// Appends an effect that has its settings; shares it. `label` is what TagStep and the notes call it; ""
-    /// stands for "step 2 (transpose)", the number being that among the steps without a label.
+    /// stands for "step 2 (transpose)", the number being that among the steps without a label. Before the
+    /// first datum. EffectException for null.
     void Append(SP<Effect> const& effect, std::string label = {});
     bool IsEmpty() const noexcept;
 
+    /// As IEffectStream. EffectException for null. A chain without steps gives back what it is fed.
     void Feed(SP<Data> const& data) override;
     SP<Data> Take() override;
     void End() override;
 
-    /// Takes the description of the input through all steps.
+    /// Takes the description of the input through all steps; not null, and possibly another object after it.
     void UpdateFormatCodec(SP<Format>& format);
     /// What each step tells about its run, in order.
     std::vector<Core::Property> GetStatistics() const;

@@ -17,18 +17,20 @@ public:
 };
 
 /// An open plug-in library. It stays in memory until the process ends: effects and exceptions made by it may
-/// outlive this object.
+/// outlive this object. Any thread; a plug-in's code runs where it is called.
 class TARSEL_API Plugin {
 public:
     /// Opens the library; PluginException with the path and the loader's own words when it cannot be opened
     /// or has no `Registrator`.
     explicit Plugin(std::filesystem::path const& library);
 
-    /// Lets the plug-in register its effects. Exceptions of plug-in and registrar pass.
+    /// Lets the plug-in register its effects; the registrar is used during the call only. Called as often as
+    /// there are registries. Exceptions of plug-in and registrar pass, and what was registered before stays.
     void Register(Proc::IEffectRegistrar& registrar) const;
 
     /// A new generator of sound by the plug-in's `CreateAudioGenerator`, which not every plug-in has: see
-    /// Proc::AudioGeneratorCreator. PluginException without it; exceptions of the plug-in pass.
+    /// Proc::AudioGeneratorCreator. The caller's. PluginException without it; exceptions of
+    /// the plug-in pass.
     SP<Proc::IAudioGenerator> CreateAudioGenerator(std::string const& description,
                                                    Conf::SampleInfo const& info) const;
 
