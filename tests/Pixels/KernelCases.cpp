@@ -1,0 +1,80 @@
+#include "Pixels/KernelCases.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Proc/Effects/Lumenta/Kernels/Emboss.h"
+#include "Support/Planes.h"
+
+#include <cstdlib>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using Conf::PixFmt;
+using Conf::PixFmtDescription;
+using Random = std::mt19937;
+
+int Between(Random& random, int first, int last) {
+    return std::uniform_int_distribution(first, last)(random);
+}
+
+Proc::PlaneView From(AVFrame const& frame, int plane) {
+    return {frame.data[plane], frame.linesize[plane]};
+}
+
+Proc::MutablePlane To(AVFrame& frame, int plane) {
+    return {frame.data[plane], frame.linesize[plane]};
+}
+
+struct Size {
+    std::size_t width;
+    std::size_t height;
+};
+
+Size SizeOf(AVFrame const& frame, int plane) {
+    auto const& pixels = PixFmtDescription::Find(static_cast<PixFmt>(frame.format));
+    return {pixels.GetPlanWidth(plane, static_cast<std::uint32_t>(frame.width)),
+            pixels.GetPlanHeight(plane, static_cast<std::uint32_t>(frame.height))};
+}
+
+std::string EmbossOffset(int offset) {
+    return (offset > 0 ? "+" : "-") + std::to_string(offset);
+}
+
+std::optional<KernelTrial> DrawEmboss(Random& random, PixFmt format, int width, int height) {
+    bool const toGray = Between(random, 0, 1) == 0;
+    if (!Proc::CoversEmboss(format, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
+                            toGray))
+        return std::nullopt;
+    int const most = Between(random, 0, 3) == 0 ? 16384 : 9;
+    int const right = Between(random, -most, most);
+    int const below = Between(random, -most, most);
+    auto const run = [=](AVFrame const& from, AVFrame& to) {
+        auto const& pixels = PixFmtDescription::Find(format);
+        auto kind = pixels.GetDepth() > 8 ? Proc::EmbossKind::Words : Proc::EmbossKind::Bytes;
+        if (toGray && !pixels.IsFullRange({}))
+            kind = Proc::EmbossKind::StretchedBytes;
+        for (int plane = 0; plane < (toGray || pixels.IsGray() ? 1 : 3); ++plane) {
+            Size const size = SizeOf(from, plane);
+            Proc::EmbossPlane(kind, {From(from, plane), To(to, plane), size.width, size.height,
+                                     static_cast<std::size_t>(std::abs(right)),
+                                     static_cast<std::size_t>(std::abs(below))});
+        }
+        if (to.data[3] != nullptr) // The alpha that comes of no expression.
+            FillPlane(to, 3, 0);
+    };
+    return KernelTrial{"geq=lum_expr='(p(X,Y)+(256-p(X" + EmbossOffset(right) + ",Y" + EmbossOffset(below) +
+                           ")))/2'" + (toGray ? ",format=gray" : ""),
+                       toGray ? PixFmt::GRAY8 : format, run};
+}
+
+} // namespace
+
+std::vector<KernelCase> KernelCases() {
+    return {{"emboss", DrawEmboss}};
+}
+
+} // namespace Tarsel::Test
