@@ -2,9 +2,11 @@
 
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Effects/Lumenta/Kernels/Emboss.h"
+#include "Proc/Effects/Lumenta/Kernels/WaveletDenoise.h"
 #include "Support/Planes.h"
 
 #include <cstdlib>
+#include <cstring>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -40,6 +42,12 @@ Size SizeOf(AVFrame const& frame, int plane) {
             pixels.GetPlanHeight(plane, static_cast<std::uint32_t>(frame.height))};
 }
 
+void CopyPlane(AVFrame const& from, AVFrame& to, int plane) {
+    Size const size = SizeOf(from, plane);
+    for (std::size_t y = 0; y < size.height; ++y)
+        std::memcpy(To(to, plane).Row(y), From(from, plane).Row(y), size.width);
+}
+
 std::string EmbossOffset(int offset) {
     return (offset > 0 ? "+" : "-") + std::to_string(offset);
 }
@@ -71,10 +79,36 @@ std::optional<KernelTrial> DrawEmboss(Random& random, PixFmt format, int width, 
                        toGray ? PixFmt::GRAY8 : format, run};
 }
 
+/// A number of six digits, some of which are below the point.
+std::string DrawNumber(Random& random, double first, double last) {
+    return std::to_string(std::uniform_real_distribution(first, last)(random)).substr(0, 7);
+}
+
+std::optional<KernelTrial> DrawWaveletDenoise(Random& random, PixFmt format, int, int) {
+    if (!Proc::CoversWaveletDenoise(format))
+        return std::nullopt;
+    int const depth = Between(random, 0, 2) == 0 ? Between(random, 8, 16) : 8;
+    double const most = Between(random, 0, 1) == 0 ? 1000 : 20;
+    std::string const luma = DrawNumber(random, 0.001, most);
+    std::string const chroma = DrawNumber(random, 0.001, most);
+    auto const run = [=](AVFrame const& from, AVFrame& to) {
+        Proc::WaveletDenoiser denoiser;
+        bool const isDeep = PixFmtDescription::Find(format).GetDepth() > 8;
+        for (int plane = 0; plane < 3; ++plane) {
+            Size const size = SizeOf(from, plane);
+            denoiser.Denoise({From(from, plane), To(to, plane), size.width, size.height, isDeep}, depth,
+                             std::stod(plane == 0 ? luma : chroma));
+        }
+        if (to.data[3] != nullptr)
+            CopyPlane(from, to, 3);
+    };
+    return KernelTrial{"owdenoise=" + std::to_string(depth) + ":ls=" + luma + ":cs=" + chroma, format, run};
+}
+
 } // namespace
 
 std::vector<KernelCase> KernelCases() {
-    return {{"emboss", DrawEmboss}};
+    return {{"emboss", DrawEmboss}, {"denoise_wavelet", DrawWaveletDenoise}};
 }
 
 } // namespace Tarsel::Test

@@ -22,20 +22,21 @@ struct WaveletPlane {
 /// does, which leaves alpha as it is. Throws CoreException for a format that FFmpeg does not know.
 bool CoversWaveletDenoise(Conf::PixFmt format);
 
-/// Denoises planes by soft thresholding of an undecimated wavelet transform: on each level all three planes of
-/// details, horizontal, vertical and diagonal, lose `strength`. The wavelet is the biorthogonal 9/7 one of
+/// Denoises planes by soft thresholding of an undecimated wavelet transform: on each level all three planes
+/// of details, horizontal, vertical and diagonal, lose `strength`. The wavelet is the biorthogonal 9/7 one of
 /// Cohen, Daubechies and Feauveau (1992), scaled by sqrt(2); level n filters every 2^n-th sample, each of
-/// these subsequences mirrored at its own ends. Sums are of doubles, what is kept between two steps are
-/// floats. Keeps its memory, 12 bytes a sample and level, for the next plane. One thread at a time.
+/// these subsequences mirrored at its own ends. Products and
+/// their sums are doubles; samples between two steps, and the sums of two that share a tap, are floats. Keeps
+/// its memory, 12 bytes a sample and level, for the next plane. One thread at a time.
 class WaveletDenoiser {
 public:
     /// `depth` levels, but no more than log2 of the shorter side; 8-bit samples are dithered by an 8x8 Bayer
-    /// matrix, deep ones rounded down. Throws std::bad_alloc.
+    /// matrix, deep ones rounded to zero and cut to 16 bits. The strength as the filter reads it from its
+    /// text. Throws std::bad_alloc.
     void Denoise(WaveletPlane const& plane, int depth, double strength);
 
 private:
-    std::vector<float> m_planes;
-    std::vector<double> m_rows;
+    std::vector<float> m_memory;
 };
 
 } // namespace Tarsel::Proc

@@ -27,9 +27,10 @@ public:
     WaveletWork(WaveletPlane const& plane, int depth, double strength);
 
     std::size_t PlaneSize() const { return m_stride * m_plane.height; }
-    std::size_t FloatCount() const { return (3 * m_levels + 2) * PlaneSize() + s_align; }
-    std::size_t DoubleCount() const { return 2 * (s_waveletWindow + 1) * m_rowSize + s_align; }
-    void SetMemory(float* planes, double* rows);
+    std::size_t FloatCount() const {
+        return (3 * m_levels + 2) * PlaneSize() + 2 * (s_waveletWindow + 1) * m_rowSize + s_align;
+    }
+    void SetMemory(float* memory);
 
     WaveletPlane const& Plane() const { return m_plane; }
     std::size_t Levels() const { return m_levels; }
@@ -40,8 +41,8 @@ public:
     float* Detail(std::size_t level, std::size_t kind, std::size_t y) const {
         return Row(2 + 3 * level + kind, y);
     }
-    /// Rows of doubles with margins for the reach of the widest step to both sides.
-    double* PaddedRow(std::size_t i) const { return m_rows + i * m_rowSize + m_margin; }
+    /// Rows with margins for the reach of the widest step to both sides.
+    float* PaddedRow(std::size_t i) const { return m_rows + i * m_rowSize + m_margin; }
 
 private:
     static constexpr std::size_t s_align = 16;
@@ -57,7 +58,7 @@ private:
     std::size_t m_margin;
     std::size_t m_rowSize;
     float* m_planes{};
-    double* m_rows{};
+    float* m_rows{};
 };
 
 } // namespace Tarsel::Proc
