@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -91,13 +92,13 @@ std::optional<KernelTrial> DrawWaveletDenoise(Random& random, PixFmt format, int
     double const most = Between(random, 0, 1) == 0 ? 1000 : 20;
     std::string const luma = DrawNumber(random, 0.001, most);
     std::string const chroma = DrawNumber(random, 0.001, most);
+    auto const denoiser = std::make_shared<Proc::WaveletDenoiser>();
     auto const run = [=](AVFrame const& from, AVFrame& to) {
-        Proc::WaveletDenoiser denoiser;
         bool const isDeep = PixFmtDescription::Find(format).GetDepth() > 8;
         for (int plane = 0; plane < 3; ++plane) {
             Size const size = SizeOf(from, plane);
-            denoiser.Denoise({From(from, plane), To(to, plane), size.width, size.height, isDeep}, depth,
-                             std::stod(plane == 0 ? luma : chroma));
+            denoiser->Denoise({From(from, plane), To(to, plane), size.width, size.height, isDeep}, depth,
+                              std::stod(plane == 0 ? luma : chroma));
         }
         if (to.data[3] != nullptr)
             CopyPlane(from, to, 3);
