@@ -1,10 +1,14 @@
 #include "Pixels/KernelCases.h"
 
 #include "Conf/PixFmtDescription.h"
+#include "Proc/Effects/Lumenta/Kernels/BalanceChroma.h"
+#include "Proc/Effects/Lumenta/Kernels/EdgeDetect.h"
 #include "Proc/Effects/Lumenta/Kernels/Emboss.h"
 #include "Proc/Effects/Lumenta/Kernels/WaveletDenoise.h"
 #include "Support/Planes.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -106,10 +110,75 @@ std::optional<KernelTrial> DrawWaveletDenoise(Random& random, PixFmt format, int
     return KernelTrial{"owdenoise=" + std::to_string(depth) + ":ls=" + luma + ":cs=" + chroma, format, run};
 }
 
+/// 0 to 1, often one of both, in hundredths.
+std::string DrawShare(Random& random) {
+    int const hundredths = std::clamp(Between(random, -15, 115), 0, 100);
+    return std::to_string(hundredths / 100) + '.' + std::to_string(hundredths / 10 % 10) +
+           std::to_string(hundredths % 10);
+}
+
+std::optional<KernelTrial> DrawEdgeDetect(Random& random, PixFmt format, int width, int height) {
+    bool const mix = Between(random, 0, 1) == 0;
+    if (!Proc::CoversEdgeDetect(format, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
+                                mix))
+        return std::nullopt;
+    auto const& pixels = PixFmtDescription::Find(format);
+    bool const isRgb = pixels.IsRgb();
+    auto const kind = mix               ? Proc::EdgeKind::Mix
+                      : pixels.IsGray() ? Proc::EdgeKind::Wires
+                                        : Proc::EdgeKind::StretchedWires;
+    std::string low = DrawShare(random);
+    std::string high = DrawShare(random);
+    if (low > high)
+        std::swap(low, high);
+    auto const detector = std::make_shared<Proc::EdgeDetector>();
+    auto const run = [=](AVFrame const& from, AVFrame& to) {
+        for (int plane = 0; plane < (isRgb ? 3 : 1); ++plane) {
+            Size const size = SizeOf(from, plane);
+            detector->Detect(kind, {From(from, plane), To(to, plane), size.width, size.height},
+                             std::stod(low), std::stod(high));
+        }
+    };
+    return KernelTrial{"edgedetect=low=" + low + ":high=" + high + (mix ? ":mode=colormix" : ":mode=wires"),
+                       isRgb ? format : PixFmt::GRAY8, run};
+}
+
+std::optional<KernelTrial> DrawBalanceChroma(Random& random, PixFmt format, int, int) {
+    if (!Proc::CoversBalanceChroma(format))
+        return std::nullopt;
+    Proc::ChromaBalance balance;
+    std::string text = "colorbalance=";
+    auto const draw = [&](char const* keys, std::array<float, 3>& shifts) {
+        for (std::size_t i = 0; i < shifts.size(); ++i) {
+            int const hundredths = Between(random, 0, 2) == 0 ? 0 : Between(random, -100, 100);
+            std::string const value = std::to_string(hundredths / 100.0);
+            text += std::string{"rgb"[i]} + keys + '=' + value + ':';
+            shifts[i] = std::stof(value);
+        }
+    };
+    draw("s", balance.shadows);
+    draw("m", balance.midtones);
+    draw("h", balance.highlights);
+    auto const run = [=](AVFrame const& from, AVFrame& to) {
+        Proc::BalancedPicture picture{format, {}, {}, {}, {}, SizeOf(from, 0).width, SizeOf(from, 0).height};
+        for (std::size_t i = 0; i < 4; ++i) {
+            picture.from[i] = from.data[i];
+            picture.fromStrides[i] = from.linesize[i];
+            picture.to[i] = to.data[i];
+            picture.toStrides[i] = to.linesize[i];
+        }
+        Proc::BalanceChroma(picture, balance);
+    };
+    return KernelTrial{text, format, run};
+}
+
 } // namespace
 
 std::vector<KernelCase> KernelCases() {
-    return {{"emboss", DrawEmboss}, {"denoise_wavelet", DrawWaveletDenoise}};
+    return {{"emboss", DrawEmboss},
+            {"denoise_wavelet", DrawWaveletDenoise},
+            {"edge_detect", DrawEdgeDetect},
+            {"balance_chroma", DrawBalanceChroma}};
 }
 
 } // namespace Tarsel::Test
