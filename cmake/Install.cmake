@@ -10,6 +10,8 @@ set_target_properties(lumenta PROPERTIES INSTALL_RPATH "$ORIGIN/.." EXPORT_NAME 
 
 install(TARGETS tarsel_sdk tarsel_media EXPORT Tarsel
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" NAMELINK_COMPONENT Development)
+install(TARGETS tarsel_audioalg EXPORT Tarsel
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Development)
 # Where Host::Plugin looks, and no loader does: programs that link it are told where it lies.
 target_link_options(lumenta INTERFACE
   "$<INSTALL_INTERFACE:LINKER:-rpath,$<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR}/tarsel>")
@@ -35,7 +37,8 @@ endforeach()
 foreach(header
     Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/PictureReader.h Media/PictureWriter.h Media/Run.h
     Media/SoundLane.h Media/SoundReader.h Media/SoundWriter.h
-    Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioRef.h
+    Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioLevels.h
+    Proc/Algorithms/AudioAlg/AudioRef.h Proc/Algorithms/AudioAlg/DataAudioRef.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h
     Proc/Effects/Lumenta/EffectFFMPEGAudio.h Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h
     Proc/Effects/Lumenta/EffectFFMPEGTwoInputAudio.h
@@ -59,7 +62,7 @@ install(FILES "${PROJECT_BINARY_DIR}/TarselConfig.cmake" "${PROJECT_BINARY_DIR}/
   DESTINATION "${package_dir}" COMPONENT Development)
 
 file(RELATIVE_PATH pc_to_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-foreach(package tarsel tarsel-lumenta tarsel-media)
+foreach(package tarsel tarsel-audioalg tarsel-lumenta tarsel-media)
   configure_file("${CMAKE_CURRENT_LIST_DIR}/${package}.pc.in" "${PROJECT_BINARY_DIR}/${package}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/${package}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
     COMPONENT Development)

@@ -63,28 +63,59 @@ inline double Round(double value) {
 }
 
 template <class T>
+constexpr T s_silence = std::is_same_v<T, std::uint8_t> ? T{128} : T{0};
+
+template <class T>
 struct Voice {
     T sample;
     double volume;
 };
 
+/// 8-bit samples, whose volumes are in fixed point.
+inline std::uint8_t MixBytes(std::vector<Voice<std::uint8_t>> const& voices) {
+    double const limit = std::fmin(127, 32768.0 / static_cast<double>(voices.size()));
+    std::vector<double> volumes;
+    for (auto const& voice : voices)
+        volumes.push_back(std::isnan(voice.volume) ? 0 : std::fmin(std::fmax(voice.volume, -limit), limit));
+    auto const fits = [&](int bits) {
+        double sum = 0;
+        for (double const volume : volumes) {
+            sum += std::abs(volume);
+            if (std::abs(volume) * std::exp2(bits) > 32767)
+                return false;
+        }
+        return sum * std::exp2(bits) <= 0x1p23;
+    };
+    int bits = 15;
+    while (!fits(bits))
+        --bits;
+    double sum = 0;
+    for (std::size_t k = 0; k < voices.size(); ++k)
+        sum += (voices[k].sample - 128) * Round(volumes[k] * std::exp2(bits));
+    return static_cast<std::uint8_t>(
+        std::fmin(std::fmax(std::floor(sum / std::exp2(bits) + 0.5), -128), 127) + 128);
+}
+
+/// A source that has ended is a voice of silence.
 template <class T>
 T Mix(std::vector<Voice<T>> const& voices) {
-    using Sum = std::conditional_t<sizeof(T) < 4, float, double>;
-    T const middle = std::is_same_v<T, std::uint8_t> ? T{128} : T{0};
-    Sum sum = 0;
-    for (auto const& [sample, volume] : voices) {
-        double const limited = std::isnan(volume) ? 0 : std::fmin(std::fmax(volume, -0x1p64), 0x1p64);
-        Sum const product = static_cast<Sum>(sample - middle) * static_cast<Sum>(limited);
-        sum = sum + product;
-    }
-    if constexpr (std::is_floating_point_v<T>) {
-        return static_cast<T>(Clip(sum));
+    if constexpr (std::is_same_v<T, std::uint8_t>) {
+        return MixBytes(voices);
     } else {
-        double const value = Round(sum) + middle;
-        if (value < std::numeric_limits<T>::min())
-            return std::numeric_limits<T>::min();
-        return value > std::numeric_limits<T>::max() ? std::numeric_limits<T>::max() : static_cast<T>(value);
+        using Sum = std::conditional_t<sizeof(T) < 4, float, double>;
+        Sum sum = 0;
+        for (auto const& [sample, volume] : voices) {
+            double const limited = std::isnan(volume) ? 0 : std::fmin(std::fmax(volume, -0x1p64), 0x1p64);
+            Sum const product = static_cast<Sum>(sample) * static_cast<Sum>(limited);
+            sum = sum + product;
+        }
+        if constexpr (std::is_floating_point_v<T>)
+            return static_cast<T>(Clip(sum));
+        using Limits = std::numeric_limits<T>;
+        double const value = Round(sum);
+        return value < Limits::min()   ? Limits::min()
+               : value > Limits::max() ? Limits::max()
+                                       : static_cast<T>(value);
     }
 }
 

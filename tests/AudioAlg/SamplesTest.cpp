@@ -125,12 +125,28 @@ void CheckMix(std::size_t sourceCount, std::size_t count, bool isInPlace) {
     for (std::size_t i = 0; i < count; ++i) {
         std::vector<Plain::Voice<T>> voices;
         for (auto const& [source, volume] : sources)
-            if (i < source.sampleCount)
-                voices.push_back({Get<T>(source.samples, i), volume});
+            voices.push_back(
+                {i < source.sampleCount ? Get<T>(source.samples, i) : Plain::s_silence<T>, volume});
         Put(expected.data() + start, i, Plain::Mix(voices));
     }
     MixAudio(MonoRef<T>(dst.data() + start, count), sources);
     ASSERT_EQ(dst, expected) << typeid(T).name() << ", " << sourceCount << " sources, count " << count;
+}
+
+/// Sources at full scale, the first half up, the others but two down.
+void CheckManyBytes(std::size_t sources, double volume) {
+    std::uint8_t up = 255;
+    std::uint8_t down = 0;
+    std::uint8_t sum = 7;
+    std::vector<Audio2Mix> mixed;
+    std::vector<Plain::Voice<std::uint8_t>> voices;
+    for (std::size_t k = 0; k < sources; ++k) {
+        bool const isUp = k < sources / 2 + 2;
+        mixed.push_back({MonoRef<std::uint8_t>(isUp ? &up : &down, 1), volume});
+        voices.push_back({isUp ? up : down, volume});
+    }
+    MixAudio(MonoRef<std::uint8_t>(&sum, 1), mixed);
+    EXPECT_EQ(sum, Plain::Mix(voices)) << sources << " sources, volume " << volume;
 }
 
 TEST_P(Samples, Mix) {
@@ -142,19 +158,26 @@ TEST_P(Samples, Mix) {
     });
 }
 
-// All sums of two 8-bit samples, with volumes that make many halves.
-TEST_P(Samples, MixRoundsHalvesToEven) {
+// All sums of two 8-bit samples, with volumes that make many halves; and more sources than volumes fit for.
+TEST_P(Samples, MixOfBytes) {
     Bytes a(65536);
     Bytes b(65536);
     std::iota(a.begin(), a.end(), std::uint8_t{0});
     for (std::size_t i = 0; i < b.size(); ++i)
         b[i] = static_cast<std::uint8_t>(i >> 8);
-    Bytes sum(65536);
-    MixAudio(MonoRef<std::uint8_t>(sum.data(), sum.size()),
-             {{MonoRef<std::uint8_t>(a.data(), a.size()), 0.75},
-              {MonoRef<std::uint8_t>(b.data(), b.size()), 0.5}});
-    for (std::size_t i = 0; i < sum.size(); ++i)
-        ASSERT_EQ(sum[i], (Plain::Mix<std::uint8_t>({{a[i], 0.75}, {b[i], 0.5}}))) << i;
+    for (auto const& [volumeA, volumeB] :
+         {std::pair(0.75, 0.5), {0.7, -0.6}, {127.0, -126.9}, {1.0, 0.003}}) {
+        Bytes sum(65536);
+        MixAudio(MonoRef<std::uint8_t>(sum.data(), sum.size()),
+                 {{MonoRef<std::uint8_t>(a.data(), a.size()), volumeA},
+                  {MonoRef<std::uint8_t>(b.data(), b.size()), volumeB}});
+        for (std::size_t i = 0; i < sum.size(); ++i)
+            ASSERT_EQ(sum[i], (Plain::Mix<std::uint8_t>({{a[i], volumeA}, {b[i], volumeB}}))) << i;
+    }
+    for (double const volume : {0.01, 200.0}) {
+        CheckManyBytes(255, volume);
+        CheckManyBytes(3000, volume);
+    }
 }
 
 TEST_P(Samples, StreamedBytes) {

@@ -15,7 +15,7 @@ file(REMOVE_RECURSE "${SCRATCH}")
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/first")
 file(RENAME "${SCRATCH}/first" "${SCRATCH}/tarsel")
 
-foreach(example host plugin audio)
+foreach(example host plugin audio levels)
   run("${CMAKE_COMMAND}" -S "${EXAMPLES}/${example}" -B "${SCRATCH}/${example}"
     -DCMAKE_BUILD_TYPE=Debug "-DCMAKE_PREFIX_PATH=${SCRATCH}/tarsel" "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
   run("${CMAKE_COMMAND}" --build "${SCRATCH}/${example}")
@@ -29,6 +29,7 @@ run("${SCRATCH}/host/host" example)
 
 # The plug-in as a linked library.
 run("${SCRATCH}/audio/audio")
+run("${SCRATCH}/levels/levels")
 
 # The tool that was installed finds its libraries and the plug-in too.
 unset(ENV{TARSEL_PLUGIN_PATH})
@@ -46,9 +47,10 @@ foreach(library avutil avfilter avcodec avformat swscale swresample)
     file(WRITE "${SCRATCH}/no/lib${library}/${header}.h" "#error FFmpeg's headers are not for hosts\n")
   endforeach()
 endforeach()
-foreach(example host audio)
+foreach(example host audio levels)
   set(package_host tarsel-media)
   set(package_audio tarsel-lumenta)
+  set(package_levels tarsel-audioalg)
   execute_process(COMMAND pkg-config --cflags --libs ${package_${example}}
     OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   separate_arguments(flags UNIX_COMMAND "${flags}")

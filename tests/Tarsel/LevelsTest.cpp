@@ -31,44 +31,56 @@ TEST(Levels, OfEveryFormatAreOnOneScale) {
             Tarsel::Test::SetSample(*block->GetAVFrame(), 1, i, i < 2 ? 0.5 : 0);
             Tarsel::Test::SetSample(*block->GetAVFrame(), 2, i, 0);
         }
-        ChannelSamples samples;
-        ReadSamples(*block, samples);
-        ASSERT_EQ(samples.size(), 3U);
-        Level const lowest = MeasureLevel(samples[0].data(), 4);
+        std::vector<LevelTrack> tracks{{3, 100}};
+        AddBlock(*block, tracks);
+        LevelTrack::Row const row = tracks[0].GetWhole();
         // The largest value of EstimateLevel would be 0 here.
-        EXPECT_NEAR(lowest.GetPeak(), 1, 4e-5);
-        EXPECT_NEAR(lowest.GetRms(), 1, 4e-5);
-        EXPECT_EQ(lowest.highest, 0);
-        Level const half = MeasureLevel(samples[1].data(), 4);
-        EXPECT_NEAR(half.GetPeak(), 0.5, 4e-5);
-        EXPECT_NEAR(half.GetRms(), 0.5 / std::sqrt(2), 4e-5);
-        EXPECT_EQ(ToDecibels(MeasureLevel(samples[2].data(), 4).GetPeak()),
-                  -std::numeric_limits<double>::infinity());
+        EXPECT_NEAR(row[0].GetPeak(), 1, 4e-5);
+        EXPECT_NEAR(row[0].GetRms(), 1, 4e-5);
+        EXPECT_EQ(row[0].highest, 0);
+        EXPECT_NEAR(row[1].GetPeak(), 0.5, 4e-5);
+        EXPECT_NEAR(row[1].GetRms(), 0.5 / std::sqrt(2), 4e-5);
+        EXPECT_EQ(ToDecibels(row[2].GetPeak()), -std::numeric_limits<double>::infinity());
     }
 }
 
+/// A list of samples for each channel, into all of the tracks.
+void AddSamples(std::span<LevelTrack> tracks, std::vector<std::vector<double>> const& samples) {
+    AddBlock(
+        *Tarsel::Test::MakeSound(
+            {Conf::SampleFormats::DoublePlanar, 8000,
+             Conf::ChannelLayout::FromCount(static_cast<std::uint8_t>(samples.size()))},
+            static_cast<int>(samples[0].size()),
+            [&](int c, auto i) { return samples[static_cast<std::size_t>(c)][static_cast<std::size_t>(i)]; }),
+        tracks);
+}
+
+// Nor on what else is measured.
 TEST(Levels, RowsDoNotDependOnTheBlocks) {
     for (std::size_t const blockSize : {1U, 3U, 10U}) {
-        LevelTrack track(1, 2.5);
+        std::vector<LevelTrack> tracks{{1, 2.5}, {1, 1, 4}};
         for (std::size_t i = 0; i < 10; i += blockSize) {
-            ChannelSamples block(1);
+            std::vector<double> block;
             for (std::size_t n = i; n < std::min(i + blockSize, std::size_t{10}); ++n)
-                block[0].push_back(-0.1 * static_cast<double>(n));
-            track.Add(block);
+                block.push_back(-0.1 * static_cast<double>(n));
+            AddSamples(tracks, {block});
         }
-        EXPECT_THAT(GetLengths(track), ElementsAre(3, 2, 3, 2));
-        EXPECT_EQ(track.GetStart(1), 3);
-        EXPECT_EQ(track.GetStart(4), 10);
-        EXPECT_DOUBLE_EQ(track.GetRows()[1][0].GetPeak(), 0.4);
-        EXPECT_DOUBLE_EQ(track.GetWhole()[0].GetPeak(), 0.9);
-        EXPECT_NEAR(track.GetWhole()[0].GetRms(), std::sqrt(0.01 * 285 / 10), 1e-12);
+        EXPECT_THAT(GetLengths(tracks[0]), ElementsAre(3, 2, 3, 2));
+        EXPECT_THAT(GetLengths(tracks[1]), ElementsAre(4, 4, 2));
+        EXPECT_EQ(tracks[0].GetStart(1), 3);
+        EXPECT_EQ(tracks[0].GetStart(4), 10);
+        EXPECT_DOUBLE_EQ(tracks[0].GetRows()[1][0].GetPeak(), 0.4);
+        for (LevelTrack const& track : tracks) {
+            EXPECT_DOUBLE_EQ(track.GetWhole()[0].GetPeak(), 0.9);
+            EXPECT_NEAR(track.GetWhole()[0].GetRms(), std::sqrt(0.01 * 285 / 10), 1e-12);
+        }
     }
 }
 
 TEST(Levels, NumberOfRowsIsHeldByDoublingTheStep) {
     LevelTrack track(1, 1, 4);
     for (int n = 1; n <= 11; ++n)
-        track.Add({{n == 9 ? -0.9 : n / 100.0}});
+        AddSamples({&track, 1}, {{n == 9 ? -0.9 : n / 100.0}});
     EXPECT_THAT(GetLengths(track), ElementsAre(4, 4, 3));
     EXPECT_EQ(track.GetStart(2), 8);
     EXPECT_DOUBLE_EQ(track.GetRows()[0][0].highest, 0.04);
@@ -100,7 +112,7 @@ std::string ReadColumn(Proc::IDataVideo const& picture, std::uint32_t column) {
 TEST(Waveform, ShowsRangeAndRmsOfEachLane) {
     // Columns of two samples; the first channel's lane takes five rows, the second's as many.
     LevelTrack track(2, 1, 8);
-    track.Add({{0, 0, 0.5, 0.5, 1, -0.5}, {0, 0, 0, 0, 0, -0.9}});
+    AddSamples({&track, 1}, {{0, 0, 0.5, 0.5, 1, -0.5}, {0, 0, 0, 0, 0, -0.9}});
     auto const picture = DrawWaveform(track, 3, 10);
     EXPECT_EQ(picture->GetFrameInfo().width, 3U);
     EXPECT_EQ(ReadColumn(*picture, 0), "..........");

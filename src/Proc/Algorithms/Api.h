@@ -1,5 +1,5 @@
 #pragma once
 
 /// Marks what liblumenta offers beside its effects; exported only when lumenta.map names it too. The plug-in
-/// is made of Proc/Algorithms and Proc/Effects/Lumenta: this is the lower of the two.
+/// carries Proc/Algorithms and Proc/Effects/Lumenta: this is the lower of the two.
 #define LUMENTA_API __attribute__((visibility("default")))

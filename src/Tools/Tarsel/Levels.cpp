@@ -1,40 +1,11 @@
 #include "Tools/Tarsel/Levels.h"
 
-#include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "Proc/Algorithms/AudioAlg/DataAudioRef.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace Tarsel::Tools {
-namespace {
-
-/// Samples of one channel as the algorithms take them. They are only read.
-Proc::AudioRef MakeRef(double const* samples, std::size_t count) {
-    Proc::AudioRef ref;
-    ref.sampleCount = count;
-    ref.info.format = Conf::SampleFormats::DoublePlanar;
-    ref.info.layout = Conf::ChannelLayout::FromCount(1);
-    ref.samples = reinterpret_cast<std::uint8_t*>(const_cast<double*>(samples));
-    return ref;
-}
-
-} // namespace
-
-void ReadSamples(Proc::IDataAudio const& block, ChannelSamples& samples) {
-    Proc::JoinedAudio const joined(block);
-    Proc::AudioRef const& ref = joined.GetRef();
-    samples.resize(ref.info.layout.channels);
-    for (std::vector<double>& channel : samples)
-        channel.resize(ref.sampleCount);
-    std::vector<double> values;
-    for (std::size_t i = 0; i < ref.sampleCount; ++i) {
-        values.clear();
-        Proc::GetAudioSamples(ref, static_cast<int>(i), values);
-        for (std::size_t c = 0; c < values.size(); ++c)
-            samples[c][i] = values[c];
-    }
-}
 
 double Level::GetPeak() const noexcept {
     return std::max(highest, -lowest);
@@ -51,17 +22,6 @@ void Level::Add(Level const& later) noexcept {
     samples += later.samples;
 }
 
-Level MeasureLevel(double const* samples, std::size_t count) {
-    // Not by VolumizeAudio, which clips, and turns integers over at 255/256 of their size.
-    std::vector<double> turned(samples, samples + count);
-    for (double& sample : turned)
-        sample = -sample;
-    Proc::AudioLevelInfo const level = Proc::EstimateLevel(MakeRef(samples, count));
-    Proc::AudioLevelInfo const below = Proc::EstimateLevel(MakeRef(turned.data(), count));
-    return {level.peak, -below.peak, level.rms * level.rms * static_cast<double>(count),
-            static_cast<std::int64_t>(count)};
-}
-
 double ToDecibels(double level) noexcept {
     return 20 * std::log10(level);
 }
@@ -69,31 +29,30 @@ double ToDecibels(double level) noexcept {
 LevelTrack::LevelTrack(std::size_t channels, double step, std::size_t most)
     : m_channels(channels), m_step(std::max(step, 1.0)), m_most(most) {}
 
-void LevelTrack::Add(ChannelSamples const& samples) {
-    std::size_t const count = m_channels > 0 ? samples[0].size() : 0;
-    for (std::size_t at = 0; at < count;) {
-        if (m_samples == GetBound(m_rows.size()))
-            StartRow();
-        auto const room = static_cast<std::size_t>(GetBound(m_rows.size()) - m_samples);
-        std::size_t const piece = std::min(count - at, room);
-        for (std::size_t c = 0; c < m_channels; ++c)
-            m_rows.back()[c].Add(MeasureLevel(samples[c].data() + at, piece));
-        at += piece;
-        m_samples += static_cast<std::int64_t>(piece);
+std::int64_t LevelTrack::MakeRoom() {
+    if (m_samples == GetBound(m_rows.size())) {
+        if (m_most > 0 && m_rows.size() == m_most)
+            JoinRows();
+        m_rows.emplace_back(m_channels);
     }
+    return GetBound(m_rows.size()) - m_samples;
 }
 
-void LevelTrack::StartRow() {
-    if (m_most > 0 && m_rows.size() == m_most) {
-        for (std::size_t row = 0; row < m_most / 2; ++row) {
-            Row& joined = m_rows[row] = m_rows[2 * row];
-            for (std::size_t c = 0; c < m_channels; ++c)
-                joined[c].Add(m_rows[2 * row + 1][c]);
-        }
-        m_rows.resize(m_most / 2);
-        m_step *= 2;
+void LevelTrack::Add(Row const& piece) {
+    for (std::size_t c = 0; c < m_channels; ++c)
+        m_rows.back()[c].Add(piece[c]);
+    m_samples += piece[0].samples;
+}
+
+/// Each two of them.
+void LevelTrack::JoinRows() {
+    for (std::size_t row = 0; row < m_most / 2; ++row) {
+        Row& joined = m_rows[row] = m_rows[2 * row];
+        for (std::size_t c = 0; c < m_channels; ++c)
+            joined[c].Add(m_rows[2 * row + 1][c]);
     }
-    m_rows.emplace_back(m_channels);
+    m_rows.resize(m_most / 2);
+    m_step *= 2;
 }
 
 std::int64_t LevelTrack::GetBound(std::size_t row) const noexcept {
@@ -110,6 +69,30 @@ LevelTrack::Row LevelTrack::GetWhole() const {
         for (std::size_t c = 0; c < m_channels; ++c)
             whole[c].Add(row[c]);
     return whole;
+}
+
+void AddBlock(Proc::IDataAudio const& block, std::span<LevelTrack> tracks) {
+    std::size_t const channels = block.GetSampleInfo().layout.channels;
+    std::vector<Proc::AudioRef> planes;
+    for (int plane = 0; plane < Proc::CountPlanes(block); ++plane)
+        planes.push_back(Proc::GetPlaneRef(block, plane));
+    std::vector<Proc::LevelSums> sums(channels);
+    LevelTrack::Row row(channels);
+    std::int64_t const count = block.GetSampleCount();
+    for (std::int64_t at = 0; at < count;) {
+        std::int64_t piece = count - at;
+        for (LevelTrack& track : tracks)
+            piece = std::min(piece, track.MakeRoom());
+        std::fill(sums.begin(), sums.end(), Proc::LevelSums());
+        for (std::size_t p = 0; p < planes.size(); ++p)
+            Proc::AddLevels(planes[p], static_cast<std::size_t>(at), static_cast<std::size_t>(piece),
+                            std::span(sums).subspan(p, planes[p].info.layout.channels));
+        for (std::size_t c = 0; c < channels; ++c)
+            row[c] = {sums[c], piece};
+        for (LevelTrack& track : tracks)
+            track.Add(row);
+        at += piece;
+    }
 }
 
 } // namespace Tarsel::Tools

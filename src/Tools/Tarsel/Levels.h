@@ -1,28 +1,17 @@
 #pragma once
 
+#include "Proc/Algorithms/AudioAlg/AudioLevels.h"
 #include "Proc/Interfaces/IDataAudio.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace Tarsel::Tools {
 
-/// The samples of a block as real numbers with full scale at 1.0 (see Proc::GetAudioSamples), a list for each
-/// channel.
-using ChannelSamples = std::vector<std::vector<double>>;
-
-/// Replaces `samples` by those of the block, whatever its format. EffectException as Proc::JoinedAudio.
-void ReadSamples(Proc::IDataAudio const& block, ChannelSamples& samples);
-
-/// How loud one channel is over some time. All of it is Proc::EstimateLevel's, whose peak is the largest
-/// value: a second estimate, of the samples turned over, gives the lowest. A value.
-struct Level {
-    /// 0 where no sample is above it, and below it.
-    double highest = 0;
-    double lowest = 0;
-    /// The sum of the samples' squares.
-    double squares = 0;
+/// How loud one channel is over some time. A value.
+struct Level : Proc::LevelSums {
     std::int64_t samples = 0;
 
     /// The largest magnitude.
@@ -31,9 +20,6 @@ struct Level {
     /// Takes in what came after.
     void Add(Level const& later) noexcept;
 };
-
-/// Of samples that follow one another.
-Level MeasureLevel(double const* samples, std::size_t count);
 
 /// A level in decibels of full scale; minus infinity for silence.
 double ToDecibels(double level) noexcept;
@@ -48,8 +34,10 @@ public:
     /// are never more rows than that: whenever they would be, each two become one and the step doubles.
     LevelTrack(std::size_t channels, double step, std::size_t most = 0);
 
-    /// As many lists as channels, all of one length.
-    void Add(ChannelSamples const& samples);
+    /// Begins a row where the last one is full; how many samples go into it still.
+    std::int64_t MakeRoom();
+    /// The levels of the next samples, not more than there is room for.
+    void Add(Row const& piece);
 
     std::size_t GetChannelCount() const noexcept { return m_channels; }
     /// The last one may be shorter.
@@ -61,7 +49,7 @@ public:
 
 private:
     std::int64_t GetBound(std::size_t row) const noexcept;
-    void StartRow();
+    void JoinRows();
 
     std::size_t m_channels;
     double m_step;
@@ -69,5 +57,9 @@ private:
     std::int64_t m_samples = 0;
     std::vector<Row> m_rows;
 };
+
+/// Takes the samples of a block, whatever its format, into all of the tracks at once, each read once.
+/// EffectException as Proc::GetPlaneRef.
+void AddBlock(Proc::IDataAudio const& block, std::span<LevelTrack> tracks);
 
 } // namespace Tarsel::Tools

@@ -85,26 +85,23 @@ void Meter(MeterArguments const& arguments, Context const& context) {
     Conf::SampleInfo const format = reader.GetInfo().format;
     std::size_t const channels = format.layout.channels;
     double const interval = arguments.interval.value_or(ChooseInterval(reader.GetDuration()));
-    LevelTrack levels(channels, interval * format.rate);
     if (!size)
         size = ChooseSize(channels);
-    LevelTrack columns = MakeColumns(channels, *size);
+    std::vector<LevelTrack> tracks{{channels, interval * format.rate}};
+    if (draws)
+        tracks.push_back(MakeColumns(channels, *size));
 
-    ChannelSamples samples;
     while (auto const block = reader.Next()) {
-        ReadSamples(*block, samples);
-        levels.Add(samples);
-        if (draws)
-            columns.Add(samples);
+        AddBlock(*block, tracks);
         work.ShowProgress(block->GetTime(), reader.GetDuration());
     }
     std::vector<std::string> notes = reader.GetNotes();
     if (draws)
         for (std::string& note :
-             Media::WritePicture(DrawWaveform(columns, size->width, size->height), picture))
+             Media::WritePicture(DrawWaveform(tracks[1], size->width, size->height), picture))
             notes.push_back(std::move(note));
     work.Tell(notes);
-    LevelReport const report{arguments.input, format, interval, levels};
+    LevelReport const report{arguments.input, format, interval, tracks[0]};
     WriteOutput(arguments.json ? LevelsToJson(report) : FormatLevels(report));
 }
 

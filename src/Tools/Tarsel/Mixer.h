@@ -4,6 +4,7 @@
 #include "Proc/Interfaces/IDataAudio.h"
 #include "Tools/Tarsel/SoundSource.h"
 
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -31,12 +32,14 @@ public:
 
     /// The next samples of the mix, up to a fixed number, clipped at full scale; null when all inputs are at
     /// their end: those that were earlier are silent from there on. The block is the caller's and has no
-    /// time. Throws as SoundSource::Take.
+    /// time. Throws as SoundSource::GetReady.
     SP<Proc::IDataAudio> Next();
     /// The largest magnitude so far, full scale being 1, before it was clipped.
     double GetPeak() const noexcept { return m_peak; }
 
 private:
+    std::int64_t MixRun(Proc::IDataAudio const& mix, std::int64_t at);
+
     Conf::SampleInfo m_format;
     std::vector<MixInput> m_inputs;
     double m_peak = 0;

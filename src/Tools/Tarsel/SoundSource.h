@@ -1,18 +1,18 @@
 #pragma once
 
 #include "Conf/SampleInfo.h"
+#include "Proc/Algorithms/AudioAlg/AudioRef.h"
 #include "Proc/Interfaces/IDataAudio.h"
-#include "Proc/Wrappers/SafeFrame.h"
 #include "Proc/Wrappers/SafeSwrContext.h"
 
 #include <cstdint>
-#include <deque>
 #include <functional>
 
 namespace Tarsel::Tools {
 
-/// Sound that comes in blocks, brought into one format and handed out in pieces of any length; how it was cut
-/// changes no sample, and none is lost. Holds no more than a piece and a block. Not synchronised.
+/// Audio that comes in blocks, brought into one format and shown where it lies, so that it can be taken in
+/// pieces of any length without a copy; how it was cut changes no sample, and none is lost. Holds no more
+/// than a block. Not synchronised.
 class SoundSource {
 public:
     /// Gives the next block, null at the end. All blocks are of one format.
@@ -20,27 +20,29 @@ public:
 
     SoundSource(Next next, Conf::SampleInfo const& format);
 
-    /// The next `count` samples (above 0), fewer only at the end, and null after that. The piece is the
-    /// caller's and has no time. EffectException when the sound cannot be converted; MemoryException; what
-    /// `next` throws.
-    SP<Proc::IDataAudio> Take(int count);
-    /// For each channel, of those handed out.
-    std::int64_t GetTaken() const noexcept { return m_taken; }
+    /// How many samples can be taken at once now; 0 at the end. EffectException when the audio cannot be
+    /// converted; MemoryException; what `next` throws.
+    std::int64_t GetReady();
+    /// The first `count` of them, of one plane (see Proc::GetPlaneRef); valid until they are dropped, and
+    /// only to be read.
+    Proc::AudioRef Show(int plane, std::int64_t count) const;
+    /// Goes on by `count` of them.
+    void Drop(std::int64_t count) noexcept { m_gone += count; }
+    /// The next samples as a block, `most` or fewer; null at the end. It is the caller's, and its time means
+    /// nothing. Throws as GetReady.
+    SP<Proc::IDataAudio> Take(std::int64_t most);
 
 private:
-    void FillUpTo(int count);
-    void Add(SP<Proc::IDataAudio> const& block);
+    SP<Proc::IDataAudio> Convert(SP<Proc::IDataAudio> const& block);
 
     Next m_next;
     Conf::SampleInfo m_format;
     /// Empty until the first block, and where nothing has to be converted.
     Proc::SafeSwrContext m_converter;
-    std::deque<Proc::SafeFrame> m_frames;
-    /// Samples in them that are still to be taken; those of the first that are gone.
-    std::int64_t m_waiting = 0;
-    int m_gone = 0;
+    /// What is shown, and how much of it is gone; null at first and at the end.
+    SP<Proc::IDataAudio> m_block;
+    std::int64_t m_gone = 0;
     bool m_ended = false;
-    std::int64_t m_taken = 0;
 };
 
 } // namespace Tarsel::Tools

@@ -32,7 +32,6 @@ namespace {
 
 constexpr char const* s_file = "Tools/Tarsel/ToneVerb";
 constexpr double s_usualDuration = 5;
-constexpr int s_blockSize = 8192;
 
 struct ToneArguments {
     SoundArguments sound;
@@ -92,7 +91,7 @@ std::string DescribeEnd(ToneArguments const& arguments, SoundSource& source, boo
                                                 static_cast<double>(end) / 1e6)
                                   : "";
     bool const isChosen = arguments.source != ToneArguments().source;
-    if (arguments.duration || !isChosen || source.Take(1) == nullptr)
+    if (arguments.duration || !isChosen || source.GetReady() == 0)
         return "";
     return fmt::format("The source goes on after {} s, where the file ends: --duration tells another length.",
                        s_usualDuration);
@@ -112,7 +111,7 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
     Conf::AudioTime clock;
     std::int64_t left = samples;
     while (left > 0) {
-        auto const block = source.Take(static_cast<int>(std::min<std::int64_t>(left, s_blockSize)));
+        auto const block = source.Take(left);
         if (!block)
             break;
         block->SetTime(clock.GetTime());

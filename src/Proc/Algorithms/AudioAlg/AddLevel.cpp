@@ -13,89 +13,91 @@ HWY_BEFORE_NAMESPACE();
 namespace Tarsel::Proc::HWY_NAMESPACE {
 namespace {
 
-#if HWY_TARGET != HWY_SCALAR
-
 using RealTag = hn::ScalableTag<double>;
 using Reals = hn::Vec<RealTag>;
 
-// SampleTraits<T>::ToReal for as many samples as a vector has lanes.
+template <class T>
+using SampleTag = hn::Rebind<T, RealTag>;
 
-HWY_INLINE Reals ToReals(unsigned char /*type*/, std::uint8_t const* at) {
-    constexpr RealTag d;
-    constexpr hn::Rebind<std::int32_t, RealTag> ints;
-    auto const s = hn::PromoteTo(ints, LoadSamples(hn::Rebind<std::uint8_t, RealTag>(), at));
-    return hn::Mul(hn::PromoteTo(d, hn::Sub(s, hn::Set(ints, 128))), hn::Set(d, 0.0078125));
+// SampleTraits<T>::ToReal for as many samples as a vector of reals has lanes.
+
+HWY_INLINE Reals ToReals(hn::Vec<SampleTag<std::uint8_t>> s) {
+    constexpr SampleTag<std::int32_t> ints;
+    auto const centred = hn::Sub(hn::PromoteTo(ints, s), hn::Set(ints, 128));
+    return hn::Mul(hn::PromoteTo(RealTag(), centred), hn::Set(RealTag(), 0.0078125));
 }
 
-HWY_INLINE Reals ToReals(short /*type*/, std::uint8_t const* at) {
-    constexpr RealTag d;
-    constexpr hn::Rebind<std::int32_t, RealTag> ints;
-    auto const s = hn::PromoteTo(ints, LoadSamples(hn::Rebind<std::int16_t, RealTag>(), at));
-    return hn::Div(hn::PromoteTo(d, s), hn::Set(d, 32767.0));
+HWY_INLINE Reals ToReals(hn::Vec<SampleTag<std::int16_t>> s) {
+    auto const wide = hn::PromoteTo(SampleTag<std::int32_t>(), s);
+    return hn::Div(hn::PromoteTo(RealTag(), wide), hn::Set(RealTag(), 32767.0));
 }
 
-HWY_INLINE Reals ToReals(int /*type*/, std::uint8_t const* at) {
-    constexpr RealTag d;
-    auto const s = LoadSamples(hn::Rebind<std::int32_t, RealTag>(), at);
-    return hn::Div(hn::PromoteTo(d, s), hn::Set(d, 2147483647.0));
+HWY_INLINE Reals ToReals(hn::Vec<SampleTag<std::int32_t>> s) {
+    return hn::Div(hn::PromoteTo(RealTag(), s), hn::Set(RealTag(), 2147483647.0));
 }
 
-HWY_INLINE Reals ToReals(float /*type*/, std::uint8_t const* at) {
-    return hn::PromoteTo(RealTag(), LoadSamples(hn::Rebind<float, RealTag>(), at));
+HWY_INLINE Reals ToReals(hn::Vec<SampleTag<float>> s) {
+    return hn::PromoteTo(RealTag(), s);
 }
 
-HWY_INLINE Reals ToReals(double /*type*/, std::uint8_t const* at) {
-    return LoadSamples(RealTag(), at);
+HWY_INLINE Reals ToReals(Reals s) {
+    return s;
 }
-
-#endif
 
 /// std::fma is one instruction here wherever the instruction set has it, and a call of the C library where it
 /// has not; the result is the same.
-HWY_INLINE double AddSquare(double v, double squares) {
-    return std::fma(v, v, squares);
+HWY_INLINE void AddSquares(Reals v, std::size_t count, double& squares) {
+    HWY_ALIGN double reals[hn::MaxLanes(RealTag())];
+    hn::Store(v, RealTag(), reals);
+    for (std::size_t lane = 0; lane < count; ++lane)
+        squares = std::fma(reals[lane], reals[lane], squares);
 }
 
-template <class T>
+template <class T, bool WithSquares>
 void AddLevelOf(std::uint8_t const* samples, std::size_t count, LevelSums& sums) {
-    double peak = sums.peak;
-    double squares = sums.squares;
-    std::size_t i = 0;
-#if HWY_TARGET != HWY_SCALAR
     constexpr RealTag d;
+    constexpr SampleTag<T> type;
+    constexpr T silence = std::is_same_v<T, std::uint8_t> ? 128 : 0;
     std::size_t const lanes = hn::Lanes(d);
-    HWY_ALIGN double reals[hn::MaxLanes(d)];
-    Reals peaks = hn::Set(d, peak);
-    for (; i + lanes <= count; i += lanes) {
-        Reals const v = ToReals(T(), samples + i * sizeof(T));
-        peaks = hn::IfThenElse(hn::Lt(peaks, v), v, peaks);
-        hn::Store(v, d, reals);
-        for (std::size_t lane = 0; lane < lanes; ++lane)
-            squares = AddSquare(reals[lane], squares);
+    double squares = sums.squares;
+    Reals highest = hn::Set(d, sums.highest);
+    Reals lowest = hn::Set(d, sums.lowest);
+    for (std::size_t i = 0; i < count; i += lanes) {
+        Reals const v = ToReals(LoadSamples(type, samples + i * sizeof(T), count - i, silence));
+        highest = hn::IfThenElse(hn::Lt(highest, v), v, highest);
+        lowest = hn::IfThenElse(hn::Gt(lowest, v), v, lowest);
+        if constexpr (WithSquares) {
+            if (HWY_LIKELY(i + lanes <= count))
+                AddSquares(v, lanes, squares);
+            else
+                AddSquares(v, count - i, squares);
+        }
     }
-    peak = hn::GetLane(hn::MaxOfLanes(d, peaks));
-#endif
-    for (; i < count; ++i) {
-        double const v = SampleTraits<T>::ToReal(ReadSample<T>(samples + i * sizeof(T)));
-        peak = peak < v ? v : peak;
-        squares = AddSquare(v, squares);
-    }
-    sums = {peak, squares};
+    sums = {hn::GetLane(hn::MaxOfLanes(d, highest)), hn::GetLane(hn::MinOfLanes(d, lowest)), squares};
 }
 
+template <bool WithSquares>
 void AddLevelOfAny(SampleType type, std::uint8_t const* samples, std::size_t count, LevelSums& sums) {
     switch (type) {
     case SampleType::U8:
-        return AddLevelOf<unsigned char>(samples, count, sums);
+        return AddLevelOf<std::uint8_t, WithSquares>(samples, count, sums);
     case SampleType::S16:
-        return AddLevelOf<short>(samples, count, sums);
+        return AddLevelOf<std::int16_t, WithSquares>(samples, count, sums);
     case SampleType::S32:
-        return AddLevelOf<int>(samples, count, sums);
+        return AddLevelOf<std::int32_t, WithSquares>(samples, count, sums);
     case SampleType::Float:
-        return AddLevelOf<float>(samples, count, sums);
+        return AddLevelOf<float, WithSquares>(samples, count, sums);
     case SampleType::Double:
-        return AddLevelOf<double>(samples, count, sums);
+        return AddLevelOf<double, WithSquares>(samples, count, sums);
     }
+}
+
+void AddLevelAndSquares(SampleType type, std::uint8_t const* samples, std::size_t count, LevelSums& sums) {
+    AddLevelOfAny<true>(type, samples, count, sums);
+}
+
+void AddRangeAlone(SampleType type, std::uint8_t const* samples, std::size_t count, LevelSums& sums) {
+    AddLevelOfAny<false>(type, samples, count, sums);
 }
 
 } // namespace
@@ -105,10 +107,15 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace Tarsel::Proc {
 
-HWY_EXPORT(AddLevelOfAny);
+HWY_EXPORT(AddLevelAndSquares);
+HWY_EXPORT(AddRangeAlone);
 
 void AddLevel(SampleType type, std::uint8_t const* samples, std::size_t count, LevelSums& sums) noexcept {
-    HWY_DYNAMIC_DISPATCH(AddLevelOfAny)(type, samples, count, sums);
+    HWY_DYNAMIC_DISPATCH(AddLevelAndSquares)(type, samples, count, sums);
+}
+
+void AddRange(SampleType type, std::uint8_t const* samples, std::size_t count, LevelSums& sums) noexcept {
+    HWY_DYNAMIC_DISPATCH(AddRangeAlone)(type, samples, count, sums);
 }
 
 } // namespace Tarsel::Proc

@@ -4,6 +4,7 @@
 #include "Proc/Algorithms/AudioAlg/AudioLevel.h"
 #include "Proc/Algorithms/AudioAlg/ClipSamples.h"
 #include "Proc/Algorithms/AudioAlg/SampleReaders.h"
+#include "Proc/Algorithms/AudioAlg/SampleType.h"
 #include "Proc/Algorithms/AudioAlg/ScaleSamples.h"
 #include "Proc/Algorithms/AudioAlg/StreamBytes.h"
 #include "Proc/Algorithms/AudioAlg/SumSamples.h"
@@ -26,57 +27,16 @@ using Conf::SampleFormats;
 
 constexpr char const* s_file = "Proc/Algorithms/AudioAlg/AudioAlg";
 
-/// What the samples of a packed or planar format are; EffectException for any other one.
-SampleType GetSampleType(AudioRef const& ref, char const* function, Core::Site const& site) {
-    SampleFmtRecord const& record = SampleFmtRecord::Find(ref.info.format);
-    SampleFormats const planar = record.planar ? record.format : record.planarCounterpart;
-    if (planar == SampleFormats::U8Planar)
-        return SampleType::U8;
-    if (planar == SampleFormats::S16Planar)
-        return SampleType::S16;
-    if (planar == SampleFormats::S32Planar)
-        return SampleType::S32;
-    if (planar == SampleFormats::FloatPlanar)
-        return SampleType::Float;
-    if (planar == SampleFormats::DoublePlanar)
-        return SampleType::Double;
-    Core::Throw<EffectException>(site, fmt::format("{} doesn't support this sample format", function));
-}
-
-std::size_t GetSampleSize(SampleType type) {
-    switch (type) {
-    case SampleType::U8:
-        return 1;
-    case SampleType::S16:
-        return 2;
-    case SampleType::S32:
-    case SampleType::Float:
-        return 4;
-    case SampleType::Double:
-        break;
-    }
-    return 8;
-}
-
-bool IsPlanar(AudioRef const& ref) {
-    return SampleFmtRecord::Find(ref.info.format).planar;
-}
-
-/// How many samples of that type fit into the lines of a destination, padding included.
-std::size_t CountElements(AudioRef const& dst, SampleType type) {
+/// How many samples of that size fit into the lines of a destination, padding included.
+std::size_t CountElements(AudioRef const& dst, std::size_t size) {
     auto const line = static_cast<std::size_t>(std::max(dst.lineSize, 0));
-    return line * (IsPlanar(dst) ? dst.info.layout.channels : 1) / GetSampleSize(type);
+    return line * (IsPlanar(dst) ? dst.info.layout.channels : 1) / size;
 }
 
 bool Overlap(std::uint8_t const* a, std::uint8_t const* b, std::size_t size) {
     auto const from = reinterpret_cast<std::uintptr_t>(a);
     auto const to = reinterpret_cast<std::uintptr_t>(b);
     return from < to + size && to < from + size;
-}
-
-double LimitVolume(double volume) {
-    constexpr double largest = MixedSamples::LARGEST_VOLUME;
-    return std::isnan(volume) ? 0.0 : std::clamp(volume, -largest, largest);
 }
 
 std::string Describe(Conf::SampleInfo const& info) {
@@ -88,8 +48,8 @@ std::string Describe(Conf::SampleInfo const& info) {
 void ClipAudio(AudioRef const& dst, AudioRef const& src) {
     SampleType const type = GetSampleType(
         src, "ClipAudio", {s_file, "void Tarsel::Proc::ClipAudio(const AudioRef &, const AudioRef &)"});
-    std::size_t const size = GetSampleSize(type);
-    std::size_t const count = CountElements(dst, type);
+    std::size_t const size = GetSampleSize(src);
+    std::size_t const count = CountElements(dst, size);
     if (count == 0)
         return;
     if (type != SampleType::Float && type != SampleType::Double) {
@@ -106,8 +66,8 @@ void VolumizeAudio(AudioRef const& dst, AudioRef const& src, double volume) {
     SampleType const type = GetSampleType(
         src, "VolumizeAudio",
         {s_file, "void Tarsel::Proc::VolumizeAudio(const AudioRef &, const AudioRef &, double)"});
-    std::size_t const size = GetSampleSize(type);
-    std::size_t const count = CountElements(dst, type);
+    std::size_t const size = GetSampleSize(src);
+    std::size_t const count = CountElements(dst, size);
     if (count == 0)
         return;
     WriteSamples(dst.samples, count, size, !Overlap(dst.samples, src.samples, count * size),
@@ -175,23 +135,25 @@ void MixAudio(AudioRef const& dst, std::vector<Audio2Mix> const& sources) {
                 site, fmt::format("MixAudio cannot mix {} into {}", Describe(info), Describe(dst.info)));
     }
 
-    std::size_t const size = GetSampleSize(type);
+    std::size_t const size = GetSampleSize(dst);
     std::size_t const channels = dst.info.layout.channels;
     std::size_t const planes = IsPlanar(dst) ? channels : 1;
     std::size_t const interleaved = IsPlanar(dst) ? 1 : channels;
     std::size_t const count = dst.sampleCount * interleaved;
-    std::vector<MixedSamples> mixed(sources.size());
+    std::vector<double> volumes;
+    for (Audio2Mix const& mixed : sources)
+        volumes.push_back(mixed.volume);
+    Mix mix(volumes);
     for (std::size_t c = 0; c < planes; ++c) {
         std::uint8_t* const to = GetPlane(dst, c);
         bool mayStream = true;
-        std::transform(sources.begin(), sources.end(), mixed.begin(), [&](Audio2Mix const& from) {
-            MixedSamples const samples{GetPlane(from.source, c), from.source.sampleCount * interleaved,
-                                       LimitVolume(from.volume)};
-            mayStream = mayStream && samples.samples != to;
-            return samples;
-        });
+        for (std::size_t k = 0; k < sources.size(); ++k) {
+            mix.sources[k].samples = GetPlane(sources[k].source, c);
+            mix.sources[k].count = sources[k].source.sampleCount * interleaved;
+            mayStream = mayStream && mix.sources[k].samples != to;
+        }
         WriteSamples(to, count, size, mayStream, [&](std::uint8_t* at, std::size_t first, std::size_t step) {
-            SumSamples(type, at, first, step, mixed);
+            SumSamples(type, at, first, step, mix);
         });
     }
 }

@@ -51,12 +51,18 @@ LUMENTA_API void GetAudioSamples(AudioRef const& ref, int sampleIndex, std::vect
 
 /// Sets the samples of `dst` (`sampleCount` for each channel; no padding) to the sum of the sources' samples,
 /// each multiplied by its source's volume. Sources that are shorter are silent after their end; without any
-/// source the result is silence. Sums are made in the order of the sources: in float for 8- and 16-bit
-/// samples, else in double, products rounded before they are added. Integers are rounded to the nearest
-/// (halves to even) and saturated; real samples are clipped as by ClipAudio. Volumes are held within -2^64
-/// and 2^64, and one that is no number is 0. A source may be the destination itself, and may not overlap it
-/// otherwise. EffectException when a source's format or number of channels differs from the destination's.
-/// May fail for want of memory.
+/// source the result is silence. Sums are made in the order of the sources: in float for 16-bit samples, else
+/// in double, products rounded before they are added. Integers are rounded to the nearest (halves to even)
+/// and saturated; real samples are clipped as by ClipAudio. Volumes are held within -2^64 and 2^64, and one
+/// that is no number is 0.
+///
+/// 8-bit samples are summed in fixed point, exactly, and rounded once (halves upwards, as by VolumizeAudio).
+/// Their volumes are held within -127 and 127, where every sample but silence saturates (within 2^15 divided
+/// by their number, where there are more than 258), and rounded to multiples of 2^-b: b is the largest up to
+/// 15 with which no volume exceeds 32767 * 2^-b, nor the sum of their magnitudes 2^(23 - b).
+///
+/// A source may be the destination itself, and may not overlap it otherwise. EffectException when a source's
+/// format or number of channels differs from the destination's. May fail for want of memory.
 LUMENTA_API void MixAudio(AudioRef const& dst, std::vector<Audio2Mix> const& sources);
 
 } // namespace Tarsel::Proc

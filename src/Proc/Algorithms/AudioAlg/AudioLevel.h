@@ -14,7 +14,7 @@ template <class Traits>
 AudioLevelInfo EstimateLevel(AudioRef const& ref) {
     std::size_t const channels = ref.info.layout.channels;
     LevelSums sums;
-    if (Conf::SampleFmtRecord::Find(ref.info.format).planar)
+    if (IsPlanar(ref))
         for (std::size_t c = 0; c < channels; ++c)
             AddLevel(Traits::SAMPLE_TYPE, GetPlane(ref, c), ref.sampleCount, sums);
     else
@@ -22,7 +22,7 @@ AudioLevelInfo EstimateLevel(AudioRef const& ref) {
     // Counted in 32 bits, so that a block of 2^31 samples has no level.
     auto const count = static_cast<std::int32_t>(static_cast<std::uint32_t>(ref.sampleCount) *
                                                  static_cast<std::uint32_t>(channels));
-    return {sums.peak, count < 1 ? 0.0 : std::sqrt(sums.squares / count)};
+    return {sums.highest, count < 1 ? 0.0 : std::sqrt(sums.squares / count)};
 }
 
 } // namespace Tarsel::Proc

@@ -12,24 +12,20 @@ namespace Tarsel::Proc::HWY_NAMESPACE {
 namespace {
 
 template <class Real>
-struct Clip {
+struct ClipReal {
     using Sample = Real;
 
-    Real One(Real v) const { return ClipOne(v); }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    HWY_INLINE hn::Vec<D> Many(D d, hn::Vec<D> v) const {
-        return ClipMany(d, v);
+    HWY_INLINE hn::Vec<D> operator()(D d, hn::Vec<D> v) const {
+        return Clip(d, v);
     }
-#endif
 };
 
 void ClipAll(SampleType type, std::uint8_t* dst, std::uint8_t const* src, std::size_t count) {
     if (type == SampleType::Float)
-        TransformSamples(Clip<float>(), dst, src, count);
+        TransformSamples(ClipReal<float>(), dst, src, count);
     else
-        TransformSamples(Clip<double>(), dst, src, count);
+        TransformSamples(ClipReal<double>(), dst, src, count);
 }
 
 } // namespace

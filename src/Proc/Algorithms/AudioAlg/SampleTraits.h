@@ -1,11 +1,11 @@
 #pragma once
 
+#include "Proc/Algorithms/AudioAlg/SampleType.h"
+
 #include <cstdint>
 #include <cstring>
 
 namespace Tarsel::Proc {
-
-enum class SampleType : std::uint8_t { U8, S16, S32, Float, Double };
 
 /// `Type` is what samples are stored as; `ToReal` gives them full scale at 1.0.
 template <class T>
@@ -52,11 +52,6 @@ T ReadSample(std::uint8_t const* at) noexcept {
     T sample;
     std::memcpy(&sample, at, sizeof sample);
     return sample;
-}
-
-template <class T>
-void WriteSample(std::uint8_t* at, T sample) noexcept {
-    std::memcpy(at, &sample, sizeof sample);
 }
 
 } // namespace Tarsel::Proc

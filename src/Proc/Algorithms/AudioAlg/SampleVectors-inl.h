@@ -1,11 +1,14 @@
 // What the loops over samples have in common, compiled for every instruction set: included after
-// hwy/foreach_target.h, and once for each inclusion of the file that uses it.
+// hwy/foreach_target.h, and once for each inclusion of the file that uses it. The lowest of them is Highway's
+// emulation, so that every operation is written once, for vectors.
 #include "Proc/Algorithms/AudioAlg/SampleTraits.h"
 
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #if defined(TARSEL_PROC_SAMPLE_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef TARSEL_PROC_SAMPLE_VECTORS_INL_H
@@ -17,58 +20,59 @@
 HWY_BEFORE_NAMESPACE();
 namespace Tarsel::Proc::HWY_NAMESPACE {
 
-/// -1 to 1, and -1 for NaN.
-template <class Real>
-Real ClipOne(Real v) {
-    v = v > 1 ? 1 : v;
-    return v > -1 ? v : -1;
-}
-
-#if HWY_TARGET != HWY_SCALAR
-
 namespace hn = hwy::HWY_NAMESPACE;
 
+/// -1 to 1, and -1 for NaN.
 template <class D>
-HWY_INLINE hn::Vec<D> ClipMany(D d, hn::Vec<D> v) {
+HWY_INLINE hn::Vec<D> Clip(D d, hn::Vec<D> v) {
     hn::Vec<D> const highest = hn::Set(d, 1);
     hn::Vec<D> const lowest = hn::Set(d, -1);
     v = hn::IfThenElse(hn::Gt(v, highest), highest, v);
     return hn::IfThenElse(hn::Gt(v, lowest), v, lowest);
 }
 
-// Samples lie at any address, so that they are moved as bytes.
-
+/// `count` samples at any address, as many as there are lanes at most; the lanes after them are `rest`.
 template <class D>
-HWY_INLINE hn::Vec<D> LoadSamples(D d, std::uint8_t const* at) {
-    constexpr hn::Repartition<std::uint8_t, D> bytes;
-    return hn::BitCast(d, hn::LoadU(bytes, at));
+HWY_INLINE hn::Vec<D> LoadSamples(D d, std::uint8_t const* at, std::size_t count, hn::TFromD<D> rest = 0) {
+    if (HWY_LIKELY(count >= hn::Lanes(d))) {
+        constexpr hn::Repartition<std::uint8_t, D> bytes;
+        return hn::BitCast(d, hn::LoadU(bytes, at));
+    }
+    HWY_ALIGN hn::TFromD<D> part[hn::MaxLanes(d)];
+    hn::Store(hn::Set(d, rest), d, part);
+    std::memcpy(part, at, count * sizeof part[0]);
+    return hn::Load(d, part);
 }
 
+/// The first `count` lanes, all at most.
 template <class D>
-HWY_INLINE void StoreSamples(hn::Vec<D> v, D /*d*/, std::uint8_t* at) {
-    constexpr hn::Repartition<std::uint8_t, D> bytes;
-    hn::StoreU(hn::BitCast(bytes, v), bytes, at);
+HWY_INLINE void StoreSamples(hn::Vec<D> v, D d, std::uint8_t* at, std::size_t count) {
+    if (HWY_LIKELY(count >= hn::Lanes(d))) {
+        constexpr hn::Repartition<std::uint8_t, D> bytes;
+        return hn::StoreU(hn::BitCast(bytes, v), bytes, at);
+    }
+    HWY_ALIGN hn::TFromD<D> part[hn::MaxLanes(d)];
+    hn::Store(v, d, part);
+    std::memcpy(at, part, count * sizeof part[0]);
 }
 
-#endif
-
-/// dst[i] = op(src[i]), as if one sample after the other. An operation has the type `Sample`, and takes one
-/// of them (`One`) or a vector (`Many`).
+/// dst[i] = operation(src[i]), as if one sample after the other. An operation has the type `Sample`, and
+/// takes a vector of them.
 template <class Operation>
-void TransformSamples(Operation const op, std::uint8_t* dst, std::uint8_t const* src, std::size_t count) {
+void TransformSamples(Operation const operation, std::uint8_t* dst, std::uint8_t const* src,
+                      std::size_t count) {
     using Sample = typename Operation::Sample;
-    std::size_t i = 0;
-#if HWY_TARGET != HWY_SCALAR
     constexpr hn::ScalableTag<Sample> d;
-    std::size_t const lanes = hn::Lanes(d);
-    // A destination that begins within the first vector of the source changes what would have been read.
+    std::size_t step = hn::Lanes(d);
+    // A destination that begins within a vector of the source changes what is read behind it.
     std::size_t const ahead = reinterpret_cast<std::uintptr_t>(dst) - reinterpret_cast<std::uintptr_t>(src);
-    if (ahead == 0 || ahead >= lanes * sizeof(Sample))
-        for (; i + lanes <= count; i += lanes)
-            StoreSamples(op.Many(d, LoadSamples(d, src + i * sizeof(Sample))), d, dst + i * sizeof(Sample));
-#endif
-    for (; i < count; ++i)
-        WriteSample(dst + i * sizeof(Sample), op.One(ReadSample<Sample>(src + i * sizeof(Sample))));
+    if (ahead != 0)
+        step = std::clamp(ahead / sizeof(Sample), std::size_t{1}, step);
+    for (std::size_t i = 0; i < count; i += step) {
+        std::size_t const part = std::min(step, count - i);
+        auto const v = LoadSamples(d, src + i * sizeof(Sample), part);
+        StoreSamples(operation(d, v), d, dst + i * sizeof(Sample), part);
+    }
 }
 
 } // namespace Tarsel::Proc::HWY_NAMESPACE

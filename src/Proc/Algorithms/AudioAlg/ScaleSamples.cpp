@@ -38,15 +38,8 @@ public:
         : m_high(static_cast<std::int16_t>(HighOf(factor))), m_low(static_cast<std::int16_t>(LowOf(factor))) {
     }
 
-    Sample One(Sample s) const {
-        int const x = s - 128;
-        int const q = static_cast<std::int16_t>(x * m_high + ((x * m_low + 128) >> 8));
-        return static_cast<Sample>(std::clamp(q, -128, 127) + 128);
-    }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    HWY_INLINE hn::Vec<D> Many(D d, hn::Vec<D> s) const {
+    HWY_INLINE hn::Vec<D> operator()(D d, hn::Vec<D> s) const {
         constexpr hn::RepartitionToWide<hn::RebindToSigned<D>> words;
         auto const centre = hn::Set(d, 128);
         auto const x = hn::BitCast(words, hn::Xor(s, centre));
@@ -55,17 +48,14 @@ public:
         auto const both = hn::IfVecThenElse(hn::Set(words, 0xFF), even, hn::ShiftLeft<8>(odd));
         return hn::Xor(hn::BitCast(d, both), centre);
     }
-#endif
 
 private:
-#if HWY_TARGET != HWY_SCALAR
     template <class W>
     HWY_INLINE hn::Vec<W> Scale(W words, hn::Vec<W> x) const {
         auto const low = hn::Add(hn::Mul(x, hn::Set(words, m_low)), hn::Set(words, 128));
         auto const q = hn::Add(hn::Mul(x, hn::Set(words, m_high)), hn::ShiftRight<8>(low));
         return hn::Max(hn::Min(q, hn::Set(words, 127)), hn::Set(words, -128));
     }
-#endif
 
     std::int16_t m_high;
     std::int16_t m_low;
@@ -78,31 +68,22 @@ public:
     /// Beyond these limits every sample but 0 saturates, as it does with them.
     explicit ScaleS16(std::int32_t factor) : m_factor(std::clamp(factor, -0x800000, 0x7FFFFF)) {}
 
-    Sample One(Sample s) const {
-        std::int32_t const q = s * HighOf(m_factor) + ((s * LowOf(m_factor) + 128) >> 8);
-        return static_cast<Sample>(std::clamp<std::int32_t>(q, -0x8000, 0x7FFF));
-    }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    HWY_INLINE hn::Vec<D> Many(D d, hn::Vec<D> s) const {
+    HWY_INLINE hn::Vec<D> operator()(D d, hn::Vec<D> s) const {
         constexpr hn::RepartitionToWide<D> wide;
         auto const x = hn::BitCast(wide, s);
         auto const even = Scale(wide, hn::ShiftRight<16>(hn::ShiftLeft<16>(x)));
         auto const odd = Scale(wide, hn::ShiftRight<16>(x));
         return hn::BitCast(d, hn::IfVecThenElse(hn::Set(wide, 0xFFFF), even, hn::ShiftLeft<16>(odd)));
     }
-#endif
 
 private:
-#if HWY_TARGET != HWY_SCALAR
     template <class W>
     HWY_INLINE hn::Vec<W> Scale(W wide, hn::Vec<W> x) const {
         auto const low = hn::Add(hn::Mul(x, hn::Set(wide, LowOf(m_factor))), hn::Set(wide, 128));
         auto const q = hn::Add(hn::Mul(x, hn::Set(wide, HighOf(m_factor))), hn::ShiftRight<8>(low));
         return hn::Max(hn::Min(q, hn::Set(wide, 0x7FFF)), hn::Set(wide, -0x8000));
     }
-#endif
 
     std::int32_t m_factor;
 };
@@ -115,25 +96,16 @@ public:
     explicit ScaleS32(std::int64_t factor)
         : m_factor(std::clamp<std::int64_t>(factor, -0x80'0000'0000, 0x7F'FFFF'FFFF)) {}
 
-    Sample One(Sample s) const {
-        std::int64_t const q = s * HighOf(m_factor) + ((s * LowOf(m_factor) + 128) >> 8);
-        using Limits = std::numeric_limits<Sample>;
-        return static_cast<Sample>(std::clamp<std::int64_t>(q, Limits::min(), Limits::max()));
-    }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    HWY_INLINE hn::Vec<D> Many(D d, hn::Vec<D> s) const {
+    HWY_INLINE hn::Vec<D> operator()(D d, hn::Vec<D> s) const {
         constexpr hn::RepartitionToWide<D> wide;
         constexpr hn::RebindToUnsigned<decltype(wide)> bits;
         auto const even = Scale(d, s);
         auto const odd = Scale(d, hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(bits, s))));
         return hn::OddEven(hn::BitCast(d, hn::ShiftLeft<32>(odd)), hn::BitCast(d, even));
     }
-#endif
 
 private:
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
     HWY_INLINE hn::Vec<hn::RepartitionToWide<D>> Scale(D d, hn::Vec<D> x) const {
         constexpr hn::RepartitionToWide<D> wide;
@@ -144,7 +116,6 @@ private:
         using Limits = std::numeric_limits<Sample>;
         return hn::Max(hn::Min(q, hn::Set(wide, Limits::max())), hn::Set(wide, Limits::min()));
     }
-#endif
 
     std::int64_t m_factor;
 };
@@ -155,20 +126,15 @@ public:
 
     explicit ScaleFloat(double volume) : m_volume(volume) {}
 
-    /// Clipped before it is narrowed: the same as after, and nothing is out of range.
-    Sample One(Sample s) const { return static_cast<Sample>(ClipOne(s * m_volume)); }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    HWY_INLINE hn::Vec<D> Many(D d, hn::Vec<D> s) const {
+    HWY_INLINE hn::Vec<D> operator()(D d, hn::Vec<D> s) const {
         constexpr hn::Half<D> half;
         constexpr hn::RepartitionToWide<D> wide;
         auto const volume = hn::Set(wide, m_volume);
         auto const lower = hn::DemoteTo(half, hn::Mul(hn::PromoteTo(wide, hn::LowerHalf(half, s)), volume));
         auto const upper = hn::DemoteTo(half, hn::Mul(hn::PromoteTo(wide, hn::UpperHalf(half, s)), volume));
-        return ClipMany(d, hn::Combine(d, upper, lower));
+        return Clip(d, hn::Combine(d, upper, lower));
     }
-#endif
 
 private:
     double m_volume;
@@ -180,14 +146,10 @@ public:
 
     explicit ScaleDouble(double volume) : m_volume(volume) {}
 
-    Sample One(Sample s) const { return ClipOne(s * m_volume); }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    HWY_INLINE hn::Vec<D> Many(D d, hn::Vec<D> s) const {
-        return ClipMany(d, hn::Mul(s, hn::Set(d, m_volume)));
+    HWY_INLINE hn::Vec<D> operator()(D d, hn::Vec<D> s) const {
+        return Clip(d, hn::Mul(s, hn::Set(d, m_volume)));
     }
-#endif
 
 private:
     double m_volume;

@@ -1,7 +1,5 @@
 #include "Proc/Algorithms/AudioAlg/SumSamples.h"
 
-#include "Core/Saturate.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -18,101 +16,84 @@ HWY_BEFORE_NAMESPACE();
 namespace Tarsel::Proc::HWY_NAMESPACE {
 namespace {
 
-using Sources = std::span<MixedSamples const>;
-
-/// sum + sample * volume for every source that goes as far as sample number `i`.
-template <class T, class Sum>
-Sum SumOne(Sources sources, std::size_t i, int silence) {
-    Sum sum = 0;
-    for (MixedSamples const& source : sources)
-        if (i < source.count) {
-            T const sample = ReadSample<T>(source.samples + i * sizeof(T));
-            sum += static_cast<Sum>(sample - static_cast<T>(silence)) * static_cast<Sum>(source.volume);
-        }
-    return sum;
+/// The samples of a source from number `i` on, silence after its end.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadSource(D d, MixedSamples const& source, std::size_t i, hn::TFromD<D> silence = 0) {
+    i = std::min(i, source.count);
+    return LoadSamples(d, source.samples + i * sizeof silence, source.count - i, silence);
 }
 
-#if HWY_TARGET != HWY_SCALAR
+// For each type of sample: a vector of results from number `i` on. Samples that are narrower than their sums
+// are taken out of lanes of the sums' width by shifts, and are put back in the same way.
 
-/// Clamped to the limits of Int and rounded to the nearest. The integer is in the lowest bits of the lane:
-/// the last bit of floats from 2^23 on counts ones.
-template <class Int, class D>
-HWY_INLINE auto RoundToBits(D d, hn::Vec<D> sum) {
-    using Limits = std::numeric_limits<Int>;
-    sum = hn::Max(sum, hn::Set(d, static_cast<float>(Limits::min())));
-    sum = hn::Min(sum, hn::Set(d, static_cast<float>(Limits::max())));
-    return hn::BitCast(hn::RebindToUnsigned<D>(), hn::Add(sum, hn::Set(d, 12582912.0F /* 1.5 * 2^23 */)));
-}
-
-#endif
-
-// For each type of sample: `One` result, and a vector of them. Samples that are narrower than their sums are
-// taken out of lanes of the sums' width by shifts, and are put back in the same way.
-
+/// In fixed point, two sources at a time: the samples of both in 16 bits side by side, one instruction
+/// multiplies each with its source's factor and adds the two products.
 struct MixU8 {
     using Sample = std::uint8_t;
 
-    static Sample One(Sources sources, std::size_t i) {
-        float const sum = SumOne<Sample, float>(sources, i, 128);
-        return static_cast<Sample>(Core::Saturate<std::int8_t>(std::nearbyint(sum)) + 128);
-    }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    static HWY_INLINE hn::Vec<D> Many(D d, Sources sources, std::size_t i) {
-        constexpr hn::Repartition<float, D> sums;
-        constexpr hn::Repartition<std::int32_t, D> ints;
+    static HWY_INLINE hn::Vec<D> Sum(D d, Mix const& mix, std::size_t i) {
+        constexpr hn::Repartition<std::uint16_t, D> words;
+        constexpr hn::Repartition<std::int32_t, D> sums;
         constexpr hn::Repartition<std::uint32_t, D> bits;
-        auto const centre = hn::Set(d, 128);
-        auto sum0 = hn::Zero(sums);
-        auto sum1 = hn::Zero(sums);
-        auto sum2 = hn::Zero(sums);
-        auto sum3 = hn::Zero(sums);
-        for (MixedSamples const& source : sources) {
-            if (i >= source.count)
-                continue;
-            auto const volume = hn::Set(sums, static_cast<float>(source.volume));
-            auto const s = hn::BitCast(ints, hn::Xor(LoadSamples(d, source.samples + i), centre));
-            auto const add = [&](auto sum, auto lane) HWY_ATTR {
-                return hn::Add(sum, hn::Mul(hn::ConvertTo(sums, hn::ShiftRight<24>(lane)), volume));
+        auto const lowWord = hn::Set(bits, 0xFFFF);
+        auto const lowBytes = hn::Set(words, 0xFF);
+        auto sum0 = hn::Set(sums, mix.offset);
+        auto sum1 = sum0;
+        auto sum2 = sum0;
+        auto sum3 = sum0;
+        for (std::size_t k = 0; k < mix.sources.size(); k += 2) {
+            bool const isPair = k + 1 < mix.sources.size();
+            MixedSamples const& first = mix.sources[k];
+            MixedSamples const& second = mix.sources[isPair ? k + 1 : k];
+            auto const a = hn::BitCast(bits, LoadSource(d, first, i, 128));
+            auto const b = hn::BitCast(bits, LoadSource(d, second, i, 128));
+            auto const factors =
+                hn::BitCast(hn::RebindToSigned<decltype(words)>(),
+                            hn::IfVecThenElse(
+                                lowWord, hn::Set(bits, static_cast<std::uint16_t>(first.factor)),
+                                hn::Set(bits, static_cast<std::uint32_t>(isPair ? second.factor : 0) << 16)));
+            auto const add = [&](auto sum, auto samples) HWY_ATTR {
+                auto odd = hn::Zero(sums);
+                auto const even = hn::ReorderWidenMulAccumulate(
+                    sums, hn::BitCast(hn::RebindToSigned<decltype(words)>(), samples), factors,
+                    hn::Zero(sums), odd);
+                return hn::Add(sum, hn::RearrangeToOddPlusEven(even, odd));
             };
-            sum0 = add(sum0, hn::ShiftLeft<24>(s));
-            sum1 = add(sum1, hn::ShiftLeft<16>(s));
-            sum2 = add(sum2, hn::ShiftLeft<8>(s));
-            sum3 = add(sum3, s);
+            auto const lower = hn::BitCast(words, hn::IfVecThenElse(lowWord, a, hn::ShiftLeft<16>(b)));
+            auto const upper = hn::BitCast(words, hn::IfVecThenElse(lowWord, hn::ShiftRight<16>(a), b));
+            sum0 = add(sum0, hn::And(lower, lowBytes));
+            sum1 = add(sum1, hn::ShiftRight<8>(lower));
+            sum2 = add(sum2, hn::And(upper, lowBytes));
+            sum3 = add(sum3, hn::ShiftRight<8>(upper));
         }
-        auto const low = hn::Set(bits, 0xFF);
-        auto const s0 = RoundToBits<std::int8_t>(sums, sum0);
-        auto const s1 = hn::ShiftLeft<8>(RoundToBits<std::int8_t>(sums, sum1));
-        auto const s2 = RoundToBits<std::int8_t>(sums, sum2);
-        auto const s3 = hn::ShiftLeft<8>(RoundToBits<std::int8_t>(sums, sum3));
-        auto const lower = hn::IfVecThenElse(low, s0, s1);
-        auto const upper = hn::ShiftLeft<16>(hn::IfVecThenElse(low, s2, s3));
-        auto const all = hn::IfVecThenElse(hn::Set(bits, 0xFFFF), lower, upper);
-        return hn::Xor(hn::BitCast(d, all), centre);
+        // The byte above the fraction goes to where it belongs in one shift; what is beside it is cut off.
+        auto const saturate = [&](auto sum) HWY_ATTR {
+            auto const largest = hn::Set(sums, (256 << mix.bits) - 1);
+            return hn::BitCast(bits, hn::Min(hn::Max(sum, hn::Zero(sums)), largest));
+        };
+        auto const s0 = hn::ShiftRightSame(saturate(sum0), mix.bits);
+        auto const s1 = hn::ShiftRightSame(saturate(sum1), mix.bits - 8);
+        auto const s2 = hn::ShiftLeftSame(saturate(sum2), 16 - mix.bits);
+        auto const s3 = hn::ShiftLeftSame(saturate(sum3), 24 - mix.bits);
+        auto const low = hn::IfVecThenElse(hn::Set(bits, 0xFF), s0, s1);
+        auto const high = hn::IfVecThenElse(hn::Set(bits, 0xFF0000), s2, s3);
+        return hn::BitCast(d, hn::IfVecThenElse(lowWord, low, high));
     }
-#endif
 };
 
 struct MixS16 {
     using Sample = std::int16_t;
 
-    static Sample One(Sources sources, std::size_t i) {
-        return Core::Saturate<Sample>(std::nearbyint(SumOne<Sample, float>(sources, i, 0)));
-    }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    static HWY_INLINE hn::Vec<D> Many(D d, Sources sources, std::size_t i) {
+    static HWY_INLINE hn::Vec<D> Sum(D d, Mix const& mix, std::size_t i) {
         constexpr hn::Repartition<float, D> sums;
         constexpr hn::Repartition<std::int32_t, D> ints;
         auto even = hn::Zero(sums);
         auto odd = hn::Zero(sums);
-        for (MixedSamples const& source : sources) {
-            if (i >= source.count)
-                continue;
+        for (MixedSamples const& source : mix.sources) {
             auto const volume = hn::Set(sums, static_cast<float>(source.volume));
-            auto const s = hn::BitCast(ints, LoadSamples(d, source.samples + i * sizeof(Sample)));
+            auto const s = hn::BitCast(ints, LoadSource(d, source, i));
             auto const add = [&](auto sum, auto lane) HWY_ATTR {
                 return hn::Add(sum, hn::Mul(hn::ConvertTo(sums, hn::ShiftRight<16>(lane)), volume));
             };
@@ -120,11 +101,17 @@ struct MixS16 {
             odd = add(odd, s);
         }
         auto const low = hn::Set(hn::Repartition<std::uint32_t, D>(), 0xFFFF);
-        auto const s0 = RoundToBits<Sample>(sums, even);
-        auto const s1 = hn::ShiftLeft<16>(RoundToBits<Sample>(sums, odd));
-        return hn::BitCast(d, hn::IfVecThenElse(low, s0, s1));
+        return hn::BitCast(d, hn::IfVecThenElse(low, Round(sums, even), hn::ShiftLeft<16>(Round(sums, odd))));
     }
-#endif
+
+private:
+    /// Saturated and rounded to the nearest. The integer is in the lowest bits of the lane: the last bit of
+    /// floats from 2^23 on counts ones.
+    template <class F>
+    static HWY_INLINE hn::Vec<hn::RebindToUnsigned<F>> Round(F d, hn::Vec<F> sum) {
+        sum = hn::Min(hn::Max(sum, hn::Set(d, -32768)), hn::Set(d, 32767));
+        return hn::BitCast(hn::RebindToUnsigned<F>(), hn::Add(sum, hn::Set(d, 12582912 /* 1.5 * 2^23 */)));
+    }
 };
 
 /// 32-bit integers and floats.
@@ -132,92 +119,59 @@ template <class T>
 struct MixInDouble {
     using Sample = T;
 
-    static Sample One(Sources sources, std::size_t i) {
-        double const sum = SumOne<Sample, double>(sources, i, 0);
-        if constexpr (std::is_same_v<T, float>)
-            return static_cast<Sample>(ClipOne(sum));
-        else
-            return Core::Saturate<Sample>(std::nearbyint(sum));
-    }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    static HWY_INLINE hn::Vec<D> Many(D d, Sources sources, std::size_t i) {
+    static HWY_INLINE hn::Vec<D> Sum(D d, Mix const& mix, std::size_t i) {
         constexpr hn::Half<D> half;
         constexpr hn::Repartition<double, D> sums;
         auto lower = hn::Zero(sums);
         auto upper = hn::Zero(sums);
-        for (MixedSamples const& source : sources) {
-            if (i >= source.count)
-                continue;
+        for (MixedSamples const& source : mix.sources) {
             auto const volume = hn::Set(sums, source.volume);
-            auto const s = LoadSamples(d, source.samples + i * sizeof(Sample));
+            auto const s = LoadSource(d, source, i);
             lower = hn::Add(lower, hn::Mul(hn::PromoteTo(sums, hn::LowerHalf(half, s)), volume));
             upper = hn::Add(upper, hn::Mul(hn::PromoteTo(sums, hn::UpperHalf(half, s)), volume));
         }
         if constexpr (std::is_same_v<T, float>)
-            return ClipMany(d, hn::Combine(d, hn::DemoteTo(half, upper), hn::DemoteTo(half, lower)));
+            return Clip(d, hn::Combine(d, hn::DemoteTo(half, upper), hn::DemoteTo(half, lower)));
         else // which saturates
             return hn::Combine(d, hn::DemoteTo(half, hn::Round(upper)), hn::DemoteTo(half, hn::Round(lower)));
     }
-#endif
 };
 
 struct MixDouble {
     using Sample = double;
 
-    static Sample One(Sources sources, std::size_t i) {
-        return ClipOne(SumOne<Sample, double>(sources, i, 0));
-    }
-
-#if HWY_TARGET != HWY_SCALAR
     template <class D>
-    static HWY_INLINE hn::Vec<D> Many(D d, Sources sources, std::size_t i) {
+    static HWY_INLINE hn::Vec<D> Sum(D d, Mix const& mix, std::size_t i) {
         auto sum = hn::Zero(d);
-        for (MixedSamples const& source : sources) {
-            if (i >= source.count)
-                continue;
-            auto const s = LoadSamples(d, source.samples + i * sizeof(Sample));
-            sum = hn::Add(sum, hn::Mul(s, hn::Set(d, source.volume)));
-        }
-        return ClipMany(d, sum);
+        for (MixedSamples const& source : mix.sources)
+            sum = hn::Add(sum, hn::Mul(LoadSource(d, source, i), hn::Set(d, source.volume)));
+        return Clip(d, sum);
     }
-#endif
 };
 
-template <class Mix>
-void SumSamplesOf(std::uint8_t* dst, std::size_t first, std::size_t count, Sources sources) {
-    using Sample = typename Mix::Sample;
-    std::size_t const last = first + count;
-    for (std::size_t i = first; i < last;) {
-        // Vectors up to where the next source ends.
-        std::size_t end = last;
-        for (MixedSamples const& source : sources)
-            if (i < source.count)
-                end = std::min(end, source.count);
-#if HWY_TARGET != HWY_SCALAR
-        constexpr hn::ScalableTag<Sample> d;
-        for (std::size_t const lanes = hn::Lanes(d); i + lanes <= end; i += lanes)
-            StoreSamples(Mix::Many(d, sources, i), d, dst + (i - first) * sizeof(Sample));
-#endif
-        for (; i < end; ++i)
-            WriteSample(dst + (i - first) * sizeof(Sample), Mix::One(sources, i));
-    }
+template <class Kind>
+void SumSamplesOf(std::uint8_t* dst, std::size_t first, std::size_t count, Mix const& mix) {
+    using Sample = typename Kind::Sample;
+    constexpr hn::ScalableTag<Sample> d;
+    std::size_t const lanes = hn::Lanes(d);
+    for (std::size_t i = 0; i < count; i += lanes)
+        StoreSamples(Kind::Sum(d, mix, first + i), d, dst + i * sizeof(Sample), count - i);
 }
 
 void SumSamplesOfAny(SampleType type, std::uint8_t* dst, std::size_t first, std::size_t count,
-                     std::span<MixedSamples const> sources) {
+                     Mix const& mix) {
     switch (type) {
     case SampleType::U8:
-        return SumSamplesOf<MixU8>(dst, first, count, sources);
+        return SumSamplesOf<MixU8>(dst, first, count, mix);
     case SampleType::S16:
-        return SumSamplesOf<MixS16>(dst, first, count, sources);
+        return SumSamplesOf<MixS16>(dst, first, count, mix);
     case SampleType::S32:
-        return SumSamplesOf<MixInDouble<std::int32_t>>(dst, first, count, sources);
+        return SumSamplesOf<MixInDouble<std::int32_t>>(dst, first, count, mix);
     case SampleType::Float:
-        return SumSamplesOf<MixInDouble<float>>(dst, first, count, sources);
+        return SumSamplesOf<MixInDouble<float>>(dst, first, count, mix);
     case SampleType::Double:
-        return SumSamplesOf<MixDouble>(dst, first, count, sources);
+        return SumSamplesOf<MixDouble>(dst, first, count, mix);
     }
 }
 
@@ -228,11 +182,41 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace Tarsel::Proc {
 
+namespace {
+
+double Limit(double volume, double limit) {
+    return std::isnan(volume) ? 0.0 : std::clamp(volume, -limit, limit);
+}
+
+} // namespace
+
+Mix::Mix(std::vector<double> const& volumes) {
+    constexpr double largestFactor = 32767;
+    // Times 255, and with the offset, still within 32 bits.
+    constexpr double largestSum = 0x1p23;
+    double const limit = std::min(127.0, 0x1p15 / static_cast<double>(volumes.size()));
+    double largest = 0;
+    double sum = 0;
+    for (double const volume : volumes) {
+        double const size = std::abs(Limit(volume, limit));
+        largest = std::max(largest, size);
+        sum += size;
+    }
+    while (std::ldexp(largest, bits) > largestFactor || std::ldexp(sum, bits) > largestSum)
+        --bits;
+    offset = (128 << bits) + (1 << (bits - 1));
+    for (double const volume : volumes) {
+        auto const factor = static_cast<std::int16_t>(std::nearbyint(std::ldexp(Limit(volume, limit), bits)));
+        sources.push_back({nullptr, 0, Limit(volume, 0x1p64), factor});
+        offset -= 128 * factor;
+    }
+}
+
 HWY_EXPORT(SumSamplesOfAny);
 
 void SumSamples(SampleType type, std::uint8_t* dst, std::size_t first, std::size_t count,
-                std::span<MixedSamples const> sources) noexcept {
-    HWY_DYNAMIC_DISPATCH(SumSamplesOfAny)(type, dst, first, count, sources);
+                Mix const& mix) noexcept {
+    HWY_DYNAMIC_DISPATCH(SumSamplesOfAny)(type, dst, first, count, mix);
 }
 
 } // namespace Tarsel::Proc
