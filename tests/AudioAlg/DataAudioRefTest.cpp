@@ -23,8 +23,9 @@ Conf::SampleInfo InfoOf(int format, std::uint8_t channels) {
 TEST(DataAudioRef, CoversBlocksWhereverTheirPlanesLie) {
     for (int format = 0; format < 10; ++format)
         for (std::uint8_t const channels : {std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{12}}) {
-            auto const block = Tarsel::Test::MakeSound(
-                InfoOf(format, channels), 333, [](int c, auto i) { return c / 16.0 + 0.01 * static_cast<int>(i % 5); });
+            auto const block = Tarsel::Test::MakeSound(InfoOf(format, channels), 333, [](int c, auto i) {
+                return c / 16.0 + 0.01 * static_cast<int>(i % 5);
+            });
             int const planes = CountPlanes(*block);
             EXPECT_EQ(planes, format >= 5 ? channels : 1);
             for (int const i : {0, 111, 332}) {

@@ -34,6 +34,7 @@ struct MixU8 {
     template <class D>
     static HWY_INLINE hn::Vec<D> Sum(D d, Mix const& mix, std::size_t i) {
         constexpr hn::Repartition<std::uint16_t, D> words;
+        constexpr hn::Repartition<std::int16_t, D> integers;
         constexpr hn::Repartition<std::int32_t, D> sums;
         constexpr hn::Repartition<std::uint32_t, D> bits;
         auto const lowWord = hn::Set(bits, 0xFFFF);
@@ -43,21 +44,16 @@ struct MixU8 {
         auto sum2 = sum0;
         auto sum3 = sum0;
         for (std::size_t k = 0; k < mix.sources.size(); k += 2) {
-            bool const isPair = k + 1 < mix.sources.size();
+            // The last one may be alone; it counts once.
             MixedSamples const& first = mix.sources[k];
-            MixedSamples const& second = mix.sources[isPair ? k + 1 : k];
+            MixedSamples const& second = mix.sources[std::min(k + 1, mix.sources.size() - 1)];
             auto const a = hn::BitCast(bits, LoadSource(d, first, i, 128));
             auto const b = hn::BitCast(bits, LoadSource(d, second, i, 128));
-            auto const factors =
-                hn::BitCast(hn::RebindToSigned<decltype(words)>(),
-                            hn::IfVecThenElse(
-                                lowWord, hn::Set(bits, static_cast<std::uint16_t>(first.factor)),
-                                hn::Set(bits, static_cast<std::uint32_t>(isPair ? second.factor : 0) << 16)));
+            auto const factors = hn::BitCast(integers, hn::Set(bits, first.factors));
             auto const add = [&](auto sum, auto samples) HWY_ATTR {
                 auto odd = hn::Zero(sums);
-                auto const even = hn::ReorderWidenMulAccumulate(
-                    sums, hn::BitCast(hn::RebindToSigned<decltype(words)>(), samples), factors,
-                    hn::Zero(sums), odd);
+                auto const even = hn::ReorderWidenMulAccumulate(sums, hn::BitCast(integers, samples), factors,
+                                                                hn::Zero(sums), odd);
                 return hn::Add(sum, hn::RearrangeToOddPlusEven(even, odd));
             };
             auto const lower = hn::BitCast(words, hn::IfVecThenElse(lowWord, a, hn::ShiftLeft<16>(b)));
@@ -207,7 +203,10 @@ Mix::Mix(std::vector<double> const& volumes) {
     offset = (128 << bits) + (1 << (bits - 1));
     for (double const volume : volumes) {
         auto const factor = static_cast<std::int16_t>(std::nearbyint(std::ldexp(Limit(volume, limit), bits)));
-        sources.push_back({nullptr, 0, Limit(volume, 0x1p64), factor});
+        auto const low = static_cast<std::uint16_t>(factor);
+        if (!sources.empty())
+            sources.back().factors |= std::uint32_t{low} << 16;
+        sources.push_back({nullptr, 0, Limit(volume, 0x1p64), low});
         offset -= 128 * factor;
     }
 }

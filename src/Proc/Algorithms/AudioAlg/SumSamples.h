@@ -13,8 +13,8 @@ struct MixedSamples {
     std::uint8_t const* samples = nullptr;
     std::size_t count = 0;
     double volume = 0;
-    /// The volume of 8-bit samples.
-    std::int16_t factor = 0;
+    /// Of 8-bit samples: the volumes of this source and, in the upper 16 bits, of the next one.
+    std::uint32_t factors = 0;
 };
 
 /// The sources of a mix, each with its linear volume.
