@@ -45,11 +45,11 @@ HWY_INLINE Reals ToReals(Reals s) {
 }
 
 /// std::fma is one instruction here wherever the instruction set has it, and a call of the C library where it
-/// has not; the result is the same.
-HWY_INLINE void AddSquares(Reals v, std::size_t count, double& squares) {
+/// has not; the result is the same. Silence behind the last sample adds nothing.
+HWY_INLINE void AddSquares(Reals v, double& squares) {
     HWY_ALIGN double reals[hn::MaxLanes(RealTag())];
     hn::Store(v, RealTag(), reals);
-    for (std::size_t lane = 0; lane < count; ++lane)
+    for (std::size_t lane = 0; lane < hn::Lanes(RealTag()); ++lane)
         squares = std::fma(reals[lane], reals[lane], squares);
 }
 
@@ -66,12 +66,8 @@ void AddLevelOf(std::uint8_t const* samples, std::size_t count, LevelSums& sums)
         Reals const v = ToReals(LoadSamples(type, samples + i * sizeof(T), count - i, silence));
         highest = hn::IfThenElse(hn::Lt(highest, v), v, highest);
         lowest = hn::IfThenElse(hn::Gt(lowest, v), v, lowest);
-        if constexpr (WithSquares) {
-            if (HWY_LIKELY(i + lanes <= count))
-                AddSquares(v, lanes, squares);
-            else
-                AddSquares(v, count - i, squares);
-        }
+        if constexpr (WithSquares)
+            AddSquares(v, squares);
     }
     sums = {hn::GetLane(hn::MaxOfLanes(d, highest)), hn::GetLane(hn::MinOfLanes(d, lowest)), squares};
 }
