@@ -22,9 +22,12 @@ namespace {
 constexpr char const* s_file = "Media/Containers";
 
 constexpr int s_knownInMp4[] = {
-    AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,    AV_CODEC_ID_MP2,           AV_CODEC_ID_AC3,    AV_CODEC_ID_EAC3,
-    AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_MLP,           AV_CODEC_ID_MP4ALS, AV_CODEC_ID_ALAC,
-    AV_CODEC_ID_FLAC, AV_CODEC_ID_OPUS,   AV_CODEC_ID_MPEGH_3D_AUDIO};
+    AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,    AV_CODEC_ID_MP2,    AV_CODEC_ID_AC3,           AV_CODEC_ID_EAC3,
+    AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_MLP,    AV_CODEC_ID_MP4ALS,        AV_CODEC_ID_ALAC,
+    AV_CODEC_ID_FLAC, AV_CODEC_ID_OPUS,   AV_CODEC_ID_VORBIS, AV_CODEC_ID_MPEGH_3D_AUDIO};
+
+constexpr int s_knownInSmoothStreams[] = {AV_CODEC_ID_AAC, AV_CODEC_ID_WMAPRO, AV_CODEC_ID_AC3,
+                                          AV_CODEC_ID_EAC3};
 
 constexpr int s_knownInTransportStreams[] = {AV_CODEC_ID_AAC,          AV_CODEC_ID_AAC_LATM,
                                              AV_CODEC_ID_MP2,          AV_CODEC_ID_MP3,
@@ -88,7 +91,11 @@ constexpr ContainerTraits s_containers[] = {
      .covers = Covers::Streams,
      .isMovFamily = true,
      .knowsRawByTag = true},
-    {.name = "ismv", .covers = Covers::Streams, .isMovFamily = true, .knowsRawByTag = true},
+    {.name = "ismv",
+     .knownCodecs = s_knownInSmoothStreams,
+     .covers = Covers::Streams,
+     .isMovFamily = true,
+     .knowsRawByTag = true},
     {.name = "f4v",
      .pictureEncoders = {"libx264"},
      .audioEncoders = {"aac"},
@@ -134,7 +141,6 @@ constexpr ContainerTraits s_containers[] = {
     {.name = "aiff", .covers = Covers::Only, .isPlainAudio = true},
     {.name = "wav", .isPlainAudio = true},
     {.name = "w64", .isPlainAudio = true},
-    {.name = "rf64", .isPlainAudio = true},
     {.name = "au", .isPlainAudio = true},
     {.name = "gif", .takesOwnCodecOnly = true},
     {.name = "apng", .takesOwnCodecOnly = true},

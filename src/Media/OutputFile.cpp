@@ -8,11 +8,8 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
-#include <random>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -33,22 +30,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char const* s_file = "Media/OutputFile";
-/// Of most file systems.
-constexpr std::size_t s_longestName = 255;
 
 [[noreturn]] void ThrowCannotWrite(char const* signature, fs::path const& path, std::string const& reason,
                                    int error, Core::CodePoint at = Core::CodePoint::Here()) {
     Core::Throw<OutputException>({s_file, signature, at},
                                  fmt::format("Cannot write {}: {}", Quote(path), reason),
                                  Proc::TagFFmpegError(error));
-}
-
-/// ".film.tmp-1a2b3c4d.mp4" for "film.mp4": hidden, and of the same kind to whoever looks.
-fs::path MakeTemporaryPath(fs::path const& target, std::uint32_t number) {
-    std::string const tail = fmt::format(".tmp-{:08x}{}", number, target.extension().string());
-    std::string stem = "." + target.stem().string();
-    stem.resize(std::min(stem.size(), s_longestName - std::min(tail.size(), s_longestName)));
-    return target.parent_path() / (stem + tail);
 }
 
 /// Creates the file, which must not exist; 0 or an errno value.
@@ -94,37 +81,31 @@ int RenameOver(fs::path const& from, fs::path const& to) {
     return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
+/// What a file gets that replaces the target, or is new: while it is written nobody may read it who could not
+/// read that.
+mode_t GetRights(fs::path const& target) {
+    struct stat old {};
+    return stat(target.c_str(), &old) == 0 ? (old.st_mode & 0777U) | S_IRUSR | S_IWUSR : 0666U;
+}
+
 } // namespace
 
 OutputFile::OutputFile(fs::path path, bool overwrite) : m_path(std::move(path)), m_overwrite(overwrite) {
     constexpr char const* signature = "Tarsel::Media::OutputFile::OutputFile(std::filesystem::path, bool)";
-    constexpr int attempts = 100;
     std::error_code noLink;
     m_target = fs::is_symlink(m_path, noLink) ? fs::canonical(m_path, noLink) : m_path;
-    std::random_device random;
-    int error = EEXIST;
-    for (int attempt = 0; attempt < attempts && error == EEXIST; ++attempt) {
-        m_temporary = MakeTemporaryPath(m_target, static_cast<std::uint32_t>(random()));
-        error = CreateNew(m_temporary);
-    }
-    if (error != 0)
+    if (int const error = m_temporary.Create(m_target, GetRights(m_target)); error != 0)
         ThrowCannotWrite(signature, m_path, GetSystemErrorText(error), AVERROR(error));
 
     AVIOContext* io = nullptr;
-    int const opened =
-        avio_open2(&io, ("file:" + m_temporary.string()).c_str(), AVIO_FLAG_WRITE, nullptr, nullptr);
+    int const opened = avio_open2(&io, ("file:" + m_temporary.GetPath().string()).c_str(), AVIO_FLAG_WRITE,
+                                  nullptr, nullptr);
     m_io.reset(io);
-    if (opened < 0) {
-        unlink(m_temporary.c_str());
+    if (opened < 0)
         ThrowCannotWrite(signature, m_path, Proc::GetFFmpegErrorText(opened), opened);
-    }
 }
 
-OutputFile::~OutputFile() {
-    m_io.reset();
-    if (!m_temporary.empty())
-        unlink(m_temporary.c_str());
-}
+OutputFile::~OutputFile() = default;
 
 void OutputFile::Close() {
     avio_flush(m_io.get());
@@ -137,16 +118,17 @@ void OutputFile::Close() {
 }
 
 void OutputFile::Publish() {
-    int error = Sync(m_temporary);
+    fs::path const& written = m_temporary.GetPath();
+    int error = Sync(written);
     if (error == 0)
-        error = m_overwrite ? RenameOver(m_temporary, m_target) : RenameNew(m_temporary, m_target);
+        error = m_overwrite ? RenameOver(written, m_target) : RenameNew(written, m_target);
     if (error == EEXIST)
         ThrowCannotWrite("void Tarsel::Media::OutputFile::Publish()", m_path,
                          "it has appeared in the meantime and may not be overwritten", AVERROR(error));
     if (error != 0)
         ThrowCannotWrite("void Tarsel::Media::OutputFile::Publish()", m_path, GetSystemErrorText(error),
                          AVERROR(error));
-    m_temporary.clear();
+    m_temporary.Keep();
     static_cast<void>(Sync(m_target.has_parent_path() ? m_target.parent_path() : fs::path(".")));
 }
 

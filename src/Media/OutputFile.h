@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Media/FFmpegOwners.h"
+#include "Media/TemporaryFile.h"
 
 #include <filesystem>
 
@@ -31,7 +32,7 @@ private:
     std::filesystem::path m_path;
     /// Where the file ends up: behind the link, when the name is one.
     std::filesystem::path m_target;
-    std::filesystem::path m_temporary;
+    TemporaryFile m_temporary;
     bool m_overwrite;
     UniqueFile m_io;
 };

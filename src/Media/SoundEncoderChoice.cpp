@@ -72,13 +72,14 @@ bool IsWide(AVCodecID codec) noexcept {
 
 /// What the encoder makes of two channels, or of what it takes that is next to them. Codecs of telephones do
 /// not tell that they take their own rate only: where the encoder does not open, its codec has to do.
-UniqueCodecParameters MakeParameters(AVCodec const& encoder, Container const& container) {
+UniqueCodecParameters MakeParameters(AVCodec const& encoder, Container const& container, bool& isOpened) {
     Conf::SampleInfo const usual{SampleFormats::S16, 48000, Conf::ChannelLayout::FromCount(2)};
     UniqueCodecParameters parameters(CheckAllocated(avcodec_parameters_alloc(), "AVCodecParameters"));
     parameters->codec_type = AVMEDIA_TYPE_AUDIO;
     parameters->codec_id = encoder.id;
     try {
         SoundEncoder const trial({&encoder, {}, Quality::VisuallyLossless, container.format, usual, 16});
+        isOpened = true;
         if (avcodec_parameters_from_context(parameters.get(), &trial.GetContext()) < 0)
             ThrowNoMemory("codec parameters");
     } catch (OutputException const&) {
@@ -107,7 +108,10 @@ AVCodecID FitPlain(Container const& container, AVCodecID usual, SampleFormats fo
 AVCodec const& ChooseNamedSoundEncoder(Container const& container, std::filesystem::path const& output,
                                        std::string const& name) {
     AVCodec const& encoder = FindNamedEncoder(name, true);
-    if (!CanHoldSound(container, *MakeParameters(encoder, container)))
+    bool isOpened = false;
+    UniqueCodecParameters const parameters = MakeParameters(encoder, container, isOpened);
+    bool const isSaid = avformat_query_codec(container.format, encoder.id, FF_COMPLIANCE_EXPERIMENTAL) == 1;
+    if (!CanHoldSound(container, *parameters) && (isOpened || !isSaid || container.isStill))
         ThrowNoEncoder("const AVCodec &Tarsel::Media::ChooseNamedSoundEncoder(const Container &, const "
                        "std::filesystem::path &, const std::string &)",
                        fmt::format("The encoder \"{}\" makes {}, which {} cannot hold", name,

@@ -2,7 +2,6 @@
 
 #include "Media/Containers.h"
 #include "Media/MediaExceptions.h"
-#include "ReadSound.h"
 #include "RunFixture.h"
 
 #include <cstring>
@@ -39,7 +38,7 @@ TEST_F(Containers, RowsFitFFmpeg) {
             for (char const* name : list)
                 if (AVCodec const* const encoder =
                         name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr) {
-                    EXPECT_EQ(avformat_query_codec(format, encoder->id, FF_COMPLIANCE_NORMAL), 1) << name;
+                    EXPECT_NE(avformat_query_codec(format, encoder->id, FF_COMPLIANCE_NORMAL), 0) << name;
                     EXPECT_TRUE(Media::IsKnownIn(*format, encoder->id)) << name;
                 }
     }
@@ -54,16 +53,19 @@ TEST_F(Containers, AudioOfAnyCodecGetsThere) {
         Make(File(input), "-f lavfi -i aevalsrc=sin(2000*t)|sin(3000*t):s=48000:d=0.5 -c:a " + encoder);
         for (Media::ContainerTraits const& traits : Media::ListTraits()) {
             std::string const output = NameFor(traits);
-            if (output.empty() || output == input ||
-                av_guess_format(nullptr, output.c_str(), nullptr)->audio_codec == AV_CODEC_ID_NONE ||
-                traits.isManyFiles || traits.isStill)
+            bool const isForFilms = traits.startsAudioAtZero && traits.name != "avi";
+            if (output.empty() || output == input || isForFilms || traits.isManyFiles || traits.isStill ||
+                av_guess_format(nullptr, output.c_str(), nullptr)->audio_codec == AV_CODEC_ID_NONE)
                 continue;
             SCOPED_TRACE(codec + (" into " + output));
             try {
                 Media::RunOptions options = SoundOptions(input, output, {});
                 options.overwrite = true;
                 Media::Run(options);
-                EXPECT_NEAR(ReadSound(File(output)).GetDuration(), 0.5, 0.08);
+                auto const audio = ReadMedia(File(output)).Of("audio");
+                ASSERT_EQ(audio.size(), 1U);
+                EXPECT_NE(audio[0].codec, "none");
+                EXPECT_GT(audio[0].packets.back().pts, 300'000'000);
             } catch (std::exception const& e) {
                 ADD_FAILURE() << e.what();
             }

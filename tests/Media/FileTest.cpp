@@ -9,6 +9,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 extern "C" {
@@ -257,6 +258,40 @@ TEST(OutputFile, HasATemporaryNameUntilItIsPublished) {
     }
     { Media::OutputFile const abandoned(folder / "film.mp4", false); }
     EXPECT_TRUE(std::filesystem::is_empty(folder.GetPath()));
+}
+
+TEST(OutputFile, NobodyElseMayReadItWhoCouldNotReadTheOld) {
+    TempFolder const folder;
+    for (unsigned const rights : {0600U, 0640U, 0400U}) {
+        WriteFile(folder / "film.mp4", "old");
+        chmod((folder / "film.mp4").c_str(), rights);
+        Media::OutputFile file(folder / "film.mp4", true);
+        for (auto const& entry : std::filesystem::directory_iterator(folder.GetPath()))
+            EXPECT_EQ(static_cast<unsigned>(entry.status().permissions()) & 077U & ~rights, 0U) << entry;
+        file.Close();
+        file.Publish();
+        EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(folder / "film.mp4").permissions()), rights);
+        std::filesystem::remove(folder / "film.mp4");
+    }
+}
+
+TEST(OutputFile, RemovesWhatAKilledProcessLeft) {
+    TempFolder const folder;
+    pid_t const child = fork();
+    if (child == 0) {
+        Media::OutputFile const unfinished(folder / "film.mp4", false);
+        kill(getpid(), SIGKILL);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(folder.List().size(), 1U);
+    WriteFile(folder / ".film.tmp-precious.mp4", "mine");
+    WriteFile(folder / ".film.tmp-12345678.mkv", "another's");
+    Media::OutputFile const writing(folder / "film.mp4", false);
+    EXPECT_EQ(folder.List().size(), 3U);
+    Media::OutputFile const atOnce(folder / "film.mp4", false);
+    EXPECT_EQ(folder.List().size(), 4U);
 }
 
 } // namespace

@@ -27,7 +27,7 @@ struct ProcessResult {
     std::string err;
 };
 
-/// A running program whose output is collected. It reads nothing, handles SIGINT as if started from a shell,
+/// A running program whose output is collected. It reads nothing, handles signals as if started from a shell,
 /// and is killed when it takes longer than a minute.
 class Process {
 public:
@@ -50,7 +50,7 @@ public:
         posix_spawnattr_init(&attributes);
         sigset_t defaults;
         sigemptyset(&defaults);
-        for (int const signal : {SIGINT, SIGTERM, SIGPIPE})
+        for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
             sigaddset(&defaults, signal);
         posix_spawnattr_setsigdefault(&attributes, &defaults);
         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);

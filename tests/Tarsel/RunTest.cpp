@@ -294,11 +294,11 @@ TEST_F(RunTool, InterruptedRunLeavesNothing) {
     auto const film =
         MakeFilm("film.mp4", {"-f", "lavfi", "-i", "testsrc2=size=640x480:rate=100:duration=6", "-pix_fmt",
                               "yuv420p", "-c:v", "libx264", "-preset", "ultrafast"});
-    for (int const signal : {SIGINT, SIGTERM}) {
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         auto const result = Interrupt({"run", film, At("out.mp4"), "-e", "flip horizontal=1", "--video-codec",
                                        "libx264", "--video-option", "preset=placebo"},
                                       2, signal);
-        EXPECT_EQ(result.exitCode, 130);
+        EXPECT_EQ(result.exitCode, 128 + signal);
         EXPECT_THAT(result.err, StartsWith("tarsel: "));
         EXPECT_THAT(result.err, Not(HasSubstr("error")));
         EXPECT_THAT(ListFolder(), ElementsAre("film.mp4"));

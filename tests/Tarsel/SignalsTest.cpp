@@ -1,4 +1,6 @@
 #include "Tools/Tarsel/Signals.h"
+#include "Core/TemporaryPath.h"
+#include "Support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -10,28 +12,37 @@ namespace Tarsel::Tools {
 namespace {
 
 TEST(Signals, TheFirstAsksForAStop) {
-    for (int const signal : {SIGINT, SIGTERM}) {
-        std::stop_source stop;
-        StopOnSignals const signals(stop);
-        EXPECT_FALSE(stop.stop_requested());
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        StopOnSignals const signals;
+        EXPECT_FALSE(signals.GetStop().stop_requested());
+        EXPECT_EQ(signals.GetSignal(), 0);
         std::raise(signal);
         auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!stop.stop_requested() && std::chrono::steady_clock::now() < deadline)
+        while (!signals.GetStop().stop_requested() && std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        EXPECT_TRUE(stop.stop_requested()) << signal;
+        EXPECT_TRUE(signals.GetStop().stop_requested()) << signal;
+        EXPECT_EQ(signals.GetSignal(), signal);
     }
 }
 
-TEST(SignalsDeathTest, TheSecondKills) {
+TEST(SignalsDeathTest, TheSecondRemovesWhatIsTemporaryAndKills) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    auto const interruptTwice = [] {
-        StopOnSignals const signals{std::stop_source()};
+    Test::TempFolder const folder;
+    auto const interruptTwice = [&] {
+        StopOnSignals const signals;
+        Core::TemporaryPath const file(folder / "file");
+        Core::TemporaryPath const inner(folder / "inner");
+        Test::WriteFile(file.Get(), "unfinished");
+        std::filesystem::create_directory(inner.Get());
+        Test::WriteFile(inner.Get() / "file", "unfinished");
         std::raise(SIGINT);
-        std::raise(SIGINT);
+        std::raise(SIGTERM);
+        std::this_thread::sleep_for(std::chrono::seconds(20));
     };
-    EXPECT_EXIT(interruptTwice(), testing::KilledBySignal(SIGINT), "");
+    EXPECT_EXIT(interruptTwice(), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_TRUE(folder.List().empty());
     auto const interruptAfterwards = [] {
-        { StopOnSignals const signals{std::stop_source()}; }
+        { StopOnSignals const signals; }
         std::raise(SIGTERM);
     };
     EXPECT_EXIT(interruptAfterwards(), testing::KilledBySignal(SIGTERM), "");
@@ -40,11 +51,10 @@ TEST(SignalsDeathTest, TheSecondKills) {
 TEST(Signals, WhatTheParentIgnoredStaysIgnored) {
     auto const before = std::signal(SIGINT, SIG_IGN);
     {
-        std::stop_source stop;
-        StopOnSignals const signals(stop);
+        StopOnSignals const signals;
         std::raise(SIGINT);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        EXPECT_FALSE(stop.stop_requested());
+        EXPECT_FALSE(signals.GetStop().stop_requested());
     }
     EXPECT_EQ(std::signal(SIGINT, before), SIG_IGN);
 }

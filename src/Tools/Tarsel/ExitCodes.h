@@ -12,6 +12,7 @@ enum class ExitCode : int {
     InputUnreadable = 2,
     EffectFailed = 3,
     OutputFailed = 4,
+    /// By SIGINT; for other signals 128 and their number.
     Interrupted = 130,
 };
 

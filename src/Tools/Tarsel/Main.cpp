@@ -3,6 +3,7 @@
 #include "Tools/Tarsel/ArgumentHints.h"
 #include "Tools/Tarsel/Console.h"
 #include "Tools/Tarsel/ExitCodes.h"
+#include "Tools/Tarsel/Signals.h"
 #include "Tools/Tarsel/StandardStreams.h"
 #include "Tools/Tarsel/Verb.h"
 #include "Tools/Tarsel/Version.h"
@@ -31,6 +32,13 @@ ExitCode Report(Console& console, std::exception const& failure, bool verbose) {
     console.SetStatus({});
     console.Print(text);
     return code;
+}
+
+/// As shells expect.
+ExitCode GetExitCode(ExitCode code, StopOnSignals const& signals) {
+    constexpr int base = 128;
+    bool const isTold = code == ExitCode::Interrupted && signals.GetSignal() != 0;
+    return isTold ? static_cast<ExitCode>(base + signals.GetSignal()) : code;
 }
 
 /// Help and version asked for, or a command line that cannot be read.
@@ -77,14 +85,15 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
         return ExitCode::BadArguments;
     }
 
+    StopOnSignals const signals; // before anything is opened
     Host::FFmpegMessages::Listener listener;
     if (options.verbose)
         listener = [&](int, std::string_view line) { console.Print(line); };
     Host::FFmpegMessages const messages(listener);
     try {
-        verb->run({console, options});
+        verb->run({console, options, signals.GetStop()});
     } catch (std::exception const& failure) {
-        return Report(console, failure, options.verbose);
+        return GetExitCode(Report(console, failure, options.verbose), signals);
     }
     return ExitCode::Done;
 }

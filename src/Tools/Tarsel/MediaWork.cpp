@@ -37,7 +37,7 @@ Media::RunProgress OfAll(Media::RunProgress progress, int pass, int passes) {
 
 MediaWork::MediaWork(MediaArguments const& arguments, Context const& context)
     : m_arguments(arguments), m_context(context),
-      m_showsProgress(context.console.IsTerminal() && !arguments.quiet), m_signals(m_stop) {
+      m_showsProgress(context.console.IsTerminal() && !arguments.quiet) {
     if (arguments.threads)
         Core::ThreadBudget::Set(*arguments.threads);
 }

@@ -2,24 +2,21 @@
 
 #include "Media/Run.h"
 #include "Tools/Tarsel/MediaArguments.h"
-#include "Tools/Tarsel/Signals.h"
 #include "Tools/Tarsel/Verb.h"
 
 #include <functional>
-#include <stop_token>
 #include <string>
 #include <vector>
 
 namespace Tarsel::Tools {
 
-/// The work of a verb on media files as its user meets it: progress on a terminal, signals that stop it,
-/// notes and a summary at the end. One object at a time.
+/// The work of a verb on media files as its user meets it: progress on a terminal, notes and a
+/// summary at the end. One object at a time.
 class MediaWork {
 public:
     /// Sets the thread budget. Both have to live longer.
     MediaWork(MediaArguments const& arguments, Context const& context);
 
-    std::stop_token GetStop() const { return m_stop.get_token(); }
     /// Shows the progress of one of `passes` passes over the same pictures, the first being 0; empty where
     /// nothing is to be shown.
     std::function<void(Media::RunProgress const&)> ShowProgress(int pass = 0, int passes = 1) const;
@@ -30,8 +27,6 @@ private:
     MediaArguments const& m_arguments;
     Context const& m_context;
     bool m_showsProgress;
-    std::stop_source m_stop;
-    StopOnSignals m_signals;
 };
 
 } // namespace Tarsel::Tools

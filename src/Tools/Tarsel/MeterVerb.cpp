@@ -81,7 +81,7 @@ void Meter(MeterArguments const& arguments, Context const& context) {
         Media::CheckPictureFile(picture);
 
     SoundWork work(context, false);
-    Media::SoundReader reader(arguments.input, work.GetStop());
+    Media::SoundReader reader(arguments.input, context.stop);
     Conf::SampleInfo const format = reader.GetInfo().format;
     std::size_t const channels = format.layout.channels;
     double const interval = arguments.interval.value_or(ChooseInterval(reader.GetDuration()));

@@ -147,7 +147,7 @@ void Mix(MixArguments const& arguments, Context const& context) {
     Media::SoundFileOptions options = arguments.sound.MakeOptions();
     options.inputs.assign(arguments.inputs.begin(), arguments.inputs.end());
     SoundWork work(context, arguments.sound.quiet);
-    Inputs const inputs(arguments.inputs, work.GetStop());
+    Inputs const inputs(arguments.inputs, context.stop);
     Conf::SampleInfo const format = inputs.ChooseFormat();
     options.format = format;
     inputs.ChooseDepth(options);

@@ -49,7 +49,7 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
                         options.output.filename().string()));
     options.makeVideoLane = [&](Media::VideoStreamInfo const& stream) { return maker.Make(stream, steps); };
     options.onProgress = work.ShowProgress();
-    Media::RunResult const result = Media::Run(options, work.GetStop());
+    Media::RunResult const result = Media::Run(options, context.stop);
     work.Tell(result, maker.GetNotes());
 }
 

@@ -22,12 +22,7 @@ PrivateFolder::PrivateFolder() {
     if (mkdtemp(path.data()) == nullptr)
         throw std::filesystem::filesystem_error("A folder for temporary files cannot be made", path,
                                                 std::error_code(errno, std::generic_category()));
-    m_path = path;
-}
-
-PrivateFolder::~PrivateFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
+    m_path.emplace(path);
 }
 
 } // namespace Tarsel::Tools

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "Core/TemporaryPath.h"
+
 #include <filesystem>
+#include <optional>
 
 namespace Tarsel::Tools {
 
@@ -11,14 +14,11 @@ class PrivateFolder {
 public:
     /// std::filesystem::filesystem_error naming the folder when it cannot be made.
     PrivateFolder();
-    PrivateFolder(PrivateFolder const&) = delete;
-    PrivateFolder& operator=(PrivateFolder const&) = delete;
-    ~PrivateFolder();
 
-    std::filesystem::path const& GetPath() const noexcept { return m_path; }
+    std::filesystem::path const& GetPath() const noexcept { return m_path->Get(); }
 
 private:
-    std::filesystem::path m_path;
+    std::optional<Core::TemporaryPath> m_path;
 };
 
 } // namespace Tarsel::Tools

@@ -122,9 +122,9 @@ std::vector<std::string> Work::GetNotes() const {
 
 void RunMedia(RunArguments const& arguments, Context const& context) {
     MediaWork const media(arguments.media, context);
-    Work work(arguments, context, media.GetStop());
+    Work work(arguments, context, context.stop);
     work.ReportTo(media.ShowProgress());
-    Media::RunResult const result = Media::Run(work.GetOptions(), media.GetStop());
+    Media::RunResult const result = Media::Run(work.GetOptions(), context.stop);
     media.Tell(result, work.GetNotes());
 }
 

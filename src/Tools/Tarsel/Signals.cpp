@@ -1,6 +1,7 @@
 #include "Tools/Tarsel/Signals.h"
 
 #include "Core/CoreExceptions.h"
+#include "Core/TemporaryPath.h"
 #include "Core/Throw.h"
 
 #include <atomic>
@@ -9,38 +10,32 @@
 #include <fcntl.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 namespace Tarsel::Tools {
 namespace {
 
-constexpr char s_stop = 's';
-constexpr char s_end = 'e';
-/// The user's key, a request from outside, the terminal's end.
-constexpr int s_signals[]{SIGINT, SIGTERM, SIGHUP};
+/// In place of a signal's number.
+constexpr unsigned char s_end = 0;
+/// The user's keys, a request from outside, the terminal's end.
+constexpr int s_signals[]{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
-// A handler may do next to nothing: it writes one byte into a pipe, and a thread at the other end asks for
-// the stop.
+// A handler may do next to nothing: it writes its number into a pipe, and a thread at the other end does the
+// rest.
 std::atomic<int> s_pipeEnd{-1};
 static_assert(std::atomic<int>::is_always_lock_free);
 
-extern "C" void OnSignal(int) {
+extern "C" void OnSignal(int signal) {
     int const saved = errno;
-    (void)!write(s_pipeEnd.load(), &s_stop, 1);
+    auto const number = static_cast<unsigned char>(signal);
+    (void)!write(s_pipeEnd.load(), &number, 1);
     errno = saved;
 }
 
-void Watch(int pipeEnd, std::stop_source const& stop) {
-    char byte = s_end;
-    for (;;) {
-        ssize_t const count = read(pipeEnd, &byte, 1);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count != 1 || byte == s_end)
-            break;
-        (void)stop.request_stop();
-    }
-    close(pipeEnd);
+/// What is being written is worth nothing to whoever asks twice.
+void EndProcess(int signal) {
+    Core::TemporaryPath::RemoveAll();
+    (void)std::signal(signal, SIG_DFL);
+    (void)kill(getpid(), signal);
 }
 
 void Handle(int signal) {
@@ -49,8 +44,7 @@ void Handle(int signal) {
         return;
     action = {};
     action.sa_handler = OnSignal;
-    // Reset by the first delivery, so that the second one kills.
-    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
+    action.sa_flags = SA_RESTART;
     (void)sigaction(signal, &action, nullptr);
 }
 
@@ -62,14 +56,15 @@ void Restore(int signal) {
 
 } // namespace
 
-StopOnSignals::StopOnSignals(std::stop_source stop) {
+StopOnSignals::StopOnSignals() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+    // A handler never waits: with a pipe full of requests one more tells nothing new.
+    if (pipe2(ends, O_CLOEXEC) != 0 || fcntl(ends[1], F_SETFL, O_NONBLOCK) != 0)
         Core::Throw<Core::CoreException>(
-            {"Tools/Tarsel/Signals", "Tarsel::Tools::StopOnSignals::StopOnSignals(std::stop_source)"},
+            {"Tools/Tarsel/Signals", "Tarsel::Tools::StopOnSignals::StopOnSignals()"},
             "cannot make a pipe for signals: " + std::generic_category().message(errno));
     s_pipeEnd = ends[1];
-    m_watcher = std::thread([end = ends[0], stop = std::move(stop)] { Watch(end, stop); });
+    m_watcher = std::thread([this, end = ends[0]] { Watch(end); });
     for (int const signal : s_signals)
         Handle(signal);
 }
@@ -81,6 +76,22 @@ StopOnSignals::~StopOnSignals() {
     (void)!write(end, &s_end, 1);
     m_watcher.join();
     close(end);
+}
+
+void StopOnSignals::Watch(int pipeEnd) {
+    unsigned char number = s_end;
+    for (;;) {
+        ssize_t const count = read(pipeEnd, &number, 1);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count != 1 || number == s_end)
+            break;
+        if (m_signal != 0)
+            EndProcess(number);
+        m_signal = number;
+        (void)m_stop.request_stop();
+    }
+    close(pipeEnd);
 }
 
 } // namespace Tarsel::Tools

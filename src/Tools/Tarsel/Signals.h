@@ -1,20 +1,30 @@
 #pragma once
 
+#include <atomic>
 #include <stop_token>
 #include <thread>
 
 namespace Tarsel::Tools {
 
-/// While it lives, the first SIGINT, SIGTERM or SIGHUP asks for a stop, and the next one of the same kind
-/// kills the process at once. A signal that the parent made ignored stays ignored. One object at a time.
+/// While it lives, the first SIGINT, SIGTERM, SIGHUP or SIGQUIT asks for a stop, and the next one, of
+/// whatever kind, removes what is temporary (Core::TemporaryPath) and ends the process by that signal. One
+/// that the parent made ignored stays ignored. One object at a time.
 class StopOnSignals {
 public:
-    explicit StopOnSignals(std::stop_source stop);
+    StopOnSignals();
     StopOnSignals(StopOnSignals const&) = delete;
     StopOnSignals& operator=(StopOnSignals const&) = delete;
     ~StopOnSignals();
 
+    std::stop_token GetStop() const { return m_stop.get_token(); }
+    /// The number of the signal that asked for the stop; 0: none did. Any thread.
+    int GetSignal() const noexcept { return m_signal; }
+
 private:
+    void Watch(int pipeEnd);
+
+    std::stop_source m_stop;
+    std::atomic<int> m_signal{0};
     std::thread m_watcher;
 };
 

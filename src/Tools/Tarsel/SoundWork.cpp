@@ -11,11 +11,10 @@
 
 namespace Tarsel::Tools {
 
-SoundWork::SoundWork(Context const& context, bool quiet)
-    : m_context(context), m_quiet(quiet), m_signals(m_stop) {}
+SoundWork::SoundWork(Context const& context, bool quiet) : m_context(context), m_quiet(quiet) {}
 
 void SoundWork::CheckStop(std::string const& output) const {
-    if (m_stop.stop_requested())
+    if (m_context.stop.stop_requested())
         Core::Throw<Media::InterruptedException>(
             {"Tools/Tarsel/SoundWork", "void Tarsel::Tools::SoundWork::CheckStop(const std::string &) const"},
             fmt::format("\"{}\" was not finished: the run was stopped", output));

@@ -1,24 +1,21 @@
 #pragma once
 
-#include "Tools/Tarsel/Signals.h"
 #include "Tools/Tarsel/Verb.h"
 
 #include <chrono>
 #include <cstdint>
-#include <stop_token>
 #include <string>
 #include <vector>
 
 namespace Tarsel::Tools {
 
-/// The work of a verb on sound as its user meets it: signals that stop it, progress on a terminal, notes at
-/// the end. One object at a time, on one thread.
+/// The work of a verb on sound as its user meets it: progress on a terminal, notes at the end. One object at
+/// a time, on one thread.
 class SoundWork {
 public:
     /// `quiet`: neither progress nor notes. The context has to live longer.
     SoundWork(Context const& context, bool quiet);
 
-    std::stop_token GetStop() const { return m_stop.get_token(); }
     /// Media::InterruptedException once a stop was asked for: `output` is not finished.
     void CheckStop(std::string const& output) const;
     /// So much of all is done, both in microseconds; an `all` of 0 is not known. May be called often.
@@ -33,8 +30,6 @@ private:
     bool m_quiet;
     Clock::time_point m_begin = Clock::now();
     Clock::time_point m_shown = m_begin;
-    std::stop_source m_stop;
-    StopOnSignals m_signals;
 };
 
 } // namespace Tarsel::Tools

@@ -61,7 +61,7 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::RunOptions options = arguments.media.MakeRunOptions();
     Host::EffectStep const step = MakeStep(arguments.settings);
     LaneMaker maker(LoadEffects(context.options.plugin));
-    MediaWork const work(arguments.media, context); // from here on a signal leaves nothing behind
+    MediaWork const work(arguments.media, context);
     PrivateFolder const folder;
     std::filesystem::path const motions = folder.GetPath() / "motions.trf";
     auto const detect = MakeEffect(maker.GetEffects(), step, motions, true);
@@ -71,10 +71,10 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     };
     Media::CheckRun(options);
     // The file of motions is complete when the stream through the first effect has ended.
-    Media::Analyse({arguments.media.input, makeLane(detect), work.ShowProgress(0, 2)}, work.GetStop());
+    Media::Analyse({arguments.media.input, makeLane(detect), work.ShowProgress(0, 2)}, context.stop);
     options.makeVideoLane = makeLane(transform);
     options.onProgress = work.ShowProgress(1, 2);
-    Media::RunResult const result = Media::Run(options, work.GetStop());
+    Media::RunResult const result = Media::Run(options, context.stop);
     work.Tell(result, maker.GetNotes());
 }
 

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,8 @@ std::function<std::string(std::string const&)> CheckWholeNumber(int least, int m
 struct Context {
     Console& console;
     CommonOptions const& options;
+    /// Asked for by signals.
+    std::stop_token stop;
 };
 
 /// One verb of the command line.
