@@ -22,9 +22,16 @@ namespace {
 constexpr char const* s_file = "Media/Containers";
 
 constexpr int s_knownInMp4[] = {
-    AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,    AV_CODEC_ID_MP2,    AV_CODEC_ID_AC3,           AV_CODEC_ID_EAC3,
-    AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_MLP,    AV_CODEC_ID_MP4ALS,        AV_CODEC_ID_ALAC,
-    AV_CODEC_ID_FLAC, AV_CODEC_ID_OPUS,   AV_CODEC_ID_VORBIS, AV_CODEC_ID_MPEGH_3D_AUDIO};
+    AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,    AV_CODEC_ID_MP2,           AV_CODEC_ID_AC3,    AV_CODEC_ID_EAC3,
+    AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_MLP,           AV_CODEC_ID_MP4ALS, AV_CODEC_ID_ALAC,
+    AV_CODEC_ID_FLAC, AV_CODEC_ID_OPUS,   AV_CODEC_ID_MPEGH_3D_AUDIO};
+
+constexpr int s_knownInAvi[] = {AV_CODEC_ID_MP3,           AV_CODEC_ID_MP2,       AV_CODEC_ID_AC3,
+                                AV_CODEC_ID_DTS,           AV_CODEC_ID_AAC,       AV_CODEC_ID_FLAC,
+                                AV_CODEC_ID_PCM_U8,        AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
+                                AV_CODEC_ID_PCM_S32LE,     AV_CODEC_ID_PCM_F32LE, AV_CODEC_ID_PCM_F64LE,
+                                AV_CODEC_ID_PCM_ALAW,      AV_CODEC_ID_PCM_MULAW, AV_CODEC_ID_ADPCM_MS,
+                                AV_CODEC_ID_ADPCM_IMA_WAV, AV_CODEC_ID_WMAV1,     AV_CODEC_ID_WMAV2};
 
 constexpr int s_knownInSmoothStreams[] = {AV_CODEC_ID_AAC, AV_CODEC_ID_WMAPRO, AV_CODEC_ID_AC3,
                                           AV_CODEC_ID_EAC3};
@@ -116,6 +123,7 @@ constexpr ContainerTraits s_containers[] = {
      .saysRange = true},
     {.name = "avi",
      .audioEncoders = {"libmp3lame"},
+     .knownCodecs = s_knownInAvi,
      .countsFrames = true,
      .startsAudioAtZero = true,
      .wantsStartCodes = true,

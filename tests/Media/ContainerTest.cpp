@@ -4,6 +4,7 @@
 #include "Media/MediaExceptions.h"
 #include "RunFixture.h"
 
+#include <algorithm>
 #include <cstring>
 
 extern "C" {
@@ -65,7 +66,7 @@ TEST_F(Containers, AudioOfAnyCodecGetsThere) {
                 auto const audio = ReadMedia(File(output)).Of("audio");
                 ASSERT_EQ(audio.size(), 1U);
                 EXPECT_NE(audio[0].codec, "none");
-                EXPECT_GT(audio[0].packets.back().pts, 300'000'000);
+                EXPECT_GT(std::ranges::max(audio[0].packets, {}, &PacketRecord::pts).pts, 300'000'000);
             } catch (std::exception const& e) {
                 ADD_FAILURE() << e.what();
             }

@@ -130,7 +130,7 @@ TEST_F(SoundEncoders, UsualOnesOfContainers) {
         {"in.wav", "out.wv", "wavpack", 44100},      {"in.wav", "out.mp2", "mp2", 44100},
         {"in.wav", "out.avi", "pcm_s16le", 44100},   {"in.wav", "out.flv", "pcm_s16le", 44100},
         {"in.wav", "out.ts", "aac", 44100},          {"in.ogg", "out.mka", "libvorbis", 44100},
-        {"in.ogg", "out2.webm", "libvorbis", 44100}, {"in.ogg", "out2.mp4", "libvorbis", 44100},
+        {"in.ogg", "out2.webm", "libvorbis", 44100}, {"in.ogg", "out2.mp4", "aac", 44100},
         {"in.ogg", "out2.flac", "flac", 44100},      {"in.ogg", "out2.wav", "pcm_s16le", 44100},
     };
     for (auto const& row : cases) {

@@ -27,14 +27,14 @@ TEST(Signals, TheFirstAsksForAStop) {
 
 TEST(SignalsDeathTest, TheSecondRemovesWhatIsTemporaryAndKills) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    Test::TempFolder const folder;
+    Tarsel::Test::TempFolder const folder;
     auto const interruptTwice = [&] {
         StopOnSignals const signals;
         Core::TemporaryPath const file(folder / "file");
         Core::TemporaryPath const inner(folder / "inner");
-        Test::WriteFile(file.Get(), "unfinished");
+        Tarsel::Test::WriteFile(file.Get(), "unfinished");
         std::filesystem::create_directory(inner.Get());
-        Test::WriteFile(inner.Get() / "file", "unfinished");
+        Tarsel::Test::WriteFile(inner.Get() / "file", "unfinished");
         std::raise(SIGINT);
         std::raise(SIGTERM);
         std::this_thread::sleep_for(std::chrono::seconds(20));
