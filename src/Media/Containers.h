@@ -58,6 +58,9 @@ struct ContainerTraits {
     bool wantsStartCodes = false;
     /// It has attached files.
     bool hasAttachments = false;
+    /// It has no place for the title of the whole, and none for chapters.
+    bool losesTitle = false;
+    bool losesChapters = false;
     /// The numbers of its streams mean something to players.
     bool hasStreamIds = false;
     /// Raw pictures are known by a tag, and without one by the bits of a pixel; then these formats (by name,
@@ -102,8 +105,10 @@ struct InputTraits {
     bool isStill = false;
     /// Any text would do.
     bool isGuess = false;
-    /// The length it states is the end, counted from time 0.
+    /// The length it states is the end of the whole, counted from time 0.
     bool statesEnd = false;
+    /// Lengths are stated to the sample, or nearly.
+    bool statesExactly = false;
 };
 
 InputTraits GetTraits(AVInputFormat const& format) noexcept;

@@ -54,6 +54,7 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
     m_isBroadcast = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
     if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
         m_clockStart = m_context->start_time;
+    m_ends = StatedEnds(*m_context);
 }
 
 Demuxer::~Demuxer() = default;
@@ -163,8 +164,10 @@ bool Demuxer::Read(AVPacket& packet) {
             throw Stopped();
         if (error >= 0)
             break;
-        if (error == AVERROR_EOF)
+        if (error == AVERROR_EOF) {
+            m_isWhole = !m_hasJumped;
             return false;
+        }
         if (error != AVERROR_INVALIDDATA)
             Core::Throw<InputException>(
                 {s_file, "bool Tarsel::Media::Demuxer::Read(AVPacket &)"},
@@ -178,6 +181,7 @@ bool Demuxer::Read(AVPacket& packet) {
     }
     if ((packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && packet.stream_index != m_picture)
         ++m_damaged;
+    m_ends.Add(*m_context, packet);
     if (m_isBroadcast)
         CorrectTimes(packet);
     return true;
@@ -204,6 +208,7 @@ void Demuxer::CorrectTimes(AVPacket& packet) {
 
 bool Demuxer::Seek(std::int64_t microseconds) {
     m_jumps = ClockJumps();
+    m_hasJumped = true;
     std::int64_t const ticks =
         ToTicks(av_sat_add64(microseconds, m_clockStart), FromAV(GetPicture().time_base));
     return av_seek_frame(m_context.get(), m_picture, ticks, AVSEEK_FLAG_BACKWARD) >= 0;
@@ -218,6 +223,9 @@ std::vector<std::string> Demuxer::GetNotes() const {
         notes.push_back(fmt::format("{} found in the input.", CountText(m_damaged, "damaged packet")));
     if (m_brokeOff)
         notes.emplace_back("The input breaks off: its end is unreadable.");
+    if (m_isWhole)
+        for (std::string& note : m_ends.Describe())
+            notes.push_back(std::move(note));
     return notes;
 }
 

@@ -3,6 +3,7 @@
 #include "Core/Ratio.h"
 #include "Media/ClockJumps.h"
 #include "Media/FFmpegOwners.h"
+#include "Media/StatedEnds.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -76,6 +77,10 @@ private:
     ClockJumps m_jumps;
     std::int64_t m_damaged = 0;
     bool m_brokeOff = false;
+    StatedEnds m_ends;
+    /// All was read, from the start on.
+    bool m_isWhole = false;
+    bool m_hasJumped = false;
 };
 
 } // namespace Tarsel::Media

@@ -8,6 +8,7 @@
 #include "Media/InputStreams.h"
 #include "Media/MediaExceptions.h"
 #include "Media/SoundEncoder.h"
+#include "Media/TextTrack.h"
 #include "Media/VideoEncoder.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -143,6 +144,15 @@ void DescribeEncodedSound(AVStream const& from, SoundEncoder const& encoder, AVS
     to.time_base = ToAV(encoder.GetTimeBase());
 }
 
+void DescribeConvertedText(AVStream const& from, TextTrack const& texts, AVStream& to) {
+    if (avcodec_parameters_from_context(to.codecpar, &texts.GetContext()) < 0)
+        ThrowNoMemory("codec parameters");
+    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
+    RemoveEncodingKeys(&to.metadata);
+    to.disposition = from.disposition;
+    to.time_base = from.time_base;
+}
+
 /// The codec's tag stays where the container knows it; otherwise the muxer finds its own.
 void FitCodecTag(AVOutputFormat const& format, AVCodecParameters& parameters) {
     if (format.codec_tag == nullptr)
@@ -165,6 +175,10 @@ void DescribeCopied(AVStream const& from, AVOutputFormat const& format, AVStream
 
 bool IsEncodedSound(StreamEncoders const& encoders, std::size_t stream) noexcept {
     return stream < encoders.sound.size() && encoders.sound[stream] != nullptr;
+}
+
+bool IsConvertedText(StreamEncoders const& encoders, std::size_t stream) noexcept {
+    return stream < encoders.texts.size() && encoders.texts[stream] != nullptr;
 }
 
 /// Containers take more than their makers call finished (TrueHD in MP4): better kept than lost. But raw
@@ -197,6 +211,8 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Str
             DescribeEncoded(source, *encoders.picture, format, stream);
         else if (IsEncodedSound(encoders, i))
             DescribeEncodedSound(source, *encoders.sound[i], stream);
+        else if (IsConvertedText(encoders, i))
+            DescribeConvertedText(source, *encoders.texts[i], stream);
         else
             DescribeCopied(source, format, stream);
         stream.id = keepsIds ? source.id : 0;
@@ -264,6 +280,7 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
     for (unsigned i = 0; i < from.nb_streams; ++i) {
         AVStream const& stream = *from.streams[i];
         wanted[i] = static_cast<int>(i) == input.picture || IsEncodedSound(encoders, i) ||
+                    IsConvertedText(encoders, i) ||
                     (!IsMadeAnew(from, stream, format) && MayBeTaken(stream, format));
     }
     std::size_t const main = FindMain(input, wanted);
@@ -295,6 +312,20 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
     return selection;
 }
 
+/// What the input says that the container has no place for.
+std::vector<std::string> DescribeLostWords(AVOutputFormat const& format, AVFormatContext const& from) {
+    std::vector<std::string> notes;
+    ContainerTraits const& traits = GetTraits(format);
+    AVDictionaryEntry const* const title = av_dict_get(from.metadata, "title", nullptr, 0);
+    if (traits.losesTitle && title != nullptr)
+        notes.push_back(fmt::format("The title \"{}\" was left out: the container {} has no place for it.",
+                                    title->value, format.name));
+    if (traits.losesChapters && from.nb_chapters > 0)
+        notes.push_back(
+            fmt::format("The chapters were left out: the container {} has no place for them.", format.name));
+    return notes;
+}
+
 } // namespace
 
 OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
@@ -305,6 +336,8 @@ OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const
     for (unsigned i = 0; i < from.nb_streams; ++i)
         if (!selection[i] && !IsMadeAnew(from, *from.streams[i], format))
             result.notes.push_back(LeftOutText(*from.streams[i], format));
+    for (std::string& note : DescribeLostWords(format, from))
+        result.notes.push_back(std::move(note));
     return result;
 }
 

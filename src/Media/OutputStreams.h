@@ -12,6 +12,7 @@ namespace Tarsel::Media {
 
 struct InputStreams;
 class SoundEncoder;
+class TextTrack;
 class VideoEncoder;
 
 /// What encodes streams of the input anew.
@@ -19,7 +20,9 @@ struct StreamEncoders {
     /// Null: pictures are copied.
     VideoEncoder const* picture = nullptr;
     /// For each stream of the input; null: copied. Empty: none.
-    std::vector<SoundEncoder const*> sound;
+    std::vector<SoundEncoder const*> sound{};
+    /// The same for subtitles that are converted.
+    std::vector<TextTrack const*> texts{};
 };
 
 /// The streams of an output file, ready for its header.

@@ -23,6 +23,17 @@ void Progress::Reach(std::int64_t end) noexcept {
     m_end = std::max(m_end.load(), end);
 }
 
+void Progress::AddAudio(std::int64_t start, std::int64_t end) noexcept {
+    m_audioStart = std::min(m_audioStart.load(), start);
+    m_audioEnd = std::max(m_audioEnd.load(), end);
+}
+
+double Progress::GetAudioSeconds() const noexcept {
+    std::int64_t const start = m_audioStart;
+    std::int64_t const end = m_audioEnd;
+    return end > start ? static_cast<double>(av_sat_sub64(end, start)) / 1e6 : 0;
+}
+
 double Progress::GetSeconds() const noexcept {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_begin).count();
 }
@@ -30,6 +41,7 @@ double Progress::GetSeconds() const noexcept {
 RunProgress Progress::Get() const noexcept {
     RunProgress progress;
     progress.frames = m_frames;
+    progress.audioSeconds = GetAudioSeconds();
     double const seconds = GetSeconds();
     if (seconds > 0)
         progress.framesPerSecond = static_cast<double>(progress.frames) / seconds;

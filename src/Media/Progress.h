@@ -19,7 +19,11 @@ public:
     /// Sound was written up to this time, in microseconds: where there are no pictures to count.
     void Reach(std::int64_t end) noexcept;
 
+    /// Audio was written from and to these times, in microseconds, whether there are pictures or not.
+    void AddAudio(std::int64_t start, std::int64_t end) noexcept;
+
     std::int64_t GetFrames() const noexcept { return m_frames; }
+    double GetAudioSeconds() const noexcept;
     /// Since this object was made.
     double GetSeconds() const noexcept;
     RunProgress Get() const noexcept;
@@ -30,6 +34,8 @@ private:
     std::int64_t m_duration = 0;
     std::atomic<std::int64_t> m_frames{0};
     std::atomic<std::int64_t> m_end{INT64_MIN};
+    std::atomic<std::int64_t> m_audioStart{INT64_MAX};
+    std::atomic<std::int64_t> m_audioEnd{INT64_MIN};
 };
 
 } // namespace Tarsel::Media

@@ -100,13 +100,14 @@ RunResult Job::Run() {
     std::unique_ptr<Lane> lane;
     if (m_streams.picture >= 0 && OpenPictures())
         lane = MakeLane();
-    SoundTracks sound(m_plan, m_streams, m_stop.get_token());
+    SoundTracks sound(m_plan, m_streams, m_progress, m_stop.get_token());
     m_file = std::make_unique<OutputFile>(m_options.output, m_options.overwrite);
     if (lane != nullptr)
         Work(*lane, sound);
     else
         Copy(sound);
     m_result.audioEncoders = sound.GetEncoderNames();
+    m_result.audioSeconds = m_progress.GetAudioSeconds();
     AddNotes(sound.GetNotes());
     Report();
     if (m_stop.stop_requested())
@@ -353,7 +354,7 @@ void Job::Copy(SoundTracks& sound) {
     }
     Demuxer& demuxer = *m_demuxer;
     bool const countsPictures = m_streams.picture >= 0 && !demuxer.IsCover();
-    Muxer muxer(*m_container.format, *m_file, m_streams, {nullptr, sound.GetEncoders()});
+    Muxer muxer(*m_container.format, *m_file, m_streams, sound.GetEncoders(nullptr));
 
     Pipeline pipeline(m_stop, [this] { Report(); });
     auto const packets = pipeline.AddStage<UniquePacket>(

@@ -62,6 +62,8 @@ struct RunProgress {
     double framesPerSecond = 0;
     /// Negative when not known.
     double secondsLeft = -1;
+    /// Of audio, as far as it has come; where there are several streams, of the longest.
+    double audioSeconds = 0;
 };
 
 struct RunOptions {
@@ -103,6 +105,8 @@ struct RunResult {
     std::int64_t framesIn = 0;
     std::int64_t framesOut = 0;
     double seconds = 0;
+    /// Of audio that was written; where there are several streams, of the longest.
+    double audioSeconds = 0;
     /// What the user should know, one sentence each: streams the container could not take, conversions for
     /// the encoder.
     std::vector<std::string> notes;

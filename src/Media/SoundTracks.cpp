@@ -1,12 +1,14 @@
 #include "Media/SoundTracks.h"
 
 #include "Core/Throw.h"
+#include "Media/FFmpegRatio.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
 #include "Media/SoundEncoderChoice.h"
 #include "Media/SoundFormat.h"
 #include "Media/SoundStreams.h"
 #include "Media/Stopped.h"
+#include "Media/TimeMap.h"
 
 #include <fmt/format.h>
 
@@ -17,15 +19,20 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 }
 
 namespace Tarsel::Media {
 
-SoundTracks::SoundTracks(RunPlan const& plan, InputStreams const& input, std::stop_token stop)
-    : m_plan(plan), m_input(input), m_stop(std::move(stop)), m_streams(input.context->nb_streams) {
+SoundTracks::SoundTracks(RunPlan const& plan, InputStreams const& input, Progress& progress,
+                         std::stop_token stop)
+    : m_plan(plan), m_input(input), m_progress(progress), m_stop(std::move(stop)),
+      m_streams(input.context->nb_streams) {
     int number = 0;
     for (std::size_t i = 0; i < m_streams.size(); ++i) {
         AVStream const& source = *input.context->streams[i];
+        if (source.discard != AVDISCARD_ALL && TextTrack::IsNeeded(source, *plan.container.format))
+            m_streams[i].text = std::make_unique<TextTrack>(source, *plan.container.format);
         if (source.codecpar->codec_type != AVMEDIA_TYPE_AUDIO || source.discard == AVDISCARD_ALL)
             continue;
         m_streams[i].isSound = true;
@@ -108,10 +115,12 @@ std::unique_ptr<SoundEncoder> SoundTracks::MakeEncoder(AVStream const& source, C
                                                        depth});
 }
 
-std::vector<SoundEncoder const*> SoundTracks::GetEncoders() const {
-    std::vector<SoundEncoder const*> encoders;
-    for (Stream const& stream : m_streams)
-        encoders.push_back(stream.track != nullptr ? &stream.track->GetEncoder() : nullptr);
+StreamEncoders SoundTracks::GetEncoders(VideoEncoder const* picture) const {
+    StreamEncoders encoders{picture};
+    for (Stream const& stream : m_streams) {
+        encoders.sound.push_back(stream.track != nullptr ? &stream.track->GetEncoder() : nullptr);
+        encoders.texts.push_back(stream.text.get());
+    }
     return encoders;
 }
 
@@ -133,9 +142,23 @@ TakePacket SoundTracks::MakeTaker(std::size_t index, Muxer& muxer) const {
     };
 }
 
+/// What comes before time 0 is the codec's.
+void SoundTracks::Count(AVPacket const& packet, AVStream const& source) {
+    if (packet.pts == AV_NOPTS_VALUE)
+        return;
+    Ratio const timeBase = FromAV(source.time_base);
+    m_progress.AddAudio(std::max<std::int64_t>(ToMicroseconds(packet.pts, timeBase), 0),
+                        ToMicroseconds(av_sat_add64(packet.pts, packet.duration), timeBase));
+}
+
 void SoundTracks::Write(AVPacket& packet, Muxer& muxer) {
     auto const index = static_cast<std::size_t>(packet.stream_index);
-    if (index >= m_streams.size() || m_streams[index].track == nullptr)
+    if (index < m_streams.size() && m_streams[index].isSound && muxer.Takes(packet.stream_index))
+        Count(packet, *m_input.context->streams[index]);
+    if (index < m_streams.size() && m_streams[index].text != nullptr) {
+        if (muxer.Takes(packet.stream_index) && m_streams[index].text->Convert(packet))
+            muxer.WriteCopied(packet);
+    } else if (index >= m_streams.size() || m_streams[index].track == nullptr)
         muxer.WriteCopied(packet);
     else if (muxer.Takes(packet.stream_index))
         m_streams[index].track->Feed(packet, MakeTaker(index, muxer));
@@ -152,6 +175,9 @@ std::vector<std::string> SoundTracks::GetNotes() const {
     std::vector<std::string> notes;
     int number = 0;
     for (Stream const& stream : m_streams) {
+        if (stream.text != nullptr)
+            for (std::string& note : stream.text->GetNotes())
+                notes.push_back(std::move(note));
         if (!stream.isSound)
             continue;
         // With several of them a note says which.

@@ -2,9 +2,11 @@
 
 #include "Media/InputStreams.h"
 #include "Media/Muxer.h"
+#include "Media/Progress.h"
 #include "Media/RunPlan.h"
 #include "Media/SoundLane.h"
 #include "Media/SoundTrack.h"
+#include "Media/TextTrack.h"
 
 #include <exception>
 #include <memory>
@@ -15,16 +17,18 @@
 namespace Tarsel::Media {
 
 /// The streams beside the picture on their way into the output: sound that is worked on or encoded anew
-/// passes its track, everything else is copied. One thread at a time.
+/// passes its track, subtitles of text become what the container takes, everything else is copied. One thread
+/// at a time.
 class SoundTracks {
 public:
-    /// Calls the maker of lanes for every sound stream that can be decoded. `plan` and `input` outlive this.
+    /// Calls the maker of lanes for every sound stream that can be decoded. The references outlive
+    /// this.
     /// InputException where none can, though there is work for it; OptionsException, OutputException, and
     /// what the maker throws.
-    SoundTracks(RunPlan const& plan, InputStreams const& input, std::stop_token stop);
+    SoundTracks(RunPlan const& plan, InputStreams const& input, Progress& progress, std::stop_token stop);
 
-    /// For each stream of the input; null: copied or left out.
-    std::vector<SoundEncoder const*> GetEncoders() const;
+    /// With that of the pictures, which may be null.
+    StreamEncoders GetEncoders(VideoEncoder const* picture) const;
     /// FFmpeg's names, one for each sound stream; "" for those that are copied or left out.
     std::vector<std::string> GetEncoderNames() const;
 
@@ -44,6 +48,7 @@ private:
         /// Why it cannot be decoded.
         std::exception_ptr failure;
         std::unique_ptr<SoundTrack> track;
+        std::unique_ptr<TextTrack> text;
         std::vector<std::string> notes;
     };
 
@@ -51,10 +56,12 @@ private:
     std::unique_ptr<SoundEncoder> MakeEncoder(AVStream const& source, Conf::SampleInfo const& format,
                                               int wantedDepth) const;
     std::string DescribeCopyObstacle(AVStream const& source) const;
+    void Count(AVPacket const& packet, AVStream const& source);
     TakePacket MakeTaker(std::size_t index, Muxer& muxer) const;
 
     RunPlan const& m_plan;
     InputStreams const& m_input;
+    Progress& m_progress;
     std::stop_token m_stop;
     /// By their index in the input.
     std::vector<Stream> m_streams;

@@ -6,6 +6,7 @@
 #include "Media/FFmpegVersions.h"
 #include "Media/MediaExceptions.h"
 #include "Media/MessageText.h"
+#include "Media/StillDamage.h"
 #include "Media/Stopped.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Wrappers/FrameFields.h"
@@ -142,6 +143,8 @@ std::optional<SourceFrame> Source::Read() {
         if (m_draining)
             break;
         m_draining = !ReadPacket();
+        if (!m_draining && m_demuxer->IsStill())
+            m_damage = DescribeStillDamage(stream, *m_packet);
         m_decoder->Send(m_draining ? nullptr : m_packet.get());
     }
     m_ended = true;
@@ -173,7 +176,6 @@ void Source::SelectFrame(std::int64_t microseconds) {
         ThrowNoPicture("void Tarsel::Media::Source::SelectFrame(std::int64_t)");
     m_ahead = std::move(found);
     m_ended = true;
-    m_selected = true;
     m_frames = 0;
 }
 
@@ -201,21 +203,10 @@ std::vector<std::string> Source::GetNotes() const {
     std::vector<std::string> notes;
     if (m_decoder != nullptr)
         notes = m_decoder->GetNotes();
-    if (auto note = DescribeEarlyEnd())
-        notes.push_back(std::move(*note));
+    if (!m_damage.empty())
+        notes.push_back(
+            fmt::format("The picture is damaged ({}); what could be read of it was taken.", m_damage));
     return notes;
-}
-
-std::optional<std::string> Source::DescribeEarlyEnd() const {
-    // Stated durations are rounded, and those of some containers guessed.
-    constexpr std::int64_t tolerance = 1000000;
-    std::int64_t const stated = m_demuxer->GetStart() + m_demuxer->GetDuration();
-    bool const early = m_ended && !m_selected && !m_demuxer->IsStill() && m_frames > 0 &&
-                       stated - m_end > std::max(tolerance, stated / 10);
-    if (!early)
-        return std::nullopt;
-    return fmt::format("The input's pictures end at {}, though it states {}.", SecondsText(m_end),
-                       SecondsText(stated));
 }
 
 } // namespace Tarsel::Media

@@ -57,7 +57,6 @@ private:
     std::optional<SourceFrame> Read();
     bool ReadPacket();
     std::optional<SourceFrame> FindShownAt(std::int64_t microseconds, bool fromStart);
-    std::optional<std::string> DescribeEarlyEnd() const;
     [[noreturn]] void ThrowNoPicture(char const* signature) const;
 
     std::filesystem::path m_path;
@@ -72,7 +71,8 @@ private:
     bool m_draining = false;
     bool m_hasPacketTimes = true;
     bool m_ended = false;
-    bool m_selected = false;
+    /// What the decoder says of a still picture that is not whole.
+    std::string m_damage;
     std::int64_t m_frames = 0;
     std::int64_t m_bytes = 0;
     /// Where the last picture ends, in microseconds.

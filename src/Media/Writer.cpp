@@ -33,8 +33,7 @@ void Writer::Open(WorkedFrame const& first) {
         m_request.encoder = m_request.fallback;
         m_encoder.emplace(m_request, first);
     }
-    m_muxer.emplace(*m_request.container, m_file, m_input,
-                    StreamEncoders{&*m_encoder, m_sound.GetEncoders()});
+    m_muxer.emplace(*m_request.container, m_file, m_input, m_sound.GetEncoders(&*m_encoder));
 }
 
 void Writer::Write(WorkedFrame const& frame) {

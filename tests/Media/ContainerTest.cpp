@@ -74,5 +74,92 @@ TEST_F(Containers, AudioOfAnyCodecGetsThere) {
     }
 }
 
+// Whatever they are written in; their times stay, to the millisecond.
+TEST_F(Containers, SubtitlesGetThere) {
+    Write("texts.srt", "1\n00:00:00,100 --> 00:00:00,400\nHello <i>there</i>\n\n"
+                       "2\n00:00:00,500 --> 00:00:00,900\nAgain\n");
+    Make(File("film.mkv"), s_pictures + s_noBFrames);
+    Make(File("film.webm"), s_pictures + "-c:v libvpx -deadline realtime");
+    struct {
+        char const* input;
+        char const* encoder;
+    } const inputs[] = {
+        {"in.mp4", "mov_text"}, {"srt.mkv", "subrip"}, {"ass.mkv", "ass"}, {"in.webm", "webvtt"}};
+    struct {
+        char const* output;
+        std::vector<std::string> codecs;
+    } const outputs[] = {{"out.mp4", {"mov_text"}},
+                         {"out.mov", {"mov_text"}},
+                         {"out.mkv", {"subrip", "ass", "webvtt"}},
+                         {"out.webm", {"webvtt"}},
+                         {"out.ts", {}},
+                         {"out.mpg", {}}};
+    for (auto const& from : inputs) {
+        std::string const film = std::string(from.input).ends_with("webm") ? "film.webm" : "film.mkv";
+        Make(File(from.input), "-i " + File(film).string() + " -i " + File("texts.srt").string() +
+                                   " -map 0:v -map 1 -c:v copy -c:s " + from.encoder +
+                                   " -metadata:s:s:0 language=deu");
+        for (auto const& to : outputs) {
+            SCOPED_TRACE(from.input + std::string(" into ") + to.output);
+            Media::RunOptions options = Options(from.input, to.output);
+            options.makeVideoLane = nullptr;
+            options.overwrite = true;
+            auto const notes = Media::Run(options).notes;
+            auto const texts = ReadMedia(File(to.output)).Of("subtitle");
+            if (to.codecs.empty()) {
+                EXPECT_THAT(texts, testing::IsEmpty());
+                EXPECT_THAT(notes, testing::Contains(testing::HasSubstr("subtitle")));
+                continue;
+            }
+            ASSERT_EQ(texts.size(), 1U);
+            EXPECT_THAT(to.codecs, testing::Contains(texts[0].codec));
+            EXPECT_EQ(texts[0].metadata.at("language"), "deu");
+            std::vector<PacketRecord> shown;
+            for (PacketRecord const& packet : texts[0].packets)
+                if (packet.data.size() > 2) // MP4 fills the time between with nothing
+                    shown.push_back(packet);
+            ASSERT_EQ(shown.size(), 2U);
+            EXPECT_NEAR(static_cast<double>(shown[0].pts), 100e6, 1e6);
+            EXPECT_NEAR(static_cast<double>(shown[0].duration), 300e6, 1e6);
+            EXPECT_NEAR(static_cast<double>(shown[1].pts), 500e6, 1e6);
+            EXPECT_THAT(shown[0].data, testing::HasSubstr("Hello"));
+            EXPECT_THAT(shown[1].data, testing::HasSubstr("Again"));
+        }
+    }
+}
+
+// What is not said to be lost is there.
+TEST_F(Containers, TitlesAndChaptersAreThereOrToldOf) {
+    Write("words.txt", ";FFMETADATA1\ntitle=The Film\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=500\n"
+                       "title=Two\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=500\nEND=1000\ntitle=Three\n");
+    Make(File("in.mkv"), s_pictures + s_sound + "-i " + File("words.txt").string() +
+                             " -map 0 -map 1 -map_metadata 2 -map_chapters 2 " + s_noBFrames + "-c:a aac");
+    for (Media::ContainerTraits const& traits : Media::ListTraits()) {
+        std::string const output = NameFor(traits);
+        if (output.empty() || traits.isStill || traits.isManyFiles || traits.name == "dv" ||
+            traits.name == "gxf")
+            continue;
+        SCOPED_TRACE(output);
+        Media::RunOptions options = Options("in.mkv", output);
+        options.mayLackPictures = true;
+        options.overwrite = true;
+        std::string notes;
+        try {
+            for (std::string const& note : Media::Run(options).notes)
+                notes += note + "\n";
+        } catch (Media::OutputException const&) {
+            continue; // no such pictures
+        }
+        std::string const file = Read(output);
+        bool const isUtf16 = file.find(std::string("T\0h\0e\0 \0F\0", 10)) != std::string::npos;
+        EXPECT_EQ(file.find("The Film") != std::string::npos || isUtf16, !traits.losesTitle);
+        EXPECT_EQ(notes.find("The title \"The Film\" was left out") != std::string::npos, traits.losesTitle);
+        EXPECT_EQ(notes.find("The chapters were left out") != std::string::npos, traits.losesChapters);
+        bool const hasChapter = file.find("Three") != std::string::npos ||
+                                file.find(std::string("T\0h\0r\0e\0", 8)) != std::string::npos;
+        EXPECT_EQ(hasChapter, !traits.losesChapters);
+    }
+}
+
 } // namespace
 } // namespace Tarsel::Test

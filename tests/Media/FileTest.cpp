@@ -95,14 +95,64 @@ TEST_F(Input, CutOffIsReadAsFarAsItGoes) {
     Media::RunResult const result = Media::Run(Options("in.mp4", "out.mp4"));
     EXPECT_GT(result.framesOut, 20);
     EXPECT_LT(result.framesOut, 80);
-    EXPECT_THAT(result.notes,
-                Contains(MatchesRegex("The input's pictures end at [0-9.]+ s, though it states 4 s.")));
+    EXPECT_THAT(
+        result.notes,
+        Contains(MatchesRegex("The input breaks off: its pictures end at [0-9.]+ s, though it states 4 s.")));
 
     // The table at its end is gone: nothing can be read.
     Make(File("late.mp4"), "-f lavfi -i testsrc2=s=160x120:r=25:d=1 " + s_bFrames);
     Write("late.mp4", Read("late.mp4").substr(0, 4000));
     std::filesystem::remove(File("out.mp4"));
     EXPECT_EQ(Refuse(File("late.mp4")), Cannot(File("late.mp4"), "Invalid data found when processing input"));
+}
+
+// Half of a file, and all of it: of the whole nothing is said, however its length is stated.
+TEST_F(Input, ThatBreaksOffIsTold) {
+    std::string const breaksOff = "The input breaks off: its (pictures|audio|pictures and audio) end at "
+                                  "[0-9.]+ s, though it states [0-9.]+ s.";
+    std::string const film = s_pictures + s_sound + s_bFrames;
+    std::string const tone = "-f lavfi -i sine=d=2.3:r=44100 ";
+    struct {
+        char const* name;
+        std::string arguments;
+        std::string note;
+    } const cases[] = {
+        {"in.mp4", film + "-c:a aac -movflags faststart", breaksOff},
+        {"late.mp4", film + "-c:a aac -movflags faststart -output_ts_offset 3", breaksOff},
+        {"in.mkv", film + "-c:a aac", breaksOff},
+        {"late.mkv", film + "-c:a aac -output_ts_offset 3", breaksOff},
+        {"live.mkv", film + "-c:a aac -live 1", ""},
+        {"in.avi", s_pictures + s_sound + "-c:v mpeg4 -c:a libmp3lame -q:a 4", breaksOff},
+        {"in.wav", tone, breaksOff},
+        {"in.flac", tone, breaksOff},
+        {"xing.mp3", tone + "-q:a 4", breaksOff},
+        {"plain.mp3", tone + "-b:a 128k -write_xing 0", ""},
+        {"variable.mp3", tone + "-q:a 4 -write_xing 0", ""},
+        {"in.m4a", tone + "-c:a aac -movflags faststart", breaksOff},
+        {"in.ogg", tone, ""},
+        {"in.ts", film + "-c:a aac", ""},
+        {"in.jpg", "-f lavfi -i testsrc2=s=320x240:d=0.04", "The picture is damaged .*"},
+    };
+    for (auto const& row : cases) {
+        SCOPED_TRACE(row.name);
+        Make(File(row.name), row.arguments);
+        std::string const whole = Read(row.name);
+        std::string const extension = File(row.name).extension();
+        bool const isPicture = extension == ".jpg";
+        for (bool const isCut : {false, true}) {
+            Write("cut" + extension, whole.substr(0, isCut ? whole.size() / 2 : whole.size()));
+            Media::RunOptions options =
+                SoundOptions("cut" + extension, isPicture ? "out.png" : "out.mkv", {});
+            options.makeVideoLane = PassThrough();
+            options.mayLackPictures = true;
+            options.overwrite = true;
+            auto const notes = Media::Run(options).notes;
+            if (isCut && !row.note.empty())
+                EXPECT_THAT(notes, Contains(MatchesRegex(row.note)));
+            else if (!isCut)
+                EXPECT_THAT(notes, testing::Each(testing::Not(testing::ContainsRegex("breaks|damaged"))));
+        }
+    }
 }
 
 TEST_F(Input, WithNothingThatDecodesIsRefused) {

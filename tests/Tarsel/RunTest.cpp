@@ -322,6 +322,11 @@ TEST_F(RunTool, TerminalShowsProgressAndASummary) {
         EXPECT_LT(state.size(), 40U) << state;
 
     EXPECT_THAT(runOnTerminal({"--quiet"}).err, IsEmpty());
+
+    auto const song = MakeFilm("song.wav", {"-f", "lavfi", "-i", "sine=duration=2"});
+    EXPECT_THAT(
+        Process(Command({"run", song, At("out.flac")}), Process::ErrorOutput::Terminal, 80).Wait().err,
+        HasSubstr(At("out.flac") + ": 2.0 s of audio (flac) in "));
 }
 
 TEST_F(RunTool, VerboseShowsFFmpegsLogAndTheSite) {

@@ -5,17 +5,34 @@
 #include "Tools/Tarsel/ProgressLine.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 
 namespace Tarsel::Tools {
 namespace {
 
+/// "2.0 s of audio (flac, copied)": each encoder once.
+std::string SummariseAudio(Media::RunResult const& result) {
+    std::vector<std::string> encoders;
+    for (std::string const& name : result.audioEncoders)
+        if (std::string const shown = name.empty() ? "copied" : name;
+            std::ranges::count(encoders, shown) == 0)
+            encoders.push_back(shown);
+    return fmt::format("{:.1f} s of audio ({})", result.audioSeconds, fmt::join(encoders, ", "));
+}
+
 std::string Summarise(Media::RunResult const& result, std::string const& output) {
-    double const speed = result.seconds > 0 ? static_cast<double>(result.framesOut) / result.seconds : 0;
+    auto const rate = [&](double count) { return result.seconds > 0 ? count / result.seconds : 0; };
+    if (result.framesOut == 0 && result.audioSeconds > 0)
+        return fmt::format("{}: {} in {:.1f} s, {:.1f} times as fast as it plays", output,
+                           SummariseAudio(result), result.seconds, rate(result.audioSeconds));
+    bool const worksOnAudio =
+        std::ranges::any_of(result.audioEncoders, [](std::string const& name) { return !name.empty(); });
     std::string const encoder = result.videoEncoder.empty() ? "copied" : result.videoEncoder;
-    return fmt::format("{}: {} frames ({}) in {:.1f} s, {:.1f} fps", output, result.framesOut, encoder,
-                       result.seconds, speed);
+    return fmt::format("{}: {} frames ({}){} in {:.1f} s, {:.1f} fps", output, result.framesOut, encoder,
+                       worksOnAudio ? ", " + SummariseAudio(result) : "", result.seconds,
+                       rate(static_cast<double>(result.framesOut)));
 }
 
 /// The progress of one pass as that of all. The passes that are still to come are taken to need as long.

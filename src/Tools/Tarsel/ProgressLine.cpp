@@ -55,7 +55,10 @@ std::string FormatDuration(double seconds) {
 std::string RenderProgress(Media::RunProgress const& progress, int columns) {
     auto const room = static_cast<std::size_t>(std::max(columns, 0));
     bool const hasFrames = progress.frames > 0;
-    std::string const frames = hasFrames ? fmt::format("{} frames", progress.frames) : "";
+    bool const hasAudio = !hasFrames && progress.audioSeconds > 0;
+    std::string const frames = hasFrames  ? fmt::format("{} frames", progress.frames)
+                               : hasAudio ? FormatDuration(progress.audioSeconds) + " of audio"
+                                          : "";
     std::string const speed = hasFrames ? fmt::format("{:.1f} fps", progress.framesPerSecond) : "";
     if (!(progress.done >= 0))
         return FindFitting({Join({frames, speed}), frames}, room);

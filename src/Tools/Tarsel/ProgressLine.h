@@ -9,7 +9,7 @@ namespace Tarsel::Tools {
 class Console;
 
 /// Progress as one line of at most `columns` characters: a bar, percent, frames, frames a second and the time
-/// left; what does not fit is dropped, the bar first, and counts of frames where there are none, as in sound.
+/// left; what does not fit is dropped, the bar first. Where there are no frames, so much of the audio.
 /// Of unknown length: frames and frames a second. Pure; any thread.
 std::string RenderProgress(Media::RunProgress const& progress, int columns);
 
