@@ -33,7 +33,8 @@ thread_local int s_callsLeft = -1;
 
 } // namespace
 
-void* operator new(std::size_t size) {
+// Not inline: compilers warn of malloc and delete when they see both.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     if (s_callsLeft >= 0 && s_callsLeft-- == 0)
         throw std::bad_alloc();
     if (void* const memory = std::malloc(size))
@@ -41,11 +42,11 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
