@@ -1,6 +1,7 @@
 #include "Pixels/KernelCases.h"
 
 #include "Conf/PixFmtDescription.h"
+#include "Pixels/FilterRun.h"
 #include "Proc/Effects/Lumenta/Kernels/BalanceChroma.h"
 #include "Proc/Effects/Lumenta/Kernels/EdgeDetect.h"
 #include "Proc/Effects/Lumenta/Kernels/Emboss.h"
@@ -53,34 +54,56 @@ void CopyPlane(AVFrame const& from, AVFrame& to, int plane) {
         std::memcpy(To(to, plane).Row(y), From(from, plane).Row(y), size.width);
 }
 
+/// Whether frames of YUV that become gray are told to be of full range, by the filter in front.
+struct Range {
+    bool isFull;
+    char const* filter;
+};
+
+Range DrawRange(Random& random, PixFmt format, bool toGray) {
+    bool const isFull = toGray && Between(random, 0, 3) == 0;
+    return {isFull || PixFmtDescription::Find(format).IsFullRange({}), isFull ? "setparams=range=pc," : ""};
+}
+
 std::string EmbossOffset(int offset) {
     return (offset > 0 ? "+" : "-") + std::to_string(offset);
 }
 
+/// Whether the linked filter reads the last row and column: of a black square that ends in a white pixel.
+std::size_t CountUnread() {
+    Proc::SafeFrame square({}, PixFmt::GRAY8, 2, 2, 1, 1);
+    FillPlane(*square, 0, 0);
+    square->data[0][square->linesize[0] + 1] = 255;
+    Proc::SafeFrame const read = FilterRun("geq=lum_expr='p(X,Y)'", *square)(*square);
+    return read->data[0][read->linesize[0] + 1] == 255 ? 0 : 1;
+}
+
 std::optional<KernelTrial> DrawEmboss(Random& random, PixFmt format, int width, int height) {
+    static std::size_t const s_unread = CountUnread();
     bool const toGray = Between(random, 0, 1) == 0;
     if (!Proc::CoversEmboss(format, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
-                            toGray))
+                            toGray, s_unread))
         return std::nullopt;
+    Range const range = DrawRange(random, format, toGray);
     int const most = Between(random, 0, 3) == 0 ? 16384 : 9;
     int const right = Between(random, -most, most);
     int const below = Between(random, -most, most);
     auto const run = [=](AVFrame const& from, AVFrame& to) {
         auto const& pixels = PixFmtDescription::Find(format);
         auto kind = pixels.GetDepth() > 8 ? Proc::EmbossKind::Words : Proc::EmbossKind::Bytes;
-        if (toGray && !pixels.IsFullRange({}))
+        if (toGray && !range.isFull)
             kind = Proc::EmbossKind::StretchedBytes;
         for (int plane = 0; plane < (toGray || pixels.IsGray() ? 1 : 3); ++plane) {
             Size const size = SizeOf(from, plane);
             Proc::EmbossPlane(kind, {From(from, plane), To(to, plane), size.width, size.height,
                                      static_cast<std::size_t>(std::abs(right)),
-                                     static_cast<std::size_t>(std::abs(below))});
+                                     static_cast<std::size_t>(std::abs(below)), s_unread});
         }
         if (to.data[3] != nullptr) // The alpha that comes of no expression.
             FillPlane(to, 3, 0);
     };
-    return KernelTrial{"geq=lum_expr='(p(X,Y)+(256-p(X" + EmbossOffset(right) + ",Y" + EmbossOffset(below) +
-                           ")))/2'" + (toGray ? ",format=gray" : ""),
+    return KernelTrial{std::string(range.filter) + "geq=lum_expr='(p(X,Y)+(256-p(X" + EmbossOffset(right) +
+                           ",Y" + EmbossOffset(below) + ")))/2'" + (toGray ? ",format=gray" : ""),
                        toGray ? PixFmt::GRAY8 : format, run};
 }
 
@@ -122,11 +145,10 @@ std::optional<KernelTrial> DrawEdgeDetect(Random& random, PixFmt format, int wid
     if (!Proc::CoversEdgeDetect(format, static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
                                 mix))
         return std::nullopt;
-    auto const& pixels = PixFmtDescription::Find(format);
-    bool const isRgb = pixels.IsRgb();
-    auto const kind = mix               ? Proc::EdgeKind::Mix
-                      : pixels.IsGray() ? Proc::EdgeKind::Wires
-                                        : Proc::EdgeKind::StretchedWires;
+    bool const isRgb = PixFmtDescription::Find(format).IsRgb();
+    Range const range = DrawRange(random, format, !mix);
+    auto const kind =
+        mix ? Proc::EdgeKind::Mix : (range.isFull ? Proc::EdgeKind::Wires : Proc::EdgeKind::StretchedWires);
     std::string low = DrawShare(random);
     std::string high = DrawShare(random);
     if (low > high)
@@ -139,7 +161,8 @@ std::optional<KernelTrial> DrawEdgeDetect(Random& random, PixFmt format, int wid
                              std::stod(low), std::stod(high));
         }
     };
-    return KernelTrial{"edgedetect=low=" + low + ":high=" + high + (mix ? ":mode=colormix" : ":mode=wires"),
+    return KernelTrial{std::string(range.filter) + "edgedetect=low=" + low + ":high=" + high +
+                           (mix ? ":mode=colormix" : ":mode=wires"),
                        isRgb ? format : PixFmt::GRAY8, run};
 }
 

@@ -49,7 +49,7 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using FloatTag = hn::ScalableTag<float>;
+using FloatTag = hn::CappedTag<float, 16>;
 using IntTag = hn::Rebind<std::int32_t, FloatTag>;
 using Floats = hn::Vec<FloatTag>;
 
@@ -234,6 +234,8 @@ HWY_EXPORT(BalancePicture);
 
 bool CoversBalanceChroma(Conf::PixFmt format) {
     using Flags = Conf::PixFmtDescription::Flags;
+    if (!HWY_ARCH_X86) // Compilers for other machines fuse the filter's products and sums.
+        return false;
     if (FindPackedRgb(format) != nullptr)
         return true;
     auto const& pixels = Conf::PixFmtDescription::Find(format);

@@ -29,8 +29,8 @@ struct BalancedPicture {
 };
 
 /// Whether BalanceChroma makes of such frames what the filter "colorbalance" does: packed RGB of three or
-/// four bytes, and planar RGB of 8 bits and, low byte first, 10. Throws CoreException for a format that
-/// FFmpeg does not know. Any thread.
+/// four bytes, and planar RGB of 8 bits and, low byte first, 10; on x86 only. Throws CoreException for a
+/// format that FFmpeg does not know. Any thread.
 bool CoversBalanceChroma(Conf::PixFmt format);
 
 /// Adds the shifts to red, green and blue, each weighted by how dark, medium or bright the pixel is: linear

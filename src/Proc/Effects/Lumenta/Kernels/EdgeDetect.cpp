@@ -57,7 +57,7 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Tag = hn::ScalableTag<std::int16_t>;
+using Tag = hn::CappedTag<std::int16_t, EdgeRows::s_margin / 2>;
 using ByteTag = hn::Rebind<std::uint8_t, Tag>;
 using UnsignedTag = hn::RebindToUnsigned<Tag>;
 using Words = hn::Vec<Tag>;

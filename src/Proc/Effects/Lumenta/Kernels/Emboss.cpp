@@ -92,8 +92,8 @@ void EmbossPixels(std::uint8_t* to, std::uint8_t const* here, std::uint8_t const
 template <class Kind>
 void EmbossRows(EmbossedPlane const& plane) {
     using Sample = typename Kind::Sample;
-    std::size_t const lastX = plane.width - 2;
-    std::size_t const lastY = plane.height - 2;
+    std::size_t const lastX = plane.width - plane.unread - 1;
+    std::size_t const lastY = plane.height - plane.unread - 1;
     std::size_t const moved = lastX - std::min(plane.right, lastX);
     for (std::size_t y = 0; y < plane.height; ++y) {
         std::uint8_t* const to = plane.to.Row(y);
@@ -125,7 +125,8 @@ namespace Tarsel::Proc {
 
 HWY_EXPORT(EmbossAs);
 
-bool CoversEmboss(Conf::PixFmt format, std::uint32_t width, std::uint32_t height, bool toGray) {
+bool CoversEmboss(Conf::PixFmt format, std::uint32_t width, std::uint32_t height, bool toGray,
+                  std::size_t unread) {
     auto const& pixels = Conf::PixFmtDescription::Find(format);
     bool const isGray = IsPlainGray(pixels);
     if (!isGray && !IsPlanarYuv(pixels))
@@ -134,7 +135,7 @@ bool CoversEmboss(Conf::PixFmt format, std::uint32_t width, std::uint32_t height
     if (pixels.GetDepth() > 8 && (toGray || !HWY_ARCH_X86))
         return false;
     int const last = toGray || isGray ? 0 : 2;
-    return pixels.GetPlanWidth(last, width) >= 2 && pixels.GetPlanHeight(last, height) >= 2;
+    return pixels.GetPlanWidth(last, width) > unread && pixels.GetPlanHeight(last, height) > unread;
 }
 
 void EmbossPlane(EmbossKind kind, EmbossedPlane const& plane) noexcept {

@@ -28,17 +28,21 @@ struct EmbossedPlane {
     /// How far to the right of a pixel, and below it, the one lies that is taken from it.
     std::size_t right;
     std::size_t below;
+    /// How many columns at the right, and rows at the bottom, are never read, but the ones before them in
+    /// their place: those of the linked filter, 1 in FFmpeg 5.1 and 0 in 7.1.
+    std::size_t unread;
 };
 
 /// Whether the relief of such frames is what the filter makes of them: "geq" with the same expression for
 /// luma and chroma and, with `toGray`, "format=gray" behind it. Planar YUV and gray of 8 bits, and of 10 bits
-/// where they stay what they are; no plane may be a single row or column, of which the filter reads what lies
-/// beside it. Throws CoreException for a format that FFmpeg does not know. Any thread.
-bool CoversEmboss(Conf::PixFmt format, std::uint32_t width, std::uint32_t height, bool toGray);
+/// where they stay what they are; each plane has rows and columns that are read. Throws CoreException for a
+/// format that FFmpeg does not know. Any thread.
+bool CoversEmboss(Conf::PixFmt format, std::uint32_t width, std::uint32_t height, bool toGray,
+                  std::size_t unread);
 
 /// to(x, y) = (p(x, y) + 256 - p(x + right, y + below)) / 2, rounded to zero and cut to the size of a sample.
-/// As with the filter, coordinates beyond the last but one row and column mean that one, for both p. The
-/// plane is at least 2x2. Cannot fail, allocates nothing. Any thread. Source: the expression above, by
+/// Coordinates beyond those that are read mean the last one that is, for both p. The plane has at least one.
+/// Cannot fail, allocates nothing. Any thread. Source: the expression above, by
 /// av_expr_parse's rules; stretching by ITU-T H.273: (255 (y - 16) + 109.5) / 219, rounded down and within 0
 /// to 255.
 void EmbossPlane(EmbossKind kind, EmbossedPlane const& plane) noexcept;

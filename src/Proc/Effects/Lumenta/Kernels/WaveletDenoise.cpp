@@ -36,7 +36,7 @@ constexpr double s_lowSynthesis[]{s_highAnalysis[0], -s_highAnalysis[1], s_highA
 constexpr double s_highSynthesis[]{s_lowAnalysis[0], -s_lowAnalysis[1], s_lowAnalysis[2], -s_lowAnalysis[3],
                                    s_lowAnalysis[4]};
 
-using DoubleTag = hn::ScalableTag<double>;
+using DoubleTag = hn::CappedTag<double, 8>;
 using FloatTag = hn::Rebind<float, DoubleTag>;
 using Doubles = hn::Vec<DoubleTag>;
 using Floats = hn::Vec<FloatTag>;
@@ -49,34 +49,37 @@ HWY_INLINE Floats ToFloats(Doubles v) {
     return hn::DemoteTo(FloatTag(), v);
 }
 
-/// Samples to both sides of the middle one, which come in pairs.
-using Pairs = std::array<Doubles, s_waveletReach + 1>;
-
-/// `at(k)` is the sample k steps from the middle, of the N nearest ones to each side.
-template <std::size_t N, class Samples>
-HWY_INLINE Pairs MakePairs(Samples const& at) {
-    Pairs pairs;
-    pairs[0] = ToDoubles(at(0));
-    for (std::size_t k = 1; k < N; ++k) {
-        auto const step = static_cast<std::ptrdiff_t>(k);
-        pairs[k] = ToDoubles(hn::Add(at(-step), at(step)));
-    }
-    return pairs;
+/// The sum of the samples k steps to both sides of the middle one; `at(k)` is the sample k steps from it.
+template <class Samples>
+HWY_INLINE Doubles Pair(Samples const& at, std::ptrdiff_t k) {
+    return ToDoubles(hn::Add(at(-k), at(k)));
 }
 
-template <std::size_t N>
-HWY_INLINE Doubles Filter(double const (&taps)[N], Pairs const& pairs) {
-    Doubles sum = hn::Mul(pairs[0], hn::Set(DoubleTag(), taps[0]));
-    for (std::size_t k = 1; k < N; ++k)
-        sum = hn::Add(sum, hn::Mul(pairs[k], hn::Set(DoubleTag(), taps[k])));
+template <std::size_t N, class... Pairs>
+HWY_INLINE Doubles Filter(double const (&taps)[N], Doubles middle, Pairs... pairs) {
+    static_assert(sizeof...(pairs) + 1 == N);
+    Doubles sum = hn::Mul(middle, hn::Set(DoubleTag(), taps[0]));
+    std::size_t k = 0;
+    ((sum = hn::Add(sum, hn::Mul(pairs, hn::Set(DoubleTag(), taps[++k])))), ...);
     return sum;
 }
 
+template <class Samples>
+HWY_INLINE void Split(Samples const& at, Floats& low, Floats& high) {
+    Doubles const middle = ToDoubles(at(0));
+    Doubles const first = Pair(at, 1);
+    Doubles const second = Pair(at, 2);
+    Doubles const third = Pair(at, 3);
+    low = ToFloats(Filter(s_lowAnalysis, middle, first, second, third, Pair(at, 4)));
+    high = ToFloats(Filter(s_highAnalysis, middle, first, second, third));
+}
+
 template <class Lows, class Highs>
-HWY_INLINE Floats Merge(Lows const& lows, Highs const& highs) {
-    Doubles const sum =
-        hn::Add(Filter(s_lowSynthesis, MakePairs<4>(lows)), Filter(s_highSynthesis, MakePairs<5>(highs)));
-    return ToFloats(hn::Mul(sum, hn::Set(DoubleTag(), 0.5)));
+HWY_INLINE Floats Merge(Lows const& low, Highs const& high) {
+    Doubles const lows = Filter(s_lowSynthesis, ToDoubles(low(0)), Pair(low, 1), Pair(low, 2), Pair(low, 3));
+    Doubles const highs = Filter(s_highSynthesis, ToDoubles(high(0)), Pair(high, 1), Pair(high, 2),
+                                 Pair(high, 3), Pair(high, 4));
+    return ToFloats(hn::Mul(hn::Add(lows, highs), hn::Set(DoubleTag(), 0.5)));
 }
 
 /// Fills the margins of a row, which are as wide as the filters reach.
@@ -113,8 +116,8 @@ private:
     std::vector<std::size_t> m_sources;
 };
 
-template <class Pointer>
-using Window = std::array<Pointer, s_waveletWindow>;
+/// Rows of which the middle one is filtered.
+using Window = std::array<float const*, s_waveletWindow>;
 
 /// One level of the transform, of every `step`-th row and column.
 class Level {
@@ -136,7 +139,7 @@ public:
         }
     }
 
-    /// To the plane of the next finer level, or to the row's samples.
+    /// To the plane of the next finer level.
     void Synthesize() const {
         std::size_t const height = m_work.Plane().height;
         for (std::size_t first = 0; first < m_step; ++first) {
@@ -150,13 +153,20 @@ private:
     float* Low(std::size_t i) const { return m_work.PaddedRow(2 + i % s_waveletWindow); }
     float* High(std::size_t i) const { return m_work.PaddedRow(2 + s_waveletWindow + i % s_waveletWindow); }
 
-    template <class Pointer, class Rows>
-    static Window<Pointer> MakeWindow(std::size_t i, std::size_t count, Rows const& rows) {
-        Window<Pointer> window;
+    template <class Rows>
+    static Window MakeWindow(std::size_t i, std::size_t count, Rows const& rows) {
+        Window window;
         for (std::size_t k = 0; k < s_waveletWindow; ++k)
             window[k] =
                 rows(Mirror(static_cast<std::ptrdiff_t>(i + k) - std::ptrdiff_t{s_waveletReach}, count));
         return window;
+    }
+
+    /// What the rows of a window hold at x.
+    static HWY_INLINE auto At(Window const& rows, std::size_t x) {
+        return [&rows, x](std::ptrdiff_t k) HWY_ATTR {
+            return hn::LoadU(FloatTag(), rows[static_cast<std::size_t>(k) + s_waveletReach] + x);
+        };
     }
 
     /// Row y into the window's place for its i-th row: smooth and detailed along the row.
@@ -170,10 +180,11 @@ private:
         constexpr FloatTag d;
         auto const step = static_cast<std::ptrdiff_t>(m_step);
         for (std::size_t x = 0; x < width; x += hn::Lanes(d)) {
-            Pairs const pairs =
-                MakePairs<5>([&](std::ptrdiff_t k) HWY_ATTR { return hn::LoadU(d, row + x + k * step); });
-            hn::StoreU(ToFloats(Filter(s_lowAnalysis, pairs)), d, low + x);
-            hn::StoreU(ToFloats(Filter(s_highAnalysis, pairs)), d, high + x);
+            Floats lows;
+            Floats highs;
+            Split([&](std::ptrdiff_t k) HWY_ATTR { return hn::LoadU(d, row + x + k * step); }, lows, highs);
+            hn::StoreU(lows, d, low + x);
+            hn::StoreU(highs, d, high + x);
         }
     }
 
@@ -199,24 +210,22 @@ private:
     }
 
     void AnalyzeColumns(std::size_t y, std::size_t i, std::size_t count) const {
-        auto const lows = MakeWindow<float const*>(i, count, [&](std::size_t row) { return Low(row); });
-        auto const highs = MakeWindow<float const*>(i, count, [&](std::size_t row) { return High(row); });
+        auto const lows = MakeWindow(i, count, [&](std::size_t row) { return Low(row); });
+        auto const highs = MakeWindow(i, count, [&](std::size_t row) { return High(row); });
         float* const coarse = m_work.Coarse(m_level + 1, y);
         float* const lowHigh = m_work.Detail(m_level, 0, y);
         float* const highLow = m_work.Detail(m_level, 1, y);
         float* const highHigh = m_work.Detail(m_level, 2, y);
         constexpr FloatTag d;
         for (std::size_t x = 0; x < m_work.Plane().width; x += hn::Lanes(d)) {
-            Pairs const low = MakePairs<5>([&](std::ptrdiff_t k) HWY_ATTR {
-                return hn::LoadU(d, lows[static_cast<std::size_t>(k + 4)] + x);
-            });
-            hn::StoreU(ToFloats(Filter(s_lowAnalysis, low)), d, coarse + x);
-            hn::StoreU(Shrink(ToFloats(Filter(s_highAnalysis, low))), d, lowHigh + x);
-            Pairs const high = MakePairs<5>([&](std::ptrdiff_t k) HWY_ATTR {
-                return hn::LoadU(d, highs[static_cast<std::size_t>(k + 4)] + x);
-            });
-            hn::StoreU(Shrink(ToFloats(Filter(s_lowAnalysis, high))), d, highLow + x);
-            hn::StoreU(Shrink(ToFloats(Filter(s_highAnalysis, high))), d, highHigh + x);
+            Floats smooth;
+            Floats detail;
+            Split(At(lows, x), smooth, detail);
+            hn::StoreU(smooth, d, coarse + x);
+            hn::StoreU(Shrink(detail), d, lowHigh + x);
+            Split(At(highs, x), smooth, detail);
+            hn::StoreU(Shrink(smooth), d, highLow + x);
+            hn::StoreU(Shrink(detail), d, highHigh + x);
         }
     }
 
@@ -230,24 +239,19 @@ private:
 
     void SynthesizeRow(std::size_t first, std::size_t i, std::size_t count) const {
         auto const y = [&](std::size_t row) { return first + row * m_step; };
-        auto const coarse = MakeWindow<float const*>(
-            i, count, [&](std::size_t row) { return m_work.Coarse(m_level + 1, y(row)); });
-        std::array<Window<float const*>, 3> details;
+        auto const coarse =
+            MakeWindow(i, count, [&](std::size_t row) { return m_work.Coarse(m_level + 1, y(row)); });
+        std::array<Window, 3> details;
         for (std::size_t kind = 0; kind < details.size(); ++kind)
-            details[kind] = MakeWindow<float const*>(
-                i, count, [&](std::size_t row) { return m_work.Detail(m_level, kind, y(row)); });
+            details[kind] =
+                MakeWindow(i, count, [&](std::size_t row) { return m_work.Detail(m_level, kind, y(row)); });
         float* const low = m_work.PaddedRow(0);
         float* const high = m_work.PaddedRow(1);
         std::size_t const width = m_work.Plane().width;
         constexpr FloatTag d;
         for (std::size_t x = 0; x < width; x += hn::Lanes(d)) {
-            auto const at = [x](Window<float const*> const& rows) HWY_ATTR {
-                return [&rows, x](std::ptrdiff_t k) HWY_ATTR {
-                    return hn::LoadU(FloatTag(), rows[static_cast<std::size_t>(k + 4)] + x);
-                };
-            };
-            hn::StoreU(Merge(at(coarse), at(details[0])), d, low + x);
-            hn::StoreU(Merge(at(details[1]), at(details[2])), d, high + x);
+            hn::StoreU(Merge(At(coarse, x), At(details[0], x)), d, low + x);
+            hn::StoreU(Merge(At(details[1], x), At(details[2], x)), d, high + x);
         }
         m_margins.Fill(low);
         m_margins.Fill(high);
@@ -340,8 +344,8 @@ void WaveletWork::SetMemory(float* memory) {
 
 bool CoversWaveletDenoise(Conf::PixFmt format) {
     auto const& pixels = Conf::PixFmtDescription::Find(format);
-    // Where deep samples fall below 0, it depends on the machine what becomes of the filter's floats.
-    return IsPlanarYuv(pixels) && (pixels.GetDepth() == 8 || HWY_ARCH_X86);
+    // Compilers for other machines fuse the filter's products and sums.
+    return IsPlanarYuv(pixels) && HWY_ARCH_X86;
 }
 
 void WaveletDenoiser::Denoise(WaveletPlane const& plane, int depth, double strength) {

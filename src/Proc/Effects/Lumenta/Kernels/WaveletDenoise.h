@@ -19,7 +19,8 @@ struct WaveletPlane {
 };
 
 /// Whether the denoiser makes of the planes of luma and chroma of such frames what the filter "owdenoise"
-/// does, which leaves alpha as it is. Throws CoreException for a format that FFmpeg does not know.
+/// does, which leaves alpha as it is; on x86 only. Throws CoreException for a format that FFmpeg does not
+/// know.
 bool CoversWaveletDenoise(Conf::PixFmt format);
 
 /// Denoises planes by soft thresholding of an undecimated wavelet transform: on each level all three planes
