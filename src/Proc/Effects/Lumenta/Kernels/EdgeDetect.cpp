@@ -3,7 +3,7 @@
 #include "Proc/Effects/Lumenta/Kernels/PlanarYuv.h"
 
 #include <algorithm>
-#include <array>
+#include <cmath>
 
 // Highway compiles this file once for every instruction set.
 #undef HWY_TARGET_INCLUDE
@@ -300,7 +300,7 @@ bool CoversEdgeDetect(Conf::PixFmt format, std::uint32_t width, std::uint32_t he
 }
 
 void EdgeDetector::Detect(EdgeKind kind, EdgePlane const& plane, double low, double high) {
-    auto const toByte = [](double share) { return static_cast<int>(share * 255 + 0.5); };
+    auto const toByte = [](double share) { return static_cast<int>(std::lround(share * 255)); };
     m_memory.resize(std::max(m_memory.size(), EdgeRows::Count(plane.width)));
     HWY_DYNAMIC_DISPATCH(DetectEdges)
     (kind, plane, {toByte(low), toByte(high)}, EdgeRows(m_memory.data(), plane.width));
