@@ -27,12 +27,12 @@ std::vector<double> SampleRange(double minimum, double maximum) {
     return numbers;
 }
 
-/// One entry of a list.
-std::vector<double> SampleEntry(Field const& field) {
+/// One entry of a list; `format` where it holds pixel formats.
+std::vector<double> SampleEntry(Field const& field, Conf::PixFmt format) {
     std::vector<double> entry;
     for (Proc::FieldColumn const& column : field.columns)
         entry.push_back(column.kind == FieldKind::PixelFormat
-                            ? static_cast<double>(Conf::PixFmt::YUV420P)
+                            ? static_cast<double>(format)
                             : SampleRange(column.minimum, column.maximum)[1]);
     return entry;
 }
@@ -66,7 +66,8 @@ std::vector<FieldValue> SampleValues(Field const& field) {
     case FieldKind::ChannelLayout:
         return {std::string(), std::string("mono"), std::string("stereo")};
     case FieldKind::List:
-        return {std::vector<double>(), SampleEntry(field)};
+        return {std::vector<double>(), SampleEntry(field, Conf::PixFmt::YUV420P),
+                SampleEntry(field, Conf::PixFmt::RGB24)};
     case FieldKind::Matrix: {
         auto const turned = Conf::DisplayMatrix::FromOrientation(6).value();
         return {std::vector<double>(turned.words.begin(), turned.words.end())};

@@ -513,7 +513,7 @@ TEST(PixelFormatConverter, IsAnEffectLikeOthers) {
     EXPECT_EQ(statistic["Name"].GetString(),
               "virtual Core::Property Tarsel::Proc::PixelFormatConverterFF::GetStatistic() const");
     EXPECT_EQ(statistic["Processed"].GetInt64(), 2);
-    EXPECT_EQ(statistic["Options"].GetString(), "format=rgb24");
+    EXPECT_EQ(statistic["Options"].GetString(), "rgba -> rgb24");
 }
 
 } // namespace

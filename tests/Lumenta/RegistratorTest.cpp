@@ -104,9 +104,15 @@ TEST(SetEffectSettings, TakesTreesForEveryRegistration) {
             EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*settings)) << Proc::Serialize(*settings);
         }
         // One field alone: the others stay.
-        auto const expected = effect->GetSettingsBase().Clone();
+        auto const initial = settingsClass.create();
+        Host::SetEffectSettings(*effect, Proc::Settings2Property(*initial));
+        auto expected = effect->GetSettingsBase().Clone();
         Proc::Field const& field = settingsClass.fields.back();
-        Proc::WriteFieldText(*expected, field, Proc::ReadFieldText(*settingsClass.create(), field));
+        do {
+            expected = initial->Clone();
+            Proc::WriteField(*expected, field, random.Draw(field));
+        } while (expected->IsEqualTo(*initial) ||
+                 (settingsClass.findConflict != nullptr && !settingsClass.findConflict(*expected).empty()));
         Core::Property one("one");
         one.AddChild(*Proc::Settings2Property(*expected).FindChild(field.key));
         Host::SetEffectSettings(*effect, one);

@@ -34,18 +34,18 @@ TEST_F(ExplainTool, TellsWhoseWorkEachStepIsAndWhatItMakes) {
 
     auto const audio = Run(
         {"explain", "-e", "resample rate=44100", "-e", "echo echos=500/0.5", "--audio", "48000:fltp:stereo"});
-    EXPECT_EQ(audio.out, "input: 48000 Hz stereo fltp\n"
+    EXPECT_EQ(audio.out, "input: 48000 Hz fltp stereo\n"
                          "step 1 (resample)\n"
-                         "  own work: 48000 Hz stereo fltp -> 44100 Hz stereo fltp\n"
-                         "  output: 44100 Hz stereo fltp\n"
+                         "  own work: 48000 Hz fltp stereo -> 44100 Hz fltp stereo\n"
+                         "  output: 44100 Hz fltp stereo\n"
                          "step 2 (echo)\n"
-                         "  filter: aecho=1:1:500:0.5\n"
-                         "output: 44100 Hz stereo fltp\n");
+                         "  filter: aecho=in_gain=1:out_gain=1:delays=500.000000:decays=0.500000\n"
+                         "output: 44100 Hz fltp stereo\n");
 }
 
 TEST_F(ExplainTool, JsonTellsTheSame) {
     auto const result = Run({"explain", "-e", "transpose step=1", "-e", "flip", "-e",
-                             "stabilizer detect=0 path=a", "--frame", "720x577:yuva420p:16/15", "--json"});
+                             "stabilizer detect=1 path=a", "--frame", "720x577:yuva420p:16/15", "--json"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     auto const explained = nlohmann::json::parse(result.out);
     EXPECT_EQ(explained.at("input"), nlohmann::json::parse(R"(

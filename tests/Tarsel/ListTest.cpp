@@ -114,13 +114,15 @@ TEST_F(ListTool, TextOfOneEffect) {
 TEST_F(ListTool, WordsFindEffectsByNameThenKeyThenHelp) {
     auto const find = [](std::string const& word) {
         std::string ids;
-        for (auto const& effect : ListAsJson(Run({"list", word, "--json"})).at("effects"))
+        auto const list = ListAsJson(Run({"list", word, "--json"}));
+        for (auto const& effect : list.at("effects"))
             ids += effect.at("id").get<std::string>() + ' ';
         return ids;
     };
     EXPECT_EQ(find("flip"), "flip ");
     EXPECT_EQ(find("transpos"), "transpose ");
     EXPECT_EQ(find("brightness"), "color-balance ");
+    EXPECT_EQ(find("exposure"), "color-balance ");
     EXPECT_EQ(find("mirrors"), "flip ");
 }
 

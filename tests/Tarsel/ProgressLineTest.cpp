@@ -38,7 +38,8 @@ TEST(ProgressLine, UnknownLengthHasNoBarAndNoPercent) {
 
 TEST(ProgressLine, SoundHasNoFrames) {
     EXPECT_EQ(RenderProgress({0.5, 0, 0, 10}, 35), "[########........]   50%  0:10 left");
-    EXPECT_EQ(RenderProgress({0.5, 0, 0, 10, 61}, 60), "[###############]   50%  1:01 of audio  0:10 left");
+    EXPECT_EQ(RenderProgress({0.5, 0, 0, 10, 61}, 60),
+              "[#############.............]   50%  1:01 of audio  0:10 left");
     EXPECT_EQ(RenderProgress({-1, 0, 0, -1}, 80), "");
     EXPECT_EQ(RenderProgress({-1, 0, 0, -1, 5}, 80), "0:05 of audio");
 }

@@ -212,7 +212,7 @@ TEST_F(ReferenceTool, ListAndExplainKnowThem) {
               "midequalizer (two-input video)\n"
               "  brings light and contrast midway to those of a second picture\n"
               "  It takes its second frames from reference=FILE, a video or an image; may\n"
-              "  change full range.\n"
+              "  change alpha, full range.\n"
               "    planes  sum of the planes to work on: 1 for the first, 2, 4, 8\n"
               "            integer, 0 to 15, default 15\n");
     auto const explained = Run({"explain", "-e", "flip horizontal=1", "-e",

@@ -3,7 +3,7 @@
 #include "Core/NearNames.h"
 #include "Core/Throw.h"
 #include "Proc/Interfaces/IEffectDetails.h"
-#include "Proc/Settings/Settings.h"
+#include "Proc/Settings/Field.h"
 #include "Tools/Tarsel/UsageException.h"
 
 #include <fmt/format.h>
@@ -32,14 +32,20 @@ SP<Proc::IEffect> Create(Host::EffectFactory const& factory, Host::EffectEntry c
 }
 
 CatalogueEntry Describe(Host::EffectFactory const& factory, Host::EffectEntry const& entry) {
-    CatalogueEntry result{entry.classId, entry.implName, entry.GetKind(), {}, {}};
+    CatalogueEntry result{entry.classId, entry.implName, entry.GetKind(), {}, {}, {}};
     SP<Proc::IEffect> const effect = Create(factory, entry);
     if (!effect)
         return result;
     if (auto const* details = dynamic_cast<Proc::IEffectDetails const*>(effect.get()))
         result.traits = details->GetTraits();
-    result.fields = effect->GetSettingsBase().GetFields();
+    Proc::SettingsTable const& table = effect->GetSettingsBase().GetClassTable();
+    result.fields = table.fields;
+    result.keywords = table.keywords;
     return result;
+}
+
+bool HasWord(std::string_view words, std::string_view word) {
+    return fmt::format(" {} ", words).find(fmt::format(" {} ", word)) != std::string::npos;
 }
 
 using Search = bool(CatalogueEntry const& entry, std::string_view word);
@@ -51,7 +57,7 @@ constexpr std::array<Search*, 4> s_searches{
         return entry.classId.find(word) != std::string::npos;
     },
     [](CatalogueEntry const& entry, std::string_view word) {
-        return Proc::FindField(entry.fields, word) != nullptr;
+        return Proc::FindField(entry.fields, word) != nullptr || HasWord(entry.keywords, word);
     },
     [](CatalogueEntry const& entry, std::string_view word) {
         auto const mentions = [&](std::string_view text) {

@@ -21,11 +21,13 @@ struct CatalogueEntry {
     /// Nothing for effects that do not tell.
     std::optional<Proc::EffectTraits> traits;
     std::span<Proc::Field const> fields;
+    /// Everyday words for what the effect does, with blanks between them.
+    std::string_view keywords;
 };
 
 /// The effects of a plug-in in the order of registration: all of them, or those of which `word` is the name,
-/// else a part of it, else a key, else in the help. UsageException, with near names, when there are none.
-/// Texts and fields live as long as the plug-in.
+/// else a part of it, else a keyword or key, else in the help. UsageException, with near names, when there
+/// are none. Texts and fields live as long as the plug-in.
 std::vector<CatalogueEntry> MakeCatalogue(Effects const& effects, std::string const& word);
 
 /// What the traits say, for people: "may change full range", "holds back up to 1 frames"; each goes on a

@@ -21,7 +21,7 @@ constexpr Row s_codes[] = {
     {ExitCode::InputUnreadable, "the input cannot be read"},
     {ExitCode::EffectFailed, "an effect failed, or memory ran out"},
     {ExitCode::OutputFailed, "the output cannot be written"},
-    {ExitCode::Interrupted, "interrupted (SIGTERM 143, SIGHUP 129, SIGQUIT 131); nothing is left behind"},
+    {ExitCode::Interrupted, "interrupted (TERM 143, HUP 129, QUIT 131); nothing is left behind"},
 };
 
 template <class E>
