@@ -123,7 +123,7 @@ TEST_F(ListTool, WordsFindEffectsByNameThenKeyThenHelp) {
     EXPECT_EQ(find("transpos"), "transpose ");
     EXPECT_EQ(find("brightness"), "color-balance ");
     EXPECT_EQ(find("exposure"), "color-balance ");
-    EXPECT_EQ(find("mirrors"), "flip ");
+    EXPECT_EQ(find("mirrors"), "flip display-matrix ");
 }
 
 TEST_F(ListTool, OutputThatCannotBeWritten) {
