@@ -142,6 +142,8 @@ void VideoEncoder::Send(WorkedFrame const& worked) {
         frame = Convert(*frame);
     frame->format = static_cast<int>(m_picture.format);
     frame->pict_type = AV_PICTURE_TYPE_NONE; // the encoder's own choice, not that of the input's encoder
+    // Encoders with a quantizer scale read it from each picture.
+    frame->quality = m_context->global_quality;
     // The caller has dealt with the orientation; a tag beside it would turn the picture twice.
     av_frame_remove_side_data(frame.Get(), AV_FRAME_DATA_DISPLAYMATRIX);
     Proc::SetFrameColorSpace(*frame, m_picture.space);

@@ -9,7 +9,9 @@
 #include "RunFixture.h"
 #include "Support/Planes.h"
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 extern "C" {
@@ -114,11 +116,15 @@ std::vector<AVCodec const*> ListQuickEncoders() {
     return encoders;
 }
 
-/// What the encoder makes of three such pictures; nothing where it does not open.
-std::vector<std::string> Encode(AVCodec const& encoder, AVFrame const& frame,
+using Frames = std::array<AVFrame const*, 3>;
+
+/// What the encoder makes of the pictures; nothing where it does not open.
+std::vector<std::string> Encode(AVCodec const& encoder, Frames const& frames,
                                 Media::Quality quality = Media::Quality::VisuallyLossless) {
-    SP<Proc::IDataVideo> const data =
-        MakeSP<Proc::DataVideoFF>(Proc::SafeFrame::Reference(frame), Proc::GetFrameInfo(frame));
+    std::vector<SP<Proc::IDataVideo>> pictures;
+    for (AVFrame const* const frame : frames)
+        pictures.push_back(
+            MakeSP<Proc::DataVideoFF>(Proc::SafeFrame::Reference(*frame), Proc::GetFrameInfo(*frame)));
     Media::EncoderRequest request;
     request.encoder = &encoder;
     request.quality = quality;
@@ -127,13 +133,13 @@ std::vector<std::string> Encode(AVCodec const& encoder, AVFrame const& frame,
     request.inputRate = {25, 1};
     std::vector<std::string> packets;
     try {
-        Media::VideoEncoder made(request, {data, {0, 1}});
+        Media::VideoEncoder made(request, {pictures[0], {0, 1}});
         auto const receive = [&] {
             while (AVPacket const* const packet = made.Receive())
                 packets.emplace_back(packet->data, packet->data + packet->size);
         };
-        for (std::int64_t i = 0; i < 3; ++i) {
-            made.Send({data, {i, 1}});
+        for (std::size_t i = 0; i < pictures.size(); ++i) {
+            made.Send({pictures[i], {static_cast<std::int64_t>(i), 1}});
             receive();
         }
         made.End();
@@ -142,6 +148,20 @@ std::vector<std::string> Encode(AVCodec const& encoder, AVFrame const& frame,
         packets.clear();
     }
     return packets;
+}
+
+std::vector<std::string> EncodeThrice(AVCodec const& encoder, AVFrame const& frame) {
+    return Encode(encoder, {&frame, &frame, &frame});
+}
+
+/// Deep noise whose samples lie within their depth, as some encoders want it.
+Proc::SafeFrame MakeDeepNoise(Conf::PixFmt format, std::uint32_t width, std::uint32_t height) {
+    Proc::SafeFrame frame = MakeNoise(format, width, height);
+    int const depth = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->format))->comp[0].depth;
+    for (AVBufferRef const* buffer : frame->buf)
+        for (std::size_t i = 1; depth > 8 && buffer != nullptr && i < buffer->size; i += 2)
+            buffer->data[i] &= static_cast<std::uint8_t>((1 << (depth - 8)) - 1);
+    return frame;
 }
 
 /// A piece of a larger picture, as a crop without a copy makes it.
@@ -162,15 +182,15 @@ TEST(EveryEncoder, TakesPicturesHoweverTheyAreStored) {
     av_log_set_level(AV_LOG_QUIET);
     std::size_t opened = 0;
     for (char const* const format : {"yuv420p", "yuv420p10le"}) {
-        Proc::SafeFrame const piece = CutOut(*MakeNoise(ByName(format), 80, 64));
+        Proc::SafeFrame const piece = CutOut(*MakeDeepNoise(ByName(format), 80, 80));
         for (AVCodec const* const encoder : ListQuickEncoders()) {
             SCOPED_TRACE(std::string(encoder->name) + " " + format);
-            std::vector<std::string> const wanted = Encode(*encoder, *Proc::MakeRegular(*piece));
+            std::vector<std::string> const wanted = EncodeThrice(*encoder, *Proc::MakeRegular(*piece));
             opened += wanted.empty() ? 0 : 1;
             if (wanted.empty() || encoder->id == AV_CODEC_ID_WRAPPED_AVFRAME)
                 continue;
-            EXPECT_EQ(Encode(*encoder, *piece).size(), wanted.size());
-            EXPECT_EQ(Encode(*encoder, *StoreBottomUp(*piece)), wanted);
+            EXPECT_EQ(EncodeThrice(*encoder, *piece).size(), wanted.size());
+            EXPECT_EQ(EncodeThrice(*encoder, *StoreBottomUp(*piece)), wanted);
         }
     }
     EXPECT_GT(opened, 60U);
@@ -180,7 +200,17 @@ TEST(EveryEncoder, TakesPicturesHoweverTheyAreStored) {
 // From the table: each level takes more than the one below, and the last loses nothing.
 TEST(EveryEncoder, GetsBiggerWithQuality) {
     av_log_set_level(AV_LOG_QUIET);
-    Proc::SafeFrame const frame = MakeNoise(ByName("yuv420p"), 176, 144);
+    // Pieces of wider and wider noise, of which no two are alike; what is weaker quantizers tell apart.
+    std::array<Proc::SafeFrame, 3> noise;
+    Frames frames{};
+    for (std::size_t i = 0; i < noise.size(); ++i) {
+        noise[i] = MakeNoise(ByName("yuv420p"), 176 + 64 * static_cast<std::uint32_t>(i), 144);
+        noise[i]->width = 176;
+        for (AVBufferRef const* buffer : noise[i]->buf)
+            for (std::size_t at = 0; buffer != nullptr && at < buffer->size; ++at)
+                buffer->data[at] = static_cast<std::uint8_t>(96 + buffer->data[at] / 4);
+        frames[i] = noise[i].Get();
+    }
     std::size_t told = 0;
     for (AVCodec const* const encoder : ListQuickEncoders()) {
         if (Media::LosesNothing(*encoder) || !Media::HasQuality(*encoder, Media::Quality::Low))
@@ -191,7 +221,7 @@ TEST(EveryEncoder, GetsBiggerWithQuality) {
             if (!Media::HasQuality(*encoder, quality))
                 continue;
             std::size_t size = 0;
-            for (std::string const& packet : Encode(*encoder, *frame, quality))
+            for (std::string const& packet : Encode(*encoder, frames, quality))
                 size += packet.size();
             if (size == 0)
                 break; // it does not open for such pictures
