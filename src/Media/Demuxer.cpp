@@ -166,6 +166,7 @@ bool Demuxer::Read(AVPacket& packet) {
             break;
         if (error == AVERROR_EOF) {
             m_isWhole = !m_hasJumped;
+            m_endsDamaged = std::exchange(m_lastDamaged, false);
             return false;
         }
         if (error != AVERROR_INVALIDDATA)
@@ -179,7 +180,8 @@ bool Demuxer::Read(AVPacket& packet) {
         }
         ++m_damaged;
     }
-    if ((packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && packet.stream_index != m_picture)
+    m_lastDamaged = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && packet.stream_index != m_picture;
+    if (m_lastDamaged)
         ++m_damaged;
     m_ends.Add(*m_context, packet);
     if (m_isBroadcast)
@@ -219,13 +221,15 @@ std::vector<std::string> Demuxer::GetNotes() const {
     if (m_jumps.GetCount() > 0)
         notes.push_back(fmt::format("{} closed: the input's clock is not continuous.",
                                     CountText(m_jumps.GetCount(), "jump in time")));
-    if (m_damaged > 0)
-        notes.push_back(fmt::format("{} found in the input.", CountText(m_damaged, "damaged packet")));
+    if (std::int64_t const damaged = m_damaged - (m_endsDamaged ? 1 : 0); damaged > 0)
+        notes.push_back(fmt::format("{} found in the input.", CountText(damaged, "damaged packet")));
     if (m_brokeOff)
         notes.emplace_back("The input breaks off: its end is unreadable.");
-    if (m_isWhole)
-        for (std::string& note : m_ends.Describe())
-            notes.push_back(std::move(note));
+    auto ends = m_isWhole ? m_ends.Describe() : std::vector<std::string>();
+    if (ends.empty() && m_endsDamaged)
+        notes.emplace_back("The input breaks off: its last packet is not whole.");
+    for (std::string& note : ends)
+        notes.push_back(std::move(note));
     return notes;
 }
 

@@ -76,6 +76,9 @@ private:
     std::int64_t m_clockStart = 0;
     ClockJumps m_jumps;
     std::int64_t m_damaged = 0;
+    /// The packet read last; and the last one of all.
+    bool m_lastDamaged = false;
+    bool m_endsDamaged = false;
     bool m_brokeOff = false;
     StatedEnds m_ends;
     /// All was read, from the start on.

@@ -123,13 +123,13 @@ TEST_F(Input, ThatBreaksOffIsTold) {
         {"late.mkv", film + "-c:a aac -output_ts_offset 3", breaksOff},
         {"live.mkv", film + "-c:a aac -live 1", ""},
         {"in.avi", s_pictures + s_sound + "-c:v mpeg4 -c:a libmp3lame -q:a 4", breaksOff},
-        {"in.wav", tone, breaksOff},
+        {"in.wav", tone, "The input breaks off: its last packet is not whole."}, // it states no length
         {"in.flac", tone, breaksOff},
         {"xing.mp3", tone + "-q:a 4", breaksOff},
         {"plain.mp3", tone + "-b:a 128k -write_xing 0", ""},
         {"variable.mp3", tone + "-q:a 4 -write_xing 0", ""},
         {"in.m4a", tone + "-c:a aac -movflags faststart", breaksOff},
-        {"in.ogg", tone, ""},
+        {"in.ogg", "-f lavfi -i anoisesrc=d=8:r=44100", ""},
         {"in.ts", film + "-c:a aac", ""},
         {"in.jpg", "-f lavfi -i testsrc2=s=320x240:d=0.04", "The picture is damaged .*"},
     };
