@@ -68,6 +68,7 @@ constexpr ContainerTraits s_containers[] = {
      .textEncoder = "mov_text",
      .covers = Covers::Streams,
      .isMovFamily = true,
+     .numbersLanguages = true,
      .knowsRawByTag = true,
      .plainRawFormats = "yuyv422 rgb24 bgr24 uyvy422 argb rgba abgr bgra gray16be rgb48be rgb565be rgb565le "
                         "rgb555be rgb555le"},
@@ -147,8 +148,13 @@ constexpr ContainerTraits s_containers[] = {
      .knownCodecs = s_knownInTransportStreams,
      .losesChapters = true,
      .hasStreamIds = true},
-    {.name = "ogg", .audioEncoders = {"libvorbis", "flac"}, .audioExtensions = ".ogg ", .countsFrames = true},
-    {.name = "ogv", .countsFrames = true, .losesChapters = true},
+    {.name = "ogg",
+     .audioEncoders = {"libvorbis", "flac"},
+     .audioExtensions = ".ogg ",
+     .countsFrames = true,
+     .chapterCodec = AV_CODEC_ID_OPUS},
+    {.name = "oga", .chapterCodec = AV_CODEC_ID_OPUS},
+    {.name = "ogv", .countsFrames = true, .chapterCodec = AV_CODEC_ID_OPUS},
     {.name = "asf", .audioExtensions = ".wma "},
     {.name = "dv",
      .countsFrames = true,
@@ -180,7 +186,7 @@ constexpr ContainerTraits s_containers[] = {
     {.name = "apng", .takesOwnCodecOnly = true, .losesTitle = true, .losesChapters = true},
     {.name = "image2", .isStill = true},
     {.name = "webp", .isStill = true},
-    {.name = "yuv4mpegpipe", .losesTitle = true, .losesChapters = true},
+    {.name = "yuv4mpegpipe", .losesTitle = true, .losesChapters = true, .keepsNoTimes = true},
     {.name = "ivf", .losesTitle = true, .losesChapters = true},
     {.name = "hls", .isManyFiles = true},
     {.name = "dash", .isManyFiles = true},
@@ -253,6 +259,10 @@ bool IsKnownIn(AVOutputFormat const& format, int codec) noexcept {
     bool const isListed =
         std::ranges::any_of(traits.knownCodecs, [&](int known) { return kind(known) == kind(codec); });
     return !isListed || std::ranges::find(traits.knownCodecs, codec) != traits.knownCodecs.end();
+}
+
+bool KeepsTimes(AVOutputFormat const& format) noexcept {
+    return (format.flags & AVFMT_NOTIMESTAMPS) == 0 && !GetTraits(format).keepsNoTimes;
 }
 
 AVOutputFormat const& GetStillFormat() {

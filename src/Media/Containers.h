@@ -61,6 +61,12 @@ struct ContainerTraits {
     /// It has no place for the title of the whole, and none for chapters.
     bool losesTitle = false;
     bool losesChapters = false;
+    /// Chapters stand beside streams of this codec (AVCodecID) only; 0: of any.
+    int chapterCodec = 0;
+    /// It numbers languages, of which QuickTime's list knows each by one code only.
+    bool numbersLanguages = false;
+    /// It keeps no times, and FFmpeg does not say so.
+    bool keepsNoTimes = false;
     /// The numbers of its streams mean something to players.
     bool hasStreamIds = false;
     /// Raw pictures are known by a tag, and without one by the bits of a pixel; then these formats (by name,
@@ -91,6 +97,9 @@ std::span<ContainerTraits const> ListTraits() noexcept;
 
 /// Whether players know the codec, an AVCodecID, in files of the container.
 bool IsKnownIn(AVOutputFormat const& format, int codec) noexcept;
+
+/// Whether its files say when pictures are shown.
+bool KeepsTimes(AVOutputFormat const& format) noexcept;
 
 /// The codec, an AVCodecID, that an image file's extension stands for; that of no codec for others.
 int GetStillCodec(std::filesystem::path const& output);

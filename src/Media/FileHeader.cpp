@@ -52,4 +52,8 @@ bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameter
     return TryHeader(*made) >= 0;
 }
 
+bool TakesAlone(AVOutputFormat const& format, AVStream const& stream) {
+    return TakesAlone(format, *stream.codecpar, stream.time_base, stream.avg_frame_rate);
+}
+
 } // namespace Tarsel::Media

@@ -7,6 +7,7 @@ extern "C" {
 struct AVCodecParameters;
 struct AVFormatContext;
 struct AVOutputFormat;
+struct AVStream;
 
 namespace Tarsel::Media {
 
@@ -22,5 +23,7 @@ int TryHeader(AVFormatContext& context);
 /// MemoryException.
 bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameters, AVRational timeBase,
                 AVRational frameRate);
+/// A stream of an input, as it is.
+bool TakesAlone(AVOutputFormat const& format, AVStream const& stream);
 
 } // namespace Tarsel::Media

@@ -1,6 +1,7 @@
 #include "Media/Muxer.h"
 
 #include "Core/Throw.h"
+#include "Media/Containers.h"
 #include "Media/FFmpegRatio.h"
 #include "Media/FileHeader.h"
 #include "Media/InputStreams.h"
@@ -159,7 +160,7 @@ std::vector<std::string> Muxer::GetNotes() const {
     if (m_input.picture < 0)
         return notes;
     auto const picture = static_cast<std::size_t>(m_input.picture);
-    if (m_tracks[picture].isRounded && (m_streams.context->oformat->flags & AVFMT_NOTIMESTAMPS) == 0) {
+    if (m_tracks[picture].isRounded && KeepsTimes(*m_streams.context->oformat)) {
         AVRational const tick = m_streams.context->streams[m_streams.indexes[picture]]->time_base;
         notes.push_back(fmt::format("The container {} counts in {}/{} s; picture times were rounded to that.",
                                     m_streams.context->oformat->name, tick.num, tick.den));

@@ -104,8 +104,8 @@ void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutput
     CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
     RemoveEncodingKeys(&to.metadata);
     to.disposition = from.disposition;
-    bool const countsFrames = (GetTraits(format).countsFrames || (format.flags & AVFMT_NOTIMESTAMPS) != 0) &&
-                              context.framerate.num > 0;
+    bool const countsFrames =
+        (GetTraits(format).countsFrames || !KeepsTimes(format)) && context.framerate.num > 0;
     to.time_base = countsFrames ? av_inv_q(context.framerate) : ToAV(encoder.GetTimeBase());
     to.sample_aspect_ratio = context.sample_aspect_ratio;
     // A rate that was only measured over changing durations would be written as every picture's duration.
@@ -189,6 +189,21 @@ int ChooseCompliance(AVOutputFormat const& format, StreamEncoders const& encoder
     return isRaw && GetTraits(format).knowsRawByTag ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
 }
 
+/// The code of the stream's language by which QuickTime's list knows it.
+void FitLanguage(AVStream& stream) {
+    static constexpr char const* codes[][2] = {{"cze", "ces"}, {"cym", "wel"}, {"deu", "ger"}, {"ell", "gre"},
+                                               {"eus", "baq"}, {"bod", "tib"}, {"fas", "per"}, {"fre", "fra"},
+                                               {"hye", "arm"}, {"isl", "ice"}, {"kat", "geo"}, {"mkd", "mac"},
+                                               {"msa", "may"}, {"mya", "bur"}, {"nld", "dut"}, {"rum", "ron"},
+                                               {"slo", "slk"}, {"sqi", "alb"}, {"zho", "chi"}};
+    AVDictionaryEntry const* const language = av_dict_get(stream.metadata, "language", nullptr, 0);
+    for (auto const& [other, known] : codes)
+        if (language != nullptr && std::string_view(language->value) == other) {
+            CheckCopied(av_dict_set(&stream.metadata, "language", known, 0));
+            return;
+        }
+}
+
 OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
                     Selection const& selection) {
     AVFormatContext const& from = *input.context;
@@ -215,6 +230,8 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Str
             DescribeConvertedText(source, *encoders.texts[i], stream);
         else
             DescribeCopied(source, format, stream);
+        if (GetTraits(format).numbersLanguages)
+            FitLanguage(stream);
         stream.id = keepsIds ? source.id : 0;
     }
     CopyChapters(from, *context);
@@ -313,14 +330,21 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
 }
 
 /// What the input says that the container has no place for.
-std::vector<std::string> DescribeLostWords(AVOutputFormat const& format, AVFormatContext const& from) {
+std::vector<std::string> DescribeLostWords(AVFormatContext const& from, AVFormatContext const& to) {
     std::vector<std::string> notes;
+    AVOutputFormat const& format = *to.oformat;
     ContainerTraits const& traits = GetTraits(format);
+    bool const keepsChapters =
+        !traits.losesChapters &&
+        (traits.chapterCodec == 0 ||
+         std::any_of(to.streams, to.streams + to.nb_streams, [&](AVStream const* stream) {
+             return static_cast<int>(stream->codecpar->codec_id) == traits.chapterCodec;
+         }));
     AVDictionaryEntry const* const title = av_dict_get(from.metadata, "title", nullptr, 0);
     if (traits.losesTitle && title != nullptr)
         notes.push_back(fmt::format("The title \"{}\" was left out: the container {} has no place for it.",
                                     title->value, format.name));
-    if (traits.losesChapters && from.nb_chapters > 0)
+    if (!keepsChapters && from.nb_chapters > 0)
         notes.push_back(
             fmt::format("The chapters were left out: the container {} has no place for them.", format.name));
     return notes;
@@ -336,7 +360,7 @@ OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const
     for (unsigned i = 0; i < from.nb_streams; ++i)
         if (!selection[i] && !IsMadeAnew(from, *from.streams[i], format))
             result.notes.push_back(LeftOutText(*from.streams[i], format));
-    for (std::string& note : DescribeLostWords(format, from))
+    for (std::string& note : DescribeLostWords(from, *result.context))
         result.notes.push_back(std::move(note));
     return result;
 }

@@ -202,7 +202,7 @@ void Job::KeepCodec() {
     AVCodec const* same = nullptr;
     if (input.IsCover() && !m_container.isStill && m_options.videoEncoder.empty())
         same = avcodec_find_encoder(codec);
-    else if (m_plan.MayKeepCodec() && !input.IsStill())
+    else if (m_plan.MayKeepCodec() && !input.IsStill() && TakesAlone(*m_container.format, input.GetPicture()))
         same = FindSameEncoder(m_container, m_options.output, codec, m_info.format, m_options.quality);
     if (same != nullptr && !input.IsCover())
         m_usualEncoder = m_encoder;
@@ -225,18 +225,15 @@ std::string Job::DescribeCopyObstacle(Demuxer const& input) const {
     AVOutputFormat const& format = *m_container.format;
     AVStream const& picture = input.GetPicture();
     AVCodecID const codec = picture.codecpar->codec_id;
-    bool const canHold =
-        input.IsCover() && !m_container.isStill
-            ? GetTraits(format).covers != Covers::None
-            : CanHold(m_container, m_options.output, codec) &&
-                  TakesAlone(format, *picture.codecpar, picture.time_base, picture.avg_frame_rate);
+    bool const canHold = input.IsCover() && !m_container.isStill
+                             ? GetTraits(format).covers != Covers::None
+                             : CanHold(m_container, m_options.output, codec) && TakesAlone(format, picture);
     if (!canHold || WantsStartCodes(format, *picture.codecpar))
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
     if (m_info.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill &&
         !GetTraits(format).isMovFamily)
         return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
-    bool const needsTimes =
-        (format.flags & AVFMT_NOTIMESTAMPS) == 0 && m_streams.container != format.name && !input.IsStill();
+    bool const needsTimes = KeepsTimes(format) && m_streams.container != format.name && !input.IsStill();
     return needsTimes && m_source != nullptr && !m_source->HasPacketTimes()
                ? "the input does not say when they are shown"
                : std::string();

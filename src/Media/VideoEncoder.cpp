@@ -90,8 +90,7 @@ void VideoEncoder::Open(EncoderRequest const& request) {
         context.strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL; // for rates below those of television
     }
     // Where the file keeps no times the stream's own unit of time is taken for the rate.
-    m_countsFrames =
-        !request.isStill && m_frameRate.numerator > 0 && (request.container->flags & AVFMT_NOTIMESTAMPS) != 0;
+    m_countsFrames = !request.isStill && m_frameRate.numerator > 0 && !KeepsTimes(*request.container);
     Ratio const tick = m_countsFrames ? Ratio{m_frameRate.denominator, m_frameRate.numerator} : m_timeBase;
     context.time_base = ToAV(ChooseEncoderTimeBase(request.encoder->id, tick, m_frameRate));
     context.framerate = ToAV(m_frameRate);
