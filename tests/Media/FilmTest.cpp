@@ -194,7 +194,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 // What the container cannot hold is left out and told, and the rest comes through.
 TEST_F(Film, StreamsThatDoNotFitAreLeftOut) {
-    MakeRich("in.mkv", "ass");
+    Make(File("in.mkv"), "-i " + MakeRich("rich.mkv", "ass").string() + " -map 0 -c copy -attach " +
+                             File("subtitles.srt").string() +
+                             " -metadata:s:t mimetype=application/x-truetype-font");
     Make(File("plain.ts"), s_pictures + s_sound + s_bFrames + "-c:a mp2");
     Remux(File("plain.ts"), File("in.ts"), [](AVFormatContext& context) {
         AVStream& data = *avformat_new_stream(&context, nullptr);
@@ -203,7 +205,9 @@ TEST_F(Film, StreamsThatDoNotFitAreLeftOut) {
     });
     Media::RunResult const fromMatroska = Media::Run(Lossless("in.mkv", "subtitles.mp4"));
     EXPECT_THAT(fromMatroska.notes,
-                ElementsAre("Stream 3 (subtitle, ass) was left out: the container mp4 cannot take it."));
+                testing::UnorderedElementsAre(
+                    "Subtitles were converted from ass to mov_text.",
+                    "Stream 4 (attachment, ttf) was left out: the container mp4 cannot take it."));
     EXPECT_EQ(ReadMedia(File("subtitles.mp4")).Of("audio").size(), 2U);
     Media::RunResult const fromBroadcast = Media::Run(Lossless("in.ts", "data.mp4"));
     EXPECT_THAT(fromBroadcast.notes,
