@@ -166,7 +166,7 @@ bool Demuxer::Read(AVPacket& packet) {
             break;
         if (error == AVERROR_EOF) {
             m_isWhole = !m_hasJumped;
-            m_endsDamaged = std::exchange(m_lastDamaged, false);
+            m_endsDamaged = m_lastDamaged;
             return false;
         }
         if (error != AVERROR_INVALIDDATA)
