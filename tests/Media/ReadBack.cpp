@@ -75,12 +75,6 @@ Struct const* GetAs(AVStream const& stream, AVPacketSideDataType type) {
     return data.size() >= sizeof(Struct) ? reinterpret_cast<Struct const*>(data.data()) : nullptr;
 }
 
-template <class Struct>
-Struct const* GetAs(AVFrame const& frame, AVFrameSideDataType type) {
-    AVFrameSideData const* const data = av_frame_get_side_data(&frame, type);
-    return data != nullptr ? reinterpret_cast<Struct const*>(data->data) : nullptr;
-}
-
 std::string DescribeLight(AVMasteringDisplayMetadata const* display, AVContentLightMetadata const* light) {
     std::ostringstream text;
     text.precision(4);
@@ -118,9 +112,6 @@ void DescribePicture(AVFrame const& frame, AVRational aspect, MediaRecord& recor
                      frame.chroma_location};
     record.brightness = GetBrightness(frame);
     record.fields = Proc::GetFrameFieldOrder(frame);
-    record.lightLevels =
-        DescribeLight(GetAs<AVMasteringDisplayMetadata>(frame, AV_FRAME_DATA_MASTERING_DISPLAY_METADATA),
-                      GetAs<AVContentLightMetadata>(frame, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL));
 }
 
 /// Decodes what the packet gives; null: what is left.

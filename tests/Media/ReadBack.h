@@ -90,8 +90,6 @@ struct MediaRecord {
     std::string aspect;
     ColourRecord colour;
     Proc::FieldOrder fields = Proc::FieldOrder::Progressive;
-    /// Of the first picture itself, as StreamRecord's.
-    std::string lightLevels;
     /// Nominal, "30000/1001".
     std::string rate;
     /// Mean of the first plane's bytes.
