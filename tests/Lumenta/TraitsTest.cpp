@@ -144,7 +144,7 @@ Kept KeptAlpha(IDataVideo const& in, IDataVideo const& out) {
 
 std::size_t CountDifferent(Samples samples) {
     std::ranges::sort(samples);
-    return static_cast<std::size_t>(std::ranges::unique(samples).begin() - samples.begin());
+    return static_cast<std::size_t>(std::unique(samples.begin(), samples.end()) - samples.begin());
 }
 
 /// The bits below the first 8 have to say something: 8 bits made wider do not.
