@@ -52,64 +52,56 @@ constexpr int s_knownInProgramStreams[] = {AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_M
                                            AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,         AV_CODEC_ID_DTS,
                                            AV_CODEC_ID_PCM_DVD,    AV_CODEC_ID_DVD_SUBTITLE};
 
+/// What rows have in common.
+constexpr ContainerTraits s_movFamily{
+    .name = "", .covers = Covers::Streams, .isMovFamily = true, .knowsRawByTag = true};
+constexpr ContainerTraits s_programStream{
+    .name = "", .knownCodecs = s_knownInProgramStreams, .losesTitle = true, .losesChapters = true};
+constexpr ContainerTraits s_broadcast{
+    .name = "", .countsFrames = true, .startsAudioAtZero = true, .losesTitle = true, .losesChapters = true};
+
+/// A row like another but for what `change` does to it.
+template <class Change>
+constexpr ContainerTraits Like(ContainerTraits row, std::string_view name, Change const& change) {
+    row.name = name;
+    change(row);
+    return row;
+}
+constexpr ContainerTraits Like(ContainerTraits row, std::string_view name) {
+    row.name = name;
+    return row;
+}
+
+/// What phones and players make of films in files of the family.
+constexpr ContainerTraits s_movFilms = Like(s_movFamily, "", [](ContainerTraits& row) {
+    row.pictureEncoders = {"libx264", "mpeg4"};
+    row.audioEncoders = {"aac"};
+    row.textEncoder = "mov_text";
+});
+
 constexpr ContainerTraits s_containers[] = {
-    {.name = "mp4",
-     .pictureEncoders = {"libx264", "mpeg4"},
-     .audioEncoders = {"aac"},
-     .textEncoder = "mov_text",
-     .knownCodecs = s_knownInMp4,
-     .covers = Covers::Streams,
-     .isMovFamily = true,
-     .saysRange = true,
-     .knowsRawByTag = true},
-    {.name = "mov",
-     .pictureEncoders = {"libx264", "mpeg4"},
-     .audioEncoders = {"aac"},
-     .textEncoder = "mov_text",
-     .covers = Covers::Streams,
-     .isMovFamily = true,
-     .numbersLanguages = true,
-     .knowsRawByTag = true,
-     .plainRawFormats = "yuyv422 rgb24 bgr24 uyvy422 argb rgba abgr bgra gray16be rgb48be rgb565be rgb565le "
-                        "rgb555be rgb555le"},
-    {.name = "ipod",
-     .pictureEncoders = {"libx264", "mpeg4"},
-     .audioEncoders = {"aac"},
-     .textEncoder = "mov_text",
-     .covers = Covers::Streams,
-     .audioExtensions = ".m4a .m4b ",
-     .isMovFamily = true,
-     .knowsRawByTag = true},
-    {.name = "3gp",
-     .pictureEncoders = {"libx264", "mpeg4"},
-     .audioEncoders = {"aac"},
-     .textEncoder = "mov_text",
-     .covers = Covers::Streams,
-     .isMovFamily = true,
-     .knowsRawByTag = true},
-    {.name = "3g2",
-     .pictureEncoders = {"libx264", "mpeg4"},
-     .audioEncoders = {"aac"},
-     .textEncoder = "mov_text",
-     .covers = Covers::Streams,
-     .isMovFamily = true,
-     .knowsRawByTag = true},
-    {.name = "psp",
-     .textEncoder = "mov_text",
-     .covers = Covers::Streams,
-     .isMovFamily = true,
-     .knowsRawByTag = true},
-    {.name = "ismv",
-     .knownCodecs = s_knownInSmoothStreams,
-     .covers = Covers::Streams,
-     .isMovFamily = true,
-     .knowsRawByTag = true},
-    {.name = "f4v",
-     .pictureEncoders = {"libx264"},
-     .audioEncoders = {"aac"},
-     .covers = Covers::Streams,
-     .isMovFamily = true,
-     .knowsRawByTag = true},
+    Like(s_movFilms, "mp4",
+         [](ContainerTraits& row) {
+             row.knownCodecs = s_knownInMp4;
+             row.saysRange = true;
+         }),
+    Like(s_movFilms, "mov",
+         [](ContainerTraits& row) {
+             row.numbersLanguages = true;
+             row.plainRawFormats =
+                 "yuyv422 rgb24 bgr24 uyvy422 argb rgba abgr bgra gray16be rgb48be rgb565be "
+                 "rgb565le rgb555be rgb555le";
+         }),
+    Like(s_movFilms, "ipod", [](ContainerTraits& row) { row.audioExtensions = ".m4a .m4b "; }),
+    Like(s_movFilms, "3gp"),
+    Like(s_movFilms, "3g2"),
+    Like(s_movFamily, "psp", [](ContainerTraits& row) { row.textEncoder = "mov_text"; }),
+    Like(s_movFamily, "ismv", [](ContainerTraits& row) { row.knownCodecs = s_knownInSmoothStreams; }),
+    Like(s_movFamily, "f4v",
+         [](ContainerTraits& row) {
+             row.pictureEncoders = {"libx264"};
+             row.audioEncoders = {"aac"};
+         }),
     {.name = "matroska",
      .pictureEncoders = {"libx264", "mpeg4"},
      .audioEncoders = {"aac"},
@@ -133,15 +125,14 @@ constexpr ContainerTraits s_containers[] = {
      .plainRawFormats = "yuv420p yuyv422 bgr24 yuv422p yuv410p yuv411p gray uyvy422 nv12 nv21 rgba bgra "
                         "rgb555le yvyu422 pal8"},
     {.name = "flv", .pictureEncoders = {"libx264", "flv"}, .audioEncoders = {"aac"}, .losesChapters = true},
-    {.name = "mpeg",
-     .pictureEncoders = {"mpeg2video", "mpeg1video"},
-     .knownCodecs = s_knownInProgramStreams,
-     .losesTitle = true,
-     .losesChapters = true},
-    {.name = "vcd", .knownCodecs = s_knownInProgramStreams, .losesTitle = true, .losesChapters = true},
-    {.name = "svcd", .knownCodecs = s_knownInProgramStreams, .losesTitle = true, .losesChapters = true},
-    {.name = "dvd", .knownCodecs = s_knownInProgramStreams, .losesTitle = true, .losesChapters = true},
-    {.name = "vob", .knownCodecs = s_knownInProgramStreams, .losesTitle = true, .losesChapters = true},
+    Like(s_programStream, "mpeg",
+         [](ContainerTraits& row) {
+             row.pictureEncoders = {"mpeg2video", "mpeg1video"};
+         }),
+    Like(s_programStream, "vcd"),
+    Like(s_programStream, "svcd"),
+    Like(s_programStream, "dvd"),
+    Like(s_programStream, "vob"),
     {.name = "mpegts",
      .pictureEncoders = {"libx264", "mpeg2video"},
      .audioEncoders = {"aac"},
@@ -156,26 +147,10 @@ constexpr ContainerTraits s_containers[] = {
     {.name = "oga", .chapterCodec = AV_CODEC_ID_OPUS},
     {.name = "ogv", .countsFrames = true, .chapterCodec = AV_CODEC_ID_OPUS},
     {.name = "asf", .audioExtensions = ".wma "},
-    {.name = "dv",
-     .countsFrames = true,
-     .startsAudioAtZero = true,
-     .losesTitle = true,
-     .losesChapters = true},
-    {.name = "gxf",
-     .countsFrames = true,
-     .startsAudioAtZero = true,
-     .losesTitle = true,
-     .losesChapters = true},
-    {.name = "mxf",
-     .countsFrames = true,
-     .startsAudioAtZero = true,
-     .losesTitle = true,
-     .losesChapters = true},
-    {.name = "mxf_opatom",
-     .countsFrames = true,
-     .startsAudioAtZero = true,
-     .losesTitle = true,
-     .losesChapters = true},
+    Like(s_broadcast, "dv"),
+    Like(s_broadcast, "gxf"),
+    Like(s_broadcast, "mxf"),
+    Like(s_broadcast, "mxf_opatom"),
     {.name = "mp3", .covers = Covers::Only},
     {.name = "flac", .covers = Covers::Only, .losesChapters = true},
     {.name = "aiff", .covers = Covers::Only, .isPlainAudio = true, .losesChapters = true},
