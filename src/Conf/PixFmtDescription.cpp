@@ -245,9 +245,9 @@ std::string GetLossText(int loss) {
     } names[] = {{FF_LOSS_ALPHA, "alpha"},
                  {FF_LOSS_DEPTH, "depth"},
                  {FF_LOSS_RESOLUTION, "chroma resolution"},
-                 {FF_LOSS_CHROMA, "colour"},
-                 {FF_LOSS_COLORSPACE, "colour space"},
-                 {FF_LOSS_COLORQUANT, "colours beyond the palette"}};
+                 {FF_LOSS_CHROMA, "color"},
+                 {FF_LOSS_COLORSPACE, "color space"},
+                 {FF_LOSS_COLORQUANT, "colors beyond the palette"}};
     std::vector<std::string_view> lost;
     for (auto const& row : names)
         if ((loss & row.bit) != 0)

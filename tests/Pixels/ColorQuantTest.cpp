@@ -219,20 +219,20 @@ TEST(ColorQuant, Refusals) {
 
     for (int const colours : {0, -1, 256, INT_MIN, INT_MAX})
         EXPECT_EQ(refusalOf(*in, *out, colours),
-                  "Cannot quantise to " + std::to_string(colours) + " colours: the range is 1 to 255");
+                  "Cannot quantize to " + std::to_string(colours) + " colors: the range is 1 to 255");
     in->width = 4;
     in->height = 2;
-    EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantise 4x3 pixels: the input frame has 4x2");
+    EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantize 4x3 pixels: the input frame has 4x2");
     in->height = 3;
     out->width = 3;
     out->height = 3;
-    EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantise 4x3 pixels: the output frame has 3x3");
+    EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantize 4x3 pixels: the output frame has 3x3");
     out->width = 4;
     out->data[1] = nullptr;
-    EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantise: the output frame has no plane 1");
+    EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantize: the output frame has no plane 1");
     out->data[1] = palette.data();
     in->data[0] = nullptr;
-    EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantise: the input frame has no plane 0");
+    EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantize: the input frame has no plane 0");
     in->data[0] = pixels.data();
     EXPECT_EQ(pixels, pixelsBefore);
     EXPECT_EQ(palette, Bytes(1024, s_untouched));

@@ -28,7 +28,7 @@ TEST_F(ExplainTool, TellsWhoseWorkEachStepIsAndWhatItMakes) {
                             "  filter: transpose=clock_flip\n"
                             "  output: 641x480 rgb24\n"
                             "step 6 (pixel-format)\n"
-                            "  own work: rgb24 -> gray; lost: colour, colour space\n"
+                            "  own work: rgb24 -> gray; lost: color, color space\n"
                             "  output: 641x480 gray\n"
                             "output: 641x480 gray\n");
 

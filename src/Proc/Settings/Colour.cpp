@@ -189,7 +189,7 @@ constexpr std::array s_colorBalanceFields{
         .minimum = -180,
         .maximum = 180,
         .unit = "degrees",
-        .help = "turns the colours",
+        .help = "turns the colors",
     }),
 };
 constexpr SettingsTable s_colorBalance = MakeTable(

@@ -140,7 +140,7 @@ std::string GetRangeText(Field const& field) {
     case FieldKind::Text:
         return "any text";
     case FieldKind::Color:
-        return "#rrggbb, #rrggbbaa or the name of a colour";
+        return "#rrggbb, #rrggbbaa or the name of a color";
     case FieldKind::PixelFormat:
         return "a pixel format such as yuv420p, or none";
     case FieldKind::ChannelLayout:

@@ -22,7 +22,7 @@ std::string_view GetNoneOf(FieldKind kind) noexcept {
     case FieldKind::Text:
         return "no text";
     case FieldKind::Color:
-        return "no colour";
+        return "no color";
     case FieldKind::PixelFormat:
         return "no pixel format";
     case FieldKind::ChannelLayout:

@@ -24,24 +24,24 @@ constexpr std::array s_converterFields{
     MakeField<&Converter::background>({
         .key = "background",
         .initial = Conf::PixColor{},
-        .help = "colour that shows through where alpha is lost",
+        .help = "color that shows through where alpha is lost",
     }),
     MakeField<&Converter::refuseLoss>({
         .key = "refuse-loss",
         .initial = false,
-        .help = "fail rather than lose depth, resolution, colour or alpha",
+        .help = "fail rather than lose depth, resolution, color or alpha",
     }),
     MakeField<&Converter::colours>({
         .key = "colours",
         .initial = 255,
         .minimum = 1,
         .maximum = 255,
-        .help = "colours of a palette, at most; black is in it besides",
+        .help = "colors of a palette, at most; black is in it besides",
     }),
     MakeField<&Converter::dither>({
         .key = "dither",
         .initial = false,
-        .help = "spread the error of a palette over the neighbouring pixels",
+        .help = "spread the error of a palette over the neighboring pixels",
     }),
     MakeField<&Converter::accurate>({
         .key = "accurate",
@@ -58,7 +58,7 @@ constexpr double s_maxSide = 16384;
 constexpr std::array s_fits{
     FieldWord("stretch", Resizer::Fit::Stretch, "distort the picture to exactly that size"),
     FieldWord("inside", Resizer::Fit::Inside, "as large as fits; one side may come out smaller"),
-    FieldWord("pad", Resizer::Fit::Pad, "as large as fits, with bars of the background colour"),
+    FieldWord("pad", Resizer::Fit::Pad, "as large as fits, with bars of the background color"),
     FieldWord("crop", Resizer::Fit::Crop, "fill that size and cut off what reaches out"),
 };
 constexpr std::array s_scalers{
@@ -102,7 +102,7 @@ constexpr std::array s_resizerFields{
     MakeField<&Resizer::background>({
         .key = "background",
         .initial = Conf::PixColor{},
-        .help = "colour of the bars, for fit=pad",
+        .help = "color of the bars, for fit=pad",
     }),
 };
 constexpr SettingsTable s_resizer =

@@ -57,7 +57,7 @@ constexpr std::array s_rotateFields{
     MakeField<&Rotate::fillColor>({
         .key = "fill",
         .initial = Conf::PixColor{},
-        .help = "colour of the area that the turned picture leaves free",
+        .help = "color of the area that the turned picture leaves free",
     }),
 };
 std::string FindConflict(Rotate const& rotate) {

@@ -11,8 +11,8 @@ namespace {
 using EdgeDetect = SettingsEffectEdgeDetect;
 constexpr std::array s_edgeModes{
     FieldWord("default", EdgeDetect::Mode::Default, "the filter's own: wires"),
-    FieldWord("wires", EdgeDetect::Mode::Wires, "white and grey wires on black"),
-    FieldWord("colormix", EdgeDetect::Mode::ColorMix, "mixed with the colours: like a painting"),
+    FieldWord("wires", EdgeDetect::Mode::Wires, "white and gray wires on black"),
+    FieldWord("colormix", EdgeDetect::Mode::ColorMix, "mixed with the colors: like a painting"),
 };
 constexpr std::array s_edgeDetectFields{
     MakeField<&EdgeDetect::mode>({
@@ -177,7 +177,7 @@ constexpr std::array s_borderFields{
     MakeFraction<&Border::rightFraction>("right-fraction", "right side, for every other type"),
     MakeFraction<&Border::topFraction>("top-fraction", "top side, for every other type"),
     MakeFraction<&Border::bottomFraction>("bottom-fraction", "bottom side, for every other type"),
-    MakeField<&Border::color>({.key = "color", .initial = Conf::PixColor{}, .help = "colour of the border"}),
+    MakeField<&Border::color>({.key = "color", .initial = Conf::PixColor{}, .help = "color of the border"}),
 };
 constexpr SettingsTable s_border =
     MakeTable("border", s_borderFields, "frame margin padding pad bars letterbox pillarbox canvas");

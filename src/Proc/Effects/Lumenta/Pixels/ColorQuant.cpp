@@ -35,7 +35,7 @@ constexpr int s_maxColours = 255;
 
 void CheckPlane(AVFrame const& frame, char const* name, int plane) {
     if (frame.data[plane] == nullptr)
-        Refuse(fmt::format("Cannot quantise: the {} frame has no plane {}", name, plane));
+        Refuse(fmt::format("Cannot quantize: the {} frame has no plane {}", name, plane));
 }
 
 /// A frame without a size of its own is taken at the caller's word.
@@ -43,7 +43,7 @@ void CheckPixels(AVFrame const& frame, char const* name, Conf::FrameInfo const& 
     bool const isSized = frame.width > 0 && frame.height > 0;
     if (isSized && (static_cast<std::uint32_t>(frame.width) < size.width ||
                     static_cast<std::uint32_t>(frame.height) < size.height))
-        Refuse(fmt::format("Cannot quantise {}x{} pixels: the {} frame has {}x{}", size.width, size.height,
+        Refuse(fmt::format("Cannot quantize {}x{} pixels: the {} frame has {}x{}", size.width, size.height,
                            name, frame.width, frame.height));
     CheckPlane(frame, name, 0);
 }
@@ -74,7 +74,7 @@ void WritePalette(std::span<Rgb const> palette, std::uint8_t* entry) noexcept {
 bool ColorQuant::Process(AVFrame& in, AVFrame& out, Conf::FrameInfo const& size, int colours, int dither,
                          Conf::PixColor background) {
     if (colours < 1 || colours > s_maxColours)
-        Refuse(fmt::format("Cannot quantise to {} colours: the range is 1 to {}", colours, s_maxColours));
+        Refuse(fmt::format("Cannot quantize to {} colors: the range is 1 to {}", colours, s_maxColours));
     CheckPlane(out, "output", 1);
     if (size.width == 0 || size.height == 0) {
         WritePalette({}, out.data[1]);

@@ -12,7 +12,7 @@ template <>
 struct EffectActions<SettingsEffectBalanceChroma> {
     using SettingsType = SettingsEffectBalanceChroma;
     static constexpr std::string_view s_settingsName = "SettingsEffectBalanceChroma";
-    static constexpr EffectTraits s_traits{.summary = "shifts colours in shadows, midtones and highlights",
+    static constexpr EffectTraits s_traits{.summary = "shifts colors in shadows, midtones and highlights",
                                            .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info);
