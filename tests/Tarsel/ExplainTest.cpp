@@ -5,12 +5,13 @@
 namespace Tarsel::Tools {
 namespace {
 
+using nlohmann::json;
 using ExplainTool = Tool;
 
 TEST_F(ExplainTool, TellsWhoseWorkEachStepIsAndWhatItMakes) {
-    auto const pictures = Run({"explain", "-e", "flip horizontal vertical=yes", "-e", "transpose", "-e",
-                               "stabilizer", "-e", "transpose step=3", "-e", "display-matrix matrix=7", "-e",
-                               "pixel-format formats=gray", "--frame", "641x480:rgb24"});
+    auto const pictures = Run("explain -e 'flip horizontal vertical=yes' -e transpose -e stabilizer "
+                              "-e 'transpose step=3' -e 'display-matrix matrix=7' "
+                              "-e 'pixel-format formats=gray' --frame 641x480:rgb24");
     EXPECT_EQ(pictures.exitCode, 0) << pictures.err;
     EXPECT_EQ(pictures.out, "input: 641x480 rgb24\n"
                             "step 1 (flip)\n"
@@ -32,101 +33,111 @@ TEST_F(ExplainTool, TellsWhoseWorkEachStepIsAndWhatItMakes) {
                             "  output: 641x480 gray\n"
                             "output: 641x480 gray\n");
 
-    auto const audio = Run(
-        {"explain", "-e", "resample rate=44100", "-e", "echo echos=500/0.5", "--audio", "48000:fltp:stereo"});
-    EXPECT_EQ(audio.out, "input: 48000 Hz fltp stereo\n"
-                         "step 1 (resample)\n"
-                         "  own work: 48000 Hz fltp stereo -> 44100 Hz fltp stereo\n"
-                         "  output: 44100 Hz fltp stereo\n"
-                         "step 2 (echo)\n"
-                         "  filter: aecho=in_gain=1:out_gain=1:delays=500.000000:decays=0.500000\n"
-                         "output: 44100 Hz fltp stereo\n");
+    EXPECT_EQ(Run("explain -e 'resample rate=44100' -e 'echo echos=500/0.5' --audio 48000:fltp:5.1").out,
+              "input: 48000 Hz fltp 5.1\n"
+              "step 1 (resample)\n"
+              "  own work: 48000 Hz fltp 5.1 -> 44100 Hz fltp 5.1\n"
+              "  output: 44100 Hz fltp 5.1\n"
+              "step 2 (echo)\n"
+              "  filter: aecho=in_gain=1:out_gain=1:delays=500.000000:decays=0.500000\n"
+              "output: 44100 Hz fltp 5.1\n");
 }
 
 TEST_F(ExplainTool, JsonTellsTheSame) {
-    auto const result = Run({"explain", "-e", "transpose step=1", "-e", "flip", "-e",
-                             "stabilizer detect=1 path=a", "--frame", "720x577:yuva420p:16/15", "--json"});
+    auto const result = Run("explain -e 'transpose step=1' -e flip -e 'stabilizer detect=1 path=a' "
+                            "--frame 720x577:yuva420p:16/15 --json");
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    auto const explained = nlohmann::json::parse(result.out);
-    EXPECT_EQ(explained.at("input"), nlohmann::json::parse(R"(
+    auto const explained = json::parse(result.out);
+    EXPECT_EQ(explained.at("input"), json::parse(R"(
         {"width": 720, "height": 577, "pixelFormat": "yuva420p", "pixelAspect": [16, 15]})"));
-    EXPECT_EQ(explained.at("steps").at(0), nlohmann::json::parse(R"(
+    EXPECT_EQ(explained.at("steps").at(0), json::parse(R"(
         {"effect": "transpose", "work": "filter", "description": "transpose=dir=1", "idle": null,
          "converted": null,
          "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
-    EXPECT_EQ(explained.at("steps").at(1), nlohmann::json::parse(R"(
+    EXPECT_EQ(explained.at("steps").at(1), json::parse(R"(
         {"effect": "flip", "work": "none", "description": "",
          "idle": "does nothing; set horizontal=1 or vertical=1", "converted": null,
          "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
 }
 
-/// Every text that is said to be one of FFmpeg's filters is one: the ffmpeg program takes it.
-TEST_F(ExplainTool, FilterTextsRunInFFmpeg) {
-    auto const listed = nlohmann::json::parse(Run({"list", "--json"}).out);
+/// Every text that is said to be one of FFmpeg's filters is one, and what does nothing is never left without
+/// a cure.
+TEST_F(ExplainTool, FilterTextsRunInFFmpegAndIdleEffectsHaveACure) {
+    auto const listed = json::parse(Run("list --json").out);
     int ran = 0;
+    int idle = 0;
     for (auto const& effect : listed.at("effects")) {
         std::string const id = effect.at("id");
         std::string const kind = effect.at("kind");
         if (kind.starts_with("two-input"))
             continue;
         bool const isAudio = kind == "audio";
-        auto const explain = [&](std::string const& step) {
-            auto const result = Run({"explain", "-e", step, isAudio ? "--audio" : "--frame",
-                                     isAudio ? "48000:fltp:stereo" : "64x48:yuv420p", "--json"});
-            EXPECT_EQ(result.exitCode, 0) << result.err;
-            return nlohmann::json::parse(result.out).at("steps").at(0);
-        };
-        auto const step = explain(id);
+        auto const result =
+            Run("explain -e " + id + (isAudio ? " --audio 48000:fltp:stereo" : " --frame 64x48:yuv420p") +
+                " --json");
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        auto const step = json::parse(result.out).at("steps").at(0);
+        if (step.at("work") == "none") {
+            ++idle;
+            EXPECT_THAT(step.at("idle").get<std::string>(), testing::StartsWith("does nothing; set ")) << id;
+        }
         if (step.at("work") != "filter")
             continue;
         ++ran;
         std::string const source = isAudio ? "sine=duration=0.1,aformat=fltp:48000:stereo,"
                                            : "testsrc2=size=64x48:duration=0.1,format=yuv420p,";
         auto const ffmpeg =
-            RunProcess({"env", "-C", At(""), "ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
+            RunProcess({"ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
                         source + step.at("description").get<std::string>(), "-f", "null", "-"});
         EXPECT_EQ(ffmpeg.exitCode, 0) << id << ": " << step << '\n' << ffmpeg.err;
     }
     EXPECT_GT(ran, 10);
+    EXPECT_GT(idle, 10);
 }
 
 TEST_F(ExplainTool, TellsWhatIsWrong) {
-    std::string const frame = "8x8:yuv420p";
-    struct Case {
-        std::vector<std::string> arguments;
-        int exitCode;
-        std::string error;
+    std::string const noFormat = "explain wants the format that goes in: either --frame or --audio";
+    std::vector<Refusal> refusals{
+        {"explain -e flip -e 'display-matrix matrix=60000/30000/0/-30000/60000/0/0/0/1073741824' "
+         "--frame 8x8:yuv420p",
+         3, "step 2 (display-matrix): Unsupported image rotation"},
+        {"explain -e 'flip horizontal=2' --frame 8x8:yuv420p", 1,
+         "-e \"flip horizontal=2\": flip: horizontal=2 is no flag: 0 or 1"},
+        {"explain -e flap --frame 8x8:yuv420p", 1,
+         "-e \"flap\": There is no effect \"flap\"; the nearest name is \"flip\""},
+        {"explain -e flip", 1, noFormat},
+        {"explain -e flip --frame 8x8:yuv420p --audio 48000:fltp:stereo", 1, noFormat},
+        {"explain -e flip --audio 48000:fltp:stereo", 1,
+         "-e \"flip\": flip works on video input, not on audio"},
+        {"explain --frame 8x8:yuv420p", 1, "--effect is required\nSee \"tarsel explain --help\"."},
     };
-    for (Case const& c : {
-             Case{{"-e", "flip", "-e", "display-matrix matrix=60000/30000/0/-30000/60000/0/0/0/1073741824",
-                   "--frame", frame},
-                  3,
-                  "step 2 (display-matrix): Unsupported image rotation"},
-             Case{{"-e", "flip horizontal=2", "--frame", frame},
-                  1,
-                  "-e \"flip horizontal=2\": flip: horizontal=2 is no flag: 0 or 1"},
-             Case{{"-e", "flap", "--frame", frame},
-                  1,
-                  "-e \"flap\": There is no effect \"flap\"; the nearest name is \"flip\""},
-             Case{{"-e", "flip"}, 1, "explain wants the format that goes in: either --frame or --audio"},
-             Case{{"-e", "flip", "--frame", frame, "--audio", "48000:fltp:stereo"},
-                  1,
-                  "explain wants the format that goes in: either --frame or --audio"},
-             Case{{"-e", "flip", "--audio", "48000:fltp:stereo"},
-                  1,
-                  "-e \"flip\": flip works on video input, not on audio"},
-             Case{{"-e", "flip", "--audio", "48000:fltp"},
-                  1,
-                  "--audio \"48000:fltp\": is not RATE:FORMAT:LAYOUT, for example 48000:fltp:stereo"},
-             Case{{"--frame", frame}, 1, "--effect is required\nSee \"tarsel explain --help\"."},
-         }) {
-        std::vector<std::string> arguments{"explain"};
-        arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
-        auto const result = Run(arguments);
-        EXPECT_EQ(result.exitCode, c.exitCode);
-        EXPECT_EQ(result.err, "tarsel: error: " + c.error + "\n");
-        EXPECT_EQ(result.out, "");
-    }
+    std::string const size = "\" is not WIDTHxHEIGHT, each from 1 to 65535";
+    std::string const aspect = "\" is not NUM/DEN, each from 1 to 2147483647";
+    std::string const rate = "\" is no number from 1 to 2147483647";
+    struct {
+        std::string option;
+        std::string reason;
+    } const formats[] = {
+        {"--frame \"1920x1080\"", "is not WIDTHxHEIGHT:FORMAT[:NUM/DEN], for example 1920x1080:yuv420p"},
+        {"--frame \"1920:yuv420p\"", "the size \"1920" + size},
+        {"--frame \"0x4:yuv420p\"", "the size \"0x4" + size},
+        {"--frame \"4x65536:yuv420p\"", "the size \"4x65536" + size},
+        {"--frame \"4x4x4:yuv420p\"", "the size \"4x4x4" + size},
+        {"--frame \" 4x4:yuv420p\"", "the size \" 4x4" + size},
+        {"--frame \"4x4:yuv\"", "\"yuv\" is no pixel format that FFmpeg knows"},
+        {"--frame \"4x4:vaapi\"",
+         "frames of the pixel format \"vaapi\" do not lie in memory as effects need them"},
+        {"--frame \"4x4:rgb24:1\"", "the pixel aspect \"1" + aspect},
+        {"--frame \"4x4:rgb24:1/0\"", "the pixel aspect \"1/0" + aspect},
+        {"--frame \"4x4:rgb24:1/1:\"", "the pixel aspect \"1/1:" + aspect},
+        {"--audio \"48000:fltp\"", "is not RATE:FORMAT:LAYOUT, for example 48000:fltp:stereo"},
+        {"--audio \"0:fltp:stereo\"", "the rate \"0" + rate},
+        {"--audio \"48000:float:stereo\"", "\"float\" is no sample format that effects take"},
+        {"--audio \"48000:fltp:surround\"", "\"surround\" is no channel layout that FFmpeg knows"},
+    };
+    for (auto const& [option, reason] : formats)
+        refusals.push_back({"explain -e flip " + option, 1, option + ": " + reason});
+    ExpectRefusals(refusals);
 }
 
 } // namespace

@@ -11,20 +11,6 @@
 namespace Tarsel::Tools {
 namespace {
 
-TEST(Signals, TheFirstAsksForAStop) {
-    for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        StopOnSignals const signals;
-        EXPECT_FALSE(signals.GetStop().stop_requested());
-        EXPECT_EQ(signals.GetSignal(), 0);
-        std::raise(signal);
-        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!signals.GetStop().stop_requested() && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        EXPECT_TRUE(signals.GetStop().stop_requested()) << signal;
-        EXPECT_EQ(signals.GetSignal(), signal);
-    }
-}
-
 TEST(SignalsDeathTest, TheSecondRemovesWhatIsTemporaryAndKills) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     Tarsel::Test::TempFolder const folder;

@@ -4,7 +4,7 @@
 #include "Support/Process.h"
 #include "Support/TempFolder.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <filesystem>
 #include <string>
@@ -15,33 +15,54 @@ namespace Tarsel::Tools {
 using Tarsel::Test::Process;
 using Tarsel::Test::ProcessResult;
 using Tarsel::Test::ReadFile;
-using Tarsel::Test::RunForOutput;
 using Tarsel::Test::RunProcess;
+using Tarsel::Test::WriteFile;
 
-/// Runs the built program on media files in a folder of the test's own.
+/// A call that cannot be carried out.
+struct Refusal {
+    std::string line;
+    int exitCode;
+    /// What follows "tarsel: error: ", or begins it where the text ends in '*'.
+    std::string error;
+};
+
+/// Runs the built program in a folder of the test's own, which is the current one meanwhile. Lines are what a
+/// shell takes.
 class Tool : public testing::Test {
 protected:
-    /// The built program with the built plug-in: `arguments` begin with the verb.
-    static std::vector<std::string> Command(std::vector<std::string> const& arguments);
-    static ProcessResult Run(std::vector<std::string> const& arguments);
-    /// Sends the signal once so many files lie in the folder, which shows that the work is under way.
-    ProcessResult Interrupt(std::vector<std::string> const& arguments, std::size_t files, int signal) const;
+    Tool() { std::filesystem::current_path(m_folder.GetPath()); }
+    ~Tool() override { std::filesystem::current_path(m_before); }
 
-    /// A path in the test's folder.
-    std::string At(std::string const& name) const { return m_folder / name; }
-    /// Names of what lies in the test's folder, in alphabetical order.
-    std::vector<std::string> ListFolder() const { return m_folder.List(); }
+    static std::vector<std::string> Shell(std::string const& line) { return {"/bin/sh", "-c", line}; }
+    /// `line` begins with the verb.
+    static std::vector<std::string> Command(std::string const& line);
+    static ProcessResult Run(std::string const& line) { return RunProcess(Command(line)); }
+    /// The program's notes, all there is on standard error; it must succeed and write nothing else.
+    static std::string RunForNotes(std::string const& line);
+    /// Each is refused and leaves all files as they are.
+    static void ExpectRefusals(std::vector<Refusal> const& refusals);
+    /// Sends the signal once so many files lie in the folder, which shows that the work is under way; what
+    /// lies there afterwards is what did before.
+    static ProcessResult Interrupt(std::string const& line, std::size_t files, int signal);
 
-    /// Hashes of the pictures that the ffmpeg program makes with these arguments, in order.
-    static std::vector<std::string> HashPictures(std::vector<std::string> const& arguments);
-
-    /// Writes a film with the ffmpeg program; `arguments` between the common ones and the file's name.
-    std::string MakeFilm(std::string const& name, std::vector<std::string> const& arguments) const;
+    /// Names of what lies in the folder, in alphabetical order.
+    static std::vector<std::string> ListFolder();
+    /// Standard output of another program.
+    static std::string OutputOf(std::string const& line) { return Tarsel::Test::RunForOutput(Shell(line)); }
+    /// What ffprobe tells, values parted by blanks.
+    static std::string Probe(std::string const& file, std::string const& entries,
+                             std::string const& options = {});
+    /// Pixels or samples of a file, as the ffmpeg program writes them with these options.
+    static std::string Decode(std::string const& file, std::string const& options);
+    /// Hashes of the pictures that the ffmpeg program makes with these options, in order.
+    static std::vector<std::string> HashPictures(std::string const& options);
+    /// Writes a file with the ffmpeg program; its name.
+    static std::string MakeFilm(std::string const& name, std::string const& options);
     /// Two seconds of 64x48 without sound, "film.mp4".
-    std::string MakeSmallFilm() const;
-    std::string MakeFile(std::string const& name, std::string const& content) const;
+    static std::string MakeSmallFilm();
 
 private:
+    std::filesystem::path m_before = std::filesystem::current_path();
     Tarsel::Test::TempFolder m_folder;
 };
 
