@@ -1,12 +1,13 @@
 #include "Conf/PixFmtDescription.h"
+#include "Proc/Wrappers/SafeFrame.h"
+#include "Support/Planes.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <memory>
+#include <array>
 
 extern "C" {
 #include <libavutil/frame.h>
-#include <libavutil/imgutils.h>
 #include <libavutil/log.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
@@ -16,50 +17,34 @@ namespace Tarsel::Conf {
 
 namespace {
 
-struct FreeFrame {
-    void operator()(AVFrame* frame) const noexcept { av_frame_free(&frame); }
-};
-struct FreeScaler {
-    void operator()(SwsContext* context) const noexcept { sws_freeContext(context); }
-};
-using Frame = std::unique_ptr<AVFrame, FreeFrame>;
+using Test::ByName;
 
 constexpr int s_size = 16;
 
-Frame MakePicture(PixFmt format) {
-    Frame frame(av_frame_alloc());
-    frame->format = static_cast<int>(format);
-    frame->width = s_size;
-    frame->height = s_size;
-    EXPECT_GE(av_frame_get_buffer(frame.get(), 0), 0);
-    return frame;
-}
-
 /// The bytes of one pixel, plane by plane, of a picture of one colour that libswscale made.
 std::vector<int> ColorByScaler(PixColor color, PixFmt format, ColorSpace const& space) {
-    Frame const from = MakePicture(PixFmt::RGBA);
-    for (int i = 0; i < s_size * s_size; ++i) {
-        std::uint8_t* const pixel = from->data[0] + (i / s_size) * from->linesize[0] + i % s_size * 4;
-        pixel[0] = color.red;
-        pixel[1] = color.green;
-        pixel[2] = color.blue;
-        pixel[3] = color.alpha;
-    }
-    Frame const to = MakePicture(format);
-    std::unique_ptr<SwsContext, FreeScaler> const scaler(
-        sws_getContext(s_size, s_size, AV_PIX_FMT_RGBA, s_size, s_size, static_cast<AVPixelFormat>(format),
-                       SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
+    Proc::SafeFrame const from({}, PixFmt::GBRAP, s_size, s_size, 1, 1);
+    Proc::SafeFrame const to({}, format, s_size, s_size, 1, 1);
+    for (int plane = 0; plane < 4; ++plane)
+        Test::FillPlane(*from, plane,
+                        std::array{color.green, color.blue, color.red, color.alpha}[std::size_t(plane)]);
+    SwsContext* const scaler =
+        sws_getContext(s_size, s_size, AV_PIX_FMT_GBRAP, s_size, s_size, static_cast<AVPixelFormat>(format),
+                       SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr);
     int const* const table = sws_getCoefficients(space.matrix);
-    sws_setColorspaceDetails(scaler.get(), table, 1, table, space.range == AVCOL_RANGE_JPEG ? 1 : 0, 0,
-                             1 << 16, 1 << 16);
-    EXPECT_EQ(sws_scale(scaler.get(), from->data, from->linesize, 0, s_size, to->data, to->linesize), s_size);
+    sws_setColorspaceDetails(scaler, table, 1, table, space.range == AVCOL_RANGE_JPEG ? 1 : 0, 0, 1 << 16,
+                             1 << 16);
+    EXPECT_EQ(sws_scale(scaler, from->data, from->linesize, 0, s_size, to->data, to->linesize), s_size);
+    sws_freeContext(scaler);
 
     std::vector<int> bytes;
     PixFmtDescription const& description = PixFmtDescription::Find(format);
     for (int plane = 0; plane < description.GetPlaneCount(); ++plane) {
-        int const pixelBytes = av_image_get_linesize(static_cast<AVPixelFormat>(format), s_size, plane) /
-                               static_cast<int>(description.GetPlanWidth(plane, s_size));
-        bytes.insert(bytes.end(), to->data[plane], to->data[plane] + pixelBytes);
+        auto const first = Test::PlaneBytes(*to, plane);
+        auto const pixels =
+            std::size_t{description.GetPlanWidth(plane, s_size)} * description.GetPlanHeight(plane, s_size);
+        bytes.insert(bytes.end(), first.begin(),
+                     first.begin() + static_cast<std::ptrdiff_t>(first.size() / pixels));
     }
     return bytes;
 }
@@ -72,8 +57,7 @@ protected:
 };
 
 TEST_P(MakeColorTest, IsWhatTheScalerMakes) {
-    PixFmtDescription const& description =
-        PixFmtDescription::Find(PixFmtDescription::FindByName(GetParam()).value());
+    PixFmtDescription const& description = PixFmtDescription::Find(ByName(GetParam()));
     bool const alwaysFull = description.IsFullRange({AVCOL_SPC_BT709, AVCOL_RANGE_MPEG});
     for (std::int32_t const matrix : {AVCOL_SPC_BT709, AVCOL_SPC_UNSPECIFIED, AVCOL_SPC_SMPTE170M,
                                       AVCOL_SPC_SMPTE240M, AVCOL_SPC_BT2020_NCL})
@@ -123,8 +107,7 @@ TEST(MakeColorByHandTest, PaddingGrayAndOthers) {
         {"pal8", {}, {0, 0, 0, 0}},
     };
     for (auto const& example : cases)
-        EXPECT_EQ(PixFmtDescription::Find(PixFmtDescription::FindByName(example.format).value())
-                      .MakeColor(tint, example.space),
+        EXPECT_EQ(PixFmtDescription::Find(ByName(example.format)).MakeColor(tint, example.space),
                   example.expected)
             << example.format;
 }

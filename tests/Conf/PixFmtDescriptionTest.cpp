@@ -1,5 +1,6 @@
 #include "Conf/PixFmtDescription.h"
 #include "Core/CoreExceptions.h"
+#include "Support/Planes.h"
 
 #include <gmock/gmock.h>
 
@@ -14,28 +15,21 @@ namespace Tarsel::Conf {
 
 namespace {
 
-PixFmt ByName(std::string_view name) {
-    return PixFmtDescription::FindByName(name).value();
-}
+using Test::ByName;
 
-TEST(PixFmtDescriptionTest, TakesWhatTheScalerReadsAndWrites) {
+TEST(PixFmtDescriptionTest, TakesWhatTheScalerReadsAndWritesAndListsItInOrder) {
     for (char const* name :
          {"yuv420p", "gbrp", "gbrap", "gbrp10le", "gbrp16le", "gbrp16be", "rgb48le", "yuvj444p", "yuva444p",
           "yuv420p16le", "gray", "gray16le", "gray16be", "argb", "pal8", "nv21", "0rgb", "bgr0"})
         EXPECT_TRUE(PixFmtDescription::IsSupported(ByName(name))) << name;
     for (char const* name : {"vaapi", "cuda", "monob", "bgr4", "rgb4", "bayer_rggb8", "nv20le", "uyyvyy411"})
         EXPECT_FALSE(PixFmtDescription::IsSupported(ByName(name))) << name;
-    EXPECT_FALSE(PixFmtDescription::IsSupported(PixFmt::None));
-    EXPECT_FALSE(PixFmtDescription::IsSupported(static_cast<PixFmt>(100000)));
-}
-
-TEST(PixFmtDescriptionTest, ListsAllSupportedFormatsInOrder) {
     std::vector<PixFmt> expected;
-    for (int number = 0; number < 1000; ++number)
+    for (int number = -1; number < 1000; ++number)
         if (PixFmtDescription::IsSupported(static_cast<PixFmt>(number)))
             expected.push_back(static_cast<PixFmt>(number));
     EXPECT_EQ(PixFmtDescription::s_supportedFormats, expected);
-    EXPECT_GT(expected.size(), 100U);
+    EXPECT_EQ(PixFmtDescription::IsSupported(static_cast<PixFmt>(100000)), false);
 }
 
 TEST(PixFmtDescriptionTest, FindsWhatFFmpegKnows) {
@@ -99,6 +93,7 @@ TEST(PixFmtDescriptionTest, PlaneSizesAreThoseOfFFmpeg) {
 }
 
 TEST(PixFmtDescriptionTest, PicksTheNearestFormat) {
+    std::vector<PixFmt> const withAlphas{PixFmt::YUVA420P, PixFmt::YUVA422P, PixFmt::YUVA444P};
     struct {
         std::vector<PixFmt> list;
         char const* format;
@@ -106,16 +101,8 @@ TEST(PixFmtDescriptionTest, PicksTheNearestFormat) {
         char const* best;
         int loss;
     } const cases[] = {
-        {{PixFmt::YUVA420P, PixFmt::YUVA422P, PixFmt::YUVA444P},
-         "yuva444p10le",
-         true,
-         "yuva444p",
-         FF_LOSS_DEPTH},
-        {{PixFmt::YUVA420P, PixFmt::YUVA422P, PixFmt::YUVA444P},
-         "rgba",
-         true,
-         "yuva444p",
-         FF_LOSS_COLORSPACE},
+        {withAlphas, "yuva444p10le", true, "yuva444p", FF_LOSS_DEPTH},
+        {withAlphas, "rgba", true, "yuva444p", FF_LOSS_COLORSPACE},
         {{PixFmt::YUV420P, PixFmt::RGB24, PixFmt::GRAY8}, "bgr24", true, "rgb24", 0},
         {{PixFmt::RGB24, PixFmt::YUVA444P}, "rgba", false, "rgb24", 0},
         {{PixFmt::RGB24}, "rgba", true, "rgb24", FF_LOSS_ALPHA},

@@ -17,21 +17,28 @@ namespace {
 TEST(Transform2DTest, OrientationsKeepThePixelGrid) {
     for (int code = 1; code <= 8; ++code) {
         Transform2D const transform = Transform2D::FromOrientation(code).value();
-        bool const exchanged = code >= 5;
-        auto const box = [&](FrameInfo const& frame, bool square) {
-            return transform.GetBoundingBox(frame, square);
+        struct {
+            FrameInfo from;
+            bool square;
+            FrameInfo to;
+        } const cases[] = {
+            {{1920, 1080, 1, 1}, false, {1920, 1080, 1, 1}},
+            {{721, 577, 16, 15}, false, {721, 577, 16, 15}},
+            {{721, 577, 32, 30}, false, {721, 577, 32, 30}},
+            {{721, 577, 0, 7}, false, {721, 577, 0, 1}},
+            {{721, 577, 16, 15}, true, {769, 577, 1, 1}}, // 721 * 16 / 15 = 769.07
+            {{721, 577, 3, 0}, true, {721, 577, 1, 1}},
+            {{4000000000U, 1, 1, 1}, false, {4000000000U, 1, 1, 1}},
         };
-        auto const either = [&](FrameInfo const& same, FrameInfo const& swapped) {
-            return exchanged ? swapped : same;
-        };
-        EXPECT_EQ(box({1920, 1080, 1, 1}, false), either({1920, 1080, 1, 1}, {1080, 1920, 1, 1})) << code;
-        EXPECT_EQ(box({721, 577, 16, 15}, false), either({721, 577, 16, 15}, {577, 721, 15, 16})) << code;
-        EXPECT_EQ(box({721, 577, 32, 30}, false), either({721, 577, 32, 30}, {577, 721, 30, 32})) << code;
-        EXPECT_EQ(box({721, 577, 0, 7}, false), either({721, 577, 0, 1}, {577, 721, 0, 1})) << code;
-        // 721 * 16 / 15 = 769.07
-        EXPECT_EQ(box({721, 577, 16, 15}, true), either({769, 577, 1, 1}, {577, 769, 1, 1})) << code;
-        EXPECT_EQ(box({721, 577, 3, 0}, true), either({721, 577, 1, 1}, {577, 721, 1, 1})) << code;
-        EXPECT_EQ(box({4000000000U, 1, 1, 1}, false), either({4000000000U, 1, 1, 1}, {1, 4000000000U, 1, 1}));
+        for (auto const& [from, square, to] : cases) {
+            FrameInfo expected = to;
+            if (code >= 5) {
+                std::swap(expected.width, expected.height);
+                if (to.aspectNum != 0)
+                    std::swap(expected.aspectNum, expected.aspectDen);
+            }
+            EXPECT_EQ(transform.GetBoundingBox(from, square), expected) << code;
+        }
     }
 }
 

@@ -1,13 +1,15 @@
 #include "Core/Text.h"
+#include "Core/NearNames.h"
 
 #include "Support/CommaLocale.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace Tarsel::Core;
@@ -55,6 +57,29 @@ TEST(Text, JoinsLists) {
     EXPECT_EQ(Utils::ToString(std::vector<int>{}, "|", digit), "");
     EXPECT_EQ(Utils::ToString(std::vector<int>{1}, "|", digit), "1");
     EXPECT_EQ(Utils::ToString(std::vector<int>{1, 2, 3}, ", ", digit), "1, 2, 3");
+}
+
+TEST(NearNames, AreTheNearestFirst) {
+    std::vector<std::string> const names{"libx265", "libx264rgb", "libx264", "mpeg4",
+                                         "msmpeg4", "h264_nvenc", "libx264"};
+    for (auto const& [name, near] : {std::pair("x264", "; near names: libx264, libx264rgb"),
+                                     {"libx263", "; near names: libx264, libx265"},
+                                     {"mpg4", "; near names: mpeg4"},
+                                     {"lbix264", "; near names: libx264, libx265"},
+                                     {"xyz", ""},
+                                     {"h265", ""}})
+        EXPECT_EQ(NearNamesText(name, names), near);
+    std::vector<std::string> const many{"ab", "ac", "ad", "ae", "af", "ag"};
+    EXPECT_THAT(FindNearNames("aa", many), testing::ElementsAre("ab", "ac", "ad", "ae", "af"));
+}
+
+TEST(NearNames, OneIsTheNearestHoweverFar) {
+    std::vector<std::string> const names{"flip", "transpose", "blur", "blue"};
+    EXPECT_EQ(FindNearestName("blor", names), "blur");
+    EXPECT_EQ(FindNearestName("blu", names), "blur"); // the first of two
+    EXPECT_EQ(FindNearestName("trampoline", names), "transpose");
+    EXPECT_EQ(FindNearestName("", names), "flip");
+    EXPECT_EQ(FindNearestName("blur", {}), "");
 }
 
 } // namespace

@@ -22,11 +22,8 @@ namespace {
 using namespace Tarsel::Test;
 
 std::vector<std::uint8_t> Bytes(ReadOnlyPlane const& plane) {
-    std::vector<std::uint8_t> bytes;
-    for (std::uint32_t row = 0; row < plane.rows; ++row) {
-        std::uint8_t const* const start = plane.data + std::ptrdiff_t(row) * plane.lineSize;
-        bytes.insert(bytes.end(), start, start + plane.rowBytes);
-    }
+    std::vector<std::uint8_t> bytes(plane.rowBytes * plane.rows);
+    CopyPlane(plane, {bytes.data(), static_cast<std::ptrdiff_t>(plane.rowBytes), plane.rowBytes, plane.rows});
     return bytes;
 }
 
@@ -119,18 +116,9 @@ TEST(DataVideoFFTest, PicturesStoredBottomUp) {
 
 TEST(DataVideoFFTest, PixelsThatNobodyCountsAreCopied) {
     std::vector<std::uint8_t> pixels{1, 2, 3, 4, 5, 6};
-    auto const makeFrame = [&] {
-        SafeFrame frame;
-        frame->format = AV_PIX_FMT_GRAY8;
-        frame->width = 3;
-        frame->height = 2;
-        frame->data[0] = pixels.data();
-        frame->linesize[0] = 3;
-        return frame;
-    };
     std::vector<std::uint8_t> const before = pixels;
-    DataVideoFF referenced(*makeFrame(), {3, 2, 1, 1});
-    DataVideoFF takenOver(makeFrame(), {3, 2, 1, 1});
+    DataVideoFF referenced(*MakeUncounted(pixels.data(), 3, 2), {3, 2, 1, 1});
+    DataVideoFF takenOver(MakeUncounted(pixels.data(), 3, 2), {3, 2, 1, 1});
     Fill(takenOver.GetWritablePlane(0), 9);
     EXPECT_EQ(pixels, before);
     pixels.assign(6, 0);

@@ -3,11 +3,14 @@
 #include "Proc/Wrappers/AVFrameWrapper.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Support/AllocationLimit.h"
+#include "Support/Failure.h"
 #include "Support/Planes.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
+#include <functional>
+#include <string>
 #include <utility>
 
 extern "C" {
@@ -20,56 +23,47 @@ namespace {
 
 using namespace Tarsel::Test;
 
-TEST(SafeFrameTest, StructCannotBeHad) {
-    AllocationLimit const limit(100);
+void ExpectNoMemory(char const* what, std::size_t blockSize, std::function<void()> const& action) {
     try {
-        SafeFrame const frame;
-        ADD_FAILURE();
+        action();
+        ADD_FAILURE() << what;
     } catch (Core::MemoryException const& exception) {
-        EXPECT_STREQ(exception.what(), "Unable to allocate memory for AVFrame struct");
+        EXPECT_EQ(exception.what(), std::string("Unable to allocate memory for AVFrame ") + what);
         unsigned const* const size = boost::get_error_info<Core::MemoryException::TagBlockSize>(exception);
         ASSERT_NE(size, nullptr);
-        EXPECT_EQ(*size, sizeof(AVFrame));
+        EXPECT_EQ(*size, blockSize);
     }
 }
 
-TEST(SafeFrameTest, PixelsCannotBeHad) {
+TEST(SafeFrameTest, WithoutMemory) {
     SafeFrame const picture = MakeNoise(Conf::PixFmt::YUV420P, 640, 480);
-    AllocationLimit const limit(20000);
-    auto const expectBlockSize = [](auto const& action) {
-        try {
-            action();
-            ADD_FAILURE();
-        } catch (Core::MemoryException const& exception) {
-            EXPECT_STREQ(exception.what(), "Unable to allocate memory for AVFrame buffers");
-            EXPECT_EQ(*boost::get_error_info<Core::MemoryException::TagBlockSize>(exception), 460800U);
-        }
-    };
-    expectBlockSize([] { SafeFrame({}, Conf::PixFmt::YUV420P, 640, 480, 1, 1); });
-    expectBlockSize([&] { SafeFrame::Reference(*picture).MakeWritable(); });
+    SafeFrame shared = SafeFrame::Reference(*picture);
+    {
+        AllocationLimit const limit(20000);
+        ExpectNoMemory("buffers", 460800, [] { SafeFrame({}, Conf::PixFmt::YUV420P, 640, 480, 1, 1); });
+        ExpectNoMemory("buffers", 460800, [&] { shared.MakeWritable(); });
+    }
+    AllocationLimit const limit(100);
+    ExpectNoMemory("struct", sizeof(AVFrame), [] { SafeFrame const frame; });
 }
 
 TEST(SafeFrameTest, ImpossiblePictures) {
     struct {
         int format;
         std::uint32_t width, height;
-        char const* text;
-    } const cases[] = {
-        {-1, 64, 48, "No picture of 64x48 pixels in pixel format -1 can be made"},
-        {9999, 64, 48, "No picture of 64x48 pixels in pixel format 9999 can be made"},
-        {AV_PIX_FMT_VAAPI, 64, 48, "No picture of 64x48 pixels in pixel format 44 can be made"},
-        {AV_PIX_FMT_RGB24, 0, 48, "No picture of 0x48 pixels in pixel format 2 can be made"},
-        {AV_PIX_FMT_RGB24, 64, 0, "No picture of 64x0 pixels in pixel format 2 can be made"},
-        {AV_PIX_FMT_RGB24, 64, 0xFFFFFFFFU,
-         "No picture of 64x4294967295 pixels in pixel format 2 can be made"},
-        {AV_PIX_FMT_RGB24, 0x7FFFFFFF, 1, "No picture of 2147483647x1 pixels in pixel format 2 can be made"},
-    };
-    for (auto const& example : cases)
-        EXPECT_THAT(
-            [&] {
-                SafeFrame({}, static_cast<Conf::PixFmt>(example.format), example.width, example.height, 1, 1);
-            },
-            testing::ThrowsMessage<EffectException>(example.text));
+    } const cases[] = {{-1, 64, 48},
+                       {9999, 64, 48},
+                       {AV_PIX_FMT_VAAPI, 64, 48},
+                       {AV_PIX_FMT_RGB24, 0, 48},
+                       {AV_PIX_FMT_RGB24, 64, 0},
+                       {AV_PIX_FMT_RGB24, 64, 0xFFFFFFFFU},
+                       {AV_PIX_FMT_RGB24, 0x7FFFFFFF, 1}};
+    for (auto const& [format, width, height] : cases)
+        EXPECT_EQ(TextOf<EffectException>([format = format, width = width, height = height] {
+                      SafeFrame({}, static_cast<Conf::PixFmt>(format), width, height, 1, 1);
+                  }),
+                  "No picture of " + std::to_string(width) + "x" + std::to_string(height) +
+                      " pixels in pixel format " + std::to_string(format) + " can be made");
 }
 
 TEST(SafeFrameTest, StatesWhatItWasMadeWith) {
@@ -123,13 +117,7 @@ TEST(AVFrameWrapperTest, ChangesItsOwnHeadOnly) {
 
 TEST(AVFrameWrapperTest, CopiesPixelsThatNobodyCounts) {
     std::array<std::uint8_t, 12> pixels{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-    SafeFrame frame;
-    frame->format = AV_PIX_FMT_GRAY8;
-    frame->width = 3;
-    frame->height = 4;
-    frame->data[0] = pixels.data();
-    frame->linesize[0] = 3;
-    AVFrameWrapper wrapper(frame.Get());
+    AVFrameWrapper wrapper(MakeUncounted(pixels.data(), 3, 4).Get());
     EXPECT_EQ(PlaneBytes(*wrapper.Get(), 0), std::vector(pixels.begin(), pixels.end()));
     pixels.fill(0);
     EXPECT_EQ(wrapper.Get()->data[0][0], 1);

@@ -5,6 +5,7 @@
 #include "Proc/Data/DataAudioFF.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FrameFields.h"
 #include "Proc/Wrappers/SafeFrame.h"
 #include "Support/AllocationLimit.h"
 #include "Support/Failure.h"
@@ -29,55 +30,41 @@ using Conf::SampleFormats;
 using Conf::SampleInfo;
 using Samples = std::vector<std::span<std::uint8_t const>>;
 
-/// Memory for the planes of a picture, each with room behind its rows.
-struct Memory {
-    Memory(Conf::PixFmt format, std::uint32_t width, std::uint32_t height, bool bottomUp) {
-        SafeFrame const like = MakeNoise(format, width, height);
-        auto const& description = PixFmtDescription::Find(format);
-        bool const hasPalette = (description.GetFlags() & PixFmtDescription::Palette) != 0;
-        for (int i = 0; i < description.GetPlaneCount() + (hasPalette ? 1 : 0); ++i) {
-            ReadOnlyPlane plane{nullptr, 1024, 1024, 1};
-            if (i < description.GetPlaneCount()) {
-                plane = DataVideoFF(*like, {width, height, 1, 1}).GetReadOnlyPlane(i);
-                plane.lineSize = static_cast<std::ptrdiff_t>(plane.rowBytes + 3);
-            }
-            std::vector<std::uint8_t>& own = bytes.emplace_back(
-                (plane.rows - 1) * static_cast<std::size_t>(plane.lineSize) + plane.rowBytes);
-            std::ranges::generate(own, [next = i]() mutable { return static_cast<std::uint8_t>(next += 7); });
-            plane.data = own.data();
-            if (bottomUp && plane.rows > 1) {
-                plane.data += static_cast<std::ptrdiff_t>(plane.rows - 1) * plane.lineSize;
-                plane.lineSize = -plane.lineSize;
-            }
-            planes.push_back(plane);
-        }
-    }
-
-    std::vector<std::vector<std::uint8_t>> bytes;
+/// The planes of a frame, the palette among them.
+std::vector<ReadOnlyPlane> PlanesOf(AVFrame const& frame) {
+    DataVideoFF const data(frame, GetFrameInfo(frame));
+    auto const& description = PixFmtDescription::Find(data.GetPixelFormat());
     std::vector<ReadOnlyPlane> planes;
-};
+    for (int i = 0; i < description.GetPlaneCount(); ++i)
+        planes.push_back(data.GetReadOnlyPlane(i));
+    if ((description.GetFlags() & PixFmtDescription::Palette) != 0)
+        planes.push_back({frame.data[1], 1024, 1024, 1});
+    return planes;
+}
 
 TEST(WrapPicture, ReadsTheCallersMemoryAndGivesItBackOnce) {
     for (Conf::PixFmt const format : PixFmtDescription::s_supportedFormats)
         for (bool const bottomUp : {false, true}) {
             SCOPED_TRACE(NameOf(format));
-            Memory const memory(format, 19, 5, bottomUp);
-            auto const before = memory.bytes;
+            SafeFrame const upright = MakeNoise(format, 19, 5);
+            SafeFrame const memory = bottomUp ? StoreBottomUp(*upright) : SafeFrame::Reference(*upright);
+            std::vector<ReadOnlyPlane> const planes = PlanesOf(*memory);
             std::atomic<int> released = 0;
             SP<IDataVideo> picture =
-                WrapPicture({1, 2, 1}, format, {19, 5, 4, 3}, memory.planes, [&] { ++released; });
+                WrapPicture({1, 2, 1}, format, {19, 5, 4, 3}, planes, [&] { ++released; });
             EXPECT_EQ(picture->GetPixelFormat(), format);
             EXPECT_EQ(picture->GetFrameInfo(), (Conf::FrameInfo{19, 5, 4, 3}));
             EXPECT_EQ(picture->GetColorSpace(), (Conf::ColorSpace{1, 2, 1}));
-            for (std::size_t i = 0; i < memory.planes.size(); ++i)
-                EXPECT_EQ(picture->GetAVFrame()->data[i], memory.planes[i].data);
+            for (std::size_t i = 0; i < planes.size(); ++i)
+                EXPECT_EQ(picture->GetAVFrame()->data[i], planes[i].data);
 
             SP<IDataVideo> writer = picture->Copy();
             WritablePlane const written = writer->GetWritablePlane(0);
-            EXPECT_NE(written.data, memory.planes[0].data);
-            EXPECT_EQ(PlaneBytes(*writer->GetAVFrame(), 0), PlaneBytes(*picture->GetAVFrame(), 0));
-            std::fill_n(written.data, written.rowBytes, std::uint8_t{0});
-            EXPECT_EQ(memory.bytes, before);
+            EXPECT_NE(written.data, planes[0].data);
+            EXPECT_EQ(PlaneBytes(*writer->GetAVFrame(), 0), PlaneBytes(*upright, 0));
+            std::uint8_t const before = *planes[0].data;
+            *written.data = static_cast<std::uint8_t>(before + 1);
+            EXPECT_EQ(*planes[0].data, before);
 
             SP<IDataVideo> last = picture->Copy();
             picture.reset();
@@ -89,22 +76,21 @@ TEST(WrapPicture, ReadsTheCallersMemoryAndGivesItBackOnce) {
 }
 
 TEST(WrapPicture, NamesWhatIsMissing) {
-    Memory const memory(Conf::PixFmt::YUV420P, 19, 5, false);
-    struct Case {
+    SafeFrame const memory = MakeNoise(Conf::PixFmt::YUV420P, 19, 5);
+    std::vector<ReadOnlyPlane> const whole = PlanesOf(*memory);
+    struct {
         void (*spoil)(std::vector<ReadOnlyPlane>&);
         char const* text;
+    } const cases[] = {
+        {[](auto& planes) { planes.pop_back(); }, "there are 2 and yuv420p needs 3"},
+        {[](auto& planes) { planes[2].data = nullptr; }, "plane 2 has no memory"},
+        {[](auto& planes) { planes[1].rows = 2; }, "plane 1 has 2 rows of 10 bytes and needs 3 of 10"},
+        {[](auto& planes) { planes[0].rowBytes = 18; }, "plane 0 has 5 rows of 18 bytes and needs 5 of 19"},
+        {[](auto& planes) { planes[0].lineSize = -18; },
+         "plane 0 has a line size of -18 and rows of 19 bytes"},
     };
-    for (Case const& row : {
-             Case{[](auto& planes) { planes.pop_back(); }, "there are 2 and yuv420p needs 3"},
-             Case{[](auto& planes) { planes[2].data = nullptr; }, "plane 2 has no memory"},
-             Case{[](auto& planes) { planes[1].rows = 2; },
-                  "plane 1 has 2 rows of 10 bytes and needs 3 of 10"},
-             Case{[](auto& planes) { planes[0].rowBytes = 18; },
-                  "plane 0 has 5 rows of 18 bytes and needs 5 of 19"},
-             Case{[](auto& planes) { planes[0].lineSize = -18; },
-                  "plane 0 has a line size of -18 and rows of 19 bytes"},
-         }) {
-        auto planes = memory.planes;
+    for (auto const& row : cases) {
+        auto planes = whole;
         row.spoil(planes);
         int released = 0;
         auto const wrap = [&] {
@@ -114,13 +100,13 @@ TEST(WrapPicture, NamesWhatIsMissing) {
                   "Cannot make a picture of the planes: " + std::string(row.text));
         EXPECT_EQ(released, 1);
     }
-    auto const wrapNothing = [&] { WrapPicture({}, Conf::PixFmt::GRAY8, {0, 5, 1, 1}, memory.planes, {}); };
+    auto const wrapNothing = [&] { WrapPicture({}, Conf::PixFmt::GRAY8, {0, 5, 1, 1}, whole, {}); };
     EXPECT_EQ(TextOf<EffectException>(wrapNothing),
               "Cannot make a picture of the planes: there is none of 0x5 pixels in gray");
 
     int released = 0;
     AllocationLimit const limit(16);
-    EXPECT_THROW(WrapPicture({}, Conf::PixFmt::YUV420P, {19, 5, 1, 1}, memory.planes, [&] { ++released; }),
+    EXPECT_THROW(WrapPicture({}, Conf::PixFmt::YUV420P, {19, 5, 1, 1}, whole, [&] { ++released; }),
                  Core::MemoryException);
     EXPECT_EQ(released, 1);
 }
@@ -158,21 +144,17 @@ TEST(WrapSamples, ReadsTheCallersMemoryAndGivesItBackOnce) {
 TEST(WrapSamples, NamesWhatIsMissing) {
     SampleInfo const info = SampleInfo::Init(SampleFormats::S16Planar, 48000, {3, 2});
     std::vector<std::uint8_t> const samples(20);
-    struct Case {
+    std::string const cannot = "Cannot make a block of audio of the samples: ";
+    struct {
         int count;
         Samples planes;
-        char const* text;
+        std::string text;
+    } const cases[] = {
+        {10, {samples}, cannot + "there are 1 planes and s16p in 2 channels needs 2"},
+        {11, {samples, samples}, cannot + "plane 0 has 20 bytes and needs 22"},
+        {-1, {samples, samples}, "Cannot make a block of sound: sample count -1 is below 0"},
     };
-    for (Case const& row : {
-             Case{10,
-                  {samples},
-                  "Cannot make a block of audio of the samples: there are 1 planes and s16p in 2 channels "
-                  "needs 2"},
-             Case{11,
-                  {samples, samples},
-                  "Cannot make a block of audio of the samples: plane 0 has 20 bytes and needs 22"},
-             Case{-1, {samples, samples}, "Cannot make a block of sound: sample count -1 is below 0"},
-         }) {
+    for (auto const& row : cases) {
         int released = 0;
         auto const wrap = [&] { WrapSamples(info, row.count, row.planes, [&] { ++released; }); };
         EXPECT_EQ(TextOf<EffectException>(wrap), row.text);

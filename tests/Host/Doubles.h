@@ -133,6 +133,19 @@ private:
     DataOf<Medium> m_ready;
 };
 
+/// Holds `count` data back.
+template <class Medium>
+WorkOf<Medium> HoldBackOf(std::size_t count) {
+    return [count, held = DataOf<Medium>()](auto const& data, DataOf<Medium>& ready) mutable {
+        if (data)
+            held.push_back(data);
+        while (held.size() > (data ? count : 0)) {
+            ready.push_back(held.front());
+            held.pop_front();
+        }
+    };
+}
+
 struct Effect : EffectOf<Host::VideoMedium> {
     using EffectOf::EffectOf;
 };

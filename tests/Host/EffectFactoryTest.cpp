@@ -5,13 +5,17 @@
 #include "Proc/Interfaces/ImplNames.h"
 #include "Support/Failure.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <tuple>
+#include <vector>
 
 using namespace Tarsel;
 using Proc::ImplNames;
+using Tarsel::Test::TextOf;
 
 namespace {
 
@@ -76,16 +80,62 @@ TEST_F(EffectFactoryTest, HandsOutItselfAndADataFactory) {
 }
 
 TEST_F(EffectFactoryTest, NamesWhatIsNotRegistered) {
-    EXPECT_EQ(Tarsel::Test::TextOf([&] { m_factory->CreateVideoEffect("twist", ImplNames::DEFAULT, {}); }),
+    auto const& factory = *m_factory;
+    EXPECT_EQ(TextOf([&] { factory.CreateVideoEffect("twist", ImplNames::DEFAULT, {}); }),
               "No video effect \"twist\" of implementation \"default\" is registered");
-    EXPECT_EQ(Tarsel::Test::TextOf([&] { m_factory->CreateAudioEffect("turn", "first", {}); }),
+    EXPECT_EQ(TextOf([&] { factory.CreateAudioEffect("turn", "first", {}); }),
               "No audio effect \"turn\" of implementation \"first\" is registered");
-    EXPECT_EQ(Tarsel::Test::TextOf([&] { m_factory->CreateTwoInputVideoEffect("turn", "ffmpeg", {}); }),
+    EXPECT_EQ(TextOf([&] { factory.CreateTwoInputVideoEffect("turn", "ffmpeg", {}); }),
               "No two-input video effect \"turn\" of implementation \"ffmpeg\" is registered");
-    EXPECT_EQ(Tarsel::Test::TextOf([&] { m_factory->CreateAudioEffect("turn", "ffmpeg", {}); }),
+    EXPECT_EQ(TextOf([&] { factory.CreateAudioEffect("turn", "ffmpeg", {}); }),
               "The creator of the audio effect \"turn\" of implementation \"ffmpeg\" returned none");
     EXPECT_THROW(MakeSP<Host::EffectFactory>(nullptr), Proc::EffectException);
-    EXPECT_THROW(m_factory->CreateTwoInputVideoEffect("mix", "ffmpeg", {}), std::range_error);
+    EXPECT_THROW(factory.CreateTwoInputVideoEffect("mix", "ffmpeg", {}), std::range_error);
+}
+
+template <class I, class Data, int>
+SP<I> Create(SP<Proc::IEffectFactory const> const&, SP<Data const> const&) {
+    return {};
+}
+
+constexpr Proc::VideoEffectCreator s_video = Create<Proc::IOneInputEffectVideo, Proc::IFactoryDataVideo, 0>;
+constexpr Proc::VideoEffectCreator s_otherVideo =
+    Create<Proc::IOneInputEffectVideo, Proc::IFactoryDataVideo, 1>;
+constexpr Proc::AudioEffectCreator s_audio = Create<Proc::IOneInputEffectAudio, Proc::IFactoryDataAudio, 0>;
+constexpr Proc::TwoInputVideoEffectCreator s_twoVideo =
+    Create<Proc::ITwoInputEffectVideo, Proc::IFactoryDataVideo, 0>;
+
+TEST(EffectRegistry, KeepsTheOrderAndReplacesInPlace) {
+    Host::EffectRegistry registry;
+    EXPECT_TRUE(registry.RegisterVideoEffect("flip", "ffmpeg", s_video));
+    EXPECT_TRUE(registry.RegisterVideoEffect("flip", "other", s_video));
+    EXPECT_TRUE(registry.RegisterAudioEffect("flip", "ffmpeg", s_audio)); // another kind
+    EXPECT_TRUE(registry.RegisterTwoInputVideoEffect("mix", "ffmpeg", s_twoVideo));
+    EXPECT_TRUE(registry.RegisterTwoInputAudioEffect(
+        "mix", "ffmpeg", [](auto const&, auto const&) -> SP<Proc::ITwoInputEffectAudio> { throw 0; }));
+    EXPECT_FALSE(registry.RegisterVideoEffect("flip", "ffmpeg", s_otherVideo));
+
+    std::vector<std::string> all;
+    for (Host::EffectEntry const& entry : registry.GetEntries())
+        all.push_back(entry.classId + "/" + entry.implName + "/" + std::string(GetName(entry.GetKind())));
+    EXPECT_THAT(all, testing::ElementsAre("flip/ffmpeg/video", "flip/other/video", "flip/ffmpeg/audio",
+                                          "mix/ffmpeg/two-input video", "mix/ffmpeg/two-input audio"));
+    EXPECT_EQ(std::get<Proc::VideoEffectCreator>(registry.GetEntries()[0].creator), s_otherVideo);
+    EXPECT_EQ(registry.Find("flip", "other"), &registry.GetEntries()[1]);
+    EXPECT_EQ(registry.Find("flip", ImplNames::DEFAULT), &registry.GetEntries()[0]);
+    EXPECT_EQ(registry.Find("flip", "third"), nullptr);
+    EXPECT_EQ(registry.Find("flop", ImplNames::DEFAULT), nullptr);
+}
+
+TEST(EffectRegistry, NamesWhatIsMissing) {
+    Host::EffectRegistry registry;
+    for (auto const& [id, name, creator, missing] : {std::tuple("", "ffmpeg", s_video, "class id"),
+                                                     {"flip", "", s_video, "implementation name"},
+                                                     {"flip", "ffmpeg", nullptr, "creator"}})
+        EXPECT_EQ(TextOf([&, &a = id, &b = name, &c = creator] { registry.RegisterVideoEffect(a, b, c); }),
+                  std::string("Cannot register an effect without ") + missing + ": class id \"" + id +
+                      "\", implementation \"" + name + "\"");
+    EXPECT_TRUE(registry.GetEntries().empty());
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 using namespace Tarsel;
 using namespace Tarsel::HostTest;
@@ -85,22 +86,22 @@ TEST(EffectStep, ReadsClassAndSettings) {
 }
 
 TEST(EffectStep, GivesSettingsAway) {
-    struct Case {
+    struct {
         char const* text;
         std::optional<std::string> value;
         char const* rest;
+    } const cases[] = {
+        {"pair", {}, ""},
+        {"pair file=a.mp4", "a.mp4", ""},
+        {"pair planes=3 'file=a b:\\c.mp4' x=y", "a b:\\c.mp4", "planes=3:x=y"},
+        {"pair x=a:b file=", "", "x=a\\:b"},
+        {"pair files=2 fil=3 x=file=4", {}, "files=2:fil=3:x=file=4"},
+        {"pair x=1\\ file=1", {}, "x=1 file=1"},
     };
-    for (Case const& row : {
-             Case{"pair", {}, ""},
-             Case{"pair file=a.mp4", "a.mp4", ""},
-             Case{"pair planes=3 'file=a b:\\c.mp4' x=y", "a b:\\c.mp4", "planes=3:x=y"},
-             Case{"pair x=a:b file=", "", "x=a\\:b"},
-             Case{"pair files=2 fil=3 x=file=4", {}, "files=2:fil=3:x=file=4"},
-             Case{"pair x=1\\ file=1", {}, "x=1 file=1"},
-         }) {
-        Host::EffectStep step = ParseEffectStep(row.text);
-        EXPECT_EQ(Host::TakeSetting(step, "file"), row.value) << row.text;
-        EXPECT_EQ(step.settings, row.rest);
+    for (auto const& [text, value, rest] : cases) {
+        Host::EffectStep step = ParseEffectStep(text);
+        EXPECT_EQ(Host::TakeSetting(step, "file"), value) << text;
+        EXPECT_EQ(step.settings, rest);
         EXPECT_EQ(step.classId, "pair");
     }
 }
@@ -112,25 +113,18 @@ TEST(EffectStep, LeavesSettingsToTheirClass) {
 }
 
 TEST(EffectStep, TakesQuotesAndEscapesOff) {
-    struct Case {
-        char const* written;
-        char const* path;
-    };
-    Case const cases[] = {
-        {R"(path=/a/b)", "/a/b"},
-        {R"(path="/my clips/b")", "/my clips/b"},
-        {R"(path='/my clips/b')", "/my clips/b"},
-        {R"(path=/my\ clips/b)", "/my clips/b"},
-        {R"('path=/my clips/b')", "/my clips/b"},
-        {R"(path=/a=b)", "/a=b"},
-        {R"(path="")", ""},
-        {R"(path='/my "own" clips')", R"(/my "own" clips)"},
-    };
-    for (Case const& each : cases) {
-        SCOPED_TRACE(each.written);
-        auto const effect = Make(std::string("stabilizer ") + each.written);
+    for (auto const& [written, path] : {std::pair(R"(path=/a/b)", "/a/b"),
+                                        {R"(path="/my clips/b")", "/my clips/b"},
+                                        {R"(path='/my clips/b')", "/my clips/b"},
+                                        {R"(path=/my\ clips/b)", "/my clips/b"},
+                                        {R"('path=/my clips/b')", "/my clips/b"},
+                                        {R"(path=/a=b)", "/a=b"},
+                                        {R"(path="")", ""},
+                                        {R"(path='/my "own" clips')", R"(/my "own" clips)"}}) {
+        auto const effect = Make(std::string("stabilizer ") + written);
         Proc::Settings const& settings = effect->GetSettingsBase();
-        EXPECT_EQ(Proc::ReadFieldText(settings, *Proc::FindField(settings.GetFields(), "path")), each.path);
+        EXPECT_EQ(Proc::ReadFieldText(settings, *Proc::FindField(settings.GetFields(), "path")), path)
+            << written;
     }
 }
 
@@ -139,21 +133,22 @@ std::string GetRefusal(std::string const& text) {
 }
 
 TEST(EffectStep, SaysWhatIsWrong) {
-    EXPECT_EQ(GetRefusal(" "), "An effect is missing: the text is empty");
-    EXPECT_EQ(GetRefusal("transpoze step=1"),
-              "There is no effect \"transpoze\"; the nearest name is \"transpose\"");
-    EXPECT_EQ(GetRefusal("Flip"), "There is no effect \"Flip\"; the nearest name is \"flip\"");
-    EXPECT_EQ(GetRefusal("transpose step"), "transpose: step needs a value: 0 to 3 (quarter turns)");
-    EXPECT_EQ(GetRefusal("flip horizontal vertical horizontal"), "flip: \"horizontal\" is given twice");
-    for (std::string const text : {"flip=horizontal", "flip:horizontal"})
-        EXPECT_EQ(GetRefusal(text), "Write \"flip horizontal\": blanks separate an effect and its settings");
-    EXPECT_EQ(GetRefusal("flip=horizontal=1:vertical=1"),
-              "Write \"flip horizontal=1 vertical=1\": blanks separate an effect and its settings");
-    EXPECT_EQ(GetRefusal("transpose =1"), "transpose: \"=1\" is no key=value");
-    EXPECT_EQ(GetRefusal("flip horizontal=1 vertical=1 horizontal=0"), "flip: \"horizontal\" is given twice");
-    EXPECT_EQ(GetRefusal("transpose step=9"), "transpose: step=9 is out of range: 0 to 3 (quarter turns)");
-    EXPECT_EQ(GetRefusal("echo"), "echo works on audio input, not on video");
-    EXPECT_EQ(GetRefusal("flip 'horizontal=1"), "A quote (') is opened and not closed: flip 'horizontal=1");
+    for (auto const& [text, refusal] :
+         {std::pair(" ", "An effect is missing: the text is empty"),
+          {"transpoze step=1", "There is no effect \"transpoze\"; the nearest name is \"transpose\""},
+          {"Flip", "There is no effect \"Flip\"; the nearest name is \"flip\""},
+          {"transpose step", "transpose: step needs a value: 0 to 3 (quarter turns)"},
+          {"transpose step=9", "transpose: step=9 is out of range: 0 to 3 (quarter turns)"},
+          {"transpose =1", "transpose: \"=1\" is no key=value"},
+          {"flip=horizontal", "Write \"flip horizontal\": blanks separate an effect and its settings"},
+          {"flip:horizontal", "Write \"flip horizontal\": blanks separate an effect and its settings"},
+          {"flip=horizontal=1:vertical=1",
+           "Write \"flip horizontal=1 vertical=1\": blanks separate an effect and its settings"},
+          {"flip horizontal vertical horizontal", "flip: \"horizontal\" is given twice"},
+          {"flip horizontal=1 vertical=1 horizontal=0", "flip: \"horizontal\" is given twice"},
+          {"flip 'horizontal=1", "A quote (') is opened and not closed: flip 'horizontal=1"},
+          {"echo", "echo works on audio input, not on video"}})
+        EXPECT_EQ(GetRefusal(text), refusal);
 }
 
 TEST(EffectStep, RefusesTextsThatWouldChangeTheFilter) {

@@ -43,9 +43,7 @@ public:
             m_stride = -m_stride;
             m_indexStride = -m_indexStride;
         }
-        for (std::size_t y = 0; y < height; ++y)
-            std::copy_n(picture.data() + 4 * width * y, 4 * width,
-                        m_pixels.data() + m_first + static_cast<std::ptrdiff_t>(y) * m_stride);
+        WritePixels(picture);
     }
 
     bool Process(int colours, int dither, Conf::PixColor background = s_background) {
@@ -59,10 +57,12 @@ public:
         return ColorQuant::Process(*in, *out, GetSize(), colours, dither, background);
     }
 
-    void ProcessPlainly(unsigned colours, bool dither) {
-        Plain::Quantise({m_pixels.data() + m_first, m_stride, m_indices.data() + m_firstIndex, m_indexStride,
-                         m_palette.data(), m_width, m_height},
-                        colours, dither, s_background);
+    /// Becomes what the plain one makes of the picture.
+    void ProcessPlainly(Bytes const& picture, unsigned colours, bool dither) {
+        Plain::Quantised const made = Plain::Quantise(picture, m_width, colours, dither, s_background);
+        WritePixels(made.pixels);
+        WriteRows(made.indices, m_width, m_indices.data() + m_firstIndex, m_indexStride);
+        std::ranges::copy(made.palette, m_palette.begin());
     }
 
     Conf::FrameInfo GetSize() const {
@@ -84,6 +84,14 @@ public:
 private:
     static constexpr std::size_t s_padding = 21;
 
+    void WritePixels(Bytes const& picture) {
+        WriteRows(picture, 4 * m_width, m_pixels.data() + m_first, m_stride);
+    }
+    void WriteRows(Bytes const& bytes, std::size_t row, std::uint8_t* to, std::ptrdiff_t stride) const {
+        for (std::size_t y = 0; y < m_height; ++y)
+            std::copy_n(bytes.data() + row * y, row, to + static_cast<std::ptrdiff_t>(y) * stride);
+    }
+
     std::size_t Size(std::ptrdiff_t stride) const {
         return static_cast<std::size_t>(stride) * m_height + 2 * s_padding;
     }
@@ -99,20 +107,6 @@ private:
     std::ptrdiff_t m_firstIndex;
 };
 
-void ExpectAsPlain(Bytes const& picture, std::size_t width, std::size_t height, int colours, int dither,
-                   bool isUpsideDown) {
-    SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height) + ", " + std::to_string(colours) +
-                 " colours, dither " + std::to_string(dither) + (isUpsideDown ? ", upside down" : ""));
-    Pictures fast(picture, width, height, isUpsideDown);
-    Pictures plain = fast;
-    EXPECT_TRUE(fast.Process(colours, dither));
-    plain.ProcessPlainly(static_cast<unsigned>(colours), dither != 0);
-    // Not EXPECT_EQ: it would print a picture.
-    EXPECT_TRUE(fast.GetPixels() == plain.GetPixels());
-    EXPECT_TRUE(fast.GetPalette() == plain.GetPalette());
-    EXPECT_TRUE(fast.GetIndices() == plain.GetIndices());
-}
-
 struct PictureCase {
     PictureKind kind;
     PictureAlpha alpha;
@@ -120,9 +114,19 @@ struct PictureCase {
 
 class ColorQuantAsPlain : public testing::TestWithParam<PictureCase> {
 protected:
-    void Expect(std::size_t width, std::size_t height, int colours, int dither, bool isUpsideDown = false) {
-        ExpectAsPlain(MakePicture(GetParam().kind, GetParam().alpha, width, height), width, height, colours,
-                      dither, isUpsideDown);
+    static void Expect(std::size_t width, std::size_t height, int colours, int dither,
+                       bool isUpsideDown = false) {
+        SCOPED_TRACE(testing::Message() << width << "x" << height << ", " << colours << " colours, dither "
+                                        << dither << (isUpsideDown ? ", upside down" : ""));
+        Bytes const picture = MakePicture(GetParam().kind, GetParam().alpha, width, height);
+        Pictures fast(picture, width, height, isUpsideDown);
+        Pictures plain = fast;
+        EXPECT_TRUE(fast.Process(colours, dither));
+        plain.ProcessPlainly(picture, static_cast<unsigned>(colours), dither != 0);
+        // Not EXPECT_EQ: it would print a picture.
+        EXPECT_TRUE(fast.GetPixels() == plain.GetPixels());
+        EXPECT_TRUE(fast.GetPalette() == plain.GetPalette());
+        EXPECT_TRUE(fast.GetIndices() == plain.GetIndices());
     }
 };
 

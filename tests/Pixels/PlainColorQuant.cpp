@@ -2,9 +2,8 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <memory>
+#include <deque>
 #include <utility>
-#include <vector>
 
 namespace Tarsel::Proc::Plain {
 namespace {
@@ -12,29 +11,12 @@ namespace {
 struct Node {
     std::uint64_t sums[4] = {}; // Averages at the end.
     std::uint32_t count = 0;
-    std::uint32_t heapIndex = 0;
+    std::size_t heapIndex = 0; // 0 outside the heap
     unsigned kidCount = 0;
     unsigned kidIndex = 0;
-    bool inHeap = false;
     unsigned depth = 0;
     Node* kids[8] = {};
     Node* parent = nullptr;
-};
-
-class Pool {
-public:
-    Node* Take() {
-        if (m_left == 0) {
-            m_blocks.push_back(std::make_unique<Node[]>(s_block));
-            m_left = s_block;
-        }
-        return &m_blocks.back()[--m_left];
-    }
-
-private:
-    static constexpr std::size_t s_block = 2048;
-    std::vector<std::unique_ptr<Node[]>> m_blocks;
-    std::size_t m_left = 0;
 };
 
 bool IsBefore(Node const& a, Node const& b) {
@@ -49,16 +31,12 @@ public:
     Node& At(std::size_t position) { return *m_nodes[position]; }
 
     void Add(Node& node) {
-        if (node.inHeap) {
+        if (node.heapIndex == 0) {
+            node.heapIndex = m_nodes.size();
+            m_nodes.push_back(&node);
+        } else {
             Down(node);
-            Up(node);
-            return;
         }
-        node.inHeap = true;
-        if (m_nodes.empty())
-            m_nodes.push_back(nullptr);
-        node.heapIndex = static_cast<std::uint32_t>(m_nodes.size());
-        m_nodes.push_back(&node);
         Up(node);
     }
 
@@ -75,8 +53,8 @@ public:
 private:
     void Swap(std::size_t a, std::size_t b) {
         std::swap(m_nodes[a], m_nodes[b]);
-        m_nodes[a]->heapIndex = static_cast<std::uint32_t>(a);
-        m_nodes[b]->heapIndex = static_cast<std::uint32_t>(b);
+        m_nodes[a]->heapIndex = a;
+        m_nodes[b]->heapIndex = b;
     }
 
     void Up(Node& node) {
@@ -86,7 +64,7 @@ private:
 
     void Down(Node& node) {
         for (;;) {
-            std::size_t child = 2 * std::size_t{node.heapIndex};
+            std::size_t child = 2 * node.heapIndex;
             if (child >= m_nodes.size())
                 return;
             if (child + 1 < m_nodes.size() && IsBefore(*m_nodes[child + 1], *m_nodes[child]))
@@ -97,7 +75,7 @@ private:
         }
     }
 
-    std::vector<Node*> m_nodes; // The first place stays empty.
+    std::vector<Node*> m_nodes{nullptr}; // The first place stays empty.
 };
 
 unsigned ChildIndex(std::uint8_t const* pixel, unsigned depth) {
@@ -114,19 +92,18 @@ void Flatten(std::uint8_t* pixel, Conf::PixColor background) {
             std::trunc(((255 - alpha) * behind[i] + pixel[i] * alpha) / 255.0 + 0.5));
 }
 
-Node& Insert(Pool& pool, Node& root, std::uint8_t const* pixel) {
-    Node* node = &root;
+Node& Insert(std::deque<Node>& nodes, std::uint8_t const* pixel) {
+    Node* node = &nodes.front();
     for (unsigned depth = 1; depth <= 7; ++depth) {
-        unsigned const index = ChildIndex(pixel, depth);
-        if (node->kids[index] == nullptr) {
-            Node* const kid = pool.Take();
+        Node*& kid = node->kids[ChildIndex(pixel, depth)];
+        if (kid == nullptr) {
+            kid = &nodes.emplace_back();
             kid->parent = node;
-            kid->kidIndex = index;
+            kid->kidIndex = ChildIndex(pixel, depth);
             kid->depth = depth;
-            node->kids[index] = kid;
             ++node->kidCount;
         }
-        node = node->kids[index];
+        node = kid;
     }
     for (int i = 0; i < 4; ++i)
         node->sums[i] += pixel[i];
@@ -157,96 +134,79 @@ Node const& Nearest(Heap& heap, int const* color) {
         if (distance < best) {
             nearest = &node;
             best = distance;
-            if (distance == 0)
-                break;
         }
     }
     return *nearest;
 }
 
-void Diffuse(Pictures const& pictures, Heap& heap) {
-    std::size_t const width = pictures.width;
-    std::vector<std::int32_t> work(width * pictures.height * 4);
-    for (std::size_t y = 0; y < pictures.height; ++y)
-        for (std::size_t i = 0; i < 4 * width; ++i)
-            work[4 * width * y + i] =
-                16 * pictures.pixels[static_cast<std::ptrdiff_t>(y) * pictures.pixelStride +
-                                     static_cast<std::ptrdiff_t>(i)];
-    for (std::size_t y = 0; y < pictures.height; ++y)
-        for (std::size_t x = 0; x < width; ++x) {
-            std::int32_t* const at = &work[4 * (width * y + x)];
-            int values[4];
-            for (int i = 0; i < 4; ++i)
-                values[i] = at[i] <= -16 ? 0 : at[i] >= 4096 ? 255 : at[i] / 16;
-            Node const& node = Nearest(heap, values);
-            pictures.indices[static_cast<std::ptrdiff_t>(y) * pictures.indexStride +
-                             static_cast<std::ptrdiff_t>(x)] = static_cast<std::uint8_t>(node.heapIndex);
-            for (int i = 0; i < 4; ++i) {
-                int const error = values[i] - static_cast<int>(node.sums[i]);
-                if (x + 1 < width)
-                    at[4 + i] += 8 * error;
-                if (y + 1 == pictures.height)
-                    continue;
-                std::int32_t* const below = at + 4 * width;
-                below[i] += 5 * error;
-                if (x + 1 < width)
-                    below[4 + i] += 2 * error;
-                if (x > 0)
-                    below[i - 4] += error;
-            }
+void Diffuse(Quantised& result, std::size_t width, Heap& heap) {
+    std::vector<std::int32_t> work(result.pixels.begin(), result.pixels.end());
+    for (std::int32_t& value : work)
+        value *= 16;
+    for (std::size_t n = 0; n < work.size() / 4; ++n) {
+        std::size_t const x = n % width;
+        std::int32_t* const at = &work[4 * n];
+        int values[4];
+        for (int i = 0; i < 4; ++i)
+            values[i] = at[i] <= -16 ? 0 : at[i] >= 4096 ? 255 : at[i] / 16;
+        Node const& node = Nearest(heap, values);
+        result.indices.push_back(static_cast<std::uint8_t>(node.heapIndex));
+        for (int i = 0; i < 4; ++i) {
+            int const error = values[i] - static_cast<int>(node.sums[i]);
+            if (x + 1 < width)
+                at[4 + i] += 8 * error;
+            if (n + width >= work.size() / 4)
+                continue;
+            std::int32_t* const below = at + 4 * width;
+            below[i] += 5 * error;
+            if (x + 1 < width)
+                below[4 + i] += 2 * error;
+            if (x > 0)
+                below[i - 4] += error;
         }
+    }
 }
 
-void Replace(Pictures const& pictures, Node const& root) {
-    for (std::size_t y = 0; y < pictures.height; ++y)
-        for (std::size_t x = 0; x < pictures.width; ++x) {
-            std::uint8_t const* const pixel = pictures.pixels +
-                                              static_cast<std::ptrdiff_t>(y) * pictures.pixelStride +
-                                              static_cast<std::ptrdiff_t>(4 * x);
-            Node const* node = &root;
-            for (unsigned depth = 1; depth <= 7; ++depth) {
-                Node const* const kid = node->kids[ChildIndex(pixel, depth)];
-                if (kid == nullptr)
-                    break;
-                node = kid;
-            }
-            pictures.indices[static_cast<std::ptrdiff_t>(y) * pictures.indexStride +
-                             static_cast<std::ptrdiff_t>(x)] = static_cast<std::uint8_t>(node->heapIndex);
-        }
+Node const& Find(Node const& root, std::uint8_t const* pixel) {
+    Node const* node = &root;
+    for (unsigned depth = 1; depth <= 7; ++depth) {
+        Node const* const kid = node->kids[ChildIndex(pixel, depth)];
+        if (kid == nullptr)
+            break;
+        node = kid;
+    }
+    return *node;
 }
 
 } // namespace
 
-void Quantise(Pictures const& pictures, unsigned colours, bool dither, Conf::PixColor background) {
-    Pool pool;
+Quantised Quantise(std::vector<std::uint8_t> pixels, std::size_t width, unsigned colours, bool dither,
+                   Conf::PixColor background) {
+    std::deque<Node> nodes(1);
     Heap heap;
-    Node& root = *pool.Take();
-    for (std::size_t y = 0; y < pictures.height; ++y)
-        for (std::size_t x = 0; x < pictures.width; ++x) {
-            std::uint8_t* const pixel = pictures.pixels +
-                                        static_cast<std::ptrdiff_t>(y) * pictures.pixelStride +
-                                        static_cast<std::ptrdiff_t>(4 * x);
-            Flatten(pixel, background);
-            heap.Add(Insert(pool, root, pixel));
-        }
+    for (std::size_t i = 0; i < pixels.size(); i += 4) {
+        Flatten(&pixels[i], background);
+        heap.Add(Insert(nodes, &pixels[i]));
+    }
     while (heap.Count() > colours + 1)
         heap.Add(Fold(heap.Pop()));
 
-    std::uint8_t* entry = pictures.palette;
-    for (int i = 0; i < 4; ++i)
-        *entry++ = i == 3 ? 255 : 0;
+    Quantised result{std::move(pixels), {}, {0, 0, 0, 255}};
     for (std::size_t at = 1; at < heap.Count(); ++at) {
         Node& node = heap.At(at);
         for (std::uint64_t& sum : node.sums)
             sum = static_cast<std::uint64_t>(std::trunc(static_cast<double>(sum) / node.count + 0.5));
         for (int i = 0; i < 4; ++i)
-            *entry++ = i == 3 ? 255 : static_cast<std::uint8_t>(node.sums[i]);
+            result.palette.push_back(i == 3 ? 255 : static_cast<std::uint8_t>(node.sums[i]));
     }
 
     if (dither)
-        Diffuse(pictures, heap);
+        Diffuse(result, width, heap);
     else
-        Replace(pictures, root);
+        for (std::size_t i = 0; i < result.pixels.size(); i += 4)
+            result.indices.push_back(
+                static_cast<std::uint8_t>(Find(nodes.front(), &result.pixels[i]).heapIndex));
+    return result;
 }
 
 } // namespace Tarsel::Proc::Plain

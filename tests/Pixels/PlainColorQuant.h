@@ -4,21 +4,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace Tarsel::Proc::Plain {
 
-/// A picture of 4-byte pixels (red, green, blue, alpha) and where its indices and palette go.
-struct Pictures {
-    std::uint8_t* pixels;
-    std::ptrdiff_t pixelStride;
-    std::uint8_t* indices;
-    std::ptrdiff_t indexStride;
-    std::uint8_t* palette;
-    std::size_t width;
-    std::size_t height;
+/// What a picture of 4-byte pixels (red, green, blue, alpha) becomes.
+struct Quantised {
+    /// Before its background.
+    std::vector<std::uint8_t> pixels;
+    std::vector<std::uint8_t> indices;
+    /// As many entries of 4 bytes as there are.
+    std::vector<std::uint8_t> palette;
 };
 
 /// The quantiser as it is defined, one step after the other and nothing saved: what the fast one is held to.
-void Quantise(Pictures const& pictures, unsigned colours, bool dither, Conf::PixColor background);
+/// Rows of `width` pixels without padding.
+Quantised Quantise(std::vector<std::uint8_t> pixels, std::size_t width, unsigned colours, bool dither,
+                   Conf::PixColor background);
 
 } // namespace Tarsel::Proc::Plain

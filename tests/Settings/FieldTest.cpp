@@ -62,23 +62,13 @@ static_assert(!Compiles([](Field& row) { row.maximum = -1; }));
 static_assert(!Compiles([](Field& row) { row.maximum = 3.5; }));
 static_assert(!Compiles([](Field& row) { row.kind = FieldKind::Word; }));
 static_assert(!Compiles([](Field& row) { row.kind = FieldKind::List; }));
+static_assert(Compiles([](Field& row) { row.kind = FieldKind::Word, row.words = s_words; }));
+static_assert(!Compiles([](Field& row) { row.kind = FieldKind::Word, row.words = s_twins; }));
 static_assert(!Compiles([](Field& row) {
-    row.kind = FieldKind::Word;
-    row.words = s_twins;
-}));
-static_assert(Compiles([](Field& row) {
-    row.kind = FieldKind::Word;
-    row.words = s_words;
+    row.kind = FieldKind::Word, row.words = s_words, row.initial = 3;
 }));
 static_assert(!Compiles([](Field& row) {
-    row.kind = FieldKind::Word;
-    row.words = s_words;
-    row.initial = 3;
-}));
-static_assert(!Compiles([](Field& row) {
-    row.kind = FieldKind::Mask;
-    row.words = s_words;
-    row.initial = 4;
+    row.kind = FieldKind::Mask, row.words = s_words, row.initial = 4;
 }));
 
 TEST(FieldText, IsReadInEveryFormUsersWrite) {
@@ -182,81 +172,79 @@ TEST(FieldText, IsRefusedWithClassKeyValueAndLegalValues) {
 }
 
 TEST(FieldValue, OfTheWrongKindIsRefused) {
-    std::unique_ptr<Settings> const transpose = Create("transpose");
-    EXPECT_EQ(GetRefusal([&] { WriteField(*transpose, transpose->GetFields()[0], 1.0); }),
-              "transpose: step=a value of another kind is no integer: 0 to 3 (quarter turns)");
-    std::unique_ptr<Settings> const blur = Create("blur");
-    EXPECT_EQ(GetRefusal([&] {
-                  WriteField(*blur, *FindField(blur->GetFields(), "pixel-format"), std::int64_t{1} << 32);
-              }),
-              "blur: pixel-format=4294967296 is no pixel format: a pixel format such as yuv420p, or none");
-    std::unique_ptr<Settings> const echo = Create("echo");
-    EXPECT_EQ(GetRefusal([&] {
-                  WriteField(*echo, echo->GetFields()[0], std::vector<double>{1, 1, 1});
-              }),
-              "echo: echos=3 values is no list: delay/decay, with '|' between the entries");
-    EXPECT_EQ(GetRefusal([&] {
-                  WriteField(*echo, echo->GetFields()[0], std::vector<double>{1.5, 1});
-              }),
-              "echo: echos, entry 1: delay=1.5 is no integer: 1 to 90000 (ms)");
+    struct {
+        char const* classId;
+        char const* key;
+        FieldValue value;
+        char const* refusal;
+    } const cases[] = {
+        {"transpose", "step", 1.0, "step=a value of another kind is no integer: 0 to 3 (quarter turns)"},
+        {"blur", "pixel-format", std::int64_t{1} << 32,
+         "pixel-format=4294967296 is no pixel format: a pixel format such as yuv420p, or none"},
+        {"echo", "echos", std::vector<double>{1, 1, 1},
+         "echos=3 values is no list: delay/decay, with '|' between the entries"},
+        {"echo", "echos", std::vector<double>{1.5, 1},
+         "echos, entry 1: delay=1.5 is no integer: 1 to 90000 (ms)"},
+    };
+    for (auto const& row : cases) {
+        std::unique_ptr<Settings> const settings = Create(row.classId);
+        EXPECT_EQ(
+            GetRefusal([&] { WriteField(*settings, *FindField(settings->GetFields(), row.key), row.value); }),
+            std::string(row.classId) + ": " + row.refusal);
+    }
 }
 
-TEST(FieldsProperty, TakesNumbersForRealsAndWords) {
-    Core::Property property;
-    property.SetChildT("luma-spatial", std::int64_t{3});
-    EXPECT_TRUE(Create("denoise-chroma-luma")->GetFields()[0].kind == FieldKind::Real);
-    std::unique_ptr<Settings> const denoise = Create("denoise-chroma-luma");
-    WriteFieldsFromProperty(*denoise, property);
-    EXPECT_EQ(Settings2Property(*denoise)["luma-spatial"].GetDouble(), 3.0);
-
-    Core::Property mode;
-    mode.SetChildT("mode", std::int64_t{1});
-    std::unique_ptr<Settings> const deinterlace = Create("deinterlace");
-    WriteFieldsFromProperty(*deinterlace, mode);
-    EXPECT_EQ(Settings2Property(*deinterlace)["mode"].GetString(), "send_field");
-    mode.SetChildT("mode", std::int64_t{4});
-    EXPECT_THROW(WriteFieldsFromProperty(*deinterlace, mode), SettingsException);
-}
-
-TEST(FieldsProperty, IsRefusedLikeText) {
-    Core::Property property;
-    property.SetChildT("step", std::int64_t{7});
-    EXPECT_EQ(GetRefusal([&] { WriteFieldsFromProperty(*Create("transpose"), property); }),
-              "transpose: step=7 is out of range: 0 to 3 (quarter turns)");
+/// Also from hosts that keep strings or numbers only.
+TEST(FieldsProperty, IsReadOrRefusedLikeText) {
+    auto const one = [](char const* key, auto value) {
+        Core::Property property;
+        property.SetChildT(key, value);
+        return property;
+    };
     Core::Property nested;
     nested.AddChild(Core::Property("step"));
-    EXPECT_EQ(GetRefusal([&] { WriteFieldsFromProperty(*Create("transpose"), nested); }),
-              "transpose: step is of type container, which is no value: 0 to 3 (quarter turns)");
+    struct {
+        char const* classId;
+        Core::Property property;
+        /// Settings as text, or the refusal.
+        std::string result;
+    } const cases[] = {
+        {"denoise-chroma-luma", one("luma-spatial", std::int64_t{3}),
+         "luma-spatial=3:"},
+        {"deinterlace", one("mode", std::int64_t{1}), "mode=send_field:deint=all"},
+        {"deinterlace", one("mode", std::int64_t{4}), "deinterlace: mode=4 is unknown: "},
+        {"flip", one("horizontal", std::string("1")), "horizontal=1:vertical=0"},
+        {"flip", one("vertical", std::int64_t{1}), "horizontal=0:vertical=1"},
+        {"transpose", one("step", std::string("3")), "step=3"},
+        {"transpose", one("step", std::int64_t{7}),
+         "transpose: step=7 is out of range: 0 to 3 (quarter turns)"},
+        {"transpose", nested,
+         "transpose: step is of type container, which is no value: 0 to 3 (quarter turns)"},
+    };
+    for (auto const& [classId, property, result] : cases) {
+        std::unique_ptr<Settings> const settings = Create(classId);
+        std::string made;
+        try {
+            WriteFieldsFromProperty(*settings, property);
+            made = Serialize(*settings);
+        } catch (SettingsException const& refusal) {
+            made = refusal.what();
+        }
+        EXPECT_EQ(made.substr(0, result.size()), result);
+    }
 }
 
-TEST(FieldsProperty, IsReadFromHostsThatKeepStringsOrNumbersOnly) {
-    Core::Property property;
-    property.SetChildT("horizontal", std::string("1"));
-    property.SetChildT("vertical", std::int64_t{1});
-    property.SetChildT("step", std::string("3"));
+TEST(SettingsText, ReadsOnTopOfPresentValuesAndShowsNumbersThatNoWordHas) {
     std::unique_ptr<Settings> const flip = Create("flip");
-    WriteFieldsFromProperty(*flip, property);
+    for (char const* text : {"horizontal=1", "", "vertical=1"})
+        flip->Deserialize(text);
     EXPECT_EQ(Serialize(*flip), "horizontal=1:vertical=1");
-    std::unique_ptr<Settings> const transpose = Create("transpose");
-    WriteFieldsFromProperty(*transpose, property);
-    EXPECT_EQ(Serialize(*transpose), "step=3");
-}
-
-TEST(SettingsText, ReadsOnTopOfPresentValues) {
-    std::unique_ptr<Settings> const flip = Create("flip");
-    flip->Deserialize("horizontal=1");
-    flip->Deserialize("");
-    flip->Deserialize("vertical=1");
-    EXPECT_EQ(Serialize(*flip), "horizontal=1:vertical=1");
-}
-
-TEST(SettingsText, ShowsNumbersThatNoWordHas) {
-    std::unique_ptr<Settings> const deinterlace = Create("deinterlace");
-    deinterlace->GetFields()[0].set(*deinterlace, std::int64_t{4});
-    EXPECT_EQ(Serialize(*deinterlace), "mode=4:deint=all");
-    std::unique_ptr<Settings> const negate = Create("negate");
-    negate->GetFields()[0].set(*negate, std::int64_t{17});
-    EXPECT_EQ(Serialize(*negate), "channels=17");
+    for (auto const& [classId, number, text] :
+         {std::tuple("deinterlace", 4, "mode=4:deint=all"), {"negate", 17, "channels=17"}}) {
+        std::unique_ptr<Settings> const settings = Create(classId);
+        settings->GetFields()[0].set(*settings, std::int64_t{number});
+        EXPECT_EQ(Serialize(*settings), text);
+    }
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <sstream>
 
@@ -25,18 +26,8 @@ namespace {
 /// A static initialiser like any plug-in's or program's.
 std::size_t const s_classesSeenEarly = GetSettingsCatalogue().size();
 
-TEST(SettingsCatalogue, HasEveryClassInOrderOfRegistration) {
-    EXPECT_EQ(s_classesSeenEarly, 36U);
-    std::vector<std::string_view> ids;
-    for (SettingsClass const& each : GetSettingsCatalogue())
-        ids.push_back(each.classId);
-    EXPECT_THAT(ids, testing::ElementsAre(
-                         "flip", "transpose", "display-matrix", "deshake", "stabilizer", "pixel-format",
-                         "denoise-chroma-luma", "denoise-dct", "denoise-wavelet", "edge-detect", "emboss",
-                         "balance-chroma", "blur", "color-channel-mixer", "negate", "noise", "border",
-                         "posterize", "remove-grain", "midequalizer", "deinterlace", "resize", "resample",
-                         "rotate", "color-balance", "smart-blur", "equalizer", "echo", "chorus", "reverb",
-                         "gate", "noise-gate", "compressor", "distortion", "flanger", "vibrato"));
+TEST(SettingsCatalogue, IsCompleteWhileOthersStart) {
+    EXPECT_EQ(s_classesSeenEarly, GetSettingsCatalogue().size());
     EXPECT_EQ(FindSettingsClass("unheard-of"), nullptr);
     EXPECT_EQ(SettingsResample::CLASS_ID, IResample::CLASS_ID);
 }
@@ -171,24 +162,21 @@ TEST(Transform, IsComparedAsItsConcreteClass) {
 }
 
 TEST(Transpose, TurnsWithinAFullCircle) {
+    using Limits = std::numeric_limits<std::int32_t>;
     SettingsEffectTranspose transpose;
-    for (std::int32_t const step : {1, 2, 3, 0, 1}) {
+    for (auto const& [from, added, subtracted] : {std::array{0, 1, 3},
+                                                  {1, 2, 0},
+                                                  {3, 0, 2},
+                                                  {-1, 0, 2},
+                                                  {Limits::max(), 0, 2},
+                                                  {Limits::min(), 1, 3}}) {
+        transpose.step = from;
         transpose.AddAngle90();
-        EXPECT_EQ(transpose.step, step);
-    }
-    for (std::int32_t const step : {0, 3, 2}) {
+        EXPECT_EQ(transpose.step, added);
+        transpose.step = from;
         transpose.SubAngle90();
-        EXPECT_EQ(transpose.step, step);
+        EXPECT_EQ(transpose.step, subtracted);
     }
-    transpose.step = -1;
-    transpose.AddAngle90();
-    EXPECT_EQ(transpose.step, 0);
-    transpose.step = std::numeric_limits<std::int32_t>::max();
-    transpose.AddAngle90();
-    EXPECT_EQ(transpose.step, 0);
-    transpose.step = std::numeric_limits<std::int32_t>::min();
-    transpose.SubAngle90();
-    EXPECT_EQ(transpose.step, 3);
 }
 
 TEST(Blur, TakesOneSigmaForBothDirections) {

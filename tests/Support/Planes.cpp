@@ -67,6 +67,16 @@ Proc::SafeFrame StoreBottomUp(AVFrame const& frame) {
     return flipped;
 }
 
+Proc::SafeFrame MakeUncounted(std::uint8_t* pixels, int width, int height) {
+    Proc::SafeFrame frame;
+    frame->format = AV_PIX_FMT_GRAY8;
+    frame->width = width;
+    frame->height = height;
+    frame->data[0] = pixels;
+    frame->linesize[0] = width;
+    return frame;
+}
+
 std::vector<std::uint8_t> PlaneBytes(AVFrame const& frame, int plane) {
     std::vector<std::uint8_t> bytes;
     Rows const rows = RowsOf(frame, plane);

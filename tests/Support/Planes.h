@@ -21,6 +21,9 @@ Proc::SafeFrame MakeNoise(Conf::PixFmt format, std::uint32_t width, std::uint32_
 /// line sizes.
 Proc::SafeFrame StoreBottomUp(AVFrame const& frame);
 
+/// A gray picture over the caller's pixels, whose references nobody counts.
+Proc::SafeFrame MakeUncounted(std::uint8_t* pixels, int width, int height);
+
 /// The bytes of a plane that belong to the picture, top row first.
 std::vector<std::uint8_t> PlaneBytes(AVFrame const& frame, int plane);
 

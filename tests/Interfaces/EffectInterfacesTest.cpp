@@ -1,11 +1,16 @@
 #include "Host/Doubles.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "Proc/Interfaces/ITwoInputEffectVideo.h"
+#include "Proc/Interfaces/Statistics.h"
+#include "Proc/Interfaces/TimeToProgress.h"
 #include "Support/Failure.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <stdexcept>
+#include <string>
 #include <typeinfo>
 #include <vector>
 
@@ -75,11 +80,8 @@ void CheckOneInput(SP<IData> const& right, decltype(Effect::result) const& resul
     EXPECT_EQ(effect->given, nullptr);
 }
 
-TEST(OneInputAdapter, CastsVideo) {
+TEST(OneInputAdapter, Casts) {
     CheckOneInput<Video>(MakeVideo(), MakeVideo(), MakeAudio());
-}
-
-TEST(OneInputAdapter, CastsAudio) {
     CheckOneInput<Audio>(MakeAudio(), MakeAudio(), MakeVideo());
 }
 
@@ -103,26 +105,63 @@ TEST(TwoInputAdapter, CastsBoth) {
     EXPECT_EQ(effect->given, nullptr);
 }
 
-void ExpectWrongCount(IEffect& effect, std::size_t count, char const* text, char const* file,
-                      char const* function) {
-    SCOPED_TRACE(count);
-    Tarsel::Test::Failure const failure =
-        Tarsel::Test::Catch<std::logic_error>([&] { effect.ProcessData(std::vector<SP<IData>>(count)); });
-    EXPECT_EQ(failure.text, text);
-    EXPECT_EQ(failure.file, file);
-    EXPECT_EQ(failure.function, function);
-    EXPECT_TRUE(failure.hasStack);
+TEST(Adapters, RefuseAWrongCountOfInputs) {
+    struct {
+        SP<IEffect> effect;
+        std::size_t count;
+        std::string name;
+        char const* text;
+    } const cases[] = {{MakeSP<Video>(), 0, "IOneInputEffect", "incorrect data count"},
+                       {MakeSP<Video>(), 2, "IOneInputEffect", "incorrect data count"},
+                       {MakeSP<TwoInput>(), 0, "ITwoInputEffect", "invalid data count"},
+                       {MakeSP<TwoInput>(), 1, "ITwoInputEffect", "invalid data count"},
+                       {MakeSP<TwoInput>(), 3, "ITwoInputEffect", "invalid data count"}};
+    for (auto const& row : cases) {
+        Tarsel::Test::Failure const failure = Tarsel::Test::Catch<std::logic_error>(
+            [&] { row.effect->ProcessData(std::vector<SP<IData>>(row.count)); });
+        EXPECT_EQ(failure.text, row.text);
+        EXPECT_EQ(failure.file, "Proc/Interfaces/" + row.name);
+        EXPECT_EQ(failure.function, "virtual SP<IData> Tarsel::Proc::" + row.name +
+                                        "::ProcessData(const std::vector<SP<IData>> &)");
+        EXPECT_TRUE(failure.hasStack);
+    }
 }
 
-TEST(Adapters, RefuseAWrongCountOfInputs) {
-    for (std::size_t const count : {0U, 2U})
-        ExpectWrongCount(*MakeSP<Video>(), count, "incorrect data count", "Proc/Interfaces/IOneInputEffect",
-                         "virtual SP<IData> Tarsel::Proc::IOneInputEffect::ProcessData("
-                         "const std::vector<SP<IData>> &)");
-    for (std::size_t const count : {0U, 1U, 3U})
-        ExpectWrongCount(*MakeSP<TwoInput>(), count, "invalid data count", "Proc/Interfaces/ITwoInputEffect",
-                         "virtual SP<IData> Tarsel::Proc::ITwoInputEffect::ProcessData("
-                         "const std::vector<SP<IData>> &)");
+TEST(TimeToProgress, IsLinearInDouble) {
+    TimeToProgress const standard;
+    EXPECT_EQ(standard.GetStart(), 0);
+    EXPECT_EQ(standard.GetEnd(), 1000000);
+    EXPECT_EQ(standard(250000), 0.25);
+    EXPECT_EQ(standard(-500000), -0.5); // not clamped
+    EXPECT_EQ(TimeToProgress::Linear(15, 10, 20), 0.5);
+    constexpr auto least = std::numeric_limits<std::int64_t>::min();
+    constexpr auto most = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(TimeToProgress::Linear(0, least, most), 0.5); // wider than 64 bits
+    TimeToProgress const squared(0, 10, [](auto current, auto start, auto end) {
+        double const linear = TimeToProgress::Linear(current, start, end);
+        return linear * linear;
+    });
+    EXPECT_EQ(squared(5), 0.25);
+}
+
+TEST(Effect, KeepsTheProgressItIsGiven) {
+    auto const effect = MakeSP<HostTest::Effect>("any");
+    EXPECT_EQ(effect->GetProgress().GetEnd(), 1000000);
+    effect->SetProgress(TimeToProgress(100, 300));
+    EXPECT_EQ(static_cast<IEffect const&>(*effect).GetProgress()(200), 0.5);
+    EXPECT_EQ(effect->GetStatistic(), Core::Property());
+}
+
+TEST(Statistics, BecomeAPropertyTree) {
+    Core::Property const tree = Statistics::MakeStatistics({"GetStatistic()", 7, 1, "ffmpeg", 3, 25});
+    Core::Property expected("Statistics");
+    expected.CreateChildT("Name", std::string("GetStatistic()"));
+    expected.CreateChildT("Category", std::int64_t{7});
+    expected.CreateChildT("MediaType", std::int64_t{1});
+    expected.CreateChildT("ImplName", std::string("ffmpeg"));
+    expected.CreateChildT("CounterA", std::int64_t{3});
+    expected.CreateChildT("Processed", std::int64_t{25});
+    EXPECT_EQ(tree, expected);
 }
 
 } // namespace
