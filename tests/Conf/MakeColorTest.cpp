@@ -23,8 +23,8 @@ constexpr int s_size = 16;
 
 /// The bytes of one pixel, plane by plane, of a picture of one colour that libswscale made.
 std::vector<int> ColorByScaler(PixColor color, PixFmt format, ColorSpace const& space) {
-    Proc::SafeFrame const from({}, PixFmt::GBRAP, s_size, s_size, 1, 1);
-    Proc::SafeFrame const to({}, format, s_size, s_size, 1, 1);
+    Proc::SafeFrame from({}, ByName("gbrap"), s_size, s_size, 1, 1);
+    Proc::SafeFrame to({}, format, s_size, s_size, 1, 1);
     for (int plane = 0; plane < 4; ++plane)
         Test::FillPlane(*from, plane,
                         std::array{color.green, color.blue, color.red, color.alpha}[std::size_t(plane)]);

@@ -67,7 +67,8 @@ TEST(NearNames, AreTheNearestFirst) {
                                      {"mpg4", "; near names: mpeg4"},
                                      {"lbix264", "; near names: libx264, libx265"},
                                      {"xyz", ""},
-                                     {"h265", ""}})
+                                     {"h265", ""},
+                                     {"mp4", ""}}) // would take two steps
         EXPECT_EQ(NearNamesText(name, names), near);
     std::vector<std::string> const many{"ab", "ac", "ad", "ae", "af", "ag"};
     EXPECT_THAT(FindNearNames("aa", many), testing::ElementsAre("ab", "ac", "ad", "ae", "af"));

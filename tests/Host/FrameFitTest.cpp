@@ -83,17 +83,15 @@ int GetDistance(Proc::IDataVideo const& a, Proc::IDataVideo const& b) {
     return largest;
 }
 
-struct Case {
-    PixFmt format;
-    std::uint32_t width;
-    std::uint32_t height;
-    PixFmt fed;
-    /// What two conversions between 8-bit formats may cost; deeper ones are not compared by bytes.
-    int distance;
-};
-
 TEST(FrameFit, BringsFramesThereAndBack) {
-    Case const cases[] = {
+    struct {
+        PixFmt format;
+        std::uint32_t width;
+        std::uint32_t height;
+        PixFmt fed;
+        /// What two conversions between 8-bit formats may cost; deeper ones are not compared by bytes.
+        int distance;
+    } const cases[] = {
         {PixFmt::YUV420P, 16, 8, PixFmt::YUV420P, 0},
         {PixFmt::YUV420P, 17, 9, PixFmt::YUV420P, 0},
         {PixFmt::YUV444P, 1, 1, PixFmt::YUV444P, 0},
@@ -107,7 +105,7 @@ TEST(FrameFit, BringsFramesThereAndBack) {
         {PixFmt::NV12, 16, 8, PixFmt::YUV420P, 0},
         {ByName("yuyv422"), 16, 8, PixFmt::YUV422P, 0},
     };
-    for (Case const& each : cases) {
+    for (auto const& each : cases) {
         SCOPED_TRACE(Tarsel::Test::NameOf(each.format));
         auto const effect = MakeSP<Choosy>();
         Host::VideoChain chain;
@@ -153,35 +151,21 @@ TEST(FrameFit, RepeatsTheEdge) {
 TEST(FrameFit, GivesWhatWasHeldBackInItsOwnForm) {
     Host::VideoChain chain;
     chain.Append(MakeSP<Choosy>());
-    struct Form {
-        PixFmt format;
-        std::uint32_t width;
-    };
-    std::vector<Form> const forms{{PixFmt::RGB24, 15},
-                                  {PixFmt::RGB24, 15},
-                                  {PixFmt::YUV420P, 15},
-                                  {PixFmt::YUV420P, 16},
-                                  {PixFmt::RGBA, 16}};
-    for (Form const& form : forms)
-        chain.Feed(MakeRamp(form.format, form.width, 8));
+    std::pair<PixFmt, std::uint32_t> const forms[] = {{PixFmt::RGB24, 15},
+                                                      {PixFmt::RGB24, 15},
+                                                      {PixFmt::YUV420P, 15},
+                                                      {PixFmt::YUV420P, 16},
+                                                      {PixFmt::RGBA, 16}};
+    for (auto const& [format, width] : forms)
+        chain.Feed(MakeRamp(format, width, 8));
     chain.End();
-    for (Form const& form : forms) {
+    for (auto const& [format, width] : forms) {
         auto const result = chain.Take();
         ASSERT_TRUE(result);
-        EXPECT_EQ(result->GetPixelFormat(), form.format);
-        EXPECT_EQ(result->GetFrameInfo().width, form.width);
+        EXPECT_EQ(result->GetPixelFormat(), format);
+        EXPECT_EQ(result->GetFrameInfo().width, width);
     }
     EXPECT_FALSE(chain.Take());
-}
-
-TEST(FrameFit, LeavesFramesAloneThatPassUntouched) {
-    auto const effect = MakeSP<Choosy>();
-    effect->m_description.clear();
-    Host::VideoChain chain;
-    chain.Append(effect);
-    auto const frame = MakeRamp(PixFmt::RGBA, 15, 9);
-    chain.Feed(frame);
-    EXPECT_EQ(effect->m_fed.at(0), frame);
 }
 
 TEST(FrameFit, IsToldToTheUser) {
@@ -199,6 +183,16 @@ TEST(FrameFit, IsToldToTheUser) {
     chain.UpdateFormatCodec(format);
     EXPECT_EQ(format->GetPixelFormat(), PixFmt::RGB24);
     EXPECT_EQ(format->GetFrameInfo().width, 15U);
+
+    // Frames that pass untouched are left alone.
+    auto const idle = MakeSP<Choosy>();
+    idle->m_description.clear();
+    Host::VideoChain other;
+    other.Append(idle);
+    auto const frame = MakeRamp(PixFmt::RGBA, 15, 9);
+    other.Feed(frame);
+    EXPECT_EQ(idle->m_fed.at(0), frame);
+    EXPECT_THAT(other.GetNotes(), IsEmpty());
 }
 
 TEST(VideoChain, TellsLossesOnce) {

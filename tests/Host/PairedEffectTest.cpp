@@ -58,11 +58,10 @@ public:
 
 class TellingTwoInputEffect : public TwoInputEffect, public Proc::IEffectDetailsVideo {
 public:
-    Proc::EffectTraits const& GetTraits() const noexcept override {
-        static constexpr Proc::EffectTraits s_traits{.summary = "pairs"};
-        return s_traits;
-    }
+    Proc::EffectTraits const& GetTraits() const noexcept override { return m_traits; }
     std::string Describe(Conf::IFormatCodecVideo const&) const override { return "pair=2"; }
+
+    Proc::EffectTraits m_traits{.summary = "pairs"};
 };
 
 /// A picture of one value in each byte.
@@ -92,28 +91,26 @@ constexpr Conf::FrameInfo s_otherSize{6, 10, 4, 3};
 constexpr Conf::ColorSpace s_limited601{6, 1, 6};
 constexpr Conf::ColorSpace s_full601{6, 2, 6};
 
-struct AlikeCase {
-    char const* format;
-    Conf::ColorSpace space;
-    char const* secondFormat;
-    Conf::ColorSpace secondSpace;
-    int secondValue;
-    std::vector<int> expected;
-};
-
 TEST(PairedEffect, SecondFramesBecomeLikeTheFirst) {
-    for (AlikeCase const& row : {
-             AlikeCase{"yuv420p", s_limited601, "yuv420p", s_limited601, 100, {100, 100, 100}},
-             AlikeCase{"gray", {}, "gray", {}, 7, {7}},
-             AlikeCase{"yuv420p", s_limited601, "gray", {2, 2, 2}, 255, {235, 128, 128}},
-             AlikeCase{"yuv420p", s_full601, "yuv444p", s_limited601, 235, {255, 250, 250}},
-             AlikeCase{"yuv420p", s_limited601, "yuv420p", s_full601, 128, {126, 128, 128}},
-             AlikeCase{"rgb24", {0, 2, 1}, "yuv420p", s_limited601, 128, {130}},
-             AlikeCase{"yuv420p", {1, 1, 1}, "rgb24", {0, 2, 1}, 255, {235, 128, 128}},
-             AlikeCase{"gray", {}, "pal8", {}, 3, {255}},
-             // Other primaries alone change no value.
-             AlikeCase{"yuv420p", {6, 1, 9}, "yuv420p", s_limited601, 100, {100, 100, 100}},
-         }) {
+    struct {
+        char const* format;
+        Conf::ColorSpace space;
+        char const* secondFormat;
+        Conf::ColorSpace secondSpace;
+        int secondValue;
+        std::vector<int> expected;
+    } const cases[] = {
+        {"yuv420p", s_limited601, "yuv420p", s_limited601, 100, {100, 100, 100}},
+        {"gray", {}, "gray", {}, 7, {7}},
+        {"yuv420p", s_limited601, "gray", {2, 2, 2}, 255, {235, 128, 128}},
+        {"yuv420p", s_full601, "yuv444p", s_limited601, 235, {255, 250, 250}},
+        {"yuv420p", s_limited601, "yuv420p", s_full601, 128, {126, 128, 128}},
+        {"rgb24", {0, 2, 1}, "yuv420p", s_limited601, 128, {130}},
+        {"yuv420p", {1, 1, 1}, "rgb24", {0, 2, 1}, 255, {235, 128, 128}},
+        {"gray", {}, "pal8", {}, 3, {255}},
+        {"yuv420p", {6, 1, 9}, "yuv420p", s_limited601, 100, {100, 100, 100}}, // other primaries alone
+    };
+    for (auto const& row : cases) {
         SCOPED_TRACE(std::string(row.secondFormat) + " to " + row.format);
         auto const effect = MakeSP<TwoInputEffect>();
         Frame const second = MakePlain(row.secondFormat, s_otherSize, row.secondSpace, row.secondValue, 5);
