@@ -105,7 +105,8 @@ TEST(EveryClass, ComesBackFromItsTextItsPropertyAndItsCopies) {
 
             std::unique_ptr<Settings> const clone = settings->Clone();
             Settings& copy = *clone;
-            EXPECT_EQ(typeid(copy), typeid(*subject.Create()));
+            Settings const& other = *fromText;
+            EXPECT_EQ(typeid(copy), typeid(other));
             expectSame(copy);
             SetFieldDefaults(copy, {subject.settingsClass.classId, subject.Fields()});
             EXPECT_EQ(Serialize(*settings), text);
@@ -129,9 +130,10 @@ TEST(EveryClass, EqualityNoticesEveryFieldAndTheClass) {
             EXPECT_FALSE(other->IsEqualTo(*settings)) << field.key;
         }
         for (SettingsClass const& other : GetSettingsCatalogue())
-            if (other.classId != subject.Id())
+            if (other.classId != subject.Id()) {
                 EXPECT_THROW((void)subject.Create()->IsEqualTo(*other.create()), std::bad_cast)
                     << other.classId;
+            }
     });
 }
 

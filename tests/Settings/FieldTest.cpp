@@ -209,8 +209,7 @@ TEST(FieldsProperty, IsReadOrRefusedLikeText) {
         /// Settings as text, or the refusal.
         std::string result;
     } const cases[] = {
-        {"denoise-chroma-luma", one("luma-spatial", std::int64_t{3}),
-         "luma-spatial=3:"},
+        {"denoise-chroma-luma", one("luma-spatial", std::int64_t{3}), "luma-spatial=3:"},
         {"deinterlace", one("mode", std::int64_t{1}), "mode=send_field:deint=all"},
         {"deinterlace", one("mode", std::int64_t{4}), "deinterlace: mode=4 is unknown: "},
         {"flip", one("horizontal", std::string("1")), "horizontal=1:vertical=0"},
