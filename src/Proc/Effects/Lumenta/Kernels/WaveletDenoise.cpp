@@ -331,7 +331,7 @@ constexpr std::size_t RoundUp(std::size_t value, std::size_t unit) {
 WaveletWork::WaveletWork(WaveletPlane const& plane, int depth, double strength)
     : m_plane(plane),
       m_levels(std::min(static_cast<std::size_t>(depth),
-                        std::size_t{std::bit_width(std::min(plane.width, plane.height))} - 1)),
+                        static_cast<std::size_t>(std::bit_width(std::min(plane.width, plane.height))) - 1)),
       m_strength(strength), m_stride(RoundUp(plane.width, s_align) + s_align),
       m_margin(RoundUp((s_waveletReach << m_levels) / 2, s_align)), m_rowSize(m_stride + 2 * m_margin) {}
 
