@@ -35,8 +35,8 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     PATTERN "FullChroma.h" EXCLUDE PATTERN "IdleCure.h" EXCLUDE PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header
-    Media/Analyse.h Media/Api.h Media/MediaExceptions.h Media/PictureReader.h Media/PictureWriter.h Media/Run.h
-    Media/SoundLane.h Media/SoundReader.h Media/SoundWriter.h
+    Media/Analyse.h Media/Api.h Media/AudioReader.h Media/AudioWriter.h Media/ImageWriter.h
+    Media/MediaExceptions.h Media/Progress.h Media/Run.h Media/StreamInfo.h Media/VideoReader.h
     Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioLevels.h
     Proc/Algorithms/AudioAlg/AudioRef.h Proc/Algorithms/AudioAlg/DataAudioRef.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h

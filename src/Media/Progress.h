@@ -1,41 +1,20 @@
 #pragma once
 
-#include "Media/Run.h"
-
-#include <atomic>
-#include <chrono>
 #include <cstdint>
 
 namespace Tarsel::Media {
 
-/// How far a run is. Written by the stage that writes the file, read by the thread that reports.
-class Progress {
-public:
-    /// Where the pictures, or the sound, start and how long they last, in microseconds; a duration of 0 is
+/// How far a run is.
+struct RunProgress {
+    /// 0 to 1, by the time of the pictures, or of the sound where there are none; negative when the length is
     /// not known.
-    void SetSpan(std::int64_t start, std::int64_t duration) noexcept;
-    /// A picture was written that ends at this time, in microseconds.
-    void Add(std::int64_t end) noexcept;
-    /// Sound was written up to this time, in microseconds: where there are no pictures to count.
-    void Reach(std::int64_t end) noexcept;
-
-    /// Audio was written from and to these times, in microseconds, whether there are pictures or not.
-    void AddAudio(std::int64_t start, std::int64_t end) noexcept;
-
-    std::int64_t GetFrames() const noexcept { return m_frames; }
-    double GetAudioSeconds() const noexcept;
-    /// Since this object was made.
-    double GetSeconds() const noexcept;
-    RunProgress Get() const noexcept;
-
-private:
-    std::chrono::steady_clock::time_point m_begin = std::chrono::steady_clock::now();
-    std::int64_t m_start = 0;
-    std::int64_t m_duration = 0;
-    std::atomic<std::int64_t> m_frames{0};
-    std::atomic<std::int64_t> m_end{INT64_MIN};
-    std::atomic<std::int64_t> m_audioStart{INT64_MAX};
-    std::atomic<std::int64_t> m_audioEnd{INT64_MIN};
+    double done = -1;
+    std::int64_t frames = 0;
+    double framesPerSecond = 0;
+    /// Negative when not known.
+    double secondsLeft = -1;
+    /// Of audio, as far as it has come; where there are several streams, of the longest.
+    double audioSeconds = 0;
 };
 
 } // namespace Tarsel::Media

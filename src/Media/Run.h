@@ -1,18 +1,13 @@
 #pragma once
 
-#include "Conf/ColorSpace.h"
-#include "Conf/DisplayMatrix.h"
-#include "Conf/FrameInfo.h"
 #include "Conf/PixFmt.h"
-#include "Core/Ratio.h"
 #include "Media/Api.h"
-#include "Media/SoundLane.h"
-#include "Proc/Interfaces/IEffectStream.h"
+#include "Media/Progress.h"
+#include "Media/StreamInfo.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -22,49 +17,12 @@
 
 namespace Tarsel::Media {
 
-/// The picture stream that is about to be worked on.
-struct VideoStreamInfo {
-    Conf::FrameInfo frame;
-    Conf::PixFmt format = Conf::PixFmt::None;
-    Conf::ColorSpace space;
-    /// Nominal frames a second; 0/1 when unknown.
-    Ratio frameRate;
-    /// Seconds a tick of the stream's time stamps.
-    Ratio timeBase;
-    /// The stream's orientation tag; DisplayMatrix::s_default without one.
-    Conf::DisplayMatrix orientation;
-    /// FFmpeg's name of the codec.
-    std::string codec;
-    /// Why the stream cannot be copied as it is, "\"out.webm\" cannot hold h264"; "" when a null lane copies
-    /// it.
-    std::string copyObstacle;
-    /// When the first picture is shown, in the microseconds that pictures are stamped with.
-    std::int64_t start = 0;
-};
-
-/// Makes the work on the picture, once the stream is known. With a null result the picture stream is copied
-/// untouched where that can be (VideoStreamInfo::copyObstacle is empty); elsewhere it is encoded anew, and
-/// its orientation tag is lost, with a note: a lane that turns the pictures keeps them upright.
-using MakeVideoLane = std::function<std::unique_ptr<Proc::IEffectStreamVideo>(VideoStreamInfo const&)>;
-
 /// How much of pictures and sound encoders may lose, from small files to none at all.
 enum class Quality : std::uint8_t { Low, Medium, High, VisuallyLossless, Lossless };
 constexpr Quality s_everyQuality[] = {Quality::Low, Quality::Medium, Quality::High, Quality::VisuallyLossless,
                                       Quality::Lossless};
 /// "visually-lossless". Any thread.
 TARSEL_MEDIA_API std::string_view GetQualityName(Quality quality) noexcept;
-
-struct RunProgress {
-    /// 0 to 1, by the time of the pictures, or of the sound where there are none; negative when the length is
-    /// not known.
-    double done = -1;
-    std::int64_t frames = 0;
-    double framesPerSecond = 0;
-    /// Negative when not known.
-    double secondsLeft = -1;
-    /// Of audio, as far as it has come; where there are several streams, of the longest.
-    double audioSeconds = 0;
-};
 
 struct RunOptions {
     std::filesystem::path input;
@@ -84,19 +42,19 @@ struct RunOptions {
     /// Of what is encoded anew, where the options do not tell it: pictures are encoded anew when it is given.
     /// Nothing: VisuallyLossless.
     std::optional<Quality> quality;
-    /// The lane's pictures have a format that was asked for: they are written in it, or what the encoder has
+    /// The chain's pictures have a format that was asked for: they are written in it, or what the encoder has
     /// next to it. Otherwise RGB that came of YUV becomes YUV again where the encoder wants that.
-    bool keepsLaneFormat = false;
+    bool keepsEffectFormat = false;
     /// For a still picture out of a film: the time of the frame to take, in seconds.
     std::optional<double> at;
     /// Work on pictures, and on sound: empty where none is wanted, and streams are copied where that can be.
     /// With a maker, or options for encoding, input and output have to be of that kind: InputException "...
     /// has no pictures", "... has no sound", OptionsException "... holds no sound".
-    MakeVideoLane makeVideoLane;
-    MakeSoundLane makeSoundLane;
+    MakeVideoEffects makeVideoEffects;
+    MakeAudioEffects makeAudioEffects;
     /// With the maker set: it is not called where there is nothing for it, and that is no error.
-    bool mayLackPictures = false;
-    bool mayLackSound = false;
+    bool mayLackVideo = false;
+    bool mayLackAudio = false;
     /// Called about ten times a second on the thread that calls Run; may be empty.
     std::function<void(RunProgress const&)> onProgress;
 };
@@ -118,23 +76,26 @@ struct RunResult {
 
 /// Pixel formats that the encoder of the output's pictures takes; empty: any, or there is no such encoder.
 /// Throws as CheckRun, but whether input and output exist is not looked at. Any thread.
-TARSEL_MEDIA_API std::vector<Conf::PixFmt> FindPictureFormats(RunOptions const& options);
+TARSEL_MEDIA_API std::vector<Conf::PixFmt> FindVideoFormats(RunOptions const& options);
 
 /// What Run would refuse before it opens the input: paths, container, encoder and its options. For programs
 /// that have long work to do before. OptionsException, InputException, OutputException.
 TARSEL_MEDIA_API void CheckRun(RunOptions const& options);
 
-/// Reads the input, passes its picture and its sound through their lanes, writes the output: every other
+/// Reads the input, passes its picture and its sound through their chains, writes the output: every other
 /// stream (subtitles, attachments, data), chapters, metadata and dispositions are copied. Sound keeps its
 /// place beside the pictures to the sample, as far as the container can say it. Sound that the container
 /// cannot hold as it is is encoded anew, with a note. Into a container for sound (wav, mp3, m4a, ...) films
 /// go without their pictures, with a note; covers are kept where it takes them. The output appears under its
 /// name only when it is complete; after any failure nothing is left behind. Memory does not grow with the
-/// length of the film, whatever the lanes hold back. InputException, OutputException, OptionsException,
-/// InterruptedException; exceptions of the lanes pass unchanged. Blocks until done; several runs may go on at
-/// once. Reading, picture lane and writing have a thread each, and decoder and encoder of pictures up to
+/// length of the film, whatever the chains hold back. InputException, OutputException, OptionsException,
+/// InterruptedException; exceptions of the chains pass unchanged. Blocks until done; several runs may go on at
+/// once. Reading, picture chain and writing have a thread each, and decoder and encoder of pictures up to
 /// Core::ThreadBudget::Get() threads; sound is worked on by the thread that writes. With a budget of 1 the
-/// calling thread does it all. Each lane is called by one thread.
+/// calling thread does it all. Each chain is called by one thread.
 TARSEL_MEDIA_API RunResult Run(RunOptions const& options, std::stop_token stop = {});
+
+/// FFmpeg's names of the encoders that runs take, for audio or for video. Any thread.
+TARSEL_MEDIA_API std::vector<std::string> ListEncoders(bool isAudio);
 
 } // namespace Tarsel::Media

@@ -1,4 +1,4 @@
-#include "Media/ClockJumps.h"
+#include "Media/Container/ClockJumps.h"
 
 #include <gtest/gtest.h>
 

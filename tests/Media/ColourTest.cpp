@@ -1,6 +1,6 @@
 // Formats, sizes, aspects and colour descriptions of pictures on their way into an encoder.
 
-#include "Media/EncoderPicture.h"
+#include "Media/Codec/VideoConversion.h"
 #include "RunFixture.h"
 #include "Support/Planes.h"
 #include "Support/Process.h"
@@ -166,7 +166,7 @@ TEST_F(Conversions, AlphaOfWebmIsKept) {
     Media::VideoStreamInfo info;
     Media::RunOptions options = Options("in.webm", "out.webm");
     options.videoEncoderOptions = {{"auto-alt-ref", "0"}};
-    options.makeVideoLane = Note(info);
+    options.makeVideoEffects = Note(info);
     Media::Run(options);
     EXPECT_EQ(info.format, Conf::PixFmt::YUVA420P);
     EXPECT_EQ(ReadMedia(File("out.webm")).streams[0].metadata["alpha_mode"], "1");
@@ -193,7 +193,7 @@ std::vector<Conf::PixFmt> Formats(std::initializer_list<char const*> names) {
     return formats;
 }
 
-TEST(ChoosePicture, NearestFormatAndRange) {
+TEST(ChooseVideoConversion, NearestFormatAndRange) {
     constexpr Conf::ColorSpace none{};
     constexpr Conf::ColorSpace full{2, AVCOL_RANGE_JPEG, 2};
     constexpr Conf::ColorSpace hdLimited{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, AVCOL_PRI_BT709};
@@ -223,18 +223,19 @@ TEST(ChoosePicture, NearestFormatAndRange) {
     };
     for (ChoiceCase const& row : cases) {
         SCOPED_TRACE(std::string(row.format) + " " + std::to_string(row.width) + " to " + row.wanted);
-        Media::EncoderPicture const picture =
-            Media::ChoosePicture(ByName(row.format), row.space, row.width, 48, row.rules);
+        Media::VideoConversion const picture =
+            Media::ChooseVideoConversion(ByName(row.format), row.space, row.width, 48, row.rules);
         EXPECT_EQ(picture.format, ByName(row.wanted));
         EXPECT_EQ(picture.space.range, row.range);
         EXPECT_EQ(picture.isConverted, row.isConverted);
     }
     // JPEG knows the matrix of BT.601 alone.
-    EXPECT_EQ(Media::ChoosePicture(ByName("yuv420p"), hdLimited, 64, 48, jpeg).space.matrix,
+    EXPECT_EQ(Media::ChooseVideoConversion(ByName("yuv420p"), hdLimited, 64, 48, jpeg).space.matrix,
               AVCOL_SPC_BT470BG);
     Media::EncoderRules const wholeChroma{Formats({"yuv420p"}), false,
                                           Media::GetCodecFacts(AV_CODEC_ID_H264)};
-    EXPECT_EQ(Media::ChoosePicture(ByName("yuv420p"), none, 65, 48, wholeChroma).format, Conf::PixFmt::None);
+    EXPECT_EQ(Media::ChooseVideoConversion(ByName("yuv420p"), none, 65, 48, wholeChroma).format,
+              Conf::PixFmt::None);
 }
 
 } // namespace

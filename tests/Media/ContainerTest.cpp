@@ -1,6 +1,6 @@
 // What containers hold, and what becomes of streams that they do not.
 
-#include "Media/Containers.h"
+#include "Media/Container/Containers.h"
 #include "Media/MediaExceptions.h"
 #include "RunFixture.h"
 
@@ -35,7 +35,7 @@ TEST_F(Containers, RowsFitFFmpeg) {
             av_guess_format(std::string(traits.name).c_str(), nullptr, nullptr);
         ASSERT_NE(format, nullptr);
         EXPECT_EQ(&Media::GetTraits(*format), &traits);
-        for (auto const& list : {traits.pictureEncoders, traits.audioEncoders, {traits.textEncoder, nullptr}})
+        for (auto const& list : {traits.videoEncoders, traits.audioEncoders, {traits.textEncoder, nullptr}})
             for (char const* name : list)
                 if (AVCodec const* const encoder =
                         name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr) {
@@ -60,7 +60,7 @@ TEST_F(Containers, AudioOfAnyCodecGetsThere) {
                 continue;
             SCOPED_TRACE(codec + (" into " + output));
             try {
-                Media::RunOptions options = SoundOptions(input, output, {});
+                Media::RunOptions options = AudioOptions(input, output, {});
                 options.overwrite = true;
                 Media::Run(options);
                 auto const audio = ReadMedia(File(output)).Of("audio");
@@ -103,7 +103,7 @@ TEST_F(Containers, SubtitlesGetThere) {
         for (auto const& to : outputs) {
             SCOPED_TRACE(from.input + std::string(" into ") + to.output);
             Media::RunOptions options = Options(from.input, to.output);
-            options.makeVideoLane = nullptr;
+            options.makeVideoEffects = nullptr;
             options.overwrite = true;
             auto const notes = Media::Run(options).notes;
             auto texts = ReadMedia(File(to.output)).Of("subtitle");
@@ -142,7 +142,7 @@ TEST_F(Containers, TitlesAndChaptersAreThereOrToldOf) {
             continue;
         SCOPED_TRACE(output);
         Media::RunOptions options = Options("in.mkv", output);
-        options.mayLackPictures = true;
+        options.mayLackVideo = true;
         options.overwrite = true;
         std::string notes;
         try {

@@ -1,9 +1,9 @@
 // Names and options of encoders.
 
 #include "Core/ThreadBudget.h"
-#include "Media/EncoderSettings.h"
+#include "Media/Codec/EncoderSettings.h"
+#include "Media/Codec/VideoEncoder.h"
 #include "Media/MediaExceptions.h"
-#include "Media/VideoEncoder.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Wrappers/FrameRoom.h"
 #include "RunFixture.h"
@@ -69,7 +69,7 @@ struct ToldCase {
     Media::EncoderOptions told;
 };
 
-TEST(PictureOptions, AreEffortQualityOwnWaysAndTheUsers) {
+TEST(VideoOptions, AreEffortQualityOwnWaysAndTheUsers) {
     using enum Media::Quality;
     ToldCase const cases[] = {
         {"libx264", {}, VisuallyLossless, 1, {{"preset", "medium"}, {"crf", "18"}}},
@@ -96,8 +96,8 @@ TEST(PictureOptions, AreEffortQualityOwnWaysAndTheUsers) {
          {{"x265-params", "log-level=error:pools=none:lossless=1:keyint=9"}}},
     };
     for (ToldCase const& row : cases)
-        EXPECT_EQ(Media::MakePictureOptions(*avcodec_find_encoder_by_name(row.encoder), row.users,
-                                            row.quality, row.threads),
+        EXPECT_EQ(Media::MakeVideoOptions(*avcodec_find_encoder_by_name(row.encoder), row.users, row.quality,
+                                          row.threads),
                   row.told)
             << row.encoder;
 }

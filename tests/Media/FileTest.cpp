@@ -1,7 +1,7 @@
 // Files that cannot be read or may not be written, and damaged ones.
 
+#include "Media/Container/OutputFile.h"
 #include "Media/MediaExceptions.h"
-#include "Media/OutputFile.h"
 #include "RunFixture.h"
 
 #include <csignal>
@@ -142,9 +142,9 @@ TEST_F(Input, ThatBreaksOffIsTold) {
         for (bool const isCut : {false, true}) {
             Write("cut" + extension, whole.substr(0, isCut ? whole.size() / 2 : whole.size()));
             Media::RunOptions options =
-                SoundOptions("cut" + extension, isPicture ? "out.png" : "out.mkv", {});
-            options.makeVideoLane = PassThrough();
-            options.mayLackPictures = true;
+                AudioOptions("cut" + extension, isPicture ? "out.png" : "out.mkv", {});
+            options.makeVideoEffects = PassThrough();
+            options.mayLackVideo = true;
             options.overwrite = true;
             auto const notes = Media::Run(options).notes;
             if (!isCut) {
@@ -176,9 +176,9 @@ TEST_F(Input, WithUnknownPicturesIsCopied) {
     std::string const text =
         "\"" + File("in.avi").string() + "\" has pictures in the codec avs2, which cannot be decoded here";
     EXPECT_EQ(Refuse(File("in.avi")), text);
-    Media::RunOptions options = SoundOptions("in.avi", "out.mp4");
-    options.makeVideoLane = PassThrough();
-    options.mayLackPictures = true;
+    Media::RunOptions options = AudioOptions("in.avi", "out.mp4");
+    options.makeVideoEffects = PassThrough();
+    options.mayLackVideo = true;
     EXPECT_EQ(RunForFailure<Media::InputException>(options), text); // which MP4 cannot hold
     options.output = File("out.avi");
     Media::RunResult const result = Media::Run(options);
@@ -205,7 +205,7 @@ protected:
         Media::RunOptions options = Options("in.mp4", "out.mp4");
         options.output = output.starts_with('/') ? std::filesystem::path(output) : File(output);
         options.overwrite = overwrite;
-        options.makeVideoLane = [](Media::VideoStreamInfo const&) -> std::unique_ptr<FunctionLane> {
+        options.makeVideoEffects = [](Media::VideoStreamInfo const&) -> std::unique_ptr<FunctionEffects> {
             ADD_FAILURE() << "the input was read";
             return nullptr;
         };
@@ -244,7 +244,7 @@ TEST_F(Output, IsRefusedBeforeAnythingIsRead) {
 // Somebody else takes the name while the run is on.
 TEST_F(Output, NeverReplacesWhatAppearedInTheMeantime) {
     Media::RunOptions options = Options("in.mp4", "out.mp4");
-    options.makeVideoLane = MakeLane([&](Picture const& picture) {
+    options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
         Write("out.mp4", "somebody else's");
         return Pictures{picture};
     });
@@ -261,7 +261,7 @@ TEST_F(Output, ReplacesWithinItsLinkAndKeepsTheRights) {
     Media::RunOptions options = Options("in.mp4", "link.mp4");
     options.overwrite = true;
     bool wasOld = false;
-    options.makeVideoLane = MakeLane([&](Picture const& picture) {
+    options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
         wasOld = Read("old.mp4") == "old";
         return Pictures{picture};
     });

@@ -70,7 +70,7 @@ TEST_F(Film, AllOfAnMp4ComesOut) {
     Remux(MakeRich("plain.mp4", "mov_text"), File("in.mp4"), TagAsTurned);
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     Media::VideoStreamInfo info;
-    options.makeVideoLane = Note(info);
+    options.makeVideoEffects = Note(info);
     Media::RunResult const result = Media::Run(options);
     MediaRecord const in = ReadMedia(File("in.mp4"));
     MediaRecord const out = ReadMedia(File("out.mp4"));
@@ -81,7 +81,7 @@ TEST_F(Film, AllOfAnMp4ComesOut) {
     EXPECT_EQ(info.codec, "h264");
     EXPECT_NE(info.orientation, Conf::DisplayMatrix::s_default);
     EXPECT_TRUE(in.streams[0].hasMatrix);
-    EXPECT_FALSE(out.streams[0].hasMatrix); // the lane has dealt with it
+    EXPECT_FALSE(out.streams[0].hasMatrix); // the chain has dealt with it
 
     ASSERT_EQ(in.pictures.size(), 25U);
     EXPECT_EQ(out.pictures, in.pictures);
@@ -187,7 +187,7 @@ INSTANTIATE_TEST_SUITE_P(
                       s_bFrames,
                   "mp4",
                   false},
-        TimesCase{{"SoundStartsLater"},
+        TimesCase{{"AudioStartsLater"},
                   "-itsoffset 0.32 " + s_sound + s_pictures + "-map 1 -map 0 -c:a aac " + s_bFrames,
                   "mp4"}),
     s_caseName);
@@ -227,7 +227,7 @@ TEST_F(Film, AMuxerWithOneStreamGetsThePicture) {
 TEST_F(Film, ANullLaneCopiesThePictureWithItsTag) {
     Remux(MakeRich("plain.mp4", "mov_text"), File("in.mp4"), TagAsTurned);
     Media::RunOptions options = Options("in.mp4", "out.mp4");
-    options.makeVideoLane = {};
+    options.makeVideoEffects = {};
     Media::RunResult const result = Media::Run(options);
     MediaRecord const in = ReadMedia(File("in.mp4"));
     MediaRecord const out = ReadMedia(File("out.mp4"));
@@ -238,7 +238,7 @@ TEST_F(Film, ANullLaneCopiesThePictureWithItsTag) {
     EXPECT_EQ(result.framesOut, 25);
 }
 
-// Where a null lane cannot copy, pictures are encoded anew.
+// Where a null chain cannot copy, pictures are encoded anew.
 TEST_F(Film, ANullLaneEncodesWhatTheContainerCannotTake) {
     Make(File("in.mp4"), s_pictures + s_noBFrames);
     Make(File("in.avi"), s_pictures + s_bFrames);
@@ -252,7 +252,7 @@ TEST_F(Film, ANullLaneEncodesWhatTheContainerCannotTake) {
     for (auto const& row : cases) {
         SCOPED_TRACE(row.output);
         Media::RunOptions options = Options(row.input, row.output);
-        options.makeVideoLane = {};
+        options.makeVideoEffects = {};
         EXPECT_THAT(Media::Run(options).notes, ElementsAre(row.note));
         std::vector<PictureRecord> const pictures = ReadMedia(File(row.output)).pictures;
         ASSERT_EQ(pictures.size(), 25U);
@@ -261,7 +261,7 @@ TEST_F(Film, ANullLaneEncodesWhatTheContainerCannotTake) {
     }
 }
 
-// Who makes lanes is told whether a copy would do, and so whether the tag would be lost.
+// Who makes chains is told whether a copy would do, and so whether the tag would be lost.
 TEST_F(Film, LaneMakersKnowWhatACopyWouldLack) {
     Make(File("plain.mp4"), s_pictures + s_noBFrames);
     Remux(File("plain.mp4"), File("in.mp4"), TagAsTurned);
@@ -279,7 +279,7 @@ TEST_F(Film, LaneMakersKnowWhatACopyWouldLack) {
         options.overwrite = true;
         options.videoEncoder = row.encoder;
         Media::VideoStreamInfo info;
-        options.makeVideoLane = [&](Media::VideoStreamInfo const& told) {
+        options.makeVideoEffects = [&](Media::VideoStreamInfo const& told) {
             info = told;
             return nullptr;
         };
@@ -400,7 +400,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Film, WhatTheInputsCodecCannotHoldTheUsualOneHolds) {
     Make(File("in.3gp"), "-f lavfi -i testsrc2=s=176x144:r=25:d=0.2 -c:v h263");
     Media::RunOptions options = Options("in.3gp", "out.3gp");
-    options.makeVideoLane = MakeLane([](Picture const& picture) {
+    options.makeVideoEffects = MakeEffects([](Picture const& picture) {
         Picture const smaller = MakeSP<Proc::DataVideoFF>(MakeNoise(Conf::PixFmt::YUV420P, 64, 48),
                                                           Conf::FrameInfo{64, 48, 1, 1});
         smaller->SetTime(picture->GetTime());
@@ -457,7 +457,7 @@ TEST_F(Film, BroadcastClocksStartAtZeroAndGoOn) {
 TEST_F(Film, ProgressIsToldOnTheCallersThread) {
     Make(File("in.mp4"), s_pictures + s_noBFrames);
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
-    options.makeVideoLane = MakeLane([](Picture const& picture) {
+    options.makeVideoEffects = MakeEffects([](Picture const& picture) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         return Pictures{picture};
     });

@@ -1,8 +1,7 @@
 // Minutes of film: times do not drift, and memory does not grow with the length.
 
-#include "Media/Demuxer.h"
-#include "Media/FFmpegRatio.h"
-#include "Media/TimeMap.h"
+#include "Media/Base/Times.h"
+#include "Media/Container/Demuxer.h"
 #include "RunFixture.h"
 #include "Support/MemoryWatch.h"
 
@@ -47,7 +46,7 @@ protected:
         return skew;
     }
 
-    std::int64_t CountSoundBytes(std::string const& name) const {
+    std::int64_t CountAudioBytes(std::string const& name) const {
         std::int64_t bytes = 0;
         ForEachPacket(name, [&](AVPacket const& packet, AVStream const& stream) {
             if (stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
@@ -81,10 +80,10 @@ TEST_F(LongFilm, TimesDoNotDrift) {
     EXPECT_EQ(samples, 300 * 12000);
 }
 
-/// Lanes by what they hold back.
-Media::MakeVideoLane HoldBack(std::size_t pictures) {
+/// Chains by what they hold back.
+Media::MakeVideoEffects HoldBack(std::size_t pictures) {
     auto const held = std::make_shared<std::deque<Picture>>();
-    return MakeLane(
+    return MakeEffects(
         [held, pictures](Picture const& picture) {
             held->push_back(picture);
             if (held->size() <= pictures)
@@ -96,9 +95,9 @@ Media::MakeVideoLane HoldBack(std::size_t pictures) {
         [held] { return Pictures(held->begin(), held->end()); });
 }
 
-Media::MakeVideoLane GiveOneAtTheEnd() {
+Media::MakeVideoEffects GiveOneAtTheEnd() {
     auto const last = std::make_shared<Picture>();
-    return MakeLane(
+    return MakeEffects(
         [last](Picture const& picture) {
             *last = picture;
             return Pictures{};
@@ -106,9 +105,9 @@ Media::MakeVideoLane GiveOneAtTheEnd() {
         [last] { return Pictures{*last}; });
 }
 
-Media::MakeVideoLane GiveOneIn(int count) {
+Media::MakeVideoEffects GiveOneIn(int count) {
     auto const number = std::make_shared<int>(0);
-    return MakeLane([number, count](Picture const& picture) {
+    return MakeEffects([number, count](Picture const& picture) {
         return (*number)++ % count == count - 1 ? Pictures{picture} : Pictures{};
     });
 }
@@ -117,8 +116,8 @@ struct MemoryCase : NamedCase {
     /// Arguments that make the film.
     std::string film;
     /// None: pictures are copied.
-    Media::MakeVideoLane lane = {};
-    Media::MakeSoundLane sound = {};
+    Media::MakeVideoEffects chain = {};
+    Media::MakeAudioEffects sound = {};
     std::string encoder = "mpeg4";
     std::string codecs = "-c:v mpeg4 -c:a pcm_s16le";
 };
@@ -134,10 +133,10 @@ TEST_P(LongFilmMemory, StaysFlat) {
         film.replace(at, 5, File("words.srt").string());
     Make(File("in.mkv"), film + GetParam().codecs);
     Media::RunOptions options = Options("in.mkv", "out.mkv");
-    if (GetParam().lane)
+    if (GetParam().chain)
         options.videoEncoder = GetParam().encoder;
-    options.makeVideoLane = GetParam().lane;
-    options.makeSoundLane = GetParam().sound;
+    options.makeVideoEffects = GetParam().chain;
+    options.makeAudioEffects = GetParam().sound;
     std::size_t most = 0;
     {
         MemoryWatch const watch;
@@ -145,7 +144,7 @@ TEST_P(LongFilmMemory, StaysFlat) {
         most = watch.GetMost();
     }
     EXPECT_LT(most, ceiling);
-    EXPECT_EQ(CountSoundBytes("out.mkv"), CountSoundBytes("in.mkv"));
+    EXPECT_EQ(CountAudioBytes("out.mkv"), CountAudioBytes("in.mkv"));
 }
 
 std::string const s_longPictures = "-f lavfi -i testsrc2=s=32x32:r=5:d=300 ";
@@ -159,17 +158,17 @@ INSTANTIATE_TEST_SUITE_P(
         MemoryCase{{"OneInAHundred"}, s_longPictures + s_longSound, GiveOneIn(100)},
         MemoryCase{{"OnlyAtTheEnd"}, s_longPictures + s_longSound, GiveOneAtTheEnd()},
         MemoryCase{{"SparseSubtitles"}, s_longPictures + s_longSound + "-i WORDS ", PassThrough()},
-        MemoryCase{{"SoundLonger"}, s_shortPictures + s_longSound, PassThrough()},
-        MemoryCase{{"SoundThroughALane"}, s_longPictures + s_longSound, PassThrough(), SoundThrough()},
-        MemoryCase{{"SoundThroughALaneAlone"}, s_longPictures + s_longSound, {}, SoundThrough()},
-        MemoryCase{{"LongerSoundThroughALane"}, s_shortPictures + s_longSound, {}, SoundThrough()},
-        MemoryCase{{"LateSoundThroughALane"},
+        MemoryCase{{"AudioLonger"}, s_shortPictures + s_longSound, PassThrough()},
+        MemoryCase{{"AudioThroughALane"}, s_longPictures + s_longSound, PassThrough(), AudioThrough()},
+        MemoryCase{{"AudioThroughALaneAlone"}, s_longPictures + s_longSound, {}, AudioThrough()},
+        MemoryCase{{"LongerAudioThroughALane"}, s_shortPictures + s_longSound, {}, AudioThrough()},
+        MemoryCase{{"LateAudioThroughALane"},
                    s_longPictures + "-itsoffset 290 -f lavfi -i sine=d=10 ",
                    {},
-                   SoundThrough()},
-        MemoryCase{{"ShortSoundThroughALane"}, s_longPictures + "-f lavfi -i sine=d=2 ", {}, SoundThrough()},
-        MemoryCase{{"SoundLongerThanVp9"}, s_shortPictures + s_longSound, PassThrough(), {}, "libvpx-vp9"},
-        MemoryCase{{"SoundLongerThanCopiedVp9"},
+                   AudioThrough()},
+        MemoryCase{{"ShortAudioThroughALane"}, s_longPictures + "-f lavfi -i sine=d=2 ", {}, AudioThrough()},
+        MemoryCase{{"AudioLongerThanVp9"}, s_shortPictures + s_longSound, PassThrough(), {}, "libvpx-vp9"},
+        MemoryCase{{"AudioLongerThanCopiedVp9"},
                    s_shortPictures + s_longSound,
                    {},
                    {},
@@ -179,8 +178,8 @@ INSTANTIATE_TEST_SUITE_P(
         MemoryCase{{"PicturesLonger"}, s_longPictures + "-f lavfi -i sine=d=2 ", PassThrough()}),
     s_caseName);
 
-// However long the lane holds the pictures back: a player finds the sound beside them.
-TEST_F(LongFilm, SoundLiesBesideThePictures) {
+// However long the chain holds the pictures back: a player finds the sound beside them.
+TEST_F(LongFilm, AudioLiesBesideThePictures) {
     Make(File("in.mkv"), "-f lavfi -i testsrc2=s=32x32:r=25:d=60 -f lavfi -i sine=d=60 -c:v mpeg4");
     std::int64_t const usual = MeasureSkew("in.mkv");
     EXPECT_LT(usual, 500000);
@@ -188,10 +187,10 @@ TEST_F(LongFilm, SoundLiesBesideThePictures) {
         Media::RunOptions options = Options("in.mkv", "out.mkv");
         options.overwrite = true;
         options.videoEncoder = "mpeg4";
-        options.makeVideoLane = HoldBack(pictures);
+        options.makeVideoEffects = HoldBack(pictures);
         Media::Run(options);
         EXPECT_LT(MeasureSkew("out.mkv"), 2 * usual) << pictures << " held back";
-        EXPECT_EQ(CountSoundBytes("out.mkv"), CountSoundBytes("in.mkv"));
+        EXPECT_EQ(CountAudioBytes("out.mkv"), CountAudioBytes("in.mkv"));
     }
 }
 

@@ -1,7 +1,7 @@
 #include "ReadBack.h"
 
-#include "Media/FFmpegVersions.h"
-#include "Media/InputStreams.h"
+#include "Media/Base/FFmpegVersions.h"
+#include "Media/Container/InputStreams.h"
 #include "Proc/Wrappers/SafeFrame.h"
 #include "Support/Process.h"
 
@@ -103,7 +103,7 @@ StreamRecord Describe(AVStream const& stream) {
     return record;
 }
 
-void DescribePicture(AVFrame const& frame, AVRational aspect, MediaRecord& record) {
+void DescribeVideo(AVFrame const& frame, AVRational aspect, MediaRecord& record) {
     record.width = frame.width;
     record.height = frame.height;
     record.format = av_get_pix_fmt_name(static_cast<AVPixelFormat>(frame.format));
@@ -123,7 +123,7 @@ void Decode(AVCodecContext& decoder, AVPacket const* packet, AVFormatContext& co
         if (record.pictures.empty()) {
             AVRational const rate = av_guess_frame_rate(&context, &stream, nullptr);
             record.rate = std::to_string(rate.num) + "/" + std::to_string(rate.den);
-            DescribePicture(*frame, av_guess_sample_aspect_ratio(&context, &stream, frame.Get()), record);
+            DescribeVideo(*frame, av_guess_sample_aspect_ratio(&context, &stream, frame.Get()), record);
         }
         record.pictures.push_back({ToNanoseconds(frame->best_effort_timestamp, stream.time_base),
                                    ToNanoseconds(Proc::GetFrameDuration(*frame), stream.time_base),

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Media/FFmpegOwners.h"
+#include "Media/Base/FFmpegOwners.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <cstdint>

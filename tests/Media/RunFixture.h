@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Lanes.h"
+#include "Effects.h"
 #include "Media/Run.h"
 #include "ReadBack.h"
 #include "Support/Failure.h"
@@ -43,17 +43,17 @@ protected:
         Media::RunOptions options;
         options.input = File(input);
         options.output = File(output);
-        options.makeVideoLane = PassThrough();
+        options.makeVideoEffects = PassThrough();
         return options;
     }
 
-    /// Options for sound alone: through the lane, or copied.
-    Media::RunOptions SoundOptions(std::string const& input, std::string const& output,
-                                   Media::MakeSoundLane lane = SoundThrough()) const {
+    /// Options for sound alone: through the chain, or copied.
+    Media::RunOptions AudioOptions(std::string const& input, std::string const& output,
+                                   Media::MakeAudioEffects chain = AudioThrough()) const {
         Media::RunOptions options;
         options.input = File(input);
         options.output = File(output);
-        options.makeSoundLane = std::move(lane);
+        options.makeAudioEffects = std::move(chain);
         return options;
     }
 

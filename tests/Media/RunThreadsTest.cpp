@@ -25,7 +25,7 @@ class RunThreads : public RunFixture {
 protected:
     ~RunThreads() override { Core::ThreadBudget::Set(m_budget); }
 
-    /// Runs a film through a lane that passes it on; how many threads there were beyond those before, at
+    /// Runs a film through a chain that passes it on; how many threads there were beyond those before, at
     /// most.
     std::ptrdiff_t CountMost(std::string const& output, std::string const& encoder) {
         auto const before = CountThreads();
@@ -33,7 +33,7 @@ protected:
         Media::RunOptions options = Options("in.mp4", output);
         options.overwrite = true;
         options.videoEncoder = encoder;
-        options.makeVideoLane = MakeLane([&](Picture const& picture) {
+        options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
             most = std::max(most, CountThreads());
             m_worker = std::this_thread::get_id();
             return Pictures{picture};
@@ -75,7 +75,7 @@ TEST_F(RunThreads, OneIsEnough) {
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     int reports = 0;
     options.onProgress = [&](Media::RunProgress const&) { ++reports; };
-    options.makeVideoLane = MakeLane([](Picture const& picture) {
+    options.makeVideoEffects = MakeEffects([](Picture const& picture) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         return Pictures{picture};
     });
@@ -86,19 +86,20 @@ TEST_F(RunThreads, OneIsEnough) {
               ReadMedia(File("in.mp4")).streams.at(1).packets);
 
     options.overwrite = true;
-    options.makeVideoLane = {};
+    options.makeVideoEffects = {};
     EXPECT_EQ(Media::Run(options).framesOut, 25);
 
     std::stop_source stop;
     int pictures = 0;
-    options.makeVideoLane = MakeLane([&](Picture const& picture) {
+    options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
         if (++pictures == 10)
             stop.request_stop();
         return Pictures{picture};
     });
     RunForFailure<Media::InterruptedException>(options, stop.get_token());
     EXPECT_EQ(pictures, 10);
-    options.makeVideoLane = MakeLane([](Picture const&) -> Pictures { throw std::runtime_error("no"); });
+    options.makeVideoEffects =
+        MakeEffects([](Picture const&) -> Pictures { throw std::runtime_error("no"); });
     EXPECT_EQ(RunForFailure<std::runtime_error>(options), "no");
     EXPECT_THAT(List(), ElementsAre("in.mp4", "out.mp4"));
 }
@@ -110,17 +111,17 @@ TEST_F(RunThreads, RunsSideBySide) {
         Make(File("in" + number + ".mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=4 " + s_sound + s_bFrames +
                                                "-c:a aac -vf hue=h=90*" + number);
     }
-    std::atomic<int> inLane{0};
+    std::atomic<int> inEffects{0};
     std::atomic<bool> together{false};
     {
         std::vector<std::jthread> threads;
         for (int i = 0; i < runs; ++i)
             threads.emplace_back([&, number = std::to_string(i)] {
                 Media::RunOptions options = Lossless("in" + number + ".mp4", "out" + number + ".mp4");
-                options.makeVideoLane = MakeLane([&](Picture const& picture) {
-                    together = ++inLane > 1 || together;
+                options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
+                    together = ++inEffects > 1 || together;
                     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                    --inLane;
+                    --inEffects;
                     return Pictures{picture};
                 });
                 EXPECT_EQ(Media::Run(options).framesOut, 100);

@@ -1,5 +1,5 @@
-#include "Media/Stages.h"
-#include "Media/BoundedQueue.h"
+#include "Media/Run/BoundedQueue.h"
+#include "Media/Run/Pipeline.h"
 
 #include <gtest/gtest.h>
 

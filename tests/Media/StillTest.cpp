@@ -15,10 +15,10 @@ using testing::IsEmpty;
 
 class Still : public RunFixture {
 protected:
-    /// What the lane is told while the run makes the output.
+    /// What the chain is told while the run makes the output.
     Media::VideoStreamInfo Run(Media::RunOptions options) {
         Media::VideoStreamInfo info;
-        options.makeVideoLane = Note(info);
+        options.makeVideoEffects = Note(info);
         m_result = Media::Run(options);
         return info;
     }
@@ -110,7 +110,7 @@ TEST_F(Still, BecomesAFilmOfOnePicture) {
 TEST_F(Still, NullLaneCopiesOrConverts) {
     Make(File("in.png"), "-f lavfi -i testsrc2=s=64x48 -frames:v 1");
     Media::RunOptions options = Options("in.png", "out.png");
-    options.makeVideoLane = {};
+    options.makeVideoEffects = {};
     Media::Run(options);
     EXPECT_EQ(Read("out.png"), Read("in.png"));
     options.output = File("out.jpg");
@@ -139,7 +139,7 @@ TEST_F(Still, TheCoverOfASoundFile) {
 
     // Copied, it is the cover to the byte; the sound has no place beside it.
     Media::RunOptions options = Options("in.m4a", "copy.png");
-    options.makeVideoLane = nullptr;
+    options.makeVideoEffects = nullptr;
     Media::Run(options);
     EXPECT_EQ(Read("copy.png"), Read("cover.png"));
 
@@ -166,7 +166,7 @@ TEST_F(Still, TheCoverOfMp3AndFlac) {
             std::string const out = (copies ? "copy." : "out.") + kind;
             Media::RunOptions options = Options(in, out);
             if (copies)
-                options.makeVideoLane = nullptr;
+                options.makeVideoEffects = nullptr;
             EXPECT_THAT(Media::Run(options).notes, IsEmpty());
             MediaRecord const after = ReadMedia(File(out));
             ASSERT_EQ(after.streams.size(), 2U);
@@ -200,7 +200,7 @@ TEST_F(StillOfFilm, IsTheOneShownThen) {
         Media::RunOptions options = Options("in.mkv", "out.tiff");
         options.overwrite = true;
         options.at = row.at;
-        options.makeVideoLane = MakeLane([&](Picture const& picture) {
+        options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
             EXPECT_EQ(picture->GetTime(), film.at(row.picture).time / 1000);
             return Pictures{picture, picture}; // only the first is taken
         });

@@ -1,6 +1,6 @@
-#include "Media/TimeMap.h"
+#include "Media/Run/TimeMap.h"
 
-#include "Media/FFmpegRatio.h"
+#include "Media/Base/Times.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ bool IsSameTime(std::int64_t time, Ratio timeBase, std::int64_t other, Ratio oth
 
 class TimeBases : public testing::TestWithParam<Ratio> {};
 
-// The lane knows whole microseconds only; what comes out has to be what went in, to the tick.
+// The chain knows whole microseconds only; what comes out has to be what went in, to the tick.
 TEST_P(TimeBases, TimesComeBackExactly) {
     Ratio const timeBase = GetParam();
     TimeMap map(timeBase);

@@ -1,6 +1,6 @@
 #include "Tools/Tarsel/Completion.h"
 
-#include "Media/EncoderNames.h"
+#include "Media/Run.h"
 #include "Proc/Settings/Stabilise.h"
 #include "Tools/Tarsel/ArgumentHints.h"
 #include "Tools/Tarsel/Catalogue.h"

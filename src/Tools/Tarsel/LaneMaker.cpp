@@ -77,8 +77,8 @@ std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::MakeAnew(Media::VideoStream
     return Make(stream, steps);
 }
 
-Media::SoundLane LaneMaker::MakeSound(Media::SoundStreamInfo const& stream,
-                                      std::vector<StepText> const& steps) {
+Media::AudioEffects LaneMaker::MakeSound(Media::AudioStreamInfo const& stream,
+                                         std::vector<StepText> const& steps) {
     auto const makeFormat = [&] {
         return SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(stream.format));
     };

@@ -31,7 +31,7 @@ public:
                                                        std::vector<PictureStep> const& steps);
     /// A lane through effects of its own for a sound stream; none where all of them leave it as it is. Notes
     /// which of them do.
-    Media::SoundLane MakeSound(Media::SoundStreamInfo const& stream, std::vector<StepText> const& steps);
+    Media::AudioEffects MakeSound(Media::AudioStreamInfo const& stream, std::vector<StepText> const& steps);
     Effects const& GetEffects() const noexcept { return m_effects; }
     /// What the user should know of the work of the lanes, once they have ended.
     std::vector<std::string> GetNotes() const;

@@ -1,7 +1,7 @@
 #include "Core/Text.h"
 #include "Core/Throw.h"
-#include "Media/PictureWriter.h"
-#include "Media/SoundReader.h"
+#include "Media/AudioReader.h"
+#include "Media/ImageWriter.h"
 #include "Tools/Tarsel/Console.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/LevelReport.h"
@@ -75,13 +75,13 @@ void Meter(MeterArguments const& arguments, Context const& context) {
     std::optional<PictureSize> size;
     if (!arguments.size.empty())
         size = ParseSize(arguments.size);
-    Media::PictureFileOptions const picture{arguments.picture, {arguments.input}, arguments.overwrite};
+    Media::ImageFileOptions const picture{arguments.picture, {arguments.input}, arguments.overwrite};
     bool const draws = !arguments.picture.empty();
     if (draws)
-        Media::CheckPictureFile(picture);
+        Media::CheckImageFile(picture);
 
     SoundWork work(context, false);
-    Media::SoundReader reader(arguments.input, context.stop);
+    Media::AudioReader reader(arguments.input, context.stop);
     Conf::SampleInfo const format = reader.GetInfo().format;
     std::size_t const channels = format.layout.channels;
     double const interval = arguments.interval.value_or(ChooseInterval(reader.GetDuration()));
@@ -98,7 +98,7 @@ void Meter(MeterArguments const& arguments, Context const& context) {
     std::vector<std::string> notes = reader.GetNotes();
     if (draws)
         for (std::string& note :
-             Media::WritePicture(DrawWaveform(tracks[1], size->width, size->height), picture))
+             Media::WriteImage(DrawWaveform(tracks[1], size->width, size->height), picture))
             notes.push_back(std::move(note));
     work.Tell(notes);
     LevelReport const report{arguments.input, format, interval, tracks[0]};

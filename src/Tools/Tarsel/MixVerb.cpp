@@ -1,8 +1,8 @@
 #include "Conf/AudioTime.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
-#include "Media/SoundReader.h"
-#include "Media/SoundWriter.h"
+#include "Media/AudioReader.h"
+#include "Media/AudioWriter.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/Levels.h"
 #include "Tools/Tarsel/Mixer.h"
@@ -76,12 +76,12 @@ class Inputs {
 public:
     Inputs(std::vector<std::string> const& files, std::stop_token const& stop) {
         for (std::string const& file : files)
-            m_readers.push_back({file, std::make_unique<Media::SoundReader>(file, stop)});
+            m_readers.push_back({file, std::make_unique<Media::AudioReader>(file, stop)});
     }
 
     Conf::SampleInfo ChooseFormat() const;
     /// What a file needs to hold all that is in them: format, of that of the mix, and depth.
-    void ChooseDepth(Media::SoundFileOptions& options) const;
+    void ChooseDepth(Media::AudioFileOptions& options) const;
     /// The longest, in microseconds.
     std::int64_t GetDuration() const;
     std::vector<MixInput> MakeSources(Conf::SampleInfo const& format,
@@ -91,7 +91,7 @@ public:
 private:
     struct Input {
         std::string file;
-        std::unique_ptr<Media::SoundReader> reader;
+        std::unique_ptr<Media::AudioReader> reader;
     };
     std::vector<Input> m_readers;
 };
@@ -103,14 +103,14 @@ Conf::SampleInfo Inputs::ChooseFormat() const {
     return ChooseMixFormat(formats);
 }
 
-void Inputs::ChooseDepth(Media::SoundFileOptions& options) const {
+void Inputs::ChooseDepth(Media::AudioFileOptions& options) const {
     constexpr int leastDepth = 16;
     // Of real numbers, or of integers that real numbers of single precision hold.
     constexpr int realDepth = 24;
     bool isReal = false;
     options.depth = leastDepth;
     for (Input const& input : m_readers) {
-        Media::SoundStreamInfo const& info = input.reader->GetInfo();
+        Media::AudioStreamInfo const& info = input.reader->GetInfo();
         options.depth = std::max(options.depth, info.depth);
         isReal = isReal || (Conf::IsReal(info.format.format) && info.depth > realDepth);
     }
@@ -144,14 +144,14 @@ std::vector<std::string> Inputs::GetNotes() const {
 
 void Mix(MixArguments const& arguments, Context const& context) {
     std::vector<double> const volumes = ParseVolumes(arguments);
-    Media::SoundFileOptions options = arguments.sound.MakeOptions();
+    Media::AudioFileOptions options = arguments.sound.MakeOptions();
     options.inputs.assign(arguments.inputs.begin(), arguments.inputs.end());
     SoundWork work(context, arguments.sound.quiet);
     Inputs const inputs(arguments.inputs, context.stop);
     Conf::SampleInfo const format = inputs.ChooseFormat();
     options.format = format;
     inputs.ChooseDepth(options);
-    Media::SoundWriter writer(options);
+    Media::AudioWriter writer(options);
 
     Mixer mixer(format, inputs.MakeSources(format, volumes));
     Conf::AudioTime clock;

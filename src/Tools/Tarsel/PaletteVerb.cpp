@@ -47,7 +47,9 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
              "void Tarsel::Tools::MakePalettes(const PaletteArguments &, const Context &)"},
             fmt::format("\"{}\" cannot hold palettes; .png, .gif, .bmp and .tiff can",
                         options.output.filename().string()));
-    options.makeVideoLane = [&](Media::VideoStreamInfo const& stream) { return maker.Make(stream, steps); };
+    options.makeVideoEffects = [&](Media::VideoStreamInfo const& stream) {
+        return maker.Make(stream, steps);
+    };
     options.onProgress = work.ShowProgress();
     Media::RunResult const result = Media::Run(options, context.stop);
     work.Tell(result, maker.GetNotes());

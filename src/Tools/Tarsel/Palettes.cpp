@@ -22,12 +22,12 @@ bool IsTrueColour(Conf::PixFmt format) {
 } // namespace
 
 bool HoldsPalettes(Media::RunOptions const& options) {
-    std::vector<Conf::PixFmt> const formats = Media::FindPictureFormats(options);
+    std::vector<Conf::PixFmt> const formats = Media::FindVideoFormats(options);
     return formats.empty() || std::ranges::find(formats, Conf::PixFmt::PAL8) != formats.end();
 }
 
 bool HoldsOnlyPalettes(Media::RunOptions const& options) {
-    std::vector<Conf::PixFmt> const formats = Media::FindPictureFormats(options);
+    std::vector<Conf::PixFmt> const formats = Media::FindVideoFormats(options);
     return !formats.empty() && HoldsPalettes(options) && std::ranges::none_of(formats, IsTrueColour);
 }
 

@@ -9,7 +9,7 @@
 namespace Tarsel::Tools {
 
 /// Whether all that the output's encoder takes are pictures of few colours (.gif): then pictures want
-/// palettes of their own. Throws as Media::FindPictureFormats.
+/// palettes of their own. Throws as Media::FindVideoFormats.
 bool HoldsOnlyPalettes(Media::RunOptions const& options);
 
 /// Whether the output's encoder takes pictures with palettes. Throws as above.

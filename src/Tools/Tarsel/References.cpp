@@ -1,7 +1,7 @@
 #include "Tools/Tarsel/References.h"
 
 #include "Host/VideoChain.h"
-#include "Media/PictureReader.h"
+#include "Media/VideoReader.h"
 #include "Tools/Tarsel/Steps.h"
 
 #include <fmt/format.h>
@@ -57,7 +57,7 @@ public:
 
 private:
     std::filesystem::path m_path;
-    std::optional<Media::PictureReader> m_reader;
+    std::optional<Media::VideoReader> m_reader;
     std::int64_t m_start = 0;
     bool m_isTilted = false;
     /// Null where pictures are upright as they are stored.

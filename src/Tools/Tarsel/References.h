@@ -21,7 +21,7 @@ public:
     ~References();
 
     /// Notes one down, without opening it. The function gives no frames before Open, and then as
-    /// Media::PictureReader::GetShownAt, and throws as that does.
+    /// Media::VideoReader::GetShownAt, and throws as that does.
     Host::SecondFrames Add(std::filesystem::path path);
     /// Opens all of them. `start` is when the film that is worked on starts, by the times of its frames, in
     /// microseconds. InputException, which names the file, InterruptedException.

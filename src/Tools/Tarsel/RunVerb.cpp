@@ -78,15 +78,15 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
         m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
     m_encodesPicture =
         !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
-    m_options.mayLackPictures = m_pictureSteps.empty() && !m_encodesPicture;
+    m_options.mayLackVideo = m_pictureSteps.empty() && !m_encodesPicture;
     m_encodesPicture = m_encodesPicture || m_options.quality;
-    m_options.keepsLaneFormat = !m_pictureSteps.empty() && NamesFormats(*m_pictureSteps.back().effect);
-    m_options.makeVideoLane = [this](Media::VideoStreamInfo const& stream) { return MakeLane(stream); };
+    m_options.keepsEffectFormat = !m_pictureSteps.empty() && NamesFormats(*m_pictureSteps.back().effect);
+    m_options.makeVideoEffects = [this](Media::VideoStreamInfo const& stream) { return MakeLane(stream); };
 
     m_soundSteps = std::move(steps.sound);
     if (!m_soundSteps.empty()) {
         (void)MakeSoundSteps(GetMaker().GetEffects(), m_soundSteps); // for what they refuse
-        m_options.makeSoundLane = [this](Media::SoundStreamInfo const& stream) {
+        m_options.makeAudioEffects = [this](Media::AudioStreamInfo const& stream) {
             return GetMaker().MakeSound(stream, m_soundSteps);
         };
     }

@@ -21,8 +21,8 @@ void SoundArguments::AddOptionsTo(CLI::App& command) {
     command.add_flag("--quiet", quiet, "Print nothing but errors");
 }
 
-Media::SoundFileOptions SoundArguments::MakeOptions() const {
-    Media::SoundFileOptions options;
+Media::AudioFileOptions SoundArguments::MakeOptions() const {
+    Media::AudioFileOptions options;
     options.output = output;
     options.overwrite = overwrite;
     options.encoder = audioCodec;

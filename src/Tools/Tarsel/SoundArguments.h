@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Conf/SampleInfo.h"
-#include "Media/SoundWriter.h"
+#include "Media/AudioWriter.h"
 
 #include <string>
 #include <vector>
@@ -24,7 +24,7 @@ struct SoundArguments {
     void AddOutputTo(CLI::App& command);
     void AddOptionsTo(CLI::App& command);
     /// All but what depends on the sound. UsageException for an encoder option that is not KEY=VALUE.
-    Media::SoundFileOptions MakeOptions() const;
+    Media::AudioFileOptions MakeOptions() const;
 };
 
 } // namespace Tarsel::Tools

@@ -72,7 +72,7 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::CheckRun(options);
     // The file of motions is complete when the stream through the first effect has ended.
     Media::Analyse({arguments.media.input, makeLane(detect), work.ShowProgress(0, 2)}, context.stop);
-    options.makeVideoLane = makeLane(transform);
+    options.makeVideoEffects = makeLane(transform);
     options.onProgress = work.ShowProgress(1, 2);
     Media::RunResult const result = Media::Run(options, context.stop);
     work.Tell(result, maker.GetNotes());

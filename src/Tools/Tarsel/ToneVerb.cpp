@@ -2,7 +2,7 @@
 #include "Conf/FormatCodecAudio.h"
 #include "Core/Throw.h"
 #include "Host/Plugin.h"
-#include "Media/SoundWriter.h"
+#include "Media/AudioWriter.h"
 #include "Proc/Interfaces/IAudioGenerator.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -98,12 +98,12 @@ std::string DescribeEnd(ToneArguments const& arguments, SoundSource& source, boo
 }
 
 void MakeTone(ToneArguments const& arguments, Context const& context) {
-    Media::SoundFileOptions options = arguments.sound.MakeOptions();
+    Media::AudioFileOptions options = arguments.sound.MakeOptions();
     SP<Proc::IAudioGenerator> const generator = MakeGenerator(arguments.source, context.options.plugin);
     options.format = ChooseFormat(*generator, arguments);
     options.depth = ChooseDepth(options.format.format);
     SoundWork work(context, arguments.sound.quiet);
-    Media::SoundWriter writer(options);
+    Media::AudioWriter writer(options);
 
     std::int32_t const rate = options.format.rate;
     std::int64_t const samples = std::llround(arguments.duration.value_or(s_usualDuration) * rate);

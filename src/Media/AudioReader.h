@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Core/RefCount.h"
+#include "Media/Api.h"
+#include "Media/StreamInfo.h"
+#include "Proc/Interfaces/IDataAudio.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Media {
+
+class AudioReading;
+
+/// The sound of a file: the blocks of its best sound stream, one after the other, without gaps (silence
+/// stands for them) and all of one format. One thread at a time.
+class TARSEL_MEDIA_API AudioReader {
+public:
+    /// Opens the file. InputException when there is no sound that can be decoded; InterruptedException.
+    explicit AudioReader(std::filesystem::path const& path, std::stop_token stop = {});
+    AudioReader(AudioReader const&) = delete;
+    AudioReader& operator=(AudioReader const&) = delete;
+    ~AudioReader();
+
+    /// Its copyObstacle is empty.
+    AudioStreamInfo const& GetInfo() const noexcept;
+    /// As the file states it, in microseconds; 0 when not known.
+    std::int64_t GetDuration() const noexcept;
+    /// The next block, with its time in the file and its duration in microseconds; null at the end. The block
+    /// is the caller's. InputException when the file cannot be read further; InterruptedException.
+    SP<Proc::IDataAudio> Next();
+    /// What the user should know of the reading so far, one sentence each.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    std::unique_ptr<AudioReading> m_reading;
+};
+
+} // namespace Tarsel::Media

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "Conf/SampleInfo.h"
+#include "Media/Api.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tarsel::Proc {
+class IDataAudio;
+}
+
+namespace Tarsel::Media {
+
+class AudioWriting;
+
+/// A sound file to be made.
+struct AudioFileOptions {
+    std::filesystem::path output;
+    /// What it is made of: none of them may be the output.
+    std::vector<std::filesystem::path> inputs;
+    /// An existing output may be replaced.
+    bool overwrite = false;
+    /// FFmpeg's encoder name; empty: the usual one of the container for blocks of the format.
+    std::string encoder;
+    /// Options of the encoder, key and value, in FFmpeg's words ("b", "192k").
+    std::vector<std::pair<std::string, std::string>> encoderOptions;
+    /// Of the blocks.
+    Conf::SampleInfo format;
+    /// Bits of a sample that carry sound, by which an encoder is chosen that loses none; 0: all of the
+    /// format's.
+    int depth = 0;
+};
+
+/// What AudioWriter would refuse. For programs that have long work to do before. OptionsException,
+/// OutputException.
+TARSEL_MEDIA_API void CheckAudioFile(AudioFileOptions const& options);
+
+/// Writes blocks of sound into a file of its own. It appears under its name when it is published, and only
+/// then: otherwise the destructor leaves nothing behind. One thread at a time.
+class TARSEL_MEDIA_API AudioWriter {
+public:
+    /// OptionsException, OutputException.
+    explicit AudioWriter(AudioFileOptions const& options);
+    AudioWriter(AudioWriter const&) = delete;
+    AudioWriter& operator=(AudioWriter const&) = delete;
+    ~AudioWriter();
+
+    /// Appends a block; what its time says of gaps and overlaps is treated as AudioEffects says, a block
+    /// without a time follows the one before. Others than of the format are converted, with a note. The block
+    /// is read, not kept. OutputException, EffectException.
+    void Write(Proc::IDataAudio const& block);
+    /// Ends the file and gives it its name; no more blocks. OutputException.
+    void Publish();
+    /// What the user should know, one sentence each.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    std::unique_ptr<AudioWriting> m_writing;
+};
+
+} // namespace Tarsel::Media

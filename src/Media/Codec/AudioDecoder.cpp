@@ -1,0 +1,164 @@
+#include "Media/Codec/AudioDecoder.h"
+
+#include "Conf/FFmpegFormats.h"
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Times.h"
+#include "Media/Codec/AudioFormat.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Data/DataAudioFF.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
+#include "Proc/Wrappers/FrameFields.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/frame.h>
+#include <libavutil/samplefmt.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// A decoder that keeps failing without taking anything in is left alone after this many errors.
+constexpr int s_mostErrorsInARow = 1000;
+
+[[noreturn]] void ThrowUndecodable(AVStream const& stream, std::string const& reason, int error) {
+    Core::Throw<InputException>(
+        {"Media/Codec/AudioDecoder", "Tarsel::Media::AudioDecoder::AudioDecoder(const AVStream &, bool)"},
+        fmt::format("Cannot decode the sound of stream {}, which is in the codec {}: {}", stream.index,
+                    avcodec_get_name(stream.codecpar->codec_id), reason),
+        Proc::TagFFmpegError(error));
+}
+
+bool IsWide(int format) noexcept {
+    return av_get_packed_sample_fmt(static_cast<AVSampleFormat>(format)) == AV_SAMPLE_FMT_S64;
+}
+
+/// That in which samples of a format are worked on.
+Conf::SampleFormats GetWorkFormat(int format) noexcept {
+    bool const isPlanar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(format)) != 0;
+    return !IsWide(format) ? Conf::SampleFormatTarselFromFFMPEG(format)
+           : isPlanar      ? Conf::SampleFormats::DoublePlanar
+                           : Conf::SampleFormats::Double;
+}
+
+/// The same block, its 64-bit integers as real numbers from −1 to 1.
+Proc::SafeFrame MakeReal(AVFrame const& block) {
+    Conf::SampleInfo info = Proc::GetFrameSampleInfo(block);
+    info.format = GetWorkFormat(block.format);
+    Proc::SafeFrame real;
+    Proc::SetFrameSampleInfo(*real, info);
+    real->nb_samples = block.nb_samples;
+    real.AllocateBuffers();
+    bool const isPlanar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(block.format)) != 0;
+    int const planes = isPlanar ? block.ch_layout.nb_channels : 1;
+    int const count = block.nb_samples * (block.ch_layout.nb_channels / planes);
+    for (int plane = 0; plane < planes; ++plane) {
+        auto const* const from = reinterpret_cast<std::int64_t const*>(block.extended_data[plane]);
+        auto* const to = reinterpret_cast<double*>(real->extended_data[plane]);
+        std::transform(from, from + count, to,
+                       [](std::int64_t sample) { return static_cast<double>(sample) * 0x1p-63; });
+    }
+    return real;
+}
+
+} // namespace
+
+AudioDecoder::AudioDecoder(AVStream const& stream, bool hasTimes)
+    : m_timeBase(FromAV(stream.time_base)), m_hasTimes(hasTimes) {
+    AVCodec const* const decoder = avcodec_find_decoder(stream.codecpar->codec_id);
+    if (decoder == nullptr)
+        ThrowUndecodable(stream, "there is no decoder for it here", AVERROR_DECODER_NOT_FOUND);
+    m_context.reset(CheckAllocated(avcodec_alloc_context3(decoder), "AVCodecContext"));
+    int error = avcodec_parameters_to_context(m_context.get(), stream.codecpar);
+    m_context->pkt_timebase = stream.time_base;
+    m_context->thread_count = 1;
+    if (error >= 0)
+        error = avcodec_open2(m_context.get(), decoder, nullptr);
+    if (error < 0)
+        ThrowUndecodable(stream, Proc::GetFFmpegErrorText(error), error);
+
+    Conf::SampleInfo format = GetSampleInfo(*stream.codecpar);
+    if (format.format == Conf::SampleFormats::Unknown)
+        format.format = GetWorkFormat(m_context->sample_fmt);
+    if (!Conf::IsKnown(format))
+        ThrowUndecodable(stream, "its format, rate or channels are not known", AVERROR_INVALIDDATA);
+    m_aligner.emplace(format);
+}
+
+AudioDecoder::~AudioDecoder() = default;
+
+void AudioDecoder::Send(AVPacket const* packet) {
+    CountDamage(avcodec_send_packet(m_context.get(), packet));
+}
+
+SP<Proc::IDataAudio> AudioDecoder::Receive() {
+    for (;;) {
+        if (auto block = m_aligner->Take()) {
+            Ratio const sample{1, GetFormat().rate};
+            std::int64_t const start = block->Get()->pts;
+            std::int64_t const end = start + block->Get()->nb_samples;
+            SP<Proc::IDataAudio> data = MakeSP<Proc::DataAudioFF>(std::move(*block));
+            data->SetTime(ToMicroseconds(start, sample));
+            data->SetDuration(ToMicroseconds(end, sample) - data->GetTime());
+            return data;
+        }
+        if (!Decode())
+            return nullptr;
+    }
+}
+
+/// Puts the next decoded block into the line; false until another packet is sent.
+bool AudioDecoder::Decode() {
+    AVFrame& frame = *m_frame;
+    int error = avcodec_receive_frame(m_context.get(), &frame);
+    for (int failures = 0; error < 0 && failures < s_mostErrorsInARow && CountDamage(error); ++failures)
+        error = avcodec_receive_frame(m_context.get(), &frame);
+    if (error >= 0) {
+        // FFmpeg guessed them from the rate at the beginning.
+        if (!m_hasTimes && frame.sample_rate != GetFormat().rate)
+            m_ignoresTimes = true;
+        std::int64_t const time = m_ignoresTimes ? AV_NOPTS_VALUE : frame.best_effort_timestamp;
+        if (IsWide(frame.format))
+            m_aligner->Feed(*MakeReal(frame), time, m_timeBase);
+        else
+            m_aligner->Feed(frame, time, m_timeBase);
+        av_frame_unref(&frame);
+        return true;
+    }
+    if (error == AVERROR_EOF && !std::exchange(m_ended, true)) {
+        m_aligner->End();
+        return true;
+    }
+    return false;
+}
+
+/// Whether the error is damage, after which decoding may go on.
+bool AudioDecoder::CountDamage(int error) {
+    if (error >= 0 || error == AVERROR(EAGAIN) || error == AVERROR_EOF)
+        return false;
+    if (error == AVERROR(ENOMEM))
+        ThrowNoMemory("decoded sound");
+    ++m_damaged;
+    m_aligner->ExpectLoss();
+    return true;
+}
+
+std::vector<std::string> AudioDecoder::GetNotes() const {
+    std::vector<std::string> notes = m_aligner->GetNotes();
+    if (IsWide(m_context->sample_fmt))
+        notes.insert(notes.begin(), "Samples of 64 bits were rounded to real numbers of 53.");
+    if (m_damaged > 0)
+        notes.insert(notes.begin(), CountText(m_damaged, "damaged sound packet") + " skipped.");
+    return notes;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "Conf/SampleInfo.h"
+#include "Core/Ratio.h"
+#include "Media/Base/FFmpegOwners.h"
+#include "Media/Codec/AudioAligner.h"
+#include "Media/Codec/EncoderChoice.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Proc {
+class IDataAudio;
+}
+
+namespace Tarsel::Media {
+
+/// Takes an encoded packet; it is the giver's again afterwards.
+using TakePacket = std::function<void(AVPacket&)>;
+
+/// How to encode sound.
+struct AudioRequest {
+    AVCodec const* encoder = nullptr;
+    EncoderOptions options;
+    Quality quality = Quality::VisuallyLossless;
+    AVOutputFormat const* container = nullptr;
+    /// Of the blocks.
+    Conf::SampleInfo format;
+    /// Bits of a sample that carry sound.
+    int depth = 0;
+};
+
+/// Encodes blocks of sound, on one thread, at the times they state (see AudioAligner). What the encoder needs
+/// before the first sample (its priming) comes before the first block's time. One thread at a time.
+class AudioEncoder {
+public:
+    /// OptionsException; OutputException when the encoder takes no such sound.
+    explicit AudioEncoder(AudioRequest const& request);
+    ~AudioEncoder();
+
+    AVCodecContext const& GetContext() const noexcept { return *m_context; }
+    /// Of the packets.
+    Ratio GetTimeBase() const noexcept;
+    /// As AudioAligner::StartAt.
+    void StartAt(std::int64_t microseconds) { m_aligner->StartAt(microseconds); }
+
+    /// Encodes a block, its time in microseconds. OutputException, EffectException, and what `give` throws.
+    void Encode(Proc::IDataAudio const& block, TakePacket const& give);
+    /// No more blocks: the rest.
+    void End(TakePacket const& give);
+
+    std::vector<std::string> GetNotes() const;
+
+private:
+    int TryOpen(AudioRequest const& request, Conf::SampleInfo const& format, EncoderOptions const& defaults);
+    void Open(AudioRequest const& request);
+    void EncodeAligned(TakePacket const& give);
+    void Queue(AVFrame const& block, TakePacket const& give);
+    void EncodeQueued(int count, TakePacket const& give);
+    void Send(AVFrame const* frame, TakePacket const& give);
+    void Check(char const* signature, int error) const;
+
+    Conf::SampleInfo m_input;
+    int m_depth;
+    UniqueCodecContext m_context;
+    UniquePacket m_packet;
+    std::optional<AudioAligner> m_aligner;
+    UniqueAudioFifo m_queue;
+    /// Samples of a packet.
+    int m_frameSize = 0;
+    /// Of the next sample to encode.
+    std::int64_t m_time = 0;
+};
+
+} // namespace Tarsel::Media

@@ -1,0 +1,157 @@
+#include "Media/Codec/EncoderChoice.h"
+
+#include "Conf/PixFmtDescription.h"
+#include "Core/NearNames.h"
+#include "Core/Throw.h"
+#include "Media/Base/FFmpegVersions.h"
+#include "Media/Base/MessageText.h"
+#include "Media/MediaExceptions.h"
+#include "Media/Run.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Codec/EncoderChoice";
+
+/// What is lost of pictures in the format by those that the encoder takes: FFmpeg's FF_LOSS_* bits.
+int GetFormatLoss(AVCodec const& encoder, Conf::PixFmt format) {
+    std::vector<Conf::PixFmt> formats;
+    for (AVPixelFormat const each : GetPixelFormats(encoder))
+        formats.push_back(Conf::WithoutFixedRange(static_cast<Conf::PixFmt>(each)));
+    int loss = 0;
+    if (!formats.empty())
+        Conf::FindBestPixelFormatOfList(formats, Conf::WithoutFixedRange(format), true, &loss);
+    return loss;
+}
+
+/// All of a kind, or those of one codec.
+std::vector<std::string> ListEncoders(AVMediaType type, AVCodecID codec = AV_CODEC_ID_NONE) {
+    std::vector<std::string> names;
+    void* position = nullptr;
+    while (AVCodec const* const each = av_codec_iterate(&position))
+        if (av_codec_is_encoder(each) != 0 && each->type == type && WorksInOrdinaryMemory(*each) &&
+            (codec == AV_CODEC_ID_NONE || each->id == codec))
+            names.emplace_back(each->name);
+    return names;
+}
+
+[[noreturn]] void ThrowNoEncoder(std::string const& description) {
+    Core::Throw<OptionsException>({s_file,
+                                   "const AVCodec &Tarsel::Media::ChooseEncoder(const Container &, const "
+                                   "std::filesystem::path &, const std::string &)"},
+                                  description);
+}
+
+AVCodec const* FindUsualEncoder(Container const& container, std::filesystem::path const& output) {
+    for (char const* name : GetTraits(*container.format).videoEncoders)
+        if (AVCodec const* const encoder = name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr)
+            return encoder;
+    AVOutputFormat const* const named = container.isStill ? &GetStillFormat() : container.format;
+    AVCodecID const codec = av_guess_codec(named, nullptr, output.c_str(), nullptr, AVMEDIA_TYPE_VIDEO);
+    // The first one FFmpeg knows for WebP makes animations.
+    AVCodec const* const still =
+        codec == AV_CODEC_ID_WEBP ? avcodec_find_encoder_by_name("libwebp") : nullptr;
+    return still != nullptr ? still : avcodec_find_encoder(codec);
+}
+
+} // namespace
+
+std::vector<std::string> ListEncoders(bool isAudio) {
+    return ListEncoders(isAudio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO);
+}
+
+AVCodec const& FindNamedEncoder(std::string const& name, bool isAudio) {
+    AVMediaType const type = isAudio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
+    auto const fail = [](std::string const& description) {
+        Core::Throw<OptionsException>(
+            {s_file, "const AVCodec &Tarsel::Media::FindNamedEncoder(const std::string &, bool)"},
+            description);
+    };
+    AVCodec const* const encoder = avcodec_find_encoder_by_name(name.c_str());
+    if (AVCodecDescriptor const* const codec = avcodec_descriptor_get_by_name(name.c_str());
+        encoder == nullptr && codec != nullptr && codec->type == type)
+        if (auto const encoders = ListEncoders(type, codec->id); !encoders.empty())
+            fail(
+                fmt::format("\"{}\" is a codec; name an encoder of it: {}", name, fmt::join(encoders, ", ")));
+    if (encoder == nullptr)
+        fail(
+            fmt::format("There is no encoder \"{}\"{}", name, Core::NearNamesText(name, ListEncoders(type))));
+    if (encoder->type != type)
+        fail(fmt::format("The encoder \"{}\" is not for {}", name, isAudio ? "sound" : "pictures"));
+    if (!WorksInOrdinaryMemory(*encoder))
+        fail(fmt::format("The encoder \"{}\" takes pictures in graphics memory only", name));
+    return *encoder;
+}
+
+AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path const& output,
+                             std::string const& name) {
+    if (!name.empty()) {
+        AVCodec const& encoder = FindNamedEncoder(name, false);
+        if (!CanHold(container, output, encoder.id))
+            ThrowNoEncoder(fmt::format("The encoder \"{}\" makes {}, which {} cannot hold", name,
+                                       avcodec_get_name(encoder.id), Quote(output.filename())));
+        return encoder;
+    }
+    AVCodec const* const encoder = FindUsualEncoder(container, output);
+    if (encoder == nullptr)
+        ThrowNoEncoder(fmt::format("There is no encoder for {}", Quote(output.filename())));
+    return *encoder;
+}
+
+AVCodec const* FindSameEncoder(Container const& container, std::filesystem::path const& output, int codec,
+                               Conf::PixFmt format, std::optional<Quality> quality) {
+    ContainerTraits const& traits = GetTraits(*container.format);
+    // Of what it takes only when it is rewritten no films are made.
+    bool const isForeign = traits.wantsStartCodes && (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC);
+    if (container.isStill || isForeign || !GetCodecFacts(codec).isOfFilms ||
+        !CanHold(container, output, codec))
+        return nullptr;
+    AVCodec const* first = nullptr;
+    for (AVCodec const* const encoder : ListEncodersOf(codec)) {
+        if (quality && !HasQuality(*encoder, *quality))
+            continue;
+        first = first != nullptr ? first : encoder;
+        if (GetFormatLoss(*encoder, format) == 0)
+            return encoder;
+    }
+    return first;
+}
+
+void CheckQuality(AVCodec const& encoder, Quality quality) {
+    if (HasQuality(encoder, quality))
+        return;
+    std::string known;
+    for (Quality const each : s_everyQuality)
+        if (HasQuality(encoder, each))
+            known += fmt::format("{}{}", known.empty() ? "" : ", ", GetQualityName(each));
+    Core::Throw<OptionsException>({s_file, "void Tarsel::Media::CheckQuality(const AVCodec &, Quality)"},
+                                  fmt::format("The encoder \"{}\" has no quality \"{}\"; {}", encoder.name,
+                                              GetQualityName(quality),
+                                              known.empty() ? "its own options set it" : "legal: " + known));
+}
+
+bool CanHold(Container const& container, std::filesystem::path const& output, int codec) {
+    if (container.isStill)
+        return codec == GetStillCodec(output);
+    if (GetTraits(*container.format).takesOwnCodecOnly)
+        return codec == container.format->video_codec;
+    int const answer =
+        avformat_query_codec(container.format, static_cast<AVCodecID>(codec), FF_COMPLIANCE_EXPERIMENTAL);
+    // Bare streams of one codec go out under the name of any.
+    bool const isBare = (container.format->flags & AVFMT_NOTIMESTAMPS) != 0 &&
+                        container.format->audio_codec == AV_CODEC_ID_NONE;
+    return IsKnownIn(*container.format, codec) && (isBare ? answer == 1 : answer != 0);
+}
+
+} // namespace Tarsel::Media

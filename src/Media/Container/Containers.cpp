@@ -1,0 +1,263 @@
+#include "Media/Container/Containers.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/MediaExceptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Container/Containers";
+
+constexpr int s_knownInMp4[] = {
+    AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,    AV_CODEC_ID_MP2,           AV_CODEC_ID_AC3,    AV_CODEC_ID_EAC3,
+    AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_MLP,           AV_CODEC_ID_MP4ALS, AV_CODEC_ID_ALAC,
+    AV_CODEC_ID_FLAC, AV_CODEC_ID_OPUS,   AV_CODEC_ID_MPEGH_3D_AUDIO};
+
+constexpr int s_knownInAvi[] = {AV_CODEC_ID_MP3,           AV_CODEC_ID_MP2,       AV_CODEC_ID_AC3,
+                                AV_CODEC_ID_DTS,           AV_CODEC_ID_AAC,       AV_CODEC_ID_FLAC,
+                                AV_CODEC_ID_PCM_U8,        AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
+                                AV_CODEC_ID_PCM_S32LE,     AV_CODEC_ID_PCM_F32LE, AV_CODEC_ID_PCM_F64LE,
+                                AV_CODEC_ID_PCM_ALAW,      AV_CODEC_ID_PCM_MULAW, AV_CODEC_ID_ADPCM_MS,
+                                AV_CODEC_ID_ADPCM_IMA_WAV, AV_CODEC_ID_WMAV1,     AV_CODEC_ID_WMAV2};
+
+constexpr int s_knownInSmoothStreams[] = {AV_CODEC_ID_AAC, AV_CODEC_ID_WMAPRO, AV_CODEC_ID_AC3,
+                                          AV_CODEC_ID_EAC3};
+
+constexpr int s_knownInTransportStreams[] = {AV_CODEC_ID_AAC,          AV_CODEC_ID_AAC_LATM,
+                                             AV_CODEC_ID_MP2,          AV_CODEC_ID_MP3,
+                                             AV_CODEC_ID_AC3,          AV_CODEC_ID_EAC3,
+                                             AV_CODEC_ID_DTS,          AV_CODEC_ID_OPUS,
+                                             AV_CODEC_ID_MPEG1VIDEO,   AV_CODEC_ID_MPEG2VIDEO,
+                                             AV_CODEC_ID_MPEG4,        AV_CODEC_ID_H264,
+                                             AV_CODEC_ID_HEVC,         AV_CODEC_ID_CAVS,
+                                             AV_CODEC_ID_AVS2,         AV_CODEC_ID_AVS3,
+                                             AV_CODEC_ID_VC1,          AV_CODEC_ID_DIRAC,
+                                             AV_CODEC_ID_JPEG2000,     AV_CODEC_ID_DVB_SUBTITLE,
+                                             AV_CODEC_ID_DVB_TELETEXT, AV_CODEC_ID_HDMV_PGS_SUBTITLE};
+
+constexpr int s_knownInProgramStreams[] = {AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO,  AV_CODEC_ID_MP2,
+                                           AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,         AV_CODEC_ID_DTS,
+                                           AV_CODEC_ID_PCM_DVD,    AV_CODEC_ID_DVD_SUBTITLE};
+
+/// What rows have in common.
+constexpr ContainerTraits s_movFamily{
+    .name = "", .covers = Covers::Streams, .isMovFamily = true, .knowsRawByTag = true};
+constexpr ContainerTraits s_programStream{
+    .name = "", .knownCodecs = s_knownInProgramStreams, .losesTitle = true, .losesChapters = true};
+constexpr ContainerTraits s_broadcast{
+    .name = "", .countsFrames = true, .startsAudioAtZero = true, .losesTitle = true, .losesChapters = true};
+
+/// A row like another but for what `change` does to it.
+template <class Change>
+constexpr ContainerTraits Like(ContainerTraits row, std::string_view name, Change const& change) {
+    row.name = name;
+    change(row);
+    return row;
+}
+constexpr ContainerTraits Like(ContainerTraits row, std::string_view name) {
+    row.name = name;
+    return row;
+}
+
+/// What phones and players make of films in files of the family.
+constexpr ContainerTraits s_movFilms = Like(s_movFamily, "", [](ContainerTraits& row) {
+    row.videoEncoders = {"libx264", "mpeg4"};
+    row.audioEncoders = {"aac"};
+    row.textEncoder = "mov_text";
+});
+
+constexpr ContainerTraits s_containers[] = {
+    Like(s_movFilms, "mp4",
+         [](ContainerTraits& row) {
+             row.knownCodecs = s_knownInMp4;
+             row.saysRange = true;
+         }),
+    Like(s_movFilms, "mov",
+         [](ContainerTraits& row) {
+             row.numbersLanguages = true;
+             row.plainRawFormats =
+                 "yuyv422 rgb24 bgr24 uyvy422 argb rgba abgr bgra gray16be rgb48be rgb565be "
+                 "rgb565le rgb555be rgb555le";
+         }),
+    Like(s_movFilms, "ipod", [](ContainerTraits& row) { row.audioExtensions = ".m4a .m4b "; }),
+    Like(s_movFilms, "3gp"),
+    Like(s_movFilms, "3g2"),
+    Like(s_movFamily, "psp", [](ContainerTraits& row) { row.textEncoder = "mov_text"; }),
+    Like(s_movFamily, "ismv", [](ContainerTraits& row) { row.knownCodecs = s_knownInSmoothStreams; }),
+    Like(s_movFamily, "f4v",
+         [](ContainerTraits& row) {
+             row.videoEncoders = {"libx264"};
+             row.audioEncoders = {"aac"};
+         }),
+    {.name = "matroska",
+     .videoEncoders = {"libx264", "mpeg4"},
+     .audioEncoders = {"aac"},
+     .textEncoder = "subrip",
+     .covers = Covers::Attachments,
+     .saysRange = true,
+     .hasAttachments = true},
+    {.name = "webm",
+     .videoEncoders = {"libvpx-vp9", "libvpx"},
+     .audioEncoders = {"libopus", "libvorbis"},
+     .textEncoder = "webvtt",
+     .saysRange = true},
+    {.name = "avi",
+     .audioEncoders = {"libmp3lame"},
+     .knownCodecs = s_knownInAvi,
+     .countsFrames = true,
+     .startsAudioAtZero = true,
+     .wantsStartCodes = true,
+     .losesChapters = true,
+     .knowsRawByTag = true,
+     .plainRawFormats = "yuv420p yuyv422 bgr24 yuv422p yuv410p yuv411p gray uyvy422 nv12 nv21 rgba bgra "
+                        "rgb555le yvyu422 pal8"},
+    {.name = "flv", .videoEncoders = {"libx264", "flv"}, .audioEncoders = {"aac"}, .losesChapters = true},
+    Like(s_programStream, "mpeg",
+         [](ContainerTraits& row) {
+             row.videoEncoders = {"mpeg2video", "mpeg1video"};
+         }),
+    Like(s_programStream, "vcd"),
+    Like(s_programStream, "svcd"),
+    Like(s_programStream, "dvd"),
+    Like(s_programStream, "vob"),
+    {.name = "mpegts",
+     .videoEncoders = {"libx264", "mpeg2video"},
+     .audioEncoders = {"aac"},
+     .knownCodecs = s_knownInTransportStreams,
+     .losesChapters = true,
+     .hasStreamIds = true},
+    {.name = "ogg",
+     .audioEncoders = {"libvorbis", "flac"},
+     .audioExtensions = ".ogg ",
+     .countsFrames = true,
+     .chapterCodec = AV_CODEC_ID_OPUS},
+    {.name = "oga", .chapterCodec = AV_CODEC_ID_OPUS},
+    {.name = "ogv", .countsFrames = true, .chapterCodec = AV_CODEC_ID_OPUS},
+    {.name = "asf", .audioExtensions = ".wma "},
+    Like(s_broadcast, "dv"),
+    Like(s_broadcast, "gxf"),
+    Like(s_broadcast, "mxf"),
+    Like(s_broadcast, "mxf_opatom"),
+    {.name = "mp3", .covers = Covers::Only},
+    {.name = "flac", .covers = Covers::Only, .losesChapters = true},
+    {.name = "aiff", .covers = Covers::Only, .isPlainAudio = true, .losesChapters = true},
+    {.name = "wav", .isPlainAudio = true, .losesChapters = true},
+    {.name = "w64", .isPlainAudio = true, .losesTitle = true, .losesChapters = true},
+    {.name = "au", .isPlainAudio = true, .losesChapters = true},
+    {.name = "gif", .takesOwnCodecOnly = true, .losesTitle = true, .losesChapters = true},
+    {.name = "apng", .takesOwnCodecOnly = true, .losesTitle = true, .losesChapters = true},
+    {.name = "image2", .isStill = true},
+    {.name = "webp", .isStill = true},
+    {.name = "yuv4mpegpipe", .losesTitle = true, .losesChapters = true, .keepsNoTimes = true},
+    {.name = "ivf", .losesTitle = true, .losesChapters = true},
+    {.name = "hls", .isManyFiles = true},
+    {.name = "dash", .isManyFiles = true},
+};
+
+constexpr ContainerTraits s_anyContainer{};
+
+constexpr InputTraits s_inputs[] = {
+    {.name = "image2", .isStill = true},
+    {.name = "tty", .isGuess = true},
+    {.name = "matroska,webm", .statesEnd = true, .statesExactly = true},
+    {.name = "mov,mp4,m4a,3gp,3g2,mj2", .statesExactly = true},
+    {.name = "avi", .statesExactly = true},
+    {.name = "flac", .statesExactly = true},
+    {.name = "wav", .statesExactly = true},
+    {.name = "w64", .statesExactly = true},
+    {.name = "aiff", .statesExactly = true},
+    {.name = "mp3", .statesExactly = true},
+};
+
+/// Whether files of the name hold audio alone, though the container could hold pictures too.
+bool IsNamedForAudio(ContainerTraits const& traits, std::filesystem::path const& output) {
+    std::string extension = output.extension().string() + ' ';
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return extension.size() > 1 && traits.audioExtensions.find(extension) != std::string_view::npos;
+}
+
+} // namespace
+
+Container ChooseContainer(std::filesystem::path const& output) {
+    auto const fail = [&](std::string const& reason) {
+        Core::Throw<OptionsException>(
+            {s_file, "Container Tarsel::Media::ChooseContainer(const std::filesystem::path &)"},
+            fmt::format("Cannot write {}: {}", Quote(output), reason));
+    };
+    AVOutputFormat const* format = av_guess_format(nullptr, output.filename().c_str(), nullptr);
+    if (format == nullptr)
+        fail(fmt::format("no container is known by the extension \"{}\"", output.extension().string()));
+    std::string_view const name = format->name;
+    ContainerTraits const& traits = GetTraits(*format);
+    if (traits.isStill)
+        // It writes to a file that is open, and reads no pattern in the name.
+        format = av_guess_format("image2pipe", nullptr, nullptr);
+    else if ((format->flags & AVFMT_NOFILE) != 0 || traits.isManyFiles)
+        fail(fmt::format("\"{}\" is not a single file", name));
+    bool const isAudio =
+        !traits.isStill && (format->video_codec == AV_CODEC_ID_NONE || traits.covers == Covers::Only ||
+                            IsNamedForAudio(traits, output));
+    if (format == nullptr || (isAudio && format->audio_codec == AV_CODEC_ID_NONE))
+        fail(fmt::format("\"{}\" holds neither pictures nor sound", name));
+    return {format, traits.isStill, isAudio};
+}
+
+ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept {
+    auto const* const row =
+        std::ranges::find(s_containers, std::string_view(format.name), &ContainerTraits::name);
+    return row != std::end(s_containers) ? *row : s_anyContainer;
+}
+
+std::span<ContainerTraits const> ListTraits() noexcept {
+    return s_containers;
+}
+
+bool IsKnownIn(AVOutputFormat const& format, int codec) noexcept {
+    ContainerTraits const& traits = GetTraits(format);
+    if (traits.isPlainAudio)
+        return av_get_exact_bits_per_sample(static_cast<AVCodecID>(codec)) > 0;
+    auto const kind = [](int id) { return avcodec_get_type(static_cast<AVCodecID>(id)); };
+    bool const isListed =
+        std::ranges::any_of(traits.knownCodecs, [&](int known) { return kind(known) == kind(codec); });
+    return !isListed || std::ranges::find(traits.knownCodecs, codec) != traits.knownCodecs.end();
+}
+
+bool KeepsTimes(AVOutputFormat const& format) noexcept {
+    return (format.flags & AVFMT_NOTIMESTAMPS) == 0 && !GetTraits(format).keepsNoTimes;
+}
+
+AVOutputFormat const& GetStillFormat() {
+    AVOutputFormat const* const format = av_guess_format("image2", nullptr, nullptr);
+    if (format == nullptr)
+        Core::Throw<OptionsException>({s_file, "const AVOutputFormat &Tarsel::Media::GetStillFormat()"},
+                                      "This FFmpeg writes no picture files");
+    return *format;
+}
+
+int GetStillCodec(std::filesystem::path const& output) {
+    return av_guess_codec(&GetStillFormat(), nullptr, output.c_str(), nullptr, AVMEDIA_TYPE_VIDEO);
+}
+
+InputTraits GetTraits(AVInputFormat const& format) noexcept {
+    std::string_view const name = format.name;
+    auto const* const row = std::ranges::find(s_inputs, name, &InputTraits::name);
+    if (row != std::end(s_inputs))
+        return *row;
+    return {.name = name, .isStill = name.ends_with("_pipe")};
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string_view>
+
+struct AVInputFormat;
+struct AVOutputFormat;
+
+namespace Tarsel::Media {
+
+/// How a container keeps cover pictures.
+enum class Covers : std::uint8_t {
+    None,
+    /// As streams of pictures.
+    Streams,
+    /// As streams, and it has no other pictures.
+    Only,
+    /// As attached files; as streams they would play.
+    Attachments
+};
+
+/// What has to be known of a container that FFmpeg does not tell. Those without a row have all as it stands
+/// here.
+struct ContainerTraits {
+    /// FFmpeg's name of the writer.
+    std::string_view name;
+    /// Usual encoders for pictures and for audio, best first; empty: FFmpeg's own choice.
+    std::array<char const*, 2> videoEncoders{};
+    std::array<char const*, 2> audioEncoders{};
+    /// The encoder for subtitles of text; null: it takes none that players would show.
+    char const* textEncoder = nullptr;
+    /// The codecs (AVCodecID) that players know in it where its writer takes more. Says nothing of kinds of
+    /// streams of which it names no codec.
+    std::span<int const> knownCodecs{};
+    Covers covers = Covers::None;
+    /// Extensions of files for audio alone, each ending in a blank, though it could hold pictures.
+    std::string_view audioExtensions{};
+    /// One picture, and nothing else.
+    bool isStill = false;
+    /// It is a folder of files.
+    bool isManyFiles = false;
+    /// Samples as they are: tags for other codecs are dead letters.
+    bool isPlainAudio = false;
+    /// It takes its own codec only, and does not say so.
+    bool takesOwnCodecOnly = false;
+    /// Of the family of QuickTime and MP4.
+    bool isMovFamily = false;
+    /// It has a constant rate and counts in frames.
+    bool countsFrames = false;
+    /// Its audio starts with the file, whatever the times of its packets.
+    bool startsAudioAtZero = false;
+    /// It says whether values of pictures use their full range.
+    bool saysRange = false;
+    /// It wants H.264 and HEVC with start codes.
+    bool wantsStartCodes = false;
+    /// It has attached files.
+    bool hasAttachments = false;
+    /// It has no place for the title of the whole, and none for chapters.
+    bool losesTitle = false;
+    bool losesChapters = false;
+    /// Chapters stand beside streams of this codec (AVCodecID) only; 0: of any.
+    int chapterCodec = 0;
+    /// It numbers languages, of which QuickTime's list knows each by one code only.
+    bool numbersLanguages = false;
+    /// It keeps no times, and FFmpeg does not say so.
+    bool keepsNoTimes = false;
+    /// The numbers of its streams mean something to players.
+    bool hasStreamIds = false;
+    /// Raw pictures are known by a tag, and without one by the bits of a pixel; then these formats (by name,
+    /// with blanks between) come back as what they were. Empty: as any other codec.
+    bool knowsRawByTag = false;
+    std::string_view plainRawFormats{};
+};
+
+/// What kind of file is written.
+struct Container {
+    AVOutputFormat const* format = nullptr;
+    /// One picture, and nothing else.
+    bool isStill = false;
+    /// For audio, and beside it at most a cover.
+    bool isAudio = false;
+};
+
+/// All of these may be called from any thread; containers belong to FFmpeg and live for ever.
+
+/// By the name's extension. OptionsException when that says nothing, or the container holds neither pictures
+/// nor audio.
+Container ChooseContainer(std::filesystem::path const& output);
+
+ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept;
+
+/// Every container that has a row.
+std::span<ContainerTraits const> ListTraits() noexcept;
+
+/// Whether players know the codec, an AVCodecID, in files of the container.
+bool IsKnownIn(AVOutputFormat const& format, int codec) noexcept;
+
+/// Whether its files say when pictures are shown.
+bool KeepsTimes(AVOutputFormat const& format) noexcept;
+
+/// The codec, an AVCodecID, that an image file's extension stands for; that of no codec for others.
+int GetStillCodec(std::filesystem::path const& output);
+
+/// What a picture file's name would be written by, whatever it is written with.
+AVOutputFormat const& GetStillFormat();
+
+/// What has to be known of a kind of input.
+struct InputTraits {
+    std::string_view name;
+    /// One still picture, not a film.
+    bool isStill = false;
+    /// Any text would do.
+    bool isGuess = false;
+    /// The length it states is the end of the whole, counted from time 0.
+    bool statesEnd = false;
+    /// Lengths are stated to the sample, or nearly.
+    bool statesExactly = false;
+};
+
+InputTraits GetTraits(AVInputFormat const& format) noexcept;
+
+} // namespace Tarsel::Media

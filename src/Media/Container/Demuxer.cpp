@@ -1,0 +1,235 @@
+#include "Media/Container/Demuxer.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Stopped.h"
+#include "Media/Base/Times.h"
+#include "Media/Container/Containers.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/common.h>
+#include <libavutil/opt.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Container/Demuxer";
+/// After this many unreadable packets in a row the rest is given up.
+constexpr int s_mostDamagedInARow = 100;
+
+bool IsCoverStream(AVStream const& stream) noexcept {
+    return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
+std::int64_t PixelCount(AVStream const& stream) noexcept {
+    return std::int64_t{stream.codecpar->width} * stream.codecpar->height;
+}
+
+} // namespace
+
+Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
+    : m_path(std::move(path)), m_stop(std::move(stop)) {
+    Open();
+    m_picture = FindVideo();
+    m_sound = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_picture, nullptr, 0);
+    if (m_picture < 0 && m_sound < 0)
+        Core::Throw<InputException>(
+            {s_file, "Tarsel::Media::Demuxer::Demuxer(std::filesystem::path, std::stop_token)"},
+            fmt::format("{} has neither pictures nor sound", Quote(m_path)));
+    // Sound and picture would start at whatever the sender's clock said.
+    m_isBroadcast = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
+        m_clockStart = m_context->start_time;
+    m_ends = StatedEnds(*m_context);
+}
+
+Demuxer::~Demuxer() = default;
+
+int Demuxer::IsInterrupted(void* self) noexcept {
+    return static_cast<Demuxer*>(self)->m_stop.stop_requested() ? 1 : 0;
+}
+
+void Demuxer::Open() {
+    auto const check = [this](int error) {
+        if (m_stop.stop_requested())
+            throw Stopped();
+        if (error < 0)
+            Core::Throw<InputException>(
+                {s_file, "void Tarsel::Media::Demuxer::Open()"},
+                fmt::format("Cannot open {}: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
+                Proc::TagFFmpegError(error));
+    };
+    AVIOInterruptCB const interrupt{&Demuxer::IsInterrupted, this};
+    AVIOContext* file = nullptr;
+    int error = avio_open2(&file, ("file:" + m_path.string()).c_str(), AVIO_FLAG_READ, &interrupt, nullptr);
+    m_file.reset(file);
+    check(error);
+
+    UniqueFormat fresh(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
+    fresh->interrupt_callback = interrupt;
+    // The file is open; no other is to be, whatever patterns its name has or lists its content.
+    fresh->pb = m_file.get();
+    check(av_opt_set(fresh.get(), "protocol_whitelist", "none", 0));
+    AVFormatContext* context = fresh.release();
+    error = avformat_open_input(&context, m_path.c_str(), nullptr, nullptr); // frees the context on failure
+    m_context.reset(context);
+    check(error);
+    check(GetTraits(*m_context->iformat).isGuess ? AVERROR_INVALIDDATA : 0);
+    check(avformat_find_stream_info(m_context.get(), nullptr));
+}
+
+int Demuxer::FindVideo() const {
+    int const best = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (best < 0)
+        return -1;
+    int picture = best;
+    if (IsCoverStream(*m_context->streams[best]))
+        for (int i = 0; i < static_cast<int>(m_context->nb_streams); ++i) {
+            AVStream const& stream = *m_context->streams[i];
+            if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO || IsCoverStream(stream))
+                continue;
+            if (picture == best || PixelCount(stream) > PixelCount(*m_context->streams[picture]))
+                picture = i;
+        }
+    return picture;
+}
+
+AVStream const& Demuxer::GetVideo() const noexcept {
+    return *m_context->streams[m_picture];
+}
+
+/// What times are told of.
+AVStream const& Demuxer::GetMain() const noexcept {
+    bool const isAudio = m_sound >= 0 && (m_picture < 0 || IsCover());
+    return *m_context->streams[isAudio ? m_sound : m_picture];
+}
+
+Ratio Demuxer::GetFrameRate() const noexcept {
+    AVStream const& stream = GetVideo();
+    return ChooseNominalRate(FromAV(stream.avg_frame_rate), FromAV(stream.r_frame_rate));
+}
+
+bool Demuxer::IsCover() const noexcept {
+    return m_picture >= 0 && IsCoverStream(GetVideo());
+}
+
+bool Demuxer::IsStill() const noexcept {
+    return GetTraits(*m_context->iformat).isStill || IsCover();
+}
+
+/// Only FFmpeg's writers tell, so the one for files of that name is asked.
+bool Demuxer::HasTimes() const {
+    char const* const extensions = m_context->iformat->extensions;
+    if (extensions == nullptr)
+        return true;
+    std::string const name = "x." + std::string(extensions, std::strcspn(extensions, ","));
+    AVOutputFormat const* const writer = av_guess_format(nullptr, name.c_str(), nullptr);
+    return writer == nullptr || (writer->flags & AVFMT_NOTIMESTAMPS) == 0;
+}
+
+std::int64_t Demuxer::GetStart() const noexcept {
+    AVStream const& stream = GetMain();
+    if (stream.start_time == AV_NOPTS_VALUE)
+        return 0;
+    return av_sat_sub64(ToMicroseconds(stream.start_time, FromAV(stream.time_base)), m_clockStart);
+}
+
+std::int64_t Demuxer::GetDuration() const noexcept {
+    AVStream const& stream = GetMain();
+    if (stream.duration > 0)
+        return ToMicroseconds(stream.duration, FromAV(stream.time_base));
+    bool const isEnd = GetTraits(*m_context->iformat).statesEnd;
+    return std::max<std::int64_t>(av_sat_sub64(m_context->duration, isEnd ? GetStart() : 0), 0);
+}
+
+bool Demuxer::Read(AVPacket& packet) {
+    int damaged = 0;
+    for (;;) {
+        int const error = av_read_frame(m_context.get(), &packet);
+        if (m_stop.stop_requested())
+            throw Stopped();
+        if (error >= 0)
+            break;
+        if (error == AVERROR_EOF) {
+            m_isWhole = !m_hasJumped;
+            m_endsDamaged = m_lastDamaged;
+            return false;
+        }
+        if (error != AVERROR_INVALIDDATA)
+            Core::Throw<InputException>(
+                {s_file, "bool Tarsel::Media::Demuxer::Read(AVPacket &)"},
+                fmt::format("Cannot read {} further: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
+                Proc::TagFFmpegError(error));
+        if (++damaged > s_mostDamagedInARow) {
+            m_brokeOff = true;
+            return false;
+        }
+        ++m_damaged;
+    }
+    m_lastDamaged = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && packet.stream_index != m_picture;
+    if (m_lastDamaged)
+        ++m_damaged;
+    m_ends.Add(*m_context, packet);
+    if (m_isBroadcast)
+        CorrectTimes(packet);
+    return true;
+}
+
+void Demuxer::CorrectTimes(AVPacket& packet) {
+    AVStream const& stream = *m_context->streams[packet.stream_index];
+    Ratio const timeBase = FromAV(stream.time_base);
+    AVMediaType const type = stream.codecpar->codec_type;
+    std::int64_t const time = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+    bool const hasClock =
+        time != AV_NOPTS_VALUE && (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO);
+    std::int64_t const jump =
+        hasClock
+            ? m_jumps.Correct(packet.stream_index, av_sat_sub64(ToMicroseconds(time, timeBase), m_clockStart),
+                              ToMicroseconds(packet.duration, timeBase))
+            : m_jumps.GetOffset();
+    std::int64_t const ticks = ToTicks(jump - m_clockStart, timeBase);
+    if (packet.pts != AV_NOPTS_VALUE)
+        packet.pts = av_sat_add64(packet.pts, ticks);
+    if (packet.dts != AV_NOPTS_VALUE)
+        packet.dts = av_sat_add64(packet.dts, ticks);
+}
+
+bool Demuxer::Seek(std::int64_t microseconds) {
+    m_jumps = ClockJumps();
+    m_hasJumped = true;
+    std::int64_t const ticks =
+        ToTicks(av_sat_add64(microseconds, m_clockStart), FromAV(GetVideo().time_base));
+    return av_seek_frame(m_context.get(), m_picture, ticks, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+std::vector<std::string> Demuxer::GetNotes() const {
+    std::vector<std::string> notes;
+    if (m_jumps.GetCount() > 0)
+        notes.push_back(fmt::format("{} closed: the input's clock is not continuous.",
+                                    CountText(m_jumps.GetCount(), "jump in time")));
+    if (std::int64_t const damaged = m_damaged - (m_endsDamaged ? 1 : 0); damaged > 0)
+        notes.push_back(fmt::format("{} found in the input.", CountText(damaged, "damaged packet")));
+    if (m_brokeOff)
+        notes.emplace_back("The input breaks off: its end is unreadable.");
+    auto ends = m_isWhole ? m_ends.Describe() : std::vector<std::string>();
+    if (ends.empty() && m_endsDamaged)
+        notes.emplace_back("The input breaks off: its last packet is not whole.");
+    for (std::string& note : ends)
+        notes.push_back(std::move(note));
+    return notes;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "Core/Ratio.h"
+#include "Media/Base/FFmpegOwners.h"
+#include "Media/Container/ClockJumps.h"
+#include "Media/Container/StatedEnds.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+struct AVStream;
+
+namespace Tarsel::Media {
+
+/// Reads the packets of a media file. One thread at a time.
+class Demuxer {
+public:
+    /// Opens the file and looks into it. InputException when it is no media file or has neither pictures nor
+    /// sound; Stopped.
+    Demuxer(std::filesystem::path path, std::stop_token stop);
+    ~Demuxer();
+
+    std::filesystem::path const& GetPath() const noexcept { return m_path; }
+    AVFormatContext const& GetContext() const noexcept { return *m_context; }
+    /// Index of the stream of pictures that is worked on: the best video stream, a cover picture only where
+    /// there is nothing else; −1: none.
+    int GetVideoIndex() const noexcept { return m_picture; }
+    /// Index of the best sound stream; −1: none.
+    int GetAudioIndex() const noexcept { return m_sound; }
+    bool HasVideo() const noexcept { return m_picture >= 0; }
+    /// That stream, which there has to be.
+    AVStream const& GetVideo() const noexcept;
+    /// Frames a second; 0/1 when not known.
+    Ratio GetFrameRate() const noexcept;
+    /// Whether what is worked on is the cover of a sound file.
+    bool IsCover() const noexcept;
+    /// Whether what is worked on is one still picture and no film.
+    bool IsStill() const noexcept;
+    /// Whether the container states times. Those of bare streams of one codec are FFmpeg's guesses.
+    bool HasTimes() const;
+    /// Where the picture stream starts and how long it lasts, in microseconds; 0 when not known. Of the best
+    /// sound stream where there are no pictures but a cover.
+    std::int64_t GetStart() const noexcept;
+    std::int64_t GetDuration() const noexcept;
+
+    /// The next packet of any stream; false at the end. Its times are in the stream's time base; broadcast
+    /// clocks, which start anywhere and jump, are made to start at 0 and go on. InputException when the file
+    /// cannot be read further; Stopped.
+    bool Read(AVPacket& packet);
+    /// Goes on at the last key frame of the picture stream not after the time, in microseconds; false when
+    /// the file cannot.
+    bool Seek(std::int64_t microseconds);
+
+    /// What the user should know of the reading, one sentence each.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    static int IsInterrupted(void* self) noexcept;
+    void Open();
+    int FindVideo() const;
+    AVStream const& GetMain() const noexcept;
+    void CorrectTimes(AVPacket& packet);
+
+    std::filesystem::path m_path;
+    std::stop_token m_stop;
+    UniqueFile m_file;
+    UniqueInput m_context;
+    int m_picture = -1;
+    int m_sound = -1;
+    /// Of a broadcast clock, in microseconds.
+    bool m_isBroadcast = false;
+    std::int64_t m_clockStart = 0;
+    ClockJumps m_jumps;
+    std::int64_t m_damaged = 0;
+    /// The packet read last; and the last one of all.
+    bool m_lastDamaged = false;
+    bool m_endsDamaged = false;
+    bool m_brokeOff = false;
+    StatedEnds m_ends;
+    /// All was read, from the start on.
+    bool m_isWhole = false;
+    bool m_hasJumped = false;
+};
+
+} // namespace Tarsel::Media

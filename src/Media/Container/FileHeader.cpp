@@ -1,0 +1,59 @@
+#include "Media/Container/FileHeader.h"
+
+#include "Media/Base/FFmpegOwners.h"
+#include "Media/Container/Containers.h"
+
+#include <cstdint>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/mem.h>
+}
+
+namespace Tarsel::Media {
+
+int WriteHeader(AVFormatContext& context) {
+    // Phones write their own keys, which only this form of metadata holds.
+    AVDictionaryEntry const* const phones =
+        av_dict_get(context.metadata, "com.apple.quicktime.", nullptr, AV_DICT_IGNORE_SUFFIX);
+    AVDictionary* options = nullptr;
+    if (phones != nullptr && GetTraits(*context.oformat).isMovFamily)
+        av_dict_set(&options, "movflags", "use_metadata_tags", 0);
+    int const error = avformat_write_header(&context, &options);
+    av_dict_free(&options);
+    return error;
+}
+
+int TryHeader(AVFormatContext& context) {
+    if (avio_open_dyn_buf(&context.pb) < 0)
+        ThrowNoMemory("a trial of the header");
+    int const error = WriteHeader(context);
+    std::uint8_t* written = nullptr;
+    avio_close_dyn_buf(context.pb, &written);
+    context.pb = nullptr;
+    av_free(written);
+    return error;
+}
+
+bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameters, AVRational timeBase,
+                AVRational frameRate) {
+    AVFormatContext* made = nullptr;
+    avformat_alloc_output_context2(&made, &format, nullptr, nullptr);
+    UniqueFormat const context(CheckAllocated(made, "AVFormatContext"));
+    context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
+    AVStream& stream = *CheckAllocated(avformat_new_stream(made, nullptr), "AVStream");
+    if (avcodec_parameters_copy(stream.codecpar, &parameters) < 0)
+        ThrowNoMemory("codec parameters");
+    stream.codecpar->codec_tag = 0;
+    stream.time_base = timeBase;
+    stream.avg_frame_rate = frameRate;
+    return TryHeader(*made) >= 0;
+}
+
+bool TakesAlone(AVOutputFormat const& format, AVStream const& stream) {
+    return TakesAlone(format, *stream.codecpar, stream.time_base, stream.avg_frame_rate);
+}
+
+} // namespace Tarsel::Media

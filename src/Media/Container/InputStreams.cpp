@@ -1,0 +1,99 @@
+#include "Media/Container/InputStreams.h"
+
+#include "Media/Base/FFmpegVersions.h"
+#include "Media/Container/Demuxer.h"
+
+#include <numeric>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/mem.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+void CheckCopied(int error) {
+    if (error < 0)
+        ThrowNoMemory("the description of streams");
+}
+
+} // namespace
+
+void CopyStream(AVStream const& from, AVStream& to) {
+    CheckCopied(avcodec_parameters_copy(to.codecpar, from.codecpar));
+    CopySideData(from, to);
+    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
+    to.id = from.id;
+    to.time_base = from.time_base;
+    to.sample_aspect_ratio = from.sample_aspect_ratio;
+    to.avg_frame_rate = from.avg_frame_rate;
+    to.r_frame_rate = from.r_frame_rate;
+    to.disposition = from.disposition;
+    to.discard = from.discard;
+    if (from.attached_pic.data != nullptr)
+        CheckCopied(av_packet_ref(&to.attached_pic, &from.attached_pic));
+}
+
+void CopyChapters(AVFormatContext const& from, AVFormatContext& to) {
+    if (from.nb_chapters == 0)
+        return;
+    to.chapters =
+        static_cast<AVChapter**>(CheckAllocated(av_calloc(from.nb_chapters, sizeof(AVChapter*)), "chapters"));
+    for (unsigned i = 0; i < from.nb_chapters; ++i) {
+        AVChapter const& source = *from.chapters[i];
+        auto* const chapter =
+            static_cast<AVChapter*>(CheckAllocated(av_mallocz(sizeof(AVChapter)), "AVChapter"));
+        to.chapters[to.nb_chapters++] = chapter;
+        chapter->id = source.id;
+        chapter->time_base = source.time_base;
+        chapter->start = source.start;
+        chapter->end = source.end;
+        CheckCopied(av_dict_copy(&chapter->metadata, source.metadata, 0));
+    }
+}
+
+void CopyPrograms(AVFormatContext const& from, std::vector<int> const& indexes, AVFormatContext& to) {
+    for (unsigned i = 0; i < from.nb_programs; ++i) {
+        AVProgram const& source = *from.programs[i];
+        AVProgram* const program = CheckAllocated(av_new_program(&to, source.id), "AVProgram");
+        CheckCopied(av_dict_copy(&program->metadata, source.metadata, 0));
+        for (unsigned k = 0; k < source.nb_stream_indexes; ++k)
+            if (int const index = indexes[source.stream_index[k]]; index >= 0)
+                av_program_add_stream_index(&to, source.id, static_cast<unsigned>(index));
+    }
+}
+
+InputStreams MakeUnknownInput(StreamKind kind) {
+    InputStreams input;
+    input.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
+    AVStream& stream = *CheckAllocated(avformat_new_stream(input.context.get(), nullptr), "AVStream");
+    bool const isAudio = kind == StreamKind::Audio;
+    stream.codecpar->codec_type = isAudio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
+    (isAudio ? input.sound : input.picture) = stream.index;
+    return input;
+}
+
+InputStreams DescribeStreams(Demuxer const& input) {
+    AVFormatContext const& from = input.GetContext();
+    InputStreams result;
+    result.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
+    result.picture = input.GetVideoIndex();
+    result.sound = input.GetAudioIndex();
+    result.container = from.iformat->name;
+    result.hasTimes = input.HasTimes();
+    CheckCopied(av_dict_copy(&result.context->metadata, from.metadata, 0));
+    for (unsigned i = 0; i < from.nb_streams; ++i)
+        CopyStream(*from.streams[i],
+                   *CheckAllocated(avformat_new_stream(result.context.get(), nullptr), "AVStream"));
+    CopyChapters(from, *result.context);
+    std::vector<int> all(from.nb_streams);
+    std::iota(all.begin(), all.end(), 0);
+    CopyPrograms(from, all, *result.context);
+    return result;
+}
+
+} // namespace Tarsel::Media

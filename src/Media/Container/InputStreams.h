@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Media/Base/FFmpegOwners.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct AVStream;
+
+namespace Tarsel::Media {
+
+/// What an input file says of itself and its streams, detached from the file, which another thread reads on.
+struct InputStreams {
+    /// Streams under the same indexes as the input's; metadata, chapters and programs.
+    UniqueFormat context;
+    /// Index of the stream of pictures that is worked on or copied; −1: none.
+    int picture = -1;
+    /// Index of the best sound stream; −1: none.
+    int sound = -1;
+    /// FFmpeg's name of the input's container.
+    std::string container;
+    /// As Demuxer::HasTimes.
+    bool hasTimes = true;
+};
+
+class Demuxer;
+
+/// Describes an opened input. MemoryException.
+InputStreams DescribeStreams(Demuxer const& input);
+
+/// An input of one stream, of pictures or of sound, of which nothing is known: for files that are written
+/// without one. MemoryException.
+enum class StreamKind : std::uint8_t { Video, Audio };
+InputStreams MakeUnknownInput(StreamKind kind);
+
+/// Copies what describes a stream: codec parameters, time base, rates, dispositions, metadata, side data and
+/// the cover picture. MemoryException.
+void CopyStream(AVStream const& from, AVStream& to);
+
+/// Appends all chapters. MemoryException.
+void CopyChapters(AVFormatContext const& from, AVFormatContext& to);
+
+/// Adds all programs; `indexes` gives the new index of each stream, −1 for none. MemoryException.
+void CopyPrograms(AVFormatContext const& from, std::vector<int> const& indexes, AVFormatContext& to);
+
+} // namespace Tarsel::Media

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "Core/Ratio.h"
+#include "Media/Container/OutputStreams.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Media {
+
+class OutputFile;
+
+/// Writes packets into an output file. One thread at a time.
+class Muxer {
+public:
+    /// Chooses the streams (see MakeOutputStreams) and writes the header. `input` and `file` outlive this.
+    /// OutputException.
+    Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const& input,
+          StreamEncoders const& encoders);
+    ~Muxer();
+
+    /// Whether packets of the input's stream are taken, or dropped.
+    bool Takes(int stream) const noexcept;
+    /// Takes a packet of the input's stream `packet.stream_index`, its times in `timeBase`; packets of
+    /// streams that were left out are dropped. OutputException.
+    void Write(AVPacket& packet, Ratio timeBase);
+    /// As Write, for a packet with the times of its stream in the input.
+    void WriteCopied(AVPacket& packet);
+    /// Writes what is still held and the end of the file. OutputException.
+    void Close();
+
+    std::vector<std::string> GetNotes() const;
+
+private:
+    /// What is known of one stream of the output.
+    struct Track {
+        std::int64_t last = INT64_MIN;
+        std::int64_t moved = 0;
+        std::int64_t damaged = 0;
+        bool isRounded = false;
+        /// FFmpeg waits for packets of this stream for ever.
+        bool isWaitedFor = false;
+    };
+
+    void FitTimes(AVPacket& packet, Ratio timeBase, Track& track) const;
+    std::int64_t ToTime(std::int64_t ticks, int index) const;
+    bool HasWaitedEnough(std::int64_t time);
+    void Check(char const* signature, int error) const;
+
+    OutputFile& m_file;
+    InputStreams const& m_input;
+    OutputStreams m_streams;
+    std::vector<Track> m_tracks;
+    /// Of the first packet, in microseconds.
+    std::optional<std::int64_t> m_start;
+};
+
+} // namespace Tarsel::Media

@@ -1,0 +1,135 @@
+#include "Media/Container/OutputFile.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+extern "C" {
+#include <libavformat/avio.h>
+#include <libavutil/error.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char const* s_file = "Media/Container/OutputFile";
+
+[[noreturn]] void ThrowCannotWrite(char const* signature, fs::path const& path, std::string const& reason,
+                                   int error, Core::CodePoint at = Core::CodePoint::Here()) {
+    Core::Throw<OutputException>({s_file, signature, at},
+                                 fmt::format("Cannot write {}: {}", Quote(path), reason),
+                                 Proc::TagFFmpegError(error));
+}
+
+/// Creates the file, which must not exist; 0 or an errno value.
+int CreateNew(fs::path const& path) {
+    int const file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (file < 0)
+        return errno;
+    close(file);
+    return 0;
+}
+
+/// Has the system write what it holds of the file or folder to the disk: otherwise a name can outlive a loss
+/// of power that its content does not. 0 or an errno value; what cannot be asked for counts as done.
+int Sync(fs::path const& path) {
+    int const file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        return 0;
+    int const error = fsync(file) == 0 || errno == EINVAL || errno == EROFS ? 0 : errno;
+    close(file);
+    return error;
+}
+
+/// Renames without replacing anything; 0 or an errno value.
+int RenameNew(fs::path const& from, fs::path const& to) {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return errno;
+    // A file system without that flag: claim the name first, then replace the claim.
+    if (int const error = CreateNew(to); error != 0)
+        return error;
+    if (rename(from.c_str(), to.c_str()) == 0)
+        return 0;
+    int const error = errno;
+    unlink(to.c_str());
+    return error;
+}
+
+int RenameOver(fs::path const& from, fs::path const& to) {
+    struct stat old {};
+    if (stat(to.c_str(), &old) == 0)
+        static_cast<void>(chmod(from.c_str(), old.st_mode & 07777U)); // a file replaced keeps its rights
+    return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+/// What a file gets that replaces the target, or is new: while it is written nobody may read it who could not
+/// read that.
+mode_t GetRights(fs::path const& target) {
+    struct stat old {};
+    return stat(target.c_str(), &old) == 0 ? (old.st_mode & 0777U) | S_IRUSR | S_IWUSR : 0666U;
+}
+
+} // namespace
+
+OutputFile::OutputFile(fs::path path, bool overwrite) : m_path(std::move(path)), m_overwrite(overwrite) {
+    constexpr char const* signature = "Tarsel::Media::OutputFile::OutputFile(std::filesystem::path, bool)";
+    std::error_code noLink;
+    m_target = fs::is_symlink(m_path, noLink) ? fs::canonical(m_path, noLink) : m_path;
+    if (int const error = m_temporary.Create(m_target, GetRights(m_target)); error != 0)
+        ThrowCannotWrite(signature, m_path, GetSystemErrorText(error), AVERROR(error));
+
+    AVIOContext* io = nullptr;
+    int const opened = avio_open2(&io, ("file:" + m_temporary.GetPath().string()).c_str(), AVIO_FLAG_WRITE,
+                                  nullptr, nullptr);
+    m_io.reset(io);
+    if (opened < 0)
+        ThrowCannotWrite(signature, m_path, Proc::GetFFmpegErrorText(opened), opened);
+}
+
+OutputFile::~OutputFile() = default;
+
+void OutputFile::Close() {
+    avio_flush(m_io.get());
+    int const written = m_io->error;
+    AVIOContext* io = m_io.release();
+    int const closed = avio_closep(&io);
+    if (int const error = written < 0 ? written : closed; error < 0)
+        ThrowCannotWrite("void Tarsel::Media::OutputFile::Close()", m_path, Proc::GetFFmpegErrorText(error),
+                         error);
+}
+
+void OutputFile::Publish() {
+    fs::path const& written = m_temporary.GetPath();
+    int error = Sync(written);
+    if (error == 0)
+        error = m_overwrite ? RenameOver(written, m_target) : RenameNew(written, m_target);
+    if (error == EEXIST)
+        ThrowCannotWrite("void Tarsel::Media::OutputFile::Publish()", m_path,
+                         "it has appeared in the meantime and may not be overwritten", AVERROR(error));
+    if (error != 0)
+        ThrowCannotWrite("void Tarsel::Media::OutputFile::Publish()", m_path, GetSystemErrorText(error),
+                         AVERROR(error));
+    m_temporary.Keep();
+    static_cast<void>(Sync(m_target.has_parent_path() ? m_target.parent_path() : fs::path(".")));
+}
+
+} // namespace Tarsel::Media

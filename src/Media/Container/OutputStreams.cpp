@@ -1,0 +1,368 @@
+#include "Media/Container/OutputStreams.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/FFmpegVersions.h"
+#include "Media/Base/Times.h"
+#include "Media/Codec/AudioEncoder.h"
+#include "Media/Codec/VideoEncoder.h"
+#include "Media/Container/Containers.h"
+#include "Media/Container/FileHeader.h"
+#include "Media/Container/InputStreams.h"
+#include "Media/Container/TextTrack.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FFmpegText.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <string_view>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/avstring.h>
+#include <libavutil/dict.h>
+#include <libavutil/frame.h>
+#include <libavutil/mem.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// Which of the input's streams are wanted.
+using Selection = std::vector<bool>;
+
+bool HasKey(AVDictionary const* metadata, char const* key) {
+    return av_dict_get(metadata, key, nullptr, 0) != nullptr;
+}
+
+void CheckCopied(int error) {
+    if (error < 0)
+        ThrowNoMemory("metadata");
+}
+
+/// What described the input's own file format.
+void RemoveContainerKeys(AVDictionary** metadata) {
+    for (char const* key : {"major_brand", "minor_version", "compatible_brands"})
+        av_dict_set(metadata, key, nullptr, 0);
+}
+
+/// What described the pictures as they were encoded in the input.
+void RemoveEncodingKeys(AVDictionary** metadata) {
+    constexpr std::string_view staleKeys[] = {"alpha_mode",  "encoder",         "rotate",
+                                              "BPS",         "DURATION",        "NUMBER_OF_BYTES",
+                                              "_STATISTICS", "NUMBER_OF_FRAMES"};
+    std::vector<std::string> keys;
+    AVDictionaryEntry const* entry = nullptr;
+    while ((entry = av_dict_get(*metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr)
+        if (std::any_of(std::begin(staleKeys), std::end(staleKeys), [&](std::string_view stale) {
+                return av_strncasecmp(entry->key, stale.data(), stale.size()) == 0;
+            }))
+            keys.emplace_back(entry->key);
+    for (std::string const& key : keys)
+        av_dict_set(metadata, key.c_str(), nullptr, 0);
+}
+
+/// Light levels of HDR, from the pictures where the input's container had none.
+void CopyLightLevels(AVFrame const& frame, AVStream& to) {
+    struct {
+        AVFrameSideDataType frame;
+        AVPacketSideDataType stream;
+    } const types[] = {{AV_FRAME_DATA_MASTERING_DISPLAY_METADATA, AV_PKT_DATA_MASTERING_DISPLAY_METADATA},
+                       {AV_FRAME_DATA_CONTENT_LIGHT_LEVEL, AV_PKT_DATA_CONTENT_LIGHT_LEVEL}};
+    for (auto const& type : types)
+        if (AVFrameSideData const* const data = av_frame_get_side_data(&frame, type.frame))
+            SetSideData(to, type.stream, {data->data, data->size});
+}
+
+/// Side data of the input's picture stream that still hold for the pictures: all but the orientation, which
+/// has been dealt with, and what is part of the input's encoding.
+void CopyVideoSideData(AVStream const& from, AVStream& to) {
+    constexpr AVPacketSideDataType keptTypes[] = {AV_PKT_DATA_STEREO3D, AV_PKT_DATA_SPHERICAL,
+                                                  AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
+                                                  AV_PKT_DATA_CONTENT_LIGHT_LEVEL};
+    for (AVPacketSideDataType const type : keptTypes)
+        if (auto const data = GetSideData(from, type); !data.empty())
+            SetSideData(to, type, data);
+}
+
+void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutputFormat const& format,
+                     AVStream& to) {
+    AVCodecContext const& context = encoder.GetContext();
+    if (avcodec_parameters_from_context(to.codecpar, &context) < 0)
+        ThrowNoMemory("codec parameters");
+    // QuickTime's players know HEVC under this tag only.
+    if (context.codec_id == AV_CODEC_ID_HEVC && GetTraits(format).isMovFamily)
+        to.codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+    CopySideData(context, to);
+    CopyVideoSideData(from, to);
+    CopyLightLevels(encoder.GetFirstFrame(), to);
+    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
+    RemoveEncodingKeys(&to.metadata);
+    to.disposition = from.disposition;
+    bool const countsFrames =
+        (GetTraits(format).countsFrames || !KeepsTimes(format)) && context.framerate.num > 0;
+    to.time_base = countsFrames ? av_inv_q(context.framerate) : ToAV(encoder.GetTimeBase());
+    to.sample_aspect_ratio = context.sample_aspect_ratio;
+    // A rate that was only measured over changing durations would be written as every picture's duration.
+    bool const isConstant =
+        from.r_frame_rate.num == 0 || AgreeOnRate(FromAV(from.avg_frame_rate), FromAV(from.r_frame_rate));
+    if (isConstant || countsFrames)
+        to.avg_frame_rate = context.framerate;
+}
+
+/// Matroska keeps covers as attachments; as picture streams they would play.
+void TurnCoverIntoAttachment(AVStream& stream, AVPacket const& cover) {
+    AVCodecParameters& parameters = *stream.codecpar;
+    bool const isPng = parameters.codec_id == AV_CODEC_ID_PNG;
+    auto const size = static_cast<std::size_t>(cover.size);
+    auto* const data = static_cast<std::uint8_t*>(
+        CheckAllocated(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE), "a cover picture"));
+    std::copy(cover.data, cover.data + size, data);
+    av_freep(&parameters.extradata);
+    parameters.extradata = data;
+    parameters.extradata_size = cover.size;
+    parameters.codec_type = AVMEDIA_TYPE_ATTACHMENT;
+    if (!HasKey(stream.metadata, "filename"))
+        av_dict_set(&stream.metadata, "filename", isPng ? "cover.png" : "cover.jpg", 0);
+    if (!HasKey(stream.metadata, "mimetype"))
+        av_dict_set(&stream.metadata, "mimetype", isPng ? "image/png" : "image/jpeg", 0);
+}
+
+void DescribeEncodedAudio(AVStream const& from, AudioEncoder const& encoder, AVStream& to) {
+    AVCodecContext const& context = encoder.GetContext();
+    if (avcodec_parameters_from_context(to.codecpar, &context) < 0)
+        ThrowNoMemory("codec parameters");
+    CopySideData(context, to);
+    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
+    RemoveEncodingKeys(&to.metadata);
+    to.disposition = from.disposition;
+    to.time_base = ToAV(encoder.GetTimeBase());
+}
+
+void DescribeConvertedText(AVStream const& from, TextTrack const& texts, AVStream& to) {
+    if (avcodec_parameters_from_context(to.codecpar, &texts.GetContext()) < 0)
+        ThrowNoMemory("codec parameters");
+    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
+    RemoveEncodingKeys(&to.metadata);
+    to.disposition = from.disposition;
+    to.time_base = from.time_base;
+}
+
+/// The codec's tag stays where the container knows it; otherwise the muxer finds its own.
+void FitCodecTag(AVOutputFormat const& format, AVCodecParameters& parameters) {
+    if (format.codec_tag == nullptr)
+        return;
+    unsigned tag = 0;
+    bool const isKnown = av_codec_get_id(format.codec_tag, parameters.codec_tag) == parameters.codec_id ||
+                         av_codec_get_tag2(format.codec_tag, parameters.codec_id, &tag) == 0;
+    if (!isKnown)
+        parameters.codec_tag = 0;
+}
+
+void DescribeCopied(AVStream const& from, AVOutputFormat const& format, AVStream& to) {
+    CopyStream(from, to);
+    FitCodecTag(format, *to.codecpar);
+    bool const isCover = (from.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    bool const isAttached = GetTraits(format).covers == Covers::Attachments;
+    if (isCover && from.attached_pic.data != nullptr && isAttached)
+        TurnCoverIntoAttachment(to, from.attached_pic);
+}
+
+bool IsEncodedAudio(StreamEncoders const& encoders, std::size_t stream) noexcept {
+    return stream < encoders.sound.size() && encoders.sound[stream] != nullptr;
+}
+
+bool IsConvertedText(StreamEncoders const& encoders, std::size_t stream) noexcept {
+    return stream < encoders.texts.size() && encoders.texts[stream] != nullptr;
+}
+
+/// Containers take more than their makers call finished (TrueHD in MP4): better kept than lost. But raw
+/// pictures would get tags by which nobody knows them.
+int ChooseCompliance(AVOutputFormat const& format, StreamEncoders const& encoders) {
+    bool const isRaw =
+        encoders.picture != nullptr && encoders.picture->GetContext().codec_id == AV_CODEC_ID_RAWVIDEO;
+    return isRaw && GetTraits(format).knowsRawByTag ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
+}
+
+/// The code of the stream's language by which QuickTime's list knows it.
+void FitLanguage(AVStream& stream) {
+    static constexpr char const* codes[][2] = {{"cze", "ces"}, {"cym", "wel"}, {"deu", "ger"}, {"ell", "gre"},
+                                               {"eus", "baq"}, {"bod", "tib"}, {"fas", "per"}, {"fre", "fra"},
+                                               {"hye", "arm"}, {"isl", "ice"}, {"kat", "geo"}, {"mkd", "mac"},
+                                               {"msa", "may"}, {"mya", "bur"}, {"nld", "dut"}, {"rum", "ron"},
+                                               {"slo", "slk"}, {"sqi", "alb"}, {"zho", "chi"}};
+    AVDictionaryEntry const* const language = av_dict_get(stream.metadata, "language", nullptr, 0);
+    for (auto const& [other, known] : codes)
+        if (language != nullptr && std::string_view(language->value) == other) {
+            CheckCopied(av_dict_set(&stream.metadata, "language", known, 0));
+            return;
+        }
+}
+
+OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
+                    Selection const& selection) {
+    AVFormatContext const& from = *input.context;
+    OutputStreams result;
+    AVFormatContext* context = nullptr;
+    avformat_alloc_output_context2(&context, &format, nullptr, nullptr);
+    result.context.reset(CheckAllocated(context, "AVFormatContext"));
+    context->strict_std_compliance = ChooseCompliance(format, encoders);
+    CheckCopied(av_dict_copy(&context->metadata, from.metadata, 0));
+    RemoveContainerKeys(&context->metadata);
+    result.indexes.assign(from.nb_streams, -1);
+    bool const keepsIds = GetTraits(format).hasStreamIds && input.container == format.name;
+    for (unsigned i = 0; i < from.nb_streams; ++i) {
+        if (!selection[i])
+            continue;
+        AVStream const& source = *from.streams[i];
+        AVStream& stream = *CheckAllocated(avformat_new_stream(context, nullptr), "AVStream");
+        result.indexes[i] = stream.index;
+        if (encoders.picture != nullptr && static_cast<int>(i) == input.picture)
+            DescribeEncoded(source, *encoders.picture, format, stream);
+        else if (IsEncodedAudio(encoders, i))
+            DescribeEncodedAudio(source, *encoders.sound[i], stream);
+        else if (IsConvertedText(encoders, i))
+            DescribeConvertedText(source, *encoders.texts[i], stream);
+        else
+            DescribeCopied(source, format, stream);
+        if (GetTraits(format).numbersLanguages)
+            FitLanguage(stream);
+        stream.id = keepsIds ? source.id : 0;
+    }
+    CopyChapters(from, *context);
+    CopyPrograms(from, result.indexes, *context);
+    return result;
+}
+
+/// Whether the muxer takes these streams together.
+int TryStreams(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
+               Selection const& selection) {
+    return TryHeader(*Build(format, input, encoders, selection).context);
+}
+
+/// Streams that are no streams of their own: QuickTime's chapters and time code, which the muxer makes anew.
+bool IsMadeAnew(AVFormatContext const& input, AVStream const& stream, AVOutputFormat const& format) {
+    if (stream.discard == AVDISCARD_ALL)
+        return true;
+    bool const isTimeCode = stream.codecpar->codec_tag == MKTAG('t', 'm', 'c', 'd');
+    bool const isKnown =
+        HasKey(input.metadata, "timecode") ||
+        std::any_of(input.streams, input.streams + input.nb_streams, [](AVStream const* other) {
+            return other->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && HasKey(other->metadata, "timecode");
+        });
+    return isTimeCode && isKnown && GetTraits(format).isMovFamily;
+}
+
+bool MayBeTaken(AVStream const& stream, AVOutputFormat const& format) {
+    AVCodecParameters const& parameters = *stream.codecpar;
+    if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0)
+        return GetTraits(format).covers != Covers::None;
+    // Attachments are files of any kind.
+    if (parameters.codec_type == AVMEDIA_TYPE_ATTACHMENT)
+        return GetTraits(format).hasAttachments;
+    return parameters.codec_type != AVMEDIA_TYPE_UNKNOWN && parameters.codec_id != AV_CODEC_ID_NONE &&
+           IsKnownIn(format, parameters.codec_id) &&
+           avformat_query_codec(&format, parameters.codec_id, FF_COMPLIANCE_EXPERIMENTAL) != 0;
+}
+
+std::string LeftOutText(AVStream const& stream, AVOutputFormat const& format) {
+    char const* const kind = av_get_media_type_string(stream.codecpar->codec_type);
+    return fmt::format("Stream {} ({}, {}) was left out: the container {} cannot take it.", stream.index,
+                       kind != nullptr ? kind : "unknown", avcodec_get_name(stream.codecpar->codec_id),
+                       format.name);
+}
+
+/// The stream without which there is no file: the pictures, else the best sound.
+std::size_t FindMain(InputStreams const& input, Selection const& wanted) {
+    if (input.picture >= 0)
+        return static_cast<std::size_t>(input.picture);
+    if (input.sound >= 0 && wanted[static_cast<std::size_t>(input.sound)])
+        return static_cast<std::size_t>(input.sound);
+    for (unsigned i = 0; i < input.context->nb_streams; ++i)
+        if (wanted[i] && input.context->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+            return i;
+    return wanted.size();
+}
+
+/// All streams where the muxer takes them together, else each that it takes with those before. Some want
+/// another stream beside the picture (MP3 its sound), so only the end tells whether the picture can be had.
+Selection Select(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders) {
+    AVFormatContext const& from = *input.context;
+    Selection wanted(from.nb_streams);
+    for (unsigned i = 0; i < from.nb_streams; ++i) {
+        AVStream const& stream = *from.streams[i];
+        wanted[i] = static_cast<int>(i) == input.picture || IsEncodedAudio(encoders, i) ||
+                    IsConvertedText(encoders, i) ||
+                    (!IsMadeAnew(from, stream, format) && MayBeTaken(stream, format));
+    }
+    std::size_t const main = FindMain(input, wanted);
+    int error = main < wanted.size() ? TryStreams(format, input, encoders, wanted) : AVERROR(EINVAL);
+    if (error >= 0)
+        return wanted;
+
+    Selection selection(from.nb_streams);
+    if (main < wanted.size()) {
+        selection[main] = true;
+        error = TryStreams(format, input, encoders, selection);
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            if (!wanted[i] || selection[i])
+                continue;
+            selection[i] = true;
+            if (TryStreams(format, input, encoders, selection) >= 0)
+                error = 0;
+            else
+                selection[i] = false;
+        }
+    }
+    if (error < 0)
+        Core::Throw<OutputException>(
+            {"Media/Container/OutputStreams", "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
+                                              "InputStreams &, const StreamEncoders &)"},
+            fmt::format("The container {} cannot take the {}: {}", format.name,
+                        input.picture >= 0 ? "pictures" : "sound", Proc::GetFFmpegErrorText(error)),
+            Proc::TagFFmpegError(error));
+    return selection;
+}
+
+/// What the input says that the container has no place for.
+std::vector<std::string> DescribeLostWords(AVFormatContext const& from, AVFormatContext const& to) {
+    std::vector<std::string> notes;
+    AVOutputFormat const& format = *to.oformat;
+    ContainerTraits const& traits = GetTraits(format);
+    bool const keepsChapters =
+        !traits.losesChapters &&
+        (traits.chapterCodec == 0 ||
+         std::any_of(to.streams, to.streams + to.nb_streams, [&](AVStream const* stream) {
+             return static_cast<int>(stream->codecpar->codec_id) == traits.chapterCodec;
+         }));
+    AVDictionaryEntry const* const title = av_dict_get(from.metadata, "title", nullptr, 0);
+    if (traits.losesTitle && title != nullptr)
+        notes.push_back(fmt::format("The title \"{}\" was left out: the container {} has no place for it.",
+                                    title->value, format.name));
+    if (!keepsChapters && from.nb_chapters > 0)
+        notes.push_back(
+            fmt::format("The chapters were left out: the container {} has no place for them.", format.name));
+    return notes;
+}
+
+} // namespace
+
+OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
+                                StreamEncoders const& encoders) {
+    AVFormatContext const& from = *input.context;
+    Selection const selection = Select(format, input, encoders);
+    OutputStreams result = Build(format, input, encoders, selection);
+    for (unsigned i = 0; i < from.nb_streams; ++i)
+        if (!selection[i] && !IsMadeAnew(from, *from.streams[i], format))
+            result.notes.push_back(LeftOutText(*from.streams[i], format));
+    for (std::string& note : DescribeLostWords(from, *result.context))
+        result.notes.push_back(std::move(note));
+    return result;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,131 @@
+#include "Media/AudioReader.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
+#include "Media/Base/Stopped.h"
+#include "Media/Base/Times.h"
+#include "Media/Codec/AudioDecoder.h"
+#include "Media/Codec/AudioFormat.h"
+#include "Media/Container/Demuxer.h"
+#include "Media/MediaExceptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Run/AudioReader";
+
+[[noreturn]] void ThrowInterrupted(std::filesystem::path const& path) {
+    Core::Throw<InterruptedException>(
+        {s_file, "void Tarsel::Media::ThrowInterrupted(const std::filesystem::path &)"},
+        fmt::format("{} was not read to its end: the run was stopped", Quote(path)));
+}
+
+} // namespace
+
+class AudioReading {
+public:
+    AudioReading(std::filesystem::path const& path, std::stop_token const& stop) : m_demuxer(path, stop) {
+        int const index = m_demuxer.GetAudioIndex();
+        if (index < 0)
+            Core::Throw<InputException>({s_file, "Tarsel::Media::AudioReader::AudioReader(const "
+                                                 "std::filesystem::path &, std::stop_token)"},
+                                        fmt::format("{} has no sound", Quote(path)));
+        AVFormatContext const& context = m_demuxer.GetContext();
+        m_stream = context.streams[index];
+        m_decoder.emplace(*m_stream, m_demuxer.HasTimes());
+        auto const number = std::count_if(context.streams, context.streams + index, [](auto const* stream) {
+            return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+        });
+        m_info = DescribeAudio(*m_stream, static_cast<int>(number), m_decoder->GetFormat(), {});
+    }
+
+    AudioStreamInfo const& GetInfo() const noexcept { return m_info; }
+    Demuxer const& GetDemuxer() const noexcept { return m_demuxer; }
+
+    std::int64_t GetDuration() const noexcept {
+        std::int64_t const whole = m_demuxer.GetContext().duration;
+        return m_stream->duration > 0 ? ToMicroseconds(m_stream->duration, FromAV(m_stream->time_base))
+                                      : std::max<std::int64_t>(whole, 0);
+    }
+
+    SP<Proc::IDataAudio> Next() {
+        for (;;) {
+            if (SP<Proc::IDataAudio> block = m_decoder->Receive())
+                return block;
+            if (std::exchange(m_draining, !ReadPacket()))
+                return nullptr;
+            m_decoder->Send(m_draining ? nullptr : m_packet.get());
+        }
+    }
+
+    std::vector<std::string> GetNotes() const {
+        std::vector<std::string> notes = m_demuxer.GetNotes();
+        for (std::string& note : m_decoder->GetNotes())
+            notes.push_back(std::move(note));
+        return notes;
+    }
+
+private:
+    /// The next one of the stream; false at the end.
+    bool ReadPacket() {
+        do {
+            av_packet_unref(m_packet.get());
+            if (m_draining || !m_demuxer.Read(*m_packet))
+                return false;
+        } while (m_packet->stream_index != m_stream->index);
+        return true;
+    }
+
+    Demuxer m_demuxer;
+    AVStream const* m_stream = nullptr;
+    std::optional<AudioDecoder> m_decoder;
+    UniquePacket m_packet = MakePacket();
+    AudioStreamInfo m_info;
+    bool m_draining = false;
+};
+
+AudioReader::AudioReader(std::filesystem::path const& path, std::stop_token stop) {
+    CheckInputPath(path);
+    try {
+        m_reading = std::make_unique<AudioReading>(path, stop);
+    } catch (Stopped const&) {
+        ThrowInterrupted(path);
+    }
+}
+
+AudioReader::~AudioReader() = default;
+
+AudioStreamInfo const& AudioReader::GetInfo() const noexcept {
+    return m_reading->GetInfo();
+}
+
+std::int64_t AudioReader::GetDuration() const noexcept {
+    return m_reading->GetDuration();
+}
+
+SP<Proc::IDataAudio> AudioReader::Next() {
+    try {
+        return m_reading->Next();
+    } catch (Stopped const&) {
+        ThrowInterrupted(m_reading->GetDemuxer().GetPath());
+    }
+}
+
+std::vector<std::string> AudioReader::GetNotes() const {
+    return m_reading->GetNotes();
+}
+
+} // namespace Tarsel::Media

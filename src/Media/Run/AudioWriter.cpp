@@ -1,0 +1,103 @@
+#include "Media/AudioWriter.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
+#include "Media/Codec/AudioEncoder.h"
+#include "Media/Codec/AudioEncoderChoice.h"
+#include "Media/Codec/AudioFormat.h"
+#include "Media/Codec/EncoderSettings.h"
+#include "Media/Container/InputStreams.h"
+#include "Media/Container/Muxer.h"
+#include "Media/Container/OutputFile.h"
+#include "Media/MediaExceptions.h"
+
+#include <fmt/format.h>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Run/AudioWriter";
+
+[[noreturn]] void ThrowOptions(char const* signature, std::string const& description,
+                               Core::CodePoint at = Core::CodePoint::Here()) {
+    Core::Throw<OptionsException>({s_file, signature, at}, description);
+}
+
+AudioRequest MakeRequest(AudioFileOptions const& options) {
+    constexpr char const* signature = "AudioRequest Tarsel::Media::MakeRequest(const AudioFileOptions &)";
+    if (!Conf::IsKnown(options.format))
+        ThrowOptions(signature, "The format of the sound to write is not known");
+    CheckOutputPath(options.output, options.inputs, options.overwrite);
+    Container const container = ChooseContainer(options.output);
+    int const depth = options.depth > 0 ? options.depth : GetDepth(options.format.format);
+    AVCodec const* const encoder =
+        options.encoder.empty()
+            ? FindUsualAudioEncoder(container, options.output, options.format.format, depth)
+            : &ChooseNamedAudioEncoder(container, options.output, options.encoder);
+    if (encoder == nullptr)
+        ThrowOptions(signature, fmt::format("Cannot write {}: it holds no sound", Quote(options.output)));
+    CheckEncoderOptions(*encoder, options.encoderOptions, Quality::VisuallyLossless);
+    return {encoder,          options.encoderOptions, Quality::VisuallyLossless,
+            container.format, options.format,         depth};
+}
+
+} // namespace
+
+class AudioWriting {
+public:
+    explicit AudioWriting(AudioFileOptions const& options) : AudioWriting(options, MakeRequest(options)) {}
+
+    void Write(Proc::IDataAudio const& block) { m_encoder.Encode(block, m_give); }
+
+    void Publish() {
+        m_encoder.End(m_give);
+        m_muxer.Close();
+        m_file.Publish();
+    }
+
+    std::vector<std::string> GetNotes() const { return m_encoder.GetNotes(); }
+
+private:
+    AudioWriting(AudioFileOptions const& options, AudioRequest const& request)
+        : m_encoder(request), m_file(options.output, options.overwrite),
+          m_muxer(*request.container, m_file, m_input, {nullptr, {&m_encoder}}) {}
+
+    InputStreams m_input = MakeUnknownInput(StreamKind::Audio);
+    AudioEncoder m_encoder;
+    OutputFile m_file;
+    Muxer m_muxer;
+    TakePacket m_give = [this](AVPacket& packet) {
+        packet.stream_index = 0;
+        m_muxer.Write(packet, m_encoder.GetTimeBase());
+    };
+};
+
+void CheckAudioFile(AudioFileOptions const& options) {
+    AudioEncoder const trial(MakeRequest(options));
+}
+
+AudioWriter::AudioWriter(AudioFileOptions const& options)
+    : m_writing(std::make_unique<AudioWriting>(options)) {}
+
+AudioWriter::~AudioWriter() = default;
+
+void AudioWriter::Write(Proc::IDataAudio const& block) {
+    m_writing->Write(block);
+}
+
+void AudioWriter::Publish() {
+    m_writing->Publish();
+}
+
+std::vector<std::string> AudioWriter::GetNotes() const {
+    return m_writing->GetNotes();
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,72 @@
+#include "Media/ImageWriter.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
+#include "Media/Codec/EncoderChoice.h"
+#include "Media/Codec/VideoEncoder.h"
+#include "Media/Container/InputStreams.h"
+#include "Media/Container/Muxer.h"
+#include "Media/Container/OutputFile.h"
+#include "Media/MediaExceptions.h"
+
+#include <fmt/format.h>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr Ratio s_microsecond{1, 1000000};
+
+EncoderRequest MakeRequest(ImageFileOptions const& options) {
+    CheckOutputPath(options.output, options.inputs, options.overwrite);
+    Container const container = ChooseContainer(options.output);
+    if (!container.isStill)
+        Core::Throw<OptionsException>(
+            {"Media/Run/ImageWriter", "EncoderRequest Tarsel::Media::MakeRequest(const ImageFileOptions &)"},
+            fmt::format("Cannot write {}: its name is none of a picture, as wave.png is",
+                        Quote(options.output)));
+    EncoderRequest request;
+    request.encoder = &ChooseEncoder(container, options.output, {});
+    request.container = container.format;
+    request.timeBase = s_microsecond;
+    request.inputRate = {0, 1};
+    request.isStill = true;
+    return request;
+}
+
+} // namespace
+
+void CheckImageFile(ImageFileOptions const& options) {
+    (void)MakeRequest(options);
+}
+
+std::vector<std::string> WriteImage(SP<Proc::IDataVideo> const& picture, ImageFileOptions const& options) {
+    EncoderRequest request = MakeRequest(options);
+    request.input = {picture->GetPixelFormat(), picture->GetColorSpace()};
+    InputStreams const input = MakeUnknownInput(StreamKind::Video);
+    WorkedFrame const frame{picture, {}};
+    VideoEncoder encoder(request, frame);
+    OutputFile file(options.output, options.overwrite);
+    Muxer muxer(*request.container, file, input, {&encoder, {}});
+    auto const write = [&] {
+        while (AVPacket* const packet = encoder.Receive()) {
+            packet->stream_index = input.picture;
+            muxer.Write(*packet, encoder.GetTimeBase());
+        }
+    };
+    encoder.Send(frame);
+    write();
+    encoder.End();
+    write();
+    muxer.Close();
+    file.Publish();
+    return encoder.GetNotes();
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,38 @@
+#include "Media/Run/NonVideoReader.h"
+
+#include "Media/Base/Times.h"
+
+#include <utility>
+
+extern "C" {
+#include <libavcodec/packet.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+NonVideoReader::NonVideoReader(std::filesystem::path path, std::stop_token stop)
+    : m_path(std::move(path)), m_stop(std::move(stop)), m_packet(MakePacket()) {}
+
+AVPacket* NonVideoReader::NextBefore(std::int64_t time) {
+    if (!m_demuxer)
+        m_demuxer.emplace(m_path, m_stop);
+    AVPacket& packet = *m_packet;
+    AVStream const& picture = m_demuxer->GetVideo();
+    av_packet_unref(&packet);
+    while (m_pictureTime < time && m_demuxer->Read(packet)) {
+        if (packet.stream_index != picture.index)
+            return &packet;
+        std::int64_t const ticks = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+        if (ticks != AV_NOPTS_VALUE)
+            m_pictureTime = ToMicroseconds(ticks, FromAV(picture.time_base));
+        av_packet_unref(&packet);
+    }
+    return nullptr;
+}
+
+std::vector<std::string> NonVideoReader::GetNotes() const {
+    return m_demuxer ? m_demuxer->GetNotes() : std::vector<std::string>();
+}
+
+} // namespace Tarsel::Media

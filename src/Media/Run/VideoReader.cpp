@@ -1,0 +1,91 @@
+#include "Media/VideoReader.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
+#include "Media/Base/Stopped.h"
+#include "Media/MediaExceptions.h"
+#include "Media/Run/VideoSource.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// Of the times of two films, one of which may be in whole milliseconds, in microseconds.
+constexpr std::int64_t s_rounding = 1000;
+
+[[noreturn]] void ThrowInterrupted(std::filesystem::path const& path) {
+    Core::Throw<InterruptedException>(
+        {"Media/Run/VideoReader", "void Tarsel::Media::ThrowInterrupted(const std::filesystem::path &)"},
+        fmt::format("{} was not read to its end: the run was stopped", Quote(path)));
+}
+
+} // namespace
+
+class VideoReading {
+public:
+    VideoReading(std::filesystem::path const& path, std::stop_token stop)
+        : m_source(path, std::move(stop)), m_info(m_source.GetInfo()) {
+        m_shown = Next();
+        m_following = Next();
+    }
+
+    VideoSource const& GetSource() const noexcept { return m_source; }
+    VideoStreamInfo const& GetInfo() const noexcept { return m_info; }
+
+    SP<Proc::IDataVideo const> GetShownAt(std::int64_t microseconds) {
+        while (m_following && m_following->GetTime() - m_info.start - s_rounding <= microseconds) {
+            m_shown = std::move(m_following);
+            m_following = Next();
+        }
+        return m_shown;
+    }
+
+private:
+    SP<Proc::IDataVideo> Next() {
+        auto frame = m_source.Next();
+        return frame ? std::move(frame->data) : nullptr;
+    }
+
+    VideoSource m_source;
+    VideoStreamInfo m_info;
+    SP<Proc::IDataVideo> m_shown;
+    /// Null at the end.
+    SP<Proc::IDataVideo> m_following;
+};
+
+VideoReader::VideoReader(std::filesystem::path const& path, std::stop_token stop) {
+    CheckInputPath(path);
+    try {
+        m_reading = std::make_unique<VideoReading>(path, std::move(stop));
+    } catch (Stopped const&) {
+        ThrowInterrupted(path);
+    }
+}
+
+VideoReader::~VideoReader() = default;
+
+VideoStreamInfo const& VideoReader::GetInfo() const noexcept {
+    return m_reading->GetInfo();
+}
+
+SP<Proc::IDataVideo const> VideoReader::GetShownAt(std::int64_t microseconds) {
+    try {
+        return m_reading->GetShownAt(microseconds);
+    } catch (Stopped const&) {
+        ThrowInterrupted(m_reading->GetSource().GetDemuxer().GetPath());
+    }
+}
+
+std::vector<std::string> VideoReader::GetNotes() const {
+    std::vector<std::string> notes = m_reading->GetSource().GetDemuxer().GetNotes();
+    for (std::string& note : m_reading->GetSource().GetNotes())
+        notes.push_back(std::move(note));
+    return notes;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,213 @@
+#include "Media/Run/VideoSource.h"
+
+#include "Conf/DisplayMatrix.h"
+#include "Core/Throw.h"
+#include "Media/Base/FFmpegVersions.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Stopped.h"
+#include "Media/Base/Times.h"
+#include "Media/Codec/VideoDecoder.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Wrappers/FrameFields.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/common.h>
+#include <libavutil/frame.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Run/VideoSource";
+
+Conf::DisplayMatrix MakeMatrix(std::span<std::uint8_t const> data) {
+    Conf::DisplayMatrix matrix;
+    if (data.size() >= sizeof(matrix.words))
+        std::memcpy(matrix.words.data(), data.data(), sizeof(matrix.words));
+    return matrix;
+}
+
+/// The container's tag, else that of the picture (EXIF).
+Conf::DisplayMatrix GetOrientation(AVStream const& stream, AVFrame const& first) {
+    if (auto const data = GetSideData(stream, AV_PKT_DATA_DISPLAYMATRIX); !data.empty())
+        return MakeMatrix(data);
+    AVFrameSideData const* const data = av_frame_get_side_data(&first, AV_FRAME_DATA_DISPLAYMATRIX);
+    return data != nullptr ? MakeMatrix({data->data, data->size}) : Conf::DisplayMatrix::s_default;
+}
+
+SourceFrame MakeSourceFrame(DecodedFrame decoded, Ratio timeBase) {
+    Conf::FrameInfo const info = Proc::GetFrameInfo(*decoded.frame);
+    SourceFrame frame{MakeSP<Proc::DataVideoFF>(std::move(decoded.frame), info), decoded.time};
+    frame.data->SetTime(ToMicroseconds(frame.time.start, timeBase));
+    frame.data->SetDuration(ToMicroseconds(frame.time.duration, timeBase));
+    return frame;
+}
+
+} // namespace
+
+VideoSource::VideoSource(std::filesystem::path path, std::stop_token stop)
+    : VideoSource(std::make_unique<Demuxer>(std::move(path), stop), stop) {}
+
+VideoSource::VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop)
+    : m_path(demuxer->GetPath()), m_stop(std::move(stop)), m_demuxer(std::move(demuxer)),
+      m_packet(MakePacket()) {
+    auto const fail = [this](std::string const& reason) {
+        Core::Throw<InputException>(
+            {s_file, "Tarsel::Media::VideoSource::VideoSource(std::unique_ptr<Demuxer>, std::stop_token)"},
+            fmt::format("{} has {}", Quote(m_path), reason));
+    };
+    if (!m_demuxer->HasVideo())
+        fail("no pictures");
+    AVCodecID const codec = m_demuxer->GetVideo().codecpar->codec_id;
+    if (avcodec_find_decoder(codec) == nullptr)
+        fail(fmt::format("pictures in the codec {}, which cannot be decoded here", avcodec_get_name(codec)));
+}
+
+void VideoSource::Restart() {
+    m_ahead.reset();
+    m_hasEnough = false;
+    m_draining = false;
+    m_hasPacketTimes = true;
+    m_ended = false;
+    m_frames = 0;
+    m_bytes = 0;
+    m_decoder.reset();
+    m_demuxer = std::make_unique<Demuxer>(m_path, m_stop);
+}
+
+VideoStreamInfo VideoSource::GetInfo() {
+    if (!m_ahead)
+        m_ahead = Read();
+    if (!m_ahead)
+        ThrowNoPicture("VideoStreamInfo Tarsel::Media::VideoSource::GetInfo()");
+    AVFrame const& first = *m_ahead->data->GetAVFrame();
+    AVStream const& stream = m_demuxer->GetVideo();
+    return {Proc::GetFrameInfo(first),
+            static_cast<Conf::PixFmt>(first.format),
+            Proc::GetFrameColorSpace(first),
+            m_demuxer->GetFrameRate(),
+            FromAV(stream.time_base),
+            GetOrientation(stream, first),
+            avcodec_get_name(stream.codecpar->codec_id),
+            {},
+            m_demuxer->GetStart()};
+}
+
+std::int64_t VideoSource::GetFirstDuration() const {
+    return m_ahead->data->GetDuration();
+}
+
+void VideoSource::ThrowNoPicture(char const* signature) const {
+    std::string const reason = m_decoder != nullptr ? m_decoder->GetLastError() : std::string();
+    Core::Throw<InputException>({s_file, signature},
+                                fmt::format("No picture of {} can be decoded{}{}", Quote(m_path),
+                                            reason.empty() ? "" : ": ", reason));
+}
+
+std::optional<SourceFrame> VideoSource::Next() {
+    std::optional<SourceFrame> frame = m_ahead ? std::exchange(m_ahead, std::nullopt) : Read();
+    if (frame) {
+        ++m_frames;
+        m_end = av_sat_add64(frame->data->GetTime(), frame->data->GetDuration());
+    }
+    return frame;
+}
+
+std::optional<SourceFrame> VideoSource::Read() {
+    AVStream const& stream = m_demuxer->GetVideo();
+    if (m_decoder == nullptr)
+        m_decoder =
+            std::make_unique<VideoDecoder>(m_demuxer->GetContext(), stream, m_demuxer->GetFrameRate());
+    while (!m_ended) {
+        if (m_stop.stop_requested())
+            throw Stopped();
+        if (m_hasEnough)
+            break;
+        if (auto decoded = m_decoder->Receive()) {
+            // Phones append further pictures to the one that counts.
+            m_hasEnough = m_demuxer->IsStill();
+            return MakeSourceFrame(std::move(*decoded), FromAV(stream.time_base));
+        }
+        if (m_draining)
+            break;
+        m_draining = !ReadPacket();
+        if (!m_draining && m_demuxer->IsStill())
+            m_damage = DescribeStillDamage(stream, *m_packet);
+        m_decoder->Send(m_draining ? nullptr : m_packet.get());
+    }
+    m_ended = true;
+    return std::nullopt;
+}
+
+/// The next one of the picture stream; false at the end.
+bool VideoSource::ReadPacket() {
+    do {
+        av_packet_unref(m_packet.get());
+        if (!m_demuxer->Read(*m_packet))
+            return false;
+    } while (m_packet->stream_index != m_demuxer->GetVideo().index);
+    m_bytes += m_packet->size;
+    m_hasPacketTimes = m_hasPacketTimes && m_packet->pts != AV_NOPTS_VALUE;
+    return true;
+}
+
+void VideoSource::SelectFrame(std::int64_t microseconds) {
+    std::optional<SourceFrame> found;
+    Restart();
+    if (m_demuxer->Seek(microseconds))
+        found = FindShownAt(microseconds, false);
+    if (!found) {
+        Restart();
+        found = FindShownAt(microseconds, true);
+    }
+    if (!found)
+        ThrowNoPicture("void Tarsel::Media::VideoSource::SelectFrame(std::int64_t)");
+    m_ahead = std::move(found);
+    m_ended = true;
+    m_frames = 0;
+}
+
+/// The last picture that starts by then; before the first one's start that first one, but only where it is
+/// known to be the first.
+std::optional<SourceFrame> VideoSource::FindShownAt(std::int64_t microseconds, bool fromStart) {
+    std::optional<SourceFrame> shown;
+    while (std::optional<SourceFrame> frame = Next()) {
+        if (frame->data->GetTime() > microseconds) {
+            if (!shown && fromStart)
+                shown = std::move(frame);
+            return shown;
+        }
+        shown = std::move(frame);
+    }
+    if (shown && microseconds > shown->data->GetTime() && microseconds >= m_end)
+        Core::Throw<OptionsException>(
+            {s_file,
+             "std::optional<SourceFrame> Tarsel::Media::VideoSource::FindShownAt(std::int64_t, bool)"},
+            fmt::format("There is no picture at {}: {} ends at {}", SecondsText(microseconds), Quote(m_path),
+                        SecondsText(m_end)));
+    return shown;
+}
+
+std::vector<std::string> VideoSource::GetNotes() const {
+    std::vector<std::string> notes;
+    if (m_decoder != nullptr)
+        notes = m_decoder->GetNotes();
+    if (!m_damage.empty())
+        notes.push_back(
+            fmt::format("The picture is damaged ({}); what could be read of it was taken.", m_damage));
+    return notes;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "Core/RefCount.h"
+#include "Media/Base/Times.h"
+#include "Media/Codec/VideoDecoder.h"
+#include "Media/Container/Demuxer.h"
+#include "Media/Run.h"
+#include "Proc/Interfaces/IDataVideo.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Media {
+
+/// A decoded picture, stamped with microseconds, and its own time in ticks of its stream.
+struct SourceFrame {
+    SP<Proc::IDataVideo> data;
+    FrameTime time;
+};
+
+/// The pictures of an input file. One thread at a time.
+class VideoSource {
+public:
+    /// InputException also when the file has no pictures; Stopped.
+    VideoSource(std::filesystem::path path, std::stop_token stop);
+    /// Reads on from a file that has just been opened.
+    VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop);
+
+    Demuxer const& GetDemuxer() const noexcept { return *m_demuxer; }
+    /// What the first picture and the file say of the picture stream, but not whether it can be copied.
+    /// Decodes the first picture, which Next will still give. InputException when there is none; Stopped.
+    VideoStreamInfo GetInfo();
+    /// Of the first picture, in microseconds; 0 when not known. After GetInfo and before Next.
+    std::int64_t GetFirstDuration() const;
+    /// The next picture; nothing at the end. A still picture's file gives one. InputException, Stopped.
+    std::optional<SourceFrame> Next();
+    /// Whether the pictures' packets say when they are shown, as far as they have been read.
+    bool HasPacketTimes() const noexcept { return m_hasPacketTimes; }
+
+    /// Goes to the picture shown at this many microseconds of the file: Next gives that picture and then the
+    /// end. OptionsException when the film is over by then; InputException; Stopped.
+    void SelectFrame(std::int64_t microseconds);
+
+    /// Of the pictures' packets that were read.
+    std::int64_t GetByteCount() const noexcept { return m_bytes; }
+    std::int64_t GetFrameCount() const noexcept { return m_frames; }
+    /// Of the pictures; those of the file are the demuxer's.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    void Restart();
+    std::optional<SourceFrame> Read();
+    bool ReadPacket();
+    std::optional<SourceFrame> FindShownAt(std::int64_t microseconds, bool fromStart);
+    [[noreturn]] void ThrowNoPicture(char const* signature) const;
+
+    std::filesystem::path m_path;
+    std::stop_token m_stop;
+    std::unique_ptr<Demuxer> m_demuxer;
+    std::unique_ptr<VideoDecoder> m_decoder;
+    UniquePacket m_packet;
+    /// Read ahead.
+    std::optional<SourceFrame> m_ahead;
+    /// The picture of a file of stills has been decoded.
+    bool m_hasEnough = false;
+    bool m_draining = false;
+    bool m_hasPacketTimes = true;
+    bool m_ended = false;
+    /// What the decoder says of a still picture that is not whole.
+    std::string m_damage;
+    std::int64_t m_frames = 0;
+    std::int64_t m_bytes = 0;
+    /// Where the last picture ends, in microseconds.
+    std::int64_t m_end = 0;
+};
+
+} // namespace Tarsel::Media

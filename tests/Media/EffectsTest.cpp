@@ -1,0 +1,219 @@
+// What chains may do with pictures, and what becomes of it.
+
+#include "Core/Throw.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "RunFixture.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <stop_token>
+#include <thread>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// The same picture, stored bottom up, as FFmpeg's vflip gives it.
+Picture FlipByStride(Picture const& picture) {
+    Proc::SafeFrame frame = Proc::SafeFrame::Reference(*picture->GetAVFrame());
+    for (int plane = 0; plane < 3; ++plane) {
+        int const rows = plane == 0 ? frame->height : (frame->height + 1) / 2;
+        frame->data[plane] += static_cast<std::ptrdiff_t>(rows - 1) * frame->linesize[plane];
+        frame->linesize[plane] = -frame->linesize[plane];
+    }
+    Picture flipped = MakeSP<Proc::DataVideoFF>(std::move(frame), picture->GetFrameInfo());
+    flipped->SetTime(picture->GetTime());
+    flipped->SetDuration(picture->GetDuration());
+    return flipped;
+}
+
+class Effects : public RunFixture {
+protected:
+    /// Runs a small film through the chain.
+    MediaRecord Run(Media::MakeVideoEffects chain, std::string const& output = "out.mp4") {
+        Make(File("in.mp4"), s_pictures + s_bFrames);
+        Media::RunOptions options = Lossless("in.mp4", output);
+        options.makeVideoEffects = std::move(chain);
+        m_result = Media::Run(options);
+        m_in = ReadMedia(File("in.mp4")).pictures;
+        return ReadMedia(File(output));
+    }
+
+    Media::RunResult m_result;
+    std::vector<PictureRecord> m_in;
+};
+
+TEST_F(Effects, MayDropPictures) {
+    int number = 0;
+    MediaRecord const out = Run(MakeEffects(
+        [&](Picture const& picture) { return number++ % 3 == 1 ? Pictures{picture} : Pictures{}; }));
+    ASSERT_EQ(out.pictures.size(), 8U);
+    for (std::size_t i = 0; i < out.pictures.size(); ++i) {
+        // MP4 has no gap before the first picture but one in the edit list, which FFmpeg reads back.
+        EXPECT_EQ(out.pictures[i].time, m_in[3 * i + 1].time);
+        EXPECT_EQ(out.pictures[i].hash, m_in[3 * i + 1].hash);
+    }
+    EXPECT_EQ(m_result.framesIn, 25);
+    EXPECT_EQ(m_result.framesOut, 8);
+}
+
+TEST_F(Effects, MayMakeTwoPicturesOfOne) {
+    MediaRecord const out = Run(MakeEffects([](Picture const& picture) {
+        Picture const second = picture->Copy();
+        picture->SetDuration(20000);
+        second->SetTime(picture->GetTime() + 20000);
+        second->SetDuration(20000);
+        return Pictures{picture, second};
+    }));
+    ASSERT_EQ(out.pictures.size(), 50U);
+    for (std::size_t i = 0; i < out.pictures.size(); ++i) {
+        EXPECT_EQ(out.pictures[i].time, static_cast<std::int64_t>(i) * 20000000);
+        EXPECT_EQ(out.pictures[i].duration, 20000000);
+        EXPECT_EQ(out.pictures[i].hash, m_in[i / 2].hash);
+    }
+}
+
+TEST_F(Effects, MayHoldBackEverythingUntilTheEnd) {
+    auto const held = std::make_shared<Pictures>();
+    MediaRecord const out = Run(MakeEffects(
+        [held](Picture const& picture) {
+            held->push_back(picture);
+            return Pictures{};
+        },
+        [held] { return std::exchange(*held, {}); }));
+    EXPECT_EQ(out.pictures, m_in);
+}
+
+// One that repeats a picture at the same time: every picture is written, a step later.
+TEST_F(Effects, MayRepeatATime) {
+    MediaRecord const out = Run(MakeEffects([](Picture const& picture) {
+        return Pictures{picture, picture};
+    }));
+    ASSERT_EQ(out.pictures.size(), 50U);
+    for (std::size_t i = 0; i < out.pictures.size(); i += 2) {
+        EXPECT_EQ(out.pictures[i].time, m_in[i / 2].time);
+        EXPECT_GT(out.pictures[i + 1].time, m_in[i / 2].time);
+        EXPECT_LT(out.pictures[i + 1].time, m_in[i / 2].time + 100000);
+    }
+    EXPECT_THAT(m_result.notes, ElementsAre(HasSubstr("25 picture times were not after the one before")));
+}
+
+TEST_F(Effects, MayGivePicturesStoredBottomUp) {
+    auto const flip = MakeEffects([](Picture const& picture) { return Pictures{FlipByStride(picture)}; });
+    MediaRecord const once = Run(flip);
+    EXPECT_NE(once.pictures[0].hash, m_in[0].hash);
+    MediaRecord const other = Run(flip, "out.mkv");
+    EXPECT_EQ(other.GetHashes(), once.GetHashes());
+
+    // And through the scaler.
+    Media::RunOptions options = Options("in.mp4", "out.gif");
+    options.makeVideoEffects = flip;
+    EXPECT_EQ(Media::Run(options).framesOut, 25);
+}
+
+class FailingEffects : public RunFixture {
+protected:
+    /// Runs a small film through the chain and expects an exception of the type; nothing may stay behind.
+    template <class E>
+    std::string Fail(Media::MakeVideoEffects chain, std::string const& output = "out.mp4") {
+        Make(File("in.mp4"), s_pictures + s_sound + s_bFrames + "-c:a aac");
+        Media::RunOptions options = Lossless("in.mp4", output);
+        options.makeVideoEffects = std::move(chain);
+        std::string text = RunForFailure<E>(options);
+        EXPECT_THAT(List(), ElementsAre("in.mp4"));
+        return text;
+    }
+};
+
+TEST_F(FailingEffects, ItsExceptionsComeOutUnchanged) {
+    auto const fail = [](Picture const&) -> Pictures {
+        Core::Throw<Proc::EffectException>({"Tests/Effects", "work"}, "An effect failed",
+                                           Proc::TagFFmpegError(-22));
+    };
+    Make(File("in.mp4"), s_pictures + s_bFrames);
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    options.makeVideoEffects = MakeEffects(fail);
+    Failure const failure = Catch([&] { Media::Run(options); });
+    EXPECT_EQ(failure.text, "An effect failed");
+    EXPECT_EQ(failure.ffmpegError, -22);
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+}
+
+TEST_F(FailingEffects, AtItsEndOrWhileItIsMade) {
+    auto const raise = []() -> Pictures { throw std::runtime_error("late"); };
+    EXPECT_EQ(Fail<std::runtime_error>(
+                  MakeEffects([](Picture const& picture) { return Pictures{picture}; }, raise)),
+              "late");
+    EXPECT_EQ(Fail<std::runtime_error>([](Media::VideoStreamInfo const&) -> std::unique_ptr<FunctionEffects> {
+                  throw std::runtime_error("early");
+              }),
+              "early");
+}
+
+TEST_F(FailingEffects, NoPictureAtAll) {
+    EXPECT_EQ(Fail<Media::OutputException>(MakeEffects([](Picture const&) { return Pictures{}; })),
+              "Cannot write \"" + File("out.mp4").string() + "\": no picture came out of the effects");
+}
+
+TEST_F(FailingEffects, PicturesThatChangeAreRefused) {
+    auto const grow = [](Picture const& picture) {
+        if (picture->GetTime() < 400000)
+            return Pictures{picture};
+        Picture const larger = MakeSP<Proc::DataVideoFF>(Conf::ColorSpace{}, Conf::PixFmt::YUV444P,
+                                                         Conf::FrameInfo{80, 48, 1, 1});
+        larger->SetTime(picture->GetTime());
+        return Pictures{larger};
+    };
+    EXPECT_EQ(
+        Fail<Media::OutputException>(MakeEffects(grow)),
+        "The pictures change from 64x48 yuv420p to 80x48 yuv444p at 0.4 s; one stream cannot hold both");
+}
+
+TEST_F(FailingEffects, ReportsOfProgressMayThrow) {
+    Make(File("in.mp4"), s_pictures + s_bFrames);
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    options.onProgress = [](Media::RunProgress const&) { throw std::runtime_error("no"); };
+    EXPECT_EQ(RunForFailure<std::runtime_error>(options), "no");
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+}
+
+// The chain is asked to stop while it works and while others wait for it.
+TEST_F(FailingEffects, StopsWithinMoments) {
+    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=20 " + s_sound + s_bFrames + "-c:a aac");
+    std::stop_source stop;
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    int pictures = 0;
+    std::chrono::steady_clock::time_point asked;
+    options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        if (++pictures == 20) {
+            asked = std::chrono::steady_clock::now();
+            stop.request_stop();
+        }
+        return Pictures{picture};
+    });
+    EXPECT_EQ(RunForFailure<Media::InterruptedException>(options, stop.get_token()),
+              "\"" + File("out.mp4").string() + "\" was not finished: the run was stopped");
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
+    EXPECT_LT(pictures, 25);
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+
+    // Before the start: nothing is made at all.
+    options.makeVideoEffects = {};
+    RunForFailure<Media::InterruptedException>(options, stop.get_token());
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+}
+
+} // namespace
+} // namespace Tarsel::Test
