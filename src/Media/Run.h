@@ -89,8 +89,8 @@ TARSEL_MEDIA_API void CheckRun(RunOptions const& options);
 /// go without their pictures, with a note; covers are kept where it takes them. The output appears under its
 /// name only when it is complete; after any failure nothing is left behind. Memory does not grow with the
 /// length of the film, whatever the chains hold back. InputException, OutputException, OptionsException,
-/// InterruptedException; exceptions of the chains pass unchanged. Blocks until done; several runs may go on at
-/// once. Reading, picture chain and writing have a thread each, and decoder and encoder of pictures up to
+/// InterruptedException; exceptions of the chains pass unchanged. Blocks until done; several runs may go on
+/// at once. Reading, picture chain and writing have a thread each, and decoder and encoder of pictures up to
 /// Core::ThreadBudget::Get() threads; sound is worked on by the thread that writes. With a budget of 1 the
 /// calling thread does it all. Each chain is called by one thread.
 TARSEL_MEDIA_API RunResult Run(RunOptions const& options, std::stop_token stop = {});

@@ -7,17 +7,17 @@
 
 namespace Tarsel::Media {
 
-/// The times of the pictures that are in the chain. The chain works in whole microseconds; a picture that comes
-/// out at a time at which one went in gets back that one's own time, however fine the input's time base.
-/// Not synchronised.
+/// The times of the pictures that are in the chain. The chain works in whole microseconds; a picture that
+/// comes out at a time at which one went in gets back that one's own time, however fine the input's time
+/// base. Not synchronised.
 class TimeMap {
 public:
     explicit TimeMap(Ratio inputTimeBase) noexcept;
 
     /// That of the results of Leave.
     Ratio GetTimeBase() const noexcept { return m_timeBase; }
-    /// A picture goes in, known to the chain by `microseconds` and `duration` microseconds; `time` in ticks of
-    /// the input. Pictures go in in the order of their times.
+    /// A picture goes in, known to the chain by `microseconds` and `duration` microseconds; `time` in ticks
+    /// of the input. Pictures go in in the order of their times.
     void Enter(std::int64_t microseconds, std::int64_t duration, FrameTime const& time);
     /// A picture comes out. Each result starts later than the one before, by a tick at least.
     FrameTime Leave(std::int64_t microseconds, std::int64_t duration);
