@@ -11,12 +11,12 @@
 #include "Proc/Effects/Lumenta/Pixels/ColorQuant.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/SafeFrame.h"
+#include "Support/MemoryWatch.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <malloc.h>
 #include <new>
 #include <vector>
 
@@ -99,15 +99,10 @@ private:
     SafeFrame m_out;
 };
 
-std::size_t GetUsedMemory() {
-    struct mallinfo2 const info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
 // Each allocation of a run in turn.
 TEST_P(OutOfMemory, AtEveryAllocation) {
     for (int round = 0; round < 2; ++round) { // What the first exceptions leave behind is no leak.
-        std::size_t const used = GetUsedMemory();
+        std::size_t const used = Tarsel::Test::GetMemoryInUse();
         int growths = 0;
         int successes = 0;
         do {
@@ -117,7 +112,7 @@ TEST_P(OutOfMemory, AtEveryAllocation) {
         EXPECT_GT(growths, 1);
         EXPECT_GT(successes - 1, growths);
         if (round != 0) {
-            EXPECT_EQ(GetUsedMemory(), used);
+            EXPECT_EQ(Tarsel::Test::GetMemoryInUse(), used);
         }
     }
 }
