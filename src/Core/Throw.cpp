@@ -1,6 +1,25 @@
 #include "Core/Throw.h"
 
+#include <mutex>
+#include <set>
+#include <string>
+
 namespace Tarsel::Core {
+
+char const* Site::GetSourceName(char const* path) {
+    constexpr std::string_view own = __FILE__;
+    constexpr std::string_view root = own.substr(0, own.size() - std::string_view("Core/Throw.cpp").size());
+    std::string_view name = path;
+    if (name.starts_with(root))
+        name.remove_prefix(root.size());
+    name = name.substr(0, name.rfind('.'));
+
+    static std::mutex s_lock;
+    // Never destroyed: exceptions may outlive the library's statics.
+    static auto& s_names = *new std::set<std::string, std::less<>>();
+    std::lock_guard const lock(s_lock);
+    return s_names.emplace(name).first->c_str();
+}
 
 boost::exception const& AddStack(boost::exception const& exception) {
     return exception << TagCallStack(GetCallStack());

@@ -6,9 +6,11 @@
 #include <boost/exception/enable_error_info.hpp>
 #include <boost/throw_exception.hpp>
 
+#include <concepts>
 #include <cstdint>
 #include <source_location>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -32,16 +34,41 @@ struct CodePoint {
 };
 
 /// Where an exception is thrown: the source file relative to the source root without extension, the full
-/// signature of the throwing function (a literal, so that it is the same under every compiler), line and
-/// column.
+/// signature of the throwing function, line and column. The texts live as long as the exception.
 struct Site {
     char const* file;
     char const* function;
     CodePoint at;
 
+    /// With literals, where the texts are to be the same under every compiler and wherever the source lies.
     constexpr Site(char const* sourceFile, char const* signature,
                    CodePoint point = CodePoint::Here()) noexcept
         : file(sourceFile), function(signature), at(point) {}
+
+    /// In the compiler's own words; std::bad_alloc.
+#if defined(__cpp_lib_source_location)
+    static Site Here(std::source_location at = std::source_location::current()) {
+        return {GetSourceName(at.file_name()), at.function_name(), CodePoint::Here(at)};
+    }
+#else
+    static Site Here(char const* sourceFile = __builtin_FILE(), char const* name = __builtin_FUNCTION(),
+                     std::uint32_t line = __builtin_LINE(), std::uint32_t column = __builtin_COLUMN()) {
+        return {GetSourceName(sourceFile), name, {line, column}};
+    }
+#endif
+
+private:
+    /// A source's name as compilers give it, without root and extension; lives as long as the process.
+    TARSEL_API static char const* GetSourceName(char const* path);
+};
+
+/// A description, and where it was written.
+struct Reason {
+    template <std::convertible_to<std::string_view> Text>
+    Reason(Text const& text, Site const& place = Site::Here()) : description(text), site(place) {}
+
+    std::string description;
+    Site site;
 };
 
 /// Attaches the current call stack; returns its argument. std::bad_alloc.
@@ -68,6 +95,12 @@ template <class E, class... Tags>
     else
         raise(boost::enable_error_info(E(description)));
     __builtin_unreachable();
+}
+
+/// The same from where it is called.
+template <class E, class... Tags>
+[[noreturn]] void Throw(Reason const& reason, Tags const&... tags) {
+    Throw<E>(reason.site, reason.description, tags...);
 }
 
 } // namespace Tarsel::Core

@@ -7,6 +7,7 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <typeinfo>
 
 using namespace Tarsel;
@@ -57,6 +58,29 @@ TYPED_TEST(Throw, CarriesEverythingToACatchByAnyBase) {
         EXPECT_GT(Get<TagThrowColumn>(exception), 1U);
         // The throwing function comes first: the machinery of throwing is left out.
         EXPECT_THAT(Get<TagCallStack>(exception).GetFunctionNames().front(), testing::HasSubstr("::Fail()"));
+    }
+}
+
+constexpr int s_lineOfAsked = __LINE__ + 2;
+void FailAsked() {
+    Core::Throw<Exception>(Core::Site::Here(), "asked", TagNumber(1));
+}
+void FailUnasked() {
+    Core::Throw<Exception>(std::string("unasked"), TagNumber(1));
+}
+
+TEST(ThrowSite, FindsItsPlaceByItself) {
+    for (auto const& [work, name, line] : {std::tuple{&FailAsked, "FailAsked", s_lineOfAsked},
+                                           {&FailUnasked, "FailUnasked", s_lineOfAsked + 3}}) {
+        try {
+            work();
+            FAIL();
+        } catch (Exception const& exception) {
+            EXPECT_THAT(Get<boost::throw_file>(exception), testing::EndsWith("tests/Core/ThrowTest"));
+            EXPECT_THAT(Get<boost::throw_function>(exception), testing::HasSubstr(name));
+            EXPECT_EQ(Get<boost::throw_line>(exception), line);
+            EXPECT_EQ(Get<TagNumber>(exception), 1);
+        }
     }
 }
 
