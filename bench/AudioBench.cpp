@@ -3,13 +3,16 @@
 // microseconds a block. And why audio graphs run on one thread: "times_faster" of an equalizer than the same
 // text in a graph with as many threads as FFmpeg takes by itself.
 
+#include "Conf/FormatCodecAudio.h"
 #include "Conf/SampleInfo.h"
 #include "Proc/Data/DataAudioFF.h"
-#include "Proc/Effects/Lumenta/Audio/Equalizer.h"
-#include "Proc/Effects/Lumenta/Audio/Modulation.h"
+#include "Proc/Effects/Lumenta/Base/CreateEffect.h"
 #include "Proc/Effects/Lumenta/Graph/GraphOwners.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
+#include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"
+#include "Proc/Settings/Equalizer.h"
+#include "Proc/Settings/Modulation.h"
 
 #include <benchmark/benchmark.h>
 
@@ -113,21 +116,22 @@ void ReportOver(benchmark::State& state, Times const& times) {
     state.counters["over_us"] = times.own - times.bare;
 }
 
-SP<Proc::IOneInputEffectAudio> MakeFlanger() {
-    return Proc::CreateEffectAudioFF<Proc::SettingsAudioFlanger>({}, {});
+template <class S>
+SP<Proc::IOneInputEffectAudio> Make() {
+    return std::get<Proc::AudioEffectCreator>(Proc::GetCreator<S>())({}, {});
 }
 
 constexpr char const* s_flanger =
     "flanger=delay=0:depth=2:regen=0:width=71:speed=0.5:phase=25:shape=sinusoidal:interp=linear";
 
 void Process(benchmark::State& state) {
-    auto const effect = MakeFlanger();
+    auto const effect = Make<Proc::SettingsAudioFlanger>();
     ReportOver(state, RunBeside(state, BareGraph(s_flanger, 1),
                                 [&](SP<Proc::IData> data) { effect->ProcessData(data); }));
 }
 
 void Stream(benchmark::State& state) {
-    auto const effect = MakeFlanger();
+    auto const effect = Make<Proc::SettingsAudioFlanger>();
     auto& stream = dynamic_cast<Proc::IEffectStreamAudio&>(*effect);
     ReportOver(state, RunBeside(state, BareGraph(s_flanger, 1), [&](SP<Proc::IDataAudio> const& data) {
                    stream.Feed(data);
@@ -141,10 +145,10 @@ void Equalizer(benchmark::State& state) {
     Proc::SettingsAudioEqualizer settings;
     for (int i = 0; i < 10; ++i)
         settings.bands.push_back({31 << i, i - 4.5});
-    std::string const text =
-        Proc::EffectActionsAudio<Proc::SettingsAudioEqualizer>::GetFFString(settings, s_info);
-    auto const effect = Proc::CreateEffectAudioFF<Proc::SettingsAudioEqualizer>({}, {});
+    auto const effect = Make<Proc::SettingsAudioEqualizer>();
     effect->SetSettings(settings);
+    std::string const text =
+        dynamic_cast<Proc::IEffectDetailsAudio&>(*effect).Describe(Conf::FormatCodecAudio(s_info));
     Times const times =
         RunBeside(state, BareGraph(text, 0), [&](SP<Proc::IData> data) { effect->ProcessData(data); });
     state.counters["threads_us"] = times.bare;

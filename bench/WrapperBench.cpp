@@ -2,9 +2,10 @@
 // plain loop over the same graph; "over_us" is the difference to that loop, in microseconds a frame.
 
 #include "Proc/Data/DataVideoFF.h"
+#include "Proc/Effects/Lumenta/Base/CreateEffect.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
-#include "Proc/Effects/Lumenta/Video/Orientation.h"
+#include "Proc/Settings/Orientation.h"
 
 #include <benchmark/benchmark.h>
 
@@ -91,7 +92,8 @@ void Stream(benchmark::State& state, std::string const& description) {
 }
 
 void Effect(benchmark::State& state) {
-    auto const effect = Proc::CreateEffectFlip({}, {});
+    auto const effect =
+        std::get<Proc::VideoEffectCreator>(Proc::GetCreator<Proc::SettingsEffectFlip>())({}, {});
     effect->SetSettings(Proc::SettingsEffectFlip(false, true));
     RunBesideBareGraph(state, "vflip", [&](SP<Proc::IData> data) { effect->ProcessData(data); });
 }

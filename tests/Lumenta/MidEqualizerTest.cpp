@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/MidEqualizerFF.h"
+#include "Proc/Effects/Lumenta/Effects/MidEqualizerFF.h"
 
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
@@ -70,7 +70,7 @@ struct Pair {
 };
 
 TEST(MidEqualizer, StartsAsIsSaid) {
-    SP<Proc::ITwoInputEffectVideo> const effect = Proc::CreateEffectMidequalizer({}, {});
+    SP<Proc::ITwoInputEffectVideo> const effect = MakeSP<MidEqualizerFF>();
     EXPECT_EQ(effect->GetRefCount(), 1);
     EXPECT_EQ(effect->GetInputFrameType(), 1);
     EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(SettingsEffectMidEqualizer()));

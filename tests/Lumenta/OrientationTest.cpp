@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/Video/Orientation.h"
+#include "Proc/Settings/Orientation.h"
 #include "Conf/PixFmtDescription.h"
 #include "EffectCases.h"
 #include "Frames.h"
@@ -16,8 +16,6 @@ using Conf::DisplayMatrix;
 using Conf::FrameInfo;
 using Conf::PixFmt;
 using Proc::IDataVideo;
-using TransposeActions = Proc::EffectActions<Proc::SettingsEffectTranspose>;
-using DisplayMatrixActions = Proc::EffectActions<Proc::SettingsEffectDisplayMatrix>;
 
 /// A plane as a viewer sees it who follows the orientation code (CIPA DC-008, tag 274), pixel by pixel.
 std::vector<std::uint8_t> Turn(std::vector<std::uint8_t> const& plane, std::size_t width, std::size_t height,
@@ -92,6 +90,16 @@ TEST(Orientation, FramesAndFormatsAgree) {
             }
 }
 
+/// What an effect answers from the cache: the graph has been asked before.
+void AskTheCache(Proc::Settings const& settings, SP<Conf::IFormatCodecVideo> codec) {
+    auto const effect = MakeEffect(settings);
+    SP<Conf::IFormatCodecVideo> first = MakeCodec(codec->GetPixelFormat(), codec->GetFrameInfo());
+    if (auto const* const oriented = dynamic_cast<Proc::SettingsEffectDisplayMatrix const*>(&settings))
+        first->SetDisplayMatrix(oriented->matrix);
+    effect->UpdateFormatCodec(first);
+    effect->UpdateFormatCodec(codec);
+}
+
 TEST(Orientation, TransposePutsFormatsRight) {
     struct Case {
         int step;
@@ -103,7 +111,7 @@ TEST(Orientation, TransposePutsFormatsRight) {
         SP<Conf::IFormatCodecVideo> const codec = MakeCodec(PixFmt::YUV420P, {1920, 1080, 4, 3});
         if (row.rotation)
             codec->SetDisplayMatrix(DisplayMatrix::FromRotation(*row.rotation));
-        TransposeActions::PostUpdate(Proc::SettingsEffectTranspose(row.step), codec);
+        AskTheCache(Proc::SettingsEffectTranspose(row.step), codec);
         EXPECT_EQ(codec->GetFrameInfo(),
                   row.step % 2 ? (FrameInfo{1080, 1920, 3, 4}) : (FrameInfo{1920, 1080, 4, 3}));
         ASSERT_EQ(codec->ExistsDisplayMatrix(), row.rotationAfter.has_value());
@@ -111,21 +119,6 @@ TEST(Orientation, TransposePutsFormatsRight) {
             EXPECT_NEAR(codec->GetDisplayMatrix().GetRotation(), *row.rotationAfter, 1e-3);
         }
     }
-}
-
-TEST(Orientation, UnsupportedStepsAreNamed) {
-    std::string const policy = "static void EffectActions<Tarsel::Proc::SettingsEffectTranspose>::";
-    Proc::SettingsEffectTranspose const settings(4);
-    for (auto const& [failure, function] :
-         {std::pair(Catch([&] { TransposeActions::PostProcess(settings, MakeFrame()); }),
-                    policy + "PostProcess(const SettingsType &, const SP<IDataVideo> &)"),
-          std::pair(Catch([&] { TransposeActions::PostUpdate(settings, MakeCodec()); }),
-                    policy + "PostUpdate(const SettingsType &, const SP<IFormatCodecVideo> &)")}) {
-        EXPECT_EQ(failure.text, "Unexpected angle");
-        EXPECT_EQ(failure.function, function);
-        EXPECT_EQ(failure.detail, "step 4, not 0 to 3 quarter turns");
-    }
-    TransposeActions::PostProcess(settings, nullptr);
 }
 
 TEST(Orientation, DisplayMatrixFailures) {
@@ -139,15 +132,14 @@ TEST(Orientation, DisplayMatrixFailures) {
 
     Proc::SettingsEffectDisplayMatrix const settings(*DisplayMatrix::FromOrientation(6));
     SP<Conf::IFormatCodecVideo> const codec = MakeCodec();
-    Failure const other = Catch<std::logic_error>([&] { DisplayMatrixActions::PostUpdate(settings, codec); });
+    Failure const other = Catch<std::logic_error>([&] { AskTheCache(settings, codec); });
     EXPECT_EQ(other.text, "Display matrix does not match the settings");
     EXPECT_EQ(other.file, "Proc/Effects/Lumenta/EffectFafloplalVideo");
     EXPECT_EQ(codec->GetFrameInfo(), s_small);
 
     codec->SetDisplayMatrix(settings.matrix);
-    DisplayMatrixActions::PostUpdate(settings, codec);
+    AskTheCache(settings, codec);
     EXPECT_EQ(codec->GetDisplayMatrix(), DisplayMatrix::s_default);
-    DisplayMatrixActions::PostProcess(settings, nullptr);
 
     effect->SetSettings(Core::Property("any"));
     effect->Process(data);
@@ -159,10 +151,10 @@ TEST(Orientation, ScaledMatricesTurnAsWell) {
     for (std::int32_t& word : scaled.words)
         word /= 2;
     Proc::SettingsEffectDisplayMatrix const settings(scaled);
-    EXPECT_EQ(DisplayMatrixActions::GetFFString(settings, {}), "transpose=clock");
+    EXPECT_EQ(Describe(*MakeEffect(settings)), "transpose=clock");
     scaled.words[1] = scaled.words[3] = 0;
     scaled.words[0] = scaled.words[4] = 0x8000;
-    EXPECT_TRUE(DisplayMatrixActions::IsEmpty(Proc::SettingsEffectDisplayMatrix(scaled)));
+    EXPECT_EQ(Describe(*MakeEffect(Proc::SettingsEffectDisplayMatrix(scaled))), "");
 }
 
 } // namespace

@@ -88,7 +88,7 @@ TEST(OutOfMemory, EndsNoProcessAndSpoilsNoVideoEffect) {
         FailEverywhere(row.classId, [&] { row.Make(); });
         auto const effect = row.Make();
         auto const settings = row.MakeSettings();
-        auto const others = Proc::FindSettingsClass(row.classId)->create();
+        auto const others = FindSettingsClass(row.classId).Create();
         FailEverywhere(row.classId, [&] {
             Apply(*effect, MakeFrame());
             try {
@@ -111,9 +111,9 @@ TEST(OutOfMemory, EndsNoProcessAndSpoilsNoAudioEffect) {
         auto const make = [&] { return GetFactory()->CreateAudioEffect(entry.classId, "default", {}); };
         FailEverywhere(entry.classId, make);
         auto const effect = make();
-        auto const others = Proc::FindSettingsClass(entry.classId)->create();
+        auto const others = FindSettingsClass(entry.classId).Create();
         RandomSettings random(5);
-        auto settings = random.Draw(*Proc::FindSettingsClass(entry.classId));
+        auto settings = random.Draw(FindSettingsClass(entry.classId));
         auto const work = [&] {
             effect->SetSettings(*settings);
             SP<Proc::IDataAudio> data = Proc::DataAudioFF::CreateBySampleCount(info, 1024);
@@ -130,7 +130,7 @@ TEST(OutOfMemory, EndsNoProcessAndSpoilsNoAudioEffect) {
             }
         };
         while (isRefused())
-            settings = random.Draw(*Proc::FindSettingsClass(entry.classId));
+            settings = random.Draw(FindSettingsClass(entry.classId));
         FailEverywhere(entry.classId, work);
     }
 }

@@ -1,7 +1,7 @@
 #include "Colours.h"
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
-#include "Proc/Effects/Lumenta/PixelFormatConverterFF.h"
+#include "Proc/Effects/Lumenta/Effects/PixelFormatConverterFF.h"
 #include "Proc/Settings/SettingsText.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Support/Watch.h"
@@ -28,8 +28,6 @@ using Conf::PixColor;
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
 using Proc::IDataVideo;
-
-constexpr char const* s_file = "Proc/Effects/Lumenta/PixelFormatConverterFF";
 
 bool HasAlpha(PixFmt format) {
     return PixFmtDescription::Find(format).HasAlpha();
@@ -189,9 +187,7 @@ TEST(PixelFormatConverter, PremultiplyFollowsTheFormulaForEveryFormatOfItsTable)
             } else {
                 Failure const failure = Catch(work);
                 EXPECT_EQ(failure.text, "Not implemented for '" + NameOf(format) + "' format");
-                EXPECT_EQ(failure.file, s_file);
-                EXPECT_EQ(failure.function, "void Tarsel::Proc::PixelFormatConverterFF::Premultiply(const "
-                                            "AVFrame &, AVFrame &) const");
+                EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/Picture/Premultiply");
             }
             ASSERT_EQ(GetPixels(*converted), GetPixels(*expected));
         }
@@ -444,7 +440,7 @@ TEST(PixelFormatConverter, RefusesOrTellsLosses) {
         } else {
             Failure const failure = Catch([&] { strict->Process(data); });
             EXPECT_EQ(failure.text, message);
-            EXPECT_EQ(failure.file, s_file);
+            EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/Effects/PixelFormatConverterFF");
             EXPECT_EQ(data, frame);
             EXPECT_EQ(Catch([&] { strict->UpdateFormatCodec(codec); }).text, message);
             EXPECT_EQ(Catch([&] { (void)strict->Describe(*codec); }).text, message);
@@ -487,33 +483,11 @@ TEST(PixelFormatConverter, RefusesWhatItCannotReadOrMake) {
     EXPECT_EQ(data->GetPixelFormat(), PixFmt::RGB24);
 }
 
-TEST(PixelFormatConverter, IsAnEffectLikeOthers) {
-    SP<Proc::IOneInputEffectVideo> const effect = Proc::CreatePixelFormatConverter({}, {});
-    EXPECT_THROW(effect->SetSettings(static_cast<Proc::Settings const&>(Proc::SettingsResizer())),
-                 std::bad_cast);
-    Proc::SettingsPixelFormatConverter settings;
-    settings.Deserialize("formats=rgb24|gray:alpha=0:background=#010203:colours=9:dither=1");
-    effect->SetSettings(static_cast<Proc::Settings const&>(settings));
-    SP<Proc::IOneInputEffectVideo> const other = Proc::CreatePixelFormatConverter({}, {});
-    other->SetSettings(effect->GetSettings());
-    EXPECT_TRUE(other->GetSettingsBase().IsEqualTo(settings));
-
-    EXPECT_FALSE(Apply(*effect, {}));
-    auto& stream = StreamOf(*effect);
-    EXPECT_EQ(Catch([&] { stream.Feed({}); }).text, "A null frame cannot be fed");
-    stream.Feed(MakeFrame(PixFmt::YUV420P, s_small, 1));
-    stream.Feed(MakeFrame(PixFmt::RGBA, {10, 10, 1, 1}, 2));
-    effect->SetSettings(static_cast<Proc::Settings const&>(Proc::SettingsPixelFormatConverter()));
-    stream.End();
-    EXPECT_EQ(stream.Take()->GetPixelFormat(), PixFmt::RGB24);
-    EXPECT_EQ(stream.Take()->GetTime(), 2);
-    EXPECT_FALSE(stream.Take());
-
-    Core::Property const statistic = effect->GetStatistic();
-    EXPECT_EQ(statistic["Name"].GetString(),
-              "virtual Core::Property Tarsel::Proc::PixelFormatConverterFF::GetStatistic() const");
-    EXPECT_EQ(statistic["Processed"].GetInt64(), 2);
-    EXPECT_EQ(statistic["Options"].GetString(), "rgba -> rgb24");
+TEST(PixelFormatConverter, TellsItsLastConversion) {
+    auto const converter = MakeConverter("formats=rgb24|gray:alpha=0");
+    Apply(*converter, MakeFrame());
+    Apply(*converter, MakeFrame(PixFmt::RGBA));
+    EXPECT_EQ(converter->GetStatistic()["Options"].GetString(), "rgba -> rgb24");
 }
 
 } // namespace

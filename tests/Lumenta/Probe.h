@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/EffectFafloplalVideo.h"
+#include "Proc/Effects/Lumenta/Base/EffectFafloplal.h"
 #include "Proc/Settings/Orientation.h"
 
 #include <cstdint>
@@ -18,7 +18,6 @@ namespace Tarsel::Test {
 /// A policy with every hook. It notes which were called, and each can be told to throw.
 struct ProbeActions {
     using SettingsType = Proc::SettingsEffectTranspose;
-    static constexpr std::string_view s_settingsName = "Probe";
     static constexpr Proc::EffectTraits s_traits{.summary = "probe", .slices = true};
 
     /// The description; "%" stands for the settings' step.
@@ -44,7 +43,6 @@ struct ProbeActions {
             text.replace(place, 1, std::to_string(settings.step));
         return text;
     }
-    static SettingsType FromProperty(Core::Property const&) { return SettingsType(3); }
     static bool IsEmpty(SettingsType const& settings) { return settings.step == 0; }
     static void CheckFormat(SettingsType const&, Conf::PixFmt, Conf::FrameInfo const&) {
         Note("CheckFormat");

@@ -1,7 +1,6 @@
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
-#include "Proc/Effects/Lumenta/ResampleFF.h"
-#include "Proc/Interfaces/ImplNames.h"
+#include "Proc/Effects/Lumenta/Effects/ResampleFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Orientation.h"
 #include "Proc/Settings/SettingsProperty.h"
@@ -219,7 +218,6 @@ TEST(Resample, RefusesWhatCannotBeConvertedAndGoesOn) {
     std::vector<Stretch> const parts = GetStretches(RunStream(*effect, {}));
     ASSERT_EQ(parts.size(), 1U);
     EXPECT_EQ(parts[0].samples, 4800);
-    EXPECT_THROW(effect->Feed(nullptr), Proc::EffectException);
     EXPECT_EQ(GetStretches(RunStream(*effect, MakeBlocks(s_cd, 4410)))[0].samples, 4800);
 }
 
@@ -240,7 +238,6 @@ TEST(Resample, Settings) {
     effect->SetSettings(other->GetSettingsBase());
     EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(other->GetSettingsBase()));
 
-    EXPECT_THROW(effect->SetSettings(Proc::SettingsEffectFlip()), std::bad_cast);
     EXPECT_THROW(effect->InitByFormat(nullptr), Proc::EffectException);
     EXPECT_THAT(
         [&] {
@@ -254,15 +251,11 @@ TEST(Resample, Settings) {
 
 TEST(Resample, Statistic) {
     auto const effect = MakeResampler(s_film);
-    EXPECT_EQ(effect->GetInputFrameType(), 2);
     RunStream(*effect, {MakeSoundNoise(s_cd, 100), MakeSoundNoise(s_film, 100), MakeSoundNoise(s_cd, 0),
                         MakeSoundNoise(s_cd, 100)});
     Core::Property const statistic = effect->GetStatistic();
     EXPECT_EQ(statistic["Name"].GetString(),
               "virtual Core::Property Tarsel::Proc::ResampleFF::GetStatistic() const");
-    EXPECT_EQ(statistic["Category"].GetInt64(), 7);
-    EXPECT_EQ(statistic["MediaType"].GetInt64(), 2);
-    EXPECT_EQ(statistic["ImplName"].GetString(), Proc::ImplNames::FFMPEG);
     EXPECT_EQ(statistic["Processed"].GetInt64(), 2);
     EXPECT_EQ(statistic["Options"].GetString(), "44100 Hz s16 stereo -> 48000 Hz fltp stereo");
 }

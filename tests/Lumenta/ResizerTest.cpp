@@ -2,7 +2,7 @@
 #include "Conf/PixFmtDescription.h"
 #include "EffectCases.h"
 #include "Frames.h"
-#include "Proc/Effects/Lumenta/EffectImageResizer.h"
+#include "Proc/Effects/Lumenta/Effects/EffectImageResizer.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Support/Watch.h"

@@ -2,7 +2,7 @@
 #include "Core/ThreadBudget.h"
 #include "EffectCases.h"
 #include "Frames.h"
-#include "Proc/Effects/Lumenta/MidEqualizerFF.h"
+#include "Proc/Effects/Lumenta/Effects/MidEqualizerFF.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/MidEqualizer.h"
 #include "Support/LibraryEffects.h"

@@ -52,7 +52,6 @@ TEST(SoundRefusals, LeaveIllegalSettingsToTheFilter) {
 TEST(SoundRefusals, SayWhatIsTooMuch) {
     using Chorus = Proc::SettingsAudioChorus;
     struct Refusal {
-        std::string name;
         std::unique_ptr<Proc::Settings> settings;
         std::int32_t rate;
         Conf::ChannelLayout layout;
@@ -69,22 +68,21 @@ TEST(SoundRefusals, SayWhatIsTooMuch) {
     };
     auto const echo = [](char const* options) { return MakeSettings("echo", options); };
     Refusal const rows[]{
-        {"Flanger", flanger("10"), 9, stereo,
+        {flanger("10"), 9, stereo,
          "flanger of 10 Hz takes sound of as many samples a second at least, not of 9"},
-        {"Flanger", flanger("10"), 10, stereo, ""},
-        {"Flanger", flanger("0.1"), 1, stereo, ""},
-        {"Chorus", voice(20, 0), 20, stereo,
+        {flanger("10"), 10, stereo, ""},
+        {flanger("0.1"), 1, stereo, ""},
+        {voice(20, 0), 20, stereo,
          "chorus of 20 Hz takes sound of more samples a second than that, not of 20"},
-        {"Chorus", voice(20, 0), 21, stereo, ""},
-        {"Chorus", voice(0, 0), 44100, stereo, "chorus takes speeds above 0 Hz, not of 0"},
-        {"Chorus", voice(1, -0.5), 44100, stereo, "chorus takes depths of 0 ms at least, not of -0.5"},
-        {"Chorus", voice(1e-5, 0), 44100, stereo,
+        {voice(20, 0), 21, stereo, ""},
+        {voice(0, 0), 44100, stereo, "chorus takes speeds above 0 Hz, not of 0"},
+        {voice(1, -0.5), 44100, stereo, "chorus takes depths of 0 ms at least, not of -0.5"},
+        {voice(1e-5, 0), 44100, stereo,
          "chorus takes 16823 MiB of memory for such sound and settings, the most is 1024"},
-        {"Chorus", voice(1, 1e7), 44100, stereo,
+        {voice(1, 1e7), 44100, stereo,
          "chorus takes 3365 MiB of memory for such sound and settings, the most is 1024"},
-        {"Echo", echo("echos=1/0.5|90000/0.5"), 192000, {0x63F, 8}, ""},
-        {"Echo",
-         echo("echos=1/0.5|45000/0.5:scale=2"),
+        {echo("echos=1/0.5|90000/0.5"), 192000, {0x63F, 8}, ""},
+        {echo("echos=1/0.5|45000/0.5:scale=2"),
          384000,
          {0x63F, 8},
          "echo takes 1055 MiB of memory for such sound and settings, the most is 1024"},
@@ -104,9 +102,6 @@ TEST(SoundRefusals, SayWhatIsTooMuch) {
         }
         Failure const failure = Catch([&] { effect->Process(data); });
         EXPECT_EQ(failure.text, row.text);
-        EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/EffectFafloplalAudio");
-        EXPECT_EQ(failure.function, "static void EffectActionsAudio<Tarsel::Proc::SettingsAudio" + row.name +
-                                        ">::CheckFormat(const SettingsType &, const Conf::SampleInfo &)");
         EXPECT_EQ(data, block);
         EXPECT_EQ(Catch([&] { StreamOf(*effect).Feed(block); }).text, row.text);
     }
@@ -134,7 +129,7 @@ void RunWild(SoundCase const& row, std::uint32_t seed) {
     std::mt19937 random(seed);
     auto const pick = [&](auto const& list) { return list[random() % std::size(list)]; };
     auto const effect = MakeEffect(row.classId);
-    effect->SetSettings(*RandomSettings(seed).Draw(*Proc::FindSettingsClass(row.classId)));
+    effect->SetSettings(*RandomSettings(seed).Draw(FindSettingsClass(row.classId)));
     auto const info = SampleInfo::Init(static_cast<SampleFormats>(random() % 10), pick(rates), pick(layouts));
     auto& stream = StreamOf(*effect);
     try {

@@ -1,4 +1,4 @@
-#include "Proc/Effects/Lumenta/EffectFafloplalAudio.h"
+#include "Proc/Effects/Lumenta/Base/EffectFafloplal.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/Delay.h"
 #include "Proc/Settings/Dynamics.h"
@@ -78,26 +78,6 @@ TEST_P(SoundStreams, KeepSamplesAndTimesForLong) {
     EXPECT_GE(mostHeld * 1000000, traits.delayTime * rate * 9 / 10);
     EXPECT_FALSE(traits.frameIndependent);
     EXPECT_FALSE(traits.slices);
-}
-
-TEST_P(SoundStreams, StartAfreshAfterTheirEnd) {
-    SoundCase const& row = GetParam();
-    auto const effect = row.Make();
-    auto& stream = StreamOf(*effect);
-    stream.End();
-    EXPECT_EQ(stream.Take(), nullptr);
-    Blocks const in = Cut(*MakeSoundNoise(s_stereo, 7000), {1000});
-    std::string const first = GetRaw(RunStream(*effect, in));
-    EXPECT_EQ(stream.Take(), nullptr);
-    EXPECT_TRUE(GetRaw(RunStream(*effect, in)) == first);
-    // Dropped in the middle, too.
-    for (int i = 0; i < 3; ++i)
-        stream.Feed(in.front());
-    effect->Reset();
-    EXPECT_EQ(stream.Take(), nullptr);
-    EXPECT_TRUE(GetRaw(RunStream(*effect, in)) == first);
-    EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 24);
-    EXPECT_EQ(Catch([&] { stream.Feed({}); }).text, "A null block cannot be fed");
 }
 
 /// What a block of an unknown time becomes has an unknown time; a gap stays where it was.
@@ -198,7 +178,6 @@ TEST(SoundStream, BringsOutTheOldBeforeTheNew) {
 /// A policy that shows under which settings a block was finished.
 struct ProbeActions {
     using SettingsType = Proc::SettingsAudioReverb;
-    static constexpr std::string_view s_settingsName = "Probe";
     static constexpr Proc::EffectTraits s_traits{.summary = "probe"};
     static std::string GetFFString(SettingsType const&, SampleInfo const&) { return "aecho=1:1:20:0.5"; }
     static void PostProcess(SettingsType const& settings, SP<IDataAudio>& data) {

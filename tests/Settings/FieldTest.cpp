@@ -1,8 +1,8 @@
 #include "Proc/Settings/FieldTable.h"
-#include "Proc/Settings/SettingsCatalogue.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Settings/SettingsText.h"
 #include "Support/Failure.h"
+#include "Support/LibraryEffects.h"
 
 /// How fields are declared, read, written and refused, by examples.
 namespace Tarsel::Proc {
@@ -15,7 +15,7 @@ std::string GetRefusal(Work const& work) {
 }
 
 std::unique_ptr<Settings> Create(std::string_view classId) {
-    return FindSettingsClass(classId)->create();
+    return Tarsel::Test::FindSettingsClass(classId).Create();
 }
 
 std::string Read(std::string_view classId, std::string const& text, std::string_view key) {

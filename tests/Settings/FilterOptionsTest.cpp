@@ -1,4 +1,4 @@
-#include "Proc/Settings/SettingsCatalogue.h"
+#include "Support/LibraryEffects.h"
 
 #include <gtest/gtest.h>
 
@@ -77,7 +77,7 @@ void ExpectWords(Field const& field) {
 
 TEST(FilterOptions, HaveTheRangesAndWordsOfTheTables) {
     int checked = 0;
-    for (SettingsClass const& settingsClass : GetSettingsCatalogue()) {
+    for (Tarsel::Test::SettingsClass const& settingsClass : Tarsel::Test::GetSettingsClasses()) {
         for (Field const& field : settingsClass.fields) {
             SCOPED_TRACE(std::string(settingsClass.classId) + ": " + std::string(field.key));
             if (!field.option.filter.empty()) {

@@ -6,10 +6,10 @@
 #include "Proc/Settings/Format.h"
 #include "Proc/Settings/Modulation.h"
 #include "Proc/Settings/Orientation.h"
-#include "Proc/Settings/SettingsCatalogue.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Settings/Stylise.h"
 #include "Support/Failure.h"
+#include "Support/LibraryEffects.h"
 
 #include <gmock/gmock.h>
 
@@ -22,15 +22,6 @@
 namespace Tarsel::Proc {
 
 namespace {
-
-/// A static initialiser like any plug-in's or program's.
-std::size_t const s_classesSeenEarly = GetSettingsCatalogue().size();
-
-TEST(SettingsCatalogue, IsCompleteWhileOthersStart) {
-    EXPECT_EQ(s_classesSeenEarly, GetSettingsCatalogue().size());
-    EXPECT_EQ(FindSettingsClass("unheard-of"), nullptr);
-    EXPECT_EQ(SettingsResample::CLASS_ID, IResample::CLASS_ID);
-}
 
 TEST(IsEmpty, IsTrueWhereTheEffectChangesNothing) {
     struct Case {
@@ -84,7 +75,8 @@ TEST(IsEmpty, IsTrueWhereTheEffectChangesNothing) {
          })
         for (bool const isEmpty : {true, false})
             for (char const* text : isEmpty ? each.empty : each.others) {
-                std::unique_ptr<Settings> const settings = FindSettingsClass(each.classId)->create();
+                std::unique_ptr<Settings> const settings =
+                    Tarsel::Test::FindSettingsClass(each.classId).Create();
                 settings->Deserialize(text);
                 EXPECT_EQ(settings->IsEmpty(), isEmpty) << each.classId << ' ' << text;
             }
@@ -123,11 +115,11 @@ TEST(Conflicts, OfSeveralFieldsAreRefusedByNameHoweverTheyAreRead) {
                   "give overlap -1 to 7 with blocks of 8x8: overlap=8 is as large as the block"},
          }) {
         std::string const refusal = std::string(each.classId) + ": " + each.refusal;
-        std::unique_ptr<Settings> const settings = FindSettingsClass(each.classId)->create();
+        std::unique_ptr<Settings> const settings = Tarsel::Test::FindSettingsClass(each.classId).Create();
         EXPECT_NO_THROW(settings->Deserialize(each.legal)) << each.classId;
         EXPECT_NO_THROW(WriteFieldsFromProperty(*settings, Settings2Property(*settings)));
 
-        std::unique_ptr<Settings> const before = FindSettingsClass(each.classId)->create();
+        std::unique_ptr<Settings> const before = Tarsel::Test::FindSettingsClass(each.classId).Create();
         std::unique_ptr<Settings> const after = before->Clone();
         EXPECT_EQ(Tarsel::Test::TextOf<SettingsException>([&] { after->Deserialize(each.illegal); }),
                   refusal);

@@ -2,7 +2,7 @@
 
 #include "Conf/ChannelLayout.h"
 #include "Conf/PixFmtDescription.h"
-#include "Proc/Settings/SettingsCatalogue.h"
+#include "Support/LibraryEffects.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,8 +25,8 @@ public:
         : m_random(seed), m_texts(texts) {}
 
     /// An object of that class with every field drawn by itself, and again while they contradict one another.
-    std::unique_ptr<Proc::Settings> Draw(Proc::SettingsClass const& settingsClass) {
-        std::unique_ptr<Proc::Settings> settings = settingsClass.create();
+    std::unique_ptr<Proc::Settings> Draw(SettingsClass const& settingsClass) {
+        std::unique_ptr<Proc::Settings> settings = settingsClass.Create();
         do {
             for (Proc::Field const& field : settingsClass.fields)
                 Proc::WriteField(*settings, field, Draw(field));

@@ -57,9 +57,7 @@ void EffectFFMPEGAudio::WarmUp(Conf::SampleInfo const& info, std::int64_t sample
         av_samples_set_silence(frame.extended_data, 0, count, frame.ch_layout.nb_channels,
                                static_cast<AVSampleFormat>(frame.format));
         silence->SetTime(AV_NOPTS_VALUE);
-        Push(
-            *silence,
-            {s_file, "void Tarsel::Proc::EffectFFMPEGAudio::WarmUp(const Conf::SampleInfo &, std::int64_t)"});
+        Push(*silence, Core::Site::Here());
         while (av_buffersink_get_frame(m_sink, out.Get()) == 0)
             av_frame_unref(out.Get());
         samples -= count;
@@ -85,7 +83,7 @@ void EffectFFMPEGAudio::Process(SP<IDataAudio>& data) {
 }
 
 void EffectFFMPEGAudio::Feed(SP<IDataAudio> const& data) {
-    Push(*data, {s_file, "void Tarsel::Proc::EffectFFMPEGAudio::Feed(const SP<IDataAudio> &)"});
+    Push(*data, Core::Site::Here());
 }
 
 void EffectFFMPEGAudio::Push(IDataAudio const& data, Core::Site const& site) {
@@ -102,8 +100,7 @@ SP<IDataAudio> EffectFFMPEGAudio::Take() {
         return nullptr;
     if (result != 0) {
         m_failed = true;
-        ThrowFilterErrorOrMemory({s_file, "SP<IDataAudio> Tarsel::Proc::EffectFFMPEGAudio::Take()"},
-                                 s_feedingFailed, result, {GetDescription(), {}});
+        ThrowFilterErrorOrMemory(Core::Site::Here(), s_feedingFailed, result, {GetDescription(), {}});
     }
     SP<IDataAudio> data = MakeSinkBlock(*frame);
     constexpr auto rounding = static_cast<AVRounding>(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX);
@@ -115,8 +112,7 @@ SP<IDataAudio> EffectFFMPEGAudio::Take() {
 void EffectFFMPEGAudio::End() {
     int const result = av_buffersrc_add_frame_flags(m_source, nullptr, 0);
     if (result < 0)
-        ThrowFilterErrorOrMemory({s_file, "void Tarsel::Proc::EffectFFMPEGAudio::End()"}, s_feedingFailed,
-                                 result, {GetDescription(), {}});
+        ThrowFilterErrorOrMemory(Core::Site::Here(), s_feedingFailed, result, {GetDescription(), {}});
 }
 
 void EffectFFMPEGAudio::UpdateFormatCodec(SP<Conf::IFormatCodecAudio>& format) {

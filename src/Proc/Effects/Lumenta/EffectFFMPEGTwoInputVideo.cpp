@@ -48,9 +48,6 @@ AVFilterContext* FindInstance(AVFilterGraph& graph, char const* name, std::strin
     AVFilterContext* const filter = avfilter_graph_get_filter(&graph, name);
     if (!filter)
         Core::Throw<EffectException>(
-            {s_file,
-             "Tarsel::Proc::EffectFFMPEGTwoInputVideo::EffectFFMPEGTwoInputVideo(const std::string &, "
-             "const std::string &, const std::string &)"},
             s_processingFailed, TagFilterText(text),
             TagDetail(fmt::format("there is no {}: the description is not that of one filter", name)));
     return filter;

@@ -91,7 +91,7 @@ void EffectFFMPEGVideo::Process(SP<IDataVideo>& data) {
 }
 
 void EffectFFMPEGVideo::Feed(SP<IDataVideo> const& data) {
-    Push(*data, {s_file, "void Tarsel::Proc::EffectFFMPEGVideo::Feed(const SP<IDataVideo> &)"});
+    Push(*data, Core::Site::Here());
     if (!m_changesRate && !IsInMicroseconds())
         m_spans.push_back({data->GetTime(), data->GetDuration()});
 }
@@ -180,7 +180,7 @@ SP<IDataVideo> EffectFFMPEGVideo::Pull() {
     if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
         return nullptr;
     if (result != 0)
-        FailToDrain(result, {s_file, "SP<IDataVideo> Tarsel::Proc::EffectFFMPEGVideo::Pull()"});
+        FailToDrain(result, Core::Site::Here());
     // Unknown times and durations are no numbers to scale.
     constexpr auto rounding = static_cast<AVRounding>(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX);
     AVRational const unit = av_buffersink_get_time_base(m_sink);
@@ -197,8 +197,7 @@ void EffectFFMPEGVideo::FailToDrain(int error, Core::Site const& site) {
 void EffectFFMPEGVideo::End() {
     int const result = av_buffersrc_add_frame_flags(m_source, nullptr, 0);
     if (result < 0)
-        ThrowFilterErrorOrMemory({s_file, "void Tarsel::Proc::EffectFFMPEGVideo::End()"}, s_feedingFailed,
-                                 result, {GetDescription(), {}});
+        ThrowFilterErrorOrMemory(Core::Site::Here(), s_feedingFailed, result, {GetDescription(), {}});
 }
 
 SP<IDataVideo> EffectFFMPEGVideo::Finish(SafeFrame frame) {

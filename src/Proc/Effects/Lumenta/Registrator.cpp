@@ -1,79 +1,84 @@
 #include "Proc/Effects/Lumenta/Registrator.h"
 
-#include "Proc/Effects/Lumenta/Audio/Delay.h"
-#include "Proc/Effects/Lumenta/Audio/Dynamics.h"
-#include "Proc/Effects/Lumenta/Audio/Equalizer.h"
-#include "Proc/Effects/Lumenta/Audio/Modulation.h"
 #include "Proc/Effects/Lumenta/AudioGeneratorFF.h"
-#include "Proc/Effects/Lumenta/ColorBalanceFF.h"
-#include "Proc/Effects/Lumenta/CreateEffect.h"
-#include "Proc/Effects/Lumenta/EffectImageResizer.h"
-#include "Proc/Effects/Lumenta/MidEqualizerFF.h"
-#include "Proc/Effects/Lumenta/PixelFormatConverterFF.h"
-#include "Proc/Effects/Lumenta/ResampleFF.h"
-#include "Proc/Effects/Lumenta/RotateFF.h"
-#include "Proc/Effects/Lumenta/SmartBlurFF.h"
-#include "Proc/Effects/Lumenta/Video/Blur.h"
-#include "Proc/Effects/Lumenta/Video/Colour.h"
-#include "Proc/Effects/Lumenta/Video/Denoise.h"
-#include "Proc/Effects/Lumenta/Video/Orientation.h"
-#include "Proc/Effects/Lumenta/Video/Stabilise.h"
-#include "Proc/Effects/Lumenta/Video/Stylise.h"
+#include "Proc/Effects/Lumenta/Base/CreateEffect.h"
+#include "Proc/Interfaces/IResample.h"
+#include "Proc/Interfaces/IResizeComplex.h"
 #include "Proc/Interfaces/ImplNames.h"
+#include "Proc/Settings/Colour.h"
+#include "Proc/Settings/Delay.h"
+#include "Proc/Settings/Denoise.h"
+#include "Proc/Settings/Dynamics.h"
+#include "Proc/Settings/Equalizer.h"
+#include "Proc/Settings/Format.h"
+#include "Proc/Settings/MidEqualizer.h"
+#include "Proc/Settings/Modulation.h"
+#include "Proc/Settings/Orientation.h"
+#include "Proc/Settings/Rotate.h"
+#include "Proc/Settings/SmartBlur.h"
+#include "Proc/Settings/Stabilise.h"
+#include "Proc/Settings/Stylise.h"
 
-#include <array>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace Tarsel::Proc {
 namespace {
 
 struct Registration {
-    std::string const* classId;
-    /// Its kind is the operation of the registrar.
-    std::variant<VideoEffectCreator, AudioEffectCreator, TwoInputVideoEffectCreator> creator;
+    std::string const& classId;
+    EffectCreator creator;
 };
 
+/// The effect over settings class S, by that class's id or another.
+template <class S>
+Registration Row(std::string const& classId = S::CLASS_ID) {
+    return {classId, GetCreator<S>()};
+}
+
 /// Every effect of this library, in the order of registration.
-constexpr std::array s_registrations{
-    Registration{&SettingsEffectFlip::CLASS_ID, CreateEffectFlip},
-    Registration{&SettingsEffectTranspose::CLASS_ID, CreateEffectTranspose},
-    Registration{&SettingsEffectDisplayMatrix::CLASS_ID, CreateEffectDisplayMatrix},
-    Registration{&SettingsEffectDeshake::CLASS_ID, CreateEffectDeshake},
-    Registration{&SettingsEffectStabilizer::CLASS_ID, CreateEffectStabilizer},
-    Registration{&SettingsPixelFormatConverter::CLASS_ID, CreatePixelFormatConverter},
-    Registration{&SettingsEffectDenoiseChromaLuma::CLASS_ID, CreateEffectDenoiseChromaLuma},
-    Registration{&SettingsEffectDenoiseDCT::CLASS_ID, CreateEffectDenoiseDCT},
-    Registration{&SettingsEffectDenoiseOvercompleteWavelet::CLASS_ID, CreateEffectDenoiseOvercompleteWavelet},
-    Registration{&SettingsEffectEdgeDetect::CLASS_ID, CreateEffectEdgeDetect},
-    Registration{&SettingsEffectEmboss::CLASS_ID, CreateEffectEmboss},
-    Registration{&SettingsEffectBalanceChroma::CLASS_ID, CreateEffectBalanceChroma},
-    Registration{&SettingsEffectBlur::CLASS_ID, CreateEffectBlur},
-    Registration{&SettingsEffectColorChannelMixer::CLASS_ID, CreateEffectColorChannelMixer},
-    Registration{&SettingsEffectNegateVideo::CLASS_ID, CreateEffectNegateVideo},
-    Registration{&SettingsEffectNoiseVideo::CLASS_ID, CreateEffectNoiseVideo},
-    Registration{&SettingsEffectBorder::CLASS_ID, CreateEffectBorder},
-    Registration{&SettingsEffectPosterize::CLASS_ID, CreateEffectPosterize},
-    Registration{&SettingsEffectRemoveGrain::CLASS_ID, CreateEffectRemoveGrain},
-    Registration{&SettingsEffectMidEqualizer::CLASS_ID, CreateEffectMidequalizer},
-    Registration{&SettingsDeinterlace::CLASS_ID, CreateEffectDeinterlace},
-    Registration{&SettingsResizer::CLASS_ID, CreateEffect<IOneInputEffectVideo, EffectImageResizer>},
-    Registration{&IResample::CLASS_ID, CreateEffect<IOneInputEffectAudio, ResampleFF>},
-    Registration{&IResizeComplex::EXTENDED_CLASS_ID, CreateEffect<IOneInputEffectVideo, EffectImageResizer>},
-    Registration{&SettingsEffectRotate::CLASS_ID, RotateFF::Create},
-    Registration{&SettingsEffectColorBalance::CLASS_ID, ColorBalanceFF::Create},
-    Registration{&SettingsEffectSmartBlur::CLASS_ID, SmartBlurFF::Create},
-    Registration{&SettingsAudioEqualizer::CLASS_ID, CreateEffectAudioFF<SettingsAudioEqualizer>},
-    Registration{&SettingsAudioEcho::CLASS_ID, CreateEffectAudioFF<SettingsAudioEcho>},
-    Registration{&SettingsAudioChorus::CLASS_ID, CreateEffectAudioFF<SettingsAudioChorus>},
-    Registration{&SettingsAudioReverb::CLASS_ID, CreateEffectAudioFF<SettingsAudioReverb>},
-    Registration{&SettingsAudioGate::CLASS_ID, CreateEffectAudioFF<SettingsAudioGate>},
-    Registration{&SettingsAudioNoiseGate::CLASS_ID, CreateEffectAudioFF<SettingsAudioNoiseGate>},
-    Registration{&SettingsAudioCompressor::CLASS_ID, CreateEffectAudioFF<SettingsAudioCompressor>},
-    Registration{&SettingsAudioDistortion::CLASS_ID, CreateEffectAudioFF<SettingsAudioDistortion>},
-    Registration{&SettingsAudioFlanger::CLASS_ID, CreateEffectAudioFF<SettingsAudioFlanger>},
-    Registration{&SettingsAudioVibrato::CLASS_ID, CreateEffectAudioFF<SettingsAudioVibrato>},
-};
+std::vector<Registration> MakeRegistrations() {
+    return {
+        Row<SettingsEffectFlip>(),
+        Row<SettingsEffectTranspose>(),
+        Row<SettingsEffectDisplayMatrix>(),
+        Row<SettingsEffectDeshake>(),
+        Row<SettingsEffectStabilizer>(),
+        Row<SettingsPixelFormatConverter>(),
+        Row<SettingsEffectDenoiseChromaLuma>(),
+        Row<SettingsEffectDenoiseDCT>(),
+        Row<SettingsEffectDenoiseOvercompleteWavelet>(),
+        Row<SettingsEffectEdgeDetect>(),
+        Row<SettingsEffectEmboss>(),
+        Row<SettingsEffectBalanceChroma>(),
+        Row<SettingsEffectBlur>(),
+        Row<SettingsEffectColorChannelMixer>(),
+        Row<SettingsEffectNegateVideo>(),
+        Row<SettingsEffectNoiseVideo>(),
+        Row<SettingsEffectBorder>(),
+        Row<SettingsEffectPosterize>(),
+        Row<SettingsEffectRemoveGrain>(),
+        Row<SettingsEffectMidEqualizer>(),
+        Row<SettingsDeinterlace>(),
+        Row<SettingsResizer>(),
+        Row<SettingsResample>(IResample::CLASS_ID),
+        Row<SettingsResizer>(IResizeComplex::EXTENDED_CLASS_ID),
+        Row<SettingsEffectRotate>(),
+        Row<SettingsEffectColorBalance>(),
+        Row<SettingsEffectSmartBlur>(),
+        Row<SettingsAudioEqualizer>(),
+        Row<SettingsAudioEcho>(),
+        Row<SettingsAudioChorus>(),
+        Row<SettingsAudioReverb>(),
+        Row<SettingsAudioGate>(),
+        Row<SettingsAudioNoiseGate>(),
+        Row<SettingsAudioCompressor>(),
+        Row<SettingsAudioDistortion>(),
+        Row<SettingsAudioFlanger>(),
+        Row<SettingsAudioVibrato>(),
+    };
+}
 
 /// One registration with a registrar.
 struct Register {
@@ -96,8 +101,8 @@ struct Register {
 
 bool Registrator(Tarsel::Proc::IEffectRegistrar& registrar) {
     bool isNew = false;
-    for (Tarsel::Proc::Registration const& row : Tarsel::Proc::s_registrations)
-        isNew = std::visit(Tarsel::Proc::Register{registrar, *row.classId}, row.creator);
+    for (Tarsel::Proc::Registration const& row : Tarsel::Proc::MakeRegistrations())
+        isNew = std::visit(Tarsel::Proc::Register{registrar, row.classId}, row.creator);
     return isNew;
 }
 

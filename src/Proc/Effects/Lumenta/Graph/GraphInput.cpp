@@ -20,13 +20,8 @@ namespace Tarsel::Proc {
 
 void RequireFrameFor(AVFilterContext const& source, IDataVideo const& data, AVFrame const& frame,
                      std::string_view name, std::string const& filter) {
-    auto const refuse = [&](std::string const& text, Core::CodePoint point = Core::CodePoint::Here()) {
-        Core::Throw<EffectException>(
-            {"Proc/Effects/Lumenta/Graph/GraphInput",
-             "void Tarsel::Proc::RequireFrameFor(const AVFilterContext &, const IDataVideo &, "
-             "const AVFrame &, std::string_view, const std::string &)",
-             point},
-            text, TagFilterText(filter));
+    auto const refuse = [&](std::string const& text, Core::Site const& site = Core::Site::Here()) {
+        Core::Throw<EffectException>(site, text, TagFilterText(filter));
     };
     if (std::string const fault = FindFrameFault(data, frame, name); !fault.empty())
         refuse(fault);

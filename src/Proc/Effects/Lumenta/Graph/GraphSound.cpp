@@ -28,12 +28,8 @@ int CountPlanes(AVFrame const& frame) {
 }
 
 void CheckFrame(AVFrame const& frame, std::string const& filter) {
-    auto const refuse = [&](std::string const& text, Core::CodePoint point = Core::CodePoint::Here()) {
-        Core::Throw<EffectException>(
-            {"Proc/Effects/Lumenta/Graph/GraphSound",
-             "void Tarsel::Proc::(anonymous namespace)::CheckFrame(const AVFrame &, const std::string &)",
-             point},
-            text, TagFilterText(filter));
+    auto const refuse = [&](std::string const& text, Core::Site const& site = Core::Site::Here()) {
+        Core::Throw<EffectException>(site, text, TagFilterText(filter));
     };
     int const channels = frame.ch_layout.nb_channels;
     if (channels <= 0)

@@ -78,10 +78,7 @@ void BlendByKernel(AVFrame const& withAlpha, AVFrame& picture, Conf::PixColor ba
     auto const& format = Conf::PixFmtDescription::Find(FormatOf(picture));
     Layout const* const layout = FindLayout(format.GetFormat());
     if (layout == nullptr)
-        Core::Throw<EffectException>(
-            {"Proc/Effects/Lumenta/PixelFormatConverterFF",
-             "void Tarsel::Proc::PixelFormatConverterFF::Premultiply(const AVFrame &, AVFrame &) const"},
-            fmt::format("Not implemented for '{}' format", format.GetName()));
+        Core::Throw<EffectException>(fmt::format("Not implemented for '{}' format", format.GetName()));
 
     background.alpha = 255;
     Conf::PixComponents const k = format.MakeColor(background, GetFrameColorSpace(picture));

@@ -107,12 +107,8 @@ void CheckSize(SettingsResizer const& settings, Conf::FrameInfo const& from, Con
     double const longest = FindField(settings.GetFields(), "width")->maximum;
     if (to.width <= longest && to.height <= longest)
         return;
-    Core::Throw<EffectException>(
-        {"Proc/Effects/Lumenta/Picture/ResizePlan",
-         "void Tarsel::Proc::(anonymous namespace)::CheckSize(const SettingsResizer &, const Conf::FrameInfo "
-         "&, const Conf::FrameInfo &)"},
-        fmt::format("{}x{} pixels would become {}x{}; a side may have 1 to {}", from.width, from.height,
-                    to.width, to.height, longest));
+    Core::Throw<EffectException>(fmt::format("{}x{} pixels would become {}x{}; a side may have 1 to {}",
+                                             from.width, from.height, to.width, to.height, longest));
 }
 
 } // namespace
@@ -122,13 +118,9 @@ std::optional<ResizePlan> PlanResize(SettingsResizer const& settings, PixFmt for
     if (settings.IsEmpty() || input.width == 0 || input.height == 0)
         return std::nullopt;
     if (settings.width < 0 || settings.height < 0)
-        Core::Throw<EffectException>(
-            {"Proc/Effects/Lumenta/Picture/ResizePlan",
-             "std::optional<ResizePlan> Tarsel::Proc::PlanResize(const SettingsResizer &, PixFmt, const "
-             "Conf::FrameInfo &)"},
-            fmt::format(
-                "Cannot resize to {}x{} pixels: a side may have 1 to {}, or 0 to follow from the other",
-                settings.width, settings.height, FindField(settings.GetFields(), "width")->maximum));
+        Core::Throw<EffectException>(fmt::format(
+            "Cannot resize to {}x{} pixels: a side may have 1 to {}, or 0 to follow from the other",
+            settings.width, settings.height, FindField(settings.GetFields(), "width")->maximum));
     Size const asked{static_cast<std::uint32_t>(settings.width), static_cast<std::uint32_t>(settings.height)};
     Size const present{input.width, input.height};
     if (asked == present)

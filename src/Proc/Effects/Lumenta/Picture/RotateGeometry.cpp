@@ -51,7 +51,6 @@ SplitAngle TakeApart(double angle) {
     double const count = isWhole ? nearest : std::trunc(turns + 0.5);
     if (!(count >= Limits::min() && count <= Limits::max()))
         Core::Throw<EffectException>(
-            {"Proc/Effects/Lumenta/RotateFF", "bool Tarsel::Proc::RotateFF::AnalyzeAngle(double &)"},
             fmt::format("Cannot rotate by {:g} degrees: quarter turns are counted from {} to {}",
                         angle * 180 / s_pi, Limits::min(), Limits::max()));
     auto const quarters = static_cast<std::int32_t>(count);
