@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -247,7 +248,7 @@ std::int64_t SafeSwrContext::GetTime(std::int64_t sample) {
     std::int64_t const to = m_params.to.rate / common;
     // In common/(from·to) of a second, which both kinds of samples are whole multiples of.
     std::int64_t const place = sample * from;
-    while (m_anchors.size() > 1 && m_anchors[1].sample * to <= place)
+    while (m_anchors.size() > 1 && std::next(m_anchors.begin())->sample * to <= place)
         m_anchors.pop_front();
     if (m_anchors.empty() || m_anchors.front().sample * to > place)
         return AV_NOPTS_VALUE;

@@ -5,7 +5,7 @@
 #include "Proc/Wrappers/SafeFrame.h"
 
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <memory>
 #include <optional>
 
@@ -80,8 +80,8 @@ private:
     /// Samples so far, of the present stream.
     std::int64_t m_taken = 0;
     std::int64_t m_given = 0;
-    /// From the one that counts for the next sample given on.
-    std::deque<Anchor> m_anchors;
+    /// From the one that counts for the next sample given on. A list takes no memory while it is empty.
+    std::list<Anchor> m_anchors;
 };
 
 } // namespace Tarsel::Proc
