@@ -13,6 +13,8 @@ import sys
 CONTRACT = ["Core", "Conf", "Proc/Interfaces"]
 SDK = [*CONTRACT, "Proc/Settings", "Proc/Wrappers", "Proc/Data"]
 EFFECTS = [*SDK, "Proc/Algorithms"]
+# Behind the installed headers, which lie in Media itself: each knows those before it.
+MEDIA = ["Media/Base", "Media/Container", "Media/Codec", "Media/Run"]
 
 # Each room and the rooms that it may include; the first name that a path starts with counts.
 MAY_INCLUDE = {
@@ -25,6 +27,7 @@ MAY_INCLUDE = {
     "Proc/Algorithms": EFFECTS,
     "Proc/Effects/Lumenta": [*EFFECTS, "Proc/Effects/Lumenta"],
     "Host": [*SDK, "Host"],
+    **{room: [*SDK, "Host", "Media", *MEDIA[: index + 1]] for index, room in enumerate(MEDIA)},
     "Media": [*SDK, "Host", "Media"],
     "Tools": [*EFFECTS, "Host", "Media", "Tools"],
 }
@@ -33,11 +36,11 @@ MAY_INCLUDE = {
 # link.
 FFMPEG = {
     "libavutil": list(MAY_INCLUDE),
-    "libswscale": ["Proc/Wrappers", "Proc/Effects/Lumenta", "Conf", "Media"],
-    "libswresample": ["Proc/Wrappers", "Proc/Effects/Lumenta", "Media"],
+    "libswscale": ["Proc/Wrappers", "Proc/Effects/Lumenta", "Conf", *MEDIA],
+    "libswresample": ["Proc/Wrappers", "Proc/Effects/Lumenta", *MEDIA],
     "libavfilter": ["Proc/Effects/Lumenta"],
-    "libavcodec": ["Media"],
-    "libavformat": ["Media"],
+    "libavcodec": MEDIA,
+    "libavformat": MEDIA,
 }
 
 # What a header may include of FFmpeg's, because no forward declaration does: enumerations and small structures

@@ -35,10 +35,6 @@ struct AudioFileOptions {
     int depth = 0;
 };
 
-/// What AudioWriter would refuse. For programs that have long work to do before. OptionsException,
-/// OutputException.
-TARSEL_MEDIA_API void CheckAudioFile(AudioFileOptions const& options);
-
 /// Writes blocks of sound into a file of its own. It appears under its name when it is published, and only
 /// then: otherwise the destructor leaves nothing behind. One thread at a time.
 class TARSEL_MEDIA_API AudioWriter {

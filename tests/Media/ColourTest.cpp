@@ -71,31 +71,6 @@ INSTANTIATE_TEST_SUITE_P(
 
 using Conversions = RunFixture;
 
-// libx264 takes no odd sizes with subsampled chroma.
-TEST_F(Conversions, OddSizesIntoH264) {
-    Make(File("in.mkv"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -s 65x49 -pix_fmt yuv420p -c:v ffv1");
-    Media::RunResult const result = Media::Run(Options("in.mkv", "out.mp4"));
-    MediaRecord const out = ReadMedia(File("out.mp4"));
-    EXPECT_EQ(out.format, "yuv444p");
-    EXPECT_EQ(out.width, 65);
-    EXPECT_EQ(out.height, 49);
-    EXPECT_THAT(result.notes,
-                ElementsAre("The input's pictures (ffv1) are without loss; those of libx264 are not quite.",
-                            "Pictures were converted from yuv420p to yuv444p for the encoder libx264, "
-                            "which takes odd sizes only so."));
-}
-
-TEST_F(Conversions, WhatIsLostIsTold) {
-    Make(File("in.mkv"),
-         "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -vf format=rgba64le,format=gbrap12le -c:v ffv1");
-    Media::RunOptions options = Options("in.mkv", "out.mp4");
-    options.videoEncoder = "mpeg4";
-    EXPECT_THAT(
-        Media::Run(options).notes,
-        ElementsAre("Pictures were converted from gbrap12le to yuv420p for the encoder mpeg4; lost: alpha, "
-                    "depth, chroma resolution."));
-}
-
 // RGB becomes YUV that says which: a player of HD assumes BT.709, and so a colour stays what it is.
 TEST_F(Conversions, RgbSaysItsMatrix) {
     Make(File("in.png"), "-f lavfi -i color=0x20c040:s=64x48 -frames:v 1 -pix_fmt rgb24");

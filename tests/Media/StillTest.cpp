@@ -107,17 +107,6 @@ TEST_F(Still, BecomesAFilmOfOnePicture) {
     EXPECT_GT(out.pictures[0].duration, 0);
 }
 
-TEST_F(Still, NullLaneCopiesOrConverts) {
-    Make(File("in.png"), "-f lavfi -i testsrc2=s=64x48 -frames:v 1");
-    Media::RunOptions options = Options("in.png", "out.png");
-    options.makeVideoEffects = {};
-    Media::Run(options);
-    EXPECT_EQ(Read("out.png"), Read("in.png"));
-    options.output = File("out.jpg");
-    EXPECT_EQ(Media::Run(options).videoEncoder, "mjpeg");
-    EXPECT_EQ(ReadMedia(File("out.jpg")).streams[0].codec, "mjpeg");
-}
-
 // Sound files: the cover is the only picture there is; the sound comes along.
 TEST_F(Still, TheCoverOfASoundFile) {
     Make(File("cover.png"), "-f lavfi -i testsrc2=s=64x48 -frames:v 1");

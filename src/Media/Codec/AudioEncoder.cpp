@@ -186,8 +186,8 @@ void AudioEncoder::Check(char const* signature, int error) const {
             Proc::TagFFmpegError(error));
 }
 
-std::vector<std::string> AudioEncoder::GetNotes() const {
-    std::vector<std::string> notes = m_aligner->GetNotes();
+std::vector<std::string> AudioEncoder::DescribeLosses() const {
+    std::vector<std::string> notes;
     Conf::SampleInfo const& made = m_aligner->GetFormat();
     std::string change;
     if (made.rate != m_input.rate)
@@ -196,8 +196,8 @@ std::vector<std::string> AudioEncoder::GetNotes() const {
         change += fmt::format("{}from {} to {}", change.empty() ? "" : " and ", m_input.layout.GetName(),
                               made.layout.GetName());
     if (!change.empty())
-        notes.insert(notes.begin(), fmt::format("Sound was converted {} for the encoder {}.", change,
-                                                m_context->codec->name));
+        notes.push_back(
+            fmt::format("Sound was converted {} for the encoder {}.", change, m_context->codec->name));
     // What loses sound anyway has no depth.
     AVCodecDescriptor const* const codec = avcodec_descriptor_get(m_context->codec_id);
     bool const isExact = codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0;

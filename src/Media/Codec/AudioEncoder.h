@@ -4,13 +4,15 @@
 #include "Core/Ratio.h"
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Codec/AudioAligner.h"
-#include "Media/Codec/EncoderChoice.h"
+#include "Media/Codec/Encoders.h"
 
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
+
+struct AVOutputFormat;
 
 namespace Tarsel::Proc {
 class IDataAudio;
@@ -42,6 +44,8 @@ public:
     ~AudioEncoder();
 
     AVCodecContext const& GetContext() const noexcept { return *m_context; }
+    /// Of the blocks that are encoded.
+    Conf::SampleInfo const& GetFormat() const noexcept { return m_aligner->GetFormat(); }
     /// Of the packets.
     Ratio GetTimeBase() const noexcept;
     /// As AudioAligner::StartAt.
@@ -52,7 +56,10 @@ public:
     /// No more blocks: the rest.
     void End(TakePacket const& give);
 
-    std::vector<std::string> GetNotes() const;
+    /// What the user should know, one sentence each: what the encoder's choice costs, known from the start;
+    /// and what came up.
+    std::vector<std::string> DescribeLosses() const;
+    std::vector<std::string> GetNotes() const { return m_aligner->GetNotes(); }
 
 private:
     int TryOpen(AudioRequest const& request, Conf::SampleInfo const& format, EncoderOptions const& defaults);

@@ -59,10 +59,11 @@ AVCodec const* FindUsualEncoder(Container const& container, std::filesystem::pat
             return encoder;
     AVOutputFormat const* const named = container.isStill ? &GetStillFormat() : container.format;
     AVCodecID const codec = av_guess_codec(named, nullptr, output.c_str(), nullptr, AVMEDIA_TYPE_VIDEO);
+    if (!container.isStill)
+        return avcodec_find_encoder(codec);
     // The first one FFmpeg knows for WebP makes animations.
-    AVCodec const* const still =
-        codec == AV_CODEC_ID_WEBP ? avcodec_find_encoder_by_name("libwebp") : nullptr;
-    return still != nullptr ? still : avcodec_find_encoder(codec);
+    auto const encoders = ListEncodersOf(codec);
+    return encoders.empty() ? nullptr : encoders.front();
 }
 
 } // namespace

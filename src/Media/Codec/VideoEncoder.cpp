@@ -62,16 +62,16 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
     if (GetTraits(*request.container).isMovFamily && !rules.codec.tellsRange && !DescribesColors(frame))
         rules.losesRange = true;
     m_wholeChroma = rules.codec.wantsWholeChroma;
-    m_picture =
+    m_conversion =
         ChooseVideoConversion(format, space, static_cast<std::uint32_t>(frame.width),
                               static_cast<std::uint32_t>(frame.height), rules, FindYuvOrigin(request.input));
-    if (m_picture.format == Conf::PixFmt::None)
+    if (m_conversion.format == Conf::PixFmt::None)
         Core::Throw<OutputException>({s_file, signature},
                                      fmt::format("The encoder \"{}\" cannot take pictures of {}",
                                                  request.encoder->name, Proc::PictureText(frame)));
-    if (m_picture.isConverted)
+    if (m_conversion.isConverted)
         m_scaler = Proc::SafeSwsContext(
-            {MakeSide(frame, format, space), MakeSide(frame, m_picture.format, m_picture.space)});
+            {MakeSide(frame, format, space), MakeSide(frame, m_conversion.format, m_conversion.space)});
     Open(request);
 }
 
@@ -83,7 +83,7 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     AVCodecContext& context = *m_context;
     context.width = frame.width;
     context.height = frame.height;
-    context.pix_fmt = static_cast<AVPixelFormat>(m_picture.format);
+    context.pix_fmt = static_cast<AVPixelFormat>(m_conversion.format);
     context.sample_aspect_ratio = frame.sample_aspect_ratio;
     if (auto const rates = GetFrameRates(*request.encoder); !rates.empty() && m_frameRate.numerator > 0) {
         m_frameRate = ChooseLegalRate(rates, m_frameRate);
@@ -94,9 +94,9 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     Ratio const tick = m_countsFrames ? Ratio{m_frameRate.denominator, m_frameRate.numerator} : m_timeBase;
     context.time_base = ToAV(ChooseEncoderTimeBase(request.encoder->id, tick, m_frameRate));
     context.framerate = ToAV(m_frameRate);
-    context.colorspace = static_cast<AVColorSpace>(m_picture.space.matrix);
-    context.color_range = static_cast<AVColorRange>(m_picture.space.range);
-    context.color_primaries = static_cast<AVColorPrimaries>(m_picture.space.primaries);
+    context.colorspace = static_cast<AVColorSpace>(m_conversion.space.matrix);
+    context.color_range = static_cast<AVColorRange>(m_conversion.space.range);
+    context.color_primaries = static_cast<AVColorPrimaries>(m_conversion.space.primaries);
     context.color_trc = frame.color_trc;
     context.chroma_sample_location = frame.chroma_location;
     context.thread_count = request.isStill ? 1 : ChooseCodecThreads();
@@ -137,15 +137,15 @@ void VideoEncoder::SetInterlacing(AVFrame const& frame) {
 void VideoEncoder::Send(WorkedFrame const& worked) {
     CheckLikeFirst(worked);
     Proc::SafeFrame frame = Proc::MakeRegular(*worked.data->GetAVFrame());
-    if (m_picture.isConverted)
+    if (m_conversion.isConverted)
         frame = Convert(*frame);
-    frame->format = static_cast<int>(m_picture.format);
+    frame->format = static_cast<int>(m_conversion.format);
     frame->pict_type = AV_PICTURE_TYPE_NONE; // the encoder's own choice, not that of the input's encoder
     // Encoders with a quantizer scale read it from each picture.
     frame->quality = m_context->global_quality;
     // The caller has dealt with the orientation; a tag beside it would turn the picture twice.
     av_frame_remove_side_data(frame.Get(), AV_FRAME_DATA_DISPLAYMATRIX);
-    Proc::SetFrameColorSpace(*frame, m_picture.space);
+    Proc::SetFrameColorSpace(*frame, m_conversion.space);
 
     AVRational const timeBase = m_context->time_base;
     frame->pts = av_rescale_q(worked.time.start, ToAV(m_timeBase), timeBase);
@@ -190,8 +190,8 @@ void VideoEncoder::CheckLikeFirst(WorkedFrame const& worked) const {
 
 Proc::SafeFrame VideoEncoder::Convert(AVFrame const& frame) const {
     Conf::FrameInfo const info = Proc::GetFrameInfo(frame);
-    Proc::SafeFrame converted(m_picture.space, m_picture.format, info.width, info.height, info.aspectNum,
-                              info.aspectDen);
+    Proc::SafeFrame converted(m_conversion.space, m_conversion.format, info.width, info.height,
+                              info.aspectNum, info.aspectDen);
     converted.CopyProperties(frame);
     m_scaler.Scale(frame, *converted);
     return converted;
@@ -227,14 +227,11 @@ std::int64_t VideoEncoder::ToOwnTime(std::int64_t encoderTime) const {
                         av_rescale_q(encoderTime - known, m_context->time_base, ToAV(m_timeBase)));
 }
 
-std::vector<std::string> VideoEncoder::GetNotes() const {
+std::vector<std::string> VideoEncoder::DescribeLosses() const {
     std::vector<std::string> notes;
     if (m_losesFields)
         notes.push_back(fmt::format("The pictures are two fields each; the encoder {} takes them for one.",
                                     m_context->codec->name));
-    if (m_unevenTimes > 0)
-        notes.push_back("The file keeps no times: " + CountText(m_unevenTimes, "picture") +
-                        " moved to fit its frame rate.");
     if (m_losesLight)
         notes.emplace_back(
             "The light levels of HDR were left out: neither encoder nor container keeps them.");
@@ -243,20 +240,27 @@ std::vector<std::string> VideoEncoder::GetNotes() const {
     return notes;
 }
 
+std::vector<std::string> VideoEncoder::GetNotes() const {
+    if (m_unevenTimes == 0)
+        return {};
+    return {"The file keeps no times: " + CountText(m_unevenTimes, "picture") +
+            " moved to fit its frame rate."};
+}
+
 /// "" where there is none that a user need know of.
 std::string VideoEncoder::DescribeConversion() const {
-    if (!m_picture.isConverted)
+    if (!m_conversion.isConverted)
         return {};
     AVFrame const& first = GetFirstFrame();
     std::string const change = fmt::format("Pictures were converted from {} to {} for the encoder {}",
                                            Proc::PixelFormatText(first.format),
                                            Proc::PixelFormatText(m_context->pix_fmt), m_context->codec->name);
     bool const isOdd = first.width % 2 != 0 || first.height % 2 != 0;
-    if (std::string const lost = Conf::GetLossText(m_picture.loss & ~FF_LOSS_COLORSPACE); !lost.empty())
+    if (std::string const lost = Conf::GetLossText(m_conversion.loss & ~FF_LOSS_COLORSPACE); !lost.empty())
         return change + "; lost: " + lost + ".";
     if (m_wholeChroma && isOdd)
         return change + ", which takes odd sizes only so.";
-    if ((m_picture.loss & FF_LOSS_COLORSPACE) != 0)
+    if ((m_conversion.loss & FF_LOSS_COLORSPACE) != 0)
         return change + ".";
     return {}; // another order of the same values
 }

@@ -41,8 +41,6 @@ struct EncoderRequest {
     bool isStill = false;
     /// Of the input's pictures; nothing where theirs do not matter.
     VideoFormat input;
-    /// Serves where `encoder` does not open for the pictures; null: none.
-    AVCodec const* fallback = nullptr;
 };
 
 /// Encodes pictures, on as many threads as ChooseCodecThreads says. One thread at a time.
@@ -55,8 +53,6 @@ public:
 
     AVCodecContext const& GetContext() const noexcept { return *m_context; }
     Ratio GetTimeBase() const noexcept { return m_timeBase; }
-    /// Frames a second of what is written; 0/1 when not known.
-    Ratio GetFrameRate() const noexcept { return m_frameRate; }
     /// The first picture, as it went in: its side data describe the stream.
     AVFrame const& GetFirstFrame() const noexcept { return *m_first->GetAVFrame(); }
 
@@ -68,6 +64,9 @@ public:
     /// the caller's until the next call.
     AVPacket* Receive();
 
+    /// What the user should know, one sentence each: what the encoder's choice costs, known from the start;
+    /// and what came up.
+    std::vector<std::string> DescribeLosses() const;
     std::vector<std::string> GetNotes() const;
 
 private:
@@ -82,7 +81,7 @@ private:
     SP<Proc::IDataVideo> m_first;
     Ratio m_timeBase;
     Ratio m_frameRate;
-    VideoConversion m_picture;
+    VideoConversion m_conversion;
     bool m_wholeChroma = false;
     Proc::SafeSwsContext m_scaler;
     UniqueCodecContext m_context;

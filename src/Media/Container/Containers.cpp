@@ -4,10 +4,10 @@
 #include "Media/Base/MessageText.h"
 #include "Media/MediaExceptions.h"
 
+#include <boost/algorithm/string/case_conv.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <string>
 
 extern "C" {
@@ -184,9 +184,7 @@ constexpr InputTraits s_inputs[] = {
 
 /// Whether files of the name hold audio alone, though the container could hold pictures too.
 bool IsNamedForAudio(ContainerTraits const& traits, std::filesystem::path const& output) {
-    std::string extension = output.extension().string() + ' ';
-    std::ranges::transform(extension, extension.begin(),
-                           [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    std::string const extension = boost::algorithm::to_lower_copy(output.extension().string()) + ' ';
     return extension.size() > 1 && traits.audioExtensions.find(extension) != std::string_view::npos;
 }
 

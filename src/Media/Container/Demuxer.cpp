@@ -43,9 +43,9 @@ std::int64_t PixelCount(AVStream const& stream) noexcept {
 Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
     : m_path(std::move(path)), m_stop(std::move(stop)) {
     Open();
-    m_picture = FindVideo();
-    m_sound = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_picture, nullptr, 0);
-    if (m_picture < 0 && m_sound < 0)
+    m_video = FindVideo();
+    m_audio = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_video, nullptr, 0);
+    if (m_video < 0 && m_audio < 0)
         Core::Throw<InputException>(
             {s_file, "Tarsel::Media::Demuxer::Demuxer(std::filesystem::path, std::stop_token)"},
             fmt::format("{} has neither pictures nor sound", Quote(m_path)));
@@ -108,13 +108,13 @@ int Demuxer::FindVideo() const {
 }
 
 AVStream const& Demuxer::GetVideo() const noexcept {
-    return *m_context->streams[m_picture];
+    return *m_context->streams[m_video];
 }
 
 /// What times are told of.
 AVStream const& Demuxer::GetMain() const noexcept {
-    bool const isAudio = m_sound >= 0 && (m_picture < 0 || IsCover());
-    return *m_context->streams[isAudio ? m_sound : m_picture];
+    bool const isAudio = m_audio >= 0 && (m_video < 0 || IsCover());
+    return *m_context->streams[isAudio ? m_audio : m_video];
 }
 
 Ratio Demuxer::GetFrameRate() const noexcept {
@@ -123,7 +123,7 @@ Ratio Demuxer::GetFrameRate() const noexcept {
 }
 
 bool Demuxer::IsCover() const noexcept {
-    return m_picture >= 0 && IsCoverStream(GetVideo());
+    return m_video >= 0 && IsCoverStream(GetVideo());
 }
 
 bool Demuxer::IsStill() const noexcept {
@@ -179,7 +179,7 @@ bool Demuxer::Read(AVPacket& packet) {
         }
         ++m_damaged;
     }
-    m_lastDamaged = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && packet.stream_index != m_picture;
+    m_lastDamaged = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && packet.stream_index != m_video;
     if (m_lastDamaged)
         ++m_damaged;
     m_ends.Add(*m_context, packet);
@@ -212,7 +212,7 @@ bool Demuxer::Seek(std::int64_t microseconds) {
     m_hasJumped = true;
     std::int64_t const ticks =
         ToTicks(av_sat_add64(microseconds, m_clockStart), FromAV(GetVideo().time_base));
-    return av_seek_frame(m_context.get(), m_picture, ticks, AVSEEK_FLAG_BACKWARD) >= 0;
+    return av_seek_frame(m_context.get(), m_video, ticks, AVSEEK_FLAG_BACKWARD) >= 0;
 }
 
 std::vector<std::string> Demuxer::GetNotes() const {

@@ -28,10 +28,10 @@ public:
     AVFormatContext const& GetContext() const noexcept { return *m_context; }
     /// Index of the stream of pictures that is worked on: the best video stream, a cover picture only where
     /// there is nothing else; −1: none.
-    int GetVideoIndex() const noexcept { return m_picture; }
+    int GetVideoIndex() const noexcept { return m_video; }
     /// Index of the best sound stream; −1: none.
-    int GetAudioIndex() const noexcept { return m_sound; }
-    bool HasVideo() const noexcept { return m_picture >= 0; }
+    int GetAudioIndex() const noexcept { return m_audio; }
+    bool HasVideo() const noexcept { return m_video >= 0; }
     /// That stream, which there has to be.
     AVStream const& GetVideo() const noexcept;
     /// Frames a second; 0/1 when not known.
@@ -69,8 +69,8 @@ private:
     std::stop_token m_stop;
     UniqueFile m_file;
     UniqueInput m_context;
-    int m_picture = -1;
-    int m_sound = -1;
+    int m_video = -1;
+    int m_audio = -1;
     /// Of a broadcast clock, in microseconds.
     bool m_isBroadcast = false;
     std::int64_t m_clockStart = 0;

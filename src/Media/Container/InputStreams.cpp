@@ -73,7 +73,7 @@ InputStreams MakeUnknownInput(StreamKind kind) {
     AVStream& stream = *CheckAllocated(avformat_new_stream(input.context.get(), nullptr), "AVStream");
     bool const isAudio = kind == StreamKind::Audio;
     stream.codecpar->codec_type = isAudio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
-    (isAudio ? input.sound : input.picture) = stream.index;
+    (isAudio ? input.audio : input.video) = stream.index;
     return input;
 }
 
@@ -81,8 +81,8 @@ InputStreams DescribeStreams(Demuxer const& input) {
     AVFormatContext const& from = input.GetContext();
     InputStreams result;
     result.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
-    result.picture = input.GetVideoIndex();
-    result.sound = input.GetAudioIndex();
+    result.video = input.GetVideoIndex();
+    result.audio = input.GetAudioIndex();
     result.container = from.iformat->name;
     result.hasTimes = input.HasTimes();
     CheckCopied(av_dict_copy(&result.context->metadata, from.metadata, 0));

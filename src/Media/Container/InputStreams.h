@@ -15,9 +15,9 @@ struct InputStreams {
     /// Streams under the same indexes as the input's; metadata, chapters and programs.
     UniqueFormat context;
     /// Index of the stream of pictures that is worked on or copied; −1: none.
-    int picture = -1;
+    int video = -1;
     /// Index of the best sound stream; −1: none.
-    int sound = -1;
+    int audio = -1;
     /// FFmpeg's name of the input's container.
     std::string container;
     /// As Demuxer::HasTimes.

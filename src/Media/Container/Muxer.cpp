@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -34,10 +35,8 @@ bool IsExact(std::int64_t time, AVRational from, AVRational to) noexcept {
 
 } // namespace
 
-Muxer::Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const& input,
-             StreamEncoders const& encoders)
-    : m_file(file), m_input(input), m_streams(MakeOutputStreams(format, input, encoders)),
-      m_tracks(input.context->nb_streams) {
+Muxer::Muxer(OutputStreams streams, OutputFile& file, InputStreams const& input)
+    : m_file(file), m_input(input), m_streams(std::move(streams)), m_tracks(input.context->nb_streams) {
     for (std::size_t i = 0; i < m_tracks.size(); ++i)
         if (int const index = m_streams.indexes[i]; index >= 0) {
             AVCodecID const codec = m_streams.context->streams[index]->codecpar->codec_id;
@@ -47,8 +46,7 @@ Muxer::Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const&
     // Some muxers look at the name's extension.
     av_freep(&m_streams.context->url);
     m_streams.context->url = CheckAllocated(av_strdup(file.GetPath().c_str()), "a file name");
-    Check("Tarsel::Media::Muxer::Muxer(const AVOutputFormat &, OutputFile &, const InputStreams &, const "
-          "StreamEncoders &)",
+    Check("Tarsel::Media::Muxer::Muxer(OutputStreams, OutputFile &, const InputStreams &)",
           WriteHeader(*m_streams.context));
 }
 
@@ -79,7 +77,7 @@ void Muxer::Write(AVPacket& packet, Ratio timeBase) {
     int error = av_interleaved_write_frame(&context, &packet);
     if (error >= 0 && HasWaitedEnough(time))
         error = av_interleaved_write_frame(&context, nullptr);
-    if (error == AVERROR_INVALIDDATA && static_cast<int>(source) != m_input.picture) {
+    if (error == AVERROR_INVALIDDATA && static_cast<int>(source) != m_input.video) {
         ++track.damaged;
         return;
     }
@@ -147,7 +145,7 @@ void Muxer::Check(char const* signature, int error) const {
 }
 
 std::vector<std::string> Muxer::GetNotes() const {
-    std::vector<std::string> notes = m_streams.notes;
+    std::vector<std::string> notes;
     for (std::size_t i = 0; i < m_tracks.size(); ++i) {
         if (m_tracks[i].moved > 0)
             notes.push_back(fmt::format("Stream {}: {} not after the one before and moved.", i,
@@ -156,9 +154,9 @@ std::vector<std::string> Muxer::GetNotes() const {
             notes.push_back(
                 fmt::format("Stream {}: {} skipped.", i, CountText(m_tracks[i].damaged, "damaged packet")));
     }
-    if (m_input.picture < 0)
+    if (m_input.video < 0)
         return notes;
-    auto const picture = static_cast<std::size_t>(m_input.picture);
+    auto const picture = static_cast<std::size_t>(m_input.video);
     if (m_tracks[picture].isRounded && KeepsTimes(*m_streams.context->oformat)) {
         AVRational const tick = m_streams.context->streams[m_streams.indexes[picture]]->time_base;
         notes.push_back(fmt::format("The container {} counts in {}/{} s; picture times were rounded to that.",

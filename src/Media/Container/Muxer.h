@@ -15,10 +15,9 @@ class OutputFile;
 /// Writes packets into an output file. One thread at a time.
 class Muxer {
 public:
-    /// Chooses the streams (see MakeOutputStreams) and writes the header. `input` and `file` outlive this.
+    /// Writes the header for the streams, which were made of `input`. That and `file` outlive this.
     /// OutputException.
-    Muxer(AVOutputFormat const& format, OutputFile& file, InputStreams const& input,
-          StreamEncoders const& encoders);
+    Muxer(OutputStreams streams, OutputFile& file, InputStreams const& input);
     ~Muxer();
 
     /// Whether packets of the input's stream are taken, or dropped.

@@ -3,27 +3,23 @@
 #include "Core/Throw.h"
 #include "Media/Base/FFmpegVersions.h"
 #include "Media/Base/Times.h"
-#include "Media/Codec/AudioEncoder.h"
-#include "Media/Codec/VideoEncoder.h"
 #include "Media/Container/Containers.h"
 #include "Media/Container/FileHeader.h"
 #include "Media/Container/InputStreams.h"
-#include "Media/Container/TextTrack.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
 
+#include <boost/algorithm/string/predicate.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <string_view>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libavutil/avstring.h>
 #include <libavutil/dict.h>
 #include <libavutil/frame.h>
 #include <libavutil/mem.h>
@@ -60,7 +56,7 @@ void RemoveEncodingKeys(AVDictionary** metadata) {
     AVDictionaryEntry const* entry = nullptr;
     while ((entry = av_dict_get(*metadata, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr)
         if (std::any_of(std::begin(staleKeys), std::end(staleKeys), [&](std::string_view stale) {
-                return av_strncasecmp(entry->key, stale.data(), stale.size()) == 0;
+                return boost::algorithm::istarts_with(entry->key, stale);
             }))
             keys.emplace_back(entry->key);
     for (std::string const& key : keys)
@@ -90,23 +86,30 @@ void CopyVideoSideData(AVStream const& from, AVStream& to) {
             SetSideData(to, type, data);
 }
 
-void DescribeEncoded(AVStream const& from, VideoEncoder const& encoder, AVOutputFormat const& format,
-                     AVStream& to) {
-    AVCodecContext const& context = encoder.GetContext();
-    if (avcodec_parameters_from_context(to.codecpar, &context) < 0)
+/// What every stream keeps that is encoded anew.
+void DescribeAnew(AVStream const& from, StreamEncoder const& encoder, AVStream& to) {
+    if (avcodec_parameters_from_context(to.codecpar, encoder.context) < 0)
         ThrowNoMemory("codec parameters");
-    // QuickTime's players know HEVC under this tag only.
-    if (context.codec_id == AV_CODEC_ID_HEVC && GetTraits(format).isMovFamily)
-        to.codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
-    CopySideData(context, to);
-    CopyVideoSideData(from, to);
-    CopyLightLevels(encoder.GetFirstFrame(), to);
+    CopySideData(*encoder.context, to);
     CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
     RemoveEncodingKeys(&to.metadata);
     to.disposition = from.disposition;
+    to.time_base = ToAV(encoder.timeBase);
+}
+
+void DescribeEncodedVideo(AVStream const& from, StreamEncoder const& encoder, AVOutputFormat const& format,
+                          AVStream& to) {
+    AVCodecContext const& context = *encoder.context;
+    DescribeAnew(from, encoder, to);
+    // QuickTime's players know HEVC under this tag only.
+    if (context.codec_id == AV_CODEC_ID_HEVC && GetTraits(format).isMovFamily)
+        to.codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+    CopyVideoSideData(from, to);
+    CopyLightLevels(*encoder.first, to);
     bool const countsFrames =
         (GetTraits(format).countsFrames || !KeepsTimes(format)) && context.framerate.num > 0;
-    to.time_base = countsFrames ? av_inv_q(context.framerate) : ToAV(encoder.GetTimeBase());
+    if (countsFrames)
+        to.time_base = av_inv_q(context.framerate);
     to.sample_aspect_ratio = context.sample_aspect_ratio;
     // A rate that was only measured over changing durations would be written as every picture's duration.
     bool const isConstant =
@@ -133,26 +136,6 @@ void TurnCoverIntoAttachment(AVStream& stream, AVPacket const& cover) {
         av_dict_set(&stream.metadata, "mimetype", isPng ? "image/png" : "image/jpeg", 0);
 }
 
-void DescribeEncodedAudio(AVStream const& from, AudioEncoder const& encoder, AVStream& to) {
-    AVCodecContext const& context = encoder.GetContext();
-    if (avcodec_parameters_from_context(to.codecpar, &context) < 0)
-        ThrowNoMemory("codec parameters");
-    CopySideData(context, to);
-    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
-    RemoveEncodingKeys(&to.metadata);
-    to.disposition = from.disposition;
-    to.time_base = ToAV(encoder.GetTimeBase());
-}
-
-void DescribeConvertedText(AVStream const& from, TextTrack const& texts, AVStream& to) {
-    if (avcodec_parameters_from_context(to.codecpar, &texts.GetContext()) < 0)
-        ThrowNoMemory("codec parameters");
-    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
-    RemoveEncodingKeys(&to.metadata);
-    to.disposition = from.disposition;
-    to.time_base = from.time_base;
-}
-
 /// The codec's tag stays where the container knows it; otherwise the muxer finds its own.
 void FitCodecTag(AVOutputFormat const& format, AVCodecParameters& parameters) {
     if (format.codec_tag == nullptr)
@@ -173,19 +156,17 @@ void DescribeCopied(AVStream const& from, AVOutputFormat const& format, AVStream
         TurnCoverIntoAttachment(to, from.attached_pic);
 }
 
-bool IsEncodedAudio(StreamEncoders const& encoders, std::size_t stream) noexcept {
-    return stream < encoders.sound.size() && encoders.sound[stream] != nullptr;
-}
-
-bool IsConvertedText(StreamEncoders const& encoders, std::size_t stream) noexcept {
-    return stream < encoders.texts.size() && encoders.texts[stream] != nullptr;
+/// Null where the stream is copied.
+StreamEncoder const* FindEncoder(StreamEncoders const& encoders, std::size_t stream) noexcept {
+    return stream < encoders.size() && encoders[stream].context != nullptr ? &encoders[stream] : nullptr;
 }
 
 /// Containers take more than their makers call finished (TrueHD in MP4): better kept than lost. But raw
 /// pictures would get tags by which nobody knows them.
 int ChooseCompliance(AVOutputFormat const& format, StreamEncoders const& encoders) {
-    bool const isRaw =
-        encoders.picture != nullptr && encoders.picture->GetContext().codec_id == AV_CODEC_ID_RAWVIDEO;
+    bool const isRaw = std::ranges::any_of(encoders, [](StreamEncoder const& encoder) {
+        return encoder.context != nullptr && encoder.context->codec_id == AV_CODEC_ID_RAWVIDEO;
+    });
     return isRaw && GetTraits(format).knowsRawByTag ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
 }
 
@@ -222,14 +203,13 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Str
         AVStream const& source = *from.streams[i];
         AVStream& stream = *CheckAllocated(avformat_new_stream(context, nullptr), "AVStream");
         result.indexes[i] = stream.index;
-        if (encoders.picture != nullptr && static_cast<int>(i) == input.picture)
-            DescribeEncoded(source, *encoders.picture, format, stream);
-        else if (IsEncodedAudio(encoders, i))
-            DescribeEncodedAudio(source, *encoders.sound[i], stream);
-        else if (IsConvertedText(encoders, i))
-            DescribeConvertedText(source, *encoders.texts[i], stream);
-        else
+        StreamEncoder const* const encoder = FindEncoder(encoders, i);
+        if (encoder == nullptr)
             DescribeCopied(source, format, stream);
+        else if (encoder->first != nullptr)
+            DescribeEncodedVideo(source, *encoder, format, stream);
+        else
+            DescribeAnew(source, *encoder, stream);
         if (GetTraits(format).numbersLanguages)
             FitLanguage(stream);
         stream.id = keepsIds ? source.id : 0;
@@ -279,10 +259,10 @@ std::string LeftOutText(AVStream const& stream, AVOutputFormat const& format) {
 
 /// The stream without which there is no file: the pictures, else the best sound.
 std::size_t FindMain(InputStreams const& input, Selection const& wanted) {
-    if (input.picture >= 0)
-        return static_cast<std::size_t>(input.picture);
-    if (input.sound >= 0 && wanted[static_cast<std::size_t>(input.sound)])
-        return static_cast<std::size_t>(input.sound);
+    if (input.video >= 0)
+        return static_cast<std::size_t>(input.video);
+    if (input.audio >= 0 && wanted[static_cast<std::size_t>(input.audio)])
+        return static_cast<std::size_t>(input.audio);
     for (unsigned i = 0; i < input.context->nb_streams; ++i)
         if (wanted[i] && input.context->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
             return i;
@@ -296,8 +276,7 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
     Selection wanted(from.nb_streams);
     for (unsigned i = 0; i < from.nb_streams; ++i) {
         AVStream const& stream = *from.streams[i];
-        wanted[i] = static_cast<int>(i) == input.picture || IsEncodedAudio(encoders, i) ||
-                    IsConvertedText(encoders, i) ||
+        wanted[i] = static_cast<int>(i) == input.video || FindEncoder(encoders, i) != nullptr ||
                     (!IsMadeAnew(from, stream, format) && MayBeTaken(stream, format));
     }
     std::size_t const main = FindMain(input, wanted);
@@ -324,7 +303,7 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
             {"Media/Container/OutputStreams", "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
                                               "InputStreams &, const StreamEncoders &)"},
             fmt::format("The container {} cannot take the {}: {}", format.name,
-                        input.picture >= 0 ? "pictures" : "sound", Proc::GetFFmpegErrorText(error)),
+                        input.video >= 0 ? "pictures" : "sound", Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));
     return selection;
 }
@@ -357,11 +336,11 @@ OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const
     AVFormatContext const& from = *input.context;
     Selection const selection = Select(format, input, encoders);
     OutputStreams result = Build(format, input, encoders, selection);
-    for (unsigned i = 0; i < from.nb_streams; ++i)
-        if (!selection[i] && !IsMadeAnew(from, *from.streams[i], format))
-            result.notes.push_back(LeftOutText(*from.streams[i], format));
-    for (std::string& note : DescribeLostWords(from, *result.context))
-        result.notes.push_back(std::move(note));
+    for (unsigned i = 0; i < from.nb_streams; ++i) {
+        bool const isTold = !selection[i] && !IsMadeAnew(from, *from.streams[i], format);
+        result.streamNotes.push_back(isTold ? LeftOutText(*from.streams[i], format) : std::string());
+    }
+    result.notes = DescribeLostWords(from, *result.context);
     return result;
 }
 

@@ -1,36 +1,39 @@
 #pragma once
 
+#include "Core/Ratio.h"
 #include "Media/Base/FFmpegOwners.h"
 
 #include <string>
 #include <vector>
 
-struct AVDictionary;
+struct AVFrame;
 struct AVOutputFormat;
 
 namespace Tarsel::Media {
 
 struct InputStreams;
-class AudioEncoder;
-class TextTrack;
-class VideoEncoder;
 
-/// What encodes streams of the input anew.
-struct StreamEncoders {
-    /// Null: pictures are copied.
-    VideoEncoder const* picture = nullptr;
-    /// For each stream of the input; null: copied. Empty: none.
-    std::vector<AudioEncoder const*> sound{};
-    /// The same for subtitles that are converted.
-    std::vector<TextTrack const*> texts{};
+/// What encodes a stream of the input anew.
+struct StreamEncoder {
+    /// Opened; null: the stream is copied.
+    AVCodecContext const* context = nullptr;
+    /// Of the packets.
+    Ratio timeBase;
+    /// The first picture, whose side data describe the stream; null for other streams.
+    AVFrame const* first = nullptr;
 };
+
+/// For each stream of the input; those beyond the end are copied.
+using StreamEncoders = std::vector<StreamEncoder>;
 
 /// The streams of an output file, ready for its header.
 struct OutputStreams {
     UniqueFormat context;
     /// The output's stream for each of the input's; −1: none.
     std::vector<int> indexes;
-    /// What the user should know of what was left out, one sentence each.
+    /// What the user should know of what was left out, one sentence each: of each of the input's streams ("":
+    /// nothing), and of the file.
+    std::vector<std::string> streamNotes;
     std::vector<std::string> notes;
 };
 

@@ -126,13 +126,15 @@ bool TextTrack::Encode(AVSubtitle& text, AVPacket& packet) {
     return size > 0;
 }
 
+std::string TextTrack::Describe() const {
+    return fmt::format("Subtitles were converted from {} to {}.", avcodec_get_name(m_decoder->codec_id),
+                       avcodec_get_name(m_encoder->codec_id));
+}
+
 std::vector<std::string> TextTrack::GetNotes() const {
-    std::vector<std::string> notes{fmt::format("Subtitles were converted from {} to {}.",
-                                               avcodec_get_name(m_decoder->codec_id),
-                                               avcodec_get_name(m_encoder->codec_id))};
-    if (m_damaged > 0)
-        notes.push_back(CountText(m_damaged, "damaged subtitle") + " skipped.");
-    return notes;
+    if (m_damaged == 0)
+        return {};
+    return {CountText(m_damaged, "damaged subtitle") + " skipped."};
 }
 
 } // namespace Tarsel::Media

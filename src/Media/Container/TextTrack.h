@@ -31,7 +31,9 @@ public:
     /// or is damaged; the packet is empty then. OutputException, MemoryException.
     bool Convert(AVPacket& packet);
 
-    /// One sentence each.
+    /// "Subtitles were converted from ass to mov_text."
+    std::string Describe() const;
+    /// What came up, one sentence each.
     std::vector<std::string> GetNotes() const;
 
 private:

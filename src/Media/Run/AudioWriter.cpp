@@ -62,12 +62,19 @@ public:
         m_file.Publish();
     }
 
-    std::vector<std::string> GetNotes() const { return m_encoder.GetNotes(); }
+    std::vector<std::string> GetNotes() const {
+        std::vector<std::string> notes = m_encoder.DescribeLosses();
+        for (std::string& note : m_encoder.GetNotes())
+            notes.push_back(std::move(note));
+        return notes;
+    }
 
 private:
     AudioWriting(AudioFileOptions const& options, AudioRequest const& request)
         : m_encoder(request), m_file(options.output, options.overwrite),
-          m_muxer(*request.container, m_file, m_input, {nullptr, {&m_encoder}}) {}
+          m_muxer(MakeOutputStreams(*request.container, m_input,
+                                    {{&m_encoder.GetContext(), m_encoder.GetTimeBase()}}),
+                  m_file, m_input) {}
 
     InputStreams m_input = MakeUnknownInput(StreamKind::Audio);
     AudioEncoder m_encoder;
@@ -78,10 +85,6 @@ private:
         m_muxer.Write(packet, m_encoder.GetTimeBase());
     };
 };
-
-void CheckAudioFile(AudioFileOptions const& options) {
-    AudioEncoder const trial(MakeRequest(options));
-}
 
 AudioWriter::AudioWriter(AudioFileOptions const& options)
     : m_writing(std::make_unique<AudioWriting>(options)) {}

@@ -53,10 +53,11 @@ std::vector<std::string> WriteImage(SP<Proc::IDataVideo> const& picture, ImageFi
     WorkedFrame const frame{picture, {}};
     VideoEncoder encoder(request, frame);
     OutputFile file(options.output, options.overwrite);
-    Muxer muxer(*request.container, file, input, {&encoder, {}});
+    StreamEncoders const encoders{{&encoder.GetContext(), encoder.GetTimeBase(), &encoder.GetFirstFrame()}};
+    Muxer muxer(MakeOutputStreams(*request.container, input, encoders), file, input);
     auto const write = [&] {
         while (AVPacket* const packet = encoder.Receive()) {
-            packet->stream_index = input.picture;
+            packet->stream_index = input.video;
             muxer.Write(*packet, encoder.GetTimeBase());
         }
     };
@@ -66,7 +67,10 @@ std::vector<std::string> WriteImage(SP<Proc::IDataVideo> const& picture, ImageFi
     write();
     muxer.Close();
     file.Publish();
-    return encoder.GetNotes();
+    std::vector<std::string> notes = encoder.DescribeLosses();
+    for (std::string& note : encoder.GetNotes())
+        notes.push_back(std::move(note));
+    return notes;
 }
 
 } // namespace Tarsel::Media

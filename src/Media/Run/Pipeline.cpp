@@ -72,7 +72,8 @@ private:
 } // namespace
 
 Pipeline::Pipeline(std::stop_source stop, std::function<void()> onTick)
-    : m_stop(std::move(stop)), m_onTick(std::move(onTick)), m_onOneThread(Core::ThreadBudget::Get() == 1) {}
+    : m_stop(std::move(stop)), m_onTick(std::move(onTick)), m_onOneThread(Core::ThreadBudget::Get() == 1),
+      m_ticker(m_stop.get_token(), m_onTick) {}
 
 void Pipeline::Run(std::function<void()> produce) {
     if (m_onOneThread) {
@@ -85,14 +86,13 @@ void Pipeline::Run(std::function<void()> produce) {
         throw Stopped();
 }
 
-/// Stands in for the calling thread's waiting where that does the work.
-void Pipeline::Tick() {
+void Ticker::Tick() {
     if (m_stop.stop_requested())
         throw Stopped();
     auto const now = std::chrono::steady_clock::now();
-    if (now - m_lastTick < s_tick)
+    if (now - m_last < s_tick)
         return;
-    m_lastTick = now;
+    m_last = now;
     m_onTick();
 }
 

@@ -12,6 +12,21 @@
 
 namespace Tarsel::Media {
 
+/// Stands in for the calling thread's waiting where that does the work. One thread at a time.
+class Ticker {
+public:
+    Ticker(std::stop_token stop, std::function<void()> onTick)
+        : m_stop(std::move(stop)), m_onTick(std::move(onTick)) {}
+
+    /// Calls `onTick` about ten times a second, however often it is called. Stopped.
+    void Tick();
+
+private:
+    std::stop_token m_stop;
+    std::function<void()> m_onTick;
+    std::chrono::steady_clock::time_point m_last = std::chrono::steady_clock::now();
+};
+
 /// Stages of work, each of which hands items to the next. Each has a thread of its own and waits while the
 /// next one is behind; with a thread budget of 1 all of them work on the calling thread, an item at a time.
 class Pipeline {
@@ -33,7 +48,7 @@ public:
     Entry<T> AddStage(std::function<void(T)> take, std::function<void()> end) {
         if (m_onOneThread)
             return {[this, take = std::move(take)](T item) {
-                        Tick();
+                        m_ticker.Tick();
                         take(std::move(item));
                     },
                     std::move(end)};
@@ -54,13 +69,11 @@ private:
     /// Enough to keep all stages busy, few enough for pictures of 8K.
     static constexpr std::size_t s_waiting = 4;
 
-    void Tick();
-
     std::stop_source m_stop;
     std::function<void()> m_onTick;
     bool m_onOneThread;
     std::vector<std::function<void()>> m_stages;
-    std::chrono::steady_clock::time_point m_lastTick = std::chrono::steady_clock::now();
+    Ticker m_ticker;
 };
 
 /// Runs every stage on a thread of its own and returns when all have ended. The first exception of a stage or

@@ -1,40 +1,34 @@
 #pragma once
 
-#include "Media/Codec/EncoderChoice.h"
-#include "Media/Run.h"
-
-struct AVCodec;
+#include <cstdint>
+#include <string>
+#include <vector>
 
 namespace Tarsel::Media {
 
-/// What a run's options alone say of it.
-struct RunPlan {
-    RunOptions const& options;
-    Container container;
-    /// Null where the container has no usual one.
-    AVCodec const* videoEncoder = nullptr;
-    /// Null where it depends on the stream.
-    AVCodec const* soundEncoder = nullptr;
+/// What becomes of a stream of the input.
+enum class Fate : std::uint8_t { Drop, Copy, Encode, Convert };
 
-    Quality GetQuality() const noexcept;
-    /// Whether nothing is said of the encoder, so that the input's codec decides.
-    bool MayKeepCodec() const noexcept;
-    bool WantsVideoEncoder() const noexcept;
-    bool WantsAudioEncoder() const noexcept;
-    /// Whether there is no run without pictures, or without sound.
-    bool NeedsVideo() const noexcept;
-    bool NeedsAudio() const noexcept;
+struct StreamPlan {
+    Fate fate = Fate::Drop;
+    /// FFmpeg's name of the encoder; "" where there is none.
+    std::string encoder;
+    /// Of the pictures or blocks that the encoder gets: "yuv420p", "s16, 48000 Hz, stereo".
+    std::string format;
+    /// Why, and what it costs, one sentence each.
+    std::vector<std::string> notes;
 };
 
-/// The plan as far as the options alone go: container and encoders, whatever files there are. Throws as
-/// below.
-RunPlan PlanEncoders(RunOptions const& options);
+/// What becomes of each stream of a run's input. Complete before anything is written, and nothing departs
+/// from it.
+struct RunPlan {
+    /// By their index in the input.
+    std::vector<StreamPlan> streams;
+    /// Of the file as a whole, one sentence each.
+    std::vector<std::string> notes;
 
-/// Refuses whatever can be refused before the input is opened: paths, container, encoders and their options.
-/// `options` outlives the result. OptionsException, InputException, OutputException.
-RunPlan MakeRunPlan(RunOptions const& options);
-
-/// Says that the output holds no pictures. OptionsException.
-[[noreturn]] void ThrowHoldsNoVideo(RunPlan const& plan);
+    /// All notes, in the order of the streams, those of the whole last.
+    std::vector<std::string> ListNotes() const;
+};
 
 } // namespace Tarsel::Media

@@ -1,0 +1,175 @@
+#include "Media/Run/AudioPlanner.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Codec/AudioEncoderChoice.h"
+#include "Media/Codec/AudioFormat.h"
+#include "Media/MediaExceptions.h"
+#include "Media/Run/Planner.h"
+#include "Proc/Wrappers/FFmpegText.h"
+
+#include <fmt/format.h>
+
+#include <exception>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+bool IsAudio(AVStream const& stream) noexcept {
+    return stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && stream.discard != AVDISCARD_ALL;
+}
+
+class AudioPlanner {
+public:
+    AudioPlanner(CheckedOptions const& checked, InputStreams const& input, AVStream const& source, int number)
+        : m_checked(checked), m_options(checked.options), m_input(input), m_source(source), m_number(number) {
+    }
+
+    /// Null: the stream is copied, or cannot be.
+    std::unique_ptr<AudioReEncode> Make(StreamPlan& plan);
+    /// Why it cannot be decoded.
+    std::exception_ptr GetFailure() const noexcept { return m_failure; }
+
+private:
+    std::string DescribeCopyObstacle() const;
+    AudioEffects MakeEffects(Conf::SampleInfo const& format, std::string const& obstacle) const;
+    AVCodec const* ChooseEncoder(Conf::SampleInfo const& format, int wantedDepth, int depth) const;
+    std::unique_ptr<AudioEncoder> MakeEncoder(Conf::SampleInfo const& format, int wantedDepth) const;
+
+    CheckedOptions const& m_checked;
+    RunOptions const& m_options;
+    InputStreams const& m_input;
+    AVStream const& m_source;
+    /// Among those of audio.
+    int m_number;
+    std::exception_ptr m_failure;
+};
+
+std::unique_ptr<AudioReEncode> AudioPlanner::Make(StreamPlan& plan) {
+    std::string const obstacle = DescribeCopyObstacle();
+    if (!m_options.makeAudioEffects && obstacle.empty())
+        return nullptr;
+    std::unique_ptr<AudioDecoder> decoder;
+    try {
+        decoder = std::make_unique<AudioDecoder>(m_source, m_input.hasTimes);
+    } catch (InputException const& exception) {
+        m_failure = std::current_exception();
+        plan.notes.push_back(std::string(exception.what()) + ".");
+        return nullptr;
+    }
+    AudioEffects effects = MakeEffects(decoder->GetFormat(), obstacle);
+    if (effects.chain == nullptr && obstacle.empty())
+        return nullptr;
+
+    bool const isWanted = effects.chain != nullptr || m_checked.WantsAudioEncoder();
+    std::unique_ptr<AudioEncoder> encoder;
+    try {
+        encoder =
+            MakeEncoder(effects.chain != nullptr ? effects.output : decoder->GetFormat(), effects.depth);
+    } catch (OptionsException const&) {
+        if (isWanted)
+            throw;
+    } catch (OutputException const&) {
+        if (isWanted)
+            throw;
+    }
+    if (encoder == nullptr)
+        return nullptr; // it is left out, and told so
+    if (!isWanted)
+        plan.notes.push_back(fmt::format("The sound was encoded anew: {}.", obstacle));
+    if (m_input.video >= 0 && GetTraits(*m_checked.container.format).startsAudioAtZero)
+        encoder->StartAt(0);
+    plan.encoder = encoder->GetContext().codec->name;
+    plan.format = Proc::SoundText(encoder->GetFormat());
+    for (std::string& note : encoder->DescribeLosses())
+        plan.notes.push_back(std::move(note));
+    return std::make_unique<AudioReEncode>(std::move(decoder), std::move(effects.chain), std::move(encoder));
+}
+
+/// Why a copy will not do; "" when it will.
+std::string AudioPlanner::DescribeCopyObstacle() const {
+    if (m_checked.WantsAudioEncoder())
+        return "the options ask for an encoder";
+    return CanHoldAudio(m_checked.container, *m_source.codecpar)
+               ? std::string()
+               : fmt::format("{} cannot hold {}", Quote(m_options.output.filename()),
+                             avcodec_get_name(m_source.codecpar->codec_id));
+}
+
+AudioEffects AudioPlanner::MakeEffects(Conf::SampleInfo const& format, std::string const& obstacle) const {
+    if (!m_options.makeAudioEffects)
+        return {};
+    AudioEffects effects = m_options.makeAudioEffects(DescribeAudio(m_source, m_number, format, obstacle));
+    if (effects.chain != nullptr && !Conf::IsKnown(effects.output))
+        Core::Throw<OptionsException>(
+            {"Media/Run/AudioPlanner",
+             "AudioEffects Tarsel::Media::(anonymous namespace)::AudioPlanner::MakeEffects(const "
+             "Conf::SampleInfo &, const std::string &) const"},
+            fmt::format("The chain for sound stream {} does not say what comes out of it", m_number));
+    return effects;
+}
+
+/// Null where the container holds no audio.
+AVCodec const* AudioPlanner::ChooseEncoder(Conf::SampleInfo const& format, int wantedDepth, int depth) const {
+    AVCodec const* encoder = m_checked.audioEncoder;
+    if (encoder == nullptr && !m_checked.WantsAudioEncoder())
+        encoder = FindSameAudioEncoder(m_checked.container, *m_source.codecpar, format.format, wantedDepth);
+    return encoder != nullptr
+               ? encoder
+               : FindUsualAudioEncoder(m_checked.container, m_options.output, format.format, depth);
+}
+
+std::unique_ptr<AudioEncoder> AudioPlanner::MakeEncoder(Conf::SampleInfo const& format,
+                                                        int wantedDepth) const {
+    int const depth = wantedDepth > 0 ? wantedDepth : GetDepth(*m_source.codecpar);
+    AVCodec const* const encoder = ChooseEncoder(format, wantedDepth, depth);
+    if (encoder == nullptr)
+        return nullptr;
+    return std::make_unique<AudioEncoder>(AudioRequest{encoder, m_options.audioEncoderOptions,
+                                                       m_checked.GetQuality(), m_checked.container.format,
+                                                       format, depth});
+}
+
+} // namespace
+
+void PlanAudio(CheckedOptions const& checked, InputStreams const& input, PlannedRun& run) {
+    int number = 0;
+    bool isAnyOpen = false;
+    std::exception_ptr failure;
+    for (std::size_t i = 0; i < run.streams.size(); ++i) {
+        AVStream const& source = *input.context->streams[i];
+        if (!IsAudio(source))
+            continue;
+        AudioPlanner planner(checked, input, source, number++);
+        StreamPlan& plan = run.plan.streams[i];
+        run.streams[i].audio = planner.Make(plan);
+        isAnyOpen = isAnyOpen || planner.GetFailure() == nullptr;
+        failure = failure != nullptr ? failure : planner.GetFailure();
+        for (std::string& note : plan.notes)
+            note.insert(0, GetAudioPrefix(input, i));
+    }
+    // Copies alone would pass for the work that was asked for.
+    if (checked.NeedsAudio() && failure != nullptr && !isAnyOpen)
+        std::rethrow_exception(failure);
+}
+
+std::string GetAudioPrefix(InputStreams const& input, std::size_t stream) {
+    int count = 0;
+    int number = 0;
+    for (std::size_t i = 0; i < input.context->nb_streams; ++i)
+        if (IsAudio(*input.context->streams[i])) {
+            number = i == stream ? count : number;
+            ++count;
+        }
+    return count > 1 && IsAudio(*input.context->streams[stream]) ? fmt::format("Sound stream {}: ", number)
+                                                                 : std::string();
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,127 @@
+#include "Media/Run/CheckedOptions.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
+#include "Media/Codec/AudioEncoderChoice.h"
+#include "Media/Codec/EncoderSettings.h"
+#include "Media/MediaExceptions.h"
+
+#include <fmt/format.h>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Run/CheckedOptions";
+
+void CheckTime(CheckedOptions const& checked) {
+    RunOptions const& options = checked.options;
+    if (!options.at)
+        return;
+    auto const fail = [](std::string const& description) {
+        Core::Throw<OptionsException>({s_file, "void Tarsel::Media::CheckTime(const CheckedOptions &)"},
+                                      description);
+    };
+    if (!checked.container.isStill)
+        fail(fmt::format("A time ({} s) picks one picture, but {} is {}", *options.at, Quote(options.output),
+                         checked.container.isAudio ? "sound" : "a film"));
+    if (!(*options.at >= 0 && *options.at < 1e9))
+        fail(fmt::format("{} s is no time in a film; legal: 0 to its end", *options.at));
+}
+
+AVCodec const* PlanVideoEncoder(CheckedOptions const& checked) {
+    RunOptions const& options = checked.options;
+    bool const hasUsual =
+        checked.container.isStill || checked.container.format->video_codec != AV_CODEC_ID_NONE;
+    if (!hasUsual && options.videoEncoder.empty()) {
+        if (checked.NeedsVideo())
+            ThrowHoldsNoVideo(checked);
+        return nullptr;
+    }
+    AVCodec const& encoder = ChooseEncoder(checked.container, options.output, options.videoEncoder);
+    // Another may yet be chosen for the input's codec.
+    if (options.quality && !checked.MayKeepCodec())
+        CheckQuality(encoder, *options.quality);
+    CheckEncoderOptions(encoder, options.videoEncoderOptions, checked.GetQuality());
+    return &encoder;
+}
+
+AVCodec const* PlanAudioEncoder(CheckedOptions const& checked) {
+    RunOptions const& options = checked.options;
+    if (!checked.NeedsAudio())
+        return nullptr;
+    if (!options.audioEncoder.empty()) {
+        AVCodec const& encoder =
+            ChooseNamedAudioEncoder(checked.container, options.output, options.audioEncoder);
+        CheckEncoderOptions(encoder, options.audioEncoderOptions, checked.GetQuality());
+        return &encoder;
+    }
+    AVCodec const* const usual =
+        FindUsualAudioEncoder(checked.container, options.output, Conf::SampleFormats::S16, 16);
+    if (usual == nullptr)
+        Core::Throw<OptionsException>(
+            {s_file, "const AVCodec *Tarsel::Media::PlanAudioEncoder(const CheckedOptions &)"},
+            fmt::format("Cannot write {}: {} holds no sound", Quote(options.output),
+                        checked.container.isStill ? std::string("a picture")
+                                                  : fmt::format("\"{}\"", checked.container.format->name)));
+    CheckEncoderOptions(*usual, options.audioEncoderOptions, checked.GetQuality());
+    return nullptr;
+}
+
+} // namespace
+
+Quality CheckedOptions::GetQuality() const noexcept {
+    return options.quality.value_or(Quality::VisuallyLossless);
+}
+
+bool CheckedOptions::MayKeepCodec() const noexcept {
+    return options.videoEncoder.empty() && options.videoEncoderOptions.empty() && !container.isStill;
+}
+
+bool CheckedOptions::WantsVideoEncoder() const noexcept {
+    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at ||
+           options.quality;
+}
+
+bool CheckedOptions::WantsAudioEncoder() const noexcept {
+    return !options.audioEncoder.empty() || !options.audioEncoderOptions.empty();
+}
+
+bool CheckedOptions::NeedsVideo() const noexcept {
+    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at ||
+           (options.makeVideoEffects && !options.mayLackVideo);
+}
+
+bool CheckedOptions::NeedsAudio() const noexcept {
+    return WantsAudioEncoder() || (options.makeAudioEffects && !options.mayLackAudio);
+}
+
+CheckedOptions CheckEncoders(RunOptions const& options) {
+    CheckOutputPath(options.output, options.input, true);
+    CheckedOptions checked{options, ChooseContainer(options.output)};
+    checked.videoEncoder = PlanVideoEncoder(checked);
+    checked.audioEncoder = PlanAudioEncoder(checked);
+    CheckTime(checked);
+    return checked;
+}
+
+CheckedOptions CheckOptions(RunOptions const& options) {
+    CheckedOptions checked = CheckEncoders(options);
+    // Last, so that whoever then asks for overwriting meets no other refusal.
+    CheckInputPath(options.input);
+    CheckOutputPath(options.output, options.input, options.overwrite);
+    return checked;
+}
+
+void ThrowHoldsNoVideo(CheckedOptions const& checked) {
+    Core::Throw<OptionsException>({s_file, "void Tarsel::Media::ThrowHoldsNoVideo(const CheckedOptions &)"},
+                                  fmt::format("Cannot write {}: \"{}\" holds no pictures",
+                                              Quote(checked.options.output), checked.container.format->name));
+}
+
+} // namespace Tarsel::Media

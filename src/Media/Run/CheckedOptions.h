@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Media/Codec/EncoderChoice.h"
+#include "Media/Run.h"
+
+struct AVCodec;
+
+namespace Tarsel::Media {
+
+/// What a run's options alone say of it, found to be possible.
+struct CheckedOptions {
+    RunOptions const& options;
+    Container container;
+    /// Null where the container has no usual one.
+    AVCodec const* videoEncoder = nullptr;
+    /// Null where it depends on the stream.
+    AVCodec const* audioEncoder = nullptr;
+
+    Quality GetQuality() const noexcept;
+    /// Whether nothing is said of the encoder, so that the input's codec decides.
+    bool MayKeepCodec() const noexcept;
+    bool WantsVideoEncoder() const noexcept;
+    bool WantsAudioEncoder() const noexcept;
+    /// Whether there is no run without pictures, or without sound.
+    bool NeedsVideo() const noexcept;
+    bool NeedsAudio() const noexcept;
+};
+
+/// Container and encoders alone, whatever files there are. Throws as below.
+CheckedOptions CheckEncoders(RunOptions const& options);
+
+/// Refuses whatever can be refused before the input is opened: paths, container, encoders and their options.
+/// `options` outlives the result. OptionsException, InputException, OutputException.
+CheckedOptions CheckOptions(RunOptions const& options);
+
+/// Says that the output holds no pictures. OptionsException.
+[[noreturn]] void ThrowHoldsNoVideo(CheckedOptions const& checked);
+
+} // namespace Tarsel::Media

@@ -1,0 +1,84 @@
+#include "Media/Run/OpenedInput.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/MediaExceptions.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <utility>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Run/OpenedInput";
+
+/// What is wanted of the input has to be in it.
+void CheckKinds(CheckedOptions const& checked, Demuxer const& demuxer) {
+    auto const fail = [&](char const* kind) {
+        Core::Throw<InputException>(
+            {s_file, "void Tarsel::Media::CheckKinds(const CheckedOptions &, const Demuxer &)"},
+            fmt::format("{} has no {}", Quote(checked.options.input), kind));
+    };
+    Container const& container = checked.container;
+    bool const hasAudio = demuxer.GetAudioIndex() >= 0;
+    if (!demuxer.HasVideo() && (checked.NeedsVideo() || container.isStill))
+        fail("pictures");
+    if (container.isAudio && demuxer.HasVideo() && !demuxer.IsCover() && checked.NeedsVideo())
+        ThrowHoldsNoVideo(checked);
+    if (!hasAudio && (checked.NeedsAudio() || (container.isAudio && !demuxer.IsCover())))
+        fail("sound");
+}
+
+/// A still picture out of a film wants to be told which.
+void SelectStill(CheckedOptions const& checked, VideoSource& source) {
+    RunOptions const& options = checked.options;
+    auto const fail = [](std::string const& description) {
+        Core::Throw<OptionsException>(
+            {s_file, "void Tarsel::Media::SelectStill(const CheckedOptions &, VideoSource &)"}, description);
+    };
+    if (!checked.container.isStill)
+        return;
+    Demuxer const& input = source.GetDemuxer();
+    if (input.IsStill()) {
+        if (options.at)
+            fail(fmt::format("A time ({} s) picks a picture of a film, but {} has one picture only",
+                             *options.at, Quote(options.input)));
+        return;
+    }
+    if (options.at)
+        source.SelectFrame(std::llround(*options.at * 1e6));
+    else if (input.GetVideo().nb_frames != 1)
+        fail(fmt::format("{} is a film and {} one picture: a time in the film is needed",
+                         Quote(options.input), Quote(options.output)));
+}
+
+} // namespace
+
+OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
+    OpenedInput input;
+    input.demuxer = std::make_unique<Demuxer>(checked.options.input, stop);
+    CheckKinds(checked, *input.demuxer);
+    input.streams = DescribeStreams(*input.demuxer);
+    bool const goesWithoutVideo = checked.container.isAudio && !input.demuxer->IsCover();
+    if (!input.demuxer->HasVideo() || goesWithoutVideo)
+        return input;
+    try {
+        input.source = std::make_unique<VideoSource>(std::move(input.demuxer), stop);
+        SelectStill(checked, *input.source);
+        input.video = input.source->GetInfo();
+    } catch (InputException const&) {
+        input.failure = std::current_exception();
+        input.source.reset();
+        input.demuxer = std::make_unique<Demuxer>(checked.options.input, stop);
+    }
+    return input;
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,285 @@
+#include "Media/Run/Planner.h"
+
+#include "Core/Throw.h"
+#include "Host/VideoChain.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Times.h"
+#include "Media/Codec/EncoderSettings.h"
+#include "Media/Container/FileHeader.h"
+#include "Media/MediaExceptions.h"
+#include "Media/Run/AudioPlanner.h"
+#include "Proc/Wrappers/FFmpegText.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+constexpr char const* s_file = "Media/Run/Planner";
+
+/// Whether the container's writer refuses the packets, though it takes the codec: AVI wants start codes.
+bool WantsStartCodes(AVOutputFormat const& format, AVCodecParameters const& parameters) {
+    bool const hasLengths = parameters.extradata_size > 0 && parameters.extradata[0] == 1;
+    bool const canHaveEither =
+        parameters.codec_id == AV_CODEC_ID_H264 || parameters.codec_id == AV_CODEC_ID_HEVC;
+    return GetTraits(format).wantsStartCodes && canHaveEither && hasLengths;
+}
+
+bool IsVideo(AVStream const& stream) noexcept {
+    bool const isCover = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !isCover;
+}
+
+class Planner {
+public:
+    Planner(CheckedOptions const& checked, OpenedInput& input, std::function<void()> const& onWait)
+        : m_checked(checked), m_options(checked.options), m_container(checked.container),
+          m_format(*checked.container.format), m_input(input), m_streams(input.streams), m_onWait(onWait) {
+        m_run.plan.streams.resize(m_streams.context->nb_streams);
+        m_run.streams.resize(m_streams.context->nb_streams);
+    }
+
+    PlannedRun Make();
+
+private:
+    using Chain = std::unique_ptr<Proc::IEffectStreamVideo>;
+
+    void LeaveOutWhatFilesLack();
+    std::string DescribeCopyObstacle() const;
+    void PlanVideo();
+    void PlanEncoders();
+    Chain MakeChain();
+    void Encode(Chain chain);
+    void OpenEncoder(EncoderRequest request, WorkedFrame const& first);
+    void NoteLoss(AVCodec const& encoder);
+    void PlanText();
+    void PlanOutput();
+    StreamPlan& GetVideoPlan() { return m_run.plan.streams[static_cast<std::size_t>(m_streams.video)]; }
+    void NoteVideo(std::string note) { GetVideoPlan().notes.push_back(std::move(note)); }
+
+    CheckedOptions const& m_checked;
+    RunOptions const& m_options;
+    Container const& m_container;
+    AVOutputFormat const& m_format;
+    OpenedInput& m_input;
+    InputStreams& m_streams;
+    std::function<void()> const& m_onWait;
+    PlannedRun m_run;
+    AVCodec const* m_encoder = nullptr;
+    /// For pictures that the encoder of their codec does not take; null: none.
+    AVCodec const* m_usualEncoder = nullptr;
+};
+
+PlannedRun Planner::Make() {
+    LeaveOutWhatFilesLack();
+    PlanVideo();
+    PlanAudio(m_checked, m_streams, m_run);
+    PlanText();
+    PlanOutput();
+    return std::move(m_run);
+}
+
+/// A still holds nothing beside its picture, and nobody expects audio in it: no word of what is left out.
+/// Containers for audio may well take a film's pictures, and players would show it.
+void Planner::LeaveOutWhatFilesLack() {
+    bool const isAudioOfFilm =
+        m_container.isAudio && m_streams.video >= 0 && IsVideo(*m_streams.context->streams[m_streams.video]);
+    for (unsigned i = 0; i < m_streams.context->nb_streams; ++i) {
+        AVStream& stream = *m_streams.context->streams[i];
+        bool const isBeside = m_container.isStill && static_cast<int>(i) != m_streams.video;
+        if (isBeside || (isAudioOfFilm && IsVideo(stream)))
+            stream.discard = AVDISCARD_ALL;
+    }
+    if (!isAudioOfFilm)
+        return;
+    NoteVideo(
+        fmt::format("The pictures were left out: {} is a sound file.", Quote(m_options.output.filename())));
+    m_streams.video = -1;
+}
+
+/// Why the video cannot be copied into the container; "" when it can.
+std::string Planner::DescribeCopyObstacle() const {
+    Demuxer const& input = m_input.GetDemuxer();
+    AVStream const& video = input.GetVideo();
+    AVCodecID const codec = video.codecpar->codec_id;
+    bool const canHold = input.IsCover() && !m_container.isStill
+                             ? GetTraits(m_format).covers != Covers::None
+                             : CanHold(m_container, m_options.output, codec) && TakesAlone(m_format, video);
+    if (!canHold || WantsStartCodes(m_format, *video.codecpar))
+        return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
+    if (m_input.video.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill &&
+        !GetTraits(m_format).isMovFamily)
+        return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
+    bool const needsTimes = KeepsTimes(m_format) && m_streams.container != m_format.name && !input.IsStill();
+    return needsTimes && m_input.source != nullptr && !m_input.source->HasPacketTimes()
+               ? "the input does not say when they are shown"
+               : std::string();
+}
+
+void Planner::PlanVideo() {
+    if (m_streams.video < 0)
+        return;
+    if (m_input.source != nullptr) {
+        PlanEncoders();
+        if (Chain chain = MakeChain())
+            Encode(std::move(chain));
+        return;
+    }
+    if (m_checked.NeedsVideo() || m_container.isStill || !DescribeCopyObstacle().empty())
+        std::rethrow_exception(m_input.failure);
+}
+
+/// Pictures stay in their codec where they can: a film's, and a cover, whatever films in the container are
+/// encoded with.
+void Planner::PlanEncoders() {
+    m_encoder = m_checked.videoEncoder;
+    Demuxer const& input = m_input.GetDemuxer();
+    AVCodecID const codec = input.GetVideo().codecpar->codec_id;
+    AVCodec const* same = nullptr;
+    if (input.IsCover() && !m_container.isStill && m_options.videoEncoder.empty())
+        same = avcodec_find_encoder(codec);
+    else if (m_checked.MayKeepCodec() && !input.IsStill() && TakesAlone(m_format, input.GetVideo()))
+        same = FindSameEncoder(m_container, m_options.output, codec, m_input.video.format, m_options.quality);
+    if (same != nullptr && !input.IsCover())
+        m_usualEncoder = m_encoder;
+    m_encoder = same != nullptr ? same : m_encoder;
+    if (m_encoder != nullptr && input.IsCover())
+        CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions, m_checked.GetQuality());
+    if (m_encoder != nullptr && m_options.quality)
+        CheckQuality(*m_encoder, *m_options.quality);
+}
+
+/// Null: the video is copied, or left out.
+Planner::Chain Planner::MakeChain() {
+    bool const wantsEncoder = m_checked.WantsVideoEncoder();
+    VideoStreamInfo& info = m_input.video;
+    info.copyObstacle = wantsEncoder ? "the options ask for an encoder" : DescribeCopyObstacle();
+    Chain chain = m_options.makeVideoEffects ? m_options.makeVideoEffects(info) : nullptr;
+    if (chain == nullptr && info.copyObstacle.empty())
+        return chain;
+    if (chain == nullptr && !wantsEncoder && m_input.GetDemuxer().IsCover() && m_streams.audio >= 0 &&
+        !m_container.isStill) {
+        m_streams.video = -1; // the audio goes without its cover
+        return chain;
+    }
+    if (m_encoder == nullptr)
+        ThrowHoldsNoVideo(m_checked);
+    if (chain != nullptr)
+        return chain;
+    if (!wantsEncoder && !m_container.isStill)
+        NoteVideo("The pictures were encoded anew: " + info.copyObstacle + ".");
+    if (info.orientation != Conf::DisplayMatrix::s_default)
+        NoteVideo("The orientation tag of the pictures was dropped, since they were encoded anew.");
+    return std::make_unique<Host::VideoChain>(); // without steps: the pictures as
+                                                 // they are
+}
+
+void Planner::Encode(Chain chain) {
+    VideoStreamInfo const& info = m_input.video;
+    std::int64_t const firstDuration = m_input.source->GetFirstDuration();
+    m_run.video = std::make_unique<VideoWork>(std::move(chain), info.timeBase);
+    WorkedFrame const* const first = m_run.video->Prime(*m_input.source, m_onWait);
+    if (first == nullptr)
+        Core::Throw<OutputException>(
+            {s_file, "void Tarsel::Media::(anonymous "
+                     "namespace)::Planner::Encode(std::unique_ptr<Proc::IEffectStreamVideo>)"},
+            "Cannot write " + Quote(m_options.output) + ": no picture came out of the effects");
+    OpenEncoder({m_encoder, m_options.videoEncoderOptions, m_checked.GetQuality(), &m_format,
+                 m_run.video->GetTimeBase(), info.frameRate, firstDuration, m_container.isStill,
+                 m_options.keepsEffectFormat ? VideoFormat() : VideoFormat{info.format, info.space}},
+                *first);
+    AVCodecContext const& context = m_run.videoEncoder->GetContext();
+    GetVideoPlan().encoder = context.codec->name;
+    GetVideoPlan().format = Proc::PixelFormatText(context.pix_fmt);
+    NoteLoss(*context.codec);
+    for (std::string& note : m_run.videoEncoder->DescribeLosses())
+        NoteVideo(std::move(note));
+}
+
+void Planner::OpenEncoder(EncoderRequest request, WorkedFrame const& first) {
+    try {
+        m_run.videoEncoder = std::make_unique<VideoEncoder>(request, first);
+    } catch (OutputException const& exception) {
+        if (m_usualEncoder == nullptr)
+            throw;
+        NoteVideo(fmt::format("{}: {} served.", exception.what(), m_usualEncoder->name));
+        request.encoder = m_usualEncoder;
+        m_run.videoEncoder = std::make_unique<VideoEncoder>(request, first);
+    }
+}
+
+/// What lost nothing so far does now, and nobody asked for it.
+void Planner::NoteLoss(AVCodec const& encoder) {
+    Demuxer const& demuxer = m_input.GetDemuxer();
+    AVCodecDescriptor const* const input = avcodec_descriptor_get(demuxer.GetVideo().codecpar->codec_id);
+    bool const wasLossless = input != nullptr && (input->props & AV_CODEC_PROP_LOSSY) == 0 &&
+                             (GetCodecFacts(input->id).isOfFilms || input->id == AV_CODEC_ID_RAWVIDEO);
+    bool const isLossless = LosesNothing(encoder) || m_checked.GetQuality() == Quality::Lossless;
+    if (wasLossless && !isLossless && m_checked.MayKeepCodec() && !m_options.quality && !demuxer.IsStill())
+        NoteVideo(fmt::format("The input's pictures ({}) are without loss; those of {} are not quite.",
+                              input->name, encoder.name));
+}
+
+void Planner::PlanText() {
+    for (std::size_t i = 0; i < m_run.streams.size(); ++i) {
+        AVStream const& source = *m_streams.context->streams[i];
+        if (source.discard == AVDISCARD_ALL || !TextTrack::IsNeeded(source, m_format))
+            continue;
+        auto& text = m_run.streams[i].text;
+        text = std::make_unique<TextTrack>(source, m_format);
+        m_run.plan.streams[i].encoder = text->GetContext().codec->name;
+        m_run.plan.streams[i].notes.push_back(text->Describe());
+    }
+}
+
+/// What the container takes of them together.
+void Planner::PlanOutput() {
+    StreamEncoders encoders(m_run.streams.size());
+    for (std::size_t i = 0; i < encoders.size(); ++i) {
+        StreamWork const& work = m_run.streams[i];
+        if (m_run.videoEncoder != nullptr && static_cast<int>(i) == m_streams.video)
+            encoders[i] = {&m_run.videoEncoder->GetContext(), m_run.videoEncoder->GetTimeBase(),
+                           &m_run.videoEncoder->GetFirstFrame()};
+        else if (work.audio != nullptr)
+            encoders[i] = {&work.audio->GetEncoder().GetContext(), work.audio->GetEncoder().GetTimeBase()};
+        else if (work.text != nullptr)
+            encoders[i] = {&work.text->GetContext(), FromAV(m_streams.context->streams[i]->time_base)};
+    }
+    m_run.output = MakeOutputStreams(m_format, m_streams, encoders);
+    for (std::size_t i = 0; i < encoders.size(); ++i) {
+        StreamPlan& plan = m_run.plan.streams[i];
+        bool const isTaken = m_run.output.indexes[i] >= 0;
+        plan.fate = !isTaken                           ? Fate::Drop
+                    : encoders[i].context == nullptr   ? Fate::Copy
+                    : m_run.streams[i].text != nullptr ? Fate::Convert
+                                                       : Fate::Encode;
+        if (!isTaken) {
+            if (encoders[i].context != nullptr)
+                plan.notes.clear(); // of an encoder that does nothing
+            m_run.streams[i] = {};
+            plan.encoder.clear();
+            plan.format.clear();
+        }
+        if (std::string& note = m_run.output.streamNotes[i]; !note.empty())
+            plan.notes.push_back(std::move(note));
+    }
+    m_run.plan.notes = m_run.output.notes;
+}
+
+} // namespace
+
+PlannedRun PlanRun(CheckedOptions const& checked, OpenedInput& input, std::function<void()> const& onWait) {
+    return Planner(checked, input, onWait).Make();
+}
+
+} // namespace Tarsel::Media
