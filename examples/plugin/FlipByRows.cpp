@@ -39,11 +39,11 @@ public:
     std::int32_t GetInputFrameType() const override { return 1; }
 
     void Process(SP<Proc::IDataVideo>& data) override {
-        if (!data || !m_settings.vertical)
-            return;
         if (m_settings.horizontal)
             Core::Throw<Proc::EffectException>({"FlipByRows", "void FlipByRows::Process(SP<IDataVideo> &)"},
                                                "Rows can be flipped, columns cannot");
+        if (!data || !m_settings.vertical)
+            return;
         // The caller keeps its frame as it is; pixels are copied only where they are written.
         SP<Proc::IDataVideo> const result = data->Copy();
         int const planes = Conf::PixFmtDescription::Find(data->GetPixelFormat()).GetPlaneCount();

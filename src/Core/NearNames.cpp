@@ -2,6 +2,8 @@
 
 #include "Core/Text.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
@@ -64,6 +66,10 @@ std::string NearNamesText(std::string_view name, std::span<std::string const> na
     if (near.empty())
         return {};
     return "; near names: " + Utils::ToString(near, ", ", [](std::string const& text) { return text; });
+}
+
+bool HasWord(std::string_view words, std::string_view word) {
+    return fmt::format(" {} ", words).find(fmt::format(" {} ", word)) != std::string::npos;
 }
 
 } // namespace Tarsel::Core

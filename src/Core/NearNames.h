@@ -22,4 +22,7 @@ TARSEL_API std::vector<std::string> FindNearNames(std::string_view name, std::sp
 /// These for the end of a message: "; near names: a, b", or "" when there are none.
 TARSEL_API std::string NearNamesText(std::string_view name, std::span<std::string const> names);
 
+/// Whether `word` is one of `words`, which stand with blanks between.
+TARSEL_API bool HasWord(std::string_view words, std::string_view word);
+
 } // namespace Tarsel::Core

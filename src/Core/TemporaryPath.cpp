@@ -60,7 +60,7 @@ void TemporaryPath::Keep() noexcept {
 
 void TemporaryPath::RemoveAll() noexcept {
     Registry& registry = GetRegistry();
-    std::lock_guard const lock(registry.mutex);
+    registry.mutex.lock();
     for (TemporaryPath const* path : registry.paths)
         Remove(path->m_path);
 }

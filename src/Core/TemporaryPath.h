@@ -21,8 +21,8 @@ public:
     /// From now on it stays.
     void Keep() noexcept;
 
-    /// Removes all there are in the process: for one that is about to end without unwinding. Takes a lock, so
-    /// not for signal handlers.
+    /// Removes all there are in the process: for one that ends next, without unwinding. Other threads that
+    /// make, keep or drop a path from then on wait for that end. Takes a lock, so not for signal handlers.
     static void RemoveAll() noexcept;
 
 private:

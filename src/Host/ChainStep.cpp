@@ -30,6 +30,16 @@ Core::Property ChainStep<Medium>::GetStatistic() const {
 }
 
 template <class Medium>
+void ChainStep<Medium>::Mark(boost::exception const& exception) const noexcept {
+    try {
+        exception << TagStep(m_label);
+    } catch (...) {
+        // Without memory the failure goes on unlabelled.
+    }
+    FFmpegMessages::AddTo(exception);
+}
+
+template <class Medium>
 void ChainStep<Medium>::ThrowMisbehaviour(std::string const& text) {
     Core::Throw<Proc::EffectException>(
         {"Host/ChainStep",

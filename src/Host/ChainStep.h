@@ -26,21 +26,20 @@ protected:
     /// `effect` is not null.
     ChainStep(SP<Effect> effect, std::string label);
 
-    /// Does `work`; an exception that can carry facts leaves with the step's label
-    /// and what FFmpeg logged. It is the thrown object
-    /// that is marked and goes on: no type is lost.
+    /// Does `work`; an exception that can carry facts leaves with the step's label and what FFmpeg logged, as
+    /// far as there is memory for them. It is the thrown object that is marked and goes on: no type is lost.
     template <class Work>
     decltype(auto) Labelled(Work const& work) const {
         try {
             return work();
         } catch (boost::exception& exception) {
-            exception << TagStep(m_label);
-            FFmpegMessages::AddTo(exception);
+            Mark(exception);
             throw;
         }
     }
 
     [[noreturn]] static void ThrowMisbehaviour(std::string const& text);
+    void Mark(boost::exception const& exception) const noexcept;
 
     /// As IEffectStream, with the results of each operation to be taken before the next.
     void FeedEffect(SP<Data> const& data);

@@ -29,8 +29,8 @@ auto FindCreator(EffectRegistry const& registry, std::string const& classId, std
 }
 
 template <EffectKind kind, class FactoryData, class HostFactoryData>
-auto Create(EffectFactory const& factory, std::string const& classId, std::string const& implName,
-            SP<FactoryData const> const& data, char const* signature) {
+auto CreateOfKind(EffectFactory const& factory, std::string const& classId, std::string const& implName,
+                  SP<FactoryData const> const& data, char const* signature) {
     auto const creator = FindCreator<kind>(factory.GetRegistry(), classId, implName, signature);
     auto effect = creator(SP<Proc::IEffectFactory const>(&factory),
                           data ? data : SP<FactoryData const>(MakeSP<HostFactoryData>()));
@@ -56,7 +56,7 @@ EffectFactory::EffectFactory(std::shared_ptr<EffectRegistry const> registry)
 SP<Proc::IOneInputEffectVideo>
 EffectFactory::CreateVideoEffect(std::string const& classId, std::string const& implName,
                                  SP<Proc::IFactoryDataVideo const> const& data) const {
-    return Create<EffectKind::Video, Proc::IFactoryDataVideo, Proc::FactoryDataVideo>(
+    return CreateOfKind<EffectKind::Video, Proc::IFactoryDataVideo, Proc::FactoryDataVideo>(
         *this, classId, implName, data,
         "virtual SP<IOneInputEffectVideo> Tarsel::Host::EffectFactory::CreateVideoEffect(const std::string "
         "&, const std::string &, const SP<const IFactoryDataVideo> &) const");
@@ -65,7 +65,7 @@ EffectFactory::CreateVideoEffect(std::string const& classId, std::string const& 
 SP<Proc::IOneInputEffectAudio>
 EffectFactory::CreateAudioEffect(std::string const& classId, std::string const& implName,
                                  SP<Proc::IFactoryDataAudio const> const& data) const {
-    return Create<EffectKind::Audio, Proc::IFactoryDataAudio, Proc::FactoryDataAudio>(
+    return CreateOfKind<EffectKind::Audio, Proc::IFactoryDataAudio, Proc::FactoryDataAudio>(
         *this, classId, implName, data,
         "virtual SP<IOneInputEffectAudio> Tarsel::Host::EffectFactory::CreateAudioEffect(const std::string "
         "&, const std::string &, const SP<const IFactoryDataAudio> &) const");
@@ -74,10 +74,24 @@ EffectFactory::CreateAudioEffect(std::string const& classId, std::string const& 
 SP<Proc::ITwoInputEffectVideo>
 EffectFactory::CreateTwoInputVideoEffect(std::string const& classId, std::string const& implName,
                                          SP<Proc::IFactoryDataVideo const> const& data) const {
-    return Create<EffectKind::TwoInputVideo, Proc::IFactoryDataVideo, Proc::FactoryDataVideo>(
+    return CreateOfKind<EffectKind::TwoInputVideo, Proc::IFactoryDataVideo, Proc::FactoryDataVideo>(
         *this, classId, implName, data,
         "virtual SP<ITwoInputEffectVideo> Tarsel::Host::EffectFactory::CreateTwoInputVideoEffect("
         "const std::string &, const std::string &, const SP<const IFactoryDataVideo> &) const");
+}
+
+SP<Proc::IEffect> EffectFactory::Create(EffectEntry const& entry) const {
+    switch (entry.GetKind()) {
+    case EffectKind::Video:
+        return CreateVideoEffect(entry.classId, entry.implName, {});
+    case EffectKind::Audio:
+        return CreateAudioEffect(entry.classId, entry.implName, {});
+    case EffectKind::TwoInputVideo:
+        return CreateTwoInputVideoEffect(entry.classId, entry.implName, {});
+    case EffectKind::TwoInputAudio:
+        break;
+    }
+    return {};
 }
 
 } // namespace Tarsel::Host

@@ -23,6 +23,9 @@ public:
     CreateTwoInputVideoEffect(std::string const& classId, std::string const& implName,
                               SP<Proc::IFactoryDataVideo const> const& data) const override;
 
+    /// An effect of the entry, whatever its kind; null for a kind that there is no operation for.
+    SP<Proc::IEffect> Create(EffectEntry const& entry) const;
+
     EffectRegistry const& GetRegistry() const noexcept { return *m_registry; }
 
 private:

@@ -115,8 +115,21 @@ std::string SeparateSettings(EffectRegistry const& registry, std::string const& 
     return text;
 }
 
+/// The effects of the kind that people look for by such a word.
+std::vector<std::string> FindByKeyword(EffectFactory const& factory, std::string const& word,
+                                       EffectKind kind) {
+    std::vector<std::string> found;
+    for (EffectEntry const& entry : factory.GetRegistry().GetEntries()) {
+        SP<Proc::IEffect> const effect = entry.GetKind() == kind ? factory.Create(entry) : nullptr;
+        if (effect && Core::HasWord(effect->GetSettingsBase().GetClassTable().keywords, word))
+            found.push_back('"' + entry.classId + '"');
+    }
+    return found;
+}
+
 /// Throws unless the registry has an effect of that class and kind.
-void CheckIsThere(EffectRegistry const& registry, std::string const& classId, EffectKind kind) {
+void CheckIsThere(EffectFactory const& factory, std::string const& classId, EffectKind kind) {
+    EffectRegistry const& registry = factory.GetRegistry();
     EffectEntry const* other = nullptr;
     for (EffectEntry const& entry : registry.GetEntries()) {
         if (entry.classId != classId)
@@ -133,6 +146,9 @@ void CheckIsThere(EffectRegistry const& registry, std::string const& classId, Ef
         ThrowUnusable(fmt::format("There is no effect \"{}\", nor any other", classId));
     if (std::string const meant = SeparateSettings(registry, classId); !meant.empty())
         ThrowUnusable(fmt::format("Write \"{}\": blanks separate an effect and its settings", meant));
+    if (auto const found = FindByKeyword(factory, classId, kind); !found.empty())
+        ThrowUnusable(
+            fmt::format("There is no effect \"{}\"; for that there is {}", classId, fmt::join(found, ", ")));
     std::vector<std::string> names;
     std::ranges::transform(entries, std::back_inserter(names), &EffectEntry::classId);
     ThrowUnusable(fmt::format("There is no effect \"{}\"; the nearest name is \"{}\"", classId,
@@ -153,7 +169,7 @@ void ReadStep(EffectStep const& step, Proc::Settings& settings) {
 template <class Effect, class Create>
 SP<Effect> MakeEffect(EffectFactory const& factory, EffectStep const& step, EffectKind kind,
                       Create const& create) {
-    CheckIsThere(factory.GetRegistry(), step.classId, kind);
+    CheckIsThere(factory, step.classId, kind);
     SP<Effect> effect = (factory.*create)(step.classId, Proc::ImplNames::DEFAULT, {});
     std::unique_ptr<Proc::Settings> const settings = effect->GetSettingsBase().Clone();
     ReadStep(step, *settings);

@@ -91,10 +91,21 @@ std::string WithoutAddresses(std::string_view line) {
     return text;
 }
 
-void Keep(std::deque<Line>& lines, Line line) {
+/// The number of the first line since the thread's innermost scope opened.
+std::uint64_t FindFirst(State const& state, std::thread::id thread) {
+    auto const scope = std::ranges::find(state.scopes.rbegin(), state.scopes.rend(), thread, &Scope::thread);
+    return scope != state.scopes.rend() ? scope->first : 0;
+}
+
+void EraseFrom(std::uint64_t first, std::deque<Line>& lines, std::thread::id thread) {
+    std::erase_if(lines, [&](Line const& line) { return line.thread == thread && line.number >= first; });
+}
+
+/// `first` is that of the innermost scope: a line that stands before it may be repeated.
+void Keep(std::deque<Line>& lines, Line line, std::uint64_t first) {
     auto const isOfThread = [&](Line const& other) { return other.thread == line.thread; };
     auto const last = std::ranges::find_if(lines.rbegin(), lines.rend(), isOfThread);
-    if (last != lines.rend() && last->text == line.text)
+    if (last != lines.rend() && last->text == line.text && last->number >= first)
         return;
     if (std::ranges::count_if(lines, isOfThread) == s_threadCapacity)
         lines.erase(std::ranges::find_if(lines, isOfThread));
@@ -112,7 +123,7 @@ void Add(int level, std::string_view line) {
     entry.number = state.nextNumber++;
     Tell(state, entry);
     if (level <= AV_LOG_WARNING && !state.scopes.empty())
-        Keep(state.lines, std::move(entry));
+        Keep(state.lines, std::move(entry), FindFirst(state, entry.thread));
 }
 
 // FFmpeg may give a line in pieces, and it calls from many threads at once.
@@ -160,8 +171,7 @@ std::vector<std::string> TakeLines(bool othersToo) {
     State& state = GetState();
     std::lock_guard const lock(state.mutex);
     std::thread::id const own = std::this_thread::get_id();
-    auto const scope = std::ranges::find(state.scopes.rbegin(), state.scopes.rend(), own, &Scope::thread);
-    std::uint64_t const first = scope != state.scopes.rend() ? scope->first : 0;
+    std::uint64_t const first = FindFirst(state, own);
     std::vector<std::string> texts =
         Extract(state.lines, [&](Line const& line) { return line.thread == own && line.number >= first; });
     if (texts.empty() && othersToo)
@@ -185,9 +195,7 @@ FFmpegMessages::~FFmpegMessages() {
     State& state = GetState();
     std::lock_guard const lock(state.mutex);
     auto const scope = std::ranges::find(state.scopes, this, &Scope::id);
-    std::erase_if(state.lines, [&](Line const& line) {
-        return line.thread == scope->thread && line.number >= scope->first;
-    });
+    EraseFrom(scope->first, state.lines, scope->thread);
     state.scopes.erase(scope);
     if (!state.scopes.empty())
         return;
@@ -195,16 +203,32 @@ FFmpegMessages::~FFmpegMessages() {
     state.lines.clear();
 }
 
-void FFmpegMessages::AddTo(boost::exception const& failure) {
-    if (boost::get_error_info<TagFFmpegMessages>(failure) != nullptr)
-        return;
-    bool const isOfFFmpeg = boost::get_error_info<Proc::TagFFmpegError>(failure) != nullptr;
-    if (std::vector<std::string> lines = TakeLines(isOfFFmpeg); !lines.empty())
-        failure << TagFFmpegMessages(std::move(lines));
+void FFmpegMessages::AddTo(boost::exception const& failure) noexcept {
+    try {
+        if (boost::get_error_info<TagFFmpegMessages>(failure) != nullptr)
+            return;
+        bool const isOfFFmpeg = boost::get_error_info<Proc::TagFFmpegError>(failure) != nullptr;
+        if (std::vector<std::string> lines = TakeLines(isOfFFmpeg); !lines.empty())
+            failure << TagFFmpegMessages(std::move(lines));
+    } catch (...) {
+        // The failure matters more than what FFmpeg said of it.
+    }
 }
 
 std::vector<std::string> FFmpegMessages::Take() {
     return TakeLines(true);
+}
+
+FFmpegMessages::Trial::Trial() {
+    State& state = GetState();
+    std::lock_guard const lock(state.mutex);
+    m_first = state.nextNumber;
+}
+
+FFmpegMessages::Trial::~Trial() {
+    State& state = GetState();
+    std::lock_guard const lock(state.mutex);
+    EraseFrom(m_first, state.lines, std::this_thread::get_id());
 }
 
 } // namespace Tarsel::Host

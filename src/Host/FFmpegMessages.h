@@ -6,6 +6,7 @@
 #include <boost/exception/exception.hpp>
 
 #include <cstdarg>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -28,8 +29,8 @@ using TagFFmpegMessages = boost::error_info<struct TagFFmpegMessagesId, std::vec
 class TARSEL_API FFmpegMessages {
 public:
     /// Hears a whole line, without its end, at one of FFmpeg's levels (AV_LOG_INFO and graver). Called on the
-    /// thread that logs, by one thread at a time; it opens and closes no scope. What it throws is lost, and
-    /// so is what FFmpeg logs meanwhile.
+    /// thread that logs, by one thread at a time: others that log wait for it. It uses neither this class nor
+    /// DescribeError. What it throws is lost, and so is what FFmpeg logs meanwhile.
     using Listener = std::function<void(int level, std::string_view line)>;
     /// As av_log_set_callback takes it.
     using Callback = void (*)(void* object, int level, char const* format, std::va_list arguments);
@@ -43,11 +44,24 @@ public:
     ~FFmpegMessages();
 
     /// Lets the lines go with this exception of the calling thread; for programs that pass exceptions on to
-    /// other threads. Nothing without a scope, or where the exception has lines already. Never throws
-    /// anything but std::bad_alloc.
-    static void AddTo(boost::exception const& failure);
-    /// The same for exceptions that carry nothing.
+    /// other threads. Nothing without a scope, or where the exception has lines already. Without memory for
+    /// them the lines are lost, and the exception goes on as it is.
+    static void AddTo(boost::exception const& failure) noexcept;
+    /// The same for exceptions that carry nothing. std::bad_alloc.
     static std::vector<std::string> Take();
+
+    /// While one lives, its thread tries something whose failure is an answer: what FFmpeg logs there
+    /// meanwhile goes with no exception thrown later. Listeners hear it. Needs no scope; on one thread.
+    class TARSEL_API Trial {
+    public:
+        Trial();
+        Trial(Trial const&) = delete;
+        Trial& operator=(Trial const&) = delete;
+        ~Trial();
+
+    private:
+        std::uint64_t m_first;
+    };
 
 private:
     Listener m_listener;

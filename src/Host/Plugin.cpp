@@ -88,6 +88,8 @@ SP<Proc::IAudioGenerator> Plugin::CreateAudioGenerator(std::string const& descri
 }
 
 std::filesystem::path Plugin::Find(std::string const& name) {
+    if (name.find('/') != std::string::npos || name.ends_with(".so"))
+        return name;
     std::vector<std::filesystem::path> candidates = GetPluginFolders();
     for (std::filesystem::path& candidate : candidates) {
         candidate /= "lib" + name + ".so";

@@ -37,7 +37,7 @@ public:
     /// Where the plug-in named `name` ("lumenta") lies: the first that exists of
     /// $TARSEL_PLUGIN_PATH/lib<name>.so (a list of folders separated by ':'), beside libtarsel.so, and
     /// <folder of libtarsel.so>/tarsel/lib<name>.so. PluginException listing the places looked at when there
-    /// is none.
+    /// is none. A name with a folder in it, or that ends in ".so", is a file and given back as it is.
     static std::filesystem::path Find(std::string const& name);
 
 private:

@@ -2,6 +2,7 @@
 
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
+#include "Host/FFmpegMessages.h"
 #include "Host/IdleCure.h"
 #include "Host/VideoStep.h"
 #include "Proc/Interfaces/IEffectDetails.h"
@@ -34,14 +35,21 @@ std::string DescribeIdle(Effect& effect, Format const& format, Details const* de
     if (!isIdle())
         return {};
     std::unique_ptr<Proc::Settings> const settings = effect.GetSettingsBase().Clone();
-    std::string const cure = DescribeCure(*settings, [&](Proc::Settings const& others) {
-        try {
-            effect.SetSettings(others);
-            return isIdle();
-        } catch (std::exception const&) {
-            return true; // what is refused is no cure
-        }
-    });
+    std::string cure;
+    try {
+        FFmpegMessages::Trial const trial;
+        cure = DescribeCure(*settings, [&](Proc::Settings const& others) {
+            try {
+                effect.SetSettings(others);
+                return isIdle();
+            } catch (Exception const&) {
+                return true; // what is refused is no cure
+            }
+        });
+    } catch (...) {
+        effect.SetSettings(*settings);
+        throw;
+    }
     effect.SetSettings(*settings);
     return (settings->IsEmpty() ? "does nothing" : "does nothing to this input") + cure;
 }

@@ -2,6 +2,7 @@
 
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
+#include "Proc/Wrappers/FrameFields.h"
 
 #include <fmt/format.h>
 
@@ -43,6 +44,7 @@ void VideoStep::Feed(SP<Proc::IDataVideo> const& frame) {
         PictureForm const form = GetForm(*frame);
         if (form != m_input)
             FitTo(form);
+        m_isInterlaced = Proc::GetFrameFieldOrder(*frame->GetAVFrame()) != Proc::FieldOrder::Progressive;
         FeedEffect(m_fit ? m_fit->Fit(*frame) : frame);
     });
 }
@@ -95,6 +97,7 @@ SP<Proc::IDataVideo> VideoStep::TakeRestored() {
     if (std::string const fault = FindFault(*result); !fault.empty())
         ThrowMisbehaviour(fault);
     NoteLosses(*result);
+    NoteMixedFields(*result);
     return m_fit ? m_fit->Restore(result) : result;
 }
 
@@ -144,6 +147,17 @@ void VideoStep::NoteLosses(Proc::IDataVideo const& result) {
     if (in.GetDepth() > out.GetDepth())
         Note(fmt::format("{} drops depth, {} bits to {}: {} becomes {}", GetLabel(), in.GetDepth(),
                          out.GetDepth(), in.GetName(), out.GetName()));
+}
+
+/// Another size, and the rows of a frame are no longer those of two fields.
+void VideoStep::NoteMixedFields(Proc::IDataVideo const& result) {
+    PictureForm const form = GetForm(result);
+    bool const isResized = form.width != m_input.width || form.height != m_input.height;
+    if (!m_isInterlaced || m_mixesFields || !isResized ||
+        Proc::GetFrameFieldOrder(*result.GetAVFrame()) != Proc::FieldOrder::Progressive)
+        return;
+    m_mixesFields = true;
+    Note(fmt::format("{} mixes the fields of interlaced video; put deinterlace before it", GetLabel()));
 }
 
 } // namespace Tarsel::Host

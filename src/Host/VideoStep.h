@@ -32,6 +32,7 @@ private:
     void FitTo(PictureForm const& form);
     SP<Proc::IDataVideo> TakeRestored();
     void NoteLosses(Proc::IDataVideo const& result);
+    void NoteMixedFields(Proc::IDataVideo const& result);
     bool ChangesAlpha() const;
 
     /// The effect as one that tells about itself; null when it is none. Lives as long as the effect.
@@ -41,6 +42,8 @@ private:
     /// What went in last, and what came out of it last.
     PictureForm m_input;
     Conf::PixFmt m_output = Conf::PixFmt::None;
+    bool m_isInterlaced = false;
+    bool m_mixesFields = false;
     std::deque<SP<Proc::IDataVideo>> m_ready;
 };
 

@@ -21,6 +21,8 @@ namespace Tarsel::Media {
 enum class Quality : std::uint8_t { Low, Medium, High, VisuallyLossless, Lossless };
 constexpr Quality s_everyQuality[] = {Quality::Low, Quality::Medium, Quality::High, Quality::VisuallyLossless,
                                       Quality::Lossless};
+/// Where none is asked for.
+constexpr Quality s_usualQuality = Quality::VisuallyLossless;
 /// "visually-lossless". Any thread.
 TARSEL_MEDIA_API std::string_view GetQualityName(Quality quality) noexcept;
 
@@ -40,7 +42,8 @@ struct RunOptions {
     std::string audioEncoder;
     std::vector<std::pair<std::string, std::string>> audioEncoderOptions;
     /// Of what is encoded anew, where the options do not tell it: pictures are encoded anew when it is given.
-    /// Nothing: VisuallyLossless.
+    /// Of the pictures, or of the audio where the output holds nothing else; other streams are encoded with
+    /// it where they are encoded at all, covers never. Nothing: s_usualQuality.
     std::optional<Quality> quality;
     /// The chain's pictures have a format that was asked for: they are written in it, or what the encoder has
     /// next to it. Otherwise RGB that came of YUV becomes YUV again where the encoder wants that.

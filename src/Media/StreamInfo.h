@@ -33,6 +33,8 @@ struct VideoStreamInfo {
     std::string copyObstacle;
     /// When the first picture is shown, in the microseconds that pictures are stamped with.
     std::int64_t start = 0;
+    /// A file of audio has it as its cover.
+    bool isCover = false;
 };
 
 /// Makes the work on the picture, once the stream is known. With a null result the picture stream is copied

@@ -96,8 +96,14 @@ TEST(FFmpegMessages, NestAndKeepThreadsApart) {
     FFmpegMessages const outer;
     LogError("before");
     {
+        FFmpegMessages::Trial const trial;
+        LogError("an answer");
+    }
+    {
         FFmpegMessages const inner;
         EXPECT_THAT(Fail(), IsEmpty());
+        LogError("before");
+        EXPECT_THAT(Fail(), ElementsAre("before"));
         LogError("inside");
         LogError("inside, last");
         EXPECT_THAT(Fail(), ElementsAre("inside", "inside, last"));

@@ -108,8 +108,9 @@ TEST_F(Input, CutOffIsReadAsFarAsItGoes) {
 
 // Half of a file, and all of it: of the whole nothing is said, however its length is stated.
 TEST_F(Input, ThatBreaksOffIsTold) {
-    std::string const breaksOff = "The input breaks off: its (pictures|audio|pictures and audio) end at "
-                                  "[0-9.]+ s, though it states [0-9.]+ s.";
+    std::string const breaksOff =
+        "The input breaks off: its (pictures end|audio ends|pictures and audio end) at "
+        "[0-9.]+ s, though it states [0-9.]+ s.";
     std::string const film = s_pictures + s_sound + s_bFrames;
     std::string const tone = "-f lavfi -i sine=d=2.3:r=44100 ";
     struct {
@@ -324,6 +325,23 @@ TEST(OutputFile, NobodyElseMayReadItWhoCouldNotReadTheOld) {
         EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(folder / "film.mp4").permissions()), rights);
         std::filesystem::remove(folder / "film.mp4");
     }
+}
+
+TEST(OutputFile, KeepsTheGroupAndGivesNoOneElseItsRights) {
+    TempFolder const folder;
+    std::filesystem::path const path = folder / "film.mp4";
+    WriteFile(path, "old");
+    constexpr gid_t games = 60;
+    if (chown(path.c_str(), static_cast<uid_t>(-1), games) != 0)
+        GTEST_SKIP() << "Only root gives files to groups";
+    chmod(path.c_str(), 06640);
+    Media::OutputFile file(path, true);
+    file.Close();
+    file.Publish();
+    struct stat made {};
+    ASSERT_EQ(stat(path.c_str(), &made), 0);
+    EXPECT_EQ(made.st_gid, games);
+    EXPECT_EQ(made.st_mode & 07777U, 0640U);
 }
 
 TEST(OutputFile, RemovesWhatAKilledProcessLeft) {

@@ -90,14 +90,14 @@ attached.mkv out.mp4 v a
   Stream 4 (attachment, none) was left out: the container mp4 cannot take it.
 rich.mkv out.webm
   h264: encode libvpx-vp9 yuv420p | aac: encode libopus 48000 Hz flt mono | opus: copy | ass: convert webvtt
-  The pictures were encoded anew: "out.webm" cannot hold h264.
-  Sound stream 0: The sound was encoded anew: "out.webm" cannot hold aac.
+  Video was re-encoded from h264 to vp9: "out.webm" cannot hold h264.
+  Sound stream 0: Audio was re-encoded from aac to opus: "out.webm" cannot hold aac.
   Subtitles were converted from ass to webvtt.
 rich.mkv out.mkv
   h264: copy | aac: copy | opus: copy | ass: copy
 rich.mkv out.avi v
   h264: encode mpeg4 yuv420p | aac: copy | opus: encode libmp3lame 48000 Hz fltp mono | ass: drop
-  Sound stream 1: The sound was encoded anew: "out.avi" cannot hold opus.
+  Sound stream 1: Audio was re-encoded from opus to mp3: "out.avi" cannot hold opus.
   Stream 3 (subtitle, ass) was left out: the container avi cannot take it.
   The chapters were left out: the container avi has no place for them.
 rich.mkv out.gif v
@@ -115,7 +115,7 @@ rich.mkv out.ts
 rich.mkv out.mp3
   h264: drop | aac: encode libmp3lame 48000 Hz fltp mono | opus: drop | ass: drop
   The pictures were left out: "out.mp3" is a sound file.
-  Sound stream 0: The sound was encoded anew: "out.mp3" cannot hold aac.
+  Sound stream 0: Audio was re-encoded from aac to mp3: "out.mp3" cannot hold aac.
   Stream 2 (audio, opus) was left out: the container mp3 cannot take it.
   Stream 3 (subtitle, ass) was left out: the container mp3 cannot take it.
 rich.mkv out.wav a
@@ -126,18 +126,18 @@ rich.mkv out.wav a
   The chapters were left out: the container wav has no place for them.
 cover.m4a out.mp3
   aac: encode libmp3lame 48000 Hz fltp mono | png: copy
-  The sound was encoded anew: "out.mp3" cannot hold aac.
+  Audio was re-encoded from aac to mp3: "out.mp3" cannot hold aac.
 cover.m4a out.m4a v
   aac: copy | png: encode png rgb24
 cover.m4a out.wav
   aac: encode pcm_s16le 48000 Hz s16 mono | png: drop
-  The sound was encoded anew: "out.wav" cannot hold aac.
+  Audio was re-encoded from aac to pcm_s16le: "out.wav" cannot hold aac.
   Stream 1 (video, png) was left out: the container wav cannot take it.
 cover.m4a out.png
   aac: drop | png: copy
 timeless.avi out.mp4
   h264: encode libx264 yuv420p
-  The pictures were encoded anew: the input does not say when they are shown.
+  Video was re-encoded: the input does not say when they are shown.
 odd.mkv out.mp4 v
   ffv1: encode libx264 yuv444p
   The input's pictures (ffv1) are without loss; those of libx264 are not quite.
@@ -247,7 +247,7 @@ TEST_F(Plans, MakersKnowWhatACopyWouldLack) {
                        {"out.mp4", "mpeg4", "the options ask for an encoder", "h264: encode mpeg4 yuv420p"},
                        {"out.webm", "", "\"out.webm\" cannot hold h264",
                         "h264: encode libvpx-vp9 yuv420p\n"
-                        "The pictures were encoded anew: \"out.webm\" cannot hold h264."}};
+                        "Video was re-encoded from h264 to vp9: \"out.webm\" cannot hold h264."}};
     for (auto const& row : cases) {
         SCOPED_TRACE(std::string(row.output) + row.encoder);
         Media::RunOptions options = Options("in.mp4", row.output);
@@ -257,8 +257,7 @@ TEST_F(Plans, MakersKnowWhatACopyWouldLack) {
             info = told;
             return nullptr;
         };
-        std::string const dropped =
-            "\nThe orientation tag of the pictures was dropped, since they were encoded anew.";
+        std::string const dropped = "\nThe orientation tag was dropped, since the video was re-encoded.";
         EXPECT_EQ(PlanText(options), row.plan + (*row.obstacle == '\0' ? "" : dropped));
         EXPECT_EQ(info.copyObstacle, row.obstacle);
         EXPECT_EQ(info.orientation.GetOrientation(), 6);

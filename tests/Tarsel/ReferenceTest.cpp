@@ -159,6 +159,9 @@ TEST_F(ReferenceTool, BadOnesAreToldAndNothingIsLeft) {
         {"midequalizer reference=text.mp4", 2, cannot + "\"text.mp4\"*"},
         {"midequalizer reference=sound.m4a", 2, "reference: \"sound.m4a\" has no pictures"},
     };
+    MakeFilm("other.mkv", "-f lavfi -i testsrc2=size=64x48:duration=0.1");
+    ExpectRefusals({{"run first.mkv other.mkv --overwrite -e 'midequalizer reference=other.mkv'", 1,
+                     "Choose another output: \"other.mkv\" is the reference of a step"}});
     for (auto const& [step, exitCode, error] : cases)
         ExpectRefusals({{"run first.mkv out.mkv -e '" + step + "'", exitCode, error}});
 }

@@ -153,8 +153,8 @@ TEST_F(RunTool, WhatCannotBeCopiedStaysUpright) {
     EXPECT_EQ(LookAt("film.mp4", true), "WW"
                                         "BB");
     EXPECT_EQ(RunForNotes("run film.mp4 out.webm"),
-              "tarsel: note: The pictures were encoded anew and turned upright: \"out.webm\" cannot hold "
-              "h264.\n");
+              "tarsel: note: Video was re-encoded from h264 to vp9: \"out.webm\" cannot hold h264.\n"
+              "tarsel: note: Frames were turned upright: \"out.webm\" cannot hold h264.\n");
     EXPECT_EQ(LookAt("out.webm", false), "WW"
                                          "BB");
     EXPECT_EQ(ProbeVideo("out.webm", "stream=width,height"), "32 64");
@@ -163,7 +163,7 @@ TEST_F(RunTool, WhatCannotBeCopiedStaysUpright) {
     ExpectRefusals({{"run film.mp4 none.webm --plugin none.so", 1, "Cannot open plug-in \"none.so\": *"}});
     SetOrientation("film.mp4", 1);
     EXPECT_EQ(RunForNotes("run film.mp4 plain.webm --plugin none.so"),
-              "tarsel: note: The pictures were encoded anew: \"plain.webm\" cannot hold h264.\n");
+              "tarsel: note: Video was re-encoded from h264 to vp9: \"plain.webm\" cannot hold h264.\n");
 }
 
 TEST_F(RunTool, OrientationThatCannotBeBakedIsTold) {
@@ -255,6 +255,39 @@ TEST_F(RunTool, QualityIsALevelOfTheEncoder) {
         RunForNotes("run film.mp4 " + level + ".mp4 --quality " + level);
     EXPECT_LT(std::filesystem::file_size("low.mp4"), std::filesystem::file_size("high.mp4"));
     EXPECT_EQ(Hash("lossless.mp4"), Hash("film.mp4"));
+}
+
+TEST_F(RunTool, QualityOfAudioLeavesTheCoverAlone) {
+    MakeFilm("cover.jpg", "-f lavfi -i testsrc2=size=64x48 -frames:v 1");
+    std::string const song =
+        "-f lavfi -i sine=duration=4 -i cover.jpg -map 0 -map 1 -disposition:v attached_pic -c:v copy ";
+    MakeFilm("song.flac", song);
+    MakeFilm("song.mp3", song + "-q:a 0");
+    for (std::string const level : {"low", "lossless"})
+        for (std::string const input : {"song.flac", "song.mp3"}) {
+            SCOPED_TRACE(level + ' ' + input);
+            bool const loses = input == "song.mp3";
+            std::string const output = level + input;
+            EXPECT_EQ(
+                RunForNotes("run " + input + ' ' + output + " --quality " + level),
+                loses ? "" : "tarsel: note: The quality changes nothing: flac loses nothing of the audio.\n");
+            EXPECT_EQ(ProbePackets(output, "v"), ProbePackets(input, "v"));
+            if (!loses) {
+                EXPECT_EQ(ProbePackets(output, "a"), ProbePackets(input, "a"));
+            } else if (level == "low") {
+                EXPECT_LT(std::filesystem::file_size(output), std::filesystem::file_size(input) / 2);
+            }
+        }
+}
+
+// Ten pictures a second and then two: by their mean no two of the ten would have places of their own.
+TEST_F(RunTool, PicturesOfUnevenRatesKeepTheirTimesWherePicturesAreCounted) {
+    MakeFilm("film.mkv",
+             "-f lavfi -i testsrc2=size=64x48:rate=10:duration=8 -vf 'select=lt(n\\,40)+not(mod(n\\,5))' "
+             "-fps_mode vfr -c:v ffv1");
+    RunForNotes("run film.mkv out.avi -e 'flip horizontal' --video-codec ffv1");
+    EXPECT_EQ(OutputOf("ffmpeg -v error -i out.avi -vf fps=10,hflip -f framemd5 - | tail -n 20"),
+              OutputOf("ffmpeg -v error -i film.mkv -vf fps=10 -f framemd5 - | tail -n 20"));
 }
 
 TEST_F(RunTool, AFormatAskedForLastIsWritten) {

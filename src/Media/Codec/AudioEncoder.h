@@ -27,7 +27,7 @@ using TakePacket = std::function<void(AVPacket&)>;
 struct AudioRequest {
     AVCodec const* encoder = nullptr;
     EncoderOptions options;
-    Quality quality = Quality::VisuallyLossless;
+    Quality quality = s_usualQuality;
     AVOutputFormat const* container = nullptr;
     /// Of the blocks.
     Conf::SampleInfo format;

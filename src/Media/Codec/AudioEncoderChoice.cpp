@@ -78,7 +78,7 @@ UniqueCodecParameters MakeParameters(AVCodec const& encoder, Container const& co
     parameters->codec_type = AVMEDIA_TYPE_AUDIO;
     parameters->codec_id = encoder.id;
     try {
-        AudioEncoder const trial({&encoder, {}, Quality::VisuallyLossless, container.format, usual, 16});
+        AudioEncoder const trial({&encoder, {}, s_usualQuality, container.format, usual, 16});
         isOpened = true;
         if (avcodec_parameters_from_context(parameters.get(), &trial.GetContext()) < 0)
             ThrowNoMemory("codec parameters");

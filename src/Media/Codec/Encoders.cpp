@@ -61,6 +61,7 @@ constexpr CodecRow s_codecs[] = {
     {AV_CODEC_ID_MAGICYUV, Films},
     {AV_CODEC_ID_QTRLE, Films},
     {AV_CODEC_ID_V210, Films},
+    {AV_CODEC_ID_PNG, Films},
 };
 
 constexpr std::size_t s_qualities = 5;
@@ -288,9 +289,13 @@ std::vector<AVCodec const*> ListEncodersOf(int codec) {
 }
 
 bool LosesNothing(AVCodec const& encoder) noexcept {
-    AVCodecDescriptor const* const codec = avcodec_descriptor_get(encoder.id);
-    return codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0 &&
-           (codec->props & AV_CODEC_PROP_LOSSY) == 0;
+    return CodecLosesNothing(encoder.id);
+}
+
+bool CodecLosesNothing(int codec) noexcept {
+    AVCodecDescriptor const* const descriptor = avcodec_descriptor_get(static_cast<AVCodecID>(codec));
+    return descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_LOSSLESS) != 0 &&
+           (descriptor->props & AV_CODEC_PROP_LOSSY) == 0;
 }
 
 bool HasQuality(AVCodec const& encoder, Quality quality) {

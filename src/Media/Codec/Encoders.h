@@ -46,6 +46,8 @@ bool WorksInOrdinaryMemory(AVCodec const& encoder);
 
 /// Whether the encoder loses nothing whatever it is told.
 bool LosesNothing(AVCodec const& encoder) noexcept;
+/// The same of an FFmpeg codec id.
+bool CodecLosesNothing(int codec) noexcept;
 
 /// Whether the encoder has options for the quality. One whose codec loses nothing has all.
 bool HasQuality(AVCodec const& encoder, Quality quality);

@@ -41,15 +41,23 @@ std::vector<PixFmt> ListCandidates(PixFmt format, std::uint32_t width, std::uint
     return candidates;
 }
 
+/// The YUV that a gray format of that depth fits into: it has no chroma to lose. Other formats themselves.
+PixFmt WithLeastChroma(PixFmt format) {
+    auto const& description = Conf::PixFmtDescription::Find(format);
+    if (!description.IsGray() || description.HasAlpha())
+        return format;
+    int const depth = description.GetDepth();
+    AVPixelFormat const like = depth <= 8    ? AV_PIX_FMT_YUV420P
+                               : depth <= 10 ? AV_PIX_FMT_YUV420P10
+                               : depth <= 12 ? AV_PIX_FMT_YUV420P12
+                                             : AV_PIX_FMT_YUV420P16;
+    return static_cast<PixFmt>(like);
+}
+
 /// What YUV made from RGB is: the colours of HD, which players assume, and the usual range.
 constexpr Conf::ColorSpace MakeYuvFromRgb(Conf::ColorSpace const& rgb) noexcept {
     return {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG,
             rgb.primaries == AVCOL_PRI_UNSPECIFIED ? std::int32_t{AVCOL_PRI_BT709} : rgb.primaries};
-}
-
-bool IsRgb(PixFmt format) {
-    auto const& description = Conf::PixFmtDescription::Find(format);
-    return description.IsRgb() || (description.GetFlags() & Conf::PixFmtDescription::Palette) != 0;
 }
 
 /// The three names of BT.601's matrix are one.
@@ -62,6 +70,11 @@ bool IsSameMatrix(std::int32_t a, std::int32_t b) noexcept {
 }
 
 } // namespace
+
+bool IsRgb(PixFmt format) {
+    auto const& description = Conf::PixFmtDescription::Find(format);
+    return description.IsRgb() || (description.GetFlags() & Conf::PixFmtDescription::Palette) != 0;
+}
 
 std::optional<VideoFormat> FindYuvOrigin(VideoFormat const& input) {
     if (input.format == PixFmt::None || IsRgb(input.format) ||
@@ -88,7 +101,8 @@ VideoConversion ChooseVideoConversion(PixFmt format, Conf::ColorSpace const& spa
         if (!Contains(candidates, from) && isBackFromRgb)
             picture.format = origin->format;
         else if (!Contains(candidates, from))
-            picture.format = Conf::FindBestPixelFormatOfList(candidates, from, true, &picture.loss);
+            picture.format =
+                Conf::FindBestPixelFormatOfList(candidates, WithLeastChroma(from), true, &picture.loss);
         if (picture.format == PixFmt::None)
             return picture;
     }

@@ -35,6 +35,9 @@ struct VideoFormat {
     Conf::ColorSpace space;
 };
 
+/// Whether the colors are red, green and blue, as those of palettes are. Any thread.
+bool IsRgb(Conf::PixFmt format);
+
 /// What RGB that was made of such input has to become where the encoder wants YUV: what it was, lest colours
 /// shift or players meet a format they do not know. Nothing where the input is no YUV. Pure; any thread.
 std::optional<VideoFormat> FindYuvOrigin(VideoFormat const& input);

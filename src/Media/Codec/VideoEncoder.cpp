@@ -69,6 +69,9 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
         Core::Throw<OutputException>({s_file, signature},
                                      fmt::format("The encoder \"{}\" cannot take pictures of {}",
                                                  request.encoder->name, Proc::PictureText(frame)));
+    auto const& made = Conf::PixFmtDescription::Find(m_conversion.format);
+    m_losesFullRange = Conf::PixFmtDescription::Find(format).IsFullRange(space) && !IsRgb(format) &&
+                       !IsRgb(m_conversion.format) && !made.IsFullRange(m_conversion.space);
     if (m_conversion.isConverted)
         m_scaler = Proc::SafeSwsContext(
             {MakeSide(frame, format, space), MakeSide(frame, m_conversion.format, m_conversion.space)});
@@ -231,6 +234,9 @@ std::vector<std::string> VideoEncoder::DescribeLosses() const {
     std::vector<std::string> notes;
     if (m_losesFields)
         notes.push_back(fmt::format("The pictures are two fields each; the encoder {} takes them for one.",
+                                    m_context->codec->name));
+    if (m_losesFullRange)
+        notes.push_back(fmt::format("The video was in full range; the encoder {} was given limited range.",
                                     m_context->codec->name));
     if (m_losesLight)
         notes.emplace_back(

@@ -29,7 +29,7 @@ struct WorkedFrame {
 struct EncoderRequest {
     AVCodec const* encoder = nullptr;
     EncoderOptions options;
-    Quality quality = Quality::VisuallyLossless;
+    Quality quality = s_usualQuality;
     AVOutputFormat const* container = nullptr;
     /// Of the times of pictures.
     Ratio timeBase;
@@ -93,6 +93,7 @@ private:
     bool m_countsFrames = false;
     std::int64_t m_unevenTimes = 0;
     bool m_losesFields = false;
+    bool m_losesFullRange = false;
     bool m_losesLight = false;
 };
 

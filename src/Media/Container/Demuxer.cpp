@@ -122,6 +122,15 @@ Ratio Demuxer::GetFrameRate() const noexcept {
     return ChooseNominalRate(FromAV(stream.avg_frame_rate), FromAV(stream.r_frame_rate));
 }
 
+Ratio Demuxer::GetFinestRate() const noexcept {
+    constexpr int mostOfFilms = 240;
+    Ratio const nominal = GetFrameRate();
+    AVRational const base = GetVideo().r_frame_rate;
+    bool const isFiner = base.num > 0 && base.den > 0 && nominal.numerator > 0 &&
+                         av_cmp_q(base, ToAV(nominal)) > 0 && av_cmp_q(base, {mostOfFilms, 1}) <= 0;
+    return isFiner ? FromAV(base) : nominal;
+}
+
 bool Demuxer::IsCover() const noexcept {
     return m_video >= 0 && IsCoverStream(GetVideo());
 }

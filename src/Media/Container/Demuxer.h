@@ -36,6 +36,9 @@ public:
     AVStream const& GetVideo() const noexcept;
     /// Frames a second; 0/1 when not known.
     Ratio GetFrameRate() const noexcept;
+    /// A rate at which every picture has a place of its own, however unevenly they follow: the nominal one,
+    /// or that of the least distance between them as far as FFmpeg measured it.
+    Ratio GetFinestRate() const noexcept;
     /// Whether what is worked on is the cover of a sound file.
     bool IsCover() const noexcept;
     /// Whether what is worked on is one still picture and no film.

@@ -1,5 +1,6 @@
 #include "Media/Container/FileHeader.h"
 
+#include "Host/FFmpegMessages.h"
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Container/Containers.h"
 
@@ -27,6 +28,7 @@ int WriteHeader(AVFormatContext& context) {
 }
 
 int TryHeader(AVFormatContext& context) {
+    Host::FFmpegMessages::Trial const trial;
     if (avio_open_dyn_buf(&context.pb) < 0)
         ThrowNoMemory("a trial of the header");
     int const error = WriteHeader(context);

@@ -29,6 +29,7 @@ void CopyStream(AVStream const& from, AVStream& to) {
     CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
     to.id = from.id;
     to.time_base = from.time_base;
+    to.duration = from.duration;
     to.sample_aspect_ratio = from.sample_aspect_ratio;
     to.avg_frame_rate = from.avg_frame_rate;
     to.r_frame_rate = from.r_frame_rate;

@@ -74,18 +74,27 @@ int RenameNew(fs::path const& from, fs::path const& to) {
     return error;
 }
 
+/// A file replaced keeps its group and rights. Where the group cannot be kept, nobody gets the rights that
+/// were its members'.
+void TakeRights(fs::path const& file, struct stat const& old) {
+    struct stat made {};
+    bool const hasGroup = (stat(file.c_str(), &made) == 0 && made.st_gid == old.st_gid) ||
+                          chown(file.c_str(), static_cast<uid_t>(-1), old.st_gid) == 0;
+    static_cast<void>(chmod(file.c_str(), old.st_mode & (hasGroup ? 0777U : 0707U)));
+}
+
 int RenameOver(fs::path const& from, fs::path const& to) {
     struct stat old {};
     if (stat(to.c_str(), &old) == 0)
-        static_cast<void>(chmod(from.c_str(), old.st_mode & 07777U)); // a file replaced keeps its rights
+        TakeRights(from, old);
     return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
 /// What a file gets that replaces the target, or is new: while it is written nobody may read it who could not
-/// read that.
+/// read that, and the group is not yet the target's.
 mode_t GetRights(fs::path const& target) {
     struct stat old {};
-    return stat(target.c_str(), &old) == 0 ? (old.st_mode & 0777U) | S_IRUSR | S_IWUSR : 0666U;
+    return stat(target.c_str(), &old) == 0 ? (old.st_mode & 0707U) | S_IRUSR | S_IWUSR : 0666U;
 }
 
 } // namespace

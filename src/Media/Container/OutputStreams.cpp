@@ -210,6 +210,11 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Str
             DescribeEncodedVideo(source, *encoder, format, stream);
         else
             DescribeAnew(source, *encoder, stream);
+        // A hint, in the unit that writers of audio have: CAF reckons the length of packets from it.
+        int const rate = stream.codecpar->sample_rate;
+        stream.duration = source.duration > 0 && rate > 0
+                              ? av_rescale_q(source.duration, source.time_base, {1, rate})
+                              : AV_NOPTS_VALUE;
         if (GetTraits(format).numbersLanguages)
             FitLanguage(stream);
         stream.id = keepsIds ? source.id : 0;

@@ -25,7 +25,7 @@ public:
 
 private:
     struct Stream {
-        /// "pictures", "audio"; null for what is not looked at.
+        /// "pictures end", "audio ends"; null for what is not looked at.
         char const* kind = nullptr;
         /// In microseconds; INT64_MIN where nothing is known.
         std::int64_t stated = INT64_MIN;

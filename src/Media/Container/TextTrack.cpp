@@ -33,6 +33,14 @@ AVCodec const* FindEncoder(AVOutputFormat const& format) {
     return name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr;
 }
 
+/// What a decoder found, freed.
+struct DecodedText : AVSubtitle {
+    DecodedText() noexcept : AVSubtitle{} {}
+    DecodedText(DecodedText const&) = delete;
+    DecodedText& operator=(DecodedText const&) = delete;
+    ~DecodedText() { avsubtitle_free(this); }
+};
+
 [[noreturn]] void ThrowCannotConvert(char const* signature, AVCodecContext const& from, std::string const& to,
                                      int error, Core::CodePoint at = Core::CodePoint::Here()) {
     Core::Throw<OutputException>({"Media/Container/TextTrack", signature, at},
@@ -84,15 +92,17 @@ TextTrack::TextTrack(AVStream const& source, AVOutputFormat const& format) : m_b
 TextTrack::~TextTrack() = default;
 
 bool TextTrack::Convert(AVPacket& packet) {
-    AVSubtitle text{};
+    DecodedText text;
     int isThere = 0;
     int const error = avcodec_decode_subtitle2(m_decoder.get(), &text, &isThere, &packet);
     if (error == AVERROR(ENOMEM))
         ThrowNoMemory("subtitles");
     if (error < 0)
         ++m_damaged;
-    bool const isMade = error >= 0 && isThere != 0 && text.num_rects > 0 && Encode(text, packet);
-    avsubtitle_free(&text);
+    bool const isThereAll = error >= 0 && isThere != 0 && text.num_rects > 0;
+    if (isThereAll && text.pts == AV_NOPTS_VALUE)
+        ++m_damaged; // nobody knows when it is to be shown
+    bool const isMade = isThereAll && text.pts != AV_NOPTS_VALUE && Encode(text, packet);
     if (!isMade)
         av_packet_unref(&packet);
     return isMade;

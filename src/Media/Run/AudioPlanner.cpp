@@ -39,6 +39,8 @@ public:
 
 private:
     std::string DescribeCopyObstacle() const;
+    void NoteLossless(AVCodecID codec, StreamPlan& plan) const;
+    void NoteEncoding(AVCodecID codec, bool isWanted, std::string const& obstacle, StreamPlan& plan) const;
     AudioEffects MakeEffects(Conf::SampleInfo const& format, std::string const& obstacle) const;
     AVCodec const* ChooseEncoder(Conf::SampleInfo const& format, int wantedDepth, int depth) const;
     std::unique_ptr<AudioEncoder> MakeEncoder(Conf::SampleInfo const& format, int wantedDepth) const;
@@ -54,8 +56,10 @@ private:
 
 std::unique_ptr<AudioReEncode> AudioPlanner::Make(StreamPlan& plan) {
     std::string const obstacle = DescribeCopyObstacle();
-    if (!m_options.makeAudioEffects && obstacle.empty())
+    if (!m_options.makeAudioEffects && obstacle.empty()) {
+        NoteLossless(m_source.codecpar->codec_id, plan);
         return nullptr;
+    }
     std::unique_ptr<AudioDecoder> decoder;
     try {
         decoder = std::make_unique<AudioDecoder>(m_source, m_input.hasTimes);
@@ -65,10 +69,13 @@ std::unique_ptr<AudioReEncode> AudioPlanner::Make(StreamPlan& plan) {
         return nullptr;
     }
     AudioEffects effects = MakeEffects(decoder->GetFormat(), obstacle);
-    if (effects.chain == nullptr && obstacle.empty())
+    if (effects.chain == nullptr && obstacle.empty()) {
+        NoteLossless(m_source.codecpar->codec_id, plan);
         return nullptr;
+    }
 
-    bool const isWanted = effects.chain != nullptr || m_checked.WantsAudioEncoder();
+    bool const isWanted =
+        effects.chain != nullptr || m_checked.WantsAudioEncoder() || m_checked.AsksAudioQuality();
     std::unique_ptr<AudioEncoder> encoder;
     try {
         encoder =
@@ -82,8 +89,7 @@ std::unique_ptr<AudioReEncode> AudioPlanner::Make(StreamPlan& plan) {
     }
     if (encoder == nullptr)
         return nullptr; // it is left out, and told so
-    if (!isWanted)
-        plan.notes.push_back(fmt::format("The sound was encoded anew: {}.", obstacle));
+    NoteEncoding(encoder->GetContext().codec_id, isWanted, obstacle, plan);
     if (m_input.video >= 0 && GetTraits(*m_checked.container.format).startsAudioAtZero)
         encoder->StartAt(0);
     plan.encoder = encoder->GetContext().codec->name;
@@ -97,10 +103,35 @@ std::unique_ptr<AudioReEncode> AudioPlanner::Make(StreamPlan& plan) {
 std::string AudioPlanner::DescribeCopyObstacle() const {
     if (m_checked.WantsAudioEncoder())
         return "the options ask for an encoder";
-    return CanHoldAudio(m_checked.container, *m_source.codecpar)
-               ? std::string()
-               : fmt::format("{} cannot hold {}", Quote(m_options.output.filename()),
-                             avcodec_get_name(m_source.codecpar->codec_id));
+    AVCodecID const codec = m_source.codecpar->codec_id;
+    if (!CanHoldAudio(m_checked.container, *m_source.codecpar))
+        return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
+    return m_checked.AsksAudioQuality() && !CodecLosesNothing(codec)
+               ? fmt::format("the quality \"{}\" is asked for", GetQualityName(m_checked.GetQuality()))
+               : std::string();
+}
+
+void AudioPlanner::NoteLossless(AVCodecID codec, StreamPlan& plan) const {
+    if (m_checked.AsksAudioQuality() && CodecLosesNothing(codec))
+        plan.notes.push_back(fmt::format("The quality changes nothing: {} loses nothing of the audio.",
+                                         avcodec_get_name(codec)));
+}
+
+/// What nobody asked for: encoding at all, or another codec.
+void AudioPlanner::NoteEncoding(AVCodecID codec, bool isWanted, std::string const& obstacle,
+                                StreamPlan& plan) const {
+    NoteLossless(codec, plan);
+    AVCodecID const before = m_source.codecpar->codec_id;
+    bool const loses = !(CodecLosesNothing(before) && CodecLosesNothing(codec));
+    // Who turns a file of audio into another means just that.
+    bool const wasAskedFor =
+        m_checked.container.isAudio || m_input.video < 0 || m_checked.WantsAudioEncoder();
+    if (obstacle.empty() || (isWanted && (codec == before || !loses || wasAskedFor)))
+        return;
+    std::string const change =
+        codec == before ? std::string()
+                        : fmt::format(" from {} to {}", avcodec_get_name(before), avcodec_get_name(codec));
+    plan.notes.push_back(fmt::format("Audio was re-encoded{}: {}.", change, obstacle));
 }
 
 AudioEffects AudioPlanner::MakeEffects(Conf::SampleInfo const& format, std::string const& obstacle) const {

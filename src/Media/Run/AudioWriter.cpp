@@ -43,9 +43,8 @@ AudioRequest MakeRequest(AudioFileOptions const& options) {
             : &ChooseNamedAudioEncoder(container, options.output, options.encoder);
     if (encoder == nullptr)
         ThrowOptions(signature, fmt::format("Cannot write {}: it holds no sound", Quote(options.output)));
-    CheckEncoderOptions(*encoder, options.encoderOptions, Quality::VisuallyLossless);
-    return {encoder,          options.encoderOptions, Quality::VisuallyLossless,
-            container.format, options.format,         depth};
+    CheckEncoderOptions(*encoder, options.encoderOptions, s_usualQuality);
+    return {encoder, options.encoderOptions, s_usualQuality, container.format, options.format, depth};
 }
 
 } // namespace

@@ -45,7 +45,7 @@ AVCodec const* PlanVideoEncoder(CheckedOptions const& checked) {
     }
     AVCodec const& encoder = ChooseEncoder(checked.container, options.output, options.videoEncoder);
     // Another may yet be chosen for the input's codec.
-    if (options.quality && !checked.MayKeepCodec())
+    if (options.quality && !checked.MayKeepCodec() && !checked.container.isAudio)
         CheckQuality(encoder, *options.quality);
     CheckEncoderOptions(encoder, options.videoEncoderOptions, checked.GetQuality());
     return &encoder;
@@ -76,7 +76,7 @@ AVCodec const* PlanAudioEncoder(CheckedOptions const& checked) {
 } // namespace
 
 Quality CheckedOptions::GetQuality() const noexcept {
-    return options.quality.value_or(Quality::VisuallyLossless);
+    return options.quality.value_or(s_usualQuality);
 }
 
 bool CheckedOptions::MayKeepCodec() const noexcept {
@@ -84,17 +84,19 @@ bool CheckedOptions::MayKeepCodec() const noexcept {
 }
 
 bool CheckedOptions::WantsVideoEncoder() const noexcept {
-    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at ||
-           options.quality;
+    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at;
 }
 
 bool CheckedOptions::WantsAudioEncoder() const noexcept {
     return !options.audioEncoder.empty() || !options.audioEncoderOptions.empty();
 }
 
+bool CheckedOptions::AsksAudioQuality() const noexcept {
+    return options.quality && container.isAudio;
+}
+
 bool CheckedOptions::NeedsVideo() const noexcept {
-    return !options.videoEncoder.empty() || !options.videoEncoderOptions.empty() || options.at ||
-           (options.makeVideoEffects && !options.mayLackVideo);
+    return WantsVideoEncoder() || (options.makeVideoEffects && !options.mayLackVideo);
 }
 
 bool CheckedOptions::NeedsAudio() const noexcept {

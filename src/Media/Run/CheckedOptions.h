@@ -21,6 +21,9 @@ struct CheckedOptions {
     bool MayKeepCodec() const noexcept;
     bool WantsVideoEncoder() const noexcept;
     bool WantsAudioEncoder() const noexcept;
+    /// Whether the quality is asked of the audio: elsewhere that of the video is meant, and of audio that is
+    /// encoded for other reasons.
+    bool AsksAudioQuality() const noexcept;
     /// Whether there is no run without pictures, or without sound.
     bool NeedsVideo() const noexcept;
     bool NeedsAudio() const noexcept;

@@ -61,7 +61,8 @@ private:
     Chain MakeChain();
     void Encode(Chain chain);
     void OpenEncoder(EncoderRequest request, WorkedFrame const& first);
-    void NoteLoss(AVCodec const& encoder);
+    bool AsksQuality() const;
+    void NoteEncoding(AVCodec const& encoder);
     void PlanText();
     void PlanOutput();
     StreamPlan& GetVideoPlan() { return m_run.plan.streams[static_cast<std::size_t>(m_streams.video)]; }
@@ -78,6 +79,7 @@ private:
     AVCodec const* m_encoder = nullptr;
     /// For pictures that the encoder of their codec does not take; null: none.
     AVCodec const* m_usualEncoder = nullptr;
+    bool m_hasEffects = false;
 };
 
 PlannedRun Planner::Make() {
@@ -155,13 +157,18 @@ void Planner::PlanEncoders() {
     m_encoder = same != nullptr ? same : m_encoder;
     if (m_encoder != nullptr && input.IsCover())
         CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions, m_checked.GetQuality());
-    if (m_encoder != nullptr && m_options.quality)
+    if (m_encoder != nullptr && AsksQuality())
         CheckQuality(*m_encoder, *m_options.quality);
+}
+
+/// Whether the quality is that of the video; covers keep theirs.
+bool Planner::AsksQuality() const {
+    return m_options.quality && (m_container.isStill || !m_input.GetDemuxer().IsCover());
 }
 
 /// Null: the video is copied, or left out.
 Planner::Chain Planner::MakeChain() {
-    bool const wantsEncoder = m_checked.WantsVideoEncoder();
+    bool const wantsEncoder = m_checked.WantsVideoEncoder() || AsksQuality();
     VideoStreamInfo& info = m_input.video;
     info.copyObstacle = wantsEncoder ? "the options ask for an encoder" : DescribeCopyObstacle();
     Chain chain = m_options.makeVideoEffects ? m_options.makeVideoEffects(info) : nullptr;
@@ -174,14 +181,12 @@ Planner::Chain Planner::MakeChain() {
     }
     if (m_encoder == nullptr)
         ThrowHoldsNoVideo(m_checked);
-    if (chain != nullptr)
+    m_hasEffects = chain != nullptr;
+    if (m_hasEffects)
         return chain;
-    if (!wantsEncoder && !m_container.isStill)
-        NoteVideo("The pictures were encoded anew: " + info.copyObstacle + ".");
     if (info.orientation != Conf::DisplayMatrix::s_default)
-        NoteVideo("The orientation tag of the pictures was dropped, since they were encoded anew.");
-    return std::make_unique<Host::VideoChain>(); // without steps: the pictures as
-                                                 // they are
+        NoteVideo("The orientation tag was dropped, since the video was re-encoded.");
+    return std::make_unique<Host::VideoChain>(); // without steps: frames as they are
 }
 
 void Planner::Encode(Chain chain) {
@@ -194,14 +199,17 @@ void Planner::Encode(Chain chain) {
             {s_file, "void Tarsel::Media::(anonymous "
                      "namespace)::Planner::Encode(std::unique_ptr<Proc::IEffectStreamVideo>)"},
             "Cannot write " + Quote(m_options.output) + ": no picture came out of the effects");
-    OpenEncoder({m_encoder, m_options.videoEncoderOptions, m_checked.GetQuality(), &m_format,
-                 m_run.video->GetTimeBase(), info.frameRate, firstDuration, m_container.isStill,
+    bool const countsFrames = GetTraits(m_format).countsFrames && KeepsTimes(m_format);
+    Ratio const frameRate = countsFrames ? m_input.GetDemuxer().GetFinestRate() : info.frameRate;
+    OpenEncoder({m_encoder, m_options.videoEncoderOptions,
+                 AsksQuality() ? m_checked.GetQuality() : s_usualQuality, &m_format,
+                 m_run.video->GetTimeBase(), frameRate, firstDuration, m_container.isStill,
                  m_options.keepsEffectFormat ? VideoFormat() : VideoFormat{info.format, info.space}},
                 *first);
     AVCodecContext const& context = m_run.videoEncoder->GetContext();
     GetVideoPlan().encoder = context.codec->name;
     GetVideoPlan().format = Proc::PixelFormatText(context.pix_fmt);
-    NoteLoss(*context.codec);
+    NoteEncoding(*context.codec);
     for (std::string& note : m_run.videoEncoder->DescribeLosses())
         NoteVideo(std::move(note));
 }
@@ -218,25 +226,43 @@ void Planner::OpenEncoder(EncoderRequest request, WorkedFrame const& first) {
     }
 }
 
-/// What lost nothing so far does now, and nobody asked for it.
-void Planner::NoteLoss(AVCodec const& encoder) {
+/// What nobody asked for by name: encoding at all, another codec, and loss where there was none. And a
+/// quality that says nothing.
+void Planner::NoteEncoding(AVCodec const& encoder) {
+    if (AsksQuality() && LosesNothing(encoder) && m_options.quality != Quality::Lossless)
+        NoteVideo(fmt::format("The quality changes nothing: {} loses nothing of the video.", encoder.name));
     Demuxer const& demuxer = m_input.GetDemuxer();
     AVCodecDescriptor const* const input = avcodec_descriptor_get(demuxer.GetVideo().codecpar->codec_id);
-    bool const wasLossless = input != nullptr && (input->props & AV_CODEC_PROP_LOSSY) == 0 &&
-                             (GetCodecFacts(input->id).isOfFilms || input->id == AV_CODEC_ID_RAWVIDEO);
-    bool const isLossless = LosesNothing(encoder) || m_checked.GetQuality() == Quality::Lossless;
-    if (wasLossless && !isLossless && m_checked.MayKeepCodec() && !m_options.quality && !demuxer.IsStill())
-        NoteVideo(fmt::format("The input's pictures ({}) are without loss; those of {} are not quite.",
-                              input->name, encoder.name));
+    if (input == nullptr || !m_checked.MayKeepCodec() || demuxer.IsStill())
+        return;
+    // Of the usual encoder in place of the codec's own a note tells already.
+    bool const isOther = input->id != encoder.id && &encoder != m_usualEncoder;
+    bool const loses =
+        (input->props & AV_CODEC_PROP_LOSSY) == 0 && !LosesNothing(encoder) && !m_options.quality;
+    std::string note = "Video was re-encoded";
+    if (isOther)
+        note += fmt::format(" from {} to {}", input->name, avcodec_get_name(encoder.id));
+    if (loses)
+        note += ", which loses a little";
+    if (std::string const& obstacle = m_input.video.copyObstacle; !obstacle.empty() && !AsksQuality())
+        note += ": " + obstacle;
+    if (isOther || loses || !m_hasEffects)
+        NoteVideo(note + ".");
 }
 
 void Planner::PlanText() {
     for (std::size_t i = 0; i < m_run.streams.size(); ++i) {
-        AVStream const& source = *m_streams.context->streams[i];
+        AVStream& source = *m_streams.context->streams[i];
         if (source.discard == AVDISCARD_ALL || !TextTrack::IsNeeded(source, m_format))
             continue;
         auto& text = m_run.streams[i].text;
-        text = std::make_unique<TextTrack>(source, m_format);
+        try {
+            text = std::make_unique<TextTrack>(source, m_format);
+        } catch (OutputException const& exception) { // the run is not about them
+            m_run.plan.streams[i].notes.push_back(fmt::format("{}; they were left out.", exception.what()));
+            source.discard = AVDISCARD_ALL;
+            continue;
+        }
         m_run.plan.streams[i].encoder = text->GetContext().codec->name;
         m_run.plan.streams[i].notes.push_back(text->Describe());
     }

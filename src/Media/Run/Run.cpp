@@ -204,11 +204,11 @@ void Job::NoteSize(std::int64_t input, std::int64_t output) {
     if (m_isStill || output - input < worthTelling || output / 3 <= input / 2)
         return;
     constexpr double mega = 1e6;
-    AddNotes(
-        {fmt::format("The pictures take {:.1f} MB, {:.1f} times as much as in the input; a lower quality "
-                     "makes them smaller.",
-                     static_cast<double>(output) / mega,
-                     static_cast<double>(output) / static_cast<double>(std::max<std::int64_t>(input, 1)))});
+    bool const hasQualities = !LosesNothing(*m_planned.videoEncoder->GetContext().codec);
+    AddNotes({fmt::format("The video takes {:.1f} MB, {:.1f} times as much as in the input{}.",
+                          static_cast<double>(output) / mega,
+                          static_cast<double>(output) / static_cast<double>(std::max<std::int64_t>(input, 1)),
+                          hasQualities ? "; a lower quality makes it smaller" : "")});
 }
 
 /// Where a packet of the input ends, in microseconds; a cover, which lasts for ever, nowhere.

@@ -102,7 +102,8 @@ VideoStreamInfo VideoSource::GetInfo() {
             GetOrientation(stream, first),
             avcodec_get_name(stream.codecpar->codec_id),
             {},
-            m_demuxer->GetStart()};
+            m_demuxer->GetStart(),
+            m_demuxer->IsCover()};
 }
 
 std::int64_t VideoSource::GetFirstDuration() const {

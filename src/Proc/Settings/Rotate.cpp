@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+
 namespace Tarsel::Proc {
 
 namespace {
@@ -61,7 +63,9 @@ constexpr std::array s_rotateFields{
     }),
 };
 std::string FindConflict(Rotate const& rotate) {
-    if (rotate.sizeMode != Rotate::SizeMode::Given || (rotate.outputWidth > 0 && rotate.outputHeight > 0))
+    bool const turnsByQuarters = std::fmod(rotate.angle, 90.0) == 0;
+    if (rotate.sizeMode != Rotate::SizeMode::Given || turnsByQuarters ||
+        (rotate.outputWidth > 0 && rotate.outputHeight > 0))
         return {};
     return fmt::format("give {}{}{}, 1 to {} pixels: mode=given has no size without",
                        rotate.outputWidth > 0 ? "" : "width",

@@ -16,24 +16,9 @@
 namespace Tarsel::Tools {
 namespace {
 
-/// One effect of the entry; null for a kind that the factory has no operation for.
-SP<Proc::IEffect> Create(Host::EffectFactory const& factory, Host::EffectEntry const& entry) {
-    switch (entry.GetKind()) {
-    case Host::EffectKind::Video:
-        return factory.CreateVideoEffect(entry.classId, entry.implName, {});
-    case Host::EffectKind::Audio:
-        return factory.CreateAudioEffect(entry.classId, entry.implName, {});
-    case Host::EffectKind::TwoInputVideo:
-        return factory.CreateTwoInputVideoEffect(entry.classId, entry.implName, {});
-    case Host::EffectKind::TwoInputAudio:
-        break;
-    }
-    return {};
-}
-
 CatalogueEntry Describe(Host::EffectFactory const& factory, Host::EffectEntry const& entry) {
     CatalogueEntry result{entry.classId, entry.implName, entry.GetKind(), {}, {}, {}};
-    SP<Proc::IEffect> const effect = Create(factory, entry);
+    SP<Proc::IEffect> const effect = factory.Create(entry);
     if (!effect)
         return result;
     if (auto const* details = dynamic_cast<Proc::IEffectDetails const*>(effect.get()))
@@ -42,10 +27,6 @@ CatalogueEntry Describe(Host::EffectFactory const& factory, Host::EffectEntry co
     result.fields = table.fields;
     result.keywords = table.keywords;
     return result;
-}
-
-bool HasWord(std::string_view words, std::string_view word) {
-    return fmt::format(" {} ", words).find(fmt::format(" {} ", word)) != std::string::npos;
 }
 
 using Search = bool(CatalogueEntry const& entry, std::string_view word);
@@ -57,7 +38,7 @@ constexpr std::array<Search*, 4> s_searches{
         return entry.classId.find(word) != std::string::npos;
     },
     [](CatalogueEntry const& entry, std::string_view word) {
-        return Proc::FindField(entry.fields, word) != nullptr || HasWord(entry.keywords, word);
+        return Proc::FindField(entry.fields, word) != nullptr || Core::HasWord(entry.keywords, word);
     },
     [](CatalogueEntry const& entry, std::string_view word) {
         auto const mentions = [&](std::string_view text) {

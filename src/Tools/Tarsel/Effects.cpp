@@ -7,7 +7,7 @@
 namespace Tarsel::Tools {
 
 std::filesystem::path FindPlugin(std::filesystem::path plugin) {
-    return plugin.empty() ? Host::Plugin::Find("lumenta") : std::move(plugin);
+    return Host::Plugin::Find(plugin.empty() ? "lumenta" : plugin.string());
 }
 
 Effects LoadEffects(std::filesystem::path plugin) {

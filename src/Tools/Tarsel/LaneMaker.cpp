@@ -2,6 +2,7 @@
 
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
+#include "Host/FFmpegMessages.h"
 #include "Host/StepPlan.h"
 #include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/NotedLane.h"
@@ -21,6 +22,7 @@ bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::ve
     for (auto const& [effect, label] : steps) {
         Host::StepPlan<Format> plan;
         try {
+            Host::FFmpegMessages::Trial const trial;
             plan = Host::PlanStep(effect, *format);
         } catch (std::exception const&) {
             return false; // the work itself will say so
@@ -72,8 +74,8 @@ bool LaneMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
 
 std::unique_ptr<Proc::IEffectStreamVideo> LaneMaker::MakeAnew(Media::VideoStreamInfo const& stream,
                                                               std::vector<PictureStep> const& steps) {
-    m_notes.push_back(fmt::format("The pictures were encoded anew{}: {}.",
-                                  HasToTurn(stream) ? " and turned upright" : "", stream.copyObstacle));
+    if (HasToTurn(stream))
+        m_notes.push_back(fmt::format("Frames were turned upright: {}.", stream.copyObstacle));
     return Make(stream, steps);
 }
 

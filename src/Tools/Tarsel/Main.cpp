@@ -100,6 +100,9 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
 
 int Main(int argc, char const* const* argv) {
     PrepareStandardStreams();
+    // SVT-AV1 talks to standard error by itself, and takes no word from FFmpeg: its errors alone, unless the
+    // user says otherwise.
+    (void)setenv("SVT_LOG", "1", 0);
     Console console;
     try {
         return static_cast<int>(Run(argc, argv, console));

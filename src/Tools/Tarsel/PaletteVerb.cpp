@@ -66,7 +66,8 @@ Verb AddPaletteVerb(CLI::App& app, CommonOptions& common) {
         ->check(CheckWholeNumber(1, 255), "");
     command->add_flag("--dither", arguments->dither, "Spread the error over neighboring pixels");
     command
-        ->add_option("--background", arguments->background, "Color behind transparent pixels, such as ffffff")
+        ->add_option("--background", arguments->background,
+                     "Color behind transparent pixels, such as #ffffff")
         ->option_text("COLOR");
     AddAtOption(*command, arguments->at);
     common.AddTo(*command);

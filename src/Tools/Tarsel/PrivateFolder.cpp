@@ -1,9 +1,17 @@
 #include "Tools/Tarsel/PrivateFolder.h"
 
+#include <fmt/format.h>
+
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Tarsel::Tools {
 namespace {
@@ -15,10 +23,38 @@ std::string GetParent() {
     return isPlain ? parent : "/tmp";
 }
 
+constexpr std::string_view s_prefix = "tarsel-";
+
+/// Of "tarsel-123-AbCdEf"; 0 for other names.
+pid_t GetProcess(std::string_view name) {
+    pid_t process = 0;
+    if (name.starts_with(s_prefix))
+        std::from_chars(name.data() + s_prefix.size(), name.data() + name.size(), process);
+    return process;
+}
+
+/// The folders of this user's processes that are no more.
+void RemoveLeftovers(std::filesystem::path const& parent) {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(parent, error), end; !error && entry != end;
+         entry.increment(error)) {
+        pid_t const process = GetProcess(entry->path().filename().string());
+        struct stat found {};
+        bool const isLeft = process > 0 && lstat(entry->path().c_str(), &found) == 0 &&
+                            S_ISDIR(found.st_mode) && found.st_uid == geteuid() && kill(process, 0) != 0 &&
+                            errno == ESRCH;
+        std::error_code ignored;
+        if (isLeft)
+            std::filesystem::remove_all(entry->path(), ignored);
+    }
+}
+
 } // namespace
 
 PrivateFolder::PrivateFolder() {
-    std::string path = GetParent() + "/tarsel-XXXXXX";
+    std::string const parent = GetParent();
+    RemoveLeftovers(parent);
+    std::string path = fmt::format("{}/{}{}-XXXXXX", parent, s_prefix, getpid());
     if (mkdtemp(path.data()) == nullptr)
         throw std::filesystem::filesystem_error("A folder for temporary files cannot be made", path,
                                                 std::error_code(errno, std::generic_category()));

@@ -8,8 +8,8 @@
 namespace Tarsel::Tools {
 
 /// A new folder for temporary files that only this user can look into; it goes with this object, and with it
-/// whatever is in it. It lies in $TMPDIR, or in /tmp where that is not set or has a character in its name
-/// that FFmpeg's filter texts give a meaning to.
+/// whatever is in it. Those that killed processes left go when the next one is made. It lies in $TMPDIR, or
+/// in /tmp where that is not set or has a character in its name that FFmpeg's filter texts give a meaning to.
 class PrivateFolder {
 public:
     /// std::filesystem::filesystem_error naming the folder when it cannot be made.

@@ -41,6 +41,8 @@ public:
         return m_upright;
     }
 
+    std::filesystem::path const& GetPath() const noexcept { return m_path; }
+
     std::vector<std::string> GetNotes() const {
         std::vector<std::string> notes;
         if (!m_reader)
@@ -74,6 +76,13 @@ References::~References() = default;
 Host::SecondFrames References::Add(std::filesystem::path path) {
     m_references.push_back(std::make_shared<Reference>(std::move(path)));
     return [reference = m_references.back()](std::int64_t time) { return reference->GetShownAt(time); };
+}
+
+std::vector<std::filesystem::path> References::GetPaths() const {
+    std::vector<std::filesystem::path> paths;
+    for (auto const& reference : m_references)
+        paths.push_back(reference->GetPath());
+    return paths;
 }
 
 void References::Open(Effects const& effects, std::int64_t start, std::stop_token const& stop) {

@@ -23,6 +23,7 @@ public:
     /// Notes one down, without opening it. The function gives no frames before Open, and then as
     /// Media::VideoReader::GetShownAt, and throws as that does.
     Host::SecondFrames Add(std::filesystem::path path);
+    std::vector<std::filesystem::path> GetPaths() const;
     /// Opens all of them. `start` is when the film that is worked on starts, by the times of its frames, in
     /// microseconds. InputException, which names the file, InterruptedException.
     void Open(Effects const& effects, std::int64_t start, std::stop_token const& stop);

@@ -1,21 +1,28 @@
+#include "Core/Throw.h"
 #include "Media/Run.h"
 #include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/LaneMaker.h"
 #include "Tools/Tarsel/MediaArguments.h"
 #include "Tools/Tarsel/MediaWork.h"
+#include "Tools/Tarsel/MotionFiles.h"
 #include "Tools/Tarsel/Palettes.h"
 #include "Tools/Tarsel/References.h"
 #include "Tools/Tarsel/Steps.h"
+#include "Tools/Tarsel/UsageException.h"
 #include "Tools/Tarsel/Verb.h"
 
 #include <CLI/CLI.hpp>
 
+#include <fmt/format.h>
+
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -52,6 +59,7 @@ public:
 
 private:
     LaneMaker& GetMaker();
+    void CheckFiles() const;
     std::unique_ptr<Proc::IEffectStreamVideo> MakeLane(Media::VideoStreamInfo const& stream);
 
     Context const& m_context;
@@ -76,10 +84,10 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
         steps = SortSteps(GetMaker().GetEffects(), arguments.effects);
     if (!steps.picture.empty())
         m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
+    CheckFiles();
     m_encodesPicture =
         !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
     m_options.mayLackVideo = m_pictureSteps.empty() && !m_encodesPicture;
-    m_encodesPicture = m_encodesPicture || m_options.quality;
     m_options.keepsEffectFormat = !m_pictureSteps.empty() && NamesFormats(*m_pictureSteps.back().effect);
     m_options.makeVideoEffects = [this](Media::VideoStreamInfo const& stream) { return MakeLane(stream); };
 
@@ -93,6 +101,22 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
     m_makesPalettes = HoldsOnlyPalettes(m_options);
 }
 
+/// Files that steps read or write are none of those that the run writes.
+void Work::CheckFiles() const {
+    std::vector<std::filesystem::path> files = m_references.GetPaths();
+    std::error_code error;
+    for (std::filesystem::path const& reference : files)
+        if (std::filesystem::equivalent(reference, m_options.output, error))
+            Core::Throw<UsageException>(
+                {"Tools/Tarsel/RunVerb",
+                 "void Tarsel::Tools::(anonymous namespace)::Work::CheckFiles() const"},
+                fmt::format("Choose another output: \"{}\" is the reference of a step",
+                            m_options.output.string()));
+    files.push_back(m_options.input);
+    files.push_back(m_options.output);
+    CheckMotionFiles(m_pictureSteps, files);
+}
+
 LaneMaker& Work::GetMaker() {
     if (!m_maker)
         m_maker.emplace(LoadEffects(m_context.options.plugin));
@@ -101,7 +125,7 @@ LaneMaker& Work::GetMaker() {
 
 std::unique_ptr<Proc::IEffectStreamVideo> Work::MakeLane(Media::VideoStreamInfo const& stream) {
     bool const hasWork = !m_pictureSteps.empty() && !GetMaker().NoteIdleSteps(stream, m_pictureSteps);
-    bool const isEncoded = m_encodesPicture || hasWork;
+    bool const isEncoded = m_encodesPicture || hasWork || (m_options.quality && !stream.isCover);
     bool const isCopied = stream.copyObstacle.empty() && !isEncoded;
     if (isCopied || !(isEncoded || m_makesPalettes || LaneMaker::HasToTurn(stream)))
         return nullptr;
@@ -115,6 +139,8 @@ std::unique_ptr<Proc::IEffectStreamVideo> Work::MakeLane(Media::VideoStreamInfo 
 
 std::vector<std::string> Work::GetNotes() const {
     std::vector<std::string> notes = m_maker ? m_maker->GetNotes() : std::vector<std::string>();
+    for (std::string& note : DescribeMotionFiles(m_pictureSteps))
+        notes.push_back(std::move(note));
     for (std::string& note : m_references.GetNotes())
         notes.push_back(std::move(note));
     return notes;

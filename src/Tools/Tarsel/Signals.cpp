@@ -8,19 +8,20 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <poll.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace Tarsel::Tools {
 namespace {
 
-/// In place of a signal's number.
-constexpr unsigned char s_end = 0;
+/// In place of a signal's number, for whoever waits at the pipe to look up.
+constexpr unsigned char s_wake = 0;
 /// The user's keys, a request from outside, the terminal's end.
 constexpr int s_signals[]{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
 // A handler may do next to nothing: it writes its number into a pipe, and a thread at the other end does the
-// rest.
+// rest. The pipe stays open while the process lives, since a handler may run on after its signal's time.
 std::atomic<int> s_pipeEnd{-1};
 static_assert(std::atomic<int>::is_always_lock_free);
 
@@ -29,6 +30,26 @@ extern "C" void OnSignal(int signal) {
     auto const number = static_cast<unsigned char>(signal);
     (void)!write(s_pipeEnd.load(), &number, 1);
     errno = saved;
+}
+
+/// The end that is read. Neither waits: with a pipe full of requests one more tells nothing new.
+int GetPipe() {
+    static int const end = [] {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
+            Core::Throw<Core::CoreException>(
+                {"Tools/Tarsel/Signals", "int Tarsel::Tools::(anonymous namespace)::GetPipe()"},
+                "cannot make a pipe for signals: " + std::generic_category().message(errno));
+        s_pipeEnd = ends[1];
+        return ends[0];
+    }();
+    return end;
+}
+
+/// The next number in the pipe; 0 where there is none.
+int ReadSignal() {
+    unsigned char number = s_wake;
+    return read(GetPipe(), &number, 1) == 1 ? number : s_wake;
 }
 
 /// What is being written is worth nothing to whoever asks twice.
@@ -57,14 +78,10 @@ void Restore(int signal) {
 } // namespace
 
 StopOnSignals::StopOnSignals() {
-    int ends[2];
-    // A handler never waits: with a pipe full of requests one more tells nothing new.
-    if (pipe2(ends, O_CLOEXEC) != 0 || fcntl(ends[1], F_SETFL, O_NONBLOCK) != 0)
-        Core::Throw<Core::CoreException>(
-            {"Tools/Tarsel/Signals", "Tarsel::Tools::StopOnSignals::StopOnSignals()"},
-            "cannot make a pipe for signals: " + std::generic_category().message(errno));
-    s_pipeEnd = ends[1];
-    m_watcher = std::thread([this, end = ends[0]] { Watch(end); });
+    while (ReadSignal() != s_wake) {
+        // What an object before this one left.
+    }
+    m_watcher = std::thread([this] { Watch(); });
     for (int const signal : s_signals)
         Handle(signal);
 }
@@ -72,26 +89,24 @@ StopOnSignals::StopOnSignals() {
 StopOnSignals::~StopOnSignals() {
     for (int const signal : s_signals)
         Restore(signal);
-    int const end = s_pipeEnd.exchange(-1);
-    (void)!write(end, &s_end, 1);
+    m_ends = true;
+    (void)!write(s_pipeEnd, &s_wake, 1);
     m_watcher.join();
-    close(end);
 }
 
-void StopOnSignals::Watch(int pipeEnd) {
-    unsigned char number = s_end;
-    for (;;) {
-        ssize_t const count = read(pipeEnd, &number, 1);
-        if (count < 0 && errno == EINTR)
+void StopOnSignals::Watch() {
+    pollfd pipe{GetPipe(), POLLIN, 0};
+    while (!m_ends) {
+        if (poll(&pipe, 1, -1) < 0 && errno != EINTR)
+            return;
+        int const number = ReadSignal();
+        if (number == s_wake)
             continue;
-        if (count != 1 || number == s_end)
-            break;
         if (m_signal != 0)
             EndProcess(number);
         m_signal = number;
         (void)m_stop.request_stop();
     }
-    close(pipeEnd);
 }
 
 } // namespace Tarsel::Tools

@@ -21,10 +21,11 @@ public:
     int GetSignal() const noexcept { return m_signal; }
 
 private:
-    void Watch(int pipeEnd);
+    void Watch();
 
     std::stop_source m_stop;
     std::atomic<int> m_signal{0};
+    std::atomic<bool> m_ends{false};
     std::thread m_watcher;
 };
 

@@ -21,7 +21,7 @@ std::string CheckTime(std::string const& text) {
 } // namespace
 
 void CommonOptions::AddTo(CLI::App& command) {
-    command.add_option("--plugin", plugin, "Plug-in to load instead of the default one")->option_text("FILE");
+    command.add_option("--plugin", plugin, "File or name of another plug-in to load")->option_text("PLUGIN");
     command.add_flag("--verbose", verbose, "Show FFmpeg's log and where failures come from");
 }
 
