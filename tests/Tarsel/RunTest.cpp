@@ -290,6 +290,30 @@ TEST_F(RunTool, PicturesOfUnevenRatesKeepTheirTimesWherePicturesAreCounted) {
               OutputOf("ffmpeg -v error -i film.mkv -vf fps=10 -f framemd5 - | tail -n 20"));
 }
 
+TEST_F(RunTool, FieldsOfInterlacedVideoFollowTheirRows) {
+    MakeFilm("film.mpg", "-f lavfi -i testsrc2=size=352x288:rate=25:duration=0.2 -c:v mpeg2video -q:v 2 "
+                         "-flags +ildct+ilme -top 1 -vf setfield=tff -field_order tt");
+    struct {
+        std::string step;
+        std::string order;
+        std::string note;
+    } const cases[] = {
+        {"flip horizontal", "tt", ""},
+        {"flip vertical", "bb", ""},
+        {"transpose step=2", "bb", ""},
+        {"transpose step=1", "progressive",
+         "tarsel: note: step 1 (transpose) mixes the fields of interlaced video; put deinterlace before "
+         "it\n"},
+        {"resize width=176 height=144", "progressive",
+         "tarsel: note: step 1 (resize) mixes the fields of interlaced video; put deinterlace before it\n"},
+    };
+    for (auto const& [step, order, note] : cases) {
+        SCOPED_TRACE(step);
+        EXPECT_EQ(RunForNotes("run film.mpg out.mpg --overwrite -e '" + step + "'"), note);
+        EXPECT_EQ(ProbeVideo("out.mpg", "stream=field_order"), order);
+    }
+}
+
 TEST_F(RunTool, AFormatAskedForLastIsWritten) {
     MakeSmallFilm();
     for (auto const& [format, encoder, written] : {std::array{"rgb24", "ffv1", "bgr0"},

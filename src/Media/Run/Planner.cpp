@@ -233,7 +233,8 @@ void Planner::NoteEncoding(AVCodec const& encoder) {
         NoteVideo(fmt::format("The quality changes nothing: {} loses nothing of the video.", encoder.name));
     Demuxer const& demuxer = m_input.GetDemuxer();
     AVCodecDescriptor const* const input = avcodec_descriptor_get(demuxer.GetVideo().codecpar->codec_id);
-    if (input == nullptr || !m_checked.MayKeepCodec() || demuxer.IsStill())
+    // Files without times are the bare streams of one codec: who names them names it.
+    if (input == nullptr || !m_checked.MayKeepCodec() || demuxer.IsStill() || !KeepsTimes(m_format))
         return;
     // Of the usual encoder in place of the codec's own a note tells already.
     bool const isOther = input->id != encoder.id && &encoder != m_usualEncoder;

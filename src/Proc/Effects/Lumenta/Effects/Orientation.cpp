@@ -2,11 +2,16 @@
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FrameFields.h"
 
 #include <fmt/format.h>
 
 #include <stdexcept>
 #include <utility>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
 
 /// Mirroring and quarter turns: pixels change places. Only formats whose chroma cannot follow are converted
 /// by FFmpeg first, to limited range: 4:2:2 and its like to 4:4:4 for quarter turns, packed YUV to planar.
@@ -43,6 +48,20 @@ Turn RequireTurn(SettingsEffectTranspose const& settings, Core::Site const& site
     return *turn;
 }
 
+/// The rows of interlaced frames change their field where an even number of them is mirrored; columns belong
+/// to both fields.
+void TurnFields(IDataVideo& data, bool mirrorsRows, bool exchangesAxes) {
+    AVFrame& frame = *data.GetAVFrame();
+    FieldOrder const order = GetFrameFieldOrder(frame);
+    if (order == FieldOrder::Progressive)
+        return;
+    if (exchangesAxes)
+        SetFrameFieldOrder(frame, FieldOrder::Progressive);
+    else if (mirrorsRows && frame.height % 2 == 0)
+        SetFrameFieldOrder(frame,
+                           order == FieldOrder::TopFirst ? FieldOrder::BottomFirst : FieldOrder::TopFirst);
+}
+
 void SetPixelAspect(IDataVideo& data, Conf::FrameInfo const& info) {
     Conf::FrameInfo const defined = Conf::WithDefinedAspect(info);
     data.SetPixelAspect(defined.aspectNum, defined.aspectDen);
@@ -66,6 +85,11 @@ struct EffectActions<SettingsEffectFlip> {
         if (settings.vertical)
             return settings.horizontal ? s_halfTurn : "vflip";
         return settings.horizontal ? "hflip" : "";
+    }
+
+    static void PostProcess(SettingsType const& settings, SP<IDataVideo> const& data) {
+        if (data)
+            TurnFields(*data, settings.vertical, false);
     }
 };
 
@@ -103,6 +127,7 @@ struct EffectActions<SettingsEffectTranspose> {
             settings,
             {s_file, "static void EffectActions<Tarsel::Proc::SettingsEffectTranspose>::PostProcess("
                      "const SettingsType &, const SP<IDataVideo> &)"});
+        TurnFields(*data, turn == Turn::Half, ExchangesAxes(turn));
         if (!ExchangesAxes(turn))
             return;
         Conf::FrameInfo info = data->GetFrameInfo();
@@ -178,6 +203,8 @@ struct EffectActions<SettingsEffectDisplayMatrix> {
     static void PostProcess(SettingsType const& settings, SP<IDataVideo> const& data) {
         if (!data)
             return;
+        int const orientation = settings.matrix.GetOrientation().value_or(1);
+        TurnFields(*data, orientation == 3 || orientation == 4, orientation > 4);
         Conf::FrameInfo const info = data->GetFrameInfo();
         if (info.aspectNum == 1 && info.aspectDen == 1)
             return;
