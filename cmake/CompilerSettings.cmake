@@ -11,6 +11,11 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
+# More costs time and gains nothing, but in loops over samples and pixels, which ask for it themselves.
+if(CMAKE_CXX_FLAGS_RELEASE MATCHES "^-O3 -DNDEBUG$")
+  set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+endif()
+
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   # Paths below the tree count as relative ones, so that one clone finds what another has compiled.

@@ -201,10 +201,8 @@ PixComponents PixFmtDescription::MakeColor(PixColor color, ColorSpace const& spa
 PixFmtDescription const& PixFmtDescription::Find(PixFmt format) {
     PixFmtDescription const* const description = PixFmtDescriptionTable::Get().Find(format);
     if (description == nullptr)
-        Core::Throw<Core::CoreException>(
-            {"Conf/PixFmtDescription",
-             "static const PixFmtDescription &Tarsel::Conf::PixFmtDescription::Find(PixFmt)"},
-            "Unknown pixel format " + std::to_string(static_cast<std::int32_t>(format)));
+        Core::Throw<Core::CoreException>("Unknown pixel format " +
+                                         std::to_string(static_cast<std::int32_t>(format)));
     return *description;
 }
 

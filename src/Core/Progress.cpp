@@ -17,10 +17,7 @@ void ProgressControllerStages::SetProgressController(SP<IProgressController> con
 void ProgressControllerStages::Init(std::vector<int> const& stages) {
     for (int const length : stages)
         if (length < 0)
-            Throw<CoreException>(
-                {"Core/Progress",
-                 "void Tarsel::Core::ProgressControllerStages::Init(const std::vector<int> &)"},
-                fmt::format("A stage of {} steps: the length must not be negative", length));
+            Throw<CoreException>(fmt::format("A stage of {} steps: the length must not be negative", length));
     m_stages = stages;
     m_stage = 0;
     m_step = 0;
@@ -30,7 +27,6 @@ void ProgressControllerStages::Init(std::vector<int> const& stages) {
 bool ProgressControllerStages::InitStage(int stage, char const* name) {
     if (stage < 0 || static_cast<std::size_t>(stage) >= m_stages.size())
         Throw<CoreException>(
-            {"Core/Progress", "bool Tarsel::Core::ProgressControllerStages::InitStage(int, const char *)"},
             fmt::format("There is no stage {} among {}, counted from 0", stage, m_stages.size()));
     m_stage = static_cast<std::size_t>(stage);
     m_step = 0;

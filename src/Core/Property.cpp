@@ -128,11 +128,10 @@ Property const& Property::operator[](std::string_view key) const {
         ThrowNotApplicable("operator[]");
     if (Property const* child = FindChild(key))
         return *child;
-    Throw<PropertyException>(
-        {"Core/Property", "const Property &Tarsel::Core::Property::operator[](std::string_view) const"},
-        fmt::format("Property \"{}\" has no child \"{}\"", m_name, key),
-        PropertyException::TagMethodName("operator[]"), PropertyException::TagPropertyType(GetType()),
-        PropertyException::TagPropertyName(m_name));
+    Throw<PropertyException>(fmt::format("Property \"{}\" has no child \"{}\"", m_name, key),
+                             PropertyException::TagMethodName("operator[]"),
+                             PropertyException::TagPropertyType(GetType()),
+                             PropertyException::TagPropertyName(m_name));
 }
 
 Property::Children const& Property::GetChildren() const {

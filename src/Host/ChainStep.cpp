@@ -41,10 +41,7 @@ void ChainStep<Medium>::Mark(boost::exception const& exception) const noexcept {
 
 template <class Medium>
 void ChainStep<Medium>::ThrowMisbehaviour(std::string const& text) {
-    Core::Throw<Proc::EffectException>(
-        {"Host/ChainStep",
-         "static void Tarsel::Host::ChainStep<Medium>::ThrowMisbehaviour(const std::string &)"},
-        "The effect breaks its contract: " + text);
+    Core::Throw<Proc::EffectException>("The effect breaks its contract: " + text);
 }
 
 template <class Medium>

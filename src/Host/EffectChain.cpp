@@ -23,10 +23,7 @@ EffectChain<Medium>::~EffectChain() = default;
 template <class Medium>
 void EffectChain<Medium>::Append(SP<Effect> const& effect, std::string label) {
     if (!effect)
-        Core::Throw<Proc::EffectException>(
-            {"Host/EffectChain",
-             "void Tarsel::Host::EffectChain<Medium>::Append(const SP<Effect> &, std::string)"},
-            "A chain cannot take a null effect");
+        Core::Throw<Proc::EffectException>("A chain cannot take a null effect");
     if (label.empty())
         label = fmt::format("step {} ({})", ++m_numbered, effect->GetSettingsBase().GetClassId());
     m_steps.emplace_back(effect, std::move(label));
@@ -40,9 +37,7 @@ bool EffectChain<Medium>::IsEmpty() const noexcept {
 template <class Medium>
 void EffectChain<Medium>::Feed(SP<Data> const& data) {
     if (!data)
-        Core::Throw<Proc::EffectException>(
-            {"Host/EffectChain", "virtual void Tarsel::Host::EffectChain<Medium>::Feed(const SP<Data> &)"},
-            fmt::format("A null {} cannot be fed", Medium::s_datum));
+        Core::Throw<Proc::EffectException>(fmt::format("A null {} cannot be fed", Medium::s_datum));
     while (m_ending < m_steps.size())
         EndFurther();
     Drive(0, data);

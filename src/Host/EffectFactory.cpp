@@ -47,10 +47,7 @@ auto CreateOfKind(EffectFactory const& factory, std::string const& classId, std:
 EffectFactory::EffectFactory(std::shared_ptr<EffectRegistry const> registry)
     : m_registry(std::move(registry)) {
     if (!m_registry)
-        Core::Throw<Proc::EffectException>(
-            {"Host/EffectFactory",
-             "Tarsel::Host::EffectFactory::EffectFactory(std::shared_ptr<const EffectRegistry>)"},
-            "An effect factory needs a registry");
+        Core::Throw<Proc::EffectException>("An effect factory needs a registry");
 }
 
 SP<Proc::IOneInputEffectVideo>

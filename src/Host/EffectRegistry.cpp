@@ -61,9 +61,6 @@ bool EffectRegistry::Register(std::string const& classId, std::string const& imp
                                     : nullptr;
     if (missing != nullptr)
         Core::Throw<Proc::EffectException>(
-            {"Host/EffectRegistry",
-             "bool Tarsel::Host::EffectRegistry::Register(const std::string &, const std::string &, "
-             "EffectCreator)"},
             fmt::format("Cannot register an effect without {}: class id \"{}\", implementation \"{}\"",
                         missing, classId, implName));
 

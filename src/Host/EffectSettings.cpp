@@ -29,8 +29,6 @@ void CheckFilterTexts(Proc::Settings const& settings) {
         bool const trimmed = !value.empty() && (IsBlank(value.front()) || IsBlank(value.back()));
         if (special != std::string::npos || trimmed)
             Core::Throw<Proc::SettingsException>(
-                {"Host/EffectSettings",
-                 "void Tarsel::Host::SetEffectSettings(Proc::IEffect &, const Proc::Settings &)"},
                 fmt::format("{}: \"{}\" cannot be \"{}\": {} would change FFmpeg's filter text",
                             settings.GetClassId(), field.key, value,
                             special != std::string::npos ? fmt::format("'{}'", value[special])

@@ -31,15 +31,12 @@ constexpr bool IsQuote(char c) noexcept {
     return c == '\'' || c == '"';
 }
 
-[[noreturn]] void ThrowUnreadable(std::string const& description) {
-    Core::Throw<Proc::SettingsException>(
-        {"Host/EffectStep", "EffectStep Tarsel::Host::ParseEffectStep(const std::string &)"}, description);
+[[noreturn]] void ThrowUnreadable(Core::Reason const& reason) {
+    Core::Throw<Proc::SettingsException>(reason);
 }
 
-[[noreturn]] void ThrowUnusable(std::string const& description) {
-    Core::Throw<Proc::SettingsException>(
-        {"Host/EffectStep", "SP<Effect> Tarsel::Host::MakeEffect(const EffectFactory &, const EffectStep &)"},
-        description);
+[[noreturn]] void ThrowUnusable(Core::Reason const& reason) {
+    Core::Throw<Proc::SettingsException>(reason);
 }
 
 /// The words between blanks, quotes and escapes taken off. Outside single quotes '\' takes the meaning from a

@@ -30,7 +30,7 @@ constexpr int s_awkward = PixFmtDescription::BigEndian | PixFmtDescription::Floa
 
 /// One component a plane, so that samples are repeated without knowing what lies beside them; and none that
 /// FFmpeg would make RGB of for a filter that does not know it.
-bool IsPlanarYuv(PixFmtDescription const& format) {
+bool IsResizableYuv(PixFmtDescription const& format) {
     if (format.GetName() == "yuvj444p")
         return false;
     int const components = (format.GetName().starts_with("gray") ? 1 : 3) + (format.HasAlpha() ? 1 : 0);
@@ -50,7 +50,7 @@ PixFmt ChoosePlanarYuv(PixFmt format) {
         std::vector<PixFmt> all;
         for (PixFmt const each : PixFmtDescription::s_supportedFormats)
             if (auto const& description = PixFmtDescription::Find(each);
-                IsPlanarYuv(description) && (description.GetFlags() & s_awkward) == 0 &&
+                IsResizableYuv(description) && (description.GetFlags() & s_awkward) == 0 &&
                 Conf::WithoutFixedRange(each) == each)
                 all.push_back(each);
         // Of several that lose as little the first one is taken.
@@ -85,7 +85,7 @@ std::optional<FrameFit> FrameFit::Make(Proc::EffectTraits const& traits, Picture
     if (traits.size != Proc::Keeps::Always)
         return std::nullopt;
     PictureForm inner = form;
-    if (traits.takes == Proc::Takes::PlanarYuv && !IsPlanarYuv(PixFmtDescription::Find(form.format)))
+    if (traits.takes == Proc::Takes::PlanarYuv && !IsResizableYuv(PixFmtDescription::Find(form.format)))
         inner.format = ChoosePlanarYuv(form.format);
     if (traits.evenSize) {
         auto const& description = PixFmtDescription::Find(inner.format);
@@ -168,12 +168,9 @@ void FrameFit::Restore(Conf::IFormatCodecVideo& format) const {
 SP<Proc::IDataVideo> FrameFit::RestoreSize(SP<Proc::IDataVideo> const& result) const {
     PictureForm const form = GetForm(*result);
     if (form.width != m_inner.width || form.height != m_inner.height)
-        Core::Throw<Proc::EffectException>(
-            {"Host/FrameFit",
-             "SP<IDataVideo> Tarsel::Host::FrameFit::RestoreSize(const SP<IDataVideo> &) const"},
-            fmt::format(
-                "The effect breaks its contract: it keeps the size, as it says, but made {}x{} of {}x{}",
-                form.width, form.height, m_inner.width, m_inner.height));
+        Core::Throw<Proc::EffectException>(fmt::format(
+            "The effect breaks its contract: it keeps the size, as it says, but made {}x{} of {}x{}",
+            form.width, form.height, m_inner.width, m_inner.height));
     // Cutting off at the right and below is a matter of the size alone.
     Proc::SafeFrame frame = Proc::SafeFrame::Reference(*result->GetAVFrame());
     frame->width = static_cast<int>(m_outer.width);

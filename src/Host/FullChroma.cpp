@@ -17,7 +17,7 @@ using Proc::ReadOnlyPlane;
 using Proc::WritablePlane;
 
 /// Three planes of YUV, and perhaps one of alpha, of 8 or 16 bits a sample.
-bool IsPlanarYuv(PixFmtDescription const& format) {
+bool HasPlanePerComponent(PixFmtDescription const& format) {
     constexpr int unfit = PixFmtDescription::Rgb | PixFmtDescription::Palette | PixFmtDescription::Float |
                           (std::endian::native == std::endian::little ? PixFmtDescription::BigEndian : 0);
     return (format.GetFlags() & unfit) == 0 && !format.IsGray() && format.GetDepth() <= 16 &&
@@ -38,7 +38,7 @@ bool IsLike(PixFmtDescription const& a, PixFmtDescription const& b) {
 PixFmt FindPlanar(PixFmtDescription const& like, int shiftX, int shiftY) {
     auto const found = std::ranges::find_if(PixFmtDescription::s_supportedFormats, [&](PixFmt each) {
         PixFmtDescription const& format = PixFmtDescription::Find(each);
-        return IsPlanarYuv(format) && IsLike(format, like) && format.GetChromaShiftX() == shiftX &&
+        return HasPlanePerComponent(format) && IsLike(format, like) && format.GetChromaShiftX() == shiftX &&
                format.GetChromaShiftY() == shiftY;
     });
     return found != PixFmtDescription::s_supportedFormats.end() ? *found : PixFmt::None;
@@ -108,10 +108,11 @@ std::optional<ChromaPair> FindChromaPair(PixFmt format) {
     PixFmtDescription const& description = PixFmtDescription::Find(format);
     if (!IsSubsampled(description))
         return std::nullopt;
-    ChromaPair const pair{IsPlanarYuv(description) ? format
-                                                   : FindPlanar(description, description.GetChromaShiftX(),
-                                                                description.GetChromaShiftY()),
-                          FindPlanar(description, 0, 0)};
+    ChromaPair const pair{
+        HasPlanePerComponent(description)
+            ? format
+            : FindPlanar(description, description.GetChromaShiftX(), description.GetChromaShiftY()),
+        FindPlanar(description, 0, 0)};
     if (pair.subsampled == PixFmt::None || pair.full == PixFmt::None)
         return std::nullopt;
     return pair;

@@ -151,10 +151,8 @@ private:
 
 SP<Proc::IOneInputEffectVideo> PairEffect(SP<Proc::ITwoInputEffectVideo> effect, SecondFrames seconds) {
     if (!effect || !seconds)
-        Core::Throw<Proc::EffectException>(
-            {"Host/PairedEffect",
-             "SP<IOneInputEffectVideo> Tarsel::Host::PairEffect(SP<ITwoInputEffectVideo>, SecondFrames)"},
-            effect ? "A paired effect needs second frames" : "A paired effect needs an effect");
+        Core::Throw<Proc::EffectException>(effect ? "A paired effect needs second frames"
+                                                  : "A paired effect needs an effect");
     if (dynamic_cast<Proc::IEffectDetailsVideo const*>(effect.get()) != nullptr)
         return MakeSP<PairedEffectWithDetails>(std::move(effect), std::move(seconds));
     return MakeSP<PairedEffect>(std::move(effect), std::move(seconds));

@@ -77,11 +77,8 @@ void Plugin::Register(Proc::IEffectRegistrar& registrar) const {
 SP<Proc::IAudioGenerator> Plugin::CreateAudioGenerator(std::string const& description,
                                                        Conf::SampleInfo const& info) const {
     if (m_createAudioGenerator == nullptr)
-        Core::Throw<PluginException>(
-            {"Host/Plugin", "SP<Proc::IAudioGenerator> Tarsel::Host::Plugin::CreateAudioGenerator(const "
-                            "std::string &, const Conf::SampleInfo &) const"},
-            fmt::format("The plug-in \"{}\" makes no sound: it has no {}", m_library.string(),
-                        s_generatorEntryPoint));
+        Core::Throw<PluginException>(fmt::format("The plug-in \"{}\" makes no sound: it has no {}",
+                                                 m_library.string(), s_generatorEntryPoint));
     SP<Proc::IAudioGenerator> generator;
     m_createAudioGenerator(generator, description, info);
     return generator;
@@ -97,7 +94,6 @@ std::filesystem::path Plugin::Find(std::string const& name) {
             return candidate;
     }
     Core::Throw<PluginException>(
-        {"Host/Plugin", "static std::filesystem::path Tarsel::Host::Plugin::Find(const std::string &)"},
         fmt::format("No plug-in \"{}\" was found; looked for {} (more folders: {})", name,
                     Core::Utils::ToString(candidates, ", ", [](auto const& path) { return path.string(); }),
                     s_pathVariable));

@@ -47,9 +47,7 @@ UniquePacket MakePacket() {
 }
 
 void ThrowNoMemory(char const* what) {
-    Core::Throw<Core::MemoryException>(
-        {"Media/Base/FFmpegOwners", "void Tarsel::Media::ThrowNoMemory(const char *)"},
-        std::string("Unable to allocate memory for ") + what);
+    Core::Throw<Core::MemoryException>(std::string("Unable to allocate memory for ") + what);
 }
 
 } // namespace Tarsel::Media

@@ -30,17 +30,12 @@ bool LooksLikeProtocol(std::string const& text) {
 }
 
 [[noreturn]] void ThrowInput(fs::path const& input, std::string const& reason) {
-    Core::Throw<InputException>(
-        {"Media/Base/Paths", "void Tarsel::Media::CheckInputPath(const std::filesystem::path &)"},
-        fmt::format("Cannot open {}: {}", Quote(input), reason));
+    Core::Throw<InputException>(fmt::format("Cannot open {}: {}", Quote(input), reason));
 }
 
 template <class E>
 [[noreturn]] void ThrowOutput(fs::path const& output, std::string const& reason) {
-    Core::Throw<E>({"Media/Base/Paths",
-                    "void Tarsel::Media::CheckOutputPath(const std::filesystem::path &, const "
-                    "std::filesystem::path &, bool)"},
-                   fmt::format("Cannot write {}: {}", Quote(output), reason));
+    Core::Throw<E>(fmt::format("Cannot write {}: {}", Quote(output), reason));
 }
 
 } // namespace

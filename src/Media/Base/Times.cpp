@@ -12,7 +12,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr AVRational s_microsecond{1, 1000000};
 constexpr std::int64_t s_leastTicksASecond = 10000;
 constexpr std::int64_t s_mostFramesAFrame = 16;
 
@@ -45,11 +44,11 @@ std::int64_t FineTicksASecond(std::int64_t ticks) noexcept {
 } // namespace
 
 std::int64_t ToMicroseconds(std::int64_t ticks, Ratio timeBase) noexcept {
-    return IsPositive(timeBase) ? av_rescale_q(ticks, ToAV(timeBase), s_microsecond) : 0;
+    return IsPositive(timeBase) ? av_rescale_q(ticks, ToAV(timeBase), ToAV(s_microsecond)) : 0;
 }
 
 std::int64_t ToTicks(std::int64_t microseconds, Ratio timeBase) noexcept {
-    return IsPositive(timeBase) ? av_rescale_q(microseconds, s_microsecond, ToAV(timeBase)) : 0;
+    return IsPositive(timeBase) ? av_rescale_q(microseconds, ToAV(s_microsecond), ToAV(timeBase)) : 0;
 }
 
 Ratio RefineTimeBase(Ratio input) noexcept {

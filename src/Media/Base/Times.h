@@ -26,6 +26,9 @@ inline Ratio FromAV(AVRational rational) noexcept {
     return {rational.num, rational.den};
 }
 
+/// Seconds a tick of the times of data objects.
+inline constexpr Ratio s_microsecond{1, 1000000};
+
 /// When a picture is shown and for how long, in ticks of some time base (seconds a tick).
 struct FrameTime {
     std::int64_t start = 0;

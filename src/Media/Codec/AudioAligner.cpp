@@ -25,7 +25,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr AVRational s_microsecond{1, 1000000};
 /// In microseconds.
 constexpr std::int64_t s_tolerance = 40000;
 /// No packet of any codec is as short.
@@ -37,10 +36,7 @@ constexpr std::size_t s_mostChanges = 3;
 
 /// Whoever comes next reads as many samples as a block says it has.
 void CheckBlock(AVFrame const& block) {
-    auto const fail = [](std::string const& description) {
-        Core::Throw<Proc::EffectException>(
-            {"Media/Codec/AudioAligner", "void Tarsel::Media::CheckBlock(const AVFrame &)"}, description);
-    };
+    auto const fail = [](std::string const& description) { Core::Throw<Proc::EffectException>(description); };
     if (block.nb_samples < 0)
         fail(fmt::format("A block of sound is said to be of {} samples", block.nb_samples));
     if (!Proc::HasSamples(block))
@@ -67,7 +63,7 @@ double AudioAligner::ToSeconds(std::int64_t samples) const noexcept {
 
 void AudioAligner::StartAt(std::int64_t microseconds) {
     m_started = true;
-    m_next = m_given = av_rescale_q(microseconds, s_microsecond, {1, m_format.rate});
+    m_next = m_given = av_rescale_q(microseconds, ToAV(s_microsecond), {1, m_format.rate});
     StartSegment();
 }
 
@@ -88,8 +84,8 @@ void AudioAligner::Feed(AVFrame const& block, std::int64_t time, Ratio timeBase)
     SetSource(Proc::GetFrameSampleInfo(block));
     AVRational const sample{1, m_format.rate};
     std::int64_t const twoTicks = av_rescale_q(2, ToAV(timeBase), sample);
-    m_tolerance = std::max(av_rescale_q(s_tolerance, s_microsecond, sample), twoTicks);
-    m_precision = std::max(av_rescale_q(s_precision, s_microsecond, sample), twoTicks);
+    m_tolerance = std::max(av_rescale_q(s_tolerance, ToAV(s_microsecond), sample), twoTicks);
+    m_precision = std::max(av_rescale_q(s_precision, ToAV(s_microsecond), sample), twoTicks);
     // Times that are no times would overflow.
     constexpr std::int64_t farthest = std::int64_t{1} << 52;
     std::int64_t const stated = time == AV_NOPTS_VALUE ? time : av_rescale_q(time, ToAV(timeBase), sample);
@@ -185,8 +181,8 @@ int AudioAligner::Place(std::int64_t position, int count) {
     if (ahead <= latest && -ahead <= (isCutting ? 0 : latest))
         return 0;
     m_ahead = 0;
-    if (ahead > av_rescale_q(s_longestGap, s_microsecond, sample) ||
-        -ahead > av_rescale_q(s_longestOverlap, s_microsecond, sample)) {
+    if (ahead > av_rescale_q(s_longestGap, ToAV(s_microsecond), sample) ||
+        -ahead > av_rescale_q(s_longestOverlap, ToAV(s_microsecond), sample)) {
         m_offset -= ahead;
         ++m_jumps;
         return 0;

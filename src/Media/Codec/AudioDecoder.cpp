@@ -32,7 +32,6 @@ constexpr int s_mostErrorsInARow = 1000;
 
 [[noreturn]] void ThrowUndecodable(AVStream const& stream, std::string const& reason, int error) {
     Core::Throw<InputException>(
-        {"Media/Codec/AudioDecoder", "Tarsel::Media::AudioDecoder::AudioDecoder(const AVStream &, bool)"},
         fmt::format("Cannot decode the sound of stream {}, which is in the codec {}: {}", stream.index,
                     avcodec_get_name(stream.codecpar->codec_id), reason),
         Proc::TagFFmpegError(error));

@@ -28,8 +28,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Codec/AudioEncoder";
-constexpr Ratio s_microsecond{1, 1000000};
 /// Packets a second of encoders that take blocks of any length: about one a picture.
 constexpr int s_packetsASecond = 25;
 /// FFmpeg's encoders without loss take no more, but for one.
@@ -88,8 +86,7 @@ void AudioEncoder::Open(AudioRequest const& request) {
         if (firstError == 0)
             firstError = error;
     }
-    Core::Throw<OutputException>({s_file, "void Tarsel::Media::AudioEncoder::Open(const AudioRequest &)"},
-                                 fmt::format("The encoder \"{}\" does not open for sound of {}: {}",
+    Core::Throw<OutputException>(fmt::format("The encoder \"{}\" does not open for sound of {}: {}",
                                              encoder.name, Proc::SoundText(request.format),
                                              Proc::GetFFmpegErrorText(firstError)),
                                  Proc::TagFFmpegError(firstError));
@@ -118,10 +115,7 @@ int AudioEncoder::TryOpen(AudioRequest const& request, Conf::SampleInfo const& f
 
 void AudioEncoder::Encode(Proc::IDataAudio const& block, TakePacket const& give) {
     if (block.GetAVFrame() == nullptr)
-        Core::Throw<Proc::EffectException>(
-            {s_file,
-             "void Tarsel::Media::AudioEncoder::Encode(const Proc::IDataAudio &, const TakePacket &)"},
-            "A block of sound has no AVFrame");
+        Core::Throw<Proc::EffectException>("A block of sound has no AVFrame");
     m_aligner->Feed(*block.GetAVFrame(), block.GetTime(), s_microsecond);
     EncodeAligned(give);
 }
@@ -164,23 +158,21 @@ void AudioEncoder::EncodeQueued(int count, TakePacket const& give) {
 
 /// Null: the end.
 void AudioEncoder::Send(AVFrame const* frame, TakePacket const& give) {
-    constexpr char const* signature =
-        "void Tarsel::Media::AudioEncoder::Send(const AVFrame *, const TakePacket &)";
-    Check(signature, avcodec_send_frame(m_context.get(), frame));
+    Check(avcodec_send_frame(m_context.get(), frame));
     for (;;) {
         int const error = avcodec_receive_packet(m_context.get(), m_packet.get());
         if (error == AVERROR(EAGAIN) || error == AVERROR_EOF)
             return;
-        Check(signature, error);
+        Check(error);
         give(*m_packet);
         av_packet_unref(m_packet.get());
     }
 }
 
-void AudioEncoder::Check(char const* signature, int error) const {
+void AudioEncoder::Check(int error, Core::Site const& site) const {
     if (error < 0)
         Core::Throw<OutputException>(
-            {s_file, signature},
+            site,
             fmt::format("The encoder \"{}\" cannot encode the sound at {}: {}", m_context->codec->name,
                         SecondsText(ToMicroseconds(m_time, GetTimeBase())), Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));

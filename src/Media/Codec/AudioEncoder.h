@@ -2,6 +2,7 @@
 
 #include "Conf/SampleInfo.h"
 #include "Core/Ratio.h"
+#include "Core/Throw.h"
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Codec/AudioAligner.h"
 #include "Media/Codec/Encoders.h"
@@ -68,7 +69,7 @@ private:
     void Queue(AVFrame const& block, TakePacket const& give);
     void EncodeQueued(int count, TakePacket const& give);
     void Send(AVFrame const* frame, TakePacket const& give);
-    void Check(char const* signature, int error) const;
+    void Check(int error, Core::Site const& site = Core::Site::Here()) const;
 
     Conf::SampleInfo m_input;
     int m_depth;

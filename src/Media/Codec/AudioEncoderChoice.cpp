@@ -26,8 +26,6 @@ namespace {
 
 using Conf::SampleFormats;
 
-constexpr char const* s_file = "Media/Codec/AudioEncoderChoice";
-
 /// Codecs that films and sound files are made of.
 constexpr AVCodecID s_commonCodecs[] = {
     AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,  AV_CODEC_ID_OPUS,    AV_CODEC_ID_VORBIS, AV_CODEC_ID_AC3,
@@ -51,9 +49,8 @@ constexpr PlainCodec s_plainCodecs[] = {
     {AV_CODEC_ID_PCM_F64LE, 64, true},  {AV_CODEC_ID_PCM_F64BE, 64, true},
 };
 
-[[noreturn]] void ThrowNoEncoder(char const* signature, std::string const& description,
-                                 Core::CodePoint at = Core::CodePoint::Here()) {
-    Core::Throw<OptionsException>({s_file, signature, at}, description);
+[[noreturn]] void ThrowNoEncoder(Core::Reason const& reason) {
+    Core::Throw<OptionsException>(reason);
 }
 
 template <class List, class Value>
@@ -112,9 +109,7 @@ AVCodec const& ChooseNamedAudioEncoder(Container const& container, std::filesyst
     UniqueCodecParameters const parameters = MakeParameters(encoder, container, isOpened);
     bool const isSaid = avformat_query_codec(container.format, encoder.id, FF_COMPLIANCE_EXPERIMENTAL) == 1;
     if (!CanHoldAudio(container, *parameters) && (isOpened || !isSaid || container.isStill))
-        ThrowNoEncoder("const AVCodec &Tarsel::Media::ChooseNamedAudioEncoder(const Container &, const "
-                       "std::filesystem::path &, const std::string &)",
-                       fmt::format("The encoder \"{}\" makes {}, which {} cannot hold", name,
+        ThrowNoEncoder(fmt::format("The encoder \"{}\" makes {}, which {} cannot hold", name,
                                    avcodec_get_name(encoder.id), Quote(output.filename())));
     return encoder;
 }
@@ -130,9 +125,7 @@ AVCodec const* FindUsualAudioEncoder(Container const& container, std::filesystem
         return nullptr;
     AVCodec const* const encoder = avcodec_find_encoder(FitPlain(container, codec, format, depth));
     if (encoder == nullptr)
-        ThrowNoEncoder("const AVCodec *Tarsel::Media::FindUsualAudioEncoder(const Container &, const "
-                       "std::filesystem::path &, SampleFormats, int)",
-                       fmt::format("There is no encoder for the sound of {}", Quote(output.filename())));
+        ThrowNoEncoder(fmt::format("There is no encoder for the sound of {}", Quote(output.filename())));
     return encoder;
 }
 

@@ -22,8 +22,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Codec/EncoderChoice";
-
 /// What is lost of pictures in the format by those that the encoder takes: FFmpeg's FF_LOSS_* bits.
 int GetFormatLoss(AVCodec const& encoder, Conf::PixFmt format) {
     std::vector<Conf::PixFmt> formats;
@@ -47,10 +45,7 @@ std::vector<std::string> ListEncoders(AVMediaType type, AVCodecID codec = AV_COD
 }
 
 [[noreturn]] void ThrowNoEncoder(std::string const& description) {
-    Core::Throw<OptionsException>({s_file,
-                                   "const AVCodec &Tarsel::Media::ChooseEncoder(const Container &, const "
-                                   "std::filesystem::path &, const std::string &)"},
-                                  description);
+    Core::Throw<OptionsException>(description);
 }
 
 AVCodec const* FindUsualEncoder(Container const& container, std::filesystem::path const& output) {
@@ -74,11 +69,7 @@ std::vector<std::string> ListEncoders(bool isAudio) {
 
 AVCodec const& FindNamedEncoder(std::string const& name, bool isAudio) {
     AVMediaType const type = isAudio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
-    auto const fail = [](std::string const& description) {
-        Core::Throw<OptionsException>(
-            {s_file, "const AVCodec &Tarsel::Media::FindNamedEncoder(const std::string &, bool)"},
-            description);
-    };
+    auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };
     AVCodec const* const encoder = avcodec_find_encoder_by_name(name.c_str());
     if (AVCodecDescriptor const* const codec = avcodec_descriptor_get_by_name(name.c_str());
         encoder == nullptr && codec != nullptr && codec->type == type)
@@ -136,8 +127,7 @@ void CheckQuality(AVCodec const& encoder, Quality quality) {
     for (Quality const each : s_everyQuality)
         if (HasQuality(encoder, each))
             known += fmt::format("{}{}", known.empty() ? "" : ", ", GetQualityName(each));
-    Core::Throw<OptionsException>({s_file, "void Tarsel::Media::CheckQuality(const AVCodec &, Quality)"},
-                                  fmt::format("The encoder \"{}\" has no quality \"{}\"; {}", encoder.name,
+    Core::Throw<OptionsException>(fmt::format("The encoder \"{}\" has no quality \"{}\"; {}", encoder.name,
                                               GetQualityName(quality),
                                               known.empty() ? "its own options set it" : "legal: " + known));
 }

@@ -30,8 +30,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Codec/EncoderSettings";
-
 /// Calls `visit` with each encoding option of the context and of the encoder itself.
 template <class Visit>
 void ForEachOption(AVCodecContext const& context, Visit const& visit) {
@@ -131,9 +129,7 @@ std::vector<Conf::PixFmt> ListRawVideoFormats(AVOutputFormat const& container) {
 
 void ApplyEncoderOptions(AVCodecContext& context, EncoderOptions const& options) {
     auto const fail = [&](std::string const& description, int error) {
-        Core::Throw<OptionsException>({s_file, "void Tarsel::Media::ApplyEncoderOptions(AVCodecContext &, "
-                                               "const EncoderOptions &)"},
-                                      description, Proc::TagFFmpegError(error));
+        Core::Throw<OptionsException>(description, Proc::TagFFmpegError(error));
     };
     for (auto const& [key, value] : options) {
         AVOption const* const option =
@@ -160,8 +156,6 @@ void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options, 
     if (error >= 0 || TryOpen(encoder, {}, quality) < 0)
         return;
     Core::Throw<OptionsException>(
-        {s_file, "void Tarsel::Media::CheckEncoderOptions(const AVCodec &, const EncoderOptions &, "
-                 "Quality)"},
         fmt::format("The encoder \"{}\" does not open with {}: {}", encoder.name,
                     Core::Utils::ToString(
                         options, " ", [](auto const& option) { return option.first + "=" + option.second; }),

@@ -61,9 +61,6 @@ VideoDecoder::VideoDecoder(AVFormatContext const& context, AVStream const& strea
         error = avcodec_open2(m_context.get(), decoder, nullptr);
     if (error < 0)
         Core::Throw<InputException>(
-            {"Media/Codec/VideoDecoder",
-             "Tarsel::Media::VideoDecoder::VideoDecoder(const AVFormatContext &, const "
-             "AVStream &, Ratio)"},
             fmt::format("Cannot decode the pictures of {}, which are in the codec {}: {}",
                         Quote(context.url != nullptr ? context.url : ""),
                         avcodec_get_name(stream.codecpar->codec_id), Proc::GetFFmpegErrorText(error)),

@@ -33,7 +33,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Codec/VideoEncoder";
 /// More than any encoder looks ahead.
 constexpr std::size_t s_mostTimes = 4096;
 
@@ -52,8 +51,6 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
     : m_first(first.data), m_timeBase(request.timeBase),
       m_frameRate(ChooseFrameRate(request.inputRate, request.inputDuration, first.data->GetDuration())),
       m_packet(MakePacket()) {
-    constexpr char const* signature =
-        "Tarsel::Media::VideoEncoder::VideoEncoder(const EncoderRequest &, const WorkedFrame &)";
     AVFrame const& frame = GetFirstFrame();
     auto const format = static_cast<Conf::PixFmt>(frame.format);
     Conf::ColorSpace const space = Proc::GetFrameColorSpace(frame);
@@ -66,8 +63,7 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
         ChooseVideoConversion(format, space, static_cast<std::uint32_t>(frame.width),
                               static_cast<std::uint32_t>(frame.height), rules, FindYuvOrigin(request.input));
     if (m_conversion.format == Conf::PixFmt::None)
-        Core::Throw<OutputException>({s_file, signature},
-                                     fmt::format("The encoder \"{}\" cannot take pictures of {}",
+        Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot take pictures of {}",
                                                  request.encoder->name, Proc::PictureText(frame)));
     auto const& made = Conf::PixFmtDescription::Find(m_conversion.format);
     m_losesFullRange = Conf::PixFmtDescription::Find(format).IsFullRange(space) && !IsRgb(format) &&
@@ -117,7 +113,6 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     int const error = avcodec_open2(&context, request.encoder, nullptr);
     if (error < 0)
         Core::Throw<OutputException>(
-            {s_file, "void Tarsel::Media::VideoEncoder::Open(const EncoderRequest &)"},
             fmt::format("The encoder \"{}\" does not open for pictures of {}x{} {}: {}",
                         request.encoder->name, frame.width, frame.height,
                         Proc::PixelFormatText(context.pix_fmt), Proc::GetFFmpegErrorText(error)),
@@ -173,7 +168,6 @@ void VideoEncoder::SendFrame(AVFrame const* frame) {
     int const error = avcodec_send_frame(m_context.get(), frame);
     if (error < 0)
         Core::Throw<OutputException>(
-            {s_file, "void Tarsel::Media::VideoEncoder::SendFrame(const AVFrame *)"},
             fmt::format("The encoder \"{}\" cannot encode the picture at {}: {}", m_context->codec->name,
                         SecondsText(ToMicroseconds(m_lastTime, FromAV(m_context->time_base))),
                         Proc::GetFFmpegErrorText(error)),
@@ -184,11 +178,9 @@ void VideoEncoder::CheckLikeFirst(WorkedFrame const& worked) const {
     AVFrame const& first = GetFirstFrame();
     AVFrame const& frame = *worked.data->GetAVFrame();
     if (frame.width != first.width || frame.height != first.height || frame.format != first.format)
-        Core::Throw<OutputException>(
-            {s_file, "void Tarsel::Media::VideoEncoder::CheckLikeFirst(const WorkedFrame &) const"},
-            fmt::format("The pictures change from {} to {} at {}; one stream cannot hold both",
-                        Proc::PictureText(first), Proc::PictureText(frame),
-                        SecondsText(worked.data->GetTime())));
+        Core::Throw<OutputException>(fmt::format(
+            "The pictures change from {} to {} at {}; one stream cannot hold both", Proc::PictureText(first),
+            Proc::PictureText(frame), SecondsText(worked.data->GetTime())));
 }
 
 Proc::SafeFrame VideoEncoder::Convert(AVFrame const& frame) const {
@@ -206,8 +198,7 @@ AVPacket* VideoEncoder::Receive() {
     if (error == AVERROR(EAGAIN) || error == AVERROR_EOF)
         return nullptr;
     if (error < 0)
-        Core::Throw<OutputException>({s_file, "AVPacket *Tarsel::Media::VideoEncoder::Receive()"},
-                                     fmt::format("The encoder \"{}\" cannot encode further: {}",
+        Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot encode further: {}",
                                                  m_context->codec->name, Proc::GetFFmpegErrorText(error)),
                                      Proc::TagFFmpegError(error));
     if (auto const known = m_times.find(packet->pts); known != m_times.end())

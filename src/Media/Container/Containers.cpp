@@ -19,8 +19,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Container/Containers";
-
 constexpr int s_knownInMp4[] = {
     AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,    AV_CODEC_ID_MP2,           AV_CODEC_ID_AC3,    AV_CODEC_ID_EAC3,
     AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_MLP,           AV_CODEC_ID_MP4ALS, AV_CODEC_ID_ALAC,
@@ -192,9 +190,7 @@ bool IsNamedForAudio(ContainerTraits const& traits, std::filesystem::path const&
 
 Container ChooseContainer(std::filesystem::path const& output) {
     auto const fail = [&](std::string const& reason) {
-        Core::Throw<OptionsException>(
-            {s_file, "Container Tarsel::Media::ChooseContainer(const std::filesystem::path &)"},
-            fmt::format("Cannot write {}: {}", Quote(output), reason));
+        Core::Throw<OptionsException>(fmt::format("Cannot write {}: {}", Quote(output), reason));
     };
     AVOutputFormat const* format = av_guess_format(nullptr, output.filename().c_str(), nullptr);
     if (format == nullptr)
@@ -241,8 +237,7 @@ bool KeepsTimes(AVOutputFormat const& format) noexcept {
 AVOutputFormat const& GetStillFormat() {
     AVOutputFormat const* const format = av_guess_format("image2", nullptr, nullptr);
     if (format == nullptr)
-        Core::Throw<OptionsException>({s_file, "const AVOutputFormat &Tarsel::Media::GetStillFormat()"},
-                                      "This FFmpeg writes no picture files");
+        Core::Throw<OptionsException>("This FFmpeg writes no picture files");
     return *format;
 }
 

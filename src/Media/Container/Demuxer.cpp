@@ -26,7 +26,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Container/Demuxer";
 /// After this many unreadable packets in a row the rest is given up.
 constexpr int s_mostDamagedInARow = 100;
 
@@ -46,9 +45,7 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
     m_video = FindVideo();
     m_audio = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_video, nullptr, 0);
     if (m_video < 0 && m_audio < 0)
-        Core::Throw<InputException>(
-            {s_file, "Tarsel::Media::Demuxer::Demuxer(std::filesystem::path, std::stop_token)"},
-            fmt::format("{} has neither pictures nor sound", Quote(m_path)));
+        Core::Throw<InputException>(fmt::format("{} has neither pictures nor sound", Quote(m_path)));
     // Sound and picture would start at whatever the sender's clock said.
     m_isBroadcast = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
     if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
@@ -68,7 +65,6 @@ void Demuxer::Open() {
             throw Stopped();
         if (error < 0)
             Core::Throw<InputException>(
-                {s_file, "void Tarsel::Media::Demuxer::Open()"},
                 fmt::format("Cannot open {}: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
                 Proc::TagFFmpegError(error));
     };
@@ -179,7 +175,6 @@ bool Demuxer::Read(AVPacket& packet) {
         }
         if (error != AVERROR_INVALIDDATA)
             Core::Throw<InputException>(
-                {s_file, "bool Tarsel::Media::Demuxer::Read(AVPacket &)"},
                 fmt::format("Cannot read {} further: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
                 Proc::TagFFmpegError(error));
         if (++damaged > s_mostDamagedInARow) {

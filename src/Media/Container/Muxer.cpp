@@ -46,8 +46,7 @@ Muxer::Muxer(OutputStreams streams, OutputFile& file, InputStreams const& input)
     // Some muxers look at the name's extension.
     av_freep(&m_streams.context->url);
     m_streams.context->url = CheckAllocated(av_strdup(file.GetPath().c_str()), "a file name");
-    Check("Tarsel::Media::Muxer::Muxer(OutputStreams, OutputFile &, const InputStreams &)",
-          WriteHeader(*m_streams.context));
+    Check(WriteHeader(*m_streams.context));
 }
 
 Muxer::~Muxer() = default;
@@ -81,7 +80,7 @@ void Muxer::Write(AVPacket& packet, Ratio timeBase) {
         ++track.damaged;
         return;
     }
-    Check("void Tarsel::Media::Muxer::Write(AVPacket &, Ratio)", error);
+    Check(error);
 }
 
 /// Into the time base of the output's stream, where decoding times have to go up.
@@ -132,14 +131,14 @@ bool Muxer::HasWaitedEnough(std::int64_t time) {
 }
 
 void Muxer::Close() {
-    Check("void Tarsel::Media::Muxer::Close()", av_write_trailer(m_streams.context.get()));
+    Check(av_write_trailer(m_streams.context.get()));
     m_file.Close();
 }
 
-void Muxer::Check(char const* signature, int error) const {
+void Muxer::Check(int error, Core::Site const& site) const {
     if (error < 0)
         Core::Throw<OutputException>(
-            {"Media/Container/Muxer", signature},
+            site,
             fmt::format("Cannot write {}: {}", Quote(m_file.GetPath()), Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));
 }

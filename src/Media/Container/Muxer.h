@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Core/Ratio.h"
+#include "Core/Throw.h"
 #include "Media/Container/OutputStreams.h"
 
 #include <cstdint>
@@ -46,7 +47,7 @@ private:
     void FitTimes(AVPacket& packet, Ratio timeBase, Track& track) const;
     std::int64_t ToTime(std::int64_t ticks, int index) const;
     bool HasWaitedEnough(std::int64_t time);
-    void Check(char const* signature, int error) const;
+    void Check(int error, Core::Site const& site = Core::Site::Here()) const;
 
     OutputFile& m_file;
     InputStreams const& m_input;

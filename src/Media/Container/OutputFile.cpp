@@ -29,12 +29,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char const* s_file = "Media/Container/OutputFile";
-
-[[noreturn]] void ThrowCannotWrite(char const* signature, fs::path const& path, std::string const& reason,
-                                   int error, Core::CodePoint at = Core::CodePoint::Here()) {
-    Core::Throw<OutputException>({s_file, signature, at},
-                                 fmt::format("Cannot write {}: {}", Quote(path), reason),
+[[noreturn]] void ThrowCannotWrite(fs::path const& path, std::string const& reason, int error,
+                                   Core::Site const& site = Core::Site::Here()) {
+    Core::Throw<OutputException>(site, fmt::format("Cannot write {}: {}", Quote(path), reason),
                                  Proc::TagFFmpegError(error));
 }
 
@@ -100,18 +97,17 @@ mode_t GetRights(fs::path const& target) {
 } // namespace
 
 OutputFile::OutputFile(fs::path path, bool overwrite) : m_path(std::move(path)), m_overwrite(overwrite) {
-    constexpr char const* signature = "Tarsel::Media::OutputFile::OutputFile(std::filesystem::path, bool)";
     std::error_code noLink;
     m_target = fs::is_symlink(m_path, noLink) ? fs::canonical(m_path, noLink) : m_path;
     if (int const error = m_temporary.Create(m_target, GetRights(m_target)); error != 0)
-        ThrowCannotWrite(signature, m_path, GetSystemErrorText(error), AVERROR(error));
+        ThrowCannotWrite(m_path, GetSystemErrorText(error), AVERROR(error));
 
     AVIOContext* io = nullptr;
     int const opened = avio_open2(&io, ("file:" + m_temporary.GetPath().string()).c_str(), AVIO_FLAG_WRITE,
                                   nullptr, nullptr);
     m_io.reset(io);
     if (opened < 0)
-        ThrowCannotWrite(signature, m_path, Proc::GetFFmpegErrorText(opened), opened);
+        ThrowCannotWrite(m_path, Proc::GetFFmpegErrorText(opened), opened);
 }
 
 OutputFile::~OutputFile() = default;
@@ -122,8 +118,7 @@ void OutputFile::Close() {
     AVIOContext* io = m_io.release();
     int const closed = avio_closep(&io);
     if (int const error = written < 0 ? written : closed; error < 0)
-        ThrowCannotWrite("void Tarsel::Media::OutputFile::Close()", m_path, Proc::GetFFmpegErrorText(error),
-                         error);
+        ThrowCannotWrite(m_path, Proc::GetFFmpegErrorText(error), error);
 }
 
 void OutputFile::Publish() {
@@ -132,11 +127,10 @@ void OutputFile::Publish() {
     if (error == 0)
         error = m_overwrite ? RenameOver(written, m_target) : RenameNew(written, m_target);
     if (error == EEXIST)
-        ThrowCannotWrite("void Tarsel::Media::OutputFile::Publish()", m_path,
-                         "it has appeared in the meantime and may not be overwritten", AVERROR(error));
-    if (error != 0)
-        ThrowCannotWrite("void Tarsel::Media::OutputFile::Publish()", m_path, GetSystemErrorText(error),
+        ThrowCannotWrite(m_path, "it has appeared in the meantime and may not be overwritten",
                          AVERROR(error));
+    if (error != 0)
+        ThrowCannotWrite(m_path, GetSystemErrorText(error), AVERROR(error));
     m_temporary.Keep();
     static_cast<void>(Sync(m_target.has_parent_path() ? m_target.parent_path() : fs::path(".")));
 }

@@ -304,12 +304,10 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
         }
     }
     if (error < 0)
-        Core::Throw<OutputException>(
-            {"Media/Container/OutputStreams", "Selection Tarsel::Media::Select(const AVOutputFormat &, const "
-                                              "InputStreams &, const StreamEncoders &)"},
-            fmt::format("The container {} cannot take the {}: {}", format.name,
-                        input.video >= 0 ? "pictures" : "sound", Proc::GetFFmpegErrorText(error)),
-            Proc::TagFFmpegError(error));
+        Core::Throw<OutputException>(fmt::format("The container {} cannot take the {}: {}", format.name,
+                                                 input.video >= 0 ? "pictures" : "sound",
+                                                 Proc::GetFFmpegErrorText(error)),
+                                     Proc::TagFFmpegError(error));
     return selection;
 }
 

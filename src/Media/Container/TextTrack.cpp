@@ -2,6 +2,7 @@
 
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
+#include "Media/Base/Times.h"
 #include "Media/Container/Containers.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -23,7 +24,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr AVRational s_microsecond{1, AV_TIME_BASE};
 constexpr AVRational s_millisecond{1, 1000};
 /// No subtitle is as long.
 constexpr std::size_t s_longest = std::size_t{1} << 20U;
@@ -41,9 +41,9 @@ struct DecodedText : AVSubtitle {
     ~DecodedText() { avsubtitle_free(this); }
 };
 
-[[noreturn]] void ThrowCannotConvert(char const* signature, AVCodecContext const& from, std::string const& to,
-                                     int error, Core::CodePoint at = Core::CodePoint::Here()) {
-    Core::Throw<OutputException>({"Media/Container/TextTrack", signature, at},
+[[noreturn]] void ThrowCannotConvert(AVCodecContext const& from, std::string const& to, int error,
+                                     Core::Site const& site = Core::Site::Here()) {
+    Core::Throw<OutputException>(site,
                                  fmt::format("Cannot convert subtitles from {} to {}: {}",
                                              avcodec_get_name(from.codec_id), to,
                                              Proc::GetFFmpegErrorText(error)),
@@ -63,8 +63,6 @@ bool TextTrack::IsNeeded(AVStream const& source, AVOutputFormat const& format) {
 }
 
 TextTrack::TextTrack(AVStream const& source, AVOutputFormat const& format) : m_buffer(s_longest) {
-    constexpr char const* signature =
-        "Tarsel::Media::TextTrack::TextTrack(const AVStream &, const AVOutputFormat &)";
     AVCodec const* const from = avcodec_find_decoder(source.codecpar->codec_id);
     AVCodec const* const to = FindEncoder(format);
     m_decoder.reset(CheckAllocated(avcodec_alloc_context3(from), "AVCodecContext"));
@@ -73,9 +71,9 @@ TextTrack::TextTrack(AVStream const& source, AVOutputFormat const& format) : m_b
     if (error >= 0)
         error = avcodec_open2(m_decoder.get(), from, nullptr);
     if (error < 0)
-        ThrowCannotConvert(signature, *m_decoder, to->name, error);
+        ThrowCannotConvert(*m_decoder, to->name, error);
     m_encoder.reset(CheckAllocated(avcodec_alloc_context3(to), "AVCodecContext"));
-    m_encoder->time_base = s_microsecond;
+    m_encoder->time_base = ToAV(s_microsecond);
     if (m_decoder->subtitle_header != nullptr) {
         auto const size = static_cast<std::size_t>(m_decoder->subtitle_header_size);
         // Text, which ends with a zero.
@@ -86,7 +84,7 @@ TextTrack::TextTrack(AVStream const& source, AVOutputFormat const& format) : m_b
     }
     error = avcodec_open2(m_encoder.get(), to, nullptr);
     if (error < 0)
-        ThrowCannotConvert(signature, *m_decoder, to->name, error);
+        ThrowCannotConvert(*m_decoder, to->name, error);
 }
 
 TextTrack::~TextTrack() = default;
@@ -110,7 +108,8 @@ bool TextTrack::Convert(AVPacket& packet) {
 
 bool TextTrack::Encode(AVSubtitle& text, AVPacket& packet) {
     // Encoders take nothing that begins later than it says.
-    std::int64_t const start = text.pts + av_rescale_q(text.start_display_time, s_millisecond, s_microsecond);
+    std::int64_t const start =
+        text.pts + av_rescale_q(text.start_display_time, s_millisecond, ToAV(s_microsecond));
     std::int64_t const length = std::int64_t{text.end_display_time} - text.start_display_time;
     text.pts = start;
     text.end_display_time -= text.start_display_time;
@@ -130,7 +129,7 @@ bool TextTrack::Encode(AVSubtitle& text, AVPacket& packet) {
         ThrowNoMemory("subtitles");
     std::copy_n(m_buffer.data(), size, packet.data);
     packet.stream_index = stream;
-    packet.pts = packet.dts = av_rescale_q(start, s_microsecond, timeBase);
+    packet.pts = packet.dts = av_rescale_q(start, ToAV(s_microsecond), timeBase);
     packet.duration = duration;
     packet.flags |= AV_PKT_FLAG_KEY;
     return size > 0;

@@ -20,16 +20,12 @@ extern "C" {
 namespace Tarsel::Media {
 namespace {
 
-constexpr char const* s_signature =
-    "std::int64_t Tarsel::Media::Analyse(const AnalyseOptions &, std::stop_token)";
-
 std::int64_t AnalyseAll(AnalyseOptions const& options, std::stop_source const& stop) {
     CheckInputPath(options.input);
     VideoSource source(options.input, stop.get_token());
     auto const chain = options.makeVideoEffects(source.GetInfo());
     if (chain == nullptr)
-        Core::Throw<OptionsException>({"Media/Run/Analyse", s_signature},
-                                      "There is nothing to analyse the pictures with");
+        Core::Throw<OptionsException>("There is nothing to analyse the pictures with");
 
     ProgressMeter progress;
     progress.SetSpan(source.GetDemuxer().GetStart(), source.GetDemuxer().GetDuration());
@@ -71,7 +67,6 @@ std::int64_t Analyse(AnalyseOptions const& options, std::stop_token stop) {
         return AnalyseAll(options, own);
     } catch (Stopped const&) {
         Core::Throw<InterruptedException>(
-            {"Media/Run/Analyse", s_signature},
             fmt::format("{} was not looked at to its end: the run was stopped", Quote(options.input)));
     }
 }

@@ -140,9 +140,6 @@ AudioEffects AudioPlanner::MakeEffects(Conf::SampleInfo const& format, std::stri
     AudioEffects effects = m_options.makeAudioEffects(DescribeAudio(m_source, m_number, format, obstacle));
     if (effects.chain != nullptr && !Conf::IsKnown(effects.output))
         Core::Throw<OptionsException>(
-            {"Media/Run/AudioPlanner",
-             "AudioEffects Tarsel::Media::(anonymous namespace)::AudioPlanner::MakeEffects(const "
-             "Conf::SampleInfo &, const std::string &) const"},
             fmt::format("The chain for sound stream {} does not say what comes out of it", m_number));
     return effects;
 }

@@ -25,11 +25,8 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Run/AudioReader";
-
 [[noreturn]] void ThrowInterrupted(std::filesystem::path const& path) {
     Core::Throw<InterruptedException>(
-        {s_file, "void Tarsel::Media::ThrowInterrupted(const std::filesystem::path &)"},
         fmt::format("{} was not read to its end: the run was stopped", Quote(path)));
 }
 
@@ -40,9 +37,7 @@ public:
     AudioReading(std::filesystem::path const& path, std::stop_token const& stop) : m_demuxer(path, stop) {
         int const index = m_demuxer.GetAudioIndex();
         if (index < 0)
-            Core::Throw<InputException>({s_file, "Tarsel::Media::AudioReader::AudioReader(const "
-                                                 "std::filesystem::path &, std::stop_token)"},
-                                        fmt::format("{} has no sound", Quote(path)));
+            Core::Throw<InputException>(fmt::format("{} has no sound", Quote(path)));
         AVFormatContext const& context = m_demuxer.GetContext();
         m_stream = context.streams[index];
         m_decoder.emplace(*m_stream, m_demuxer.HasTimes());

@@ -23,17 +23,13 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Run/AudioWriter";
-
-[[noreturn]] void ThrowOptions(char const* signature, std::string const& description,
-                               Core::CodePoint at = Core::CodePoint::Here()) {
-    Core::Throw<OptionsException>({s_file, signature, at}, description);
+[[noreturn]] void ThrowOptions(Core::Reason const& reason) {
+    Core::Throw<OptionsException>(reason);
 }
 
 AudioRequest MakeRequest(AudioFileOptions const& options) {
-    constexpr char const* signature = "AudioRequest Tarsel::Media::MakeRequest(const AudioFileOptions &)";
     if (!Conf::IsKnown(options.format))
-        ThrowOptions(signature, "The format of the sound to write is not known");
+        ThrowOptions("The format of the sound to write is not known");
     CheckOutputPath(options.output, options.inputs, options.overwrite);
     Container const container = ChooseContainer(options.output);
     int const depth = options.depth > 0 ? options.depth : GetDepth(options.format.format);
@@ -42,7 +38,7 @@ AudioRequest MakeRequest(AudioFileOptions const& options) {
             ? FindUsualAudioEncoder(container, options.output, options.format.format, depth)
             : &ChooseNamedAudioEncoder(container, options.output, options.encoder);
     if (encoder == nullptr)
-        ThrowOptions(signature, fmt::format("Cannot write {}: it holds no sound", Quote(options.output)));
+        ThrowOptions(fmt::format("Cannot write {}: it holds no sound", Quote(options.output)));
     CheckEncoderOptions(*encoder, options.encoderOptions, s_usualQuality);
     return {encoder, options.encoderOptions, s_usualQuality, container.format, options.format, depth};
 }

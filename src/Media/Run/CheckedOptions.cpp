@@ -17,16 +17,11 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Run/CheckedOptions";
-
 void CheckTime(CheckedOptions const& checked) {
     RunOptions const& options = checked.options;
     if (!options.at)
         return;
-    auto const fail = [](std::string const& description) {
-        Core::Throw<OptionsException>({s_file, "void Tarsel::Media::CheckTime(const CheckedOptions &)"},
-                                      description);
-    };
+    auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };
     if (!checked.container.isStill)
         fail(fmt::format("A time ({} s) picks one picture, but {} is {}", *options.at, Quote(options.output),
                          checked.container.isAudio ? "sound" : "a film"));
@@ -65,7 +60,6 @@ AVCodec const* PlanAudioEncoder(CheckedOptions const& checked) {
         FindUsualAudioEncoder(checked.container, options.output, Conf::SampleFormats::S16, 16);
     if (usual == nullptr)
         Core::Throw<OptionsException>(
-            {s_file, "const AVCodec *Tarsel::Media::PlanAudioEncoder(const CheckedOptions &)"},
             fmt::format("Cannot write {}: {} holds no sound", Quote(options.output),
                         checked.container.isStill ? std::string("a picture")
                                                   : fmt::format("\"{}\"", checked.container.format->name)));
@@ -121,8 +115,7 @@ CheckedOptions CheckOptions(RunOptions const& options) {
 }
 
 void ThrowHoldsNoVideo(CheckedOptions const& checked) {
-    Core::Throw<OptionsException>({s_file, "void Tarsel::Media::ThrowHoldsNoVideo(const CheckedOptions &)"},
-                                  fmt::format("Cannot write {}: \"{}\" holds no pictures",
+    Core::Throw<OptionsException>(fmt::format("Cannot write {}: \"{}\" holds no pictures",
                                               Quote(checked.options.output), checked.container.format->name));
 }
 

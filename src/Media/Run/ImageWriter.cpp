@@ -3,6 +3,7 @@
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Paths.h"
+#include "Media/Base/Times.h"
 #include "Media/Codec/EncoderChoice.h"
 #include "Media/Codec/VideoEncoder.h"
 #include "Media/Container/InputStreams.h"
@@ -21,16 +22,12 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr Ratio s_microsecond{1, 1000000};
-
 EncoderRequest MakeRequest(ImageFileOptions const& options) {
     CheckOutputPath(options.output, options.inputs, options.overwrite);
     Container const container = ChooseContainer(options.output);
     if (!container.isStill)
-        Core::Throw<OptionsException>(
-            {"Media/Run/ImageWriter", "EncoderRequest Tarsel::Media::MakeRequest(const ImageFileOptions &)"},
-            fmt::format("Cannot write {}: its name is none of a picture, as wave.png is",
-                        Quote(options.output)));
+        Core::Throw<OptionsException>(fmt::format(
+            "Cannot write {}: its name is none of a picture, as wave.png is", Quote(options.output)));
     EncoderRequest request;
     request.encoder = &ChooseEncoder(container, options.output, {});
     request.container = container.format;

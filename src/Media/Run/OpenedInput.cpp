@@ -17,14 +17,10 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Run/OpenedInput";
-
 /// What is wanted of the input has to be in it.
 void CheckKinds(CheckedOptions const& checked, Demuxer const& demuxer) {
     auto const fail = [&](char const* kind) {
-        Core::Throw<InputException>(
-            {s_file, "void Tarsel::Media::CheckKinds(const CheckedOptions &, const Demuxer &)"},
-            fmt::format("{} has no {}", Quote(checked.options.input), kind));
+        Core::Throw<InputException>(fmt::format("{} has no {}", Quote(checked.options.input), kind));
     };
     Container const& container = checked.container;
     bool const hasAudio = demuxer.GetAudioIndex() >= 0;
@@ -39,10 +35,7 @@ void CheckKinds(CheckedOptions const& checked, Demuxer const& demuxer) {
 /// A still picture out of a film wants to be told which.
 void SelectStill(CheckedOptions const& checked, VideoSource& source) {
     RunOptions const& options = checked.options;
-    auto const fail = [](std::string const& description) {
-        Core::Throw<OptionsException>(
-            {s_file, "void Tarsel::Media::SelectStill(const CheckedOptions &, VideoSource &)"}, description);
-    };
+    auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };
     if (!checked.container.isStill)
         return;
     Demuxer const& input = source.GetDemuxer();

@@ -25,8 +25,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Run/Planner";
-
 /// Whether the container's writer refuses the packets, though it takes the codec: AVI wants start codes.
 bool WantsStartCodes(AVOutputFormat const& format, AVCodecParameters const& parameters) {
     bool const hasLengths = parameters.extradata_size > 0 && parameters.extradata[0] == 1;
@@ -195,10 +193,8 @@ void Planner::Encode(Chain chain) {
     m_run.video = std::make_unique<VideoWork>(std::move(chain), info.timeBase);
     WorkedFrame const* const first = m_run.video->Prime(*m_input.source, m_onWait);
     if (first == nullptr)
-        Core::Throw<OutputException>(
-            {s_file, "void Tarsel::Media::(anonymous "
-                     "namespace)::Planner::Encode(std::unique_ptr<Proc::IEffectStreamVideo>)"},
-            "Cannot write " + Quote(m_options.output) + ": no picture came out of the effects");
+        Core::Throw<OutputException>("Cannot write " + Quote(m_options.output) +
+                                     ": no picture came out of the effects");
     bool const countsFrames = GetTraits(m_format).countsFrames && KeepsTimes(m_format);
     Ratio const frameRate = countsFrames ? m_input.GetDemuxer().GetFinestRate() : info.frameRate;
     OpenEncoder({m_encoder, m_options.videoEncoderOptions,

@@ -30,8 +30,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Run/Run";
-
 /// One run: opens its input, has it planned, and works off the plan.
 class Job {
 public:
@@ -252,7 +250,6 @@ RunResult Run(RunOptions const& options, std::stop_token stop) {
         return Job(options, own).Run();
     } catch (Stopped const&) {
         Core::Throw<InterruptedException>(
-            {s_file, "RunResult Tarsel::Media::Run(const RunOptions &, std::stop_token)"},
             fmt::format("{} was not finished: the run was stopped", Quote(options.output)));
     }
 }

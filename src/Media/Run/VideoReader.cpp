@@ -20,7 +20,6 @@ constexpr std::int64_t s_rounding = 1000;
 
 [[noreturn]] void ThrowInterrupted(std::filesystem::path const& path) {
     Core::Throw<InterruptedException>(
-        {"Media/Run/VideoReader", "void Tarsel::Media::ThrowInterrupted(const std::filesystem::path &)"},
         fmt::format("{} was not read to its end: the run was stopped", Quote(path)));
 }
 

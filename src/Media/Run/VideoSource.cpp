@@ -30,8 +30,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-constexpr char const* s_file = "Media/Run/VideoSource";
-
 Conf::DisplayMatrix MakeMatrix(std::span<std::uint8_t const> data) {
     Conf::DisplayMatrix matrix;
     if (data.size() >= sizeof(matrix.words))
@@ -64,9 +62,7 @@ VideoSource::VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop)
     : m_path(demuxer->GetPath()), m_stop(std::move(stop)), m_demuxer(std::move(demuxer)),
       m_packet(MakePacket()) {
     auto const fail = [this](std::string const& reason) {
-        Core::Throw<InputException>(
-            {s_file, "Tarsel::Media::VideoSource::VideoSource(std::unique_ptr<Demuxer>, std::stop_token)"},
-            fmt::format("{} has {}", Quote(m_path), reason));
+        Core::Throw<InputException>(fmt::format("{} has {}", Quote(m_path), reason));
     };
     if (!m_demuxer->HasVideo())
         fail("no pictures");
@@ -91,7 +87,7 @@ VideoStreamInfo VideoSource::GetInfo() {
     if (!m_ahead)
         m_ahead = Read();
     if (!m_ahead)
-        ThrowNoPicture("VideoStreamInfo Tarsel::Media::VideoSource::GetInfo()");
+        ThrowNoPicture();
     AVFrame const& first = *m_ahead->data->GetAVFrame();
     AVStream const& stream = m_demuxer->GetVideo();
     return {Proc::GetFrameInfo(first),
@@ -110,11 +106,10 @@ std::int64_t VideoSource::GetFirstDuration() const {
     return m_ahead->data->GetDuration();
 }
 
-void VideoSource::ThrowNoPicture(char const* signature) const {
+void VideoSource::ThrowNoPicture(Core::Site const& site) const {
     std::string const reason = m_decoder != nullptr ? m_decoder->GetLastError() : std::string();
-    Core::Throw<InputException>({s_file, signature},
-                                fmt::format("No picture of {} can be decoded{}{}", Quote(m_path),
-                                            reason.empty() ? "" : ": ", reason));
+    Core::Throw<InputException>(site, fmt::format("No picture of {} can be decoded{}{}", Quote(m_path),
+                                                  reason.empty() ? "" : ": ", reason));
 }
 
 std::optional<SourceFrame> VideoSource::Next() {
@@ -174,7 +169,7 @@ void VideoSource::SelectFrame(std::int64_t microseconds) {
         found = FindShownAt(microseconds, true);
     }
     if (!found)
-        ThrowNoPicture("void Tarsel::Media::VideoSource::SelectFrame(std::int64_t)");
+        ThrowNoPicture();
     m_ahead = std::move(found);
     m_ended = true;
     m_frames = 0;
@@ -193,11 +188,9 @@ std::optional<SourceFrame> VideoSource::FindShownAt(std::int64_t microseconds, b
         shown = std::move(frame);
     }
     if (shown && microseconds > shown->data->GetTime() && microseconds >= m_end)
-        Core::Throw<OptionsException>(
-            {s_file,
-             "std::optional<SourceFrame> Tarsel::Media::VideoSource::FindShownAt(std::int64_t, bool)"},
-            fmt::format("There is no picture at {}: {} ends at {}", SecondsText(microseconds), Quote(m_path),
-                        SecondsText(m_end)));
+        Core::Throw<OptionsException>(fmt::format("There is no picture at {}: {} ends at {}",
+                                                  SecondsText(microseconds), Quote(m_path),
+                                                  SecondsText(m_end)));
     return shown;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Core/RefCount.h"
+#include "Core/Throw.h"
 #include "Media/Base/Times.h"
 #include "Media/Codec/VideoDecoder.h"
 #include "Media/Container/Demuxer.h"
@@ -57,7 +58,7 @@ private:
     std::optional<SourceFrame> Read();
     bool ReadPacket();
     std::optional<SourceFrame> FindShownAt(std::int64_t microseconds, bool fromStart);
-    [[noreturn]] void ThrowNoPicture(char const* signature) const;
+    [[noreturn]] void ThrowNoPicture(Core::Site const& site = Core::Site::Here()) const;
 
     std::filesystem::path m_path;
     std::stop_token m_stop;

@@ -43,10 +43,7 @@ DataAudioFF::DataAudioFF(SafeFrame&& frame) noexcept : m_frame(std::move(frame))
 
 SP<DataAudioFF> DataAudioFF::CreateBySampleCount(Conf::SampleInfo const& info, int sampleCount) {
     if (std::string const fault = FindFault(info, sampleCount); !fault.empty())
-        Core::Throw<EffectException>({"Proc/Data/DataAudioFF",
-                                      "static SP<DataAudioFF> Tarsel::Proc::DataAudioFF::CreateBySampleCount("
-                                      "const Conf::SampleInfo &, int)"},
-                                     "Cannot make a block of sound: " + fault);
+        Core::Throw<EffectException>("Cannot make a block of sound: " + fault);
 
     SafeFrame frame;
     SetFrameSampleInfo(*frame, info);

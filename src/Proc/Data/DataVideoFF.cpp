@@ -113,8 +113,6 @@ ReadOnlyPlane DataVideoFF::GetReadOnlyPlane(int index) const {
     std::optional<ReadOnlyPlane> const plane = FindPlane(*m_frame, m_info, index);
     if (!plane)
         Core::Throw<ProcException>(
-            {"Proc/Data/DataVideoFF",
-             "virtual ReadOnlyPlane Tarsel::Proc::DataVideoFF::GetReadOnlyPlane(int) const"},
             fmt::format("A picture in pixel format {} has no plane {}", m_frame->format, index));
     return *plane;
 }

@@ -31,10 +31,8 @@ namespace {
 
 using Bytes = std::span<std::uint8_t const>;
 
-[[noreturn]] void ThrowNoMemory(Core::CodePoint at = Core::CodePoint::Here()) {
-    Core::Throw<Core::MemoryException>(
-        {"Proc/Data/WrapMemory", "void Tarsel::Proc::(anonymous namespace)::ThrowNoMemory()", at},
-        "Unable to allocate memory for AVFrame buffers");
+[[noreturn]] void ThrowNoMemory(Core::Site const& site = Core::Site::Here()) {
+    Core::Throw<Core::MemoryException>(site, "Unable to allocate memory for AVFrame buffers");
 }
 
 /// The caller's memory: given back when the last buffer over it is gone.
@@ -75,18 +73,11 @@ private:
 };
 
 [[noreturn]] void ThrowNoPicture(std::string const& fault) {
-    Core::Throw<EffectException>(
-        {"Proc/Data/WrapMemory",
-         "SP<IDataVideo> Tarsel::Proc::WrapPicture(const Conf::ColorSpace &, Conf::PixFmt, const "
-         "Conf::FrameInfo &, const std::vector<ReadOnlyPlane> &, ReleaseMemory)"},
-        "Cannot make a picture of the planes: " + fault);
+    Core::Throw<EffectException>("Cannot make a picture of the planes: " + fault);
 }
 
 [[noreturn]] void ThrowNoBlock(std::string const& fault) {
-    Core::Throw<EffectException>({"Proc/Data/WrapMemory",
-                                  "SP<IDataAudio> Tarsel::Proc::WrapSamples(const Conf::SampleInfo &, int, "
-                                  "const std::vector<std::span<const std::uint8_t>> &, ReleaseMemory)"},
-                                 "Cannot make a block of audio of the samples: " + fault);
+    Core::Throw<EffectException>("Cannot make a block of audio of the samples: " + fault);
 }
 
 /// What a plane has to have.
@@ -159,8 +150,6 @@ std::span<std::uint8_t> FindSamples(IDataAudio const& block, int index) {
     AVFrame const& frame = Details::GetAVFrameRef(block.GetAVFrame());
     if (index < 0 || index >= GetSamplePlaneCount(block) || !HasSamples(frame))
         Core::Throw<ProcException>(
-            {"Proc/Data/WrapMemory", "std::span<std::uint8_t> Tarsel::Proc::(anonymous namespace)::"
-                                     "FindSamples(const IDataAudio &, int)"},
             fmt::format("A block of {} channels in {} has no plane {}", block.GetSampleInfo().layout.channels,
                         Conf::SampleFmtRecord::Find(block.GetSampleFormat()).name, index));
     if (frame.nb_samples == 0)
@@ -241,10 +230,7 @@ std::span<std::uint8_t> GetWritableSamples(IDataAudio& block, int index) {
     if (error == AVERROR(ENOMEM))
         ThrowNoMemory();
     if (error < 0)
-        Core::Throw<ProcException>(
-            {"Proc/Data/WrapMemory",
-             "std::span<std::uint8_t> Tarsel::Proc::GetWritableSamples(IDataAudio &, int)"},
-            "AVFrame cannot be made writable", TagFFmpegError(error));
+        Core::Throw<ProcException>("AVFrame cannot be made writable", TagFFmpegError(error));
     return FindSamples(block, index);
 }
 

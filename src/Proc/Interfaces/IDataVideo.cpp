@@ -12,8 +12,6 @@ namespace Tarsel::Proc {
 void CopyPlane(ReadOnlyPlane const& from, WritablePlane const& to) {
     if (from.rowBytes != to.rowBytes || from.rows != to.rows)
         Core::Throw<ProcException>(
-            {"Proc/Interfaces/IDataVideo",
-             "void Tarsel::Proc::CopyPlane(const ReadOnlyPlane &, const WritablePlane &)"},
             fmt::format("Cannot copy a plane of {} bytes by {} rows into one of {} by {}", from.rowBytes,
                         from.rows, to.rowBytes, to.rows));
     if (from.rowBytes == 0)

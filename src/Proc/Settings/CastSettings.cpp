@@ -24,8 +24,6 @@ std::string Name(Settings const& settings) {
 
 void ThrowOtherSettings(Settings const& given, Settings const& wanted) {
     Core::Throw<OtherSettings>(
-        {"Proc/Settings/CastSettings",
-         "void Tarsel::Proc::ThrowOtherSettings(const Settings &, const Settings &)"},
         fmt::format("Settings of class {} are wanted, not of {}", Name(wanted), Name(given)));
 }
 

@@ -53,11 +53,8 @@ namespace {
 using Details::Refusal;
 
 [[noreturn]] void ThrowRefusal(Settings const& settings, Refusal const& refusal) {
-    Core::Throw<SettingsException>(
-        {"Proc/Settings/FieldWrite",
-         "void Tarsel::Proc::WriteField(Settings &, const Field &, const FieldValue &)"},
-        fmt::format("{}: {}={} is {}: {}", settings.GetClassId(), refusal.subject, refusal.value,
-                    refusal.what, refusal.range));
+    Core::Throw<SettingsException>(fmt::format("{}: {}={} is {}: {}", settings.GetClassId(), refusal.subject,
+                                               refusal.value, refusal.what, refusal.range));
 }
 
 void WriteChecked(Settings& settings, Field const& field, FieldValue const& value, std::string_view text) {
@@ -86,9 +83,7 @@ void CheckSettings(Settings const& settings) {
     if (table.findConflict == nullptr)
         return;
     if (std::string const conflict = table.findConflict(settings); !conflict.empty())
-        Core::Throw<SettingsException>(
-            {"Proc/Settings/FieldWrite", "void Tarsel::Proc::CheckSettings(const Settings &)"},
-            fmt::format("{}: {}", table.classId, conflict));
+        Core::Throw<SettingsException>(fmt::format("{}: {}", table.classId, conflict));
 }
 
 } // namespace Tarsel::Proc

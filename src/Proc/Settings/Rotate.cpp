@@ -11,7 +11,7 @@ namespace Tarsel::Proc {
 namespace {
 
 using Rotate = SettingsEffectRotate;
-constexpr double s_maxSide = 16384;
+constexpr double s_largestRotated = 16384;
 constexpr double s_maxTurns = 100;
 
 constexpr std::array s_sizeModes{
@@ -39,14 +39,14 @@ constexpr std::array s_rotateFields{
     MakeField<&Rotate::outputWidth>({
         .key = "width",
         .initial = 0,
-        .maximum = s_maxSide,
+        .maximum = s_largestRotated,
         .unit = "pixels",
         .help = "width of the result, for mode=given; above 0 there",
     }),
     MakeField<&Rotate::outputHeight>({
         .key = "height",
         .initial = 0,
-        .maximum = s_maxSide,
+        .maximum = s_largestRotated,
         .unit = "pixels",
         .help = "height of the result, for mode=given; above 0 there",
     }),
@@ -70,7 +70,7 @@ std::string FindConflict(Rotate const& rotate) {
     return fmt::format("give {}{}{}, 1 to {} pixels: mode=given has no size without",
                        rotate.outputWidth > 0 ? "" : "width",
                        rotate.outputWidth > 0 || rotate.outputHeight > 0 ? "" : " and ",
-                       rotate.outputHeight > 0 ? "" : "height", s_maxSide);
+                       rotate.outputHeight > 0 ? "" : "height", s_largestRotated);
 }
 constexpr SettingsTable s_rotate =
     MakeTable("rotate", s_rotateFields, "turn tilt angle straighten level horizon crop degrees",

@@ -38,11 +38,9 @@ Core::Property MakeChild(Settings const& settings, Field const& field) {
 void WriteFieldFromProperty(Settings& settings, Field const& field, Core::Property const& child) {
     PropertyTypes const type = child.GetType();
     if (type == PropertyTypes::Empty || type == PropertyTypes::Container)
-        Core::Throw<SettingsException>(
-            {"Proc/Settings/SettingsProperty",
-             "void Tarsel::Proc::WriteFieldsFromProperty(Settings &, const Core::Property &)"},
-            fmt::format("{}: {} is of type {}, which is no value: {}", settings.GetClassId(), field.key,
-                        GetName(type), GetRangeText(field)));
+        Core::Throw<SettingsException>(fmt::format("{}: {} is of type {}, which is no value: {}",
+                                                   settings.GetClassId(), field.key, GetName(type),
+                                                   GetRangeText(field)));
     WriteFieldText(settings, field, Core::PropertyValueToString(child));
 }
 

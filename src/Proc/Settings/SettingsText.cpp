@@ -39,9 +39,7 @@ std::vector<std::string> SplitItems(std::string_view text) {
 }
 
 [[noreturn]] void Refuse(Settings const& settings, std::string const& why) {
-    Core::Throw<SettingsException>(
-        {"Proc/Settings/SettingsText", "void Tarsel::Proc::DeserializeFields(Settings &, std::string_view)"},
-        settings.GetClassId() + ": " + why);
+    Core::Throw<SettingsException>(settings.GetClassId() + ": " + why);
 }
 
 std::string KnownKeys(std::span<Field const> fields) {

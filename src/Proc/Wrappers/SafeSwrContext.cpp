@@ -30,7 +30,7 @@ namespace Tarsel::Proc {
 
 namespace {
 
-constexpr char const* s_file = "Proc/Wrappers/SafeSwrContext";
+constexpr char const* s_resamplerFile = "Proc/Wrappers/SafeSwrContext";
 constexpr char const* s_convert =
     "std::optional<SafeFrame> Tarsel::Proc::SafeSwrContext::Convert(const AVFrame &)";
 constexpr char const* s_flush = "std::optional<SafeFrame> Tarsel::Proc::SafeSwrContext::Flush()";
@@ -130,7 +130,8 @@ void SafeSwrContext::FreeContext::operator()(SwrContext* context) const noexcept
 }
 
 SafeSwrContext::Context SafeSwrContext::MakeContext(SwrCtxParams const& params) {
-    Core::Site const site{s_file, "Tarsel::Proc::SafeSwrContext::SafeSwrContext(const SwrCtxParams &)"};
+    Core::Site const site{s_resamplerFile,
+                          "Tarsel::Proc::SafeSwrContext::SafeSwrContext(const SwrCtxParams &)"};
     int error = AVERROR(EINVAL);
     if (Conf::IsKnown(params.from) && Conf::IsKnown(params.to)) {
         if (AreRatesFarApart(params))
@@ -159,7 +160,7 @@ SafeSwrContext::SafeSwrContext(SwrCtxParams const& params)
     : m_params(params), m_context(MakeContext(params)) {}
 
 std::optional<SafeFrame> SafeSwrContext::Convert(AVFrame const& block) {
-    Core::Site const site{s_file, s_convert};
+    Core::Site const site{s_resamplerFile, s_convert};
     if (!m_context)
         Core::Throw<EffectException>(site, "The converter of sound is empty");
     if (Conf::SampleInfo const form = GetFrameSampleInfo(block); form != m_params.from)
@@ -181,7 +182,7 @@ std::optional<SafeFrame> SafeSwrContext::Convert(AVFrame const& block) {
 }
 
 std::optional<SafeFrame> SafeSwrContext::ConvertBlock(AVFrame const& block) {
-    Core::Site const site{s_file, s_convert};
+    Core::Site const site{s_resamplerFile, s_convert};
     if (m_isSpent) {
         m_context = MakeContext(m_params);
         m_isSpent = false;
@@ -208,7 +209,7 @@ std::optional<SafeFrame> SafeSwrContext::ConvertBlock(AVFrame const& block) {
 
 std::optional<SafeFrame> SafeSwrContext::Flush() {
     if (!m_context)
-        Core::Throw<EffectException>({s_file, s_flush}, "The converter of sound is empty");
+        Core::Throw<EffectException>({s_resamplerFile, s_flush}, "The converter of sound is empty");
     std::optional<SafeFrame> rest;
     try {
         rest = TakeRest();
@@ -223,7 +224,7 @@ std::optional<SafeFrame> SafeSwrContext::Flush() {
 /// libswresample mirrors the end of the stream as far as its filter reaches. A stream shorter than the filter
 /// needs silence after that to come out.
 std::optional<SafeFrame> SafeSwrContext::TakeRest() {
-    Core::Site const site{s_file, s_flush};
+    Core::Site const site{s_resamplerFile, s_flush};
     std::int64_t const rest = av_rescale(m_taken, m_params.to.rate, m_params.from.rate) - m_given;
     if (!ChangesRate(m_params) || rest <= 0)
         return std::nullopt;

@@ -25,7 +25,7 @@ namespace Tarsel::Proc {
 
 namespace {
 
-constexpr char const* s_file = "Proc/Wrappers/SafeSwsContext";
+constexpr char const* s_scalerFile = "Proc/Wrappers/SafeSwsContext";
 
 std::string SizeText(SwsCtxSide const& side) {
     return fmt::format("{}x{} {}", side.width, side.height, PixelFormatText(static_cast<int>(side.format)));
@@ -170,7 +170,7 @@ SafeSwsContext::Context SafeSwsContext::MakeContext(SwsCtxParams const& params) 
     }
     if (error >= 0)
         return context;
-    Core::Site const site{s_file, "Tarsel::Proc::SafeSwsContext::SafeSwsContext(const SwsCtxParams &)"};
+    Core::Site const site{s_scalerFile, "Tarsel::Proc::SafeSwsContext::SafeSwsContext(const SwsCtxParams &)"};
     std::string const text =
         fmt::format("Cannot scale from {} to {}", SideText(params.from), SideText(params.to));
     if (error == AVERROR(ENOMEM))
@@ -188,7 +188,7 @@ SafeSwsContext::SafeSwsContext(SwsCtxParams const& params)
 }
 
 void SafeSwsContext::Scale(AVFrame const& from, AVFrame& to) const {
-    Core::Site const site{s_file,
+    Core::Site const site{s_scalerFile,
                           "void Tarsel::Proc::SafeSwsContext::Scale(const AVFrame &, AVFrame &) const"};
     if (!m_context)
         Core::Throw<EffectException>(site, "The scaler is empty");

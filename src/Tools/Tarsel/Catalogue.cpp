@@ -53,10 +53,7 @@ constexpr std::array<Search*, 4> s_searches{
     std::vector<std::string> names;
     std::ranges::transform(entries, std::back_inserter(names), &CatalogueEntry::classId);
     std::string const near = Core::NearNamesText(word, names);
-    Core::Throw<UsageException>({"Tools/Tarsel/Catalogue",
-                                 "std::vector<CatalogueEntry> Tarsel::Tools::MakeCatalogue(const Effects &, "
-                                 "const std::string &)"},
-                                fmt::format("There is no effect \"{}\"{}", word,
+    Core::Throw<UsageException>(fmt::format("There is no effect \"{}\"{}", word,
                                             near.empty() ? "; \"tarsel list\" shows all" : near));
 }
 

@@ -14,9 +14,6 @@ ParseEncoderOptions(std::vector<std::string> const& texts, char const* option, c
         std::size_t const sign = text.find('=');
         if (sign == std::string::npos || sign == 0)
             Core::Throw<UsageException>(
-                {"Tools/Tarsel/EncoderOptions",
-                 "std::vector<std::pair<std::string, std::string>> Tarsel::Tools::ParseEncoderOptions(const "
-                 "std::vector<std::string> &, const char *, const char *)"},
                 fmt::format("{} \"{}\" is not KEY=VALUE, for example {}", option, text, example));
         options.emplace_back(text.substr(0, sign), text.substr(sign + 1));
     }

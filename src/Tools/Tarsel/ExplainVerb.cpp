@@ -178,10 +178,7 @@ Explanations ExplainSound(ExplainArguments const& arguments, std::string const& 
 
 void RunExplain(ExplainArguments const& arguments, Context const& context) {
     if (arguments.frame.empty() == arguments.audio.empty())
-        Core::Throw<UsageException>(
-            {"Tools/Tarsel/ExplainVerb",
-             "void Tarsel::Tools::RunExplain(const ExplainArguments &, const Context &)"},
-            "explain wants the format that goes in: either --frame or --audio");
+        Core::Throw<UsageException>("explain wants the format that goes in: either --frame or --audio");
     auto const explain = arguments.audio.empty() ? ExplainPicture : ExplainSound;
     Explanations const explanations = explain(arguments, context.options.plugin);
     WriteOutput(arguments.json ? ToJson(explanations) : ToText(explanations));

@@ -55,15 +55,11 @@ std::optional<Pair> ToPair(std::string_view text, char separator, std::int64_t m
 }
 
 [[noreturn]] void ThrowFrame(std::string_view text, std::string const& reason) {
-    Core::Throw<UsageException>(
-        {"Tools/Tarsel/FrameText", "FrameText Tarsel::Tools::ParseFrameText(std::string_view)"},
-        fmt::format("--frame \"{}\": {}", text, reason));
+    Core::Throw<UsageException>(fmt::format("--frame \"{}\": {}", text, reason));
 }
 
 [[noreturn]] void ThrowSample(std::string_view text, std::string const& reason) {
-    Core::Throw<UsageException>(
-        {"Tools/Tarsel/FrameText", "Conf::SampleInfo Tarsel::Tools::ParseSampleText(std::string_view)"},
-        fmt::format("--audio \"{}\": {}", text, reason));
+    Core::Throw<UsageException>(fmt::format("--audio \"{}\": {}", text, reason));
 }
 
 } // namespace

@@ -52,7 +52,6 @@ PictureSize ParseSize(std::string const& text) {
     auto const height = Core::TextToInt64(text.substr(std::min(sign + 1, text.size())));
     if (!isLegal(width) || !isLegal(height))
         Core::Throw<UsageException>(
-            {"Tools/Tarsel/MeterVerb", "PictureSize Tarsel::Tools::ParseSize(const std::string &)"},
             fmt::format("--size \"{}\" is not WxH, for example 1280x320, each from {} to {}", text,
                         s_leastSide, s_mostSide));
     return {static_cast<std::uint32_t>(*width), static_cast<std::uint32_t>(*height)};

@@ -27,8 +27,6 @@
 namespace Tarsel::Tools {
 namespace {
 
-constexpr char const* s_file = "Tools/Tarsel/MixVerb";
-
 struct MixArguments {
     SoundArguments sound;
     std::vector<std::string> inputs;
@@ -45,7 +43,6 @@ double ParseVolume(std::string const& text) {
     double const volume = isDecibels && value ? std::pow(10, *value / 20) : value.value_or(s_mostVolume + 1);
     if (!value || !std::isfinite(*value) || !(std::abs(volume) <= s_mostVolume))
         Core::Throw<UsageException>(
-            {s_file, "double Tarsel::Tools::ParseVolume(const std::string &)"},
             fmt::format("--volume \"{}\" is no volume: a factor, -{} to {}, or decibels, up to {:g}dB", text,
                         s_mostVolume, s_mostVolume, ToDecibels(s_mostVolume)));
     return volume;
@@ -53,18 +50,15 @@ double ParseVolume(std::string const& text) {
 
 /// One for each input. UsageException.
 std::vector<double> ParseVolumes(MixArguments const& arguments) {
-    constexpr char const* signature = "std::vector<double> Tarsel::Tools::ParseVolumes(const MixArguments &)";
     std::size_t const inputs = arguments.inputs.size();
     if (inputs < 2)
-        Core::Throw<UsageException>({s_file, signature}, "Name two INPUTs or more: one alone is no mix");
+        Core::Throw<UsageException>("Name two INPUTs or more: one alone is no mix");
     if (arguments.volumes.empty())
         return std::vector<double>(inputs, 1);
     if (arguments.volumes.size() != inputs)
-        Core::Throw<UsageException>(
-            {s_file, signature},
-            fmt::format(
-                "Inputs: {}, volumes: {}; there is one --volume for each input, in their order, or none",
-                inputs, arguments.volumes.size()));
+        Core::Throw<UsageException>(fmt::format(
+            "Inputs: {}, volumes: {}; there is one --volume for each input, in their order, or none", inputs,
+            arguments.volumes.size()));
     std::vector<double> volumes;
     for (std::string const& text : arguments.volumes)
         volumes.push_back(ParseVolume(text));

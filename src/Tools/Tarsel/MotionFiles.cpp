@@ -48,9 +48,6 @@ void CheckMotionFiles(std::vector<PictureStep> const& steps, std::vector<fs::pat
             files, [&](fs::path const& file) { return fs::equivalent(path, file, error); });
         if (isUsed || !HoldsMotion(path))
             Core::Throw<UsageException>(
-                {"Tools/Tarsel/MotionFiles",
-                 "void Tarsel::Tools::CheckMotionFiles(const std::vector<PictureStep> "
-                 "&, const std::vector<std::filesystem::path> &)"},
                 fmt::format("{}: choose another path: \"{}\" exists and holds no motion of a camera",
                             step.label, path.string()));
     }

@@ -42,11 +42,8 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
     LaneMaker maker(LoadEffects(context.options.plugin));
     std::vector<PictureStep> const steps{MakePaletteStep(maker.GetEffects(), arguments.MakeSettings())};
     if (!HoldsPalettes(options))
-        Core::Throw<UsageException>(
-            {"Tools/Tarsel/PaletteVerb",
-             "void Tarsel::Tools::MakePalettes(const PaletteArguments &, const Context &)"},
-            fmt::format("\"{}\" cannot hold palettes; .png, .gif, .bmp and .tiff can",
-                        options.output.filename().string()));
+        Core::Throw<UsageException>(fmt::format("\"{}\" cannot hold palettes; .png, .gif, .bmp and .tiff can",
+                                                options.output.filename().string()));
     options.makeVideoEffects = [&](Media::VideoStreamInfo const& stream) {
         return maker.Make(stream, steps);
     };

@@ -107,11 +107,8 @@ void Work::CheckFiles() const {
     std::error_code error;
     for (std::filesystem::path const& reference : files)
         if (std::filesystem::equivalent(reference, m_options.output, error))
-            Core::Throw<UsageException>(
-                {"Tools/Tarsel/RunVerb",
-                 "void Tarsel::Tools::(anonymous namespace)::Work::CheckFiles() const"},
-                fmt::format("Choose another output: \"{}\" is the reference of a step",
-                            m_options.output.string()));
+            Core::Throw<UsageException>(fmt::format(
+                "Choose another output: \"{}\" is the reference of a step", m_options.output.string()));
     files.push_back(m_options.input);
     files.push_back(m_options.output);
     CheckMotionFiles(m_pictureSteps, files);

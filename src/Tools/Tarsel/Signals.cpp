@@ -37,9 +37,8 @@ int GetPipe() {
     static int const end = [] {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
-            Core::Throw<Core::CoreException>(
-                {"Tools/Tarsel/Signals", "int Tarsel::Tools::(anonymous namespace)::GetPipe()"},
-                "cannot make a pipe for signals: " + std::generic_category().message(errno));
+            Core::Throw<Core::CoreException>("cannot make a pipe for signals: " +
+                                             std::generic_category().message(errno));
         s_pipeEnd = ends[1];
         return ends[0];
     }();

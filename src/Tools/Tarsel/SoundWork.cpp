@@ -16,7 +16,6 @@ SoundWork::SoundWork(Context const& context, bool quiet) : m_context(context), m
 void SoundWork::CheckStop(std::string const& output) const {
     if (m_context.stop.stop_requested())
         Core::Throw<Media::InterruptedException>(
-            {"Tools/Tarsel/SoundWork", "void Tarsel::Tools::SoundWork::CheckStop(const std::string &) const"},
             fmt::format("\"{}\" was not finished: the run was stopped", output));
 }
 

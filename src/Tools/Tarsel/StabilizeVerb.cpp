@@ -39,8 +39,6 @@ Host::EffectStep MakeStep(std::vector<std::string> const& settings) {
     for (std::string const& setting : settings)
         if (std::ranges::find(s_ownKeys, setting.substr(0, setting.find('='))) != s_ownKeys.end())
             Core::Throw<UsageException>(
-                {"Tools/Tarsel/StabilizeVerb",
-                 "Host::EffectStep Tarsel::Tools::MakeStep(const std::vector<std::string> &)"},
                 fmt::format("\"{}\" cannot be set: stabilize does both passes by itself", setting));
     std::string text = Proc::SettingsEffectStabilizer::CLASS_ID;
     for (std::string const& setting : settings)

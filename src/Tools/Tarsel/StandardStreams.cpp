@@ -37,9 +37,8 @@ int WriteAll(int descriptor, std::string_view text) noexcept {
 void WriteOutput(std::string_view text) {
     int const error = WriteAll(STDOUT_FILENO, text);
     if (error != 0 && error != EPIPE)
-        Core::Throw<Media::OutputException>(
-            {"Tools/Tarsel/StandardStreams", "void Tarsel::Tools::WriteOutput(std::string_view)"},
-            "cannot write to standard output: " + std::generic_category().message(error));
+        Core::Throw<Media::OutputException>("cannot write to standard output: " +
+                                            std::generic_category().message(error));
 }
 
 } // namespace Tarsel::Tools

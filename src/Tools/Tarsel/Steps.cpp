@@ -45,9 +45,6 @@ SP<Proc::IOneInputEffectVideo> MakePairedEffect(Effects const& effects, Host::Ef
     auto const reference = Host::TakeSetting(step, "reference");
     if (!reference || reference->empty())
         Core::Throw<Proc::SettingsException>(
-            {"Tools/Tarsel/Steps",
-             "SP<IOneInputEffectVideo> Tarsel::Tools::MakePairedEffect(const Effects &, EffectStep, "
-             "References &)"},
             fmt::format("{} works on two inputs: give it reference=FILE, a video or an image, for the second",
                         step.classId));
     auto effect = Host::MakeTwoInputVideoEffect(*effects.factory, step);

@@ -30,7 +30,6 @@
 namespace Tarsel::Tools {
 namespace {
 
-constexpr char const* s_file = "Tools/Tarsel/ToneVerb";
 constexpr double s_usualDuration = 5;
 
 struct ToneArguments {
@@ -49,8 +48,6 @@ SP<Proc::IAudioGenerator> MakeGenerator(std::string const& source, std::string c
     } catch (Proc::EffectException const& failure) {
         int const* const error = boost::get_error_info<Proc::TagFFmpegError>(failure);
         Core::Throw<UsageException>(
-            {s_file, "SP<Proc::IAudioGenerator> Tarsel::Tools::MakeGenerator(const std::string &, const "
-                     "std::string &)"},
             fmt::format("--source \"{}\" makes no audio: {}", source,
                         error != nullptr ? Proc::GetFFmpegErrorText(*error) : failure.what()));
     }
@@ -63,7 +60,6 @@ std::optional<Conf::ChannelLayout> ParseLayout(std::string const& name) {
     auto const layout = Conf::ChannelLayout::FromName(name);
     if (!layout)
         Core::Throw<UsageException>(
-            {s_file, "std::optional<Conf::ChannelLayout> Tarsel::Tools::ParseLayout(const std::string &)"},
             fmt::format("--layout \"{}\" is no channel layout, such as mono, stereo or 5.1", name));
     return layout;
 }
@@ -122,10 +118,9 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
         work.ShowProgress(samples - left, samples);
     }
     if (generator->HasFailed())
-        Core::Throw<Proc::EffectException>(
-            {s_file, "void Tarsel::Tools::MakeTone(const ToneArguments &, const Context &)"},
-            fmt::format("--source \"{}\" fails after {:.3f} s", arguments.source,
-                        static_cast<double>(samples - left) / rate));
+        Core::Throw<Proc::EffectException>(fmt::format("--source \"{}\" fails after {:.3f} s",
+                                                       arguments.source,
+                                                       static_cast<double>(samples - left) / rate));
     std::vector<std::string> notes = writer.GetNotes();
     if (std::string note = DescribeEnd(arguments, source, left > 0, clock.GetTime()); !note.empty())
         notes.push_back(std::move(note));

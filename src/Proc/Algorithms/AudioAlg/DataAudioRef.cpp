@@ -30,8 +30,6 @@ AudioRef GetPlaneRef(IDataAudio const& data, int plane) {
     constexpr std::uint64_t largest = std::numeric_limits<std::int32_t>::max();
     if (sampleBytes != 0 && count > largest / sampleBytes)
         Core::Throw<EffectException>(
-            {"Proc/Algorithms/AudioAlg/DataAudioRef",
-             "AudioRef Tarsel::Proc::GetPlaneRef(const IDataAudio &, int)"},
             fmt::format("A block of sound has {} samples of {} bytes; the most is {} bytes", count,
                         sampleBytes, largest));
     return {count, info, data.GetAVFrame()->extended_data[plane],

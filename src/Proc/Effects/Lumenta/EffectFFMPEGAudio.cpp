@@ -24,9 +24,9 @@ extern "C" {
 namespace Tarsel::Proc {
 namespace {
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFFMPEGAudio";
+constexpr char const* s_audioGraphFile = "Proc/Effects/Lumenta/EffectFFMPEGAudio";
 constexpr char const* s_feedingFailed = "Error while feeding the filtergraph";
-constexpr AVRational s_microsecond{1, 1000000};
+constexpr AVRational s_blockTimeUnit{1, 1000000};
 
 struct FrameDeleter {
     void operator()(AVFrame* frame) const noexcept { av_frame_free(&frame); }
@@ -69,7 +69,7 @@ void EffectFFMPEGAudio::Process(SP<IDataAudio>& data) {
         return;
     // A block that cannot be had is one that did not come out.
     std::unique_ptr<AVFrame, FrameDeleter> const frame(av_frame_alloc());
-    Push(*data, {s_file, "void Tarsel::Proc::EffectFFMPEGAudio::Process(SP<IDataAudio> &)"});
+    Push(*data, {s_audioGraphFile, "void Tarsel::Proc::EffectFFMPEGAudio::Process(SP<IDataAudio> &)"});
     int const result = frame ? av_buffersink_get_frame(m_sink, frame.get()) : AVERROR(EAGAIN);
     if (result != 0) {
         m_failed = result != AVERROR(EAGAIN);
@@ -104,7 +104,8 @@ SP<IDataAudio> EffectFFMPEGAudio::Take() {
     }
     SP<IDataAudio> data = MakeSinkBlock(*frame);
     constexpr auto rounding = static_cast<AVRounding>(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX);
-    data->SetTime(av_rescale_q_rnd(frame->pts, av_buffersink_get_time_base(m_sink), s_microsecond, rounding));
+    data->SetTime(
+        av_rescale_q_rnd(frame->pts, av_buffersink_get_time_base(m_sink), s_blockTimeUnit, rounding));
     data->SetDuration(Conf::GetDuration(frame->sample_rate, frame->nb_samples));
     return data;
 }

@@ -28,7 +28,7 @@ extern "C" {
 namespace Tarsel::Proc {
 namespace {
 
-constexpr AVRational s_microsecond{1, 1000000};
+constexpr AVRational s_pairTimeUnit{1, 1000000};
 
 /// `text` is what FFmpeg was given.
 void CheckResult(int result, std::string const& text) {
@@ -49,7 +49,7 @@ std::string MakeGraphText(std::string const& description, std::string const& lef
 
 std::int64_t ToMicroseconds(std::int64_t time, AVFilterContext const* sink) {
     constexpr auto rounding = static_cast<AVRounding>(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX);
-    return av_rescale_q_rnd(time, av_buffersink_get_time_base(sink), s_microsecond, rounding);
+    return av_rescale_q_rnd(time, av_buffersink_get_time_base(sink), s_pairTimeUnit, rounding);
 }
 
 /// What comes out of the sink, without its first `skip` samples.

@@ -26,19 +26,19 @@ extern "C" {
 namespace Tarsel::Proc {
 namespace {
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo";
+constexpr char const* s_pairFile = "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo";
 constexpr char const* s_processingFailed = "Cannot process graph";
 constexpr Ratio s_noRate{0, 1};
 
 /// `filter` is what FFmpeg was given.
-void CheckResult(int result, std::string const& filter) {
+void CheckPairResult(int result, std::string const& filter) {
     if (result < 0)
-        ThrowFilterErrorOrMemory({s_file, "void Tarsel::Proc::(anonymous namespace)::CheckResult(int)"},
+        ThrowFilterErrorOrMemory({s_pairFile, "void Tarsel::Proc::(anonymous namespace)::CheckResult(int)"},
                                  s_processingFailed, result, {filter, {}});
 }
 
-std::string MakeGraphText(std::string const& description, std::string const& firstArgs,
-                          std::string const& secondArgs) {
+std::string MakePairText(std::string const& description, std::string const& firstArgs,
+                         std::string const& secondArgs) {
     return "buffer=" + firstArgs + " [in_1];buffer=" + secondArgs + " [in_2]; [in_1] [in_2] " + description +
            " [result]; [result] buffersink";
 }
@@ -58,7 +58,7 @@ void Feed(AVFilterContext* source, IDataVideo const& data, AVFrame const& frame,
     AVFrameWrapper fed = MakeSourceFrame(frame);
     fed.SetSize(info.width, info.height);
     fed.SetTime(data.GetTime());
-    CheckResult(av_buffersrc_write_frame(source, fed.Get()), filter);
+    CheckPairResult(av_buffersrc_write_frame(source, fed.Get()), filter);
 }
 
 } // namespace
@@ -67,17 +67,17 @@ EffectFFMPEGTwoInputVideo::EffectFFMPEGTwoInputVideo(std::string const& descript
                                                      std::string const& firstArgs,
                                                      std::string const& secondArgs)
     : m_description(description) {
-    std::string const text = MakeGraphText(description, firstArgs, secondArgs);
+    std::string const text = MakePairText(description, firstArgs, secondArgs);
     m_graph = MakeFilterGraph(1);
-    CheckResult(m_graph ? 0 : AVERROR(ENOMEM), text);
+    CheckPairResult(m_graph ? 0 : AVERROR(ENOMEM), text);
 
     AVFilterInOut* inputs = nullptr;
     AVFilterInOut* outputs = nullptr;
     int result = avfilter_graph_parse2(m_graph.get(), text.c_str(), &inputs, &outputs);
     UniqueInOut const openInputs(inputs);
     UniqueInOut const openOutputs(outputs);
-    CheckResult(result, text);
-    CheckResult(avfilter_graph_config(m_graph.get(), nullptr), text);
+    CheckPairResult(result, text);
+    CheckPairResult(avfilter_graph_config(m_graph.get(), nullptr), text);
 
     m_firstSource = FindInstance(*m_graph, "Parsed_buffer_0", text);
     m_secondSource = FindInstance(*m_graph, "Parsed_buffer_1", text);
@@ -115,7 +115,7 @@ void EffectFFMPEGTwoInputVideo::Process(SP<IDataVideo>& data, SP<IDataVideo cons
     SafeFrame frame;
     int const result = av_buffersink_get_frame(m_sink, frame.Get());
     bool const isHeldBack = result == AVERROR(EAGAIN);
-    CheckResult(isHeldBack ? 0 : result, m_description);
+    CheckPairResult(isHeldBack ? 0 : result, m_description);
     m_failed = false;
     if (isHeldBack) {
         data = nullptr;

@@ -29,9 +29,9 @@ extern "C" {
 namespace Tarsel::Proc {
 namespace {
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFFMPEGVideo";
+constexpr char const* s_videoGraphFile = "Proc/Effects/Lumenta/EffectFFMPEGVideo";
 constexpr char const* s_feedingFailed = "Error while feeding the filtergraph";
-constexpr AVRational s_microsecond{1, 1000000};
+constexpr AVRational s_frameTimeUnit{1, 1000000};
 
 /// Filters that give another number of frames than they take. Found anywhere in a description, an option's
 /// value included.
@@ -75,7 +75,8 @@ void EffectFFMPEGVideo::Process(SP<IDataVideo>& data) {
     }
     std::int64_t const time = data->GetTime();
     std::int64_t const duration = data->GetDuration();
-    Push(*data, {s_file, "virtual void Tarsel::Proc::EffectFFMPEGVideo::Process(SP<IDataVideo> &)"});
+    Push(*data,
+         {s_videoGraphFile, "virtual void Tarsel::Proc::EffectFFMPEGVideo::Process(SP<IDataVideo> &)"});
     while (SP<IDataVideo> out = GetOutFrame())
         m_queue.push_back(std::move(out));
     if (m_queue.empty()) {
@@ -122,8 +123,8 @@ SP<IDataVideo> EffectFFMPEGVideo::GetOutFrame() {
     if (result == AVERROR(EAGAIN))
         return nullptr;
     if (result != 0)
-        FailToDrain(result,
-                    {s_file, "SP<IDataVideo> Tarsel::Proc::EffectFFMPEGVideo::GetOutFrame(AVFrame *)"});
+        FailToDrain(result, {s_videoGraphFile,
+                             "SP<IDataVideo> Tarsel::Proc::EffectFFMPEGVideo::GetOutFrame(AVFrame *)"});
     return Finish(std::move(frame));
 }
 
@@ -142,7 +143,7 @@ SP<IDataVideo> EffectFFMPEGVideo::Take() {
 }
 
 bool EffectFFMPEGVideo::IsInMicroseconds() const {
-    return av_cmp_q(av_buffersink_get_time_base(m_sink), s_microsecond) == 0;
+    return av_cmp_q(av_buffersink_get_time_base(m_sink), s_frameTimeUnit) == 0;
 }
 
 /// Up to the frame after it or, while that is not known, as long as the last one that was.
@@ -184,8 +185,8 @@ SP<IDataVideo> EffectFFMPEGVideo::Pull() {
     // Unknown times and durations are no numbers to scale.
     constexpr auto rounding = static_cast<AVRounding>(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX);
     AVRational const unit = av_buffersink_get_time_base(m_sink);
-    frame->pts = av_rescale_q_rnd(frame->pts, unit, s_microsecond, rounding);
-    SetFrameDuration(*frame, av_rescale_q_rnd(GetFrameDuration(*frame), unit, s_microsecond, rounding));
+    frame->pts = av_rescale_q_rnd(frame->pts, unit, s_frameTimeUnit, rounding);
+    SetFrameDuration(*frame, av_rescale_q_rnd(GetFrameDuration(*frame), unit, s_frameTimeUnit, rounding));
     return Finish(std::move(frame));
 }
 

@@ -7,6 +7,9 @@
 /// `template EffectCreator GetCreator<SettingsEffectFlip>();`
 namespace Tarsel::Proc {
 
+/// What the throw sites of the filter-text effects on video name as their file.
+inline constexpr char const* s_videoEffectFile = "Proc/Effects/Lumenta/EffectFafloplalVideo";
+
 /// The class of the effect over settings class S and its interface. Specialized for effects that are no
 /// policy.
 template <class S>

@@ -16,8 +16,6 @@
 namespace Tarsel::Proc {
 namespace {
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalVideo";
-
 /// In pixels.
 struct Sigmas {
     double horizontal;
@@ -53,9 +51,10 @@ struct EffectActions<SettingsEffectBlur> {
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const& info) {
         if (settings.algorithm != SettingsType::Algorithm::Gaussian)
             Core::Throw<std::logic_error>(
-                {s_file, "static std::string EffectActions<Tarsel::Proc::SettingsEffectBlur>::GetFFString("
-                         "const SettingsEffectBlur &, const FrameInfo &) "
-                         "[Settings = Tarsel::Proc::SettingsEffectBlur]"},
+                {s_videoEffectFile,
+                 "static std::string EffectActions<Tarsel::Proc::SettingsEffectBlur>::GetFFString("
+                 "const SettingsEffectBlur &, const FrameInfo &) "
+                 "[Settings = Tarsel::Proc::SettingsEffectBlur]"},
                 "Invalid algorithm for EffectBlur",
                 TagDetail(fmt::format("algorithm {}, not 1", static_cast<std::int32_t>(settings.algorithm))));
         std::ostringstream text = MakeOptionStream();

@@ -23,10 +23,11 @@ namespace {
 using Conf::PixFmt;
 using ColorBalance = SettingsEffectColorBalance;
 
-constexpr EffectTraits s_traits{.summary = "changes brightness, contrast, saturation, gamma and hue",
-                                .alpha = Keeps::Always,
-                                .depth = Keeps::Sometimes,
-                                .range = Keeps::Sometimes};
+constexpr EffectTraits s_colorBalanceTraits{.summary =
+                                                "changes brightness, contrast, saturation, gamma and hue",
+                                            .alpha = Keeps::Always,
+                                            .depth = Keeps::Sometimes,
+                                            .range = Keeps::Sometimes};
 
 /// The formats whose alpha is kept, ascending, and where it lies.
 struct AlphaPlane {
@@ -171,7 +172,7 @@ void ColorBalanceFF::Work(SP<IDataVideo> const& data) {
 }
 
 EffectTraits const& ColorBalanceFF::GetTraits() const noexcept {
-    return s_traits;
+    return s_colorBalanceTraits;
 }
 
 template <>

@@ -19,8 +19,6 @@
 namespace Tarsel::Proc {
 namespace {
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalVideo";
-
 /// Settings to yadif's own numbers.
 using Mapping = std::pair<std::int32_t, std::int32_t>;
 constexpr std::array s_frameModeMapping{Mapping{0, 0}, Mapping{1, 1}, Mapping{2, 2}, Mapping{3, 3}};
@@ -32,9 +30,10 @@ std::int32_t Map(Table const& mapping, Mode mode, char const* name) {
     auto const row = std::ranges::find(mapping, number, &Mapping::first);
     if (row == mapping.end())
         Core::Throw<std::logic_error>(
-            {s_file, "static std::string EffectActions<Tarsel::Proc::SettingsDeinterlace>::GetFFString("
-                     "const SettingsDeinterlace &, const FrameInfo &) "
-                     "[Settings = Tarsel::Proc::SettingsDeinterlace]"},
+            {s_videoEffectFile,
+             "static std::string EffectActions<Tarsel::Proc::SettingsDeinterlace>::GetFFString("
+             "const SettingsDeinterlace &, const FrameInfo &) "
+             "[Settings = Tarsel::Proc::SettingsDeinterlace]"},
             "Unsupported deinterlace settings",
             TagDetail(fmt::format("{} {}, not 0 to {}", name, number, mapping.back().first)));
     return row->second;

@@ -27,9 +27,10 @@ using Conf::PixFmt;
 using Conf::PixFmtDescription;
 using Algorithm = SettingsResizer::Algorithm;
 
-constexpr int s_verbosity = 30;
+constexpr int s_resizerVerbosity = 30;
 
-constexpr EffectTraits s_traits{.summary = "scales, crops and frames the picture", .size = Keeps::Sometimes};
+constexpr EffectTraits s_resizerTraits{.summary = "scales, crops and frames the picture",
+                                       .size = Keeps::Sometimes};
 
 constexpr struct {
     Algorithm algorithm;
@@ -72,7 +73,7 @@ SafeFrame MakePicture(std::uint32_t width, std::uint32_t height, PixFmt format,
 } // namespace
 
 EffectTraits const& EffectImageResizer::GetTraits() const noexcept {
-    return s_traits;
+    return s_resizerTraits;
 }
 
 void EffectImageResizer::UpdateFormat(Conf::IFormatCodecVideo& format) const {
@@ -169,7 +170,8 @@ void EffectImageResizer::NoteInterlaced(AVFrame const& frame, bool changesHeight
     if (!changesHeight || GetFrameFieldOrder(frame) == FieldOrder::Progressive)
         return;
     if (m_interlaced++ == 0)
-        VLOG(s_verbosity) << "Interlaced frames are resized as whole pictures, which mixes their fields";
+        VLOG(s_resizerVerbosity)
+            << "Interlaced frames are resized as whole pictures, which mixes their fields";
 }
 
 void EffectImageResizer::ScaleInto(AVFrame const& from, AVFrame& to) {

@@ -16,16 +16,17 @@
 namespace Tarsel::Proc {
 namespace {
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/MidEqualizerFF";
+constexpr char const* s_midEqualizerFile = "Proc/Effects/Lumenta/MidEqualizerFF";
 
-constexpr EffectTraits s_traits{.summary = "brings light and contrast midway to those of a second picture",
-                                .alpha = Keeps::Sometimes,
-                                .depth = Keeps::Always,
-                                .range = Keeps::Sometimes};
+constexpr EffectTraits s_midEqualizerTraits{
+    .summary = "brings light and contrast midway to those of a second picture",
+    .alpha = Keeps::Sometimes,
+    .depth = Keeps::Always,
+    .range = Keeps::Sometimes};
 
 [[noreturn]] void ThrowNotImplemented(char const* signature,
                                       Core::CodePoint point = Core::CodePoint::Here()) {
-    Core::Throw<std::logic_error>({s_file, signature, point}, "not implemented");
+    Core::Throw<std::logic_error>({s_midEqualizerFile, signature, point}, "not implemented");
 }
 
 } // namespace
@@ -55,8 +56,9 @@ void MidEqualizerFF::Process(SP<IDataVideo>& data, SP<IDataVideo const> const& s
     std::lock_guard const lock(m_lock);
     if (!data || !second)
         return;
-    Core::Site const site{s_file, "virtual void Tarsel::Proc::MidEqualizerFF::Process(SP<DataType> &, "
-                                  "const SP<const DataType> &)"};
+    Core::Site const site{s_midEqualizerFile,
+                          "virtual void Tarsel::Proc::MidEqualizerFF::Process(SP<DataType> &, "
+                          "const SP<const DataType> &)"};
     Conf::PixFmt const format = data->GetPixelFormat();
     Conf::FrameInfo const info = data->GetFrameInfo();
     Conf::FrameInfo const secondInfo = second->GetFrameInfo();
@@ -96,7 +98,7 @@ void MidEqualizerFF::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) {
 }
 
 EffectTraits const& MidEqualizerFF::GetTraits() const noexcept {
-    return s_traits;
+    return s_midEqualizerTraits;
 }
 
 std::string MidEqualizerFF::GetFFString() const {

@@ -18,7 +18,6 @@ extern "C" {
 namespace Tarsel::Proc {
 namespace {
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalVideo";
 constexpr char const* s_noRotation = "no rotation";
 constexpr char const* s_halfTurn = "vflip[s];[s]hflip";
 
@@ -115,8 +114,9 @@ struct EffectActions<SettingsEffectTranspose> {
                 return "transpose=dir=2";
             }
         Core::Throw<std::logic_error>(
-            {s_file, "static std::string EffectActions<Tarsel::Proc::SettingsEffectTranspose>::GetFFString("
-                     "const SettingsType &, const FrameInfo &)"},
+            {s_videoEffectFile,
+             "static std::string EffectActions<Tarsel::Proc::SettingsEffectTranspose>::GetFFString("
+             "const SettingsType &, const FrameInfo &)"},
             "Unsupported effect settings", MakeStepDetail(settings));
     }
 
@@ -124,9 +124,9 @@ struct EffectActions<SettingsEffectTranspose> {
         if (!data)
             return;
         Turn const turn = RequireTurn(
-            settings,
-            {s_file, "static void EffectActions<Tarsel::Proc::SettingsEffectTranspose>::PostProcess("
-                     "const SettingsType &, const SP<IDataVideo> &)"});
+            settings, {s_videoEffectFile,
+                       "static void EffectActions<Tarsel::Proc::SettingsEffectTranspose>::PostProcess("
+                       "const SettingsType &, const SP<IDataVideo> &)"});
         TurnFields(*data, turn == Turn::Half, ExchangesAxes(turn));
         if (!ExchangesAxes(turn))
             return;
@@ -137,8 +137,9 @@ struct EffectActions<SettingsEffectTranspose> {
 
     static void PostUpdate(SettingsType const& settings, SP<Conf::IFormatCodecVideo> const& format) {
         Turn const turn = RequireTurn(
-            settings, {s_file, "static void EffectActions<Tarsel::Proc::SettingsEffectTranspose>::PostUpdate("
-                               "const SettingsType &, const SP<IFormatCodecVideo> &)"});
+            settings, {s_videoEffectFile,
+                       "static void EffectActions<Tarsel::Proc::SettingsEffectTranspose>::PostUpdate("
+                       "const SettingsType &, const SP<IFormatCodecVideo> &)"});
         Conf::FrameInfo info = format->GetFrameInfo();
         if (ExchangesAxes(turn)) {
             std::swap(info.width, info.height);
@@ -170,7 +171,7 @@ struct EffectActions<SettingsEffectDisplayMatrix> {
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
         Core::Site const site{
-            s_file,
+            s_videoEffectFile,
             "static std::string EffectActions<Tarsel::Proc::SettingsEffectDisplayMatrix>::GetFFString("
             "const SettingsType &, const FrameInfo &)"};
         std::optional<int> const orientation = settings.matrix.GetOrientation();
@@ -213,10 +214,7 @@ struct EffectActions<SettingsEffectDisplayMatrix> {
 
     static void PostUpdate(SettingsType const& settings, SP<Conf::IFormatCodecVideo> const& format) {
         if (format->GetDisplayMatrix() != settings.matrix)
-            Core::Throw<std::logic_error>(
-                {s_file, "static void EffectActions<Tarsel::Proc::SettingsEffectDisplayMatrix>::PostUpdate("
-                         "const SettingsType &, const SP<IFormatCodecVideo> &)"},
-                "Display matrix does not match the settings");
+            Core::Throw<std::logic_error>("Display matrix does not match the settings");
         InitFormat(*format, settings.matrix.GetTransform().GetBoundingBox(format->GetFrameInfo(), false));
         format->SetDisplayMatrix(Conf::DisplayMatrix::s_default);
     }

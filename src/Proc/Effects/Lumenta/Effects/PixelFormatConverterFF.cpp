@@ -36,9 +36,9 @@ using Conf::PixFmtDescription;
 
 constexpr int s_verbosity = 30;
 
-constexpr EffectTraits s_traits{.summary = "converts frames to the nearest of some pixel formats",
-                                .alpha = Keeps::Sometimes,
-                                .depth = Keeps::Sometimes};
+constexpr EffectTraits s_converterTraits{.summary = "converts frames to the nearest of some pixel formats",
+                                         .alpha = Keeps::Sometimes,
+                                         .depth = Keeps::Sometimes};
 
 constexpr auto s_rgb48 = static_cast<PixFmt>(AV_PIX_FMT_RGB48);
 
@@ -91,7 +91,7 @@ SafeFrame MakePicture(AVFrame const& model, PixFmt format, Conf::ColorSpace cons
 } // namespace
 
 EffectTraits const& PixelFormatConverterFF::GetTraits() const noexcept {
-    return s_traits;
+    return s_converterTraits;
 }
 
 std::string PixelFormatConverterFF::Conversion::Describe() const {

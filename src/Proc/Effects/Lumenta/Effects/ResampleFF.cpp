@@ -13,12 +13,12 @@ namespace Tarsel::Proc {
 
 namespace {
 
-constexpr EffectTraits s_traits{.summary = "converts rate, format and channels of sound",
-                                .depth = Keeps::Sometimes,
-                                .size = Keeps::Sometimes,
-                                .frameIndependent = false,
-                                // The filter between two rates, from 8 kHz on.
-                                .delayTime = 5000};
+constexpr EffectTraits s_resampleTraits{.summary = "converts rate, format and channels of sound",
+                                        .depth = Keeps::Sometimes,
+                                        .size = Keeps::Sometimes,
+                                        .frameIndependent = false,
+                                        // The filter between two rates, from 8 kHz on.
+                                        .delayTime = 5000};
 
 std::string GetText(SwrCtxParams const& params) {
     return params.from == params.to ? "" : SoundText(params.from) + " -> " + SoundText(params.to);
@@ -89,7 +89,7 @@ void ResampleFF::Work(SP<IDataAudio> const& data) {
 }
 
 EffectTraits const& ResampleFF::GetTraits() const noexcept {
-    return s_traits;
+    return s_resampleTraits;
 }
 
 std::string ResampleFF::DescribeWork(Conf::IFormatCodecAudio const& format) const {

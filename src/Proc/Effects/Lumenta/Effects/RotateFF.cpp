@@ -22,12 +22,12 @@ using Conf::PixFmt;
 using SizeMode = SettingsEffectRotate::SizeMode;
 
 // Time of the calling thread for a frame of 1920x1080: 26 ms on one thread, 13 ms on two.
-constexpr EffectTraits s_traits{.summary = "turns the picture by any angle",
-                                .alpha = Keeps::Always,
-                                .depth = Keeps::Sometimes,
-                                .range = Keeps::Sometimes,
-                                .size = Keeps::Sometimes,
-                                .slices = true};
+constexpr EffectTraits s_rotateTraits{.summary = "turns the picture by any angle",
+                                      .alpha = Keeps::Always,
+                                      .depth = Keeps::Sometimes,
+                                      .range = Keeps::Sometimes,
+                                      .size = Keeps::Sometimes,
+                                      .slices = true};
 
 /// Packed formats with alpha that keep the order of a format's components.
 struct WithAlpha {
@@ -234,7 +234,7 @@ std::string RotateFF::Describe(Conf::IFormatCodecVideo const& format) const {
 }
 
 EffectTraits const& RotateFF::GetTraits() const noexcept {
-    return s_traits;
+    return s_rotateTraits;
 }
 
 template <>

@@ -11,10 +11,10 @@ namespace {
 
 // Full range stays with gray alone: "smartblur" knows no "j" formats. FFmpeg 7 blurs alpha, earlier ones drop
 // it.
-constexpr EffectTraits s_traits{.summary = "blurs without touching outlines, or sharpens",
-                                .alpha = Keeps::Never,
-                                .depth = Keeps::Never,
-                                .range = Keeps::Sometimes};
+constexpr EffectTraits s_smartBlurTraits{.summary = "blurs without touching outlines, or sharpens",
+                                         .alpha = Keeps::Never,
+                                         .depth = Keeps::Never,
+                                         .range = Keeps::Sometimes};
 
 /// A linear map of whole numbers. Numbers outside the input range go on beyond the output range, where the
 /// filter refuses them: 64 bits hold all of them.
@@ -50,7 +50,7 @@ void SmartBlurFF::SetSettingsImpl() {
 }
 
 EffectTraits const& SmartBlurFF::GetTraits() const noexcept {
-    return s_traits;
+    return s_smartBlurTraits;
 }
 
 template <>

@@ -20,8 +20,6 @@ using Stabilizer = SettingsEffectStabilizer;
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalVideo";
-
 /// What the filters get for such frames: FFmpeg converts what is none of their formats to the nearest.
 PixFmtDescription const& GetFilterFormat(PixFmtDescription const& format) {
     // In the order in which a graph compares them: the first of several that are as near is taken.
@@ -121,7 +119,7 @@ struct EffectActions<SettingsEffectStabilizer> {
                                settings.minContrast / 100.0, settings.statisticsPath);
         if (!Core::FileExists(Core::ioPath(settings.statisticsPath)))
             Core::Throw<EffectException>(
-                {s_file,
+                {s_videoEffectFile,
                  "static std::string EffectActions<Tarsel::Proc::SettingsEffectStabilizer>::GetFFString("
                  "const SettingsType &, const FrameInfo &)"},
                 "File with statistics unavailable", TagDetail("no file \"" + settings.statisticsPath + '"'));

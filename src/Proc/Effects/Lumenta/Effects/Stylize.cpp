@@ -27,8 +27,6 @@ extern "C" {
 namespace Tarsel::Proc {
 namespace {
 
-constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFafloplalVideo";
-
 /// One coordinate of the picture that is taken away. The doubled minus of a negative offset means a plus to
 /// the filter.
 struct Offset {
@@ -85,9 +83,6 @@ Pad MakePad(SettingsEffectBorder const& border) {
     std::size_t const row = static_cast<std::size_t>(border.sizeType) - 1;
     if (row >= s_borderUnits.size())
         Core::Throw<std::logic_error>(
-            {s_file, "static std::string EffectActions<Tarsel::Proc::SettingsEffectBorder>::GetFFString("
-                     "const SettingsEffectBorder &, const FrameInfo &) "
-                     "[Settings = Tarsel::Proc::SettingsEffectBorder]"},
             "Unreal Logic",
             TagDetail(fmt::format("size type {}, not 0 to {}", static_cast<std::uint32_t>(border.sizeType),
                                   s_borderUnits.size())));

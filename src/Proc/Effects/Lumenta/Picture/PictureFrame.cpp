@@ -19,10 +19,6 @@ AVPixelFormat FormatOf(AVFrame const& frame) noexcept {
     return static_cast<AVPixelFormat>(frame.format);
 }
 
-Conf::PixFmtDescription const& DescriptionOf(AVFrame const& frame) {
-    return Conf::PixFmtDescription::Find(static_cast<Conf::PixFmt>(frame.format));
-}
-
 /// From the first byte of a plane to that of the sample which holds pixel x, y.
 std::ptrdiff_t OffsetInPlane(AVFrame const& frame, int plane, std::uint32_t x, std::uint32_t y) {
     std::ptrdiff_t const row = DescriptionOf(frame).GetPlanHeight(plane, y);
@@ -30,6 +26,10 @@ std::ptrdiff_t OffsetInPlane(AVFrame const& frame, int plane, std::uint32_t x, s
 }
 
 } // namespace
+
+Conf::PixFmtDescription const& DescriptionOf(AVFrame const& frame) {
+    return Conf::PixFmtDescription::Find(static_cast<Conf::PixFmt>(frame.format));
+}
 
 SafeFrame OpenPicture(IDataVideo const& data, Core::Site const& site) {
     AVFrame const& frame = Details::GetAVFrameRef(data.GetAVFrame());

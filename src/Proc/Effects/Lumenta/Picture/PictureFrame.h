@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
 #include "Proc/Interfaces/IDataVideo.h"
 #include "Proc/Wrappers/SafeFrame.h"
@@ -21,6 +22,9 @@ struct PictureRegion {
 
     friend bool operator==(PictureRegion const&, PictureRegion const&) = default;
 };
+
+/// What is known of the frame's pixel format. CoreException for none.
+Conf::PixFmtDescription const& DescriptionOf(AVFrame const& frame);
 
 /// A second head over the frame of `data`, of the size and colours that `data` states. EffectException from
 /// `site` where there are not as many pixels, or none at all.

@@ -1,5 +1,7 @@
 #include "Proc/Effects/Lumenta/Picture/Premultiply.h"
 
+#include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
+
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/Picture/AlphaRows.h"
@@ -64,10 +66,6 @@ struct Target {
     }
 };
 
-PixFmt FormatOf(AVFrame const& frame) noexcept {
-    return static_cast<PixFmt>(frame.format);
-}
-
 } // namespace
 
 bool HasBlendKernel(PixFmt format) noexcept {
@@ -75,7 +73,7 @@ bool HasBlendKernel(PixFmt format) noexcept {
 }
 
 void BlendByKernel(AVFrame const& withAlpha, AVFrame& picture, Conf::PixColor background) {
-    auto const& format = Conf::PixFmtDescription::Find(FormatOf(picture));
+    auto const& format = DescriptionOf(picture);
     Layout const* const layout = FindLayout(format.GetFormat());
     if (layout == nullptr)
         Core::Throw<EffectException>(fmt::format("Not implemented for '{}' format", format.GetName()));
@@ -122,7 +120,7 @@ void BlendByKernel(AVFrame const& withAlpha, AVFrame& picture, Conf::PixColor ba
 }
 
 void BlendByComponent(AVFrame const& withAlpha, AVFrame& picture, Conf::PixColor background) {
-    auto const& format = Conf::PixFmtDescription::Find(FormatOf(picture));
+    auto const& format = DescriptionOf(picture);
     std::array<float, 4> const colors = ComponentsOfColor(format, background, GetFrameColorSpace(picture));
     for (int i = 0; i < GetColorCount(picture); ++i) {
         bool const isChroma = i > 0;

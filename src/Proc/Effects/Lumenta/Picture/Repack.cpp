@@ -1,5 +1,7 @@
 #include "Proc/Effects/Lumenta/Picture/Repack.h"
 
+#include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
+
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Effects/Lumenta/Picture/ColorComponents.h"
 #include "Proc/Effects/Lumenta/Picture/ComponentPlane.h"
@@ -15,10 +17,6 @@ extern "C" {
 
 namespace Tarsel::Proc {
 namespace {
-
-Conf::PixFmtDescription const& DescriptionOf(AVFrame const& frame) {
-    return Conf::PixFmtDescription::Find(static_cast<Conf::PixFmt>(frame.format));
-}
 
 /// Palettes and XYZ.
 bool IsSpecial(Conf::PixFmtDescription const& format) {

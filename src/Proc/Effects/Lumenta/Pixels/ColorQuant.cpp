@@ -27,10 +27,7 @@ namespace {
 constexpr int s_maxColours = 255;
 
 [[noreturn]] void Refuse(std::string const& text) {
-    Core::Throw<FilterException>({"Proc/Effects/Lumenta/Pixels/ColorQuant",
-                                  "static bool Tarsel::Proc::ColorQuant::Process(AVFrame &, AVFrame &, const "
-                                  "Conf::FrameInfo &, int, int, Conf::PixColor)"},
-                                 text);
+    Core::Throw<FilterException>(text);
 }
 
 void CheckPlane(AVFrame const& frame, char const* name, int plane) {

@@ -25,9 +25,7 @@ void Details::GrowHeap(node_heap& heap) {
         std::free(std::exchange(heap.slots, nullptr));
         heap.capacity = 0;
         heap.count = 0;
-        Core::Throw<FilterException>(
-            {"Proc/Effects/Lumenta/Pixels/NodeHeap", "void Tarsel::Proc::Details::GrowHeap(node_heap &)"},
-            "Cannot realloc heap memmory");
+        Core::Throw<FilterException>("Cannot realloc heap memmory");
     }
     heap.slots = static_cast<node_heap::Slot*>(slots);
     heap.capacity = static_cast<std::uint32_t>(capacity);
