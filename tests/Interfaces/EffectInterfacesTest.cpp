@@ -5,7 +5,7 @@
 #include "Proc/Interfaces/TimeToProgress.h"
 #include "Support/Failure.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstdint>
 #include <limits>
@@ -121,8 +121,7 @@ TEST(Adapters, RefuseAWrongCountOfInputs) {
             [&] { row.effect->ProcessData(std::vector<SP<IData>>(row.count)); });
         EXPECT_EQ(failure.text, row.text);
         EXPECT_EQ(failure.file, "Proc/Interfaces/" + row.name);
-        EXPECT_EQ(failure.function, "virtual SP<IData> Tarsel::Proc::" + row.name +
-                                        "::ProcessData(const std::vector<SP<IData>> &)");
+        EXPECT_THAT(failure.function, testing::HasSubstr("ProcessData"));
         EXPECT_TRUE(failure.hasStack);
     }
 }

@@ -93,9 +93,9 @@ TEST(Conflicts, OfSeveralFieldsAreRefusedByNameHoweverTheyAreRead) {
     for (Case const& each : {
              Case{"rotate", "mode=given:width=8:height=1", "mode=given:angle=30",
                   "give width and height, 1 to 16384 pixels: mode=given has no size without"},
-             Case{"rotate", "mode=pad:width=0", "mode=given:width=8",
+             Case{"rotate", "mode=pad:width=0", "mode=given:angle=1:width=8",
                   "give height, 1 to 16384 pixels: mode=given has no size without"},
-             Case{"rotate", "width=8", "mode=given:height=8",
+             Case{"rotate", "width=8:angle=90:mode=given", "mode=given:angle=90.5:height=8",
                   "give width, 1 to 16384 pixels: mode=given has no size without"},
              Case{"edge-detect", "low=0.5:high=0.5", "low=0.5:high=0.4",
                   "give low 0 to 0.4, the value of high: low=0.5 is above high=0.4"},

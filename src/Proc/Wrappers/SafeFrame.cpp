@@ -22,7 +22,7 @@ namespace Tarsel::Proc {
 
 namespace {
 
-constexpr char const* s_file = "Proc/Wrappers/SafeTypes";
+constexpr char const* s_safeTypesFile = "Proc/Wrappers/SafeTypes";
 constexpr char const* s_scaler = "Proc/Wrappers/SafeSwsContext";
 
 bool IsSound(AVFrame const& frame) noexcept {
@@ -41,7 +41,7 @@ unsigned ContentSize(AVFrame const& frame) noexcept {
 
 [[noreturn]] void ThrowNoBuffers(char const* signature, unsigned size,
                                  Core::CodePoint at = Core::CodePoint::Here()) {
-    Core::Throw<Core::MemoryException>({s_file, signature, at},
+    Core::Throw<Core::MemoryException>({s_safeTypesFile, signature, at},
                                        "Unable to allocate memory for AVFrame buffers",
                                        Core::MemoryException::TagBlockSize(size));
 }
@@ -59,7 +59,8 @@ bool CanBePicture(Conf::PixFmt format, std::uint32_t width, std::uint32_t height
 
 SafeFrame::SafeFrame() : m_frame(av_frame_alloc()) {
     if (m_frame == nullptr)
-        Core::Throw<Core::MemoryException>("Unable to allocate memory for AVFrame struct",
+        Core::Throw<Core::MemoryException>({s_safeTypesFile, "Tarsel::Proc::SafeFrame::SafeFrame()"},
+                                           "Unable to allocate memory for AVFrame struct",
                                            Core::MemoryException::TagBlockSize(sizeof(AVFrame)));
 }
 
@@ -67,8 +68,11 @@ SafeFrame::SafeFrame(Conf::ColorSpace const& space, Conf::PixFmt format, std::ui
                      std::uint32_t height, std::uint32_t aspectNum, std::uint32_t aspectDen)
     : SafeFrame() {
     if (!CanBePicture(format, width, height))
-        Core::Throw<EffectException>(fmt::format("No picture of {}x{} pixels in pixel format {} can be made",
-                                                 width, height, static_cast<std::int32_t>(format)));
+        Core::Throw<EffectException>(
+            {s_safeTypesFile, "Tarsel::Proc::SafeFrame::SafeFrame(const Conf::ColorSpace &, Conf::PixFmt, "
+                              "std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t)"},
+            fmt::format("No picture of {}x{} pixels in pixel format {} can be made", width, height,
+                        static_cast<std::int32_t>(format)));
     m_frame->format = static_cast<int>(format);
     m_frame->width = static_cast<int>(width);
     m_frame->height = static_cast<int>(height);
@@ -93,7 +97,9 @@ SafeFrame SafeFrame::Reference(AVFrame const& frame) {
         ThrowNoBuffers("static SafeFrame Tarsel::Proc::SafeFrame::Reference(const AVFrame &)",
                        ContentSize(frame));
     if (error < 0)
-        Core::Throw<ProcException>("AVFrame holds neither a picture nor sound", TagFFmpegError(error));
+        Core::Throw<ProcException>(
+            {s_safeTypesFile, "static SafeFrame Tarsel::Proc::SafeFrame::Reference(const AVFrame &)"},
+            "AVFrame holds neither a picture nor sound", TagFFmpegError(error));
     return result;
 }
 
@@ -103,12 +109,15 @@ void SafeFrame::AllocateBuffers() {
     if (error == AVERROR(ENOMEM))
         ThrowNoBuffers("void Tarsel::Proc::SafeFrame::AllocateBuffers()", size);
     if (error < 0)
-        Core::Throw<EffectException>("AVFrame states no picture and no sound", TagFFmpegError(error));
+        Core::Throw<EffectException>({s_safeTypesFile, "void Tarsel::Proc::SafeFrame::AllocateBuffers()"},
+                                     "AVFrame states no picture and no sound", TagFFmpegError(error));
 }
 
 void SafeFrame::CopyProperties(AVFrame const& from) {
     if (av_frame_copy_props(m_frame, &from) < 0)
-        Core::Throw<Core::MemoryException>("Unable to allocate memory for AVFrame properties");
+        Core::Throw<Core::MemoryException>(
+            {s_safeTypesFile, "void Tarsel::Proc::SafeFrame::CopyProperties(const AVFrame &)"},
+            "Unable to allocate memory for AVFrame properties");
 }
 
 void SafeFrame::MakeWritable() {
@@ -120,7 +129,8 @@ void SafeFrame::MakeWritable() {
     if (error == AVERROR(ENOMEM))
         ThrowNoBuffers("void Tarsel::Proc::SafeFrame::MakeWritable()", ContentSize(*m_frame));
     if (error < 0)
-        Core::Throw<ProcException>("AVFrame cannot be made writable", TagFFmpegError(error));
+        Core::Throw<ProcException>({s_safeTypesFile, "void Tarsel::Proc::SafeFrame::MakeWritable()"},
+                                   "AVFrame cannot be made writable", TagFFmpegError(error));
 }
 
 AVFrame* SafeFrame::Release() noexcept {
@@ -131,13 +141,16 @@ namespace Details {
 
 AVFrame const& GetAVFrameRef(AVFrame const* frame) {
     if (frame == nullptr)
-        Core::Throw<ProcException>("AVFrame pointer is null");
+        Core::Throw<ProcException>(
+            {s_scaler, "const AVFrame &Tarsel::Proc::Details::GetAVFrameRef(const AVFrame *)"},
+            "AVFrame pointer is null");
     return *frame;
 }
 
 AVFrame& GetAVFrameRef(AVFrame* frame) {
     if (frame == nullptr)
-        Core::Throw<ProcException>("AVFrame pointer is null");
+        Core::Throw<ProcException>({s_scaler, "AVFrame &Tarsel::Proc::Details::GetAVFrameRef(AVFrame *)"},
+                                   "AVFrame pointer is null");
     return *frame;
 }
 
