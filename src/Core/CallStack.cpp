@@ -34,10 +34,11 @@ Dl_info FindExported(std::uintptr_t address) noexcept {
 /// The function around `address` out of the symbol table of its library's file, hidden ones included; empty
 /// where there is none. The library is looked up anew each time, so one opened since is found too.
 std::string FindHidden(std::uintptr_t address) {
+    // Names of templates are long, and not every release of the library tells that one did not fit.
     constexpr std::size_t longestName = 1 << 16;
     unw_accessors_t* const accessors = unw_get_accessors(unw_local_addr_space);
     unw_word_t offset = 0;
-    for (std::string name(256, '\0'); name.size() <= longestName; name.resize(name.size() * 4)) {
+    for (std::string name(4096, '\0'); name.size() <= longestName; name.resize(name.size() * 4)) {
         int const result = accessors->get_proc_name(unw_local_addr_space, address, name.data(), name.size(),
                                                     &offset, nullptr);
         if (result == -UNW_ENOMEM)

@@ -7,11 +7,10 @@
 namespace Tarsel::Core {
 
 char const* Site::GetSourceName(char const* path) {
-    constexpr std::string_view own = __FILE__;
-    constexpr std::string_view root = own.substr(0, own.size() - std::string_view("Core/Throw.cpp").size());
+    constexpr std::string_view root = "/src/";
     std::string_view name = path;
-    if (name.starts_with(root))
-        name.remove_prefix(root.size());
+    if (std::size_t const at = name.rfind(root); at != std::string_view::npos)
+        name.remove_prefix(at + root.size());
     name = name.substr(0, name.rfind('.'));
 
     static std::mutex s_lock;

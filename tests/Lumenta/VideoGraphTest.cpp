@@ -10,6 +10,8 @@
 
 extern "C" {
 #include <libavutil/frame.h>
+#include <libavutil/pixfmt.h>
+#include <libavutil/version.h>
 }
 
 namespace Tarsel::Test {
@@ -148,15 +150,19 @@ TEST(VideoGraph, FormatsTheHostTakesPassOthersAreConverted) {
     };
     process("format=rgb24", PixFmt::RGB24);
     ASSERT_FALSE(Conf::PixFmtDescription::IsSupported(*Conf::PixFmtDescription::FindByName("monow")));
-    SP<IDataVideo> const white = process("lutyuv=y=235:u=128:v=128,format=monow", PixFmt::GRAY8);
-    EXPECT_EQ(GetPixels(*white), Pixels{std::vector<std::uint8_t>(std::size_t{64} * 48, 255)});
+    // Which it is hangs on FFmpeg's release, and so does how white looks in it.
+    PixFmt const nearest =
+        LIBAVUTIL_VERSION_MAJOR > 57 ? static_cast<PixFmt>(AV_PIX_FMT_BGR4_BYTE) : PixFmt::GRAY8;
+    SP<IDataVideo> const white = process("lutyuv=y=235:u=128:v=128,format=monow", nearest);
+    std::uint8_t const full = nearest == PixFmt::GRAY8 ? 255 : 15;
+    EXPECT_EQ(GetPixels(*white), Pixels{std::vector<std::uint8_t>(std::size_t{64} * 48, full)});
 
     auto const stream = Create("framerate=fps=50,format=monow");
     for (std::int64_t i = 0; i < 3; ++i)
         stream->Feed(MakeFrame(PixFmt::YUV420P, s_small, i * s_step, s_step));
     for (std::int64_t time : {0, 20000, 40000}) {
         SP<IDataVideo> const data = stream->Take();
-        EXPECT_EQ(data->GetPixelFormat(), PixFmt::GRAY8);
+        EXPECT_EQ(data->GetPixelFormat(), nearest);
         EXPECT_EQ(data->GetTime(), time);
         EXPECT_EQ(data->GetDuration(), 20000);
     }

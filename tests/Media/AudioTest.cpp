@@ -17,6 +17,7 @@ extern "C" {
 namespace Tarsel::Test {
 namespace {
 
+using testing::AnyOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -393,8 +394,11 @@ TEST_F(Audio, WhatIsWantedHasToBeThere) {
     std::string unknown = Read("sound.wav");
     unknown.replace(20, 2, "\x48\x20"); // the codec's number
     Write("unknown.wav", unknown);
-    EXPECT_EQ(RunForFailure<InputException>(AudioOptions("unknown.wav", "out.wav")),
-              "Cannot decode the sound of stream 0, which is in the codec sonic: Experimental feature");
+    // Later releases do not count it as audio at all.
+    EXPECT_THAT(
+        RunForFailure<InputException>(AudioOptions("unknown.wav", "out.wav")),
+        AnyOf("Cannot decode the sound of stream 0, which is in the codec sonic: Experimental feature",
+              name("unknown.wav") + " has neither pictures nor sound"));
     EXPECT_THAT(List(), ElementsAre("silent.mp4", "sound.wav", "unknown.wav"));
 
     Media::RunOptions options = Options("sound.wav", "out.flac");

@@ -232,7 +232,8 @@ TEST_F(Plans, SayWhatBecomesOfEachStream) {
         Media::RunOptions options = ReadOptions(words);
         options.input = File(input);
         options.output = File(output);
-        std::string const plan = PlanText(options);
+        // Both orders of the bits are as near; releases choose differently.
+        std::string const plan = boost::algorithm::replace_all_copy(PlanText(options), "rgb8", "bgr8");
         plans += (plans.empty() ? "" : "\n") + line + "\n  " +
                  boost::algorithm::replace_all_copy(plan, "\n", "\n  ");
     }

@@ -53,6 +53,14 @@ void SetFrameFieldOrder(AVFrame& frame, FieldOrder order) noexcept {
         frame.flags |= AV_FRAME_FLAG_INTERLACED;
     if (order == FieldOrder::TopFirst)
         frame.flags |= AV_FRAME_FLAG_TOP_FIELD_FIRST;
+#if FF_API_INTERLACED_FRAME
+        // Encoders still take the fields of old for more of the same.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    frame.interlaced_frame = order == FieldOrder::Progressive ? 0 : 1;
+    frame.top_field_first = order == FieldOrder::TopFirst ? 1 : 0;
+#pragma GCC diagnostic pop
+#endif
 }
 #else
 FieldOrder GetFrameFieldOrder(AVFrame const& frame) noexcept {

@@ -119,7 +119,9 @@ void GetAudioSamples(AudioRef const& ref, int sampleIndex, std::vector<double>& 
     case SampleFormats::Unknown:
         break;
     }
-    Core::Throw<EffectException>("GetAudioSamples doesn't support this sample format");
+    Core::Throw<EffectException>(
+        {s_file, "void Tarsel::Proc::GetAudioSamples(const AudioRef &, int, std::vector<double> &)"},
+        "GetAudioSamples doesn't support this sample format");
 }
 
 void MixAudio(AudioRef const& dst, std::vector<Audio2Mix> const& sources) {

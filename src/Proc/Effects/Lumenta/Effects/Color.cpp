@@ -8,6 +8,10 @@
 #include <cstdint>
 #include <iomanip>
 
+extern "C" {
+#include <libavfilter/version.h>
+}
+
 /// Colours shifted and mixed, in RGB: FFmpeg converts YUV to it and does not convert back.
 namespace Tarsel::Proc {
 namespace {
@@ -32,7 +36,10 @@ constexpr std::array s_shifts{Shift{"rs=", &SettingsEffectBalanceChroma::redShad
 template <>
 struct EffectActions<SettingsEffectBalanceChroma> {
     using SettingsType = SettingsEffectBalanceChroma;
+    // FFmpeg 7 converts formats with alpha in other ways.
     static constexpr EffectTraits s_traits{.summary = "shifts colors in shadows, midtones and highlights",
+                                           .alpha = LIBAVFILTER_VERSION_MAJOR > 8 ? Keeps::Sometimes
+                                                                                  : Keeps::Always,
                                            .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {

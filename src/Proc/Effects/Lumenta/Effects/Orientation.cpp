@@ -214,7 +214,11 @@ struct EffectActions<SettingsEffectDisplayMatrix> {
 
     static void PostUpdate(SettingsType const& settings, SP<Conf::IFormatCodecVideo> const& format) {
         if (format->GetDisplayMatrix() != settings.matrix)
-            Core::Throw<std::logic_error>("Display matrix does not match the settings");
+            Core::Throw<std::logic_error>(
+                {s_videoEffectFile,
+                 "static void EffectActions<Tarsel::Proc::SettingsEffectDisplayMatrix>::PostUpdate("
+                 "const SettingsType &, const SP<IFormatCodecVideo> &)"},
+                "Display matrix does not match the settings");
         InitFormat(*format, settings.matrix.GetTransform().GetBoundingBox(format->GetFrameInfo(), false));
         format->SetDisplayMatrix(Conf::DisplayMatrix::s_default);
     }

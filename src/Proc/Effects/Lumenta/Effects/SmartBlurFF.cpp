@@ -6,13 +6,18 @@
 #include <cstdint>
 #include <iomanip>
 
+extern "C" {
+#include <libavfilter/version.h>
+}
+
 namespace Tarsel::Proc {
 namespace {
 
 // Full range stays with gray alone: "smartblur" knows no "j" formats. FFmpeg 7 blurs alpha, earlier ones drop
 // it.
 constexpr EffectTraits s_smartBlurTraits{.summary = "blurs without touching outlines, or sharpens",
-                                         .alpha = Keeps::Never,
+                                         .alpha =
+                                             LIBAVFILTER_VERSION_MAJOR > 8 ? Keeps::Sometimes : Keeps::Never,
                                          .depth = Keeps::Never,
                                          .range = Keeps::Sometimes};
 

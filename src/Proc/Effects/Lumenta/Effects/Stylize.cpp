@@ -83,6 +83,10 @@ Pad MakePad(SettingsEffectBorder const& border) {
     std::size_t const row = static_cast<std::size_t>(border.sizeType) - 1;
     if (row >= s_borderUnits.size())
         Core::Throw<std::logic_error>(
+            {s_videoEffectFile,
+             "static std::string EffectActions<Tarsel::Proc::SettingsEffectBorder>::GetFFString("
+             "const SettingsEffectBorder &, const FrameInfo &) "
+             "[Settings = Tarsel::Proc::SettingsEffectBorder]"},
             "Unreal Logic",
             TagDetail(fmt::format("size type {}, not 0 to {}", static_cast<std::uint32_t>(border.sizeType),
                                   s_borderUnits.size())));
