@@ -1,14 +1,12 @@
 #include "Conf/PixFmtDescription.h"
-#include "CustomDoubles.h"
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Effects/ColorBalanceFF.h"
 #include "Proc/Settings/Format.h"
+#include "Support/LibraryEffects.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
-
-#include <stdexcept>
 
 namespace Tarsel::Test {
 namespace {
@@ -39,7 +37,6 @@ TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
     auto const converter = MakeEffect(MakeConverterSettings());
     for (auto const& [contrast, hue] : {std::pair{50, 0}, {0, 60}, {-50, 60}}) {
         auto const effect = MakeBalance(GetFactory(), contrast, hue);
-        auto& stream = StreamOf(*effect);
         for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
             if (!PixFmtDescription::Find(format).HasAlpha())
                 continue;
@@ -57,32 +54,16 @@ TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
             EXPECT_EQ(result.at(3), expected.at(3));
             EXPECT_EQ(result.at(0) == expected.at(0), contrast == 0);
 
-            stream.Feed(frame);
-            SP<IDataVideo> const streamed = stream.Take();
-            ASSERT_TRUE(streamed);
-            EXPECT_EQ(GetPixels(*streamed), result);
-            EXPECT_EQ(stream.Take(), nullptr);
+            // A format without alpha before and after.
+            FrameList const streamed = RunStream(*effect, {MakeFrame(), frame, MakeFrame(PixFmt::YUV444P)});
+            ASSERT_EQ(streamed.size(), 3U);
+            EXPECT_EQ(GetPixels(*streamed[1]), result);
 
             auto const codec = Ask(*effect, format, {63, 47, 4, 3});
             EXPECT_EQ(codec->GetPixelFormat(), data->GetPixelFormat());
             EXPECT_EQ(codec->GetFrameInfo(), data->GetFrameInfo());
         }
     }
-}
-
-/// Whatever the filters and the way back make of it.
-TEST(ColorBalance, PutsAlphaBackAsItWas) {
-    auto const idle = MakeSP<IdleEffect>();
-    idle->work = [&](SP<IDataVideo>& data) {
-        if (idle->calls == 2)
-            data = MakeFrame(PixFmt::YUVA444P, s_small, 0, 40000, 2);
-    };
-    SP<IDataVideo> const frame = MakeFrame(PixFmt::YUVA444P);
-    SP<IDataVideo> data = frame;
-    MakeBalance(MakeSP<OneEffectFactory>(idle))->Process(data);
-    Pixels expected = GetPixels(*MakeFrame(PixFmt::YUVA444P, s_small, 0, 40000, 2));
-    expected.at(3) = GetPixels(*frame).at(3);
-    EXPECT_EQ(GetPixels(*data), expected);
 }
 
 /// Alpha makes no difference to what lies beside it.
@@ -95,52 +76,6 @@ TEST(ColorBalance, TreatsColourWithAlphaAsWithout) {
     Pixels expected = GetPixels(*Apply(*effect, plain));
     expected.push_back(GetPixels(*withAlpha).at(3));
     EXPECT_EQ(GetPixels(*Apply(*effect, withAlpha)), expected);
-}
-
-TEST(ColorBalance, AsksForAConverterOnce) {
-    auto const idle = MakeSP<IdleEffect>();
-    auto const factory = MakeSP<OneEffectFactory>(idle);
-    auto const effect = MakeBalance(factory);
-    EXPECT_EQ(factory->asked, std::vector<std::string>{"pixel-format default"});
-    ASSERT_TRUE(idle->kept);
-    EXPECT_TRUE(idle->kept->IsEqualTo(MakeConverterSettings()));
-
-    for (auto const& [format, calls] : {std::pair{PixFmt::YUV420P, 0}, {PixFmt::YUVA420P, 2}}) {
-        SP<IDataVideo> data = MakeFrame(format);
-        effect->Process(data);
-        EXPECT_EQ(idle->calls, calls);
-    }
-    effect->Reset();
-    effect->SetSettings(static_cast<Proc::Settings const&>(Balance()));
-    SP<IDataVideo> const frame = MakeFrame(PixFmt::RGBA);
-    SP<IDataVideo> data = frame;
-    effect->Process(data);
-    EXPECT_EQ(data, frame) << "empty settings";
-    EXPECT_EQ(idle->calls, 2);
-}
-
-TEST(ColorBalance, NamesWhatTheConverterDidWrong) {
-    auto const idle = MakeSP<IdleEffect>();
-    auto const effect = MakeBalance(MakeSP<OneEffectFactory>(idle));
-    SP<IDataVideo> const frame = MakeFrame(PixFmt::RGBA);
-    SP<IDataVideo> data = frame;
-    Failure const failure = Catch<std::out_of_range>([&] { effect->Process(data); });
-    EXPECT_EQ(failure.text, "map::at:  key not found");
-    EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/Effects/ColorBalanceFF");
-    EXPECT_EQ(failure.detail, "the converter gave rgba");
-    EXPECT_TRUE(failure.hasStack);
-    EXPECT_EQ(data, frame);
-
-    // What comes out of the filters becomes no format with alpha again.
-    idle->work = [&](SP<IDataVideo>& each) {
-        each = MakeFrame(idle->calls % 2 == 0 ? PixFmt::YUVA444P : PixFmt::YUV444P);
-    };
-    EXPECT_EQ(Catch<std::out_of_range>([&] { effect->Process(data); }).detail, "the converter gave yuv444p");
-    EXPECT_EQ(data, frame);
-
-    idle->kept = std::make_shared<Balance>();
-    SP<Conf::IFormatCodecVideo> codec = MakeCodec(PixFmt::RGBA);
-    EXPECT_THROW(effect->UpdateFormatCodec(codec), std::bad_cast);
 }
 
 TEST(ColorBalance, NeedsAFactoryForAlphaOnly) {
@@ -160,25 +95,6 @@ TEST(ColorBalance, NeedsAFactoryForAlphaOnly) {
     EXPECT_EQ(data, frame);
     EXPECT_EQ(Catch([&] { effect->UpdateFormatCodec(codec); }).text, failure.text);
     EXPECT_EQ(Catch([&] { StreamOf(*effect).Feed(frame); }).text, failure.text);
-}
-
-TEST(ColorBalance, StreamsKeepTheirOrderThroughChangesOfFormat) {
-    auto const effect = MakeBalance();
-    auto& stream = StreamOf(*effect);
-    std::vector<PixFmt> const formats{PixFmt::YUV420P, PixFmt::YUVA420P, PixFmt::YUVA420P,
-                                      PixFmt::YUV420P, PixFmt::RGBA,     PixFmt::YUV444P};
-    for (std::size_t i = 0; i < formats.size(); ++i)
-        stream.Feed(MakeFrame(formats[i], s_small, static_cast<std::int64_t>(i)));
-    stream.End();
-    for (std::size_t i = 0; i < formats.size(); ++i) {
-        SP<IDataVideo> const data = stream.Take();
-        ASSERT_TRUE(data);
-        EXPECT_EQ(data->GetTime(), static_cast<std::int64_t>(i));
-        EXPECT_EQ(data->GetPixelFormat(), formats[i] == PixFmt::RGBA ? PixFmt::YUVA444P : formats[i]);
-    }
-    EXPECT_EQ(stream.Take(), nullptr);
-    EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 6);
-    EXPECT_EQ(Catch([&] { stream.Feed({}); }).text, "A null frame cannot be fed");
 }
 
 } // namespace

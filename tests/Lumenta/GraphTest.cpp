@@ -1,30 +1,41 @@
 #include "Core/CoreExceptions.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEG.h"
+#include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
+#include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
+#include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Support/AllocationLimit.h"
+#include "Support/CommaLocale.h"
+#include "Support/MemoryWatch.h"
+#include "Support/Sound.h"
 #include "Support/Watch.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <filesystem>
 #include <iterator>
-#include <new>
 #include <thread>
 
 extern "C" {
 #include <libavutil/error.h>
+#include <libavutil/frame.h>
 }
 
 namespace Tarsel::Test {
 namespace {
 
+using Conf::PixFmt;
+using Conf::SampleFormats;
+using Conf::SampleInfo;
 using Proc::EffectFFMPEG;
 using Proc::EffectFFMPEGVideo;
+using Proc::IDataVideo;
 
-std::string const s_args = Proc::MakeVideoSourceArgs(Conf::PixFmt::YUV420P, {640, 480, 1, 1}, {});
+std::string const s_args = Proc::MakeVideoSourceArgs(PixFmt::YUV420P, {640, 480, 1, 1}, {});
 
 struct BadGraph {
     int type;
@@ -39,9 +50,9 @@ TEST(Graph, SaysWhatWasTried) {
     auto const args = [](Conf::PixFmt format, Conf::FrameInfo const& info) {
         return Proc::MakeVideoSourceArgs(format, info, {});
     };
-    std::string const noAspect = args(Conf::PixFmt::YUV420P, {640, 480, 1, 0});
-    std::string const noSize = args(Conf::PixFmt::YUV420P, {0, 480, 1, 1});
-    std::string const noFormat = args(Conf::PixFmt::None, {640, 480, 1, 1});
+    std::string const noAspect = args(PixFmt::YUV420P, {640, 480, 1, 0});
+    std::string const noSize = args(PixFmt::YUV420P, {0, 480, 1, 1});
+    std::string const noFormat = args(PixFmt::None, {640, 480, 1, 1});
     std::string const noLayout = "time_base=1/1000000:sample_rate=44100:sample_fmt=fltp";
     std::string const invalid = "Invalid argument";
     std::string const range = "Numerical result out of range";
@@ -77,73 +88,168 @@ TEST(Graph, SaysWhatWasTried) {
     }
 }
 
-TEST(Graph, TakesAllTypes) {
-    EffectFFMPEG const video(EffectFFMPEG::Video, "null", s_args);
-    EffectFFMPEG const audio(EffectFFMPEG::Audio, "anull",
-                             "time_base=1/1000000:sample_rate=44100:sample_fmt=fltp:channel_layout=0x3");
-    EffectFFMPEG const generator(EffectFFMPEG::AudioGenerator, "sine=frequency=440", "not looked at");
-    EXPECT_EQ(generator.GetDescription(), "sine=frequency=440");
-}
-
 TEST(Graph, SourceArgs) {
-    EXPECT_EQ(Proc::MakeVideoSourceArgs(Conf::PixFmt::YUV420P, {1920, 1080, 1, 1}, {30000, 1001}),
+    CommaLocale const comma;
+    EXPECT_EQ(Proc::MakeVideoSourceArgs(PixFmt::YUV420P, {1920, 1080, 1, 1}, {30000, 1001}),
               "video_size=1920x1080:pix_fmt=0:time_base=1/1000000:pixel_aspect=1/1:frame_rate=30000/1001");
-    std::string const noRate =
-        "video_size=4294967295x1:pix_fmt=-1:time_base=1/1000000:pixel_aspect=0/3000000000";
     for (Ratio const rate : {Ratio{0, 1}, Ratio{1, 0}, Ratio{}})
-        EXPECT_EQ(Proc::MakeVideoSourceArgs(Conf::PixFmt::None, {UINT32_MAX, 1, 0, 3000000000}, rate),
-                  noRate);
+        EXPECT_EQ(Proc::MakeVideoSourceArgs(PixFmt::None, {UINT32_MAX, 1, 0, 3000000000}, rate),
+                  "video_size=4294967295x1:pix_fmt=-1:time_base=1/1000000:pixel_aspect=0/3000000000");
+    for (auto const& [format, rate, layout, text] :
+         {std::tuple{SampleFormats::FloatPlanar, 44100, Conf::ChannelLayout{3, 2},
+                     "44100:sample_fmt=fltp:channel_layout=0x3"},
+          {SampleFormats::U8,
+           INT32_MAX,
+           {0xFFFFFFFF0000000FU, 36},
+           "2147483647:sample_fmt=u8:channel_layout=0xffffffff0000000f"},
+          {SampleFormats::S16, 8000, {0, 1}, "8000:sample_fmt=s16:channel_layout=0x4"},
+          {SampleFormats::S16, 8000, {0, 61}, "8000:sample_fmt=s16:channels=61"},
+          {SampleFormats::Unknown, -1, {}, "-1:sample_fmt=unknown:channel_layout=0x0"}})
+        EXPECT_EQ(Proc::MakeAudioSourceArgs(SampleInfo::Init(format, rate, layout)),
+                  std::string("time_base=1/1000000:sample_rate=") + text);
 }
 
-TEST(Graph, OutOfMemoryHasItsCode) {
-    FFmpegWatch const quiet;
-    auto const expectCode = [](Failure const& failure, std::string const& filter) {
-        EXPECT_EQ(failure.text, "Not enough memory for filter");
-        EXPECT_EQ(failure.code, 35);
-        EXPECT_EQ(failure.ffmpegError, AVERROR(ENOMEM));
-        EXPECT_EQ(failure.filter, filter);
+/// A graph of one kind, and what goes through it.
+struct OneFrame {
+    using Datum = SP<IDataVideo>;
+    static constexpr char const* s_filter = "hflip,format=monow";
+    static auto Make() { return EffectFFMPEGVideo::Create(s_filter, AV_PIX_FMT_YUV420P, s_small, {}); }
+    static Datum MakeDatum(std::int64_t time = 0) { return MakeFrame(PixFmt::YUV420P, s_small, time); }
+    static void Process(EffectFFMPEGVideo& graph, Datum& data) { graph.Process(data); }
+    static void Feed(EffectFFMPEGVideo& graph, Datum const& data) { graph.Feed(data); }
+};
+
+/// The datum is the first frame, or the second.
+template <bool isFirst>
+struct OneOfTwoFrames {
+    using Datum = SP<IDataVideo>;
+    using Graph = Proc::EffectFFMPEGTwoInputVideo;
+    static constexpr char const* s_filter = "midequalizer";
+    static auto Make() { return Graph::Create(s_filter, AV_PIX_FMT_YUV420P, s_small, s_small); }
+    static Datum MakeDatum(std::int64_t time = 0) { return MakeFrame(PixFmt::YUV420P, s_small, time); }
+    static void Process(Graph& graph, Datum& data) {
+        Datum other = MakeDatum(data->GetTime());
+        graph.Process(isFirst ? data : other, isFirst ? other : data);
+    }
+    static void Feed(Graph& graph, Datum data) { Process(graph, data); }
+};
+
+struct OneBlock {
+    using Datum = SP<Proc::IDataAudio>;
+    static constexpr char const* s_filter = "aecho=1:1:1:0.5";
+    inline static SampleInfo const s_info = SampleInfo::Init(SampleFormats::Float, 44100, {3, 2});
+    static auto Make() { return Proc::EffectFFMPEGAudio::Create(s_filter, s_info); }
+    static Datum MakeDatum(std::int64_t = 0) { return MakeSoundNoise(s_info, 4000); }
+    static void Process(Proc::EffectFFMPEGAudio& graph, Datum& data) { graph.Process(data); }
+    static void Feed(Proc::EffectFFMPEGAudio& graph, Datum const& data) { graph.Feed(data); }
+};
+
+template <class Datum>
+struct BadDatum {
+    Datum datum;
+    std::string text;
+};
+
+std::vector<BadDatum<SP<IDataVideo>>> MakeBadFrames(std::string const& which) {
+    struct Liar : Proc::DataVideoFF {
+        using DataVideoFF::DataVideoFF;
+        PixFmt GetPixelFormat() const override { return PixFmt::YUV420P; }
     };
-    expectCode(Catch([] {
-                   AllocationLimit const limit(20000);
-                   EffectFFMPEG(EffectFFMPEG::Video, "gblur", s_args);
-               }),
-               "gblur");
-    expectCode(Catch([] {
-                   AllocationLimit const limit(1);
-                   EffectFFMPEG(EffectFFMPEG::Video, "null", s_args);
-               }),
-               "null");
-
-    Conf::FrameInfo const info{320, 240, 1, 1};
-    auto const graph = EffectFFMPEGVideo::Create("hflip", AV_PIX_FMT_YUV420P, info, {});
-    SP<Proc::IDataVideo> const frame = MakeFrame(Conf::PixFmt::YUV420P, info);
-    SP<Proc::IDataVideo> data = frame;
-    Failure const failure = Catch([&] {
-        AllocationLimit const limit(2000);
-        graph->Process(data);
-    });
-    expectCode(failure, "hflip");
-    EXPECT_EQ(failure.function, "SP<IDataVideo> Tarsel::Proc::EffectFFMPEGVideo::GetOutFrame(AVFrame *)");
-    EXPECT_EQ(data, frame);
-    EXPECT_TRUE(graph->HasFailed());
+    SP<IDataVideo> const empty = MakeFrame();
+    empty->GetAVFrame()->data[0] = nullptr;
+    std::string const built = "but its filter was built for yuv420p of 64x48";
+    return {
+        {MakeLiar({64, 32, 1, 1}), which + " has only 64x32 pixels of the 64x48 it is said to have"},
+        {MakeLiar({62, 48, 1, 1}), which + " has only 62x48 pixels of the 64x48 it is said to have"},
+        {MakeSP<Liar>(*MakeFrame(PixFmt::GRAY8)->GetAVFrame(), s_small),
+         which + " is gray but is said to be yuv420p"},
+        {empty, which + " has no pixels"},
+        {MakeFrame(PixFmt::YUV420P, {80, 48, 1, 1}), which + " is yuv420p of 80x48 pixels " + built},
+        {MakeFrame(PixFmt::YUV444P), which + " is yuv444p of 64x48 pixels " + built},
+    };
 }
 
-TEST(Graph, AnyAllocationMayFail) {
+auto MakeBad(OneFrame) {
+    return MakeBadFrames("Frame");
+}
+
+template <bool isFirst>
+auto MakeBad(OneOfTwoFrames<isFirst>) {
+    return MakeBadFrames(isFirst ? "First frame" : "Second frame");
+}
+
+auto MakeBad(OneBlock) {
+    std::string const fed = "Error while feeding the filtergraph";
+    std::vector<BadDatum<OneBlock::Datum>> rows;
+    for (SampleInfo const& info : {SampleInfo::Init(SampleFormats::FloatPlanar, 44100, {3, 2}),
+                                   SampleInfo::Init(SampleFormats::Float, 48000, {3, 2}),
+                                   SampleInfo::Init(SampleFormats::Float, 44100, {4, 1})})
+        rows.push_back({MakeSoundNoise(info, 10), fed});
+    auto const add = [&](auto const& spoil, char const* text) {
+        auto const block = MakeSoundNoise(OneBlock::s_info, 1000);
+        spoil(*block->GetAVFrame());
+        rows.push_back({block, text});
+    };
+    add([](AVFrame& frame) { frame.nb_samples = 2000; },
+        "Block has only 8192 bytes of the 16000 that its 2000 samples take");
+    add([](AVFrame& frame) { frame.data[0] = nullptr; }, "Block has samples of only some of its 2 channels");
+    add([](AVFrame& frame) { frame.ch_layout = {}; }, "Block has no channels");
+    return rows;
+}
+
+template <class Kind>
+struct Graphs : testing::Test {};
+using Kinds = testing::Types<OneFrame, OneOfTwoFrames<true>, OneOfTwoFrames<false>, OneBlock>;
+TYPED_TEST_SUITE(Graphs, Kinds);
+
+TYPED_TEST(Graphs, RefuseWhatTheirFilterMustNotSee) {
     FFmpegWatch const quiet;
-    int built = 0;
+    auto const graph = TypeParam::Make();
+    std::int64_t time = 0;
+    for (auto const& bad : MakeBad(TypeParam())) {
+        SCOPED_TRACE(bad.text);
+        auto data = bad.datum;
+        Failure const failure = Catch([&] { TypeParam::Process(*graph, data); });
+        EXPECT_EQ(failure.text, bad.text);
+        EXPECT_EQ(failure.filter, TypeParam::s_filter);
+        EXPECT_EQ(failure.code, std::nullopt);
+        EXPECT_TRUE(failure.hasStack);
+        EXPECT_EQ(data, bad.datum);
+        EXPECT_EQ(Catch([&] { TypeParam::Feed(*graph, bad.datum); }).text, bad.text);
+        EXPECT_FALSE(graph->HasFailed());
+        data = TypeParam::MakeDatum(time += 40000);
+        TypeParam::Process(*graph, data);
+        EXPECT_NE(data, nullptr);
+    }
+}
+
+TYPED_TEST(Graphs, SurviveAnyAllocationThatFails) {
+    FFmpegWatch const quiet;
+    int processed = 0;
+    int failed = 0;
+    int codes = 0;
     for (std::size_t bytes = 1; bytes < 1000000; bytes += 1 + bytes / 8) {
-        SP<Proc::IDataVideo> data = MakeFrame();
+        auto const datum = TypeParam::MakeDatum();
+        auto data = datum;
         try {
+            auto const graph = bytes % 2 == 0 ? TypeParam::Make() : nullptr;
             AllocationLimit const limit(bytes);
-            auto const graph =
-                EffectFFMPEGVideo::Create("hflip,format=monow", AV_PIX_FMT_YUV420P, s_small, {});
-            graph->Process(data);
-            ++built;
-        } catch (Proc::EffectException const&) {
+            auto const used = graph ? graph : TypeParam::Make();
+            TypeParam::Process(*used, data);
+            EXPECT_FALSE(used->HasFailed() && data);
+            (data ? processed : failed) += 1;
+        } catch (Proc::EffectException const& exception) {
+            ++failed;
+            Failure const failure = Describe(exception);
+            EXPECT_EQ(failure.code == 35, failure.text == "Not enough memory for filter");
+            codes += failure.code ? 1 : 0;
+            EXPECT_EQ(data, datum);
         } catch (Core::MemoryException const&) {
         }
     }
-    EXPECT_GT(built, 0);
+    EXPECT_GT(processed, 0);
+    EXPECT_GT(failed, 0);
+    EXPECT_GT(codes, 0);
 }
 
 TEST(Graph, RunsOnTheThreadsOfItsLease) {
@@ -156,6 +262,7 @@ TEST(Graph, RunsOnTheThreadsOfItsLease) {
     Core::ThreadBudget::Set(4);
     {
         EffectFFMPEG const alone(EffectFFMPEG::Video, "hflip", s_args);
+        auto const audio = OneBlock::Make();
         EXPECT_EQ(countThreads(), before);
         EffectFFMPEG const shared(EffectFFMPEG::Video, "hflip", s_args, Core::ThreadLease(3));
         EXPECT_GT(countThreads(), before);
@@ -164,6 +271,24 @@ TEST(Graph, RunsOnTheThreadsOfItsLease) {
     EXPECT_EQ(Core::ThreadLease(4).GetCount(), 4);
     EXPECT_EQ(countThreads(), before);
     Core::ThreadBudget::Set(budget);
+}
+
+TEST(FormatCache, KeepsAllAnswersAtAFewHundredBytesEach) {
+    constexpr std::size_t count = 100'000;
+    Proc::FormatCache cache;
+    auto const makeKey = [](std::size_t i) {
+        return Proc::FormatCache::MakeKey(
+            "rotate", PixFmt::YUV420P,
+            fmt::format("rotate=angle={:.3f}:fillcolor=0x000000ff", static_cast<double>(i) * 0.001));
+    };
+    std::size_t const before = GetMemoryInUse();
+    for (std::size_t i = 0; i < count; ++i)
+        cache.Store(makeKey(i), PixFmt::YUV420P);
+    std::size_t const each = (GetMemoryInUse() - before) / count;
+    RecordProperty("bytes", static_cast<int>(each));
+    EXPECT_LT(each, 256U);
+    for (std::size_t i = 0; i < count; i += 1000)
+        EXPECT_EQ(cache.Find(makeKey(i)), PixFmt::YUV420P) << i;
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 #include "Conf/PixFmtDescription.h"
 #include "EffectCases.h"
 #include "Frames.h"
-#include "Proc/Wrappers/FrameFields.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -73,21 +72,6 @@ TEST(Orientation, MovesPixelsAsTheCodeSays) {
             }
             EXPECT_EQ(GetPixels(*input), before);
         }
-}
-
-TEST(Orientation, FramesAndFormatsAgree) {
-    for (FrameInfo const& info : {FrameInfo{64, 48, 4, 3}, {64, 48, 1, 1}, {64, 48, 0, 1}})
-        for (int orientation = 1; orientation <= 8; ++orientation)
-            for (char const* answer : {"of the graph", "of the cache"}) {
-                auto const effect = MakeDisplayMatrix(orientation);
-                SP<IDataVideo> const data = Apply(*effect, MakeFrame(PixFmt::YUV444P, info));
-                SP<Conf::IFormatCodecVideo> codec = MakeCodec(PixFmt::YUV444P, info);
-                codec->SetDisplayMatrix(*DisplayMatrix::FromOrientation(orientation));
-                effect->UpdateFormatCodec(codec);
-                EXPECT_EQ(codec->GetFrameInfo(), data->GetFrameInfo()) << orientation << ' ' << answer;
-                FrameInfo const seen = Proc::GetFrameInfo(*data->GetAVFrame());
-                EXPECT_EQ(seen, data->GetFrameInfo());
-            }
 }
 
 /// What an effect answers from the cache: the graph has been asked before.

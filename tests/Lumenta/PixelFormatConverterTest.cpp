@@ -119,118 +119,46 @@ TEST(PixelFormatConverter, TakesTheNearestAndPassesTheListed) {
     EXPECT_EQ(Convert(frame, ""), frame);
 }
 
-/// The blending formula, sample by sample, where FFmpeg's descriptor says that samples are.
-void BlendPlainly(IDataVideo& picture, IDataVideo const& withAlpha, PixColor background) {
-    AVFrame& frame = *picture.GetAVFrame();
-    Conf::FrameInfo const info = picture.GetFrameInfo();
-    auto const& format = PixFmtDescription::Find(picture.GetPixelFormat());
-    auto const& descriptor = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-    std::vector<double> const alpha = ReadAlpha(withAlpha);
-    background.alpha = 255;
-    Conf::PixComponents const places = format.MakeColor(background, picture.GetColorSpace());
-    auto const blend = [](std::uint8_t& sample, int a, int k) {
-        sample = static_cast<std::uint8_t>((sample * (a + 1) + (255 - a) * k) >> 8);
-    };
-    // Which places in memory hold components; what is left of 4 bytes is alpha or padding.
-    std::set<int> const quads{0, 1, 2, 3};
-    std::set<int> used;
-    int const colors = std::min<int>(descriptor.nb_components, 3);
-    for (int i = 0; i < colors; ++i) {
-        auto const& place = descriptor.comp[i];
-        used.insert(place.offset);
-        std::uint32_t const width = format.GetPlanWidth(i, info.width);
-        std::uint32_t const height = format.GetPlanHeight(i, info.height);
-        std::uint32_t const across = i == 0 || format.IsRgb() ? 1 : 1U << format.GetChromaShiftX();
-        std::uint32_t const down = i == 0 || format.IsRgb() ? 1 : 1U << format.GetChromaShiftY();
-        int const slot = place.step >= 3 ? place.offset : place.plane + place.offset;
-        for (std::uint32_t y = 0; y < height; ++y)
-            for (std::uint32_t x = 0; x < width; ++x) {
-                double sum = 0;
-                int count = 0;
-                for (std::uint32_t v = y * down; v < std::min((y + 1) * down, info.height); ++v)
-                    for (std::uint32_t u = x * across; u < std::min((x + 1) * across, info.width); ++u) {
-                        sum += 255 * alpha[v * info.width + u];
-                        ++count;
-                    }
-                blend(frame.data[place.plane][static_cast<int>(y) * frame.linesize[place.plane] +
-                                              static_cast<int>(x) * place.step + place.offset],
-                      static_cast<int>(std::lround(sum / count)), places[static_cast<std::size_t>(slot)]);
-            }
-    }
-    if (descriptor.comp[0].step != 4)
-        return;
-    int const rest = *std::ranges::find_if(quads, [&](int byte) { return !used.contains(byte); });
-    for (std::uint32_t y = 0; y < info.height; ++y)
-        for (std::uint32_t x = 0; x < info.width; ++x)
-            blend(frame.data[0][static_cast<int>(y) * frame.linesize[0] + static_cast<int>(x) * 4 + rest],
-                  static_cast<int>(std::lround(255 * alpha[y * info.width + x])), 255);
-}
-
-TEST(PixelFormatConverter, PremultiplyFollowsTheFormulaForEveryFormatOfItsTable) {
-    PixColor const background{200, 30, 90, 7};
-    auto const converter = MakeConverter("formats=rgb24:background=#c81e5a07");
-    std::set<int> const table{0, 4,  5,  6,  7,  12,  13,  14, 31, 32,  138, 2, 3,
-                              8, 23, 24, 25, 27, 118, 120, 26, 28, 119, 121, 71};
-    for (PixFmt const format : PixFmtDescription::s_supportedFormats)
-        for (char const* source : {"rgba", "yuva420p", "ya8", "rgba64be"}) {
-            SCOPED_TRACE(NameOf(format) + " by " + source);
-            Conf::FrameInfo const info{37, 11, 1, 1};
-            SP<IDataVideo> const withAlpha = MakeFrame(ByName(source), info, 0, 0, 5);
-            SP<IDataVideo> const converted = MakeFrame(format, info);
-            SP<IDataVideo> const expected = MakeFrame(format, info);
-            auto const work = [&] {
-                converter->Premultiply(*withAlpha->GetAVFrame(), *converted->GetAVFrame());
-            };
-            if (table.contains(static_cast<int>(format))) {
-                work();
-                BlendPlainly(*expected, *withAlpha, background);
-            } else {
-                Failure const failure = Catch(work);
-                EXPECT_EQ(failure.text, "Not implemented for '" + NameOf(format) + "' format");
-                EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/Picture/Premultiply");
-            }
-            ASSERT_EQ(GetPixels(*converted), GetPixels(*expected));
-        }
-    SP<IDataVideo> const wide = MakeFrame(PixFmt::RGBA, {40, 11, 1, 1});
-    SP<IDataVideo> const narrow = MakeFrame(PixFmt::RGB24, {37, 11, 1, 1});
-    EXPECT_EQ(Catch([&] { converter->Premultiply(*wide->GetAVFrame(), *narrow->GetAVFrame()); }).text,
-              "The alpha is that of 40x11 pixels, the picture has 37x11");
-}
-
 TEST(PixelFormatConverter, LosesAlphaOntoTheBackgroundInEveryFormat) {
     PixColor const background{20, 200, 100, 255};
     PixColor const color{230, 80, 40, 255};
     constexpr ColorSpace space{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, AVCOL_PRI_BT709};
-    for (char const* source : {"rgba", "yuva444p", "gbrap16be"})
-        for (int const alpha : {0, 64, 128, 255}) {
-            double const share = alpha / 255.0;
-            auto const mix = [&](int over, int under) {
-                return static_cast<std::uint8_t>(std::lround(over * share + under * (1 - share)));
-            };
-            PixColor const expected{mix(color.red, background.red), mix(color.green, background.green),
-                                    mix(color.blue, background.blue), 255};
-            SP<IDataVideo> const frame =
-                PaintFrame(ByName(source), space, {16, 8, 1, 1}, [&](auto, auto) -> PixColor {
-                    return {color.red, color.green, color.blue, static_cast<std::uint8_t>(alpha)};
-                });
-            for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
-                auto const& description = PixFmtDescription::Find(format);
-                bool const isGray = description.GetName().starts_with("gray");
-                if (description.HasAlpha() || isGray)
-                    continue;
-                SP<IDataVideo> const result =
-                    Convert(frame, "background=#14c864:formats=" + description.GetName());
-                // Steps of the coarsest component, and what is rounded on the way.
-                int const step = description.GetDepth() >= 8  ? 5
-                                 : description.GetDepth() > 3 ? 20
-                                 : description.GetDepth() > 2 ? 90
-                                                              : 256;
-                for (PixColor const& pixel : ReadColours(*result))
-                    ASSERT_LE(Difference(pixel, expected, false), step)
-                        << source << " alpha " << alpha << " to " << description.GetName() << ": "
-                        << int{pixel.red} << ' ' << int{pixel.green} << ' ' << int{pixel.blue};
+    // One alpha in each quarter of the picture.
+    constexpr std::uint8_t alphas[]{0, 64, 128, 255};
+    auto const alphaAt = [&](std::uint32_t x, std::uint32_t y) { return alphas[x / 16 + 2 * (y / 16)]; };
+    for (char const* source : {"rgba", "yuva444p", "yuva420p", "gbrap16be"}) {
+        SP<IDataVideo> const frame =
+            PaintFrame(ByName(source), space, {32, 32, 1, 1}, [&](auto x, auto y) -> PixColor {
+                return {color.red, color.green, color.blue, alphaAt(x, y)};
+            });
+        for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
+            auto const& description = PixFmtDescription::Find(format);
+            bool const isGray = description.GetName().starts_with("gray");
+            if (description.HasAlpha() || isGray)
+                continue;
+            SCOPED_TRACE(std::string(source) + " to " + description.GetName());
+            SP<IDataVideo> const result =
+                Convert(frame, "background=#14c864:formats=" + description.GetName());
+            std::vector<PixColor> const pixels = ReadColours(*result);
+            // Steps of the coarsest component, and what is rounded on the way.
+            int const step = description.GetDepth() >= 8  ? 5
+                             : description.GetDepth() > 3 ? 20
+                             : description.GetDepth() > 2 ? 90
+                                                          : 256;
+            for (auto const& [x, y] : {std::pair{8U, 8U}, {24U, 8U}, {8U, 24U}, {24U, 24U}}) {
+                double const share = alphaAt(x, y) / 255.0;
+                auto const mix = [&](int over, int under) {
+                    return static_cast<std::uint8_t>(std::lround(over * share + under * (1 - share)));
+                };
+                PixColor const expected{mix(color.red, background.red), mix(color.green, background.green),
+                                        mix(color.blue, background.blue), 255};
+                PixColor const& pixel = pixels[y * 32 + x];
+                EXPECT_LE(Difference(pixel, expected, false), step)
+                    << x << ' ' << y << ": " << int{pixel.red} << ' ' << int{pixel.green} << ' '
+                    << int{pixel.blue};
             }
         }
+    }
 }
 
 TEST(PixelFormatConverter, GrayOfTransparentPicturesIsThatOfTheBackground) {
@@ -446,14 +374,10 @@ TEST(PixelFormatConverter, RefusesOrTellsLosses) {
             EXPECT_EQ(Catch([&] { (void)strict->Describe(*codec); }).text, message);
             EXPECT_EQ(codec->GetPixelFormat(), ByName(row.from));
         }
-
-        LogWatch log(30);
-        for (int i = 0; i < 2; ++i) {
-            data = frame;
-            lenient->Process(data);
-        }
-        using Lines = std::vector<std::string>;
-        EXPECT_EQ(log.Take(), row.mask == 0 ? Lines{} : Lines{"PixelFormatConverterFF.cpp: " + message});
+        data = frame;
+        lenient->Process(data);
+        EXPECT_EQ(data->GetPixelFormat(), ByName(row.to));
+        EXPECT_EQ(lenient->GetStatistic()["Options"].GetString(), row.description);
     }
     auto const opaque = MakeConverter("formats=rgb24:alpha=0:refuse-loss=1");
     SP<IDataVideo> data = MakeFrame(PixFmt::RGBA);
@@ -481,13 +405,6 @@ TEST(PixelFormatConverter, RefusesWhatItCannotReadOrMake) {
     converter->SetSettings(settings);
     converter->Process(data);
     EXPECT_EQ(data->GetPixelFormat(), PixFmt::RGB24);
-}
-
-TEST(PixelFormatConverter, TellsItsLastConversion) {
-    auto const converter = MakeConverter("formats=rgb24|gray:alpha=0");
-    Apply(*converter, MakeFrame());
-    Apply(*converter, MakeFrame(PixFmt::RGBA));
-    EXPECT_EQ(converter->GetStatistic()["Options"].GetString(), "rgba -> rgb24");
 }
 
 } // namespace

@@ -20,7 +20,7 @@
 namespace Tarsel::Test {
 namespace {
 
-/// In the order of registration; those of sound and of two inputs are marked. Others may follow.
+/// In the order of registration; those of sound and of two inputs are marked.
 constexpr char const* s_all =
     "flip transpose display-matrix deshake stabilizer pixel-format denoise-chroma-luma denoise-dct "
     "denoise-wavelet edge-detect emboss balance-chroma blur color-channel-mixer negate noise border "
@@ -70,7 +70,7 @@ TEST(Registrator, RegistersAllInOrderEachTime) {
         Registrar registrar;
         registrar.answer = answer;
         EXPECT_EQ(Registrator(registrar), answer);
-        EXPECT_EQ(registrar.all.substr(0, std::string(s_all).size()), s_all);
+        EXPECT_EQ(registrar.all, s_all);
     }
 }
 

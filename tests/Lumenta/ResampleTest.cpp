@@ -2,8 +2,6 @@
 #include "Conf/FormatCodecVideo.h"
 #include "Proc/Effects/Lumenta/Effects/ResampleFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Settings/Orientation.h"
-#include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Wrappers/FFmpegText.h"
 #include "Support/Process.h"
 #include "Support/SoundStream.h"
@@ -12,7 +10,6 @@
 #include <gmock/gmock.h>
 
 #include <string>
-#include <typeinfo>
 #include <vector>
 
 extern "C" {
@@ -128,17 +125,6 @@ TEST(Resample, GivesAllOfTheSoundBothWays) {
         }
 }
 
-TEST(Resample, PassesWhatIsAlreadyWhatIsAskedFor) {
-    for (SampleInfo const& asked : {SampleInfo{}, s_cd, SampleInfo{SampleFormats::Unknown, 44100, {}},
-                                    SampleInfo{SampleFormats::S16, -1, s_stereo}}) {
-        auto const effect = MakeResampler(asked);
-        Blocks const blocks = MakeBlocks(s_cd, 10000);
-        EXPECT_EQ(RunProcess(*effect, blocks), blocks);
-        EXPECT_EQ(RunStream(*effect, blocks), blocks);
-        EXPECT_EQ(effect->GetStatistic()["Processed"].GetInt64(), 0);
-    }
-}
-
 TEST(Resample, TheRestOfOneFormComesBeforeTheNext) {
     SampleInfo const phone{SampleFormats::U8, 8000, s_mono};
     SampleInfo const asked{SampleFormats::Unknown, 48000, {}};
@@ -159,24 +145,6 @@ TEST(Resample, TheRestOfOneFormComesBeforeTheNext) {
         EXPECT_EQ(parts[1].start, 1'000'000);
         EXPECT_EQ(parts[3].start, 2'500'000);
     }
-}
-
-TEST(Resample, WhatIsHeldBackComesOutUnderTheSettingsItCameUnder) {
-    auto const effect = MakeResampler({SampleFormats::Unknown, 48000, {}});
-    effect->Feed(MakeSoundNoise(s_cd, 4410));
-    Blocks results = TakeAll(*effect);
-    effect->Init({SampleFormats::Unknown, 8000, {}});
-    results = results + RunStream(*effect, MakeBlocks(s_cd, 44100, 100'000));
-    std::vector<Stretch> const parts = GetStretches(results);
-    ASSERT_EQ(parts.size(), 2U);
-    EXPECT_EQ(parts[0].samples, 4800);
-    EXPECT_EQ(parts[1].samples, 8000);
-
-    effect->Feed(MakeSoundNoise(s_cd, 4410));
-    effect->Reset();
-    EXPECT_EQ(effect->Take(), nullptr);
-    effect->End();
-    EXPECT_EQ(effect->Take(), nullptr);
 }
 
 TEST(Resample, TheFormatItAnnouncesIsTheOneThatComesOut) {
@@ -221,23 +189,13 @@ TEST(Resample, RefusesWhatCannotBeConvertedAndGoesOn) {
     EXPECT_EQ(GetStretches(RunStream(*effect, MakeBlocks(s_cd, 4410)))[0].samples, 4800);
 }
 
-TEST(Resample, Settings) {
-    SP<Proc::ResampleFF> const effect = Proc::ResampleFF::Create({}, {});
-    EXPECT_TRUE(effect->GetSettingsBase().IsEmpty());
-    effect->Init(s_cd);
-    Proc::SettingsResample settings;
-    settings.Deserialize("format=s16:rate=44100:layout=stereo");
-    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(settings));
-    Core::Property const property = effect->GetSettings();
-    EXPECT_EQ(property["rate"].GetInt64(), 44100);
+TEST(Resample, TakesSettingsThreeWays) {
+    SP<Proc::ResampleFF> const effect = MakeResampler(s_cd);
     SP<Proc::ResampleFF> const other = Proc::ResampleFF::Create({}, {});
-    other->SetSettings(property);
-    EXPECT_TRUE(other->GetSettingsBase().IsEqualTo(settings));
+    other->SetSettings(effect->GetSettings());
+    EXPECT_TRUE(other->GetSettingsBase().IsEqualTo(effect->GetSettingsBase()));
     other->InitByFormat(MakeSP<Conf::FormatCodecAudio>(SampleInfo{SampleFormats::Unknown, 48000, {}}));
     EXPECT_EQ(other->GetSettings()["rate"].GetInt64(), 48000);
-    effect->SetSettings(other->GetSettingsBase());
-    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(other->GetSettingsBase()));
-
     EXPECT_THROW(effect->InitByFormat(nullptr), Proc::EffectException);
     EXPECT_THAT(
         [&] {
@@ -246,18 +204,7 @@ TEST(Resample, Settings) {
         testing::ThrowsMessage<Proc::SettingsException>(
             "resample: rate=-7 is out of range: 0 to 768000 (Hz)"));
     EXPECT_THROW(effect->Init({static_cast<SampleFormats>(77), 44100, {}}), Proc::SettingsException);
-    EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(other->GetSettingsBase()));
-}
-
-TEST(Resample, Statistic) {
-    auto const effect = MakeResampler(s_film);
-    RunStream(*effect, {MakeSoundNoise(s_cd, 100), MakeSoundNoise(s_film, 100), MakeSoundNoise(s_cd, 0),
-                        MakeSoundNoise(s_cd, 100)});
-    Core::Property const statistic = effect->GetStatistic();
-    EXPECT_EQ(statistic["Name"].GetString(),
-              "virtual Core::Property Tarsel::Proc::ResampleFF::GetStatistic() const");
-    EXPECT_EQ(statistic["Processed"].GetInt64(), 2);
-    EXPECT_EQ(statistic["Options"].GetString(), "44100 Hz s16 stereo -> 48000 Hz fltp stereo");
+    EXPECT_EQ(effect->GetSettings()["rate"].GetInt64(), 44100);
 }
 
 /// Bit for bit what the ffmpeg program makes of it, but for a last sample of which less than a half lies

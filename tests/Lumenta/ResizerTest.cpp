@@ -3,8 +3,8 @@
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Effects/EffectImageResizer.h"
-#include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameFields.h"
+#include "Support/TextRows.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -38,15 +38,58 @@ SP<IDataVideo> Resize(SP<IDataVideo> const& data, std::string const& settings) {
     return Apply(*MakeResizer(settings), data);
 }
 
-struct GeometryCase {
-    char const* format;
-    /// "<width>x<height> <pixel aspect>"
-    std::string from;
-    char const* settings;
-    /// As Describe tells it after the frame's own size; "" where the frame passes untouched.
-    std::string description;
-    std::string to;
-};
+/// "<format> <settings> => <description> @ <size and pixel aspect> -> <the same of what comes out>"; the
+/// description as Describe tells it after the frame's own size, nothing where the frame passes untouched.
+constexpr char const* s_geometries = R"(
+# One side follows from the other.
+rgb24 width=320 => 320x180, bicubic @ 640x360 1:1 -> 320x180 1:1
+rgb24 height=100 => 178x100, bicubic @ 640x360 0:1 -> 178x100 0:1
+rgb24 width=100 => 100x178, bicubic @ 360x640 1:1 -> 100x178 1:1
+rgb24 width=7 => 7x7, bicubic @ 1x1 1:1 -> 7x7 1:1
+rgb24 width=20 => 20x1, bicubic @ 500x1 1:1 -> 20x1 1:1
+yuv420p height=100 => 178x100, bicubic @ 640x360 1:1 -> 178x100 1:1
+yuv420p width=101 => 100x56, bicubic, rounded to whole chroma samples @ 640x360 1:1 -> 100x56 1:1
+yuv420p width=1:height=2 => 2x2, bicubic, rounded to whole chroma samples @ 1x1 1:1 -> 2x2 1:1
+yuv422p height=241 => 322x241, bicubic @ 641x481 1:1 -> 322x241 1:1
+yuv410p width=30 => 28x28, bicubic, rounded to whole chroma samples @ 64x64 1:1 -> 28x28 1:1
+# Pixels that are not square.
+yuv420p width=1024 => 1024x768, bicubic, pixel aspect 1:1 @ 720x576 16:15 -> 1024x768 1:1
+yuv420p height=576 => 768x576, bicubic, pixel aspect 1:1 @ 720x576 16:15 -> 768x576 1:1
+yuv420p width=1920:height=1080:fit=inside => 1920x1080, bicubic, pixel aspect 1:1 @ 720x576 64:45 -> 1920x1080 1:1
+yuv420p width=1920:height=1080:fit=pad => 1440x1080, bicubic, padded to 1920x1080, pixel aspect 1:1 @ 720x576 16:15 -> 1920x1080 1:1
+yuv420p width=640:height=640:fit=crop => 640x640, bicubic, cropped to 540x576, pixel aspect 1:1 @ 720x576 16:15 -> 640x640 1:1
+# Stretched.
+rgb24 width=1024:height=768 => 1024x768, bicubic, pixel aspect 1:1 @ 720x576 16:15 -> 1024x768 1:1
+rgb24 width=640:height=240 => 640x240, bicubic, pixel aspect 1:2 @ 640x480 1:1 -> 640x240 1:2
+rgb24 width=640:height=240 => 640x240, bicubic @ 640x480 0:1 -> 640x240 0:1
+rgb24 width=1:height=5 => 1x5, bicubic, pixel aspect 2147483647:1 @ 3x5 4294967295:1 -> 1x5 2147483647:1
+# Inside.
+rgb24 width=320:height=320:fit=inside => 320x180, bicubic @ 640x360 1:1 -> 320x180 1:1
+rgb24 width=320:height=320:fit=inside => 180x320, bicubic @ 360x640 1:1 -> 180x320 1:1
+yuv420p width=99:height=99:fit=inside => 98x32, bicubic, rounded to whole chroma samples @ 333x111 1:1 -> 98x32 1:1
+rgb24 width=4:height=9:fit=inside => 4x4, bicubic @ 1x1 1:1 -> 4x4 1:1
+rgb24 width=10:height=10:fit=inside => 10x1, bicubic @ 1000x1 1:1 -> 10x1 1:1
+# Framed.
+rgb24 width=320:height=320:fit=pad => 320x180, bicubic, padded to 320x320 @ 640x360 1:1 -> 320x320 1:1
+rgb24 width=321:height=320:fit=pad => 180x320, bicubic, padded to 321x320 @ 360x640 1:1 -> 321x320 1:1
+rgb24 width=320:height=180:fit=pad => 320x180, bicubic @ 640x360 1:1 -> 320x180 1:1
+yuv420p width=51:height=51:fit=pad => 16x50, bicubic, padded to 50x50, rounded to whole chroma samples @ 33x99 1:1 -> 50x50 1:1
+# Cut off.
+rgb24 width=90:height=90:fit=crop => 90x90, bicubic, cropped to 360x360 @ 640x360 1:1 -> 90x90 1:1
+rgb24 width=100:height=50:fit=crop => 100x50, bicubic, cropped to 361x181 @ 361x640 1:1 -> 100x50 1:1
+yuv420p width=90:height=90:fit=crop => 90x90, bicubic, cropped to 362x361 @ 641x361 1:1 -> 90x90 1:1
+rgb24 width=30:height=10:fit=crop => 30x10, bicubic @ 1x1 1:1 -> 30x10 1:1
+rgb24 width=10:height=10:fit=crop => 10x10, bicubic, cropped to 2x2 @ 5000x2 1:1 -> 10x10 1:1
+# The size that the frame has.
+rgb24 => @ 640x360 1:1 -> 640x360 1:1
+rgb24 width=640 => @ 640x360 1:1 -> 640x360 1:1
+yuv420p width=641:height=361:fit=pad => @ 641x361 7:5 -> 641x361 7:5
+yuv420p width=641:height=361 => @ 640x360 1:1 -> 640x360 1:1
+pal8 width=10:fit=crop => @ 10x10 1:1 -> 10x10 1:1
+# Values that cannot be mixed.
+pal8 width=5:algorithm=area => 5x5, area, as rgba @ 10x10 1:1 -> 5x5 1:1
+xyz12be width=5:algorithm=neighbor => 5x5, neighbor, as rgb48le @ 10x10 1:1 -> 5x5 1:1
+)";
 
 FrameInfo ToInfo(std::string const& text) {
     std::istringstream stream(text);
@@ -56,79 +99,16 @@ FrameInfo ToInfo(std::string const& text) {
     return info;
 }
 
-GeometryCase const s_geometries[] = {
-    // One side follows from the other.
-    {"rgb24", "640x360 1:1", "width=320", "320x180, bicubic", "320x180 1:1"},
-    {"rgb24", "640x360 0:1", "height=100", "178x100, bicubic", "178x100 0:1"},
-    {"rgb24", "360x640 1:1", "width=100", "100x178, bicubic", "100x178 1:1"},
-    {"rgb24", "1x1 1:1", "width=7", "7x7, bicubic", "7x7 1:1"},
-    {"rgb24", "500x1 1:1", "width=20", "20x1, bicubic", "20x1 1:1"},
-    {"yuv420p", "640x360 1:1", "height=100", "178x100, bicubic", "178x100 1:1"},
-    {"yuv420p", "640x360 1:1", "width=101", "100x56, bicubic, rounded to whole chroma samples", "100x56 1:1"},
-    {"yuv420p", "1x1 1:1", "width=1:height=2", "2x2, bicubic, rounded to whole chroma samples", "2x2 1:1"},
-    {"yuv422p", "641x481 1:1", "height=241", "322x241, bicubic", "322x241 1:1"},
-    {"yuv410p", "64x64 1:1", "width=30", "28x28, bicubic, rounded to whole chroma samples", "28x28 1:1"},
-    // Pixels that are not square.
-    {"yuv420p", "720x576 16:15", "width=1024", "1024x768, bicubic, pixel aspect 1:1", "1024x768 1:1"},
-    {"yuv420p", "720x576 16:15", "height=576", "768x576, bicubic, pixel aspect 1:1", "768x576 1:1"},
-    {"yuv420p", "720x576 64:45", "width=1920:height=1080:fit=inside", "1920x1080, bicubic, pixel aspect 1:1",
-     "1920x1080 1:1"},
-    {"yuv420p", "720x576 16:15", "width=1920:height=1080:fit=pad",
-     "1440x1080, bicubic, padded to 1920x1080, pixel aspect 1:1", "1920x1080 1:1"},
-    {"yuv420p", "720x576 16:15", "width=640:height=640:fit=crop",
-     "640x640, bicubic, cropped to 540x576, pixel aspect 1:1", "640x640 1:1"},
-    // Stretched.
-    {"rgb24", "720x576 16:15", "width=1024:height=768", "1024x768, bicubic, pixel aspect 1:1",
-     "1024x768 1:1"},
-    {"rgb24", "640x480 1:1", "width=640:height=240", "640x240, bicubic, pixel aspect 1:2", "640x240 1:2"},
-    {"rgb24", "640x480 0:1", "width=640:height=240", "640x240, bicubic", "640x240 0:1"},
-    {"rgb24", "3x5 4294967295:1", "width=1:height=5", "1x5, bicubic, pixel aspect 2147483647:1",
-     "1x5 2147483647:1"},
-    // Inside.
-    {"rgb24", "640x360 1:1", "width=320:height=320:fit=inside", "320x180, bicubic", "320x180 1:1"},
-    {"rgb24", "360x640 1:1", "width=320:height=320:fit=inside", "180x320, bicubic", "180x320 1:1"},
-    {"yuv420p", "333x111 1:1", "width=99:height=99:fit=inside",
-     "98x32, bicubic, rounded to whole chroma samples", "98x32 1:1"},
-    {"rgb24", "1x1 1:1", "width=4:height=9:fit=inside", "4x4, bicubic", "4x4 1:1"},
-    {"rgb24", "1000x1 1:1", "width=10:height=10:fit=inside", "10x1, bicubic", "10x1 1:1"},
-    // Framed.
-    {"rgb24", "640x360 1:1", "width=320:height=320:fit=pad", "320x180, bicubic, padded to 320x320",
-     "320x320 1:1"},
-    {"rgb24", "360x640 1:1", "width=321:height=320:fit=pad", "180x320, bicubic, padded to 321x320",
-     "321x320 1:1"},
-    {"rgb24", "640x360 1:1", "width=320:height=180:fit=pad", "320x180, bicubic", "320x180 1:1"},
-    {"yuv420p", "33x99 1:1", "width=51:height=51:fit=pad",
-     "16x50, bicubic, padded to 50x50, rounded to whole chroma samples", "50x50 1:1"},
-    // Cut off.
-    {"rgb24", "640x360 1:1", "width=90:height=90:fit=crop", "90x90, bicubic, cropped to 360x360",
-     "90x90 1:1"},
-    {"rgb24", "361x640 1:1", "width=100:height=50:fit=crop", "100x50, bicubic, cropped to 361x181",
-     "100x50 1:1"},
-    {"yuv420p", "641x361 1:1", "width=90:height=90:fit=crop", "90x90, bicubic, cropped to 362x361",
-     "90x90 1:1"},
-    {"rgb24", "1x1 1:1", "width=30:height=10:fit=crop", "30x10, bicubic", "30x10 1:1"},
-    {"rgb24", "5000x2 1:1", "width=10:height=10:fit=crop", "10x10, bicubic, cropped to 2x2", "10x10 1:1"},
-    // The size that the frame has.
-    {"rgb24", "640x360 1:1", "", "", "640x360 1:1"},
-    {"rgb24", "640x360 1:1", "width=640", "", "640x360 1:1"},
-    {"yuv420p", "641x361 7:5", "width=641:height=361:fit=pad", "", "641x361 7:5"},
-    {"yuv420p", "640x360 1:1", "width=641:height=361", "", "640x360 1:1"},
-    {"pal8", "10x10 1:1", "width=10:fit=crop", "", "10x10 1:1"},
-    // Values that cannot be mixed.
-    {"pal8", "10x10 1:1", "width=5:algorithm=area", "5x5, area, as rgba", "5x5 1:1"},
-    {"xyz12be", "10x10 1:1", "width=5:algorithm=neighbor", "5x5, neighbor, as rgb48le", "5x5 1:1"},
-};
-
 TEST(Resizer, MakesTheSizeItTells) {
-    for (GeometryCase const& row : s_geometries) {
-        SCOPED_TRACE(row.format + (' ' + row.from) + ' ' + row.settings);
-        auto const resizer = MakeResizer(row.settings);
-        PixFmt const format = ByName(row.format);
-        FrameInfo const from = ToInfo(row.from);
-        FrameInfo const to = ToInfo(row.to);
-        std::string const size = row.from.substr(0, row.from.find(' '));
-        bool const passes = row.description.empty();
-        EXPECT_EQ(Describe(*resizer, format, from), passes ? "" : size + " -> " + row.description);
+    for (TextRow const& row : ReadTextRows(s_geometries)) {
+        SCOPED_TRACE(row.classId + ' ' + row.options + ' ' + row.remark);
+        auto const resizer = MakeResizer(row.options);
+        PixFmt const format = ByName(row.classId.c_str());
+        FrameInfo const from = ToInfo(row.remark);
+        FrameInfo const to = ToInfo(row.remark.substr(row.remark.find("->") + 3));
+        std::string const size = row.remark.substr(0, row.remark.find(' '));
+        bool const passes = row.text.empty();
+        EXPECT_EQ(Describe(*resizer, format, from), passes ? "" : size + " -> " + row.text);
         auto const codec = Ask(*resizer, format, from);
         EXPECT_EQ(codec->GetFrameInfo(), to);
 
@@ -181,15 +161,6 @@ TEST(Resizer, UnpacksPixelsThatShareBytes) {
             bool const hasBars = result->GetFrameInfo().width == 320;
             EXPECT_TRUE(!hasBars || Difference(colours.front(), colours.back(), true) == 0);
         }
-}
-
-TEST(Resizer, RefusesNegativeSides) {
-    Proc::SettingsResizer settings;
-    settings.width = -5;
-    auto const resizer = MakeSP<Proc::EffectImageResizer>();
-    resizer->SetSettings(settings);
-    SP<IDataVideo> frame = MakeFrame();
-    EXPECT_THROW(resizer->Process(frame), Proc::EffectException);
 }
 
 /// Every format, up and down, framed and cut: one colour stays that colour, nothing is read or written
@@ -388,21 +359,15 @@ TEST(Resizer, KeepsColourSpaceAndDropsWhatSpeaksOfOldPlaces) {
 }
 
 TEST(Resizer, CountsInterlacedFramesWhoseFieldsMix) {
-    LogWatch log(30);
-    auto const resizer = MakeResizer("width=32:height=24");
-    for (int i = 0; i < 2; ++i) {
-        SP<IDataVideo> data = MakeFrame();
-        Proc::SetFrameFieldOrder(*data->GetAVFrame(), Proc::FieldOrder::BottomFirst);
-        resizer->Process(data);
+    for (auto const& [settings, count] : {std::pair{"width=32:height=24", 2}, {"width=32:height=48", 0}}) {
+        auto const resizer = MakeResizer(settings);
+        for (int i = 0; i < 2; ++i) {
+            SP<IDataVideo> data = MakeFrame();
+            Proc::SetFrameFieldOrder(*data->GetAVFrame(), Proc::FieldOrder::BottomFirst);
+            resizer->Process(data);
+        }
+        EXPECT_EQ(resizer->GetStatistic()["Interlaced"].GetInt64(), count);
     }
-    EXPECT_EQ(resizer->GetStatistic()["Interlaced"].GetInt64(), 2);
-    EXPECT_EQ(log.Take(), std::vector<std::string>{"EffectImageResizer.cpp: Interlaced frames are resized as "
-                                                   "whole pictures, which mixes their fields"});
-    SP<IDataVideo> data = MakeFrame();
-    Proc::SetFrameFieldOrder(*data->GetAVFrame(), Proc::FieldOrder::BottomFirst);
-    auto const narrower = MakeResizer("width=32:height=48");
-    narrower->Process(data);
-    EXPECT_EQ(narrower->GetStatistic()["Interlaced"].GetInt64(), 0);
 }
 
 TEST(Resizer, EveryAlgorithmTakesTheExtremes) {
@@ -420,15 +385,6 @@ TEST(Resizer, EveryAlgorithmTakesTheExtremes) {
                     ASSERT_LE(Difference(pixel, {60, 60, 60, 255}, true), 2)
                         << format << ' ' << settings << ' ' << int{pixel.red};
             }
-}
-
-TEST(Resizer, IsOneEffectUnderTwoIds) {
-    for (std::string const& id : {std::string("resize"), Proc::IResizeComplex::EXTENDED_CLASS_ID}) {
-        auto const effect = MakeEffect(id);
-        EXPECT_NE(dynamic_cast<Proc::IResizeComplex*>(effect.get()), nullptr);
-        EXPECT_EQ(effect->GetStatistic()["Name"].GetString(),
-                  "virtual Core::Property Tarsel::Proc::EffectImageResizer::GetStatistic() const");
-    }
 }
 
 } // namespace

@@ -27,22 +27,14 @@ TEST(RotateGeometry, TakesWholeTurnsOut) {
     };
     for (Case const& row : {Case{0, 0, 0, true},
                             {90, 90, 1, true},
-                            {180, 180, 2, true},
-                            {270, 270, 3, true},
                             {360, 0, 0, true},
                             {450, 90, 1, true},
-                            {36090, 90, 1, true},
                             {-90, -90, -1, true},
-                            {-180, -180, -2, true},
-                            {-270, -270, -3, true},
-                            {-360, 0, 0, true},
                             {-450, -90, -1, true},
                             {90.000001, 90.000001, 1, true},
                             {-89.999999, -89.999999, -1, true},
                             {89.99999, 89.99999, 1, false},
                             {-90.00001, -90.00001, 0, false},
-                            {-63, -63, 0, false},
-                            {30, 30, 0, false},
                             {400, 40, 0, false},
                             {-400, -400, -3, false},
                             {-500, -140, -1, false}}) {
@@ -69,32 +61,6 @@ TEST(RotateGeometry, CountsQuarterTurnsIn32Bits) {
                             "2147483647");
     EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/Picture/RotateGeometry");
     EXPECT_TRUE(failure.hasStack);
-}
-
-TEST(RotateGeometry, KnownSizes) {
-    struct Case {
-        double degrees;
-        std::uint32_t width;
-        std::uint32_t height;
-        PictureSize pad;
-        PictureSize crop;
-    };
-    for (Case const& row : {Case{30, 1920, 1080, {2204, 1896}, {1094, 614}},
-                            {-30, 1920, 1080, {2204, 1896}, {1094, 614}},
-                            {60, 1920, 1080, {1896, 2204}, {614, 1094}},
-                            {210, 1920, 1080, {2204, 1896}, {1094, 614}},
-                            {90, 64, 48, {48, 64}, {48, 64}},
-                            {45, 100, 100, {142, 142}, {70, 70}},
-                            {0, 63, 47, {64, 48}, {62, 46}},
-                            {30, 1, 1, {2, 2}, {0, 0}}}) {
-        EXPECT_EQ(Proc::ComputeSizePad(row.width, row.height, row.degrees * s_degree), row.pad)
-            << row.degrees;
-        EXPECT_EQ(Proc::ComputeSizeCrop(row.width, row.height, row.degrees * s_degree), row.crop)
-            << row.degrees;
-    }
-    constexpr std::uint32_t huge = std::numeric_limits<std::uint32_t>::max();
-    constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
-    EXPECT_EQ(Proc::ComputeSizePad(huge, huge, 1), (PictureSize{most, most}));
 }
 
 /// A picture of random size, turned by a random angle.
@@ -127,6 +93,9 @@ std::vector<Turned> MakeTurned() {
 }
 
 TEST(RotateGeometry, PadHoldsThePictureAndNoMore) {
+    constexpr std::uint32_t huge = std::numeric_limits<std::uint32_t>::max();
+    constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+    EXPECT_EQ(Proc::ComputeSizePad(huge, huge, 1), (PictureSize{most, most}));
     for (Turned const& each : MakeTurned()) {
         SCOPED_TRACE(testing::Message() << each.width << 'x' << each.height << ' ' << each.angle);
         double const sine = std::abs(std::sin(each.angle));
@@ -142,6 +111,7 @@ TEST(RotateGeometry, PadHoldsThePictureAndNoMore) {
 }
 
 TEST(RotateGeometry, CropIsTheLargestBoxInside) {
+    EXPECT_EQ(Proc::ComputeSizeCrop(1, 1, 30 * s_degree), (PictureSize{0, 0}));
     for (Turned const& each : MakeTurned()) {
         SCOPED_TRACE(testing::Message() << each.width << 'x' << each.height << ' ' << each.angle);
         PictureSize const size = Proc::ComputeSizeCrop(each.width, each.height, each.angle);

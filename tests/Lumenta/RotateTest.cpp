@@ -1,8 +1,7 @@
-#include "CustomDoubles.h"
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Effects/RotateFF.h"
-#include "Proc/Settings/Orientation.h"
+#include "Support/LibraryEffects.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +13,6 @@ using Conf::FrameInfo;
 using Conf::PixFmt;
 using Proc::IDataVideo;
 using Rotate = Proc::SettingsEffectRotate;
-using Transpose = Proc::SettingsEffectTranspose;
 using Mode = Rotate::SizeMode;
 
 Rotate MakeSettings(double degrees, Mode mode = Mode::Keep) {
@@ -37,40 +35,6 @@ void Set(Proc::IOneInputEffectVideo& effect, Rotate const& settings) {
 
 FrameInfo AskInfo(Proc::IOneInputEffectVideo& effect, FrameInfo const& info = s_small) {
     return Ask(effect, PixFmt::YUV420P, info)->GetFrameInfo();
-}
-
-TEST(Rotate, HandsQuarterTurnsToTheTransposeEffect) {
-    SP<IDataVideo> const frame = MakeFrame();
-    for (auto const& [degrees, step] : {std::pair{90.0, 1},
-                                        {180.0, 2},
-                                        {270.0, 3},
-                                        {-90.0, 3},
-                                        {-180.0, 2},
-                                        {450.0, 1},
-                                        {-450.0, 3},
-                                        {360.0, 0},
-                                        {90.000001, 1}}) {
-        SCOPED_TRACE(degrees);
-        auto const idle = MakeSP<IdleEffect>();
-        auto const factory = MakeSP<OneEffectFactory>(idle);
-        auto const effect = MakeRotate(degrees, Mode::Pad, factory);
-        EXPECT_EQ(factory->asked, std::vector<std::string>{"transpose default"});
-        ASSERT_TRUE(idle->kept);
-        EXPECT_TRUE(idle->kept->IsEqualTo(Transpose(step)));
-        EXPECT_EQ(CountGraphs([&] { EXPECT_EQ(Apply(*effect, frame), frame); }), 0);
-        EXPECT_EQ(idle->calls, 1);
-        EXPECT_EQ(Describe(*effect), "transpose step=" + std::to_string(step));
-        EXPECT_EQ(Ask(*effect)->GetPixelFormat(), PixFmt::PAL8) << "the effect's own answer";
-        EXPECT_EQ(factory->asked.size(), 1U);
-
-        Set(*effect, MakeSettings(30));
-        Apply(*effect, frame);
-        EXPECT_EQ(idle->calls, 1) << "given up with the quarter turn";
-    }
-    auto const idle = MakeSP<OneEffectFactory>(MakeSP<IdleEffect>());
-    for (double degrees : {89.99999, 30.0, 0.0})
-        EXPECT_NE(Apply(*MakeRotate(degrees, Mode::Keep, idle), frame), nullptr);
-    EXPECT_EQ(idle->asked, std::vector<std::string>{});
 }
 
 TEST(Rotate, QuarterTurnsAreThoseOfThisLibrary) {
@@ -114,9 +78,7 @@ TEST(Rotate, ComputesTheSizeOfEachFrame) {
     std::string const text = "rotate=angle=0.524:fillcolor=0x000000ff:out_w=";
     EXPECT_EQ(Describe(*effect, PixFmt::YUV420P, full), text + "2204:out_h=1896");
 
-    LogWatch log(30);
     EXPECT_EQ(Apply(*effect, MakeFrame())->GetFrameInfo(), (FrameInfo{80, 74, 1, 1}));
-    EXPECT_EQ(log.Take().at(1), "EffectFF.cpp: ffmpeg apply with: " + text + "80:out_h=74");
     EXPECT_EQ(CountGraphs([&] { Apply(*effect, MakeFrame()); }), 0);
     EXPECT_EQ(AskInfo(*effect), (FrameInfo{80, 74, 1, 1}));
     EXPECT_EQ(AskInfo(*effect, full), (FrameInfo{2204, 1896, 1, 1}));
@@ -128,32 +90,12 @@ TEST(Rotate, ComputesTheSizeOfEachFrame) {
     auto const& settings = static_cast<Rotate const&>(effect->GetSettingsBase());
     EXPECT_EQ(settings.outputWidth, 74);
     EXPECT_EQ(settings.outputHeight, 80);
-    log.Take();
     Set(*effect, MakeSettings(30, Mode::Pad));
-    EXPECT_EQ(log.Take().size(), 1U);
     EXPECT_EQ(settings.outputWidth, 0);
     EXPECT_EQ(AskInfo(*effect), (FrameInfo{80, 74, 1, 1}));
 
     Set(*effect, MakeSettings(30, Mode::Crop));
     EXPECT_EQ(Apply(*effect, MakeFrame(PixFmt::YUV420P, full))->GetFrameInfo(), (FrameInfo{1094, 614, 1, 1}));
-}
-
-TEST(Rotate, FillsInAFormatWithAlphaOfTheFramesOrder) {
-    Rotate settings = MakeSettings(30);
-    settings.fillColor = {1, 2, 3, 0};
-    auto const effect = Proc::RotateFF::Create({}, {});
-    Set(*effect, settings);
-    for (auto const& [format, result] : {std::pair{PixFmt::RGB24, PixFmt::RGBA},
-                                         {PixFmt::ABGR, PixFmt::ABGR},
-                                         {PixFmt::YUV420P, PixFmt::BGRA}}) {
-        EXPECT_EQ(Ask(*effect, format)->GetPixelFormat(), result);
-        SP<IDataVideo> const data = Apply(*effect, MakeFrame(format));
-        EXPECT_EQ(data->GetPixelFormat(), result);
-        std::string const corner = result == PixFmt::ABGR   ? std::string{0, 3, 2, 1}
-                                   : result == PixFmt::RGBA ? std::string{1, 2, 3, 0}
-                                                            : std::string{3, 2, 1, 0};
-        EXPECT_EQ(GetRaw(*data).substr(0, 4), corner);
-    }
 }
 
 TEST(Rotate, NamesFramesOfWhichNothingIsLeft) {
@@ -206,34 +148,6 @@ TEST_F(RotateStream, GoesOnThroughChangesOfAngleAndSize) {
     EXPECT_EQ(EndAndTake(*effect), Out{});
     Feed(*effect, 8);
     EXPECT_EQ(EndAndTake(*effect), (Out{{8, 48, 64}}));
-}
-
-TEST_F(RotateStream, BringsOutWhatTheTransposeEffectHoldsBack) {
-    auto const delaying = MakeSP<HostTest::StreamEffect>(
-        "transpose", [held = SP<IDataVideo>()](SP<IDataVideo> const& frame, HostTest::Frames& ready) mutable {
-            if (held)
-                ready.push_back(held);
-            held = frame;
-        });
-    auto const effect = MakeRotate(90, Mode::Keep, MakeSP<OneEffectFactory>(delaying));
-    Feed(*effect, 1);
-    Feed(*effect, 2);
-    Set(*effect, MakeSettings(30));
-    Feed(*effect, 3);
-    EXPECT_EQ(EndAndTake(*effect), (Out{{1, 64, 48}, {2, 64, 48}, {3, 64, 48}}));
-}
-
-TEST_F(RotateStream, TakesATransposeEffectThatIsNoStream) {
-    auto const idle = MakeSP<IdleEffect>();
-    auto const effect = MakeRotate(90, Mode::Keep, MakeSP<OneEffectFactory>(idle));
-    idle->work = [](SP<IDataVideo>& data) {
-        if (data->GetTime() == 1)
-            data = nullptr; // held back
-    };
-    Feed(*effect, 1);
-    Feed(*effect, 2);
-    EXPECT_EQ(EndAndTake(*effect), (Out{{2, 64, 48}}));
-    EXPECT_THROW(StreamOf(*effect).Feed({}), Proc::EffectException);
 }
 
 } // namespace

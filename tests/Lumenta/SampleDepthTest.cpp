@@ -1,6 +1,5 @@
 #include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 #include "Conf/PixFmtDescription.h"
-#include "EffectCases.h"
 #include "Frames.h"
 #include "Support/Watch.h"
 
@@ -125,27 +124,6 @@ TEST(SampleDepth, ReadsNoMoreThanThePicture) {
     SP<IDataVideo> const none = shown(16, 4);
     none->GetAVFrame()->data[0] = nullptr;
     EXPECT_NO_THROW(Check(*none)); // the graph refuses it
-}
-
-/// Without the check, these frames crash the filter.
-TEST(SampleDepth, TheDenoiserRefusesAndGoesOn) {
-    auto const effect = MakeEffect("denoise-chroma-luma", "");
-    auto& stream = StreamOf(*effect);
-    for (char const* name : {"yuv420p9le", "yuv422p10le", "yuv440p10be", "yuv444p12le", "gbrp10le"}) {
-        SP<IDataVideo> const good = MakeHighest(name, s_small);
-        SP<IDataVideo> const bad = MakeOverfullFrame(good->GetPixelFormat());
-        SP<IDataVideo> data = bad;
-        Failure const failure = Catch([&] { effect->Process(data); });
-        EXPECT_TRUE(failure.text.starts_with("denoise-chroma-luma takes samples of 0 to ")) << failure.text;
-        EXPECT_EQ(data, bad);
-        EXPECT_NE(Apply(*effect, good), nullptr);
-        effect->Reset();
-
-        stream.Feed(good);
-        EXPECT_EQ(Catch([&] { stream.Feed(bad); }).text, failure.text);
-        stream.Feed(good);
-        EXPECT_EQ(RunStream(*effect, {}).size(), 2U);
-    }
 }
 
 } // namespace

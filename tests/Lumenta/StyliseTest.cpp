@@ -109,26 +109,5 @@ TEST(Stylise, BordersInAChainAreExactAtAnySize) {
     EXPECT_GT(compared, 4);
 }
 
-/// The second answer comes from the cache, which only knows the pixel format.
-TEST(Stylise, BorderForetellsTheSizeEachTime) {
-    for (char const* name : {"yuv420p", "yuv410p", "nv12", "yuv440p", "rgb24", "pal8"})
-        for (char const* sides : {"type=own:left-fraction=0.13:top-fraction=0.19",
-                                  "type=width:left-fraction=0.31:top-fraction=0.07",
-                                  "type=height:left-fraction=0.11:top-fraction=1.5",
-                                  "type=shorter:left-fraction=0.123456789:top-fraction=0.21",
-                                  "type=longer:left-fraction=0.33333333333333331:top-fraction=0.17"})
-            for (Conf::FrameInfo const& info : {Conf::FrameInfo{65, 47, 4, 3}, {100, 200, 1, 1}}) {
-                auto const effect =
-                    MakeEffect("border", std::string(sides) + ":right-fraction=0.1:bottom-fraction=0.1");
-                SP<IDataVideo> const data = Apply(*effect, MakeFrame(ByName(name), info));
-                for (char const* from : {"graph", "cache"}) {
-                    auto const codec = Ask(*effect, ByName(name), info);
-                    EXPECT_EQ(codec->GetFrameInfo(), data->GetFrameInfo())
-                        << name << ' ' << sides << ' ' << from;
-                    EXPECT_EQ(codec->GetPixelFormat(), data->GetPixelFormat());
-                }
-            }
-}
-
 } // namespace
 } // namespace Tarsel::Test

@@ -1,14 +1,17 @@
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
+#include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 
 extern "C" {
+#include <libavutil/error.h>
 #include <libavutil/frame.h>
 #include <libavutil/pixfmt.h>
 #include <libavutil/version.h>
@@ -18,6 +21,7 @@ namespace Tarsel::Test {
 namespace {
 
 using Conf::PixFmt;
+using Proc::EffectFFMPEGTwoInputVideo;
 using Proc::EffectFFMPEGVideo;
 using Proc::IDataVideo;
 
@@ -168,52 +172,124 @@ TEST(VideoGraph, FormatsTheHostTakesPassOthersAreConverted) {
     }
 }
 
-TEST(VideoGraph, IsDescribedByItsFormat) {
-    SP<Conf::IFormatCodecVideo> codec =
-        MakeSP<Conf::FormatCodecVideo>(PixFmt::YUV422P, Conf::FrameInfo{64, 48, 4, 3}, Ratio{25, 1});
-    EffectFFMPEGVideo::Create("transpose=dir=1", codec)->UpdateFormatCodec(codec);
-    EXPECT_EQ(codec->GetFrameInfo(), (Conf::FrameInfo{48, 64, 3, 4}));
-    EXPECT_EQ(codec->GetPixelFormat(), PixFmt::YUV444P);
-    EXPECT_EQ((*codec)[Conf::IFormatCodecVideo::TAG_FPS].GetRatio(), (Ratio{25, 1}));
+constexpr char const* s_file = "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo";
+constexpr char const* s_checkResult = "void Tarsel::Proc::(anonymous namespace)::CheckResult(int)";
+/// Gives the first frame as it is.
+constexpr char const* s_first = "midequalizer=planes=0";
+
+SP<EffectFFMPEGTwoInputVideo> CreatePair(std::string const& description, PixFmt format = PixFmt::YUV420P,
+                                         Conf::FrameInfo const& first = s_small,
+                                         Conf::FrameInfo const& second = s_small) {
+    return EffectFFMPEGTwoInputVideo::Create(description, static_cast<AVPixelFormat>(format), first, second);
 }
 
-TEST(VideoGraph, RefusesFramesThatAreNotWhatTheySay) {
-    struct Case {
-        SP<IDataVideo> frame;
-        char const* text;
-    };
-    struct Liar : Proc::DataVideoFF {
-        using DataVideoFF::DataVideoFF;
-        PixFmt GetPixelFormat() const override { return PixFmt::YUV420P; }
-    };
-    SP<IDataVideo> const empty = MakeFrame();
-    empty->GetAVFrame()->data[0] = nullptr;
-    std::vector<Case> const cases{
-        {MakeLiar({64, 32, 1, 1}), "Frame has only 64x32 pixels of the 64x48 it is said to have"},
-        {MakeLiar({62, 48, 1, 1}), "Frame has only 62x48 pixels of the 64x48 it is said to have"},
-        {MakeSP<Liar>(*MakeFrame(PixFmt::GRAY8)->GetAVFrame(), s_small),
-         "Frame is gray but is said to be yuv420p"},
-        {empty, "Frame has no pixels"},
-        {MakeFrame(PixFmt::YUV420P, {80, 48, 1, 1}),
-         "Frame is yuv420p of 80x48 pixels but its filter was built for yuv420p of 64x48"},
-        {MakeFrame(PixFmt::YUV444P),
-         "Frame is yuv444p of 64x48 pixels but its filter was built for yuv420p of 64x48"},
-    };
-    auto const graph = Create("hflip");
-    for (Case const& bad : cases) {
-        SP<IDataVideo> data = bad.frame;
-        Failure const failure = Catch([&] { graph->Process(data); });
-        EXPECT_EQ(failure.text, bad.text);
-        EXPECT_EQ(failure.filter, "hflip");
-        EXPECT_EQ(Catch([&] { graph->Feed(data); }).text, bad.text);
-        data = MakeFrame();
-        graph->Process(data);
-        EXPECT_NE(data, nullptr);
+struct BadGraph {
+    std::string description;
+    std::optional<int> ffmpegError;
+    std::string words;
+    Conf::FrameInfo second{32, 16, 4, 3};
+};
+
+TEST(TwoInputGraph, SaysWhatWasTried) {
+    std::string const noSink = "there is no Parsed_buffersink_3: the description is not that of one filter";
+    FFmpegWatch const quiet;
+    for (BadGraph const& bad :
+         {BadGraph{"midequalizer=planes=16", AVERROR(ERANGE), "Numerical result out of range"},
+          {"vflip", AVERROR(EINVAL), "Invalid argument"},
+          {"scale2ref", AVERROR(EINVAL), "Invalid argument"},
+          {"hstack", AVERROR(EINVAL), "Invalid argument"},
+          {s_first, AVERROR(EINVAL), "Invalid argument", {0, 16, 4, 3}},
+          {"midequalizer,vflip", {}, noSink},
+          {"midequalizer[a];[a]vflip", {}, noSink}}) {
+        Failure const failure = Catch([&] {
+            CreatePair(bad.description, PixFmt::YUV422P, {1920, 1080, 1, 1}, bad.second);
+        });
+        EXPECT_EQ(failure.text, "Cannot process graph");
+        EXPECT_EQ(failure.file, s_file);
+        EXPECT_TRUE(!bad.ffmpegError || failure.function == s_checkResult);
+        EXPECT_TRUE(failure.hasStack);
+        EXPECT_EQ(failure.code, std::nullopt);
+        EXPECT_EQ(failure.ffmpegError, bad.ffmpegError);
+        EXPECT_EQ(failure.detail, bad.words);
+        std::string const second = bad.second.width > 0 ? "32x16" : "0x16";
+        EXPECT_EQ(failure.filter,
+                  "buffer=video_size=1920x1080:pix_fmt=4:time_base=1/1000000:pixel_aspect=1/1 [in_1];"
+                  "buffer=video_size=" +
+                      second + ":pix_fmt=4:time_base=1/1000000:pixel_aspect=4/3 [in_2]; [in_1] [in_2] " +
+                      bad.description + " [result]; [result] buffersink");
     }
-    // Larger than it says: the rest is left out.
+}
+
+TEST(TwoInputGraph, NullsFeedNothing) {
+    auto const graph = CreatePair("hstack");
+    SP<IDataVideo> const frame = MakeFrame();
+    for (int i = 0; i < 2; ++i) {
+        SP<IDataVideo> data = frame;
+        graph->Process(data, nullptr);
+        EXPECT_EQ(data, frame);
+        data = nullptr;
+        graph->Process(data, frame);
+        EXPECT_EQ(data, nullptr);
+        // What had been fed would come out now, or be missing on one side.
+        data = MakeFrame(PixFmt::YUV420P, s_small, (i + 1) * s_step);
+        graph->Process(data, MakeFrame(PixFmt::YUV420P, s_small, (i + 1) * s_step));
+        ASSERT_NE(data, nullptr);
+        EXPECT_EQ(data->GetTime(), (i + 1) * s_step);
+    }
+}
+
+TEST(TwoInputGraph, ResultsAreStampedByTheFirstFrame) {
+    auto const graph = CreatePair("hstack", PixFmt::YUV420P, {64, 48, 4, 3}, {32, 48, 1, 1});
+    int marks[2]{};
+    SP<IDataVideo> const first = MakeFrame(PixFmt::YUV420P, {64, 48, 4, 3}, 100, 11, 1);
+    SP<IDataVideo> const second = MakeFrame(PixFmt::YUV420P, {32, 48, 1, 1}, 100, 22, 2);
+    first->GetAVFrame()->opaque = &marks[0];
+    second->GetAVFrame()->opaque = &marks[1];
+    Pixels const before[]{GetPixels(*first), GetPixels(*second)};
+    SP<IDataVideo> data = first;
+    graph->Process(data, second);
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(data->GetFrameInfo(), (Conf::FrameInfo{96, 48, 4, 3}));
+    EXPECT_EQ(data->GetTime(), 100);
+    EXPECT_EQ(data->GetDuration(), 11);
+    EXPECT_EQ(data->GetAVFrame()->opaque, &marks[0]);
+    EXPECT_EQ(GetPixels(*first), before[0]);
+    EXPECT_EQ(GetPixels(*second), before[1]);
+    Pixels const pixels = GetPixels(*data);
+    for (std::size_t y = 0; y < 48; ++y)
+        for (std::size_t x = 0; x < 96; ++x)
+            ASSERT_EQ(pixels[0][y * 96 + x],
+                      x < 64 ? before[0][0][y * 64 + x] : before[1][0][y * 32 + x - 64]);
+}
+
+// The second frames lag by one: the filter waits for the one that belongs to the first.
+TEST(TwoInputGraph, HeldBackFramesGetTheTimeOfTheFrameJustFed) {
+    auto const graph = CreatePair(s_first);
+    Pixels before;
+    for (std::int64_t i = 0; i < 4; ++i) {
+        SP<IDataVideo> data =
+            MakeFrame(PixFmt::YUV420P, s_small, i * s_step, s_step + i, static_cast<std::uint32_t>(i));
+        Pixels const fed = GetPixels(*data);
+        graph->Process(data, MakeFrame(PixFmt::YUV420P, s_small, (i - 1) * s_step));
+        if (i == 0) {
+            EXPECT_EQ(data, nullptr);
+        } else {
+            ASSERT_NE(data, nullptr);
+            EXPECT_EQ(GetPixels(*data), before);
+            EXPECT_EQ(data->GetTime(), i * s_step);
+            EXPECT_EQ(data->GetDuration(), s_step + i);
+        }
+        before = fed;
+    }
+}
+
+/// The rest is left out.
+TEST(VideoGraph, TakesFramesThatAreLargerThanTheySay) {
     SP<IDataVideo> data = MakeLiar({80, 64, 1, 1});
     Create("null")->Process(data);
     EXPECT_EQ(data->GetFrameInfo(), s_small);
+    CreatePair("hstack")->Process(data = MakeLiar({80, 64, 1, 1}), MakeLiar({128, 96, 1, 1}));
+    EXPECT_EQ(data->GetFrameInfo(), (Conf::FrameInfo{128, 48, 1, 1}));
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Delay.h"
-#include "Proc/Settings/Modulation.h"
 #include "SoundCases.h"
 #include "Support/LibraryEffects.h"
 #include "Support/RandomSettings.h"
@@ -20,34 +19,6 @@ namespace {
 using Conf::SampleFormats;
 using Conf::SampleInfo;
 using Proc::IDataAudio;
-
-/// What the filters refuse themselves is left to them.
-TEST(SoundRefusals, LeaveIllegalSettingsToTheFilter) {
-    FFmpegWatch const quiet;
-    auto const expect = [](Proc::Settings const& settings) {
-        auto const effect = MakeEffect(settings.GetClassId());
-        effect->SetSettings(settings);
-        SP<IDataAudio> data = MakeSoundNoise(s_stereo, 30);
-        EXPECT_EQ(Catch([&] { effect->Process(data); }).text, "Cannot parse graph") << settings.GetClassId();
-    };
-    for (float const frequency : {0.0F, 1e-4F, 0.05F, -1.0F, 1e9F}) {
-        Proc::SettingsAudioVibrato vibrato;
-        vibrato.frequency = frequency;
-        expect(vibrato);
-        Proc::SettingsAudioFlanger flanger;
-        flanger.speed = frequency;
-        expect(flanger);
-        flanger = {};
-        flanger.delay = frequency < 1 ? 1e9F : 31;
-        expect(flanger);
-    }
-    Proc::SettingsAudioEcho echo;
-    echo.echos = {{1, 0.5}, {2000000000, 0.5}};
-    expect(echo);
-    Proc::SettingsAudioReverb reverb;
-    reverb.amount = 1e8F;
-    expect(reverb);
-}
 
 TEST(SoundRefusals, SayWhatIsTooMuch) {
     using Chorus = Proc::SettingsAudioChorus;

@@ -1,10 +1,6 @@
-#include "Proc/Effects/Lumenta/Base/EffectFafloplal.h"
 #include "Proc/Interfaces/IEffectDetails.h"
-#include "Proc/Settings/Delay.h"
-#include "Proc/Settings/Dynamics.h"
 #include "SoundCases.h"
 #include "Support/MemoryWatch.h"
-#include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
@@ -148,75 +144,6 @@ TEST(SoundStream, EchoComesAfterTheEnd) {
     EXPECT_EQ(samples[3900], 0.25);
     EXPECT_EQ(samples[3999], 0.25);
     EXPECT_EQ(samples[4000], 0.5);
-}
-
-TEST(SoundStream, BringsOutTheOldBeforeTheNew) {
-    auto const effect = GetSoundCase("noise-gate").Make();
-    auto& stream = StreamOf(*effect);
-    std::vector<std::int32_t> const rates{44100, 48000, 44100, 8000};
-    std::int64_t time = 0;
-    for (std::int32_t const rate : rates) {
-        SP<IDataAudio> const block = MakeSoundNoise(SampleInfo::Init(SampleFormats::S16, rate, {3, 2}), 700);
-        block->SetTime(time += 1000000);
-        stream.Feed(block);
-    }
-    effect->SetSettings(Proc::SettingsAudioNoiseGate()); // passes untouched
-    SP<IDataAudio> const last = MakeSoundNoise(s_stereo, 900);
-    stream.Feed(last);
-    stream.End();
-    Blocks const out = TakeAll(stream);
-    ASSERT_EQ(out.size(), 5U);
-    for (std::size_t i = 0; i < rates.size(); ++i) {
-        EXPECT_EQ(out[i]->GetSampleInfo().rate, rates[i]);
-        EXPECT_EQ(out[i]->GetSampleInfo().format, SampleFormats::DoublePlanar);
-        EXPECT_EQ(out[i]->GetSampleCount(), 700);
-        EXPECT_EQ(out[i]->GetTime(), static_cast<std::int64_t>(i + 1) * 1000000);
-    }
-    EXPECT_EQ(out[4], last);
-}
-
-/// A policy that shows under which settings a block was finished.
-struct ProbeActions {
-    using SettingsType = Proc::SettingsAudioReverb;
-    static constexpr Proc::EffectTraits s_traits{.summary = "probe"};
-    static std::string GetFFString(SettingsType const&, SampleInfo const&) { return "aecho=1:1:20:0.5"; }
-    static void PostProcess(SettingsType const& settings, SP<IDataAudio>& data) {
-        data->SetDuration(std::lround(settings.amount * 10));
-    }
-};
-
-TEST(SoundStream, RestComesOutUnderTheOldSettings) {
-    auto const effect = MakeSP<Proc::EffectFafloplalAudio<ProbeActions>>();
-    Proc::SettingsAudioReverb settings;
-    for (int amount : {1, 2}) {
-        settings.amount = static_cast<float>(amount) / 10;
-        effect->SetSettings(settings);
-        effect->Feed(MakeSoundNoise(s_stereo, 100));
-        effect->End();
-    }
-    settings.amount = 0.3F;
-    effect->SetSettings(settings);
-    std::vector<std::int64_t> amounts;
-    for (SP<IDataAudio> const& block : TakeAll(*effect))
-        amounts.push_back(block->GetDuration());
-    EXPECT_EQ(amounts, (std::vector<std::int64_t>{1, 1, 2, 2})); // a block and its tail
-}
-
-TEST(SoundStream, LosesOnlyTheBlockThatFails) {
-    FFmpegWatch const quiet;
-    auto const effect = GetSoundCase("noise-gate").Make();
-    auto& stream = StreamOf(*effect);
-    for (int i = 0; i < 3; ++i) {
-        stream.Feed(MakeSoundNoise(s_stereo, 1000));
-        SP<IDataAudio> const bad = MakeSoundNoise(s_stereo, 1000);
-        bad->GetAVFrame()->nb_samples = 100000;
-        EXPECT_THROW(stream.Feed(bad), Proc::EffectException);
-        SP<IDataAudio> const impossible =
-            MakeSoundNoise(SampleInfo::Init(SampleFormats::S16, 8000, {0, 65}), 10);
-        EXPECT_THROW(stream.Feed(impossible), Proc::EffectException);
-    }
-    stream.End();
-    EXPECT_EQ(CountSamples(TakeAll(stream)), 3000);
 }
 
 } // namespace

@@ -1,163 +1,102 @@
 #include "SoundCases.h"
 #include "Support/CommaLocale.h"
+#include "Support/TextRows.h"
 
 #include <gtest/gtest.h>
+
+#include <cstdio>
 
 /// The texts of settings at the edges, beside those of the table of effects: nothing is filtered.
 namespace Tarsel::Test {
 namespace {
 
-Conf::SampleInfo MakeInfo(std::int32_t rate, Conf::ChannelLayout const& layout) {
-    return Conf::SampleInfo::Init(Conf::SampleFormats::Float, rate, layout);
-}
-
-struct TextCase {
-    char const* classId;
-    std::string options;
-    std::string text;
-    Conf::SampleInfo info = s_stereo;
-};
+/// For stereo of 44100 Hz, or "<rate> <layout mask>/<channels>".
+constexpr char const* s_texts = R"(
+distortion amount=0 => aeval=tanh(40 * val(ch)):c=same
+distortion amount=1 => aeval=tanh(200 * val(ch)):c=same
+distortion amount=0.25 => aeval=tanh(42.5 * val(ch)):c=same
+distortion amount=0.333333343 => aeval=tanh(45.9259 * val(ch)):c=same
+distortion mode=wrap:amount=0 => aeval=mod(0.03 * val(ch)\, 2)-1:c=same
+distortion mode=wrap:amount=0.25 => aeval=mod(0.7725 * val(ch)\, 2)-1:c=same
+distortion mode=cube:amount=0.25 => aeval=pow(7.8125 * val(ch)\, 3):c=same
+distortion mode=sine:amount=0.25 => aeval=sin(3.59375 * val(ch)):c=same
+distortion amount=0.027 => aeval=tanh(40.0032 * val(ch)):c=same
+distortion amount=0.598 => aeval=tanh(74.2155 * val(ch)):c=same
+distortion mode=cube:amount=0.003 => aeval=pow(5.0004 * val(ch)\, 3):c=same
+distortion mode=cube:amount=0.105 => aeval=pow(5.49613 * val(ch)\, 3):c=same
+distortion mode=sine:amount=0.001 => aeval=sin(0.500049 * val(ch)):c=same
+distortion mode=sine:amount=0.077 => aeval=sin(0.793486 * val(ch)):c=same
+distortion mode=soft-clip:amount=0:gain=0:tone=0
+    => aeval=(1 + 0.031595) * 0 * val(ch) / (1 + 0.031595 * abs(0 * val(ch))):c=same, lowpass=f=1000
+distortion mode=soft-clip:amount=1:gain=1:tone=1
+    => aeval=(1 + 16535.4) * 99 * val(ch) / (1 + 16535.4 * abs(99 * val(ch))):c=same, lowpass=f=19990
+distortion mode=soft-clip:amount=0.25:gain=0.1:tone=0.3
+    => aeval=(1 + 1.27792) * 9.9 * val(ch) / (1 + 1.27792 * abs(9.9 * val(ch))):c=same, lowpass=f=9467
+distortion mode=soft-clip:amount=0:gain=0:tone=0.018564
+    => aeval=(1 + 0.031595) * 0 * val(ch) / (1 + 0.031595 * abs(0 * val(ch))):c=same, lowpass=f=1542
+distortion mode=soft-clip:amount=0:gain=0:tone=0.034199
+    => aeval=(1 + 0.031595) * 0 * val(ch) / (1 + 0.031595 * abs(0 * val(ch))):c=same, lowpass=f=1999
+flanger delay=0.1:depth=9.87654321:regen=-95:width=0.333333343:speed=10:phase=100:shape=triangular:interp=quadratic
+    => flanger=delay=0.1:depth=9.87654:regen=-95:width=33.3333:speed=10:phase=100:shape=triangular:interp=quadratic
+vibrato frequency=20000:depth=0.123456789 => vibrato=f=20000:d=0.123457
+compressor level-in=4:mix=0.25
+    => acompressor=level_in=1:threshold=0.125:ratio=2:attack=20:release=250:makeup=1:knee=2.82843:link=average:detection=rms:mix=0.25
+compressor level-in=64:mix=0
+    => acompressor=level_in=0.015625:threshold=0.125:ratio=2:attack=20:release=250:makeup=1:knee=2.82843:link=average:detection=rms:mix=0
+compressor level-in=64:mix=0.9
+    => acompressor=level_in=57.6:threshold=0.125:ratio=2:attack=20:release=250:makeup=1:knee=2.82843:link=average:detection=rms:mix=0.9
+compressor threshold=0.000976563:ratio=20:attack=0.01:release=9000:makeup=64:knee=1:link=maximum:detection=peak
+    => acompressor=level_in=1:threshold=0.000976563:ratio=20:attack=0.01:release=9000:makeup=64:knee=1:link=maximum:detection=peak:mix=1
+gate range=1
+    => agate=level_in=1:range=0:threshold=0.125:ratio=2:attack=20:release=250:makeup=1:knee=2.82843:detection=rms:link=average
+gate range=0.25
+    => agate=level_in=1:range=0.75:threshold=0.125:ratio=2:attack=20:release=250:makeup=1:knee=2.82843:detection=rms:link=average
+gate range=0
+    => agate=level_in=1:range=1:threshold=0.125:ratio=2:attack=20:release=250:makeup=1:knee=2.82843:detection=rms:link=average
+gate level-in=64:threshold=0:ratio=9000:attack=0.01:release=0.01:makeup=2.5:knee=8:detection=peak:link=maximum
+    => agate=level_in=64:range=0.06125:threshold=0:ratio=9000:attack=0.01:release=0.01:makeup=2.5:knee=8:detection=peak:link=maximum
+noise-gate threshold=-40:reduction=0.5 => compand=0.01|0.01:0.2|0.2:-900/-900|-40/-900|-39.9/-39.9:6:-25:-90:.1
+noise-gate threshold=-5:reduction=0.3 => compand=0.01:0.2:-900/-900|-5/-900|-4.9/-4.9:6:-15:-90:.1 @ 44100 4/1
+noise-gate threshold=-900:reduction=0.0199
+    => compand=0.01|0.01|0.01:0.2|0.2|0.2:-900/-900|-900/-900|-899.9/-899.9:6:0:-90:.1 @ 44100 0/3
+noise-gate threshold=-40:reduction=0.58 => compand=0.01|0.01:0.2|0.2:-900/-900|-40/-900|-39.9/-39.9:6:-29:-90:.1
+noise-gate threshold=-40:attack=1e-7:decay=10:soft-knee=0.01:reduction=1
+    => compand=1e-07|1e-07:10|10:-900/-900|-40/-900|-39.9/-39.9:0.01:-50:-90:.1
+echo echos=500/0.5:in-gain=0.8:out-gain=0.9 => aecho=in_gain=0.8:out_gain=0.9:delays=500.000000:decays=0.500000
+echo echos=100/0.3|250/0.25:scale=2:in-gain=1e-7
+    => aecho=in_gain=1e-07:out_gain=1:delays=200.000000|500.000000:decays=0.300000|0.250000
+echo echos=89999/0.66666666666666663:scale=0.1 => aecho=in_gain=1:out_gain=1:delays=8999.900391:decays=0.666667
+chorus voices=40/0.4/0.25/2:scale=0.5 => chorus=in_gain=0.5:out_gain=0.9:delays=40:decays=0.200000:speeds=0.250000:depths=2.000000
+chorus voices=20/1/20/0|60/0.5/0.1/5.5:in-gain=0.1:scale=0.1
+    => chorus=in_gain=0.1:out_gain=0.9:delays=20|60:decays=0.100000|0.050000:speeds=20.000000|0.100000:depths=0.000000|5.500000
+reverb amount=0 => aecho=in_gain=1.0:out_gain=0.7:delays=10:decays=0.5
+reverb amount=1 => aecho=in_gain=1.0:out_gain=0.7:delays=50:decays=0.5
+reverb amount=0.333333343 => aecho=in_gain=1.0:out_gain=0.7:delays=23.3333:decays=0.5
+equalizer bands=100/3|1000/-2.5 => equalizer=f=100:width_type=o:width=1:g=3,equalizer=f=1000:width_type=o:width=1:g=-2.5
+equalizer bands=22050/3 =>
+equalizer bands=22049/3 => equalizer=f=22049:width_type=o:width=1:g=3
+equalizer bands=22050/3 => equalizer=f=22050:width_type=o:width=1:g=3 @ 48000 3/2
+equalizer bands=5/3|4/3 => equalizer=f=4:width_type=o:width=1:g=3 @ 11 3/2
+equalizer bands=30000/1|100/3:factor=0.5 => equalizer=f=100:width_type=o:width=1:g=1.5
+equalizer =>
+)";
 
 /// In the locale of the process and in one with a decimal comma.
-void ExpectTexts(std::vector<TextCase> const& rows) {
-    auto const expect = [&](char const* where) {
-        for (TextCase const& row : rows)
-            EXPECT_EQ(Explain(*MakeEffect(row.classId, row.options), row.info), row.text)
+TEST(Text, OfEverySettingAtItsEdges) {
+    auto const expect = [](char const* where) {
+        for (TextRow const& row : ReadTextRows(s_texts)) {
+            Conf::SampleInfo info = s_stereo;
+            unsigned mask = 3;
+            unsigned channels = 2;
+            if (std::sscanf(row.remark.c_str(), "%d %u/%u", &info.rate, &mask, &channels) == 3)
+                info.layout = {mask, static_cast<std::uint8_t>(channels)};
+            EXPECT_EQ(Explain(*MakeEffect(row.classId, row.options), info), row.text)
                 << row.classId << ' ' << row.options << where;
+        }
     };
     expect("");
     CommaLocale const comma;
     expect(" in a locale with a decimal comma");
-}
-
-TEST(Text, OfDistortion) {
-    auto const clip = [](char const* k, char const* g, int f) {
-        return std::string("aeval=(1 + ") + k + ") * " + g + " * val(ch) / (1 + " + k + " * abs(" + g +
-               " * val(ch))):c=same, lowpass=f=" + std::to_string(f);
-    };
-    ExpectTexts({
-        {"distortion", "amount=0", "aeval=tanh(40 * val(ch)):c=same"},
-        {"distortion", "amount=1", "aeval=tanh(200 * val(ch)):c=same"},
-        {"distortion", "amount=0.25", "aeval=tanh(42.5 * val(ch)):c=same"},
-        {"distortion", "amount=0.333333343", "aeval=tanh(45.9259 * val(ch)):c=same"},
-        {"distortion", "mode=wrap:amount=0", "aeval=mod(0.03 * val(ch)\\, 2)-1:c=same"},
-        {"distortion", "mode=wrap:amount=0.25", "aeval=mod(0.7725 * val(ch)\\, 2)-1:c=same"},
-        {"distortion", "mode=cube:amount=0.25", "aeval=pow(7.8125 * val(ch)\\, 3):c=same"},
-        {"distortion", "mode=sine:amount=0.25", "aeval=sin(3.59375 * val(ch)):c=same"},
-        // In single precision, products rounded before they are added.
-        {"distortion", "amount=0.027", "aeval=tanh(40.0032 * val(ch)):c=same"},
-        {"distortion", "amount=0.598", "aeval=tanh(74.2155 * val(ch)):c=same"},
-        {"distortion", "mode=cube:amount=0.003", "aeval=pow(5.0004 * val(ch)\\, 3):c=same"},
-        {"distortion", "mode=cube:amount=0.105", "aeval=pow(5.49613 * val(ch)\\, 3):c=same"},
-        {"distortion", "mode=sine:amount=0.001", "aeval=sin(0.500049 * val(ch)):c=same"},
-        {"distortion", "mode=sine:amount=0.077", "aeval=sin(0.793486 * val(ch)):c=same"},
-        {"distortion", "mode=soft-clip:amount=0:gain=0:tone=0", clip("0.031595", "0", 1000)},
-        {"distortion", "mode=soft-clip:amount=1:gain=1:tone=1", clip("16535.4", "99", 19990)},
-        {"distortion", "mode=soft-clip:amount=0.25:gain=0.1:tone=0.3", clip("1.27792", "9.9", 9467)},
-        // The product alone, rounded, would give 1543 and 2000.
-        {"distortion", "mode=soft-clip:amount=0:gain=0:tone=0.018564", clip("0.031595", "0", 1542)},
-        {"distortion", "mode=soft-clip:amount=0:gain=0:tone=0.034199", clip("0.031595", "0", 1999)},
-    });
-}
-
-TEST(Text, OfModulation) {
-    ExpectTexts({
-        {"flanger",
-         "delay=0.1:depth=9.87654321:regen=-95:width=0.333333343:speed=10:phase=100:shape=triangular:"
-         "interp=quadratic",
-         "flanger=delay=0.1:depth=9.87654:regen=-95:width=33.3333:speed=10:phase=100:shape=triangular:"
-         "interp=quadratic"},
-        {"vibrato", "frequency=20000:depth=0.123456789", "vibrato=f=20000:d=0.123457"},
-    });
-}
-
-TEST(Text, OfDynamics) {
-    auto const compressor = [](char const* level, char const* mix) {
-        return std::string("acompressor=level_in=") + level +
-               ":threshold=0.125:ratio=2:attack=20:release=250:makeup=1:knee=2.82843:link=average:"
-               "detection=rms:mix=" +
-               mix;
-    };
-    auto const gate = [](char const* range) {
-        return std::string("agate=level_in=1:range=") + range +
-               ":threshold=0.125:ratio=2:attack=20:release=250:makeup=1:knee=2.82843:detection=rms:link="
-               "average";
-    };
-    ExpectTexts({
-        // The level is scaled by the mix.
-        {"compressor", "level-in=4:mix=0.25", compressor("1", "0.25")},
-        {"compressor", "level-in=64:mix=0", compressor("0.015625", "0")},
-        {"compressor", "level-in=64:mix=0.9", compressor("57.6", "0.9")},
-        {"compressor",
-         "threshold=0.000976563:ratio=20:attack=0.01:release=9000:makeup=64:knee=1:link=maximum:detection="
-         "peak",
-         "acompressor=level_in=1:threshold=0.000976563:ratio=20:attack=0.01:release=9000:makeup=64:knee=1:"
-         "link=maximum:detection=peak:mix=1"},
-        // What is left is written.
-        {"gate", "range=1", gate("0")},
-        {"gate", "range=0.25", gate("0.75")},
-        {"gate", "range=0", gate("1")},
-        {"gate",
-         "level-in=64:threshold=0:ratio=9000:attack=0.01:release=0.01:makeup=2.5:knee=8:detection=peak:link="
-         "maximum",
-         "agate=level_in=64:range=0.06125:threshold=0:ratio=9000:attack=0.01:release=0.01:makeup=2.5:knee=8:"
-         "detection=peak:link=maximum"},
-    });
-}
-
-TEST(Text, OfTheNoiseGateHasTimesForEachChannel) {
-    ExpectTexts({
-        {"noise-gate", "threshold=-40:reduction=0.5",
-         "compand=0.01|0.01:0.2|0.2:-900/-900|-40/-900|-39.9/-39.9:6:-25:-90:.1"},
-        {"noise-gate", "threshold=-5:reduction=0.3",
-         "compand=0.01:0.2:-900/-900|-5/-900|-4.9/-4.9:6:-15:-90:.1", MakeInfo(44100, {4, 1})},
-        {"noise-gate", "threshold=-900:reduction=0.0199",
-         "compand=0.01|0.01|0.01:0.2|0.2|0.2:-900/-900|-900/-900|-899.9/-899.9:6:0:-90:.1",
-         MakeInfo(44100, {0, 3})},
-        // In single precision: in double it would be -28.
-        {"noise-gate", "threshold=-40:reduction=0.58",
-         "compand=0.01|0.01:0.2|0.2:-900/-900|-40/-900|-39.9/-39.9:6:-29:-90:.1"},
-        {"noise-gate", "threshold=-40:attack=1e-7:decay=10:soft-knee=0.01:reduction=1",
-         "compand=1e-07|1e-07:10|10:-900/-900|-40/-900|-39.9/-39.9:0.01:-50:-90:.1"},
-    });
-}
-
-TEST(Text, OfDelays) {
-    auto const reverb = [](char const* delay) {
-        return std::string("aecho=in_gain=1.0:out_gain=0.7:delays=") + delay + ":decays=0.5";
-    };
-    ExpectTexts({
-        {"echo", "echos=500/0.5:in-gain=0.8:out-gain=0.9",
-         "aecho=in_gain=0.8:out_gain=0.9:delays=500.000000:decays=0.500000"},
-        {"echo", "echos=100/0.3|250/0.25:scale=2:in-gain=1e-7",
-         "aecho=in_gain=1e-07:out_gain=1:delays=200.000000|500.000000:decays=0.300000|0.250000"},
-        // In single precision: 0.1 is a little more.
-        {"echo", "echos=89999/0.66666666666666663:scale=0.1",
-         "aecho=in_gain=1:out_gain=1:delays=8999.900391:decays=0.666667"},
-        {"chorus", "voices=40/0.4/0.25/2:scale=0.5",
-         "chorus=in_gain=0.5:out_gain=0.9:delays=40:decays=0.200000:speeds=0.250000:depths=2.000000"},
-        {"chorus", "voices=20/1/20/0|60/0.5/0.1/5.5:in-gain=0.1:scale=0.1",
-         "chorus=in_gain=0.1:out_gain=0.9:delays=20|60:decays=0.100000|0.050000:speeds=20.000000|0.100000:"
-         "depths=0.000000|5.500000"},
-        {"reverb", "amount=0", reverb("10")},
-        {"reverb", "amount=1", reverb("50")},
-        {"reverb", "amount=0.333333343", reverb("23.3333")},
-    });
-}
-
-TEST(Text, OfTheEqualizerLeavesOutBandsFromNyquistOn) {
-    auto const band = [](char const* frequency, char const* gain) {
-        return std::string("equalizer=f=") + frequency + ":width_type=o:width=1:g=" + gain;
-    };
-    ExpectTexts({
-        {"equalizer", "bands=100/3|1000/-2.5", band("100", "3") + ',' + band("1000", "-2.5")},
-        {"equalizer", "bands=22050/3", ""},
-        {"equalizer", "bands=22049/3", band("22049", "3")},
-        {"equalizer", "bands=22050/3", band("22050", "3"), MakeInfo(48000, {3, 2})},
-        {"equalizer", "bands=5/3|4/3", band("4", "3"), MakeInfo(11, {3, 2})}, // odd rates halve down
-        {"equalizer", "bands=30000/1|100/3:factor=0.5", band("100", "1.5")},
-        {"equalizer", "", ""},
-    });
 }
 
 } // namespace
