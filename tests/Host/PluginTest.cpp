@@ -30,14 +30,9 @@ std::string GetFailure(std::filesystem::path const& library) {
     return TextOf<Host::PluginException>([&] { Host::Plugin const plugin(library); });
 }
 
-TEST(Plugin, RegistersItsEffects) {
+TEST(Plugin, StaysLoadedWhileItsEffectsAreKnown) {
     auto const registry = std::make_shared<Host::EffectRegistry>();
     Host::Plugin(SMALL_PLUGIN).Register(*registry);
-    ASSERT_EQ(registry->GetEntries().size(), 3U);
-    EXPECT_EQ(registry->GetEntries()[0].GetKind(), Host::EffectKind::Video);
-    EXPECT_EQ(registry->GetEntries()[1].GetKind(), Host::EffectKind::TwoInputVideo);
-    EXPECT_EQ(registry->GetEntries()[2].GetKind(), Host::EffectKind::Audio);
-    // The code is still there though the Plugin object is gone.
     auto const effect = MakeSP<Host::EffectFactory>(registry)->CreateVideoEffect("small", "ffmpeg", {});
     EXPECT_EQ(effect->GetSettingsBase().GetClassId(), "small");
 }

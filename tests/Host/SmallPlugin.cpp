@@ -6,11 +6,7 @@ using namespace Tarsel;
 extern "C" TARSEL_API bool Registrator(Proc::IEffectRegistrar& registrar);
 
 bool Registrator(Proc::IEffectRegistrar& registrar) {
-    registrar.RegisterVideoEffect("small", "ffmpeg", [](auto const&, auto const&) {
+    return registrar.RegisterVideoEffect("small", "ffmpeg", [](auto const&, auto const&) {
         return SP<Proc::IOneInputEffectVideo>(MakeSP<HostTest::Effect>("small"));
     });
-    registrar.RegisterTwoInputVideoEffect(
-        "small-two", "ffmpeg", [](auto const&, auto const&) { return SP<Proc::ITwoInputEffectVideo>(); });
-    return registrar.RegisterAudioEffect(
-        "small-audio", "ffmpeg", [](auto const&, auto const&) { return SP<Proc::IOneInputEffectAudio>(); });
 }

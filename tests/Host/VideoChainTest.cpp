@@ -7,9 +7,11 @@
 
 #include <gmock/gmock.h>
 
+#include <exception>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace Tarsel;
@@ -122,35 +124,25 @@ TEST(VideoChain, WithoutStepsPassesFramesThroughButNoNull) {
 class SpecialException : public Proc::EffectException {};
 
 /// Fails at every operation a chain asks for.
-class Broken : public Effect {
-public:
-    explicit Broken(std::function<void()> fail) : Effect("broken"), m_fail(std::move(fail)) {}
-    void Process(SP<Proc::IDataVideo>&) override { m_fail(); }
-    void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>&) override { m_fail(); }
+struct Broken : Effect {
+    explicit Broken(std::function<void()> how) : Effect("broken"), fail(std::move(how)) {}
+    void Process(SP<Proc::IDataVideo>&) override { fail(); }
+    void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>&) override { fail(); }
     Core::Property GetStatistic() const override {
-        m_fail();
+        fail();
         return Core::Property();
     }
-
-private:
-    std::function<void()> m_fail;
+    std::function<void()> fail;
 };
 
-class BrokenStream : public Broken, public Proc::IEffectStreamVideo {
-public:
+struct BrokenStream : Broken, Proc::IEffectStreamVideo {
     using Broken::Broken;
-    void Feed(SP<Proc::IDataVideo> const&) override { Call(); }
+    void Feed(SP<Proc::IDataVideo> const&) override { fail(); }
     SP<Proc::IDataVideo> Take() override { return {}; }
-    void End() override { Call(); }
-
-private:
-    void Call() {
-        SP<Proc::IDataVideo> none;
-        Process(none);
-    }
+    void End() override { fail(); }
 };
 
-/// Every operation of a chain whose second step is `effect`, as far as they fail.
+/// Checks every operation of a chain whose second step is `effect`.
 void ForEachOperation(SP<Proc::IOneInputEffectVideo> const& effect,
                       std::function<void(std::function<void()> const&)> const& check) {
     Host::VideoChain chain;
@@ -167,6 +159,11 @@ void ForEachOperation(SP<Proc::IOneInputEffectVideo> const& effect,
     check([&] { (void)chain.GetStatistics(); });
 }
 
+template <class E>
+void FailWith() {
+    Core::Throw<E>({"Room/Source", "void Fail()"}, "it broke", Proc::TagFFmpegError(-22));
+}
+
 /// Every operation leaves with the step and with what the exception had before.
 template <class E>
 void ExpectMarked(SP<Proc::IOneInputEffectVideo> const& effect) {
@@ -179,32 +176,16 @@ void ExpectMarked(SP<Proc::IOneInputEffectVideo> const& effect) {
 }
 
 TEST(VideoChain, MarksExceptionsWithTheStepAndKeepsTheirType) {
-    auto const fail = [] {
-        Core::Throw<SpecialException>({"Room/Source", "void Fail()"}, "it broke", Proc::TagFFmpegError(-22));
-    };
-    ExpectMarked<SpecialException>(MakeSP<Broken>(fail));
-    ExpectMarked<SpecialException>(MakeSP<BrokenStream>(fail));
-    ExpectMarked<std::out_of_range>(MakeSP<Broken>([] {
-        Core::Throw<std::out_of_range>({"Room/Source", "void Fail()"}, "it broke", Proc::TagFFmpegError(-22));
-    }));
-}
-
-TEST(VideoChain, LetsForeignExceptionsPassAsTheyAre) {
-    std::exception const* thrown = nullptr;
-    auto const fail = [&] {
-        try {
-            throw std::bad_alloc();
-        } catch (std::exception const& exception) {
-            thrown = &exception;
-            throw;
-        }
-    };
-    ForEachOperation(MakeSP<Broken>(fail), [&](std::function<void()> const& operation) {
+    ExpectMarked<SpecialException>(MakeSP<Broken>(FailWith<SpecialException>));
+    ExpectMarked<SpecialException>(MakeSP<BrokenStream>(FailWith<SpecialException>));
+    ExpectMarked<std::out_of_range>(MakeSP<Broken>(FailWith<std::out_of_range>));
+    auto const foreign = std::make_exception_ptr(std::bad_alloc());
+    ForEachOperation(MakeSP<Broken>([&] { std::rethrow_exception(foreign); }), [&](auto const& operation) {
         try {
             operation();
             ADD_FAILURE() << "nothing thrown";
-        } catch (std::bad_alloc const& exception) {
-            EXPECT_EQ(&exception, thrown); // the very object, not a copy
+        } catch (std::bad_alloc const&) {
+            EXPECT_EQ(std::current_exception(), foreign); // the very object, not a copy
         }
     });
 }
@@ -215,14 +196,13 @@ std::string GetFailure(std::function<void()> const& operation) {
 }
 
 TEST(VideoChain, CountsOnlyStepsWithoutALabel) {
-    auto const fail = [] { Core::Throw<Proc::EffectException>({"Room/Source", "void Fail()"}, "it broke"); };
-    Host::VideoChain chain;
-    chain.Append(MakeSP<Effect>("fine"), "orientation");
-    chain.Append(MakeSP<Broken>(fail));
-    EXPECT_EQ(GetFailure([&] { chain.Feed(MakeFrame(0)); }), "step 1 (broken): it broke");
-    Host::VideoChain labelled;
-    labelled.Append(MakeSP<Broken>(fail), "orientation");
-    EXPECT_EQ(GetFailure([&] { labelled.Feed(MakeFrame(0)); }), "orientation: it broke");
+    for (auto const& [first, second, name] :
+         {std::tuple("orientation", "", "step 1 (broken)"), {"", "orientation", "orientation"}}) {
+        Host::VideoChain chain;
+        chain.Append(MakeSP<Effect>("fine"), first);
+        chain.Append(MakeSP<Broken>(FailWith<Proc::EffectException>), second);
+        EXPECT_EQ(GetFailure([&] { chain.Feed(MakeFrame(0)); }), std::string(name) + ": it broke");
+    }
 }
 
 TEST(VideoChain, EndsWithAnEffectThatAnswersForEver) {
@@ -260,7 +240,7 @@ TEST(VideoChain, GoesOnAfterAFailure) {
     chain.Append(Make(By::Stream, Double));
     chain.Append(Make(By::Stream, [](SP<Proc::IDataVideo> const& frame, Frames& ready) {
         if (frame && frame->GetTime() == 1000)
-            Core::Throw<Proc::EffectException>({"Room/Source", "void Fail()"}, "not this one");
+            FailWith<Proc::EffectException>();
         if (frame)
             ready.push_back(frame);
     }));
@@ -273,27 +253,6 @@ TEST(VideoChain, GoesOnAfterAFailure) {
     chain.End();
     TakeAll(chain, times);
     EXPECT_THAT(times, ElementsAre(0, 500, 1500, 2000, 2500));
-}
-
-TEST(VideoChain, TakesFormatsAndStatisticsThroughAllSteps) {
-    struct Widen : Effect {
-        explicit Widen(std::string name) : Effect(std::move(name)) {}
-        void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) override {
-            Conf::FrameInfo const info = format->GetFrameInfo();
-            format->InitByPixelAspect(info.width * 2 + 1, info.height, info.aspectNum, info.aspectDen);
-        }
-        Core::Property GetStatistic() const override {
-            return Core::Property(GetSettingsBase().GetClassId());
-        }
-    };
-    Host::VideoChain chain;
-    chain.Append(MakeSP<Widen>("first"));
-    chain.Append(MakeSP<Widen>("second"));
-    SP<Conf::IFormatCodecVideo> format =
-        MakeSP<Conf::FormatCodecVideo>(Conf::PixFmt::GRAY8, Conf::FrameInfo{10, 2, 1, 1});
-    chain.UpdateFormatCodec(format);
-    EXPECT_EQ(format->GetFrameInfo().width, 43U);
-    EXPECT_THAT(chain.GetStatistics(), ElementsAre(Core::Property("first"), Core::Property("second")));
 }
 
 } // namespace
