@@ -205,6 +205,8 @@ TEST_F(AudioAlignerTest, ConversionsLoseNoTime) {
     line.End();
     TakeAll(line);
     ASSERT_EQ(m_samples.size(), 48000U);
+    EXPECT_THAT(line.GetNotes(), testing::Contains("The sound changes from 44100 Hz flt mono to 32000 Hz flt "
+                                                   "mono at 0.800 s; it was converted."));
     for (double const time : {0.1, 0.3, 0.5, 0.7, 0.9}) {
         auto const at = static_cast<std::size_t>(time * 48000);
         for (std::size_t i = at; i < at + 100 && i < m_samples.size(); ++i)

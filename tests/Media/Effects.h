@@ -60,7 +60,33 @@ inline Media::MakeVideoEffects PassThrough() {
     return MakeEffects([](Picture const& picture) { return Pictures{picture}; });
 }
 
-/// The same, and `told` becomes what the chain's maker is told.
+/// What comes in, so many data later.
+template <class Data>
+std::pair<std::function<std::vector<SP<Data>>(SP<Data> const&)>, std::function<std::vector<SP<Data>>()>>
+HoldBack(std::size_t count) {
+    auto const held = std::make_shared<std::deque<SP<Data>>>();
+    return {[held, count](SP<Data> const& data) {
+                held->push_back(data);
+                std::vector<SP<Data>> ready;
+                if (held->size() > count) {
+                    ready.push_back(held->front());
+                    held->pop_front();
+                }
+                return ready;
+            },
+            [held] {
+                std::vector<SP<Data>> const rest(held->begin(), held->end());
+                held->clear();
+                return rest;
+            }};
+}
+
+inline Media::MakeVideoEffects HoldBackPictures(std::size_t count) {
+    auto const [work, finish] = HoldBack<Proc::IDataVideo>(count);
+    return MakeEffects(work, finish);
+}
+
+/// Every picture as it is, and `told` becomes what the chain's maker is told.
 inline Media::MakeVideoEffects Note(Media::VideoStreamInfo& told) {
     return [&told](Media::VideoStreamInfo const& info) {
         told = info;

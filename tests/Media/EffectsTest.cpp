@@ -5,6 +5,7 @@
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "RunFixture.h"
+#include "Support/Planes.h"
 
 #include <chrono>
 #include <cstddef>
@@ -24,18 +25,13 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// The same picture, stored bottom up, as FFmpeg's vflip gives it.
-Picture FlipByStride(Picture const& picture) {
-    Proc::SafeFrame frame = Proc::SafeFrame::Reference(*picture->GetAVFrame());
-    for (int plane = 0; plane < 3; ++plane) {
-        int const rows = plane == 0 ? frame->height : (frame->height + 1) / 2;
-        frame->data[plane] += static_cast<std::ptrdiff_t>(rows - 1) * frame->linesize[plane];
-        frame->linesize[plane] = -frame->linesize[plane];
-    }
-    Picture flipped = MakeSP<Proc::DataVideoFF>(std::move(frame), picture->GetFrameInfo());
-    flipped->SetTime(picture->GetTime());
-    flipped->SetDuration(picture->GetDuration());
-    return flipped;
+/// The same picture, stored as FFmpeg's vflip does.
+Picture StoredBottomUp(Picture const& picture) {
+    Picture const stored =
+        MakeSP<Proc::DataVideoFF>(StoreBottomUp(*picture->GetAVFrame()), picture->GetFrameInfo());
+    stored->SetTime(picture->GetTime());
+    stored->SetDuration(picture->GetDuration());
+    return stored;
 }
 
 class Effects : public RunFixture {
@@ -85,14 +81,7 @@ TEST_F(Effects, MayMakeTwoPicturesOfOne) {
 }
 
 TEST_F(Effects, MayHoldBackEverythingUntilTheEnd) {
-    auto const held = std::make_shared<Pictures>();
-    MediaRecord const out = Run(MakeEffects(
-        [held](Picture const& picture) {
-            held->push_back(picture);
-            return Pictures{};
-        },
-        [held] { return std::exchange(*held, {}); }));
-    EXPECT_EQ(out.pictures, m_in);
+    EXPECT_EQ(Run(HoldBackPictures(100)).pictures, m_in);
 }
 
 // One that repeats a picture at the same time: every picture is written, a step later.
@@ -110,16 +99,17 @@ TEST_F(Effects, MayRepeatATime) {
 }
 
 TEST_F(Effects, MayGivePicturesStoredBottomUp) {
-    auto const flip = MakeEffects([](Picture const& picture) { return Pictures{FlipByStride(picture)}; });
-    MediaRecord const once = Run(flip);
-    EXPECT_NE(once.pictures[0].hash, m_in[0].hash);
-    MediaRecord const other = Run(flip, "out.mkv");
-    EXPECT_EQ(other.GetHashes(), once.GetHashes());
-
+    auto const store = MakeEffects([](Picture const& picture) { return Pictures{StoredBottomUp(picture)}; });
+    EXPECT_EQ(Run(store).pictures, m_in);
     // And through the scaler.
-    Media::RunOptions options = Options("in.mp4", "out.gif");
-    options.makeVideoEffects = flip;
-    EXPECT_EQ(Media::Run(options).framesOut, 25);
+    Media::RunOptions options = Options("in.mp4", "out.png");
+    options.videoEncoder = "png";
+    options.at = 0;
+    Media::Run(options);
+    options.output = File("stored.png");
+    options.makeVideoEffects = store;
+    Media::Run(options);
+    EXPECT_EQ(ReadMedia(File("stored.png")).GetHashes(), ReadMedia(File("out.png")).GetHashes());
 }
 
 class FailingEffects : public RunFixture {
@@ -137,36 +127,26 @@ protected:
 };
 
 TEST_F(FailingEffects, ItsExceptionsComeOutUnchanged) {
-    auto const fail = [](Picture const&) -> Pictures {
-        Core::Throw<Proc::EffectException>({"Tests/Effects", "work"}, "An effect failed",
-                                           Proc::TagFFmpegError(-22));
-    };
-    Make(File("in.mp4"), s_pictures + s_bFrames);
-    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
-    options.makeVideoEffects = MakeEffects(fail);
-    Failure const failure = Catch([&] { Media::Run(options); });
-    EXPECT_EQ(failure.text, "An effect failed");
-    EXPECT_EQ(failure.ffmpegError, -22);
-    EXPECT_THAT(List(), ElementsAre("in.mp4"));
-}
-
-TEST_F(FailingEffects, AtItsEndOrWhileItIsMade) {
+    auto const pass = [](Picture const& picture) { return Pictures{picture}; };
     auto const raise = []() -> Pictures { throw std::runtime_error("late"); };
-    EXPECT_EQ(Fail<std::runtime_error>(
-                  MakeEffects([](Picture const& picture) { return Pictures{picture}; }, raise)),
-              "late");
+    EXPECT_EQ(Fail<std::runtime_error>(MakeEffects(pass, raise)), "late");
     EXPECT_EQ(Fail<std::runtime_error>([](Media::VideoStreamInfo const&) -> std::unique_ptr<FunctionEffects> {
                   throw std::runtime_error("early");
               }),
               "early");
+    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+    options.makeVideoEffects = MakeEffects([](Picture const&) -> Pictures {
+        Core::Throw<Proc::EffectException>({"Tests/Effects", "work"}, "it broke", Proc::TagFFmpegError(-22));
+    });
+    Failure const failure = Catch([&] { Media::Run(options); });
+    EXPECT_EQ(failure.text, "it broke");
+    EXPECT_EQ(failure.ffmpegError, -22);
+    EXPECT_THAT(List(), ElementsAre("in.mp4"));
 }
 
-TEST_F(FailingEffects, NoPictureAtAll) {
+TEST_F(FailingEffects, PicturesThatCannotBeWrittenAreRefused) {
     EXPECT_EQ(Fail<Media::OutputException>(MakeEffects([](Picture const&) { return Pictures{}; })),
               "Cannot write \"" + File("out.mp4").string() + "\": no picture came out of the effects");
-}
-
-TEST_F(FailingEffects, PicturesThatChangeAreRefused) {
     auto const grow = [](Picture const& picture) {
         if (picture->GetTime() < 400000)
             return Pictures{picture};
