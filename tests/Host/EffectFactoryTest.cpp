@@ -58,7 +58,7 @@ protected:
 
 TEST_F(EffectFactoryTest, MakesTheImplementationAskedForOrTheFirstOfItsKind) {
     for (auto const& [implName, made] :
-         {std::pair("first", "number 1"),
+         {std::pair<std::string, std::string>("first", "number 1"),
           {ImplNames::FFMPEG, "number 2"},
           {ImplNames::DEFAULT, "number 1"}}) { // not the audio effect before it
         auto const effect = m_factory->CreateVideoEffect("turn", implName, {});
