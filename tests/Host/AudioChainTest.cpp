@@ -68,7 +68,10 @@ TEST(AudioChain, RefusesBlocksThatHoldLessThanTheySay) {
         {[](Liar& l) { l.count = 9; }, "9 samples of 44100 Hz s16 stereo"},
         {[](Liar& l) { l.count = -1; }, "-1 samples of 44100 Hz s16 stereo"},
         {[](Liar& l) { l.info.format = SampleFormats::Float; }, "10 samples of 44100 Hz flt stereo"},
-        {[](Liar& l) { l.info.layout.channels = 3; }, "10 samples of 44100 Hz s16 3 channels"},
+        {[](Liar& l) {
+             l.info.layout = {0, 3};
+         },
+         "10 samples of 44100 Hz s16 3 channels"},
         {[](Liar& l) { l.info.format = SampleFormats::Unknown, l.frame->format = -1; },
          "10 samples of 44100 Hz unknown format stereo", "0 of 44100 Hz unknown format stereo"},
         {[](Liar& l) { l.info.rate = -1, l.frame->sample_rate = 0; }, "10 samples of unknown rate s16 stereo",
