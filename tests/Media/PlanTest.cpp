@@ -79,7 +79,6 @@ PlanInput const s_inputs[] = {
     {"h264rgb.mp4", s_tiny + "-c:v libx264rgb -pix_fmt rgb24"},
     {"mjpeg.avi", s_tiny + "-c:v mjpeg -pix_fmt yuvj422p"},
     {"h264.mp4", s_tiny + s_noBFrames},
-    {"plain.mkv", s_tiny + s_noBFrames},
     {"wav24.wav", s_tone + "-c:a pcm_s24le"},
     {"flac24.flac", s_tone + "-sample_fmt s32"},
     {"surround.wav", s_tone + "-ac 6 -ar 96000 -c:a pcm_s24le"},
@@ -177,10 +176,6 @@ h264rgb.mp4 out.mkv v
   h264: encode libx264rgb bgr24
 mjpeg.avi out.mkv v
   mjpeg: encode mjpeg yuv422p
-h264.mp4 out.h264 v
-  h264: encode libx264 yuv420p
-plain.mkv out.y4m v
-  h264: encode wrapped_avframe yuv420p
 wav24.wav out.flac a
   pcm_s24le: encode flac 48000 Hz s32 mono
 flac24.flac out.wav a
