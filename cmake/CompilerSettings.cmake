@@ -42,6 +42,6 @@ set(LUMENTA_SANITIZE "" CACHE STRING "Sanitizers of the whole build, as for -fsa
 if(LUMENTA_SANITIZE)
   add_compile_options(-fsanitize=${LUMENTA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${LUMENTA_SANITIZE})
-  # g++ takes what the sanitizers put in between for paths without initialisation.
+  # g++ takes what the sanitizers put in between for paths without initialization.
   target_compile_options(lumenta_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()

@@ -31,11 +31,11 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}"
     FILES_MATCHING PATTERN "*.h"
     PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "YuvOfColor.h" EXCLUDE
-    PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameFit.h" EXCLUDE
+    PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameAdapter.h" EXCLUDE
     PATTERN "FullChroma.h" EXCLUDE PATTERN "IdleCure.h" EXCLUDE PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header
-    Media/Analyse.h Media/Api.h Media/AudioReader.h Media/AudioWriter.h Media/ImageWriter.h
+    Media/Analyze.h Media/Api.h Media/AudioReader.h Media/AudioWriter.h Media/ImageWriter.h
     Media/MediaExceptions.h Media/Progress.h Media/Run.h Media/StreamInfo.h Media/VideoReader.h
     Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioLevels.h
     Proc/Algorithms/AudioAlg/AudioRef.h Proc/Algorithms/AudioAlg/DataAudioRef.h

@@ -1,6 +1,6 @@
 # lumenta_test(<program> SOURCES <file>... LIBS <target>... [TIMEOUT <seconds>])
 #
-# A GoogleTest program; each of its tests becomes a test of ctest, labelled with the program's name without
+# A GoogleTest program; each of its tests becomes a test of ctest, labeled with the program's name without
 # "test_" ("ctest -L core"). Sources may include from src/ and from tests/ ("Support/Frames.h").
 include_guard(GLOBAL)
 find_package(GTest REQUIRED)

@@ -72,13 +72,13 @@ def parameters(rows: list[dict]) -> list[str]:
     return lines
 
 
-def page(catalogue: dict) -> str:
+def page(catalog: dict) -> str:
     blocks = [HEAD]
-    kinds = sorted({effect["kind"] for effect in catalogue["effects"]},
+    kinds = sorted({effect["kind"] for effect in catalog["effects"]},
                    key=["video", "two-input video", "audio", "two-input audio"].index)
     for kind in kinds:
         blocks.append(f"## {kind[0].upper()}{kind[1:]}\n")
-        for effect in (effect for effect in catalogue["effects"] if effect["kind"] == kind):
+        for effect in (effect for effect in catalog["effects"] if effect["kind"] == kind):
             lines = [f"### {effect['id']}", ""]
             if effect["summary"]:
                 summary = effect["summary"]

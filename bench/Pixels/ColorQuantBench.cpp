@@ -1,9 +1,9 @@
-// The quantiser beside the plain one of its tests: "plain_x" tells how many times as fast it was; "same",
+// The quantizer beside the plain one of its tests: "plain_x" tells how many times as fast it was; "same",
 // that both gave the same picture.
 
 #include "BestTime.h"
 #include "Pixels/PlainColorQuant.h"
-#include "QuantiserRun.h"
+#include "QuantizerRun.h"
 
 #include <benchmark/benchmark.h>
 
@@ -24,15 +24,15 @@ std::size_t CountCells(std::vector<std::uint8_t> const& picture) {
     return cells.size();
 }
 
-void Quantise(benchmark::State& state, PictureKind kind, unsigned texture, bool dither) {
-    QuantiserRun run(kind, texture);
+void Quantize(benchmark::State& state, PictureKind kind, unsigned texture, bool dither) {
+    QuantizerRun run(kind, texture);
     std::vector<std::uint8_t> const picture = run.picture;
-    Plain::Quantised made;
+    Plain::Quantized made;
     BestTime fast;
     BestTime plain;
     for (auto _ : state) {
-        fast.Time([&] { run.Quantise(dither); });
-        plain.Time([&] { made = Plain::Quantise(picture, s_width, s_colours, dither, {}); });
+        fast.Time([&] { run.Quantize(dither); });
+        plain.Time([&] { made = Plain::Quantize(picture, s_width, s_colors, dither, {}); });
         state.SetIterationTime(fast.Get());
     }
     state.counters["plain_x"] = plain.Get() / fast.Get();
@@ -44,10 +44,10 @@ void Quantise(benchmark::State& state, PictureKind kind, unsigned texture, bool 
             : 0;
 }
 
-BENCHMARK_CAPTURE(Quantise, photo, PictureKind::Photo, 9u, false)->Apply(SetTurns);
-BENCHMARK_CAPTURE(Quantise, photo_dithered, PictureKind::Photo, 9u, true)->Apply(SetTurns);
-BENCHMARK_CAPTURE(Quantise, smooth_photo, PictureKind::Photo, 2u, false)->Apply(SetTurns);
-BENCHMARK_CAPTURE(Quantise, drawing, PictureKind::Drawing, 0u, false)->Apply(SetTurns);
+BENCHMARK_CAPTURE(Quantize, photo, PictureKind::Photo, 9u, false)->Apply(SetTurns);
+BENCHMARK_CAPTURE(Quantize, photo_dithered, PictureKind::Photo, 9u, true)->Apply(SetTurns);
+BENCHMARK_CAPTURE(Quantize, smooth_photo, PictureKind::Photo, 2u, false)->Apply(SetTurns);
+BENCHMARK_CAPTURE(Quantize, drawing, PictureKind::Drawing, 0u, false)->Apply(SetTurns);
 
 } // namespace
 } // namespace Tarsel::Proc

@@ -1,10 +1,10 @@
-// The quantiser beside others on the same picture, 255 colours, with and without dither; "peer_x" tells how
+// The quantizer beside others on the same picture, 255 colors, with and without dither; "peer_x" tells how
 // many times as fast as the other it was. FFmpeg's filters and libimagequant (which pngquant runs) are called
-// as libraries, and of libimagequant only the calling thread counts, which is in its favour; of ImageMagick's
-// program the time without quantising is taken off.
+// as libraries, and of libimagequant only the calling thread counts, which is in its favor; of ImageMagick's
+// program the time without quantizing is taken off.
 
 #include "BestTime.h"
-#include "QuantiserRun.h"
+#include "QuantizerRun.h"
 
 #include <benchmark/benchmark.h>
 
@@ -36,14 +36,14 @@ extern "C" {
 namespace Tarsel::Proc {
 namespace {
 
-/// `peer` quantises the run's picture and returns the seconds that it took, nothing when it cannot be had.
+/// `peer` quantizes the run's picture and returns the seconds that it took, nothing when it cannot be had.
 template <class Peer>
 void Beside(benchmark::State& state, bool dither, Peer const& peer) {
-    QuantiserRun run(PictureKind::Photo, 9);
+    QuantizerRun run(PictureKind::Photo, 9);
     BestTime own;
     double other = std::numeric_limits<double>::max();
     for (auto _ : state) {
-        own.Time([&] { run.Quantise(dither); });
+        own.Time([&] { run.Quantize(dither); });
         std::optional<double> const seconds = peer(run);
         if (!seconds) {
             state.SkipWithError("not here");
@@ -66,7 +66,7 @@ void FFmpeg(benchmark::State& state, bool dither) {
                              ":pix_fmt=bgra:time_base=1/25,split[a][b];[a]palettegen=max_colors=256[p];"
                              "[b][p]paletteuse=dither=" +
                              (dither ? "floyd_steinberg" : "none") + ",buffersink@out";
-    Beside(state, dither, [&](QuantiserRun const& run) -> std::optional<double> {
+    Beside(state, dither, [&](QuantizerRun const& run) -> std::optional<double> {
         std::unique_ptr<AVFilterGraph, FreeGraph> const graph(avfilter_graph_alloc());
         graph->nb_threads = 1;
         av_log_set_level(AV_LOG_ERROR);
@@ -103,7 +103,7 @@ void FFmpeg(benchmark::State& state, bool dither) {
 
 #ifdef HAVE_IMAGEQUANT
 
-struct FreeQuantiser {
+struct FreeQuantizer {
     void operator()(liq_attr* attributes) const { liq_attr_destroy(attributes); }
     void operator()(liq_image* image) const { liq_image_destroy(image); }
     void operator()(liq_result* result) const { liq_result_destroy(result); }
@@ -111,19 +111,19 @@ struct FreeQuantiser {
 
 void Imagequant(benchmark::State& state, bool dither) {
     std::vector<std::uint8_t> indices(std::size_t{s_width} * s_height);
-    Beside(state, dither, [&](QuantiserRun const& run) -> std::optional<double> {
+    Beside(state, dither, [&](QuantizerRun const& run) -> std::optional<double> {
         bool isDone = false;
         BestTime time;
         time.Time([&] {
-            std::unique_ptr<liq_attr, FreeQuantiser> const attributes(liq_attr_create());
+            std::unique_ptr<liq_attr, FreeQuantizer> const attributes(liq_attr_create());
             liq_set_speed(attributes.get(), 10);
-            liq_set_max_colors(attributes.get(), s_colours);
-            std::unique_ptr<liq_image, FreeQuantiser> const image(
+            liq_set_max_colors(attributes.get(), s_colors);
+            std::unique_ptr<liq_image, FreeQuantizer> const image(
                 liq_image_create_rgba(attributes.get(), run.picture.data(), s_width, s_height, 0));
             liq_result* made = nullptr;
             if (liq_image_quantize(image.get(), attributes.get(), &made) != LIQ_OK)
                 return;
-            std::unique_ptr<liq_result, FreeQuantiser> const result(made);
+            std::unique_ptr<liq_result, FreeQuantizer> const result(made);
             liq_set_dithering_level(made, dither ? 1.0F : 0.0F);
             isDone = liq_write_remapped_image(made, image.get(), indices.data(), indices.size()) == LIQ_OK &&
                      liq_get_palette(made) != nullptr;
@@ -171,14 +171,14 @@ std::optional<double> TimeCommand(std::string const& command) {
 }
 
 void ImageMagick(benchmark::State& state, bool dither) {
-    TemporaryFile const file(QuantiserRun(PictureKind::Photo, 9).picture);
+    TemporaryFile const file(QuantizerRun(PictureKind::Photo, 9).picture);
     std::string const read = "MAGICK_THREAD_LIMIT=1 convert -size " + std::to_string(s_width) + "x" +
                              std::to_string(s_height) + " -depth 8 rgba:" + file.Name();
-    std::string const quantise = dither ? " -dither FloydSteinberg -colors 255" : " -dither None -colors 255";
+    std::string const quantize = dither ? " -dither FloydSteinberg -colors 255" : " -dither None -colors 255";
     std::string const end = " null: 2>/dev/null";
-    Beside(state, dither, [&](QuantiserRun const&) -> std::optional<double> {
+    Beside(state, dither, [&](QuantizerRun const&) -> std::optional<double> {
         std::optional<double> const without = TimeCommand(read + end);
-        std::optional<double> const with = TimeCommand(read + quantise + end);
+        std::optional<double> const with = TimeCommand(read + quantize + end);
         return without && with ? std::optional(*with - *without) : std::nullopt;
     });
 }

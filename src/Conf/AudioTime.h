@@ -8,7 +8,7 @@ namespace Tarsel::Conf {
 
 /// A clock that runs by samples. As long as the rate stays, its time is that of the whole count of samples,
 /// rounded once: it does not drift, however short the blocks. Each change of the rate moves it by less than a
-/// billionth of a microsecond. A value, not synchronised.
+/// billionth of a microsecond. A value, not synchronized.
 class TARSEL_API AudioTime {
 public:
     /// Starts at 0, or at that many microseconds.

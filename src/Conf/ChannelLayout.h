@@ -8,7 +8,7 @@
 
 namespace Tarsel::Conf {
 
-/// Which channels sound has. A layout whose order is not known has a channel count and no mask. Any thread.
+/// Which channels audio has. A layout whose order is not known has a channel count and no mask. Any thread.
 struct TARSEL_API ChannelLayout {
     /// FFmpeg's (AV_CH_*) bit mask; 0 where the order of the channels is not known.
     std::uint64_t mask = 0;

@@ -4,7 +4,7 @@
 
 namespace Tarsel::Conf {
 
-/// How sample values mean colours; the numbers are FFmpeg's AVColorSpace, AVColorRange and AVColorPrimaries
+/// How sample values mean colors; the numbers are FFmpeg's AVColorSpace, AVColorRange and AVColorPrimaries
 /// (which are those of ITU-T H.273), 2, 0 and 2 for unspecified.
 struct ColorSpace {
     std::int32_t matrix = 2;

@@ -6,7 +6,7 @@
 
 namespace Tarsel::Conf {
 
-/// The description of an audio stream that effects are asked about and answer in. Not synchronised.
+/// The description of an audio stream that effects are asked about and answer in. Not synchronized.
 class TARSEL_API IFormatCodecAudio : public Core::IRefCountable, public Core::Property {
 public:
     virtual SampleInfo GetSampleInfo() const = 0;

@@ -12,7 +12,7 @@ namespace Tarsel::Conf {
 /// The description of a video stream that effects are asked about and answer in. It is a property tree too:
 /// its child TAG_FPS holds the frame rate as a ratio (frames a second), 0/1 where it is not known. The
 /// effects rotate, color-balance and smart-blur, and others on their base, throw PropertyException for a
-/// description without that child. Not synchronised; setters throw nothing.
+/// description without that child. Not synchronized; setters throw nothing.
 class TARSEL_API IFormatCodecVideo : public Core::IRefCountable, public Core::Property {
 public:
     static constexpr char const* TAG_FPS = "fps";

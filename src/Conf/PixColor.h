@@ -5,7 +5,7 @@
 
 namespace Tarsel::Conf {
 
-/// A colour of 8 bits a component: full-range, non-linear (gamma-coded) RGB with straight alpha, 255 opaque.
+/// A color of 8 bits a component: full-range, non-linear (gamma-coded) RGB with straight alpha, 255 opaque.
 struct PixColor {
     std::uint8_t red = 0;
     std::uint8_t green = 0;

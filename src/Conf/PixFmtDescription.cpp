@@ -18,7 +18,7 @@ namespace Tarsel::Conf {
 
 namespace {
 
-/// What MakeColor puts in a place: one of the colour's three components, its alpha, or 0.
+/// What MakeColor puts in a place: one of the color's three components, its alpha, or 0.
 enum Source : std::uint8_t { First = 0, Alpha = 3, Nothing = 4 };
 
 constexpr struct {
@@ -69,7 +69,7 @@ bool HasPaddingByte(AVPixFmtDescriptor const& descriptor) noexcept {
                        [](auto const& component) { return component.step == 4 && component.depth == 8; });
 }
 
-/// Which value of a colour each place holds, places being in the order of storage.
+/// Which value of a color each place holds, places being in the order of storage.
 std::array<std::uint8_t, 4> SourcesOf(AVPixFmtDescriptor const& descriptor) noexcept {
     std::array<std::uint8_t, 4> sources{Nothing, Nothing, Nothing, Nothing};
     if (HasFlag(descriptor, AV_PIX_FMT_FLAG_PAL) || StartsWith(descriptor, "xyz"))

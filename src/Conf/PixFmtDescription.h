@@ -25,7 +25,7 @@ public:
     std::uint8_t GetFlags() const noexcept { return m_flags; }
     bool HasAlpha() const noexcept { return (m_flags & Alpha) != 0; }
     bool IsRgb() const noexcept { return (m_flags & Rgb) != 0; }
-    /// Luma and no colour, with or without alpha; a palette is none.
+    /// Luma and no color, with or without alpha; a palette is none.
     bool IsGray() const noexcept { return m_isGray; }
     /// Bits of the deepest component, 1 to 32; 0 for formats of hardware surfaces.
     int GetDepth() const noexcept { return m_depth; }
@@ -70,7 +70,7 @@ private:
     std::uint8_t m_planes = 0;
     std::uint8_t m_shiftX = 0;
     std::uint8_t m_shiftY = 0;
-    /// Which value of a colour each component place holds.
+    /// Which value of a color each component place holds.
     std::array<std::uint8_t, 4> m_sources{};
     bool m_isGray = false;
     bool m_alwaysFull = false;

@@ -34,7 +34,7 @@ struct TARSEL_API SampleFmtRecord {
     /// Bytes of one sample.
     std::uint8_t size = 0;
 
-    /// The record; that of Unknown for every number that is none of the ten.
+    /// The record; that of Unknown for every number that is not one of the ten.
     static SampleFmtRecord const& Find(SampleFormats format) noexcept;
     /// The format of that libavutil name ("fltp"), or nothing.
     static std::optional<SampleFormats> FindByName(std::string_view name) noexcept;

@@ -8,7 +8,7 @@
 
 namespace Tarsel::Conf {
 
-/// Format, rate (samples a second for each channel) and channels of sound; all ones marks an unknown
+/// Format, rate (samples a second for each channel) and channels of audio; all ones marks an unknown
 /// format or rate, a layout of no channels an unknown layout.
 /// A value, compared member by member.
 struct SampleInfo {
@@ -23,7 +23,7 @@ struct SampleInfo {
     friend bool operator==(SampleInfo const&, SampleInfo const&) = default;
 };
 
-/// Whether nothing about the sound is unknown, and the layout names as many channels as it has, or none.
+/// Whether nothing about the audio is unknown, and the layout names as many channels as it has, or none.
 inline bool IsKnown(SampleInfo const& info) noexcept {
     auto const& [mask, channels] = info.layout;
     return static_cast<std::uint32_t>(info.format) <=

@@ -32,7 +32,7 @@ Dl_info FindExported(std::uintptr_t address) noexcept {
 }
 
 /// The function around `address` out of the symbol table of its library's file, hidden ones included; empty
-/// where there is none. The library is looked up anew each time, so one opened since is found too.
+/// where there is none. The library is looked up again each time, so one opened since is found too.
 std::string FindHidden(std::uintptr_t address) {
     // Names of templates are long, and not every release of the library tells that one did not fit.
     constexpr std::size_t longestName = 1 << 16;

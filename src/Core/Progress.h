@@ -15,7 +15,7 @@ public:
     virtual bool SetProgress(double done, std::string const& stage) = 0;
 };
 
-/// Work in stages of known length, told to one controller. Not synchronised: the thread that works calls it.
+/// Work in stages of known length, told to one controller. Not synchronized: the thread that works calls it.
 class TARSEL_API ProgressControllerStages : public RefCounted<IRefCountable> {
 public:
     /// Shares the controller; null ends the reports.

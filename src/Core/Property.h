@@ -13,7 +13,7 @@
 namespace Tarsel::Core {
 
 /// A named, typed value; a container holds children by key, in the order in which they were made. A value
-/// type: a copy is deep and independent. Not synchronised: one thread at a time, or const use only.
+/// type: a copy is deep and independent. Not synchronized: one thread at a time, or const use only.
 ///
 /// Every accessor that does not fit the node's type throws MethodIsNotApplicable with method name, type and
 /// name.

@@ -29,11 +29,11 @@ std::string FindFault(Proc::IDataAudio const& block) {
         Proc::HasSamples(*frame))
         return {};
     return fmt::format("it gave a block said to be of {} samples of {}, whose AVFrame has {} of {}", count,
-                       Proc::SoundText(said), Proc::HasSamples(*frame) ? frame->nb_samples : 0,
-                       Proc::SoundText(Proc::GetFrameSampleInfo(*frame)));
+                       Proc::AudioText(said), Proc::HasSamples(*frame) ? frame->nb_samples : 0,
+                       Proc::AudioText(Proc::GetFrameSampleInfo(*frame)));
 }
 
-/// Bits that anyone can hear: no converter to sound resolves more than 24. As many for an unknown format.
+/// Bits that anyone can hear: no converter to audio resolves more than 24. As many for an unknown format.
 int GetDepth(SampleFormats format) {
     constexpr int most = 24;
     int const bits = 8 * Conf::SampleFmtRecord::Find(format).size;
@@ -48,27 +48,27 @@ AudioStep::AudioStep(SP<Proc::IOneInputEffectAudio> effect, std::string label)
 void AudioStep::Feed(SP<Proc::IDataAudio> const& block) {
     if (SampleFormats const format = block->GetSampleFormat(); GetDepth(format) <= GetDepth(m_input))
         m_input = format;
-    Labelled([&] { FeedEffect(block); });
+    Labeled([&] { FeedEffect(block); });
 }
 
 SP<Proc::IDataAudio> AudioStep::Take() {
-    return Labelled([&] {
+    return Labeled([&] {
         SP<Proc::IDataAudio> result = TakeFromEffect();
         if (!result)
             return result;
         if (std::string const fault = FindFault(*result); !fault.empty())
-            ThrowMisbehaviour(fault);
+            ThrowMisbehavior(fault);
         NoteLosses(result->GetSampleFormat());
         return result;
     });
 }
 
 void AudioStep::End() {
-    Labelled([&] { EndEffect(); });
+    Labeled([&] { EndEffect(); });
 }
 
 void AudioStep::UpdateFormatCodec(SP<Conf::IFormatCodecAudio>& format) const {
-    Labelled([&] { GetEffect().UpdateFormatCodec(format); });
+    Labeled([&] { GetEffect().UpdateFormatCodec(format); });
 }
 
 void AudioStep::NoteLosses(SampleFormats output) {

@@ -9,7 +9,7 @@
 namespace Tarsel::Host {
 
 /// One effect of a chain, driven as a stream whatever it offers, with what it hands out checked. Exceptions
-/// leave with the step's label under TagStep. Not synchronised.
+/// leave with the step's label under TagStep. Not synchronized.
 class AudioStep : public ChainStep<AudioMedium> {
 public:
     /// `effect` is not null.

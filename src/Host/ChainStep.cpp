@@ -26,7 +26,7 @@ ChainStep<Medium>::ChainStep(SP<Effect> effect, std::string label)
 
 template <class Medium>
 Core::Property ChainStep<Medium>::GetStatistic() const {
-    return Labelled([&] { return m_effect->GetStatistic(); });
+    return Labeled([&] { return m_effect->GetStatistic(); });
 }
 
 template <class Medium>
@@ -34,13 +34,13 @@ void ChainStep<Medium>::Mark(boost::exception const& exception) const noexcept {
     try {
         exception << TagStep(m_label);
     } catch (...) {
-        // Without memory the failure goes on unlabelled.
+        // Without memory the failure goes on unlabeled.
     }
     FFmpegMessages::AddTo(exception);
 }
 
 template <class Medium>
-void ChainStep<Medium>::ThrowMisbehaviour(std::string const& text) {
+void ChainStep<Medium>::ThrowMisbehavior(std::string const& text) {
     Core::Throw<Proc::EffectException>("The effect breaks its contract: " + text);
 }
 
@@ -71,9 +71,9 @@ auto ChainStep<Medium>::TakeFromEffect() -> SP<Data> {
     m_isEnding = false; // also after a failure
     m_effect->Process(result);
     if (result && ++m_takenAtEnd > s_mostHeldBack * m_fed)
-        ThrowMisbehaviour(fmt::format("it was fed {} {}s, and after them asked {} times for what it still "
-                                      "holds, and gave a {} each time",
-                                      m_fed, Medium::s_datum, m_takenAtEnd, Medium::s_datum));
+        ThrowMisbehavior(fmt::format("it was fed {} {}s, and after them asked {} times for what it still "
+                                     "holds, and gave a {} each time",
+                                     m_fed, Medium::s_datum, m_takenAtEnd, Medium::s_datum));
     m_isEnding = result != nullptr;
     if (!result) {
         m_effect->Reset();

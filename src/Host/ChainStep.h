@@ -11,7 +11,7 @@
 namespace Tarsel::Host {
 
 /// What VideoStep and AudioStep have in common: an effect driven as a stream whatever it offers, its label
-/// and what users should know of it. Not synchronised.
+/// and what users should know of it. Not synchronized.
 template <class Medium>
 class ChainStep {
 public:
@@ -29,7 +29,7 @@ protected:
     /// Does `work`; an exception that can carry facts leaves with the step's label and what FFmpeg logged, as
     /// far as there is memory for them. It is the thrown object that is marked and goes on: no type is lost.
     template <class Work>
-    decltype(auto) Labelled(Work const& work) const {
+    decltype(auto) Labeled(Work const& work) const {
         try {
             return work();
         } catch (boost::exception& exception) {
@@ -38,7 +38,7 @@ protected:
         }
     }
 
-    [[noreturn]] static void ThrowMisbehaviour(std::string const& text);
+    [[noreturn]] static void ThrowMisbehavior(std::string const& text);
     void Mark(boost::exception const& exception) const noexcept;
 
     /// As IEffectStream, with the results of each operation to be taken before the next.

@@ -18,7 +18,7 @@ using TagStep = boost::error_info<struct TagStepId, std::string>;
 
 /// What VideoChain and AudioChain have in common. `Medium` names the types of one medium (VideoMedium).
 /// Operations throw what the steps throw, under TagStep; after that the datum on its way is lost, what is
-/// ready stays, and the chain can be fed again. Not synchronised, but different chains are independent.
+/// ready stays, and the chain can be fed again. Not synchronized, but different chains are independent.
 template <class Medium>
 class TARSEL_API EffectChain : public Proc::IEffectStream<typename Medium::Data> {
 public:

@@ -35,7 +35,7 @@ struct Scope {
     FFmpegMessages const* id;
     std::thread::id thread;
     FFmpegMessages::Listener const* listener;
-    /// The number of the next line when it opened: those before are none of its own.
+    /// The number of the next line when it opened: those before are not its own.
     std::uint64_t first;
 };
 

@@ -21,7 +21,7 @@ struct PictureForm {
 
 PictureForm GetForm(Proc::IDataVideo const& frame);
 
-/// The same picture in another format and colour space, by a scaler that is kept for the next one like it.
+/// The same picture in another format and color space, by a scaler that is kept for the next one like it.
 /// MemoryException, EffectException as SafeSwsContext.
 SP<Proc::DataVideoFF> ConvertPixels(Proc::IDataVideo const& frame, Conf::PixFmt format,
                                     Conf::ColorSpace const& space, Proc::KeptScaler& scaler);

@@ -23,9 +23,9 @@ constexpr PixFmt GetWorkFormat(PixFmt format) noexcept {
 
 /// Second frames as first ones want them. Keeps the last one that was converted: a still picture, or one of a
 /// film with fewer frames, is asked for again and again.
-class SecondFit {
+class SecondAdapter {
 public:
-    SP<IDataVideo const> Fit(SP<IDataVideo const> const& second, IDataVideo const& first) {
+    SP<IDataVideo const> Adapt(SP<IDataVideo const> const& second, IDataVideo const& first) {
         Conf::ColorSpace const space = first.GetColorSpace();
         if (second != m_source || m_fitted->GetPixelFormat() != first.GetPixelFormat() ||
             m_fitted->GetColorSpace() != space) {
@@ -91,7 +91,7 @@ public:
         SP<IDataVideo> first = data;
         if (format != data->GetPixelFormat())
             first = ConvertPixels(*data, format, data->GetColorSpace(), m_unpaletted);
-        m_effect->Process(first, m_fit.Fit(second, *first));
+        m_effect->Process(first, m_adapter.Adapt(second, *first));
         data = std::move(first);
     }
 
@@ -124,7 +124,7 @@ protected:
 private:
     SP<Proc::ITwoInputEffectVideo> m_effect;
     SecondFrames m_seconds;
-    SecondFit m_fit;
+    SecondAdapter m_adapter;
     /// Makes RGB of palettes.
     Proc::KeptScaler m_unpaletted;
     std::deque<SP<IDataVideo>> m_ready;

@@ -16,7 +16,7 @@ using SecondFrames = std::function<SP<Proc::IDataVideo const>(std::int64_t)>;
 
 /// A two-input effect as one with one input, which can be a step of a VideoChain; its settings, progress and
 /// statistics are those of `effect`, which it shares. Second frames go in with the first one's pixel format,
-/// colour space, time and duration, which such effects want; their size is their own. A first frame without a
+/// color space, time and duration, which such effects want; their size is their own. A first frame without a
 /// second passes untouched, and one with a palette goes in as RGB, since nothing can be brought into its
 /// format.
 ///

@@ -77,7 +77,7 @@ void Plugin::Register(Proc::IEffectRegistrar& registrar) const {
 SP<Proc::IAudioGenerator> Plugin::CreateAudioGenerator(std::string const& description,
                                                        Conf::SampleInfo const& info) const {
     if (m_createAudioGenerator == nullptr)
-        Core::Throw<PluginException>(fmt::format("The plug-in \"{}\" makes no sound: it has no {}",
+        Core::Throw<PluginException>(fmt::format("The plug-in \"{}\" makes no audio: it has no {}",
                                                  m_library.string(), s_generatorEntryPoint));
     SP<Proc::IAudioGenerator> generator;
     m_createAudioGenerator(generator, description, info);

@@ -28,7 +28,7 @@ public:
     /// there are registries. Exceptions of plug-in and registrar pass, and what was registered before stays.
     void Register(Proc::IEffectRegistrar& registrar) const;
 
-    /// A new generator of sound by the plug-in's `CreateAudioGenerator`, which not every plug-in has: see
+    /// A new generator of audio by the plug-in's `CreateAudioGenerator`, which not every plug-in has: see
     /// Proc::AudioGeneratorCreator. The caller's. PluginException without it; exceptions of
     /// the plug-in pass.
     SP<Proc::IAudioGenerator> CreateAudioGenerator(std::string const& description,

@@ -73,8 +73,8 @@ StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const&
     VideoStep const step(effect, {});
     Conf::FrameInfo const info = input.GetFrameInfo();
     SP<Conf::IFormatCodecVideo> inner;
-    if (auto const fit = step.MakeFit({input.GetPixelFormat(), info.width, info.height})) {
-        PictureForm const& form = fit->GetInner();
+    if (auto const adapter = step.MakeAdapter({input.GetPixelFormat(), info.width, info.height})) {
+        PictureForm const& form = adapter->GetInner();
         inner = Copy(input);
         inner->SetPixelFormat(form.format);
         inner->InitByPixelAspect(form.width, form.height, info.aspectNum, info.aspectDen);

@@ -25,7 +25,7 @@ extern template class EffectChain<VideoMedium>;
 /// IEffectStreamVideo are driven by it, others by Process (whatever they still hold at the end is asked for
 /// with null frames). Around steps that say what frames they take (EffectTraits) others are converted there
 /// and back. A step that breaks its contract throws EffectException. Notes tell which steps dropped alpha or
-/// depth, and around which frames were converted. Not synchronised.
+/// depth, and around which frames were converted. Not synchronized.
 class TARSEL_API VideoChain final : public EffectChain<VideoMedium> {
 public:
     VideoChain();

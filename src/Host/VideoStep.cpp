@@ -40,17 +40,17 @@ VideoStep::VideoStep(SP<Proc::IOneInputEffectVideo> effect, std::string label)
       m_details(dynamic_cast<Proc::IEffectDetailsVideo const*>(&GetEffect())) {}
 
 void VideoStep::Feed(SP<Proc::IDataVideo> const& frame) {
-    Labelled([&] {
+    Labeled([&] {
         PictureForm const form = GetForm(*frame);
         if (form != m_input)
             FitTo(form);
         m_isInterlaced = Proc::GetFrameFieldOrder(*frame->GetAVFrame()) != Proc::FieldOrder::Progressive;
-        FeedEffect(m_fit ? m_fit->Fit(*frame) : frame);
+        FeedEffect(m_adapter ? m_adapter->Adapt(*frame) : frame);
     });
 }
 
 SP<Proc::IDataVideo> VideoStep::Take() {
-    return Labelled([&]() -> SP<Proc::IDataVideo> {
+    return Labeled([&]() -> SP<Proc::IDataVideo> {
         if (!m_ready.empty()) {
             SP<Proc::IDataVideo> result = std::move(m_ready.front());
             m_ready.pop_front();
@@ -61,33 +61,33 @@ SP<Proc::IDataVideo> VideoStep::Take() {
 }
 
 void VideoStep::End() {
-    Labelled([&] { EndEffect(); });
+    Labeled([&] { EndEffect(); });
 }
 
 /// None for an effect that would pass such frames untouched.
-std::optional<FrameFit> VideoStep::MakeFit(PictureForm const& form) const {
-    std::optional<FrameFit> fit;
+std::optional<FrameAdapter> VideoStep::MakeAdapter(PictureForm const& form) const {
+    std::optional<FrameAdapter> adapter;
     if (m_details != nullptr)
-        fit = FrameFit::Make(m_details->GetTraits(), form);
-    if (fit &&
+        adapter = FrameAdapter::Make(m_details->GetTraits(), form);
+    if (adapter &&
         m_details->Describe(Conf::FormatCodecVideo(form.format, {form.width, form.height, 0, 1})).empty())
-        fit.reset();
-    return fit;
+        adapter.reset();
+    return adapter;
 }
 
 /// What frames of the old form still hold back comes out in the old form.
 void VideoStep::FitTo(PictureForm const& form) {
-    std::optional<FrameFit> fit = MakeFit(form);
-    if (m_fit || fit) {
+    std::optional<FrameAdapter> adapter = MakeAdapter(form);
+    if (m_adapter || adapter) {
         EndEffect();
         while (SP<Proc::IDataVideo> rest = TakeRestored())
             m_ready.push_back(std::move(rest));
     }
-    m_fit = std::move(fit);
+    m_adapter = std::move(adapter);
     m_input = form;
     m_output = Conf::PixFmt::None;
-    if (m_fit && !m_fit->Describe().empty())
-        Note(fmt::format("{} works on frames of {}", GetLabel(), m_fit->Describe()));
+    if (m_adapter && !m_adapter->Describe().empty())
+        Note(fmt::format("{} works on frames of {}", GetLabel(), m_adapter->Describe()));
 }
 
 SP<Proc::IDataVideo> VideoStep::TakeRestored() {
@@ -95,17 +95,18 @@ SP<Proc::IDataVideo> VideoStep::TakeRestored() {
     if (!result)
         return result;
     if (std::string const fault = FindFault(*result); !fault.empty())
-        ThrowMisbehaviour(fault);
+        ThrowMisbehavior(fault);
     NoteLosses(*result);
     NoteMixedFields(*result);
-    return m_fit ? m_fit->Restore(result) : result;
+    return m_adapter ? m_adapter->Restore(result) : result;
 }
 
 void VideoStep::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const {
-    Labelled([&] {
+    Labeled([&] {
         Conf::FrameInfo const info = format->GetFrameInfo();
-        std::optional<FrameFit> const fit = MakeFit({format->GetPixelFormat(), info.width, info.height});
-        if (!fit) {
+        std::optional<FrameAdapter> const adapter =
+            MakeAdapter({format->GetPixelFormat(), info.width, info.height});
+        if (!adapter) {
             GetEffect().UpdateFormatCodec(format);
             return;
         }
@@ -114,14 +115,14 @@ void VideoStep::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const {
             format->SetPixelFormat(form.format);
             format->InitByPixelAspect(form.width, form.height, info.aspectNum, info.aspectDen);
         };
-        ask(fit->GetInner());
+        ask(adapter->GetInner());
         try {
             GetEffect().UpdateFormatCodec(format);
         } catch (...) {
-            ask(fit->GetOuter());
+            ask(adapter->GetOuter());
             throw;
         }
-        fit->Restore(*format);
+        adapter->Restore(*format);
     });
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Host/ChainStep.h"
-#include "Host/FrameFit.h"
+#include "Host/FrameAdapter.h"
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 
@@ -12,7 +12,7 @@
 namespace Tarsel::Host {
 
 /// One effect of a chain, driven as a stream whatever it offers, with what it cannot take converted around it
-/// and what it hands out checked. Exceptions leave with the step's label under TagStep. Not synchronised.
+/// and what it hands out checked. Exceptions leave with the step's label under TagStep. Not synchronized.
 class VideoStep : public ChainStep<VideoMedium> {
 public:
     /// `effect` is not null.
@@ -26,7 +26,7 @@ public:
     void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const;
     /// How frames of this form are brought into one that the effect takes; nothing where they go in as they
     /// are. Throws as Describe of the effect.
-    std::optional<FrameFit> MakeFit(PictureForm const& form) const;
+    std::optional<FrameAdapter> MakeAdapter(PictureForm const& form) const;
 
 private:
     void FitTo(PictureForm const& form);
@@ -38,7 +38,7 @@ private:
     /// The effect as one that tells about itself; null when it is none. Lives as long as the effect.
     Proc::IEffectDetailsVideo const* m_details;
 
-    std::optional<FrameFit> m_fit;
+    std::optional<FrameAdapter> m_adapter;
     /// What went in last, and what came out of it last.
     PictureForm m_input;
     Conf::PixFmt m_output = Conf::PixFmt::None;

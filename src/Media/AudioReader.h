@@ -16,11 +16,11 @@ namespace Tarsel::Media {
 
 class AudioReading;
 
-/// The sound of a file: the blocks of its best sound stream, one after the other, without gaps (silence
+/// The audio of a file: the blocks of its best audio stream, one after the other, without gaps (silence
 /// stands for them) and all of one format. One thread at a time.
 class TARSEL_MEDIA_API AudioReader {
 public:
-    /// Opens the file. InputException when there is no sound that can be decoded; InterruptedException.
+    /// Opens the file. InputException when there is no audio that can be decoded; InterruptedException.
     explicit AudioReader(std::filesystem::path const& path, std::stop_token stop = {});
     AudioReader(AudioReader const&) = delete;
     AudioReader& operator=(AudioReader const&) = delete;

@@ -17,10 +17,10 @@ namespace Tarsel::Media {
 
 class AudioWriting;
 
-/// A sound file to be made.
+/// An audio file to be made.
 struct AudioFileOptions {
     std::filesystem::path output;
-    /// What it is made of: none of them may be the output.
+    /// What it is made of: the output may not be one of them.
     std::vector<std::filesystem::path> inputs;
     /// An existing output may be replaced.
     bool overwrite = false;
@@ -30,12 +30,12 @@ struct AudioFileOptions {
     std::vector<std::pair<std::string, std::string>> encoderOptions;
     /// Of the blocks.
     Conf::SampleInfo format;
-    /// Bits of a sample that carry sound, by which an encoder is chosen that loses none; 0: all of the
+    /// Bits of a sample that carry audio, by which an encoder is chosen that loses none; 0: all of the
     /// format's.
     int depth = 0;
 };
 
-/// Writes blocks of sound into a file of its own. It appears under its name when it is published, and only
+/// Writes blocks of audio into a file of its own. It appears under its name when it is published, and only
 /// then: otherwise the destructor leaves nothing behind. One thread at a time.
 class TARSEL_MEDIA_API AudioWriter {
 public:

@@ -14,14 +14,14 @@ namespace Tarsel::Media {
 struct ImageFileOptions {
     /// Its extension tells the format, as "wave.png".
     std::filesystem::path output;
-    /// What it is made of: none of them may be the output.
+    /// What it is made of: the output may not be one of them.
     std::vector<std::filesystem::path> inputs;
     /// An existing output may be replaced.
     bool overwrite = false;
 };
 
 /// What WriteImage would refuse whatever the picture. For programs that have long work to do before.
-/// OptionsException, also for a name that is none of a picture; OutputException. Any thread.
+/// OptionsException, also for a name that is not that of a picture; OutputException. Any thread.
 TARSEL_MEDIA_API void CheckImageFile(ImageFileOptions const& options);
 
 /// Writes one picture, not null, into a file of its own, which appears under its name only when it is

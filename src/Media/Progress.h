@@ -6,7 +6,7 @@ namespace Tarsel::Media {
 
 /// How far a run is.
 struct RunProgress {
-    /// 0 to 1, by the time of the pictures, or of the sound where there are none; negative when the length is
+    /// 0 to 1, by the time of the pictures, or of the audio where there are none; negative when the length is
     /// not known.
     double done = -1;
     std::int64_t frames = 0;

@@ -17,7 +17,7 @@
 
 namespace Tarsel::Media {
 
-/// How much of pictures and sound encoders may lose, from small files to none at all.
+/// How much of pictures and audio encoders may lose, from small files to none at all.
 enum class Quality : std::uint8_t { Low, Medium, High, VisuallyLossless, Lossless };
 constexpr Quality s_everyQuality[] = {Quality::Low, Quality::Medium, Quality::High, Quality::VisuallyLossless,
                                       Quality::Lossless};
@@ -36,12 +36,12 @@ struct RunOptions {
     std::string videoEncoder;
     /// Options of the encoder, key and value, in FFmpeg's words ("crf", "18").
     std::vector<std::pair<std::string, std::string>> videoEncoderOptions;
-    /// The same for sound ("b", "192k"), all streams of which are encoded anew then. With neither, sound that
+    /// The same for audio ("b", "192k"), all streams of which are re-encoded then. With neither, audio that
     /// is worked on is encoded in the codec it had where the container takes that, so without loss where it
     /// was; elsewhere by the container's usual encoder, at a quality that loses nothing to the ear.
     std::string audioEncoder;
     std::vector<std::pair<std::string, std::string>> audioEncoderOptions;
-    /// Of what is encoded anew, where the options do not tell it: pictures are encoded anew when it is given.
+    /// Of what is re-encoded, where the options do not tell it: pictures are re-encoded when it is given.
     /// Of the pictures, or of the audio where the output holds nothing else; other streams are encoded with
     /// it where they are encoded at all, covers never. Nothing: s_usualQuality.
     std::optional<Quality> quality;
@@ -50,9 +50,9 @@ struct RunOptions {
     bool keepsEffectFormat = false;
     /// For a still picture out of a film: the time of the frame to take, in seconds.
     std::optional<double> at;
-    /// Work on pictures, and on sound: empty where none is wanted, and streams are copied where that can be.
+    /// Work on pictures, and on audio: empty where none is wanted, and streams are copied where that can be.
     /// With a maker, or options for encoding, input and output have to be of that kind: InputException "...
-    /// has no pictures", "... has no sound", OptionsException "... holds no sound".
+    /// has no pictures", "... has no audio", OptionsException "... holds no audio".
     MakeVideoEffects makeVideoEffects;
     MakeAudioEffects makeAudioEffects;
     /// With the maker set: it is not called where there is nothing for it, and that is no error.
@@ -73,7 +73,7 @@ struct RunResult {
     std::vector<std::string> notes;
     /// Empty when the picture stream was copied, and where there is none.
     std::string videoEncoder;
-    /// One for each sound stream of the input; empty for those that were copied or left out.
+    /// One for each audio stream of the input; empty for those that were copied or left out.
     std::vector<std::string> audioEncoders;
 };
 
@@ -85,16 +85,16 @@ TARSEL_MEDIA_API std::vector<Conf::PixFmt> FindVideoFormats(RunOptions const& op
 /// that have long work to do before. OptionsException, InputException, OutputException.
 TARSEL_MEDIA_API void CheckRun(RunOptions const& options);
 
-/// Reads the input, passes its picture and its sound through their chains, writes the output: every other
-/// stream (subtitles, attachments, data), chapters, metadata and dispositions are copied. Sound keeps its
-/// place beside the pictures to the sample, as far as the container can say it. Sound that the container
-/// cannot hold as it is is encoded anew, with a note. Into a container for sound (wav, mp3, m4a, ...) films
+/// Reads the input, passes its picture and its audio through their chains, writes the output: every other
+/// stream (subtitles, attachments, data), chapters, metadata and dispositions are copied. Audio keeps its
+/// place beside the pictures to the sample, as far as the container can say it. Audio that the container
+/// cannot hold as it is is re-encoded, with a note. Into a container for audio (wav, mp3, m4a, ...) films
 /// go without their pictures, with a note; covers are kept where it takes them. The output appears under its
 /// name only when it is complete; after any failure nothing is left behind. Memory does not grow with the
 /// length of the film, whatever the chains hold back. InputException, OutputException, OptionsException,
 /// InterruptedException; exceptions of the chains pass unchanged. Blocks until done; several runs may go on
 /// at once. Reading, picture chain and writing have a thread each, and decoder and encoder of pictures up to
-/// Core::ThreadBudget::Get() threads; sound is worked on by the thread that writes. With a budget of 1 the
+/// Core::ThreadBudget::Get() threads; audio is worked on by the thread that writes. With a budget of 1 the
 /// calling thread does it all. Each chain is called by one thread at a time: that of the video by the calling
 /// thread until its first result.
 TARSEL_MEDIA_API RunResult Run(RunOptions const& options, std::stop_token stop = {});

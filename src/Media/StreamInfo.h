@@ -38,13 +38,13 @@ struct VideoStreamInfo {
 };
 
 /// Makes the work on the picture, once the stream is known. With a null result the picture stream is copied
-/// untouched where that can be (VideoStreamInfo::copyObstacle is empty); elsewhere it is encoded anew, and
+/// untouched where that can be (VideoStreamInfo::copyObstacle is empty); elsewhere it is re-encoded, and
 /// its orientation tag is lost, with a note: a chain that turns the pictures keeps them upright.
 using MakeVideoEffects = std::function<std::unique_ptr<Proc::IEffectStreamVideo>(VideoStreamInfo const&)>;
 
-/// A sound stream of the input.
+/// An audio stream of the input.
 struct AudioStreamInfo {
-    /// Among the sound streams, from 0.
+    /// Among the audio streams, from 0.
     int number = 0;
     /// Of the decoded blocks, all of them. One or two channels always have a mask; more of them have that of
     /// the stream, or none.
@@ -58,14 +58,14 @@ struct AudioStreamInfo {
     /// Why the stream cannot be copied as it is, "\"out.webm\" cannot hold aac"; "" when a null chain copies
     /// it.
     std::string copyObstacle;
-    /// Bits of a sample that carry sound: those of a codec without loss, 16 for others, whose noise hides
+    /// Bits of a sample that carry audio: those of a codec without loss, 16 for others, whose noise hides
     /// more.
     int depth = 16;
 };
 
-/// The work on one sound stream.
+/// The work on one audio stream.
 struct AudioEffects {
-    /// Null: the stream is copied where it can be (AudioStreamInfo::copyObstacle is empty), else encoded anew
+    /// Null: the stream is copied where it can be (AudioStreamInfo::copyObstacle is empty), else re-encoded
     /// with a note, and left out with a note only where it cannot even be that. A chain is fed blocks of the
     /// stream's format, each beginning where the one before ended. It hands out blocks at their own times:
     /// 40 ms beside the end of the one before is taken for inexact, unless it lasts; beyond that a gap
@@ -74,15 +74,15 @@ struct AudioEffects {
     /// Of the blocks that come out: what is encoded. Others are converted to it, with a note. Not looked at
     /// without a chain.
     Conf::SampleInfo output;
-    /// Bits of a sample of `output` that carry sound, for which a file of plain samples, and what an encoder
+    /// Bits of a sample of `output` that carry audio, for which a file of plain samples, and what an encoder
     /// without loss is told, is made to fit. 0: as many as in the stream, whatever format the work is done
     /// in: an effect that reckons with real numbers makes no more of 16 bits. So it is to be set where the
     /// user asks for another format: 32 for s32 or flt, 16 for s16.
     int depth = 0;
 };
 
-/// Makes the work on a sound stream: called once for each of the input, in order, before anything is written,
-/// on the thread that runs.
+/// Makes the work on an audio stream: called once for each of the input, in order, before anything is
+/// written, on the thread that runs.
 using MakeAudioEffects = std::function<AudioEffects(AudioStreamInfo const&)>;
 
 } // namespace Tarsel::Media

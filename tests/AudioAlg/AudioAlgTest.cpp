@@ -1,8 +1,8 @@
 // Which bytes the algorithms take for samples, what they give in the cases that matter, and what they refuse.
 
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
+#include "AudioAlg/AudioMemory.h"
 #include "AudioAlg/PlainAudio.h"
-#include "AudioAlg/SoundMemory.h"
 #include "Proc/Algorithms/AudioAlg/AudioLevels.h"
 #include "Support/Failure.h"
 
@@ -18,9 +18,9 @@ using testing::ElementsAre;
 
 /// Audio in a format that the test names.
 template <class T>
-class Sound {
+class Samples {
 public:
-    Sound(SampleFormats format, std::uint8_t channels, std::vector<T> samples, std::size_t planeSize = 0)
+    Samples(SampleFormats format, std::uint8_t channels, std::vector<T> samples, std::size_t planeSize = 0)
         : m_samples(std::move(samples)) {
         bool const isPlanar = Conf::SampleFmtRecord::Find(format).planar;
         std::size_t const count = m_samples.size() / (channels == 0 ? 1 : channels);
@@ -40,34 +40,34 @@ private:
 };
 
 template <class T>
-Sound<T> Mono(std::vector<T> samples) {
+Samples<T> Mono(std::vector<T> samples) {
     return {PackedFormat<T>(), 1, std::move(samples)};
 }
 
 // The source says what a sample is, the destination how many bytes there are.
 TEST(AudioAlg, DestinationCountsAndSourceNamesTheType) {
-    Sound<float> const packed(SampleFormats::Float, 2, {2, 3, 4, 5, 6, 7});
+    Samples<float> const packed(SampleFormats::Float, 2, {2, 3, 4, 5, 6, 7});
     {
         // Lines of two samples, times two channels.
-        Sound<float> const dst(SampleFormats::FloatPlanar, 2, {9, 9, 9, 9, 9, 9}, 2);
+        Samples<float> const dst(SampleFormats::FloatPlanar, 2, {9, 9, 9, 9, 9, 9}, 2);
         ClipAudio(dst, packed);
         EXPECT_THAT(dst.Get(), ElementsAre(1, 1, 1, 1, 9, 9));
     }
     {
         // The line of packed audio is all there is.
-        Sound<float> const dst(SampleFormats::Float, 2, {9, 9, 9, 9, 9, 9}, 3);
+        Samples<float> const dst(SampleFormats::Float, 2, {9, 9, 9, 9, 9, 9}, 3);
         VolumizeAudio(dst, packed, -1);
         EXPECT_THAT(dst.Get(), ElementsAre(-1, -1, -1, 9, 9, 9));
     }
     {
         // 15 bytes are three floats, whatever the destination calls them.
-        Sound<std::uint8_t> const dst(SampleFormats::U8Planar, 3, std::vector<std::uint8_t>(16, 7), 5);
+        Samples<std::uint8_t> const dst(SampleFormats::U8Planar, 3, std::vector<std::uint8_t>(16, 7), 5);
         ClipAudio(dst, packed);
         EXPECT_EQ(Get<float>(dst.Get().data(), 2), 1.0F);
         EXPECT_THAT(std::vector<int>(dst.Get().begin() + 12, dst.Get().end()), ElementsAre(7, 7, 7, 7));
     }
     for (int const lineSize : {0, 3, -4, std::numeric_limits<std::int32_t>::min()}) {
-        Sound<float> const dst = Mono<float>({9});
+        Samples<float> const dst = Mono<float>({9});
         AudioRef ref = dst;
         ref.lineSize = lineSize;
         ClipAudio(ref, packed);
@@ -111,11 +111,11 @@ TEST(AudioAlg, SamplesOfEveryFormat) {
             });
             auto const at = [&](int i) { return Plain::ToReal(samples[static_cast<std::size_t>(i)]); };
             // Planes of three samples, of which the line has four.
-            EXPECT_THAT(SamplesAt(Sound<T>(PlanarFormat<T>(), 2, samples, 4), index),
+            EXPECT_THAT(SamplesAt(Samples<T>(PlanarFormat<T>(), 2, samples, 4), index),
                         ElementsAre(42, at(index), at(4 + index)));
-            EXPECT_THAT(SamplesAt(Sound<T>(PackedFormat<T>(), 3, samples), index),
+            EXPECT_THAT(SamplesAt(Samples<T>(PackedFormat<T>(), 3, samples), index),
                         ElementsAre(42, at(3 * index), at(3 * index + 1), at(3 * index + 2)));
-            EXPECT_THAT(SamplesAt(Sound<T>(PackedFormat<T>(), 0, samples), index), ElementsAre(42));
+            EXPECT_THAT(SamplesAt(Samples<T>(PackedFormat<T>(), 0, samples), index), ElementsAre(42));
         }
     });
     EXPECT_THAT(SamplesAt(Mono<std::uint8_t>({0, 255}), 1), ElementsAre(42, 0.9921875));
@@ -126,27 +126,27 @@ TEST(AudioAlg, MixesPlanesAndInterleavedChannels) {
     auto const nine = [](std::size_t count) { return std::vector<short>(count, 9); };
     {
         // Lines differ; padding stays.
-        Sound<short> const dst(SampleFormats::S16Planar, 2, nine(8), 4);
+        Samples<short> const dst(SampleFormats::S16Planar, 2, nine(8), 4);
         AudioRef ref = dst;
         ref.sampleCount = 3;
-        Sound<short> const a(SampleFormats::S16Planar, 2, {1, 2, 3, 20000, 5, 6});
-        Sound<short> const b(SampleFormats::S16Planar, 2, {100, 200, 20000, 300, 400, 500});
+        Samples<short> const a(SampleFormats::S16Planar, 2, {1, 2, 3, 20000, 5, 6});
+        Samples<short> const b(SampleFormats::S16Planar, 2, {100, 200, 20000, 300, 400, 500});
         AudioRef two = b; // The mix is longer.
         two.sampleCount = 2;
         MixAudio(ref, {{a, 1.0}, {two, 2.0}});
         EXPECT_THAT(dst.Get(), ElementsAre(201, 402, 3, 9, 20600, 805, 6, 9));
     }
     {
-        Sound<short> const dst(SampleFormats::S16, 2, nine(6));
-        Sound<short> const a(SampleFormats::S16, 2, {1, 2, 30000, -30000, 5, 6, 7, 8});
-        Sound<short> const b(SampleFormats::S16, 2, {10, 20, 30000, -30000});
+        Samples<short> const dst(SampleFormats::S16, 2, nine(6));
+        Samples<short> const a(SampleFormats::S16, 2, {1, 2, 30000, -30000, 5, 6, 7, 8});
+        Samples<short> const b(SampleFormats::S16, 2, {10, 20, 30000, -30000});
         MixAudio(dst, {{a, 1.0}, {b, 0.5}});
         EXPECT_THAT(dst.Get(), ElementsAre(6, 12, 32767, -32768, 5, 6));
     }
 }
 
 TEST(AudioAlg, RefusesUnknownFormats) {
-    Sound<float> const good = Mono<float>({1});
+    Samples<float> const good = Mono<float>({1});
     std::vector<double> samples{1};
     std::vector<LevelSums> sums(1);
     struct {
@@ -168,8 +168,8 @@ TEST(AudioAlg, RefusesUnknownFormats) {
         {"AddLevels", nullptr, [&](AudioRef const& bad) { AddLevels(bad, 0, 1, sums); }},
         {"FindPeak", nullptr, [&](AudioRef const& bad) { FindPeak(bad); }},
     };
-    for (AudioRef const& bad : {AudioRef(Sound<float>(static_cast<SampleFormats>(10), 1, {1})),
-                                AudioRef(Sound<float>(SampleFormats::Unknown, 1, {}))})
+    for (AudioRef const& bad : {AudioRef(Samples<float>(static_cast<SampleFormats>(10), 1, {1})),
+                                AudioRef(Samples<float>(SampleFormats::Unknown, 1, {}))})
         for (auto const& [name, function, call] : cases) {
             Tarsel::Test::Failure const failure = Tarsel::Test::Catch([&, &act = call] { act(bad); });
             EXPECT_EQ(failure.text, std::string(name) + " doesn't support this sample format");
@@ -184,7 +184,7 @@ TEST(AudioAlg, RefusesUnknownFormats) {
 }
 
 TEST(AudioAlg, RefusesToMixWhatDiffers) {
-    Sound<float> const dst(SampleFormats::Float, 2, {1, 2});
+    Samples<float> const dst(SampleFormats::Float, 2, {1, 2});
     struct {
         SampleFormats format;
         std::uint8_t channels;
@@ -196,7 +196,7 @@ TEST(AudioAlg, RefusesToMixWhatDiffers) {
         {SampleFormats::Unknown, 2, "unknown with 2"},
     };
     for (auto const& [format, channels, what] : cases) {
-        Sound<float> const other(format, channels, {3, 4});
+        Samples<float> const other(format, channels, {3, 4});
         EXPECT_EQ(Tarsel::Test::TextOf([&] {
                       MixAudio(dst, {{dst, 1.0}, {other, 1.0}});
                   }),

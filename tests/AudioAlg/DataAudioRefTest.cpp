@@ -1,7 +1,7 @@
 #include "Proc/Algorithms/AudioAlg/DataAudioRef.h"
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
+#include "Support/Audio.h"
 #include "Support/Failure.h"
-#include "Support/Sound.h"
 
 #include <gmock/gmock.h>
 
@@ -23,7 +23,7 @@ Conf::SampleInfo InfoOf(int format, std::uint8_t channels) {
 TEST(DataAudioRef, CoversBlocksWhereverTheirPlanesLie) {
     for (int format = 0; format < 10; ++format)
         for (std::uint8_t const channels : {std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{12}}) {
-            auto const block = Tarsel::Test::MakeSound(InfoOf(format, channels), 333, [](int c, auto i) {
+            auto const block = Tarsel::Test::MakeAudio(InfoOf(format, channels), 333, [](int c, auto i) {
                 return c / 16.0 + 0.01 * static_cast<int>(i % 5);
             });
             int const planes = CountPlanes(*block);
@@ -47,7 +47,7 @@ TEST(DataAudioRef, CoversBlocksWhereverTheirPlanesLie) {
 // Written through their views, and nothing beside the samples.
 TEST(DataAudioRef, PlanesAreViewsWithoutPadding) {
     for (int const format : {3, 8}) {
-        SP<DataAudioFF> const loud = Tarsel::Test::MakeSound(
+        SP<DataAudioFF> const loud = Tarsel::Test::MakeAudio(
             InfoOf(format, 2), 5, [](int, std::int64_t i) { return i % 2 == 0 ? 3.0 : -3.0; });
         SP<DataAudioFF> const clipped = DataAudioFF::CreateBySampleCount(InfoOf(format, 2), 5);
         int const planes = CountPlanes(*clipped);
@@ -73,7 +73,7 @@ TEST(DataAudioRef, RefusesBlocksThatNoLineSizeCanTell) {
     frame->nb_samples = 1 << 28;
     DataAudioFF const block(std::move(frame));
     EXPECT_EQ(Tarsel::Test::TextOf([&] { GetPlaneRef(block, 0); }),
-              "A block of sound has 268435456 samples of 8 bytes; the most is 2147483647 bytes");
+              "A block of audio has 268435456 samples of 8 bytes; the most is 2147483647 bytes");
 }
 
 } // namespace

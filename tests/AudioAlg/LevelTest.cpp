@@ -1,5 +1,5 @@
+#include "AudioAlg/AudioMemory.h"
 #include "AudioAlg/PlainAudio.h"
-#include "AudioAlg/SoundMemory.h"
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "Proc/Algorithms/AudioAlg/AudioLevels.h"
 #include "Support/EveryTarget.h"

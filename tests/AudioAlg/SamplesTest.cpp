@@ -1,7 +1,7 @@
 // Clipping, volume and mixing against the plain formulas, with every instruction set.
 
+#include "AudioAlg/AudioMemory.h"
 #include "AudioAlg/PlainAudio.h"
-#include "AudioAlg/SoundMemory.h"
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "Proc/Algorithms/AudioAlg/StreamBytes.h"
 #include "Support/EveryTarget.h"
@@ -79,10 +79,10 @@ TEST_P(Samples, EveryVolume) {
             std::vector<T> expected(samples.size());
             std::transform(samples.begin(), samples.end(), expected.begin(),
                            [&](T s) { return Plain::Volumize(s, volume); });
-            Bytes sound = ToBytes(samples);
-            AudioRef const ref = MonoRef<T>(sound.data(), samples.size());
+            Bytes audio = ToBytes(samples);
+            AudioRef const ref = MonoRef<T>(audio.data(), samples.size());
             VolumizeAudio(ref, ref, volume); // in place
-            ASSERT_TRUE(sound == ToBytes(expected)) << "volume " << volume << ", type " << typeid(T).name();
+            ASSERT_TRUE(audio == ToBytes(expected)) << "volume " << volume << ", type " << typeid(T).name();
         }
     });
 }
@@ -109,13 +109,13 @@ TEST_P(Samples, OverlappingBuffers) {
 template <class T>
 void CheckMix(std::size_t sourceCount, std::size_t count, bool isInPlace) {
     SampleNoise<T> noise;
-    std::vector<Bytes> sounds;
+    std::vector<Bytes> tracks;
     std::vector<Audio2Mix> sources;
     for (std::size_t k = 0; k < sourceCount; ++k) {
         std::size_t const length = k % 3 == 0 ? count + 10 : count * (k + 1) / (sourceCount + 1);
-        sounds.push_back(MakeMemory(noise, k, length));
+        tracks.push_back(MakeMemory(noise, k, length));
         sources.push_back(
-            {MonoRef<T>(sounds[k].data() + k, length), s_volumes[(count + k) % std::size(s_volumes)]});
+            {MonoRef<T>(tracks[k].data() + k, length), s_volumes[(count + k) % std::size(s_volumes)]});
     }
     std::size_t const start = count % 13;
     Bytes dst = MakeMemory(noise, start, count);

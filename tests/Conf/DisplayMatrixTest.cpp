@@ -23,7 +23,7 @@ struct Picture {
 
 Picture const s_picture{3, 2, {1, 2, 3, 4, 5, 6}};
 
-/// Every pixel put where FFmpeg's equations for the nine words send its centre.
+/// Every pixel put where FFmpeg's equations for the nine words send its center.
 Picture MapByMatrix(Picture const& from, std::array<std::int32_t, 9> const& words) {
     double const a = words[0] / 65536.0;
     double const b = words[1] / 65536.0;

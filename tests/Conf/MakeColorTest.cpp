@@ -21,7 +21,7 @@ using Test::ByName;
 
 constexpr int s_size = 16;
 
-/// The bytes of one pixel, plane by plane, of a picture of one colour that libswscale made.
+/// The bytes of one pixel, plane by plane, of a picture of one color that libswscale made.
 std::vector<int> ColorByScaler(PixColor color, PixFmt format, ColorSpace const& space) {
     Proc::SafeFrame from({}, ByName("gbrap"), s_size, s_size, 1, 1);
     Proc::SafeFrame to({}, format, s_size, s_size, 1, 1);

@@ -77,7 +77,7 @@ TEST(CallStack, NamesFunctionsOfALibraryOpenedLater) {
 TEST(CallStack, GivesModuleAndOffsetWithoutASymbolTable) {
     auto const names = CaptureInLibrary(STRIPPED_LIBRARY);
     EXPECT_THAT(names[0], testing::MatchesRegex("libtest_core_stripped\\.so\\+0x[0-9a-f]+"));
-    EXPECT_EQ(names[1], "CaptureInLateLibrary"); // exported, and not taken for its hidden neighbour
+    EXPECT_EQ(names[1], "CaptureInLateLibrary"); // exported, and not taken for its hidden neighbor
 }
 
 TEST(CallStack, NamesFunctionsThatEndInACall) {

@@ -1,6 +1,6 @@
 #include "Core/CallStack.h"
 
-// Exported neighbours on both sides of the hidden function.
+// Exported neighbors on both sides of the hidden function.
 extern "C" TARSEL_API int BeforeInLateLibrary();
 
 int BeforeInLateLibrary() {

@@ -25,7 +25,7 @@ void CheckLimits() {
         EXPECT_EQ(Saturate<To>(std::nextafter(From(Limits::min()), From{0})),
                   static_cast<To>(std::nextafter(From(Limits::min()), From{0})));
     }
-    // The neighbours of the first number that is too large.
+    // The neighbors of the first number that is too large.
     From const above = std::ldexp(From{1}, Limits::digits);
     EXPECT_EQ(Saturate<To>(above), Limits::max());
     From const below = std::nextafter(above, From{0});

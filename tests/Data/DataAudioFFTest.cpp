@@ -47,7 +47,7 @@ TEST(DataAudioFFTest, BlocksThatCannotBe) {
         int count;
         char const* text;
     } const cases[] = {
-        {{SampleFormats::Unknown, 48000, {3, 2}}, 1, "sample format -1 is none of 0 to 9"},
+        {{SampleFormats::Unknown, 48000, {3, 2}}, 1, "sample format -1 is not one of 0 to 9"},
         {{SampleFormats::S16, -1, {3, 2}}, 1, "sample rate -1 is not above 0"},
         {{SampleFormats::S16, 0, {3, 2}}, 1, "sample rate 0 is not above 0"},
         {{SampleFormats::S16, 48000, {}}, 1, "there are no channels"},
@@ -56,7 +56,7 @@ TEST(DataAudioFFTest, BlocksThatCannotBe) {
     };
     for (auto const& example : cases)
         EXPECT_THAT([&] { DataAudioFF::CreateBySampleCount(example.info, example.count); },
-                    testing::ThrowsMessage<EffectException>("Cannot make a block of sound: " +
+                    testing::ThrowsMessage<EffectException>("Cannot make a block of audio: " +
                                                             std::string(example.text)));
 
     AllocationLimit const limit(20000);

@@ -70,7 +70,7 @@ TEST(AVFrameWrapperTest, TakesFramesOnly) {
     SafeFrame const empty;
     EXPECT_EQ(TextOf<ProcException>([] { AVFrameWrapper(nullptr); }), "AVFrame pointer is null");
     EXPECT_EQ(TextOf<ProcException>([&] { AVFrameWrapper(empty.Get()); }),
-              "AVFrame holds neither a picture nor sound");
+              "AVFrame holds neither a picture nor audio");
 }
 
 TEST(AVFrameWrapperTest, ChangesItsOwnHeadOnly) {

@@ -5,8 +5,8 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
 #include "Support/AllocationLimit.h"
+#include "Support/Audio.h"
 #include "Support/Failure.h"
-#include "Support/Sound.h"
 
 #include <gmock/gmock.h>
 
@@ -47,7 +47,7 @@ Channels Convert(SwrCtxParams const& params, IDataAudio const& block) {
     Channels result;
     for (auto const& part : {converter.Convert(*block.GetAVFrame()), converter.Flush()})
         if (part)
-            AppendSound(result, **part);
+            AppendAudio(result, **part);
     return result;
 }
 
@@ -56,8 +56,8 @@ TEST(SafeSwrContextTest, EveryFormatToEveryFormat) {
     for (std::uint32_t i = 0; i < 100; ++i) {
         SampleInfo const from{static_cast<SampleFormats>(i / 10), 48000, Layout("3.0")};
         SampleInfo const to{static_cast<SampleFormats>(i % 10), 48000, Layout("3.0")};
-        SCOPED_TRACE(SoundText(from) + " to " + SoundText(to));
-        SP<DataAudioFF> const block = MakeSoundNoise(from, samples);
+        SCOPED_TRACE(AudioText(from) + " to " + AudioText(to));
+        SP<DataAudioFF> const block = MakeAudioNoise(from, samples);
         Channels const result = Convert({from, to}, *block);
         ASSERT_EQ(result.size(), 3U);
         // To the nearest step, or to the one below; of what is representable nothing is lost.
@@ -85,7 +85,7 @@ TEST(SafeSwrContextTest, ChannelsOfUnknownOrderKeepTheirPlaces) {
     for (auto const& [from, to] : cases)
         for (int const rate : {48000, 44100}) {
             SCOPED_TRACE(from.GetName() + " to " + to.GetName());
-            SP<DataAudioFF> const block = MakeSound({SampleFormats::FloatPlanar, 48000, from}, 480,
+            SP<DataAudioFF> const block = MakeAudio({SampleFormats::FloatPlanar, 48000, from}, 480,
                                                     [](int channel, std::int64_t) { return channel / 16.; });
             Channels const result =
                 Convert({block->GetSampleInfo(), {SampleFormats::Float, rate, to}}, *block);
@@ -109,7 +109,7 @@ TEST(SafeSwrContextTest, MixesByTheDefaultMatrix) {
                 AVChannelLayout out = Conf::AVChannelLayoutFromTarsel(Layout(to));
                 swr_build_matrix2(&in, &out, level, level, 0, 1, 1, matrix[0].data(), 64,
                                   AV_MATRIX_ENCODING_NONE, nullptr);
-                SP<DataAudioFF> const block = MakeSoundNoise({format, 48000, Layout(from)}, samples);
+                SP<DataAudioFF> const block = MakeAudioNoise({format, 48000, Layout(from)}, samples);
                 Channels const result =
                     Convert({block->GetSampleInfo(), {format, 48000, Layout(to)}}, *block);
                 ASSERT_EQ(result.size(), Layout(to).channels);
@@ -140,7 +140,7 @@ TEST(SafeSwrContextTest, AsManySamplesAsTheTimeHas) {
             SCOPED_TRACE(testing::Message() << samples << " samples from " << from << " to " << to << " Hz");
             auto const level = [](int channel, std::int64_t) { return channel == 0 ? 0.25 : -0.5; };
             Channels const result =
-                Convert({in, {SampleFormats::S16, to, s_stereo}}, *MakeSound(in, samples, level));
+                Convert({in, {SampleFormats::S16, to, s_stereo}}, *MakeAudio(in, samples, level));
             auto const expected = std::size_t(std::llround(double(samples) * to / from));
             ASSERT_EQ(result.empty() ? 0 : result[1].size(), expected);
             for (std::size_t channel = 0; channel < result.size(); ++channel) {
@@ -167,10 +167,10 @@ TEST(SafeSwrContextTest, BlocksOfAnyLengthGiveTheSameSamplesAtTheirTimes) {
         for (auto const& form : forms) {
             int const from = rates.from;
             int const to = rates.to;
-            SCOPED_TRACE(SoundText({form.from, from, s_stereo}) + " to " +
-                         SoundText({form.to, to, form.toLayout}));
+            SCOPED_TRACE(AudioText({form.from, from, s_stereo}) + " to " +
+                         AudioText({form.to, to, form.toLayout}));
             int const length = from / 4;
-            SP<DataAudioFF> const whole = MakeSoundNoise({form.from, from, s_stereo}, length);
+            SP<DataAudioFF> const whole = MakeAudioNoise({form.from, from, s_stereo}, length);
             whole->SetTime(start);
             SwrCtxParams const params{whole->GetSampleInfo(), {form.to, to, form.toLayout}};
             Channels const expected = Convert(params, *whole);
@@ -187,12 +187,12 @@ TEST(SafeSwrContextTest, BlocksOfAnyLengthGiveTheSameSamplesAtTheirTimes) {
                             double(start + (isLater ? jump : 0)) + double(first) * 1e6 / to, 1.01);
                 EXPECT_NEAR(double(DataAudioFF(**block).GetDuration()), (*block)->nb_samples * 1e6 / to,
                             0.51);
-                AppendSound(result, **block);
+                AppendAudio(result, **block);
             };
             for (int done = 0; done < length;) {
                 int const count =
                     std::min({int(random() % 1200), length - done, done < later ? later - done : length});
-                SP<DataAudioFF> const block = CutSound(*whole, done, count);
+                SP<DataAudioFF> const block = CutAudio(*whole, done, count);
                 if (done >= later)
                     block->SetTime(block->GetTime() + jump);
                 take(converter.Convert(*block->GetAVFrame()));
@@ -210,7 +210,7 @@ TEST(SafeSwrContextTest, TimesThatAreNotKnown) {
     // Blocks of 10 ms; the first sample that comes of a block lies 15 of the input's before it.
     for (std::int64_t const time :
          {AV_NOPTS_VALUE, std::int64_t{10'000}, AV_NOPTS_VALUE, std::int64_t{90'000}}) {
-        SP<DataAudioFF> const block = MakeSoundNoise(in, 240);
+        SP<DataAudioFF> const block = MakeAudioNoise(in, 240);
         block->SetTime(time);
         times.push_back((*converter.Convert(*block->GetAVFrame()))->pts);
     }
@@ -223,7 +223,7 @@ TEST(SafeSwrContextTest, TimesThatAreNotKnown) {
 
 TEST(SafeSwrContextTest, AfterTheRestAnotherStreamBegins) {
     SampleInfo const in{SampleFormats::Float, 44100, s_stereo};
-    SP<DataAudioFF> const block = MakeSoundNoise(in, 1000);
+    SP<DataAudioFF> const block = MakeAudioNoise(in, 1000);
     SafeSwrContext converter({in, {SampleFormats::S16, 48000, s_stereo}});
     EXPECT_FALSE(converter.Flush());
     std::vector<Channels> streams;
@@ -231,8 +231,8 @@ TEST(SafeSwrContextTest, AfterTheRestAnotherStreamBegins) {
         block->SetTime(time);
         SafeFrame const first = converter.Convert(*block->GetAVFrame()).value();
         EXPECT_EQ(first->pts, time);
-        AppendSound(streams.emplace_back(), *first);
-        AppendSound(streams.back(), *converter.Flush().value());
+        AppendAudio(streams.emplace_back(), *first);
+        AppendAudio(streams.back(), *converter.Flush().value());
         EXPECT_FALSE(converter.Flush());
         EXPECT_EQ(streams.back(), streams[0]);
     }
@@ -251,7 +251,7 @@ TEST(SafeSwrContextTest, RefusalsNameBothSides) {
         EXPECT_EQ(TextOf<EffectException>([&, &wanted = to] {
                       SafeSwrContext({good, wanted});
                   }),
-                  std::string("Cannot convert sound from 48000 Hz s16 stereo to ") + text);
+                  std::string("Cannot convert audio from 48000 Hz s16 stereo to ") + text);
 }
 
 TEST(SafeSwrContextTest, ConvertsOnlyWhatItWasMadeFor) {
@@ -260,21 +260,21 @@ TEST(SafeSwrContextTest, ConvertsOnlyWhatItWasMadeFor) {
     auto const refuse = [&](AVFrame const& frame) {
         return TextOf<EffectException>([&] { converter.Convert(frame); });
     };
-    EXPECT_EQ(refuse(*MakeSoundNoise({SampleFormats::S16Planar, 48000, s_mono}, 10)->GetAVFrame()),
-              "Cannot convert sound from 48000 Hz s16p mono to 44100 Hz flt stereo: the converter is for "
+    EXPECT_EQ(refuse(*MakeAudioNoise({SampleFormats::S16Planar, 48000, s_mono}, 10)->GetAVFrame()),
+              "Cannot convert audio from 48000 Hz s16p mono to 44100 Hz flt stereo: the converter is for "
               "48000 Hz s16p stereo");
-    SP<DataAudioFF> const block = MakeSoundNoise(in, 500);
+    SP<DataAudioFF> const block = MakeAudioNoise(in, 500);
     SafeFrame lying = SafeFrame::Reference(*block->GetAVFrame());
     lying->nb_samples = 1000;
     std::string const holdsFewer =
-        "A block of sound said to be of 1000 samples of 48000 Hz s16p stereo holds fewer";
+        "A block of audio said to be of 1000 samples of 48000 Hz s16p stereo holds fewer";
     EXPECT_EQ(refuse(*lying), holdsFewer);
     lying->data[1] = nullptr;
     EXPECT_EQ(refuse(*lying), holdsFewer);
 
     SafeSwrContext moved(std::move(converter));
     EXPECT_FALSE(converter);
-    EXPECT_EQ(refuse(*block->GetAVFrame()), "The converter of sound is empty");
+    EXPECT_EQ(refuse(*block->GetAVFrame()), "The converter of audio is empty");
     EXPECT_THROW(converter.Flush(), EffectException);
     EXPECT_TRUE(moved.Convert(*block->GetAVFrame()));
 }
@@ -282,7 +282,7 @@ TEST(SafeSwrContextTest, ConvertsOnlyWhatItWasMadeFor) {
 TEST(SafeSwrContextTest, GoesOnAfterMemoryRanOut) {
     SampleInfo const in{SampleFormats::S16, 44100, s_stereo};
     SwrCtxParams const params{in, {SampleFormats::Float, 48000, s_stereo}};
-    SP<DataAudioFF> const block = MakeSoundNoise(in, 5000);
+    SP<DataAudioFF> const block = MakeAudioNoise(in, 5000);
     {
         AllocationLimit const limit(64);
         EXPECT_THROW(SafeSwrContext{params}, Core::MemoryException);
@@ -294,8 +294,8 @@ TEST(SafeSwrContextTest, GoesOnAfterMemoryRanOut) {
         EXPECT_THROW(converter.Convert(*block->GetAVFrame()), Core::MemoryException) << bytes;
     }
     Channels result;
-    AppendSound(result, *converter.Convert(*block->GetAVFrame()).value());
-    AppendSound(result, *converter.Flush().value());
+    AppendAudio(result, *converter.Convert(*block->GetAVFrame()).value());
+    AppendAudio(result, *converter.Flush().value());
     EXPECT_EQ(result, Convert(params, *block));
 }
 

@@ -44,7 +44,7 @@ SafeFrame Scaled(AVFrame const& from, SwsCtxSide const& to) {
     return result;
 }
 
-/// A picture of one colour and what becomes of it. Formats whose first bytes in each plane are its
+/// A picture of one color and what becomes of it. Formats whose first bytes in each plane are its
 /// components.
 void ExpectSameColor(SwsCtxSide const& from, SwsCtxSide const& to) {
     Conf::PixFmtDescription const& fromFormat = Conf::PixFmtDescription::Find(from.format);
@@ -128,7 +128,7 @@ TEST(SafeSwsContextTest, SameFormatAndSizeIsACopy) {
             continue;
         SafeFrame const from = MakeNoise(format, 33, 17);
         SwsCtxSide side = SideOf(*from);
-        side.space = {AVCOL_SPC_BT470BG, AVCOL_RANGE_UNSPECIFIED}; // another number, the same colours
+        side.space = {AVCOL_SPC_BT470BG, AVCOL_RANGE_UNSPECIFIED}; // another number, the same colors
         EXPECT_EQ(AllBytes(*Scaled(*from, side)), AllBytes(*from)) << NameOf(format);
     }
 }

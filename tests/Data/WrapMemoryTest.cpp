@@ -150,7 +150,7 @@ TEST(WrapSamples, NamesWhatIsMissing) {
     } const cases[] = {
         {10, {samples}, cannot + "there are 1 planes and s16p in 2 channels needs 2"},
         {11, {samples, samples}, cannot + "plane 0 has 20 bytes and needs 22"},
-        {-1, {samples, samples}, "Cannot make a block of sound: sample count -1 is below 0"},
+        {-1, {samples, samples}, "Cannot make a block of audio: sample count -1 is below 0"},
     };
     int released = 0;
     auto const wrap = [&](int count, Samples const& planes) {

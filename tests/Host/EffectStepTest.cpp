@@ -4,7 +4,7 @@
 #include "Host/EffectRegistry.h"
 #include "Proc/Settings/Orientation.h"
 #include "Proc/Settings/SettingsText.h"
-#include "Proc/Settings/Stabilise.h"
+#include "Proc/Settings/Stabilize.h"
 #include "Support/Failure.h"
 
 #include <gtest/gtest.h>

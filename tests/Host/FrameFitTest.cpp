@@ -83,7 +83,7 @@ int GetDistance(Proc::IDataVideo const& a, Proc::IDataVideo const& b) {
     return largest;
 }
 
-TEST(FrameFit, BringsFramesThereAndBack) {
+TEST(FrameAdapter, BringsFramesThereAndBack) {
     struct {
         PixFmt format;
         std::uint32_t width;
@@ -131,7 +131,7 @@ TEST(FrameFit, BringsFramesThereAndBack) {
     }
 }
 
-TEST(FrameFit, RepeatsTheEdge) {
+TEST(FrameAdapter, RepeatsTheEdge) {
     auto const effect = MakeSP<Choosy>();
     Host::VideoChain chain;
     chain.Append(effect);
@@ -148,7 +148,7 @@ TEST(FrameFit, RepeatsTheEdge) {
     }
 }
 
-TEST(FrameFit, GivesWhatWasHeldBackInItsOwnForm) {
+TEST(FrameAdapter, GivesWhatWasHeldBackInItsOwnForm) {
     Host::VideoChain chain;
     chain.Append(MakeSP<Choosy>());
     std::pair<PixFmt, std::uint32_t> const forms[] = {{PixFmt::RGB24, 15},
@@ -168,7 +168,7 @@ TEST(FrameFit, GivesWhatWasHeldBackInItsOwnForm) {
     EXPECT_FALSE(chain.Take());
 }
 
-TEST(FrameFit, IsToldToTheUser) {
+TEST(FrameAdapter, IsToldToTheUser) {
     Host::VideoChain chain;
     chain.Append(MakeSP<Choosy>());
     chain.Feed(MakeRamp(PixFmt::YUV420P, 16, 8));

@@ -57,10 +57,10 @@ TEST(Plugin, OfEffectsStaysThoughHostsCloseIt) {
     EXPECT_EXIT(useAndClose(), testing::ExitedWithCode(0), "");
 }
 
-TEST(Plugin, NeedNotMakeSound) {
+TEST(Plugin, NeedNotMakeAudio) {
     Host::Plugin const plugin(SMALL_PLUGIN);
     EXPECT_EQ(TextOf<Host::PluginException>([&] { (void)plugin.CreateAudioGenerator("sine", {}); }),
-              "The plug-in \"" SMALL_PLUGIN "\" makes no sound: it has no CreateAudioGenerator");
+              "The plug-in \"" SMALL_PLUGIN "\" makes no audio: it has no CreateAudioGenerator");
 }
 
 TEST(Plugin, SaysWhatTheLoaderSays) {

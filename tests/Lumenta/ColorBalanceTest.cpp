@@ -67,7 +67,7 @@ TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
 }
 
 /// Alpha makes no difference to what lies beside it.
-TEST(ColorBalance, TreatsColourWithAlphaAsWithout) {
+TEST(ColorBalance, TreatsColorWithAlphaAsWithout) {
     auto const effect = MakeBalance(GetFactory(), 50, 60);
     SP<IDataVideo> const plain = MakeFrame(PixFmt::YUV422P);
     SP<IDataVideo> const withAlpha = MakeFrame(PixFmt::YUVA422P);

@@ -13,7 +13,7 @@
 namespace Tarsel::Test {
 namespace {
 
-/// Files between the stabiliser's passes; they live as long as the table.
+/// Files between the stabilizer's passes; they live as long as the table.
 class StatisticsFiles {
 public:
     StatisticsFiles() {

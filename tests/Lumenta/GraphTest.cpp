@@ -7,9 +7,9 @@
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Support/AllocationLimit.h"
+#include "Support/Audio.h"
 #include "Support/CommaLocale.h"
 #include "Support/MemoryWatch.h"
-#include "Support/Sound.h"
 #include "Support/Watch.h"
 
 #include <fmt/format.h>
@@ -139,7 +139,7 @@ struct OneBlock {
     static constexpr char const* s_filter = "aecho=1:1:1:0.5";
     inline static SampleInfo const s_info = SampleInfo::Init(SampleFormats::Float, 44100, {3, 2});
     static auto Make() { return Proc::EffectFFMPEGAudio::Create(s_filter, s_info); }
-    static Datum MakeDatum(std::int64_t = 0) { return MakeSoundNoise(s_info, 4000); }
+    static Datum MakeDatum(std::int64_t = 0) { return MakeAudioNoise(s_info, 4000); }
     static void Process(Proc::EffectFFMPEGAudio& graph, Datum& data) { graph.Process(data); }
     static void Feed(Proc::EffectFFMPEGAudio& graph, Datum const& data) { graph.Feed(data); }
 };
@@ -184,9 +184,9 @@ auto MakeBad(OneBlock) {
     for (SampleInfo const& info : {SampleInfo::Init(SampleFormats::FloatPlanar, 44100, {3, 2}),
                                    SampleInfo::Init(SampleFormats::Float, 48000, {3, 2}),
                                    SampleInfo::Init(SampleFormats::Float, 44100, {4, 1})})
-        rows.push_back({MakeSoundNoise(info, 10), fed});
+        rows.push_back({MakeAudioNoise(info, 10), fed});
     auto const add = [&](auto const& spoil, char const* text) {
-        auto const block = MakeSoundNoise(OneBlock::s_info, 1000);
+        auto const block = MakeAudioNoise(OneBlock::s_info, 1000);
         spoil(*block->GetAVFrame());
         rows.push_back({block, text});
     };

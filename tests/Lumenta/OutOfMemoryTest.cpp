@@ -10,9 +10,9 @@
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Audio.h"
 #include "Support/LibraryEffects.h"
 #include "Support/RandomSettings.h"
-#include "Support/Sound.h"
 
 #include <gtest/gtest.h>
 

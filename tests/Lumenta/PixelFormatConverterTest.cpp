@@ -1,4 +1,4 @@
-#include "Colours.h"
+#include "Colors.h"
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Effects/PixelFormatConverterFF.h"
@@ -49,7 +49,7 @@ SP<IDataVideo> Convert(SP<IDataVideo> const& data, std::string const& settings) 
 std::vector<double> ReadAlpha(IDataVideo const& data) {
     std::vector<double> alpha;
     if (data.GetPixelFormat() == PixFmt::PAL8) {
-        for (PixColor const& color : ReadColours(data))
+        for (PixColor const& color : ReadColors(data))
             alpha.push_back(color.alpha / 255.0);
         return alpha;
     }
@@ -139,7 +139,7 @@ TEST(PixelFormatConverter, LosesAlphaOntoTheBackgroundInEveryFormat) {
             SCOPED_TRACE(std::string(source) + " to " + description.GetName());
             SP<IDataVideo> const result =
                 Convert(frame, "background=#14c864:formats=" + description.GetName());
-            std::vector<PixColor> const pixels = ReadColours(*result);
+            std::vector<PixColor> const pixels = ReadColors(*result);
             // Steps of the coarsest component, and what is rounded on the way.
             int const step = description.GetDepth() >= 8  ? 5
                              : description.GetDepth() > 3 ? 20
@@ -195,7 +195,7 @@ TEST(PixelFormatConverter, OpaquePixelsAreNotTouchedByTheBackground) {
     }
 }
 
-/// Colours there and back, and what frames say of them on the way.
+/// Colors there and back, and what frames say of them on the way.
 TEST(PixelFormatConverter, KeepsMatrixAndRangeRight) {
     struct {
         ColorSpace yuv;
@@ -221,7 +221,7 @@ TEST(PixelFormatConverter, KeepsMatrixAndRangeRight) {
                 EXPECT_EQ(rgb->GetColorSpace(), row.rgb);
                 SP<IDataVideo> const back = Convert(rgb, std::string("formats=") + row.back + also);
                 EXPECT_EQ(back->GetColorSpace(), row.result);
-                std::vector<PixColor> const shown = ReadColours(*rgb);
+                std::vector<PixColor> const shown = ReadColors(*rgb);
                 for (std::uint32_t i = 0; i < shown.size(); ++i)
                     ASSERT_LE(Difference(shown[i], painter(i % 20, 0), true), 3) << rgbFormat << " at " << i;
                 for (int i = 0; i < 3; ++i) {
@@ -267,7 +267,7 @@ std::uint32_t PaletteEntry(IDataVideo const& data, std::size_t index) {
     return entry;
 }
 
-TEST(PixelFormatConverter, PalettesShowTheColours) {
+TEST(PixelFormatConverter, PalettesShowTheColors) {
     PixColor const colors[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {250, 250, 250, 0}, {12, 34, 56}};
     auto const painter = [&](std::uint32_t x, std::uint32_t) { return colors[x / 3]; };
     for (char const* source : {"rgba", "gbrap", "bgra"}) {
@@ -282,14 +282,14 @@ TEST(PixelFormatConverter, PalettesShowTheColours) {
         }
         EXPECT_EQ(PaletteEntry(*result, 0), 0xFF000000U);
         EXPECT_EQ(PaletteEntry(*result, 255), 0xFF000000U);
-        std::vector<PixColor> const shown = ReadColours(*result);
+        std::vector<PixColor> const shown = ReadColors(*result);
         EXPECT_EQ(shown[1], colors[0]);
         // And from the palette on to other formats.
-        EXPECT_EQ(ReadColours(*Convert(result, "formats=rgb24"))[4], colors[1]);
+        EXPECT_EQ(ReadColors(*Convert(result, "formats=rgb24"))[4], colors[1]);
     }
 }
 
-TEST(PixelFormatConverter, PalettesHaveTheColoursThatWereAllowed) {
+TEST(PixelFormatConverter, PalettesHaveTheColorsThatWereAllowed) {
     SP<IDataVideo> const frame =
         PaintFrame(PixFmt::RGB24, {}, {64, 64, 1, 1}, [](auto x, auto y) -> PixColor {
             return {static_cast<std::uint8_t>(4 * x), static_cast<std::uint8_t>(4 * y), 128};
@@ -300,11 +300,11 @@ TEST(PixelFormatConverter, PalettesHaveTheColoursThatWereAllowed) {
     };
     EXPECT_GT(used(""), 100U);
     EXPECT_LE(used(""), 255U);
-    EXPECT_EQ(used(":colours=1"), 1U);
-    EXPECT_EQ(used(":colours=7"), 7U);
-    auto const plain = ReadSamples(*Convert(frame, "formats=pal8:colours=7"), 0);
-    EXPECT_EQ(plain, ReadSamples(*Convert(frame, "formats=pal8:colours=7:dither=0"), 0));
-    EXPECT_NE(plain, ReadSamples(*Convert(frame, "formats=pal8:colours=7:dither=1"), 0));
+    EXPECT_EQ(used(":colours=1"), 1U); // as the key was once called
+    EXPECT_EQ(used(":colors=7"), 7U);
+    auto const plain = ReadSamples(*Convert(frame, "formats=pal8:colors=7"), 0);
+    EXPECT_EQ(plain, ReadSamples(*Convert(frame, "formats=pal8:colors=7:dither=0"), 0));
+    EXPECT_NE(plain, ReadSamples(*Convert(frame, "formats=pal8:colors=7:dither=1"), 0));
 }
 
 TEST(PixelFormatConverter, TransparentEntriesOfPalettesShowTheBackground) {
@@ -314,7 +314,7 @@ TEST(PixelFormatConverter, TransparentEntriesOfPalettesShowTheBackground) {
         std::memcpy(frame->GetAVFrame()->data[1] + 4 * std::size_t{i}, &entry, sizeof entry);
     }
     auto const indices = ReadSamples(*frame, 0);
-    auto const colors = ReadColours(*Convert(frame, "formats=gbrp:background=#400000"));
+    auto const colors = ReadColors(*Convert(frame, "formats=gbrp:background=#400000"));
     for (std::size_t i = 0; i < colors.size(); ++i) {
         PixColor const expected = indices[i] % 2 == 0 ? PixColor{0x40, 0, 0}
                                                       : PixColor{0, static_cast<std::uint8_t>(indices[i]), 0};

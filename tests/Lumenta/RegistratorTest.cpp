@@ -20,7 +20,7 @@
 namespace Tarsel::Test {
 namespace {
 
-/// In the order of registration; those of sound and of two inputs are marked.
+/// In the order of registration; those of audio and of two inputs are marked.
 constexpr char const* s_all =
     "flip transpose display-matrix deshake stabilizer pixel-format denoise-chroma-luma denoise-dct "
     "denoise-wavelet edge-detect emboss balance-chroma blur color-channel-mixer negate noise border "

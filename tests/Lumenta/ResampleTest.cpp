@@ -3,8 +3,8 @@
 #include "Proc/Effects/Lumenta/Effects/ResampleFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
+#include "Support/AudioStream.h"
 #include "Support/Process.h"
-#include "Support/SoundStream.h"
 #include "Support/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -39,7 +39,7 @@ SP<Proc::ResampleFF> MakeResampler(SampleInfo const& output) {
 
 /// `length` samples from `start` on, in blocks of any length.
 Blocks MakeBlocks(SampleInfo const& info, int length, std::int64_t start = 0) {
-    SP<Proc::DataAudioFF> const whole = MakeSoundNoise(info, length);
+    SP<Proc::DataAudioFF> const whole = MakeAudioNoise(info, length);
     whole->SetTime(start);
     return Cut(*whole, {1, 700, 0, 1999, 64, 1300});
 }
@@ -71,7 +71,7 @@ struct Stretch {
     std::int64_t start = 0;
     std::int64_t end = 0;
     std::int64_t samples = 0;
-    Channels sound;
+    Channels audio;
 };
 
 /// The stretches of blocks of one form, each block where the one before ended (to two microseconds, as each
@@ -87,7 +87,7 @@ std::vector<Stretch> GetStretches(Blocks const& blocks) {
         parts.back().end = block->GetTime() + std::llround(static_cast<double>(block->GetSampleCount()) *
                                                            1e6 / block->GetSampleInfo().rate);
         parts.back().samples += block->GetSampleCount();
-        AppendSound(parts.back().sound, *block->GetAVFrame());
+        AppendAudio(parts.back().audio, *block->GetAVFrame());
     }
     return parts;
 }
@@ -97,11 +97,11 @@ Channels ConvertWhole(SampleInfo const& to, IDataAudio const& block) {
     Channels result;
     for (auto const& part : {converter.Convert(*block.GetAVFrame()), converter.Flush()})
         if (part)
-            AppendSound(result, **part);
+            AppendAudio(result, **part);
     return result;
 }
 
-TEST(Resample, GivesAllOfTheSoundBothWays) {
+TEST(Resample, GivesAllOfTheAudioBothWays) {
     constexpr int length = 20000;
     constexpr std::int64_t start = 7'000'000;
     SampleInfo const forms[] = {
@@ -110,8 +110,8 @@ TEST(Resample, GivesAllOfTheSoundBothWays) {
         for (SampleInfo const& to : forms) {
             if (from == to)
                 continue;
-            SCOPED_TRACE(Proc::SoundText(from) + " to " + Proc::SoundText(to));
-            Channels const expected = ConvertWhole(to, *MakeSoundNoise(from, length));
+            SCOPED_TRACE(Proc::AudioText(from) + " to " + Proc::AudioText(to));
+            Channels const expected = ConvertWhole(to, *MakeAudioNoise(from, length));
             auto const effect = MakeResampler(to);
             for (auto const run : {RunStream, RunProcess, RunStream}) {
                 std::vector<Stretch> const parts =
@@ -120,7 +120,7 @@ TEST(Resample, GivesAllOfTheSoundBothWays) {
                 EXPECT_EQ(parts[0].info, to);
                 EXPECT_EQ(parts[0].start, start);
                 EXPECT_EQ(parts[0].samples, std::llround(double(length) * to.rate / from.rate));
-                EXPECT_TRUE(parts[0].sound == expected);
+                EXPECT_TRUE(parts[0].audio == expected);
             }
         }
 }
@@ -161,8 +161,8 @@ TEST(Resample, TheFormatItAnnouncesIsTheOneThatComesOut) {
             effect->UpdateFormatCodec(format);
             SampleInfo const announced = format->GetSampleInfo();
             Blocks const results = RunStream(*effect, MakeBlocks(from, 1000));
-            EXPECT_EQ(results.front()->GetSampleInfo(), announced) << Proc::SoundText(from);
-            std::string const expected = Proc::SoundText(from) + " -> " + Proc::SoundText(announced);
+            EXPECT_EQ(results.front()->GetSampleInfo(), announced) << Proc::AudioText(from);
+            std::string const expected = Proc::AudioText(from) + " -> " + Proc::AudioText(announced);
             EXPECT_EQ(description, from == announced ? "" : expected);
             EXPECT_EQ(effect->GetStatistic()["Options"].GetString(), description);
         }
@@ -174,14 +174,14 @@ TEST(Resample, TheFormatItAnnouncesIsTheOneThatComesOut) {
 TEST(Resample, RefusesWhatCannotBeConvertedAndGoesOn) {
     auto const effect = MakeResampler(s_film);
     SampleInfo const odd{SampleFormats::S16, 44100, {0, 9}};
-    std::string const text = "Cannot convert sound from 44100 Hz s16 9 channels to 48000 Hz fltp stereo: "
+    std::string const text = "Cannot convert audio from 44100 Hz s16 9 channels to 48000 Hz fltp stereo: "
                              "channels without a layout cannot be mixed";
     SP<Conf::IFormatCodecAudio> format = MakeSP<Conf::FormatCodecAudio>(odd);
     EXPECT_THAT([&] { effect->UpdateFormatCodec(format); },
                 testing::ThrowsMessage<Proc::EffectException>(text));
     EXPECT_EQ(format->GetSampleInfo(), odd);
-    effect->Feed(MakeSoundNoise(s_cd, 4410));
-    EXPECT_THAT([&] { effect->Feed(MakeSoundNoise(odd, 10)); },
+    effect->Feed(MakeAudioNoise(s_cd, 4410));
+    EXPECT_THAT([&] { effect->Feed(MakeAudioNoise(odd, 10)); },
                 testing::ThrowsMessage<Proc::EffectException>(text));
     std::vector<Stretch> const parts = GetStretches(RunStream(*effect, {}));
     ASSERT_EQ(parts.size(), 1U);
@@ -208,7 +208,7 @@ TEST(Resample, TakesSettingsThreeWays) {
 }
 
 /// Bit for bit what the ffmpeg program makes of it, but for a last sample of which less than a half lies
-/// within the sound.
+/// within the audio.
 TEST(Resample, GivesWhatFFmpegGives) {
     struct {
         SampleInfo from;
@@ -224,7 +224,7 @@ TEST(Resample, GivesWhatFFmpegGives) {
     };
     TempFolder const folder;
     for (auto const& each : cases) {
-        SCOPED_TRACE(Proc::SoundText(each.from) + " to " + Proc::SoundText(each.to));
+        SCOPED_TRACE(Proc::AudioText(each.from) + " to " + Proc::AudioText(each.to));
         Blocks const blocks = MakeBlocks(each.from, 30001);
         WriteFile(folder / "in.raw", GetRaw(blocks));
         auto const name = [](SampleInfo const& info) {

@@ -1,4 +1,4 @@
-#include "Colours.h"
+#include "Colors.h"
 #include "Conf/PixFmtDescription.h"
 #include "EffectCases.h"
 #include "Frames.h"
@@ -157,13 +157,13 @@ TEST(Resizer, UnpacksPixelsThatShareBytes) {
             auto const codec = Ask(*MakeResizer(settings), frame->GetPixelFormat(), frame->GetFrameInfo());
             EXPECT_EQ(result->GetPixelFormat(), codec->GetPixelFormat());
             EXPECT_EQ(result->GetFrameInfo(), codec->GetFrameInfo());
-            std::vector<PixColor> const colours = ReadColours(*result);
+            std::vector<PixColor> const colors = ReadColors(*result);
             bool const hasBars = result->GetFrameInfo().width == 320;
-            EXPECT_TRUE(!hasBars || Difference(colours.front(), colours.back(), true) == 0);
+            EXPECT_TRUE(!hasBars || Difference(colors.front(), colors.back(), true) == 0);
         }
 }
 
-/// Every format, up and down, framed and cut: one colour stays that colour, nothing is read or written
+/// Every format, up and down, framed and cut: one color stays that color, nothing is read or written
 /// beside the picture (the sanitizers see to that), and the query tells what comes out.
 TEST(Resizer, ResizesEveryFormat) {
     PixColor const color{200, 90, 40, 255};
@@ -183,9 +183,9 @@ TEST(Resizer, ResizesEveryFormat) {
                 EXPECT_EQ(result->GetFrameInfo(), codec->GetFrameInfo());
                 if (format == PixFmt::PAL8)
                     continue;
-                PixColor const shown = ReadColours(*frame)[0];
+                PixColor const shown = ReadColors(*frame)[0];
                 int const step = description.GetDepth() >= 8 ? 2 : description.GetDepth() > 4 ? 20 : 256;
-                for (PixColor const& pixel : ReadColours(*result))
+                for (PixColor const& pixel : ReadColors(*result))
                     ASSERT_LE(Difference(pixel, shown, true), step)
                         << int{pixel.red} << ' ' << int{pixel.green} << ' ' << int{pixel.blue};
             }
@@ -202,8 +202,8 @@ TEST(Resizer, TakesPicturesStoredBottomUp) {
         }
 }
 
-/// Colours that are transparent lend nothing to those that are not.
-TEST(Resizer, MakesNoFringesOfTransparentColours) {
+/// Colors that are transparent lend nothing to those that are not.
+TEST(Resizer, MakesNoFringesOfTransparentColors) {
     for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
         auto const& description = PixFmtDescription::Find(format);
         if (!description.HasAlpha() || format == PixFmt::PAL8)
@@ -338,7 +338,7 @@ TEST(Resizer, CutsOffEvenly) {
     }
 }
 
-TEST(Resizer, KeepsColourSpaceAndDropsWhatSpeaksOfOldPlaces) {
+TEST(Resizer, KeepsColorSpaceAndDropsWhatSpeaksOfOldPlaces) {
     SP<IDataVideo> const frame = MakeFrame(PixFmt::YUV420P, {64, 48, 1, 1});
     AVFrame& in = *frame->GetAVFrame();
     int mark = 0;
@@ -381,7 +381,7 @@ TEST(Resizer, EveryAlgorithmTakesTheExtremes) {
                     return {60, 60, 60, 255};
                 });
                 std::string const settings = std::string(size) + ":algorithm=" + algorithm;
-                for (PixColor const& pixel : ReadColours(*Resize(frame, settings)))
+                for (PixColor const& pixel : ReadColors(*Resize(frame, settings)))
                     ASSERT_LE(Difference(pixel, {60, 60, 60, 255}, true), 2)
                         << format << ' ' << settings << ' ' << int{pixel.red};
             }

@@ -69,13 +69,13 @@ struct Turned {
     std::uint32_t height;
     double angle;
 
-    /// How far a point (from the centre) lies outside the turned picture; below 0 inside.
+    /// How far a point (from the center) lies outside the turned picture; below 0 inside.
     double GetDistance(Point point) const {
         std::array points{point};
         Proc::RotatePoints(points, -angle);
         return std::max(std::abs(points[0].x) - width / 2.0, std::abs(points[0].y) - height / 2.0);
     }
-    /// The same for that corner of a centred box which lies out farthest.
+    /// The same for that corner of a centered box which lies out farthest.
     double GetBoxDistance(double boxWidth, double boxHeight) const {
         return std::max(GetDistance({boxWidth / 2, boxHeight / 2}),
                         GetDistance({boxWidth / 2, -boxHeight / 2}));

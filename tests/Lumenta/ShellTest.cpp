@@ -5,8 +5,8 @@
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Settings/Orientation.h"
 #include "Support/AllocationLimit.h"
+#include "Support/AudioStream.h"
 #include "Support/LibraryEffects.h"
-#include "Support/SoundStream.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ SP<Proc::IDataVideo> MakeDatum(VideoMedium, int index) {
 }
 
 SP<Proc::IDataAudio> MakeDatum(AudioMedium, int index) {
-    auto block = MakeSoundNoise(Conf::SampleInfo::Init(Conf::SampleFormats::Float, 44100, {3, 2}), 6000);
+    auto block = MakeAudioNoise(Conf::SampleInfo::Init(Conf::SampleFormats::Float, 44100, {3, 2}), 6000);
     block->SetTime(index * 1000000);
     return block;
 }
@@ -45,10 +45,10 @@ Blocks MakeOthers(AudioMedium) {
     Blocks blocks;
     for (std::uint32_t format = 0; format < 10; ++format)
         if (auto const other = static_cast<Conf::SampleFormats>(format); other != Conf::SampleFormats::Float)
-            blocks.push_back(MakeSoundNoise(Conf::SampleInfo::Init(other, 44100, {3, 2}), 5000));
+            blocks.push_back(MakeAudioNoise(Conf::SampleInfo::Init(other, 44100, {3, 2}), 5000));
     for (Conf::ChannelLayout const& layout : {Conf::ChannelLayout{3, 2}, {0x30, 2}, {4, 1}})
         blocks.push_back(
-            MakeSoundNoise(Conf::SampleInfo::Init(Conf::SampleFormats::S16, 48000, layout), 5500));
+            MakeAudioNoise(Conf::SampleInfo::Init(Conf::SampleFormats::S16, 48000, layout), 5500));
     return blocks;
 }
 

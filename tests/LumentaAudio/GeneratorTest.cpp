@@ -1,8 +1,8 @@
+#include "AudioCases.h"
 #include "Conf/FormatCodecAudio.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h"
 #include "Proc/Effects/Lumenta/Registrator.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "SoundCases.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
+#include "AudioCases.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
-#include "SoundCases.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ constexpr char const* s_holding = "compand=.01|.01:.2|.2:-900/-900|0/0:6:0:-90:.
 
 TEST(AudioGraph, NullAsksForNothing) {
     auto const graph = EffectFFMPEGAudio::Create("asetnsamples=n=100:p=0", s_stereo);
-    SP<IDataAudio> data = MakeSoundNoise(s_stereo, 250);
+    SP<IDataAudio> data = MakeAudioNoise(s_stereo, 250);
     graph->Process(data);
     EXPECT_EQ(data->GetSampleCount(), 100);
     data = nullptr;
@@ -24,7 +24,7 @@ TEST(AudioGraph, NullAsksForNothing) {
     EXPECT_EQ(data, nullptr);
     // What came out at once comes one by one, with the times of what goes in.
     for (std::int64_t time : {5000, 6000}) {
-        data = MakeSoundNoise(s_stereo, 1);
+        data = MakeAudioNoise(s_stereo, 1);
         data->SetTime(time);
         data->SetDuration(time / 10);
         graph->Process(data);
@@ -45,7 +45,7 @@ TEST(AudioGraph, CopiesAllPlanes) {
             for (int const count : {1, 333}) {
                 auto const info = SampleInfo::Init(static_cast<SampleFormats>(format), 44100, layout);
                 auto const graph = EffectFFMPEGAudio::Create("anull", info);
-                SP<IDataAudio> const in = MakeSoundNoise(info, count);
+                SP<IDataAudio> const in = MakeAudioNoise(info, count);
                 in->SetTime(-7);
                 in->SetDuration(9);
                 std::string const before = GetRaw({in});
@@ -66,7 +66,7 @@ TEST(AudioGraph, CarriesLayoutsWithoutAName) {
     for (std::uint8_t const channels : {std::uint8_t{3}, std::uint8_t{12}, std::uint8_t{40}}) {
         auto const info = SampleInfo::Init(SampleFormats::FloatPlanar, 48000, {0, channels});
         auto const graph = EffectFFMPEGAudio::Create("volume=1,aecho=1:1:1:0.5", info);
-        SP<IDataAudio> const in = MakeSoundNoise(info, 40);
+        SP<IDataAudio> const in = MakeAudioNoise(info, 40);
         SP<IDataAudio> data = in;
         graph->Process(data);
         ASSERT_NE(data, nullptr);
@@ -76,12 +76,12 @@ TEST(AudioGraph, CarriesLayoutsWithoutAName) {
 }
 
 TEST(AudioGraph, StreamHasTimesOfTheSink) {
-    // Sound that is converted gets its times in whole samples, and the noise gate's own forget gaps.
+    // Audio that is converted gets its times in whole samples, and the noise gate's own forget gaps.
     for (auto const& [filter, second] : {std::pair{"anull", 1000007}, {s_holding, 100000}}) {
         auto const graph = EffectFFMPEGAudio::Create(filter, s_stereo);
         Blocks out;
         for (std::int64_t time : {7, 1000007}) {
-            SP<IDataAudio> const in = MakeSoundNoise(s_stereo, 4410);
+            SP<IDataAudio> const in = MakeAudioNoise(s_stereo, 4410);
             in->SetTime(time);
             graph->Feed(in);
             while (SP<IDataAudio> data = graph->Take())
@@ -106,10 +106,10 @@ TEST(AudioGraph, StreamHasTimesOfTheSink) {
 
 TEST(AudioGraph, SampleFormatsOfNobodyAreRefused) {
     auto const graph = EffectFFMPEGAudio::Create("aformat=sample_fmts=s64", s_stereo);
-    SP<IDataAudio> const block = MakeSoundNoise(s_stereo, 10);
+    SP<IDataAudio> const block = MakeAudioNoise(s_stereo, 10);
     SP<IDataAudio> data = block;
     EXPECT_EQ(Catch([&] { graph->Process(data); }).text,
-              "Cannot make a block of sound: sample format -1 is none of 0 to 9");
+              "Cannot make a block of audio: sample format -1 is not one of 0 to 9");
     EXPECT_EQ(data, block);
 }
 

@@ -1,4 +1,4 @@
-#include "SoundCases.h"
+#include "AudioCases.h"
 #include "Support/Process.h"
 #include "Support/TempFolder.h"
 
@@ -16,7 +16,7 @@ using Conf::SampleFormats;
 constexpr int s_blockSize = 1001;
 constexpr int s_samples = 6000;
 
-/// The ffmpeg program's names of raw sound, in the order of the packed formats and of the planar ones.
+/// The ffmpeg program's names of raw audio, in the order of the packed formats and of the planar ones.
 constexpr std::array s_rawNames{"u8", "s16le", "s32le", "f32le", "f64le"};
 
 std::string GetRawName(SampleFormats format) {
@@ -52,13 +52,13 @@ struct PeerCase {
 
 class Peer : public testing::TestWithParam<PeerCase> {};
 
-/// All effects over one sound, by one run of the program.
+/// All effects over one audio, by one run of the program.
 TEST_P(Peer, GivesTheSameBits) {
     auto const info = Conf::SampleInfo::Init(GetParam().format, 44100, GetParam().layout);
     auto const& record = Conf::SampleFmtRecord::Find(info.format);
-    SP<Proc::IDataAudio> const sound = MakeSoundNoise(info, s_samples);
+    SP<Proc::IDataAudio> const audio = MakeAudioNoise(info, s_samples);
     TempFolder const folder;
-    WriteFile(folder / "in.raw", GetRaw({sound}));
+    WriteFile(folder / "in.raw", GetRaw({audio}));
     // The program's vibrato begins with what its memory held: let that be zeros.
     std::string const begin =
         "env MALLOC_PERTURB_=255 ffmpeg -nostdin -v error -filter_threads 1 -ar 44100 -ac " +
@@ -66,9 +66,9 @@ TEST_P(Peer, GivesTheSameBits) {
     std::vector<std::string> command = SplitWords(begin);
     command.push_back(folder / "in.raw");
     std::vector<Blocks> outcomes;
-    for (SoundCase const& row : GetSoundCases()) {
+    for (AudioCase const& row : GetAudioCases()) {
         auto const effect = row.Make();
-        outcomes.push_back(RunStream(*effect, Cut(*sound, {s_blockSize})));
+        outcomes.push_back(RunStream(*effect, Cut(*audio, {s_blockSize})));
         ASSERT_FALSE(outcomes.back().empty()) << row;
         std::string const text = Explain(*effect, info);
         std::string const raw = GetRawName(outcomes.back().front()->GetSampleFormat());
@@ -82,7 +82,7 @@ TEST_P(Peer, GivesTheSameBits) {
     }
     RunForOutput(command);
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
-        SoundCase const& row = GetSoundCases()[i];
+        AudioCase const& row = GetAudioCases()[i];
         std::string expected = ReadFile(folder / row.name);
         if (row.classId == "equalizer")
             Clip(expected, outcomes[i].front()->GetSampleFormat());
@@ -99,7 +99,7 @@ std::vector<PeerCase> GetPeerCases() {
     return cases;
 }
 
-INSTANTIATE_TEST_SUITE_P(SoundEffects, Peer, testing::ValuesIn(GetPeerCases()), [](auto const& test) {
+INSTANTIATE_TEST_SUITE_P(AudioEffects, Peer, testing::ValuesIn(GetPeerCases()), [](auto const& test) {
     return std::string(Conf::SampleFmtRecord::Find(test.param.format).name) +
            std::to_string(test.param.layout.channels);
 });

@@ -1,6 +1,6 @@
+#include "AudioCases.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Delay.h"
-#include "SoundCases.h"
 #include "Support/LibraryEffects.h"
 #include "Support/RandomSettings.h"
 #include "Support/Watch.h"
@@ -20,7 +20,7 @@ using Conf::SampleFormats;
 using Conf::SampleInfo;
 using Proc::IDataAudio;
 
-TEST(SoundRefusals, SayWhatIsTooMuch) {
+TEST(AudioRefusals, SayWhatIsTooMuch) {
     using Chorus = Proc::SettingsAudioChorus;
     struct Refusal {
         std::unique_ptr<Proc::Settings> settings;
@@ -40,23 +40,23 @@ TEST(SoundRefusals, SayWhatIsTooMuch) {
     auto const echo = [](char const* options) { return MakeSettings("echo", options); };
     Refusal const rows[]{
         {flanger("10"), 9, stereo,
-         "flanger of 10 Hz takes sound of as many samples a second at least, not of 9"},
+         "flanger of 10 Hz takes audio of as many samples a second at least, not of 9"},
         {flanger("10"), 10, stereo, ""},
         {flanger("0.1"), 1, stereo, ""},
         {voice(20, 0), 20, stereo,
-         "chorus of 20 Hz takes sound of more samples a second than that, not of 20"},
+         "chorus of 20 Hz takes audio of more samples a second than that, not of 20"},
         {voice(20, 0), 21, stereo, ""},
         {voice(0, 0), 44100, stereo, "chorus takes speeds above 0 Hz, not of 0"},
         {voice(1, -0.5), 44100, stereo, "chorus takes depths of 0 ms at least, not of -0.5"},
         {voice(1e-5, 0), 44100, stereo,
-         "chorus takes 16823 MiB of memory for such sound and settings, the most is 1024"},
+         "chorus takes 16823 MiB of memory for such audio and settings, the most is 1024"},
         {voice(1, 1e7), 44100, stereo,
-         "chorus takes 3365 MiB of memory for such sound and settings, the most is 1024"},
+         "chorus takes 3365 MiB of memory for such audio and settings, the most is 1024"},
         {echo("echos=1/0.5|90000/0.5"), 192000, {0x63F, 8}, ""},
         {echo("echos=1/0.5|45000/0.5:scale=2"),
          384000,
          {0x63F, 8},
-         "echo takes 1055 MiB of memory for such sound and settings, the most is 1024"},
+         "echo takes 1055 MiB of memory for such audio and settings, the most is 1024"},
     };
     for (Refusal const& row : rows) {
         SCOPED_TRACE(row.text);
@@ -64,7 +64,7 @@ TEST(SoundRefusals, SayWhatIsTooMuch) {
         auto const effect = MakeEffect(row.settings->GetClassId());
         effect->SetSettings(*row.settings);
         SP<IDataAudio> const block =
-            MakeSoundNoise(SampleInfo::Init(SampleFormats::Float, row.rate, row.layout), 30);
+            MakeAudioNoise(SampleInfo::Init(SampleFormats::Float, row.rate, row.layout), 30);
         SP<IDataAudio> data = block;
         if (row.text.empty()) {
             effect->Process(data);
@@ -80,7 +80,7 @@ TEST(SoundRefusals, SayWhatIsTooMuch) {
 
 /// Noise with numbers in it that are none.
 SP<IDataAudio> MakeWild(SampleInfo const& info, int count, std::mt19937& random) {
-    SP<IDataAudio> const block = MakeSoundNoise(info, count);
+    SP<IDataAudio> const block = MakeAudioNoise(info, count);
     if (StepOf(info.format) != 0)
         return block;
     constexpr double wild[]{std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
@@ -93,7 +93,7 @@ SP<IDataAudio> MakeWild(SampleInfo const& info, int count, std::mt19937& random)
 }
 
 /// One stream with drawn settings and blocks, refused or not.
-void RunWild(SoundCase const& row, std::uint32_t seed) {
+void RunWild(AudioCase const& row, std::uint32_t seed) {
     constexpr std::int32_t rates[]{1, 7, 9, 20, 21, 100, 8000, 44100, 192000};
     constexpr Conf::ChannelLayout layouts[]{{4, 1}, {3, 2}, {0, 3}, {0x3F, 6}, {0, 12}};
     constexpr int sizes[]{0, 1, 2, 3, 100, 1024, 5000};
@@ -115,9 +115,9 @@ void RunWild(SoundCase const& row, std::uint32_t seed) {
     }
 }
 
-TEST(SoundRefusals, NoSettingsAndSamplesTakeTheHostDown) {
+TEST(AudioRefusals, NoSettingsAndSamplesTakeTheHostDown) {
     std::uint32_t const runs = std::getenv("LUMENTA_TEST_FULL") ? 400 : 40;
-    for (SoundCase const& row : GetSoundCases()) {
+    for (AudioCase const& row : GetAudioCases()) {
         pid_t const child = fork();
         ASSERT_GE(child, 0);
         if (child == 0) {

@@ -1,5 +1,5 @@
+#include "AudioCases.h"
 #include "Proc/Interfaces/IEffectDetails.h"
-#include "SoundCases.h"
 #include "Support/MemoryWatch.h"
 
 #include <gtest/gtest.h>
@@ -26,14 +26,14 @@ std::int64_t ToTime(std::int64_t samples, std::int32_t rate) {
     return s_start + std::llround(static_cast<double>(samples) * 1e6 / rate);
 }
 
-class SoundStreams : public testing::TestWithParam<SoundCase> {};
+class AudioStreams : public testing::TestWithParam<AudioCase> {};
 
-TEST_P(SoundStreams, KeepSamplesAndTimesForLong) {
-    SoundCase const& row = GetParam();
+TEST_P(AudioStreams, KeepSamplesAndTimesForLong) {
+    AudioCase const& row = GetParam();
     constexpr std::int32_t rate = 44100;
     std::int64_t const seconds = std::getenv("LUMENTA_TEST_FULL") ? 600 : 30;
     auto const info = SampleInfo::Init(SampleFormats::Float, rate, {4, 1});
-    SP<IDataAudio> const sound = MakeSoundNoise(info, 5000);
+    SP<IDataAudio> const audio = MakeAudioNoise(info, 5000);
     auto const effect = row.Make();
     auto& stream = StreamOf(*effect);
     std::mt19937 random(7);
@@ -52,7 +52,7 @@ TEST_P(SoundStreams, KeepSamplesAndTimesForLong) {
     std::size_t base = 0;
     while (fed < seconds * rate) {
         auto const count = static_cast<int>(random() % 5001);
-        SP<IDataAudio> const block = CutSound(*sound, 0, count);
+        SP<IDataAudio> const block = CutAudio(*audio, 0, count);
         block->SetTime(ToTime(fed, rate));
         stream.Feed(block);
         fed += count;
@@ -77,9 +77,9 @@ TEST_P(SoundStreams, KeepSamplesAndTimesForLong) {
 }
 
 /// What a block of an unknown time becomes has an unknown time; a gap stays where it was.
-TEST_P(SoundStreams, KeepGapsAndUnknownTimes) {
-    SoundCase const& row = GetParam();
-    Blocks in = Cut(*MakeSoundNoise(s_stereo, 9000), {1000});
+TEST_P(AudioStreams, KeepGapsAndUnknownTimes) {
+    AudioCase const& row = GetParam();
+    Blocks in = Cut(*MakeAudioNoise(s_stereo, 9000), {1000});
     std::vector<std::int64_t> starts;
     for (std::size_t i = 0; i < in.size(); ++i) {
         starts.push_back(i < 4   ? s_start + static_cast<std::int64_t>(i) * 1000000
@@ -100,20 +100,20 @@ TEST_P(SoundStreams, KeepGapsAndUnknownTimes) {
     EXPECT_EQ(taken, 9000 + row.tail);
 }
 
-INSTANTIATE_TEST_SUITE_P(SoundEffects, SoundStreams, testing::ValuesIn(GetSoundCases()),
+INSTANTIATE_TEST_SUITE_P(AudioEffects, AudioStreams, testing::ValuesIn(GetAudioCases()),
                          [](auto const& test) { return test.param.name; });
 
-TEST(SoundStream, NoiseGateShiftsNothing) {
+TEST(AudioStream, NoiseGateShiftsNothing) {
     // A burst after silence comes out where it went in, though a tenth of a second later.
     constexpr std::int64_t first = 20000;
     auto const info = SampleInfo::Init(SampleFormats::Double, 44100, {4, 1});
-    SP<IDataAudio> const sound = MakeSound(info, 40000, [](int, std::int64_t i) {
+    SP<IDataAudio> const audio = MakeAudio(info, 40000, [](int, std::int64_t i) {
         return i < first ? 0.0 : i % 2 == 0 ? 0.9 : -0.9;
     });
     std::int64_t silent = 0;
     bool loud = false;
-    Blocks const in = Cut(*sound, {700});
-    for (SP<IDataAudio> const& block : RunStream(*GetSoundCase("noise-gate").Make(), in))
+    Blocks const in = Cut(*audio, {700});
+    for (SP<IDataAudio> const& block : RunStream(*GetAudioCase("noise-gate").Make(), in))
         for (int i = 0; i < block->GetSampleCount() && !loud; ++i) {
             loud = std::abs(GetSample(*block->GetAVFrame(), 0, i)) > 0.1;
             silent += loud ? 0 : 1;
@@ -121,24 +121,24 @@ TEST(SoundStream, NoiseGateShiftsNothing) {
     EXPECT_EQ(silent, first);
 }
 
-TEST(SoundStream, EchoComesAfterTheEnd) {
+TEST(AudioStream, EchoComesAfterTheEnd) {
     auto const effect = MakeEffect("echo", "echos=500/0.5");
     auto& stream = StreamOf(*effect);
     auto const info = SampleInfo::Init(SampleFormats::DoublePlanar, 8000, {4, 1});
-    SP<IDataAudio> const sound = MakeSound(info, 100, [](int, std::int64_t) { return 0.5; });
-    sound->SetTime(s_start);
-    stream.Feed(sound);
+    SP<IDataAudio> const audio = MakeAudio(info, 100, [](int, std::int64_t) { return 0.5; });
+    audio->SetTime(s_start);
+    stream.Feed(audio);
     EXPECT_EQ(CountSamples(TakeAll(stream)), 100);
     stream.End();
     // The next stream may begin before the tail is taken.
-    stream.Feed(sound);
+    stream.Feed(audio);
     Blocks const out = TakeAll(stream);
     EXPECT_EQ(CountSamples(out), 4000 + 100);
     EXPECT_EQ(out.front()->GetTime(), ToTime(100, 8000));
     EXPECT_EQ(out.back()->GetTime(), s_start);
     Channels all;
     for (SP<IDataAudio> const& block : out)
-        AppendSound(all, *block->GetAVFrame());
+        AppendAudio(all, *block->GetAVFrame());
     std::vector<double> const& samples = all[0];
     EXPECT_EQ(samples[3899], 0);
     EXPECT_EQ(samples[3900], 0.25);

@@ -1,4 +1,4 @@
-#include "SoundCases.h"
+#include "AudioCases.h"
 #include "Support/CommaLocale.h"
 #include "Support/TextRows.h"
 

@@ -1,6 +1,6 @@
+#include "AudioCases.h"
 #include "Conf/FormatCodecAudio.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputAudio.h"
-#include "SoundCases.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ using Proc::IDataAudio;
 SampleInfo const s_mono = SampleInfo::Init(SampleFormats::DoublePlanar, 8000, {4, 1});
 
 SP<IDataAudio> MakeConstant(int count, double value, SampleInfo const& info = s_mono) {
-    return MakeSound(info, count, [value](int, std::int64_t) { return value; });
+    return MakeAudio(info, count, [value](int, std::int64_t) { return value; });
 }
 
 Blocks PullAll(EffectFFMPEGTwoInputAudio& graph) {
@@ -29,24 +29,24 @@ Blocks PullAll(EffectFFMPEGTwoInputAudio& graph) {
     return out;
 }
 
-/// Lengths of both sounds in samples, and what comes of them: runs of equal samples.
-struct TwoSounds {
+/// Lengths of both audio streams in samples, and what comes of them: runs of equal samples.
+struct TwoBlocks {
     char const* description;
     int left;
     int right;
     std::vector<std::pair<double, int>> runs;
     SampleInfo leftInfo = s_mono;
 
-    friend std::ostream& operator<<(std::ostream& stream, TwoSounds const& row) {
+    friend std::ostream& operator<<(std::ostream& stream, TwoBlocks const& row) {
         return stream << row.description << ' ' << row.left << ' ' << row.right;
     }
 };
 
-class TwoInputSound : public testing::TestWithParam<TwoSounds> {};
+class TwoInputAudio : public testing::TestWithParam<TwoBlocks> {};
 
 /// Left is 0.5 throughout, right is 0.25.
-TEST_P(TwoInputSound, LosesNothingOfTheLeft) {
-    TwoSounds const& row = GetParam();
+TEST_P(TwoInputAudio, LosesNothingOfTheLeft) {
+    TwoBlocks const& row = GetParam();
     auto const graph = EffectFFMPEGTwoInputAudio::Create(row.description, row.leftInfo, s_mono);
     Blocks out;
     auto const pull = [&] {
@@ -91,27 +91,27 @@ TEST_P(TwoInputSound, LosesNothingOfTheLeft) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    AudioGraph, TwoInputSound,
+    AudioGraph, TwoInputAudio,
     testing::Values(
         // Ends with the shorter one.
-        TwoSounds{"amultiply", 2000, 2000, {{0.125, 2000}}},
-        TwoSounds{"amultiply", 2000, 900, {{0.125, 900}, {0.5, 1100}}},
-        TwoSounds{"amultiply", 900, 2000, {{0.125, 900}}}, TwoSounds{"amultiply", 2000, 0, {{0.5, 2000}}},
-        // A chain, whose result is of another form than the left sound.
-        TwoSounds{"amultiply,aformat=sample_fmts=s16", 2000, 900, {{0.125, 900}, {0.5, 1100}}},
-        TwoSounds{"amultiply",
+        TwoBlocks{"amultiply", 2000, 2000, {{0.125, 2000}}},
+        TwoBlocks{"amultiply", 2000, 900, {{0.125, 900}, {0.5, 1100}}},
+        TwoBlocks{"amultiply", 900, 2000, {{0.125, 900}}}, TwoBlocks{"amultiply", 2000, 0, {{0.5, 2000}}},
+        // A chain, whose result is of another form than the left audio.
+        TwoBlocks{"amultiply,aformat=sample_fmts=s16", 2000, 900, {{0.125, 900}, {0.5, 1100}}},
+        TwoBlocks{"amultiply",
                   2000,
                   900,
                   {{0.125, 900}, {0.5, 1100}},
                   SampleInfo::Init(SampleFormats::S16, 8000, {4, 1})},
         // Ends with the longer one, or with the first.
-        TwoSounds{"amix=normalize=0:dropout_transition=0", 2000, 900, {{0.75, 900}, {0.5, 1100}}},
-        TwoSounds{"amix=normalize=0", 900, 2000, {{0.75, 900}, {0.25, 1100}}},
-        TwoSounds{"amix=normalize=0:duration=first", 900, 2000, {{0.75, 900}}},
-        // Gives more than the left sound has.
-        TwoSounds{"concat=n=2:v=0:a=1", 900, 1100, {{0.5, 900}, {0.25, 1100}}}));
+        TwoBlocks{"amix=normalize=0:dropout_transition=0", 2000, 900, {{0.75, 900}, {0.5, 1100}}},
+        TwoBlocks{"amix=normalize=0", 900, 2000, {{0.75, 900}, {0.25, 1100}}},
+        TwoBlocks{"amix=normalize=0:duration=first", 900, 2000, {{0.75, 900}}},
+        // Gives more than the left audio has.
+        TwoBlocks{"concat=n=2:v=0:a=1", 900, 1100, {{0.5, 900}, {0.25, 1100}}}));
 
-TEST(TwoInputSound, WaitsForBoth) {
+TEST(TwoInputAudio, WaitsForBoth) {
     auto const graph = EffectFFMPEGTwoInputAudio::Create("amultiply", MakeSP<Conf::FormatCodecAudio>(s_mono));
     graph->PushLeft({});
     graph->PushRight({});
@@ -133,7 +133,7 @@ TEST(TwoInputSound, WaitsForBoth) {
     EXPECT_EQ(GetRaw({block}), before);
 }
 
-TEST(TwoInputSound, SaysWhatWasTried) {
+TEST(TwoInputAudio, SaysWhatWasTried) {
     FFmpegWatch const quiet;
     for (std::string const description : {"anull", "no such filter", "asplit[a];[a]", ""}) {
         Failure const failure =

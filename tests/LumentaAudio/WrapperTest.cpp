@@ -1,9 +1,9 @@
+#include "AudioCases.h"
 #include "Conf/FormatCodecAudio.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/Delay.h"
 #include "Proc/Settings/Equalizer.h"
 #include "Proc/Settings/SettingsProperty.h"
-#include "SoundCases.h"
 #include "Support/LibraryEffects.h"
 #include "Support/Watch.h"
 
@@ -17,17 +17,17 @@ namespace {
 using Proc::IDataAudio;
 
 SP<IDataAudio> MakeBlock() {
-    return MakeSoundNoise(s_stereo, 1024);
+    return MakeAudioNoise(s_stereo, 1024);
 }
 
 std::int64_t GetProcessed(Proc::IEffect const& effect) {
     return effect.GetStatistic()["Processed"].GetInt64();
 }
 
-class SoundWrapper : public testing::TestWithParam<SoundCase> {};
+class AudioWrapper : public testing::TestWithParam<AudioCase> {};
 
-TEST_P(SoundWrapper, TellsItsFilterEverywhere) {
-    SoundCase const& row = GetParam();
+TEST_P(AudioWrapper, TellsItsFilterEverywhere) {
+    AudioCase const& row = GetParam();
     auto const effect = row.Make();
     EXPECT_EQ(Explain(*effect), row.text);
     EXPECT_FALSE(dynamic_cast<Proc::IEffectDetails const&>(*effect).GetTraits().summary.empty());
@@ -42,8 +42,8 @@ TEST_P(SoundWrapper, TellsItsFilterEverywhere) {
                   row.name + ">]");
 }
 
-TEST_P(SoundWrapper, TakesPropertiesButGivesNone) {
-    SoundCase const& row = GetParam();
+TEST_P(AudioWrapper, TakesPropertiesButGivesNone) {
+    AudioCase const& row = GetParam();
     auto const effect = row.Make();
     auto const settings = MakeSettings(row.classId, row.options);
     EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*settings));
@@ -62,11 +62,11 @@ TEST_P(SoundWrapper, TakesPropertiesButGivesNone) {
         effect->GetSettingsBase().IsEqualTo(reads ? *settings : MakeEffect(row.classId)->GetSettingsBase()));
 }
 
-INSTANTIATE_TEST_SUITE_P(SoundEffects, SoundWrapper, testing::ValuesIn(GetSoundCases()),
+INSTANTIATE_TEST_SUITE_P(AudioEffects, AudioWrapper, testing::ValuesIn(GetAudioCases()),
                          [](auto const& test) { return test.param.name; });
 
-/// Settings that leave sound as it is, or just not.
-TEST(SoundWrapper, PassesUntouchedWhatItWouldNotChange) {
+/// Settings that leave audio as it is, or just not.
+TEST(AudioWrapper, PassesUntouchedWhatItWouldNotChange) {
     for (auto const& [classId, options, isActive] :
          {std::tuple{"equalizer", "", false},
           {"equalizer", "bands=100/3:factor=0", false},
@@ -106,7 +106,7 @@ TEST(SoundWrapper, PassesUntouchedWhatItWouldNotChange) {
     }
 }
 
-TEST(SoundWrapper, InfiniteGainsCountAsNone) {
+TEST(AudioWrapper, InfiniteGainsCountAsNone) {
     constexpr float endless = std::numeric_limits<float>::infinity();
     Proc::SettingsAudioEqualizer equalizer;
     equalizer.bands = {{1000, 5}};
@@ -125,9 +125,9 @@ TEST(SoundWrapper, InfiniteGainsCountAsNone) {
     }
 }
 
-TEST(SoundWrapper, StatisticsBeforeTheFirstBlock) {
-    EXPECT_EQ(GetSoundCase("equalizer").Make()->GetStatistic()["Options"].GetString(), "");
-    auto const gate = GetSoundCase("noise-gate").Make();
+TEST(AudioWrapper, StatisticsBeforeTheFirstBlock) {
+    EXPECT_EQ(GetAudioCase("equalizer").Make()->GetStatistic()["Options"].GetString(), "");
+    auto const gate = GetAudioCase("noise-gate").Make();
     std::string const unknown = "compand=::-900/-900|-5/-900|-4.9/-4.9:6:-5:-90:.1";
     EXPECT_EQ(gate->GetStatistic()["Options"].GetString(), unknown);
     SP<IDataAudio> data = MakeBlock();

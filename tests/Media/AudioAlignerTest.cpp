@@ -87,11 +87,11 @@ TEST_F(AudioAlignerTest, GapsAndOverlapsKeepTheRestInPlace) {
     EXPECT_THAT(Part(2501, 2504), ElementsAre(102, 203, 204));
     EXPECT_EQ(m_samples.back(), 353);
     EXPECT_THAT(m_aligner.GetNotes(),
-                ElementsAre("1 sound gap was filled with silence, 2.400 s in all.",
-                            "0.150 s of sound were cut that overlapped the sound before."));
+                ElementsAre("1 audio gap was filled with silence, 2.400 s in all.",
+                            "0.150 s of audio were cut that overlapped the audio before."));
 }
 
-// However the sound that comes again is cut into blocks.
+// However the audio that comes again is cut into blocks.
 TEST_F(AudioAlignerTest, OverlapsAreCutToTheSample) {
     for (int const length : {30, 64, 500}) {
         SCOPED_TRACE(length);
@@ -106,7 +106,7 @@ TEST_F(AudioAlignerTest, OverlapsAreCutToTheSample) {
         for (int const at : {first - 1, first, first + 100})
             EXPECT_EQ(m_samples[static_cast<std::size_t>(at)], at + 1);
         EXPECT_THAT(m_aligner.GetNotes(),
-                    ElementsAre(fmt::format("{:.3f} s of sound were cut that overlapped the sound before.",
+                    ElementsAre(fmt::format("{:.3f} s of audio were cut that overlapped the audio before.",
                                             (first - 500) / 1000.0)));
     }
 }
@@ -150,8 +150,8 @@ TEST_F(AudioAlignerTest, BlocksHoldWhatTheySay) {
         int count;
         char const* text;
     } const cases[] = {
-        {50'000'000, "A block of sound said to be of 50000000 samples of 1000 Hz flt mono holds fewer"},
-        {-7, "A block of sound is said to be of -7 samples"}};
+        {50'000'000, "A block of audio said to be of 50000000 samples of 1000 Hz flt mono holds fewer"},
+        {-7, "A block of audio is said to be of -7 samples"}};
     for (auto const& row : cases) {
         auto const block = MakeBlock(100);
         block->GetAVFrame()->nb_samples = row.count;
@@ -174,7 +174,7 @@ TEST_F(AudioAlignerTest, JumpsOfTheClockArePassedOver) {
     ASSERT_EQ(m_samples.size(), 2400U);
     EXPECT_EQ(m_samples.back(), 2400);
     EXPECT_THAT(m_aligner.GetNotes(),
-                ElementsAre("2 clock jumps were passed over: the times of the sound are not continuous."));
+                ElementsAre("2 clock jumps were passed over: the times of the audio are not continuous."));
 }
 
 TEST_F(AudioAlignerTest, StartsWhereItIsTold) {
@@ -205,7 +205,7 @@ TEST_F(AudioAlignerTest, ConversionsLoseNoTime) {
     line.End();
     TakeAll(line);
     ASSERT_EQ(m_samples.size(), 48000U);
-    EXPECT_THAT(line.GetNotes(), testing::Contains("The sound changes from 44100 Hz flt mono to 32000 Hz flt "
+    EXPECT_THAT(line.GetNotes(), testing::Contains("The audio changes from 44100 Hz flt mono to 32000 Hz flt "
                                                    "mono at 0.800 s; it was converted."));
     for (double const time : {0.1, 0.3, 0.5, 0.7, 0.9}) {
         auto const at = static_cast<std::size_t>(time * 48000);

@@ -1,4 +1,4 @@
-// What encoders get of sound.
+// What encoders get of audio.
 
 #include "Media/Codec/AudioEncoderChoice.h"
 #include "Media/Codec/AudioFormat.h"

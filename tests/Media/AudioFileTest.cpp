@@ -1,4 +1,4 @@
-// Sound files read and written block by block.
+// Audio files read and written block by block.
 
 #include "Media/AudioReader.h"
 #include "Media/AudioWriter.h"
@@ -92,12 +92,12 @@ TEST_F(AudioFile, MistakesLeaveNothing) {
     };
     Media::AudioFileOptions options = FileOptions("out.wav");
     options.format.rate = 0;
-    EXPECT_EQ(refuse(options), "The format of the sound to write is not known");
+    EXPECT_EQ(refuse(options), "The format of the audio to write is not known");
     options = FileOptions("out.wav");
     options.encoder = "libopus";
     EXPECT_EQ(refuse(options), "The encoder \"libopus\" makes opus, which \"out.wav\" cannot hold");
     EXPECT_EQ(refuse(FileOptions("out.gif")),
-              "Cannot write \"" + File("out.gif").string() + "\": it holds no sound");
+              "Cannot write \"" + File("out.gif").string() + "\": it holds no audio");
     {
         Media::AudioWriter abandoned(FileOptions("out.mp3"));
         MakeNoise(10000, 999, [&](Proc::IDataAudio const& block) { abandoned.Write(block); });
@@ -105,7 +105,7 @@ TEST_F(AudioFile, MistakesLeaveNothing) {
     EXPECT_THAT(List(), IsEmpty());
 
     EXPECT_THROW(Media::AudioReader(File("none.wav")), Media::InputException);
-    Make(File("film.mkv"), s_pictures + s_sound + s_noBFrames);
+    Make(File("film.mkv"), s_pictures + s_audio + s_noBFrames);
     std::stop_source stop;
     Media::AudioReader reader(File("film.mkv"), stop.get_token());
     EXPECT_NE(reader.Next(), nullptr);
@@ -127,7 +127,7 @@ TEST_F(AudioFile, MemoryStaysFlat) {
         writer.Write(*silence);
         writer.Publish();
         Media::RunOptions options =
-            AudioOptions("in.wav", "out.wav", MakeSound([&](Block const& block) { return Blocks{block}; }));
+            AudioOptions("in.wav", "out.wav", MakeAudio([&](Block const& block) { return Blocks{block}; }));
         Media::Run(options);
         Media::AudioReader reader(File("out.wav"));
         std::int64_t samples = 0;

@@ -1,4 +1,4 @@
-// Sound goes in, sound comes out: every sample, at its time.
+// Audio goes in, audio comes out: every sample, at its time.
 
 #include "Core/ThreadBudget.h"
 #include "Media/MediaExceptions.h"
@@ -81,7 +81,7 @@ TEST_F(Audio, EverySampleIsKept) {
     }
 }
 
-// Neither the encoder's priming nor a start of its own moves sound against the pictures.
+// Neither the encoder's priming nor a start of its own moves audio against the pictures.
 TEST_F(Audio, TimesStayAsTheyWere) {
     constexpr double sample = 1.0 / 48000;
     constexpr double lossy = 0.004;
@@ -90,7 +90,7 @@ TEST_F(Audio, TimesStayAsTheyWere) {
     // FFmpeg 5.1.
     constexpr double opus = 0.0075;
     std::string const film = s_burst + s_pictures + s_noBFrames + "-c:a pcm_s16le";
-    Make(File("sound.wav"), s_burst);
+    Make(File("audio.wav"), s_burst);
     Make(File("film.mkv"), film);
     Make(File("late.mkv"), "-itsoffset 0.3 " + film);
     struct {
@@ -99,12 +99,12 @@ TEST_F(Audio, TimesStayAsTheyWere) {
         /// In seconds.
         double tolerance;
         std::string encoder = {};
-    } const cases[] = {{"sound.wav", "out.wav", sample},
-                       {"sound.wav", "out.flac", sample},
-                       {"sound.wav", "out.m4a", lossy},
-                       {"sound.wav", "out.mp3", lossy},
-                       {"sound.wav", "out.ogg", lossy},
-                       {"sound.wav", "out.opus", lossy},
+    } const cases[] = {{"audio.wav", "out.wav", sample},
+                       {"audio.wav", "out.flac", sample},
+                       {"audio.wav", "out.m4a", lossy},
+                       {"audio.wav", "out.mp3", lossy},
+                       {"audio.wav", "out.ogg", lossy},
+                       {"audio.wav", "out.opus", lossy},
                        {"film.mkv", "out.mkv", sample},
                        {"film.mkv", "out.mov", sample},
                        {"film.mkv", "out.mp4", lossy},
@@ -129,8 +129,8 @@ TEST_F(Audio, TimesStayAsTheyWere) {
         Media::Run(options);
         AudioRecord const out = ReadAudio(File(row.output));
         auto const pictures = ReadMedia(File(row.output)).pictures;
-        EXPECT_EQ(pictures.size(), row.input == "sound.wav" ? 0U : 25U);
-        // Nothing but the pictures tells where a sound file begins.
+        EXPECT_EQ(pictures.size(), row.input == "audio.wav" ? 0U : 25U);
+        // Nothing but the pictures tells where an audio file begins.
         double const begin = pictures.empty() ? out.start : static_cast<double>(pictures[0].time) / 1e9;
         EXPECT_NEAR(out.GetMiddle() - begin, s_burstMiddle + (row.input == "late.mkv" ? 0.3 : 0),
                     row.tolerance);
@@ -141,7 +141,7 @@ TEST_F(Audio, EffectsMayHoldBackAndAdd) {
     Make(File("in.wav"), s_noise);
     AudioRecord const in = ReadAudio(File("in.wav"));
     auto const [work, finish] = HoldBack<Proc::IDataAudio>(5);
-    Media::Run(AudioOptions("in.wav", "delay.wav", MakeSound(work, finish)));
+    Media::Run(AudioOptions("in.wav", "delay.wav", MakeAudio(work, finish)));
     EXPECT_EQ(ReadAudio(File("delay.wav")).samples, in.samples);
 
     Block last;
@@ -154,7 +154,7 @@ TEST_F(Audio, EffectsMayHoldBackAndAdd) {
         rest->SetTime(last->GetTime() + 300000);
         return Blocks{rest};
     };
-    Media::Run(AudioOptions("in.wav", "tail.wav", MakeSound(keep, addLater)));
+    Media::Run(AudioOptions("in.wav", "tail.wav", MakeAudio(keep, addLater)));
     std::vector<double> expected = in.samples;
     expected.resize(in.samples.size() + 44100 * 3 / 10); // the gap between
     std::copy(in.samples.end() - static_cast<std::ptrdiff_t>(last->GetSampleCount()), in.samples.end(),
@@ -188,7 +188,7 @@ TEST_F(Audio, StreamsGoTheirOwnWays) {
     }
 }
 
-// Picture and sound both worked on: by the thread that writes, or by one thread alone.
+// Picture and audio both worked on: by the thread that writes, or by one thread alone.
 TEST_F(Audio, BesidePicturesThatAreWorkedOn) {
     Make(File("in.mkv"), s_pictures + s_noise + s_bFrames + "-c:a flac");
     for (int const budget : {1, 4}) {
@@ -196,7 +196,7 @@ TEST_F(Audio, BesidePicturesThatAreWorkedOn) {
         Media::RunOptions options = Lossless("in.mkv", "out.mkv");
         options.overwrite = true;
         std::thread::id worker;
-        options.makeAudioEffects = MakeSound([&](Block const& block) {
+        options.makeAudioEffects = MakeAudio([&](Block const& block) {
             worker = std::this_thread::get_id();
             return Blocks{block};
         });
@@ -250,7 +250,7 @@ TEST_F(Audio, CanBeStopped) {
         Core::ThreadBudget::Set(budget);
         std::stop_source stop;
         int blocks = 0;
-        Media::RunOptions options = AudioOptions("in.wav", "out.flac", MakeSound([&](Block const& block) {
+        Media::RunOptions options = AudioOptions("in.wav", "out.flac", MakeAudio([&](Block const& block) {
                                                      if (++blocks == 10)
                                                          stop.request_stop();
                                                      return Blocks{block};

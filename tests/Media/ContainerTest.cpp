@@ -50,7 +50,7 @@ TEST_F(Containers, RowsFitFFmpeg) {
     }
 }
 
-// As a copy, or encoded anew where the container does not take it, whatever FFmpeg says.
+// As a copy, or re-encoded where the container does not take it, whatever FFmpeg says.
 TEST_F(Containers, AudioOfAnyCodecGetsThere) {
     for (char const* codec : {"pcm_s16le wav", "pcm_s24be aiff", "flac flac", "libopus opus", "libvorbis ogg",
                               "libmp3lame mp3", "ac3 mka"}) {
@@ -136,7 +136,7 @@ TEST_F(Containers, SubtitlesGetThere) {
 TEST_F(Containers, FilmsGetThere) {
     Write("words.txt", ";FFMETADATA1\ntitle=The Film\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=500\n"
                        "title=Two\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=500\nEND=1000\ntitle=Three\n");
-    Make(File("in.mkv"), s_pictures + s_sound + "-i " + File("words.txt").string() +
+    Make(File("in.mkv"), s_pictures + s_audio + "-i " + File("words.txt").string() +
                              " -map 0 -map 1 -map_metadata 2 -map_chapters 2 -vf noise=alls=40:allf=t " +
                              s_noBFrames + "-c:a pcm_s16le"); // libtheora leaves out what hardly differs
     std::vector<std::int64_t> const times = ReadMedia(File("in.mkv")).GetTimes();

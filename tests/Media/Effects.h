@@ -94,8 +94,8 @@ inline Media::MakeVideoEffects Note(Media::VideoStreamInfo& told) {
     };
 }
 
-/// A factory of such a chain for sound, which keeps the format.
-inline Media::MakeAudioEffects MakeSound(AudioFunctionEffects::Work work,
+/// A factory of such a chain for audio, which keeps the format.
+inline Media::MakeAudioEffects MakeAudio(AudioFunctionEffects::Work work,
                                          AudioFunctionEffects::Finish finish = {}) {
     return [=](Media::AudioStreamInfo const& info) {
         return Media::AudioEffects{std::make_unique<AudioFunctionEffects>(work, finish), info.format};
@@ -104,7 +104,7 @@ inline Media::MakeAudioEffects MakeSound(AudioFunctionEffects::Work work,
 
 /// Every block as it is.
 inline Media::MakeAudioEffects AudioThrough() {
-    return MakeSound([](Block const& block) { return Blocks{block}; });
+    return MakeAudio([](Block const& block) { return Blocks{block}; });
 }
 
 } // namespace Tarsel::Test

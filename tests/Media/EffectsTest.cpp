@@ -117,7 +117,7 @@ protected:
     /// Runs a small film through the chain and expects an exception of the type; nothing may stay behind.
     template <class E>
     std::string Fail(Media::MakeVideoEffects chain, std::string const& output = "out.mp4") {
-        Make(File("in.mp4"), s_pictures + s_sound + s_bFrames + "-c:a aac");
+        Make(File("in.mp4"), s_pictures + s_audio + s_bFrames + "-c:a aac");
         Media::RunOptions options = Lossless("in.mp4", output);
         options.makeVideoEffects = std::move(chain);
         std::string text = RunForFailure<E>(options);
@@ -170,7 +170,7 @@ TEST_F(FailingEffects, ReportsOfProgressMayThrow) {
 
 // The chain is asked to stop while it works and while others wait for it.
 TEST_F(FailingEffects, StopsWithinMoments) {
-    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=20 " + s_sound + s_bFrames + "-c:a aac");
+    Make(File("in.mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=20 " + s_audio + s_bFrames + "-c:a aac");
     std::stop_source stop;
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     int pictures = 0;

@@ -47,7 +47,7 @@ TEST_F(Input, ThatBreaksOffIsTold) {
     std::string const breaksOff =
         "The input breaks off: its (pictures end|audio ends|pictures and audio end) at "
         "[0-9.]+ s, though it states [0-9.]+ s.";
-    std::string const film = s_pictures + s_sound + s_bFrames;
+    std::string const film = s_pictures + s_audio + s_bFrames;
     std::string const tone = "-f lavfi -i sine=d=2.3:r=44100 ";
     struct {
         char const* name;
@@ -59,7 +59,7 @@ TEST_F(Input, ThatBreaksOffIsTold) {
         {"in.mkv", film + "-c:a aac", breaksOff},
         {"late.mkv", film + "-c:a aac -output_ts_offset 3", breaksOff},
         {"live.mkv", film + "-c:a aac -live 1", ""},
-        {"in.avi", s_pictures + s_sound + "-c:v mpeg4 -c:a libmp3lame -q:a 4", breaksOff},
+        {"in.avi", s_pictures + s_audio + "-c:v mpeg4 -c:a libmp3lame -q:a 4", breaksOff},
         {"in.wav", tone, "The input breaks off: its last packet is not whole."}, // it states no length
         {"in.flac", tone, breaksOff},
         {"xing.mp3", tone + "-q:a 4", breaksOff},

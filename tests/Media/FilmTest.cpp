@@ -25,11 +25,11 @@ constexpr char const* s_chapters = ";FFMETADATA1\ntitle=A film\nartist=Somebody\
 
 class Film : public RunFixture {
 protected:
-    /// A film with B-frames, sound, subtitles, chapters and metadata.
+    /// A film with B-frames, audio, subtitles, chapters and metadata.
     std::filesystem::path MakeRich(std::string const& name, std::string const& subtitles) const {
         Write("subtitles.srt", s_subtitles);
         Write("chapters.txt", s_chapters);
-        return Make(File(name), s_pictures + s_sound + "-i " + File("subtitles.srt").string() + " -i " +
+        return Make(File(name), s_pictures + s_audio + "-i " + File("subtitles.srt").string() + " -i " +
                                     File("chapters.txt").string() +
                                     " -map 0 -map 1 -map 1 -map 2 -map_metadata 3 -map_chapters 3 " +
                                     s_bFrames +
@@ -48,7 +48,7 @@ void ExpectSameCopies(MediaRecord const& in, MediaRecord const& out) {
         SCOPED_TRACE("stream " + std::to_string(i) + ", " + in.streams[i].codec);
         StreamRecord const& from = in.streams[i];
         StreamRecord to = out.streams[i];
-        // Matroska keeps no duration of sound; FFmpeg guesses that of the first packet, or does not.
+        // Matroska keeps no duration of audio; FFmpeg guesses that of the first packet, or does not.
         if (in.container.starts_with("matroska") && from.kind == "audio" && !to.packets.empty())
             to.packets[0].duration = from.packets[0].duration;
         EXPECT_EQ(to.kind, from.kind);
@@ -135,7 +135,7 @@ TEST_F(Film, CoversStayCovers) {
 
 TEST_F(Film, TimesComeOutAsTheyWentIn) {
     std::string const uneven = s_pictures + "-vf settb=1/90000,setpts=(N*N+3*N)*450 -vsync passthrough ";
-    std::string const late = s_sound + "-itsoffset 0.52 " + s_pictures + "-map 0 -map 1 -vsync passthrough ";
+    std::string const late = s_audio + "-itsoffset 0.52 " + s_pictures + "-map 0 -map 1 -vsync passthrough ";
     std::string const scale = "-video_track_timescale ";
     struct {
         std::string arguments;
@@ -149,7 +149,7 @@ TEST_F(Film, TimesComeOutAsTheyWentIn) {
         {uneven + s_noBFrames + scale + "90000", "out.mp4", "mpeg4"}, // which counts more coarsely
         {s_pictures + s_bFrames + scale + "7000003"},
         {late + "-c:a aac " + s_bFrames},
-        {"-itsoffset 0.32 " + s_sound + s_pictures + "-map 1 -map 0 -c:a aac " + s_bFrames}};
+        {"-itsoffset 0.32 " + s_audio + s_pictures + "-map 1 -map 0 -c:a aac " + s_bFrames}};
     for (auto const& row : cases) {
         SCOPED_TRACE(row.arguments + row.output);
         Make(File("in.mp4"), row.arguments);
@@ -210,7 +210,7 @@ TEST_F(Film, KeepsFieldsAndRate) {
 
 // Matroska may say the same time twice, MP4 may not.
 TEST_F(Film, CopiedTimesThatDoNotGoUpAreMoved) {
-    Make(File("plain.mkv"), s_pictures + s_sound + s_noBFrames + "-c:a aac");
+    Make(File("plain.mkv"), s_pictures + s_audio + s_noBFrames + "-c:a aac");
     Make(File("in.mkv"),
          "-i " + File("plain.mkv").string() + " -c copy -bsf:a setts=ts=N/2*42-mod(N\\,2)*21");
     Media::RunResult const result = Media::Run(Lossless("in.mkv", "out.mp4"));
@@ -224,8 +224,8 @@ TEST_F(Film, CopiedTimesThatDoNotGoUpAreMoved) {
 
 // A sender's clock starts anywhere and jumps where recordings were joined.
 TEST_F(Film, BroadcastClocksStartAtZeroAndGoOn) {
-    Make(File("a.ts"), s_pictures + s_sound + s_bFrames + "-c:a mp2");
-    Make(File("b.ts"), s_pictures + s_sound + s_bFrames + "-c:a mp2 -output_ts_offset 5000");
+    Make(File("a.ts"), s_pictures + s_audio + s_bFrames + "-c:a mp2");
+    Make(File("b.ts"), s_pictures + s_audio + s_bFrames + "-c:a mp2 -output_ts_offset 5000");
     Write("in.ts", Read("a.ts") + Read("b.ts"));
     Media::RunResult const result = Media::Run(Lossless("in.ts", "out.mp4"));
     MediaRecord const out = ReadMedia(File("out.mp4"));

@@ -60,7 +60,7 @@ TEST_F(ImageFile, ReplacesNothingUnasked) {
     options.inputs.push_back(options.output);
     ExpectRefusal<Media::OptionsException>(options, "it is the input");
     ExpectRefusal<Media::OptionsException>({File("out.mp4"), {}, false},
-                                           "its name is none of a picture, as wave.png is");
+                                           "its name is not that of a picture, as wave.png is");
     ExpectRefusal<Media::OutputException>({File("no/out.png"), {}, false},
                                           "there is no folder \"" + File("no").string() + "\"");
 }

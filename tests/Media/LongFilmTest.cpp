@@ -30,7 +30,7 @@ protected:
         }
     }
 
-    /// How far the sound of a file is ahead of its pictures, or behind, at most: in microseconds, in the
+    /// How far the audio of a file is ahead of its pictures, or behind, at most: in microseconds, in the
     /// file's order.
     std::int64_t MeasureSkew(std::string const& name) const {
         std::int64_t times[2] = {0, 0};
@@ -84,14 +84,14 @@ Media::MakeVideoEffects GiveOneIn(int count) {
     });
 }
 
-// libvpx takes 23 MB, FFmpeg's ten seconds of interleaving take 2; the sound would take 57.
+// libvpx takes 23 MB, FFmpeg's ten seconds of interleaving take 2; the audio would take 57.
 TEST_F(LongFilm, MemoryStaysFlat) {
     constexpr std::size_t ceiling = 30'000'000;
     constexpr std::size_t all = 10000;
     Write("words.srt", "1\n00:00:01,000 --> 00:00:02,000\nfirst\n\n2\n00:04:50,000 --> 00:04:52,000\nlast\n");
     std::string const pictures = "-f lavfi -i testsrc2=s=32x32:r=5:d=300 ";
     std::string const fewPictures = "-f lavfi -i testsrc2=s=32x32:r=5:d=2 ";
-    std::string const sound = "-f lavfi -i anullsrc=r=48000:cl=stereo:d=300 ";
+    std::string const audio = "-f lavfi -i anullsrc=r=48000:cl=stereo:d=300 ";
     std::string const words = "-i " + File("words.srt").string() + " ";
     std::string const vp9 = "-c:v libvpx-vp9 ";
     auto const through = PassThrough();
@@ -102,19 +102,19 @@ TEST_F(LongFilm, MemoryStaysFlat) {
         Media::MakeVideoEffects video;
         Media::MakeAudioEffects audio = {};
         std::string encoder = "mpeg4";
-    } const cases[] = {{pictures + sound + words, through},
-                       {pictures + sound, HoldBackPictures(10)},
-                       {pictures + sound, GiveOneIn(100)},
-                       {pictures + sound, HoldBackPictures(all)},
-                       {pictures + sound, through, audioThrough},
-                       {pictures + sound, {}, audioThrough},
-                       {fewPictures + sound, {}, audioThrough},
+    } const cases[] = {{pictures + audio + words, through},
+                       {pictures + audio, HoldBackPictures(10)},
+                       {pictures + audio, GiveOneIn(100)},
+                       {pictures + audio, HoldBackPictures(all)},
+                       {pictures + audio, through, audioThrough},
+                       {pictures + audio, {}, audioThrough},
+                       {fewPictures + audio, {}, audioThrough},
                        {pictures + "-itsoffset 290 -f lavfi -i sine=d=10 ", {}, audioThrough},
                        {pictures + "-f lavfi -i sine=d=2 ", {}, audioThrough},
                        {pictures + "-f lavfi -i sine=d=2 ", through},
-                       {fewPictures + sound, through, {}, "libvpx-vp9"},
-                       {fewPictures + sound + vp9, {}},
-                       {"-itsoffset 298 " + fewPictures + sound, through}};
+                       {fewPictures + audio, through, {}, "libvpx-vp9"},
+                       {fewPictures + audio + vp9, {}},
+                       {"-itsoffset 298 " + fewPictures + audio, through}};
     for (auto const& row : cases) {
         SCOPED_TRACE(row.film + " row " + std::to_string(&row - cases));
         Make(File("in.mkv"), row.film + (row.film.ends_with(vp9) ? "" : "-c:v mpeg4 ") + "-c:a pcm_s16le");
@@ -134,7 +134,7 @@ TEST_F(LongFilm, MemoryStaysFlat) {
     }
 }
 
-// However long the chain holds the pictures back: a player finds the sound beside them.
+// However long the chain holds the pictures back: a player finds the audio beside them.
 TEST_F(LongFilm, AudioLiesBesideThePictures) {
     Make(File("in.mkv"), "-f lavfi -i testsrc2=s=32x32:r=25:d=60 -f lavfi -i sine=d=60 -c:v mpeg4");
     std::int64_t const usual = MeasureSkew("in.mkv");

@@ -104,14 +104,14 @@ attached.mkv out.mp4 v a
 rich.mkv out.webm
   h264: encode libvpx-vp9 yuv420p | aac: encode libopus 48000 Hz flt mono | opus: copy | ass: convert webvtt
   Video was re-encoded from h264 to vp9: "out.webm" cannot hold h264.
-  Sound stream 0: Audio was re-encoded from aac to opus: "out.webm" cannot hold aac.
+  Audio stream 0: Audio was re-encoded from aac to opus: "out.webm" cannot hold aac.
   Subtitles were converted from ass to webvtt.
 rich.mkv out.mkv
   h264: copy | aac: copy | opus: copy | ass: copy
 rich.mkv out.avi v
   h264: encode mpeg4 yuv420p | aac: copy | opus: encode libmp3lame 48000 Hz fltp mono | ass: drop
   Video was re-encoded from h264 to mpeg4: "out.avi" cannot hold h264.
-  Sound stream 1: Audio was re-encoded from opus to mp3: "out.avi" cannot hold opus.
+  Audio stream 1: Audio was re-encoded from opus to mp3: "out.avi" cannot hold opus.
   Stream 3 (subtitle, ass) was left out: the container avi cannot take it.
   The chapters were left out: the container avi has no place for them.
 rich.mkv out.gif v
@@ -129,13 +129,13 @@ rich.mkv out.ts
   The chapters were left out: the container mpegts has no place for them.
 rich.mkv out.mp3
   h264: drop | aac: encode libmp3lame 48000 Hz fltp mono | opus: drop | ass: drop
-  The pictures were left out: "out.mp3" is a sound file.
-  Sound stream 0: Audio was re-encoded from aac to mp3: "out.mp3" cannot hold aac.
+  The pictures were left out: "out.mp3" is an audio file.
+  Audio stream 0: Audio was re-encoded from aac to mp3: "out.mp3" cannot hold aac.
   Stream 2 (audio, opus) was left out: the container mp3 cannot take it.
   Stream 3 (subtitle, ass) was left out: the container mp3 cannot take it.
 rich.mkv out.wav a
   h264: drop | aac: encode pcm_s16le 48000 Hz s16 mono | opus: drop | ass: drop
-  The pictures were left out: "out.wav" is a sound file.
+  The pictures were left out: "out.wav" is an audio file.
   Stream 2 (audio, opus) was left out: the container wav cannot take it.
   Stream 3 (subtitle, ass) was left out: the container wav cannot take it.
   The chapters were left out: the container wav has no place for them.
@@ -182,12 +182,12 @@ flac24.flac out.wav a
   flac: encode pcm_s24le 48000 Hz s32 mono
 surround.wav out.mp3 a
   pcm_s24le: encode libmp3lame 48000 Hz s32p stereo
-  Sound was converted from 96000 Hz to 48000 Hz and from 5.1 to stereo for the encoder libmp3lame.
+  Audio was converted from 96000 Hz to 48000 Hz and from 5.1 to stereo for the encoder libmp3lame.
 side.wav out.opus a
   pcm_s16le: encode libopus 48000 Hz s16 5.1
 eight.wav out.ac3 a
   pcm_s16le: encode ac3 48000 Hz fltp 5.1(side)
-  Sound was converted from 7.1 to 5.1(side) for the encoder ac3.
+  Audio was converted from 7.1 to 5.1(side) for the encoder ac3.
 wav64.wav out.mka a
   pcm_s64le: encode pcm_f64le 48000 Hz dbl mono
 wav16.wav out.wav a=dbl,0
@@ -198,7 +198,7 @@ wav16.wav out.aiff a=dbl,64
   pcm_s16le: encode pcm_f64be 48000 Hz dbl mono
 wav16.wav out.flac a=s32,32
   pcm_s16le: encode flac 48000 Hz s32 mono
-  Sound of 32 bits was cut to 24 for the encoder flac.
+  Audio of 32 bits was cut to 24 for the encoder flac.
 wav16.wav out.wv a=s32,32
   pcm_s16le: encode wavpack 48000 Hz s32p mono
 wav24.wav out.wav a=dbl,0
@@ -207,7 +207,7 @@ wav24.wav out2.wav a=s16,16
   pcm_s24le: encode pcm_s16le 48000 Hz s16 mono
 wav24.wav out.wav acodec=pcm_s16le
   pcm_s24le: encode pcm_s16le 48000 Hz s16 mono
-  Sound of 24 bits was cut to 16 for the encoder pcm_s16le.
+  Audio of 24 bits was cut to 16 for the encoder pcm_s16le.
 phone.wav out.mka acodec=g726
   pcm_s16le: encode g726 8000 Hz s16 mono
 phone.wav out.mka acodec=g723_1
@@ -245,7 +245,7 @@ junk.mp4 out.mp4 vcodec=mpeg4 lossless
 junk.mp4 out.mp4 acodec=libmp3lam
   options: There is no encoder "libmp3lam"; near names: libmp3lame
 junk.mp4 out.mp4 acodec=libx264
-  options: The encoder "libx264" is not for sound
+  options: The encoder "libx264" is not for audio
 junk.mp4 out.mp4 aoption=bb=1
   options: The encoder "aac" has no option "bb"; near names: ab, b, bf, bt
 junk.mp4 out.ogg acodec=libopus aoption=frame_duration=7
@@ -253,9 +253,9 @@ junk.mp4 out.ogg acodec=libopus aoption=frame_duration=7
 junk.mp4 out.gif acodec=aac
   options: The encoder "aac" makes aac, which "out.gif" cannot hold
 junk.mp4 out.gif a
-  options: Cannot write "@out.gif": "gif" holds no sound
+  options: Cannot write "@out.gif": "gif" holds no audio
 junk.mp4 out.png a
-  options: Cannot write "@out.png": a picture holds no sound
+  options: Cannot write "@out.png": a picture holds no audio
 junk.mp4 out.wav v
   options: Cannot write "@out.wav": "wav" holds no pictures
 h264.mp4 out.mp3 v
@@ -301,9 +301,9 @@ text.txt out.mp4 v
 junk.mp4 out.mp4 v
   input: Cannot open "@junk.mp4": Invalid data found when processing input
 h264.mp4 out.mp4 a
-  input: "@h264.mp4" has no sound
+  input: "@h264.mp4" has no audio
 h264.mp4 out.wav
-  input: "@h264.mp4" has no sound
+  input: "@h264.mp4" has no audio
 h264.mp4 out.png v
   options: "@h264.mp4" is a film and "@out.png" one picture: a time in the film is needed
 h264.mp4 out.png v at=2.6
@@ -423,8 +423,8 @@ TEST_F(Plans, SayWhatBecomesOfEachStream) {
         EXPECT_THAT(PlanText(Options(list, "out.mp4")), testing::StartsWith("input: "));
     // Later releases do not count it as audio at all.
     EXPECT_THAT(PlanText(AudioOptions("unknown.wav", "out.wav")),
-                testing::MatchesRegex("input: (Cannot decode the sound of stream 0, which is in the codec "
-                                      "sonic: Experimental feature|.* has neither pictures nor sound)"));
+                testing::MatchesRegex("input: (Cannot decode the audio of stream 0, which is in the codec "
+                                      "sonic: Experimental feature|.* has neither pictures nor audio)"));
     EXPECT_EQ(List(), before); // nothing was written
     EXPECT_EQ(Read("there.mp4"), "old");
 }

@@ -3,7 +3,7 @@
 #include "Conf/FFmpegFormats.h"
 #include "Proc/Wrappers/SafeFrame.h"
 #include "ReadBack.h"
-#include "Support/Sound.h"
+#include "Support/Audio.h"
 
 #include <cmath>
 #include <cstdint>

@@ -6,7 +6,7 @@
 
 namespace Tarsel::Test {
 
-/// A sound stream, decoded by plain FFmpeg calls.
+/// An audio stream, decoded by plain FFmpeg calls.
 struct AudioRecord {
     std::string codec;
     std::string format;
@@ -23,7 +23,7 @@ struct AudioRecord {
     double GetMiddle() const;
 };
 
-/// Decodes the sound stream of that number. Throws std::runtime_error when there is none, or a gap in it.
+/// Decodes the audio stream of that number. Throws std::runtime_error when there is none, or a gap in it.
 AudioRecord ReadAudio(std::filesystem::path const& path, int number = 0);
 
 } // namespace Tarsel::Test

@@ -108,8 +108,8 @@ void DescribeVideo(AVFrame const& frame, AVRational aspect, MediaRecord& record)
     record.height = frame.height;
     record.format = av_get_pix_fmt_name(static_cast<AVPixelFormat>(frame.format));
     record.aspect = std::to_string(aspect.num) + ":" + std::to_string(aspect.den);
-    record.colour = {frame.colorspace, frame.color_range, frame.color_primaries, frame.color_trc,
-                     frame.chroma_location};
+    record.color = {frame.colorspace, frame.color_range, frame.color_primaries, frame.color_trc,
+                    frame.chroma_location};
     record.brightness = GetBrightness(frame);
     record.fields = Proc::GetFrameFieldOrder(frame);
 }

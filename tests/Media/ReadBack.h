@@ -67,14 +67,14 @@ struct ChapterRecord {
 };
 
 /// What a frame says of its values.
-struct ColourRecord {
+struct ColorRecord {
     int matrix = 2;
     int range = 0;
     int primaries = 2;
     int transfer = 2;
     int chromaLocation = 0;
 
-    friend bool operator==(ColourRecord const&, ColourRecord const&) = default;
+    friend bool operator==(ColorRecord const&, ColorRecord const&) = default;
 };
 
 struct MediaRecord {
@@ -88,7 +88,7 @@ struct MediaRecord {
     int height = 0;
     std::string format;
     std::string aspect;
-    ColourRecord colour;
+    ColorRecord color;
     Proc::FieldOrder fields = Proc::FieldOrder::Progressive;
     /// Nominal, "30000/1001".
     std::string rate;

@@ -22,7 +22,7 @@ namespace Tarsel::Test {
 
 /// Arguments of the ffmpeg program for small films of a second.
 inline std::string const s_pictures = "-f lavfi -i testsrc2=s=64x48:r=25:d=1 ";
-inline std::string const s_sound = "-f lavfi -i sine=d=1:r=48000 ";
+inline std::string const s_audio = "-f lavfi -i sine=d=1:r=48000 ";
 inline std::string const s_bFrames = "-c:v libx264 -preset veryfast -bf 3 -pix_fmt yuv420p ";
 inline std::string const s_noBFrames = "-c:v libx264 -preset veryfast -bf 0 -pix_fmt yuv420p ";
 
@@ -47,7 +47,7 @@ protected:
         return options;
     }
 
-    /// Options for sound alone: through the chain, or copied.
+    /// Options for audio alone: through the chain, or copied.
     Media::RunOptions AudioOptions(std::string const& input, std::string const& output,
                                    Media::MakeAudioEffects chain = AudioThrough()) const {
         Media::RunOptions options;

@@ -48,7 +48,7 @@ private:
 };
 
 TEST_F(RunThreads, KeepToTheBudget) {
-    Make(File("in.mp4"), s_pictures + s_sound + s_bFrames + "-c:a aac");
+    Make(File("in.mp4"), s_pictures + s_audio + s_bFrames + "-c:a aac");
     struct {
         char const* output;
         char const* encoder;
@@ -70,7 +70,7 @@ TEST_F(RunThreads, KeepToTheBudget) {
 
 TEST_F(RunThreads, OneIsEnough) {
     Core::ThreadBudget::Set(1);
-    Make(File("in.mp4"), s_pictures + s_sound + s_bFrames + "-c:a aac");
+    Make(File("in.mp4"), s_pictures + s_audio + s_bFrames + "-c:a aac");
     Media::RunOptions options = Lossless("in.mp4", "out.mp4");
     int reports = 0;
     options.onProgress = [&](Media::RunProgress const&) { ++reports; };
@@ -102,7 +102,7 @@ TEST_F(RunThreads, RunsSideBySide) {
     constexpr int runs = 2;
     for (int i = 0; i < runs; ++i) {
         std::string const number = std::to_string(i);
-        Make(File("in" + number + ".mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=4 " + s_sound + s_bFrames +
+        Make(File("in" + number + ".mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=4 " + s_audio + s_bFrames +
                                                "-c:a aac -vf hue=h=90*" + number);
     }
     std::atomic<int> inEffects{0};

@@ -60,13 +60,13 @@ TEST_F(Still, FurtherPicturesOfAFileAreNotWorkedOn) {
     }
 }
 
-// The cover is the only picture there is; the sound comes along. Copied, it is the same to the byte.
-TEST_F(Still, TheCoverOfASoundFile) {
+// The cover is the only picture there is; the audio comes along. Copied, it is the same to the byte.
+TEST_F(Still, TheCoverOfAAudioFile) {
     Make(File("cover.png"), "-f lavfi -i testsrc2=s=64x48 -frames:v 1");
     for (std::string const kind : {"m4a", "mp3", "flac"}) {
         SCOPED_TRACE(kind);
         std::string const name = "in." + kind;
-        Make(File(name), s_sound + "-i " + File("cover.png").string() +
+        Make(File(name), s_audio + "-i " + File("cover.png").string() +
                              " -map 0 -map 1 -c:v copy -disposition:v attached_pic");
         MediaRecord const in = ReadMedia(File(name));
         for (bool const copies : {false, true}) {

@@ -46,7 +46,7 @@ public:
         WritePixels(picture);
     }
 
-    bool Process(int colours, int dither, Conf::PixColor background = s_background) {
+    bool Process(int colors, int dither, Conf::PixColor background = s_background) {
         SafeFrame in;
         SafeFrame out;
         in->data[0] = m_pixels.data() + m_first;
@@ -54,12 +54,12 @@ public:
         out->data[0] = m_indices.data() + m_firstIndex;
         out->linesize[0] = static_cast<int>(m_indexStride);
         out->data[1] = m_palette.data();
-        return ColorQuant::Process(*in, *out, GetSize(), colours, dither, background);
+        return ColorQuant::Process(*in, *out, GetSize(), colors, dither, background);
     }
 
     /// Becomes what the plain one makes of the picture.
-    void ProcessPlainly(Bytes const& picture, unsigned colours, bool dither) {
-        Plain::Quantised const made = Plain::Quantise(picture, m_width, colours, dither, s_background);
+    void ProcessPlainly(Bytes const& picture, unsigned colors, bool dither) {
+        Plain::Quantized const made = Plain::Quantize(picture, m_width, colors, dither, s_background);
         WritePixels(made.pixels);
         WriteRows(made.indices, m_width, m_indices.data() + m_firstIndex, m_indexStride);
         std::ranges::copy(made.palette, m_palette.begin());
@@ -114,15 +114,15 @@ struct PictureCase {
 
 class ColorQuantAsPlain : public testing::TestWithParam<PictureCase> {
 protected:
-    static void Expect(std::size_t width, std::size_t height, int colours, int dither,
+    static void Expect(std::size_t width, std::size_t height, int colors, int dither,
                        bool isUpsideDown = false) {
-        SCOPED_TRACE(testing::Message() << width << "x" << height << ", " << colours << " colours, dither "
+        SCOPED_TRACE(testing::Message() << width << "x" << height << ", " << colors << " colors, dither "
                                         << dither << (isUpsideDown ? ", upside down" : ""));
         Bytes const picture = MakePicture(GetParam().kind, GetParam().alpha, width, height);
         Pictures fast(picture, width, height, isUpsideDown);
         Pictures plain = fast;
-        EXPECT_TRUE(fast.Process(colours, dither));
-        plain.ProcessPlainly(picture, static_cast<unsigned>(colours), dither != 0);
+        EXPECT_TRUE(fast.Process(colors, dither));
+        plain.ProcessPlainly(picture, static_cast<unsigned>(colors), dither != 0);
         // Not EXPECT_EQ: it would print a picture.
         EXPECT_TRUE(fast.GetPixels() == plain.GetPixels());
         EXPECT_TRUE(fast.GetPalette() == plain.GetPalette());
@@ -130,10 +130,10 @@ protected:
     }
 };
 
-TEST_P(ColorQuantAsPlain, AnyNumberOfColours) {
-    for (int const colours : {1, 2, 3, 7, 16, 100, 254, 255})
+TEST_P(ColorQuantAsPlain, AnyNumberOfColors) {
+    for (int const colors : {1, 2, 3, 7, 16, 100, 254, 255})
         for (int const dither : {0, 1})
-            Expect(96, 61, colours, dither);
+            Expect(96, 61, colors, dither);
 }
 
 // Errors go to the right and down, where there may be nothing.
@@ -156,14 +156,14 @@ TEST_P(ColorQuantAsPlain, Large) {
 }
 
 PictureCase const s_pictureCases[] = {
-    {PictureKind::Noise, PictureAlpha::Opaque},    {PictureKind::Noise, PictureAlpha::Noise},
-    {PictureKind::Ramp, PictureAlpha::Opaque},     {PictureKind::Ramp, PictureAlpha::Noise},
-    {PictureKind::Photo, PictureAlpha::Opaque},    {PictureKind::Photo, PictureAlpha::Disc},
-    {PictureKind::Drawing, PictureAlpha::Disc},    {PictureKind::OneColour, PictureAlpha::Disc},
-    {PictureKind::OneColour, PictureAlpha::Opaque}};
+    {PictureKind::Noise, PictureAlpha::Opaque},   {PictureKind::Noise, PictureAlpha::Noise},
+    {PictureKind::Ramp, PictureAlpha::Opaque},    {PictureKind::Ramp, PictureAlpha::Noise},
+    {PictureKind::Photo, PictureAlpha::Opaque},   {PictureKind::Photo, PictureAlpha::Disc},
+    {PictureKind::Drawing, PictureAlpha::Disc},   {PictureKind::OneColor, PictureAlpha::Disc},
+    {PictureKind::OneColor, PictureAlpha::Opaque}};
 
 std::string NameOf(testing::TestParamInfo<PictureCase> const& info) {
-    constexpr char const* kinds[] = {"Noise", "Ramp", "Photo", "Drawing", "OneColour"};
+    constexpr char const* kinds[] = {"Noise", "Ramp", "Photo", "Drawing", "OneColor"};
     constexpr char const* alphas[] = {"Opaque", "NoiseAlpha", "DiscAlpha"};
     return std::string(kinds[static_cast<int>(info.param.kind)]) + alphas[static_cast<int>(info.param.alpha)];
 }
@@ -171,8 +171,8 @@ std::string NameOf(testing::TestParamInfo<PictureCase> const& info) {
 INSTANTIATE_TEST_SUITE_P(Pictures, ColorQuantAsPlain, testing::ValuesIn(s_pictureCases), NameOf);
 
 // Cells of the tree are two values wide, so (8, 9, 8) and (9, 8, 9) share one: no folding, and every cell
-// keeps its own average. The transparent pixel counts with the background's colour.
-TEST(ColorQuant, FewColoursKeepTheirOwn) {
+// keeps its own average. The transparent pixel counts with the background's color.
+TEST(ColorQuant, FewColorsKeepTheirOwn) {
     Bytes const picture{8, 9, 8, 255, 255, 0, 0, 255, 9, 8, 9, 255, 50, 60, 70, 0};
     for (int const dither : {0, 1}) {
         Pictures pictures(picture, 2, 2);
@@ -204,9 +204,9 @@ TEST(ColorQuant, NoPixels) {
 }
 
 TEST(ColorQuant, Refusals) {
-    auto const refusalOf = [](AVFrame& in, AVFrame& out, int colours) {
+    auto const refusalOf = [](AVFrame& in, AVFrame& out, int colors) {
         return Tarsel::Test::TextOf<FilterException>([&] {
-            ColorQuant::Process(in, out, {4, 3, 1, 1}, colours, 0, s_background);
+            ColorQuant::Process(in, out, {4, 3, 1, 1}, colors, 0, s_background);
         });
     };
     Bytes const pixelsBefore(4 * 4 * 3, s_untouched);
@@ -221,9 +221,9 @@ TEST(ColorQuant, Refusals) {
     out->linesize[0] = 4;
     out->data[1] = palette.data();
 
-    for (int const colours : {0, -1, 256, INT_MIN, INT_MAX})
-        EXPECT_EQ(refusalOf(*in, *out, colours),
-                  "Cannot quantize to " + std::to_string(colours) + " colors: the range is 1 to 255");
+    for (int const colors : {0, -1, 256, INT_MIN, INT_MAX})
+        EXPECT_EQ(refusalOf(*in, *out, colors),
+                  "Cannot quantize to " + std::to_string(colors) + " colors: the range is 1 to 255");
     in->width = 4;
     in->height = 2;
     EXPECT_EQ(refusalOf(*in, *out, 255), "Cannot quantize 4x3 pixels: the input frame has 4x2");

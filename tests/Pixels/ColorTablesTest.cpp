@@ -20,7 +20,7 @@ class ColorTables : public EveryTarget {};
 
 // The rounding of the formula, in double precision, against what is done in 16 bits: every alpha, component
 // and background (a row has its three channels from different ends of the range).
-TEST_P(ColorTables, FlattenEveryColour) {
+TEST_P(ColorTables, FlattenEveryColor) {
     Bytes row;
     for (unsigned alpha = 0; alpha < 256; ++alpha)
         for (unsigned color = 0; color < 256; ++color)
@@ -89,8 +89,8 @@ std::uint8_t FindNearestPlainly(std::vector<Rgb> const& palette, int red, int gr
     return static_cast<std::uint8_t>(nearest);
 }
 
-// Palettes over the whole range and crowded ones, in which many colours are equally near.
-TEST_P(ColorTables, NearestColour) {
+// Palettes over the whole range and crowded ones, in which many colors are equally near.
+TEST_P(ColorTables, NearestColor) {
     std::mt19937 random(5);
     for (std::size_t const size : {1u, 2u, 15u, 16u, 17u, 255u})
         for (unsigned const step : {1u, 16u, 85u}) {
@@ -107,7 +107,7 @@ TEST_P(ColorTables, NearestColour) {
                 auto const blue = static_cast<std::uint8_t>(random());
                 ASSERT_EQ(nearest_color(nearest, {red, green, blue}),
                           FindNearestPlainly(palette, red, green, blue))
-                    << size << " colours, step " << step << ": " << +red << ", " << +green << ", " << +blue;
+                    << size << " colors, step " << step << ": " << +red << ", " << +green << ", " << +blue;
             }
         }
 }

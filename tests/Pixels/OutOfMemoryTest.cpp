@@ -1,4 +1,4 @@
-// What happens when the quantiser gets no memory. Sanitizers have an allocator of their own; these tests need
+// What happens when the quantizer gets no memory. Sanitizers have an allocator of their own; these tests need
 // the usual one.
 #if !defined(__has_feature)
 #define __has_feature(feature) 0

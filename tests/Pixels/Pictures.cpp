@@ -32,7 +32,7 @@ public:
             return {static_cast<std::uint8_t>(area * 3), static_cast<std::uint8_t>(area * 5),
                     static_cast<std::uint8_t>(area * 11)};
         }
-        case PictureKind::OneColour:
+        case PictureKind::OneColor:
             return {10, 200, 77};
         }
         return {};

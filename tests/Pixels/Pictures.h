@@ -11,9 +11,9 @@ enum class PictureKind {
     Ramp,
     /// Smooth shades with a fine texture.
     Photo,
-    /// Large areas of few colours.
+    /// Large areas of few colors.
     Drawing,
-    OneColour
+    OneColor
 };
 
 enum class PictureAlpha {

@@ -139,7 +139,7 @@ Node const& Nearest(Heap& heap, int const* color) {
     return *nearest;
 }
 
-void Diffuse(Quantised& result, std::size_t width, Heap& heap) {
+void Diffuse(Quantized& result, std::size_t width, Heap& heap) {
     std::vector<std::int32_t> work(result.pixels.begin(), result.pixels.end());
     for (std::int32_t& value : work)
         value *= 16;
@@ -180,7 +180,7 @@ Node const& Find(Node const& root, std::uint8_t const* pixel) {
 
 } // namespace
 
-Quantised Quantise(std::vector<std::uint8_t> pixels, std::size_t width, unsigned colours, bool dither,
+Quantized Quantize(std::vector<std::uint8_t> pixels, std::size_t width, unsigned colors, bool dither,
                    Conf::PixColor background) {
     std::deque<Node> nodes(1);
     Heap heap;
@@ -188,10 +188,10 @@ Quantised Quantise(std::vector<std::uint8_t> pixels, std::size_t width, unsigned
         Flatten(&pixels[i], background);
         heap.Add(Insert(nodes, &pixels[i]));
     }
-    while (heap.Count() > colours + 1)
+    while (heap.Count() > colors + 1)
         heap.Add(Fold(heap.Pop()));
 
-    Quantised result{std::move(pixels), {}, {0, 0, 0, 255}};
+    Quantized result{std::move(pixels), {}, {0, 0, 0, 255}};
     for (std::size_t at = 1; at < heap.Count(); ++at) {
         Node& node = heap.At(at);
         for (std::uint64_t& sum : node.sums)

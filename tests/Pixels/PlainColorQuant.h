@@ -9,7 +9,7 @@
 namespace Tarsel::Proc::Plain {
 
 /// What a picture of 4-byte pixels (red, green, blue, alpha) becomes.
-struct Quantised {
+struct Quantized {
     /// Before its background.
     std::vector<std::uint8_t> pixels;
     std::vector<std::uint8_t> indices;
@@ -17,9 +17,9 @@ struct Quantised {
     std::vector<std::uint8_t> palette;
 };
 
-/// The quantiser as it is defined, one step after the other and nothing saved: what the fast one is held to.
+/// The quantizer as it is defined, one step after the other and nothing saved: what the fast one is held to.
 /// Rows of `width` pixels without padding.
-Quantised Quantise(std::vector<std::uint8_t> pixels, std::size_t width, unsigned colours, bool dither,
+Quantized Quantize(std::vector<std::uint8_t> pixels, std::size_t width, unsigned colors, bool dither,
                    Conf::PixColor background);
 
 } // namespace Tarsel::Proc::Plain

@@ -138,8 +138,8 @@ TEST(FieldText, IsRefusedWithClassKeyValueAndLegalValues) {
              Case{"edge-detect", "mode=canny",
                   "edge-detect: mode=canny is unknown: default, wires, colormix"},
              Case{"edge-detect", "mode=3", "edge-detect: mode=3 is unknown: default, wires, colormix"},
-             Case{"negate", "channels=red+grey",
-                  "negate: channels=red+grey is unknown: red, green, blue, alpha, with '+' between them, or "
+             Case{"negate", "channels=red+gray",
+                  "negate: channels=red+gray is unknown: red, green, blue, alpha, with '+' between them, or "
                   "0"},
              Case{"negate", "channels=16",
                   "negate: channels=16 is unknown: red, green, blue, alpha, with '+' between them, or 0"},

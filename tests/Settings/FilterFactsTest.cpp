@@ -34,7 +34,7 @@ TEST(FilterFacts, HoldInThisFFmpeg) {
         {"no smart blur", "smartblur=ls=0:cs=0", "null"},
         {"no border", "pad=iw+0:ih+0:0:0", "null"},
         {"gamma weight alone does nothing", "eq=contrast=1:gamma_weight=0.3", "null"},
-        {"neutral colour balance", "colorbalance=", "null", "rgb24"},
+        {"neutral color balance", "colorbalance=", "null", "rgb24"},
         {"identity of the mixer", "colorchannelmixer=1:0:0:0:0:1:0:0:0:0:1:0:0:0:0:1", "null", "rgb24"},
     };
     for (auto const& [says, filter, same, format] : facts)

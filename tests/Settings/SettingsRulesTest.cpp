@@ -1,5 +1,5 @@
 #include "Proc/Interfaces/IResample.h"
-#include "Proc/Settings/Colour.h"
+#include "Proc/Settings/Color.h"
 #include "Proc/Settings/Delay.h"
 #include "Proc/Settings/Denoise.h"
 #include "Proc/Settings/Dynamics.h"
@@ -7,7 +7,7 @@
 #include "Proc/Settings/Modulation.h"
 #include "Proc/Settings/Orientation.h"
 #include "Proc/Settings/SettingsProperty.h"
-#include "Proc/Settings/Stylise.h"
+#include "Proc/Settings/Stylize.h"
 #include "Support/Failure.h"
 #include "Support/LibraryEffects.h"
 

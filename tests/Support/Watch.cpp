@@ -17,7 +17,7 @@ thread_local int s_graphs = 0;
 void CountSources(void* context, int, char const* format, va_list) {
     AVClass const* const type = context ? *static_cast<AVClass const* const*>(context) : nullptr;
     std::string_view const begin = std::string_view(format).substr(0, 4);
-    if (!type || (begin != "w:%d" && begin != "tb:%")) // pictures, sound
+    if (!type || (begin != "w:%d" && begin != "tb:%")) // pictures, audio
         return;
     std::string_view const name = type->item_name(context);
     if (name == "in" || name == "Parsed_buffer_0")

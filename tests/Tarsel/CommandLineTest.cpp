@@ -35,8 +35,8 @@ TEST_F(CommandLine, HelpFitsTheTerminalAndTellsTheExitCodes) {
         std::istringstream lines(result.out);
         for (std::string line; std::getline(lines, line);)
             EXPECT_LE(line.size(), 80U) << verb << ": " << line;
-        bool const showsCatalogue = verb == "list" || verb == "explain";
-        EXPECT_THAT(result.out, HasSubstr(showsCatalogue ? "" : DescribeExitCodes()));
+        bool const showsCatalog = verb == "list" || verb == "explain";
+        EXPECT_THAT(result.out, HasSubstr(showsCatalog ? "" : DescribeExitCodes()));
         EXPECT_THAT(result.out, HasSubstr(verb.empty() ? "" : "Examples:\n  tarsel " + verb));
     }
     EXPECT_THAT(Run("--version").out,

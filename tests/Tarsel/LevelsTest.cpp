@@ -1,6 +1,6 @@
 #include "Tools/Tarsel/Levels.h"
 
-#include "Support/Sound.h"
+#include "Support/Audio.h"
 #include "Tools/Tarsel/LevelReport.h"
 #include "Tools/Tarsel/Waveform.h"
 
@@ -25,7 +25,7 @@ void AddSamples(std::span<LevelTrack> tracks, std::vector<Samples> const& sample
     auto const at = [&](int channel, std::int64_t i) {
         return samples[static_cast<std::size_t>(channel)][static_cast<std::size_t>(i)];
     };
-    AddBlock(*Tarsel::Test::MakeSound({Conf::SampleFormats::DoublePlanar, 8000, layout},
+    AddBlock(*Tarsel::Test::MakeAudio({Conf::SampleFormats::DoublePlanar, 8000, layout},
                                       static_cast<int>(samples[0].size()), at),
              tracks);
 }
@@ -82,7 +82,7 @@ TEST(Waveform, ShowsRangeAndRmsOfEachLane) {
     EXPECT_EQ(ReadColumn(*picture, 0), "..........");
     EXPECT_EQ(ReadColumn(*picture, 1), ".BB.......");
     EXPECT_EQ(ReadColumn(*picture, 2), "RRRR...BBb");
-    // Shorter sound than columns is stretched; none at all is a silent picture.
+    // Shorter audio than columns is stretched; none at all is a silent picture.
     EXPECT_EQ(ReadColumn(*DrawWaveform(track, 30, 10), 29), ReadColumn(*DrawWaveform(track, 6, 10), 5));
     EXPECT_EQ(ReadColumn(*DrawWaveform(LevelTrack(1, 1, 8), 2, 5), 1), ".....");
 }

@@ -78,11 +78,11 @@ TEST_F(MeterTool, DrawsAWaveform) {
 TEST_F(MeterTool, RefusesWhatCannotBe) {
     MakeFilm("wave.wav", "-f lavfi -i sine=duration=0.1");
     MakeSmallFilm();
-    WriteFile("text.wav", "no sound");
+    WriteFile("text.wav", "no audio");
     WriteFile("old.png", "precious");
     ExpectRefusals({
         {"meter no.wav", 2, "Cannot open \"no.wav\": No such file or directory"},
-        {"meter film.mp4", 2, "\"film.mp4\" has no sound"},
+        {"meter film.mp4", 2, "\"film.mp4\" has no audio"},
         {"meter text.wav", 2,
          "Cannot open \"text.wav\": Invalid data found when processing input\n"
          "  FFmpeg: Invalid data found when processing input (-1094995529)"},
@@ -94,7 +94,7 @@ TEST_F(MeterTool, RefusesWhatCannotBe) {
          "Cannot write \"old.png\": it exists already and may not be overwritten"},
         {"meter wave.wav --png wave.wav --overwrite", 1, "Cannot write \"wave.wav\": it is the input"},
         {"meter wave.wav --png w.mp4", 1,
-         "Cannot write \"w.mp4\": its name is none of a picture, as wave.png is"},
+         "Cannot write \"w.mp4\": its name is not that of a picture, as wave.png is"},
         {"meter wave.wav --png no/w.png", 4, "Cannot write \"no/w.png\": there is no folder \"no\""},
     });
 }

@@ -96,7 +96,7 @@ TEST_F(MixTool, RefusesWhatCannotBe) {
     MakeWave("a.wav", "0.1", 80);
     MakeWave("b.wav", "0.1", 80);
     MakeSmallFilm();
-    WriteFile("text.wav", "no sound");
+    WriteFile("text.wav", "no audio");
     std::string const legal = " is no volume: a factor, -1000 to 1000, or decibels, up to 60dB";
     std::string const mix = "mix out.wav a.wav b.wav ";
     ExpectRefusals({
@@ -109,7 +109,7 @@ TEST_F(MixTool, RefusesWhatCannotBe) {
         {mix + "--volume nandB --volume 1", 1, "--volume \"nandB\"" + legal},
         {mix + "--audio-option =1", 1, "--audio-option \"=1\" is not KEY=VALUE, for example b=192k"},
         {"mix out.wav a.wav no.wav", 2, "Cannot open \"no.wav\": No such file or directory"},
-        {"mix out.wav film.mp4 a.wav", 2, "\"film.mp4\" has no sound"},
+        {"mix out.wav film.mp4 a.wav", 2, "\"film.mp4\" has no audio"},
         {"mix out.wav a.wav text.wav", 2,
          "Cannot open \"text.wav\": Invalid data found when processing input\n*"},
         {"mix b.wav a.wav b.wav --overwrite", 1, "Cannot write \"b.wav\": it is the input"},

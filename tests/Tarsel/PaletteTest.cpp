@@ -17,11 +17,11 @@ protected:
         return Decode(file, "-fps_mode passthrough -pix_fmt rgb24 -f rawvideo");
     }
 
-    static std::size_t CountColours(std::string const& pixels) {
-        std::set<std::string> colours;
+    static std::size_t CountColors(std::string const& pixels) {
+        std::set<std::string> colors;
         for (std::size_t i = 0; i + 3 <= pixels.size(); i += 3)
-            colours.insert(pixels.substr(i, 3));
-        return colours.size();
+            colors.insert(pixels.substr(i, 3));
+        return colors.size();
     }
 
     /// Mean difference of components.
@@ -37,14 +37,14 @@ protected:
 TEST_F(PaletteTool, ReducesAPicture) {
     MakePhoto();
     auto const before = ReadPixels("photo.png");
-    ASSERT_GT(CountColours(before), 255U);
+    ASSERT_GT(CountColors(before), 255U);
     double worse = 0;
-    for (std::size_t const colours : {255U, 32U, 4U}) {
-        RunForNotes("palette photo.png out.png --overwrite --colours " + std::to_string(colours));
+    for (std::size_t const colors : {255U, 32U, 4U}) {
+        RunForNotes("palette photo.png out.png --overwrite --colors " + std::to_string(colors));
         EXPECT_EQ(Probe("out.png", "stream=pix_fmt"), "pal8");
         auto const after = ReadPixels("out.png");
-        EXPECT_LE(CountColours(after), colours);
-        EXPECT_GT(CountColours(after), colours / 2);
+        EXPECT_LE(CountColors(after), colors);
+        EXPECT_GT(CountColors(after), colors / 2);
         double const difference = Compare(before, after);
         EXPECT_GT(difference, worse);
         EXPECT_LT(difference, 40);
@@ -91,7 +91,7 @@ TEST_F(PaletteTool, MakesAnimationsOfFilms) {
     MakeFilm("film.mkv", "-f lavfi -i mandelbrot=size=64x48:rate=10 -t 1 -c:v ffv1");
     auto const before = ReadPixels("film.mkv");
     ASSERT_EQ(before.size(), std::size_t{10} * 64 * 48 * 3);
-    // Any film becomes one with palettes of its own colours where the file holds only palettes.
+    // Any film becomes one with palettes of its own colors where the file holds only palettes.
     for (std::string const verb : {"palette", "run"}) {
         RunForNotes(verb + " film.mkv out.gif --overwrite");
         EXPECT_LT(Compare(before, ReadPixels("out.gif")), 4) << verb;
@@ -102,7 +102,7 @@ TEST_F(PaletteTool, RefusesWhatHoldsNoPalettes) {
     MakePhoto();
     ExpectRefusals({
         {"palette photo.png out.jpg", 1, "\"out.jpg\" cannot hold palettes*"},
-        {"palette photo.png out.png --colours 256", 1, "--colors: \"256\" is no whole number, 1 to 255*"},
+        {"palette photo.png out.png --colors 256", 1, "--colors: \"256\" is no whole number, 1 to 255*"},
         {"palette photo.png out.png --background red:dither=1", 1,
          "pixel-format: background=red:dither=1 is no color*"},
     });

@@ -29,7 +29,7 @@ TEST(ProgressLine, DropsWhatDoesNotFitOrIsNotKnown) {
         {{-1, 7, 12, -1}, 80, "7 frames  12.0 fps"},
         {{s_nan, 7, 12, 30}, 80, "7 frames  12.0 fps"},
         {{-1, 7, 12, -1}, 10, "7 frames"},
-        {{0.5, 0, 0, 10}, 35, "[########........]   50%  0:10 left"}, // sound has no frames
+        {{0.5, 0, 0, 10}, 35, "[########........]   50%  0:10 left"}, // audio has no frames
         {{0.5, 0, 0, 10, 61}, 60, "[#############.............]   50%  1:01 of audio  0:10 left"},
         {{-1, 0, 0, -1}, 80, ""},
         {{-1, 0, 0, -1, 5}, 80, "0:05 of audio"},

@@ -134,7 +134,7 @@ TEST_F(ReferenceTool, AreUprightAndInStep) {
 
 TEST_F(ReferenceTool, BadOnesAreToldAndNothingIsLeft) {
     MakeFirst();
-    MakeFilm("sound.m4a", "-f lavfi -i sine=duration=0.1");
+    MakeFilm("audio.m4a", "-f lavfi -i sine=duration=0.1");
     WriteFile("text.mp4", "words, no film\n");
     std::string const needs =
         "-e \"midequalizer\": midequalizer works on two inputs: give it reference=FILE, a "
@@ -157,7 +157,7 @@ TEST_F(ReferenceTool, BadOnesAreToldAndNothingIsLeft) {
         {"midequalizer reference=missing.mp4", 2, cannot + "\"missing.mp4\": No such file or directory"},
         {"midequalizer reference=.", 2, cannot + "\".\"*"},
         {"midequalizer reference=text.mp4", 2, cannot + "\"text.mp4\"*"},
-        {"midequalizer reference=sound.m4a", 2, "reference: \"sound.m4a\" has no pictures"},
+        {"midequalizer reference=audio.m4a", 2, "reference: \"audio.m4a\" has no pictures"},
     };
     MakeFilm("other.mkv", "-f lavfi -i testsrc2=size=64x48:duration=0.1");
     ExpectRefusals({{"run first.mkv other.mkv --overwrite -e 'midequalizer reference=other.mkv'", 1,

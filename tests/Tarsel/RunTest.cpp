@@ -39,7 +39,7 @@ protected:
         return quarters;
     }
 
-    /// A film as a phone makes it: turned by its tag, with pictures at uneven times, sound and subtitles.
+    /// A film as a phone makes it: turned by its tag, with pictures at uneven times, audio and subtitles.
     static void MakePhoneFilm() {
         WriteFile("words.srt", "1\n00:00:00,050 --> 00:00:00,200\nfirst\n\n"
                                "2\n00:00:00,250 --> 00:00:00,390\nsecond\n");
@@ -327,7 +327,7 @@ TEST_F(RunTool, AFormatAskedForLastIsWritten) {
 }
 
 // Two negatives give the picture back, by way of RGB.
-TEST_F(RunTool, AnEffectInRgbShiftsNoColours) {
+TEST_F(RunTool, AnEffectInRgbShiftsNoColors) {
     for (std::string const matrix : {"unknown", "bt709", "bt2020nc", "smpte170m"}) {
         SCOPED_TRACE(matrix);
         auto const film =

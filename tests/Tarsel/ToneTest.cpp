@@ -61,7 +61,7 @@ TEST_F(ToneTool, RefusesWhatCannotBe) {
         {"tone a.wav --audio-option b", 1, "--audio-option \"b\" is not KEY=VALUE, for example b=192k"},
         {"tone a.wav --audio-codec flaac", 1, "There is no encoder \"flaac\"; near names: *"},
         {"tone a.xyz", 1, "Cannot write \"a.xyz\": no container is known by *"},
-        {"tone a.png", 1, "Cannot write \"a.png\": it holds no sound"},
+        {"tone a.png", 1, "Cannot write \"a.png\": it holds no audio"},
         {"tone old.wav", 1, "Cannot write \"old.wav\": it exists already and may not be overwritten"},
         {"tone no/a.wav", 4, "Cannot write \"no/a.wav\": there is no folder \"no\""},
     });

@@ -58,7 +58,7 @@ protected:
     static std::vector<std::string> HashPictures(std::string const& options);
     /// Writes a file with the ffmpeg program; its name.
     static std::string MakeFilm(std::string const& name, std::string const& options);
-    /// Two seconds of 64x48 without sound, "film.mp4".
+    /// Two seconds of 64x48 without audio, "film.mp4".
     static std::string MakeSmallFilm();
 
 private:

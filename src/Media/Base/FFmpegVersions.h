@@ -38,7 +38,7 @@ std::vector<AVPixelFormat> GetPixelFormats(AVCodec const& encoder);
 /// The frame rates an encoder takes; empty when it does not say, or takes any.
 std::vector<Ratio> GetFrameRates(AVCodec const& encoder);
 
-/// What an encoder takes of sound: sample formats, rates and channel layouts. Each empty when it does not
+/// What an encoder takes of audio: sample formats, rates and channel layouts. Each empty when it does not
 /// say.
 std::vector<Conf::SampleFormats> GetSampleFormats(AVCodec const& encoder);
 std::vector<std::int32_t> GetSampleRates(AVCodec const& encoder);

@@ -38,10 +38,10 @@ constexpr std::size_t s_mostChanges = 3;
 void CheckBlock(AVFrame const& block) {
     auto const fail = [](std::string const& description) { Core::Throw<Proc::EffectException>(description); };
     if (block.nb_samples < 0)
-        fail(fmt::format("A block of sound is said to be of {} samples", block.nb_samples));
+        fail(fmt::format("A block of audio is said to be of {} samples", block.nb_samples));
     if (!Proc::HasSamples(block))
-        fail(fmt::format("A block of sound said to be of {} samples of {} holds fewer", block.nb_samples,
-                         Proc::SoundText(Proc::GetFrameSampleInfo(block))));
+        fail(fmt::format("A block of audio said to be of {} samples of {} holds fewer", block.nb_samples,
+                         Proc::AudioText(Proc::GetFrameSampleInfo(block))));
 }
 
 /// The block from its sample `first` on.
@@ -156,8 +156,8 @@ void AudioAligner::SetSource(Conf::SampleInfo const& source) {
         FlushConverter();
         StartSegment();
         if (!IsSameAudio(*m_source, source) && m_changes.size() < s_mostChanges)
-            m_changes.push_back(fmt::format("The sound changes from {} to {} at {:.3f} s; it was converted.",
-                                            Proc::SoundText(*m_source), Proc::SoundText(source),
+            m_changes.push_back(fmt::format("The audio changes from {} to {} at {:.3f} s; it was converted.",
+                                            Proc::AudioText(*m_source), Proc::AudioText(source),
                                             ToSeconds(m_next)));
     }
     m_converter =
@@ -257,12 +257,12 @@ std::vector<std::string> AudioAligner::GetNotes() const {
     std::vector<std::string> notes = m_changes;
     if (m_gaps > 0)
         notes.push_back(fmt::format("{} filled with silence, {:.3f} s in all.",
-                                    CountText(m_gaps, "sound gap"), ToSeconds(m_silence)));
+                                    CountText(m_gaps, "audio gap"), ToSeconds(m_silence)));
     if (m_cut > 0)
         notes.push_back(
-            fmt::format("{:.3f} s of sound were cut that overlapped the sound before.", ToSeconds(m_cut)));
+            fmt::format("{:.3f} s of audio were cut that overlapped the audio before.", ToSeconds(m_cut)));
     if (m_jumps > 0)
-        notes.push_back(fmt::format("{} passed over: the times of the sound are not continuous.",
+        notes.push_back(fmt::format("{} passed over: the times of the audio are not continuous.",
                                     CountText(m_jumps, "clock jump")));
     return notes;
 }

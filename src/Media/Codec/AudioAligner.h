@@ -16,13 +16,13 @@ struct AVFrame;
 
 namespace Tarsel::Media {
 
-/// Blocks of sound as one line: all of one format, each beginning where the one before ended. Where a block's
+/// Blocks of audio as one line: all of one format, each beginning where the one before ended. Where a block's
 /// time says otherwise by no more than 40 ms (or two ticks of a coarser clock), the time is taken for
-/// inexact: people do not notice less between sound and picture (ITU-R BT.1359). Beyond that a gap becomes
+/// inexact: people do not notice less between audio and picture (ITU-R BT.1359). Beyond that a gap becomes
 /// silence and an overlap is cut, to the sample; so it is with less where times that were exact to 2 ms (or
 /// two ticks) for eight blocks take a step and keep to it for eight more, or where the caller knows of a
 /// loss. Steps back of more than a second, and forward of more than half a day, are errors of the clock: the
-/// sound goes on. Not synchronised.
+/// audio goes on. Not synchronized.
 class AudioAligner {
 public:
     explicit AudioAligner(Conf::SampleInfo const& format) : m_format(format) {}
@@ -33,7 +33,7 @@ public:
 
     /// Takes in a block that starts at `time` in ticks of `timeBase`; AV_NOPTS_VALUE: where the one before
     /// ended. It is read, not changed. Before the next all results are taken. EffectException for a block
-    /// that holds fewer samples than it says, and for sound that cannot be converted; MemoryException.
+    /// that holds fewer samples than it says, and for audio that cannot be converted; MemoryException.
     void Feed(AVFrame const& block, std::int64_t time, Ratio timeBase);
     /// Something is lost before the next block: that its time is beside the end of the one before is
     /// believed.

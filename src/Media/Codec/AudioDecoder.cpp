@@ -32,7 +32,7 @@ constexpr int s_mostErrorsInARow = 1000;
 
 [[noreturn]] void ThrowUndecodable(AVStream const& stream, std::string const& reason, int error) {
     Core::Throw<InputException>(
-        fmt::format("Cannot decode the sound of stream {}, which is in the codec {}: {}", stream.index,
+        fmt::format("Cannot decode the audio of stream {}, which is in the codec {}: {}", stream.index,
                     avcodec_get_name(stream.codecpar->codec_id), reason),
         Proc::TagFFmpegError(error));
 }
@@ -145,7 +145,7 @@ bool AudioDecoder::CountDamage(int error) {
     if (error >= 0 || error == AVERROR(EAGAIN) || error == AVERROR_EOF)
         return false;
     if (error == AVERROR(ENOMEM))
-        ThrowNoMemory("decoded sound");
+        ThrowNoMemory("decoded audio");
     ++m_damaged;
     m_aligner->ExpectLoss();
     return true;
@@ -156,7 +156,7 @@ std::vector<std::string> AudioDecoder::GetNotes() const {
     if (IsWide(m_context->sample_fmt))
         notes.insert(notes.begin(), "Samples of 64 bits were rounded to real numbers of 53.");
     if (m_damaged > 0)
-        notes.insert(notes.begin(), CountText(m_damaged, "damaged sound packet") + " skipped.");
+        notes.insert(notes.begin(), CountText(m_damaged, "damaged audio packet") + " skipped.");
     return notes;
 }
 

@@ -15,12 +15,12 @@ struct AVStream;
 
 namespace Tarsel::Media {
 
-/// Decodes the packets of one sound stream into a line of blocks (see AudioAligner), all of one format: that
+/// Decodes the packets of one audio stream into a line of blocks (see AudioAligner), all of one format: that
 /// of the codec, but real numbers of double precision for integers of 64 bits. One thread at a time.
 class AudioDecoder {
 public:
     /// What is known of the stream is copied. Without `hasTimes` (Demuxer::HasTimes) only the rates of the
-    /// sound tell where what follows another rate belongs. InputException when it cannot be decoded.
+    /// audio tell where what follows another rate belongs. InputException when it cannot be decoded.
     AudioDecoder(AVStream const& stream, bool hasTimes);
     ~AudioDecoder();
 

@@ -86,8 +86,8 @@ void AudioEncoder::Open(AudioRequest const& request) {
         if (firstError == 0)
             firstError = error;
     }
-    Core::Throw<OutputException>(fmt::format("The encoder \"{}\" does not open for sound of {}: {}",
-                                             encoder.name, Proc::SoundText(request.format),
+    Core::Throw<OutputException>(fmt::format("The encoder \"{}\" does not open for audio of {}: {}",
+                                             encoder.name, Proc::AudioText(request.format),
                                              Proc::GetFFmpegErrorText(firstError)),
                                  Proc::TagFFmpegError(firstError));
 }
@@ -115,7 +115,7 @@ int AudioEncoder::TryOpen(AudioRequest const& request, Conf::SampleInfo const& f
 
 void AudioEncoder::Encode(Proc::IDataAudio const& block, TakePacket const& give) {
     if (block.GetAVFrame() == nullptr)
-        Core::Throw<Proc::EffectException>("A block of sound has no AVFrame");
+        Core::Throw<Proc::EffectException>("A block of audio has no AVFrame");
     m_aligner->Feed(*block.GetAVFrame(), block.GetTime(), s_microsecond);
     EncodeAligned(give);
 }
@@ -139,7 +139,7 @@ void AudioEncoder::Queue(AVFrame const& block, TakePacket const& give) {
     // It reads only.
     auto* const samples = reinterpret_cast<void**>(const_cast<std::uint8_t**>(block.extended_data));
     if (av_audio_fifo_write(m_queue.get(), samples, block.nb_samples) < block.nb_samples)
-        ThrowNoMemory("sound to encode");
+        ThrowNoMemory("audio to encode");
     while (av_audio_fifo_size(m_queue.get()) >= m_frameSize)
         EncodeQueued(m_frameSize, give);
 }
@@ -173,7 +173,7 @@ void AudioEncoder::Check(int error, Core::Site const& site) const {
     if (error < 0)
         Core::Throw<OutputException>(
             site,
-            fmt::format("The encoder \"{}\" cannot encode the sound at {}: {}", m_context->codec->name,
+            fmt::format("The encoder \"{}\" cannot encode the audio at {}: {}", m_context->codec->name,
                         SecondsText(ToMicroseconds(m_time, GetTimeBase())), Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));
 }
@@ -189,15 +189,15 @@ std::vector<std::string> AudioEncoder::DescribeLosses() const {
                               made.layout.GetName());
     if (!change.empty())
         notes.push_back(
-            fmt::format("Sound was converted {} for the encoder {}.", change, m_context->codec->name));
-    // What loses sound anyway has no depth.
+            fmt::format("Audio was converted {} for the encoder {}.", change, m_context->codec->name));
+    // What loses audio anyway has no depth.
     AVCodecDescriptor const* const codec = avcodec_descriptor_get(m_context->codec_id);
     bool const isExact = codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0;
     // Real numbers of 32 bits hold 24 exactly.
     int const exact = GetExactBits(m_depth > 32 ? Conf::SampleFormats::Double : Conf::SampleFormats::Float);
     int const bits = Conf::IsReal(m_input.format) ? std::min(m_depth, exact) : m_depth;
     if (int const held = GetHeldBits(*m_context); isExact && held < bits)
-        notes.push_back(fmt::format("Sound of {} bits was cut to {} for the encoder {}.", m_depth, held,
+        notes.push_back(fmt::format("Audio of {} bits was cut to {} for the encoder {}.", m_depth, held,
                                     m_context->codec->name));
     return notes;
 }

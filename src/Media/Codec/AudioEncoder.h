@@ -24,7 +24,7 @@ namespace Tarsel::Media {
 /// Takes an encoded packet; it is the giver's again afterwards.
 using TakePacket = std::function<void(AVPacket&)>;
 
-/// How to encode sound.
+/// How to encode audio.
 struct AudioRequest {
     AVCodec const* encoder = nullptr;
     EncoderOptions options;
@@ -32,15 +32,15 @@ struct AudioRequest {
     AVOutputFormat const* container = nullptr;
     /// Of the blocks.
     Conf::SampleInfo format;
-    /// Bits of a sample that carry sound.
+    /// Bits of a sample that carry audio.
     int depth = 0;
 };
 
-/// Encodes blocks of sound, on one thread, at the times they state (see AudioAligner). What the encoder needs
+/// Encodes blocks of audio, on one thread, at the times they state (see AudioAligner). What the encoder needs
 /// before the first sample (its priming) comes before the first block's time. One thread at a time.
 class AudioEncoder {
 public:
-    /// OptionsException; OutputException when the encoder takes no such sound.
+    /// OptionsException; OutputException when the encoder takes no such audio.
     explicit AudioEncoder(AudioRequest const& request);
     ~AudioEncoder();
 

@@ -26,7 +26,7 @@ namespace {
 
 using Conf::SampleFormats;
 
-/// Codecs that films and sound files are made of.
+/// Codecs that films and audio files are made of.
 constexpr AVCodecID s_commonCodecs[] = {
     AV_CODEC_ID_AAC,  AV_CODEC_ID_MP3,  AV_CODEC_ID_OPUS,    AV_CODEC_ID_VORBIS, AV_CODEC_ID_AC3,
     AV_CODEC_ID_EAC3, AV_CODEC_ID_FLAC, AV_CODEC_ID_WAVPACK, AV_CODEC_ID_ALAC,   AV_CODEC_ID_TTA,
@@ -125,7 +125,7 @@ AVCodec const* FindUsualAudioEncoder(Container const& container, std::filesystem
         return nullptr;
     AVCodec const* const encoder = avcodec_find_encoder(FitPlain(container, codec, format, depth));
     if (encoder == nullptr)
-        ThrowNoEncoder(fmt::format("There is no encoder for the sound of {}", Quote(output.filename())));
+        ThrowNoEncoder(fmt::format("There is no encoder for the audio of {}", Quote(output.filename())));
     return encoder;
 }
 

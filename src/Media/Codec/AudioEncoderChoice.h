@@ -9,12 +9,12 @@ namespace Tarsel::Media {
 
 /// All of these may be called from any thread; codecs belong to FFmpeg and live for ever.
 
-/// The encoder of that name. OptionsException for a name that is none of an encoder for sound (near names are
-/// listed), or that the container cannot take.
+/// The encoder of that name. OptionsException for a name that is not that of an encoder for audio (near names
+/// are listed), or that the container cannot take.
 AVCodec const& ChooseNamedAudioEncoder(Container const& container, std::filesystem::path const& output,
                                        std::string const& name);
 
-/// The usual encoder of the container for sound whose samples have that format and so many bits of sound;
+/// The usual encoder of the container for audio whose samples have that format and so many bits of audio;
 /// null where it takes none. OptionsException where there is no such encoder here.
 AVCodec const* FindUsualAudioEncoder(Container const& container, std::filesystem::path const& output,
                                      Conf::SampleFormats format, int depth);
@@ -25,7 +25,7 @@ AVCodec const* FindUsualAudioEncoder(Container const& container, std::filesystem
 AVCodec const* FindSameAudioEncoder(Container const& container, AVCodecParameters const& input,
                                     Conf::SampleFormats format, int depth);
 
-/// Whether the container takes a copy of the sound stream.
+/// Whether the container takes a copy of the audio stream.
 bool CanHoldAudio(Container const& container, AVCodecParameters const& stream);
 
 } // namespace Tarsel::Media

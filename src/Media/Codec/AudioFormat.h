@@ -13,12 +13,12 @@ struct AVStream;
 
 namespace Tarsel::Media {
 
-/// Formats of sound: what streams have and what encoders get. Pure; any thread.
+/// Formats of audio: what streams have and what encoders get. Pure; any thread.
 
-/// What the parameters say of decoded sound. One or two channels without a mask are mono or stereo.
+/// What the parameters say of decoded audio. One or two channels without a mask are mono or stereo.
 Conf::SampleInfo GetSampleInfo(AVCodecParameters const& parameters) noexcept;
 
-/// Bits of a sample that carry sound: those of a codec without loss, 16 for others, whose noise hides more.
+/// Bits of a sample that carry audio: those of a codec without loss, 16 for others, whose noise hides more.
 int GetDepth(AVCodecParameters const& parameters) noexcept;
 /// The same for blocks that come from no codec.
 int GetDepth(Conf::SampleFormats format) noexcept;
@@ -26,7 +26,7 @@ int GetDepth(Conf::SampleFormats format) noexcept;
 /// Bits of an integer that the format holds exactly.
 int GetExactBits(Conf::SampleFormats format) noexcept;
 
-/// Whether sound of one is sound of the other, but for the name of the channels where either does not know
+/// Whether audio of one is audio of the other, but for the name of the channels where either does not know
 /// it.
 bool IsSameAudio(Conf::SampleInfo const& a, Conf::SampleInfo const& b) noexcept;
 
@@ -39,12 +39,12 @@ Conf::SampleFormats ChooseSampleFormat(std::span<Conf::SampleFormats const> lega
 /// That of `legal` (empty: any) next to `wanted` and not below it, else the highest.
 std::int32_t ChooseSampleRate(std::span<std::int32_t const> legal, std::int32_t wanted);
 
-/// Those of `legal` (empty: it is not told) to try for sound of layout `wanted`, best first: itself, then as
+/// Those of `legal` (empty: it is not told) to try for audio of layout `wanted`, best first: itself, then as
 /// many channels, then more, then fewer.
 std::vector<Conf::ChannelLayout> RankLayouts(std::span<Conf::ChannelLayout const> legal,
                                              Conf::ChannelLayout const& wanted);
 
-/// What callers are told of a sound stream, whose decoded blocks have the format. Any thread that may read
+/// What callers are told of an audio stream, whose decoded blocks have the format. Any thread that may read
 /// the stream.
 AudioStreamInfo DescribeAudio(AVStream const& stream, int number, Conf::SampleInfo const& format,
                               std::string copyObstacle);

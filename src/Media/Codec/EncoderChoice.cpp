@@ -80,7 +80,7 @@ AVCodec const& FindNamedEncoder(std::string const& name, bool isAudio) {
         fail(
             fmt::format("There is no encoder \"{}\"{}", name, Core::NearNamesText(name, ListEncoders(type))));
     if (encoder->type != type)
-        fail(fmt::format("The encoder \"{}\" is not for {}", name, isAudio ? "sound" : "pictures"));
+        fail(fmt::format("The encoder \"{}\" is not for {}", name, isAudio ? "audio" : "pictures"));
     if (!WorksInOrdinaryMemory(*encoder))
         fail(fmt::format("The encoder \"{}\" takes pictures in graphics memory only", name));
     return *encoder;

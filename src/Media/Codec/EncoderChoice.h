@@ -15,13 +15,13 @@ namespace Tarsel::Media {
 /// All of these may be called from any thread; codecs belong to FFmpeg and live for ever.
 
 /// The encoder of that name, or the usual one of the container for an empty name. OptionsException for a name
-/// that is none of an encoder for pictures in ordinary memory (near names are listed), or that the container
-/// cannot take.
+/// that is not that of an encoder for pictures in ordinary memory (near names are listed), or that the
+/// container cannot take.
 AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path const& output,
                              std::string const& name);
 
 /// The encoder of that name, which has to be one for pictures in ordinary memory or, with `isAudio`, for
-/// sound: else OptionsException, with the near names.
+/// audio: else OptionsException, with the near names.
 AVCodec const& FindNamedEncoder(std::string const& name, bool isAudio);
 
 /// An encoder of the codec that the input's pictures are in, of the pixel format's like where there is one;

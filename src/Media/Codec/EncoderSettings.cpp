@@ -81,7 +81,7 @@ UniqueCodecContext MakeContext(AVCodec const& encoder) {
     return UniqueCodecContext(CheckAllocated(avcodec_alloc_context3(&encoder), "AVCodecContext"));
 }
 
-/// Opens the encoder for sound of the usual kind, or what it takes that is next to it.
+/// Opens the encoder for audio of the usual kind, or what it takes that is next to it.
 int TryOpenForAudio(AVCodec const& encoder, EncoderOptions const& options, Quality quality) {
     constexpr std::int32_t usualRate = 48000;
     auto const stereo = Conf::ChannelLayout::FromCount(2);

@@ -122,7 +122,7 @@ constexpr PictureRow s_pictureRows[] = {
     {"libopenh264", "", {"b=2M", "b=5M", "b=10M", "b=20M", ""}},
     {"libwebp libwebp_anim", "", {"quality=55", "quality=75", "quality=88", "quality=95", "lossless=1"}},
     {"libjxl", "", {"distance=3", "distance=2", "distance=1.5", "distance=1", "distance=0"}},
-    // A quantiser scale in FFmpeg's unit of 1/118: 8, 5, 3, and 2, which is next to their finest.
+    // A quantizer scale in FFmpeg's unit of 1/118: 8, 5, 3, and 2, which is next to their finest.
     {"mpeg1video mpeg2video mpeg4 libxvid msmpeg4v2 msmpeg4 mjpeg flv h261 h263 h263p wmv1 wmv2 svq1 rv10 "
      "rv20",
      "",
@@ -151,7 +151,7 @@ struct AudioRow {
 };
 
 /// "Visually lossless" is what the makers, and listening tests, call transparent.
-constexpr AudioRow s_soundRows[] = {
+constexpr AudioRow s_audioRows[] = {
     {AV_CODEC_ID_MP3, {708, 472, 354, 236}},    // V6, V4, V3, V2
     {AV_CODEC_ID_VORBIS, {236, 472, 590, 708}}, // q2, q4, q5, q6
     {AV_CODEC_ID_AAC, {48000, 64000, 80000, 96000}, 768000},
@@ -322,8 +322,8 @@ EncoderOptions MakeVideoOptions(AVCodec const& encoder, EncoderOptions const& us
 
 EncoderOptions MakeAudioOptions(AVCodec const& encoder, int channels, EncoderOptions const& users,
                                 Quality quality) {
-    auto const* const row = std::ranges::find(s_soundRows, encoder.id, &AudioRow::codec);
-    if (SetsQuality(users) || row == std::end(s_soundRows))
+    auto const* const row = std::ranges::find(s_audioRows, encoder.id, &AudioRow::codec);
+    if (SetsQuality(users) || row == std::end(s_audioRows))
         return {};
     int const step = row->steps[std::min(static_cast<std::size_t>(quality), row->steps.size() - 1)];
     if (row->most == 0)

@@ -71,7 +71,7 @@ struct LightKeys {
 /// Empty for an encoder that is not told.
 LightKeys GetLightKeys(AVCodec const& encoder) noexcept;
 
-/// What an encoder of sound is told before the user's options: the quality, for so many channels. Empty where
+/// What an encoder of audio is told before the user's options: the quality, for so many channels. Empty where
 /// the user's options have one of their own. Encoders that lose something give their best for Lossless.
 EncoderOptions MakeAudioOptions(AVCodec const& encoder, int channels, EncoderOptions const& users,
                                 Quality quality);

@@ -54,7 +54,7 @@ PixFmt WithLeastChroma(PixFmt format) {
     return static_cast<PixFmt>(like);
 }
 
-/// What YUV made from RGB is: the colours of HD, which players assume, and the usual range.
+/// What YUV made from RGB is: the colors of HD, which players assume, and the usual range.
 constexpr Conf::ColorSpace MakeYuvFromRgb(Conf::ColorSpace const& rgb) noexcept {
     return {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG,
             rgb.primaries == AVCOL_PRI_UNSPECIFIED ? std::int32_t{AVCOL_PRI_BT709} : rgb.primaries};

@@ -38,12 +38,12 @@ struct VideoFormat {
 /// Whether the colors are red, green and blue, as those of palettes are. Any thread.
 bool IsRgb(Conf::PixFmt format);
 
-/// What RGB that was made of such input has to become where the encoder wants YUV: what it was, lest colours
+/// What RGB that was made of such input has to become where the encoder wants YUV: what it was, lest colors
 /// shift or players meet a format they do not know. Nothing where the input is no YUV. Pure; any thread.
 std::optional<VideoFormat> FindYuvOrigin(VideoFormat const& input);
 
 /// The nearest to the chain's pictures that the encoder takes; PixFmt::None when there is none. `origin` is
-/// what YUV becomes that has to be made of RGB, if the encoder takes that; without it the colours of HD.
+/// what YUV becomes that has to be made of RGB, if the encoder takes that; without it the colors of HD.
 /// Pure; any thread.
 VideoConversion ChooseVideoConversion(Conf::PixFmt format, Conf::ColorSpace const& space, std::uint32_t width,
                                       std::uint32_t height, EncoderRules const& rules,

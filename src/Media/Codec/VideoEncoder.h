@@ -46,7 +46,7 @@ struct EncoderRequest {
 /// Encodes pictures, on as many threads as ChooseCodecThreads says. One thread at a time.
 class VideoEncoder {
 public:
-    /// Opens the encoder for pictures like `first`: size, format, aspect and colours are its.
+    /// Opens the encoder for pictures like `first`: size, format, aspect and colors are its.
     /// OptionsException, OutputException.
     VideoEncoder(EncoderRequest const& request, WorkedFrame const& first);
     ~VideoEncoder();

@@ -6,8 +6,8 @@
 namespace Tarsel::Media {
 
 /// Closes the jumps of a broadcast clock, as recordings that were cut or joined have them: packets go on
-/// where the one before ended, all streams by the same amount, so that sound and picture stay in step. Times
-/// in microseconds. Not synchronised.
+/// where the one before ended, all streams by the same amount, so that audio and picture stay in step. Times
+/// in microseconds. Not synchronized.
 class ClockJumps {
 public:
     /// What to add to the times of a packet with this decoding time and duration. Packets of one stream come

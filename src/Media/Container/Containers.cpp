@@ -206,7 +206,7 @@ Container ChooseContainer(std::filesystem::path const& output) {
         !traits.isStill && (format->video_codec == AV_CODEC_ID_NONE || traits.covers == Covers::Only ||
                             IsNamedForAudio(traits, output));
     if (format == nullptr || (isAudio && format->audio_codec == AV_CODEC_ID_NONE))
-        fail(fmt::format("\"{}\" holds neither pictures nor sound", name));
+        fail(fmt::format("\"{}\" holds neither pictures nor audio", name));
     return {format, traits.isStill, isAudio};
 }
 

@@ -45,8 +45,8 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
     m_video = FindVideo();
     m_audio = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_video, nullptr, 0);
     if (m_video < 0 && m_audio < 0)
-        Core::Throw<InputException>(fmt::format("{} has neither pictures nor sound", Quote(m_path)));
-    // Sound and picture would start at whatever the sender's clock said.
+        Core::Throw<InputException>(fmt::format("{} has neither pictures nor audio", Quote(m_path)));
+    // Audio and picture would start at whatever the sender's clock said.
     m_isBroadcast = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
     if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
         m_clockStart = m_context->start_time;

@@ -20,7 +20,7 @@ namespace Tarsel::Media {
 class Demuxer {
 public:
     /// Opens the file and looks into it. InputException when it is no media file or has neither pictures nor
-    /// sound; Stopped.
+    /// audio; Stopped.
     Demuxer(std::filesystem::path path, std::stop_token stop);
     ~Demuxer();
 
@@ -29,7 +29,7 @@ public:
     /// Index of the stream of pictures that is worked on: the best video stream, a cover picture only where
     /// there is nothing else; −1: none.
     int GetVideoIndex() const noexcept { return m_video; }
-    /// Index of the best sound stream; −1: none.
+    /// Index of the best audio stream; −1: none.
     int GetAudioIndex() const noexcept { return m_audio; }
     bool HasVideo() const noexcept { return m_video >= 0; }
     /// That stream, which there has to be.
@@ -39,14 +39,14 @@ public:
     /// A rate at which every picture has a place of its own, however unevenly they follow: the nominal one,
     /// or that of the least distance between them as far as FFmpeg measured it.
     Ratio GetFinestRate() const noexcept;
-    /// Whether what is worked on is the cover of a sound file.
+    /// Whether what is worked on is the cover of an audio file.
     bool IsCover() const noexcept;
     /// Whether what is worked on is one still picture and no film.
     bool IsStill() const noexcept;
     /// Whether the container states times. Those of bare streams of one codec are FFmpeg's guesses.
     bool HasTimes() const;
     /// Where the picture stream starts and how long it lasts, in microseconds; 0 when not known. Of the best
-    /// sound stream where there are no pictures but a cover.
+    /// audio stream where there are no pictures but a cover.
     std::int64_t GetStart() const noexcept;
     std::int64_t GetDuration() const noexcept;
 

@@ -16,7 +16,7 @@ struct InputStreams {
     UniqueFormat context;
     /// Index of the stream of pictures that is worked on or copied; −1: none.
     int video = -1;
-    /// Index of the best sound stream; −1: none.
+    /// Index of the best audio stream; −1: none.
     int audio = -1;
     /// FFmpeg's name of the input's container.
     std::string container;
@@ -29,7 +29,7 @@ class Demuxer;
 /// Describes an opened input. MemoryException.
 InputStreams DescribeStreams(Demuxer const& input);
 
-/// An input of one stream, of pictures or of sound, of which nothing is known: for files that are written
+/// An input of one stream, of pictures or of audio, of which nothing is known: for files that are written
 /// without one. MemoryException.
 enum class StreamKind : std::uint8_t { Video, Audio };
 InputStreams MakeUnknownInput(StreamKind kind);

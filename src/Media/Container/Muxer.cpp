@@ -112,7 +112,7 @@ std::int64_t Muxer::ToTime(std::int64_t ticks, int index) const {
 }
 
 /// FFmpeg keeps packets until every stream has one, for ten seconds of the film at most. But for VP8 and VP9
-/// it waits without end, and where the pictures stop before the sound it would keep all the rest in memory.
+/// it waits without end, and where the pictures stop before the audio it would keep all the rest in memory.
 bool Muxer::HasWaitedEnough(std::int64_t time) {
     if (time == AV_NOPTS_VALUE)
         return false;

@@ -86,7 +86,7 @@ void CopyVideoSideData(AVStream const& from, AVStream& to) {
             SetSideData(to, type, data);
 }
 
-/// What every stream keeps that is encoded anew.
+/// What every stream keeps that is re-encoded.
 void DescribeAnew(AVStream const& from, StreamEncoder const& encoder, AVStream& to) {
     if (avcodec_parameters_from_context(to.codecpar, encoder.context) < 0)
         ThrowNoMemory("codec parameters");
@@ -230,7 +230,7 @@ int TryStreams(AVOutputFormat const& format, InputStreams const& input, StreamEn
     return TryHeader(*Build(format, input, encoders, selection).context);
 }
 
-/// Streams that are no streams of their own: QuickTime's chapters and time code, which the muxer makes anew.
+/// Streams that are no streams of their own: QuickTime's chapters and time code, which the muxer makes again.
 bool IsMadeAnew(AVFormatContext const& input, AVStream const& stream, AVOutputFormat const& format) {
     if (stream.discard == AVDISCARD_ALL)
         return true;
@@ -262,7 +262,7 @@ std::string LeftOutText(AVStream const& stream, AVOutputFormat const& format) {
                        format.name);
 }
 
-/// The stream without which there is no file: the pictures, else the best sound.
+/// The stream without which there is no file: the pictures, else the best audio.
 std::size_t FindMain(InputStreams const& input, Selection const& wanted) {
     if (input.video >= 0)
         return static_cast<std::size_t>(input.video);
@@ -275,7 +275,7 @@ std::size_t FindMain(InputStreams const& input, Selection const& wanted) {
 }
 
 /// All streams where the muxer takes them together, else each that it takes with those before. Some want
-/// another stream beside the picture (MP3 its sound), so only the end tells whether the picture can be had.
+/// another stream beside the picture (MP3 its audio), so only the end tells whether the picture can be had.
 Selection Select(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders) {
     AVFormatContext const& from = *input.context;
     Selection wanted(from.nb_streams);
@@ -305,7 +305,7 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
     }
     if (error < 0)
         Core::Throw<OutputException>(fmt::format("The container {} cannot take the {}: {}", format.name,
-                                                 input.video >= 0 ? "pictures" : "sound",
+                                                 input.video >= 0 ? "pictures" : "audio",
                                                  Proc::GetFFmpegErrorText(error)),
                                      Proc::TagFFmpegError(error));
     return selection;

@@ -13,7 +13,7 @@ namespace Tarsel::Media {
 
 struct InputStreams;
 
-/// What encodes a stream of the input anew.
+/// What re-encodes a stream of the input.
 struct StreamEncoder {
     /// Opened; null: the stream is copied.
     AVCodecContext const* context = nullptr;
@@ -39,7 +39,7 @@ struct OutputStreams {
 
 /// The streams of the input that the container takes, in their order; those with an encoder as that makes
 /// them, others as they are. Whatever else the file says comes along: metadata, chapters, programs.
-/// OutputException when the container cannot even take the picture stream, or without one any sound.
+/// OutputException when the container cannot even take the picture stream, or without one any audio.
 OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
                                 StreamEncoders const& encoders);
 

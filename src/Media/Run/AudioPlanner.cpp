@@ -93,7 +93,7 @@ std::unique_ptr<AudioReEncode> AudioPlanner::Make(StreamPlan& plan) {
     if (m_input.video >= 0 && GetTraits(*m_checked.container.format).startsAudioAtZero)
         encoder->StartAt(0);
     plan.encoder = encoder->GetContext().codec->name;
-    plan.format = Proc::SoundText(encoder->GetFormat());
+    plan.format = Proc::AudioText(encoder->GetFormat());
     for (std::string& note : encoder->DescribeLosses())
         plan.notes.push_back(std::move(note));
     return std::make_unique<AudioReEncode>(std::move(decoder), std::move(effects.chain), std::move(encoder));
@@ -140,7 +140,7 @@ AudioEffects AudioPlanner::MakeEffects(Conf::SampleInfo const& format, std::stri
     AudioEffects effects = m_options.makeAudioEffects(DescribeAudio(m_source, m_number, format, obstacle));
     if (effects.chain != nullptr && !Conf::IsKnown(effects.output))
         Core::Throw<OptionsException>(
-            fmt::format("The chain for sound stream {} does not say what comes out of it", m_number));
+            fmt::format("The chain for audio stream {} does not say what comes out of it", m_number));
     return effects;
 }
 
@@ -196,7 +196,7 @@ std::string GetAudioPrefix(InputStreams const& input, std::size_t stream) {
             number = i == stream ? count : number;
             ++count;
         }
-    return count > 1 && IsAudio(*input.context->streams[stream]) ? fmt::format("Sound stream {}: ", number)
+    return count > 1 && IsAudio(*input.context->streams[stream]) ? fmt::format("Audio stream {}: ", number)
                                                                  : std::string();
 }
 

@@ -13,7 +13,7 @@ struct PlannedRun;
 /// can be decoded, though there is work for it; OptionsException, OutputException, and what the maker throws.
 void PlanAudio(CheckedOptions const& checked, InputStreams const& input, PlannedRun& run);
 
-/// "Sound stream 1: ", by which a note says of which of several streams of audio it is; "" for a single one,
+/// "Audio stream 1: ", by which a note says of which of several streams of audio it is; "" for a single one,
 /// and for other streams.
 std::string GetAudioPrefix(InputStreams const& input, std::size_t stream);
 

@@ -7,7 +7,7 @@ namespace Tarsel::Media {
 AudioReEncode::AudioReEncode(std::unique_ptr<AudioDecoder> decoder,
                              std::unique_ptr<Proc::IEffectStreamAudio> chain,
                              std::unique_ptr<AudioEncoder> encoder)
-    : m_decoder(std::move(decoder)), m_lane(std::move(chain)), m_encoder(std::move(encoder)) {}
+    : m_decoder(std::move(decoder)), m_chain(std::move(chain)), m_encoder(std::move(encoder)) {}
 
 void AudioReEncode::Feed(AVPacket const& packet, TakePacket const& give) {
     m_decoder->Send(&packet);
@@ -17,8 +17,8 @@ void AudioReEncode::Feed(AVPacket const& packet, TakePacket const& give) {
 void AudioReEncode::End(TakePacket const& give) {
     m_decoder->Send(nullptr);
     Work(give);
-    if (m_lane != nullptr) {
-        m_lane->End();
+    if (m_chain != nullptr) {
+        m_chain->End();
         TakeAll(give);
     }
     m_encoder->End(give);
@@ -26,17 +26,17 @@ void AudioReEncode::End(TakePacket const& give) {
 
 void AudioReEncode::Work(TakePacket const& give) {
     while (SP<Proc::IDataAudio> const block = m_decoder->Receive()) {
-        if (m_lane == nullptr) {
+        if (m_chain == nullptr) {
             m_encoder->Encode(*block, give);
             continue;
         }
-        m_lane->Feed(block);
+        m_chain->Feed(block);
         TakeAll(give);
     }
 }
 
 void AudioReEncode::TakeAll(TakePacket const& give) {
-    while (SP<Proc::IDataAudio> const block = m_lane->Take())
+    while (SP<Proc::IDataAudio> const block = m_chain->Take())
         m_encoder->Encode(*block, give);
 }
 

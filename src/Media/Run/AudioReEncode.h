@@ -10,11 +10,11 @@
 
 namespace Tarsel::Media {
 
-/// The work on one sound stream: its packets are decoded, pass the chain, and are encoded. One thread at a
+/// The work on one audio stream: its packets are decoded, pass the chain, and are encoded. One thread at a
 /// time.
 class AudioReEncode {
 public:
-    /// Without a chain the sound is encoded as it was.
+    /// Without a chain the audio is encoded as it was.
     AudioReEncode(std::unique_ptr<AudioDecoder> decoder, std::unique_ptr<Proc::IEffectStreamAudio> chain,
                   std::unique_ptr<AudioEncoder> encoder);
 
@@ -34,7 +34,7 @@ private:
     void TakeAll(TakePacket const& give);
 
     std::unique_ptr<AudioDecoder> m_decoder;
-    std::unique_ptr<Proc::IEffectStreamAudio> m_lane;
+    std::unique_ptr<Proc::IEffectStreamAudio> m_chain;
     std::unique_ptr<AudioEncoder> m_encoder;
 };
 

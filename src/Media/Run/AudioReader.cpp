@@ -37,7 +37,7 @@ public:
     AudioReading(std::filesystem::path const& path, std::stop_token const& stop) : m_demuxer(path, stop) {
         int const index = m_demuxer.GetAudioIndex();
         if (index < 0)
-            Core::Throw<InputException>(fmt::format("{} has no sound", Quote(path)));
+            Core::Throw<InputException>(fmt::format("{} has no audio", Quote(path)));
         AVFormatContext const& context = m_demuxer.GetContext();
         m_stream = context.streams[index];
         m_decoder.emplace(*m_stream, m_demuxer.HasTimes());

@@ -29,7 +29,7 @@ namespace {
 
 AudioRequest MakeRequest(AudioFileOptions const& options) {
     if (!Conf::IsKnown(options.format))
-        ThrowOptions("The format of the sound to write is not known");
+        ThrowOptions("The format of the audio to write is not known");
     CheckOutputPath(options.output, options.inputs, options.overwrite);
     Container const container = ChooseContainer(options.output);
     int const depth = options.depth > 0 ? options.depth : GetDepth(options.format.format);
@@ -38,7 +38,7 @@ AudioRequest MakeRequest(AudioFileOptions const& options) {
             ? FindUsualAudioEncoder(container, options.output, options.format.format, depth)
             : &ChooseNamedAudioEncoder(container, options.output, options.encoder);
     if (encoder == nullptr)
-        ThrowOptions(fmt::format("Cannot write {}: it holds no sound", Quote(options.output)));
+        ThrowOptions(fmt::format("Cannot write {}: it holds no audio", Quote(options.output)));
     CheckEncoderOptions(*encoder, options.encoderOptions, s_usualQuality);
     return {encoder, options.encoderOptions, s_usualQuality, container.format, options.format, depth};
 }

@@ -24,7 +24,7 @@ void CheckTime(CheckedOptions const& checked) {
     auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };
     if (!checked.container.isStill)
         fail(fmt::format("A time ({} s) picks one picture, but {} is {}", *options.at, Quote(options.output),
-                         checked.container.isAudio ? "sound" : "a film"));
+                         checked.container.isAudio ? "audio" : "a film"));
     if (!(*options.at >= 0 && *options.at < 1e9))
         fail(fmt::format("{} s is no time in a film; legal: 0 to its end", *options.at));
 }
@@ -60,7 +60,7 @@ AVCodec const* PlanAudioEncoder(CheckedOptions const& checked) {
         FindUsualAudioEncoder(checked.container, options.output, Conf::SampleFormats::S16, 16);
     if (usual == nullptr)
         Core::Throw<OptionsException>(
-            fmt::format("Cannot write {}: {} holds no sound", Quote(options.output),
+            fmt::format("Cannot write {}: {} holds no audio", Quote(options.output),
                         checked.container.isStill ? std::string("a picture")
                                                   : fmt::format("\"{}\"", checked.container.format->name)));
     CheckEncoderOptions(*usual, options.audioEncoderOptions, checked.GetQuality());

@@ -24,7 +24,7 @@ struct CheckedOptions {
     /// Whether the quality is asked of the audio: elsewhere that of the video is meant, and of audio that is
     /// encoded for other reasons.
     bool AsksAudioQuality() const noexcept;
-    /// Whether there is no run without pictures, or without sound.
+    /// Whether there is no run without pictures, or without audio.
     bool NeedsVideo() const noexcept;
     bool NeedsAudio() const noexcept;
 };

@@ -12,7 +12,7 @@
 
 namespace Tarsel::Media {
 
-/// The streams beside the video on their way into the output, as they are planned: audio that is encoded anew
+/// The streams beside the video on their way into the output, as they are planned: audio that is re-encoded
 /// passes its effects, subtitles of text are converted, everything else is copied. One thread at a time.
 class NonVideoStreams {
 public:

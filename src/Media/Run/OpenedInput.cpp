@@ -29,7 +29,7 @@ void CheckKinds(CheckedOptions const& checked, Demuxer const& demuxer) {
     if (container.isAudio && demuxer.HasVideo() && !demuxer.IsCover() && checked.NeedsVideo())
         ThrowHoldsNoVideo(checked);
     if (!hasAudio && (checked.NeedsAudio() || (container.isAudio && !demuxer.IsCover())))
-        fail("sound");
+        fail("audio");
 }
 
 /// A still picture out of a film wants to be told which.

@@ -103,7 +103,7 @@ void Planner::LeaveOutWhatFilesLack() {
     if (!isAudioOfFilm)
         return;
     NoteVideo(
-        fmt::format("The pictures were left out: {} is a sound file.", Quote(m_options.output.filename())));
+        fmt::format("The pictures were left out: {} is an audio file.", Quote(m_options.output.filename())));
     m_streams.video = -1;
 }
 

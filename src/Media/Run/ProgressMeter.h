@@ -11,12 +11,12 @@ namespace Tarsel::Media {
 /// How far a run is. Written by the stage that writes the file, read by the thread that reports.
 class ProgressMeter {
 public:
-    /// Where the pictures, or the sound, start and how long they last, in microseconds; a duration of 0 is
+    /// Where the pictures, or the audio, start and how long they last, in microseconds; a duration of 0 is
     /// not known.
     void SetSpan(std::int64_t start, std::int64_t duration) noexcept;
     /// A picture was written that ends at this time, in microseconds.
     void Add(std::int64_t end) noexcept;
-    /// Sound was written up to this time, in microseconds: where there are no pictures to count.
+    /// Audio was written up to this time, in microseconds: where there are no pictures to count.
     void Reach(std::int64_t end) noexcept;
 
     /// Audio was written from and to these times, in microseconds, whether there are pictures or not.

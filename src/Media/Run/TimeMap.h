@@ -9,7 +9,7 @@ namespace Tarsel::Media {
 
 /// The times of the pictures that are in the chain. The chain works in whole microseconds; a picture that
 /// comes out at a time at which one went in gets back that one's own time, however fine the input's time
-/// base. Not synchronised.
+/// base. Not synchronized.
 class TimeMap {
 public:
     explicit TimeMap(Ratio inputTimeBase) noexcept;

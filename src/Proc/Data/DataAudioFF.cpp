@@ -22,7 +22,7 @@ namespace {
 /// What is wrong with the fields of a block; empty when nothing is.
 std::string FindFault(Conf::SampleInfo const& info, int sampleCount) {
     if (Conf::SampleFmtRecord::Find(info.format).format == Conf::SampleFormats::Unknown)
-        return fmt::format("sample format {} is none of 0 to 9", static_cast<std::int32_t>(info.format));
+        return fmt::format("sample format {} is not one of 0 to 9", static_cast<std::int32_t>(info.format));
     if (info.rate <= 0)
         return fmt::format("sample rate {} is not above 0", info.rate);
     if (info.layout.channels == 0)
@@ -43,7 +43,7 @@ DataAudioFF::DataAudioFF(SafeFrame&& frame) noexcept : m_frame(std::move(frame))
 
 SP<DataAudioFF> DataAudioFF::CreateBySampleCount(Conf::SampleInfo const& info, int sampleCount) {
     if (std::string const fault = FindFault(info, sampleCount); !fault.empty())
-        Core::Throw<EffectException>("Cannot make a block of sound: " + fault);
+        Core::Throw<EffectException>("Cannot make a block of audio: " + fault);
 
     SafeFrame frame;
     SetFrameSampleInfo(*frame, info);

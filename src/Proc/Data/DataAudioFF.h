@@ -5,10 +5,10 @@
 
 namespace Tarsel::Proc {
 
-/// A block of sound held in an AVFrame, and with it its time and duration.
+/// A block of audio held in an AVFrame, and with it its time and duration.
 class TARSEL_API DataAudioFF : public Core::RefCounted<IDataAudio> {
 public:
-    /// Takes a reference to the frame's buffers. MemoryException; ProcException for a frame without sound.
+    /// Takes a reference to the frame's buffers. MemoryException; ProcException for a frame without audio.
     explicit DataAudioFF(AVFrame const& frame);
     /// Takes the frame over.
     explicit DataAudioFF(SafeFrame&& frame) noexcept;

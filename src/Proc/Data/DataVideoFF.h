@@ -5,7 +5,7 @@
 
 namespace Tarsel::Proc {
 
-/// A picture held in an AVFrame, and with it its time, duration and colour space. Planes cover what lies both
+/// A picture held in an AVFrame, and with it its time, duration and color space. Planes cover what lies both
 /// in the frame and in the stated geometry.
 class TARSEL_API DataVideoFF : public Core::RefCounted<IDataVideo> {
 public:

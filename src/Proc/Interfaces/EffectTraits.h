@@ -60,16 +60,16 @@ struct EffectTraits {
     Keeps depth = Keeps::Always;
     /// Full-range YUV stays full range.
     Keeps range = Keeps::Always;
-    /// Width and height (pixels), or the number of samples (sound).
+    /// Width and height (pixels), or the number of samples (audio).
     Keeps size = Keeps::Always;
     /// A result depends on one frame and the settings alone: a host may run several instances over
     /// consecutive frames.
     bool frameIndependent = true;
     /// Frames held back until later ones came, at most.
     std::int32_t delayFrames = 0;
-    /// Samples held back, in microseconds of sound, at most.
+    /// Samples held back, in microseconds of audio, at most.
     std::int64_t delayTime = 0;
-    /// Sound goes on after the input's end.
+    /// Audio goes on after the input's end.
     bool tail = false;
     /// More frames come out than went in: frames out for each frame in, at most.
     std::int32_t framesPerFrame = 1;

@@ -6,7 +6,7 @@
 
 namespace Tarsel::Proc {
 
-/// Root of media data. Data objects are not synchronised: one thread at a time.
+/// Root of media data. Data objects are not synchronized: one thread at a time.
 class TARSEL_API IData : public Core::IRefCountable {};
 
 /// Data with a place in time.

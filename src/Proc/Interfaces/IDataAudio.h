@@ -9,7 +9,7 @@ struct AVFrame;
 
 namespace Tarsel::Proc {
 
-/// A block of sound.
+/// A block of audio.
 class TARSEL_API IDataAudio : public IDataMedia {
 public:
     virtual Conf::SampleFormats GetSampleFormat() const = 0;

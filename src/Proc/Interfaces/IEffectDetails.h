@@ -26,7 +26,7 @@ public:
     virtual std::string Describe(Conf::IFormatCodecVideo const& format) const = 0;
 };
 
-/// The same for sound.
+/// The same for audio.
 class TARSEL_API IEffectDetailsAudio : public IEffectDetails {
 public:
     ~IEffectDetailsAudio() override;

@@ -19,7 +19,7 @@ public:
 };
 
 /// Makes blocks for effects that need their own. Any thread; throws MemoryException, and
-/// EffectException when no such sound can exist.
+/// EffectException when no such audio can exist.
 class TARSEL_API IFactoryDataAudio : public Core::IRefCountable {
 public:
     /// A block of `sampleCount` samples for each channel, its samples not set.

@@ -9,7 +9,7 @@ namespace Tarsel::Proc {
 
 /// How far an effect has got along a stretch of time: a range of times in microseconds and a function of
 /// (current, start, end) that gives 0 at the start and 1 at the end. A value: copies are independent; not
-/// synchronised.
+/// synchronized.
 class TARSEL_API TimeToProgress {
 public:
     using Function = std::function<double(std::int64_t current, std::int64_t start, std::int64_t end)>;

@@ -33,7 +33,9 @@ std::string_view GetName(FieldKind kind) noexcept {
 }
 
 Field const* FindField(std::span<Field const> fields, std::string_view key) noexcept {
-    auto const found = std::ranges::find(fields, key, &Field::key);
+    auto found = std::ranges::find(fields, key, &Field::key);
+    if (found == fields.end() && !key.empty())
+        found = std::ranges::find(fields, key, &Field::alias);
     return found == fields.end() ? nullptr : &*found;
 }
 

@@ -14,7 +14,7 @@
 #include <vector>
 
 /// What one field of a settings class is: the row of a table that everything about the field follows from.
-/// All tables are constants: any thread may read them at any time, static initialisers included.
+/// All tables are constants: any thread may read them at any time, static initializers included.
 namespace Tarsel::Proc {
 
 /// What a field holds, and so how its text looks.
@@ -28,7 +28,7 @@ enum class FieldKind : std::uint8_t {
     /// Any of the words, with '+' between them; "0" for none of them.
     Mask,
     Text,
-    /// "#rrggbb", "#rrggbbaa", or a colour name of FFmpeg's.
+    /// "#rrggbb", "#rrggbbaa", or a color name of FFmpeg's.
     Color,
     /// FFmpeg's name of a pixel format, or "none".
     PixelFormat,
@@ -111,6 +111,8 @@ struct FieldDefault {
 struct Field {
     /// Unique in its table; lower case with hyphens.
     std::string_view key{};
+    /// An older key, still read in texts and properties; "" where there was none.
+    std::string_view alias{};
     FieldDefault initial{};
     /// Legal values of Integer and Real, both ends included.
     double minimum = 0;
@@ -142,7 +144,7 @@ struct SettingsTable {
     std::string (*findConflict)(Settings const&) = nullptr;
 };
 
-/// The field of that key, or null.
+/// The field of that key or, where no field has it, that alias; or null.
 TARSEL_API Field const* FindField(std::span<Field const> fields, std::string_view key) noexcept;
 
 TARSEL_API FieldValue GetDefault(Field const& field);
@@ -162,7 +164,7 @@ TARSEL_API std::string GetRangeText(FieldColumn const& column);
 TARSEL_API void WriteField(Settings& settings, Field const& field, FieldValue const& value);
 
 /// The same from text. Beside what ToText writes: "true", "yes", "on" and their opposites for flags, numbers
-/// for words and masks, colour names, orientations.
+/// for words and masks, color names, orientations.
 TARSEL_API void WriteFieldText(Settings& settings, Field const& field, std::string_view text);
 
 /// SettingsException, which begins with the class id, when the values of several fields contradict one

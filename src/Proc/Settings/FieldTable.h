@@ -144,7 +144,7 @@ constexpr void CheckWords(Field const& field) {
         }
     }
     if (field.kind == FieldKind::Word && !known)
-        throw "the default is none of the words";
+        throw "the default is not one of the words";
     if (field.kind == FieldKind::Mask && (field.initial.number < 0 || field.initial.number > all))
         throw "the default has bits that no word names";
 }

@@ -31,8 +31,9 @@ constexpr std::array s_converterFields{
         .initial = false,
         .help = "fail rather than lose depth, resolution, color or alpha",
     }),
-    MakeField<&Converter::colours>({
-        .key = "colours",
+    MakeField<&Converter::colors>({
+        .key = "colors",
+        .alias = "colours",
         .initial = 255,
         .minimum = 1,
         .maximum = 255,

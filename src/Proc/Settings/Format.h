@@ -28,8 +28,8 @@ public:
     /// A conversion that loses anything is an error.
     bool refuseLoss{};
     /// Of a palette, at most; black is in it besides.
-    std::int32_t colours{};
-    /// Spreads the error of a palette over the neighbouring pixels.
+    std::int32_t colors{};
+    /// Spreads the error of a palette over the neighboring pixels.
     bool dither{};
     /// RGB gets chroma of its own for every pixel; slower.
     bool accurate{};
@@ -44,7 +44,7 @@ public:
         Stretch,
         /// It becomes as large as fits; one side may come out smaller.
         Inside,
-        /// The same, with bars of the background colour up to that size.
+        /// The same, with bars of the background color up to that size.
         Pad,
         /// It fills that size; what reaches out is cut off evenly.
         Crop,

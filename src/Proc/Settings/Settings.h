@@ -11,7 +11,7 @@ namespace Tarsel::Proc {
 struct Field;
 struct SettingsTable;
 
-/// Base of all settings classes: plain values, copied freely, not synchronised. Each class declares its
+/// Base of all settings classes: plain values, copied freely, not synchronized. Each class declares its
 /// fields in one table (see Field.h), from which everything below follows. The slot order is binary contract.
 class TARSEL_API Settings {
 public:

@@ -55,7 +55,10 @@ Core::Property Settings2Property(Settings const& settings) {
 
 void WriteFieldsFromProperty(Settings& settings, Core::Property const& property) {
     for (Field const& field : settings.GetFields()) {
-        if (Core::Property const* child = property.FindChild(field.key))
+        Core::Property const* child = property.FindChild(field.key);
+        if (child == nullptr && !field.alias.empty())
+            child = property.FindChild(field.alias);
+        if (child != nullptr)
             WriteFieldFromProperty(settings, field, *child);
     }
     CheckSettings(settings);

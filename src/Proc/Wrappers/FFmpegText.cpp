@@ -29,7 +29,7 @@ std::string PictureText(AVFrame const& frame) {
     return fmt::format("{}x{} {}", frame.width, frame.height, PixelFormatText(frame.format));
 }
 
-std::string SoundText(Conf::SampleInfo const& info) {
+std::string AudioText(Conf::SampleInfo const& info) {
     auto const& format = Conf::SampleFmtRecord::Find(info.format);
     return fmt::format("{} {} {}", info.rate > 0 ? fmt::format("{} Hz", info.rate) : "unknown rate",
                        format.format != Conf::SampleFormats::Unknown ? format.name : "unknown format",

@@ -20,8 +20,8 @@ TARSEL_API std::string PixelFormatText(int format);
 /// Size and format of a picture: "640x480 yuv420p".
 TARSEL_API std::string PictureText(AVFrame const& frame);
 
-/// Rate, format and layout of sound: "44100 Hz fltp stereo"; "unknown rate", "unknown format" and "unknown
+/// Rate, format and layout of audio: "44100 Hz fltp stereo"; "unknown rate", "unknown format" and "unknown
 /// layout" where they are not known.
-TARSEL_API std::string SoundText(Conf::SampleInfo const& info);
+TARSEL_API std::string AudioText(Conf::SampleInfo const& info);
 
 } // namespace Tarsel::Proc

@@ -31,7 +31,7 @@ enum class FieldOrder : std::uint8_t { Progressive, TopFirst, BottomFirst };
 TARSEL_API FieldOrder GetFrameFieldOrder(AVFrame const& frame) noexcept;
 TARSEL_API void SetFrameFieldOrder(AVFrame& frame, FieldOrder order) noexcept;
 
-/// Format, rate and layout of sound.
+/// Format, rate and layout of audio.
 TARSEL_API Conf::SampleInfo GetFrameSampleInfo(AVFrame const& frame) noexcept;
 /// For frames whose layout is not on the heap, as in any new one.
 TARSEL_API void SetFrameSampleInfo(AVFrame& frame, Conf::SampleInfo const& info) noexcept;

@@ -5,7 +5,7 @@
 
 namespace Tarsel::Proc {
 
-/// A scaler that is made again only when something else is to be scaled. Not synchronised.
+/// A scaler that is made again only when something else is to be scaled. Not synchronized.
 class TARSEL_API KeptScaler {
 public:
     /// Scales as a SafeSwsContext with these parameters does, and throws as it.

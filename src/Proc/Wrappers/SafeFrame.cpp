@@ -25,13 +25,13 @@ namespace {
 constexpr char const* s_safeTypesFile = "Proc/Wrappers/SafeTypes";
 constexpr char const* s_scaler = "Proc/Wrappers/SafeSwsContext";
 
-bool IsSound(AVFrame const& frame) noexcept {
+bool IsAudio(AVFrame const& frame) noexcept {
     return frame.nb_samples > 0;
 }
 
 /// Bytes of the frame's pixels or samples; 0 where that cannot be told.
 unsigned ContentSize(AVFrame const& frame) noexcept {
-    int const size = IsSound(frame)
+    int const size = IsAudio(frame)
                          ? av_samples_get_buffer_size(nullptr, frame.ch_layout.nb_channels, frame.nb_samples,
                                                       static_cast<AVSampleFormat>(frame.format), 1)
                          : av_image_get_buffer_size(static_cast<AVPixelFormat>(frame.format), frame.width,
@@ -99,7 +99,7 @@ SafeFrame SafeFrame::Reference(AVFrame const& frame) {
     if (error < 0)
         Core::Throw<ProcException>(
             {s_safeTypesFile, "static SafeFrame Tarsel::Proc::SafeFrame::Reference(const AVFrame &)"},
-            "AVFrame holds neither a picture nor sound", TagFFmpegError(error));
+            "AVFrame holds neither a picture nor audio", TagFFmpegError(error));
     return result;
 }
 
@@ -110,7 +110,7 @@ void SafeFrame::AllocateBuffers() {
         ThrowNoBuffers("void Tarsel::Proc::SafeFrame::AllocateBuffers()", size);
     if (error < 0)
         Core::Throw<EffectException>({s_safeTypesFile, "void Tarsel::Proc::SafeFrame::AllocateBuffers()"},
-                                     "AVFrame states no picture and no sound", TagFFmpegError(error));
+                                     "AVFrame states no picture and no audio", TagFFmpegError(error));
 }
 
 void SafeFrame::CopyProperties(AVFrame const& from) {

@@ -10,7 +10,7 @@ struct AVFrame;
 
 namespace Tarsel::Proc {
 
-/// Owns an AVFrame. Moves, does not copy. Not synchronised.
+/// Owns an AVFrame. Moves, does not copy. Not synchronized.
 class TARSEL_API SafeFrame {
 public:
     /// An empty frame. MemoryException "Unable to allocate memory for AVFrame struct" with TagBlockSize.
@@ -30,15 +30,15 @@ public:
     AVFrame& operator*() noexcept { return *m_frame; }
     AVFrame const& operator*() const noexcept { return *m_frame; }
     /// A second head over the frame's buffers; pixels or samples are copied only where it has none that are
-    /// reference-counted. MemoryException; ProcException for a frame without picture and sound.
+    /// reference-counted. MemoryException; ProcException for a frame without picture and audio.
     static SafeFrame Reference(AVFrame const& frame);
-    /// Gives the frame buffers for the picture (format, width, height) or sound (format, nb_samples,
+    /// Gives the frame buffers for the picture (format, width, height) or audio (format, nb_samples,
     /// ch_layout) that its fields state. MemoryException, EffectException where they state none.
     void AllocateBuffers();
-    /// Takes over what `from` says of its content: times, aspect, colours, side data. MemoryException.
+    /// Takes over what `from` says of its content: times, aspect, colors, side data. MemoryException.
     void CopyProperties(AVFrame const& from);
     /// Gives the frame buffers of its own where it shares them, with the same content. MemoryException;
-    /// ProcException for a frame without picture and sound.
+    /// ProcException for a frame without picture and audio.
     void MakeWritable();
     /// Gives the frame away: the caller frees it with av_frame_free.
     AVFrame* Release() noexcept;

@@ -40,7 +40,7 @@ constexpr std::int64_t s_mostTimes = 256;
 constexpr int s_mostChannels = 64; // SWR_CH_MAX
 
 std::string SidesText(SwrCtxParams const& params) {
-    return fmt::format("Cannot convert sound from {} to {}", SoundText(params.from), SoundText(params.to));
+    return fmt::format("Cannot convert audio from {} to {}", AudioText(params.from), AudioText(params.to));
 }
 
 AVSampleFormat FFmpegFormat(Conf::SampleInfo const& info) noexcept {
@@ -86,7 +86,7 @@ int Init(SwrContext*& context, SwrCtxParams const& params) {
     return error < 0 ? error : swr_init(context);
 }
 
-/// A block of sound with buffers of its own.
+/// A block of audio with buffers of its own.
 SafeFrame MakeBlock(Conf::SampleInfo const& info, std::int64_t samples) {
     SafeFrame frame;
     SetFrameSampleInfo(*frame, info);
@@ -162,17 +162,17 @@ SafeSwrContext::SafeSwrContext(SwrCtxParams const& params)
 std::optional<SafeFrame> SafeSwrContext::Convert(AVFrame const& block) {
     Core::Site const site{s_resamplerFile, s_convert};
     if (!m_context)
-        Core::Throw<EffectException>(site, "The converter of sound is empty");
+        Core::Throw<EffectException>(site, "The converter of audio is empty");
     if (Conf::SampleInfo const form = GetFrameSampleInfo(block); form != m_params.from)
         Core::Throw<EffectException>(site,
                                      fmt::format("{}: the converter is for {}",
-                                                 SidesText({form, m_params.to}), SoundText(m_params.from)));
+                                                 SidesText({form, m_params.to}), AudioText(m_params.from)));
     if (block.nb_samples <= 0)
         return std::nullopt;
     if (!HasSamples(block))
         Core::Throw<EffectException>(
-            site, fmt::format("A block of sound said to be of {} samples of {} holds fewer", block.nb_samples,
-                              SoundText(m_params.from)));
+            site, fmt::format("A block of audio said to be of {} samples of {} holds fewer", block.nb_samples,
+                              AudioText(m_params.from)));
     try {
         return ConvertBlock(block);
     } catch (...) {
@@ -209,7 +209,7 @@ std::optional<SafeFrame> SafeSwrContext::ConvertBlock(AVFrame const& block) {
 
 std::optional<SafeFrame> SafeSwrContext::Flush() {
     if (!m_context)
-        Core::Throw<EffectException>({s_resamplerFile, s_flush}, "The converter of sound is empty");
+        Core::Throw<EffectException>({s_resamplerFile, s_flush}, "The converter of audio is empty");
     std::optional<SafeFrame> rest;
     try {
         rest = TakeRest();

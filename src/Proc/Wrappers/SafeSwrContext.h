@@ -14,7 +14,7 @@ struct SwrContext;
 
 namespace Tarsel::Proc {
 
-/// What sound is and what it becomes; all fields of both sides known.
+/// What audio is and what it becomes; all fields of both sides known.
 ///
 /// Formats are converted as libswresample does it, to the nearest value and without dither (from s32 to
 /// shorter integers: cut off). Rates and mixes are worked out in double where either side has more than 24
@@ -28,10 +28,10 @@ struct SwrCtxParams {
     friend bool operator==(SwrCtxParams const&, SwrCtxParams const&) = default;
 };
 
-/// Owns a libswresample context: converts a stream of sound. Between two rates the last samples wait for
+/// Owns a libswresample context: converts a stream of audio. Between two rates the last samples wait for
 /// those that follow (the length of a filter, some ms at most); the filter's delay shows nowhere else: n
-/// samples become n·to/from of them, rounded to the nearest, and the first of them is the sound of the first.
-/// How a stream is cut into blocks changes no sample. Moves, does not copy. Not synchronised.
+/// samples become n·to/from of them, rounded to the nearest, and the first of them is the audio of the first.
+/// How a stream is cut into blocks changes no sample. Moves, does not copy. Not synchronized.
 class TARSEL_API SafeSwrContext {
 public:
     /// Empty: may not convert.
@@ -44,7 +44,7 @@ public:
     SwrCtxParams const& GetParams() const noexcept { return m_params; }
 
     /// Takes in a block and gives the samples that are ready, in a frame of their own; nothing when none are.
-    /// The result's time and duration, in microseconds as the block's, are those of the sound it carries: a
+    /// The result's time and duration, in microseconds as the block's, are those of the audio it carries: a
     /// jump between the times of two blocks comes out where it went in. Of a block without a time it is the
     /// one that follows from those before, or none.
     /// EffectException on an empty object, for a block that is not in the form of the parameters or has no

@@ -130,7 +130,7 @@ int Init(SwsContext* context, SwsCtxParams const& params) {
         if (int const error = av_opt_set_int(context, option.name, option.value, 0); error < 0)
             return error;
 
-    // Before the initialisation, which takes a plain copy for two ranges that are the same by then; and after
+    // Before the initialization, which takes a plain copy for two ranges that are the same by then; and after
     // it, because it makes gray full range whatever was said.
     SetColors(context, params);
     if (int const error = sws_init_context(context, nullptr, nullptr); error < 0)

@@ -22,7 +22,7 @@ struct SwsCtxSide {
     friend bool operator==(SwsCtxSide const&, SwsCtxSide const&) = default;
 };
 
-/// How to scale. Colour matrix and range of either side come from its colour space; an unspecified matrix
+/// How to scale. Color matrix and range of either side come from its color space; an unspecified matrix
 /// counts as BT.601, and so does one that libswscale does not know; the range is as
 /// PixFmtDescription::IsFullRange says. Gray to gray of the same format and size is copied, whatever the
 /// ranges.
@@ -35,7 +35,7 @@ struct SwsCtxParams {
     friend bool operator==(SwsCtxParams const&, SwsCtxParams const&) = default;
 };
 
-/// Owns a libswscale context. Moves, does not copy. Not synchronised.
+/// Owns a libswscale context. Moves, does not copy. Not synchronized.
 class TARSEL_API SafeSwsContext {
 public:
     /// Empty: may not scale.

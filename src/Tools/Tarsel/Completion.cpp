@@ -1,9 +1,9 @@
 #include "Tools/Tarsel/Completion.h"
 
 #include "Media/Run.h"
-#include "Proc/Settings/Stabilise.h"
+#include "Proc/Settings/Stabilize.h"
 #include "Tools/Tarsel/ArgumentHints.h"
-#include "Tools/Tarsel/Catalogue.h"
+#include "Tools/Tarsel/Catalog.h"
 
 #include <CLI/CLI.hpp>
 
@@ -16,7 +16,7 @@ namespace Tarsel::Tools {
 namespace {
 
 using Candidates = std::vector<Candidate>;
-using Catalogue = std::vector<CatalogueEntry>;
+using Catalog = std::vector<CatalogEntry>;
 
 Candidates OfferVerbs(CLI::App const& app) {
     Candidates verbs;
@@ -38,9 +38,9 @@ Candidates ListOptions(CLI::App const& verb) {
     return options;
 }
 
-Candidates ListEffects(Catalogue const& catalogue) {
+Candidates ListEffects(Catalog const& catalog) {
     Candidates names;
-    for (CatalogueEntry const& entry : catalogue)
+    for (CatalogEntry const& entry : catalog)
         names.push_back({entry.classId, entry.traits ? std::string(entry.traits->summary) : ""});
     return names;
 }
@@ -75,19 +75,19 @@ Candidates CompleteSetting(std::span<Proc::Field const> fields, std::string_view
 }
 
 /// The fields of the effect; none for an unknown one.
-std::span<Proc::Field const> FindFields(Catalogue const& catalogue, std::string_view classId) {
-    auto const entry = std::ranges::find(catalogue, classId, &CatalogueEntry::classId);
-    return entry != catalogue.end() ? entry->fields : std::span<Proc::Field const>();
+std::span<Proc::Field const> FindFields(Catalog const& catalog, std::string_view classId) {
+    auto const entry = std::ranges::find(catalog, classId, &CatalogEntry::classId);
+    return entry != catalog.end() ? entry->fields : std::span<Proc::Field const>();
 }
 
 /// "flip hor": all but the last word stays as it is.
-Candidates CompleteStep(Catalogue const& catalogue, std::string_view step) {
+Candidates CompleteStep(Catalog const& catalog, std::string_view step) {
     std::size_t const blank = step.rfind(' ');
     if (blank == std::string_view::npos)
-        return ListEffects(catalogue);
+        return ListEffects(catalog);
     std::string const lead(step.substr(0, blank + 1));
     Candidates candidates =
-        CompleteSetting(FindFields(catalogue, lead.substr(0, lead.find(' '))), step.substr(blank + 1));
+        CompleteSetting(FindFields(catalog, lead.substr(0, lead.find(' '))), step.substr(blank + 1));
     for (Candidate& candidate : candidates)
         candidate.text.insert(0, lead);
     return candidates;
@@ -101,17 +101,17 @@ Candidates ListEncoders(bool isAudio) {
 }
 
 Candidates ListCandidates(CLI::App const& verb, std::string const& before, std::string_view word,
-                          Catalogue const& catalogue) {
+                          Catalog const& catalog) {
     if (before == "-e" || before == "--effect")
-        return CompleteStep(catalogue, word);
+        return CompleteStep(catalog, word);
     if (before == "--video-codec" || before == "--audio-codec")
         return ListEncoders(before == "--audio-codec");
     if (word.starts_with('-'))
         return ListOptions(verb);
     if (verb.get_option_no_throw("EFFECT") != nullptr)
-        return ListEffects(catalogue);
+        return ListEffects(catalog);
     if (verb.get_option_no_throw("SETTINGS") != nullptr && !word.empty())
-        return CompleteSetting(FindFields(catalogue, Proc::SettingsEffectStabilizer::CLASS_ID), word);
+        return CompleteSetting(FindFields(catalog, Proc::SettingsEffectStabilizer::CLASS_ID), word);
     return {};
 }
 
@@ -129,9 +129,8 @@ std::vector<Candidate> Complete(CLI::App const& app, std::vector<std::string> co
     if (words.size() == 1)
         candidates = word.starts_with('-') ? ListOptions(app) : OfferVerbs(app);
     else if (auto const verbs = FindVerb(app, words.front()); !verbs.empty()) {
-        Effects const effects = LoadEffects(plugin); // which has to outlive what the catalogue shows of it
-        candidates =
-            ListCandidates(*verbs.front(), words[words.size() - 2], word, MakeCatalogue(effects, {}));
+        Effects const effects = LoadEffects(plugin); // which has to outlive what the catalog shows of it
+        candidates = ListCandidates(*verbs.front(), words[words.size() - 2], word, MakeCatalog(effects, {}));
     }
     std::erase_if(candidates, [&](Candidate const& each) { return !each.text.starts_with(word); });
     return candidates;

@@ -82,7 +82,7 @@ FormatText Show(Conf::IFormatCodecAudio const& format) {
     return {{{"rate", info.rate},
              {"sampleFormat", Conf::SampleFmtRecord::Find(info.format).name},
              {"channelLayout", info.layout.GetName()}},
-            Proc::SoundText(info)};
+            Proc::AudioText(info)};
 }
 
 template <class Effect, class Format>
@@ -170,16 +170,16 @@ Explanations ExplainPicture(ExplainArguments const& arguments, std::string const
                    SP<Conf::IFormatCodecVideo>(MakeSP<Conf::FormatCodecVideo>(input.format, input.frame)));
 }
 
-Explanations ExplainSound(ExplainArguments const& arguments, std::string const& plugin) {
+Explanations ExplainAudio(ExplainArguments const& arguments, std::string const& plugin) {
     Conf::SampleInfo const input = ParseSampleText(arguments.audio);
-    return Explain(MakeSoundSteps(LoadEffects(plugin), LabelSteps(arguments.effects)),
+    return Explain(MakeAudioSteps(LoadEffects(plugin), LabelSteps(arguments.effects)),
                    SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(input)));
 }
 
 void RunExplain(ExplainArguments const& arguments, Context const& context) {
     if (arguments.frame.empty() == arguments.audio.empty())
         Core::Throw<UsageException>("explain wants the format that goes in: either --frame or --audio");
-    auto const explain = arguments.audio.empty() ? ExplainPicture : ExplainSound;
+    auto const explain = arguments.audio.empty() ? ExplainPicture : ExplainAudio;
     Explanations const explanations = explain(arguments, context.options.plugin);
     WriteOutput(arguments.json ? ToJson(explanations) : ToText(explanations));
 }

@@ -105,7 +105,7 @@ double ChooseInterval(std::int64_t duration) {
 
 std::string FormatLevels(LevelReport const& report) {
     std::string text = fmt::format("{}: {}, levels in dB of full scale\n\n{:>{}}", report.file,
-                                   Proc::SoundText(report.format), "", s_timeWidth);
+                                   Proc::AudioText(report.format), "", s_timeWidth);
     std::vector<std::string> const names = GetChannelNames(report.format.layout);
     for (std::string const& name : names)
         text += fmt::format("{:>{}}", name, 2 * s_levelWidth);

@@ -8,7 +8,7 @@
 
 namespace Tarsel::Tools {
 
-/// What was measured of a file's sound.
+/// What was measured of a file's audio.
 struct LevelReport {
     std::string file;
     Conf::SampleInfo format;
@@ -17,7 +17,7 @@ struct LevelReport {
     LevelTrack const& levels;
 };
 
-/// Seconds a row for sound that lasts so many microseconds: a round number that makes a page of rows; 1 for a
+/// Seconds a row for audio that lasts so many microseconds: a round number that makes a page of rows; 1 for a
 /// length that is not known.
 double ChooseInterval(std::int64_t duration);
 
@@ -31,7 +31,7 @@ std::string FormatLevels(LevelReport const& report);
 /// - "rows": an array, an object for each interval with "start" (seconds from the first sample on),
 ///   "samples", and "levels", an object for each channel in their order with "peak" and "rms" (linear, full
 ///   scale being 1), "peakDb" and "rmsDb" (in decibels of it, null for silence);
-/// - "whole": such an object for all of the sound.
+/// - "whole": such an object for all of the audio.
 /// What is no finite number is null. Members may be added; those here stay.
 std::string LevelsToJson(LevelReport const& report);
 

@@ -24,7 +24,7 @@ struct Level : Proc::LevelSums {
 /// A level in decibels of full scale; minus infinity for silence.
 double ToDecibels(double level) noexcept;
 
-/// The levels of sound over time, step by step. Not synchronised.
+/// The levels of audio over time, step by step. Not synchronized.
 class LevelTrack {
 public:
     /// One for each channel.

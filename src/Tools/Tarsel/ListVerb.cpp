@@ -1,4 +1,4 @@
-#include "Tools/Tarsel/Catalogue.h"
+#include "Tools/Tarsel/Catalog.h"
 #include "Tools/Tarsel/Console.h"
 #include "Tools/Tarsel/StandardStreams.h"
 #include "Tools/Tarsel/Verb.h"
@@ -19,11 +19,11 @@ struct ListArguments {
 
 void List(ListArguments const& arguments, Context const& context) {
     Effects const effects = LoadEffects(context.options.plugin);
-    auto const entries = MakeCatalogue(effects, arguments.effect);
+    auto const entries = MakeCatalog(effects, arguments.effect);
     // Narrower than this every word would have a line of its own.
     int const columns = std::max(GetTerminalColumns(STDOUT_FILENO, 80), 40);
-    WriteOutput(arguments.json ? CatalogueToJson(effects, entries)
-                               : FormatCatalogue(entries, static_cast<std::size_t>(columns)));
+    WriteOutput(arguments.json ? CatalogToJson(effects, entries)
+                               : FormatCatalog(entries, static_cast<std::size_t>(columns)));
 }
 
 } // namespace

@@ -13,7 +13,7 @@ namespace Tarsel::Tools {
 namespace {
 
 /// "2.0 s of audio (flac, copied)": each encoder once.
-std::string SummariseAudio(Media::RunResult const& result) {
+std::string SummarizeAudio(Media::RunResult const& result) {
     std::vector<std::string> encoders;
     for (std::string const& name : result.audioEncoders)
         if (std::string const shown = name.empty() ? "copied" : name;
@@ -22,16 +22,16 @@ std::string SummariseAudio(Media::RunResult const& result) {
     return fmt::format("{:.1f} s of audio ({})", result.audioSeconds, fmt::join(encoders, ", "));
 }
 
-std::string Summarise(Media::RunResult const& result, std::string const& output) {
+std::string Summarize(Media::RunResult const& result, std::string const& output) {
     auto const rate = [&](double count) { return result.seconds > 0 ? count / result.seconds : 0; };
     if (result.framesOut == 0 && result.audioSeconds > 0)
         return fmt::format("{}: {} in {:.1f} s, {:.1f} times as fast as it plays", output,
-                           SummariseAudio(result), result.seconds, rate(result.audioSeconds));
+                           SummarizeAudio(result), result.seconds, rate(result.audioSeconds));
     bool const worksOnAudio =
         std::ranges::any_of(result.audioEncoders, [](std::string const& name) { return !name.empty(); });
     std::string const encoder = result.videoEncoder.empty() ? "copied" : result.videoEncoder;
     return fmt::format("{}: {} frames ({}){} in {:.1f} s, {:.1f} fps", output, result.framesOut, encoder,
-                       worksOnAudio ? ", " + SummariseAudio(result) : "", result.seconds,
+                       worksOnAudio ? ", " + SummarizeAudio(result) : "", result.seconds,
                        rate(static_cast<double>(result.framesOut)));
 }
 
@@ -75,7 +75,7 @@ void MediaWork::Tell(Media::RunResult const& result, std::vector<std::string> co
     console.PrintNotes(result.notes);
     console.PrintNotes(notes);
     if (m_showsProgress)
-        console.Print(Summarise(result, m_arguments.output));
+        console.Print(Summarize(result, m_arguments.output));
 }
 
 } // namespace Tarsel::Tools

@@ -2,11 +2,11 @@
 #include "Core/Throw.h"
 #include "Media/AudioReader.h"
 #include "Media/ImageWriter.h"
+#include "Tools/Tarsel/AudioWork.h"
 #include "Tools/Tarsel/Console.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/LevelReport.h"
 #include "Tools/Tarsel/Levels.h"
-#include "Tools/Tarsel/SoundWork.h"
 #include "Tools/Tarsel/StandardStreams.h"
 #include "Tools/Tarsel/UsageException.h"
 #include "Tools/Tarsel/Verb.h"
@@ -79,7 +79,7 @@ void Meter(MeterArguments const& arguments, Context const& context) {
     if (draws)
         Media::CheckImageFile(picture);
 
-    SoundWork work(context, false);
+    AudioWork work(context, false);
     Media::AudioReader reader(arguments.input, context.stop);
     Conf::SampleInfo const format = reader.GetInfo().format;
     std::size_t const channels = format.layout.channels;

@@ -3,11 +3,11 @@
 #include "Core/Throw.h"
 #include "Media/AudioReader.h"
 #include "Media/AudioWriter.h"
+#include "Tools/Tarsel/AudioArguments.h"
+#include "Tools/Tarsel/AudioWork.h"
 #include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/Levels.h"
 #include "Tools/Tarsel/Mixer.h"
-#include "Tools/Tarsel/SoundArguments.h"
-#include "Tools/Tarsel/SoundWork.h"
 #include "Tools/Tarsel/UsageException.h"
 #include "Tools/Tarsel/Verb.h"
 
@@ -28,7 +28,7 @@ namespace Tarsel::Tools {
 namespace {
 
 struct MixArguments {
-    SoundArguments sound;
+    AudioArguments audio;
     std::vector<std::string> inputs;
     std::vector<std::string> volumes;
 };
@@ -124,7 +124,7 @@ std::vector<MixInput> Inputs::MakeSources(Conf::SampleInfo const& format,
     std::vector<MixInput> sources;
     for (std::size_t i = 0; i < m_readers.size(); ++i)
         sources.push_back(
-            {SoundSource([&reader = *m_readers[i].reader] { return reader.Next(); }, format), volumes[i]});
+            {AudioSource([&reader = *m_readers[i].reader] { return reader.Next(); }, format), volumes[i]});
     return sources;
 }
 
@@ -138,9 +138,9 @@ std::vector<std::string> Inputs::GetNotes() const {
 
 void Mix(MixArguments const& arguments, Context const& context) {
     std::vector<double> const volumes = ParseVolumes(arguments);
-    Media::AudioFileOptions options = arguments.sound.MakeOptions();
+    Media::AudioFileOptions options = arguments.audio.MakeOptions();
     options.inputs.assign(arguments.inputs.begin(), arguments.inputs.end());
-    SoundWork work(context, arguments.sound.quiet);
+    AudioWork work(context, arguments.audio.quiet);
     Inputs const inputs(arguments.inputs, context.stop);
     Conf::SampleInfo const format = inputs.ChooseFormat();
     options.format = format;
@@ -153,7 +153,7 @@ void Mix(MixArguments const& arguments, Context const& context) {
         block->SetTime(clock.GetTime());
         clock.AddSamples(format.rate, block->GetSampleCount());
         writer.Write(*block);
-        work.CheckStop(arguments.sound.output);
+        work.CheckStop(arguments.audio.output);
         work.ShowProgress(clock.GetTime(), inputs.GetDuration());
     }
     std::vector<std::string> notes = inputs.GetNotes();
@@ -173,14 +173,14 @@ void Mix(MixArguments const& arguments, Context const& context) {
 Verb AddMixVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command = app.add_subcommand("mix", "Mix audio files into one")->group("Verbs");
     auto const arguments = std::make_shared<MixArguments>();
-    arguments->sound.AddOutputTo(*command);
+    arguments->audio.AddOutputTo(*command);
     command->add_option("INPUT", arguments->inputs, "Two or more audio files, or videos with audio")
         ->required()
         ->option_text(" ");
     command->add_option("--volume", arguments->volumes, "Of an INPUT, such as 0.5 or -6dB; one for each")
         ->option_text("V")
         ->allow_extra_args(false);
-    arguments->sound.AddOptionsTo(*command);
+    arguments->audio.AddOptionsTo(*command);
     common.AddTo(*command);
     command->footer("All inputs begin together; the mix lasts as long as the longest, and the others\n"
                     "are silent after their end. It has their highest sample rate, their most\n"

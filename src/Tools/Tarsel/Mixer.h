@@ -2,7 +2,7 @@
 
 #include "Conf/SampleInfo.h"
 #include "Proc/Interfaces/IDataAudio.h"
-#include "Tools/Tarsel/SoundSource.h"
+#include "Tools/Tarsel/AudioSource.h"
 
 #include <cstdint>
 #include <span>
@@ -10,9 +10,9 @@
 
 namespace Tarsel::Tools {
 
-/// One sound of a mix.
+/// One audio of a mix.
 struct MixInput {
-    SoundSource source;
+    AudioSource source;
     /// A linear factor, within -s_mostVolume and s_mostVolume.
     double volume = 1;
 };
@@ -20,11 +20,11 @@ struct MixInput {
 /// 60 dB.
 constexpr double s_mostVolume = 1000;
 
-/// What sounds of these formats are mixed in: real numbers of double precision, at the highest rate, with the
-/// most channels (those of the first that has as many).
+/// What audio streams of these formats are mixed in: real numbers of double precision, at the highest rate,
+/// with the most channels (those of the first that has as many).
 Conf::SampleInfo ChooseMixFormat(std::span<Conf::SampleInfo const> inputs);
 
-/// Sounds added up, each with its volume (see Proc::MixAudio). Not synchronised.
+/// Audio streams added up, each with its volume (see Proc::MixAudio). Not synchronized.
 class Mixer {
 public:
     /// The sources give `format`, a result of ChooseMixFormat.
@@ -32,7 +32,7 @@ public:
 
     /// The next samples of the mix, up to a fixed number, clipped at full scale; null when all inputs are at
     /// their end: those that were earlier are silent from there on. The block is the caller's and has no
-    /// time. Throws as SoundSource::GetReady.
+    /// time. Throws as AudioSource::GetReady.
     SP<Proc::IDataAudio> Next();
     /// The largest magnitude so far, full scale being 1, before it was clipped.
     double GetPeak() const noexcept { return m_peak; }

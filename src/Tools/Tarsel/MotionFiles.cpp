@@ -1,7 +1,7 @@
 #include "Tools/Tarsel/MotionFiles.h"
 
 #include "Core/Throw.h"
-#include "Proc/Settings/Stabilise.h"
+#include "Proc/Settings/Stabilize.h"
 #include "Tools/Tarsel/UsageException.h"
 
 #include <fmt/format.h>
@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// The file that the step writes; "" for one that writes none.
-fs::path GetMotionFile(PictureStep const& step) {
+fs::path GetMotionFile(VideoStep const& step) {
     auto const* const settings =
         dynamic_cast<Proc::SettingsEffectStabilizer const*>(&step.effect->GetSettingsBase());
     bool const measures = settings != nullptr && settings->enabled && settings->detectionPass;
@@ -38,8 +38,8 @@ bool HoldsMotion(fs::path const& path) {
 
 } // namespace
 
-void CheckMotionFiles(std::vector<PictureStep> const& steps, std::vector<fs::path> const& files) {
-    for (PictureStep const& step : steps) {
+void CheckMotionFiles(std::vector<VideoStep> const& steps, std::vector<fs::path> const& files) {
+    for (VideoStep const& step : steps) {
         fs::path const path = GetMotionFile(step);
         std::error_code error;
         if (path.empty() || !fs::is_regular_file(path, error))
@@ -53,9 +53,9 @@ void CheckMotionFiles(std::vector<PictureStep> const& steps, std::vector<fs::pat
     }
 }
 
-std::vector<std::string> DescribeMotionFiles(std::vector<PictureStep> const& steps) {
+std::vector<std::string> DescribeMotionFiles(std::vector<VideoStep> const& steps) {
     std::vector<std::string> notes;
-    for (PictureStep const& step : steps)
+    for (VideoStep const& step : steps)
         if (fs::path const path = GetMotionFile(step); !path.empty())
             notes.push_back(
                 fmt::format("{} only measures the motion, into \"{}\": run it again with detect=0, or "

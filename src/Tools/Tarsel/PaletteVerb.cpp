@@ -1,7 +1,7 @@
 #include "Core/Throw.h"
 #include "Media/Run.h"
+#include "Tools/Tarsel/ChainMaker.h"
 #include "Tools/Tarsel/ExitCodes.h"
-#include "Tools/Tarsel/LaneMaker.h"
 #include "Tools/Tarsel/MediaArguments.h"
 #include "Tools/Tarsel/MediaWork.h"
 #include "Tools/Tarsel/Palettes.h"
@@ -28,7 +28,7 @@ struct PaletteArguments {
     std::optional<double> at;
 
     std::string MakeSettings() const {
-        std::string settings = fmt::format("colours={} dither={:d}", colors, dither);
+        std::string settings = fmt::format("colors={} dither={:d}", colors, dither);
         if (!background.empty())
             settings += " \"background=" + background + '"';
         return settings;
@@ -39,8 +39,8 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
     MediaWork const work(arguments.media, context);
     Media::RunOptions options = arguments.media.MakeRunOptions();
     options.at = arguments.at;
-    LaneMaker maker(LoadEffects(context.options.plugin));
-    std::vector<PictureStep> const steps{MakePaletteStep(maker.GetEffects(), arguments.MakeSettings())};
+    ChainMaker maker(LoadEffects(context.options.plugin));
+    std::vector<VideoStep> const steps{MakePaletteStep(maker.GetEffects(), arguments.MakeSettings())};
     if (!HoldsPalettes(options))
         Core::Throw<UsageException>(fmt::format("\"{}\" cannot hold palettes; .png, .gif, .bmp and .tiff can",
                                                 options.output.filename().string()));

@@ -10,10 +10,10 @@
 namespace Tarsel::Tools {
 namespace {
 
-/// Formats that hold as many colours as eyes tell apart have this depth at least.
+/// Formats that hold as many colors as eyes tell apart have this depth at least.
 constexpr int s_trueDepth = 8;
 
-bool IsTrueColour(Conf::PixFmt format) {
+bool IsTrueColor(Conf::PixFmt format) {
     auto const& description = Conf::PixFmtDescription::Find(format);
     bool const isGray = format == Conf::PixFmt::GRAY8;
     return format != Conf::PixFmt::PAL8 && !isGray && description.GetDepth() >= s_trueDepth;
@@ -28,10 +28,10 @@ bool HoldsPalettes(Media::RunOptions const& options) {
 
 bool HoldsOnlyPalettes(Media::RunOptions const& options) {
     std::vector<Conf::PixFmt> const formats = Media::FindVideoFormats(options);
-    return !formats.empty() && HoldsPalettes(options) && std::ranges::none_of(formats, IsTrueColour);
+    return !formats.empty() && HoldsPalettes(options) && std::ranges::none_of(formats, IsTrueColor);
 }
 
-PictureStep MakePaletteStep(Effects const& effects, std::string const& settings) {
+VideoStep MakePaletteStep(Effects const& effects, std::string const& settings) {
     auto const step =
         Host::ParseEffectStep(Proc::SettingsPixelFormatConverter::CLASS_ID + " formats=pal8 " + settings);
     return {Host::MakeVideoEffect(*effects.factory, step), "making palettes"};

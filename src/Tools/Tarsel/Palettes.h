@@ -8,7 +8,7 @@
 
 namespace Tarsel::Tools {
 
-/// Whether all that the output's encoder takes are pictures of few colours (.gif): then pictures want
+/// Whether all that the output's encoder takes are pictures of few colors (.gif): then pictures want
 /// palettes of their own. Throws as Media::FindVideoFormats.
 bool HoldsOnlyPalettes(Media::RunOptions const& options);
 
@@ -16,7 +16,7 @@ bool HoldsOnlyPalettes(Media::RunOptions const& options);
 bool HoldsPalettes(Media::RunOptions const& options);
 
 /// The step that gives every picture a palette of its own; `settings` are more of it, as in a step's text
-/// (see Host::ParseEffectStep), "colours=16 dither=1".
-PictureStep MakePaletteStep(Effects const& effects, std::string const& settings = {});
+/// (see Host::ParseEffectStep), "colors=16 dither=1".
+VideoStep MakePaletteStep(Effects const& effects, std::string const& settings = {});
 
 } // namespace Tarsel::Tools

@@ -1,8 +1,8 @@
 #include "Core/Throw.h"
 #include "Media/Run.h"
 #include "Proc/Settings/Format.h"
+#include "Tools/Tarsel/ChainMaker.h"
 #include "Tools/Tarsel/ExitCodes.h"
-#include "Tools/Tarsel/LaneMaker.h"
 #include "Tools/Tarsel/MediaArguments.h"
 #include "Tools/Tarsel/MediaWork.h"
 #include "Tools/Tarsel/MotionFiles.h"
@@ -58,22 +58,22 @@ public:
     std::vector<std::string> GetNotes() const;
 
 private:
-    LaneMaker& GetMaker();
+    ChainMaker& GetMaker();
     void CheckFiles() const;
-    std::unique_ptr<Proc::IEffectStreamVideo> MakeLane(Media::VideoStreamInfo const& stream);
+    std::unique_ptr<Proc::IEffectStreamVideo> MakeChain(Media::VideoStreamInfo const& stream);
 
     Context const& m_context;
     std::stop_token m_stop;
     Media::RunOptions m_options;
     /// Only where there is something to do: copying takes no plug-in.
-    std::optional<LaneMaker> m_maker;
+    std::optional<ChainMaker> m_maker;
     References m_references;
     /// Whether the options alone want the picture encoded. Otherwise it is copied as it is where that can be,
     /// unless a step does something.
     bool m_encodesPicture = false;
     bool m_makesPalettes = false;
-    std::vector<PictureStep> m_pictureSteps;
-    std::vector<StepText> m_soundSteps;
+    std::vector<VideoStep> m_pictureSteps;
+    std::vector<StepText> m_audioSteps;
 };
 
 Work::Work(RunArguments const& arguments, Context const& context, std::stop_token stop)
@@ -89,19 +89,19 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
         !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
     m_options.mayLackVideo = m_pictureSteps.empty() && !m_encodesPicture;
     m_options.keepsEffectFormat = !m_pictureSteps.empty() && NamesFormats(*m_pictureSteps.back().effect);
-    m_options.makeVideoEffects = [this](Media::VideoStreamInfo const& stream) { return MakeLane(stream); };
+    m_options.makeVideoEffects = [this](Media::VideoStreamInfo const& stream) { return MakeChain(stream); };
 
-    m_soundSteps = std::move(steps.sound);
-    if (!m_soundSteps.empty()) {
-        (void)MakeSoundSteps(GetMaker().GetEffects(), m_soundSteps); // for what they refuse
+    m_audioSteps = std::move(steps.audio);
+    if (!m_audioSteps.empty()) {
+        (void)MakeAudioSteps(GetMaker().GetEffects(), m_audioSteps); // for what they refuse
         m_options.makeAudioEffects = [this](Media::AudioStreamInfo const& stream) {
-            return GetMaker().MakeSound(stream, m_soundSteps);
+            return GetMaker().MakeAudio(stream, m_audioSteps);
         };
     }
     m_makesPalettes = HoldsOnlyPalettes(m_options);
 }
 
-/// Files that steps read or write are none of those that the run writes.
+/// Files that steps read or write are not among those that the run writes.
 void Work::CheckFiles() const {
     std::vector<std::filesystem::path> files = m_references.GetPaths();
     std::error_code error;
@@ -114,24 +114,24 @@ void Work::CheckFiles() const {
     CheckMotionFiles(m_pictureSteps, files);
 }
 
-LaneMaker& Work::GetMaker() {
+ChainMaker& Work::GetMaker() {
     if (!m_maker)
         m_maker.emplace(LoadEffects(m_context.options.plugin));
     return *m_maker;
 }
 
-std::unique_ptr<Proc::IEffectStreamVideo> Work::MakeLane(Media::VideoStreamInfo const& stream) {
+std::unique_ptr<Proc::IEffectStreamVideo> Work::MakeChain(Media::VideoStreamInfo const& stream) {
     bool const hasWork = !m_pictureSteps.empty() && !GetMaker().NoteIdleSteps(stream, m_pictureSteps);
     bool const isEncoded = m_encodesPicture || hasWork || (m_options.quality && !stream.isCover);
     bool const isCopied = stream.copyObstacle.empty() && !isEncoded;
-    if (isCopied || !(isEncoded || m_makesPalettes || LaneMaker::HasToTurn(stream)))
+    if (isCopied || !(isEncoded || m_makesPalettes || ChainMaker::HasToTurn(stream)))
         return nullptr;
-    LaneMaker& maker = GetMaker();
-    std::vector<PictureStep> steps = m_pictureSteps;
+    ChainMaker& maker = GetMaker();
+    std::vector<VideoStep> steps = m_pictureSteps;
     if (m_makesPalettes)
         steps.push_back(MakePaletteStep(maker.GetEffects()));
     m_references.Open(maker.GetEffects(), stream.start, m_stop);
-    return isEncoded ? maker.Make(stream, steps) : maker.MakeAnew(stream, steps);
+    return isEncoded ? maker.Make(stream, steps) : maker.MakeForReEncoding(stream, steps);
 }
 
 std::vector<std::string> Work::GetNotes() const {

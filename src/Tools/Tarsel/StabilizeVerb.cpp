@@ -1,11 +1,11 @@
 #include "Core/Throw.h"
 #include "Host/EffectStep.h"
 #include "Host/VideoChain.h"
-#include "Media/Analyse.h"
+#include "Media/Analyze.h"
 #include "Media/Run.h"
-#include "Proc/Settings/Stabilise.h"
+#include "Proc/Settings/Stabilize.h"
+#include "Tools/Tarsel/ChainMaker.h"
 #include "Tools/Tarsel/ExitCodes.h"
-#include "Tools/Tarsel/LaneMaker.h"
 #include "Tools/Tarsel/MediaArguments.h"
 #include "Tools/Tarsel/MediaWork.h"
 #include "Tools/Tarsel/PrivateFolder.h"
@@ -58,19 +58,19 @@ SP<Proc::IOneInputEffectVideo> MakeEffect(Effects const& effects, Host::EffectSt
 void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::RunOptions options = arguments.media.MakeRunOptions();
     Host::EffectStep const step = MakeStep(arguments.settings);
-    LaneMaker maker(LoadEffects(context.options.plugin));
+    ChainMaker maker(LoadEffects(context.options.plugin));
     MediaWork const work(arguments.media, context);
     PrivateFolder const folder;
     std::filesystem::path const motions = folder.GetPath() / "motions.trf";
     auto const detect = MakeEffect(maker.GetEffects(), step, motions, true);
     auto const transform = MakeEffect(maker.GetEffects(), step, motions, false);
-    auto const makeLane = [&](SP<Proc::IOneInputEffectVideo> const& effect) {
+    auto const makeChain = [&](SP<Proc::IOneInputEffectVideo> const& effect) {
         return [&](Media::VideoStreamInfo const& stream) { return maker.Make(stream, {{effect, {}}}); };
     };
     Media::CheckRun(options);
     // The file of motions is complete when the stream through the first effect has ended.
-    Media::Analyse({arguments.media.input, makeLane(detect), work.ShowProgress(0, 2)}, context.stop);
-    options.makeVideoEffects = makeLane(transform);
+    Media::Analyze({arguments.media.input, makeChain(detect), work.ShowProgress(0, 2)}, context.stop);
+    options.makeVideoEffects = makeChain(transform);
     options.onProgress = work.ShowProgress(1, 2);
     Media::RunResult const result = Media::Run(options, context.stop);
     work.Tell(result, maker.GetNotes());

@@ -66,14 +66,14 @@ SortedSteps SortSteps(Effects const& effects, std::vector<std::string> const& st
     SortedSteps result;
     for (StepText& step : LabelSteps(steps)) {
         std::string const classId = Host::ParseEffectStep(step.text).classId;
-        bool const isSound = IsOfKind(effects, classId, Host::EffectKind::Audio);
-        (isSound ? result.sound : result.picture).push_back(std::move(step));
+        bool const isAudio = IsOfKind(effects, classId, Host::EffectKind::Audio);
+        (isAudio ? result.audio : result.picture).push_back(std::move(step));
     }
     return result;
 }
 
-std::vector<PictureStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
-                                          References& references) {
+std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
+                                        References& references) {
     return MakeSteps<Proc::IOneInputEffectVideo>(steps, [&](Host::EffectStep const& step) {
         return IsOfKind(effects, step.classId, Host::EffectKind::TwoInputVideo)
                    ? MakePairedEffect(effects, step, references)
@@ -81,7 +81,7 @@ std::vector<PictureStep> MakePictureSteps(Effects const& effects, std::vector<St
     });
 }
 
-std::vector<SoundStep> MakeSoundSteps(Effects const& effects, std::vector<StepText> const& steps) {
+std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<StepText> const& steps) {
     return MakeSteps<Proc::IOneInputEffectAudio>(
         steps, [&](Host::EffectStep const& step) { return Host::MakeAudioEffect(*effects.factory, step); });
 }

@@ -21,13 +21,13 @@ struct StepText {
 /// under Host::TagStep.
 std::vector<StepText> LabelSteps(std::vector<std::string> const& steps);
 
-/// The steps of a chain, those on the picture apart from those on sound.
+/// The steps of a chain, those on the picture apart from those on audio.
 struct SortedSteps {
     std::vector<StepText> picture;
-    std::vector<StepText> sound;
+    std::vector<StepText> audio;
 };
 
-/// Steps whose effect the registry has for sound are on sound; all others are on the picture, where it turns
+/// Steps whose effect the registry has for audio are on audio; all others are on the picture, where it turns
 /// out what they are. Throws as LabelSteps.
 SortedSteps SortSteps(Effects const& effects, std::vector<std::string> const& steps);
 
@@ -37,15 +37,15 @@ struct Step {
     SP<Effect> effect;
     std::string label;
 };
-using PictureStep = Step<Proc::IOneInputEffectVideo>;
-using SoundStep = Step<Proc::IOneInputEffectAudio>;
+using VideoStep = Step<Proc::IOneInputEffectVideo>;
+using AudioStep = Step<Proc::IOneInputEffectAudio>;
 
 /// An effect for each step (see Host::ParseEffectStep and Host::MakeVideoEffect). What these throw leaves
 /// with the text under Host::TagStep. A two-input effect takes one setting more, "reference=FILE", and its
 /// second frames from there: the file is added to `references`. SettingsException without it.
-std::vector<PictureStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
-                                          References& references);
-std::vector<SoundStep> MakeSoundSteps(Effects const& effects, std::vector<StepText> const& steps);
+std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
+                                        References& references);
+std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<StepText> const& steps);
 
 /// The effect that brings the pixels into the orientation that `matrix` asks viewers for. The matrix must
 /// have an orientation (Conf::DisplayMatrix::GetOrientation).

@@ -6,11 +6,11 @@
 #include "Proc/Interfaces/IAudioGenerator.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
+#include "Tools/Tarsel/AudioArguments.h"
+#include "Tools/Tarsel/AudioSource.h"
+#include "Tools/Tarsel/AudioWork.h"
 #include "Tools/Tarsel/Effects.h"
 #include "Tools/Tarsel/ExitCodes.h"
-#include "Tools/Tarsel/SoundArguments.h"
-#include "Tools/Tarsel/SoundSource.h"
-#include "Tools/Tarsel/SoundWork.h"
 #include "Tools/Tarsel/UsageException.h"
 #include "Tools/Tarsel/Verb.h"
 
@@ -33,14 +33,14 @@ namespace {
 constexpr double s_usualDuration = 5;
 
 struct ToneArguments {
-    SoundArguments sound;
+    AudioArguments audio;
     std::string source = "sine=frequency=440";
     std::optional<double> duration;
     std::optional<std::int32_t> rate;
     std::string layout;
 };
 
-/// UsageException with FFmpeg's words for a text that makes no sound.
+/// UsageException with FFmpeg's words for a text that makes no audio.
 SP<Proc::IAudioGenerator> MakeGenerator(std::string const& source, std::string const& plugin) {
     Host::Plugin const library(FindPlugin(plugin));
     try {
@@ -80,7 +80,7 @@ int ChooseDepth(Conf::SampleFormats format) {
 }
 
 /// What the user should know of the file's end, at a time in microseconds; "" for one as it was asked for.
-std::string DescribeEnd(ToneArguments const& arguments, SoundSource& source, bool hasEnded,
+std::string DescribeEnd(ToneArguments const& arguments, AudioSource& source, bool hasEnded,
                         std::int64_t end) {
     if (hasEnded)
         return arguments.duration ? fmt::format("The source ended after {} s, and the file with it.",
@@ -94,16 +94,16 @@ std::string DescribeEnd(ToneArguments const& arguments, SoundSource& source, boo
 }
 
 void MakeTone(ToneArguments const& arguments, Context const& context) {
-    Media::AudioFileOptions options = arguments.sound.MakeOptions();
+    Media::AudioFileOptions options = arguments.audio.MakeOptions();
     SP<Proc::IAudioGenerator> const generator = MakeGenerator(arguments.source, context.options.plugin);
     options.format = ChooseFormat(*generator, arguments);
     options.depth = ChooseDepth(options.format.format);
-    SoundWork work(context, arguments.sound.quiet);
+    AudioWork work(context, arguments.audio.quiet);
     Media::AudioWriter writer(options);
 
     std::int32_t const rate = options.format.rate;
     std::int64_t const samples = std::llround(arguments.duration.value_or(s_usualDuration) * rate);
-    SoundSource source([&] { return generator->Get(); }, options.format);
+    AudioSource source([&] { return generator->Get(); }, options.format);
     Conf::AudioTime clock;
     std::int64_t left = samples;
     while (left > 0) {
@@ -114,7 +114,7 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
         clock.AddSamples(rate, block->GetSampleCount());
         left -= block->GetSampleCount();
         writer.Write(*block);
-        work.CheckStop(arguments.sound.output);
+        work.CheckStop(arguments.audio.output);
         work.ShowProgress(samples - left, samples);
     }
     if (generator->HasFailed())
@@ -133,7 +133,7 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
 Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command = app.add_subcommand("tone", "Generate audio")->group("Verbs");
     auto const arguments = std::make_shared<ToneArguments>();
-    arguments->sound.AddOutputTo(*command);
+    arguments->audio.AddOutputTo(*command);
     command->add_option("--source", arguments->source, "FFmpeg filters that begin with an audio source")
         ->option_text("TEXT");
     AddSecondsOption(*command, "--duration", arguments->duration,
@@ -143,7 +143,7 @@ Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
         ->check(CheckWholeNumber(1000, 768000), "");
     command->add_option("--layout", arguments->layout, "Channel layout; default: that of the source")
         ->option_text("NAME");
-    arguments->sound.AddOptionsTo(*command);
+    arguments->audio.AddOptionsTo(*command);
     common.AddTo(*command);
     command->footer("TEXT defaults to \"sine=frequency=440\". A source that ends earlier ends the\n"
                     "file. --rate and --layout convert what TEXT gives; better, let the source make\n"

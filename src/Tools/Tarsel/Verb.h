@@ -65,17 +65,17 @@ struct Verb {
 /// Each adds a verb to the command line; the options all verbs share go to `common`, which outlives the
 /// parsing.
 ///
-/// "run": a media file's picture and sound through effects into another file.
+/// "run": a media file's picture and audio through effects into another file.
 Verb AddRunVerb(CLI::App& app, CommonOptions& common);
 /// "stabilize": a film with the camera's shake taken out, in two passes.
 Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common);
-/// "palette": pictures of few colours.
+/// "palette": pictures of few colors.
 Verb AddPaletteVerb(CLI::App& app, CommonOptions& common);
-/// "mix": sounds into one.
+/// "mix": audio streams into one.
 Verb AddMixVerb(CLI::App& app, CommonOptions& common);
-/// "tone": a sound file out of a source of sound.
+/// "tone": an audio file out of a source of audio.
 Verb AddToneVerb(CLI::App& app, CommonOptions& common);
-/// "meter": how loud a file's sound is over time.
+/// "meter": how loud a file's audio is over time.
 Verb AddMeterVerb(CLI::App& app, CommonOptions& common);
 /// "list": the effects of the plug-in and their parameters.
 Verb AddListVerb(CLI::App& app, CommonOptions& common);

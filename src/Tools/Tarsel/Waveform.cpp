@@ -10,15 +10,15 @@
 namespace Tarsel::Tools {
 namespace {
 
-using Colour = std::array<std::uint8_t, 3>;
+using Color = std::array<std::uint8_t, 3>;
 
-constexpr Colour s_background{16, 20, 24};
-constexpr Colour s_border{48, 56, 64};
-constexpr Colour s_axis{72, 84, 96};
+constexpr Color s_background{16, 20, 24};
+constexpr Color s_border{48, 56, 64};
+constexpr Color s_axis{72, 84, 96};
 
 struct Shades {
-    Colour range;
-    Colour rms;
+    Color range;
+    Color rms;
 };
 
 constexpr Shades s_blue{{46, 110, 168}, {120, 190, 240}};
@@ -41,10 +41,10 @@ class Canvas {
 public:
     explicit Canvas(Proc::WritablePlane const& plane) : m_plane(plane) {}
 
-    void Fill(std::uint32_t column, std::uint32_t from, std::uint32_t to, Colour const& colour) const {
+    void Fill(std::uint32_t column, std::uint32_t from, std::uint32_t to, Color const& color) const {
         for (std::uint32_t row = from; row <= to; ++row)
-            std::ranges::copy(colour, m_plane.data + static_cast<std::ptrdiff_t>(row) * m_plane.lineSize +
-                                          std::ptrdiff_t{3} * column);
+            std::ranges::copy(color, m_plane.data + static_cast<std::ptrdiff_t>(row) * m_plane.lineSize +
+                                         std::ptrdiff_t{3} * column);
     }
 
 private:

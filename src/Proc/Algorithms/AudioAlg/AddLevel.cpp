@@ -23,8 +23,8 @@ using SampleTag = hn::Rebind<T, RealTag>;
 
 HWY_INLINE Reals ToReals(hn::Vec<SampleTag<std::uint8_t>> s) {
     constexpr SampleTag<std::int32_t> ints;
-    auto const centred = hn::Sub(hn::PromoteTo(ints, s), hn::Set(ints, 128));
-    return hn::Mul(hn::PromoteTo(RealTag(), centred), hn::Set(RealTag(), 0.0078125));
+    auto const centered = hn::Sub(hn::PromoteTo(ints, s), hn::Set(ints, 128));
+    return hn::Mul(hn::PromoteTo(RealTag(), centered), hn::Set(RealTag(), 0.0078125));
 }
 
 HWY_INLINE Reals ToReals(hn::Vec<SampleTag<std::int16_t>> s) {

@@ -7,7 +7,7 @@
 
 namespace Tarsel::Proc {
 
-// Algorithms over blocks of sound. All take the ten formats of Conf::SampleFormats; another one is an
+// Algorithms over blocks of audio. All take the ten formats of Conf::SampleFormats; another one is an
 // EffectException "<function> doesn't support this sample format". The caller answers for the sizes of the
 // buffers. Any thread, as long as no other uses the same memory.
 //
@@ -23,7 +23,7 @@ struct AudioLevelInfo {
     double rms = 0.0;
 };
 
-/// One of the sounds that make up a mix. Volume is a linear factor.
+/// One of the audio streams that make up a mix. Volume is a linear factor.
 struct Audio2Mix {
     AudioRef source;
     double volume = 1.0;
@@ -41,7 +41,7 @@ LUMENTA_API void VolumizeAudio(AudioRef const& dst, AudioRef const& src, double 
 
 /// Peak and level of all samples of all channels. Peak is the largest value, not the largest magnitude: 0
 /// where no sample is above 0. The squares are summed one sample after the other, with fused multiply-adds in
-/// double: plane by plane, packed sound in the order of memory.
+/// double: plane by plane, packed audio in the order of memory.
 LUMENTA_API AudioLevelInfo EstimateLevel(AudioRef const& ref);
 
 /// Appends one sample of each channel, as a real number with full scale at 1.0 (u8: (x - 128) / 128; s16:

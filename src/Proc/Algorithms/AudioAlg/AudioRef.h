@@ -7,7 +7,7 @@
 
 namespace Tarsel::Proc {
 
-/// A view of one buffer of sound, which it does not own. Planes of planar formats follow one another at a
+/// A view of one buffer of audio, which it does not own. Planes of planar formats follow one another at a
 /// distance of the line size. Samples need no alignment.
 struct AudioRef {
     /// Samples for each channel.

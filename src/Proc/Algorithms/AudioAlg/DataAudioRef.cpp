@@ -30,7 +30,7 @@ AudioRef GetPlaneRef(IDataAudio const& data, int plane) {
     constexpr std::uint64_t largest = std::numeric_limits<std::int32_t>::max();
     if (sampleBytes != 0 && count > largest / sampleBytes)
         Core::Throw<EffectException>(
-            fmt::format("A block of sound has {} samples of {} bytes; the most is {} bytes", count,
+            fmt::format("A block of audio has {} samples of {} bytes; the most is {} bytes", count,
                         sampleBytes, largest));
     return {count, info, data.GetAVFrame()->extended_data[plane],
             static_cast<std::int32_t>(count * sampleBytes)};

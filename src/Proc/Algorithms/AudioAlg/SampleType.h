@@ -14,7 +14,7 @@ namespace Tarsel::Proc {
 enum class SampleType : std::uint8_t { U8, S16, S32, Float, Double };
 
 /// What the samples of a packed or planar format are. EffectException "<function> doesn't support this sample
-/// format", thrown at `site`, where it is none of the ten.
+/// format", thrown at `site`, where it is not one of the ten.
 SampleType GetSampleType(AudioRef const& ref, char const* function, Core::Site const& site);
 
 /// Bytes of a sample.

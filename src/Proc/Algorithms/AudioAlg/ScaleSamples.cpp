@@ -41,12 +41,12 @@ public:
     template <class D>
     HWY_INLINE hn::Vec<D> operator()(D d, hn::Vec<D> s) const {
         constexpr hn::RepartitionToWide<hn::RebindToSigned<D>> words;
-        auto const centre = hn::Set(d, 128);
-        auto const x = hn::BitCast(words, hn::Xor(s, centre));
+        auto const center = hn::Set(d, 128);
+        auto const x = hn::BitCast(words, hn::Xor(s, center));
         auto const even = Scale(words, hn::ShiftRight<8>(hn::ShiftLeft<8>(x)));
         auto const odd = Scale(words, hn::ShiftRight<8>(x));
         auto const both = hn::IfVecThenElse(hn::Set(words, 0xFF), even, hn::ShiftLeft<8>(odd));
-        return hn::Xor(hn::BitCast(d, both), centre);
+        return hn::Xor(hn::BitCast(d, both), center);
     }
 
 private:

@@ -61,7 +61,7 @@ EffectFFMPEG::EffectFFMPEG(EffectType type, std::string const& description, std:
     int result = avfilter_graph_create_filter(&m_sink, ends.sink, "out", nullptr, nullptr, m_graph.get());
     if (result < 0)
         ThrowFilterError(MakeSite(), "Cannot create buffer sink", result, attempt);
-    // Else the sink takes no sound whose layout is only a number of channels.
+    // Else the sink takes no audio whose layout is only a number of channels.
     if (type != Video)
         av_opt_set_int(m_sink, "all_channel_counts", 1, AV_OPT_SEARCH_CHILDREN);
 

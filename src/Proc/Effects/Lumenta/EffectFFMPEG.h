@@ -13,7 +13,7 @@ struct AVFilterGraph;
 namespace Tarsel::Proc {
 
 /// One configured libavfilter graph between one buffer source, "in", and one buffer sink, "out". It does not
-/// change: another description needs another object. Not synchronised: its owner lets one thread in at a
+/// change: another description needs another object. Not synchronized: its owner lets one thread in at a
 /// time.
 class LUMENTA_API EffectFFMPEG {
 public:

@@ -4,7 +4,7 @@
 #include "Core/Throw.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "Proc/Effects/Lumenta/Graph/FilterError.h"
-#include "Proc/Effects/Lumenta/Graph/GraphSound.h"
+#include "Proc/Effects/Lumenta/Graph/GraphAudio.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Wrappers/SafeFrame.h"
 

@@ -15,10 +15,10 @@ struct Site;
 
 namespace Tarsel::Proc {
 
-/// Blocks of sound through one graph with one input and one output. Its blocks are all of the format, rate
+/// Blocks of audio through one graph with one input and one output. Its blocks are all of the format, rate
 /// and layout it was built for; FFmpeg refuses others. Blocks that went in are not changed. It runs on the
 /// caller's thread alone: handing out slices of a thousand samples costs more than working on them. Not
-/// synchronised: the owner serialises calls.
+/// synchronized: the owner serializes calls.
 ///
 /// Driven in one of two ways, not mixed: Process, one call for one block; or as a stream by Feed, Take, End.
 class LUMENTA_API EffectFFMPEGAudio : public EffectFFMPEG, public Core::RefCounted<Core::IRefCountable> {
@@ -38,7 +38,7 @@ public:
     /// nothing. The stream is never ended.
     ///
     /// Throws EffectException: "Error while feeding the filtergraph", for a block whose samples are not all
-    /// there, and for one that came out in a sample format that is none of this host's; MemoryException.
+    /// there, and for one that came out in a sample format that this host does not know; MemoryException.
     /// `data` is as before then.
     virtual void Process(SP<IDataAudio>& data);
     /// Writes the graph's output format, rate and layout into the format.
@@ -54,7 +54,7 @@ public:
     /// No more blocks: Take gives all that was held back. Nothing may be fed any more.
     void End();
 
-    /// Whether the graph failed while sound came out of it. From then on it only fails: build another.
+    /// Whether the graph failed while audio came out of it. From then on it only fails: build another.
     bool HasFailed() const noexcept { return m_failed; }
 
 private:

@@ -1,7 +1,7 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h"
 
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/Graph/GraphSound.h"
+#include "Proc/Effects/Lumenta/Graph/GraphAudio.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"

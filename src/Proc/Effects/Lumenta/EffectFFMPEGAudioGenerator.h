@@ -11,9 +11,9 @@
 
 namespace Tarsel::Proc {
 
-/// Sound out of a graph without an input: its description begins with a source of sound
-/// ("sine=frequency=440") and leaves one output open. It runs on the caller's thread alone. Not synchronised:
-/// the owner serialises calls.
+/// Audio out of a graph without an input: its description begins with a source of audio
+/// ("sine=frequency=440") and leaves one output open. It runs on the caller's thread alone. Not synchronized:
+/// the owner serializes calls.
 class LUMENTA_API EffectFFMPEGAudioGenerator : public EffectFFMPEG,
                                                public Core::RefCounted<Core::IRefCountable> {
 public:

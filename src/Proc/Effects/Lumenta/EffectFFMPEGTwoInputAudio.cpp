@@ -5,8 +5,8 @@
 #include "Core/Throw.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "Proc/Effects/Lumenta/Graph/FilterError.h"
+#include "Proc/Effects/Lumenta/Graph/GraphAudio.h"
 #include "Proc/Effects/Lumenta/Graph/GraphOwners.h"
-#include "Proc/Effects/Lumenta/Graph/GraphSound.h"
 #include "Proc/Effects/Lumenta/Graph/SourceArgs.h"
 #include "Proc/Wrappers/FrameFields.h"
 
@@ -121,7 +121,7 @@ void EffectFFMPEGTwoInputAudio::Push(AVFilterContext* source, IDataAudio const* 
     if (data)
         frame.emplace(MakeSourceFrame(*data, m_text));
     int const result = av_buffersrc_write_frame(source, frame ? frame->Get() : nullptr);
-    // A filter that has ended takes no more of the right sound.
+    // A filter that has ended takes no more of the right audio.
     CheckResult(result == AVERROR_EOF && source == m_right ? 0 : result, m_text);
 }
 
@@ -138,7 +138,7 @@ SP<IDataAudio> EffectFFMPEGTwoInputAudio::Pull() {
     return MakeBlock(*frame, 0, m_result);
 }
 
-/// Makes the left sound ready that the result has not had.
+/// Makes the left audio ready that the result has not had.
 void EffectFFMPEGTwoInputAudio::CollectDry() {
     int result = 0;
     while (!m_dryEnded) {
@@ -174,7 +174,7 @@ SP<IDataAudio> EffectFFMPEGTwoInputAudio::TakeRest() {
     return ToResultForm(std::move(block));
 }
 
-/// Null for the end of the sound.
+/// Null for the end of the audio.
 SP<IDataAudio> EffectFFMPEGTwoInputAudio::ToResultForm(SP<IDataAudio> block) {
     std::optional<SafeFrame> converted;
     if (block) {

@@ -18,30 +18,30 @@ struct AVFilterGraph;
 
 namespace Tarsel::Proc {
 
-/// Two sounds through one filter, or a chain, that takes two inputs and gives one output: "amix",
-/// "sidechaincompress". The first sound, left, is the one that is worked on. Many filters end with the
-/// shorter of their inputs; so the left sound is split, and what the filter leaves of it goes on unprocessed,
+/// Two audio streams through one filter, or a chain, that takes two inputs and gives one output: "amix",
+/// "sidechaincompress". The first audio, left, is the one that is worked on. Many filters end with the
+/// shorter of their inputs; so the left audio is split, and what the filter leaves of it goes on unprocessed,
 /// in the form of the result, at the very sample at which the filter ended. Nothing of it is lost, and
 /// nothing is heard twice.
 ///
 /// Blocks of either side are all of the form the graph was built for; FFmpeg refuses others. Blocks that went
 /// in are not changed. What one side is ahead of the other waits inside. It runs on the caller's thread
-/// alone. Not synchronised: the owner serialises calls.
+/// alone. Not synchronized: the owner serializes calls.
 class LUMENTA_API EffectFFMPEGTwoInputAudio : public Core::RefCounted<Core::IRefCountable> {
 public:
     /// Builds the graph. Throws EffectException, with FFmpeg's number and words and the graph's text as tags:
     /// "Cannot process graph", and "Not enough memory for filter" (transcoding error code 35).
     static SP<EffectFFMPEGTwoInputAudio> Create(std::string const& description, Conf::SampleInfo const& left,
                                                 Conf::SampleInfo const& right);
-    /// The same for two sounds of the form described.
+    /// The same for two audio streams of the form described.
     static SP<EffectFFMPEGTwoInputAudio> Create(std::string const& description,
                                                 SP<Conf::IFormatCodecAudio const> const& format);
 
-    /// Takes in a block of one sound; a null is none. Throws as Create, and for a block whose samples are not
+    /// Takes in a block of one audio; a null is none. Throws as Create, and for a block whose samples are not
     /// all there; then the block is lost.
     void PushLeft(SP<IDataAudio const> const& data);
     void PushRight(SP<IDataAudio const> const& data);
-    /// No more blocks of that sound: none may be pushed any more.
+    /// No more blocks of that audio: none may be pushed any more.
     void EndLeft();
     void EndRight();
 
@@ -66,12 +66,12 @@ private:
     AVFilterContext* m_left;
     AVFilterContext* m_right;
     AVFilterContext* m_result;
-    /// The sink of the left sound as it went in.
+    /// The sink of the left audio as it went in.
     AVFilterContext* m_dry;
     /// Its blocks that the filter has not given yet, and how many samples of the first one it has.
     std::deque<SafeFrame> m_rest;
     std::int64_t m_skipped = 0;
-    /// What the result had, in samples of the result, and what of the left sound was dropped for it.
+    /// What the result had, in samples of the result, and what of the left audio was dropped for it.
     std::int64_t m_given = 0;
     std::int64_t m_dropped = 0;
     bool m_dryEnded = false;

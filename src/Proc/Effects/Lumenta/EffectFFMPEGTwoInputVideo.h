@@ -23,7 +23,7 @@ namespace Tarsel::Proc {
 /// all of the pixel format and of the sizes the graph was built for; others are refused with an
 /// EffectException that says which, and nothing is lost. Frames that went in are not changed. What comes out
 /// in a pixel format the host cannot take is converted to the nearest that it can. It runs on the caller's
-/// thread alone. Not synchronised: the owner serialises calls.
+/// thread alone. Not synchronized: the owner serializes calls.
 ///
 /// Filters match frames by their times: for one result of each pair, both of a pair have the same time. Of
 /// others the filter may hold any number back.

@@ -26,7 +26,7 @@ namespace Tarsel::Proc {
 /// Frames through one graph with one input and one output. Its frames are all of the pixel format and size it
 /// was built for; others are refused with an EffectException that says which, and nothing is lost. Frames
 /// that went in are not changed. What comes out in a pixel format the host cannot take is converted to the
-/// nearest that it can. Not synchronised: the owner serialises calls.
+/// nearest that it can. Not synchronized: the owner serializes calls.
 ///
 /// Driven in one of two ways, not mixed: Process, one call for one frame; or as a stream by Feed, Take, End.
 class LUMENTA_API EffectFFMPEGVideo : public EffectFFMPEG, public Core::RefCounted<Core::IRefCountable> {
@@ -57,7 +57,7 @@ public:
     /// The next frame that is ready, with the sink's own time in microseconds (rounded to the nearest; an
     /// unknown time stays AV_NOPTS_VALUE), or null: none yet, or none any more. Its duration is its own;
     /// where the graph's time base is another (fields made of frames), its part of the frame that went in;
-    /// where the graph changes the rate, the step of time to its neighbour. Throws as Process.
+    /// where the graph changes the rate, the step of time to its neighbor. Throws as Process.
     SP<IDataVideo> Take();
     /// No more frames: Take gives all that was held back. Nothing may be fed any more.
     void End();

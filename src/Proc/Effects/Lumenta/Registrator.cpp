@@ -5,7 +5,7 @@
 #include "Proc/Interfaces/IResample.h"
 #include "Proc/Interfaces/IResizeComplex.h"
 #include "Proc/Interfaces/ImplNames.h"
-#include "Proc/Settings/Colour.h"
+#include "Proc/Settings/Color.h"
 #include "Proc/Settings/Delay.h"
 #include "Proc/Settings/Denoise.h"
 #include "Proc/Settings/Dynamics.h"
@@ -16,8 +16,8 @@
 #include "Proc/Settings/Orientation.h"
 #include "Proc/Settings/Rotate.h"
 #include "Proc/Settings/SmartBlur.h"
-#include "Proc/Settings/Stabilise.h"
-#include "Proc/Settings/Stylise.h"
+#include "Proc/Settings/Stabilize.h"
+#include "Proc/Settings/Stylize.h"
 
 #include <string>
 #include <variant>

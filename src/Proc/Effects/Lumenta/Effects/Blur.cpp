@@ -4,7 +4,7 @@
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Effects/Lumenta/Graph/FrameSize.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Settings/Colour.h"
+#include "Proc/Settings/Color.h"
 
 #include <fmt/format.h>
 

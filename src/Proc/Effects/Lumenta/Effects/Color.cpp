@@ -1,8 +1,8 @@
+#include "Proc/Settings/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
-#include "Proc/Settings/Colour.h"
 
 #include <array>
 #include <cstdint>
@@ -12,7 +12,7 @@ extern "C" {
 #include <libavfilter/version.h>
 }
 
-/// Colours shifted and mixed, in RGB: FFmpeg converts YUV to it and does not convert back.
+/// Colors shifted and mixed, in RGB: FFmpeg converts YUV to it and does not convert back.
 namespace Tarsel::Proc {
 namespace {
 

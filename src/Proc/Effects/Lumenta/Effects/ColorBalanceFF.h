@@ -2,7 +2,7 @@
 
 #include "Proc/Effects/Lumenta/Base/EffectFF.h"
 #include "Proc/Interfaces/IEffectFactory.h"
-#include "Proc/Settings/Colour.h"
+#include "Proc/Settings/Color.h"
 
 namespace Tarsel::Proc {
 

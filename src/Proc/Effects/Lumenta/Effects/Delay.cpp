@@ -10,7 +10,7 @@
 
 #include <algorithm>
 
-/// Sound that comes back later.
+/// Audio that comes back later.
 namespace Tarsel::Proc {
 namespace {
 
@@ -50,7 +50,7 @@ void CheckVoice(Voice const& voice, Conf::SampleInfo const& info, Core::Site con
     constexpr double rounded = 1.000001; // as the filter's float may be
     if (info.rate > 0 && info.rate < voice.speed * rounded)
         Core::Throw<EffectException>(
-            site, fmt::format("{} of {} Hz takes sound of more samples a second than that, not of {}",
+            site, fmt::format("{} of {} Hz takes audio of more samples a second than that, not of {}",
                               SettingsAudioChorus::CLASS_ID, voice.speed, info.rate));
 }
 

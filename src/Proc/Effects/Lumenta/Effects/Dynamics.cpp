@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-/// Sound made louder or quieter by how loud it is.
+/// Audio made louder or quieter by how loud it is.
 namespace Tarsel::Proc {
 namespace {
 

@@ -17,7 +17,7 @@ namespace Tarsel::Proc {
 
 /// Scales frames, cropped or framed where the settings say so; ResizePlan tells to which size. A frame that
 /// has the size passes as it is. Times and side data stay, but for those that speak of places in the old
-/// picture. Pictures with alpha are scaled weighted by it; bars are of the settings' colour, alpha and all.
+/// picture. Pictures with alpha are scaled weighted by it; bars are of the settings' color, alpha and all.
 /// Fields of interlaced frames are not taken apart: where the height changes they mix, so deinterlace before;
 /// such frames are counted in the statistics ("Interlaced") and noted in the verbose log.
 class EffectImageResizer : public PictureEffect<IResizeComplex, SettingsResizer> {

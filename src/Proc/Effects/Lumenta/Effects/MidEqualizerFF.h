@@ -13,7 +13,7 @@
 namespace Tarsel::Proc {
 
 /// Gives a frame the histogram midway between its own and that of a second frame of the same pixel format and
-/// colour space, whatever its size. The graph is built by the first pair and again when pixel format or
+/// color space, whatever its size. The graph is built by the first pair and again when pixel format or
 /// geometry change or the graph has failed; Reset drops it.
 class MidEqualizerFF final
     : public EffectBase<EffectShell<ITwoInputEffectVideo>, SettingsEffectMidEqualizer> {

@@ -12,7 +12,7 @@
 #include <cmath>
 #include <cstdint>
 
-/// Sound overdriven, and sound whose pitch or colour wavers.
+/// Audio overdriven, and audio whose pitch or color wavers.
 namespace Tarsel::Proc {
 namespace {
 
@@ -99,7 +99,7 @@ struct EffectActionsAudio<SettingsAudioFlanger> {
             return;
         if (info.rate > 0 && static_cast<double>(info.rate) < settings.speed)
             Core::Throw<EffectException>(site,
-                                         fmt::format("{} of {} Hz takes sound of as many samples a second "
+                                         fmt::format("{} of {} Hz takes audio of as many samples a second "
                                                      "at least, not of {}",
                                                      SettingsType::CLASS_ID, settings.speed, info.rate));
         Conf::SampleInfo inside = info;

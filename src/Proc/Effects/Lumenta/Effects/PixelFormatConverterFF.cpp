@@ -72,7 +72,7 @@ std::string LossMessage(PixFmt from, PixFmt to, int loss) {
 }
 
 /// The format in which a picture is laid over the background on its way to `format`: this itself, or where
-/// its components are too coarse or no colours that can be mixed, RGB.
+/// its components are too coarse or no colors that can be mixed, RGB.
 PixFmt ChooseBlended(PixFmt format) {
     if (!IsRgbLike(format))
         return format;
@@ -169,7 +169,7 @@ void PixelFormatConverterFF::Convert(AVFrame const& from, AVFrame& to) {
         SafeFrame rgba = MakePicture(from, PixFmt::RGBA,
                                      ConvertedSpace(FormatOf(from), GetFrameColorSpace(from), PixFmt::RGBA));
         ConvertStraight(from, *rgba, m_scaler);
-        ConvertToPalette(*rgba, to, {options.colours, options.dither, options.background});
+        ConvertToPalette(*rgba, to, {options.colors, options.dither, options.background});
     } else if (HasAlpha(FormatOf(from)) && !HasAlpha(FormatOf(to))) {
         Flatten(from, to);
     } else {

@@ -21,7 +21,7 @@ constexpr EffectTraits s_resampleTraits{.summary = "converts rate, format and ch
                                         .delayTime = 5000};
 
 std::string GetText(SwrCtxParams const& params) {
-    return params.from == params.to ? "" : SoundText(params.from) + " -> " + SoundText(params.to);
+    return params.from == params.to ? "" : AudioText(params.from) + " -> " + AudioText(params.to);
 }
 
 } // namespace
@@ -42,7 +42,7 @@ void ResampleFF::Init(Conf::SampleInfo const& output) {
 
 void ResampleFF::InitByFormat(SP<Conf::IFormatCodecAudio const> const& output) {
     if (!output)
-        Core::Throw<EffectException>("There is no format to convert sound to");
+        Core::Throw<EffectException>("There is no format to convert audio to");
     Init(output->GetSampleInfo());
 }
 

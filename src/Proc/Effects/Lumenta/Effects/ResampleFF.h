@@ -13,8 +13,8 @@
 
 namespace Tarsel::Proc {
 
-/// Converts rate, format and channels of sound, as SafeSwrContext does. Blocks that are already what is asked
-/// for pass as they are. When the form of the blocks or the settings change, the rest of the sound before
+/// Converts rate, format and channels of audio, as SafeSwrContext does. Blocks that are already what is asked
+/// for pass as they are. When the form of the blocks or the settings change, the rest of the audio before
 /// comes out first, as it was asked for. Its statistics add "Options", what Describe says of the last blocks
 /// that were converted; "" before there are any.
 class ResampleFF : public EffectBase<StreamShell<IResample>, SettingsResample>, public IOwnWork {

@@ -7,7 +7,7 @@
 namespace Tarsel::Proc {
 
 /// Turns pictures by any angle. Whole quarter turns are the work of the host's transpose effect; all others
-/// that of one "rotate" filter, whose size and, with a fill colour that shows through, whose pixel format
+/// that of one "rotate" filter, whose size and, with a fill color that shows through, whose pixel format
 /// hang on the frame.
 class RotateFF final : public EffectVideoFF<IOneInputEffectVideo, SettingsEffectRotate> {
 public:

@@ -1,9 +1,9 @@
+#include "Proc/Settings/Stabilize.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Files.h"
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Settings/Stabilise.h"
 
 #include <fmt/format.h>
 
@@ -20,7 +20,7 @@ using Stabilizer = SettingsEffectStabilizer;
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
 
-/// What the filters get for such frames: FFmpeg converts what is none of their formats to the nearest.
+/// What the filters get for such frames: FFmpeg converts what is not one of their formats to the nearest.
 PixFmtDescription const& GetFilterFormat(PixFmtDescription const& format) {
     // In the order in which a graph compares them: the first of several that are as near is taken.
     static std::vector<PixFmt> const filterFormats{
@@ -44,7 +44,7 @@ std::int64_t GetDetectionRows(Stabilizer const& settings) {
     return 76 + 2 * std::int64_t{std::max(settings.stepSize, 0)};
 }
 
-// The filter's words for what settings hold. Numbers that are none of an enumeration's become its last word.
+// The filter's words for what settings hold. Numbers that the enumeration lacks become its last word.
 
 char const* GetWord(Stabilizer::CropMode mode) {
     return mode == Stabilizer::CropMode::Keep ? "keep" : "black";
@@ -62,8 +62,8 @@ char const* GetWord(Stabilizer::OptimalZoom zoom) {
     return "2";
 }
 
-char const* GetWord(Stabilizer::Optimisation optimisation) {
-    return optimisation == Stabilizer::Optimisation::Gauss ? "gauss" : "avg";
+char const* GetWord(Stabilizer::Optimization optimization) {
+    return optimization == Stabilizer::Optimization::Gauss ? "gauss" : "avg";
 }
 
 char const* GetWord(Stabilizer::Interpolation interpolation) {
@@ -125,7 +125,7 @@ struct EffectActions<SettingsEffectStabilizer> {
                 "File with statistics unavailable", TagDetail("no file \"" + settings.statisticsPath + '"'));
         return fmt::format("vidstabtransform=smoothing={}:optalgo={}:crop={}:zoom={}:optzoom={}:interpol={}:"
                            "input={}",
-                           settings.smoothing, GetWord(settings.optimisation), GetWord(settings.cropMode),
+                           settings.smoothing, GetWord(settings.optimization), GetWord(settings.cropMode),
                            settings.zoom, GetWord(settings.optimalZoom), GetWord(settings.interpolation),
                            settings.statisticsPath);
     }

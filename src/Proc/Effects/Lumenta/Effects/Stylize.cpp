@@ -1,10 +1,10 @@
+#include "Proc/Settings/Stylize.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Effects/Lumenta/Graph/FrameSize.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Settings/Stylise.h"
 
 #include <fmt/format.h>
 
@@ -23,7 +23,7 @@ extern "C" {
 #include <libavutil/eval.h>
 }
 
-/// Pictures in another style: edges, relief, negative, few colours, a border.
+/// Pictures in another style: edges, relief, negative, few colors, a border.
 namespace Tarsel::Proc {
 namespace {
 
@@ -202,7 +202,7 @@ struct EffectActions<SettingsEffectNegateVideo> {
 template <>
 struct EffectActions<SettingsEffectPosterize> {
     using SettingsType = SettingsEffectPosterize;
-    // Each frame begins its search for colours where the random numbers of the one before ended.
+    // Each frame begins its search for colors where the random numbers of the one before ended.
     static constexpr EffectTraits s_traits{.summary = "reduces the picture to few colors",
                                            .alpha = Keeps::Never,
                                            .depth = Keeps::Never,

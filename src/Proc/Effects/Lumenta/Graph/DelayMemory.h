@@ -7,7 +7,7 @@
 
 namespace Tarsel::Proc {
 
-/// What filters that hold sound back take of memory, in bytes, for values that they take: others they refuse
+/// What filters that hold audio back take of memory, in bytes, for values that they take: others they refuse
 /// themselves.
 
 /// A delay line of that many milliseconds for every channel. Filters that work in double are to be asked with

@@ -10,7 +10,7 @@ struct AVFilterContext;
 namespace Tarsel::Proc {
 
 /// What leaves a video graph becomes something the host can take: a pixel format that it cannot is converted
-/// to the nearest that it can. One object for one graph. Not synchronised.
+/// to the nearest that it can. One object for one graph. Not synchronized.
 class OutputConversion {
 public:
     /// The frame itself or, where it has to be converted, another with all that it says of itself and

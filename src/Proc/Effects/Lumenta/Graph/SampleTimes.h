@@ -7,7 +7,7 @@ namespace Tarsel::Proc {
 
 /// Which time each sample of a stream has, for effects that give a sample for each that went in, however they
 /// cut them into blocks: that of the sample that went in. Samples beyond those follow without a gap. Filters
-/// themselves round times to whole samples, let roundings add up, or forget gaps. Not synchronised.
+/// themselves round times to whole samples, let roundings add up, or forget gaps. Not synchronized.
 class SampleTimes {
 public:
     /// Samples a second, above 0.

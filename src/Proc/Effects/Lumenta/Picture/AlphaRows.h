@@ -12,7 +12,7 @@ namespace Tarsel::Proc {
 
 /// The alpha of a picture, 0 to 1, on the grid of a plane of components that are subsampled by powers of two:
 /// each number is the mean of the pixels that its sample covers. A picture without alpha is opaque. A view of
-/// the frame. Rows may be asked for in any order; not synchronised.
+/// the frame. Rows may be asked for in any order; not synchronized.
 class AlphaRows {
 public:
     /// `frame` has no palette.

@@ -10,7 +10,7 @@ struct AVFrame;
 
 namespace Tarsel::Proc {
 
-/// The components of a colour in a format other than palettes and XYZ, in the order and the units of
+/// The components of a color in a format other than palettes and XYZ, in the order and the units of
 /// ComponentPlane; places left over hold 0. By PixFmtDescription::MakeColor, whose 8 bits are stretched to
 /// the format's depth as its range wants it. Any thread.
 std::array<float, 4> ComponentsOfColor(Conf::PixFmtDescription const& format, Conf::PixColor color,
@@ -20,7 +20,7 @@ std::array<float, 4> ComponentsOfColor(Conf::PixFmtDescription const& format, Co
 /// as where there is alpha instead, else to 0.
 void FillPadding(AVFrame& frame);
 
-/// Fills a picture of such a format with a colour, alpha and all.
+/// Fills a picture of such a format with a color, alpha and all.
 void FillPicture(AVFrame& frame, Conf::PixColor color);
 
 } // namespace Tarsel::Proc

@@ -48,7 +48,7 @@ private:
     bool m_isFloat = false;
 };
 
-/// How many components a format has, and how many of them are colour: all but its alpha, which is the last.
+/// How many components a format has, and how many of them are color: all but its alpha, which is the last.
 int GetComponentCount(AVFrame const& frame) noexcept;
 int GetColorCount(AVFrame const& frame) noexcept;
 

@@ -19,7 +19,7 @@ namespace Tarsel::Proc {
 namespace {
 
 constexpr auto s_gray16 = static_cast<Conf::PixFmt>(AV_PIX_FMT_GRAY16);
-/// Full intensity in between. Sharp filters overshoot; were that cut off for alpha alone, colours would
+/// Full intensity in between. Sharp filters overshoot; were that cut off for alpha alone, colors would
 /// shift.
 constexpr float s_fullWithAlpha = 49152;
 constexpr float s_fullOpaque = 65535;

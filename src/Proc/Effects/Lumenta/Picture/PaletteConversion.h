@@ -6,7 +6,7 @@ struct AVFrame;
 
 namespace Tarsel::Proc {
 
-/// How a picture of few colours is made.
+/// How a picture of few colors is made.
 struct PaletteParams {
     /// 1 to 255; black is in the palette besides.
     int colors = 255;

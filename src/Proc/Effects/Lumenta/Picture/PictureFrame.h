@@ -26,7 +26,7 @@ struct PictureRegion {
 /// What is known of the frame's pixel format. CoreException for none.
 Conf::PixFmtDescription const& DescriptionOf(AVFrame const& frame);
 
-/// A second head over the frame of `data`, of the size and colours that `data` states. EffectException from
+/// A second head over the frame of `data`, of the size and colors that `data` states. EffectException from
 /// `site` where there are not as many pixels, or none at all.
 SafeFrame OpenPicture(IDataVideo const& data, Core::Site const& site);
 

@@ -7,7 +7,7 @@ struct AVFrame;
 
 namespace Tarsel::Proc {
 
-/// Pictures laid over a background of one colour, by their alpha. Any thread, as long as no other uses the
+/// Pictures laid over a background of one color, by their alpha. Any thread, as long as no other uses the
 /// same frames.
 
 /// Whether the blending kernels know the format.

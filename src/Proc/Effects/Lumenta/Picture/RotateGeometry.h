@@ -39,7 +39,7 @@ SplitAngle TakeApart(double angle);
 /// Turns each point about the origin, in place.
 void RotatePoints(std::span<Point> points, double angle);
 
-/// The corner of the largest box with the proportions `box` that is centred at the origin and touches the
+/// The corner of the largest box with the proportions `box` that is centered at the origin and touches the
 /// line through two points, which differ. No component of `box` is 0.
 Point ComputePointCrop(Point const& box, Point const& first, Point const& second);
 

@@ -8,7 +8,7 @@ namespace Tarsel::Proc {
 
 /// A KeptScaler for any two sizes. libswscale's filters have 256 taps at most; beyond that it scales twice,
 /// and 16-bit gray comes out of that in another range, or it refuses. Here a side shrinks to an eighth at a
-/// time. Not synchronised.
+/// time. Not synchronized.
 class StepScaler {
 public:
     /// As KeptScaler::Scale; MemoryException for pictures in between.

@@ -6,16 +6,16 @@
 
 namespace Tarsel::Proc {
 
-/// An opaque colour of 8 bits a component.
+/// An opaque color of 8 bits a component.
 struct Rgb {
     std::uint8_t red;
     std::uint8_t green;
     std::uint8_t blue;
 };
 
-/// The bits of a colour in the order of the octree: three bits a level, most significant level first, of each
+/// The bits of a color in the order of the octree: three bits a level, most significant level first, of each
 /// level the green bit before the red and the blue one. The first 3 n bits of the code name the node of depth
-/// n in which the colour lies. (Also known as Morton or Z-order.)
+/// n in which the color lies. (Also known as Morton or Z-order.)
 using ColorCode = std::uint32_t;
 
 constexpr unsigned s_colorCodeBits = 24;

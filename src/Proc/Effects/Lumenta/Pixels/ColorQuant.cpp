@@ -24,7 +24,7 @@ namespace Tarsel::Proc {
 namespace {
 
 /// An index is a byte, and 0 is nobody's.
-constexpr int s_maxColours = 255;
+constexpr int s_maxColors = 255;
 
 [[noreturn]] void Refuse(std::string const& text) {
     Core::Throw<FilterException>(text);
@@ -45,7 +45,7 @@ void CheckPixels(AVFrame const& frame, char const* name, Conf::FrameInfo const& 
     CheckPlane(frame, name, 0);
 }
 
-/// The colours of the nodes in the heap, in its order.
+/// The colors of the nodes in the heap, in its order.
 std::vector<Rgb> MakePalette(OctTree const& tree, node_heap const& heap) {
     std::vector<Rgb> palette;
     for (std::uint32_t place = 1; place < heap.count; ++place)
@@ -53,7 +53,7 @@ std::vector<Rgb> MakePalette(OctTree const& tree, node_heap const& heap) {
     return palette;
 }
 
-/// Entry 0 is black; the palette's colours follow.
+/// Entry 0 is black; the palette's colors follow.
 void WritePalette(std::span<Rgb const> palette, std::uint8_t* entry) noexcept {
     auto const write = [&entry](Rgb color) {
         *entry++ = color.red;
@@ -68,10 +68,10 @@ void WritePalette(std::span<Rgb const> palette, std::uint8_t* entry) noexcept {
 
 } // namespace
 
-bool ColorQuant::Process(AVFrame& in, AVFrame& out, Conf::FrameInfo const& size, int colours, int dither,
+bool ColorQuant::Process(AVFrame& in, AVFrame& out, Conf::FrameInfo const& size, int colors, int dither,
                          Conf::PixColor background) {
-    if (colours < 1 || colours > s_maxColours)
-        Refuse(fmt::format("Cannot quantize to {} colors: the range is 1 to {}", colours, s_maxColours));
+    if (colors < 1 || colors > s_maxColors)
+        Refuse(fmt::format("Cannot quantize to {} colors: the range is 1 to {}", colors, s_maxColors));
     CheckPlane(out, "output", 1);
     if (size.width == 0 || size.height == 0) {
         WritePalette({}, out.data[1]);
@@ -85,13 +85,13 @@ bool ColorQuant::Process(AVFrame& in, AVFrame& out, Conf::FrameInfo const& size,
 
     OctTree tree;
     node_heap heap;
-    std::vector<ColorCode> colors(size.width);
+    std::vector<ColorCode> codes(size.width);
     for (std::size_t y = 0; y < size.height; ++y) {
         FlattenRow(pixels.Row(y), size.width, background);
-        MakeColorCodes(pixels.Row(y), size.width, colors.data());
-        AddPixels(tree, heap, colors);
+        MakeColorCodes(pixels.Row(y), size.width, codes.data());
+        AddPixels(tree, heap, codes);
     }
-    FoldTree(tree, heap, static_cast<std::uint32_t>(colours));
+    FoldTree(tree, heap, static_cast<std::uint32_t>(colors));
     std::vector<Rgb> const palette = MakePalette(tree, heap);
     WritePalette(palette, out.data[1]);
     if (dither == 0) {

@@ -9,15 +9,15 @@
 namespace Tarsel::Proc {
 namespace {
 
-/// By how much a pixel's value exceeds the colour that it got.
+/// By how much a pixel's value exceeds the color that it got.
 struct Error {
     int red;
     int green;
     int blue;
 };
 
-/// What a pixel's neighbours leave to it.
-struct Neighbours {
+/// What a pixel's neighbors leave to it.
+struct Neighbors {
     Error left;
     Error aboveLeft;
     Error above;
@@ -25,7 +25,7 @@ struct Neighbours {
 };
 
 template <int Error::*Component>
-std::uint8_t Reach(std::uint8_t component, Neighbours const& errors) noexcept {
+std::uint8_t Reach(std::uint8_t component, Neighbors const& errors) noexcept {
     int const value = 16 * component + 8 * errors.left.*Component + 5 * errors.above.*Component +
                       2 * errors.aboveLeft.*Component + errors.aboveRight.*Component;
     return static_cast<std::uint8_t>(std::clamp(value / 16, 0, 255));
@@ -45,7 +45,7 @@ void error_diffuse(PlaneView pixels, MutablePlane indices, std::size_t width, st
     for (std::size_t y = 0; y < height; ++y) {
         std::uint8_t const* pixel = pixels.Row(y);
         std::uint8_t* const row = indices.Row(y);
-        Neighbours near{};
+        Neighbors near{};
         for (std::size_t x = 0; x < width; ++x, pixel += 4) {
             near.above = errors[x + 1];
             near.aboveRight = errors[x + 2];

@@ -33,7 +33,7 @@ std::uint8_t FindPlace(PaletteRows const& palette, Rgb color) {
     Numbers const blue = hn::Set(numbers, static_cast<Number>(s_blueWeight * color.blue));
     Numbers const step = hn::Set(numbers, static_cast<Number>(lanes));
 
-    // Each lane keeps the first of the colours that it sees that is nearest; then the first of the lanes'
+    // Each lane keeps the first of the colors that it sees that is nearest; then the first of the lanes'
     // counts.
     Numbers place = hn::Iota(numbers, 1);
     Numbers nearest = hn::Zero(numbers);

@@ -10,13 +10,13 @@
 
 namespace Tarsel::Proc {
 
-/// How much a difference counts: the distance of two colours is 3 |red| + 5 |green| + 2 |blue|.
+/// How much a difference counts: the distance of two colors is 3 |red| + 5 |green| + 2 |blue|.
 constexpr int s_redWeight = 3;
 constexpr int s_greenWeight = 5;
 constexpr int s_blueWeight = 2;
 
-/// Colours of a palette in rows, one number a colour: each component times its weight. What is behind the
-/// last colour is farther away than any.
+/// Colors of a palette in rows, one number a color: each component times its weight. What is behind the
+/// last color is farther away than any.
 struct PaletteRows {
     using Row = std::array<std::int16_t, 256>;
 
@@ -28,13 +28,13 @@ struct PaletteRows {
     Row blue;
 };
 
-/// The place, from 1 on, of the colour with the least distance; of several the first one. Any thread.
+/// The place, from 1 on, of the color with the least distance; of several the first one. Any thread.
 std::uint8_t FindNearest(PaletteRows const& palette, Rgb color) noexcept;
 
-/// For every colour the nearest one of a palette: found when first asked for, and kept. Not synchronised.
+/// For every color the nearest one of a palette: found when first asked for, and kept. Not synchronized.
 class NearestColors {
 public:
-    /// 1 to 255 colours; they are copied. std::bad_alloc.
+    /// 1 to 255 colors; they are copied. std::bad_alloc.
     explicit NearestColors(std::span<Rgb const> palette);
 
     PaletteRows const palette;

@@ -8,7 +8,7 @@
 namespace Tarsel::Proc {
 
 /// Binary heap of nodes of the octree, the one to be folded first on top: that with the lowest order. Nodes
-/// of the same order do not move. Not synchronised.
+/// of the same order do not move. Not synchronized.
 struct node_heap { // NOLINT(readability-identifier-naming)
     /// A node and its order (below 2^36), in one number.
     class Slot {

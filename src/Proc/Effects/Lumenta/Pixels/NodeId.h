@@ -15,8 +15,8 @@ constexpr std::uint32_t s_maxUpperNodes = (s_maxTwigs - 1) / 7;
 
 /// Names a node of the octree. 0 is no node; the upper nodes come next, from the root on in the order in
 /// which they were made, then the twigs in their order, then the leaves, eight to a twig, in the order of
-/// their colours. So tables by node are filled from the start of each kind on, and no farther than the
-/// picture has colours.
+/// their colors. So tables by node are filled from the start of each kind on, and no farther than the
+/// picture has colors.
 using NodeId = std::uint32_t;
 
 constexpr NodeId s_rootId = 1;

@@ -63,7 +63,7 @@ oct_node_t MakeLeafNode(OctTree const& tree, NodeId node) noexcept {
     LeafCell const& leaf = tree.leaves[node - s_firstLeaf];
     Rgb const first = tree.firstColors[TwigOfLeaf(node) - 1];
     unsigned const child = ChildOfTwig(node);
-    // A leaf is two colours wide.
+    // A leaf is two colors wide.
     std::uint64_t const red = first.red + 2 * (child >> s_redBit & 1u);
     std::uint64_t const green = first.green + 2 * (child >> s_greenBit & 1u);
     std::uint64_t const blue = first.blue + 2 * (child >> s_blueBit & 1u);
@@ -142,8 +142,8 @@ NodeId node_fold(OctTree& tree, NodeId node) noexcept {
     return folded.parent;
 }
 
-void FoldTree(OctTree& tree, node_heap& heap, std::uint32_t colours) {
-    while (heap.count > colours + 1) {
+void FoldTree(OctTree& tree, node_heap& heap, std::uint32_t colors) {
+    while (heap.count > colors + 1) {
         NodeId const parent = node_fold(tree, pop_heap(heap));
         heap_add(heap, parent, GetOrder(tree.nodes[parent]));
     }

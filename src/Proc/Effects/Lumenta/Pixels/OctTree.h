@@ -39,22 +39,22 @@ struct LeafCell {
     std::uint64_t OddBlue() const noexcept { return greenAndBlue >> 32; }
 };
 
-/// The octree of a picture's colours. Nodes are found by their colours in tables instead of by pointers from
-/// node to node. Not synchronised.
+/// The octree of a picture's colors. Nodes are found by their colors in tables instead of by pointers from
+/// node to node. Not synchronized.
 struct OctTree {
     /// The root alone. std::bad_alloc.
     OctTree();
 
-    /// The number of the twig around a colour, 0 when there is none.
+    /// The number of the twig around a color, 0 when there is none.
     std::uint32_t FindTwig(ColorCode color) const noexcept { return twigs[color >> s_twigColorBits]; }
 
-    /// Bits of a color code that tell colours of one twig apart.
+    /// Bits of a color code that tell colors of one twig apart.
     static constexpr unsigned s_twigColorBits = s_colorCodeBits - 3 * s_twigDepth;
 
-    /// Numbers of the twigs, by what their colours have in common.
+    /// Numbers of the twigs, by what their colors have in common.
     ZeroedArray<std::uint32_t> twigs;
     std::uint32_t twigCount = 0;
-    /// By twig less 1: the lowest colour in it.
+    /// By twig less 1: the lowest color in it.
     ZeroedArray<Rgb> firstColors;
     /// By id less s_firstLeaf.
     ZeroedArray<LeafCell> leaves;
@@ -72,7 +72,7 @@ void AddPixels(OctTree& tree, node_heap& heap, std::span<ColorCode const> pixels
 /// Makes a node below another.
 void node_new(OctTree& tree, NodeId node, NodeId parent) noexcept;
 
-/// Makes the twig around a colour, which must not exist yet, and what is missing on the way to it from the
+/// Makes the twig around a color, which must not exist yet, and what is missing on the way to it from the
 /// root. Returns the twig's number.
 std::uint32_t node_insert(OctTree& tree, ColorCode color) noexcept;
 
@@ -87,7 +87,7 @@ Rgb GetAverage(OctTree const& tree, NodeId node) noexcept;
 NodeId node_fold(OctTree& tree, NodeId node) noexcept;
 
 /// Folds nodes in the order of the heap until it holds no more than so many, at least 1.
-void FoldTree(OctTree& tree, node_heap& heap, std::uint32_t colours);
+void FoldTree(OctTree& tree, node_heap& heap, std::uint32_t colors);
 
 /// Gives the memory of all nodes back.
 void node_free(OctTree& tree) noexcept;

@@ -1,0 +1,74 @@
+#include "Media/Analyze.h"
+
+#include "Core/Throw.h"
+#include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
+#include "Media/Base/Stopped.h"
+#include "Media/MediaExceptions.h"
+#include "Media/Run/Pipeline.h"
+#include "Media/Run/ProgressMeter.h"
+#include "Media/Run/VideoSource.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+extern "C" {
+#include <libavutil/common.h>
+}
+
+namespace Tarsel::Media {
+namespace {
+
+std::int64_t AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& stop) {
+    CheckInputPath(options.input);
+    VideoSource source(options.input, stop.get_token());
+    auto const chain = options.makeVideoEffects(source.GetInfo());
+    if (chain == nullptr)
+        Core::Throw<OptionsException>("There is nothing to analyze the pictures with");
+
+    ProgressMeter progress;
+    progress.SetSpan(source.GetDemuxer().GetStart(), source.GetDemuxer().GetDuration());
+    auto const report = [&] {
+        if (options.onProgress)
+            options.onProgress(progress.Get());
+    };
+    auto const dropAll = [&] {
+        while (chain->Take()) {
+        }
+    };
+    Pipeline pipeline(stop, report);
+    auto const decoded = pipeline.AddStage<SP<Proc::IDataVideo>>(
+        [&](SP<Proc::IDataVideo> const& picture) {
+            std::int64_t const end = av_sat_add64(picture->GetTime(), picture->GetDuration());
+            chain->Feed(picture);
+            dropAll();
+            progress.Add(end);
+        },
+        [&] {
+            chain->End();
+            dropAll();
+        });
+    pipeline.Run([&] {
+        while (auto frame = source.Next())
+            decoded.give(std::move(frame->data));
+        decoded.close();
+    });
+    report();
+    return progress.GetFrames();
+}
+
+} // namespace
+
+std::int64_t Analyze(AnalyzeOptions const& options, std::stop_token stop) {
+    std::stop_source own;
+    std::stop_callback const forward(stop, [&own] { own.request_stop(); });
+    try {
+        return AnalyzeAll(options, own);
+    } catch (Stopped const&) {
+        Core::Throw<InterruptedException>(
+            fmt::format("{} was not looked at to its end: the run was stopped", Quote(options.input)));
+    }
+}
+
+} // namespace Tarsel::Media

@@ -1,0 +1,62 @@
+#include "Tools/Tarsel/Catalog.h"
+
+#include <fmt/format.h>
+
+#include <initializer_list>
+
+namespace Tarsel::Tools {
+namespace {
+
+struct KeptProperty {
+    Proc::Keeps Proc::EffectTraits::*trait;
+    char const* name;
+    bool ofPicturesAlone;
+};
+
+constexpr KeptProperty s_keptProperties[]{
+    {&Proc::EffectTraits::alpha, "alpha", true},
+    {&Proc::EffectTraits::depth, "depth beyond 8 bits", true},
+    {&Proc::EffectTraits::range, "full range", true},
+    {&Proc::EffectTraits::size, "size", false},
+};
+
+/// "may change alpha, size" for the properties that are kept so; "" for none.
+std::string DescribeKept(Proc::EffectTraits const& traits, bool isPicture, Proc::Keeps keeps,
+                         std::string_view lead) {
+    std::string names;
+    for (KeptProperty const& property : s_keptProperties)
+        if ((isPicture || !property.ofPicturesAlone) && traits.*property.trait == keeps)
+            names += (names.empty() ? "" : ", ") + std::string(property.name);
+    return names.empty() ? names : fmt::format("{} {}", lead, names);
+}
+
+} // namespace
+
+std::vector<std::string> DescribeFacts(CatalogEntry const& entry) {
+    std::vector<std::string> facts;
+    if (entry.kind == Host::EffectKind::TwoInputVideo)
+        facts.emplace_back("takes its second frames from reference=FILE, a video or an image");
+    if (!entry.traits)
+        return facts;
+    Proc::EffectTraits const& traits = *entry.traits;
+    bool const isPicture =
+        entry.kind == Host::EffectKind::Video || entry.kind == Host::EffectKind::TwoInputVideo;
+    auto const add = [&](bool applies, std::string fact) {
+        if (applies && !fact.empty())
+            facts.push_back(std::move(fact));
+    };
+    add(traits.takes != Proc::Takes::AnyFormat, fmt::format("takes {}", GetName(traits.takes)));
+    add(traits.evenSize, "takes even sizes");
+    add(traits.roundsToChroma, "rounds sizes and places to whole chroma samples");
+    add(true, DescribeKept(traits, isPicture, Proc::Keeps::Sometimes, "may change"));
+    add(true, DescribeKept(traits, isPicture, Proc::Keeps::Never, "does not keep"));
+    add(!traits.frameIndependent, isPicture ? "looks at more than one frame" : "remembers earlier audio");
+    add(traits.delayFrames > 0, fmt::format("holds back up to {} frames", traits.delayFrames));
+    add(traits.delayTime > 0,
+        fmt::format("holds back up to {} ms", static_cast<double>(traits.delayTime) / 1000));
+    add(traits.framesPerFrame != 1, fmt::format("gives up to {} frames for one", traits.framesPerFrame));
+    add(traits.tail, "goes on after the end of the input");
+    return facts;
+}
+
+} // namespace Tarsel::Tools
