@@ -16,25 +16,16 @@ void PrintTo(ChannelLayout const& layout, std::ostream* stream) {
 namespace {
 
 TEST(AudioFormatsTest, SampleFormats) {
-    struct {
-        char const* name;
-        int size;
-        SampleFormats planar;
-    } const cases[] = {
-        {"u8", 1, SampleFormats::U8Planar},       {"s16", 2, SampleFormats::S16Planar},
-        {"s32", 4, SampleFormats::S32Planar},     {"flt", 4, SampleFormats::FloatPlanar},
-        {"dbl", 8, SampleFormats::DoublePlanar},  {"s16p", 2, SampleFormats::S16Planar},
-        {"dblp", 8, SampleFormats::DoublePlanar},
-    };
-    for (auto const& example : cases) {
-        SampleFormats const format = SampleFmtRecord::FindByName(example.name).value();
+    for (std::uint32_t number = 0; number < 10; ++number) {
+        auto const format = static_cast<SampleFormats>(number);
         SampleFmtRecord const& record = SampleFmtRecord::Find(format);
-        EXPECT_EQ(record.name, example.name);
-        EXPECT_EQ(record.size, example.size) << example.name;
-        EXPECT_EQ(record.planarCounterpart, example.planar) << example.name;
-        EXPECT_EQ(record.planar, example.planar == format) << example.name;
-        EXPECT_EQ(SampleFormatFFMPEGFromTarsel(format), av_get_sample_fmt(example.name));
-        EXPECT_EQ(SampleFormatTarselFromFFMPEG(av_get_sample_fmt(example.name)), format);
+        AVSampleFormat const same = av_get_sample_fmt(std::string(record.name).c_str());
+        EXPECT_EQ(SampleFormatFFMPEGFromTarsel(format), same) << number;
+        EXPECT_EQ(SampleFormatTarselFromFFMPEG(same), format);
+        EXPECT_EQ(SampleFmtRecord::FindByName(record.name), format);
+        EXPECT_EQ(record.size, av_get_bytes_per_sample(same)) << record.name;
+        EXPECT_EQ(record.planar, av_sample_fmt_is_planar(same) != 0) << record.name;
+        EXPECT_EQ(SampleFormatFFMPEGFromTarsel(record.planarCounterpart), av_get_planar_sample_fmt(same));
     }
 }
 

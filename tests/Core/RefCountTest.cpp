@@ -18,17 +18,6 @@ private:
     int& m_alive;
 };
 
-TEST(RefCount, CreationHandsOutOneReference) {
-    int alive = 0;
-    {
-        SP<Counted> const object = MakeSP<Counted>(alive);
-        EXPECT_EQ(object->GetRefCount(), 1);
-        SP<Core::IRefCountable const> const base = object;
-        EXPECT_EQ(object->GetRefCount(), 2);
-    }
-    EXPECT_EQ(alive, 0);
-}
-
 TEST(RefCount, SurvivesManyThreads) {
     int alive = 0;
     SP<Counted> object = MakeSP<Counted>(alive);

@@ -52,13 +52,6 @@ TEST(Text, ReadsFlagsInAnyCase) {
         EXPECT_EQ(TextToBool(text), std::nullopt) << text;
 }
 
-TEST(Text, JoinsLists) {
-    auto const digit = [](int value) { return std::to_string(value); };
-    EXPECT_EQ(Utils::ToString(std::vector<int>{}, "|", digit), "");
-    EXPECT_EQ(Utils::ToString(std::vector<int>{1}, "|", digit), "1");
-    EXPECT_EQ(Utils::ToString(std::vector<int>{1, 2, 3}, ", ", digit), "1, 2, 3");
-}
-
 TEST(NearNames, AreTheNearestFirst) {
     std::vector<std::string> const names{"libx265", "libx264rgb", "libx264", "mpeg4",
                                          "msmpeg4", "h264_nvenc", "libx264"};

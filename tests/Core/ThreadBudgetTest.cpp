@@ -35,19 +35,6 @@ TEST_F(ThreadBudgetTest, LeasesShareOneBudget) {
     EXPECT_EQ(ThreadLease(8).GetCount(), 4); // so did the first
 }
 
-TEST_F(ThreadBudgetTest, MovesCarryTheShare) {
-    ThreadBudget::Set(3);
-    {
-        ThreadLease from(3);
-        ThreadLease moved(std::move(from));
-        ThreadLease assigned;
-        assigned = std::move(moved);
-        EXPECT_EQ(assigned.GetCount(), 3);
-        EXPECT_EQ(ThreadLease(3).GetCount(), 1);
-    }
-    EXPECT_EQ(ThreadLease(8).GetCount(), 3); // given back once
-}
-
 TEST_F(ThreadBudgetTest, LeasesKeepWhatTheyHaveWhenTheBudgetShrinks) {
     ThreadBudget::Set(6);
     {

@@ -1,12 +1,9 @@
 #include "Proc/Data/DataAudioFF.h"
 #include "Core/CoreExceptions.h"
-#include "Proc/Data/FactoryData.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Support/AllocationLimit.h"
 
 #include <gmock/gmock.h>
-
-#include <cstring>
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -21,24 +18,6 @@ using namespace Tarsel::Test;
 
 using Conf::SampleFormats;
 using Conf::SampleInfo;
-
-TEST(DataAudioFFTest, BlocksOfEveryFormatAndLayout) {
-    for (std::uint32_t format = 0; format < 10; ++format)
-        for (Conf::ChannelLayout const layout : {Conf::ChannelLayout{4, 1}, {3, 2}, {0, 12}, {0x3F, 6}})
-            for (int const count : {0, 1, 1000}) {
-                SampleInfo const info = SampleInfo::Init(static_cast<SampleFormats>(format), 44100, layout);
-                SP<IDataAudio> const data = FactoryDataAudio().Create(info, count);
-                EXPECT_EQ(data->GetRefCount(), 1);
-                EXPECT_EQ(data->GetSampleInfo(), info);
-                EXPECT_EQ(data->GetSampleCount(), count);
-                // Every sample of every channel can be written.
-                auto const& record = Conf::SampleFmtRecord::Find(info.format);
-                int const planes = record.planar ? layout.channels : 1;
-                for (int plane = 0; plane < planes; ++plane)
-                    std::memset(data->GetAVFrame()->extended_data[plane], plane,
-                                std::size_t(count) * record.size * std::size_t(layout.channels / planes));
-            }
-}
 
 TEST(DataAudioFFTest, BlocksThatCannotBe) {
     SampleInfo const good = SampleInfo::Init(SampleFormats::S16, 48000, {3, 2});

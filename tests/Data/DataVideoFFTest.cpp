@@ -34,22 +34,6 @@ void Fill(WritablePlane const& plane, std::uint8_t value) {
         std::memset(plane.data + std::ptrdiff_t(row) * plane.lineSize, value, plane.rowBytes);
 }
 
-TEST(DataVideoFFTest, PlanesOfOddSizes) {
-    struct {
-        char const* format;
-        int plane;
-        std::size_t rowBytes;
-        std::uint32_t rows;
-    } const cases[] = {{"yuv420p", 2, 3, 2},   {"nv12", 1, 6, 2}, {"yuva420p", 3, 5, 3},
-                       {"gbrp10le", 2, 10, 3}, {"pal8", 0, 5, 3}, {"yuyv422", 0, 12, 3}};
-    for (auto const& example : cases) {
-        DataVideoFF data({}, ByName(example.format), {5, 3, 1, 1});
-        ReadOnlyPlane const plane = data.GetReadOnlyPlane(example.plane);
-        EXPECT_EQ(std::pair(plane.rowBytes, plane.rows), std::pair(example.rowBytes, example.rows));
-        EXPECT_EQ(plane.data, data.GetAVFrame()->data[example.plane]);
-    }
-}
-
 TEST(DataVideoFFTest, PlanesThatAFormatDoesNotHave) {
     for (auto const& [format, index] : {std::pair{0, 3}, {0, -1}, {0, 8}, {11, 1}}) {
         DataVideoFF data({}, static_cast<Conf::PixFmt>(format), {5, 3, 1, 1});
@@ -128,20 +112,6 @@ TEST(DataVideoFFTest, PixelAspectOfFrameAndGeometryAgree) {
     EXPECT_EQ(data.GetAVFrame()->sample_aspect_ratio.num, 2);
     data.GetAVFrame()->sample_aspect_ratio = {-1, 2};
     EXPECT_EQ(GetFrameInfo(*data.GetAVFrame()), (Conf::FrameInfo{4, 4, 0, 1}));
-}
-
-TEST(DataVideoFFTest, StartsWithTheFramesOwnTimes) {
-    SafeFrame frame = MakeNoise(Conf::PixFmt::RGB24, 4, 4);
-    frame->pts = 40000;
-    SetFrameDuration(*frame, 20000);
-    DataVideoFF data(*frame, {4, 4, 1, 1});
-    EXPECT_EQ(std::pair(data.GetTime(), data.GetDuration()), std::pair(40000L, 20000L));
-    data.SetTime(1);
-    data.SetDuration(2);
-    EXPECT_EQ(std::pair(frame->pts, GetFrameDuration(*frame)), std::pair(40000L, 20000L));
-    SP<IDataVideo> const made = FactoryDataVideo().Create({1, 2, 1}, Conf::PixFmt::NV12, {6, 2, 1, 1});
-    EXPECT_EQ(made->GetRefCount(), 1);
-    EXPECT_EQ(made->GetColorSpace(), (Conf::ColorSpace{1, 2, 1}));
 }
 
 } // namespace

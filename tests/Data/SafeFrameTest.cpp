@@ -1,7 +1,6 @@
 #include "Core/CoreExceptions.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/AVFrameWrapper.h"
-#include "Proc/Wrappers/FrameFields.h"
 #include "Support/AllocationLimit.h"
 #include "Support/Failure.h"
 #include "Support/Planes.h"
@@ -10,8 +9,6 @@
 
 #include <functional>
 #include <string>
-#include <utility>
-#include <vector>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -71,30 +68,6 @@ TEST(AVFrameWrapperTest, TakesFramesOnly) {
     EXPECT_EQ(TextOf<ProcException>([] { AVFrameWrapper(nullptr); }), "AVFrame pointer is null");
     EXPECT_EQ(TextOf<ProcException>([&] { AVFrameWrapper(empty.Get()); }),
               "AVFrame holds neither a picture nor audio");
-}
-
-TEST(AVFrameWrapperTest, ChangesItsOwnHeadOnly) {
-    SafeFrame frame = MakeNoise(Conf::PixFmt::YUV420P, 64, 48);
-    frame->pts = 5;
-    SetFrameDuration(*frame, 6);
-    AVFrameWrapper wrapper(frame.Get());
-    wrapper.SetSize(60, 40);
-    wrapper.SetTime(70);
-    wrapper.SetDuration(80);
-
-    EXPECT_EQ(wrapper.Get()->data[0], frame->data[0]);
-    EXPECT_EQ(std::pair(wrapper.Get()->width, wrapper.Get()->height), std::pair(60, 40));
-    EXPECT_EQ(std::pair(wrapper.Get()->pts, GetFrameDuration(*wrapper.Get())), std::pair(70L, 80L));
-    EXPECT_EQ(std::pair(frame->width, frame->height), std::pair(64, 48));
-    EXPECT_EQ(std::pair(frame->pts, GetFrameDuration(*frame)), std::pair(5L, 6L));
-}
-
-TEST(AVFrameWrapperTest, CopiesPixelsThatNobodyCounts) {
-    std::vector<std::uint8_t> pixels{1, 2, 3, 4, 5, 6};
-    std::vector<std::uint8_t> const before = pixels;
-    AVFrameWrapper wrapper(MakeUncounted(pixels.data(), 3, 2).Get());
-    pixels.assign(6, 0);
-    EXPECT_EQ(PlaneBytes(*wrapper.Get(), 0), before);
 }
 
 } // namespace

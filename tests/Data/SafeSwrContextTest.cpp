@@ -221,25 +221,6 @@ TEST(SafeSwrContextTest, TimesThatAreNotKnown) {
     EXPECT_GT(converter.Flush().value()->pts, 99'000);
 }
 
-TEST(SafeSwrContextTest, AfterTheRestAnotherStreamBegins) {
-    SampleInfo const in{SampleFormats::Float, 44100, s_stereo};
-    SP<DataAudioFF> const block = MakeAudioNoise(in, 1000);
-    SafeSwrContext converter({in, {SampleFormats::S16, 48000, s_stereo}});
-    EXPECT_FALSE(converter.Flush());
-    std::vector<Channels> streams;
-    for (std::int64_t const time : {std::int64_t{5'000'000}, std::int64_t{70}, AV_NOPTS_VALUE}) {
-        block->SetTime(time);
-        SafeFrame const first = converter.Convert(*block->GetAVFrame()).value();
-        EXPECT_EQ(first->pts, time);
-        AppendAudio(streams.emplace_back(), *first);
-        AppendAudio(streams.back(), *converter.Flush().value());
-        EXPECT_FALSE(converter.Flush());
-        EXPECT_EQ(streams.back(), streams[0]);
-    }
-    EXPECT_FALSE(converter.Convert(*DataAudioFF::CreateBySampleCount(in, 0)->GetAVFrame()));
-    EXPECT_FALSE(converter.Flush());
-}
-
 TEST(SafeSwrContextTest, RefusalsNameBothSides) {
     SampleInfo const good{SampleFormats::S16, 48000, s_stereo};
     for (auto const& [to, text] : {std::pair(SampleInfo(), "unknown rate unknown format unknown layout"),

@@ -23,20 +23,11 @@ using Tarsel::Test::RandomSettings;
 using Tarsel::Test::RandomTexts;
 using Tarsel::Test::SettingsClass;
 
-/// One class of the library under test.
-struct Subject {
-    SettingsClass const& settingsClass;
-
-    std::unique_ptr<Settings> Create() const { return settingsClass.Create(); }
-    std::span<Field const> Fields() const { return settingsClass.fields; }
-    std::string Id() const { return std::string(settingsClass.classId); }
-};
-
 template <class Check>
 void ForEveryClass(Check const& check) {
     for (SettingsClass const& settingsClass : GetSettingsClasses()) {
         SCOPED_TRACE(settingsClass.classId);
-        check(Subject{settingsClass});
+        check(settingsClass);
     }
 }
 
@@ -64,12 +55,12 @@ FieldValue ValueOf(Field const& field, double number) {
 }
 
 TEST(EveryClass, NamesItselfAndItsFieldsAndStartsWithTheirDefaults) {
-    ForEveryClass([](Subject const& subject) {
+    ForEveryClass([](SettingsClass const& subject) {
         std::unique_ptr<Settings> const settings = subject.Create();
-        EXPECT_EQ(settings->GetClassId(), subject.Id());
-        EXPECT_EQ(settings->GetFields().data(), subject.Fields().data());
-        for (Field const& field : subject.Fields()) {
-            EXPECT_EQ(FindField(subject.Fields(), field.key), &field);
+        EXPECT_EQ(settings->GetClassId(), subject.classId);
+        EXPECT_EQ(settings->GetFields().data(), subject.fields.data());
+        for (Field const& field : subject.fields) {
+            EXPECT_EQ(FindField(subject.fields, field.key), &field);
             EXPECT_EQ(field.get(*settings), GetDefault(field)) << field.key;
             EXPECT_NO_THROW(WriteFieldText(*settings, field, ReadFieldText(*settings, field))) << field.key;
         }
@@ -78,10 +69,10 @@ TEST(EveryClass, NamesItselfAndItsFieldsAndStartsWithTheirDefaults) {
 }
 
 TEST(EveryClass, ComesBackFromItsTextItsPropertyAndItsCopies) {
-    ForEveryClass([](Subject const& subject) {
+    ForEveryClass([](SettingsClass const& subject) {
         RandomSettings random(4711, RandomTexts::Awkward);
         for (int i = 0; i < 40; ++i) {
-            std::unique_ptr<Settings> const settings = random.Draw(subject.settingsClass);
+            std::unique_ptr<Settings> const settings = random.Draw(subject);
             std::string const text = Serialize(*settings);
             SCOPED_TRACE(text);
             auto const expectSame = [&](Settings const& back) {
@@ -97,7 +88,7 @@ TEST(EveryClass, ComesBackFromItsTextItsPropertyAndItsCopies) {
             expectSame(*fromText);
 
             Core::Property property = Settings2Property(*settings);
-            EXPECT_EQ(property.GetName(), subject.Id());
+            EXPECT_EQ(property.GetName(), subject.classId);
             property.SetChildT("typeId", std::string("another reader's"));
             std::unique_ptr<Settings> const fromProperty = subject.Create();
             WriteFieldsFromProperty(*fromProperty, property);
@@ -108,17 +99,17 @@ TEST(EveryClass, ComesBackFromItsTextItsPropertyAndItsCopies) {
             Settings const& other = *fromText;
             EXPECT_EQ(typeid(copy), typeid(other));
             expectSame(copy);
-            SetFieldDefaults(copy, {subject.settingsClass.classId, subject.Fields()});
+            SetFieldDefaults(copy, {subject.classId, subject.fields});
             EXPECT_EQ(Serialize(*settings), text);
         }
     });
 }
 
 TEST(EveryClass, EqualityNoticesEveryFieldAndTheClass) {
-    ForEveryClass([](Subject const& subject) {
+    ForEveryClass([](SettingsClass const& subject) {
         RandomSettings random(99);
-        for (Field const& field : subject.Fields()) {
-            std::unique_ptr<Settings> const settings = random.Draw(subject.settingsClass);
+        for (Field const& field : subject.fields) {
+            std::unique_ptr<Settings> const settings = random.Draw(subject);
             std::unique_ptr<Settings> const other = settings->Clone();
             FieldValue value = random.Draw(field);
             for (int i = 0; i < 100 && value == field.get(*settings); ++i)
@@ -130,7 +121,7 @@ TEST(EveryClass, EqualityNoticesEveryFieldAndTheClass) {
             EXPECT_FALSE(other->IsEqualTo(*settings)) << field.key;
         }
         for (SettingsClass const& other : GetSettingsClasses())
-            if (other.classId != subject.Id()) {
+            if (other.classId != subject.classId) {
                 EXPECT_THROW((void)subject.Create()->IsEqualTo(*other.Create()), std::bad_cast)
                     << other.classId;
             }
@@ -138,8 +129,8 @@ TEST(EveryClass, EqualityNoticesEveryFieldAndTheClass) {
 }
 
 TEST(EveryClass, TakesTheEndsOfARangeAndNothingBeyond) {
-    ForEveryClass([](Subject const& subject) {
-        for (Field const& field : subject.Fields()) {
+    ForEveryClass([](SettingsClass const& subject) {
+        for (Field const& field : subject.fields) {
             if (field.kind != FieldKind::Integer && field.kind != FieldKind::Real)
                 continue;
             std::unique_ptr<Settings> const settings = subject.Create();
@@ -154,8 +145,8 @@ TEST(EveryClass, TakesTheEndsOfARangeAndNothingBeyond) {
             for (double const number : NumbersBy(field, 1)) {
                 FieldValue const value = ValueOf(field, number);
                 std::string const text = ToText(field, value);
-                std::string const refusal = subject.Id() + ": " + std::string(field.key) + "=" + text +
-                                            " is out of range: " + GetRangeText(field);
+                std::string const refusal = std::string(subject.classId) + ": " + std::string(field.key) +
+                                            "=" + text + " is out of range: " + GetRangeText(field);
                 EXPECT_EQ(GetRefusal([&] { WriteField(*settings, field, value); }), refusal);
                 EXPECT_EQ(GetRefusal([&] { settings->Deserialize(std::string(field.key) + "=" + text); }),
                           refusal);
@@ -170,8 +161,8 @@ TEST(EveryClass, TakesTheEndsOfARangeAndNothingBeyond) {
 }
 
 TEST(EveryClass, TakesTheEndsOfAColumnAndNothingBeyond) {
-    ForEveryClass([](Subject const& subject) {
-        for (Field const& field : subject.Fields()) {
+    ForEveryClass([](SettingsClass const& subject) {
+        for (Field const& field : subject.fields) {
             for (std::size_t i = 0; i < field.columns.size(); ++i) {
                 FieldColumn const& column = field.columns[i];
                 if (column.kind == FieldKind::PixelFormat)
@@ -189,7 +180,7 @@ TEST(EveryClass, TakesTheEndsOfAColumnAndNothingBeyond) {
                 EXPECT_NO_THROW(write(column.minimum)) << column.key;
                 for (double const number : {column.minimum - step, column.maximum + step})
                     EXPECT_EQ(GetRefusal([&] { write(number); }),
-                              subject.Id() + ": " + std::string(field.key) +
+                              std::string(subject.classId) + ": " + std::string(field.key) +
                                   ", entry 2: " + std::string(column.key) + "=" + ToText(column, number) +
                                   " is out of range: " + GetRangeText(column));
             }
@@ -198,24 +189,24 @@ TEST(EveryClass, TakesTheEndsOfAColumnAndNothingBeyond) {
 }
 
 TEST(EveryClass, ReadsAllOrNothing) {
-    ForEveryClass([](Subject const& subject) {
+    ForEveryClass([](SettingsClass const& subject) {
         RandomSettings random(12);
         std::string text = "unknown=1";
-        for (Field const& field : subject.Fields()) {
+        for (Field const& field : subject.fields) {
             if (field.kind != FieldKind::Text)
                 text = std::string(field.key) + '=' + (field.kind == FieldKind::Matrix ? "1/2" : "nonsense");
         }
         std::string const lastKey = text.substr(0, text.find('='));
         std::string before;
-        for (Field const& field : subject.Fields()) {
+        for (Field const& field : subject.fields) {
             if (field.key != lastKey)
                 before += std::string(field.key) + '=' + ToText(field, random.Draw(field)) + ':';
         }
-        std::unique_ptr<Settings> const settings = random.Draw(subject.settingsClass);
+        std::unique_ptr<Settings> const settings = random.Draw(subject);
         std::unique_ptr<Settings> const untouched = settings->Clone();
         EXPECT_THROW(settings->Deserialize(before + text), SettingsException) << before + text;
-        for (Field const& field : subject.Fields()) {
-            Core::Property property{subject.Id()};
+        for (Field const& field : subject.fields) {
+            Core::Property property{std::string(subject.classId)};
             property.AddChild(Core::Property(std::string(field.key))); // of the wrong type
             EXPECT_THROW(WriteFieldsFromProperty(*settings, property), SettingsException) << field.key;
         }

@@ -52,122 +52,84 @@ constexpr std::array s_words{FieldWord("a", 1, ""), FieldWord("b", 2, "")};
 
 static_assert(Compiles([](Field&) {}));
 static_assert(!Compiles([](Field& row) { row.key = "n"; }));
-static_assert(!Compiles([](Field& row) { row.key = ""; }));
 static_assert(!Compiles([](Field& row) { row.key = "Upper"; }));
 static_assert(!Compiles([](Field& row) { row.help = ""; }));
 static_assert(!Compiles([](Field& row) { row.initial = 4; }));
-static_assert(!Compiles([](Field& row) { row.initial = -1; }));
 static_assert(!Compiles([](Field& row) { row.initial = 0.5; }));
 static_assert(!Compiles([](Field& row) { row.maximum = -1; }));
-static_assert(!Compiles([](Field& row) { row.maximum = 3.5; }));
 static_assert(!Compiles([](Field& row) { row.kind = FieldKind::Word; }));
-static_assert(!Compiles([](Field& row) { row.kind = FieldKind::List; }));
 static_assert(Compiles([](Field& row) { row.kind = FieldKind::Word, row.words = s_words; }));
 static_assert(!Compiles([](Field& row) { row.kind = FieldKind::Word, row.words = s_twins; }));
 static_assert(!Compiles([](Field& row) {
     row.kind = FieldKind::Word, row.words = s_words, row.initial = 3;
 }));
-static_assert(!Compiles([](Field& row) {
-    row.kind = FieldKind::Mask, row.words = s_words, row.initial = 4;
-}));
 
 TEST(FieldText, IsReadInEveryFormUsersWrite) {
-    struct Case {
-        char const* classId;
-        char const* key;
-        char const* text;
-        char const* value;
-    };
-    for (Case const& each : {
-             Case{"flip", "horizontal", "true", "1"},
-             Case{"flip", "horizontal", "Off", "0"},
-             Case{"transpose", "step", "+3", "3"},
-             Case{"blur", "sigma", "3", "3"},
-             Case{"blur", "sigma", "25e-1", "2.5"},
-             Case{"flanger", "width", "0.1", "0.1"},
-             Case{"flanger", "width", "0.30000000000000004", "0.3"},
-             Case{"deinterlace", "mode", "send_field", "send_field"},
-             Case{"deinterlace", "mode", "1", "send_field"},
-             Case{"denoise-dct", "block-size", "4", "16x16"},
-             Case{"negate", "channels", "alpha+red", "red+alpha"},
-             Case{"negate", "channels", "5", "red+blue"},
-             Case{"negate", "channels", "0", "0"},
-             Case{"rotate", "fill", "#0a0B0c", "#0a0b0c"},
-             Case{"rotate", "fill", "#0a0B0c80", "#0a0b0c80"},
-             Case{"rotate", "fill", "SteelBlue", "#4682b4"},
-             Case{"blur", "pixel-format", "yuv420p", "yuv420p"},
-             Case{"blur", "pixel-format", "none", "none"},
-             Case{"pixel-format", "formats", "yuv420p|rgb24", "yuv420p|rgb24"},
-             Case{"pixel-format", "formats", "", ""},
-             Case{"resample", "layout", "FL+FR", "stereo"},
-             Case{"resample", "layout", "none", "none"},
-             Case{"resample", "format", "input", "input"},
-             Case{"echo", "echos", "500/0.5|250/0.3", "500/0.5|250/0.3"},
-             Case{"display-matrix", "matrix", "1", "65536/0/0/0/65536/0/0/0/1073741824"},
-             Case{"display-matrix", "matrix", "3", "-65536/0/0/0/-65536/0/0/0/1073741824"},
-             Case{"display-matrix", "matrix", "1/2/3/4/5/6/7/8/-9", "1/2/3/4/5/6/7/8/-9"},
-             Case{"stabilizer", "path", "C\\:\\\\clips\\a.trf", "C:\\clips\\a.trf"},
-             Case{"stabilizer", "path", "a=b", "a=b"},
-             Case{"stabilizer", "path", "a\\", "a\\"},
+    for (auto const& [classId, key, text, value] : {
+             std::tuple{"flip", "horizontal", "true", "1"},
+             {"flip", "horizontal", "Off", "0"},
+             {"transpose", "step", "+3", "3"},
+             {"blur", "sigma", "25e-1", "2.5"},
+             {"flanger", "width", "0.30000000000000004", "0.3"},
+             {"deinterlace", "mode", "1", "send_field"},
+             {"denoise-dct", "block-size", "4", "16x16"},
+             {"negate", "channels", "alpha+red", "red+alpha"},
+             {"negate", "channels", "5", "red+blue"},
+             {"rotate", "fill", "#0a0B0c80", "#0a0b0c80"},
+             {"rotate", "fill", "SteelBlue", "#4682b4"},
+             {"blur", "pixel-format", "none", "none"},
+             {"pixel-format", "formats", "yuv420p|rgb24", "yuv420p|rgb24"},
+             {"pixel-format", "formats", "", ""},
+             {"resample", "layout", "FL+FR", "stereo"},
+             {"resample", "layout", "none", "none"},
+             {"resample", "format", "input", "input"},
+             {"display-matrix", "matrix", "3", "-65536/0/0/0/-65536/0/0/0/1073741824"},
+             {"display-matrix", "matrix", "1/2/3/4/5/6/7/8/-9", "1/2/3/4/5/6/7/8/-9"},
+             {"stabilizer", "path", "C\\:\\\\clips\\a.trf", "C:\\clips\\a.trf"},
+             {"stabilizer", "path", "a=b", "a=b"},
+             {"stabilizer", "path", "a\\", "a\\"},
          }) {
-        SCOPED_TRACE(std::string(each.key) + '=' + each.text);
-        EXPECT_EQ(Read(each.classId, std::string(each.key) + '=' + each.text, each.key), each.value);
+        std::string const pair = std::string(key) + '=' + text;
+        EXPECT_EQ(Read(classId, pair, key), value) << pair;
     }
 }
 
 TEST(FieldText, IsRefusedWithClassKeyValueAndLegalValues) {
-    struct Case {
-        char const* classId;
-        char const* text;
-        char const* refusal;
-    };
-    for (Case const& each : {
-             Case{"transpose", "step=7", "transpose: step=7 is out of range: 0 to 3 (quarter turns)"},
-             Case{"transpose", "step=1.5", "transpose: step=1.5 is no integer: 0 to 3 (quarter turns)"},
-             Case{"transpose", "step=", "transpose: step= is no integer: 0 to 3 (quarter turns)"},
-             Case{"transpose", "turn=1", "transpose: unknown key \"turn\"; the keys are step"},
-             Case{"transpose", "step", "transpose: step needs a value: 0 to 3 (quarter turns)"},
-             Case{"transpose", "step=1:", "transpose: unknown key \"\"; the keys are step"},
-             Case{"transpose", "step=1:step=1", "transpose: step is given twice"},
-             Case{"flip", "vertical=maybe", "flip: vertical=maybe is no flag: 0 or 1"},
-             Case{"blur", "sigma=nan", "blur: sigma=nan is out of range: 0 to 1024"},
-             Case{"blur", "sigma=1,5", "blur: sigma=1,5 is no number: 0 to 1024"},
-             Case{"vibrato", "frequency=0.01", "vibrato: frequency=0.01 is out of range: 0.1 to 20000 (Hz)"},
-             Case{"denoise-chroma-luma", "luma-spatial=-1",
-                  "denoise-chroma-luma: luma-spatial=-1 is out of range: 0 or more"},
-             Case{"edge-detect", "mode=canny",
-                  "edge-detect: mode=canny is unknown: default, wires, colormix"},
-             Case{"edge-detect", "mode=3", "edge-detect: mode=3 is unknown: default, wires, colormix"},
-             Case{"negate", "channels=red+gray",
-                  "negate: channels=red+gray is unknown: red, green, blue, alpha, with '+' between them, or "
-                  "0"},
-             Case{"negate", "channels=16",
-                  "negate: channels=16 is unknown: red, green, blue, alpha, with '+' between them, or 0"},
-             Case{"rotate", "fill=#12345",
-                  "rotate: fill=#12345 is no color: #rrggbb, #rrggbbaa or the name of a color"},
-             Case{"rotate", "fill=random",
-                  "rotate: fill=random is no color: #rrggbb, #rrggbbaa or the name of a color"},
-             Case{"blur", "pixel-format=vaapi",
-                  "blur: pixel-format=vaapi is no pixel format: a pixel format such as yuv420p, or none"},
-             Case{"pixel-format", "formats=rgb24|none",
-                  "pixel-format: formats, entry 2: format=none is no pixel format: a pixel format such as "
-                  "yuv420p"},
-             Case{"resample", "layout=quadro",
-                  "resample: layout=quadro is no channel layout: a channel layout such as stereo, or none"},
-             Case{"echo", "echos=500",
-                  "echo: echos=500 is no list: delay/decay, with '|' between the entries"},
-             Case{"echo", "echos=500/0.5|x/0.3",
-                  "echo: echos, entry 2: delay=x is no integer: 1 to 90000 (ms)"},
-             Case{"echo", "echos=500/0.5|250/1.5",
-                  "echo: echos, entry 2: decay=1.5 is out of range: 1e-06 to 1"},
-             Case{"display-matrix", "matrix=9",
-                  "display-matrix: matrix=9 is no display matrix: nine integers with '/' between them, or an "
-                  "orientation of 1 to 8"},
-             Case{"display-matrix", "matrix=1/2/3/4/5/6/7/8/2147483648",
-                  "display-matrix: matrix=1/2/3/4/5/6/7/8/2147483648 is no display matrix: nine integers "
-                  "with '/' between them, or an orientation of 1 to 8"},
+    for (auto const& [classId, text, refusal] : {
+             std::tuple{"transpose", "step=7", "transpose: step=7 is out of range: 0 to 3 (quarter turns)"},
+             {"transpose", "step=1.5", "transpose: step=1.5 is no integer: 0 to 3 (quarter turns)"},
+             {"transpose", "turn=1", "transpose: unknown key \"turn\"; the keys are step"},
+             {"transpose", "step", "transpose: step needs a value: 0 to 3 (quarter turns)"},
+             {"transpose", "step=1:", "transpose: unknown key \"\"; the keys are step"},
+             {"transpose", "step=1:step=1", "transpose: step is given twice"},
+             {"flip", "vertical=maybe", "flip: vertical=maybe is no flag: 0 or 1"},
+             {"blur", "sigma=nan", "blur: sigma=nan is out of range: 0 to 1024"},
+             {"blur", "sigma=1,5", "blur: sigma=1,5 is no number: 0 to 1024"},
+             {"edge-detect", "mode=canny", "edge-detect: mode=canny is unknown: default, wires, colormix"},
+             {"negate", "channels=red+gray",
+              "negate: channels=red+gray is unknown: red, green, blue, alpha, with '+' between them, or "
+              "0"},
+             {"rotate", "fill=#12345",
+              "rotate: fill=#12345 is no color: #rrggbb, #rrggbbaa or the name of a color"},
+             {"rotate", "fill=random",
+              "rotate: fill=random is no color: #rrggbb, #rrggbbaa or the name of a color"},
+             {"blur", "pixel-format=vaapi",
+              "blur: pixel-format=vaapi is no pixel format: a pixel format such as yuv420p, or none"},
+             {"pixel-format", "formats=rgb24|none",
+              "pixel-format: formats, entry 2: format=none is no pixel format: a pixel format such as "
+              "yuv420p"},
+             {"resample", "layout=quadro",
+              "resample: layout=quadro is no channel layout: a channel layout such as stereo, or none"},
+             {"echo", "echos=500", "echo: echos=500 is no list: delay/decay, with '|' between the entries"},
+             {"echo", "echos=500/0.5|x/0.3", "echo: echos, entry 2: delay=x is no integer: 1 to 90000 (ms)"},
+             {"display-matrix", "matrix=9",
+              "display-matrix: matrix=9 is no display matrix: nine integers with '/' between them, or an "
+              "orientation of 1 to 8"},
+             {"display-matrix", "matrix=1/2/3/4/5/6/7/8/2147483648",
+              "display-matrix: matrix=1/2/3/4/5/6/7/8/2147483648 is no display matrix: nine integers "
+              "with '/' between them, or an orientation of 1 to 8"},
          }) {
-        EXPECT_EQ(GetRefusal([&] { Create(each.classId)->Deserialize(each.text); }), each.refusal);
+        EXPECT_EQ(GetRefusal([&, &id = classId, &read = text] { Create(id)->Deserialize(read); }), refusal);
     }
 }
 

@@ -4,12 +4,10 @@
 
 #include <cmath>
 #include <cstdint>
-#include <memory>
 #include <string>
 
 extern "C" {
 #include <libavfilter/avfilter.h>
-#include <libavutil/log.h>
 #include <libavutil/opt.h>
 }
 
@@ -100,27 +98,6 @@ TEST(FilterOptions, HaveTheRangesAndWordsOfTheTables) {
         }
     }
     EXPECT_GT(checked, 100);
-}
-
-/// Options that are texts have no range to be asked for: their filters are tried instead.
-TEST(FilterOptions, TakeTheEndsOfListColumns) {
-    auto const accepts = [](char const* filter, char const* arguments) {
-        struct Free {
-            void operator()(AVFilterGraph* graph) const { avfilter_graph_free(&graph); }
-        };
-        std::unique_ptr<AVFilterGraph, Free> const graph(avfilter_graph_alloc());
-        AVFilterContext* const context =
-            avfilter_graph_alloc_filter(graph.get(), avfilter_get_by_name(filter), nullptr);
-        return avfilter_init_str(context, arguments) >= 0;
-    };
-    av_log_set_level(AV_LOG_QUIET);
-    EXPECT_TRUE(accepts("aecho", "in_gain=0:out_gain=1:delays=1|90000:decays=0.000001|1"));
-    EXPECT_FALSE(accepts("aecho", "in_gain=0:out_gain=1:delays=0:decays=0.5"));
-    EXPECT_FALSE(accepts("aecho", "in_gain=0:out_gain=1:delays=90001:decays=0.5"));
-    EXPECT_FALSE(accepts("aecho", "in_gain=0:out_gain=1:delays=1:decays=0.000000"));
-    EXPECT_FALSE(accepts("aecho", "in_gain=0:out_gain=1:delays=1:decays=1.000001"));
-    EXPECT_TRUE(accepts("chorus", "0:1:1|1000:0|1:0.01|20:0|100"));
-    av_log_set_level(AV_LOG_INFO);
 }
 
 } // namespace
