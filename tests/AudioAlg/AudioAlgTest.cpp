@@ -76,24 +76,6 @@ TEST(AudioAlg, DestinationCountsAndSourceNamesTheType) {
     }
 }
 
-// The plain formulas that all else is compared with, held against numbers worked out by hand.
-TEST(AudioAlg, PlainFormulas) {
-    EXPECT_EQ(Plain::Clip(std::nanf("")), -1);
-    EXPECT_EQ(Plain::Volumize<short>(-3, 0.5), -1);
-    EXPECT_EQ(Plain::Volumize<short>(3, 0.5), 2);
-    EXPECT_EQ(Plain::Volumize<short>(20000, 2.0), 32767);
-    EXPECT_EQ(Plain::Volumize<short>(25600, -1.0), -25500) << "F is truncated towards zero: -255";
-    EXPECT_EQ(Plain::Volumize<int>(-2000000000, 1e12), std::numeric_limits<int>::min());
-    EXPECT_EQ(Plain::Volumize<std::uint8_t>(200, 2.0), 255);
-    EXPECT_EQ(Plain::Volumize<std::uint8_t>(20, 2.0), 0);
-    EXPECT_EQ(Plain::Volumize<std::uint8_t>(255, 512.0), 0) << "127 * 512 = 65024 is -512 in 16 bits";
-    using Bytes = std::vector<Plain::Voice<std::uint8_t>>;
-    EXPECT_EQ(Plain::Mix(Bytes{{129, 0.5}}), 129) << "halves upwards";
-    EXPECT_EQ(Plain::Mix(Bytes{{127, 0.5}}), 128);
-    EXPECT_EQ(Plain::Mix(Bytes{{255, 1.0}, {255, 1.0}, {28, 1.0}}), 255) << "saturated only at the end";
-    EXPECT_EQ(Plain::Mix(Bytes{{228, 1.0}, {228, 1.0}, {28, 1.0}}), 228);
-}
-
 std::vector<double> SamplesAt(AudioRef const& ref, int index) {
     std::vector<double> samples{42.0}; // is kept
     GetAudioSamples(ref, index, samples);
@@ -149,35 +131,21 @@ TEST(AudioAlg, RefusesUnknownFormats) {
     Samples<float> const good = Mono<float>({1});
     std::vector<double> samples{1};
     std::vector<LevelSums> sums(1);
-    struct {
-        char const* name;
-        char const* function;
-        std::function<void(AudioRef const&)> call;
-    } const cases[] = {
-        {"ClipAudio", "void Tarsel::Proc::ClipAudio(const AudioRef &, const AudioRef &)",
-         [&](AudioRef const& bad) { ClipAudio(good, bad); }},
-        {"VolumizeAudio", "void Tarsel::Proc::VolumizeAudio(const AudioRef &, const AudioRef &, double)",
-         [&](AudioRef const& bad) { VolumizeAudio(good, bad, 1); }},
-        {"EstimateLevel", "AudioLevelInfo Tarsel::Proc::EstimateLevel(const AudioRef &)",
-         [&](AudioRef const& bad) { EstimateLevel(bad); }},
-        {"GetAudioSamples",
-         "void Tarsel::Proc::GetAudioSamples(const AudioRef &, int, std::vector<double> &)",
-         [&](AudioRef const& bad) { GetAudioSamples(bad, 0, samples); }},
-        {"MixAudio", "void Tarsel::Proc::MixAudio(const AudioRef &, const std::vector<Audio2Mix> &)",
-         [&](AudioRef const& bad) { MixAudio(bad, {}); }},
-        {"AddLevels", nullptr, [&](AudioRef const& bad) { AddLevels(bad, 0, 1, sums); }},
-        {"FindPeak", nullptr, [&](AudioRef const& bad) { FindPeak(bad); }},
-    };
+    std::pair<char const*, std::function<void(AudioRef const&)>> const cases[]{
+        {"ClipAudio", [&](AudioRef const& bad) { ClipAudio(good, bad); }},
+        {"VolumizeAudio", [&](AudioRef const& bad) { VolumizeAudio(good, bad, 1); }},
+        {"EstimateLevel", [&](AudioRef const& bad) { EstimateLevel(bad); }},
+        {"GetAudioSamples", [&](AudioRef const& bad) { GetAudioSamples(bad, 0, samples); }},
+        {"MixAudio", [&](AudioRef const& bad) { MixAudio(bad, {}); }},
+        {"AddLevels", [&](AudioRef const& bad) { AddLevels(bad, 0, 1, sums); }},
+        {"FindPeak", [&](AudioRef const& bad) { FindPeak(bad); }}};
     for (AudioRef const& bad : {AudioRef(Samples<float>(static_cast<SampleFormats>(10), 1, {1})),
                                 AudioRef(Samples<float>(SampleFormats::Unknown, 1, {}))})
-        for (auto const& [name, function, call] : cases) {
+        for (auto const& [name, call] : cases) {
             Tarsel::Test::Failure const failure = Tarsel::Test::Catch([&, &act = call] { act(bad); });
             EXPECT_EQ(failure.text, std::string(name) + " doesn't support this sample format");
+            EXPECT_NE(failure.function.find(std::string(name) + '('), std::string::npos);
             EXPECT_TRUE(failure.hasStack);
-            if (function != nullptr) {
-                EXPECT_EQ(failure.function, function);
-                EXPECT_EQ(failure.file, "Proc/Algorithms/AudioAlg/AudioAlg");
-            }
         }
     EXPECT_EQ(good.Get()[0], 1);
     EXPECT_THAT(samples, ElementsAre(1));

@@ -44,28 +44,6 @@ TEST(DataAudioRef, CoversBlocksWhereverTheirPlanesLie) {
         }
 }
 
-// Written through their views, and nothing beside the samples.
-TEST(DataAudioRef, PlanesAreViewsWithoutPadding) {
-    for (int const format : {3, 8}) {
-        SP<DataAudioFF> const loud = Tarsel::Test::MakeAudio(
-            InfoOf(format, 2), 5, [](int, std::int64_t i) { return i % 2 == 0 ? 3.0 : -3.0; });
-        SP<DataAudioFF> const clipped = DataAudioFF::CreateBySampleCount(InfoOf(format, 2), 5);
-        int const planes = CountPlanes(*clipped);
-        auto const size = static_cast<std::size_t>(40 / planes);
-        for (int plane = 0; plane < planes; ++plane) {
-            AudioRef const ref = GetPlaneRef(*clipped, plane);
-            ASSERT_EQ(static_cast<std::size_t>(ref.lineSize), size);
-            ref.samples[size] = 0xA5; // FFmpeg pads its planes.
-            ClipAudio(ref, GetPlaneRef(*loud, plane));
-            EXPECT_EQ(ref.samples[size], 0xA5);
-        }
-        for (int channel = 0; channel < 2; ++channel)
-            for (int i = 0; i < 5; ++i)
-                EXPECT_EQ(Tarsel::Test::GetSample(*clipped->GetAVFrame(), channel, i),
-                          i % 2 == 0 ? 1.0 : -1.0);
-    }
-}
-
 TEST(DataAudioRef, RefusesBlocksThatNoLineSizeCanTell) {
     SafeFrame frame;
     frame->format = static_cast<int>(SampleFormats::DoublePlanar);

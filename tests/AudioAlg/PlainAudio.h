@@ -2,9 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
-#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -31,11 +29,6 @@ inline std::int64_t Truncate(double value, int bits) {
     return value < -limit ? -largest - 1 : static_cast<std::int64_t>(value);
 }
 
-/// The floor of a / 256.
-inline Wide FloorOf256ths(Wide a) {
-    return a >= 0 ? a / 256 : -((-a + 255) / 256);
-}
-
 template <class T>
 T Volumize(T s, double volume) {
     if constexpr (std::is_floating_point_v<T>) {
@@ -44,7 +37,7 @@ T Volumize(T s, double volume) {
     } else {
         std::int64_t const factor = Truncate(std::fma(volume, 256.0, 0.5), sizeof(T) == 4 ? 64 : 32);
         Wide const middle = std::is_same_v<T, std::uint8_t> ? 128 : 0;
-        Wide q = FloorOf256ths((Wide{s} - middle) * factor + 128);
+        Wide q = ((Wide{s} - middle) * factor + 128) >> 8;
         if constexpr (std::is_same_v<T, std::uint8_t>)
             q = static_cast<std::int16_t>(static_cast<std::uint64_t>(q) & 0xFFFF);
         q += middle;
@@ -52,14 +45,6 @@ T Volumize(T s, double volume) {
             return std::numeric_limits<T>::min();
         return q > std::numeric_limits<T>::max() ? std::numeric_limits<T>::max() : static_cast<T>(q);
     }
-}
-
-/// To the nearest, halves to even.
-inline double Round(double value) {
-    double const down = std::floor(value);
-    double const rest = value - down;
-    bool const isUp = rest == 0.5 ? std::fmod(down, 2) != 0 : rest > 0.5;
-    return isUp ? down + 1 : down;
 }
 
 template <class T>
@@ -91,7 +76,7 @@ inline std::uint8_t MixBytes(std::vector<Voice<std::uint8_t>> const& voices) {
         --bits;
     double sum = 0;
     for (std::size_t k = 0; k < voices.size(); ++k)
-        sum += (voices[k].sample - 128) * Round(volumes[k] * std::exp2(bits));
+        sum += (voices[k].sample - 128) * std::nearbyint(volumes[k] * std::exp2(bits));
     return static_cast<std::uint8_t>(
         std::fmin(std::fmax(std::floor(sum / std::exp2(bits) + 0.5), -128), 127) + 128);
 }
@@ -112,7 +97,7 @@ T Mix(std::vector<Voice<T>> const& voices) {
         if constexpr (std::is_floating_point_v<T>)
             return static_cast<T>(Clip(sum));
         using Limits = std::numeric_limits<T>;
-        double const value = Round(sum);
+        double const value = std::nearbyint(sum);
         return value < Limits::min()   ? Limits::min()
                : value > Limits::max() ? Limits::max()
                                        : static_cast<T>(value);
