@@ -3,7 +3,6 @@
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
 #include "Host/Doubles.h"
-#include "Host/VideoChain.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Support/Planes.h"
 
@@ -35,7 +34,7 @@ public:
     void SetSettings(Proc::Settings const& settings) override {
         m_settings = dynamic_cast<NamedSettings const&>(settings);
     }
-    void Reset() override { ++m_resets; }
+    void Reset() override {}
     std::int32_t GetInputFrameType() const override { return 1; }
     void Process(Frame& data, SP<Proc::IDataVideo const> const& second) override {
         m_first = data;
@@ -51,7 +50,6 @@ public:
     Frame m_first;
     SP<Proc::IDataVideo const> m_second;
     PixFmt m_asked = PixFmt::None;
-    int m_resets = 0;
 };
 
 /// A picture of one value in each byte.
@@ -196,25 +194,6 @@ TEST(PairedEffect, FailuresLeaveTheFrameAndAreNotKept) {
     effect->m_result = [](Frame const&) { return MakeFrame(3); };
     paired->Process(data);
     EXPECT_EQ(data->GetTime(), 3);
-}
-
-TEST(PairedEffect, IsAStepOfAChain) {
-    auto const effect = MakeSP<TwoInputEffect>();
-    // Every second frame is held back.
-    effect->m_result = [](Frame const& first) {
-        return first->GetTime() % 20 == 0 ? first->Copy() : Frame();
-    };
-    Host::VideoChain chain;
-    chain.Append(Host::PairEffect(effect, [](std::int64_t) { return MakeFrame(0); }));
-    for (int round = 1; round < 3; ++round) {
-        for (std::int64_t const time : {0, 10, 20})
-            chain.Feed(MakeFrame(time));
-        chain.End();
-        EXPECT_EQ(chain.Take()->GetTime(), 0);
-        EXPECT_EQ(chain.Take()->GetTime(), 20);
-        EXPECT_EQ(chain.Take(), nullptr);
-        EXPECT_EQ(effect->m_resets, round);
-    }
 }
 
 } // namespace

@@ -57,12 +57,6 @@ TEST(Plugin, OfEffectsStaysThoughHostsCloseIt) {
     EXPECT_EXIT(useAndClose(), testing::ExitedWithCode(0), "");
 }
 
-TEST(Plugin, NeedNotMakeAudio) {
-    Host::Plugin const plugin(SMALL_PLUGIN);
-    EXPECT_EQ(TextOf<Host::PluginException>([&] { (void)plugin.CreateAudioGenerator("sine", {}); }),
-              "The plug-in \"" SMALL_PLUGIN "\" makes no audio: it has no CreateAudioGenerator");
-}
-
 TEST(Plugin, SaysWhatTheLoaderSays) {
     EXPECT_THAT(GetFailure("/nowhere/libabsent.so"),
                 AllOf(StartsWith("Cannot open plug-in \"/nowhere/libabsent.so\": "),

@@ -177,14 +177,6 @@ TEST_F(AudioAlignerTest, JumpsOfTheClockArePassedOver) {
                 ElementsAre("2 clock jumps were passed over: the times of the audio are not continuous."));
 }
 
-TEST_F(AudioAlignerTest, StartsWhereItIsTold) {
-    m_aligner.StartAt(-50000);
-    Feed(2, 0);
-    EXPECT_EQ(m_start, -50);
-    ASSERT_EQ(m_samples.size(), 52U);
-    EXPECT_EQ(m_samples[50], 1);
-}
-
 // Two rates, a gap between and a change in the middle: a tone keeps its place and its end.
 TEST_F(AudioAlignerTest, ConversionsLoseNoTime) {
     Media::AudioAligner line(MonoAt(48000));

@@ -4,7 +4,6 @@
 #include "Media/AudioWriter.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Data/DataAudioFF.h"
-#include "ReadAudio.h"
 #include "RunFixture.h"
 #include "Support/MemoryWatch.h"
 

@@ -3,7 +3,6 @@
 #include "Core/ThreadBudget.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Data/DataAudioFF.h"
-#include "ReadAudio.h"
 #include "RunFixture.h"
 
 #include <fmt/format.h>
@@ -67,7 +66,6 @@ TEST_F(Audio, EverySampleIsKept) {
         SCOPED_TRACE(row.arguments + " " + row.output);
         Make(File(row.input), s_noise + row.arguments);
         Media::RunOptions options = AudioOptions(row.input, row.output);
-        options.overwrite = true;
         Media::RunResult const result = Media::Run(options);
         AudioRecord const in = ReadAudio(File(row.input));
         AudioRecord const out = ReadAudio(File(row.output));
@@ -125,7 +123,6 @@ TEST_F(Audio, TimesStayAsTheyWere) {
         if (row.output == "out.webm")
             options.makeAudioEffects = {};
         options.audioEncoder = row.encoder;
-        options.overwrite = true;
         Media::Run(options);
         AudioRecord const out = ReadAudio(File(row.output));
         auto const pictures = ReadMedia(File(row.output)).pictures;
@@ -172,12 +169,10 @@ TEST_F(Audio, StreamsGoTheirOwnWays) {
                             info.format.layout.GetName(), info.language);
         return info.language == "deu" ? AudioThrough()(info) : Media::AudioEffects();
     });
-    Media::RunResult const result = Media::Run(options);
+    auto const [result, in, out] = Trip(options);
     EXPECT_EQ(told, "0 flac 44100 mono deu 1 aac 48000 mono fra ");
     EXPECT_THAT(result.audioEncoders, ElementsAre("flac", ""));
     EXPECT_THAT(result.notes, IsEmpty());
-    MediaRecord const in = ReadMedia(File("in.mkv"));
-    MediaRecord const out = ReadMedia(File("out.mkv"));
     ASSERT_EQ(out.streams.size(), 3U);
     EXPECT_EQ(out.streams[0].packets, in.streams[0].packets);
     EXPECT_EQ(ReadAudio(File("out.mkv")).samples, ReadAudio(File("in.mkv")).samples);
@@ -194,15 +189,15 @@ TEST_F(Audio, BesidePicturesThatAreWorkedOn) {
     for (int const budget : {1, 4}) {
         Core::ThreadBudget::Set(budget);
         Media::RunOptions options = Lossless("in.mkv", "out.mkv");
-        options.overwrite = true;
         std::thread::id worker;
         options.makeAudioEffects = MakeAudio([&](Block const& block) {
             worker = std::this_thread::get_id();
             return Blocks{block};
         });
-        EXPECT_EQ(Media::Run(options).framesOut, 25);
+        auto const [result, in, out] = Trip(options);
+        EXPECT_EQ(result.framesOut, 25);
         EXPECT_EQ(worker == std::this_thread::get_id(), budget == 1);
-        EXPECT_EQ(ReadMedia(File("out.mkv")).pictures, ReadMedia(File("in.mkv")).pictures);
+        EXPECT_EQ(out.pictures, in.pictures);
         EXPECT_EQ(ReadAudio(File("out.mkv")).samples, ReadAudio(File("in.mkv")).samples);
     }
 }
@@ -215,7 +210,6 @@ TEST_F(Audio, LostPacketsBecomeSilence) {
         SCOPED_TRACE(loss);
         Make(File("in.mka"), s_burst + "-c:a aac " + loss);
         Media::RunOptions options = AudioOptions("in.mka", "out.wav");
-        options.overwrite = true;
         Media::RunResult const result = Media::Run(options);
         EXPECT_EQ(testing::Value(result.notes, Contains(HasSubstr("filled with silence, 0.02"))),
                   *loss != '\0');

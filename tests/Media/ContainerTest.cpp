@@ -33,23 +33,6 @@ std::string NameFor(Media::ContainerTraits const& traits) {
 
 using Containers = RunFixture;
 
-TEST_F(Containers, RowsFitFFmpeg) {
-    for (Media::ContainerTraits const& traits : Media::ListTraits()) {
-        SCOPED_TRACE(traits.name);
-        AVOutputFormat const* const format =
-            av_guess_format(std::string(traits.name).c_str(), nullptr, nullptr);
-        ASSERT_NE(format, nullptr);
-        EXPECT_EQ(&Media::GetTraits(*format), &traits);
-        for (auto const& list : {traits.videoEncoders, traits.audioEncoders, {traits.textEncoder, nullptr}})
-            for (char const* name : list)
-                if (AVCodec const* const encoder =
-                        name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr) {
-                    EXPECT_NE(avformat_query_codec(format, encoder->id, FF_COMPLIANCE_NORMAL), 0) << name;
-                    EXPECT_TRUE(Media::IsKnownIn(*format, encoder->id)) << name;
-                }
-    }
-}
-
 // As a copy, or re-encoded where the container does not take it, whatever FFmpeg says.
 TEST_F(Containers, AudioOfAnyCodecGetsThere) {
     for (char const* codec : {"pcm_s16le wav", "pcm_s24be aiff", "flac flac", "libopus opus", "libvorbis ogg",
@@ -68,7 +51,6 @@ TEST_F(Containers, AudioOfAnyCodecGetsThere) {
             SCOPED_TRACE(codec + (" into " + output));
             try {
                 Media::RunOptions options = AudioOptions(input, output, {});
-                options.overwrite = true;
                 Media::Run(options);
                 auto const audio = ReadMedia(File(output)).Of("audio");
                 ASSERT_EQ(audio.size(), 1U);
@@ -107,7 +89,6 @@ TEST_F(Containers, SubtitlesGetThere) {
             SCOPED_TRACE(input + " into " + to.output);
             Media::RunOptions options = Options(input, to.output);
             options.makeVideoEffects = nullptr;
-            options.overwrite = true;
             auto const notes = Media::Run(options).notes;
             auto texts = ReadMedia(File(to.output)).Of("subtitle");
             if (to.codecs.empty()) {
@@ -151,7 +132,6 @@ TEST_F(Containers, FilmsGetThere) {
         options.makeAudioEffects = AudioThrough();
         options.mayLackVideo = true;
         options.mayLackAudio = true;
-        options.overwrite = true;
         Media::RunResult result;
         try {
             result = Media::Run(options);

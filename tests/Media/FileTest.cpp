@@ -82,7 +82,6 @@ TEST_F(Input, ThatBreaksOffIsTold) {
                 AudioOptions("cut" + extension, isPicture ? "out.png" : "out.mkv", {});
             options.makeVideoEffects = PassThrough();
             options.mayLackVideo = true;
-            options.overwrite = true;
             auto const notes = Media::Run(options).notes;
             if (!isCut) {
                 EXPECT_THAT(notes, testing::Each(testing::Not(testing::ContainsRegex("breaks|damaged"))));
@@ -102,12 +101,7 @@ TEST_F(Input, WithNothingThatDecodesIsRefused) {
     EXPECT_EQ(RunForFailure<Media::InputException>(Options("in.avi", "out.mp4")),
               "No picture of \"" + File("in.avi").string() +
                   "\" can be decoded: Invalid data found when processing input");
-    // The table at its end is gone.
-    Make(File("late.mp4"), s_pictures + s_bFrames);
-    Write("late.mp4", Read("late.mp4").substr(0, 1000));
-    EXPECT_EQ(RunForFailure<Media::InputException>(Options("late.mp4", "out.mp4")),
-              "Cannot open \"" + File("late.mp4").string() + "\": Invalid data found when processing input");
-    EXPECT_THAT(List(), ElementsAre("good.avi", "in.avi", "late.mp4"));
+    EXPECT_THAT(List(), ElementsAre("good.avi", "in.avi"));
 }
 
 // Matroska states where the film ends, not how long it is.
@@ -142,6 +136,7 @@ protected:
 // Somebody else takes the name while the run is on.
 TEST_F(Output, NeverReplacesWhatAppearedInTheMeantime) {
     Media::RunOptions options = Options("in.mp4", "out.mp4");
+    options.overwrite = false;
     options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
         Write("out.mp4", "somebody else's");
         return Pictures{picture};
@@ -157,7 +152,6 @@ TEST_F(Output, ReplacesWithinItsLinkAndKeepsTheRights) {
     chmod(File("old.mp4").c_str(), 0640);
     std::filesystem::create_symlink("old.mp4", File("link.mp4"));
     Media::RunOptions options = Options("in.mp4", "link.mp4");
-    options.overwrite = true;
     bool wasOld = false;
     options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
         wasOld = Read("old.mp4") == "old";

@@ -119,7 +119,6 @@ TEST_F(LongFilm, MemoryStaysFlat) {
         SCOPED_TRACE(row.film + " row " + std::to_string(&row - cases));
         Make(File("in.mkv"), row.film + (row.film.ends_with(vp9) ? "" : "-c:v mpeg4 ") + "-c:a pcm_s16le");
         Media::RunOptions options = Options("in.mkv", "out.mkv");
-        options.overwrite = true;
         options.videoEncoder = row.video ? row.encoder : "";
         options.makeVideoEffects = row.video;
         options.makeAudioEffects = row.audio;
@@ -141,7 +140,6 @@ TEST_F(LongFilm, AudioLiesBesideThePictures) {
     EXPECT_LT(usual, 500000);
     for (std::size_t const pictures : {0U, 100U, 10000U}) {
         Media::RunOptions options = Options("in.mkv", "out.mkv");
-        options.overwrite = true;
         options.videoEncoder = "mpeg4";
         options.makeVideoEffects = HoldBackPictures(pictures);
         Media::Run(options);

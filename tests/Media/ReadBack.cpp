@@ -1,22 +1,22 @@
 #include "ReadBack.h"
 
+#include "Conf/FFmpegFormats.h"
+#include "Media/Base/FFmpegOwners.h"
 #include "Media/Base/FFmpegVersions.h"
 #include "Media/Container/InputStreams.h"
 #include "Proc/Wrappers/SafeFrame.h"
+#include "Support/Audio.h"
 #include "Support/Process.h"
 
 #include <algorithm>
-#include <array>
+#include <cmath>
 #include <span>
-#include <sstream>
 #include <stdexcept>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libavutil/display.h>
 #include <libavutil/imgutils.h>
-#include <libavutil/mastering_display_metadata.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -69,23 +69,6 @@ double GetBrightness(AVFrame const& frame) {
     return sum / bytes / frame.height;
 }
 
-template <class Struct>
-Struct const* GetAs(AVStream const& stream, AVPacketSideDataType type) {
-    auto const data = Media::GetSideData(stream, type);
-    return data.size() >= sizeof(Struct) ? reinterpret_cast<Struct const*>(data.data()) : nullptr;
-}
-
-std::string DescribeLight(AVMasteringDisplayMetadata const* display, AVContentLightMetadata const* light) {
-    std::ostringstream text;
-    text.precision(4);
-    if (display != nullptr)
-        text << "max " << av_q2d(display->max_luminance) << " white " << av_q2d(display->white_point[0])
-             << ' ';
-    if (light != nullptr)
-        text << "cll " << light->MaxCLL << ' ' << light->MaxFALL;
-    return text.str();
-}
-
 StreamRecord Describe(AVStream const& stream) {
     AVCodecParameters const& parameters = *stream.codecpar;
     StreamRecord record;
@@ -97,9 +80,6 @@ StreamRecord Describe(AVStream const& stream) {
     if (parameters.extradata != nullptr)
         record.extradata.assign(parameters.extradata, parameters.extradata + parameters.extradata_size);
     record.hasMatrix = !Media::GetSideData(stream, AV_PKT_DATA_DISPLAYMATRIX).empty();
-    record.lightLevels =
-        DescribeLight(GetAs<AVMasteringDisplayMetadata>(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA),
-                      GetAs<AVContentLightMetadata>(stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL));
     return record;
 }
 
@@ -114,21 +94,56 @@ void DescribeVideo(AVFrame const& frame, AVRational aspect, MediaRecord& record)
     record.fields = Proc::GetFrameFieldOrder(frame);
 }
 
-/// Decodes what the packet gives; null: what is left.
-void Decode(AVCodecContext& decoder, AVPacket const* packet, AVFormatContext& context, AVStream& stream,
-            MediaRecord& record) {
-    avcodec_send_packet(&decoder, packet);
+Media::UniqueInput OpenInput(std::filesystem::path const& path) {
+    AVFormatContext* opened = nullptr;
+    Check(avformat_open_input(&opened, path.c_str(), nullptr, nullptr), "cannot be opened");
+    Media::UniqueInput context(opened);
+    Check(avformat_find_stream_info(context.get(), nullptr), "has no streams");
+    return context;
+}
+
+Media::UniqueCodecContext OpenDecoder(AVStream const& stream) {
+    AVCodec const* const codec = avcodec_find_decoder(stream.codecpar->codec_id);
+    Media::UniqueCodecContext decoder(avcodec_alloc_context3(codec));
+    avcodec_parameters_to_context(decoder.get(), stream.codecpar);
+    decoder->pkt_timebase = stream.time_base;
+    Check(avcodec_open2(decoder.get(), codec, nullptr), "cannot be decoded");
+    return decoder;
+}
+
+/// Shows every packet, and the frames of the stream of that index; −1: of none.
+template <class OnPacket, class OnFrame>
+void ReadThrough(AVFormatContext& context, int index, OnPacket const& onPacket, OnFrame const& onFrame) {
+    auto const decoder = index >= 0 ? OpenDecoder(*context.streams[index]) : Media::UniqueCodecContext();
+    Media::UniquePacket const packet = Media::MakePacket();
     Proc::SafeFrame frame;
-    while (avcodec_receive_frame(&decoder, frame.Get()) >= 0) {
-        if (record.pictures.empty()) {
-            AVRational const rate = av_guess_frame_rate(&context, &stream, nullptr);
-            record.rate = std::to_string(rate.num) + "/" + std::to_string(rate.den);
-            DescribeVideo(*frame, av_guess_sample_aspect_ratio(&context, &stream, frame.Get()), record);
-        }
-        record.pictures.push_back({ToNanoseconds(frame->best_effort_timestamp, stream.time_base),
-                                   ToNanoseconds(Proc::GetFrameDuration(*frame), stream.time_base),
-                                   Hash(*frame)});
+    for (bool isOver = false; !isOver; av_packet_unref(packet.get())) {
+        isOver = av_read_frame(&context, packet.get()) < 0;
+        if (!isOver)
+            onPacket(*packet);
+        if (index < 0 || (!isOver && packet->stream_index != index))
+            continue;
+        avcodec_send_packet(decoder.get(), isOver ? nullptr : packet.get());
+        while (avcodec_receive_frame(decoder.get(), frame.Get()) >= 0)
+            onFrame(*frame);
     }
+}
+
+void Add(AVFrame const& frame, AVRational timeBase, AudioRecord& record) {
+    double const time = static_cast<double>(frame.best_effort_timestamp) * av_q2d(timeBase);
+    if (record.samples.empty()) {
+        record.start = time;
+        record.rate = frame.sample_rate;
+        record.channels = frame.ch_layout.nb_channels;
+        record.format = av_get_sample_fmt_name(static_cast<AVSampleFormat>(frame.format));
+        record.layout = Conf::TarselFromAVChannelLayout(frame.ch_layout).GetName();
+    } else if (frame.best_effort_timestamp != AV_NOPTS_VALUE &&
+               std::abs(time - record.start - record.GetDuration()) > 0.003) {
+        throw std::runtime_error("has a gap");
+    }
+    for (int i = 0; i < frame.nb_samples; ++i)
+        for (int channel = 0; channel < record.channels; ++channel)
+            record.samples.push_back(GetNumber(frame, channel, i));
 }
 
 } // namespace
@@ -154,23 +169,6 @@ std::vector<std::uint64_t> MediaRecord::GetHashes() const {
     return hashes;
 }
 
-Media::UniqueInput OpenInput(std::filesystem::path const& path) {
-    AVFormatContext* opened = nullptr;
-    Check(avformat_open_input(&opened, path.c_str(), nullptr, nullptr), "cannot be opened");
-    Media::UniqueInput context(opened);
-    Check(avformat_find_stream_info(context.get(), nullptr), "has no streams");
-    return context;
-}
-
-Media::UniqueCodecContext OpenDecoder(AVStream const& stream) {
-    AVCodec const* const codec = avcodec_find_decoder(stream.codecpar->codec_id);
-    Media::UniqueCodecContext decoder(avcodec_alloc_context3(codec));
-    avcodec_parameters_to_context(decoder.get(), stream.codecpar);
-    decoder->pkt_timebase = stream.time_base;
-    Check(avcodec_open2(decoder.get(), codec, nullptr), "cannot be decoded");
-    return decoder;
-}
-
 MediaRecord ReadMedia(std::filesystem::path const& path) {
     Media::UniqueInput const context = OpenInput(path);
     MediaRecord record;
@@ -186,64 +184,58 @@ MediaRecord ReadMedia(std::filesystem::path const& path) {
     }
 
     int const picture = av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    Media::UniqueCodecContext const decoder =
-        picture >= 0 ? OpenDecoder(*context->streams[picture]) : Media::UniqueCodecContext();
-    Media::UniquePacket const packet = Media::MakePacket();
-    while (av_read_frame(context.get(), packet.get()) >= 0) {
-        AVRational const timeBase = context->streams[packet->stream_index]->time_base;
-        record.streams[static_cast<std::size_t>(packet->stream_index)].packets.push_back(
-            {ToNanoseconds(packet->pts, timeBase), ToNanoseconds(packet->dts, timeBase),
-             ToNanoseconds(packet->duration, timeBase), packet->flags,
-             Text({packet->data, static_cast<std::size_t>(packet->size)})});
-        if (packet->stream_index == picture)
-            Decode(*decoder, packet.get(), *context, *context->streams[picture], record);
-        av_packet_unref(packet.get());
+    auto const addPacket = [&](AVPacket const& packet) {
+        AVRational const timeBase = context->streams[packet.stream_index]->time_base;
+        record.streams[static_cast<std::size_t>(packet.stream_index)].packets.push_back(
+            {ToNanoseconds(packet.pts, timeBase), ToNanoseconds(packet.dts, timeBase),
+             ToNanoseconds(packet.duration, timeBase), packet.flags,
+             Text({packet.data, static_cast<std::size_t>(packet.size)})});
+    };
+    ReadThrough(*context, picture, addPacket, [&](AVFrame& frame) {
+        AVStream& stream = *context->streams[picture];
+        if (record.pictures.empty()) {
+            AVRational const rate = av_guess_frame_rate(context.get(), &stream, nullptr);
+            record.rate = std::to_string(rate.num) + "/" + std::to_string(rate.den);
+            DescribeVideo(frame, av_guess_sample_aspect_ratio(context.get(), &stream, &frame), record);
+        }
+        record.pictures.push_back({ToNanoseconds(frame.best_effort_timestamp, stream.time_base),
+                                   ToNanoseconds(Proc::GetFrameDuration(frame), stream.time_base),
+                                   Hash(frame)});
+    });
+    return record;
+}
+
+double AudioRecord::GetMiddle() const {
+    double energy = 0;
+    double moment = 0;
+    for (std::size_t i = 0; i < samples.size(); i += static_cast<std::size_t>(channels)) {
+        double const power = samples[i] * samples[i];
+        energy += power;
+        moment += power * static_cast<double>(i);
     }
-    if (picture >= 0)
-        Decode(*decoder, nullptr, *context, *context->streams[picture], record);
+    return start + moment / energy / channels / rate;
+}
+
+AudioRecord ReadAudio(std::filesystem::path const& path, int number) {
+    Media::UniqueInput const context = OpenInput(path);
+    AVStream const* stream = nullptr;
+    for (unsigned i = 0; i < context->nb_streams; ++i)
+        if (context->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO && number-- == 0)
+            stream = context->streams[i];
+    if (stream == nullptr)
+        throw std::runtime_error("has no such stream");
+
+    AudioRecord record;
+    record.codec = avcodec_get_name(stream->codecpar->codec_id);
+    ReadThrough(
+        *context, stream->index, [](AVPacket const&) {},
+        [&](AVFrame const& frame) { Add(frame, stream->time_base, record); });
     return record;
 }
 
 std::filesystem::path Make(std::filesystem::path const& file, std::string const& arguments) {
     RunFFmpeg("-y " + arguments, {file});
     return file;
-}
-
-std::filesystem::path Remux(std::filesystem::path const& from, std::filesystem::path const& to,
-                            std::function<void(AVFormatContext&)> const& edit) {
-    Media::UniqueInput const input = OpenInput(from);
-    AVFormatContext* made = nullptr;
-    avformat_alloc_output_context2(&made, nullptr, nullptr, to.c_str());
-    Media::UniqueFormat const output(made);
-    AVIOContext* io = nullptr;
-    Check(avio_open(&io, to.c_str(), AVIO_FLAG_WRITE), "cannot be written");
-    Media::UniqueFile const file(io);
-    output->pb = io;
-    for (unsigned i = 0; i < input->nb_streams; ++i) {
-        if (input->streams[i]->discard == AVDISCARD_ALL)
-            break; // the chapters' track, the last one, is made anew
-        Media::CopyStream(*input->streams[i], *avformat_new_stream(made, nullptr));
-        made->streams[i]->codecpar->codec_tag = 0;
-    }
-    Media::CopyChapters(*input, *made);
-    av_dict_copy(&made->metadata, input->metadata, 0);
-    edit(*made);
-    Check(avformat_write_header(made, nullptr), "takes no such streams");
-    Media::UniquePacket const packet = Media::MakePacket();
-    while (av_read_frame(input.get(), packet.get()) >= 0) {
-        auto const index = static_cast<unsigned>(packet->stream_index);
-        av_packet_rescale_ts(packet.get(), input->streams[index]->time_base, made->streams[index]->time_base);
-        Check(av_interleaved_write_frame(made, packet.get()), "takes no such packet");
-    }
-    Check(av_write_trailer(made), "cannot be finished");
-    return to;
-}
-
-void TagAsTurned(AVFormatContext& context) {
-    std::array<std::int32_t, 9> words{};
-    av_display_rotation_set(words.data(), 90);
-    auto const* const bytes = reinterpret_cast<std::uint8_t const*>(words.data());
-    Media::SetSideData(*context.streams[0], AV_PKT_DATA_DISPLAYMATRIX, {bytes, sizeof(words)});
 }
 
 } // namespace Tarsel::Test

@@ -1,18 +1,13 @@
 #pragma once
 
-#include "Media/Base/FFmpegOwners.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <ostream>
 #include <string>
 #include <vector>
-
-struct AVFormatContext;
-struct AVStream;
 
 /// What is in a media file, read by plain FFmpeg calls. Times in nanoseconds, so that equal times of
 /// different time bases are equal.
@@ -53,8 +48,6 @@ struct StreamRecord {
     int disposition = 0;
     std::string extradata;
     bool hasMatrix = false;
-    /// Mastering display and content light side data: "max 1000 white 0.3127 cll 1000 400".
-    std::string lightLevels;
     std::vector<PacketRecord> packets;
 };
 
@@ -100,22 +93,30 @@ struct MediaRecord {
     std::vector<std::uint64_t> GetHashes() const;
 };
 
-/// An opened file whose streams are known. Throws std::runtime_error when it cannot be read.
-Media::UniqueInput OpenInput(std::filesystem::path const& path);
-/// A decoder of the stream, ready for packets.
-Media::UniqueCodecContext OpenDecoder(AVStream const& stream);
-
 /// Throws std::runtime_error when the file cannot be read.
 MediaRecord ReadMedia(std::filesystem::path const& path);
 
+/// An audio stream, decoded by plain FFmpeg calls.
+struct AudioRecord {
+    std::string codec;
+    std::string format;
+    std::string layout;
+    int rate = 0;
+    int channels = 0;
+    /// Of the first sample, in seconds.
+    double start = 0;
+    /// All samples, a channel after the other at each time; integers as they are.
+    std::vector<double> samples;
+
+    double GetDuration() const { return static_cast<double>(samples.size()) / channels / rate; }
+    /// Where the middle of the first channel's energy lies, in seconds.
+    double GetMiddle() const;
+};
+
+/// Decodes the audio stream of that number. Throws std::runtime_error when there is none, or a gap in it.
+AudioRecord ReadAudio(std::filesystem::path const& path, int number = 0);
+
 /// Runs the ffmpeg program: its arguments, separated by blanks, then the file to make. Throws when it fails.
 std::filesystem::path Make(std::filesystem::path const& file, std::string const& arguments);
-
-/// Copies a file's streams and packets into another, which `edit` may change before its header is written.
-std::filesystem::path Remux(std::filesystem::path const& from, std::filesystem::path const& to,
-                            std::function<void(AVFormatContext&)> const& edit);
-
-/// As a recorder that was held sideways does: a display matrix of 90 degrees.
-void TagAsTurned(AVFormatContext& context);
 
 } // namespace Tarsel::Test

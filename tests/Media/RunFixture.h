@@ -38,11 +38,9 @@ protected:
     /// Names in the folder, sorted.
     std::vector<std::string> List() const { return m_folder.List(); }
 
-    /// Options that pass pictures through unchanged.
+    /// Options that pass pictures through unchanged, into a file that may be there already.
     Media::RunOptions Options(std::string const& input, std::string const& output) const {
-        Media::RunOptions options;
-        options.input = File(input);
-        options.output = File(output);
+        Media::RunOptions options = AudioOptions(input, output, {});
         options.makeVideoEffects = PassThrough();
         return options;
     }
@@ -54,6 +52,7 @@ protected:
         options.input = File(input);
         options.output = File(output);
         options.makeAudioEffects = std::move(chain);
+        options.overwrite = true;
         return options;
     }
 
@@ -70,19 +69,20 @@ protected:
     TempFolder m_folder;
 };
 
+/// A run, and what is in its files.
+struct Trip {
+    explicit Trip(Media::RunOptions const& options)
+        : result(Media::Run(options)), in(ReadMedia(options.input)), out(ReadMedia(options.output)) {}
+
+    Media::RunResult result;
+    MediaRecord in;
+    MediaRecord out;
+};
+
 /// Runs, expecting an exception of the type; its text.
 template <class E>
 std::string RunForFailure(Media::RunOptions const& options, std::stop_token stop = {}) {
     return TextOf<E>([&] { Media::Run(options, std::move(stop)); });
 }
-
-/// A row of a table of tests.
-struct NamedCase {
-    std::string name;
-    friend void PrintTo(NamedCase const& row, std::ostream* stream) { *stream << row.name; }
-};
-
-/// For INSTANTIATE_TEST_SUITE_P.
-constexpr auto s_caseName = [](auto const& row) { return row.param.name; };
 
 } // namespace Tarsel::Test

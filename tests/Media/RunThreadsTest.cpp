@@ -30,7 +30,6 @@ protected:
         auto const before = CountThreads();
         auto most = before;
         Media::RunOptions options = Options("in.mp4", output);
-        options.overwrite = true;
         options.videoEncoder = encoder;
         options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
             most = std::max(most, CountThreads());
@@ -78,14 +77,11 @@ TEST_F(RunThreads, OneIsEnough) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         return Pictures{picture};
     });
-    Media::Run(options);
+    auto const [result, in, out] = Trip(options);
     EXPECT_GT(reports, 2);
-    MediaRecord const in = ReadMedia(File("in.mp4"));
-    MediaRecord const out = ReadMedia(File("out.mp4"));
     EXPECT_EQ(out.pictures, in.pictures);
     EXPECT_EQ(out.streams.at(1).packets, in.streams.at(1).packets);
 
-    options.overwrite = true;
     std::stop_source stop;
     int pictures = 0;
     options.makeVideoEffects = MakeEffects([&](Picture const& picture) {

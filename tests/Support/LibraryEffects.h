@@ -25,17 +25,7 @@ inline SP<Host::EffectFactory const> const& GetFactory() {
 }
 
 inline SP<Proc::IEffect> CreateEffect(Host::EffectEntry const& entry) {
-    switch (entry.GetKind()) {
-    case Host::EffectKind::Video:
-        return GetFactory()->CreateVideoEffect(entry.classId, entry.implName, {});
-    case Host::EffectKind::Audio:
-        return GetFactory()->CreateAudioEffect(entry.classId, entry.implName, {});
-    case Host::EffectKind::TwoInputVideo:
-        return GetFactory()->CreateTwoInputVideoEffect(entry.classId, entry.implName, {});
-    case Host::EffectKind::TwoInputAudio:
-        break;
-    }
-    return nullptr;
+    return GetFactory()->Create(entry);
 }
 
 /// A settings class, by what a new effect has.

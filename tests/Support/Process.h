@@ -4,14 +4,12 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -31,19 +29,14 @@ struct ProcessResult {
 /// and is killed when it takes longer than a minute.
 class Process {
 public:
-    /// What the program's standard error is.
-    enum class ErrorOutput { Pipe, Terminal };
-
-    /// `arguments` begin with the program, looked up in PATH when it has no '/'. A terminal is `columns`
-    /// wide.
-    explicit Process(std::vector<std::string> const& arguments, ErrorOutput errorOutput = ErrorOutput::Pipe,
-                     unsigned short columns = 80) {
+    /// `arguments` begin with the program, looked up in PATH when it has no '/'.
+    explicit Process(std::vector<std::string> const& arguments) {
         posix_spawn_file_actions_t files;
         posix_spawn_file_actions_init(&files);
         posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         int const out = OpenPipe(m_out);
         posix_spawn_file_actions_adddup2(&files, out, STDOUT_FILENO);
-        int const err = errorOutput == ErrorOutput::Pipe ? OpenPipe(m_err) : OpenTerminal(m_err, columns);
+        int const err = OpenPipe(m_err);
         posix_spawn_file_actions_adddup2(&files, err, STDERR_FILENO);
 
         posix_spawnattr_t attributes;
@@ -112,16 +105,7 @@ private:
         return ends[1];
     }
 
-    static int OpenTerminal(int& controlEnd, unsigned short columns) {
-        controlEnd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        if (controlEnd < 0 || grantpt(controlEnd) != 0 || unlockpt(controlEnd) != 0)
-            throw std::system_error(errno, std::generic_category(), "terminal");
-        winsize const size{24, columns, 0, 0};
-        ioctl(controlEnd, TIOCSWINSZ, &size);
-        return open(ptsname(controlEnd), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    }
-
-    /// False at the end, which is an error (EIO) for a terminal.
+    /// False at the end.
     static bool Read(int end, std::string& text) {
         std::array<char, 4096> block{};
         ssize_t const count = read(end, block.data(), block.size());

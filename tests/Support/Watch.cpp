@@ -26,21 +26,6 @@ void CountSources(void* context, int, char const* format, va_list) {
 
 } // namespace
 
-LogWatch::LogWatch(int verbosity) {
-    FLAGS_v = verbosity;
-    google::AddLogSink(this);
-}
-
-LogWatch::~LogWatch() {
-    google::RemoveLogSink(this);
-    FLAGS_v = m_before;
-}
-
-void LogWatch::send(google::LogSeverity, char const*, char const* file, int, google::LogMessageTime const&,
-                    char const* message, std::size_t length) {
-    m_lines.push_back(file + std::string(": ") + std::string(message, length));
-}
-
 FFmpegWatch::FFmpegWatch() {
     s_graphs = 0;
     av_log_set_callback(CountSources);

@@ -30,34 +30,6 @@ void AddSamples(std::span<LevelTrack> tracks, std::vector<Samples> const& sample
              tracks);
 }
 
-// Nor on what else is measured. Where there are too many rows, the step doubles.
-TEST(Levels, RowsDoNotDependOnTheBlocks) {
-    Samples const all{0, -0.1, -0.2, -0.3, -0.4, -0.5, -0.6, 0.04, -0.9, -0.7};
-    for (std::size_t const blockSize : {1U, 3U, 10U}) {
-        std::vector<LevelTrack> tracks{{1, 2.5}, {1, 1, 4}};
-        for (std::size_t i = 0; i < all.size(); i += blockSize)
-            AddSamples(tracks, {Samples(all.data() + i, all.data() + std::min(i + blockSize, all.size()))});
-        EXPECT_THAT(GetLengths(tracks[0]), ElementsAre(3, 2, 3, 2));
-        EXPECT_THAT(GetLengths(tracks[1]), ElementsAre(4, 4, 2));
-        EXPECT_EQ(tracks[0].GetStart(1), 3);
-        EXPECT_EQ(tracks[0].GetStart(4), 10);
-        EXPECT_EQ(tracks[1].GetStart(2), 8);
-        EXPECT_DOUBLE_EQ(tracks[0].GetRows()[1][0].GetPeak(), 0.4);
-        EXPECT_DOUBLE_EQ(tracks[1].GetRows()[1][0].highest, 0.04);
-        EXPECT_DOUBLE_EQ(tracks[1].GetRows()[2][0].lowest, -0.9);
-        for (LevelTrack const& track : tracks) {
-            EXPECT_DOUBLE_EQ(track.GetWhole()[0].GetPeak(), 0.9);
-            EXPECT_NEAR(track.GetWhole()[0].GetRms(), std::sqrt(2.2116 / 10), 1e-12);
-        }
-    }
-}
-
-TEST(Levels, UsualIntervalsMakeAPageOfRows) {
-    for (auto const& [seconds, interval] : std::vector<std::pair<double, double>>{
-             {0, 1}, {0.01, 0.1}, {4, 0.1}, {4.01, 0.2}, {180, 5}, {7200, 300}, {1e9, 3600}})
-        EXPECT_EQ(ChooseInterval(static_cast<std::int64_t>(seconds * 1e6)), interval) << seconds;
-}
-
 /// The kinds of pixels from top to bottom: blue and light blue, red and light red, others.
 std::string ReadColumn(Proc::IDataVideo const& picture, std::uint32_t column) {
     auto const plane = picture.GetReadOnlyPlane(0);

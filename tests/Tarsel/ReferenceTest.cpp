@@ -117,10 +117,8 @@ TEST_F(ReferenceTool, AreUprightAndInStep) {
     Proc::ReadOnlyPlane const after = shown->GetReadOnlyPlane(0);
     for (std::uint32_t x = 0; x < 48; ++x)
         ASSERT_EQ(after.data[x], before.data[(47 - x) * before.lineSize]);
-    EXPECT_EQ(frames(1039000 - 1), shown);
-    auto const second = frames(1040000);
-    EXPECT_NE(second, shown);
-    EXPECT_EQ(frames(1040001), second);
+    EXPECT_EQ(frames(1038999), shown);
+    EXPECT_NE(frames(1040000), shown);
     EXPECT_THAT(references->GetNotes(), IsEmpty());
 
     SetDisplayMatrix("film.mp4", Conf::DisplayMatrix::FromRotation(30));
@@ -136,34 +134,25 @@ TEST_F(ReferenceTool, BadOnesAreToldAndNothingIsLeft) {
     MakeFirst();
     MakeFilm("audio.m4a", "-f lavfi -i sine=duration=0.1");
     WriteFile("text.mp4", "words, no film\n");
-    std::string const needs =
-        "-e \"midequalizer\": midequalizer works on two inputs: give it reference=FILE, a "
-        "video or an image, for the second*";
-    std::string const cannot = "reference: Cannot open ";
-    struct {
-        std::string step;
-        int exitCode;
-        std::string error;
-    } const cases[] = {
-        {"midequalizer", 1, needs},
-        {"midequalizer planes=3 reference=", 1,
-         "-e \"midequalizer planes=3 reference=\": midequalizer works on *"},
-        {"midequalizer reference=a reference=b", 1,
-         "-e \"midequalizer reference=a reference=b\": midequalizer: \"reference\" is given twice"},
-        {"midequalizer planes=16 reference=first.mkv", 1,
-         "-e \"midequalizer planes=16 reference=first.mkv\": midequalizer: planes=16 is out of range*"},
-        {"flip reference=first.mkv", 1,
-         "-e \"flip reference=first.mkv\": flip: unknown key \"reference\"; the keys are *"},
-        {"midequalizer reference=missing.mp4", 2, cannot + "\"missing.mp4\": No such file or directory"},
-        {"midequalizer reference=.", 2, cannot + "\".\"*"},
-        {"midequalizer reference=text.mp4", 2, cannot + "\"text.mp4\"*"},
-        {"midequalizer reference=audio.m4a", 2, "reference: \"audio.m4a\" has no pictures"},
-    };
     MakeFilm("other.mkv", "-f lavfi -i testsrc2=size=64x48:duration=0.1");
-    ExpectRefusals({{"run first.mkv other.mkv --overwrite -e 'midequalizer reference=other.mkv'", 1,
-                     "Choose another output: \"other.mkv\" is the reference of a step"}});
-    for (auto const& [step, exitCode, error] : cases)
-        ExpectRefusals({{"run first.mkv out.mkv -e '" + step + "'", exitCode, error}});
+    auto const run = [](std::string const& step) { return "run first.mkv out.mkv -e '" + step + "'"; };
+    std::string const cannot = "reference: Cannot open ";
+    ExpectRefusals({
+        {"run first.mkv other.mkv --overwrite -e 'midequalizer reference=other.mkv'", 1,
+         "Choose another output: \"other.mkv\" is the reference of a step"},
+        {run("midequalizer"), 1,
+         "-e \"midequalizer\": midequalizer works on two inputs: give it reference=FILE, a video or an "
+         "image, for the second*"},
+        {run("midequalizer planes=3 reference="), 1,
+         "-e \"midequalizer planes=3 reference=\": midequalizer works on *"},
+        {run("midequalizer reference=a reference=b"), 1,
+         "-e \"midequalizer reference=a reference=b\": midequalizer: \"reference\" is given twice"},
+        {run("flip reference=first.mkv"), 1,
+         "-e \"flip reference=first.mkv\": flip: unknown key \"reference\"; the keys are *"},
+        {run("midequalizer reference=missing.mp4"), 2, cannot + "\"missing.mp4\": No such file or directory"},
+        {run("midequalizer reference=text.mp4"), 2, cannot + "\"text.mp4\"*"},
+        {run("midequalizer reference=audio.m4a"), 2, "reference: \"audio.m4a\" has no pictures"},
+    });
 }
 
 TEST_F(ReferenceTool, InterruptedRunLeavesNothing) {
@@ -174,21 +163,6 @@ TEST_F(ReferenceTool, InterruptedRunLeavesNothing) {
     auto const result = Interrupt("run 25.mp4 out.mkv -e 'midequalizer reference=800.mp4'", 3, SIGINT);
     EXPECT_THAT(result.err, testing::Not(HasSubstr("error")));
     EXPECT_THAT(result.err, HasSubstr("the run was stopped"));
-}
-
-TEST_F(ReferenceTool, ListAndExplainKnowThem) {
-    EXPECT_EQ(Run("list midequalizer").out,
-              "midequalizer (two-input video)\n"
-              "  brings light and contrast midway to those of a second picture\n"
-              "  It takes its second frames from reference=FILE, a video or an image; may\n"
-              "  change alpha, full range.\n"
-              "    planes  sum of the planes to work on: 1 for the first, 2, 4, 8\n"
-              "            integer, 0 to 15, default 15\n");
-    auto const explained =
-        Run("explain -e 'flip horizontal=1' -e 'midequalizer planes=3 reference=nowhere.mp4' "
-            "--frame 64x48:pal8");
-    EXPECT_EQ(explained.err, "");
-    EXPECT_THAT(explained.out, HasSubstr("\nstep 2 (midequalizer)\n  filter: midequalizer=planes=3\n"));
 }
 
 } // namespace

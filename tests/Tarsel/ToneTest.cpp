@@ -5,12 +5,7 @@
 namespace Tarsel::Tools {
 namespace {
 
-class ToneTool : public Tool {
-protected:
-    static std::string Probe(std::string const& file) {
-        return Tool::Probe(file, "stream=codec_name,sample_rate,channels,duration_ts");
-    }
-};
+using ToneTool = Tool;
 
 TEST_F(ToneTool, MakesWhatTheSourceGives) {
     struct {
@@ -40,12 +35,12 @@ TEST_F(ToneTool, MakesWhatTheSourceGives) {
 
 TEST_F(ToneTool, ConvertsRateAndLayout) {
     RunForNotes("tone out.flac --duration 0.5 --rate 48000 --layout 5.1");
-    EXPECT_EQ(Probe("out.flac"), "flac 48000 6 24000");
+    EXPECT_EQ(ProbeAudio("out.flac"), "flac 48000 6 24000");
     // Double precision is for work, not for files.
     RunForNotes("tone out.wav --source aevalsrc=0.1:s=8000 --duration 1");
-    EXPECT_EQ(Probe("out.wav"), "pcm_f32le 8000 1 8000");
+    EXPECT_EQ(ProbeAudio("out.wav"), "pcm_f32le 8000 1 8000");
     RunForNotes("tone out.mka --audio-codec aac --audio-option b=64k");
-    EXPECT_THAT(Probe("out.mka"), testing::StartsWith("aac 44100 1 "));
+    EXPECT_THAT(ProbeAudio("out.mka"), testing::StartsWith("aac 44100 1 "));
 }
 
 TEST_F(ToneTool, RefusesWhatCannotBe) {
@@ -59,8 +54,6 @@ TEST_F(ToneTool, RefusesWhatCannotBe) {
         {"tone a.wav --rate 5", 1, "--rate: \"5\" is no whole number, 1000 to 768000\n*"},
         {"tone a.wav --duration 0", 1, "--duration: \"0\" is no time in seconds, 1e-06 to 1000000\n*"},
         {"tone a.wav --audio-option b", 1, "--audio-option \"b\" is not KEY=VALUE, for example b=192k"},
-        {"tone a.wav --audio-codec flaac", 1, "There is no encoder \"flaac\"; near names: *"},
-        {"tone a.xyz", 1, "Cannot write \"a.xyz\": no container is known by *"},
         {"tone a.png", 1, "Cannot write \"a.png\": it holds no audio"},
         {"tone old.wav", 1, "Cannot write \"old.wav\": it exists already and may not be overwritten"},
         {"tone no/a.wav", 4, "Cannot write \"no/a.wav\": there is no folder \"no\""},

@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
-#include <stdexcept>
 #include <thread>
 
 namespace Tarsel::Tools {
@@ -66,14 +63,6 @@ ProcessResult Tool::Interrupt(std::string const& line, std::size_t files, int si
     return result;
 }
 
-std::vector<std::string> Tool::ListFolder() {
-    std::vector<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator("."))
-        names.push_back(entry.path().filename());
-    std::ranges::sort(names);
-    return names;
-}
-
 std::string Tool::Probe(std::string const& file, std::string const& entries, std::string const& options) {
     std::string text = OutputOf("ffprobe -v error -show_data_hash md5 -of default=nw=1:nk=1 -show_entries " +
                                 entries + ' ' + options + ' ' + file);
@@ -103,25 +92,6 @@ std::string Tool::MakeFilm(std::string const& name, std::string const& options) 
 std::string Tool::MakeSmallFilm() {
     return MakeFilm("film.mp4", "-f lavfi -i testsrc2=size=64x48:rate=25:duration=2 -c:v libx264 "
                                 "-preset ultrafast -pix_fmt yuv420p");
-}
-
-void SetDisplayMatrix(std::string const& file, Conf::DisplayMatrix const& matrix) {
-    std::fstream stream(file, std::ios::binary | std::ios::in | std::ios::out);
-    std::string const content{std::istreambuf_iterator<char>(stream), {}};
-    std::size_t const box = content.find("tkhd");
-    if (box == std::string::npos || content[box + 4] != 0)
-        throw std::runtime_error(file + " has no track header of version 0");
-    // ISO/IEC 14496-12, 8.3.2: flags, five times and numbers, eight bytes, four half-words, then the matrix.
-    stream.seekp(static_cast<std::streamoff>(box) + 4 + 4 + 20 + 8 + 8);
-    for (std::int32_t const word : matrix.words)
-        for (int const shift : {24, 16, 8, 0})
-            stream.put(static_cast<char>(static_cast<std::uint32_t>(word) >> shift & 0xff));
-    if (!stream.flush())
-        throw std::runtime_error(file + " cannot be written");
-}
-
-void SetOrientation(std::string const& file, int orientation) {
-    SetDisplayMatrix(file, Conf::DisplayMatrix::FromOrientation(orientation).value());
 }
 
 } // namespace Tarsel::Tools

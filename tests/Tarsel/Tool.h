@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Conf/DisplayMatrix.h"
+#include "Support/MovieTag.h"
 #include "Support/Process.h"
 #include "Support/TempFolder.h"
 
@@ -16,6 +16,8 @@ using Tarsel::Test::Process;
 using Tarsel::Test::ProcessResult;
 using Tarsel::Test::ReadFile;
 using Tarsel::Test::RunProcess;
+using Tarsel::Test::SetDisplayMatrix;
+using Tarsel::Test::SetOrientation;
 using Tarsel::Test::WriteFile;
 
 /// A call that cannot be carried out.
@@ -43,15 +45,19 @@ protected:
     static void ExpectRefusals(std::vector<Refusal> const& refusals);
     /// Sends the signal once so many files lie in the folder, which shows that the work is under way; what
     /// lies there afterwards is what did before.
-    static ProcessResult Interrupt(std::string const& line, std::size_t files, int signal);
+    ProcessResult Interrupt(std::string const& line, std::size_t files, int signal);
 
     /// Names of what lies in the folder, in alphabetical order.
-    static std::vector<std::string> ListFolder();
+    std::vector<std::string> ListFolder() const { return m_folder.List(); }
     /// Standard output of another program.
     static std::string OutputOf(std::string const& line) { return Tarsel::Test::RunForOutput(Shell(line)); }
     /// What ffprobe tells, values parted by blanks.
     static std::string Probe(std::string const& file, std::string const& entries,
                              std::string const& options = {});
+    /// Of an audio file: "flac 44100 2 88200".
+    static std::string ProbeAudio(std::string const& file) {
+        return Probe(file, "stream=codec_name,sample_rate,channels,duration_ts");
+    }
     /// Pixels or samples of a file, as the ffmpeg program writes them with these options.
     static std::string Decode(std::string const& file, std::string const& options);
     /// Hashes of the pictures that the ffmpeg program makes with these options, in order.
@@ -65,10 +71,5 @@ private:
     std::filesystem::path m_before = std::filesystem::current_path();
     Tarsel::Test::TempFolder m_folder;
 };
-
-/// Writes the matrix into the header of an MP4 file's first track; the ffmpeg program puts pictures there.
-void SetDisplayMatrix(std::string const& file, Conf::DisplayMatrix const& matrix);
-/// The same for an EXIF orientation code.
-void SetOrientation(std::string const& file, int orientation);
 
 } // namespace Tarsel::Tools
