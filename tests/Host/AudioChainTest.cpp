@@ -41,21 +41,16 @@ SP<Proc::IOneInputEffectAudio> Replace(std::function<SP<IDataAudio>(IDataAudio c
 }
 
 /// A block that says what its frame does not hold.
-struct Liar : Core::RefCounted<IDataAudio> {
-    SampleInfo info = s_cd;
-    std::int64_t count = 10;
-    SP<IDataAudio> block = MakeBlock();
-    AVFrame* frame = block->GetAVFrame();
-
-    std::int64_t GetTime() const override { return 0; }
-    void SetTime(std::int64_t) override {}
-    std::int64_t GetDuration() const override { return 0; }
-    void SetDuration(std::int64_t) override {}
-    SampleFormats GetSampleFormat() const override { return info.format; }
+struct Liar : Proc::DataAudioFF {
+    Liar() : DataAudioFF(*MakeBlock()->GetAVFrame()) {}
     SampleInfo GetSampleInfo() const override { return info; }
     std::int64_t GetSampleCount() const override { return count; }
     AVFrame const* GetAVFrame() const override { return frame; }
     AVFrame* GetAVFrame() override { return frame; }
+
+    SampleInfo info = s_cd;
+    std::int64_t count = 10;
+    AVFrame* frame = DataAudioFF::GetAVFrame();
 };
 
 TEST(AudioChain, RefusesBlocksThatHoldLessThanTheySay) {

@@ -1,6 +1,7 @@
 // Audio goes in, audio comes out: every sample, at its time.
 
 #include "Core/ThreadBudget.h"
+#include "Media/AudioReader.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "RunFixture.h"
@@ -249,7 +250,10 @@ TEST_F(Audio, CanBeStopped) {
                                                          stop.request_stop();
                                                      return Blocks{block};
                                                  }));
+        Media::AudioReader reader(File("in.wav"), stop.get_token());
+        EXPECT_NE(reader.Next(), nullptr);
         RunForFailure<Media::InterruptedException>(options, stop.get_token());
+        EXPECT_THROW(reader.Next(), Media::InterruptedException);
         EXPECT_LT(blocks, 20);
         EXPECT_THAT(List(), ElementsAre("in.wav"));
     }

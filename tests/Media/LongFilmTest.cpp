@@ -1,7 +1,10 @@
 // Minutes of film: times do not drift, and memory does not grow with the length.
 
+#include "Media/AudioReader.h"
+#include "Media/AudioWriter.h"
 #include "Media/Base/Times.h"
 #include "Media/Container/Demuxer.h"
+#include "Proc/Data/DataAudioFF.h"
 #include "RunFixture.h"
 #include "Support/MemoryWatch.h"
 
@@ -131,6 +134,33 @@ TEST_F(LongFilm, MemoryStaysFlat) {
         EXPECT_LT(most, ceiling);
         EXPECT_EQ(CountAudioBytes("out.mkv"), CountAudioBytes("in.mkv"));
     }
+}
+
+// Five minutes of audio, 53 MB, written, run through a chain and read block by block.
+TEST_F(LongFilm, MemoryOfAudioStaysFlat) {
+    constexpr std::size_t ceiling = 8'000'000;
+    std::size_t most = 0;
+    {
+        MemoryWatch const watch;
+        Media::AudioFileOptions file;
+        file.output = File("in.wav");
+        file.format = {Conf::SampleFormats::S16, 44100, Conf::ChannelLayout::FromCount(2)};
+        Media::AudioWriter writer(file);
+        auto const block = Proc::DataAudioFF::CreateBySampleCount(file.format, 441);
+        for (std::int64_t const time : {0, 299'990'000}) { // a gap of all that time
+            block->SetTime(time);
+            writer.Write(*block);
+        }
+        writer.Publish();
+        Media::Run(AudioOptions("in.wav", "out.wav"));
+        Media::AudioReader reader(File("out.wav"));
+        std::int64_t samples = 0;
+        while (auto const read = reader.Next())
+            samples += read->GetSampleCount();
+        EXPECT_EQ(samples, std::int64_t{300} * 44100);
+        most = watch.GetMost();
+    }
+    EXPECT_LT(most, ceiling);
 }
 
 // However long the chain holds the pictures back: a player finds the audio beside them.

@@ -1,13 +1,8 @@
 // Single pictures, in and out and of films.
 
 #include "Conf/DisplayMatrix.h"
-#include "Media/ImageWriter.h"
-#include "Media/MediaExceptions.h"
 #include "Media/VideoReader.h"
-#include "Proc/Data/DataVideoFF.h"
 #include "RunFixture.h"
-#include "Support/Planes.h"
-#include "Support/Process.h"
 
 #include <cstdlib>
 #include <optional>
@@ -16,7 +11,6 @@
 namespace Tarsel::Test {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 using Still = RunFixture;
@@ -126,71 +120,18 @@ TEST_F(Still, OfAFilmIsTheOneShownThen) {
     }
 }
 
-TEST_F(Still, HoldsThePixelsThatAreWritten) {
-    SP<Proc::IDataVideo> const picture =
-        MakeSP<Proc::DataVideoFF>(MakeNoise(Conf::PixFmt::RGB24, 33, 17), Conf::FrameInfo{33, 17, 1, 1});
-    std::vector<std::uint8_t> const bytes = PlaneBytes(*picture->GetAVFrame(), 0);
-    for (std::string const name : {"out.png", "out.bmp", "out.tiff"}) {
-        EXPECT_THAT(Media::WriteImage(picture, {File(name), {}, false}), IsEmpty());
-        EXPECT_EQ(RunFFmpeg("-i", {File(name)}, "-f rawvideo -pix_fmt rgb24 -"),
-                  std::string(bytes.begin(), bytes.end()))
-            << name;
-    }
-    // What a format cannot hold is told.
-    EXPECT_THAT(Media::WriteImage(picture, {File("out.jpg"), {}, false}),
-                ElementsAre("Pictures were converted from rgb24 to yuv444p for the encoder mjpeg."));
-    EXPECT_EQ(TextOf<Media::OptionsException>([&] {
-                  (void)Media::WriteImage(picture, {File("out.png"), {}, false});
-              }),
-              "Cannot write \"" + File("out.png").string() +
-                  "\": it exists already and may not be overwritten");
-}
-
-class Reader : public RunFixture {
-protected:
-    /// Without loss, with a key frame at the start only.
-    std::filesystem::path MakeFilm(std::string const& name, std::string const& rate,
-                                   std::string const& filter) {
-        return Make(File(name), "-f lavfi -i testsrc2=s=64x48:r=" + rate + ":d=1 -vf " + filter +
-                                    " -fps_mode passthrough " + s_bFrames + "-g 100");
-    }
-};
-
-TEST_F(Reader, GivesThePictureThatIsShown) {
-    // 25 pictures from 0.52 s on.
-    auto const film = ReadMedia(MakeFilm("in.mkv", "25", "setpts=PTS+0.52/TB"));
-    Media::VideoReader reader(File("in.mkv"));
-    EXPECT_EQ(reader.GetInfo().start, 520000);
-    EXPECT_EQ(reader.GetInfo().frame, (Conf::FrameInfo{64, 48, 1, 1}));
-    struct Case {
-        std::int64_t time;
-        std::size_t picture;
-    };
-    SP<Proc::IDataVideo const> before;
-    std::size_t last = film.pictures.size();
-    for (Case const& row :
-         {Case{INT64_MIN, 0}, Case{-1, 0}, Case{0, 0}, Case{38000, 0}, Case{40000, 1},
-          Case{79000, 2}, // as good as 80000
-          Case{0, 2},     // never back
-          Case{500000, 12}, Case{518000, 12}, Case{959999, 24}, Case{1000000, 24}, Case{INT64_MAX, 24}}) {
-        SP<Proc::IDataVideo const> const shown = reader.GetShownAt(row.time);
-        ASSERT_NE(shown, nullptr);
-        EXPECT_EQ(shown->GetTime(), film.pictures.at(row.picture).time / 1000) << row.time;
-        EXPECT_EQ(shown == before, row.picture == last) << row.time;
-        before = shown;
-        last = row.picture;
-    }
-    EXPECT_THAT(reader.GetNotes(), IsEmpty());
-}
-
 // Each picture of one meets the same of the other, whatever their containers round times to.
-TEST_F(Reader, RoundedTimesMeetTheirPicture) {
+TEST_F(Still, RoundedTimesMeetTheirPicture) {
+    auto const makeFilm = [&](std::string const& name, std::string const& rate, std::string const& filter) {
+        Make(File(name), "-f lavfi -i testsrc2=s=64x48:r=" + rate + ":d=1 -vf " + filter +
+                             " -fps_mode passthrough " + s_bFrames + "-g 100");
+    };
     for (std::string const rate : {"30000/1001", "24000/1001", "60"})
         for (auto const& [one, other] : {std::pair("a.mp4", "b.mkv"), std::pair("a.mkv", "b.mp4"),
                                          std::pair("a.mkv", "b.mkv"), std::pair("a.mp4", "b.ts")}) {
             SCOPED_TRACE(rate + " " + one + " " + other);
-            MakeFilm(one, rate, "null");
-            MakeFilm(other, rate, "setpts=PTS+0.1/TB");
+            makeFilm(one, rate, "null");
+            makeFilm(other, rate, "setpts=PTS+0.1/TB");
             Media::VideoReader first(File(one));
             Media::VideoReader second(File(other));
             auto const film = ReadMedia(File(one)).pictures;

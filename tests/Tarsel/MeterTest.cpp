@@ -60,14 +60,35 @@ TEST_F(MeterTool, MeasuresFilmsLayoutsWithoutANameAndNothing) {
     EXPECT_TRUE(nothing["whole"]["levels"][0]["rmsDb"].is_null());
 }
 
-TEST_F(MeterTool, DrawsAWaveform) {
-    MakeFilm("wave.wav", "-f lavfi -i sine=duration=2");
-    for (auto const& [options, size] : {std::pair("", "1280 160"), {"--size 300x40", "300 40"}}) {
-        auto const result = Run(std::string("meter wave.wav --png wave.png --overwrite ") + options);
-        ASSERT_EQ(result.exitCode, 0) << result.err;
-        EXPECT_THAT(result.out, HasSubstr("all   -18.1   -21.1\n"));
-        EXPECT_EQ(Probe("wave.png", "stream=width,height"), size);
+/// The kinds of pixels of a picture in RGB from top to bottom: blue and light blue, red and light red,
+/// others.
+std::string ReadColumn(std::string const& picture, std::size_t width, std::size_t column) {
+    std::string kinds;
+    for (std::size_t at = 3 * column; at < picture.size(); at += 3 * width) {
+        auto const red = static_cast<unsigned char>(picture[at]);
+        auto const blue = static_cast<unsigned char>(picture[at + 2]);
+        kinds += blue > 220 ? 'B' : blue > 150 ? 'b' : red > 220 ? 'R' : red > 150 ? 'r' : '.';
     }
+    return kinds;
+}
+
+TEST_F(MeterTool, DrawsRangeAndRmsOfEachLane) {
+    // Two samples a column; shorter audio than columns is stretched.
+    MakeFilm("wave.wav",
+             "-f lavfi -i \"aevalsrc='if(lt(n\\,16)\\,0\\,if(lt(n\\,24)\\,0.5\\,if(mod(n\\,2)\\,-0.5\\,"
+             "1)))|if(mod(n\\,2)\\,-0.9\\,0)*gte(n\\,24)':s=8000,atrim=end_sample=32\" -c:a pcm_f32le");
+    auto const draw = [&](std::string const& options) {
+        auto const result = Run("meter wave.wav --png wave.png --overwrite " + options);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_THAT(result.out, HasSubstr("\n        all"));
+        return Decode("wave.png", "-pix_fmt rgb24 -f rawvideo");
+    };
+    auto const picture = draw("--size 16x20");
+    EXPECT_EQ(ReadColumn(picture, 16, 7), "....................");
+    EXPECT_EQ(ReadColumn(picture, 16, 8), "..BBBB..............");
+    EXPECT_EQ(ReadColumn(picture, 16, 12), "rRRRRRRR.......BBBbb");
+    EXPECT_EQ(ReadColumn(draw("--size 64x20"), 64, 63), ".....BBB.......BBBBB");
+    EXPECT_EQ(draw("").size(), 1280 * 2 * 160 * 3U);
     EXPECT_THAT(ListFolder(), testing::ElementsAre("wave.png", "wave.wav"));
 }
 
