@@ -66,15 +66,14 @@ std::string GetRefusal(std::string const& text) {
 
 TEST(EffectStep, SaysWhatIsWrong) {
     for (auto const& [text, refusal] :
-         {std::pair("transpoze step=1", "There is no effect \"transpoze\"; the nearest name is \"transpose\""},
+         {std::pair("transpoze step=1",
+                    "There is no effect \"transpoze\"; the nearest name is \"transpose\""),
           {"Flip", "There is no effect \"Flip\"; the nearest name is \"flip\""},
           {"transpose step", "transpose: step needs a value: 0 to 3 (quarter turns)"},
           {"transpose =1", "transpose: \"=1\" is no key=value"},
           {"flip:horizontal", "Write \"flip horizontal\": blanks separate an effect and its settings"},
           {"flip horizontal=1 vertical=1 horizontal=0", "flip: \"horizontal\" is given twice"},
-          {
-        "echo", "echo works on audio input, not on video"}
-})
+          {"echo", "echo works on audio input, not on video"}})
         EXPECT_EQ(GetRefusal(text), refusal);
 }
 

@@ -25,7 +25,7 @@ TEST(TimeMap, TimesComeBackExactly) {
          {Ratio{1, 1}, Ratio{1, 24}, Ratio{1001, 30000}, Ratio{1, 600}, Ratio{1, 1000}, Ratio{1, 12800},
           Ratio{1, 90000}, Ratio{1, 999983}, Ratio{1, 1000000}, Ratio{1, 1000001}, Ratio{1, 10000000},
           Ratio{1, 1000000000}, Ratio{7, 2000000011}}) {
-        SCOPED_TRACE(timeBase.den);
+        SCOPED_TRACE(timeBase.denominator);
         TimeMap map(timeBase);
         std::vector<FrameTime> times;
         std::int64_t start = -3;
