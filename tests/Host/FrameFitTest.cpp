@@ -196,16 +196,24 @@ TEST(FrameAdapter, IsToldToTheUser) {
 }
 
 TEST(VideoChain, TellsLossesOnce) {
-    Host::VideoChain chain;
-    chain.Append(MakeSP<StreamEffect>("flatten", [](SP<Proc::IDataVideo> const& frame, Frames& ready) {
-        if (frame)
-            ready.push_back(MakeRamp(PixFmt::YUV420P, 4, 4));
-    }));
-    for (PixFmt const format : {PixFmt::YUV420P, PixFmt::YUVA420P, PixFmt::YUVA420P, ByName("yuv420p10le")})
-        chain.Feed(MakeRamp(format, 4, 4));
-    EXPECT_THAT(chain.GetNotes(),
+    for (PixFmt const made : {PixFmt::YUV420P, PixFmt::YUVA422P}) {
+        Host::VideoChain chain;
+        chain.Append(
+            MakeSP<StreamEffect>("flatten", [made](SP<Proc::IDataVideo> const& frame, Frames& ready) {
+                if (frame)
+                    ready.push_back(MakeRamp(made, 4, 4));
+            }));
+        for (PixFmt const in : {PixFmt::YUV420P, PixFmt::YUVA420P, PixFmt::YUVA420P, ByName("yuv420p10le")})
+            chain.Feed(MakeRamp(in, 4, 4));
+        if (made == PixFmt::YUV420P)
+            EXPECT_THAT(
+                chain.GetNotes(),
                 ElementsAre("step 1 (flatten) drops alpha: yuva420p becomes yuv420p",
                             "step 1 (flatten) drops depth, 10 bits to 8: yuv420p10le becomes yuv420p"));
+        else
+            EXPECT_THAT(chain.GetNotes(), ElementsAre("step 1 (flatten) drops depth, 10 bits to 8: "
+                                                      "yuv420p10le becomes yuva422p"));
+    }
 
     for (bool const keepsAlpha : {false, true}) {
         auto const effect = MakeSP<Choosy>();
