@@ -79,8 +79,9 @@ TEST(SafeSwrContextTest, EveryFormatToEveryFormat) {
 
 TEST(SafeSwrContextTest, ChannelsOfUnknownOrderKeepTheirPlaces) {
     std::pair<ChannelLayout, ChannelLayout> const cases[] = {
-        {{0, 3}, {0, 3}}, {{0, 3}, Layout("3.0")}, {Layout("5.1"), {0, 6}}, {{0, 6}, Layout("5.1(side)")},
-        {{0, 1}, s_mono}, {{0, 12}, {0, 12}},
+        {{0, 3}, Layout("3.0")}, {Layout("hexagonal"), {0, 6}},
+        {Layout("5.1"), {0, 6}}, {{0, 6}, Layout("5.1(side)")},
+        {{0, 1}, s_mono},        {{0, 12}, {0, 12}},
     };
     for (auto const& [from, to] : cases)
         for (int const rate : {48000, 44100}) {

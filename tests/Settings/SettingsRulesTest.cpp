@@ -1,4 +1,3 @@
-#include "Proc/Settings/Color.h"
 #include "Proc/Settings/Orientation.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "Support/Failure.h"
@@ -96,16 +95,6 @@ TEST(Transpose, TurnsWithinAFullCircle) {
         transpose.SubAngle90();
         EXPECT_EQ(transpose.step, subtracted);
     }
-}
-
-TEST(Blur, TakesOneSigmaForBothDirections) {
-    SettingsEffectBlur blur;
-    blur.Deserialize("sigma=3");
-    EXPECT_EQ(blur.horizontalSigma, 3);
-    EXPECT_EQ(blur.verticalSigma, 3);
-    blur.Deserialize("sigma-v=1:sigma=2");
-    EXPECT_EQ(blur.horizontalSigma, 2);
-    EXPECT_EQ(blur.verticalSigma, 1);
 }
 
 } // namespace
