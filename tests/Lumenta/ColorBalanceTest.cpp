@@ -2,7 +2,6 @@
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Effects/ColorBalanceFF.h"
-#include "Proc/Settings/Format.h"
 #include "Support/LibraryEffects.h"
 #include "Support/Watch.h"
 
@@ -14,29 +13,11 @@ namespace {
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
 using Proc::IDataVideo;
-using Balance = Proc::SettingsEffectColorBalance;
-
-SP<Proc::IOneInputEffectVideo> MakeBalance(SP<Proc::IEffectFactory const> const& factory = GetFactory(),
-                                           int contrast = 50, int hue = 0) {
-    Balance settings;
-    settings.contrast = contrast;
-    settings.hue = hue;
-    auto effect = Proc::ColorBalanceFF::Create(factory, {});
-    effect->SetSettings(static_cast<Proc::Settings const&>(settings));
-    return effect;
-}
-
-Proc::SettingsPixelFormatConverter MakeConverterSettings() {
-    Proc::SettingsPixelFormatConverter settings;
-    settings.formats = {PixFmt::YUVA420P, PixFmt::YUVA422P, PixFmt::YUVA444P};
-    settings.hasAlpha = true;
-    return settings;
-}
 
 TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
-    auto const converter = MakeEffect(MakeConverterSettings());
-    for (auto const& [contrast, hue] : {std::pair{50, 0}, {0, 60}, {-50, 60}}) {
-        auto const effect = MakeBalance(GetFactory(), contrast, hue);
+    auto const converter = MakeEffect("pixel-format", "formats=yuva420p|yuva422p|yuva444p:alpha=1");
+    for (char const* const options : {"contrast=50", "hue=60", "contrast=-50:hue=60"}) {
+        auto const effect = MakeEffect("color-balance", options);
         for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
             if (!PixFmtDescription::Find(format).HasAlpha())
                 continue;
@@ -52,7 +33,7 @@ TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
             Pixels const expected = GetPixels(*converted);
             Pixels const result = GetPixels(*data);
             EXPECT_EQ(result.at(3), expected.at(3));
-            EXPECT_EQ(result.at(0) == expected.at(0), contrast == 0);
+            EXPECT_EQ(result.at(0) == expected.at(0), *options == 'h');
 
             // A format without alpha before and after.
             FrameList const streamed = RunStream(*effect, {MakeFrame(), frame, MakeFrame(PixFmt::YUV444P)});
@@ -68,7 +49,7 @@ TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
 
 /// Alpha makes no difference to what lies beside it.
 TEST(ColorBalance, TreatsColorWithAlphaAsWithout) {
-    auto const effect = MakeBalance(GetFactory(), 50, 60);
+    auto const effect = MakeEffect("color-balance", "contrast=50:hue=60");
     SP<IDataVideo> const plain = MakeFrame(PixFmt::YUV422P);
     SP<IDataVideo> const withAlpha = MakeFrame(PixFmt::YUVA422P);
     for (int plane = 0; plane < 3; ++plane)
@@ -79,7 +60,8 @@ TEST(ColorBalance, TreatsColorWithAlphaAsWithout) {
 }
 
 TEST(ColorBalance, NeedsAFactoryForAlphaOnly) {
-    auto const effect = MakeBalance({});
+    auto const effect = Proc::ColorBalanceFF::Create({}, {});
+    effect->SetSettings(*MakeSettings("color-balance", "contrast=50"));
     SP<IDataVideo> const plain = MakeFrame();
     SP<IDataVideo> data = plain;
     effect->Process(data);

@@ -19,17 +19,8 @@ namespace {
 using Proc::IDataVideo;
 using FrameMode = Proc::SettingsDeinterlace::FrameMode;
 
-struct Out {
-    std::int64_t time;
-    std::int64_t duration;
-    /// The luma of the field, which is all over the picture.
-    int field;
-
-    friend bool operator==(Out const&, Out const&) = default;
-    friend std::ostream& operator<<(std::ostream& stream, Out const& out) {
-        return stream << out.time << '+' << out.duration << " field " << out.field;
-    }
-};
+/// Time, duration, and the luma of the field, which is all over the picture.
+using Out = std::tuple<std::int64_t, std::int64_t, int>;
 
 /// Interlaced, upper field first. Fields are numbered through the clip; each is of one brightness, its number
 /// times ten.
@@ -45,25 +36,23 @@ SP<IDataVideo> MakeInterlaced(int index, std::int64_t time, std::int64_t duratio
     return data;
 }
 
-/// The field that the frame was made of: the rows of its parity are as they were.
-Out Read(IDataVideo const& data, bool second) {
-    Proc::ReadOnlyPlane const luma = data.GetReadOnlyPlane(0);
-    return {data.GetTime(), data.GetDuration(),
-            luma.data[(s_small.height / 2 + (second ? 1 : 0)) * luma.lineSize] / 10};
-}
-
 struct Span {
     std::int64_t time;
     std::int64_t duration;
 };
 
+/// The fields that the frames were made of: the rows of their parity are as they were.
 std::vector<Out> RunMode(Proc::IOneInputEffectVideo& effect, std::vector<Span> const& frames, bool fields) {
     FrameList in;
     for (std::size_t i = 0; i < frames.size(); ++i)
         in.push_back(MakeInterlaced(static_cast<int>(i), frames[i].time, frames[i].duration));
     std::vector<Out> out;
-    for (SP<IDataVideo> const& data : RunStream(effect, in))
-        out.push_back(Read(*data, fields && out.size() % 2 == 1));
+    for (SP<IDataVideo> const& data : RunStream(effect, in)) {
+        Proc::ReadOnlyPlane const luma = data->GetReadOnlyPlane(0);
+        bool const isSecond = fields && out.size() % 2 == 1;
+        int const field = luma.data[(s_small.height / 2 + (isSecond ? 1 : 0)) * luma.lineSize] / 10;
+        out.emplace_back(data->GetTime(), data->GetDuration(), field);
+    }
     return out;
 }
 
@@ -89,10 +78,10 @@ TEST(Deinterlace, GivesEveryFrameOrFieldInItsTime) {
                 int const field = static_cast<int>(2 * i);
                 if (fields) {
                     std::int64_t const middle = std::llround(static_cast<double>(2 * time + duration) / 2);
-                    expected.push_back({time, middle - time, field});
-                    expected.push_back({middle, time + duration - middle, field + 1});
+                    expected.emplace_back(time, middle - time, field);
+                    expected.emplace_back(middle, time + duration - middle, field + 1);
                 } else {
-                    expected.push_back({time, duration, field});
+                    expected.emplace_back(time, duration, field);
                 }
             }
             // The effect is as new after the end.

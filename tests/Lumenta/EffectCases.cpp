@@ -59,6 +59,7 @@ denoise-dct sigma=4.5 => dctdnoiz=4.5
 denoise-dct sigma=10:overlap=5:block-size=16x16 => dctdnoiz=10:n=4:overlap=5
 denoise-wavelet => owdenoise=8 @ empty
 denoise-wavelet luma=5 => owdenoise=8:ls=5
+denoise-wavelet chroma=5 => owdenoise=8:cs=5
 denoise-wavelet depth=10:luma=0.5:chroma=2.5 => owdenoise=10:ls=0.5:cs=2.5
 noise method=uniform:seed=7 => noise=alls=0:all_seed=7:allf=u @ empty
 noise strength=20 => noise=alls=20
@@ -66,6 +67,7 @@ noise strength=20:method=gaussian:seed=7 => noise=alls=20:all_seed=7
 noise strength=20:method=uniform:seed=7 => noise=alls=20:all_seed=7:allf=u
 remove-grain => removegrain=m0=0:m1=0:m2=0:m3=0 @ empty
 remove-grain m0=2:m1=2 => removegrain=m0=2:m1=2:m2=0:m3=0
+remove-grain m3=2 => removegrain=m0=0:m1=0:m2=0:m3=2
 remove-grain m0=24:m1=17:m2=13:m3=1 => removegrain=m0=24:m1=17:m2=13:m3=1
 edge-detect low=0.1:high=0.4 => edgedetect=low=0.1:high=0.4
 edge-detect low=0.05:high=0.4:mode=wires => edgedetect=low=0.05:high=0.4:mode=wires
@@ -79,17 +81,16 @@ negate channels=red+green+blue+alpha => lutrgb='r=negval:g=negval:b=negval:a=neg
 posterize seed=3 => elbg=seed=3:l=8:use_alpha=true
 posterize seed=3:palette=1 => elbg=seed=3:l=8:pal8=1:use_alpha=true
 border => pad=iw+0:ih+0:0:0:color=#000000ff @ empty
+border left-fraction=0.5 => pad=iw+0:ih+0:0:0:color=#000000ff @ empty
+border type=own:left=5 => pad=iw*1:ih*1:iw*0:ih*0:color=#000000ff @ empty
 border left=10:right=5:top=20:bottom=1 => pad=iw+15:ih+21:10:20:color=#000000ff
+border top=1 => pad=iw+0:ih+1:0:1:color=#000000ff
 border left-fraction=0.1:right-fraction=0.2:top-fraction=0.25:bottom-fraction=0.3:color=#ff80000a:type=own
     => pad=iw*1.3:ih*1.55:iw*0.1:ih*0.25:color=#ff80000a
-border left-fraction=0.1:right-fraction=0.2:top-fraction=0.25:bottom-fraction=0.3:color=#ff80000a:type=width
-    => pad=iw + iw*0.3:ih + iw*0.55:iw*0.1:iw*0.25:color=#ff80000a
-border left-fraction=0.1:right-fraction=0.2:top-fraction=0.25:bottom-fraction=0.3:color=#ff80000a:type=height
-    => pad=iw + ih*0.3:ih + ih*0.55:ih*0.1:ih*0.25:color=#ff80000a
-border left-fraction=0.1:right-fraction=0.2:top-fraction=0.25:bottom-fraction=0.3:color=#ff80000a:type=shorter
-    => pad=iw + 'min(iw, ih)'*0.3:ih + 'min(iw, ih)'*0.55:'min(iw, ih)'*0.1:'min(iw, ih)'*0.25:color=#ff80000a
-border left-fraction=0.1:right-fraction=0.2:top-fraction=0.25:bottom-fraction=0.3:color=#ff80000a:type=longer
-    => pad=iw + 'max(iw, ih)'*0.3:ih + 'max(iw, ih)'*0.55:'max(iw, ih)'*0.1:'max(iw, ih)'*0.25:color=#ff80000a
+border left-fraction=0.1:top-fraction=0.25:type=width => pad=iw + iw*0.1:ih + iw*0.25:iw*0.1:iw*0.25:color=#000000ff
+border left-fraction=0.1:top-fraction=0.25:type=height => pad=iw + ih*0.1:ih + ih*0.25:ih*0.1:ih*0.25:color=#000000ff
+border left-fraction=0.1:top-fraction=0.25:type=shorter => pad=iw + 'min(iw, ih)'*0.1:ih + 'min(iw, ih)'*0.25:'min(iw, ih)'*0.1:'min(iw, ih)'*0.25:color=#000000ff
+border left-fraction=0.1:top-fraction=0.25:type=longer => pad=iw + 'max(iw, ih)'*0.1:ih + 'max(iw, ih)'*0.25:'max(iw, ih)'*0.1:'max(iw, ih)'*0.25:color=#000000ff
 balance-chroma => colorbalance= @ empty
 balance-chroma green-midtones=50 => colorbalance=gm=0.5:
 balance-chroma red-shadows=25:blue-highlights=-10 => colorbalance=rs=0.25:bh=-0.1:
@@ -97,7 +98,10 @@ color-channel-mixer => colorchannelmixer=1:0:0:0:0:1:0:0:0:0:1:0:0:0:0:1 @ empty
 color-channel-mixer rr=0.5:rg=0.25 => colorchannelmixer=0.5:0.25:0:0:0:1:0:0:0:0:1:0:0:0:0:1
 color-channel-mixer aa=0.5 => colorchannelmixer=1:0:0:0:0:1:0:0:0:0:1:0:0:0:0:0.5
 blur => gblur=steps=1:planes=15:sigma=0:sigmaV=0 @ empty
+blur sigma=3:planes=0 => gblur=steps=1:planes=0:sigma=3:sigmaV=3 @ empty
+blur sigma=3:factor=0:factor-v=0:mode=axis => gblur=steps=1:planes=15:sigma=0:sigmaV=0 @ empty
 blur sigma=2:sigma-v=0.5:steps=2 => gblur=steps=2:planes=15:sigma=2:sigmaV=0.5
+blur sigma-v=3 => gblur=steps=1:planes=15:sigma=0:sigmaV=3
 blur mode=axis:sigma=10:sigma-v=10 => gblur=steps=1:planes=15:sigma=6.4:sigmaV=4.8
 blur mode=longer:sigma=10:sigma-v=5 => gblur=steps=1:planes=15:sigma=6.4:sigmaV=3.2
 blur mode=shorter:sigma=10:sigma-v=5 => gblur=steps=1:planes=15:sigma=4.8:sigmaV=2.4

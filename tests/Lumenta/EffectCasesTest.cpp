@@ -35,7 +35,7 @@ protected:
 
 class WrapperCases : public EffectCases {};
 
-TEST_P(WrapperCases, TellTheirFilterEverywhere) {
+TEST_P(WrapperCases, TellTheirFilterAndGiveTheirSettingsBack) {
     EffectCase const& row = GetParam();
     EXPECT_EQ(Describe(*m_effect), row.PassesUntouched() ? "" : row.text);
 
@@ -44,15 +44,12 @@ TEST_P(WrapperCases, TellTheirFilterEverywhere) {
     Core::Property const statistic = m_effect->GetStatistic();
     EXPECT_EQ(statistic["Options"].GetString(), row.text);
     Proc::Settings const& present = m_effect->GetSettingsBase();
-    std::string settings = boost::core::demangle(typeid(present).name());
-    settings.erase(0, std::string("Tarsel::Proc::").size());
-    EXPECT_EQ(statistic["Name"].GetString(),
-              "virtual Core::Property EffectFafloplal<EffectActions<" + settings +
-                  ">>::GetStatistic() const [EffectActions = EffectActions<" + settings + ">]");
-}
+    std::string name = boost::core::demangle(typeid(present).name());
+    name.erase(0, std::string("Tarsel::Proc::").size());
+    EXPECT_EQ(statistic["Name"].GetString(), "virtual Core::Property EffectFafloplal<EffectActions<" + name +
+                                                 ">>::GetStatistic() const [EffectActions = EffectActions<" +
+                                                 name + ">]");
 
-TEST_P(WrapperCases, GiveTheirSettingsBack) {
-    EffectCase const& row = GetParam();
     auto const settings = row.MakeSettings();
     EXPECT_TRUE(m_effect->GetSettingsBase().IsEqualTo(*settings));
     Core::Property const property = m_effect->GetSettings();

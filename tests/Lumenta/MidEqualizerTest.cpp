@@ -65,17 +65,6 @@ struct Pair {
     SP<IDataVideo> data;
 };
 
-TEST(MidEqualizer, HasNoPropertySettings) {
-    SP<Proc::ITwoInputEffectVideo> const effect = MakeSP<MidEqualizerFF>();
-    auto const get = [&] { (void)effect->GetSettings(); };
-    auto const set = [&] { effect->SetSettings(Core::Property()); };
-    for (Failure const& failure : {Catch<std::logic_error>(get), Catch<std::logic_error>(set)}) {
-        EXPECT_EQ(failure.text, "not implemented");
-        EXPECT_EQ(failure.file, s_file);
-        EXPECT_TRUE(failure.hasStack);
-    }
-}
-
 TEST(MidEqualizer, NewMaskWaitsForTheNextGraph) {
     auto const effect = MakeSP<MidEqualizerFF>();
     auto const run = [&](PixFmt format, Conf::FrameInfo const& first, Conf::FrameInfo const& second) {

@@ -8,16 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
-#include <map>
 #include <set>
 
 extern "C" {
 #include <libavutil/frame.h>
-#include <libavutil/pixdesc.h>
 }
 
 namespace Tarsel::Test {
@@ -28,10 +24,6 @@ using Conf::PixColor;
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
 using Proc::IDataVideo;
-
-bool HasAlpha(PixFmt format) {
-    return PixFmtDescription::Find(format).HasAlpha();
-}
 
 SP<Proc::PixelFormatConverterFF> MakeConverter(std::string const& settings) {
     Proc::SettingsPixelFormatConverter options;
@@ -45,21 +37,7 @@ SP<IDataVideo> Convert(SP<IDataVideo> const& data, std::string const& settings) 
     return Apply(*MakeConverter(settings), data);
 }
 
-/// The alpha of each pixel, 0 to 1.
-std::vector<double> ReadAlpha(IDataVideo const& data) {
-    std::vector<double> alpha;
-    if (data.GetPixelFormat() == PixFmt::PAL8) {
-        for (PixColor const& color : ReadColors(data))
-            alpha.push_back(color.alpha / 255.0);
-        return alpha;
-    }
-    auto const& format = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(data.GetPixelFormat()));
-    for (double const share : ReadShares(data, format.nb_components - 1))
-        alpha.push_back(std::clamp(share, 0.0, 1.0));
-    return alpha;
-}
-
-/// Results of every format from every format, at an odd size.
+/// Results of every format from every format, at an odd size, however it is stored.
 TEST(PixelFormatConverter, GivesWhatTheQuerySaysForEveryFormat) {
     for (char const* target : {"rgb24", "yuv420p", "yuva420p", "gray", "nv12", "rgba", "gbrp", "pal8",
                                "yuv420p10le", "rgba64be", "yuyv422", "gbrapf32le"}) {
@@ -82,15 +60,8 @@ TEST(PixelFormatConverter, GivesWhatTheQuerySaysForEveryFormat) {
             EXPECT_EQ(data->GetDuration(), 40);
             EXPECT_EQ(GetPixels(*frame), before);
             EXPECT_EQ(data == frame, format == ByName(target));
-            if (data == frame || !HasAlpha(data->GetPixelFormat()) || data->GetPixelFormat() == PixFmt::PAL8)
-                continue;
-            std::vector<double> const alpha = ReadAlpha(*data);
-            std::vector<double> expected(alpha.size(), 1);
-            if (HasAlpha(format))
-                expected = ReadAlpha(*frame);
-            double const step = PixFmtDescription::Find(data->GetPixelFormat()).GetDepth() > 8 ? 1e-5 : 0.002;
-            for (std::size_t i = 0; i < alpha.size(); ++i)
-                ASSERT_NEAR(alpha[i], expected[i], step) << "pixel " << i;
+            SP<IDataVideo> const bottomUp = StoreBottomUp(*frame);
+            EXPECT_EQ(GetPixels(*Apply(*converter, bottomUp)), GetPixels(*data));
         }
     }
 }
@@ -320,17 +291,6 @@ TEST(PixelFormatConverter, TransparentEntriesOfPalettesShowTheBackground) {
                                                       : PixColor{0, static_cast<std::uint8_t>(indices[i]), 0};
         EXPECT_LE(Difference(colors[i], expected, false), 1) << i;
     }
-}
-
-TEST(PixelFormatConverter, TakesPicturesStoredBottomUp) {
-    for (char const* from : {"rgba", "yuva420p", "pal8", "nv12", "yuv420p10le", "ya16be"})
-        for (char const* to : {"rgb24", "yuv420p", "gray", "pal8", "yuv422p10le", "yuva444p", "rgb565le"}) {
-            SP<IDataVideo> const frame = MakeFrame(ByName(from), {11, 7, 1, 1});
-            std::string const settings = std::string("background=blue:formats=") + to;
-            EXPECT_EQ(GetPixels(*Convert(StoreBottomUp(*frame), settings)),
-                      GetPixels(*Convert(frame, settings)))
-                << from << " to " << to;
-        }
 }
 
 TEST(PixelFormatConverter, RefusesOrTellsLosses) {

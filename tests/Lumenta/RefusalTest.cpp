@@ -12,8 +12,10 @@
 #include "Support/TextRows.h"
 #include "Support/Watch.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 
 /// What effects will not take: settings that have no filter text, settings that the filter refuses, frames
@@ -33,27 +35,19 @@ void ExpectOrigin(Failure const& failure) {
 constexpr char const* s_sizes = R"(
 denoise-dct sigma=4.5 => denoise-dct takes yuv420p frames of 8x1 pixels at least, not of 7x64 @ yuv420p 7x64
 denoise-dct sigma=4.5 => @ yuv420p 8x17
-denoise-dct sigma=4.5 => @ gbrp 65x67
 denoise-dct sigma=4.5:overlap=-1:block-size=16x16
     => denoise-dct takes yuv420p frames of 16x1 pixels at least, not of 15x64 @ yuv420p 15x64
 denoise-dct sigma=4.5:overlap=-1:block-size=16x16 => @ yuv420p 16x64
-denoise-dct sigma=4.5:overlap=-1:block-size=16x16 => @ gbrp 65x67
 denoise-dct sigma=4.5:overlap=5:block-size=16x16
     => denoise-dct takes gbrp frames of a width and a height of 16 and a multiple of 11 pixels, not 64x60 @ gbrp 64x60
 denoise-dct sigma=4.5:overlap=5:block-size=16x16
     => denoise-dct takes gbrp frames of a width and a height of 16 and a multiple of 11 pixels, not 60x64 @ gbrp 60x64
 denoise-dct sigma=4.5:overlap=5:block-size=16x16 => @ gbrp 60x71
-denoise-dct sigma=4.5:overlap=5:block-size=16x16 => @ rgb24 64x64
 denoise-dct sigma=4.5:overlap=5:block-size=16x16 => @ yuv420p 64x64
-denoise-dct sigma=4.5:overlap=1:block-size=8x8
-    => denoise-dct takes gbrp frames of a width and a height of 8 and a multiple of 7 pixels, not 64x100 @ gbrp 64x100
-denoise-dct sigma=4.5:overlap=1:block-size=8x8 => @ gbrp 64x50
 remove-grain m0=2:m1=2:m2=2:m3=2 => remove-grain takes gray frames of 2x1 pixels at least, not of 1x16 @ gray 1x16
 remove-grain m0=2:m1=2:m2=2:m3=2 => @ gray 2x16
-remove-grain m0=2:m1=2:m2=2:m3=2 => remove-grain takes rgb24 frames of 2x1 pixels at least, not of 1x3 @ rgb24 1x3
 remove-grain m0=2:m1=2:m2=2:m3=2 => remove-grain takes yuv420p frames of 3x1 pixels at least, not of 2x16 @ yuv420p 2x16
 remove-grain m0=2:m1=2:m2=2:m3=2 => @ yuv420p 3x1
-remove-grain m0=2:m1=2:m2=2:m3=2 => remove-grain takes nv12 frames of 3x1 pixels at least, not of 2x7 @ nv12 2x7
 remove-grain m0=2:m1=2:m2=2:m3=2 => remove-grain takes yuv410p frames of 5x1 pixels at least, not of 4x4 @ yuv410p 4x4
 remove-grain m0=2:m1=2:m2=2:m3=2 => @ yuv410p 5x4
 edge-detect => edge-detect takes gray frames of 2x4 pixels at least, not of 1x64 @ gray 1x64
@@ -63,17 +57,12 @@ edge-detect => @ rgba 64x4
 blur sigma=1:sigma-v=1 => blur takes gray frames of 2x1 pixels at least, not of 1x1 @ gray 1x1
 blur sigma=1:sigma-v=1 => @ gray 2x1
 blur sigma=1:sigma-v=1 => blur takes yuv420p frames of 3x1 pixels at least, not of 2x2 @ yuv420p 2x2
-blur sigma=1:sigma-v=1 => blur takes nv12 frames of 3x1 pixels at least, not of 2x2 @ nv12 2x2
 blur sigma=1:sigma-v=1 => @ yuv420p 3x1
-blur sigma=1:sigma-v=1 => blur takes yuv410p frames of 5x1 pixels at least, not of 4x64 @ yuv410p 4x64
-blur sigma=1:sigma-v=1 => @ yuv410p 5x64
-blur sigma=1:sigma-v=1 => blur takes rgba frames of 2x1 pixels at least, not of 1x64 @ rgba 1x64
 blur sigma=1:sigma-v=1:planes=9 => blur takes yuva420p frames of 2x1 pixels at least, not of 1x8 @ yuva420p 1x8
 blur sigma=1:sigma-v=1:planes=9 => @ yuva420p 2x2
 blur sigma=1:sigma-v=1:pixel-format=yuv420p => blur takes yuv420p frames of 3x1 pixels at least, not of 2x16 @ gray 2x16
 blur sigma=1:sigma-v=1:pixel-format=yuv420p => @ gray 3x16
 blur sigma=1:sigma-v=1:pixel-format=yuv444p => @ yuv420p 2x2
-blur sigma-v=1 => blur takes yuv420p frames of 3x1 pixels at least, not of 1x1 @ yuv420p 1x1
 blur sigma=1:sigma-v=1:planes=0:pixel-format=yuv420p => @ yuv420p 1x1
 posterize colors=200 => posterize takes 1 to 196 colors in frames of 14x14, not 200 @ yuv420p 14x14
 posterize colors=200 => @ rgba 20x10
@@ -82,20 +71,13 @@ stabilizer enabled=1:path=$motion
 stabilizer enabled=1:path=$motion
     => stabilizer takes planar YUV of a width divisible by 2 and a height divisible by 2, not yuv420p of 64x47 @ yuv420p 64x47
 stabilizer enabled=1:path=$motion
-    => stabilizer takes planar YUV of a width divisible by 2 and a height divisible by 2, not yuv444p of 175x144 @ yuv444p 175x144
-stabilizer enabled=1:path=$motion
     => stabilizer takes planar YUV of a width divisible by 2 and a height divisible by 2, not gray of 1x1 @ gray 1x1
 stabilizer enabled=1:path=$motion
     => stabilizer takes planar YUV of a width divisible by 4 and a height divisible by 4, not yuv410p of 100x70 @ yuv410p 100x70
 stabilizer enabled=1:path=$motion
     => stabilizer takes planar YUV of a width divisible by 4 and a height divisible by 2, not yuv411p of 102x100 @ yuv411p 102x100
-stabilizer enabled=1:path=$motion
-    => stabilizer takes planar YUV of a width divisible by 2 and a height divisible by 2, not rgb24 of 64x48 @ rgb24 64x48
 stabilizer enabled=1:path=$motion => @ yuv420p 2x2
-stabilizer enabled=1:path=$motion => @ yuv444p 16x16
-stabilizer enabled=1:path=$motion => @ yuv410p 100x72
 stabilizer enabled=1:path=$motion => @ yuv411p 100x70
-stabilizer enabled=1:path=$motion => @ yuv420p 2x1000
 stabilizer enabled=1:path=$motion
     => stabilizer detects motion in frames of a width of 8192 from a height of 88, not 2 @ yuv420p 8192x2
 stabilizer enabled=1:path=$motion => @ yuv420p 8192x88
@@ -134,7 +116,6 @@ TEST(Refusals, OfFormatsAndSizes) {
 
 /// Without the check, these frames crash the denoiser.
 TEST(Refusals, OfSamplesAboveTheirDepth) {
-    std::string const higher = " frames; plane 1 has higher ones";
     for (char const* classId : {"color-channel-mixer", "denoise-chroma-luma"}) {
         bool const isDenoiser = classId[0] == 'd';
         auto const effect = MakeEffect(classId, isDenoiser ? "" : "rg=0.5");
@@ -142,14 +123,20 @@ TEST(Refusals, OfSamplesAboveTheirDepth) {
                                          {"gbrap12le", "4095"},
                                          {"yuv420p10le", isDenoiser ? "1023" : ""}, // through the scaler
                                          {"gbrp16le", ""}}) {
-            SP<IDataVideo> const frame = MakeFrame(ByName(name));
-            EXPECT_NE(Apply(*effect, frame), frame);
-            frame->GetWritablePlane(1).data[1] = 0xFF;
-            if (*most == 0)
-                EXPECT_NE(Apply(*effect, frame), frame);
-            else
-                EXPECT_EQ(Catch([&] { Apply(*effect, frame); }).text,
-                          std::string(classId) + " takes samples of 0 to " + most + " in " + name + higher);
+            SP<IDataVideo> const good = MakeFrame(ByName(name));
+            EXPECT_NE(Apply(*effect, good), good);
+            for (int i = 0; i < Conf::PixFmtDescription::Find(ByName(name)).GetPlaneCount(); ++i) {
+                SP<IDataVideo> const frame = MakeFrame(ByName(name));
+                Proc::WritablePlane const plane = frame->GetWritablePlane(i);
+                std::fill_n(plane.data + (plane.rows - 1) * plane.lineSize + plane.rowBytes - 2, 2, 0xFF);
+                if (*most == 0)
+                    EXPECT_NE(Apply(*effect, frame), frame);
+                else
+                    EXPECT_EQ(
+                        Catch([&] { Apply(*effect, frame); }).text,
+                        fmt::format("{} takes samples of 0 to {} in {} frames; plane {} has higher ones",
+                                    classId, most, name, i));
+            }
         }
     }
 }
@@ -176,12 +163,8 @@ TEST(Refusals, OfSettingsWithoutAText) {
            "Unsupported deinterlace settings", "deinterlace mode 2, not 0 to 1"},
           {make(Border(), [](auto& s) { s.sizeType = static_cast<Border::SizeType>(6); }), "Unreal Logic",
            "size type 6, not 0 to 5"},
-          {std::make_shared<Blur>(static_cast<Blur::Algorithm>(0)), "Invalid algorithm for EffectBlur",
-           "algorithm 0, not 1"},
           {std::make_shared<Blur>(static_cast<Blur::Algorithm>(2)), "Invalid algorithm for EffectBlur",
            "algorithm 2, not 1"},
-          {std::make_shared<Transpose>(-1), "Unsupported effect settings",
-           "step -1, not 0 to 3 quarter turns"},
           {std::make_shared<Transpose>(4), "Unsupported effect settings",
            "step 4, not 0 to 3 quarter turns"}}) {
         auto const effect = MakeEffect(*settings);

@@ -145,43 +145,31 @@ TEST(Resizer, RefusesSidesThatAreTooLong) {
               "Frame has only 8x48 pixels of the 64x48 it is said to have");
 }
 
-/// Files hold them (1-bit PNG), though no host asks for them.
-TEST(Resizer, UnpacksPixelsThatShareBytes) {
-    for (char const* name : {"monow", "monob"})
-        for (char const* settings : {"width=320:height=320:fit=pad:background=#c85a28",
-                                     "width=20:height=20:fit=crop", "width=13:height=11"}) {
-            SCOPED_TRACE(std::string(name) + ' ' + settings);
-            SP<IDataVideo> const frame = MakeFrame(ByName(name));
-            SP<IDataVideo> const result = Resize(frame, settings);
-            EXPECT_TRUE(PixFmtDescription::IsSupported(result->GetPixelFormat()));
-            auto const codec = Ask(*MakeResizer(settings), frame->GetPixelFormat(), frame->GetFrameInfo());
-            EXPECT_EQ(result->GetPixelFormat(), codec->GetPixelFormat());
-            EXPECT_EQ(result->GetFrameInfo(), codec->GetFrameInfo());
-            std::vector<PixColor> const colors = ReadColors(*result);
-            bool const hasBars = result->GetFrameInfo().width == 320;
-            EXPECT_TRUE(!hasBars || Difference(colors.front(), colors.back(), true) == 0);
-        }
-}
-
 /// Every format, up and down, framed and cut: one color stays that color, nothing is read or written
 /// beside the picture (the sanitizers see to that), and the query tells what comes out.
 TEST(Resizer, ResizesEveryFormat) {
     PixColor const color{200, 90, 40, 255};
-    for (PixFmt const format : PixFmtDescription::s_supportedFormats) {
+    std::vector<PixFmt> formats = PixFmtDescription::s_supportedFormats;
+    // Files hold them (1-bit PNG), though no host asks for them.
+    formats.insert(formats.end(), {ByName("monow"), ByName("monob")});
+    for (PixFmt const format : formats) {
         auto const& description = PixFmtDescription::Find(format);
+        bool const isPainted = format != PixFmt::PAL8 && PixFmtDescription::IsSupported(format);
         for (FrameInfo const info : {FrameInfo{33, 17, 1, 1}, {1, 1, 1, 1}})
             for (char const* settings :
                  {"width=70:height=40", "width=13:height=11:algorithm=area", "width=3:height=1",
                   "width=40:height=60:fit=pad:background=#c85a28", "width=20:height=21:fit=crop"}) {
                 SCOPED_TRACE(description.GetName() + ' ' + std::to_string(info.width) + ' ' + settings);
                 SP<IDataVideo> const frame =
-                    format == PixFmt::PAL8 ? MakeFrame(format, info)
-                                           : PaintFrame(format, {}, info, [&](auto, auto) { return color; });
+                    isPainted ? PaintFrame(format, {}, info, [&](auto, auto) { return color; })
+                              : MakeFrame(format, info);
                 SP<IDataVideo> const result = Resize(frame, settings);
                 auto const codec = Ask(*MakeResizer(settings), format, info);
                 EXPECT_EQ(result->GetPixelFormat(), codec->GetPixelFormat());
                 EXPECT_EQ(result->GetFrameInfo(), codec->GetFrameInfo());
-                if (format == PixFmt::PAL8)
+                EXPECT_TRUE(PixFmtDescription::IsSupported(result->GetPixelFormat()));
+                EXPECT_EQ(GetPixels(*Resize(StoreBottomUp(*frame), settings)), GetPixels(*result));
+                if (!isPainted)
                     continue;
                 PixColor const shown = ReadColors(*frame)[0];
                 int const step = description.GetDepth() >= 8 ? 2 : description.GetDepth() > 4 ? 20 : 256;
@@ -190,16 +178,6 @@ TEST(Resizer, ResizesEveryFormat) {
                         << int{pixel.red} << ' ' << int{pixel.green} << ' ' << int{pixel.blue};
             }
     }
-}
-
-TEST(Resizer, TakesPicturesStoredBottomUp) {
-    for (char const* format : {"rgba", "yuva420p", "pal8", "nv12", "yuv420p10le", "yuyv422", "rgb24"})
-        for (char const* settings : {"width=30:height=20", "width=8:height=8:fit=crop"}) {
-            SP<IDataVideo> const frame = MakeFrame(ByName(format), {22, 14, 1, 1});
-            EXPECT_EQ(GetPixels(*Resize(StoreBottomUp(*frame), settings)),
-                      GetPixels(*Resize(frame, settings)))
-                << format << ' ' << settings;
-        }
 }
 
 /// Colors that are transparent lend nothing to those that are not.
@@ -241,7 +219,6 @@ TEST(Resizer, MakesNoFringesOfTransparentColors) {
     }
 }
 
-/// Each pixel of the result, numbered from the edge that the bars lie at.
 TEST(Resizer, KeepsAllBitsOfDeepRgb) {
     SP<IDataVideo> const flat = MakeFrame(ByName("gbrp16le"));
     constexpr std::uint16_t shades[]{0x1235, 0xFFFE, 1};
@@ -268,22 +245,14 @@ TEST(Resizer, BarsAreOfTheBackground) {
         std::vector<std::uint32_t> bar;
     } const rows[] = {
         {"rgb24", {}, {200, 30, 90}},
-        {"gbrp16be", {}, {200 * 257, 30 * 257, 90 * 257}},
         {"rgba", {}, {200, 30, 90, 128}},
         {"yuva444p", {6, 1, 2}, {91, 129, 198, 128}},
-        {"yuv420p", {6, 1, 2}, {91, 129, 198}},
         {"yuv420p", {1, 1, 2}, {77, 137, 200}},
         {"yuvj420p", {6, 0, 2}, {88, 129, 208}},
-        {"yuv420p10le", {6, 1, 2}, {364, 516, 792}},
         {"yuv420p10be", {6, 1, 2}, {364, 516, 792}},
         {"yuv444p10le", {6, 2, 2}, {353, 516, 833}},
-        {"p010le", {6, 1, 2}, {364, 516, 792}},
-        {"nv21", {6, 1, 2}, {91, 129, 198}},
-        {"uyvy422", {6, 1, 2}, {91, 129, 198}},
         {"gray", {6, 2, 2}, {88}},
         {"gray16le", {6, 1, 2}, {91 * 256}},
-        {"x2rgb10le", {}, {802, 120, 361}},
-        {"rgb565be", {}, {24, 7, 11}},
         {"gbrpf32le", {}, {0x3F48C8C9, 0x3DF0F0F1, 0x3EB4B4B5}},
     };
     for (auto const& row : rows) {

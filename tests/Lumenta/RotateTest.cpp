@@ -114,40 +114,35 @@ TEST(Rotate, NamesFramesOfWhichNothingIsLeft) {
     }
 }
 
-/// Widths and heights of what comes out of a stream, by time.
-struct RotateStream : testing::Test {
-    using Out = std::vector<std::tuple<std::int64_t, std::uint32_t, std::uint32_t>>;
-
-    static void Feed(Proc::IOneInputEffectVideo& effect, std::int64_t time, FrameInfo const& info = s_small) {
-        StreamOf(effect).Feed(MakeFrame(PixFmt::YUV420P, info, time));
-    }
-    static Out EndAndTake(Proc::IOneInputEffectVideo& effect) {
+TEST(Rotate, StreamsGoOnThroughChangesOfAngleAndSize) {
+    auto const effect = MakeRotate(30, Mode::Pad);
+    auto const feed = [&](std::int64_t time, FrameInfo const& info = s_small) {
+        StreamOf(*effect).Feed(MakeFrame(PixFmt::YUV420P, info, time));
+    };
+    using Out = std::vector<std::tuple<std::int64_t, std::uint32_t, std::uint32_t>>; // time, width, height
+    auto const endAndTake = [&] {
         Out out;
-        for (SP<IDataVideo> const& data : RunStream(effect, {}))
+        for (SP<IDataVideo> const& data : RunStream(*effect, {}))
             out.emplace_back(data->GetTime(), data->GetFrameInfo().width, data->GetFrameInfo().height);
         return out;
-    }
-};
-
-TEST_F(RotateStream, GoesOnThroughChangesOfAngleAndSize) {
-    auto const effect = MakeRotate(30, Mode::Pad);
-    Feed(*effect, 1);
-    Feed(*effect, 2, {48, 64, 1, 1});
+    };
+    feed(1);
+    feed(2, {48, 64, 1, 1});
     Set(*effect, MakeSettings(90));
-    Feed(*effect, 3);
-    Feed(*effect, 4, {66, 50, 1, 1});
+    feed(3);
+    feed(4, {66, 50, 1, 1});
     Set(*effect, MakeSettings(0));
-    Feed(*effect, 5);
+    feed(5);
     Set(*effect, MakeSettings(-30, Mode::Crop));
-    Feed(*effect, 6);
-    EXPECT_EQ(EndAndTake(*effect),
+    feed(6);
+    EXPECT_EQ(endAndTake(),
               (Out{{1, 80, 74}, {2, 74, 80}, {3, 48, 64}, {4, 50, 66}, {5, 64, 48}, {6, 42, 30}}));
     Set(*effect, MakeSettings(90));
-    Feed(*effect, 7);
+    feed(7);
     effect->Reset();
-    EXPECT_EQ(EndAndTake(*effect), Out{});
-    Feed(*effect, 8);
-    EXPECT_EQ(EndAndTake(*effect), (Out{{8, 48, 64}}));
+    EXPECT_EQ(endAndTake(), Out{});
+    feed(8);
+    EXPECT_EQ(endAndTake(), (Out{{8, 48, 64}}));
 }
 
 } // namespace

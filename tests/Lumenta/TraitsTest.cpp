@@ -1,3 +1,4 @@
+#include "Colors.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/ThreadBudget.h"
 #include "EffectCases.h"
@@ -41,29 +42,18 @@ struct Outcome {
 
 using Samples = std::vector<std::uint32_t>;
 
-/// Component `index` of the pixels in a rectangle; a palette's alpha for that of its colors.
-Samples ReadComponent(IDataVideo const& data, int index, int left, int top, int width, int height) {
-    AVFrame const& frame = *data.GetAVFrame();
-    AVPixFmtDescriptor const& format = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-    std::uint8_t const* planes[4]{frame.data[0], frame.data[1], frame.data[2], frame.data[3]};
-    Samples samples(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    for (int y = 0; y < height; ++y)
-        av_read_image_line2(&samples[static_cast<std::size_t>(y * width)], planes, frame.linesize, &format,
-                            left, top + y, index, width, 0, sizeof samples[0]);
-    if ((format.flags & AV_PIX_FMT_FLAG_PAL) != 0)
-        for (std::uint32_t& sample : samples)
-            sample = frame.data[1][4 * sample + 3];
-    return samples;
-}
-
-Samples ReadComponent(IDataVideo const& data, int index) {
-    Conf::FrameInfo const info = data.GetFrameInfo();
-    return ReadComponent(data, index, 0, 0, static_cast<int>(info.width), static_cast<int>(info.height));
-}
-
 /// Of a format with alpha.
 int FindAlpha(IDataVideo const& data) {
     return av_pix_fmt_desc_get(static_cast<AVPixelFormat>(data.GetPixelFormat()))->nb_components - 1;
+}
+
+/// A palette's for that of its colors.
+Samples ReadAlpha(IDataVideo const& data) {
+    Samples alpha = ReadSamples(data, FindAlpha(data));
+    if (data.GetPixelFormat() == Conf::PixFmt::PAL8)
+        for (std::uint32_t& sample : alpha)
+            sample = data.GetAVFrame()->data[1][4 * sample + 3];
+    return alpha;
 }
 
 /// A full-range picture of noise, its alpha too unless it is opaque.
@@ -120,15 +110,13 @@ Kept KeptAlpha(IDataVideo const& in, IDataVideo const& out) {
         return {};
     if (!PixFmtDescription::Find(out.GetPixelFormat()).HasAlpha())
         return false;
-    Samples before = ReadComponent(in, FindAlpha(in));
-    Samples after = ReadComponent(out, FindAlpha(out));
+    Samples before = ReadAlpha(in);
+    Samples after = ReadAlpha(out);
     bool const isOpaque = std::ranges::adjacent_find(before, std::ranges::not_equal_to{}) == before.end();
     if (isOpaque) {
-        auto const width = static_cast<int>(out.GetFrameInfo().width);
-        auto const height = static_cast<int>(out.GetFrameInfo().height);
-        after = ReadComponent(out, FindAlpha(out), width * 2 / 5, height * 2 / 5, std::max(width / 5, 1),
-                              std::max(height / 5, 1));
-        before.resize(after.size(), before.front());
+        Conf::FrameInfo const info = out.GetFrameInfo();
+        after = {after[info.height / 2 * info.width + info.width / 2]};
+        before.resize(1);
     }
     if (before.size() != after.size())
         return false;
@@ -153,7 +141,7 @@ Kept KeptDepth(IDataVideo const& in, IDataVideo const& out) {
     int const left = PixFmtDescription::Find(out.GetPixelFormat()).GetDepth();
     if (left < depth)
         return false;
-    Samples samples = ReadComponent(out, 0);
+    Samples samples = ReadSamples(out, 0);
     std::size_t const fine = CountDifferent(samples);
     for (std::uint32_t& sample : samples)
         sample >>= left - 8;

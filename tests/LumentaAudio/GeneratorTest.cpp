@@ -1,8 +1,6 @@
 #include "AudioCases.h"
 #include "Conf/FormatCodecAudio.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h"
-#include "Proc/Effects/Lumenta/Registrator.h"
-#include "Proc/Interfaces/ProcExceptions.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -71,20 +69,6 @@ TEST(AudioGenerator, TakesCommands) {
                   std::string("Function not implemented; command: ") + target + ' ' + command + " 1");
     }
     EXPECT_EQ(GetSample(*generator->Get()->GetAVFrame(), 0, 0), 0.125);
-}
-
-TEST(AudioGenerator, IsHandedToHosts) {
-    SP<Proc::IAudioGenerator> generator;
-    EXPECT_THROW(CreateAudioGenerator(generator, "sine=blah=1", s_stereo), Proc::EffectException);
-    EXPECT_EQ(generator, nullptr);
-    CreateAudioGenerator(generator, "aevalsrc=exprs=0.5:s=8000:n=100,volume=1:precision=double", s_stereo);
-    ASSERT_NE(generator, nullptr);
-    EXPECT_EQ(generator->GetRefCount(), 1);
-    EXPECT_EQ(generator->Get()->GetTime(), 0);
-    generator->SendCmd("volume", "volume", "0.5");
-    auto const second = generator->Get();
-    EXPECT_EQ(second->GetTime(), 12500);
-    EXPECT_EQ(GetSample(*second->GetAVFrame(), 0, 0), 0.25);
 }
 
 } // namespace

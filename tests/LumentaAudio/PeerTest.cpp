@@ -34,10 +34,10 @@ void ClipReals(std::string& raw) {
 }
 
 /// As the equalizer does it after the filter.
-void Clip(std::string& raw, SampleFormats format) {
-    if (format == SampleFormats::Float || format == SampleFormats::FloatPlanar)
+void Clip(std::string& raw, Conf::SampleFmtRecord const& format) {
+    if (format.planarCounterpart == SampleFormats::FloatPlanar)
         ClipReals<float>(raw);
-    else if (format == SampleFormats::Double || format == SampleFormats::DoublePlanar)
+    if (format.planarCounterpart == SampleFormats::DoublePlanar)
         ClipReals<double>(raw);
 }
 
@@ -85,7 +85,7 @@ TEST_P(Peer, GivesTheSameBits) {
         AudioCase const& row = GetAudioCases()[i];
         std::string expected = ReadFile(folder / row.name);
         if (row.classId == "equalizer")
-            Clip(expected, outcomes[i].front()->GetSampleFormat());
+            Clip(expected, Conf::SampleFmtRecord::Find(outcomes[i].front()->GetSampleFormat()));
         EXPECT_EQ(CountSamples(outcomes[i]), s_samples + row.tail) << row;
         EXPECT_TRUE(GetRaw(outcomes[i]) == expected) << row << " gave others";
     }

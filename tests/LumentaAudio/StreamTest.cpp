@@ -103,48 +103,5 @@ TEST_P(AudioStreams, KeepGapsAndUnknownTimes) {
 INSTANTIATE_TEST_SUITE_P(AudioEffects, AudioStreams, testing::ValuesIn(GetAudioCases()),
                          [](auto const& test) { return test.param.name; });
 
-TEST(AudioStream, NoiseGateShiftsNothing) {
-    // A burst after silence comes out where it went in, though a tenth of a second later.
-    constexpr std::int64_t first = 20000;
-    auto const info = SampleInfo::Init(SampleFormats::Double, 44100, {4, 1});
-    SP<IDataAudio> const audio = MakeAudio(info, 40000, [](int, std::int64_t i) {
-        return i < first ? 0.0 : i % 2 == 0 ? 0.9 : -0.9;
-    });
-    std::int64_t silent = 0;
-    bool loud = false;
-    Blocks const in = Cut(*audio, {700});
-    for (SP<IDataAudio> const& block : RunStream(*GetAudioCase("noise-gate").Make(), in))
-        for (int i = 0; i < block->GetSampleCount() && !loud; ++i) {
-            loud = std::abs(GetSample(*block->GetAVFrame(), 0, i)) > 0.1;
-            silent += loud ? 0 : 1;
-        }
-    EXPECT_EQ(silent, first);
-}
-
-TEST(AudioStream, EchoComesAfterTheEnd) {
-    auto const effect = MakeEffect("echo", "echos=500/0.5");
-    auto& stream = StreamOf(*effect);
-    auto const info = SampleInfo::Init(SampleFormats::DoublePlanar, 8000, {4, 1});
-    SP<IDataAudio> const audio = MakeAudio(info, 100, [](int, std::int64_t) { return 0.5; });
-    audio->SetTime(s_start);
-    stream.Feed(audio);
-    EXPECT_EQ(CountSamples(TakeAll(stream)), 100);
-    stream.End();
-    // The next stream may begin before the tail is taken.
-    stream.Feed(audio);
-    Blocks const out = TakeAll(stream);
-    EXPECT_EQ(CountSamples(out), 4000 + 100);
-    EXPECT_EQ(out.front()->GetTime(), ToTime(100, 8000));
-    EXPECT_EQ(out.back()->GetTime(), s_start);
-    Channels all;
-    for (SP<IDataAudio> const& block : out)
-        AppendAudio(all, *block->GetAVFrame());
-    std::vector<double> const& samples = all[0];
-    EXPECT_EQ(samples[3899], 0);
-    EXPECT_EQ(samples[3900], 0.25);
-    EXPECT_EQ(samples[3999], 0.25);
-    EXPECT_EQ(samples[4000], 0.5);
-}
-
 } // namespace
 } // namespace Tarsel::Test

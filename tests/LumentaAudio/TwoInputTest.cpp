@@ -36,17 +36,32 @@ struct TwoBlocks {
     int right;
     std::vector<std::pair<double, int>> runs;
     SampleInfo leftInfo = s_mono;
+};
 
-    friend std::ostream& operator<<(std::ostream& stream, TwoBlocks const& row) {
-        return stream << row.description << ' ' << row.left << ' ' << row.right;
-    }
+TwoBlocks const s_twoBlocks[]{
+    // Ends with the shorter one.
+    {"amultiply", 2000, 2000, {{0.125, 2000}}},
+    {"amultiply", 2000, 900, {{0.125, 900}, {0.5, 1100}}},
+    {"amultiply", 900, 2000, {{0.125, 900}}},
+    {"amultiply", 2000, 0, {{0.5, 2000}}},
+    // A chain, whose result is of another form than the left audio.
+    {"amultiply,aformat=sample_fmts=s16", 2000, 900, {{0.125, 900}, {0.5, 1100}}},
+    {"amultiply", 2000, 900, {{0.125, 900}, {0.5, 1100}}, {SampleFormats::S16, 8000, {4, 1}}},
+    // Ends with the longer one, or with the first.
+    {"amix=normalize=0:dropout_transition=0", 2000, 900, {{0.75, 900}, {0.5, 1100}}},
+    {"amix=normalize=0", 900, 2000, {{0.75, 900}, {0.25, 1100}}},
+    {"amix=normalize=0:duration=first", 900, 2000, {{0.75, 900}}},
+    // Gives more than the left audio has.
+    {"concat=n=2:v=0:a=1", 900, 1100, {{0.5, 900}, {0.25, 1100}}},
 };
 
 class TwoInputAudio : public testing::TestWithParam<TwoBlocks> {};
+INSTANTIATE_TEST_SUITE_P(AudioGraph, TwoInputAudio, testing::ValuesIn(s_twoBlocks));
 
 /// Left is 0.5 throughout, right is 0.25.
 TEST_P(TwoInputAudio, LosesNothingOfTheLeft) {
     TwoBlocks const& row = GetParam();
+    SCOPED_TRACE(row.description);
     auto const graph = EffectFFMPEGTwoInputAudio::Create(row.description, row.leftInfo, s_mono);
     Blocks out;
     auto const pull = [&] {
@@ -90,27 +105,6 @@ TEST_P(TwoInputAudio, LosesNothingOfTheLeft) {
     EXPECT_EQ(runs, row.runs);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AudioGraph, TwoInputAudio,
-    testing::Values(
-        // Ends with the shorter one.
-        TwoBlocks{"amultiply", 2000, 2000, {{0.125, 2000}}},
-        TwoBlocks{"amultiply", 2000, 900, {{0.125, 900}, {0.5, 1100}}},
-        TwoBlocks{"amultiply", 900, 2000, {{0.125, 900}}}, TwoBlocks{"amultiply", 2000, 0, {{0.5, 2000}}},
-        // A chain, whose result is of another form than the left audio.
-        TwoBlocks{"amultiply,aformat=sample_fmts=s16", 2000, 900, {{0.125, 900}, {0.5, 1100}}},
-        TwoBlocks{"amultiply",
-                  2000,
-                  900,
-                  {{0.125, 900}, {0.5, 1100}},
-                  SampleInfo::Init(SampleFormats::S16, 8000, {4, 1})},
-        // Ends with the longer one, or with the first.
-        TwoBlocks{"amix=normalize=0:dropout_transition=0", 2000, 900, {{0.75, 900}, {0.5, 1100}}},
-        TwoBlocks{"amix=normalize=0", 900, 2000, {{0.75, 900}, {0.25, 1100}}},
-        TwoBlocks{"amix=normalize=0:duration=first", 900, 2000, {{0.75, 900}}},
-        // Gives more than the left audio has.
-        TwoBlocks{"concat=n=2:v=0:a=1", 900, 1100, {{0.5, 900}, {0.25, 1100}}}));
-
 TEST(TwoInputAudio, WaitsForBoth) {
     auto const graph = EffectFFMPEGTwoInputAudio::Create("amultiply", MakeSP<Conf::FormatCodecAudio>(s_mono));
     graph->PushLeft({});
@@ -140,14 +134,7 @@ TEST(TwoInputAudio, SaysWhatWasTried) {
             Catch([&] { EffectFFMPEGTwoInputAudio::Create(description, s_mono, s_mono); });
         EXPECT_EQ(failure.text, "Cannot process graph");
         EXPECT_EQ(failure.file, "Proc/Effects/Lumenta/EffectFFMPEGTwoInputAudio");
-        EXPECT_EQ(failure.function, "void Tarsel::Proc::(anonymous namespace)::CheckResult(int)");
-        EXPECT_EQ(failure.filter,
-                  "abuffer@left=time_base=1/1000000:sample_rate=8000:sample_fmt=dblp:channel_layout=0x4 "
-                  "[in_1];abuffer@right=time_base=1/1000000:sample_rate=8000:sample_fmt=dblp:"
-                  "channel_layout=0x4 [in_2]; [in_1] asplit [left] [dry]; [left] [in_2] " +
-                      description +
-                      " [result]; [result] abuffersink@result=all_channel_counts=1; "
-                      "[dry] abuffersink@dry=all_channel_counts=1");
+        EXPECT_NE(failure.filter.find("[left] [in_2] " + description + " [result]"), std::string::npos);
     }
     auto const graph = EffectFFMPEGTwoInputAudio::Create("amix", s_mono, s_mono);
     EXPECT_EQ(Catch([&] { graph->PushLeft(MakeConstant(10, 0, s_stereo)); }).text, "Cannot process graph");

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <random>
-#include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarsel::Proc {
@@ -32,32 +32,21 @@ struct Kernel {
     void (*blend)(Plane const&, Background const&);
 };
 
-Kernel const s_kernels[] = {
-    {"A", 1,
-     [](Plane const& p, Background const& k) {
-         InlpaceMultiplyA(p.pixels, p.stride, p.alpha, p.alphaStride, p.width, p.height, k[0]);
-     }},
-    {"ChromaA", 1,
-     [](Plane const& p, Background const& k) {
-         InlpaceMultiplyChromaA(p.pixels, p.stride, p.alpha, p.alphaStride, p.width, p.height, k[0]);
-     }},
-    {"AB", 2,
-     [](Plane const& p, Background const& k) {
-         InlpaceMultiplyAB(p.pixels, p.stride, p.alpha, p.alphaStride, p.width, p.height, k[0], k[1]);
-     }},
-    {"ChromaAB", 2,
-     [](Plane const& p, Background const& k) {
-         InlpaceMultiplyChromaAB(p.pixels, p.stride, p.alpha, p.alphaStride, p.width, p.height, k[0], k[1]);
-     }},
-    {"ABC", 3,
-     [](Plane const& p, Background const& k) {
-         InlpaceMultiplyABC(p.pixels, p.stride, p.alpha, p.alphaStride, p.width, p.height, k[0], k[1], k[2]);
-     }},
-    {"ABCD", 4,
-     [](Plane const& p, Background const& k) {
-         InlpaceMultiplyABCD(p.pixels, p.stride, p.alpha, p.alphaStride, p.width, p.height, k[0], k[1], k[2],
-                             k[3]);
-     }},
+/// The function of as many components.
+template <auto Blend, std::size_t... I>
+constexpr Kernel MakeKernel(char const* name, std::index_sequence<I...>) {
+    return {name, sizeof...(I), [](Plane const& p, Background const& k) {
+                Blend(p.pixels, p.stride, p.alpha, p.alphaStride, p.width, p.height, k[I]...);
+            }};
+}
+
+constexpr Kernel s_kernels[]{
+    MakeKernel<InlpaceMultiplyA>("A", std::make_index_sequence<1>()),
+    MakeKernel<InlpaceMultiplyChromaA>("ChromaA", std::make_index_sequence<1>()),
+    MakeKernel<InlpaceMultiplyAB>("AB", std::make_index_sequence<2>()),
+    MakeKernel<InlpaceMultiplyChromaAB>("ChromaAB", std::make_index_sequence<2>()),
+    MakeKernel<InlpaceMultiplyABC>("ABC", std::make_index_sequence<3>()),
+    MakeKernel<InlpaceMultiplyABCD>("ABCD", std::make_index_sequence<4>()),
 };
 
 /// The formula, one pixel after the other.

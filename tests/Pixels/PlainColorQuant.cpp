@@ -34,9 +34,8 @@ public:
         if (node.heapIndex == 0) {
             node.heapIndex = m_nodes.size();
             m_nodes.push_back(&node);
-        } else {
-            Down(node);
         }
+        Down(node);
         Up(node);
     }
 
@@ -63,10 +62,7 @@ private:
     }
 
     void Down(Node& node) {
-        for (;;) {
-            std::size_t child = 2 * node.heapIndex;
-            if (child >= m_nodes.size())
-                return;
+        for (std::size_t child = 2 * node.heapIndex; child < m_nodes.size(); child = 2 * node.heapIndex) {
             if (child + 1 < m_nodes.size() && IsBefore(*m_nodes[child + 1], *m_nodes[child]))
                 ++child;
             if (!IsBefore(*m_nodes[child], node))
@@ -92,18 +88,23 @@ void Flatten(std::uint8_t* pixel, Conf::PixColor background) {
             std::trunc(((255 - alpha) * behind[i] + pixel[i] * alpha) / 255.0 + 0.5));
 }
 
-Node& Insert(std::deque<Node>& nodes, std::uint8_t const* pixel) {
+/// The node on the pixel's way that has none further on; the first is the root.
+Node& Find(std::deque<Node>& nodes, std::uint8_t const* pixel) {
     Node* node = &nodes.front();
-    for (unsigned depth = 1; depth <= 7; ++depth) {
-        Node*& kid = node->kids[ChildIndex(pixel, depth)];
-        if (kid == nullptr) {
-            kid = &nodes.emplace_back();
-            kid->parent = node;
-            kid->kidIndex = ChildIndex(pixel, depth);
-            kid->depth = depth;
-            ++node->kidCount;
-        }
-        node = kid;
+    while (node->depth < 7 && node->kids[ChildIndex(pixel, node->depth + 1)] != nullptr)
+        node = node->kids[ChildIndex(pixel, node->depth + 1)];
+    return *node;
+}
+
+Node& Insert(std::deque<Node>& nodes, std::uint8_t const* pixel) {
+    Node* node = &Find(nodes, pixel);
+    while (node->depth < 7) {
+        Node& kid = nodes.emplace_back();
+        kid.parent = node;
+        kid.depth = node->depth + 1;
+        kid.kidIndex = ChildIndex(pixel, kid.depth);
+        ++node->kidCount;
+        node = node->kids[kid.kidIndex] = &kid;
     }
     for (int i = 0; i < 4; ++i)
         node->sums[i] += pixel[i];
@@ -112,8 +113,6 @@ Node& Insert(std::deque<Node>& nodes, std::uint8_t const* pixel) {
 }
 
 Node& Fold(Node& node) {
-    if (node.kidCount != 0)
-        std::abort();
     Node& parent = *node.parent;
     for (int i = 0; i < 4; ++i)
         parent.sums[i] += node.sums[i];
@@ -167,17 +166,6 @@ void Diffuse(Quantized& result, std::size_t width, Heap& heap) {
     }
 }
 
-Node const& Find(Node const& root, std::uint8_t const* pixel) {
-    Node const* node = &root;
-    for (unsigned depth = 1; depth <= 7; ++depth) {
-        Node const* const kid = node->kids[ChildIndex(pixel, depth)];
-        if (kid == nullptr)
-            break;
-        node = kid;
-    }
-    return *node;
-}
-
 } // namespace
 
 Quantized Quantize(std::vector<std::uint8_t> pixels, std::size_t width, unsigned colors, bool dither,
@@ -204,8 +192,7 @@ Quantized Quantize(std::vector<std::uint8_t> pixels, std::size_t width, unsigned
         Diffuse(result, width, heap);
     else
         for (std::size_t i = 0; i < result.pixels.size(); i += 4)
-            result.indices.push_back(
-                static_cast<std::uint8_t>(Find(nodes.front(), &result.pixels[i]).heapIndex));
+            result.indices.push_back(static_cast<std::uint8_t>(Find(nodes, &result.pixels[i]).heapIndex));
     return result;
 }
 
