@@ -107,7 +107,7 @@ std::vector<std::uint8_t> AllBytes(AVFrame const& frame) {
 /// Tiny and odd sizes, against the same picture stored top down.
 TEST(SafeSwsContextTest, PicturesStoredBottomUpGiveTheSame) {
     for (char const* from : {"yuv420p", "nv12", "rgb24", "rgba", "gray", "yuva444p", "gbrp", "yuv420p10le",
-                             "pal8", "yuyv422", "rgb565le"})
+                             "pal8", "yuyv422", "rgb565le", "xyz12le"})
         for (char const* to : {"yuv420p", "rgb24", "bgra", "gray16le", "yuva420p", "gbrp16le", "nv21"})
             for (auto const& [width, height] : {std::pair{1U, 1U}, {1U, 7U}, {5U, 1U}, {33U, 17U}})
                 for (std::uint32_t const outWidth : {width, 2 * width + 1}) {
@@ -142,12 +142,13 @@ TEST(SafeSwsContextTest, EveryByteIsWritten) {
         scaler.Scale(from, *result);
         return AllBytes(*result);
     };
-    std::vector<PixFmt> subsampled;
+    std::vector<PixFmt> formats;
     for (PixFmt const format : Conf::PixFmtDescription::s_supportedFormats)
-        if (Conf::PixFmtDescription::Find(format).GetChromaShiftX() > 0)
-            subsampled.push_back(format);
-    for (PixFmt const from : subsampled)
-        for (PixFmt const to : subsampled) {
+        if (Conf::PixFmtDescription::Find(format).GetChromaShiftX() > 0 ||
+            Conf::PixFmtDescription::Find(format).IsGray())
+            formats.push_back(format);
+    for (PixFmt const from : formats)
+        for (PixFmt const to : formats) {
             SafeFrame const source = MakeNoise(from, 5, 3);
             SafeSwsContext const scaler({SideOf(*source), {5, 3, to, {}}});
             EXPECT_EQ(scaledInto(scaler, *source, to, 0), scaledInto(scaler, *source, to, 255))

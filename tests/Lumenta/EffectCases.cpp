@@ -84,7 +84,7 @@ border => pad=iw+0:ih+0:0:0:color=#000000ff @ empty
 border left-fraction=0.5 => pad=iw+0:ih+0:0:0:color=#000000ff @ empty
 border type=own:left=5 => pad=iw*1:ih*1:iw*0:ih*0:color=#000000ff @ empty
 border left=10:right=5:top=20:bottom=1 => pad=iw+15:ih+21:10:20:color=#000000ff
-border top=1 => pad=iw+0:ih+1:0:1:color=#000000ff
+border top=2 => pad=iw+0:ih+2:0:2:color=#000000ff
 border left-fraction=0.1:right-fraction=0.2:top-fraction=0.25:bottom-fraction=0.3:color=#ff80000a:type=own
     => pad=iw*1.3:ih*1.55:iw*0.1:ih*0.25:color=#ff80000a
 border left-fraction=0.1:top-fraction=0.25:type=width => pad=iw + iw*0.1:ih + iw*0.25:iw*0.1:iw*0.25:color=#000000ff

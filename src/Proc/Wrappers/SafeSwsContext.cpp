@@ -89,13 +89,23 @@ bool MixesChroma(AVPixFmtDescriptor const& format) noexcept {
 }
 
 /// Whether libswscale would merely reorder chroma, which it does not do to the end where a width or height is
-/// odd (5.1: yuyv422 to yuv420p, yuv422p to yuyv422, yuv420p to p010).
+/// odd (5.1: yuyv422 to yuv420p, yuv422p to yuyv422, yuv420p to p010); or would copy gray and leave out the
+/// chroma of semi-planar formats (5.1: gray to nv12).
 bool NeedsDetour(SwsCtxParams const& params) noexcept {
+    if (!IsSameSize(params))
+        return false;
     bool const odd = (params.from.width | params.from.height) % 2 != 0;
     AVPixFmtDescriptor const& from = Descriptor(params.from);
     AVPixFmtDescriptor const& to = Descriptor(params.to);
-    return odd && IsSameSize(params) && IsSubsampled(from) && IsSubsampled(to) &&
-           MixesChroma(from) != MixesChroma(to);
+    bool const fromGray = from.nb_components < 3 && !IsRgb(params.from);
+    if (fromGray)
+        return HasChroma(to) && !IsRgb(params.to) && MixesChroma(to);
+    return odd && IsSubsampled(from) && IsSubsampled(to) && MixesChroma(from) != MixesChroma(to);
+}
+
+/// libswscale (5.1) shows XYZ of negative line sizes the other way up.
+bool IsTurnedOver(AVFrame const& frame, SwsCtxSide const& side) noexcept {
+    return frame.linesize[0] < 0 && std::string_view(Descriptor(side).name).starts_with("xyz");
 }
 
 /// Where a detour goes: nothing is lost there, and nothing is subsampled.
@@ -203,7 +213,7 @@ void SafeSwsContext::Scale(AVFrame const& from, AVFrame& to) const {
     };
     if (IsCopy(m_params)) {
         CheckResult(site, av_frame_copy(&to, &from), from, to);
-    } else if (!HasRoomBehind(from)) {
+    } else if (!HasRoomBehind(from) || IsTurnedOver(from, m_params.from)) {
         Scale(*CopyWithRoomBehind(from), to);
     } else if (m_rest) {
         SwsCtxSide const& between = m_rest->m_params.from;
