@@ -68,11 +68,12 @@ TEST(SetEffectSettings, TakesTreesForEveryRegistration) {
         SP<Proc::IEffect> const effect = CreateEffect(entry);
         SettingsClass const& settingsClass = FindSettingsClass(effect->GetSettingsBase().GetClassId());
         RandomSettings random(7);
-        auto const initial = random.Draw(settingsClass);
-        Host::SetEffectSettings(*effect, Proc::Settings2Property(*initial));
-        EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*initial)) << Proc::Serialize(*initial);
+        auto expected = random.Draw(settingsClass);
+        Host::SetEffectSettings(*effect, Proc::Settings2Property(*expected));
+        EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*expected)) << Proc::Serialize(*expected);
         // One field alone: the others stay.
-        auto expected = initial->Clone();
+        auto const initial = settingsClass.Create();
+        Host::SetEffectSettings(*effect, Proc::Settings2Property(*initial));
         Proc::Field const& field = settingsClass.fields.back();
         do {
             expected = initial->Clone();
