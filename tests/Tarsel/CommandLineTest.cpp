@@ -88,6 +88,12 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
          "\"theora\" is a codec; name an encoder of it: libtheora"},
         {run + "o.mp4 --quality best", 1,
          "--quality: best not in {low,medium,high,visually-lossless,lossless}*"},
+        {"stabilize missing.mp4 o.mp4 path=/x", 1,
+         "\"path=/x\" cannot be set: stabilize does both passes by itself"},
+        {"stabilize missing.mp4 o.mp4 shakiness=11", 1, "stabilizer: shakiness=11 is out of range: 1 to 10"},
+        {"palette missing.mp4 o.png --colors 256", 1, "--colors: \"256\" is no whole number, 1 to 255*"},
+        {"palette missing.mp4 o.png --background red:dither=1", 1,
+         "pixel-format: background=red:dither=1 is no color*"},
         {"palette missing.mp4 there.jpg", 1,
          "\"there.jpg\" cannot hold palettes; .png, .gif, .bmp and .tiff can"},
     });

@@ -98,15 +98,5 @@ TEST_F(PaletteTool, MakesAnimationsOfFilms) {
     }
 }
 
-TEST_F(PaletteTool, RefusesWhatHoldsNoPalettes) {
-    MakePhoto();
-    ExpectRefusals({
-        {"palette photo.png out.jpg", 1, "\"out.jpg\" cannot hold palettes*"},
-        {"palette photo.png out.png --colors 256", 1, "--colors: \"256\" is no whole number, 1 to 255*"},
-        {"palette photo.png out.png --background red:dither=1", 1,
-         "pixel-format: background=red:dither=1 is no color*"},
-    });
-}
-
 } // namespace
 } // namespace Tarsel::Tools

@@ -87,16 +87,5 @@ TEST_F(StabilizeTool, APassAloneSaysSoAndOverwritesNothing) {
                     HasSubstr("step 1 (stabilizer) only measures the motion, into \"motion.trf\": "));
 }
 
-TEST_F(StabilizeTool, SaysWhatIsWrongBeforeTheFirstPass) {
-    MakeSmallFilm();
-    ExpectRefusals({
-        {"stabilize film.mp4 out.mkv path=/x", 1,
-         "\"path=/x\" cannot be set: stabilize does both passes by itself"},
-        {"stabilize film.mp4 out.mkv shakiness=11", 1, "stabilizer: shakiness=11 is out of range: 1 to 10"},
-        {"stabilize film.mp4 film.mp4", 1, "Cannot write \"film.mp4\": it is the input*"},
-        {"stabilize missing.mkv out.mkv", 2, "Cannot open \"missing.mkv\"*"},
-    });
-}
-
 } // namespace
 } // namespace Tarsel::Tools
