@@ -200,6 +200,8 @@ wav24.wav out.wav a=dbl,0
   pcm_s24le: encode pcm_s24le 48000 Hz s32 mono
 wav24.wav out2.wav a=s16,16
   pcm_s24le: encode pcm_s16le 48000 Hz s16 mono
+wav24.wav out.aiff a
+  pcm_s24le: encode pcm_s24be 48000 Hz s32 mono
 wav24.wav out.wav acodec=pcm_s16le
   pcm_s24le: encode pcm_s16le 48000 Hz s16 mono
   Audio of 24 bits was cut to 16 for the encoder pcm_s16le.
