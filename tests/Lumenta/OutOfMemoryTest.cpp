@@ -12,7 +12,7 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Support/Audio.h"
 #include "Support/LibraryEffects.h"
-#include "Support/RandomSettings.h"
+#include "Check/RandomSettings.h"
 
 #include <gtest/gtest.h>
 
@@ -112,8 +112,8 @@ TEST(OutOfMemory, EndsNoProcessAndSpoilsNoAudioEffect) {
         FailEverywhere(entry.classId, make);
         auto const effect = make();
         auto const others = FindSettingsClass(entry.classId).Create();
-        RandomSettings random(5);
-        auto settings = random.Draw(FindSettingsClass(entry.classId));
+        Check::RandomSettings random(5);
+        auto settings = random.Draw(*others);
         auto const work = [&] {
             effect->SetSettings(*settings);
             SP<Proc::IDataAudio> data = Proc::DataAudioFF::CreateBySampleCount(info, 1024);
@@ -130,7 +130,7 @@ TEST(OutOfMemory, EndsNoProcessAndSpoilsNoAudioEffect) {
             }
         };
         while (isRefused())
-            settings = random.Draw(FindSettingsClass(entry.classId));
+            settings = random.Draw(*others);
         FailEverywhere(entry.classId, work);
     }
 }

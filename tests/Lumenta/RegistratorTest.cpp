@@ -8,7 +8,7 @@
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Settings/SettingsText.h"
 #include "Support/LibraryEffects.h"
-#include "Support/RandomSettings.h"
+#include "Check/RandomSettings.h"
 
 #include <gtest/gtest.h>
 
@@ -67,8 +67,8 @@ TEST(SetEffectSettings, TakesTreesForEveryRegistration) {
         SCOPED_TRACE(entry.classId);
         SP<Proc::IEffect> const effect = CreateEffect(entry);
         SettingsClass const& settingsClass = FindSettingsClass(effect->GetSettingsBase().GetClassId());
-        RandomSettings random(7);
-        auto expected = random.Draw(settingsClass);
+        Check::RandomSettings random(7);
+        auto expected = random.Draw(*settingsClass.initial);
         Host::SetEffectSettings(*effect, Proc::Settings2Property(*expected));
         EXPECT_TRUE(effect->GetSettingsBase().IsEqualTo(*expected)) << Proc::Serialize(*expected);
         // One field alone: the others stay.

@@ -2,6 +2,7 @@
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/OptionText.h"
+#include "Proc/Settings/Field.h"
 #include "Support/CommaLocale.h"
 #include "Support/TextRows.h"
 #include "Support/Watch.h"
@@ -113,6 +114,29 @@ TEST(Text, OfEverySettingAtItsEdges) {
     expect("");
     CommaLocale const comma;
     expect(" in a locale with a decimal comma");
+}
+
+/// What a third digit changes: nothing where the help says so, the text everywhere else.
+TEST(Text, HelpSaysWhichNumbersAreCut) {
+    std::size_t compared = 0;
+    for (EffectCase const& row : GetWorkingCases()) {
+        for (Proc::Field const& field : row.MakeSettings()->GetFields()) {
+            if (field.kind != Proc::FieldKind::Real)
+                continue;
+            auto const textAt = [&](double share) {
+                std::unique_ptr<Proc::Settings> const settings = row.MakeSettings();
+                double const range = std::min(field.maximum - field.minimum, 100.0);
+                field.set(*settings, field.minimum + share * range);
+                return Describe(*MakeEffect(*settings));
+            };
+            if (textAt(0.25) == textAt(0.75))
+                continue; // means nothing beside the row's other values
+            ++compared;
+            EXPECT_EQ(textAt(0.6001) == textAt(0.6003), field.help.find("two digits") != std::string::npos)
+                << row.classId << ' ' << field.key << ": " << textAt(0.6001) << " or " << textAt(0.6003);
+        }
+    }
+    EXPECT_GT(compared, 0U);
 }
 
 TEST(Text, PropertyBecomesOptions) {

@@ -2,7 +2,7 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Delay.h"
 #include "Support/LibraryEffects.h"
-#include "Support/RandomSettings.h"
+#include "Check/RandomSettings.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -100,7 +100,7 @@ void RunWild(AudioCase const& row, std::uint32_t seed) {
     std::mt19937 random(seed);
     auto const pick = [&](auto const& list) { return list[random() % std::size(list)]; };
     auto const effect = MakeEffect(row.classId);
-    effect->SetSettings(*RandomSettings(seed).Draw(FindSettingsClass(row.classId)));
+    effect->SetSettings(*Check::RandomSettings(seed).Draw(effect->GetSettingsBase()));
     auto const info = SampleInfo::Init(static_cast<SampleFormats>(random() % 10), pick(rates), pick(layouts));
     auto& stream = StreamOf(*effect);
     try {

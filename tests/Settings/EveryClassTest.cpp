@@ -1,8 +1,8 @@
+#include "Check/RandomSettings.h"
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Settings/SettingsText.h"
 #include "Support/CommaLocale.h"
 #include "Support/Failure.h"
-#include "Support/RandomSettings.h"
 
 #include <cmath>
 #include <limits>
@@ -18,9 +18,9 @@ std::string GetRefusal(Work const& work) {
     return Tarsel::Test::TextOf<SettingsException>(work);
 }
 
+using Tarsel::Check::RandomSettings;
+using Tarsel::Check::RandomTexts;
 using Tarsel::Test::GetSettingsClasses;
-using Tarsel::Test::RandomSettings;
-using Tarsel::Test::RandomTexts;
 using Tarsel::Test::SettingsClass;
 
 template <class Check>
@@ -72,7 +72,7 @@ TEST(EveryClass, ComesBackFromItsTextItsPropertyAndItsCopies) {
     ForEveryClass([](SettingsClass const& subject) {
         RandomSettings random(4711, RandomTexts::Awkward);
         for (int i = 0; i < 40; ++i) {
-            std::unique_ptr<Settings> const settings = random.Draw(subject);
+            std::unique_ptr<Settings> const settings = random.Draw(*subject.initial);
             std::string const text = Serialize(*settings);
             SCOPED_TRACE(text);
             auto const expectSame = [&](Settings const& back) {
@@ -109,7 +109,7 @@ TEST(EveryClass, EqualityNoticesEveryFieldAndTheClass) {
     ForEveryClass([](SettingsClass const& subject) {
         RandomSettings random(99);
         for (Field const& field : subject.fields) {
-            std::unique_ptr<Settings> const settings = random.Draw(subject);
+            std::unique_ptr<Settings> const settings = random.Draw(*subject.initial);
             std::unique_ptr<Settings> const other = settings->Clone();
             FieldValue value = random.Draw(field);
             for (int i = 0; i < 100 && value == field.get(*settings); ++i)
@@ -202,7 +202,7 @@ TEST(EveryClass, ReadsAllOrNothing) {
             if (field.key != lastKey)
                 before += std::string(field.key) + '=' + ToText(field, random.Draw(field)) + ':';
         }
-        std::unique_ptr<Settings> const settings = random.Draw(subject);
+        std::unique_ptr<Settings> const settings = random.Draw(*subject.initial);
         std::unique_ptr<Settings> const untouched = settings->Clone();
         EXPECT_THROW(settings->Deserialize(before + text), SettingsException) << before + text;
         for (Field const& field : subject.fields) {

@@ -67,10 +67,11 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     app.footer(DescribeExitCodes() + "\n\"tarsel VERB --help\" tells more about each verb.");
 
     CommonOptions options;
-    std::array const verbs{
-        AddRunVerb(app, options),  AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
-        AddMixVerb(app, options),  AddToneVerb(app, options),      AddMeterVerb(app, options),
-        AddListVerb(app, options), AddExplainVerb(app, options),   AddCompleteVerb(app, options)};
+    std::array const verbs{AddRunVerb(app, options),     AddStabilizeVerb(app, options),
+                           AddPaletteVerb(app, options), AddMixVerb(app, options),
+                           AddToneVerb(app, options),    AddMeterVerb(app, options),
+                           AddListVerb(app, options),    AddExplainVerb(app, options),
+                           AddCheckVerb(app, options),   AddCompleteVerb(app, options)};
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {

@@ -81,6 +81,8 @@ Verb AddMeterVerb(CLI::App& app, CommonOptions& common);
 Verb AddListVerb(CLI::App& app, CommonOptions& common);
 /// "explain": what effects would do with a format, without media.
 Verb AddExplainVerb(CLI::App& app, CommonOptions& common);
+/// "check": a plug-in against the contract with its hosts.
+Verb AddCheckVerb(CLI::App& app, CommonOptions& common);
 /// "complete": what may follow on a command line; for shells, and not shown. To be added last.
 Verb AddCompleteVerb(CLI::App& app, CommonOptions& common);
 

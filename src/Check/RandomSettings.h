@@ -2,7 +2,8 @@
 
 #include "Conf/ChannelLayout.h"
 #include "Conf/PixFmtDescription.h"
-#include "Support/LibraryEffects.h"
+#include "Proc/Settings/Field.h"
+#include "Proc/Settings/Settings.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,23 +15,32 @@
 #include <vector>
 
 /// Settings drawn at random from the tables of their fields; the same ones for the same seed.
-namespace Tarsel::Test {
+namespace Tarsel::Check {
 
 /// Texts for fields of any text: those a file could have for a name, or such as are hard to write and read.
-enum class RandomTexts { Plain, Awkward };
+enum class RandomTexts : std::uint8_t { Plain, Awkward };
+
+/// Which numbers: any that are legal, or those near the default, which take an effect little time.
+enum class RandomReach : std::uint8_t { Legal, Near };
 
 class RandomSettings {
 public:
     explicit RandomSettings(std::uint32_t seed, RandomTexts texts = RandomTexts::Plain)
         : m_random(seed), m_texts(texts) {}
+    /// Takes its seed from a generator that goes on.
+    explicit RandomSettings(std::mt19937& random, RandomReach reach = RandomReach::Legal)
+        : m_random(random()), m_reach(reach) {}
 
-    /// An object of that class with every field drawn by itself, and again while they contradict one another.
-    std::unique_ptr<Proc::Settings> Draw(SettingsClass const& settingsClass) {
-        std::unique_ptr<Proc::Settings> settings = settingsClass.Create();
+    /// Settings of the class of `from`, every field drawn by itself (every other one where they are to be
+    /// near the default), and again while they contradict one another.
+    std::unique_ptr<Proc::Settings> Draw(Proc::Settings const& from) {
+        std::unique_ptr<Proc::Settings> settings = from.Clone();
+        auto const findConflict = settings->GetClassTable().findConflict;
         do {
-            for (Proc::Field const& field : settingsClass.fields)
-                Proc::WriteField(*settings, field, Draw(field));
-        } while (settingsClass.findConflict != nullptr && !settingsClass.findConflict(*settings).empty());
+            for (Proc::Field const& field : settings->GetFields())
+                if (m_reach == RandomReach::Legal || Below(2) == 0)
+                    Proc::WriteField(*settings, field, Draw(field));
+        } while (findConflict != nullptr && !findConflict(*settings).empty());
         return settings;
     }
 
@@ -40,10 +50,9 @@ public:
         case Proc::FieldKind::Flag:
             return Below(2) == 1;
         case Proc::FieldKind::Integer:
-            return std::llround(Number(field.minimum, field.maximum, true));
+            return std::llround(Number(GetRange(field), true));
         case Proc::FieldKind::Real:
-            return field.single ? Single(field.minimum, field.maximum)
-                                : Number(field.minimum, field.maximum, false);
+            return field.single ? Single(GetRange(field)) : Number(GetRange(field), false);
         case Proc::FieldKind::Word:
             return Pick(field.words).value;
         case Proc::FieldKind::Mask: {
@@ -67,8 +76,9 @@ public:
         case Proc::FieldKind::Matrix: {
             std::vector<double> words(9);
             for (double& word : words)
-                word = Number(std::numeric_limits<std::int32_t>::min(),
-                              std::numeric_limits<std::int32_t>::max(), true);
+                word = Number(
+                    {std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()},
+                    true);
             return words;
         }
         }
@@ -86,23 +96,36 @@ private:
 
     Conf::PixFmt Format() { return Pick(Conf::PixFmtDescription::s_supportedFormats); }
 
-    double Number(double minimum, double maximum, bool whole) {
+    struct Range {
+        double least;
+        double most;
+    };
+    /// Near the default: a tenth of the range to either side, of wide ones 10.
+    Range GetRange(Proc::Field const& field) const {
+        if (m_reach == RandomReach::Legal)
+            return {field.minimum, field.maximum};
+        double const reach = std::min(std::max((field.maximum - field.minimum) / 10, 1.0), 10.0);
+        return {std::max(field.minimum, field.initial.number - reach),
+                std::min(field.maximum, field.initial.number + reach)};
+    }
+
+    double Number(Range range, bool whole) {
         switch (Below(8)) {
         case 0:
-            return minimum;
+            return range.least;
         case 1:
-            return maximum;
+            return range.most;
         default: {
             double const share = std::generate_canonical<double, 53>(m_random);
-            double const value = minimum * (1 - share) + maximum * share;
-            return std::clamp(whole ? std::round(value) : value, minimum, maximum);
+            double const value = range.least * (1 - share) + range.most * share;
+            return std::clamp(whole ? std::round(value) : value, range.least, range.most);
         }
         }
     }
 
-    double Single(double minimum, double maximum) {
-        auto const value = static_cast<float>(Number(minimum, maximum, false));
-        return std::clamp(value, static_cast<float>(minimum), static_cast<float>(maximum));
+    double Single(Range range) {
+        auto const value = static_cast<float>(Number(range, false));
+        return std::clamp(value, static_cast<float>(range.least), static_cast<float>(range.most));
     }
 
     std::string Text() {
@@ -120,13 +143,14 @@ private:
                 values.push_back(
                     column.kind == Proc::FieldKind::PixelFormat
                         ? static_cast<double>(Format())
-                        : Number(column.minimum, column.maximum, column.kind == Proc::FieldKind::Integer));
+                        : Number({column.minimum, column.maximum}, column.kind == Proc::FieldKind::Integer));
         }
         return values;
     }
 
     std::mt19937 m_random;
-    RandomTexts m_texts;
+    RandomTexts m_texts = RandomTexts::Plain;
+    RandomReach m_reach = RandomReach::Legal;
 };
 
-} // namespace Tarsel::Test
+} // namespace Tarsel::Check

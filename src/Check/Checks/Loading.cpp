@@ -1,0 +1,182 @@
+#include "Check/Check.h"
+#include "Check/ElfExports.h"
+#include "Check/ProcessState.h"
+#include "Host/EffectRegistry.h"
+#include "Host/Plugin.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Tarsel::Check {
+namespace {
+
+using Host::EffectRegistry;
+using Host::Plugin;
+
+std::vector<std::string> ListEntries(EffectRegistry const& registry) {
+    std::vector<std::string> list;
+    for (Host::EffectEntry const& entry : registry.GetEntries())
+        list.push_back(entry.classId + '/' + entry.implName);
+    return list;
+}
+
+void* Open(std::filesystem::path const& library) {
+    void* const handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    Expect(handle != nullptr, "it cannot be loaded: {}", handle == nullptr ? dlerror() : "");
+    return handle;
+}
+
+auto* FindRegistrator(void* library) {
+    auto* const registrator =
+        reinterpret_cast<bool (*)(Proc::IEffectRegistrar&)>(dlsym(library, "Registrator"));
+    Expect(registrator != nullptr, "there is no function \"Registrator\"");
+    return registrator;
+}
+
+/// Counts registrations, and throws at one.
+class FailingRegistrar final : public Proc::IEffectRegistrar {
+public:
+    struct Stop {};
+
+    explicit FailingRegistrar(int passed) : m_left(passed) {}
+
+    bool RegisterAudioEffect(std::string const&, std::string const&, Proc::AudioEffectCreator) override {
+        return Count();
+    }
+    bool RegisterVideoEffect(std::string const&, std::string const&, Proc::VideoEffectCreator) override {
+        return Count();
+    }
+    bool RegisterTwoInputAudioEffect(std::string const&, std::string const&,
+                                     Proc::TwoInputAudioEffectCreator) override {
+        return Count();
+    }
+    bool RegisterTwoInputVideoEffect(std::string const&, std::string const&,
+                                     Proc::TwoInputVideoEffectCreator) override {
+        return Count();
+    }
+
+private:
+    bool Count() {
+        if (m_left-- == 0)
+            throw Stop();
+        return true;
+    }
+
+    int m_left;
+};
+
+void CheckExports(PluginSubject const& subject) {
+    for (std::string const& name : ReadExports(subject.library)) {
+        for (std::string_view const prefix :
+             {"av_", "avcodec_", "avfilter_", "avformat_", "sws_", "swr_", "_ZN6Tarsel"})
+            Expect(!name.starts_with(prefix) || name.starts_with("_ZN6Tarsel4Proc"),
+                   "it exports \"{}\", a name of its host or of FFmpeg", name);
+        for (std::string_view const own : {"malloc", "calloc", "realloc", "free", "_Znwm", "_ZdlPv", "main"})
+            Expect(name != own, "it exports \"{}\" for the whole process", name);
+    }
+}
+
+constexpr std::array s_checks{
+    CheckInfo{"loads", Group::Loading, "The library loads with all its symbols resolved at once.",
+              "A host that loads it finds out in the middle of a film that a function is missing.", 1,
+              [](PluginSubject const& subject) { (void)Open(subject.library); }},
+    CheckInfo{"registers", Group::Loading,
+              "It exports Registrator, which registers effects and returns true.",
+              "Without it a host gets nothing from the library.", 1,
+              [](PluginSubject const& subject) {
+                  auto* const registrator = FindRegistrator(Open(subject.library));
+                  EffectRegistry registry;
+                  Expect(registrator(registry), "Registrator returns false");
+                  Expect(!registry.GetEntries().empty(), "no effect is registered");
+              }},
+    CheckInfo{"registers-again", Group::Loading, "Each call of Registrator registers the same effects.",
+              "A host with two registries, or one that loads plug-ins again, misses effects.", 1,
+              [](PluginSubject const& subject) {
+                  Plugin const plugin(subject.library);
+                  std::array<EffectRegistry, 3> registries;
+                  for (EffectRegistry& registry : registries)
+                      plugin.Register(registry);
+                  for (EffectRegistry const& registry : registries)
+                      Expect(ListEntries(registry) == ListEntries(registries[0]),
+                             "{} effects the first time, {} later", registries[0].GetEntries().size(),
+                             registry.GetEntries().size());
+              }},
+    CheckInfo{"registers-each-once", Group::Loading, "No effect is registered twice.",
+              "Which of the two a host gets hangs on the order in which it was filled.", 1,
+              [](PluginSubject const& subject) {
+                  EffectRegistry registry;
+                  Plugin(subject.library).Register(registry);
+                  std::vector<std::string> list = ListEntries(registry);
+                  std::ranges::sort(list);
+                  auto const twice = std::ranges::adjacent_find(list);
+                  Expect(twice == list.end(), "\"{}\" is there twice", twice == list.end() ? "" : *twice);
+              }},
+    CheckInfo{
+        "refused-registration", Group::Loading,
+        "An exception of the registrar passes through Registrator, whichever registration it comes from.",
+        "A host that refuses an effect is ended with its whole process.", 4,
+        [](PluginSubject const& subject) {
+            auto* const registrator = FindRegistrator(Open(subject.library));
+            EffectRegistry registry;
+            (void)registrator(registry);
+            for (int passed = 0; passed < static_cast<int>(registry.GetEntries().size()); ++passed) {
+                FailingRegistrar failing(passed);
+                bool isTold = false;
+                try {
+                    (void)registrator(failing);
+                } catch (FailingRegistrar::Stop const&) {
+                    isTold = true;
+                }
+                Expect(isTold, "the exception of registration {} is swallowed", passed + 1);
+            }
+        }},
+    CheckInfo{"exports-little", Group::Loading,
+              "It exports no name of FFmpeg's, of the host's or of the C library's.",
+              "Such a name takes the place of the host's own, and calls go to the wrong function.", 2,
+              CheckExports},
+    CheckInfo{"loads-quietly", Group::Loading,
+              "Loading and registering start no thread and change nothing that belongs to the process.",
+              "Locale, folder, signal handlers and rounding are the host's; another number is read or an "
+              "interrupt is lost.",
+              2,
+              [](PluginSubject const& subject) {
+                  auto const before = DescribeProcess();
+                  std::size_t const threads = CountThreads();
+                  EffectRegistry registry;
+                  Plugin(subject.library).Register(registry);
+                  std::string const difference = FindDifference(DescribeProcess(), before);
+                  Expect(difference.empty(), "something of the process has changed: {}", difference);
+                  Expect(CountThreads() == threads, "{} threads run, {} before", CountThreads(), threads);
+              }},
+    CheckInfo{"closes", Group::Loading, "After dlclose the process goes on and ends well.",
+              "A host that looks for plug-ins and closes those it does not want crashes when it ends.", 3,
+              [](PluginSubject const& subject) {
+                  pid_t const process = fork();
+                  if (process == 0) {
+                      for (int i = 0; i < 3; ++i) {
+                          void* const handle = Open(subject.library);
+                          EffectRegistry registry;
+                          (void)FindRegistrator(handle)(registry);
+                          if (dlclose(handle) != 0)
+                              std::_Exit(EXIT_FAILURE);
+                      }
+                      std::exit(EXIT_SUCCESS);
+                  }
+                  int status = 0;
+                  (void)waitpid(process, &status, 0);
+                  Expect(!WIFSIGNALED(status), "the process ends by signal {}", WTERMSIG(status));
+                  Expect(WEXITSTATUS(status) == EXIT_SUCCESS, "it cannot be closed");
+              }},
+};
+
+} // namespace
+
+std::span<CheckInfo const> GetLoadingChecks() {
+    return s_checks;
+}
+
+} // namespace Tarsel::Check

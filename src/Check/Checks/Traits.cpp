@@ -1,0 +1,189 @@
+#include "Check/Check.h"
+#include "Conf/PixFmtDescription.h"
+
+#include <array>
+
+namespace Tarsel::Check {
+namespace {
+
+using Conf::PixFmt;
+using Proc::Keeps;
+
+/// The frames that come of three, and which they were; empty where they are refused.
+struct Trial {
+    std::vector<SP<Proc::IDataVideo>> in;
+    std::vector<SP<Proc::IDataVideo>> out;
+};
+
+Trial Try(Subject<Video>& subject, std::vector<SP<Proc::IDataVideo>> in) {
+    Trial trial{std::move(in), {}};
+    (void)Refuses([&] { trial.out = Run(*subject.Make(), trial.in); });
+    return trial;
+}
+
+std::vector<SP<Proc::IDataVideo>> MakeFrames(PixFmt format) {
+    return {MakeDatum(Video::Form{format}, 0), MakeDatum(Video::Form{format}, 1),
+            MakeDatum(Video::Form{format}, 2)};
+}
+
+/// Of the formats that satisfy `wanted` those that the effect takes, and what comes of them; Skipped where it
+/// takes none.
+template <class Wanted, class Visit>
+void ForFormats(Subject<Video>& subject, Wanted const& wanted, Visit const& visit) {
+    int taken = 0;
+    for (PixFmt const format : Conf::PixFmtDescription::s_supportedFormats) {
+        if (!wanted(Conf::PixFmtDescription::Find(format)))
+            continue;
+        Trial const trial = Try(subject, MakeFrames(format));
+        for (auto const& result : trial.out) {
+            visit(format, trial, *result);
+            ++taken;
+        }
+    }
+    Require(taken > 0, "the effect takes no such format");
+}
+
+/// Bytes of the plane that holds alpha alone.
+std::string GetAlpha(Proc::IDataVideo const& frame) {
+    Proc::ReadOnlyPlane const plane = frame.GetReadOnlyPlane(3);
+    std::string bytes;
+    for (std::uint32_t row = 0; row < plane.rows; ++row)
+        bytes.append(
+            reinterpret_cast<char const*>(plane.data + static_cast<std::ptrdiff_t>(row) * plane.lineSize),
+            plane.rowBytes);
+    return bytes;
+}
+
+constexpr std::array s_checks{
+    CheckInfo{
+        "trait-alpha", Group::Traits,
+        "Traits that say \"always\" of alpha are true: transparency comes out, plane for plane.",
+        "A title becomes opaque, and nobody was told.", 2, nullptr,
+        [](Subject<Video>& subject) {
+            auto const effect = subject.Make();
+            auto const& traits = TraitsOf(*effect);
+            Require(traits.alpha == Keeps::Always, "the traits do not say so");
+            bool const comparesPlanes = traits.frameIndependent && traits.size == Keeps::Always;
+            ForFormats(
+                subject,
+                // Whether a palette has transparent colors no format says.
+                [](auto const& format) { return format.HasAlpha() && format.GetFormat() != PixFmt::PAL8; },
+                [&](PixFmt format, Trial const&, Proc::IDataVideo const& result) {
+                    auto const& made = Conf::PixFmtDescription::Find(result.GetPixelFormat());
+                    Expect(made.HasAlpha() || made.GetFormat() == PixFmt::PAL8, "{} becomes {}",
+                           Conf::PixFmtDescription::Find(format).GetName(), made.GetName());
+                });
+            // The same alpha everywhere stays the same, wherever pixels move to.
+            auto frames = MakeFrames(PixFmt::YUVA444P);
+            if (!comparesPlanes)
+                return;
+            for (auto const& frame : frames) {
+                Proc::WritablePlane const plane = frame->GetWritablePlane(3);
+                for (std::uint32_t row = 0; row < plane.rows; ++row)
+                    std::fill_n(plane.data + static_cast<std::ptrdiff_t>(row) * plane.lineSize,
+                                plane.rowBytes, std::uint8_t{128});
+            }
+            for (auto const& result : Try(subject, frames).out)
+                if (result->GetPixelFormat() == PixFmt::YUVA444P)
+                    Expect(GetAlpha(*result) == GetAlpha(*frames[0]), "an alpha of 128 everywhere changes");
+        }},
+    CheckInfo{"trait-depth", Group::Traits,
+              "Traits that say \"always\" of depth are true: no format loses bits.",
+              "HDR becomes banded, and nobody was told.", 2, nullptr,
+              [](Subject<Video>& subject) {
+                  auto const effect = subject.Make();
+                  Require(TraitsOf(*effect).depth == Keeps::Always, "the traits do not say so");
+                  ForFormats(
+                      subject, [](auto const& format) { return format.GetDepth() > 8; },
+                      [](PixFmt format, Trial const&, Proc::IDataVideo const& result) {
+                          auto const& from = Conf::PixFmtDescription::Find(format);
+                          auto const& made = Conf::PixFmtDescription::Find(result.GetPixelFormat());
+                          Expect(made.GetDepth() >= std::min(from.GetDepth(), 16), "{} becomes {}",
+                                 from.GetName(), made.GetName());
+                      });
+              }},
+    CheckInfo{"trait-range", Group::Traits,
+              "Traits that say \"always\" of range are true: full-range frames say so when they come out.",
+              "Blacks turn gray in a player.", 2, nullptr,
+              [](Subject<Video>& subject) {
+                  auto const effect = subject.Make();
+                  Require(TraitsOf(*effect).range == Keeps::Always, "the traits do not say so");
+                  ForFormats(
+                      subject, [](auto const& format) { return format.GetName().starts_with("yuvj"); },
+                      [](PixFmt format, Trial const&, Proc::IDataVideo const& result) {
+                          auto const& made = Conf::PixFmtDescription::Find(result.GetPixelFormat());
+                          Expect(made.IsFullRange(result.GetColorSpace()), "{} becomes {} of limited range",
+                                 Conf::PixFmtDescription::Find(format).GetName(), made.GetName());
+                      });
+              }},
+    ForEffects("trait-size", Group::Traits,
+               "Traits that say \"always\" of size are true: as many pixels, as many samples.",
+               "A host that skips the question for the size writes past its buffers.", 1,
+               [](auto& subject) {
+                   using Medium = typename std::decay_t<decltype(subject)>::Medium;
+                   auto const effect = subject.Make();
+                   auto const& traits = TraitsOf(*effect);
+                   Require(traits.size == Keeps::Always && !traits.tail, "the traits do not say so");
+                   auto const data = subject.MakeData(4);
+                   auto const results = Run(*effect, data);
+                   if constexpr (std::is_same_v<Medium, Video>) {
+                       for (auto const& result : results)
+                           Expect(result->GetFrameInfo().width == data[0]->GetFrameInfo().width &&
+                                      result->GetFrameInfo().height == data[0]->GetFrameInfo().height,
+                                  "{} becomes {}", GetText(GetForm(*data[0])), GetText(GetForm(*result)));
+                   } else {
+                       std::int64_t in = 0;
+                       std::int64_t out = 0;
+                       for (auto const& datum : data)
+                           in += datum->GetSampleCount();
+                       for (auto const& result : results)
+                           out += result->GetSampleCount();
+                       Expect(in == out, "{} samples become {}", in, out);
+                   }
+               }),
+    CheckInfo{
+        "trait-independent", Group::Traits,
+        "Where traits say that frames are independent, each alone gives the result it gives among others.",
+        "A host that runs several effects side by side mixes up the film.", 1, nullptr,
+        [](Subject<Video>& subject) {
+            auto const effect = subject.Make();
+            Require(TraitsOf(*effect).frameIndependent, "the traits do not say so");
+            auto const data = subject.MakeData(6);
+            auto const due = GetAllOf(Run(*effect, data));
+            std::vector<std::string> got;
+            for (auto const& datum : data)
+                for (auto const& result : Run(*subject.Make(), std::vector{datum}))
+                    got.push_back(GetAll(*result));
+            std::string const difference = FindDifference(got, due);
+            Expect(difference.empty(), "{}", difference);
+        }},
+    CheckInfo{"trait-taken-formats", Group::Traits,
+              "Formats that the traits say are taken are not refused, at an even size.",
+              "A host that converts only what it must fails in the middle of a film.", 3, nullptr,
+              [](Subject<Video>& subject) {
+                  auto const effect = subject.Make();
+                  auto const& traits = TraitsOf(*effect);
+                  for (PixFmt const format : Conf::PixFmtDescription::s_supportedFormats) {
+                      auto const& record = Conf::PixFmtDescription::Find(format);
+                      bool const isPlanarYuv =
+                          !record.IsRgb() && record.GetPlaneCount() >= 3 && format != PixFmt::YUVJ444P;
+                      if (traits.takes == Proc::Takes::PlanarYuv && !isPlanarYuv)
+                          continue;
+                      std::string said;
+                      try {
+                          (void)Run(*subject.Make(), MakeFrames(format));
+                      } catch (std::exception const& refusal) {
+                          said = refusal.what();
+                      }
+                      Expect(said.empty(), "{} is refused: {}", record.GetName(), said);
+                  }
+              }},
+};
+
+} // namespace
+
+std::span<CheckInfo const> GetTraitChecks() {
+    return s_checks;
+}
+
+} // namespace Tarsel::Check

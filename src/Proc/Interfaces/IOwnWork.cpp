@@ -1,7 +1,0 @@
-#include "Proc/Interfaces/IOwnWork.h"
-
-namespace Tarsel::Proc {
-
-IOwnWork::~IOwnWork() = default;
-
-} // namespace Tarsel::Proc
