@@ -28,8 +28,9 @@ MAY_INCLUDE = {
     "Proc/Effects/Lumenta": [*EFFECTS, "Proc/Effects/Lumenta"],
     "Host": [*SDK, "Host"],
     **{room: [*SDK, "Host", "Media", *MEDIA[: index + 1]] for index, room in enumerate(MEDIA)},
+    "Check": [*SDK, "Host", "Check"],
     "Media": [*SDK, "Host", "Media"],
-    "Tools": [*EFFECTS, "Host", "Media", "Tools"],
+    "Tools": [*EFFECTS, "Host", "Check", "Media", "Tools"],
 }
 
 # FFmpeg's libraries and the rooms that may use them; the SDK and the effects must not pull in more than they

@@ -72,8 +72,9 @@ std::string WithSubject(CheckOptions const& options, EffectName const& name, Pre
 }
 
 std::string ListEffects(std::filesystem::path const& library) {
+    SP<Host::EffectFactory const> const factory = Load(library);
     std::string text;
-    for (Host::EffectEntry const& entry : Load(library)->GetRegistry().GetEntries())
+    for (Host::EffectEntry const& entry : factory->GetRegistry().GetEntries())
         text += entry.classId + s_separator + entry.implName + s_separator +
                 std::to_string(static_cast<int>(entry.GetKind())) + s_separator;
     return text;

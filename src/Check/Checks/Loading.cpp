@@ -37,36 +37,42 @@ auto* FindRegistrator(void* library) {
     return registrator;
 }
 
-/// Counts registrations, and throws at one.
-class FailingRegistrar final : public Proc::IEffectRegistrar {
+/// Writes down what is registered, and throws at one of them.
+class RecordingRegistrar final : public Proc::IEffectRegistrar {
 public:
     struct Stop {};
 
-    explicit FailingRegistrar(int passed) : m_left(passed) {}
+    explicit RecordingRegistrar(std::size_t passed = SIZE_MAX) : m_passed(passed) {}
 
-    bool RegisterAudioEffect(std::string const&, std::string const&, Proc::AudioEffectCreator) override {
-        return Count();
+    std::vector<std::string> const& GetNames() const noexcept { return m_names; }
+
+    bool RegisterAudioEffect(std::string const& classId, std::string const& implName,
+                             Proc::AudioEffectCreator) override {
+        return Add(classId, implName);
     }
-    bool RegisterVideoEffect(std::string const&, std::string const&, Proc::VideoEffectCreator) override {
-        return Count();
+    bool RegisterVideoEffect(std::string const& classId, std::string const& implName,
+                             Proc::VideoEffectCreator) override {
+        return Add(classId, implName);
     }
-    bool RegisterTwoInputAudioEffect(std::string const&, std::string const&,
+    bool RegisterTwoInputAudioEffect(std::string const& classId, std::string const& implName,
                                      Proc::TwoInputAudioEffectCreator) override {
-        return Count();
+        return Add(classId, implName);
     }
-    bool RegisterTwoInputVideoEffect(std::string const&, std::string const&,
+    bool RegisterTwoInputVideoEffect(std::string const& classId, std::string const& implName,
                                      Proc::TwoInputVideoEffectCreator) override {
-        return Count();
+        return Add(classId, implName);
     }
 
 private:
-    bool Count() {
-        if (m_left-- == 0)
+    bool Add(std::string const& classId, std::string const& implName) {
+        if (m_names.size() == m_passed)
             throw Stop();
+        m_names.push_back(classId + '/' + implName);
         return true;
     }
 
-    int m_left;
+    std::size_t m_passed;
+    std::vector<std::string> m_names;
 };
 
 void CheckExports(PluginSubject const& subject) {
@@ -108,32 +114,31 @@ constexpr std::array s_checks{
     CheckInfo{"registers-each-once", Group::Loading, "No effect is registered twice.",
               "Which of the two a host gets hangs on the order in which it was filled.", 1,
               [](PluginSubject const& subject) {
-                  EffectRegistry registry;
-                  Plugin(subject.library).Register(registry);
-                  std::vector<std::string> list = ListEntries(registry);
-                  std::ranges::sort(list);
-                  auto const twice = std::ranges::adjacent_find(list);
-                  Expect(twice == list.end(), "\"{}\" is there twice", twice == list.end() ? "" : *twice);
+                  RecordingRegistrar registrar;
+                  (void)FindRegistrator(Open(subject.library))(registrar);
+                  std::vector<std::string> names = registrar.GetNames();
+                  std::ranges::sort(names);
+                  auto const twice = std::ranges::adjacent_find(names);
+                  Expect(twice == names.end(), "\"{}\" is there twice", twice == names.end() ? "" : *twice);
               }},
-    CheckInfo{
-        "refused-registration", Group::Loading,
-        "An exception of the registrar passes through Registrator, whichever registration it comes from.",
-        "A host that refuses an effect is ended with its whole process.", 4,
-        [](PluginSubject const& subject) {
-            auto* const registrator = FindRegistrator(Open(subject.library));
-            EffectRegistry registry;
-            (void)registrator(registry);
-            for (int passed = 0; passed < static_cast<int>(registry.GetEntries().size()); ++passed) {
-                FailingRegistrar failing(passed);
-                bool isTold = false;
-                try {
-                    (void)registrator(failing);
-                } catch (FailingRegistrar::Stop const&) {
-                    isTold = true;
-                }
-                Expect(isTold, "the exception of registration {} is swallowed", passed + 1);
-            }
-        }},
+    CheckInfo{"refused-registration", Group::Loading,
+              "An exception of the registrar passes through Registrator, wherever it comes from.",
+              "A host that refuses an effect is ended with its whole process.", 4,
+              [](PluginSubject const& subject) {
+                  auto* const registrator = FindRegistrator(Open(subject.library));
+                  RecordingRegistrar all;
+                  (void)registrator(all);
+                  for (std::size_t passed = 0; passed < all.GetNames().size(); ++passed) {
+                      RecordingRegistrar failing(passed);
+                      bool isTold = false;
+                      try {
+                          (void)registrator(failing);
+                      } catch (RecordingRegistrar::Stop const&) {
+                          isTold = true;
+                      }
+                      Expect(isTold, "the exception of registration {} is swallowed", passed + 1);
+                  }
+              }},
     CheckInfo{"exports-little", Group::Loading,
               "It exports no name of FFmpeg's, of the host's or of the C library's.",
               "Such a name takes the place of the host's own, and calls go to the wrong function.", 2,

@@ -85,6 +85,8 @@ void GraphEffect<Medium>::Process(SP<Data>& data) {
     }
     bool const isCounted = data != nullptr;
     InputScope<Data> const scope(m_input, data);
+    if (data)
+        data = Prepare(data);
     this->m_stream.GetGraph()->Process(data);
     Finish(data);
     if (isCounted)
@@ -133,7 +135,7 @@ void GraphEffect<Medium>::Work(SP<Data> const& data) {
     }
     CheckData(*data);
     InputScope<Data> const scope(m_input, data);
-    this->m_stream.Feed(data);
+    this->m_stream.Feed(Prepare(data));
     this->Count();
 }
 
@@ -174,6 +176,11 @@ template <class Medium>
 void GraphEffect<Medium>::CheckData(Data const& data) const {
     if (m_actions.checkData)
         m_actions.checkData(this->GetSettingsBase(), data);
+}
+
+template <class Medium>
+SP<typename Medium::Data> GraphEffect<Medium>::Prepare(SP<Data> const& data) const {
+    return m_actions.prepare ? m_actions.prepare(this->GetSettingsBase(), data) : data;
 }
 
 /// What there is to do to a datum that came out of the graph, null where none did.

@@ -49,6 +49,7 @@ private:
     std::string GetText(Info const& info) const { return m_actions.getText(this->GetSettingsBase(), info); }
     void CheckFormat(Format format, Info const& info) const;
     void CheckData(Data const& data) const;
+    SP<Data> Prepare(SP<Data> const& data) const;
     bool IsBuiltFor(Format format, Info const& info) const noexcept;
     bool Build(Format format, Info const& info);
     void Finish(SP<Data>& data) const;

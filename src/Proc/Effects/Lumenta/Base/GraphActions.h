@@ -29,6 +29,8 @@ namespace Tarsel::Proc {
 ///   static void CheckFormat(S const&, Format, Info const&);
 ///       Throws EffectException for data that the filter must not see; before any graph is built for them.
 ///   static void CheckFrame(S const&, IDataVideo const&);   the same for what only the pixels tell
+///   static SP<IDataVideo> Prepare(S const&, SP<IDataVideo> const&);
+///       What the graph gets in place of the frame: the same picture, in memory that the filter can use.
 ///   static bool CanSlice(S const&, Format);
 ///       Whether frames of that format may be worked on by several threads, where the traits say so at all.
 ///   static bool KeepsAlpha(S const&);
@@ -61,6 +63,7 @@ struct GraphActions {
     bool (*isEmpty)(Settings const&);
     void (*checkFormat)(Settings const&, Format, Info const&);
     void (*checkData)(Settings const&, Data const&);
+    SP<Data> (*prepare)(Settings const&, SP<Data> const&);
     bool (*canSlice)(Settings const&, Format);
     std::int64_t (*getWarmUp)(Settings const&, Info const&);
     bool (*keepsAlpha)(Settings const&);
@@ -96,6 +99,10 @@ constexpr GraphActions<Medium> MakeGraphActions() {
     if constexpr (requires { &Actions::CheckFrame; })
         made.checkData = [](Settings const& settings, Data const& data) {
             Actions::CheckFrame(static_cast<S const&>(settings), data);
+        };
+    if constexpr (requires { &Actions::Prepare; })
+        made.prepare = [](Settings const& settings, SP<Data> const& data) {
+            return Actions::Prepare(static_cast<S const&>(settings), data);
         };
     if constexpr (requires { &Actions::CanSlice; })
         made.canSlice = [](Settings const& settings, Format format) {

@@ -1,10 +1,12 @@
 #include "Proc/Settings/Stylize.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
+#include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Effects/Lumenta/Graph/FrameSize.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Wrappers/FrameRoom.h"
 
 #include <fmt/format.h>
 
@@ -21,6 +23,7 @@
 
 extern "C" {
 #include <libavutil/eval.h>
+#include <libavutil/frame.h>
 }
 
 /// Pictures in another style: edges, relief, negative, few colors, a border.
@@ -215,6 +218,21 @@ struct EffectActions<SettingsEffectPosterize> {
             text << ":pal8=1";
         text << ":use_alpha=true";
         return text.str();
+    }
+
+    /// The filter reads a fourth component of each pixel, also where a format has three: then it is the next
+    /// pixel's first, and behind a row whatever lies there. Zeros, so that chance has no say.
+    static SP<IDataVideo> Prepare(SettingsType const&, SP<IDataVideo> const& data) {
+        Conf::PixFmt const format = data->GetPixelFormat();
+        if (format != Conf::PixFmt::RGB24 && format != Conf::PixFmt::BGR24)
+            return data;
+        SafeFrame copy = CopyWithRoomBehind(*data->GetAVFrame());
+        std::ptrdiff_t const lineSize = copy->linesize[0];
+        auto const rowBytes = 3 * static_cast<std::ptrdiff_t>(copy->width);
+        for (std::ptrdiff_t y = 0; y < copy->height; ++y)
+            if (rowBytes < lineSize || y == copy->height - 1)
+                copy->data[0][y * lineSize + rowBytes] = 0;
+        return MakeSP<DataVideoFF>(std::move(copy), data->GetFrameInfo());
     }
 
     /// With more colors than there is use for, the filter takes minutes and gigabytes, and no signal ends it.
