@@ -32,6 +32,14 @@ SP<Proc::IOneInputEffectAudio> Create(Host::EffectFactory const& factory, Host::
     return factory.CreateAudioEffect(entry.classId, entry.implName, {});
 }
 
+/// Leaves behind whatever files an effect made: settings that need them are not found to work.
+void EnterNewFolder() {
+    static int s_count = 0;
+    std::string const name = fmt::format("trial{}", ++s_count);
+    std::filesystem::create_directory(name);
+    std::filesystem::current_path(name);
+}
+
 /// Switches that keep the effect from doing anything are on.
 void SwitchOn(Proc::Settings& settings) {
     if (Proc::Field const* const enabled = Proc::FindField(settings.GetFields(), "enabled");
@@ -99,6 +107,7 @@ bool Subject<M>::DoesSomething(Proc::Settings const& settings, Form const& form)
     std::vector<std::string> after = before;
     std::vector<std::string> again = before;
     // Of settings that ask for chance nothing could be compared.
+    EnterNewFolder();
     return !Refuses([&] {
         after = GetAllOf(Run(*MakeWith(settings), data));
         again = GetAllOf(Run(*MakeWith(settings), data));

@@ -66,6 +66,8 @@ public:
     void Reset() override {
         if constexpr (fault == Fault::ResetKeepsResults)
             return;
+        if constexpr (fault == Fault::ResetForgetsSettings)
+            m_settings = {};
         m_ready.clear();
         m_count = 0;
         if constexpr (fault != Fault::KeepsFrames)
@@ -103,6 +105,9 @@ public:
 
     void Feed(SP<IDataVideo> const& data) override {
         SP<IDataVideo> const result = IsNeutral() ? data : Work(data);
+        m_isFed = true;
+        if constexpr (fault == Fault::KeepsOneResult)
+            m_ready.clear();
         if constexpr (fault == Fault::LosesTheLast) {
             if (m_held)
                 m_ready.push_back(m_held);
@@ -120,7 +125,7 @@ public:
     }
     void End() override {
         if constexpr (fault == Fault::EndsOnlyStreams)
-            *static_cast<volatile int*>(m_count == 0 ? nullptr : &m_count) = 0;
+            *static_cast<volatile bool*>(m_isFed ? &m_isFed : nullptr) = false;
         if constexpr (fault == Fault::LosesTheLast)
             m_held.reset();
         if constexpr (fault != Fault::RemembersTheStreamBefore)
@@ -246,6 +251,7 @@ private:
     int m_questions = 0;
     std::int64_t m_time = s_never;
     bool m_isBroken = false;
+    bool m_isFed = false;
     char* m_leak = nullptr;
     unsigned m_sum = 0;
 };

@@ -6,13 +6,13 @@
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !__has_feature(address_sanitizer) &&  \
     !__has_feature(thread_sanitizer)
 
+#include "Check/RandomSettings.h"
 #include "Core/CoreExceptions.h"
 #include "EffectCases.h"
 #include "Frames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Support/Audio.h"
 #include "Support/LibraryEffects.h"
-#include "Check/RandomSettings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Registrator.h"
 
+#include "Check/RandomSettings.h"
 #include "Host/EffectSettings.h"
 #include "Host/ErrorReport.h"
 #include "Proc/Interfaces/IResizeComplex.h"
@@ -8,7 +9,6 @@
 #include "Proc/Settings/SettingsProperty.h"
 #include "Proc/Settings/SettingsText.h"
 #include "Support/LibraryEffects.h"
-#include "Check/RandomSettings.h"
 
 #include <gtest/gtest.h>
 

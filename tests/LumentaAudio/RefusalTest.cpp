@@ -1,8 +1,8 @@
 #include "AudioCases.h"
+#include "Check/RandomSettings.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Delay.h"
 #include "Support/LibraryEffects.h"
-#include "Check/RandomSettings.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>

@@ -3,6 +3,7 @@
 #include "Proc/Settings/SettingsText.h"
 #include "Support/CommaLocale.h"
 #include "Support/Failure.h"
+#include "Support/LibraryEffects.h"
 
 #include <cmath>
 #include <limits>

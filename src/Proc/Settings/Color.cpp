@@ -145,13 +145,13 @@ constexpr std::array s_blurFields{
         .key = "factor",
         .initial = 1.0,
         .maximum = 100,
-        .help = "by which a relative sigma is multiplied",
+        .help = "by which a relative sigma is multiplied; the product is cut to two digits",
     }),
     MakeField<&Blur::verticalFactor>({
         .key = "factor-v",
         .initial = 1.0,
         .maximum = 100,
-        .help = "by which a relative sigma-v is multiplied",
+        .help = "by which a relative sigma-v is multiplied; the product is cut to two digits",
     }),
 };
 constexpr SettingsTable s_blur =

@@ -4,6 +4,7 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Tools/Tarsel/Console.h"
 #include "Tools/Tarsel/Effects.h"
+#include "Tools/Tarsel/ExitCodes.h"
 #include "Tools/Tarsel/StandardStreams.h"
 #include "Tools/Tarsel/Verb.h"
 
@@ -138,7 +139,7 @@ void RunCheck(CheckArguments const& arguments, Context const& context) {
 
 Verb AddCheckVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("check", "Check a plug-in against the contract with its hosts")->group("Verbs");
+        app.add_subcommand("check", "Check a plug-in against what hosts expect")->group("Verbs");
     auto const arguments = std::make_shared<CheckArguments>();
     command->add_option("PLUGIN", arguments->plugin, "The plug-in: a file, or a name such as lumenta")
         ->option_text(" ");
@@ -156,7 +157,8 @@ Verb AddCheckVerb(CLI::App& app, CommonOptions& common) {
     command->add_flag("--list", arguments->list, "List the checks");
     command->add_flag("--json", arguments->json, "Print JSON for programs");
     common.AddTo(*command);
-    command->footer("Each check of each effect runs in a process of its own, so that a crash is a finding.\n"
+    command->footer("Each check runs in a process of its own: a crash is a finding.\n\n" +
+                    DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel check ./libexample.so\n"
                     "  tarsel check lumenta --effect blur --level 10\n"
