@@ -7,6 +7,7 @@
 #include "Proc/Settings/SettingsText.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace Tarsel::Check {
 namespace {
@@ -14,6 +15,8 @@ namespace {
 /// Of data to see whether settings do anything: enough for effects that look back.
 constexpr int s_trialLength = 3;
 constexpr int s_trials = 200;
+/// Slow effects get fewer.
+constexpr std::chrono::seconds s_trialTime(3);
 
 SP<Proc::IOneInputEffectVideo> Create(Host::EffectFactory const& factory, Host::EffectEntry const& entry,
                                       Video) {
@@ -99,37 +102,42 @@ std::vector<SP<typename M::Data>> Subject<M>::MakeData(int count) const {
 }
 
 template <class M>
-bool Subject<M>::DoesSomething(Proc::Settings const& settings, Form const& form) const {
-    List data;
-    for (int i = 0; i < s_trialLength; ++i)
-        data.push_back(Check::MakeDatum(form, i));
-    std::vector<std::string> const before = GetAllOf(data);
+bool Subject<M>::DoesSomething(Proc::Settings const& settings, Form const& form, bool sameAgain) const {
+    auto const makeData = [&] {
+        List data;
+        for (int i = 0; i < s_trialLength; ++i)
+            data.push_back(Check::MakeDatum(form, i));
+        return data;
+    };
+    std::vector<std::string> const before = GetAllOf(makeData());
     std::vector<std::string> after = before;
     std::vector<std::string> again = before;
-    // Of settings that ask for chance nothing could be compared.
     EnterNewFolder();
     return !Refuses([&] {
-        after = GetAllOf(Run(*MakeWith(settings), data));
-        again = GetAllOf(Run(*MakeWith(settings), data));
+        after = GetAllOf(Run(*MakeWith(settings), makeData()));
+        again = GetAllOf(Run(*MakeWith(settings), makeData()));
     }) && after != before &&
-           after == again;
+           (!sameAgain || after == again);
 }
 
 template <class M>
 Preparation Subject<M>::Prepare() {
     std::vector<Form> const forms = GetUsualForms(Medium());
-    std::unique_ptr<Proc::Settings> settings = MakePlain()->GetSettingsBase().Clone();
-    for (int trial = 0; trial < s_trials; ++trial) {
-        for (std::size_t form = 0; form < forms.size(); ++form)
-            if (DoesSomething(*settings, forms[form]))
-                return {settings->GetFields().empty() ? "" : Proc::Serialize(*settings), form, false};
-        if (settings->GetFields().empty())
-            break;
-        // A few values near their defaults at first, then anything.
-        settings = RandomSettings(m_random, RandomReach::Near).Draw(MakePlain()->GetSettingsBase());
-        SwitchOn(*settings);
+    // Of settings that ask for chance little could be compared: they are taken where there are no others.
+    for (bool const sameAgain : {true, false}) {
+        std::unique_ptr<Proc::Settings> settings = MakePlain()->GetSettingsBase().Clone();
+        auto const end = std::chrono::steady_clock::now() + s_trialTime;
+        for (int trial = 0; trial < s_trials && std::chrono::steady_clock::now() < end; ++trial) {
+            for (std::size_t form = 0; form < forms.size(); ++form)
+                if (DoesSomething(*settings, forms[form], sameAgain))
+                    return {settings->GetFields().empty() ? "" : Proc::Serialize(*settings), form, false};
+            if (settings->GetFields().empty())
+                break;
+            settings = RandomSettings(m_random, RandomReach::Near).Draw(MakePlain()->GetSettingsBase());
+            SwitchOn(*settings);
+        }
     }
-    // Nothing it can be seen to change, the same each time; so the form is one that it does not refuse.
+    // Nothing it can be seen to change; so the form is one that it does not refuse.
     for (std::size_t form = 0; form < forms.size(); ++form)
         if (!Refuses([&] { Run(*MakePlain(), List{Check::MakeDatum(forms[form], 0)}); }))
             return {"", form, true};

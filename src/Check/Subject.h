@@ -24,8 +24,8 @@ struct PluginSubject {
 
 /// What is found out about an effect before its checks: texts, since every check has a process of its own.
 struct Preparation {
-    /// Settings with which the effect changes the data, the same each time, as Settings::Deserialize reads
-    /// them.
+    /// Settings with which the effect changes the data, the same each time where it can be, as
+    /// Settings::Deserialize reads them.
     std::string settings;
     /// Which of GetUsualForms it takes.
     std::size_t form = 0;
@@ -72,7 +72,7 @@ public:
     List MakeData(int count) const;
 
 private:
-    bool DoesSomething(Proc::Settings const& settings, Form const& form) const;
+    bool DoesSomething(Proc::Settings const& settings, Form const& form, bool sameAgain) const;
 
     SP<Host::EffectFactory const> m_factory;
     Host::EffectEntry const& m_entry;

@@ -161,6 +161,7 @@ private:
         if constexpr (fault == Fault::StaysBroken)
             if (m_isBroken)
                 Core::Throw<Proc::EffectException>("It is broken");
+        m_isBroken = true; // until the frame turns out well
         if constexpr (fault == Fault::StaysInItsThread)
             if (s_made == 0)
                 Core::Throw<Proc::EffectException>("It knows nothing of this thread");
@@ -171,13 +172,14 @@ private:
             while (data.GetTime() < m_time)
                 std::this_thread::yield();
         m_time = data.GetTime();
+        if (fault != Fault::TrustsFrames && CountPlanes(data) == 0)
+            Core::Throw<Proc::EffectException>("The frame has no planes");
         for (int i = 0; i < CountPlanes(data); ++i) {
             Proc::ReadOnlyPlane const plane = data.GetReadOnlyPlane(i);
-            if (fault != Fault::TrustsFrames && (plane.data == nullptr || plane.lineSize == 0)) {
-                m_isBroken = true;
+            if (fault != Fault::TrustsFrames && (plane.data == nullptr || plane.lineSize == 0))
                 Core::Throw<Proc::EffectException>("The frame has no memory");
-            }
         }
+        m_isBroken = false;
     }
 
     /// What it does beside its work.
