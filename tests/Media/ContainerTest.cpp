@@ -1,6 +1,8 @@
 // What containers hold, and what becomes of streams that they do not.
 
 #include "Media/Container/Containers.h"
+#include "Media/Container/Demuxer.h"
+#include "Media/Container/Languages.h"
 #include "Media/MediaExceptions.h"
 #include "RunFixture.h"
 
@@ -33,6 +35,14 @@ std::string NameFor(Media::ContainerTraits const& traits) {
 
 using Containers = RunFixture;
 
+/// Reads the file to its end, which nobody cut off.
+void ExpectWhole(std::filesystem::path const& file) {
+    Media::Demuxer demuxer(file, {});
+    for (Media::UniquePacket const packet = Media::MakePacket(); demuxer.Read(*packet);)
+        av_packet_unref(packet.get());
+    EXPECT_THAT(demuxer.GetNotes(), testing::Each(testing::Not(testing::ContainsRegex("breaks|cut off"))));
+}
+
 // As a copy, or re-encoded where the container does not take it, whatever FFmpeg says.
 TEST_F(Containers, AudioOfAnyCodecGetsThere) {
     for (char const* codec : {"pcm_s16le wav", "pcm_s24be aiff", "flac flac", "libopus opus", "libvorbis ogg",
@@ -55,6 +65,7 @@ TEST_F(Containers, AudioOfAnyCodecGetsThere) {
                 auto const audio = ReadMedia(File(output)).Of("audio");
                 ASSERT_EQ(audio.size(), 1U);
                 EXPECT_NE(audio[0].codec, "none");
+                ExpectWhole(File(output));
                 EXPECT_GT(std::ranges::max(audio[0].packets, {}, &PacketRecord::pts).pts, 300'000'000);
             } catch (std::exception const& e) {
                 ADD_FAILURE() << e.what();
@@ -113,12 +124,14 @@ TEST_F(Containers, SubtitlesGetThere) {
     }
 }
 
-// Every picture is there, and its time; titles and chapters are, or their loss is told.
+// Every picture is there, and its time; titles, chapters and what is said of streams are, or their loss is
+// told.
 TEST_F(Containers, FilmsGetThere) {
     Write("words.txt", ";FFMETADATA1\ntitle=The Film\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=500\n"
                        "title=Two\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=500\nEND=1000\ntitle=Three\n");
     Make(File("in.mkv"), s_pictures + s_audio + "-i " + File("words.txt").string() +
-                             " -map 0 -map 1 -map_metadata 2 -map_chapters 2 -vf noise=alls=40:allf=t " +
+                             " -map 0 -map 1 -map_metadata 2 -map_chapters 2 -metadata:s:a title=Comments "
+                             "-metadata:s:a language=deu -disposition:a comment -vf noise=alls=40:allf=t " +
                              s_noBFrames + "-c:a pcm_s16le"); // libtheora leaves out what hardly differs
     std::vector<std::int64_t> const times = ReadMedia(File("in.mkv")).GetTimes();
     std::string encoders;
@@ -158,6 +171,14 @@ TEST_F(Containers, FilmsGetThere) {
                 wide += {letter, '\0'};
             return file.find(word) != std::string::npos || file.find(wide) != std::string::npos;
         };
+        ExpectWhole(File(output));
+        EXPECT_THAT(notes, testing::Not(testing::HasSubstr("keep every frame")));
+        for (StreamRecord& stream : ReadMedia(File(output)).Of("audio")) {
+            auto const isTold = [&](std::string_view what) { return notes.find(what) != std::string::npos; };
+            EXPECT_NE(stream.metadata["title"] == "Comments", isTold("its title \"Comments\""));
+            EXPECT_NE(Media::IsSameLanguage(stream.metadata["language"], "deu"), isTold("its language deu"));
+            EXPECT_NE((stream.disposition & AV_DISPOSITION_COMMENT) != 0, isTold("that it is comment"));
+        }
         EXPECT_NE(has("The Film"), notes.find("The title \"The Film\" was left out") != std::string::npos);
         EXPECT_NE(has("Three"), notes.find("The chapters were left out") != std::string::npos);
     }

@@ -202,5 +202,36 @@ TEST_F(Encoder, LosesNothingWhereThatIsAsked) {
     }
 }
 
+// What encoders do with pictures that nobody asked for.
+TEST_F(Encoder, IsToldOf) {
+    struct {
+        std::string arguments;
+        std::string output;
+        std::string note;
+    } const cases[] = {
+        {"-c:v ffv1 -pix_fmt yuv420p", "out.ogv",
+         "Choose another encoder to keep every frame: libtheora left out [0-9]+ of 25."},
+        {"-c:v libaom-av1 -cpu-used 8 -s 48x32", "out.mkv",
+         "The encoder \"libsvtav1\" takes no frames smaller than 64x64; these are 48x32: "
+         "libaom-av1 served."},
+        {"-c:v ffv1 -vf setsar=15/16 -s 576x720", "out.mpg",
+         "Resize to square pixels to keep the shape of the frames: mpeg2video in mpeg says a pixel aspect of "
+         "[0-9]+:[0-9]+, not 15:16."},
+        {"-c:v ffv1 -vf setsar=16/15 -s 720x576", "out.mpg", ""},
+    };
+    for (auto const& row : cases) {
+        SCOPED_TRACE(row.arguments);
+        Make(File("in.mkv"), s_pictures + row.arguments);
+        Media::RunOptions options = Options("in.mkv", row.output);
+        options.overwrite = true;
+        auto const notes = Media::Run(options).notes;
+        if (row.note.empty()) {
+            EXPECT_THAT(notes, testing::Each(testing::Not(testing::HasSubstr("aspect"))));
+        } else {
+            EXPECT_THAT(notes, testing::Contains(testing::MatchesRegex(row.note)));
+        }
+    }
+}
+
 } // namespace
 } // namespace Tarsel::Test

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstddef>
 #include <thread>
+#include <utility>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -42,51 +43,68 @@ TEST_F(Input, DamagedInTheMiddleIsReadOn) {
     EXPECT_THAT(result.notes, Contains("3 damaged packets were skipped."));
 }
 
-// Half of a file, and all of it: of the whole nothing is said, however its length is stated.
+// Half of a file, all of it, and all but its last bytes: of the whole nothing is said, however its length is
+// stated.
 TEST_F(Input, ThatBreaksOffIsTold) {
-    std::string const breaksOff =
-        "The input breaks off: its (pictures end|audio ends|pictures and audio end) at "
-        "[0-9.]+ s, though it states [0-9.]+ s.";
+    std::string const early = "The input breaks off: its (pictures end|audio ends|pictures and audio end) at "
+                              "[0-9.]+ s, though it states [0-9.]+ s.";
+    std::string const size = "The input breaks off: [0-9]+ of its [0-9]+ bytes are missing.";
+    std::string const packet = "The input breaks off: its last packet is not whole.";
+    std::string const mark = "The input may be cut off: it lacks the mark that such files end with.";
     std::string const film = s_pictures + s_audio + s_bFrames;
     std::string const tone = "-f lavfi -i sine=d=2.3:r=44100 ";
     struct {
         char const* name;
         std::string arguments;
-        std::string note;
+        std::string half;
+        std::string end;
     } const cases[] = {
-        {"in.mp4", film + "-c:a aac -movflags faststart", breaksOff},
-        {"late.mp4", film + "-c:a aac -movflags faststart -output_ts_offset 3", breaksOff},
-        {"in.mkv", film + "-c:a aac", breaksOff},
-        {"late.mkv", film + "-c:a aac -output_ts_offset 3", breaksOff},
-        {"live.mkv", film + "-c:a aac -live 1", ""},
-        {"in.avi", s_pictures + s_audio + "-c:v mpeg4 -c:a libmp3lame -q:a 4", breaksOff},
-        {"in.wav", tone, "The input breaks off: its last packet is not whole."}, // it states no length
-        {"in.flac", tone, breaksOff},
-        {"xing.mp3", tone + "-q:a 4", breaksOff},
-        {"plain.mp3", tone + "-b:a 128k -write_xing 0", ""},
-        {"variable.mp3", tone + "-q:a 4 -write_xing 0", ""},
-        {"in.m4a", tone + "-c:a aac -movflags faststart", breaksOff},
-        {"in.ogg", "-f lavfi -i anoisesrc=d=8:r=44100", ""},
-        {"in.ts", film + "-c:a aac", ""},
-        {"in.jpg", "-f lavfi -i testsrc2=s=320x240:d=0.04", "The picture is damaged .*"},
+        {"in.mp4", film + "-c:a aac -movflags faststart", early, size},
+        {"late.mp4", film + "-c:a aac -movflags faststart -output_ts_offset 3", early, size},
+        {"small.mp4", "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -movflags faststart", early, size},
+        {"in.mkv", film + "-c:a aac", early, size},
+        {"late.mkv", film + "-c:a aac -output_ts_offset 3", early, size},
+        {"live.mkv", film + "-c:a aac -live 1", "", ""},
+        {"in.avi", s_pictures + s_audio + "-c:v mpeg4 -c:a libmp3lame -q:a 4", early, size},
+        {"in.wav", tone, size, size},
+        {"in.aiff", tone, early, size},
+        {"in.flac", tone, early, ""},
+        {"in.wv", tone, early, packet},
+        {"xing.mp3", tone + "-q:a 4", early, packet},
+        {"plain.mp3", tone + "-b:a 128k -write_xing 0", packet, packet},
+        {"variable.mp3", tone + "-q:a 4 -write_xing 0", packet, packet},
+        {"in.aac", tone, packet, packet},
+        {"in.ac3", tone, packet, packet},
+        {"in.m4a", tone + "-c:a aac -movflags faststart", early, size},
+        {"in.ogg", "-f lavfi -i anoisesrc=d=8:r=44100", mark, mark},
+        {"in.opus", "-f lavfi -i anoisesrc=d=8:r=48000", mark, mark},
+        {"in.ogv", "-f lavfi -i testsrc2=s=320x240:r=25:d=2 " + s_audio, mark, mark},
+        {"in.y4m", s_pictures + "-pix_fmt yuv420p", packet, packet},
+        {"in.gif", s_pictures, mark, mark},
+        {"in.apng", s_pictures, packet, packet},
+        {"in.ivf", s_pictures + "-c:v libvpx", early, ""},
+        {"in.ts", film + "-c:a aac", "", ""},
+        {"in.jpg", "-f lavfi -i testsrc2=s=320x240:d=0.04", "The picture is damaged .*", ""},
     };
     for (auto const& row : cases) {
-        SCOPED_TRACE(row.name);
         Make(File(row.name), row.arguments);
         std::string const whole = Read(row.name);
         std::string const extension = File(row.name).extension();
-        bool const isPicture = extension == ".jpg";
-        for (bool const isCut : {false, true}) {
-            Write("cut" + extension, whole.substr(0, isCut ? whole.size() / 2 : whole.size()));
+        std::pair<std::size_t, std::string> const cuts[] = {
+            {whole.size(), ""}, {whole.size() / 2, row.half}, {whole.size() - 20, row.end}};
+        for (auto const& [length, note] : cuts) {
+            SCOPED_TRACE(row.name + (" cut to " + std::to_string(length)));
+            Write("cut" + extension, whole.substr(0, length));
             Media::RunOptions options =
-                AudioOptions("cut" + extension, isPicture ? "out.png" : "out.mkv", {});
+                AudioOptions("cut" + extension, extension == ".jpg" ? "out.png" : "out.mkv", {});
             options.makeVideoEffects = PassThrough();
             options.mayLackVideo = true;
             auto const notes = Media::Run(options).notes;
-            if (!isCut) {
-                EXPECT_THAT(notes, testing::Each(testing::Not(testing::ContainsRegex("breaks|damaged"))));
-            } else if (!row.note.empty()) {
-                EXPECT_THAT(notes, Contains(MatchesRegex(row.note)));
+            if (length == whole.size()) {
+                EXPECT_THAT(notes,
+                            testing::Each(testing::Not(testing::ContainsRegex("breaks|cut off|damaged"))));
+            } else if (!note.empty()) {
+                EXPECT_THAT(notes, Contains(MatchesRegex(note)));
             }
         }
     }

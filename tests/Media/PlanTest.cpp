@@ -113,6 +113,9 @@ rich.mkv out.avi v
   Audio stream 1: Audio was re-encoded from opus to mp3: "out.avi" cannot hold opus.
   Stream 3 (subtitle, ass) was left out: the container avi cannot take it.
   The chapters were left out: the container avi has no place for them.
+h264.mp4 out.mxf
+  h264: encode libx264 yuv420p
+  Video was re-encoded: "out.mxf" cannot hold h264 as it is encoded.
 rich.mkv out.gif v
   h264: encode gif bgr8 | aac: drop | opus: drop | ass: drop
   Video was re-encoded from h264 to gif: "out.gif" cannot hold h264.

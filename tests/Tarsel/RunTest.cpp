@@ -161,6 +161,13 @@ TEST_F(RunTool, OrientationThatCannotBeBakedIsTold) {
     EXPECT_EQ(Hash("out.mp4"), stored);
 }
 
+TEST_F(RunTool, StillsStayWithoutLoss) {
+    MakeFilm("in.png", "-f lavfi -i testsrc2=size=33x21 -frames:v 1 -update 1 -pix_fmt rgba");
+    EXPECT_EQ(RunForNotes("run in.png out.webp -e 'flip horizontal=1'"), "");
+    std::string const pixels = "-f rawvideo -pix_fmt rgba";
+    EXPECT_EQ(Decode("out.webp", pixels), Decode("in.png", pixels + " -vf hflip"));
+}
+
 TEST_F(RunTool, WhatFailsIsToldAndLeavesNothing) {
     auto const whole = ReadFile(MakeSmallFilm());
     WriteFile("cut.mp4", whole.substr(0, whole.size() / 2));

@@ -19,6 +19,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 #include <libavutil/frame.h>
 #include <libavutil/samplefmt.h>
 }
@@ -96,6 +97,7 @@ AudioDecoder::AudioDecoder(AVStream const& stream, bool hasTimes)
 AudioDecoder::~AudioDecoder() = default;
 
 void AudioDecoder::Send(AVPacket const* packet) {
+    m_packetDuration = packet != nullptr ? packet->duration : 0;
     CountDamage(avcodec_send_packet(m_context.get(), packet));
 }
 
@@ -147,6 +149,7 @@ bool AudioDecoder::CountDamage(int error) {
     if (error == AVERROR(ENOMEM))
         ThrowNoMemory("decoded audio");
     ++m_damaged;
+    m_lost = av_sat_add64(m_lost, m_packetDuration);
     m_aligner->ExpectLoss();
     return true;
 }
@@ -156,7 +159,9 @@ std::vector<std::string> AudioDecoder::GetNotes() const {
     if (IsWide(m_context->sample_fmt))
         notes.insert(notes.begin(), "Samples of 64 bits were rounded to real numbers of 53.");
     if (m_damaged > 0)
-        notes.insert(notes.begin(), CountText(m_damaged, "damaged audio packet") + " skipped.");
+        notes.insert(notes.begin(),
+                     fmt::format("{} skipped{}.", CountText(m_damaged, "damaged audio packet"),
+                                 m_lost > 0 ? ", " + SecondsText(ToMicroseconds(m_lost, m_timeBase)) : ""));
     return notes;
 }
 

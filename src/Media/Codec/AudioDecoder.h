@@ -46,6 +46,9 @@ private:
     std::optional<AudioAligner> m_aligner;
     Proc::SafeFrame m_frame;
     std::int64_t m_damaged = 0;
+    /// Of the packet sent last, and of those skipped, in the stream's time base.
+    std::int64_t m_packetDuration = 0;
+    std::int64_t m_lost = 0;
     bool m_ended = false;
 };
 

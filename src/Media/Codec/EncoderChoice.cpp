@@ -101,23 +101,25 @@ AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path c
     return *encoder;
 }
 
-AVCodec const* FindSameEncoder(Container const& container, std::filesystem::path const& output, int codec,
-                               Conf::PixFmt format, std::optional<Quality> quality) {
+std::vector<AVCodec const*> FindSameEncoders(Container const& container, std::filesystem::path const& output,
+                                             int codec, Conf::PixFmt format, std::optional<Quality> quality) {
     ContainerTraits const& traits = GetTraits(*container.format);
     // Of what it takes only when it is rewritten no films are made.
     bool const isForeign = traits.wantsStartCodes && (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC);
     if (container.isStill || isForeign || !GetCodecFacts(codec).isOfFilms ||
         !CanHold(container, output, codec))
-        return nullptr;
-    AVCodec const* first = nullptr;
+        return {};
+    std::vector<AVCodec const*> usual;
+    std::vector<AVCodec const*> fitting;
     for (AVCodec const* const encoder : ListEncodersOf(codec)) {
         if (quality && !HasQuality(*encoder, *quality))
             continue;
-        first = first != nullptr ? first : encoder;
+        if (usual.empty())
+            usual.push_back(encoder);
         if (GetFormatLoss(*encoder, format) == 0)
-            return encoder;
+            fitting.push_back(encoder);
     }
-    return first;
+    return fitting.empty() ? usual : fitting;
 }
 
 void CheckQuality(AVCodec const& encoder, Quality quality) {

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 struct AVCodec;
 
@@ -24,11 +25,11 @@ AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path c
 /// audio: else OptionsException, with the near names.
 AVCodec const& FindNamedEncoder(std::string const& name, bool isAudio);
 
-/// An encoder of the codec that the input's pictures are in, of the pixel format's like where there is one;
-/// null where files of films are not made of it, the container does not take it, or the encoder has no such
-/// quality. What was without loss stays so, and what players show they show again.
-AVCodec const* FindSameEncoder(Container const& container, std::filesystem::path const& output, int codec,
-                               Conf::PixFmt format, std::optional<Quality> quality);
+/// The encoders of the codec that the input's pictures are in, best first: those of the pixel format's like,
+/// else the usual one. None where files of films are not made of it, the container does not take it, or none
+/// has such a quality. What was without loss stays so, and what players show they show again.
+std::vector<AVCodec const*> FindSameEncoders(Container const& container, std::filesystem::path const& output,
+                                             int codec, Conf::PixFmt format, std::optional<Quality> quality);
 
 /// Refuses a quality that the encoder does not have. OptionsException, with those it has.
 void CheckQuality(AVCodec const& encoder, Quality quality);

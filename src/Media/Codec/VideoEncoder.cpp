@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -40,6 +41,11 @@ Proc::SwsCtxSide MakeSide(AVFrame const& frame, Conf::PixFmt format, Conf::Color
     return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height), format, space};
 }
 
+/// The width and height that an encoder wants at least, where it says so on standard error only.
+int GetLeastSize(AVCodec const& encoder) noexcept {
+    return std::string_view(encoder.name) == "libsvtav1" ? 64 : 1;
+}
+
 bool DescribesColors(AVFrame const& frame) noexcept {
     return frame.colorspace != AVCOL_SPC_UNSPECIFIED && frame.color_primaries != AVCOL_PRI_UNSPECIFIED &&
            frame.color_trc != AVCOL_TRC_UNSPECIFIED;
@@ -58,6 +64,9 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
     // MP4 tells the range as part of a whole description of the colors only.
     if (GetTraits(*request.container).isMovFamily && !rules.codec.tellsRange && !DescribesColors(frame))
         rules.losesRange = true;
+    // Without loss it knows RGB only.
+    if (rules.codec.isWebp && request.quality == Quality::Lossless)
+        std::erase_if(rules.formats, [](Conf::PixFmt each) { return !IsRgb(each); });
     m_wholeChroma = rules.codec.wantsWholeChroma;
     m_conversion =
         ChooseVideoConversion(format, space, static_cast<std::uint32_t>(frame.width),
@@ -78,6 +87,10 @@ VideoEncoder::~VideoEncoder() = default;
 
 void VideoEncoder::Open(EncoderRequest const& request) {
     AVFrame const& frame = GetFirstFrame();
+    if (int const least = GetLeastSize(*request.encoder); std::min(frame.width, frame.height) < least)
+        Core::Throw<OutputException>(
+            fmt::format("The encoder \"{0}\" takes no frames smaller than {1}x{1}; these are {2}x{3}",
+                        request.encoder->name, least, frame.width, frame.height));
     m_context.reset(CheckAllocated(avcodec_alloc_context3(request.encoder), "AVCodecContext"));
     AVCodecContext& context = *m_context;
     context.width = frame.width;
@@ -158,6 +171,7 @@ void VideoEncoder::Send(WorkedFrame const& worked) {
         m_times.erase(m_times.begin());
     m_times[frame->pts] = worked.time;
     SendFrame(frame.Get());
+    ++m_frames;
 }
 
 void VideoEncoder::End() {
@@ -201,6 +215,7 @@ AVPacket* VideoEncoder::Receive() {
         Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot encode further: {}",
                                                  m_context->codec->name, Proc::GetFFmpegErrorText(error)),
                                      Proc::TagFFmpegError(error));
+    m_packets += packet->size > 0 ? 1 : 0; // Theora repeats the picture before by an empty one
     if (auto const known = m_times.find(packet->pts); known != m_times.end())
         packet->duration = known->second.duration;
     else
@@ -238,10 +253,15 @@ std::vector<std::string> VideoEncoder::DescribeLosses() const {
 }
 
 std::vector<std::string> VideoEncoder::GetNotes() const {
-    if (m_unevenTimes == 0)
-        return {};
-    return {"The file keeps no times: " + CountText(m_unevenTimes, "picture") +
-            " moved to fit its frame rate."};
+    std::vector<std::string> notes;
+    if (m_unevenTimes > 0)
+        notes.push_back("The file keeps no times: " + CountText(m_unevenTimes, "picture") +
+                        " moved to fit its frame rate.");
+    // A whole animation is one packet of WebP.
+    if (m_packets < m_frames && !GetCodecFacts(m_context->codec_id).isWebp)
+        notes.push_back(fmt::format("Choose another encoder to keep every frame: {} left out {} of {}.",
+                                    m_context->codec->name, m_frames - m_packets, m_frames));
+    return notes;
 }
 
 /// "" where there is none that a user need know of.

@@ -92,6 +92,8 @@ private:
     /// The file keeps no times but the rate.
     bool m_countsFrames = false;
     std::int64_t m_unevenTimes = 0;
+    std::int64_t m_frames = 0;
+    std::int64_t m_packets = 0;
     bool m_losesFields = false;
     bool m_losesFullRange = false;
     bool m_losesLight = false;

@@ -178,6 +178,9 @@ constexpr InputTraits s_inputs[] = {
     {.name = "w64", .statesExactly = true},
     {.name = "aiff", .statesExactly = true},
     {.name = "mp3", .statesExactly = true},
+    {.name = "ivf", .statesExactly = true},
+    {.name = "mpeg", .lacksTimes = true},
+    {.name = "yuv4mpegpipe", .endsWithPacket = true},
 };
 
 /// Whether files of the name hold audio alone, though the container could hold pictures too.

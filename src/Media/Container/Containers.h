@@ -118,6 +118,10 @@ struct InputTraits {
     bool statesEnd = false;
     /// Lengths are stated to the sample, or nearly.
     bool statesExactly = false;
+    /// Not all of its packets say when they are shown, which then follows from when they are decoded.
+    bool lacksTimes = false;
+    /// Nothing follows its last packet; what does is one that is not whole, of which its reader says nothing.
+    bool endsWithPacket = false;
 };
 
 InputTraits GetTraits(AVInputFormat const& format) noexcept;

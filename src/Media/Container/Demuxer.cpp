@@ -51,6 +51,7 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
     if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
         m_clockStart = m_context->start_time;
     m_ends = StatedEnds(*m_context);
+    m_lastFrames = LastFrames(*m_context);
 }
 
 Demuxer::~Demuxer() = default;
@@ -83,7 +84,10 @@ void Demuxer::Open() {
     error = avformat_open_input(&context, m_path.c_str(), nullptr, nullptr); // frees the context on failure
     m_context.reset(context);
     check(error);
-    check(GetTraits(*m_context->iformat).isGuess ? AVERROR_INVALIDDATA : 0);
+    InputTraits const traits = GetTraits(*m_context->iformat);
+    check(traits.isGuess ? AVERROR_INVALIDDATA : 0);
+    if (traits.lacksTimes)
+        m_context->flags |= AVFMT_FLAG_GENPTS;
     check(avformat_find_stream_info(m_context.get(), nullptr));
 }
 
@@ -163,14 +167,16 @@ std::int64_t Demuxer::GetDuration() const noexcept {
 bool Demuxer::Read(AVPacket& packet) {
     int damaged = 0;
     for (;;) {
+        std::int64_t const position = avio_tell(m_file.get());
         int const error = av_read_frame(m_context.get(), &packet);
         if (m_stop.stop_requested())
             throw Stopped();
         if (error >= 0)
             break;
-        if (error == AVERROR_EOF) {
-            m_isWhole = !m_hasJumped;
-            m_endsDamaged = m_lastDamaged;
+        if (IsAtEnd(error)) {
+            LookAtEnd(position);
+            m_endsDamaged = m_endsDamaged || damaged > 0 || error != AVERROR_EOF;
+            m_damaged -= damaged;
             return false;
         }
         if (error != AVERROR_INVALIDDATA)
@@ -183,13 +189,37 @@ bool Demuxer::Read(AVPacket& packet) {
         }
         ++m_damaged;
     }
-    m_lastDamaged = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && packet.stream_index != m_video;
-    if (m_lastDamaged)
-        ++m_damaged;
+    m_lastDamaged = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0;
+    m_lastCounted = m_lastDamaged && packet.stream_index != m_video; // of those the decoder tells
+    m_damaged += m_lastCounted ? 1 : 0;
     m_ends.Add(*m_context, packet);
+    m_lastFrames.Add(packet);
     if (m_isBroadcast)
         CorrectTimes(packet);
     return true;
+}
+
+/// Some readers call it an error that the file ends within a packet.
+bool Demuxer::IsAtEnd(int error) const noexcept {
+    AVIOContext const& file = *m_file;
+    bool const isFileWell = file.error >= 0 || file.error == AVERROR_EOF;
+    return error == AVERROR_EOF || (error == AVERROR(EIO) && file.eof_reached != 0 && isFileWell);
+}
+
+/// `last` is where the file had been read to with the last packet.
+void Demuxer::LookAtEnd(std::int64_t last) {
+    AVIOContext& file = *m_file;
+    m_isWhole = !m_hasJumped;
+    m_endsDamaged = m_lastDamaged;
+    m_damaged -= m_lastCounted ? 1 : 0;
+    bool const hasRest = GetTraits(*m_context->iformat).endsWithPacket && avio_tell(&file) > last;
+    if (m_isWhole)
+        m_endsDamaged = m_endsDamaged || hasRest || m_lastFrames.IsAnyCut();
+    if (!m_isWhole || (file.seekable & AVIO_SEEKABLE_NORMAL) == 0)
+        return;
+    std::int64_t const end = avio_tell(&file);
+    m_fileEnd = FindFileEnd(m_context->iformat->name, file);
+    avio_seek(&file, end, SEEK_SET);
 }
 
 void Demuxer::CorrectTimes(AVPacket& packet) {
@@ -224,13 +254,18 @@ std::vector<std::string> Demuxer::GetNotes() const {
     if (m_jumps.GetCount() > 0)
         notes.push_back(fmt::format("{} closed: the input's clock is not continuous.",
                                     CountText(m_jumps.GetCount(), "jump in time")));
-    if (std::int64_t const damaged = m_damaged - (m_endsDamaged ? 1 : 0); damaged > 0)
-        notes.push_back(fmt::format("{} found in the input.", CountText(damaged, "damaged packet")));
+    if (m_damaged > 0)
+        notes.push_back(fmt::format("{} found in the input.", CountText(m_damaged, "damaged packet")));
     if (m_brokeOff)
         notes.emplace_back("The input breaks off: its end is unreadable.");
     auto ends = m_isWhole ? m_ends.Describe() : std::vector<std::string>();
-    if (ends.empty() && m_endsDamaged)
-        notes.emplace_back("The input breaks off: its last packet is not whole.");
+    if (ends.empty() && m_fileEnd.missing > 0)
+        ends.push_back(fmt::format("The input breaks off: {} of its {} bytes are missing.", m_fileEnd.missing,
+                                   m_fileEnd.stated));
+    else if (ends.empty() && m_endsDamaged)
+        ends.emplace_back("The input breaks off: its last packet is not whole.");
+    else if (ends.empty() && m_fileEnd.lacksMark)
+        ends.emplace_back("The input may be cut off: it lacks the mark that such files end with.");
     for (std::string& note : ends)
         notes.push_back(std::move(note));
     return notes;

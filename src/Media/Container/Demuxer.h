@@ -3,6 +3,8 @@
 #include "Core/Ratio.h"
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Container/ClockJumps.h"
+#include "Media/Container/FileEnd.h"
+#include "Media/Container/LastFrames.h"
 #include "Media/Container/StatedEnds.h"
 
 #include <cstdint>
@@ -66,6 +68,8 @@ private:
     void Open();
     int FindVideo() const;
     AVStream const& GetMain() const noexcept;
+    bool IsAtEnd(int error) const noexcept;
+    void LookAtEnd(std::int64_t last);
     void CorrectTimes(AVPacket& packet);
 
     std::filesystem::path m_path;
@@ -79,11 +83,14 @@ private:
     std::int64_t m_clockStart = 0;
     ClockJumps m_jumps;
     std::int64_t m_damaged = 0;
-    /// The packet read last; and the last one of all.
+    /// The packet read last, and whether it was counted; and the last one of all.
     bool m_lastDamaged = false;
+    bool m_lastCounted = false;
     bool m_endsDamaged = false;
     bool m_brokeOff = false;
     StatedEnds m_ends;
+    LastFrames m_lastFrames;
+    FileEnd m_fileEnd;
     /// All was read, from the start on.
     bool m_isWhole = false;
     bool m_hasJumped = false;

@@ -27,11 +27,15 @@ int WriteHeader(AVFormatContext& context) {
     return error;
 }
 
-int TryHeader(AVFormatContext& context) {
+namespace {
+
+/// Calls `write` with a context that writes into memory, which is dropped.
+template <class Write>
+int Try(AVFormatContext& context, Write const& write) {
     Host::FFmpegMessages::Trial const trial;
     if (avio_open_dyn_buf(&context.pb) < 0)
         ThrowNoMemory("a trial of the header");
-    int const error = WriteHeader(context);
+    int const error = write();
     std::uint8_t* written = nullptr;
     avio_close_dyn_buf(context.pb, &written);
     context.pb = nullptr;
@@ -39,11 +43,11 @@ int TryHeader(AVFormatContext& context) {
     return error;
 }
 
-bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameters, AVRational timeBase,
-                AVRational frameRate) {
+UniqueFormat MakeAlone(AVOutputFormat const& format, AVCodecParameters const& parameters, AVRational timeBase,
+                       AVRational frameRate) {
     AVFormatContext* made = nullptr;
     avformat_alloc_output_context2(&made, &format, nullptr, nullptr);
-    UniqueFormat const context(CheckAllocated(made, "AVFormatContext"));
+    UniqueFormat context(CheckAllocated(made, "AVFormatContext"));
     context->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
     AVStream& stream = *CheckAllocated(avformat_new_stream(made, nullptr), "AVStream");
     if (avcodec_parameters_copy(stream.codecpar, &parameters) < 0)
@@ -51,11 +55,36 @@ bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameter
     stream.codecpar->codec_tag = 0;
     stream.time_base = timeBase;
     stream.avg_frame_rate = frameRate;
-    return TryHeader(*made) >= 0;
+    return context;
+}
+
+} // namespace
+
+int TryHeader(AVFormatContext& context) {
+    return Try(context, [&] { return WriteHeader(context); });
+}
+
+bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameters, AVRational timeBase,
+                AVRational frameRate) {
+    return TryHeader(*MakeAlone(format, parameters, timeBase, frameRate)) >= 0;
 }
 
 bool TakesAlone(AVOutputFormat const& format, AVStream const& stream) {
     return TakesAlone(format, *stream.codecpar, stream.time_base, stream.avg_frame_rate);
+}
+
+bool TakesPacket(AVOutputFormat const& format, AVStream const& stream, AVPacket const& packet) {
+    UniqueFormat const context = MakeAlone(format, *stream.codecpar, stream.time_base, stream.avg_frame_rate);
+    UniquePacket const first = MakePacket();
+    if (av_packet_ref(first.get(), &packet) < 0)
+        ThrowNoMemory("a packet");
+    first->stream_index = 0;
+    first->pts = first->dts = 0; // whether it has times is no matter here
+    int const error = Try(*context, [&] {
+        int const header = WriteHeader(*context);
+        return header < 0 ? header : av_write_frame(context.get(), first.get());
+    });
+    return error >= 0;
 }
 
 } // namespace Tarsel::Media

@@ -7,6 +7,7 @@ extern "C" {
 struct AVCodecParameters;
 struct AVFormatContext;
 struct AVOutputFormat;
+struct AVPacket;
 struct AVStream;
 
 namespace Tarsel::Media {
@@ -25,5 +26,7 @@ bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameter
                 AVRational frameRate);
 /// A stream of an input, as it is.
 bool TakesAlone(AVOutputFormat const& format, AVStream const& stream);
+/// The same, and a packet of it: some writers look into the packets only.
+bool TakesPacket(AVOutputFormat const& format, AVStream const& stream, AVPacket const& packet);
 
 } // namespace Tarsel::Media

@@ -7,6 +7,7 @@
 #include "Media/Container/FileHeader.h"
 #include "Media/Container/InputStreams.h"
 #include "Media/Container/OutputFile.h"
+#include "Media/Container/WrittenStreams.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -133,6 +134,7 @@ bool Muxer::HasWaitedEnough(std::int64_t time) {
 void Muxer::Close() {
     Check(av_write_trailer(m_streams.context.get()));
     m_file.Close();
+    m_lostTags = DescribeLostTags(*m_streams.context, m_streams.indexes, m_file.GetTemporaryPath());
 }
 
 void Muxer::Check(int error, Core::Site const& site) const {
@@ -153,6 +155,7 @@ std::vector<std::string> Muxer::GetNotes() const {
             notes.push_back(
                 fmt::format("Stream {}: {} skipped.", i, CountText(m_tracks[i].damaged, "damaged packet")));
     }
+    notes.insert(notes.end(), m_lostTags.begin(), m_lostTags.end());
     if (m_input.video < 0)
         return notes;
     auto const picture = static_cast<std::size_t>(m_input.video);

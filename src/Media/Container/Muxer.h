@@ -31,6 +31,7 @@ public:
     /// Writes what is still held and the end of the file. OutputException.
     void Close();
 
+    /// What the user should know, one sentence each; of what the file does not keep once it is closed.
     std::vector<std::string> GetNotes() const;
 
 private:
@@ -53,6 +54,8 @@ private:
     InputStreams const& m_input;
     OutputStreams m_streams;
     std::vector<Track> m_tracks;
+    /// What the closed file does not say.
+    std::vector<std::string> m_lostTags;
     /// Of the first packet, in microseconds.
     std::optional<std::int64_t> m_start;
 };

@@ -19,6 +19,8 @@ public:
 
     /// The name it gets.
     std::filesystem::path const& GetPath() const noexcept { return m_path; }
+    /// Where it lies until it is published.
+    std::filesystem::path const& GetTemporaryPath() const noexcept { return m_temporary.GetPath(); }
     /// FFmpeg's view of the file, valid until Close.
     AVIOContext* GetIO() const noexcept { return m_io.get(); }
 

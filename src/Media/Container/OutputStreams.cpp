@@ -6,6 +6,7 @@
 #include "Media/Container/Containers.h"
 #include "Media/Container/FileHeader.h"
 #include "Media/Container/InputStreams.h"
+#include "Media/Container/Languages.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
@@ -170,19 +171,10 @@ int ChooseCompliance(AVOutputFormat const& format, StreamEncoders const& encoder
     return isRaw && GetTraits(format).knowsRawByTag ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
 }
 
-/// The code of the stream's language by which QuickTime's list knows it.
 void FitLanguage(AVStream& stream) {
-    static constexpr char const* codes[][2] = {{"cze", "ces"}, {"cym", "wel"}, {"deu", "ger"}, {"ell", "gre"},
-                                               {"eus", "baq"}, {"bod", "tib"}, {"fas", "per"}, {"fre", "fra"},
-                                               {"hye", "arm"}, {"isl", "ice"}, {"kat", "geo"}, {"mkd", "mac"},
-                                               {"msa", "may"}, {"mya", "bur"}, {"nld", "dut"}, {"rum", "ron"},
-                                               {"slo", "slk"}, {"sqi", "alb"}, {"zho", "chi"}};
-    AVDictionaryEntry const* const language = av_dict_get(stream.metadata, "language", nullptr, 0);
-    for (auto const& [other, known] : codes)
-        if (language != nullptr && std::string_view(language->value) == other) {
-            CheckCopied(av_dict_set(&stream.metadata, "language", known, 0));
-            return;
-        }
+    if (AVDictionaryEntry const* const language = av_dict_get(stream.metadata, "language", nullptr, 0))
+        CheckCopied(av_dict_set(&stream.metadata, "language",
+                                std::string(GetQuickTimeLanguage(language->value)).c_str(), 0));
 }
 
 OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,

@@ -56,10 +56,12 @@ private:
     std::string DescribeCopyObstacle() const;
     void PlanVideo();
     void PlanEncoders();
+    void PreferEncoders(std::vector<AVCodec const*> encoders);
     Chain MakeChain();
     void Encode(Chain chain);
     void OpenEncoder(EncoderRequest request, WorkedFrame const& first);
     bool AsksQuality() const;
+    Quality ChooseQuality() const;
     void NoteEncoding(AVCodec const& encoder);
     void PlanText();
     void PlanOutput();
@@ -75,7 +77,9 @@ private:
     std::function<void()> const& m_onWait;
     PlannedRun m_run;
     AVCodec const* m_encoder = nullptr;
-    /// For pictures that the encoder of their codec does not take; null: none.
+    /// For pictures that the encoder does not take: others of their codec, then the usual one.
+    std::vector<AVCodec const*> m_otherEncoders;
+    /// Null where that is not one of those.
     AVCodec const* m_usualEncoder = nullptr;
     bool m_hasEffects = false;
 };
@@ -117,6 +121,11 @@ std::string Planner::DescribeCopyObstacle() const {
                              : CanHold(m_container, m_options.output, codec) && TakesAlone(m_format, video);
     if (!canHold || WantsStartCodes(m_format, *video.codecpar))
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
+    bool const isAsItIs = input.IsStill() || m_input.source == nullptr ||
+                          TakesPacket(m_format, video, m_input.source->GetFirstPacket());
+    if (!isAsItIs)
+        return fmt::format("{} cannot hold {} as it is encoded", Quote(m_options.output.filename()),
+                           avcodec_get_name(codec));
     if (m_input.video.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill &&
         !GetTraits(m_format).isMovFamily)
         return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
@@ -145,23 +154,43 @@ void Planner::PlanEncoders() {
     m_encoder = m_checked.videoEncoder;
     Demuxer const& input = m_input.GetDemuxer();
     AVCodecID const codec = input.GetVideo().codecpar->codec_id;
-    AVCodec const* same = nullptr;
-    if (input.IsCover() && !m_container.isStill && m_options.videoEncoder.empty())
-        same = avcodec_find_encoder(codec);
-    else if (m_checked.MayKeepCodec() && !input.IsStill() && TakesAlone(m_format, input.GetVideo()))
-        same = FindSameEncoder(m_container, m_options.output, codec, m_input.video.format, m_options.quality);
-    if (same != nullptr && !input.IsCover())
-        m_usualEncoder = m_encoder;
-    m_encoder = same != nullptr ? same : m_encoder;
+    if (input.IsCover() && !m_container.isStill && m_options.videoEncoder.empty()) {
+        AVCodec const* const same = avcodec_find_encoder(codec);
+        m_encoder = same != nullptr ? same : m_encoder;
+    } else if (m_checked.MayKeepCodec() && !input.IsStill() && TakesAlone(m_format, input.GetVideo())) {
+        PreferEncoders(
+            FindSameEncoders(m_container, m_options.output, codec, m_input.video.format, m_options.quality));
+    }
     if (m_encoder != nullptr && input.IsCover())
         CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions, m_checked.GetQuality());
     if (m_encoder != nullptr && AsksQuality())
         CheckQuality(*m_encoder, *m_options.quality);
 }
 
+/// The first is for the pictures, the others stand by.
+void Planner::PreferEncoders(std::vector<AVCodec const*> encoders) {
+    if (encoders.empty())
+        return;
+    m_usualEncoder = m_encoder;
+    if (m_usualEncoder != nullptr && std::ranges::find(encoders, m_usualEncoder) == encoders.end())
+        encoders.push_back(m_usualEncoder);
+    m_encoder = encoders.front();
+    m_otherEncoders.assign(encoders.begin() + 1, encoders.end());
+}
+
 /// Whether the quality is that of the video; covers keep theirs.
 bool Planner::AsksQuality() const {
     return m_options.quality && (m_container.isStill || !m_input.GetDemuxer().IsCover());
+}
+
+/// A still picture that was without loss stays so.
+Quality Planner::ChooseQuality() const {
+    if (AsksQuality())
+        return m_checked.GetQuality();
+    bool const staysLossless = m_container.isStill && m_options.videoEncoderOptions.empty() &&
+                               CodecLosesNothing(m_input.GetDemuxer().GetVideo().codecpar->codec_id) &&
+                               HasQuality(*m_encoder, Quality::Lossless);
+    return staysLossless ? Quality::Lossless : s_usualQuality;
 }
 
 /// Null: the video is copied, or left out.
@@ -197,8 +226,7 @@ void Planner::Encode(Chain chain) {
                                      ": no picture came out of the effects");
     bool const countsFrames = GetTraits(m_format).countsFrames && KeepsTimes(m_format);
     Ratio const frameRate = countsFrames ? m_input.GetDemuxer().GetFinestRate() : info.frameRate;
-    OpenEncoder({m_encoder, m_options.videoEncoderOptions,
-                 AsksQuality() ? m_checked.GetQuality() : s_usualQuality, &m_format,
+    OpenEncoder({m_encoder, m_options.videoEncoderOptions, ChooseQuality(), &m_format,
                  m_run.video->GetTimeBase(), frameRate, firstDuration, m_container.isStill,
                  m_options.keepsEffectFormat ? VideoFormat() : VideoFormat{info.format, info.space}},
                 *first);
@@ -211,15 +239,20 @@ void Planner::Encode(Chain chain) {
 }
 
 void Planner::OpenEncoder(EncoderRequest request, WorkedFrame const& first) {
-    try {
-        m_run.videoEncoder = std::make_unique<VideoEncoder>(request, first);
-    } catch (OutputException const& exception) {
-        if (m_usualEncoder == nullptr)
-            throw;
-        NoteVideo(fmt::format("{}: {} served.", exception.what(), m_usualEncoder->name));
-        request.encoder = m_usualEncoder;
-        m_run.videoEncoder = std::make_unique<VideoEncoder>(request, first);
+    std::string refusal;
+    for (std::size_t i = 0; m_run.videoEncoder == nullptr; ++i) {
+        try {
+            m_run.videoEncoder = std::make_unique<VideoEncoder>(request, first);
+        } catch (OutputException const& exception) {
+            if (i == m_otherEncoders.size())
+                throw;
+            if (refusal.empty())
+                refusal = exception.what();
+            request.encoder = m_otherEncoders[i];
+        }
     }
+    if (!refusal.empty())
+        NoteVideo(fmt::format("{}: {} served.", refusal, request.encoder->name));
 }
 
 /// What nobody asked for by name: encoding at all, another codec, and loss where there was none. And a
@@ -229,8 +262,9 @@ void Planner::NoteEncoding(AVCodec const& encoder) {
         NoteVideo(fmt::format("The quality changes nothing: {} loses nothing of the video.", encoder.name));
     Demuxer const& demuxer = m_input.GetDemuxer();
     AVCodecDescriptor const* const input = avcodec_descriptor_get(demuxer.GetVideo().codecpar->codec_id);
-    // Files without times are the bare streams of one codec: who names them names it.
-    if (input == nullptr || !m_checked.MayKeepCodec() || demuxer.IsStill() || !KeepsTimes(m_format))
+    // Who names the bare stream of one codec names the codec.
+    bool const isBare = !KeepsTimes(m_format) && m_format.audio_codec == AV_CODEC_ID_NONE;
+    if (input == nullptr || !m_checked.MayKeepCodec() || demuxer.IsStill() || isBare)
         return;
     // Of the usual encoder in place of the codec's own a note tells already.
     bool const isOther = input->id != encoder.id && &encoder != m_usualEncoder;

@@ -60,7 +60,7 @@ VideoSource::VideoSource(std::filesystem::path path, std::stop_token stop)
 
 VideoSource::VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop)
     : m_path(demuxer->GetPath()), m_stop(std::move(stop)), m_demuxer(std::move(demuxer)),
-      m_packet(MakePacket()) {
+      m_packet(MakePacket()), m_firstPacket(MakePacket()) {
     auto const fail = [this](std::string const& reason) {
         Core::Throw<InputException>(fmt::format("{} has {}", Quote(m_path), reason));
     };
@@ -154,6 +154,11 @@ bool VideoSource::ReadPacket() {
         if (!m_demuxer->Read(*m_packet))
             return false;
     } while (m_packet->stream_index != m_demuxer->GetVideo().index);
+    if (m_bytes == 0) {
+        av_packet_unref(m_firstPacket.get());
+        if (av_packet_ref(m_firstPacket.get(), m_packet.get()) < 0)
+            ThrowNoMemory("a packet");
+    }
     m_bytes += m_packet->size;
     m_hasPacketTimes = m_hasPacketTimes && m_packet->pts != AV_NOPTS_VALUE;
     return true;

@@ -42,6 +42,8 @@ public:
     std::optional<SourceFrame> Next();
     /// Whether the pictures' packets say when they are shown, as far as they have been read.
     bool HasPacketTimes() const noexcept { return m_hasPacketTimes; }
+    /// The pictures' first one. After GetInfo.
+    AVPacket const& GetFirstPacket() const noexcept { return *m_firstPacket; }
 
     /// Goes to the picture shown at this many microseconds of the file: Next gives that picture and then the
     /// end. OptionsException when the film is over by then; InputException; Stopped.
@@ -65,6 +67,7 @@ private:
     std::unique_ptr<Demuxer> m_demuxer;
     std::unique_ptr<VideoDecoder> m_decoder;
     UniquePacket m_packet;
+    UniquePacket m_firstPacket;
     /// Read ahead.
     std::optional<SourceFrame> m_ahead;
     /// The picture of a file of stills has been decoded.

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string_view>
+
+namespace Tarsel::Media {
+
+/// ISO 639-2 has two codes for some languages, the bibliographic one ("ger") and the terminological one
+/// ("deu").
+
+/// The code by which QuickTime's list knows the language; `code` itself where it has one only. Any thread.
+std::string_view GetQuickTimeLanguage(std::string_view code) noexcept;
+
+bool IsSameLanguage(std::string_view a, std::string_view b) noexcept;
+
+} // namespace Tarsel::Media

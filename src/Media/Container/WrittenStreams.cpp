@@ -1,0 +1,170 @@
+#include "Media/Container/WrittenStreams.h"
+
+#include "Host/FFmpegMessages.h"
+#include "Media/Base/FFmpegOwners.h"
+#include "Media/Container/Containers.h"
+#include "Media/Container/Languages.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+}
+
+namespace Tarsel::Media {
+
+namespace {
+
+/// What no container keeps as such, or what shows in other ways.
+constexpr int s_untoldDispositions = AV_DISPOSITION_DEFAULT | AV_DISPOSITION_ATTACHED_PIC |
+                                     AV_DISPOSITION_TIMED_THUMBNAILS | AV_DISPOSITION_STILL_IMAGE |
+                                     AV_DISPOSITION_DEPENDENT;
+
+std::string_view GetValue(AVDictionary const* metadata, char const* key) noexcept {
+    AVDictionaryEntry const* const entry = av_dict_get(metadata, key, nullptr, 0);
+    return entry != nullptr ? entry->value : "";
+}
+
+std::string_view GetValue(AVStream const& stream, char const* key) noexcept {
+    return GetValue(stream.metadata, key);
+}
+
+std::string_view GetLanguage(AVStream const& stream) noexcept {
+    std::string_view const language = GetValue(stream, "language");
+    return language == "und" ? "" : language;
+}
+
+AVRational GetAspect(AVStream const& stream) noexcept {
+    AVRational const own = stream.sample_aspect_ratio;
+    AVRational const aspect = own.num > 0 ? own : stream.codecpar->sample_aspect_ratio;
+    return aspect.num > 0 && aspect.den > 0 ? aspect : AVRational{1, 1};
+}
+
+/// Containers round to whole pixels.
+bool IsSameAspect(AVRational a, AVRational b, int width) noexcept {
+    constexpr double visible = 0.01;
+    double const difference = std::abs(av_q2d(a) - av_q2d(b));
+    return difference < visible * av_q2d(b) || difference * width < 1;
+}
+
+bool IsOfKind(AVStream const& stream, AVMediaType kind) noexcept {
+    return stream.codecpar->codec_type == kind;
+}
+
+/// The streams of a kind in their order, by which those of the file and those asked for belong together: some
+/// containers have an order of their own.
+std::vector<AVStream const*> ListOfKind(AVFormatContext const& context, AVMediaType kind) {
+    std::vector<AVStream const*> streams;
+    for (unsigned i = 0; i < context.nb_streams; ++i)
+        if (IsOfKind(*context.streams[i], kind))
+            streams.push_back(context.streams[i]);
+    return streams;
+}
+
+/// Players take the first stream of a kind where none is marked.
+bool IsDefaultInVain(AVStream const& stream, std::vector<AVStream const*> const& ofItsKind) {
+    return (stream.disposition & AV_DISPOSITION_DEFAULT) != 0 && &stream != ofItsKind.front() &&
+           (ofItsKind.front()->disposition & AV_DISPOSITION_DEFAULT) == 0;
+}
+
+bool SaysAnything(AVFormatContext const& asked) {
+    return std::any_of(asked.streams, asked.streams + asked.nb_streams, [&](AVStream const* stream) {
+        return !GetValue(*stream, "title").empty() || !GetLanguage(*stream).empty() ||
+               (stream->disposition & ~s_untoldDispositions) != 0 ||
+               !IsSameAspect(GetAspect(*stream), {1, 1}, stream->codecpar->width) ||
+               IsDefaultInVain(*stream, ListOfKind(asked, stream->codecpar->codec_type));
+    });
+}
+
+UniqueInput Open(std::filesystem::path const& path) {
+    AVFormatContext* context = nullptr;
+    if (avformat_open_input(&context, ("file:" + path.string()).c_str(), nullptr, nullptr) < 0)
+        return nullptr;
+    UniqueInput input(context);
+    return avformat_find_stream_info(context, nullptr) >= 0 ? std::move(input) : nullptr;
+}
+
+/// Ogg has one place for the title of the whole and that of its first stream.
+bool HasTitle(AVFormatContext const& file, std::string_view title) {
+    return GetValue(file.metadata, "title") == title ||
+           std::any_of(file.streams, file.streams + file.nb_streams,
+                       [&](AVStream const* stream) { return GetValue(*stream, "title") == title; });
+}
+
+std::vector<std::string> ListLostDispositions(AVStream const& asked, AVStream const& written,
+                                              bool isDefault) {
+    std::vector<std::string> lost;
+    int const bits = asked.disposition & ~written.disposition & ~s_untoldDispositions;
+    for (int bit = 1; bit > 0 && bit <= bits; bit <<= 1)
+        if (char const* const name = (bits & bit) != 0 ? av_disposition_to_string(bit) : nullptr) {
+            lost.emplace_back(name);
+            std::ranges::replace(lost.back(), '_', ' ');
+        }
+    if (isDefault && (written.disposition & AV_DISPOSITION_DEFAULT) == 0)
+        lost.emplace_back("default");
+    return lost;
+}
+
+std::vector<std::string> ListLost(AVStream const& asked, AVStream const& written, bool isDefault) {
+    std::vector<std::string> lost;
+    if (auto const title = GetValue(asked, "title"); !title.empty() && title != GetValue(written, "title"))
+        lost.push_back(fmt::format("its title \"{}\"", title));
+    if (auto const language = GetLanguage(asked);
+        !language.empty() && !IsSameLanguage(language, GetLanguage(written)))
+        lost.push_back(fmt::format("its language {}", language));
+    if (auto const marks = ListLostDispositions(asked, written, isDefault); !marks.empty())
+        lost.push_back(fmt::format("that it is {}", fmt::join(marks, ", ")));
+    return lost;
+}
+
+} // namespace
+
+std::vector<std::string> DescribeLostTags(AVFormatContext const& asked, std::vector<int> const& indexes,
+                                          std::filesystem::path const& written) {
+    std::vector<std::string> notes;
+    if (!SaysAnything(asked))
+        return notes;
+    Host::FFmpegMessages::Trial const trial;
+    UniqueInput const file = Open(written);
+    auto const title = GetValue(asked.metadata, "title");
+    if (file != nullptr && !title.empty() && !GetTraits(*asked.oformat).losesTitle && !HasTitle(*file, title))
+        notes.push_back(fmt::format("The title \"{}\" was left out: the container {} has no place for it.",
+                                    title, asked.oformat->name));
+    for (std::size_t i = 0; file != nullptr && i < indexes.size(); ++i) {
+        if (indexes[i] < 0)
+            continue;
+        AVStream const& stream = *asked.streams[indexes[i]];
+        AVMediaType const kind = stream.codecpar->codec_type;
+        auto const wanted = ListOfKind(asked, kind);
+        auto const made = ListOfKind(*file, kind);
+        auto const number = static_cast<std::size_t>(std::ranges::find(wanted, &stream) - wanted.begin());
+        if (number >= made.size())
+            continue;
+        AVStream const& same = *made[number];
+        auto const lost = ListLost(stream, same, IsDefaultInVain(stream, wanted));
+        if (!lost.empty())
+            notes.push_back(
+                fmt::format("Left out of stream {} ({}): {}; the container {} has no place for {}.", i,
+                            av_get_media_type_string(kind), fmt::join(lost, ", "), asked.oformat->name,
+                            lost.size() > 1 ? "them" : "it"));
+        AVRational const aspect = GetAspect(stream);
+        AVRational const shown = GetAspect(same);
+        if (kind == AVMEDIA_TYPE_VIDEO && !IsSameAspect(aspect, shown, stream.codecpar->width))
+            notes.push_back(
+                fmt::format("Resize to square pixels to keep the shape of the frames: {} in {} says a "
+                            "pixel aspect of {}:{}, not {}:{}.",
+                            avcodec_get_name(stream.codecpar->codec_id), asked.oformat->name, shown.num,
+                            shown.den, aspect.num, aspect.den));
+    }
+    return notes;
+}
+
+} // namespace Tarsel::Media
