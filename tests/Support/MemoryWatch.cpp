@@ -30,11 +30,21 @@ std::size_t GetMemoryInUse() {
 #endif
 }
 
+namespace {
+
+/// What is there for so many looks counts. A thread that ends is left out of the sanitizers' sum, with all
+/// that it freed, until it has run on: on a busy machine that takes a while.
+#ifdef HAS_OWN_HEAP
+constexpr std::size_t s_looks = 100;
+#else
+constexpr std::size_t s_looks = 3;
+#endif
+
+} // namespace
+
 MemoryWatch::MemoryWatch()
     : m_thread([this](std::stop_token const& stop) {
-          // A thread that ends is left out of the sanitizers' sum for a moment, with all that it freed: what
-          // was there for three looks counts.
-          std::array<std::size_t, 3> looks{};
+          std::array<std::size_t, s_looks> looks{};
           for (std::size_t i = 0; !stop.stop_requested(); ++i) {
               std::size_t const now = GetMemoryInUse();
               looks[i % looks.size()] = now - std::min(now, m_base);
