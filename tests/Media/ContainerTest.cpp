@@ -179,7 +179,10 @@ TEST_F(Containers, FilmsGetThere) {
             EXPECT_NE(Media::IsSameLanguage(stream.metadata["language"], "deu"), isTold("its language deu"));
             EXPECT_NE((stream.disposition & AV_DISPOSITION_COMMENT) != 0, isTold("that it is comment"));
         }
-        EXPECT_NE(has("The Film"), notes.find("The title \"The Film\" was left out") != std::string::npos);
+        if (traits.name != "ogg" && traits.name != "oga") { // one place for this title and the stream's
+            EXPECT_NE(has("The Film"),
+                      notes.find("The title \"The Film\" was left out") != std::string::npos);
+        }
         EXPECT_NE(has("Three"), notes.find("The chapters were left out") != std::string::npos);
     }
     EXPECT_EQ(encoders, "mp4:libx264+aac mov:libx264+pcm_s16le ipod:libx264+aac 3gp:libx264+aac "

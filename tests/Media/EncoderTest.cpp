@@ -214,10 +214,10 @@ TEST_F(Encoder, IsToldOf) {
         {"-c:v libaom-av1 -cpu-used 8 -s 48x32", "out.mkv",
          "The encoder \"libsvtav1\" takes no frames smaller than 64x64; these are 48x32: "
          "libaom-av1 served."},
-        {"-c:v ffv1 -vf setsar=15/16 -s 576x720", "out.mpg",
+        {"-c:v ffv1 -vf scale=576:720,setsar=15/16", "out.mpg",
          "Resize to square pixels to keep the shape of the frames: mpeg2video in mpeg says a pixel aspect of "
          "[0-9]+:[0-9]+, not 15:16."},
-        {"-c:v ffv1 -vf setsar=16/15 -s 720x576", "out.mpg", ""},
+        {"-c:v ffv1 -vf scale=720:576,setsar=16/15", "out.mpg", ""},
     };
     for (auto const& row : cases) {
         SCOPED_TRACE(row.arguments);

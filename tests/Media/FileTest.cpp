@@ -81,7 +81,7 @@ TEST_F(Input, ThatBreaksOffIsTold) {
         {"in.ogv", "-f lavfi -i testsrc2=s=320x240:r=25:d=2 " + s_audio, mark, mark},
         {"in.y4m", s_pictures + "-pix_fmt yuv420p", packet, packet},
         {"in.gif", s_pictures, mark, mark},
-        {"in.apng", s_pictures, packet, packet},
+        {"in.apng", s_pictures, packet + "|" + mark, packet + "|" + mark},
         {"in.ivf", s_pictures + "-c:v libvpx", early, ""},
         {"in.ts", film + "-c:a aac", "", ""},
         {"in.jpg", "-f lavfi -i testsrc2=s=320x240:d=0.04", "The picture is damaged .*", ""},

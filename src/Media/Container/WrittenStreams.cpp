@@ -2,7 +2,6 @@
 
 #include "Host/FFmpegMessages.h"
 #include "Media/Base/FFmpegOwners.h"
-#include "Media/Container/Containers.h"
 #include "Media/Container/Languages.h"
 
 #include <fmt/format.h>
@@ -28,13 +27,9 @@ constexpr int s_untoldDispositions = AV_DISPOSITION_DEFAULT | AV_DISPOSITION_ATT
                                      AV_DISPOSITION_TIMED_THUMBNAILS | AV_DISPOSITION_STILL_IMAGE |
                                      AV_DISPOSITION_DEPENDENT;
 
-std::string_view GetValue(AVDictionary const* metadata, char const* key) noexcept {
-    AVDictionaryEntry const* const entry = av_dict_get(metadata, key, nullptr, 0);
-    return entry != nullptr ? entry->value : "";
-}
-
 std::string_view GetValue(AVStream const& stream, char const* key) noexcept {
-    return GetValue(stream.metadata, key);
+    AVDictionaryEntry const* const entry = av_dict_get(stream.metadata, key, nullptr, 0);
+    return entry != nullptr ? entry->value : "";
 }
 
 std::string_view GetLanguage(AVStream const& stream) noexcept {
@@ -92,13 +87,6 @@ UniqueInput Open(std::filesystem::path const& path) {
     return avformat_find_stream_info(context, nullptr) >= 0 ? std::move(input) : nullptr;
 }
 
-/// Ogg has one place for the title of the whole and that of its first stream.
-bool HasTitle(AVFormatContext const& file, std::string_view title) {
-    return GetValue(file.metadata, "title") == title ||
-           std::any_of(file.streams, file.streams + file.nb_streams,
-                       [&](AVStream const* stream) { return GetValue(*stream, "title") == title; });
-}
-
 std::vector<std::string> ListLostDispositions(AVStream const& asked, AVStream const& written,
                                               bool isDefault) {
     std::vector<std::string> lost;
@@ -134,10 +122,6 @@ std::vector<std::string> DescribeLostTags(AVFormatContext const& asked, std::vec
         return notes;
     Host::FFmpegMessages::Trial const trial;
     UniqueInput const file = Open(written);
-    auto const title = GetValue(asked.metadata, "title");
-    if (file != nullptr && !title.empty() && !GetTraits(*asked.oformat).losesTitle && !HasTitle(*file, title))
-        notes.push_back(fmt::format("The title \"{}\" was left out: the container {} has no place for it.",
-                                    title, asked.oformat->name));
     for (std::size_t i = 0; file != nullptr && i < indexes.size(); ++i) {
         if (indexes[i] < 0)
             continue;
