@@ -33,6 +33,15 @@ bool IsCoverStream(AVStream const& stream) noexcept {
     return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
 }
 
+/// FFmpeg's reader of Ogg has a last packet that is nothing but padding last less than nothing, in 32 bits.
+bool IsPadding(AVPacket const& packet, AVStream const& stream) noexcept {
+    constexpr std::int64_t wrap = std::int64_t{1} << 32;
+    constexpr std::int64_t longestPacket = 1 << 16;
+    return stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO &&
+           stream.time_base.den == stream.codecpar->sample_rate && packet.duration < wrap &&
+           packet.duration > wrap - longestPacket;
+}
+
 std::int64_t PixelCount(AVStream const& stream) noexcept {
     return std::int64_t{stream.codecpar->width} * stream.codecpar->height;
 }
@@ -189,6 +198,8 @@ bool Demuxer::Read(AVPacket& packet) {
         }
         ++m_damaged;
     }
+    if (IsPadding(packet, *m_context->streams[packet.stream_index]))
+        packet.duration = 0;
     m_lastDamaged = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0;
     m_lastCounted = m_lastDamaged && packet.stream_index != m_video; // of those the decoder tells
     m_damaged += m_lastCounted ? 1 : 0;
