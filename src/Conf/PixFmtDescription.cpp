@@ -1,6 +1,7 @@
 #include "Conf/PixFmtDescription.h"
 
-#include "Conf/YuvOfColor.h"
+#include "Conf/Color.h"
+#include "Conf/ColorMatrix.h"
 #include "Core/CoreExceptions.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
@@ -32,10 +33,6 @@ constexpr struct {
 
 bool HasFlag(AVPixFmtDescriptor const& descriptor, std::uint64_t flag) noexcept {
     return (descriptor.flags & flag) != 0;
-}
-
-bool StartsWith(AVPixFmtDescriptor const& descriptor, std::string_view start) noexcept {
-    return std::string_view(descriptor.name).starts_with(start);
 }
 
 std::uint8_t FlagsOf(AVPixFmtDescriptor const& descriptor) noexcept {
@@ -72,7 +69,8 @@ bool HasPaddingByte(AVPixFmtDescriptor const& descriptor) noexcept {
 /// Which value of a color each place holds, places being in the order of storage.
 std::array<std::uint8_t, 4> SourcesOf(AVPixFmtDescriptor const& descriptor) noexcept {
     std::array<std::uint8_t, 4> sources{Nothing, Nothing, Nothing, Nothing};
-    if (HasFlag(descriptor, AV_PIX_FMT_FLAG_PAL) || StartsWith(descriptor, "xyz"))
+    Color::Model const model = Color::ModelOf(descriptor);
+    if (model == Color::Model::Palette || model == Color::Model::Xyz)
         return sources;
 
     // Plane, offset, -shift: the order in memory; then the number of the component.
@@ -93,10 +91,6 @@ std::array<std::uint8_t, 4> SourcesOf(AVPixFmtDescriptor const& descriptor) noex
         sources[slot] = alphaLast && component + 1U == count ? std::uint8_t{Alpha} : component;
     }
     return sources;
-}
-
-bool IsGray(AVPixFmtDescriptor const& descriptor) noexcept {
-    return descriptor.nb_components <= 2 && !HasFlag(descriptor, AV_PIX_FMT_FLAG_PAL);
 }
 
 bool IsTaken(AVPixFmtDescriptor const& descriptor, AVPixelFormat format) noexcept {
@@ -162,7 +156,7 @@ private:
         row.m_shiftX = descriptor.log2_chroma_w;
         row.m_shiftY = descriptor.log2_chroma_h;
         row.m_sources = SourcesOf(descriptor);
-        row.m_isGray = IsGray(descriptor);
+        row.m_isGray = Color::ModelOf(descriptor) == Color::Model::Gray;
         row.m_alwaysFull = row.IsRgb() || WithoutFixedRange(row.m_format) != row.m_format;
         row.m_supported = IsTaken(descriptor, format);
     }

@@ -1,5 +1,6 @@
 #include "Host/FrameAdapter.h"
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
@@ -30,12 +31,9 @@ constexpr int s_awkward = PixFmtDescription::BigEndian | PixFmtDescription::Floa
 
 /// One component a plane, so that samples are repeated without knowing what lies beside them; and none that
 /// FFmpeg would make RGB of for a filter that does not know it.
-bool IsResizableYuv(PixFmtDescription const& format) {
-    if (format.GetName() == "yuvj444p")
-        return false;
-    int const components = (format.GetName().starts_with("gray") ? 1 : 3) + (format.HasAlpha() ? 1 : 0);
-    return !format.IsRgb() && (format.GetFlags() & PixFmtDescription::Palette) == 0 &&
-           format.GetPlaneCount() == components;
+bool IsResizableYuv(PixFmt format) {
+    return Conf::Color::HasPlanePerComponent(format) && !Conf::Color::IsRgbLike(format) &&
+           format != PixFmt::YUVJ444P;
 }
 
 /// To a whole number of chroma samples, and of pixel pairs.
@@ -49,8 +47,7 @@ PixFmt ChoosePlanarYuv(PixFmt format) {
     static std::vector<PixFmt> const candidates = [] {
         std::vector<PixFmt> all;
         for (PixFmt const each : PixFmtDescription::s_supportedFormats)
-            if (auto const& description = PixFmtDescription::Find(each);
-                IsResizableYuv(description) && (description.GetFlags() & s_awkward) == 0 &&
+            if (IsResizableYuv(each) && (PixFmtDescription::Find(each).GetFlags() & s_awkward) == 0 &&
                 Conf::WithoutFixedRange(each) == each)
                 all.push_back(each);
         // Of several that lose as little the first one is taken.
@@ -85,7 +82,7 @@ std::optional<FrameAdapter> FrameAdapter::Make(Proc::EffectTraits const& traits,
     if (traits.size != Proc::Keeps::Always)
         return std::nullopt;
     PictureForm inner = form;
-    if (traits.takes == Proc::Takes::PlanarYuv && !IsResizableYuv(PixFmtDescription::Find(form.format)))
+    if (traits.takes == Proc::Takes::PlanarYuv && !IsResizableYuv(form.format))
         inner.format = ChoosePlanarYuv(form.format);
     if (traits.evenSize) {
         auto const& description = PixFmtDescription::Find(inner.format);
@@ -109,12 +106,8 @@ SP<Proc::IDataVideo> FrameAdapter::Adapt(Proc::IDataVideo const& frame) {
         return SpreadChroma(*source, *m_chroma);
     }
     if (m_inner.format != m_outer.format) {
-        // All of the range, so that RGB comes back as it was as nearly as 8 bits allow.
-        Conf::ColorSpace space = m_outerSpace;
-        if (PixFmtDescription::Find(m_outer.format).IsFullRange(space))
-            space.range = AVCOL_RANGE_JPEG;
-        if (space.matrix == AVCOL_SPC_RGB)
-            space.matrix = AVCOL_SPC_UNSPECIFIED;
+        Conf::ColorSpace const space =
+            Conf::Color::After({m_outer.format, m_outerSpace}, m_inner.format, Conf::Color::For::RoundTrip);
         converted = ConvertPixels(frame, m_inner.format, space, m_there);
         source = converted.get();
     }
@@ -139,7 +132,7 @@ SP<Proc::IDataVideo> FrameAdapter::Restore(SP<Proc::IDataVideo> const& result) {
     SP<Proc::IDataVideo> const cut = RestoreSize(result);
     if (m_outer.format == m_inner.format || cut->GetPixelFormat() == m_outer.format)
         return cut;
-    return ConvertPixels(*cut, GetRestoredFormat(), m_outerSpace, m_back);
+    return ConvertPixels(*cut, Conf::Color::WithoutPalette(m_outer.format), m_outerSpace, m_back);
 }
 
 SP<Proc::IDataVideo> FrameAdapter::RestoreChroma(SP<Proc::IDataVideo> const& result) {
@@ -151,14 +144,9 @@ SP<Proc::IDataVideo> FrameAdapter::RestoreChroma(SP<Proc::IDataVideo> const& res
     return ConvertPixels(*gathered, m_outer.format, gathered->GetColorSpace(), m_back);
 }
 
-/// The scaler writes no palettes: what became RGB stays so.
-PixFmt FrameAdapter::GetRestoredFormat() const noexcept {
-    return m_outer.format == PixFmt::PAL8 ? PixFmt::RGBA : m_outer.format;
-}
-
 void FrameAdapter::Restore(Conf::IFormatCodecVideo& format) const {
     if (!m_chroma || format.GetPixelFormat() == m_inner.format)
-        format.SetPixelFormat(GetRestoredFormat());
+        format.SetPixelFormat(Conf::Color::WithoutPalette(m_outer.format));
     if (!m_chroma) {
         Conf::FrameInfo const info = format.GetFrameInfo();
         format.InitByPixelAspect(m_outer.width, m_outer.height, info.aspectNum, info.aspectDen);

@@ -39,7 +39,6 @@ private:
     FrameAdapter(PictureForm const& outer, PictureForm const& inner, std::optional<ChromaPair> chroma)
         : m_outer(outer), m_inner(inner), m_chroma(chroma) {}
 
-    Conf::PixFmt GetRestoredFormat() const noexcept;
     SP<Proc::IDataVideo> RestoreSize(SP<Proc::IDataVideo> const& result) const;
     SP<Proc::IDataVideo> RestoreChroma(SP<Proc::IDataVideo> const& result);
 

@@ -1,5 +1,6 @@
 #include "Host/FullChroma.h"
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 
 #include <algorithm>
@@ -17,11 +18,12 @@ using Proc::ReadOnlyPlane;
 using Proc::WritablePlane;
 
 /// Three planes of YUV, and perhaps one of alpha, of 8 or 16 bits a sample.
-bool HasPlanePerComponent(PixFmtDescription const& format) {
-    constexpr int unfit = PixFmtDescription::Rgb | PixFmtDescription::Palette | PixFmtDescription::Float |
+bool IsPlanarYuv(PixFmtDescription const& format) {
+    constexpr int unfit = PixFmtDescription::Float |
                           (std::endian::native == std::endian::little ? PixFmtDescription::BigEndian : 0);
-    return (format.GetFlags() & unfit) == 0 && !format.IsGray() && format.GetDepth() <= 16 &&
-           format.GetPlaneCount() == (format.HasAlpha() ? 4 : 3);
+    return Conf::Color::ModelOf(format.GetFormat()) == Conf::Color::Model::Yuv &&
+           Conf::Color::HasPlanePerComponent(format.GetFormat()) && (format.GetFlags() & unfit) == 0 &&
+           format.GetDepth() <= 16;
 }
 
 bool IsSubsampled(PixFmtDescription const& format) {
@@ -31,14 +33,14 @@ bool IsSubsampled(PixFmtDescription const& format) {
 /// The same depth, alpha and kind of range.
 bool IsLike(PixFmtDescription const& a, PixFmtDescription const& b) {
     return a.GetDepth() == b.GetDepth() && a.HasAlpha() == b.HasAlpha() &&
-           a.GetName().starts_with("yuvj") == b.GetName().starts_with("yuvj");
+           a.IsFullRange({}) == b.IsFullRange({});
 }
 
 /// The first planar format that is like this one and has chroma of these shifts; None without one.
 PixFmt FindPlanar(PixFmtDescription const& like, int shiftX, int shiftY) {
     auto const found = std::ranges::find_if(PixFmtDescription::s_supportedFormats, [&](PixFmt each) {
         PixFmtDescription const& format = PixFmtDescription::Find(each);
-        return HasPlanePerComponent(format) && IsLike(format, like) && format.GetChromaShiftX() == shiftX &&
+        return IsPlanarYuv(format) && IsLike(format, like) && format.GetChromaShiftX() == shiftX &&
                format.GetChromaShiftY() == shiftY;
     });
     return found != PixFmtDescription::s_supportedFormats.end() ? *found : PixFmt::None;
@@ -108,11 +110,10 @@ std::optional<ChromaPair> FindChromaPair(PixFmt format) {
     PixFmtDescription const& description = PixFmtDescription::Find(format);
     if (!IsSubsampled(description))
         return std::nullopt;
-    ChromaPair const pair{
-        HasPlanePerComponent(description)
-            ? format
-            : FindPlanar(description, description.GetChromaShiftX(), description.GetChromaShiftY()),
-        FindPlanar(description, 0, 0)};
+    ChromaPair const pair{IsPlanarYuv(description) ? format
+                                                   : FindPlanar(description, description.GetChromaShiftX(),
+                                                                description.GetChromaShiftY()),
+                          FindPlanar(description, 0, 0)};
     if (pair.subsampled == PixFmt::None || pair.full == PixFmt::None)
         return std::nullopt;
     return pair;

@@ -1,5 +1,6 @@
 #include "Host/PairedEffect.h"
 
+#include "Conf/Color.h"
 #include "Core/Throw.h"
 #include "Host/FrameConversion.h"
 #include "Proc/Interfaces/IEffectDetails.h"
@@ -15,11 +16,6 @@ namespace {
 
 using Conf::PixFmt;
 using Proc::IDataVideo;
-
-/// What frames of a format go in as: the scaler writes no palettes.
-constexpr PixFmt GetWorkFormat(PixFmt format) noexcept {
-    return format == PixFmt::PAL8 ? PixFmt::RGBA : format;
-}
 
 /// Second frames as first ones want them. Keeps the last one that was converted: a still picture, or one of a
 /// film with fewer frames, is asked for again and again.
@@ -87,7 +83,7 @@ public:
         SP<IDataVideo const> const second = m_seconds(data->GetTime());
         if (!second)
             return;
-        PixFmt const format = GetWorkFormat(data->GetPixelFormat());
+        PixFmt const format = Conf::Color::WithoutPalette(data->GetPixelFormat());
         SP<IDataVideo> first = data;
         if (format != data->GetPixelFormat())
             first = ConvertPixels(*data, format, data->GetColorSpace(), m_unpaletted);
@@ -96,7 +92,7 @@ public:
     }
 
     void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) override {
-        format->SetPixelFormat(GetWorkFormat(format->GetPixelFormat()));
+        format->SetPixelFormat(Conf::Color::WithoutPalette(format->GetPixelFormat()));
         m_effect->UpdateFormatCodec(format);
     }
 

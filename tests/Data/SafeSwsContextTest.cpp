@@ -31,13 +31,6 @@ constexpr ColorSpace s_limited709{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG};
 constexpr ColorSpace s_full709{AVCOL_SPC_BT709, AVCOL_RANGE_JPEG};
 constexpr ColorSpace s_limited2020{AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG};
 
-SwsCtxSide SideOf(AVFrame const& frame) {
-    return {static_cast<std::uint32_t>(frame.width),
-            static_cast<std::uint32_t>(frame.height),
-            static_cast<PixFmt>(frame.format),
-            {}};
-}
-
 SafeFrame Scaled(AVFrame const& from, SwsCtxSide const& to) {
     SafeFrame result(to.space, to.format, to.width, to.height, 1, 1);
     SafeSwsContext({SideOf(from), to}).Scale(from, *result);
@@ -82,6 +75,8 @@ TEST(SafeSwsContextTest, TakesMatrixAndRangeOfBothSides) {
         {"yuv420p", s_full601, "yuv420p", s_limited601},
         {"yuv420p", s_limited601, "yuv420p", s_full601},
         {"yuv444p", s_limited601, "yuv444p", s_limited709},
+        {"yuv444p", {AVCOL_SPC_RGB, AVCOL_RANGE_MPEG}, "gbrp", {}},
+        {"yuv444p", {AVCOL_SPC_RGB, AVCOL_RANGE_MPEG}, "yuv420p", s_limited709},
         {"yuv420p", s_full709, "yuv422p", s_limited601},
         {"yuv420p", s_full709, "nv12", s_limited601},
         {"yuv420p", s_limited601, "nv21", {}},

@@ -152,6 +152,7 @@ std::vector<Conf::PixFmt> Formats(std::initializer_list<char const*> names) {
 TEST(ChooseVideoConversion, NearestFormatAndRange) {
     constexpr Conf::ColorSpace none{};
     constexpr Conf::ColorSpace full{2, AVCOL_RANGE_JPEG, 2};
+    constexpr Conf::ColorSpace wide{AVCOL_SPC_RGB, AVCOL_RANGE_UNSPECIFIED, AVCOL_PRI_BT2020};
     constexpr Conf::ColorSpace hd{AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, AVCOL_PRI_BT709};
     auto const x264 = Media::GetCodecFacts(AV_CODEC_ID_H264);
     auto const mjpeg = Media::GetCodecFacts(AV_CODEC_ID_MJPEG);
@@ -159,6 +160,7 @@ TEST(ChooseVideoConversion, NearestFormatAndRange) {
                                    x264};
     Media::EncoderRules const jpeg{Formats({"yuvj420p", "yuvj422p", "yuvj444p"}), false, mjpeg};
     Media::EncoderRules const limited{Formats({"yuv420p"}), true, {}};
+    Media::EncoderRules const gray{Formats({"gray"}), true, {}};
     Media::EncoderRules const png{Formats({"rgb24", "rgba", "pal8", "gray"}), false, {}};
     struct {
         char const* format;
@@ -167,16 +169,22 @@ TEST(ChooseVideoConversion, NearestFormatAndRange) {
         char const* wanted;
         std::int32_t range;
         bool isConverted;
+        std::int32_t matrix = AVCOL_SPC_UNSPECIFIED;
     } const cases[] = {
         {"yuvj420p", none, film, "yuv420p", AVCOL_RANGE_JPEG, false}, // other names for the same
         {"yuv420p", full, film, "yuv420p", AVCOL_RANGE_JPEG, false},
         {"yuv422p10le", none, film, "yuv420p10le", AVCOL_RANGE_UNSPECIFIED, true},
         {"gray", full, film, "gray", AVCOL_RANGE_JPEG, false},
-        {"yuv422p", full, jpeg, "yuvj422p", AVCOL_RANGE_JPEG, false},
-        {"yuv420p", hd, jpeg, "yuvj420p", AVCOL_RANGE_JPEG, true},
+        {"yuv422p", full, jpeg, "yuvj422p", AVCOL_RANGE_JPEG, false, AVCOL_SPC_BT470BG},
+        {"yuv420p", hd, jpeg, "yuvj420p", AVCOL_RANGE_JPEG, true, AVCOL_SPC_BT470BG},
         {"yuvj420p", none, limited, "yuv420p", AVCOL_RANGE_MPEG, true},
-        {"rgb24", none, limited, "yuv420p", AVCOL_RANGE_MPEG, true},
-        {"yuv420p", none, png, "rgb24", AVCOL_RANGE_JPEG, true},
+        {"rgb24", none, limited, "yuv420p", AVCOL_RANGE_MPEG, true, AVCOL_SPC_BT709},
+        {"gbrp", wide, film, "yuv444p", AVCOL_RANGE_MPEG, true, AVCOL_SPC_BT2020_NCL},
+        {"xyz12le", none, film, "yuv420p10le", AVCOL_RANGE_MPEG, true, AVCOL_SPC_BT709},
+        {"yuv444p", wide, film, "yuv444p", AVCOL_RANGE_UNSPECIFIED, false}, // made of RGB by a filter
+        {"gbrp", none, gray, "gray", AVCOL_RANGE_JPEG, true, AVCOL_SPC_BT709},
+        {"yuv420p", hd, gray, "gray", AVCOL_RANGE_JPEG, true, AVCOL_SPC_BT709},
+        {"yuv420p", none, png, "rgb24", AVCOL_RANGE_JPEG, true, AVCOL_SPC_RGB},
         {"pal8", none, png, "pal8", AVCOL_RANGE_UNSPECIFIED, false},
         {"bgra", none, png, "rgba", AVCOL_RANGE_UNSPECIFIED, true}}; // the scaler makes no palettes
     for (auto const& row : cases) {
@@ -184,11 +192,9 @@ TEST(ChooseVideoConversion, NearestFormatAndRange) {
         auto const made = Media::ChooseVideoConversion(ByName(row.format), row.space, 64, 48, row.rules);
         EXPECT_EQ(made.format, ByName(row.wanted));
         EXPECT_EQ(made.space.range, row.range);
+        EXPECT_EQ(made.space.matrix, row.matrix);
         EXPECT_EQ(made.isConverted, row.isConverted);
     }
-    // JPEG knows the matrix of BT.601 alone.
-    EXPECT_EQ(Media::ChooseVideoConversion(ByName("yuv420p"), hd, 64, 48, jpeg).space.matrix,
-              AVCOL_SPC_BT470BG);
     Media::EncoderRules const wholeChroma{Formats({"yuv420p"}), false, x264};
     EXPECT_EQ(Media::ChooseVideoConversion(ByName("yuv420p"), none, 65, 48, wholeChroma).format,
               Conf::PixFmt::None);

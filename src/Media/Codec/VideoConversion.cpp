@@ -14,6 +14,7 @@ namespace Tarsel::Media {
 namespace {
 
 using Conf::PixFmt;
+using Conf::Color::Form;
 
 bool Contains(std::vector<PixFmt> const& formats, PixFmt format) {
     return std::find(formats.begin(), formats.end(), format) != formats.end();
@@ -54,50 +55,25 @@ PixFmt WithLeastChroma(PixFmt format) {
     return static_cast<PixFmt>(like);
 }
 
-/// What YUV made from RGB is: the colors of HD, which players assume, and the usual range.
-constexpr Conf::ColorSpace MakeYuvFromRgb(Conf::ColorSpace const& rgb) noexcept {
-    return {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG,
-            rgb.primaries == AVCOL_PRI_UNSPECIFIED ? std::int32_t{AVCOL_PRI_BT709} : rgb.primaries};
-}
-
-/// The three names of BT.601's matrix are one.
-bool IsSameMatrix(std::int32_t a, std::int32_t b) noexcept {
-    auto const is601 = [](std::int32_t matrix) {
-        return matrix == AVCOL_SPC_UNSPECIFIED || matrix == AVCOL_SPC_BT470BG ||
-               matrix == AVCOL_SPC_SMPTE170M;
-    };
-    return a == b || (is601(a) && is601(b));
-}
-
 } // namespace
 
-bool IsRgb(PixFmt format) {
-    auto const& description = Conf::PixFmtDescription::Find(format);
-    return description.IsRgb() || (description.GetFlags() & Conf::PixFmtDescription::Palette) != 0;
-}
-
-std::optional<VideoFormat> FindYuvOrigin(VideoFormat const& input) {
-    if (input.format == PixFmt::None || IsRgb(input.format) ||
-        Conf::PixFmtDescription::Find(input.format).IsGray())
+std::optional<Form> FindYuvOrigin(Form const& input) {
+    if (input.format == PixFmt::None || Conf::Color::ModelOf(input.format) != Conf::Color::Model::Yuv)
         return std::nullopt;
-    VideoFormat origin{Conf::WithoutFixedRange(input.format), input.space};
-    if (origin.format != input.format)
-        origin.space.range = AVCOL_RANGE_JPEG;
-    return origin;
+    return WithoutFixedRange(input);
 }
 
 VideoConversion ChooseVideoConversion(PixFmt format, Conf::ColorSpace const& space, std::uint32_t width,
                                       std::uint32_t height, EncoderRules const& rules,
-                                      std::optional<VideoFormat> const& origin) {
-    PixFmt const from = Conf::WithoutFixedRange(format);
-    Conf::ColorSpace fromSpace = space;
-    if (from != format)
-        fromSpace.range = AVCOL_RANGE_JPEG;
-    VideoConversion picture{from, fromSpace};
+                                      std::optional<Form> const& origin) {
+    Form const input = WithoutFixedRange(Form{format, space});
+    PixFmt const from = input.format;
+    bool const fromRgb = Conf::Color::IsRgbLike(from);
+    VideoConversion picture{from, input.space};
 
     if (!rules.formats.empty()) {
         std::vector<PixFmt> const candidates = ListCandidates(from, width, height, rules);
-        bool const isBackFromRgb = origin && IsRgb(from) && Contains(candidates, origin->format);
+        bool const isBackFromRgb = origin && fromRgb && Contains(candidates, origin->format);
         if (!Contains(candidates, from) && isBackFromRgb)
             picture.format = origin->format;
         else if (!Contains(candidates, from))
@@ -107,26 +83,19 @@ VideoConversion ChooseVideoConversion(PixFmt format, Conf::ColorSpace const& spa
             return picture;
     }
 
-    bool const toRgb = IsRgb(picture.format);
-    if (toRgb && !IsRgb(from))
-        picture.space = {AVCOL_SPC_RGB, AVCOL_RANGE_JPEG, fromSpace.primaries};
-    else if (!toRgb && IsRgb(from))
-        picture.space = origin ? origin->space : MakeYuvFromRgb(fromSpace);
-    if (!toRgb && picture.space.matrix == AVCOL_SPC_RGB) // gray that came from RGB
-        picture.space.matrix = AVCOL_SPC_UNSPECIFIED;
+    bool const toRgb = Conf::Color::IsRgbLike(picture.format);
+    picture.space =
+        !toRgb && fromRgb && origin ? origin->space : After(input, picture.format, Conf::Color::For::Encoder);
     if (!toRgb && rules.codec.isJpeg)
         picture.space = {AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG, picture.space.primaries};
     else if (!toRgb && rules.codec.isWebp)
         picture.space = {AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG, picture.space.primaries};
-    else if (!toRgb && rules.losesRange && picture.space.range == AVCOL_RANGE_JPEG)
-        picture.space.range = AVCOL_RANGE_MPEG;
+    else if (!toRgb && rules.losesRange && picture.space.range != AVCOL_RANGE_UNSPECIFIED)
+        picture.space.range = Conf::PixFmtDescription::Find(picture.format).IsFullRange({})
+                                  ? AVCOL_RANGE_JPEG
+                                  : AVCOL_RANGE_MPEG;
 
-    auto const& description = Conf::PixFmtDescription::Find(picture.format);
-    bool const sameRange =
-        Conf::PixFmtDescription::Find(from).IsFullRange(fromSpace) == description.IsFullRange(picture.space);
-    bool const sameMatrix = Conf::PixFmtDescription::Find(from).IsGray() || description.IsGray() ||
-                            IsRgb(from) || toRgb || IsSameMatrix(fromSpace.matrix, picture.space.matrix);
-    picture.isConverted = picture.format != from || !sameRange || !sameMatrix;
+    picture.isConverted = picture.format != from || !MeansTheSame(input, {picture.format, picture.space});
     if (!Contains(rules.formats, picture.format) &&
         Contains(rules.formats, Conf::WithFullRange(picture.format)))
         picture.format = Conf::WithFullRange(picture.format);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Conf/Color.h"
 #include "Conf/ColorSpace.h"
 #include "Conf/PixFmt.h"
 #include "Media/Codec/Encoders.h"
@@ -14,7 +15,8 @@ namespace Tarsel::Media {
 struct EncoderRules {
     /// Formats it takes; empty: any.
     std::vector<Conf::PixFmt> formats;
-    /// Its files cannot say whether values use their full range: they count as limited.
+    /// Its files cannot say whether values use their full range: readers take what is usual, full for gray
+    /// and limited for YUV.
     bool losesRange = false;
     CodecFacts codec;
 };
@@ -29,24 +31,15 @@ struct VideoConversion {
     int loss = 0;
 };
 
-/// A format of pixels and what they mean.
-struct VideoFormat {
-    Conf::PixFmt format = Conf::PixFmt::None;
-    Conf::ColorSpace space;
-};
-
-/// Whether the colors are red, green and blue, as those of palettes are. Any thread.
-bool IsRgb(Conf::PixFmt format);
-
 /// What RGB that was made of such input has to become where the encoder wants YUV: what it was, lest colors
 /// shift or players meet a format they do not know. Nothing where the input is no YUV. Pure; any thread.
-std::optional<VideoFormat> FindYuvOrigin(VideoFormat const& input);
+std::optional<Conf::Color::Form> FindYuvOrigin(Conf::Color::Form const& input);
 
 /// The nearest to the chain's pictures that the encoder takes; PixFmt::None when there is none. `origin` is
 /// what YUV becomes that has to be made of RGB, if the encoder takes that; without it the colors of HD.
 /// Pure; any thread.
 VideoConversion ChooseVideoConversion(Conf::PixFmt format, Conf::ColorSpace const& space, std::uint32_t width,
                                       std::uint32_t height, EncoderRules const& rules,
-                                      std::optional<VideoFormat> const& origin = {});
+                                      std::optional<Conf::Color::Form> const& origin = {});
 
 } // namespace Tarsel::Media

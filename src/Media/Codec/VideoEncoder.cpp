@@ -37,10 +37,6 @@ namespace {
 /// More than any encoder looks ahead.
 constexpr std::size_t s_mostTimes = 4096;
 
-Proc::SwsCtxSide MakeSide(AVFrame const& frame, Conf::PixFmt format, Conf::ColorSpace const& space) {
-    return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height), format, space};
-}
-
 /// The width and height that an encoder wants at least, where it says so on standard error only.
 int GetLeastSize(AVCodec const& encoder) noexcept {
     return std::string_view(encoder.name) == "libsvtav1" ? 64 : 1;
@@ -58,28 +54,27 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
       m_frameRate(ChooseFrameRate(request.inputRate, request.inputDuration, first.data->GetDuration())),
       m_packet(MakePacket()) {
     AVFrame const& frame = GetFirstFrame();
-    auto const format = static_cast<Conf::PixFmt>(frame.format);
-    Conf::ColorSpace const space = Proc::GetFrameColorSpace(frame);
+    Proc::SwsCtxSide const side = Proc::SideOf(frame);
     EncoderRules rules = GetEncoderRules(*request.encoder, *request.container);
     // MP4 tells the range as part of a whole description of the colors only.
     if (GetTraits(*request.container).isMovFamily && !rules.codec.tellsRange && !DescribesColors(frame))
         rules.losesRange = true;
     // Without loss it knows RGB only.
     if (rules.codec.isWebp && request.quality == Quality::Lossless)
-        std::erase_if(rules.formats, [](Conf::PixFmt each) { return !IsRgb(each); });
+        std::erase_if(rules.formats, [](Conf::PixFmt each) { return !Conf::Color::IsRgbLike(each); });
     m_wholeChroma = rules.codec.wantsWholeChroma;
-    m_conversion =
-        ChooseVideoConversion(format, space, static_cast<std::uint32_t>(frame.width),
-                              static_cast<std::uint32_t>(frame.height), rules, FindYuvOrigin(request.input));
+    m_conversion = ChooseVideoConversion(side.format, side.space, side.width, side.height, rules,
+                                         FindYuvOrigin(request.input));
     if (m_conversion.format == Conf::PixFmt::None)
         Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot take pictures of {}",
                                                  request.encoder->name, Proc::PictureText(frame)));
     auto const& made = Conf::PixFmtDescription::Find(m_conversion.format);
-    m_losesFullRange = Conf::PixFmtDescription::Find(format).IsFullRange(space) && !IsRgb(format) &&
-                       !IsRgb(m_conversion.format) && !made.IsFullRange(m_conversion.space);
+    m_losesFullRange = Conf::PixFmtDescription::Find(side.format).IsFullRange(side.space) &&
+                       !Conf::Color::IsRgbLike(side.format) && !Conf::Color::IsRgbLike(m_conversion.format) &&
+                       !made.IsFullRange(m_conversion.space);
     if (m_conversion.isConverted)
-        m_scaler = Proc::SafeSwsContext(
-            {MakeSide(frame, format, space), MakeSide(frame, m_conversion.format, m_conversion.space)});
+        m_scaler =
+            Proc::SafeSwsContext({side, {side.width, side.height, m_conversion.format, m_conversion.space}});
     Open(request);
 }
 

@@ -40,7 +40,7 @@ struct EncoderRequest {
     /// One picture.
     bool isStill = false;
     /// Of the input's pictures; nothing where theirs do not matter.
-    VideoFormat input;
+    Conf::Color::Form input;
 };
 
 /// Encodes pictures, on as many threads as ChooseCodecThreads says. One thread at a time.

@@ -228,7 +228,7 @@ void Planner::Encode(Chain chain) {
     Ratio const frameRate = countsFrames ? m_input.GetDemuxer().GetFinestRate() : info.frameRate;
     OpenEncoder({m_encoder, m_options.videoEncoderOptions, ChooseQuality(), &m_format,
                  m_run.video->GetTimeBase(), frameRate, firstDuration, m_container.isStill,
-                 m_options.keepsEffectFormat ? VideoFormat() : VideoFormat{info.format, info.space}},
+                 m_options.keepsEffectFormat ? Conf::Color::Form() : Conf::Color::Form{info.format, info.space}},
                 *first);
     AVCodecContext const& context = m_run.videoEncoder->GetContext();
     GetVideoPlan().encoder = context.codec->name;

@@ -1,17 +1,17 @@
 #include "Proc/Wrappers/SafeSwsContext.h"
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/CoreExceptions.h"
 #include "Core/Throw.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
+#include "Proc/Wrappers/FrameFields.h"
 #include "Proc/Wrappers/FrameRoom.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -44,11 +44,8 @@ bool IsFullRange(SwsCtxSide const& side) {
     return Conf::PixFmtDescription::Find(side.format).IsFullRange(side.space);
 }
 
-/// XYZ too: the scaler makes RGB of it at once.
-bool IsRgb(SwsCtxSide const& side) noexcept {
-    AVPixFmtDescriptor const& format = Descriptor(side);
-    return (format.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0 ||
-           std::string_view(format.name).starts_with("xyz");
+bool IsYuv(SwsCtxSide const& side) {
+    return Conf::Color::ModelOf(side.format) == Conf::Color::Model::Yuv;
 }
 
 /// The format as libswscale wants it, which warns of "j" formats.
@@ -60,27 +57,12 @@ bool IsSameSize(SwsCtxParams const& params) noexcept {
     return params.from.width == params.to.width && params.from.height == params.to.height;
 }
 
-bool HasChroma(AVPixFmtDescriptor const& format) noexcept {
-    return (format.flags & AV_PIX_FMT_FLAG_RGB) == 0 && format.nb_components >= 3;
-}
-
-bool HasSameMatrix(SwsCtxParams const& params) noexcept {
-    constexpr int coefficients = 4;
-    int const* const from = sws_getCoefficients(params.from.space.matrix);
-    return std::equal(from, from + coefficients, sws_getCoefficients(params.to.space.matrix));
-}
-
 /// Whether pixels stay as they are. libswscale's own copies (5.1) leave out the chroma of semi-planar formats
 /// and half of every row of float formats.
 bool IsCopy(SwsCtxParams const& params) {
-    if (!IsSameSize(params) || params.from.format != params.to.format)
-        return false;
-    return !HasChroma(Descriptor(params.from)) ||
-           (HasSameMatrix(params) && IsFullRange(params.from) == IsFullRange(params.to));
-}
-
-bool IsSubsampled(AVPixFmtDescriptor const& format) noexcept {
-    return HasChroma(format) && format.log2_chroma_w > 0;
+    return IsSameSize(params) && params.from.format == params.to.format &&
+           (!IsYuv(params.from) || Conf::Color::MeansTheSame({params.from.format, params.from.space},
+                                                             {params.to.format, params.to.space}));
 }
 
 /// Whether U and V share a plane.
@@ -91,25 +73,31 @@ bool MixesChroma(AVPixFmtDescriptor const& format) noexcept {
 /// Whether libswscale would merely reorder chroma, which it does not do to the end where a width or height is
 /// odd (5.1: yuyv422 to yuv420p, yuv422p to yuyv422, yuv420p to p010); or would copy gray and leave out the
 /// chroma of semi-planar formats (5.1: gray to nv12).
-bool NeedsDetour(SwsCtxParams const& params) noexcept {
+bool NeedsDetour(SwsCtxParams const& params) {
     if (!IsSameSize(params))
         return false;
     bool const odd = (params.from.width | params.from.height) % 2 != 0;
     AVPixFmtDescriptor const& from = Descriptor(params.from);
     AVPixFmtDescriptor const& to = Descriptor(params.to);
-    bool const fromGray = from.nb_components < 3 && !IsRgb(params.from);
-    if (fromGray)
-        return HasChroma(to) && !IsRgb(params.to) && MixesChroma(to);
-    return odd && IsSubsampled(from) && IsSubsampled(to) && MixesChroma(from) != MixesChroma(to);
+    if (Conf::Color::ModelOf(params.from.format) == Conf::Color::Model::Gray)
+        return IsYuv(params.to) && MixesChroma(to);
+    return odd && from.log2_chroma_w > 0 && to.log2_chroma_w > 0 && MixesChroma(from) != MixesChroma(to);
 }
 
 /// libswscale (5.1) shows XYZ of negative line sizes the other way up.
-bool IsTurnedOver(AVFrame const& frame, SwsCtxSide const& side) noexcept {
-    return frame.linesize[0] < 0 && std::string_view(Descriptor(side).name).starts_with("xyz");
+bool IsTurnedOver(AVFrame const& frame, SwsCtxSide const& side) {
+    return frame.linesize[0] < 0 && Conf::Color::ModelOf(side.format) == Conf::Color::Model::Xyz;
 }
 
 /// Where a detour goes: nothing is lost there, and nothing is subsampled.
 constexpr auto s_detourFormat = static_cast<Conf::PixFmt>(AV_PIX_FMT_YUVA444P16);
+
+/// libswscale takes RGB's matrix for that of HD; but YUV that has its name was made of RGB by a filter (5.1),
+/// which goes by BT.601 and leaves the name.
+int const* CoefficientsOf(SwsCtxSide const& side) {
+    bool const isMisnamed = IsYuv(side) && side.space.matrix == AVCOL_SPC_RGB;
+    return sws_getCoefficients(isMisnamed ? std::int32_t{AVCOL_SPC_UNSPECIFIED} : side.space.matrix);
+}
 
 /// What a release of libswscale cannot take in stays at its default: no reason to refuse a picture.
 void SetColors(SwsContext* context, SwsCtxParams const& params) {
@@ -117,10 +105,10 @@ void SetColors(SwsContext* context, SwsCtxParams const& params) {
     constexpr int contrast = 1 << 16;
     constexpr int saturation = 1 << 16;
     // RGB goes to RGB by way of YUV, where the two matrices would not cancel out.
-    std::int32_t const toMatrix =
-        IsRgb(params.from) && IsRgb(params.to) ? params.from.space.matrix : params.to.space.matrix;
-    sws_setColorspaceDetails(context, sws_getCoefficients(params.from.space.matrix),
-                             IsFullRange(params.from) ? 1 : 0, sws_getCoefficients(toMatrix),
+    bool const staysRgb =
+        Conf::Color::IsRgbLike(params.from.format) && Conf::Color::IsRgbLike(params.to.format);
+    sws_setColorspaceDetails(context, CoefficientsOf(params.from), IsFullRange(params.from) ? 1 : 0,
+                             CoefficientsOf(staysRgb ? params.from : params.to),
                              IsFullRange(params.to) ? 1 : 0, brightness, contrast, saturation);
 }
 
@@ -166,6 +154,11 @@ void CheckResult(Core::Site const& site, int result, AVFrame const& from, AVFram
 }
 
 } // namespace
+
+SwsCtxSide SideOf(AVFrame const& frame) noexcept {
+    return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height),
+            static_cast<Conf::PixFmt>(frame.format), GetFrameColorSpace(frame)};
+}
 
 void SafeSwsContext::FreeContext::operator()(SwsContext* context) const noexcept {
     sws_freeContext(context);

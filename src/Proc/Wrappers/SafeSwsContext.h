@@ -22,8 +22,11 @@ struct SwsCtxSide {
     friend bool operator==(SwsCtxSide const&, SwsCtxSide const&) = default;
 };
 
+/// The frame as one side of a scaling. Any thread.
+TARSEL_API SwsCtxSide SideOf(AVFrame const& frame) noexcept;
+
 /// How to scale. Color matrix and range of either side come from its color space; an unspecified matrix
-/// counts as BT.601, and so does one that libswscale does not know; the range is as
+/// counts as BT.601, and so do one that libswscale does not know and that of RGB for YUV; the range is as
 /// PixFmtDescription::IsFullRange says. Gray to gray of the same format and size is copied, whatever the
 /// ranges.
 struct SwsCtxParams {

@@ -1,11 +1,11 @@
 #include "Proc/Effects/Lumenta/Effects/EffectImageResizer.h"
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Picture/ColorComponents.h"
-#include "Proc/Effects/Lumenta/Picture/ConvertedSpace.h"
 #include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
 #include "Proc/Wrappers/FrameFields.h"
 
@@ -81,7 +81,8 @@ void EffectImageResizer::UpdateFormat(Conf::IFormatCodecVideo& format) const {
         PlanResize(GetOptions(), format.GetPixelFormat(), format.GetFrameInfo());
     if (!plan)
         return;
-    format.SetColorSpace(ConvertedSpace(format.GetPixelFormat(), format.GetColorSpace(), plan->format));
+    format.SetColorSpace(Conf::Color::After({format.GetPixelFormat(), format.GetColorSpace()}, plan->format,
+                                            Conf::Color::For::Effect));
     format.SetPixelFormat(plan->format);
     format.InitByPixelAspect(plan->info.width, plan->info.height, plan->info.aspectNum, plan->info.aspectDen);
 }
@@ -141,10 +142,11 @@ SP<IDataVideo> EffectImageResizer::MakeResult(SP<IDataVideo> const& data) {
     }
     NoteInterlaced(*picture, plan->target.height != plan->source.height);
 
-    Conf::ColorSpace const space = ConvertedSpace(format, data->GetColorSpace(), plan->format);
+    Conf::ColorSpace const space =
+        Conf::Color::After({format, data->GetColorSpace()}, plan->format, Conf::Color::For::Effect);
     if (plan->format != format) {
         SafeFrame unpacked = MakePicture(info.width, info.height, plan->format, space);
-        m_unpacker.Scale({GetScalerSide(*picture), GetScalerSide(*unpacked)}, *picture, *unpacked);
+        m_unpacker.Scale({SideOf(*picture), SideOf(*unpacked)}, *picture, *unpacked);
         picture = std::move(unpacked);
     }
     if (plan->IsCropped(info))
@@ -181,12 +183,12 @@ void EffectImageResizer::ScaleInto(AVFrame const& from, AVFrame& to) {
     else if (GoesByComponent(from))
         m_componentScaler.Scale(from, to, flags);
     else
-        m_scaler.Scale({GetScalerSide(from), GetScalerSide(to), flags}, from, to);
+        m_scaler.Scale({SideOf(from), SideOf(to), flags}, from, to);
 }
 
 void EffectImageResizer::PaintBars(AVFrame& frame) {
-    SwsCtxSide const form = GetScalerSide(frame);
-    if (!m_bars || !(GetScalerSide(**m_bars) == form)) {
+    SwsCtxSide const form = SideOf(frame);
+    if (!m_bars || !(SideOf(**m_bars) == form)) {
         m_bars = MakePicture(form.width, form.height, form.format, form.space);
         FillPicture(**m_bars, GetOptions().background);
     }

@@ -1,12 +1,12 @@
 #include "Proc/Effects/Lumenta/Effects/PixelFormatConverterFF.h"
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Picture/AlphaRows.h"
-#include "Proc/Effects/Lumenta/Picture/ConvertedSpace.h"
 #include "Proc/Effects/Lumenta/Picture/PaletteConversion.h"
 #include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
 #include "Proc/Effects/Lumenta/Picture/Premultiply.h"
@@ -33,6 +33,8 @@ namespace {
 
 using Conf::PixFmt;
 using Conf::PixFmtDescription;
+using Conf::Color::For;
+using Conf::Color::Model;
 
 constexpr int s_verbosity = 30;
 
@@ -74,12 +76,17 @@ std::string LossMessage(PixFmt from, PixFmt to, int loss) {
 /// The format in which a picture is laid over the background on its way to `format`: this itself, or where
 /// its components are too coarse or no colors that can be mixed, RGB.
 PixFmt ChooseBlended(PixFmt format) {
-    if (!IsRgbLike(format))
+    switch (Conf::Color::ModelOf(format)) {
+    case Model::Gray:
+    case Model::Yuv:
         return format;
-    int const depth = PixFmtDescription::Find(format).GetDepth();
-    if (!PixFmtDescription::Find(format).IsRgb())
-        return s_rgb48;
-    return depth < 8 ? PixFmt::RGB24 : format;
+    case Model::Rgb:
+        return PixFmtDescription::Find(format).GetDepth() < 8 ? PixFmt::RGB24 : format;
+    case Model::Palette:
+    case Model::Xyz:
+        break;
+    }
+    return s_rgb48;
 }
 
 /// A picture of the size of `model`, its pixels not set.
@@ -116,7 +123,7 @@ PixelFormatConverterFF::Choose(PixFmt from, Conf::ColorSpace const& space) const
     // To FFmpeg a palette has alpha; those made here are opaque.
     if (chosen.to == PixFmt::PAL8 && options.hasAlpha && HasAlpha(from))
         chosen.loss |= FF_LOSS_ALPHA;
-    chosen.space = ConvertedSpace(from, space, chosen.to);
+    chosen.space = Conf::Color::After({from, space}, chosen.to, For::Effect);
     if (chosen.loss != 0 && options.refuseLoss)
         Core::Throw<EffectException>(LossMessage(from, chosen.to, chosen.loss));
     return chosen;
@@ -153,9 +160,9 @@ SP<IDataVideo> PixelFormatConverterFF::MakeResult(SP<IDataVideo> const& data) {
     }
     SafeFrame const from = OpenPicture(*data, Core::Site::Here());
     SP<DataVideoFF> result = DataVideoFF::CreateLike(*data, chosen->space, chosen->to, data->GetFrameInfo());
-    if (PixFmt const workable = ChooseWorkable(chosen->from); workable != chosen->from) {
+    if (PixFmt const workable = Conf::Color::Workable(chosen->from); workable != chosen->from) {
         SafeFrame unpacked = MakePicture(*from, workable, chosen->fromSpace);
-        m_unpacker.Scale({GetScalerSide(*from), GetScalerSide(*unpacked)}, *from, *unpacked);
+        m_unpacker.Scale({SideOf(*from), SideOf(*unpacked)}, *from, *unpacked);
         Convert(*unpacked, *result->GetAVFrame());
     } else {
         Convert(*from, *result->GetAVFrame());
@@ -166,8 +173,9 @@ SP<IDataVideo> PixelFormatConverterFF::MakeResult(SP<IDataVideo> const& data) {
 void PixelFormatConverterFF::Convert(AVFrame const& from, AVFrame& to) {
     SettingsPixelFormatConverter const& options = GetOptions();
     if (FormatOf(to) == PixFmt::PAL8) {
-        SafeFrame rgba = MakePicture(from, PixFmt::RGBA,
-                                     ConvertedSpace(FormatOf(from), GetFrameColorSpace(from), PixFmt::RGBA));
+        SafeFrame rgba = MakePicture(
+            from, PixFmt::RGBA,
+            Conf::Color::After({FormatOf(from), GetFrameColorSpace(from)}, PixFmt::RGBA, For::Effect));
         ConvertStraight(from, *rgba, m_scaler);
         ConvertToPalette(*rgba, to, {options.colors, options.dither, options.background});
     } else if (HasAlpha(FormatOf(from)) && !HasAlpha(FormatOf(to))) {
@@ -181,7 +189,7 @@ void PixelFormatConverterFF::ConvertStraight(AVFrame const& from, AVFrame& to, K
     if (CanRepack(from, to)) {
         Repack(from, to);
     } else {
-        SwsCtxParams params{GetScalerSide(from), GetScalerSide(to)};
+        SwsCtxParams params{SideOf(from), SideOf(to)};
         if (!GetOptions().accurate)
             params.flags &= ~SWS_FULL_CHR_H_INT;
         scaler.Scale(params, from, to);

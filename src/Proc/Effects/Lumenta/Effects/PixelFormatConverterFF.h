@@ -14,7 +14,7 @@
 namespace Tarsel::Proc {
 
 /// Converts frames to the nearest of the allowed pixel formats; a frame that has one of them passes as it is.
-/// Size, pixel aspect, times and side data stay; what color matrix and range become is ConvertedSpace's.
+/// Size, pixel aspect, times and side data stay; what color matrix and range become is Conf::Color::After's.
 /// Where alpha is lost the picture is laid over the background; PAL8 is made by ColorQuant. A conversion that
 /// loses something is an EffectException where the settings say so, else a verbose log line: "Pixel format
 /// convertion from {} to {} have loss mask={}", with FFmpeg's FF_LOSS_* bits.

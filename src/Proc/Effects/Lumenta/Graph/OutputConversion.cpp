@@ -1,9 +1,9 @@
 #include "Proc/Effects/Lumenta/Graph/OutputConversion.h"
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Wrappers/FrameFields.h"
 
-#include <cstdint>
 #include <utility>
 
 extern "C" {
@@ -35,16 +35,10 @@ void OutputConversion::Choose(AVFrame const& frame) {
         m_converter = {};
         m_target = Conf::PixFmt::None;
     } else {
-        int loss = 0;
-        Conf::PixFmt const target =
-            Conf::FindBestPixelFormatOfList(Conf::PixFmtDescription::s_supportedFormats, format, true, &loss);
+        Conf::PixFmt const target = Conf::Color::Workable(format);
         if (target != m_target) {
-            auto const width = static_cast<std::uint32_t>(frame.width);
-            auto const height = static_cast<std::uint32_t>(frame.height);
-            Conf::ColorSpace const space = GetFrameColorSpace(frame);
-            SwsCtxParams params;
-            params.from = {width, height, format, space};
-            params.to = {width, height, target, space};
+            SwsCtxParams params{SideOf(frame), SideOf(frame)};
+            params.to.format = target;
             m_converter = SafeSwsContext(params);
             m_target = target;
         }

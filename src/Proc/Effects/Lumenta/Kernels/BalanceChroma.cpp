@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Kernels/BalanceChroma.h"
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 
 #include <algorithm>
@@ -239,8 +240,8 @@ bool CoversBalanceChroma(Conf::PixFmt format) {
     if (FindPackedRgb(format) != nullptr)
         return true;
     auto const& pixels = Conf::PixFmtDescription::Find(format);
-    return pixels.IsRgb() && pixels.GetPlaneCount() >= 3 && (pixels.GetFlags() & Flags::BigEndian) == 0 &&
-           (pixels.GetDepth() == 8 || pixels.GetDepth() == 10);
+    return pixels.IsRgb() && Conf::Color::HasPlanePerComponent(format) &&
+           (pixels.GetFlags() & Flags::BigEndian) == 0 && (pixels.GetDepth() == 8 || pixels.GetDepth() == 10);
 }
 
 void BalanceChroma(BalancedPicture const& picture, ChromaBalance const& balance) {

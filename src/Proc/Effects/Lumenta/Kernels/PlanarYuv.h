@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 
 namespace Tarsel::Proc {
@@ -7,7 +8,8 @@ namespace Tarsel::Proc {
 /// Whether the format is limited-range YUV with a plane for each component, of 8 bits or, low byte first and
 /// without alpha, of 10: those that each filter for planes of YUV takes as they are.
 inline bool IsPlanarYuv(Conf::PixFmtDescription const& pixels) {
-    if (pixels.GetPlaneCount() < 3 || pixels.IsRgb() || pixels.IsFullRange({}))
+    if (Conf::Color::ModelOf(pixels.GetFormat()) != Conf::Color::Model::Yuv ||
+        !Conf::Color::HasPlanePerComponent(pixels.GetFormat()) || pixels.IsFullRange({}))
         return false;
     bool const isLittleEndian = (pixels.GetFlags() & Conf::PixFmtDescription::BigEndian) == 0;
     return pixels.GetDepth() == 8 || (pixels.GetDepth() == 10 && isLittleEndian && !pixels.HasAlpha() &&

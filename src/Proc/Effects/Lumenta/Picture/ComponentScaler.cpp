@@ -36,7 +36,7 @@ struct Grid {
 
     SafeFrame Scale(AVFrame const& from) const {
         SafeFrame to = MakeLike(*after);
-        scaler.Scale({GetScalerSide(from), GetScalerSide(*to), flags}, from, *to);
+        scaler.Scale({SideOf(from), SideOf(*to), flags}, from, *to);
         return to;
     }
     static SafeFrame MakeLike(AVFrame const& model) {

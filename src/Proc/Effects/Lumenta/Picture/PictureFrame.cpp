@@ -46,20 +46,6 @@ SafeFrame OpenPicture(IDataVideo const& data, Core::Site const& site) {
     return picture;
 }
 
-Conf::PixFmt ChooseWorkable(Conf::PixFmt format) {
-    if (format == Conf::PixFmt::PAL8)
-        return Conf::PixFmt::RGBA;
-    if (Conf::PixFmtDescription::IsSupported(format))
-        return format;
-    int loss = 0;
-    return Conf::FindBestPixelFormatOfList(Conf::PixFmtDescription::s_supportedFormats, format, true, &loss);
-}
-
-SwsCtxSide GetScalerSide(AVFrame const& frame) noexcept {
-    return {static_cast<std::uint32_t>(frame.width), static_cast<std::uint32_t>(frame.height),
-            static_cast<Conf::PixFmt>(frame.format), GetFrameColorSpace(frame)};
-}
-
 SafeFrame ViewRegion(AVFrame const& frame, PictureRegion const& region) {
     SafeFrame view = SafeFrame::Reference(frame);
     for (int plane = 0; plane < DescriptionOf(frame).GetPlaneCount(); ++plane)

@@ -4,7 +4,6 @@
 #include "Core/Throw.h"
 #include "Proc/Interfaces/IDataVideo.h"
 #include "Proc/Wrappers/SafeFrame.h"
-#include "Proc/Wrappers/SafeSwsContext.h"
 
 #include <cstdint>
 
@@ -29,13 +28,6 @@ Conf::PixFmtDescription const& DescriptionOf(AVFrame const& frame);
 /// A second head over the frame of `data`, of the size and colors that `data` states. EffectException from
 /// `site` where there are not as many pixels, or none at all.
 SafeFrame OpenPicture(IDataVideo const& data, Core::Site const& site);
-
-/// The format in which pixels of `format` are worked on: itself, or where they are indices or share bytes,
-/// the nearest one of whole samples. CoreException for a format that does not exist.
-Conf::PixFmt ChooseWorkable(Conf::PixFmt format);
-
-/// The frame as one side of a scaling.
-SwsCtxSide GetScalerSide(AVFrame const& frame) noexcept;
 
 /// A second head over a part of the frame, which lies in it; x and y are whole in chroma samples.
 SafeFrame ViewRegion(AVFrame const& frame, PictureRegion const& region);

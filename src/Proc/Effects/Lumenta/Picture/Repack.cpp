@@ -1,11 +1,10 @@
 #include "Proc/Effects/Lumenta/Picture/Repack.h"
 
-#include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
-
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Effects/Lumenta/Picture/ColorComponents.h"
 #include "Proc/Effects/Lumenta/Picture/ComponentPlane.h"
-#include "Proc/Effects/Lumenta/Picture/ConvertedSpace.h"
+#include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <algorithm>
@@ -16,30 +15,22 @@ extern "C" {
 }
 
 namespace Tarsel::Proc {
-namespace {
 
-/// Palettes and XYZ.
-bool IsSpecial(Conf::PixFmtDescription const& format) {
-    return IsRgbLike(format.GetFormat()) && !format.IsRgb();
-}
-
-} // namespace
+using Conf::Color::Model;
 
 bool CanRepack(AVFrame const& from, AVFrame const& to) {
     auto const& source = DescriptionOf(from);
     auto const& target = DescriptionOf(to);
-    if (IsSpecial(source) || IsSpecial(target) || target.GetDepth() <= 8)
+    Model const model = Conf::Color::ModelOf(source.GetFormat());
+    if (model != Conf::Color::ModelOf(target.GetFormat()) || model == Model::Palette || model == Model::Xyz ||
+        target.GetDepth() <= 8)
         return false;
-    if (source.IsRgb() && target.IsRgb())
+    if (model == Model::Rgb)
         return source.GetDepth() >= 8 && source.GetDepth() <= target.GetDepth();
-    bool const isRepacked = !source.IsRgb() && !target.IsRgb() && source.GetDepth() == target.GetDepth() &&
-                            GetColorCount(from) == GetColorCount(to) &&
-                            source.GetChromaShiftX() == target.GetChromaShiftX() &&
-                            source.GetChromaShiftY() == target.GetChromaShiftY();
-    Conf::ColorSpace const space = GetFrameColorSpace(from);
-    Conf::ColorSpace const targetSpace = GetFrameColorSpace(to);
-    return isRepacked && space.matrix == targetSpace.matrix &&
-           source.IsFullRange(space) == target.IsFullRange(targetSpace);
+    return source.GetDepth() == target.GetDepth() && source.GetChromaShiftX() == target.GetChromaShiftX() &&
+           source.GetChromaShiftY() == target.GetChromaShiftY() &&
+           Conf::Color::MeansTheSame({source.GetFormat(), GetFrameColorSpace(from)},
+                                     {target.GetFormat(), GetFrameColorSpace(to)});
 }
 
 void Repack(AVFrame const& from, AVFrame& to) {

@@ -1,9 +1,9 @@
 #include "Proc/Effects/Lumenta/Picture/ResizePlan.h"
 
+#include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Saturate.h"
 #include "Core/Throw.h"
-#include "Proc/Effects/Lumenta/Picture/ConvertedSpace.h"
 #include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
@@ -56,8 +56,8 @@ double ShownProportions(Conf::FrameInfo const& info) {
 }
 
 PixFmt ChooseScaled(PixFmt format) {
-    format = ChooseWorkable(format);
-    bool const isXyz = IsRgbLike(format) && !Conf::PixFmtDescription::Find(format).IsRgb();
+    format = Conf::Color::Workable(format);
+    bool const isXyz = Conf::Color::ModelOf(format) == Conf::Color::Model::Xyz;
     return isXyz ? static_cast<PixFmt>(AV_PIX_FMT_RGB48) : format;
 }
 
