@@ -160,7 +160,8 @@ TEST(ChooseVideoConversion, NearestFormatAndRange) {
                                    x264};
     Media::EncoderRules const jpeg{Formats({"yuvj420p", "yuvj422p", "yuvj444p"}), false, mjpeg};
     Media::EncoderRules const limited{Formats({"yuv420p"}), true, {}};
-    Media::EncoderRules const gray{Formats({"gray"}), true, {}};
+    Media::EncoderRules const gray{Formats({"gray"}), false, {}};
+    Media::EncoderRules const pgm{Formats({"gray"}), true, {}};
     Media::EncoderRules const png{Formats({"rgb24", "rgba", "pal8", "gray"}), false, {}};
     struct {
         char const* format;
@@ -183,7 +184,7 @@ TEST(ChooseVideoConversion, NearestFormatAndRange) {
         {"xyz12le", none, film, "yuv420p10le", AVCOL_RANGE_MPEG, true, AVCOL_SPC_BT709},
         {"yuv444p", wide, film, "yuv444p", AVCOL_RANGE_UNSPECIFIED, false}, // made of RGB by a filter
         {"gbrp", none, gray, "gray", AVCOL_RANGE_JPEG, true, AVCOL_SPC_BT709},
-        {"yuv420p", hd, gray, "gray", AVCOL_RANGE_JPEG, true, AVCOL_SPC_BT709},
+        {"yuv420p", hd, pgm, "gray", AVCOL_RANGE_JPEG, true, AVCOL_SPC_BT709},
         {"yuv420p", none, png, "rgb24", AVCOL_RANGE_JPEG, true, AVCOL_SPC_RGB},
         {"pal8", none, png, "pal8", AVCOL_RANGE_UNSPECIFIED, false},
         {"bgra", none, png, "rgba", AVCOL_RANGE_UNSPECIFIED, true}}; // the scaler makes no palettes
