@@ -127,15 +127,7 @@ void PutAlpha(IDataVideo const& input, IDataVideo& data) {
         view = MakePaletteAlpha(*view);
     data.GetWritablePlane(0); // so that the frame is nobody else's
     AVFrame const& target = Details::GetAVFrameRef(data.GetAVFrame());
-    ComponentPlane const source(*view, HasPalette(from) ? 0 : GetColorCount(*view));
-    ComponentPlane const alpha(target, GetColorCount(target));
-    float const scale = alpha.GetMaximum() / source.GetMaximum();
-    std::vector<float> row(info.width);
-    for (std::uint32_t y = 0; y < info.height; ++y) {
-        source.ReadRow(y, row.data());
-        std::ranges::transform(row, row.begin(), [&](float value) { return value * scale; });
-        alpha.WriteRow(y, row.data());
-    }
+    CopyComponent({*view, HasPalette(from) ? 0 : GetColorCount(*view)}, {target, GetColorCount(target)});
 }
 
 } // namespace Tarsel::Proc

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <vector>
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -116,6 +117,17 @@ void ComponentPlane::WriteRow(std::uint32_t y, float const* values) const noexce
         Write<std::uint8_t>(at, values);
     else
         Write<std::uint16_t>(at, values);
+}
+
+void CopyComponent(ComponentPlane const& from, ComponentPlane const& to) {
+    std::vector<float> row(std::max(from.GetWidth(), to.GetWidth()));
+    float const stretch = to.GetMaximum() / from.GetMaximum();
+    for (std::uint32_t y = 0; y < from.GetHeight(); ++y) {
+        from.ReadRow(y, row.data());
+        for (float& value : row)
+            value *= stretch;
+        to.WriteRow(y, row.data());
+    }
 }
 
 int GetComponentCount(AVFrame const& frame) noexcept {

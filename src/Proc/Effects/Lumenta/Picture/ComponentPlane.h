@@ -48,6 +48,9 @@ private:
     bool m_isFloat = false;
 };
 
+/// Moves a component to one that is no smaller, stretched to its depth.
+void CopyComponent(ComponentPlane const& from, ComponentPlane const& to);
+
 /// How many components a format has, and how many of them are color: all but its alpha, which is the last.
 int GetComponentCount(AVFrame const& frame) noexcept;
 int GetColorCount(AVFrame const& frame) noexcept;

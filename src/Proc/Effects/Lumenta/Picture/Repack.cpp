@@ -7,9 +7,6 @@
 #include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
 #include "Proc/Wrappers/FrameFields.h"
 
-#include <algorithm>
-#include <vector>
-
 extern "C" {
 #include <libavutil/frame.h>
 }
@@ -35,18 +32,8 @@ bool CanRepack(AVFrame const& from, AVFrame const& to) {
 
 void Repack(AVFrame const& from, AVFrame& to) {
     FillPadding(to);
-    for (int i = 0; i < GetColorCount(to); ++i) {
-        ComponentPlane const source(from, i);
-        ComponentPlane const target(to, i);
-        std::vector<float> row(source.GetWidth());
-        float const stretch = target.GetMaximum() / source.GetMaximum();
-        for (std::uint32_t y = 0; y < source.GetHeight(); ++y) {
-            source.ReadRow(y, row.data());
-            for (float& value : row)
-                value *= stretch;
-            target.WriteRow(y, row.data());
-        }
-    }
+    for (int i = 0; i < GetColorCount(to); ++i)
+        CopyComponent({from, i}, {to, i});
 }
 
 } // namespace Tarsel::Proc
