@@ -65,7 +65,8 @@ std::string NearNamesText(std::string_view name, std::span<std::string const> na
     std::vector<std::string> const near = FindNearNames(name, names);
     if (near.empty())
         return {};
-    return "; near names: " + Utils::ToString(near, ", ", [](std::string const& text) { return text; });
+    return "; did you mean " + Utils::ToString(near, ", ", [](std::string const& text) { return text; }) +
+           '?';
 }
 
 bool HasWord(std::string_view words, std::string_view word) {

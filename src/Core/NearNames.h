@@ -19,7 +19,7 @@ TARSEL_API std::string FindNearestName(std::string_view name, std::span<std::str
 /// five.
 TARSEL_API std::vector<std::string> FindNearNames(std::string_view name, std::span<std::string const> names);
 
-/// These for the end of a message: "; near names: a, b", or "" when there are none.
+/// These for the end of a message: "; did you mean a, b?", or "" when there are none.
 TARSEL_API std::string NearNamesText(std::string_view name, std::span<std::string const> names);
 
 /// Whether `word` is one of `words`, which stand with blanks between.

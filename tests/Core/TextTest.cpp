@@ -55,10 +55,10 @@ TEST(Text, ReadsFlagsInAnyCase) {
 TEST(NearNames, AreTheNearestFirst) {
     std::vector<std::string> const names{"libx265", "libx264rgb", "libx264", "mpeg4",
                                          "msmpeg4", "h264_nvenc", "libx264"};
-    for (auto const& [name, near] : {std::pair("x264", "; near names: libx264, libx264rgb"),
-                                     {"libx263", "; near names: libx264, libx265"},
-                                     {"mpg4", "; near names: mpeg4"},
-                                     {"lbix264", "; near names: libx264, libx265"},
+    for (auto const& [name, near] : {std::pair("x264", "; did you mean libx264, libx264rgb?"),
+                                     {"libx263", "; did you mean libx264, libx265?"},
+                                     {"mpg4", "; did you mean mpeg4?"},
+                                     {"lbix264", "; did you mean libx264, libx265?"},
                                      {"xyz", ""},
                                      {"h265", ""},
                                      {"mp4", ""}}) // would take two steps

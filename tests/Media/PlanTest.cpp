@@ -231,7 +231,7 @@ avs2.avi out.avi v a optional
 
 /// What is refused, and why: of what is wrong with options and output nothing is read.
 constexpr char const* s_refusals = R"(junk.mp4 out.mp4 vcodec=libx246
-  options: There is no encoder "libx246"; near names: libx264, libx265
+  options: There is no encoder "libx246"; did you mean libx264, libx265?
 junk.mp4 out.mp4 vcodec=aac
   options: The encoder "aac" is not for pictures
 junk.mp4 out.png vcodec=mjpeg
@@ -249,7 +249,7 @@ junk.mp4 out.mp4 vcodec=mpeg4 lossless
 junk.mp4 out.mp4 acodec=libx264
   options: The encoder "libx264" is not for audio
 junk.mp4 out.mp4 aoption=bb=1
-  options: The encoder "aac" has no option "bb"; near names: ab, b, bf, bt
+  options: The encoder "aac" has no option "bb"; did you mean ab, b, bf, bt?
 junk.mp4 out.ogg acodec=libopus aoption=frame_duration=7
   options: The encoder "libopus" does not open with frame_duration=7: Invalid argument
 junk.mp4 out.gif a

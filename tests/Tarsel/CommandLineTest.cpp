@@ -46,7 +46,7 @@ TEST_F(CommandLine, HelpFitsTheTerminalAndTellsTheExitCodes) {
 
 TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
     std::string const see = "\nSee \"tarsel --help\".";
-    std::string const seeRun = "\nSee \"tarsel run --help\".";
+    std::string const useRun = "\nUsage: tarsel run [OPTIONS] INPUT OUTPUT\nSee \"tarsel run --help\".";
     std::string verbs;
     for (std::string const& verb : GetVerbs())
         verbs += (verbs.empty() ? "" : ", ") + verb;
@@ -55,25 +55,26 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
     WriteFile("there.jpg", "keep me");
     std::string const run = "run missing.mp4 ";
     ExpectRefusals({
-        {"", 1, "a verb is missing: " + verbs + see},
+        {"", 1, "Name a verb: " + verbs + see},
         {"play", 1, "There is no verb \"play\"; the verbs are " + verbs + see},
-        {"rnu a.mp4 b.mp4", 1, "There is no verb \"rnu\"; near names: run" + see},
-        {"list flip blur", 1, "Unexpected argument \"blur\"\nSee \"tarsel list --help\"."},
-        {"run -dash.mp4 o.mp4", 1,
-         "Write \"./-dash.mp4\": a name that begins with '-' is taken for an option" + seeRun},
+        {"rnu a.mp4 b.mp4", 1, "There is no verb \"rnu\"; did you mean run?" + see},
+        {"list flip blur", 1, "Remove \"blur\": list takes no such argument\n*"},
+        {"run -dash.mp4 o.mp4", 1, "Write \"./-dash.mp4\": *"},
         {"run a.mp4 b.mp4 --overwrit", 1,
-         "There is no option \"--overwrit\"; near names: --overwrite" + seeRun},
-        {"run a.mp4 b.mp4 -e flip horizontal=1", 1,
-         "Unexpected argument \"horizontal=1\"; put an effect and its settings into quotes: -e \"NAME "
-         "horizontal=1\"" +
-             seeRun},
-        {run, 1, "OUTPUT is required" + seeRun},
-        {run + "o.mp4 -e flip more", 1,
-         "Unexpected argument \"more\"; each effect wants a -e before it" + seeRun},
-        {run + "o.mp4 --at nan", 1, "--at: \"nan\" is no time in seconds, 0 or more" + seeRun},
-        {run + "there.gif --at -1", 1, "--at: \"-1\" is no time in seconds, 0 or more" + seeRun},
-        {run + "o.mp4 --threads 0", 1, "--threads: \"0\" is no whole number, 1 to 1024" + seeRun},
-        {run + "o.mp4 --video-option =18", 1, "--video-option \"=18\" is not KEY=VALUE, for example crf=18"},
+         "There is no option \"--overwrit\"; did you mean --overwrite?" + useRun},
+        {"run a.mp4 b.mp4 -e flip horizontal=1", 1, "Write -e \"NAME horizontal=1\": *"},
+        {run, 1, "Add OUTPUT" + useRun},
+        {"run", 1, "Add INPUT and OUTPUT" + useRun},
+        {"explain --frame 8x8:gray", 1, "Add --effect EFFECT\n*"},
+        {run + "o.mp4 -e", 1, "Give --effect a value: --effect EFFECT" + useRun},
+        {run + "o.mp4 --at 1 --at 2", 1, "Give --at once, not 2 times" + useRun},
+        {run + "o.mp4 --at", 1, "Give --at a value: --at SECONDS" + useRun},
+        {run + "o.mp4 --quiet=loud", 1, "Give --quiet no value: it is a switch" + useRun},
+        {run + "o.mp4 -e flip more", 1, "Write -e \"more\": *"},
+        {run + "o.mp4 --at nan", 1, "--at: give a time in seconds, 0 or more, not \"nan\"" + useRun},
+        {run + "there.gif --at -1", 1, "--at: give a time in seconds, 0 or more, not \"-1\"" + useRun},
+        {run + "o.mp4 --threads 0", 1, "--threads: give a whole number from 1 to 1024, not \"0\"" + useRun},
+        {run + "o.mp4 --video-option =18", 1, "--video-option: give KEY=VALUE, such as crf=18, not \"=18\""},
         {run + "o.mp4 -e flip -e 'transpose step=4'", 1,
          "-e \"transpose step=4\": transpose: step=4 is out of range: 0 to 3 (quarter turns)"},
         {run + "there.gif -e 'compressor ratio=99'", 1,
@@ -95,7 +96,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {"palette missing.mp4 o.png --background red:dither=1", 1,
          "pixel-format: background=red:dither=1 is no color*"},
         {"palette missing.mp4 there.jpg", 1,
-         "\"there.jpg\" cannot hold palettes; .png, .gif, .bmp and .tiff can"},
+         "Choose another OUTPUT, such as .png, .gif, .bmp or .tiff: \"there.jpg\" cannot hold palettes"},
     });
 }
 

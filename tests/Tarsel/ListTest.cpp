@@ -52,8 +52,8 @@ TEST_F(ListTool, OneEffect) {
                                          "  It may change full range, size.\n"
                                          "    step  clockwise rotation\n"
                                          "          integer, 0 to 3 (quarter turns), default 0\n");
-    ExpectRefusals({{"list flipp", 1, "There is no effect \"flipp\"; near names: flip"},
-                    {"list zzz", 1, "There is no effect \"zzz\"; \"tarsel list\" shows all"}});
+    ExpectRefusals({{"list flipp", 1, "There is no effect \"flipp\"; did you mean flip?"},
+                    {"list zzz", 1, "There is no effect \"zzz\"; see \"tarsel list\""}});
 }
 
 TEST_F(ListTool, TextHasAllOfTheJsonWithin80Columns) {
@@ -94,7 +94,7 @@ TEST_F(ListTool, WordsFindEffectsByNameThenKeyThenHelp) {
 }
 
 TEST_F(ListTool, OutputThatCannotBeWritten) {
-    std::string const cannot = "cannot write to standard output: ";
+    std::string const cannot = "Cannot write to standard output: ";
     ExpectRefusals({{"list > /dev/full", 4, cannot + "No space left on device"},
                     {"list >&-", 4, cannot + "Bad file descriptor"}});
     // A reader that is gone has seen enough.

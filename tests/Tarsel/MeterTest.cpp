@@ -100,7 +100,7 @@ TEST_F(MeterTool, RefusesWhatCannotBe) {
         {"meter wave.wav --interval nan", 1, "--interval: \"nan\" is no time in seconds, 0.001 to 86400\n*"},
         {"meter wave.wav --size 20x20", 1, "--size requires --png\n*"},
         {"meter wave.wav --png w.png --size 20", 1,
-         "--size \"20\" is not WxH, for example 1280x320, each from 16 to 8192"},
+         "--size: give WxH, such as 1280x320, each from 16 to 8192, not \"20\""},
         {"meter wave.wav --png old.png", 1,
          "Cannot write \"old.png\": it exists already and may not be overwritten"},
         {"meter wave.wav --png wave.wav --overwrite", 1, "Cannot write \"wave.wav\": it is the input"},

@@ -42,10 +42,9 @@ TEST_F(MixTool, AddsUpIntegersRoundedOnce) {
 TEST_F(MixTool, ClipsOnlyTheSumAndTells) {
     MakeWave("a.wav", "0.75", 100);
     MakeWave("b.wav", "-0.5", 50);
-    EXPECT_EQ(
-        RunForNotes("mix out.wav a.wav b.wav a.wav --volume 1 --volume 2 --volume 1"),
-        "tarsel: note: The mix was clipped: it reached 3.5 dB above full scale. Volumes lower by as much "
-        "avoid it.\n");
+    EXPECT_EQ(RunForNotes("mix out.wav a.wav b.wav a.wav --volume 1 --volume 2 --volume 1"),
+              "tarsel: note: Clipped the mix, which reached 3.5 dB above full scale: lower the volumes by as "
+              "much to avoid it.\n");
     auto const samples = Decode<std::int16_t>("out.wav", "s16le");
     EXPECT_EQ(samples.front(), 16384);
     EXPECT_EQ(samples.back(), 32767);
@@ -95,7 +94,7 @@ TEST_F(MixTool, RefusesWhatCannotBe) {
     std::string const legal = " is no volume: a factor, -1000 to 1000, or decibels, up to 60dB";
     std::string const mix = "mix out.wav a.wav b.wav ";
     ExpectRefusals({
-        {"mix out.wav a.wav", 1, "Name two INPUTs or more: one alone is no mix"},
+        {"mix out.wav a.wav", 1, "Name at least two INPUTs"},
         {mix + "--volume 1", 1,
          "Inputs: 2, volumes: 1; there is one --volume for each input, in their order, or none"},
         {mix + "--volume 1 --volume loud", 1, "--volume \"loud\"" + legal},

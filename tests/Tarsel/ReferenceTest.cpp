@@ -124,10 +124,8 @@ TEST_F(ReferenceTool, AreUprightAndInStep) {
     SetDisplayMatrix("film.mp4", Conf::DisplayMatrix::FromRotation(30));
     auto const tilted = open(0);
     EXPECT_EQ(tilted.second(0)->GetFrameInfo(), (Conf::FrameInfo{64, 48, 1, 1}));
-    EXPECT_THAT(
-        tilted.first->GetNotes(),
-        ElementsAre("reference \"film.mp4\": Its orientation tag is no mirror and no quarter turn: it was "
-                    "used as stored."));
+    EXPECT_THAT(tilted.first->GetNotes(), ElementsAre("reference \"film.mp4\": Ignored its orientation tag, "
+                                                      "which is neither a mirroring nor a quarter turn."));
 }
 
 TEST_F(ReferenceTool, BadOnesAreToldAndNothingIsLeft) {

@@ -138,7 +138,7 @@ TEST_F(RunTool, WhatCannotBeCopiedStaysUpright) {
                                         "BB");
     EXPECT_EQ(RunForNotes("run film.mp4 out.webm"),
               "tarsel: note: Video was re-encoded from h264 to vp9: \"out.webm\" cannot hold h264.\n"
-              "tarsel: note: Frames were turned upright: \"out.webm\" cannot hold h264.\n");
+              "tarsel: note: Turned the frames upright: \"out.webm\" cannot hold h264.\n");
     EXPECT_EQ(LookAt("out.webm", false), "WW"
                                          "BB");
     EXPECT_EQ(ProbeVideo("out.webm", "stream=width,height"), "32 64");
@@ -156,8 +156,8 @@ TEST_F(RunTool, OrientationThatCannotBeBakedIsTold) {
     SetDisplayMatrix("film.mp4", Conf::DisplayMatrix::FromRotation(30));
     EXPECT_EQ(
         RunForNotes(std::string("run film.mp4 out.mp4 -e 'flip horizontal=1'") + s_lossless),
-        "tarsel: note: The input's orientation tag is no mirror and no quarter turn: the effects worked on "
-        "the picture as it is stored, and the tag is dropped.\n");
+        "tarsel: note: Dropped the input's orientation tag, which is neither a mirroring nor a quarter turn: "
+        "the effects used the frames as stored.\n");
     EXPECT_EQ(Hash("out.mp4"), stored);
 }
 

@@ -81,10 +81,10 @@ TEST_F(StabilizeTool, APassAloneSaysSoAndOverwritesNothing) {
     for (std::string const path : {"film.mp4", "letter.txt"})
         ExpectRefusals({{"run film.mp4 out.mkv -e 'stabilizer path=" + path + "'", 1,
                          "step 1 (stabilizer): choose another path: \"" + path +
-                             "\" exists and holds no motion of a camera"}});
+                             "\" exists and is not a camera motion file"}});
     for (int turn = 0; turn < 2; ++turn)
         EXPECT_THAT(RunForNotes("run film.mp4 out.mkv --overwrite -e 'stabilizer path=motion.trf'"),
-                    HasSubstr("step 1 (stabilizer) only measures the motion, into \"motion.trf\": "));
+                    HasSubstr("step 1 (stabilizer) only detected the camera motion, in \"motion.trf\": "));
 }
 
 } // namespace

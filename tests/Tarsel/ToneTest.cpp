@@ -26,10 +26,10 @@ TEST_F(ToneTool, MakesWhatTheSourceGives) {
             << filter;
     }
     EXPECT_EQ(RunForNotes("tone cut.wav --source anoisesrc=duration=6"),
-              "tarsel: note: The source goes on after 5 s, where the file ends: --duration tells another "
-              "length.\n");
+              "tarsel: note: Ended the file after 5 s, although the source continues: --duration sets "
+              "another length.\n");
     EXPECT_EQ(RunForNotes("tone short.wav --source sine=duration=0.25 --duration 3"),
-              "tarsel: note: The source ended after 0.25 s, and the file with it.\n");
+              "tarsel: note: Ended the file after 0.25 s, where the source ended.\n");
     EXPECT_EQ(RunForNotes("tone whole.wav --source anoisesrc=duration=4.5"), "");
 }
 
@@ -47,8 +47,8 @@ TEST_F(ToneTool, RefusesWhatCannotBe) {
     WriteFile("old.wav", "precious");
     ExpectRefusals({
         {"tone a.wav --source sine=blah=3", 1,
-         "--source \"sine=blah=3\" makes no audio: Option not found\n  log: [Parsed_sine_0] *"},
-        {"tone a.wav --source testsrc2", 1, "--source \"testsrc2\" makes no audio: Invalid argument\n*"},
+         "--source \"sine=blah=3\" generates no audio: Option not found\n  log: [Parsed_sine_0] *"},
+        {"tone a.wav --source testsrc2", 1, "--source \"testsrc2\" generates no audio: Invalid argument\n*"},
         {"tone a.wav --layout round", 1,
          "--layout \"round\" is no channel layout, such as mono, stereo or 5.1*"},
         {"tone a.wav --rate 5", 1, "--rate: \"5\" is no whole number, 1000 to 768000\n*"},
@@ -62,7 +62,7 @@ TEST_F(ToneTool, RefusesWhatCannotBe) {
 
 TEST_F(ToneTool, InterruptedLeavesNothing) {
     EXPECT_EQ(Interrupt("tone out.wav --duration 20000", 1, SIGINT).err,
-              "tarsel: \"out.wav\" was not finished: the run was stopped\n");
+              "tarsel: Interrupted: \"out.wav\" was not written\n");
 }
 
 } // namespace

@@ -37,6 +37,68 @@ bool LooksLikeFile(std::string const& argument) {
     return !argument.starts_with("--") && (path.has_extension() || std::filesystem::exists(path, error));
 }
 
+/// The verb that was named, or the program.
+CLI::App const& GetParsed(CLI::App const& app) {
+    auto const parsed = app.get_subcommands();
+    return parsed.empty() ? app : *parsed.front();
+}
+
+/// "INPUT", "--at SECONDS".
+std::string GetForm(CLI::Option const& option) {
+    return option.get_positional() ? option.get_name() : option.get_name() + ' ' + option.get_option_text();
+}
+
+/// What the verb cannot do without; "" where all is there.
+std::string ExplainMissing(CLI::App const& verb) {
+    std::vector<std::string> missing;
+    for (CLI::Option const* const option : verb.get_options()) {
+        if (option->get_required() && option->count() == 0)
+            missing.push_back(GetForm(*option));
+        for (CLI::Option const* const needed : option->get_needs())
+            if (option->count() > 0 && needed->count() == 0)
+                return fmt::format("Add {}: {} needs it", GetForm(*needed), option->get_name());
+    }
+    return missing.empty() ? "" : fmt::format("Add {}", fmt::join(missing, " and "));
+}
+
+/// What is wrong with the number of an option's values; "" where the parser's words name no option.
+std::string ExplainMismatch(CLI::App const& verb, std::string const& words) {
+    for (CLI::Option const* const option : verb.get_options()) {
+        std::string const name = option->get_name();
+        if (words.find(name + ':') == std::string::npos && words.find(name + ' ') == std::string::npos)
+            continue;
+        int const most = option->get_items_expected_max();
+        if (most == 0)
+            return fmt::format("Give {} no value: it is a switch", name);
+        if (static_cast<int>(option->count()) > most)
+            return fmt::format("Give {} once, not {} times", name, option->count());
+        return fmt::format("Give {} a value: {}", name, GetForm(*option));
+    }
+    return {};
+}
+
+/// What its user may have meant by the first argument that fits nowhere.
+std::string ExplainLeftover(CLI::App const& app, CLI::App const& verb, std::string const& argument) {
+    if (argument.starts_with('-')) {
+        if (LooksLikeFile(argument))
+            return fmt::format("Write \"./{}\": a name that starts with '-' is taken for an option",
+                               argument);
+        return fmt::format("There is no option \"{}\"{}", argument,
+                           Core::NearNamesText(argument, GetOptions(verb)));
+    }
+    if (&verb == &app) {
+        std::string const near = Core::NearNamesText(argument, GetVerbNames(app));
+        return fmt::format("There is no verb \"{}\"{}", argument,
+                           near.empty() ? "; the verbs are " + ListVerbs(app) : near);
+    }
+    if (verb.get_option_no_throw("--effect") == nullptr)
+        return fmt::format("Remove \"{}\": {} takes no such argument", argument, verb.get_name());
+    if (argument.find('=') != std::string::npos)
+        return fmt::format("Write -e \"NAME {0}\": an effect and its settings form one quoted argument",
+                           argument);
+    return fmt::format("Write -e \"{}\": each effect needs -e before it", argument);
+}
+
 } // namespace
 
 std::vector<CLI::App const*> GetVerbs(CLI::App const& app) {
@@ -47,32 +109,24 @@ std::string ListVerbs(CLI::App const& app) {
     return fmt::format("{}", fmt::join(GetVerbNames(app), ", "));
 }
 
-std::string ExplainLeftovers(CLI::App const& app) {
-    std::vector<std::string> const left = app.remaining(true);
-    if (left.empty())
-        return {};
-    std::string const& argument = left.front();
-    auto const parsed = app.get_subcommands();
-    CLI::App const& verb = parsed.empty() ? app : *parsed.front();
-    if (argument.starts_with('-')) {
-        if (LooksLikeFile(argument))
-            return fmt::format("Write \"./{}\": a name that begins with '-' is taken for an option",
-                               argument);
-        return fmt::format("There is no option \"{}\"{}", argument,
-                           Core::NearNamesText(argument, GetOptions(verb)));
-    }
-    if (parsed.empty()) {
-        std::string const near = Core::NearNamesText(argument, GetVerbNames(app));
-        return fmt::format("There is no verb \"{}\"{}", argument,
-                           near.empty() ? "; the verbs are " + ListVerbs(app) : near);
-    }
-    if (verb.get_option_no_throw("--effect") == nullptr)
-        return fmt::format("Unexpected argument \"{}\"", argument);
-    if (argument.find('=') != std::string::npos)
-        return fmt::format("Unexpected argument \"{0}\"; put an effect and its settings into quotes: "
-                           "-e \"NAME {0}\"",
-                           argument);
-    return fmt::format("Unexpected argument \"{}\"; each effect wants a -e before it", argument);
+std::string ExplainParseError(CLI::App const& app, CLI::ParseError const& error) {
+    CLI::App const& verb = GetParsed(app);
+    std::string hint;
+    if (std::vector<std::string> const left = app.remaining(true); !left.empty())
+        hint = ExplainLeftover(app, verb, left.front());
+    else if (dynamic_cast<CLI::RequiredError const*>(&error) != nullptr ||
+             dynamic_cast<CLI::RequiresError const*>(&error) != nullptr)
+        hint = ExplainMissing(verb);
+    else if (dynamic_cast<CLI::ArgumentMismatch const*>(&error) != nullptr ||
+             dynamic_cast<CLI::ConversionError const*>(&error) != nullptr)
+        hint = ExplainMismatch(verb, error.what());
+    if (hint.empty())
+        hint = error.what();
+    if (&verb == &app)
+        return hint + "\nSee \"tarsel --help\".";
+    std::string const command = "tarsel " + verb.get_name();
+    std::string usage = CLI::Formatter().make_usage(&verb, command);
+    return fmt::format("{}\n{}\nSee \"{} --help\".", hint, CLI::detail::trim(usage), command);
 }
 
 } // namespace Tarsel::Tools

@@ -5,6 +5,7 @@
 
 namespace CLI {
 class App;
+class ParseError;
 } // namespace CLI
 
 namespace Tarsel::Tools {
@@ -15,8 +16,7 @@ std::vector<CLI::App const*> GetVerbs(CLI::App const& app);
 /// Their names, "run, mix, list".
 std::string ListVerbs(CLI::App const& app);
 
-/// What its user may have meant by the first argument that fits nowhere, once the command line was parsed in
-/// vain; "" where every argument has its place.
-std::string ExplainLeftovers(CLI::App const& app);
+/// What to do about a command line that `app` could not parse, how its verb is used, and where to read more.
+std::string ExplainParseError(CLI::App const& app, CLI::ParseError const& error);
 
 } // namespace Tarsel::Tools

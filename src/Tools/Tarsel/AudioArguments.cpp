@@ -7,18 +7,19 @@
 namespace Tarsel::Tools {
 
 void AudioArguments::AddOutputTo(CLI::App& command) {
-    command.add_option("OUTPUT", output, "Audio file; its extension sets the container")
+    command.add_option("OUTPUT", output, "Audio file to write; its extension sets the container")
         ->required()
         ->option_text(" ");
 }
 
 void AudioArguments::AddOptionsTo(CLI::App& command) {
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
-    command.add_option("--audio-codec", audioCodec, "FFmpeg encoder, such as flac")->option_text("NAME");
-    command.add_option("--audio-option", audioOptions, "Option of that encoder, such as b=192k")
+    command.add_option("--audio-codec", audioCodec, "FFmpeg encoder for audio, such as flac")
+        ->option_text("NAME");
+    command.add_option("--audio-option", audioOptions, "Option for that encoder, such as b=192k")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
-    command.add_flag("--quiet", quiet, "Print nothing but errors");
+    command.add_flag("--quiet", quiet, "Print errors only");
 }
 
 Media::AudioFileOptions AudioArguments::MakeOptions() const {

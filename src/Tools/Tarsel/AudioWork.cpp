@@ -15,8 +15,7 @@ AudioWork::AudioWork(Context const& context, bool quiet) : m_context(context), m
 
 void AudioWork::CheckStop(std::string const& output) const {
     if (m_context.stop.stop_requested())
-        Core::Throw<Media::InterruptedException>(
-            fmt::format("\"{}\" was not finished: the run was stopped", output));
+        Core::Throw<Media::InterruptedException>(fmt::format("Interrupted: \"{}\" was not written", output));
 }
 
 void AudioWork::ShowProgress(std::int64_t done, std::int64_t all) {

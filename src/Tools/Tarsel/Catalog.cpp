@@ -53,8 +53,8 @@ constexpr std::array<Search*, 4> s_searches{
     std::vector<std::string> names;
     std::ranges::transform(entries, std::back_inserter(names), &CatalogEntry::classId);
     std::string const near = Core::NearNamesText(word, names);
-    Core::Throw<UsageException>(fmt::format("There is no effect \"{}\"{}", word,
-                                            near.empty() ? "; \"tarsel list\" shows all" : near));
+    Core::Throw<UsageException>(
+        fmt::format("There is no effect \"{}\"{}", word, near.empty() ? "; see \"tarsel list\"" : near));
 }
 
 } // namespace

@@ -15,7 +15,7 @@ struct KeptProperty {
 
 constexpr KeptProperty s_keptProperties[]{
     {&Proc::EffectTraits::alpha, "alpha", true},
-    {&Proc::EffectTraits::depth, "depth beyond 8 bits", true},
+    {&Proc::EffectTraits::depth, "bit depth above 8", true},
     {&Proc::EffectTraits::range, "full range", true},
     {&Proc::EffectTraits::size, "size", false},
 };
@@ -35,7 +35,7 @@ std::string DescribeKept(Proc::EffectTraits const& traits, bool isPicture, Proc:
 std::vector<std::string> DescribeFacts(CatalogEntry const& entry) {
     std::vector<std::string> facts;
     if (entry.kind == Host::EffectKind::TwoInputVideo)
-        facts.emplace_back("takes its second frames from reference=FILE, a video or an image");
+        facts.emplace_back("takes its second frame from reference=FILE, a video or an image");
     if (!entry.traits)
         return facts;
     Proc::EffectTraits const& traits = *entry.traits;
@@ -45,17 +45,18 @@ std::vector<std::string> DescribeFacts(CatalogEntry const& entry) {
         if (applies && !fact.empty())
             facts.push_back(std::move(fact));
     };
-    add(traits.takes != Proc::Takes::AnyFormat, fmt::format("takes {}", GetName(traits.takes)));
-    add(traits.evenSize, "takes even sizes");
-    add(traits.roundsToChroma, "rounds sizes and places to whole chroma samples");
+    add(traits.takes != Proc::Takes::AnyFormat, fmt::format("needs {}", GetName(traits.takes)));
+    add(traits.evenSize, "needs even widths and heights");
+    add(traits.roundsToChroma, "rounds sizes and positions to whole chroma samples");
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Sometimes, "may change"));
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Never, "does not keep"));
-    add(!traits.frameIndependent, isPicture ? "looks at more than one frame" : "remembers earlier audio");
-    add(traits.delayFrames > 0, fmt::format("holds back up to {} frames", traits.delayFrames));
+    add(!traits.frameIndependent, isPicture ? "depends on neighboring frames" : "depends on earlier audio");
+    add(traits.delayFrames > 0, fmt::format("delays output by up to {} frames", traits.delayFrames));
     add(traits.delayTime > 0,
-        fmt::format("holds back up to {} ms", static_cast<double>(traits.delayTime) / 1000));
-    add(traits.framesPerFrame != 1, fmt::format("gives up to {} frames for one", traits.framesPerFrame));
-    add(traits.tail, "goes on after the end of the input");
+        fmt::format("delays output by up to {} ms", static_cast<double>(traits.delayTime) / 1000));
+    add(traits.framesPerFrame != 1,
+        fmt::format("outputs up to {} frames for each input frame", traits.framesPerFrame));
+    add(traits.tail, "continues after the end of the input");
     return facts;
 }
 

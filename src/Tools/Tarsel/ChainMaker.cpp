@@ -45,9 +45,8 @@ std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInf
     if (auto const turn = MakeTurn(stream))
         lane->Append(turn, "turning upright");
     if (!stream.orientation.GetOrientation())
-        m_notes.emplace_back(
-            "The input's orientation tag is no mirror and no quarter turn: the effects worked "
-            "on the picture as it is stored, and the tag is dropped.");
+        m_notes.emplace_back("Dropped the input's orientation tag, which is neither a mirroring nor a "
+                             "quarter turn: the effects used the frames as stored.");
     for (auto const& [effect, label] : steps)
         lane->Append(effect, label);
     return lane;
@@ -75,7 +74,7 @@ bool ChainMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
 std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::MakeForReEncoding(Media::VideoStreamInfo const& stream,
                                                                         std::vector<VideoStep> const& steps) {
     if (HasToTurn(stream))
-        m_notes.push_back(fmt::format("Frames were turned upright: {}.", stream.copyObstacle));
+        m_notes.push_back(fmt::format("Turned the frames upright: {}.", stream.copyObstacle));
     return Make(stream, steps);
 }
 

@@ -12,9 +12,9 @@ namespace Tarsel::Tools {
 
 Verb AddCompleteVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("complete", "List what may follow on a command line, for shells")->group("");
+        app.add_subcommand("complete", "List completions of a command line, for shells")->group("");
     auto const words = std::make_shared<std::vector<std::string>>();
-    command->add_option("WORDS", *words, "The command line so far, behind --");
+    command->add_option("WORDS", *words, "The command line so far, after --");
     common.AddTo(*command);
     return {command, [&app, words](Context const& context) {
                 std::string text;

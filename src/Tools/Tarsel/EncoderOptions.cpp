@@ -14,7 +14,7 @@ ParseEncoderOptions(std::vector<std::string> const& texts, char const* option, c
         std::size_t const sign = text.find('=');
         if (sign == std::string::npos || sign == 0)
             Core::Throw<UsageException>(
-                fmt::format("{} \"{}\" is not KEY=VALUE, for example {}", option, text, example));
+                fmt::format("{}: give KEY=VALUE, such as {}, not \"{}\"", option, example, text));
         options.emplace_back(text.substr(0, sign), text.substr(sign + 1));
     }
     return options;

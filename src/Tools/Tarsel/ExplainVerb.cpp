@@ -125,13 +125,13 @@ std::string ToText(Explanations const& explanations) {
     for (Explanation const& step : explanations.steps) {
         text += step.label + '\n';
         if (step.converted)
-            text += fmt::format("  converted to {}, and back after\n", step.converted->words);
+            text += fmt::format("  converted to {} and back\n", step.converted->words);
         if (!step.description)
-            text += "  does not tell what it does\n";
+            text += "  does not describe itself\n";
         else if (step.description->empty())
             text += fmt::format("  {}\n", step.idle);
         else
-            text += fmt::format("  {}: {}\n", step.isFilterText ? "filter" : "own work", *step.description);
+            text += fmt::format("  {}: {}\n", step.isFilterText ? "filter" : "built-in", *step.description);
         if (step.output != *format)
             text += fmt::format("  output: {}\n", step.output.words);
         format = &step.output;
@@ -178,7 +178,7 @@ Explanations ExplainAudio(ExplainArguments const& arguments, std::string const& 
 
 void RunExplain(ExplainArguments const& arguments, Context const& context) {
     if (arguments.frame.empty() == arguments.audio.empty())
-        Core::Throw<UsageException>("explain wants the format that goes in: either --frame or --audio");
+        Core::Throw<UsageException>("Give the input format, either --frame or --audio");
     auto const explain = arguments.audio.empty() ? ExplainPicture : ExplainAudio;
     Explanations const explanations = explain(arguments, context.options.plugin);
     WriteOutput(arguments.json ? ToJson(explanations) : ToText(explanations));
@@ -188,19 +188,19 @@ void RunExplain(ExplainArguments const& arguments, Context const& context) {
 
 Verb AddExplainVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("explain", "Show what effects would do, without media")->group("Verbs");
+        app.add_subcommand("explain", "Show what effects would do, without a file")->group("Verbs");
     auto const arguments = std::make_shared<ExplainArguments>();
     AddEffectOption(*command, arguments->effects)->required();
-    command->add_option("--frame", arguments->frame, "Frames that go in, WxH:FORMAT[:NUM/DEN]")
+    command->add_option("--frame", arguments->frame, "Format of the frames, WxH:FORMAT[:NUM/DEN]")
         ->option_text("FRAME");
-    command->add_option("--audio", arguments->audio, "Audio that goes in, RATE:FORMAT:LAYOUT")
+    command->add_option("--audio", arguments->audio, "Format of the audio, RATE:FORMAT:LAYOUT")
         ->option_text("AUDIO");
     command->add_flag("--json", arguments->json, "Print JSON for programs");
     common.AddTo(*command);
-    command->footer("Shows what each effect does. A \"filter\" line is a text of FFmpeg's filters, as\n"
-                    "\"ffmpeg -vf\" and \"ffmpeg -af\" take it; \"own work\" needs none of them.\n"
-                    "\"converted\" tells of frames that are converted for the effect, and back after.\n"
-                    "NUM/DEN is the pixel aspect, 1/1 unless given. reference=FILE is not opened.\n\n"
+    command->footer("Shows what each effect does. A \"filter\" line is a filter text for \"ffmpeg -vf\"\n"
+                    "or \"ffmpeg -af\"; \"built-in\" work uses no FFmpeg filters. \"converted\" names\n"
+                    "the format that frames are converted to for the effect, and back from.\n"
+                    "NUM/DEN is the pixel aspect ratio; default: 1/1. reference=FILE is not opened.\n\n"
                     "Examples:\n"
                     "  tarsel explain -e \"flip horizontal=1\" --frame 1920x1080:yuv420p\n"
                     "  tarsel explain -e \"transpose step=1\" --frame 720x576:yuv420p:16/15 --json");

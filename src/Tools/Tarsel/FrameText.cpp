@@ -67,26 +67,26 @@ std::optional<Pair> ToPair(std::string_view text, char separator, std::int64_t m
 FrameText ParseFrameText(std::string_view text) {
     auto const parts = Split(text, ':', 3);
     if (parts.size() < 2)
-        ThrowFrame(text, "is not WIDTHxHEIGHT:FORMAT[:NUM/DEN], for example 1920x1080:yuv420p");
+        ThrowFrame(text, "give WIDTHxHEIGHT:FORMAT[:NUM/DEN], such as 1920x1080:yuv420p");
 
     auto const size = ToPair(parts[0], 'x', 1, s_maxSize);
     if (!size)
-        ThrowFrame(
-            text, fmt::format("the size \"{}\" is not WIDTHxHEIGHT, each from 1 to {}", parts[0], s_maxSize));
+        ThrowFrame(text, fmt::format("give the size as WIDTHxHEIGHT, each from 1 to {}, not \"{}\"",
+                                     s_maxSize, parts[0]));
     auto const format = Conf::PixFmtDescription::FindByName(parts[1]);
     if (!format)
-        ThrowFrame(text, fmt::format("\"{}\" is no pixel format that FFmpeg knows", parts[1]));
+        ThrowFrame(text, fmt::format("\"{}\" is not a pixel format that FFmpeg knows", parts[1]));
     if (!Conf::PixFmtDescription::IsSupported(*format))
-        ThrowFrame(text, fmt::format("frames of the pixel format \"{}\" do not lie in memory as effects "
-                                     "need them",
+        ThrowFrame(text, fmt::format("choose another pixel format: effects cannot access \"{}\" in memory",
                                      parts[1]));
 
     FrameText result{{size->first, size->second, 1, 1}, *format};
     if (parts.size() == 3) {
         auto const aspect = ToPair(parts[2], '/', 1, s_maxInt);
         if (!aspect)
-            ThrowFrame(text, fmt::format("the pixel aspect \"{}\" is not NUM/DEN, each from 1 to {}",
-                                         parts[2], s_maxInt));
+            ThrowFrame(text,
+                       fmt::format("give the pixel aspect ratio as NUM/DEN, each from 1 to {}, not \"{}\"",
+                                   s_maxInt, parts[2]));
         result.frame.aspectNum = aspect->first;
         result.frame.aspectDen = aspect->second;
     }
@@ -96,17 +96,17 @@ FrameText ParseFrameText(std::string_view text) {
 Conf::SampleInfo ParseSampleText(std::string_view text) {
     auto const parts = Split(text, ':', 3);
     if (parts.size() != 3)
-        ThrowSample(text, "is not RATE:FORMAT:LAYOUT, for example 48000:fltp:stereo");
+        ThrowSample(text, "give RATE:FORMAT:LAYOUT, such as 48000:fltp:stereo");
 
     auto const rate = ToNumber(parts[0], 1, s_maxInt);
     if (!rate)
-        ThrowSample(text, fmt::format("the rate \"{}\" is no number from 1 to {}", parts[0], s_maxInt));
+        ThrowSample(text, fmt::format("give a sample rate from 1 to {}, not \"{}\"", s_maxInt, parts[0]));
     auto const format = Conf::SampleFmtRecord::FindByName(parts[1]);
     if (!format)
-        ThrowSample(text, fmt::format("\"{}\" is no sample format that effects take", parts[1]));
+        ThrowSample(text, fmt::format("\"{}\" is not a sample format that effects support", parts[1]));
     auto const layout = Conf::ChannelLayout::FromName(std::string(parts[2]));
     if (!layout)
-        ThrowSample(text, fmt::format("\"{}\" is no channel layout that FFmpeg knows", parts[2]));
+        ThrowSample(text, fmt::format("\"{}\" is not a channel layout that FFmpeg knows", parts[2]));
     return Conf::SampleInfo::Init(*format, static_cast<std::int32_t>(*rate), *layout);
 }
 

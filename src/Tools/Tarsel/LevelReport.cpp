@@ -104,7 +104,7 @@ double ChooseInterval(std::int64_t duration) {
 }
 
 std::string FormatLevels(LevelReport const& report) {
-    std::string text = fmt::format("{}: {}, levels in dB of full scale\n\n{:>{}}", report.file,
+    std::string text = fmt::format("{}: {}, levels in dBFS\n\n{:>{}}", report.file,
                                    Proc::AudioText(report.format), "", s_timeWidth);
     std::vector<std::string> const names = GetChannelNames(report.format.layout);
     for (std::string const& name : names)

@@ -32,8 +32,7 @@ Verb AddListVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
         app.add_subcommand("list", "Show the effects and their parameters")->group("Verbs");
     auto const arguments = std::make_shared<ListArguments>();
-    command->add_option("EFFECT", arguments->effect, "Show this effect, or those that a word finds")
-        ->option_text(" ");
+    command->add_option("EFFECT", arguments->effect, "An effect, or a word to search for")->option_text(" ");
     command->add_flag("--json", arguments->json, "Print JSON for programs");
     common.AddTo(*command);
     command->footer("Examples:\n"

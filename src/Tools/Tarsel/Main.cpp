@@ -49,22 +49,18 @@ ExitCode Explain(Console& console, CLI::App const& app, CLI::ParseError const& e
         WriteOutput(out.str());
         return ExitCode::Done;
     }
-    std::string command = "tarsel";
-    for (CLI::App const* const verb : app.get_subcommands())
-        command += ' ' + verb->get_name();
-    std::string const hint = ExplainLeftovers(app);
-    console.Print(
-        fmt::format("tarsel: error: {}\nSee \"{} --help\".", hint.empty() ? error.what() : hint, command));
+    console.Print("tarsel: error: " + ExplainParseError(app, error));
     return ExitCode::BadArguments;
 }
 
 ExitCode Run(int argc, char const* const* argv, Console& console) {
     CLI::App app("Applies effects to video, images and audio.", "tarsel");
     app.require_subcommand(0, 1);
+    app.set_help_flag("-h,--help", "Show this help");
     app.get_formatter()->column_width(30);
     app.get_formatter()->label("SUBCOMMAND", "VERB");
     app.set_version_flag("--version", DescribeVersion, "Show the versions of tarsel and FFmpeg");
-    app.footer(DescribeExitCodes() + "\n\"tarsel VERB --help\" tells more about each verb.");
+    app.footer(DescribeExitCodes() + "\n\"tarsel VERB --help\" describes a verb.");
 
     CommonOptions options;
     std::array const verbs{AddRunVerb(app, options),     AddStabilizeVerb(app, options),
@@ -81,8 +77,7 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     auto const verb =
         std::find_if(verbs.begin(), verbs.end(), [](Verb const& v) { return v.command->parsed(); });
     if (verb == verbs.end()) {
-        console.Print(
-            fmt::format("tarsel: error: a verb is missing: {}\nSee \"tarsel --help\".", ListVerbs(app)));
+        console.Print(fmt::format("tarsel: error: Name a verb: {}\nSee \"tarsel --help\".", ListVerbs(app)));
         return ExitCode::BadArguments;
     }
 

@@ -5,7 +5,9 @@
 #include "Tools/Tarsel/Verb.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
+#include <algorithm>
 #include <functional>
 
 namespace Tarsel::Tools {
@@ -18,24 +20,28 @@ void MediaArguments::AddTo(CLI::App& command) {
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
     command.add_option("--video-codec", videoCodec, "FFmpeg encoder for video, such as libx264")
         ->option_text("NAME");
-    command.add_option("--video-option", videoOptions, "Option of that encoder, such as crf=18")
+    command.add_option("--video-option", videoOptions, "Option for that encoder, such as crf=18")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
     std::vector<std::string> qualities;
     for (Media::Quality const each : Media::s_everyQuality)
         qualities.emplace_back(Media::GetQualityName(each));
-    command.add_option("--quality", quality, Core::Utils::ToString(qualities, ", ", std::identity()))
-        ->option_text("LEVEL")
-        ->check(CLI::IsMember(qualities));
+    std::string const legal = Core::Utils::ToString(qualities, ", ", std::identity());
+    auto const checkQuality = [qualities, legal](std::string const& text) {
+        return std::ranges::find(qualities, text) != qualities.end()
+                   ? ""
+                   : fmt::format("give one of {}, not \"{}\"", legal, text);
+    };
+    command.add_option("--quality", quality, legal)->option_text("LEVEL")->check(checkQuality, "");
     command.add_option("--audio-codec", audioCodec, "FFmpeg encoder for audio, such as flac")
         ->option_text("NAME");
-    command.add_option("--audio-option", audioOptions, "Option of that encoder, such as b=192k")
+    command.add_option("--audio-option", audioOptions, "Option for that encoder, such as b=192k")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
-    command.add_option("--threads", threads, "Threads for all effects, and for each codec")
+    command.add_option("--threads", threads, "Threads for all effects together, and for each codec")
         ->option_text("N")
         ->check(CheckWholeNumber(1, 1024), "");
-    command.add_flag("--quiet", quiet, "Print nothing but errors");
+    command.add_flag("--quiet", quiet, "Print errors only");
 }
 
 Media::RunOptions MediaArguments::MakeRunOptions() const {

@@ -25,8 +25,8 @@ std::string SummarizeAudio(Media::RunResult const& result) {
 std::string Summarize(Media::RunResult const& result, std::string const& output) {
     auto const rate = [&](double count) { return result.seconds > 0 ? count / result.seconds : 0; };
     if (result.framesOut == 0 && result.audioSeconds > 0)
-        return fmt::format("{}: {} in {:.1f} s, {:.1f} times as fast as it plays", output,
-                           SummarizeAudio(result), result.seconds, rate(result.audioSeconds));
+        return fmt::format("{}: {} in {:.1f} s, {:.1f}x real time", output, SummarizeAudio(result),
+                           result.seconds, rate(result.audioSeconds));
     bool const worksOnAudio =
         std::ranges::any_of(result.audioEncoders, [](std::string const& name) { return !name.empty(); });
     std::string const encoder = result.videoEncoder.empty() ? "copied" : result.videoEncoder;

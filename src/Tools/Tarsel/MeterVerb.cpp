@@ -52,8 +52,8 @@ PictureSize ParseSize(std::string const& text) {
     auto const height = Core::TextToInt64(text.substr(std::min(sign + 1, text.size())));
     if (!isLegal(width) || !isLegal(height))
         Core::Throw<UsageException>(
-            fmt::format("--size \"{}\" is not WxH, for example 1280x320, each from {} to {}", text,
-                        s_leastSide, s_mostSide));
+            fmt::format("--size: give WxH, such as 1280x320, each from {} to {}, not \"{}\"", s_leastSide,
+                        s_mostSide, text));
     return {static_cast<std::uint32_t>(*width), static_cast<std::uint32_t>(*height)};
 }
 
@@ -107,25 +107,25 @@ void Meter(MeterArguments const& arguments, Context const& context) {
 } // namespace
 
 Verb AddMeterVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command = app.add_subcommand("meter", "Measure how loud audio is")->group("Verbs");
+    CLI::App* const command = app.add_subcommand("meter", "Measure audio levels")->group("Verbs");
     auto const arguments = std::make_shared<MeterArguments>();
-    command->add_option("INPUT", arguments->input, "Audio, or a video whose best audio is measured")
+    command->add_option("INPUT", arguments->input, "Audio file, or video with audio (its best stream)")
         ->required()
         ->option_text(" ");
-    AddSecondsOption(*command, "--interval", arguments->interval, "Length of a row; default: about 40 rows",
-                     {0.001, 86400});
+    AddSecondsOption(*command, "--interval", arguments->interval,
+                     "Time per row; default: about 40 rows in all", {0.001, 86400});
     command->add_flag("--json", arguments->json, "Print JSON for programs");
     CLI::Option* const png =
-        command->add_option("--png", arguments->picture, "Also draw the waveform into FILE")
+        command->add_option("--png", arguments->picture, "Also draw the waveform to the image FILE")
             ->option_text("FILE");
     command->add_option("--size", arguments->size, "Size of that image, such as 1280x320")
         ->option_text("WxH")
         ->needs(png);
     command->add_flag("--overwrite", arguments->overwrite, "Replace that image if it exists");
     common.AddTo(*command);
-    command->footer("Shows peak and rms of each channel, for each interval and overall. The peak is\n"
-                    "the largest magnitude of a sample (not between samples); 0 dB is full scale, and\n"
-                    "a full-scale sine has an rms of -3.0 dB. Silence is -inf.\n\n" +
+    command->footer("Shows the peak and RMS level of each channel, per interval and overall. The\n"
+                    "peak is the largest magnitude of a sample (not between samples); 0 dB is full\n"
+                    "scale, and a full-scale sine has an RMS of -3.0 dB. Silence is -inf.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel meter song.mp3\n"

@@ -43,8 +43,8 @@ double ParseVolume(std::string const& text) {
     double const volume = isDecibels && value ? std::pow(10, *value / 20) : value.value_or(s_mostVolume + 1);
     if (!value || !std::isfinite(*value) || !(std::abs(volume) <= s_mostVolume))
         Core::Throw<UsageException>(
-            fmt::format("--volume \"{}\" is no volume: a factor, -{} to {}, or decibels, up to {:g}dB", text,
-                        s_mostVolume, s_mostVolume, ToDecibels(s_mostVolume)));
+            fmt::format("--volume: give a factor from -{0} to {0}, or decibels up to {1:g}dB, not \"{2}\"",
+                        s_mostVolume, ToDecibels(s_mostVolume), text));
     return volume;
 }
 
@@ -52,13 +52,13 @@ double ParseVolume(std::string const& text) {
 std::vector<double> ParseVolumes(MixArguments const& arguments) {
     std::size_t const inputs = arguments.inputs.size();
     if (inputs < 2)
-        Core::Throw<UsageException>("Name two INPUTs or more: one alone is no mix");
+        Core::Throw<UsageException>("Name at least two INPUTs");
     if (arguments.volumes.empty())
         return std::vector<double>(inputs, 1);
     if (arguments.volumes.size() != inputs)
-        Core::Throw<UsageException>(fmt::format(
-            "Inputs: {}, volumes: {}; there is one --volume for each input, in their order, or none", inputs,
-            arguments.volumes.size()));
+        Core::Throw<UsageException>(
+            fmt::format("Give one --volume per INPUT, in the same order, or none: there are {} for {} inputs",
+                        arguments.volumes.size(), inputs));
     std::vector<double> volumes;
     for (std::string const& text : arguments.volumes)
         volumes.push_back(ParseVolume(text));
@@ -161,10 +161,9 @@ void Mix(MixArguments const& arguments, Context const& context) {
     for (std::string& note : writer.GetNotes())
         notes.push_back(std::move(note));
     if (double const over = ToDecibels(mixer.GetPeak()); over > 0)
-        notes.push_back(
-            fmt::format("The mix was clipped: it reached {:.1f} dB above full scale. Volumes lower "
-                        "by as much avoid it.",
-                        over));
+        notes.push_back(fmt::format("Clipped the mix, which reached {:.1f} dB above full scale: lower the "
+                                    "volumes by as much to avoid it.",
+                                    over));
     work.Tell(notes);
 }
 
@@ -177,17 +176,16 @@ Verb AddMixVerb(CLI::App& app, CommonOptions& common) {
     command->add_option("INPUT", arguments->inputs, "Two or more audio files, or videos with audio")
         ->required()
         ->option_text(" ");
-    command->add_option("--volume", arguments->volumes, "Of an INPUT, such as 0.5 or -6dB; one for each")
+    command->add_option("--volume", arguments->volumes, "Volume of an INPUT, such as 0.5 or -6dB; one each")
         ->option_text("V")
         ->allow_extra_args(false);
     arguments->audio.AddOptionsTo(*command);
     common.AddTo(*command);
-    command->footer("All inputs begin together; the mix lasts as long as the longest, and the others\n"
-                    "are silent after their end. It has their highest sample rate, their most\n"
-                    "channels, and as many bits per sample as the finest (compressed audio counts as\n"
-                    "16). Of a video its best audio is taken. Clipping happens once, at the end; a\n"
-                    "note says when. Without --volume all inputs go in as they are; a negative\n"
-                    "factor inverts.\n\n" +
+    command->footer("All inputs start together. The mix is as long as the longest input and has the\n"
+                    "highest sample rate, channel count and bit depth among them (compressed audio\n"
+                    "counts as 16 bits). A video contributes its best audio stream. Only the mix\n"
+                    "itself is clipped; a note says so. The default volume is 1; a negative factor\n"
+                    "inverts the audio.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel mix out.wav voice.wav music.mp3 --volume 1 --volume -12dB\n"

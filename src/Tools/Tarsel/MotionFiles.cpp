@@ -48,7 +48,7 @@ void CheckMotionFiles(std::vector<VideoStep> const& steps, std::vector<fs::path>
             files, [&](fs::path const& file) { return fs::equivalent(path, file, error); });
         if (isUsed || !HoldsMotion(path))
             Core::Throw<UsageException>(
-                fmt::format("{}: choose another path: \"{}\" exists and holds no motion of a camera",
+                fmt::format("{}: choose another path: \"{}\" exists and is not a camera motion file",
                             step.label, path.string()));
     }
 }
@@ -57,10 +57,9 @@ std::vector<std::string> DescribeMotionFiles(std::vector<VideoStep> const& steps
     std::vector<std::string> notes;
     for (VideoStep const& step : steps)
         if (fs::path const path = GetMotionFile(step); !path.empty())
-            notes.push_back(
-                fmt::format("{} only measures the motion, into \"{}\": run it again with detect=0, or "
-                            "use \"tarsel stabilize\" for both.",
-                            step.label, path.string()));
+            notes.push_back(fmt::format("{} only detected the camera motion, in \"{}\": run again with "
+                                        "detect=0 to remove it, or use \"tarsel stabilize\" for both passes.",
+                                        step.label, path.string()));
     return notes;
 }
 

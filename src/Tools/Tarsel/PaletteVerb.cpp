@@ -42,8 +42,9 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
     ChainMaker maker(LoadEffects(context.options.plugin));
     std::vector<VideoStep> const steps{MakePaletteStep(maker.GetEffects(), arguments.MakeSettings())};
     if (!HoldsPalettes(options))
-        Core::Throw<UsageException>(fmt::format("\"{}\" cannot hold palettes; .png, .gif, .bmp and .tiff can",
-                                                options.output.filename().string()));
+        Core::Throw<UsageException>(fmt::format(
+            "Choose another OUTPUT, such as .png, .gif, .bmp or .tiff: \"{}\" cannot hold palettes",
+            options.output.filename().string()));
     options.makeVideoEffects = [&](Media::VideoStreamInfo const& stream) {
         return maker.Make(stream, steps);
     };
@@ -55,20 +56,21 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
 } // namespace
 
 Verb AddPaletteVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command = app.add_subcommand("palette", "Reduce images to a few colors")->group("Verbs");
+    CLI::App* const command =
+        app.add_subcommand("palette", "Reduce images or video to a few colors")->group("Verbs");
     auto const arguments = std::make_shared<PaletteArguments>();
     arguments->media.AddTo(*command);
-    command->add_option("--colors,--colours", arguments->colors, "Colors of a frame besides black, 1 to 255")
+    command->add_option("--colors,--colours", arguments->colors, "Colors per frame besides black, 1 to 255")
         ->option_text("N")
         ->check(CheckWholeNumber(1, 255), "");
-    command->add_flag("--dither", arguments->dither, "Spread the error over neighboring pixels");
+    command->add_flag("--dither", arguments->dither, "Diffuse the error to neighboring pixels");
     command
         ->add_option("--background", arguments->background,
                      "Color behind transparent pixels, such as #ffffff")
         ->option_text("COLOR");
     AddAtOption(*command, arguments->at);
     common.AddTo(*command);
-    command->footer("Every frame gets a palette of its own. OUTPUT is a file that holds palettes:\n"
+    command->footer("Every frame gets its own palette. OUTPUT must be a file that holds palettes:\n"
                     ".png, .gif, .bmp, .tiff, or a video (.avi, .mkv, .nut) with\n"
                     "--video-codec rawvideo.\n\n" +
                     DescribeExitCodes() +

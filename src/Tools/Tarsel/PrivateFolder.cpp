@@ -56,7 +56,7 @@ PrivateFolder::PrivateFolder() {
     RemoveLeftovers(parent);
     std::string path = fmt::format("{}/{}{}-XXXXXX", parent, s_prefix, getpid());
     if (mkdtemp(path.data()) == nullptr)
-        throw std::filesystem::filesystem_error("A folder for temporary files cannot be made", path,
+        throw std::filesystem::filesystem_error("Cannot create a folder for temporary files", path,
                                                 std::error_code(errno, std::generic_category()));
     m_path.emplace(path);
 }

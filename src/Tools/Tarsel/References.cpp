@@ -49,7 +49,7 @@ public:
             return notes;
         if (m_isTilted)
             notes.emplace_back(
-                "Its orientation tag is no mirror and no quarter turn: it was used as stored.");
+                "Ignored its orientation tag, which is neither a mirroring nor a quarter turn.");
         for (std::string& note : m_reader->GetNotes())
             notes.push_back(std::move(note));
         for (std::string& note : notes)

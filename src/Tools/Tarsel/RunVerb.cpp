@@ -161,17 +161,17 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     AddAtOption(*command, arguments->at);
     common.AddTo(*command);
     command->footer("EFFECT is \"NAME KEY=VALUE...\"; a flag alone means 1, as in \"flip horizontal\".\n"
-                    "\"tarsel list\" shows names and keys. Video effects see frames upright, as the\n"
-                    "orientation tag asks; audio effects apply to every audio stream. Subtitles,\n"
-                    "chapters and metadata are copied. Video and audio are copied too where no\n"
-                    "effect changes them and OUTPUT can hold their codecs, unless an encoder or its\n"
-                    "options are named. An effect on two inputs takes the second from\n"
-                    "reference=FILE: a video from the same start on, or an image.\n\n" +
+                    "\"tarsel list\" shows names and keys. Video effects get frames turned upright, as\n"
+                    "the orientation tag says; audio effects apply to every audio stream. Subtitles,\n"
+                    "chapters and metadata are copied. So are video and audio that no effect changes,\n"
+                    "if OUTPUT can hold their codecs and no encoder option is given. An effect on two\n"
+                    "inputs takes the second from reference=FILE, an image, or a video that starts\n"
+                    "with INPUT.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel run in.mp4 out.mp4 -e \"flip horizontal=1\" -e \"transpose step=1\"\n"
                     "  tarsel run in.mov out.mkv -e \"transpose step=2\" --video-codec ffv1\n"
-                    "  tarsel run in.mp4 still.png -e \"flip vertical=1\" --at 2.5\n"
+                    "  tarsel run in.mp4 image.png -e \"flip vertical=1\" --at 2.5\n"
                     "  tarsel run left.mp4 out.mp4 -e \"midequalizer reference=right.mp4\"\n"
                     "  tarsel run in.mp4 out.mp4 -e \"compressor ratio=4\" -e \"flip horizontal=1\"\n"
                     "  tarsel run song.wav song.mp3 -e \"reverb\"\n"

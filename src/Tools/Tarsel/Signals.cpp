@@ -37,7 +37,7 @@ int GetPipe() {
     static int const end = [] {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
-            Core::Throw<Core::CoreException>("cannot make a pipe for signals: " +
+            Core::Throw<Core::CoreException>("Cannot create a pipe for signals: " +
                                              std::generic_category().message(errno));
         s_pipeEnd = ends[1];
         return ends[0];

@@ -39,7 +39,7 @@ Host::EffectStep MakeStep(std::vector<std::string> const& settings) {
     for (std::string const& setting : settings)
         if (std::ranges::find(s_ownKeys, setting.substr(0, setting.find('='))) != s_ownKeys.end())
             Core::Throw<UsageException>(
-                fmt::format("\"{}\" cannot be set: stabilize does both passes by itself", setting));
+                fmt::format("Remove \"{}\": stabilize runs both passes itself", setting));
     std::string text = Proc::SettingsEffectStabilizer::CLASS_ID;
     for (std::string const& setting : settings)
         text += " \"" + setting + '"';
@@ -83,11 +83,13 @@ Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common) {
         app.add_subcommand("stabilize", "Remove camera shake from a video")->group("Verbs");
     auto const arguments = std::make_shared<StabilizeArguments>();
     arguments->media.AddTo(*command);
-    command->add_option("SETTINGS", arguments->settings, "Settings of the stabilizer, such as smoothing=30")
+    command
+        ->add_option("SETTINGS", arguments->settings,
+                     "Settings of the stabilizer effect, such as smoothing=30")
         ->option_text("KEY=VALUE...");
     common.AddTo(*command);
-    command->footer("Reads the video twice: once to find out how the camera moved, once to move\n"
-                    "every frame back. \"tarsel list stabilizer\" shows the settings.\n\n" +
+    command->footer("Reads the video twice: first to detect the camera motion, then to remove it.\n"
+                    "\"tarsel list stabilizer\" shows the settings.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel stabilize shaky.mp4 steady.mp4\n"

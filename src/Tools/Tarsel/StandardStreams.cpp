@@ -37,7 +37,7 @@ int WriteAll(int descriptor, std::string_view text) noexcept {
 void WriteOutput(std::string_view text) {
     int const error = WriteAll(STDOUT_FILENO, text);
     if (error != 0 && error != EPIPE)
-        Core::Throw<Media::OutputException>("cannot write to standard output: " +
+        Core::Throw<Media::OutputException>("Cannot write to standard output: " +
                                             std::generic_category().message(error));
 }
 

@@ -45,8 +45,7 @@ SP<Proc::IOneInputEffectVideo> MakePairedEffect(Effects const& effects, Host::Ef
     auto const reference = Host::TakeSetting(step, "reference");
     if (!reference || reference->empty())
         Core::Throw<Proc::SettingsException>(
-            fmt::format("{} works on two inputs: give it reference=FILE, a video or an image, for the second",
-                        step.classId));
+            fmt::format("Add reference=FILE, a video or an image: {} works on two inputs", step.classId));
     auto effect = Host::MakeTwoInputVideoEffect(*effects.factory, step);
     return Host::PairEffect(std::move(effect), references.Add(*reference));
 }

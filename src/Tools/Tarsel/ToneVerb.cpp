@@ -48,7 +48,7 @@ SP<Proc::IAudioGenerator> MakeGenerator(std::string const& source, std::string c
     } catch (Proc::EffectException const& failure) {
         int const* const error = boost::get_error_info<Proc::TagFFmpegError>(failure);
         Core::Throw<UsageException>(
-            fmt::format("--source \"{}\" makes no audio: {}", source,
+            fmt::format("--source \"{}\" generates no audio: {}", source,
                         error != nullptr ? Proc::GetFFmpegErrorText(*error) : failure.what()));
     }
 }
@@ -60,7 +60,7 @@ std::optional<Conf::ChannelLayout> ParseLayout(std::string const& name) {
     auto const layout = Conf::ChannelLayout::FromName(name);
     if (!layout)
         Core::Throw<UsageException>(
-            fmt::format("--layout \"{}\" is no channel layout, such as mono, stereo or 5.1", name));
+            fmt::format("--layout: give a channel layout such as mono, stereo or 5.1, not \"{}\"", name));
     return layout;
 }
 
@@ -83,14 +83,15 @@ int ChooseDepth(Conf::SampleFormats format) {
 std::string DescribeEnd(ToneArguments const& arguments, AudioSource& source, bool hasEnded,
                         std::int64_t end) {
     if (hasEnded)
-        return arguments.duration ? fmt::format("The source ended after {} s, and the file with it.",
+        return arguments.duration ? fmt::format("Ended the file after {} s, where the source ended.",
                                                 static_cast<double>(end) / 1e6)
                                   : "";
     bool const isChosen = arguments.source != ToneArguments().source;
     if (arguments.duration || !isChosen || source.GetReady() == 0)
         return "";
-    return fmt::format("The source goes on after {} s, where the file ends: --duration tells another length.",
-                       s_usualDuration);
+    return fmt::format(
+        "Ended the file after {} s, although the source continues: --duration sets another length.",
+        s_usualDuration);
 }
 
 void MakeTone(ToneArguments const& arguments, Context const& context) {
@@ -118,7 +119,7 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
         work.ShowProgress(samples - left, samples);
     }
     if (generator->HasFailed())
-        Core::Throw<Proc::EffectException>(fmt::format("--source \"{}\" fails after {:.3f} s",
+        Core::Throw<Proc::EffectException>(fmt::format("--source \"{}\" failed after {:.3f} s",
                                                        arguments.source,
                                                        static_cast<double>(samples - left) / rate));
     std::vector<std::string> notes = writer.GetNotes();
@@ -134,10 +135,10 @@ Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command = app.add_subcommand("tone", "Generate audio")->group("Verbs");
     auto const arguments = std::make_shared<ToneArguments>();
     arguments->audio.AddOutputTo(*command);
-    command->add_option("--source", arguments->source, "FFmpeg filters that begin with an audio source")
+    command->add_option("--source", arguments->source, "FFmpeg filters, starting with an audio source")
         ->option_text("TEXT");
     AddSecondsOption(*command, "--duration", arguments->duration,
-                     "Length; default: 5, or where the source ends", {1e-6, 1e6});
+                     "Length; default: that of the source, at most 5", {1e-6, 1e6});
     command->add_option("--rate", arguments->rate, "Sample rate; default: that of the source")
         ->option_text("N")
         ->check(CheckWholeNumber(1000, 768000), "");
@@ -145,9 +146,9 @@ Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
         ->option_text("NAME");
     arguments->audio.AddOptionsTo(*command);
     common.AddTo(*command);
-    command->footer("TEXT defaults to \"sine=frequency=440\". A source that ends earlier ends the\n"
-                    "file. --rate and --layout convert what TEXT gives; better, let the source make\n"
-                    "it so: \"sine=sample_rate=48000\".\n\n" +
+    command->footer("TEXT defaults to \"sine=frequency=440\". If the source ends early, so does the\n"
+                    "file. --rate and --layout convert the audio; better, set the format in TEXT:\n"
+                    "\"sine=sample_rate=48000\".\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel tone a.wav --duration 10\n"

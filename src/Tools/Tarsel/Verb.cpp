@@ -15,24 +15,25 @@ std::string CheckTime(std::string const& text) {
     auto const seconds = Core::TextToDouble(text);
     return seconds && std::isfinite(*seconds) && *seconds >= 0
                ? ""
-               : fmt::format("\"{}\" is no time in seconds, 0 or more", text);
+               : fmt::format("give a time in seconds, 0 or more, not \"{}\"", text);
 }
 
 } // namespace
 
 void CommonOptions::AddTo(CLI::App& command) {
-    command.add_option("--plugin", plugin, "File or name of another plug-in to load")->option_text("PLUGIN");
-    command.add_flag("--verbose", verbose, "Show FFmpeg's log and where failures come from");
+    command.add_option("--plugin", plugin, "Plug-in to load instead of lumenta, a file or name")
+        ->option_text("PLUGIN");
+    command.add_flag("--verbose", verbose, "Show FFmpeg's log and the origin of errors");
 }
 
 CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effects) {
-    return command.add_option("-e,--effect", effects, "Effect to apply; repeat for more, in order")
+    return command.add_option("-e,--effect", effects, "Effect to apply; repeat to apply several in order")
         ->option_text("EFFECT")
         ->allow_extra_args(false);
 }
 
 void AddAtOption(CLI::App& command, std::optional<double>& at) {
-    command.add_option("--at", at, "Time of the frame to write as an image")
+    command.add_option("--at", at, "Time of the frame to write as image")
         ->option_text("SECONDS")
         ->check(CheckTime, "");
 }
@@ -43,7 +44,8 @@ void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<
         auto const seconds = Core::TextToDouble(text);
         return seconds && *seconds >= range.least && *seconds <= range.most
                    ? ""
-                   : fmt::format("\"{}\" is no time in seconds, {} to {}", text, range.least, range.most);
+                   : fmt::format("give a time in seconds from {} to {}, not \"{}\"", range.least, range.most,
+                                 text);
     };
     command.add_option(name, value, help)->option_text("SECONDS")->check(check, "");
 }
@@ -53,7 +55,7 @@ std::function<std::string(std::string const&)> CheckWholeNumber(int least, int m
         auto const number = Core::TextToInt64(text);
         return number && *number >= least && *number <= most
                    ? ""
-                   : fmt::format("\"{}\" is no whole number, {} to {}", text, least, most);
+                   : fmt::format("give a whole number from {} to {}, not \"{}\"", least, most, text);
     };
 }
 
