@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Words that have no place in the tree: traces of how it was written instead of what it does.
+"""Traces of how the tree was written: documents outside it, paths of one machine, unfinished work.
 
 usage: check-words.py [FOLDER]   (default: the tree this script lies in)
 
@@ -16,14 +16,11 @@ import sys
 WORDS = {
     r"\bsp[e]c(?:s|ification|ifications)?\b": "the document, not the program",
     r"\bPar[t] \d+[.]\d+": "a chapter of a document outside the tree",
-    r"\bse[t]tled\b": "say what holds, not that it was decided",
+    r"\bse[t]tled (?:point|question)": "say what holds, not that it was decided",
     r"(?<![\w./])/wor[k]\b": "a path of one machine",
     r"(?<![\w./])/tm[p]/[\w.-]+": "a path of one machine (ask for a temporary folder)",
     r"(?<![\w./])/hom[e]/\w+": "a path of one machine",
     r"(?-i:\b(?:T[O]DO|FIX[M]E|X[X]X|HA[C]K)\b)": "unfinished work",
-    r"\bhel[p]ers?\b": "say what it does",
-    r"\bses[s]ions?\b": "not a word of this system",
-    r"\bis[s]ues?\b": "say what is wrong",
 }
 
 PATTERN = re.compile("|".join(f"({word})" for word in WORDS), re.IGNORECASE)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the reference of effects from what the effects tell of themselves.
+"""Writes the reference of the effects from what they tell about themselves.
 
 usage: effect-pages.py TARSEL PAGE [--check]
 
@@ -14,7 +14,7 @@ import sys
 HEAD = """\
 # Effects
 
-What each effect is, does and takes. This page is written by `./dev docs`; `tarsel list` prints the same.
+Every effect with its parameters. `./dev docs` generates this page; `tarsel list` prints the same.
 """
 
 
