@@ -3,7 +3,12 @@
 #include "Core/Exception.h"
 #include "Media/Api.h"
 
+#include <string>
+
 namespace Tarsel::Media {
+
+/// The option of the call that would cure a failure, with what it takes: "overwrite", "at SECONDS".
+using TagMissingOption = boost::error_info<struct TagMissingOptionId, std::string>;
 
 /// The input cannot be opened, has no picture to work on, or breaks off unreadable.
 class TARSEL_MEDIA_API InputException : public Exception {

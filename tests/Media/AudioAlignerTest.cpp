@@ -86,9 +86,8 @@ TEST_F(AudioAlignerTest, GapsAndOverlapsKeepTheRestInPlace) {
     ASSERT_EQ(m_samples.size(), 2603U);
     EXPECT_THAT(Part(2501, 2504), ElementsAre(102, 203, 204));
     EXPECT_EQ(m_samples.back(), 353);
-    EXPECT_THAT(m_aligner.GetNotes(),
-                ElementsAre("1 audio gap was filled with silence, 2.400 s in all.",
-                            "0.150 s of audio were cut that overlapped the audio before."));
+    EXPECT_THAT(m_aligner.GetNotes(), ElementsAre("Filled 1 audio gap with silence, 2.400 s in all.",
+                                                  "Cut 0.150 s of audio that overlapped earlier audio."));
 }
 
 // However the audio that comes again is cut into blocks.
@@ -106,7 +105,7 @@ TEST_F(AudioAlignerTest, OverlapsAreCutToTheSample) {
         for (int const at : {first - 1, first, first + 100})
             EXPECT_EQ(m_samples[static_cast<std::size_t>(at)], at + 1);
         EXPECT_THAT(m_aligner.GetNotes(),
-                    ElementsAre(fmt::format("{:.3f} s of audio were cut that overlapped the audio before.",
+                    ElementsAre(fmt::format("Cut {:.3f} s of audio that overlapped earlier audio.",
                                             (first - 500) / 1000.0)));
     }
 }
@@ -174,7 +173,7 @@ TEST_F(AudioAlignerTest, JumpsOfTheClockArePassedOver) {
     ASSERT_EQ(m_samples.size(), 2400U);
     EXPECT_EQ(m_samples.back(), 2400);
     EXPECT_THAT(m_aligner.GetNotes(),
-                ElementsAre("2 clock jumps were passed over: the times of the audio are not continuous."));
+                ElementsAre("Ignored 2 clock jumps: the timestamps of the audio are not continuous."));
 }
 
 // Two rates, a gap between and a change in the middle: a tone keeps its place and its end.
@@ -197,8 +196,8 @@ TEST_F(AudioAlignerTest, ConversionsLoseNoTime) {
     line.End();
     TakeAll(line);
     ASSERT_EQ(m_samples.size(), 48000U);
-    EXPECT_THAT(line.GetNotes(), testing::Contains("The audio changes from 44100 Hz flt mono to 32000 Hz flt "
-                                                   "mono at 0.800 s; it was converted."));
+    EXPECT_THAT(line.GetNotes(), testing::Contains("Converted the audio from 0.800 s on, where it changes "
+                                                   "from 44100 Hz flt mono to 32000 Hz flt mono."));
     for (double const time : {0.1, 0.3, 0.5, 0.7, 0.9}) {
         auto const at = static_cast<std::size_t>(time * 48000);
         for (std::size_t i = at; i < at + 100 && i < m_samples.size(); ++i)

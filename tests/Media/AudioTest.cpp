@@ -234,7 +234,7 @@ TEST_F(Audio, IntegersOf64BitsBecomeReal) {
     Make(File("real.wav"), s_noise + "-c:a pcm_f64le");
     Make(File("in.wav"), s_noise + "-c:a pcm_s64le");
     EXPECT_THAT(Media::Run(AudioOptions("in.wav", "out.wav")).notes,
-                ElementsAre("Samples of 64 bits were rounded to real numbers of 53."));
+                ElementsAre("Rounded 64-bit integer samples to floating-point samples, which hold 53 bits."));
     EXPECT_THAT(ReadAudio(File("out.wav")).samples,
                 testing::Pointwise(testing::DoubleNear(1e-15), ReadAudio(File("real.wav")).samples));
 }

@@ -127,7 +127,7 @@ TEST_F(Colors, LightLevelsOfHdrAreKept) {
     }
     Media::RunOptions options = Options("in.mp4", "out.ts");
     options.videoEncoder = "mpeg2video";
-    EXPECT_THAT(Media::Run(options).notes, Contains(HasSubstr("The light levels of HDR were left out")));
+    EXPECT_THAT(Media::Run(options).notes, Contains(HasSubstr("Left out the HDR light levels")));
 }
 
 TEST_F(Colors, AlphaOfWebmIsKept) {

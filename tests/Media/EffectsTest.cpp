@@ -93,7 +93,7 @@ TEST_F(Effects, MayRepeatATime) {
         EXPECT_GT(out.pictures[i + 1].time, m_in[i / 2].time);
         EXPECT_LT(out.pictures[i + 1].time, m_in[i / 2].time + 100000);
     }
-    EXPECT_THAT(m_result.notes, ElementsAre(HasSubstr("25 picture times were not after the one before")));
+    EXPECT_THAT(m_result.notes, ElementsAre(HasSubstr("Moved 25 frame timestamps, which did not increase")));
 }
 
 TEST_F(Effects, MayGivePicturesStoredBottomUp) {
@@ -136,7 +136,7 @@ TEST_F(FailingEffects, ItsExceptionsComeOutUnchanged) {
 
 TEST_F(FailingEffects, PicturesThatCannotBeWrittenAreRefused) {
     EXPECT_EQ(Fail<Media::OutputException>(MakeEffects([](Picture const&) { return Pictures{}; })),
-              "Cannot write \"" + File("out.mp4").string() + "\": no picture came out of the effects");
+              "Cannot write \"" + File("out.mp4").string() + "\": the effects returned no frames");
     auto const grow = [](Picture const& picture) {
         if (picture->GetTime() < 400000)
             return Pictures{picture};
@@ -145,9 +145,8 @@ TEST_F(FailingEffects, PicturesThatCannotBeWrittenAreRefused) {
         larger->SetTime(picture->GetTime());
         return Pictures{larger};
     };
-    EXPECT_EQ(
-        Fail<Media::OutputException>(MakeEffects(grow)),
-        "The pictures change from 64x48 yuv420p to 80x48 yuv444p at 0.4 s; one stream cannot hold both");
+    EXPECT_EQ(Fail<Media::OutputException>(MakeEffects(grow)),
+              "The frames change from 64x48 yuv420p to 80x48 yuv444p at 0.4 s: one stream cannot hold both");
 }
 
 TEST_F(FailingEffects, ReportsOfProgressMayThrow) {
@@ -177,7 +176,7 @@ TEST_F(FailingEffects, StopsWithinMoments) {
         return Pictures{picture};
     });
     EXPECT_EQ(RunForFailure<Media::InterruptedException>(options, stop.get_token()),
-              "\"" + File("out.mp4").string() + "\" was not finished: the run was stopped");
+              "Interrupted: \"" + File("out.mp4").string() + "\" was not written");
     EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
     EXPECT_LT(pictures, 25);
     EXPECT_THAT(List(), ElementsAre("in.mp4"));

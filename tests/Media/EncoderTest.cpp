@@ -213,7 +213,7 @@ TEST_F(Encoder, IsToldOf) {
          "Choose another encoder to keep every frame: libtheora left out [0-9]+ of 25."},
         {"-c:v libaom-av1 -cpu-used 8 -s 48x32", "out.mkv",
          "The encoder \"libsvtav1\" takes no frames smaller than 64x64; these are 48x32: "
-         "libaom-av1 served."},
+         "used libaom-av1 instead."},
         {"-c:v ffv1 -vf scale=576:720,setsar=15/16", "out.mpg",
          "Resize to square pixels to keep the shape of the frames: mpeg2video in mpeg says a pixel aspect of "
          "[0-9]+:[0-9]+, not 15:16."},

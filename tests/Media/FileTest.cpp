@@ -40,17 +40,17 @@ TEST_F(Input, DamagedInTheMiddleIsReadOn) {
     Write("in.avi", file);
     Media::RunResult const result = Media::Run(Options("in.avi", "out.mp4"));
     EXPECT_EQ(result.framesIn, 47);
-    EXPECT_THAT(result.notes, Contains("3 damaged packets were skipped."));
+    EXPECT_THAT(result.notes, Contains("Skipped 3 damaged packets."));
 }
 
 // Half of a file, all of it, and all but its last bytes: of the whole nothing is said, however its length is
 // stated.
 TEST_F(Input, ThatBreaksOffIsTold) {
-    std::string const early = "The input breaks off: its (pictures end|audio ends|pictures and audio end) at "
+    std::string const early = "The input is truncated: its (video ends|audio ends|video and audio end) at "
                               "[0-9.]+ s, though it states [0-9.]+ s.";
-    std::string const size = "The input breaks off: [0-9]+ of its [0-9]+ bytes are missing.";
-    std::string const packet = "The input breaks off: its last packet is not whole.";
-    std::string const mark = "The input may be cut off: it lacks the mark that such files end with.";
+    std::string const size = "The input is truncated: [0-9]+ of its [0-9]+ bytes are missing.";
+    std::string const packet = "The input is truncated: its last packet is incomplete.";
+    std::string const mark = "The input may be truncated: it lacks the mark that such files end with.";
     std::string const film = s_pictures + s_audio + s_bFrames;
     std::string const tone = "-f lavfi -i sine=d=2.3:r=44100 ";
     struct {
@@ -84,7 +84,7 @@ TEST_F(Input, ThatBreaksOffIsTold) {
         {"in.apng", s_pictures, packet + "|" + mark, packet + "|" + mark},
         {"in.ivf", s_pictures + "-c:v libvpx", early, ""},
         {"in.ts", film + "-c:a aac", "", ""},
-        {"in.jpg", "-f lavfi -i testsrc2=s=320x240:d=0.04", "The picture is damaged .*", ""},
+        {"in.jpg", "-f lavfi -i testsrc2=s=320x240:d=0.04", "The image is damaged .*", ""},
     };
     for (auto const& row : cases) {
         Make(File(row.name), row.arguments);
@@ -102,7 +102,7 @@ TEST_F(Input, ThatBreaksOffIsTold) {
             auto const notes = Media::Run(options).notes;
             if (length == whole.size()) {
                 EXPECT_THAT(notes,
-                            testing::Each(testing::Not(testing::ContainsRegex("breaks|cut off|damaged"))));
+                            testing::Each(testing::Not(testing::ContainsRegex("truncated|damaged"))));
             } else if (!note.empty()) {
                 EXPECT_THAT(notes, Contains(MatchesRegex(note)));
             }
@@ -117,7 +117,7 @@ TEST_F(Input, WithNothingThatDecodesIsRefused) {
         std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(at) + 8, 500, '\0');
     Write("in.avi", file);
     EXPECT_EQ(RunForFailure<Media::InputException>(Options("in.avi", "out.mp4")),
-              "No picture of \"" + File("in.avi").string() +
+              "No frame of \"" + File("in.avi").string() +
                   "\" can be decoded: Invalid data found when processing input");
     EXPECT_THAT(List(), ElementsAre("good.avi", "in.avi"));
 }
@@ -160,7 +160,7 @@ TEST_F(Output, NeverReplacesWhatAppearedInTheMeantime) {
         return Pictures{picture};
     });
     EXPECT_EQ(RunForFailure<Media::OutputException>(options),
-              Cannot(File("out.mp4"), "it has appeared in the meantime and may not be overwritten"));
+              Cannot(File("out.mp4"), "another program has created it in the meantime"));
     EXPECT_EQ(Read("out.mp4"), "somebody else's");
     EXPECT_THAT(List(), ElementsAre("in.mp4", "out.mp4"));
 }

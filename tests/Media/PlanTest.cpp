@@ -95,81 +95,81 @@ PlanInput const s_inputs[] = {
 /// samples of that depth, "vcodec=" and "acodec=" are encoders. Below that its plan; "@" is the folder.
 constexpr char const* s_plans = R"(rich.mkv out.mp4
   h264: copy | aac: copy | opus: copy | ass: convert mov_text
-  Subtitles were converted from ass to mov_text.
+  Converted the subtitles from ass to mov_text.
 attached.mkv out.mp4 v a
   h264: encode libx264 yuv420p | aac: encode aac 48000 Hz fltp mono | opus: encode libopus 48000 Hz flt mono | ass: convert mov_text | none: drop
-  Subtitles were converted from ass to mov_text.
-  Stream 4 (attachment, none) was left out: the container mp4 cannot take it.
+  Converted the subtitles from ass to mov_text.
+  Left out stream 4 (attachment, none): the container mp4 cannot hold it.
 rich.mkv out.webm
   h264: encode libvpx-vp9 yuv420p | aac: encode libopus 48000 Hz flt mono | opus: copy | ass: convert webvtt
-  Video was re-encoded from h264 to vp9: "out.webm" cannot hold h264.
-  Audio stream 0: Audio was re-encoded from aac to opus: "out.webm" cannot hold aac.
-  Subtitles were converted from ass to webvtt.
+  Re-encoded the video from h264 to vp9: "out.webm" cannot hold h264.
+  Audio stream 0: Re-encoded the audio from aac to opus: "out.webm" cannot hold aac.
+  Converted the subtitles from ass to webvtt.
 rich.mkv out.mkv
   h264: copy | aac: copy | opus: copy | ass: copy
 rich.mkv out.avi v
   h264: encode mpeg4 yuv420p | aac: copy | opus: encode libmp3lame 48000 Hz fltp mono | ass: drop
-  Video was re-encoded from h264 to mpeg4: "out.avi" cannot hold h264.
-  Audio stream 1: Audio was re-encoded from opus to mp3: "out.avi" cannot hold opus.
-  Stream 3 (subtitle, ass) was left out: the container avi cannot take it.
-  The chapters were left out: the container avi has no place for them.
+  Re-encoded the video from h264 to mpeg4: "out.avi" cannot hold h264.
+  Audio stream 1: Re-encoded the audio from opus to mp3: "out.avi" cannot hold opus.
+  Left out stream 3 (subtitle, ass): the container avi cannot hold it.
+  Left out the chapters: the container avi has no place for them.
 h264.mp4 out.mxf
   h264: encode libx264 yuv420p
-  Video was re-encoded: "out.mxf" cannot hold h264 as it is encoded.
+  Re-encoded the video: "out.mxf" cannot hold h264 as it is encoded.
 rich.mkv out.gif v
   h264: encode gif bgr8 | aac: drop | opus: drop | ass: drop
-  Video was re-encoded from h264 to gif: "out.gif" cannot hold h264.
-  Pictures were converted from yuv420p to bgr8 for the encoder gif; lost: depth.
-  Stream 1 (audio, aac) was left out: the container gif cannot take it.
-  Stream 2 (audio, opus) was left out: the container gif cannot take it.
-  Stream 3 (subtitle, ass) was left out: the container gif cannot take it.
-  The title "The Film" was left out: the container gif has no place for it.
-  The chapters were left out: the container gif has no place for them.
+  Re-encoded the video from h264 to gif: "out.gif" cannot hold h264.
+  Converted the frames from yuv420p to bgr8 for the encoder gif; lost: depth.
+  Left out stream 1 (audio, aac): the container gif cannot hold it.
+  Left out stream 2 (audio, opus): the container gif cannot hold it.
+  Left out stream 3 (subtitle, ass): the container gif cannot hold it.
+  Left out the title "The Film": the container gif has no place for it.
+  Left out the chapters: the container gif has no place for them.
 rich.mkv out.ts
   h264: copy | aac: copy | opus: copy | ass: drop
-  Stream 3 (subtitle, ass) was left out: the container mpegts cannot take it.
-  The chapters were left out: the container mpegts has no place for them.
+  Left out stream 3 (subtitle, ass): the container mpegts cannot hold it.
+  Left out the chapters: the container mpegts has no place for them.
 rich.mkv out.mp3
   h264: drop | aac: encode libmp3lame 48000 Hz fltp mono | opus: drop | ass: drop
-  The pictures were left out: "out.mp3" is an audio file.
-  Audio stream 0: Audio was re-encoded from aac to mp3: "out.mp3" cannot hold aac.
-  Stream 2 (audio, opus) was left out: the container mp3 cannot take it.
-  Stream 3 (subtitle, ass) was left out: the container mp3 cannot take it.
+  Left out the video: "out.mp3" is an audio file.
+  Audio stream 0: Re-encoded the audio from aac to mp3: "out.mp3" cannot hold aac.
+  Left out stream 2 (audio, opus): the container mp3 cannot hold it.
+  Left out stream 3 (subtitle, ass): the container mp3 cannot hold it.
 rich.mkv out.wav a
   h264: drop | aac: encode pcm_s16le 48000 Hz s16 mono | opus: drop | ass: drop
-  The pictures were left out: "out.wav" is an audio file.
-  Stream 2 (audio, opus) was left out: the container wav cannot take it.
-  Stream 3 (subtitle, ass) was left out: the container wav cannot take it.
-  The chapters were left out: the container wav has no place for them.
+  Left out the video: "out.wav" is an audio file.
+  Left out stream 2 (audio, opus): the container wav cannot hold it.
+  Left out stream 3 (subtitle, ass): the container wav cannot hold it.
+  Left out the chapters: the container wav has no place for them.
 cover.m4a out.mp3
   aac: encode libmp3lame 48000 Hz fltp mono | png: copy
-  Audio was re-encoded from aac to mp3: "out.mp3" cannot hold aac.
+  Re-encoded the audio from aac to mp3: "out.mp3" cannot hold aac.
 cover.m4a out.m4a v
   aac: copy | png: encode png rgb24
 cover.m4a out.wav
   aac: encode pcm_s16le 48000 Hz s16 mono | png: drop
-  Audio was re-encoded from aac to pcm_s16le: "out.wav" cannot hold aac.
-  Stream 1 (video, png) was left out: the container wav cannot take it.
+  Re-encoded the audio from aac to pcm_s16le: "out.wav" cannot hold aac.
+  Left out stream 1 (video, png): the container wav cannot hold it.
 cover.m4a out.png
   aac: drop | png: copy
 timeless.avi out.mp4
   h264: encode libx264 yuv420p
-  Video was re-encoded: the input does not say when they are shown.
+  Re-encoded the video: the input states no frame times.
 odd.mkv out.mp4 v
   ffv1: encode libx264 yuv444p
-  Video was re-encoded from ffv1 to h264, which loses a little: "out.mp4" cannot hold ffv1.
-  Pictures were converted from yuv420p to yuv444p for the encoder libx264, which takes odd sizes only so.
+  Re-encoded the video from ffv1 to h264, which loses some quality: "out.mp4" cannot hold ffv1.
+  Converted the frames from yuv420p to yuv444p for the encoder libx264, which takes odd sizes in no other format.
 deep.mkv out.mp4 v vcodec=mpeg4
   ffv1: encode mpeg4 yuv420p
-  Pictures were converted from gbrap12le to yuv420p for the encoder mpeg4; lost: alpha, depth, chroma resolution.
+  Converted the frames from gbrap12le to yuv420p for the encoder mpeg4; lost: alpha, depth, chroma resolution.
 rich.mkv out.mkv vcodec=mpeg4 acodec=libmp3lame
   h264: encode mpeg4 yuv420p | aac: encode libmp3lame 48000 Hz fltp mono | opus: encode libmp3lame 48000 Hz fltp mono | ass: copy
 rgb.png out.mp4 v
   png: encode libx264 yuv444p
-  Pictures were converted from rgb24 to yuv444p for the encoder libx264.
+  Converted the frames from rgb24 to yuv444p for the encoder libx264.
 image.png out.jpg
   png: encode mjpeg yuv444p
-  Pictures were converted from rgb24 to yuv444p for the encoder mjpeg.
+  Converted the frames from rgb24 to yuv444p for the encoder mjpeg.
 hevc10.mp4 out.mkv v
   hevc: encode libx265 yuv420p10le
 h264rgb.mp4 out.mkv v
@@ -180,12 +180,12 @@ flac24.flac out.wav a
   flac: encode pcm_s24le 48000 Hz s32 mono
 surround.wav out.mp3 a
   pcm_s24le: encode libmp3lame 48000 Hz s32p stereo
-  Audio was converted from 96000 Hz to 48000 Hz and from 5.1 to stereo for the encoder libmp3lame.
+  Converted the audio from 96000 Hz to 48000 Hz and from 5.1 to stereo for the encoder libmp3lame.
 side.wav out.opus a
   pcm_s16le: encode libopus 48000 Hz s16 5.1
 eight.wav out.ac3 a
   pcm_s16le: encode ac3 48000 Hz fltp 5.1(side)
-  Audio was converted from 7.1 to 5.1(side) for the encoder ac3.
+  Converted the audio from 7.1 to 5.1(side) for the encoder ac3.
 wav64.wav out.mka a
   pcm_s64le: encode pcm_f64le 48000 Hz dbl mono
 wav16.wav out.wav a=dbl,0
@@ -196,7 +196,7 @@ wav16.wav out.aiff a=dbl,64
   pcm_s16le: encode pcm_f64be 48000 Hz dbl mono
 wav16.wav out.flac a=s32,32
   pcm_s16le: encode flac 48000 Hz s32 mono
-  Audio of 32 bits was cut to 24 for the encoder flac.
+  Reduced the audio from 32 to 24 bits for the encoder flac.
 wav16.wav out.wv a=s32,32
   pcm_s16le: encode wavpack 48000 Hz s32p mono
 wav24.wav out.wav a=dbl,0
@@ -207,7 +207,7 @@ wav24.wav out.aiff a
   pcm_s24le: encode pcm_s24be 48000 Hz s32 mono
 wav24.wav out.wav acodec=pcm_s16le
   pcm_s24le: encode pcm_s16le 48000 Hz s16 mono
-  Audio of 24 bits was cut to 16 for the encoder pcm_s16le.
+  Reduced the audio from 24 to 16 bits for the encoder pcm_s16le.
 phone.wav out.mka acodec=g726
   pcm_s16le: encode g726 8000 Hz s16 mono
 phone.wav out.mka acodec=g723_1
@@ -233,7 +233,7 @@ avs2.avi out.avi v a optional
 constexpr char const* s_refusals = R"(junk.mp4 out.mp4 vcodec=libx246
   options: There is no encoder "libx246"; did you mean libx264, libx265?
 junk.mp4 out.mp4 vcodec=aac
-  options: The encoder "aac" is not for pictures
+  options: The encoder "aac" is not for video
 junk.mp4 out.png vcodec=mjpeg
   options: The encoder "mjpeg" makes mjpeg, which "out.png" cannot hold
 junk.mp4 out.mp4 voption=crf=high
@@ -243,7 +243,7 @@ junk.mp4 out.mp4 voption=nal-hrd=vbrr
 junk.mp4 out.mp4 voption=qmin=99
   options: The encoder "libx264" cannot take qmin=99: Numerical result out of range; legal: -1 to 69
 junk.mp4 out.mp4 voption=crf=20 voption=preset=fastt
-  options: The encoder "libx264" does not open with crf=20 preset=fastt: Invalid argument
+  options: The encoder "libx264" cannot be opened with crf=20 preset=fastt: Invalid argument
 junk.mp4 out.mp4 vcodec=mpeg4 lossless
   options: The encoder "mpeg4" has no quality "lossless"; legal: low, medium, high, visually-lossless
 junk.mp4 out.mp4 acodec=libx264
@@ -253,21 +253,21 @@ junk.mp4 out.mp4 aoption=bb=1
 junk.mp4 out.ogg acodec=libopus aoption=frame_duration=7
   options: The encoder "libopus" does not open with frame_duration=7: Invalid argument
 junk.mp4 out.gif a
-  options: Cannot write "@out.gif": "gif" holds no audio
+  options: Cannot write "@out.gif": the container "gif" holds no audio
 junk.mp4 out.png a
-  options: Cannot write "@out.png": a picture holds no audio
+  options: Cannot write "@out.png": an image holds no audio
 junk.mp4 out.wav v
   options: Cannot write "@out.wav": "wav" holds no pictures
 junk.mp4 out.mka v
-  options: Cannot write "@out.mka": "matroska" holds no pictures
+  options: Cannot write "@out.mka": the container "matroska" holds no video
 junk.mp4 out.xyz v
-  options: Cannot write "@out.xyz": no container is known by the extension ".xyz"
+  options: Cannot write "@out.xyz": no container has the extension ".xyz"
 junk.mp4 out.m3u8 v
-  options: Cannot write "@out.m3u8": "hls" is not a single file
+  options: Cannot write "@out.m3u8": the format "hls" is not a single file
 junk.mp4 no/out.mp4 v
   output: Cannot write "@no/out.mp4": there is no folder "@no"
 junk.mp4 there.mp4 v
-  options: Cannot write "@there.mp4": it exists already and may not be overwritten
+  options: "@there.mp4" exists already
 junk.mp4 junk.mp4 v overwrite
   options: Cannot write "@junk.mp4": it is the input
 junk.mp4 link.mp4 v overwrite
@@ -275,13 +275,13 @@ junk.mp4 link.mp4 v overwrite
 junk.mp4 hard.mp4 v overwrite
   options: Cannot write "@hard.mp4": it is the input
 junk.mp4 dangling.mp4 v overwrite
-  options: Cannot write "@dangling.mp4": it is a link to nothing
+  options: Cannot write "@dangling.mp4": it is a dangling link
 junk.mp4 /dev/null v overwrite
   options: Cannot write "/dev/null": it is not a regular file
 junk.mp4 out.mp4 v at=1
-  options: A time (1 s) picks one picture, but "@out.mp4" is a film
+  options: Choose an image as the output, or leave out the time (1 s): "@out.mp4" is a video
 junk.mp4 out.png v at=-1
-  options: -1 s is no time in a film; legal: 0 to its end
+  options: Give a time from 0 to the end of the video, not -1 s
 "" out.mp4 v
   input: Cannot open "": the name is empty
 no.mp4 out.mp4 v
@@ -291,25 +291,25 @@ no.mp4 out.mp4 v
 empty.mp4 out.mp4 v
   input: Cannot open "@empty.mp4": the file is empty
 http://127.0.0.1:1/x.mp4 out.mp4 v
-  input: Cannot open "http://127.0.0.1:1/x.mp4": only files can be read, not streams or addresses
+  input: Cannot open "http://127.0.0.1:1/x.mp4": only files can be read, not streams or URLs
 text.txt out.mp4 v
-  input: Cannot open "@text.txt": Invalid data found when processing input
+  input: "@text.txt" is not a media file that FFmpeg can read
 junk.mp4 out.mp4 v
-  input: Cannot open "@junk.mp4": Invalid data found when processing input
+  input: "@junk.mp4" is not a media file that FFmpeg can read
 h264.mp4 out.mp4 a
   input: "@h264.mp4" has no audio
 h264.mp4 out.png v
-  options: "@h264.mp4" is a film and "@out.png" one picture: a time in the film is needed
+  options: "@out.png" is an image: choose a frame of "@h264.mp4" by its time
 h264.mp4 out.png v at=2.6
-  options: There is no picture at 2.6 s: "@h264.mp4" ends at 0.2 s
+  options: There is no frame at 2.6 s: "@h264.mp4" ends at 0.2 s
 wav24.wav out.mkv v
-  input: "@wav24.wav" has no pictures
+  input: "@wav24.wav" has no video
 cover.m4a late.png v at=1
-  options: A time (1 s) picks a picture of a film, but "@cover.m4a" has one picture only
+  options: Leave out the time (1 s): "@cover.m4a" is an image
 cover.m4a out.m4a voption=crf=20
   options: The encoder "png" has no option "crf"
 avs2.avi out.mp4 v a optional
-  input: "@avs2.avi" has pictures in the codec avs2, which cannot be decoded here)";
+  input: "@avs2.avi" has video in the codec avs2, which this FFmpeg cannot decode)";
 
 /// "a=b" or "a,b".
 std::pair<std::string, std::string> Split(std::string const& text) {
@@ -417,8 +417,8 @@ TEST_F(Plans, SayWhatBecomesOfEachStream) {
         EXPECT_THAT(PlanText(Options(list, "out.mp4")), testing::StartsWith("input: "));
     // Later releases do not count it as audio at all.
     EXPECT_THAT(PlanText(AudioOptions("unknown.wav", "out.wav")),
-                testing::MatchesRegex("input: (Cannot decode the audio of stream 0, which is in the codec "
-                                      "sonic: Experimental feature|.* has neither pictures nor audio)"));
+                testing::MatchesRegex("input: (Cannot decode the audio of stream 0 .codec sonic.: "
+                                      "Experimental feature|.* has neither video nor audio)"));
     EXPECT_EQ(List(), before); // nothing was written
     EXPECT_EQ(Read("there.mp4"), "old");
 }
@@ -438,8 +438,8 @@ TEST_F(Plans, FollowThePicturesThatComeOut) {
         return Pictures{smaller};
     });
     EXPECT_THAT(PlanText(options), testing::MatchesRegex("h263: encode libx264 yuv420p\nThe encoder "
-                                                         "\"h263\" does not open for .*: "
-                                                         "libx264 served."));
+                                                         "\"h263\" cannot encode .*: "
+                                                         "used libx264 instead."));
     *held = 0;
     EXPECT_EQ(Media::Run(options).framesOut, 2);
     EXPECT_EQ(ReadMedia(File("out.3gp")).pictures.size(), 2U);

@@ -101,11 +101,10 @@ TEST_F(MeterTool, RefusesWhatCannotBe) {
         {"meter wave.wav --size 20x20", 1, "--size requires --png\n*"},
         {"meter wave.wav --png w.png --size 20", 1,
          "--size: give WxH, such as 1280x320, each from 16 to 8192, not \"20\""},
-        {"meter wave.wav --png old.png", 1,
-         "Cannot write \"old.png\": it exists already and may not be overwritten"},
+        {"meter wave.wav --png old.png", 1, "Add --overwrite: \"old.png\" exists already"},
         {"meter wave.wav --png wave.wav --overwrite", 1, "Cannot write \"wave.wav\": it is the input"},
         {"meter wave.wav --png w.mp4", 1,
-         "Cannot write \"w.mp4\": its name is not that of a picture, as wave.png is"},
+         "Cannot write \"w.mp4\": choose the extension of an image, such as .png"},
         {"meter wave.wav --png no/w.png", 4, "Cannot write \"no/w.png\": there is no folder \"no\""},
     });
 }

@@ -160,7 +160,7 @@ TEST_F(ReferenceTool, InterruptedRunLeavesNothing) {
                                     " -pix_fmt yuv420p -c:v libx264 -preset ultrafast");
     auto const result = Interrupt("run 25.mp4 out.mkv -e 'midequalizer reference=800.mp4'", 3, SIGINT);
     EXPECT_THAT(result.err, testing::Not(HasSubstr("error")));
-    EXPECT_THAT(result.err, HasSubstr("the run was stopped"));
+    EXPECT_THAT(result.err, HasSubstr("Interrupted"));
 }
 
 } // namespace

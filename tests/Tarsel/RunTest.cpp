@@ -137,7 +137,7 @@ TEST_F(RunTool, WhatCannotBeCopiedStaysUpright) {
     EXPECT_EQ(LookAt("film.mp4", true), "WW"
                                         "BB");
     EXPECT_EQ(RunForNotes("run film.mp4 out.webm"),
-              "tarsel: note: Video was re-encoded from h264 to vp9: \"out.webm\" cannot hold h264.\n"
+              "tarsel: note: Re-encoded the video from h264 to vp9: \"out.webm\" cannot hold h264.\n"
               "tarsel: note: Turned the frames upright: \"out.webm\" cannot hold h264.\n");
     EXPECT_EQ(LookAt("out.webm", false), "WW"
                                          "BB");
@@ -147,7 +147,7 @@ TEST_F(RunTool, WhatCannotBeCopiedStaysUpright) {
     ExpectRefusals({{"run film.mp4 none.webm --plugin none.so", 1, "Cannot open plug-in \"none.so\": *"}});
     SetOrientation("film.mp4", 1);
     EXPECT_EQ(RunForNotes("run film.mp4 plain.webm --plugin none.so"),
-              "tarsel: note: Video was re-encoded from h264 to vp9: \"plain.webm\" cannot hold h264.\n");
+              "tarsel: note: Re-encoded the video from h264 to vp9: \"plain.webm\" cannot hold h264.\n");
 }
 
 TEST_F(RunTool, OrientationThatCannotBeBakedIsTold) {
@@ -176,7 +176,7 @@ TEST_F(RunTool, WhatFailsIsToldAndLeavesNothing) {
     ExpectRefusals({
         {"run missing.mp4 out.mp4" + flip, 2, "Cannot open \"missing.mp4\"*"},
         {"run cut.mp4 out.mp4" + flip, 2,
-         "Cannot open \"cut.mp4\": Invalid data found when processing input\n"
+         "\"cut.mp4\" is not a media file that FFmpeg can read\n"
          "  FFmpeg: Invalid data found when processing input (-1094995529)\n"
          "  log: [mov,mp4,m4a,3gp,3g2,mj2] moov atom not found*"},
         {"run film.mp4 none/out.mp4" + flip, 4,
@@ -238,9 +238,8 @@ TEST_F(RunTool, QualityOfAudioLeavesTheCoverAlone) {
             SCOPED_TRACE(level + ' ' + input);
             bool const loses = input == "song.mp3";
             std::string const output = level + input;
-            EXPECT_EQ(
-                RunForNotes("run " + input + ' ' + output + " --quality " + level),
-                loses ? "" : "tarsel: note: The quality changes nothing: flac loses nothing of the audio.\n");
+            EXPECT_EQ(RunForNotes("run " + input + ' ' + output + " --quality " + level),
+                      loses ? "" : "tarsel: note: Ignored the quality: flac is lossless.\n");
             EXPECT_EQ(ProbePackets(output, "v"), ProbePackets(input, "v"));
             if (!loses) {
                 EXPECT_EQ(ProbePackets(output, "a"), ProbePackets(input, "a"));

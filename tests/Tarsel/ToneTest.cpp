@@ -55,7 +55,7 @@ TEST_F(ToneTool, RefusesWhatCannotBe) {
         {"tone a.wav --duration 0", 1, "--duration: \"0\" is no time in seconds, 1e-06 to 1000000\n*"},
         {"tone a.wav --audio-option b", 1, "--audio-option \"b\" is not KEY=VALUE, for example b=192k"},
         {"tone a.png", 1, "Cannot write \"a.png\": it holds no audio"},
-        {"tone old.wav", 1, "Cannot write \"old.wav\": it exists already and may not be overwritten"},
+        {"tone old.wav", 1, "Add --overwrite: \"old.wav\" exists already"},
         {"tone no/a.wav", 4, "Cannot write \"no/a.wav\": there is no folder \"no\""},
     });
 }

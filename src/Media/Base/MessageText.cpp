@@ -19,7 +19,7 @@ std::string SecondsText(std::int64_t microseconds) {
 }
 
 std::string CountText(std::int64_t count, std::string const& noun) {
-    return fmt::format("{} {}{}", count, noun, count == 1 ? " was" : "s were");
+    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 } // namespace Tarsel::Media

@@ -14,7 +14,7 @@ std::string GetSystemErrorText(int error);
 std::string Quote(std::filesystem::path const& path);
 /// A number of microseconds as seconds: "1.04 s".
 std::string SecondsText(std::int64_t microseconds);
-/// "3 damaged packets were", "1 damaged packet was": a count, its noun and its verb.
+/// "3 damaged packets", "1 damaged packet".
 std::string CountText(std::int64_t count, std::string const& noun);
 
 } // namespace Tarsel::Media

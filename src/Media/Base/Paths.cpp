@@ -47,7 +47,7 @@ void CheckInputPath(fs::path const& input) {
     fs::file_status const status = fs::status(input, error);
     if (status.type() == fs::file_type::not_found) {
         if (input == "-" || LooksLikeProtocol(input.string()))
-            ThrowInput(input, "only files can be read, not streams or addresses");
+            ThrowInput(input, "only files can be read, not streams or URLs");
         ThrowInput(input, GetSystemErrorText(ENOENT));
     }
     if (status.type() == fs::file_type::none)
@@ -64,14 +64,14 @@ void CheckInputPath(fs::path const& input) {
 
 void CheckOutputPath(fs::path const& output, fs::path const& input, bool overwrite) {
     if (output.empty() || !output.has_filename())
-        ThrowOutput<OptionsException>(output, "it has no file name");
+        ThrowOutput<OptionsException>(output, "it names no file");
     std::error_code error;
     fs::file_status const status = fs::status(output, error);
     if (status.type() == fs::file_type::not_found) {
         if (output == "-" || LooksLikeProtocol(output.string()))
-            ThrowOutput<OptionsException>(output, "only files can be written, not streams or addresses");
+            ThrowOutput<OptionsException>(output, "only files can be written, not streams or URLs");
         if (fs::is_symlink(fs::symlink_status(output, error)))
-            ThrowOutput<OptionsException>(output, "it is a link to nothing");
+            ThrowOutput<OptionsException>(output, "it is a dangling link");
     } else if (status.type() == fs::file_type::none) {
         ThrowOutput<OutputException>(output, error.message());
     } else {
@@ -81,7 +81,7 @@ void CheckOutputPath(fs::path const& output, fs::path const& input, bool overwri
         if (status.type() != fs::file_type::regular)
             ThrowOutput<OptionsException>(output, "it is not a regular file");
         if (!overwrite)
-            ThrowOutput<OptionsException>(output, "it exists already and may not be overwritten");
+            Core::Throw<OptionsException>(Quote(output) + " exists already", TagMissingOption("overwrite"));
     }
     fs::path const folder = output.has_parent_path() ? output.parent_path() : fs::path(".");
     if (!fs::is_directory(folder, error))

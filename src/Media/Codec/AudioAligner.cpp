@@ -156,9 +156,9 @@ void AudioAligner::SetSource(Conf::SampleInfo const& source) {
         FlushConverter();
         StartSegment();
         if (!IsSameAudio(*m_source, source) && m_changes.size() < s_mostChanges)
-            m_changes.push_back(fmt::format("The audio changes from {} to {} at {:.3f} s; it was converted.",
-                                            Proc::AudioText(*m_source), Proc::AudioText(source),
-                                            ToSeconds(m_next)));
+            m_changes.push_back(
+                fmt::format("Converted the audio from {2:.3f} s on, where it changes from {0} to {1}.",
+                            Proc::AudioText(*m_source), Proc::AudioText(source), ToSeconds(m_next)));
     }
     m_converter =
         IsSameAudio(source, m_format) ? Proc::SafeSwrContext() : Proc::SafeSwrContext({source, m_format});
@@ -256,13 +256,13 @@ Proc::SafeFrame AudioAligner::TakeSilence() {
 std::vector<std::string> AudioAligner::GetNotes() const {
     std::vector<std::string> notes = m_changes;
     if (m_gaps > 0)
-        notes.push_back(fmt::format("{} filled with silence, {:.3f} s in all.",
+        notes.push_back(fmt::format("Filled {} with silence, {:.3f} s in all.",
                                     CountText(m_gaps, "audio gap"), ToSeconds(m_silence)));
     if (m_cut > 0)
         notes.push_back(
-            fmt::format("{:.3f} s of audio were cut that overlapped the audio before.", ToSeconds(m_cut)));
+            fmt::format("Cut {:.3f} s of audio that overlapped earlier audio.", ToSeconds(m_cut)));
     if (m_jumps > 0)
-        notes.push_back(fmt::format("{} passed over: the times of the audio are not continuous.",
+        notes.push_back(fmt::format("Ignored {}: the timestamps of the audio are not continuous.",
                                     CountText(m_jumps, "clock jump")));
     return notes;
 }

@@ -32,10 +32,10 @@ namespace {
 constexpr int s_mostErrorsInARow = 1000;
 
 [[noreturn]] void ThrowUndecodable(AVStream const& stream, std::string const& reason, int error) {
-    Core::Throw<InputException>(
-        fmt::format("Cannot decode the audio of stream {}, which is in the codec {}: {}", stream.index,
-                    avcodec_get_name(stream.codecpar->codec_id), reason),
-        Proc::TagFFmpegError(error));
+    Core::Throw<InputException>(fmt::format("Cannot decode the audio of stream {} (codec {}): {}",
+                                            stream.index, avcodec_get_name(stream.codecpar->codec_id),
+                                            reason),
+                                Proc::TagFFmpegError(error));
 }
 
 bool IsWide(int format) noexcept {
@@ -76,7 +76,7 @@ AudioDecoder::AudioDecoder(AVStream const& stream, bool hasTimes)
     : m_timeBase(FromAV(stream.time_base)), m_hasTimes(hasTimes) {
     AVCodec const* const decoder = avcodec_find_decoder(stream.codecpar->codec_id);
     if (decoder == nullptr)
-        ThrowUndecodable(stream, "there is no decoder for it here", AVERROR_DECODER_NOT_FOUND);
+        ThrowUndecodable(stream, "this FFmpeg has no decoder for it", AVERROR_DECODER_NOT_FOUND);
     m_context.reset(CheckAllocated(avcodec_alloc_context3(decoder), "AVCodecContext"));
     int error = avcodec_parameters_to_context(m_context.get(), stream.codecpar);
     m_context->pkt_timebase = stream.time_base;
@@ -90,7 +90,7 @@ AudioDecoder::AudioDecoder(AVStream const& stream, bool hasTimes)
     if (format.format == Conf::SampleFormats::Unknown)
         format.format = GetWorkFormat(m_context->sample_fmt);
     if (!Conf::IsKnown(format))
-        ThrowUndecodable(stream, "its format, rate or channels are not known", AVERROR_INVALIDDATA);
+        ThrowUndecodable(stream, "its sample format, rate or channel layout is unknown", AVERROR_INVALIDDATA);
     m_aligner.emplace(format);
 }
 
@@ -157,10 +157,11 @@ bool AudioDecoder::CountDamage(int error) {
 std::vector<std::string> AudioDecoder::GetNotes() const {
     std::vector<std::string> notes = m_aligner->GetNotes();
     if (IsWide(m_context->sample_fmt))
-        notes.insert(notes.begin(), "Samples of 64 bits were rounded to real numbers of 53.");
+        notes.insert(notes.begin(),
+                     "Rounded 64-bit integer samples to floating-point samples, which hold 53 bits.");
     if (m_damaged > 0)
         notes.insert(notes.begin(),
-                     fmt::format("{} skipped{}.", CountText(m_damaged, "damaged audio packet"),
+                     fmt::format("Skipped {}{}.", CountText(m_damaged, "damaged audio packet"),
                                  m_lost > 0 ? ", " + SecondsText(ToMicroseconds(m_lost, m_timeBase)) : ""));
     return notes;
 }

@@ -86,8 +86,8 @@ void AudioEncoder::Open(AudioRequest const& request) {
         if (firstError == 0)
             firstError = error;
     }
-    Core::Throw<OutputException>(fmt::format("The encoder \"{}\" does not open for audio of {}: {}",
-                                             encoder.name, Proc::AudioText(request.format),
+    Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot encode audio of {}: {}", encoder.name,
+                                             Proc::AudioText(request.format),
                                              Proc::GetFFmpegErrorText(firstError)),
                                  Proc::TagFFmpegError(firstError));
 }
@@ -189,7 +189,7 @@ std::vector<std::string> AudioEncoder::DescribeLosses() const {
                               made.layout.GetName());
     if (!change.empty())
         notes.push_back(
-            fmt::format("Audio was converted {} for the encoder {}.", change, m_context->codec->name));
+            fmt::format("Converted the audio {} for the encoder {}.", change, m_context->codec->name));
     // What loses audio anyway has no depth.
     AVCodecDescriptor const* const codec = avcodec_descriptor_get(m_context->codec_id);
     bool const isExact = codec != nullptr && (codec->props & AV_CODEC_PROP_LOSSLESS) != 0;
@@ -197,7 +197,7 @@ std::vector<std::string> AudioEncoder::DescribeLosses() const {
     int const exact = GetExactBits(m_depth > 32 ? Conf::SampleFormats::Double : Conf::SampleFormats::Float);
     int const bits = Conf::IsReal(m_input.format) ? std::min(m_depth, exact) : m_depth;
     if (int const held = GetHeldBits(*m_context); isExact && held < bits)
-        notes.push_back(fmt::format("Audio of {} bits was cut to {} for the encoder {}.", m_depth, held,
+        notes.push_back(fmt::format("Reduced the audio from {} to {} bits for the encoder {}.", m_depth, held,
                                     m_context->codec->name));
     return notes;
 }

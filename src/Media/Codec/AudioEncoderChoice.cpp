@@ -109,7 +109,7 @@ AVCodec const& ChooseNamedAudioEncoder(Container const& container, std::filesyst
     UniqueCodecParameters const parameters = MakeParameters(encoder, container, isOpened);
     bool const isSaid = avformat_query_codec(container.format, encoder.id, FF_COMPLIANCE_EXPERIMENTAL) == 1;
     if (!CanHoldAudio(container, *parameters) && (isOpened || !isSaid || container.isStill))
-        ThrowNoEncoder(fmt::format("The encoder \"{}\" makes {}, which {} cannot hold", name,
+        ThrowNoEncoder(fmt::format("Choose another encoder: \"{}\" produces {}, which {} cannot hold", name,
                                    avcodec_get_name(encoder.id), Quote(output.filename())));
     return encoder;
 }
@@ -125,7 +125,8 @@ AVCodec const* FindUsualAudioEncoder(Container const& container, std::filesystem
         return nullptr;
     AVCodec const* const encoder = avcodec_find_encoder(FitPlain(container, codec, format, depth));
     if (encoder == nullptr)
-        ThrowNoEncoder(fmt::format("There is no encoder for the audio of {}", Quote(output.filename())));
+        ThrowNoEncoder(
+            fmt::format("This FFmpeg has no encoder for the audio of {}", Quote(output.filename())));
     return encoder;
 }
 

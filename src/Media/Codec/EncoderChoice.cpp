@@ -74,15 +74,14 @@ AVCodec const& FindNamedEncoder(std::string const& name, bool isAudio) {
     if (AVCodecDescriptor const* const codec = avcodec_descriptor_get_by_name(name.c_str());
         encoder == nullptr && codec != nullptr && codec->type == type)
         if (auto const encoders = ListEncoders(type, codec->id); !encoders.empty())
-            fail(
-                fmt::format("\"{}\" is a codec; name an encoder of it: {}", name, fmt::join(encoders, ", ")));
+            fail(fmt::format("Name an encoder of the codec \"{}\": {}", name, fmt::join(encoders, ", ")));
     if (encoder == nullptr)
         fail(
             fmt::format("There is no encoder \"{}\"{}", name, Core::NearNamesText(name, ListEncoders(type))));
     if (encoder->type != type)
-        fail(fmt::format("The encoder \"{}\" is not for {}", name, isAudio ? "audio" : "pictures"));
+        fail(fmt::format("The encoder \"{}\" is not for {}", name, isAudio ? "audio" : "video"));
     if (!WorksInOrdinaryMemory(*encoder))
-        fail(fmt::format("The encoder \"{}\" takes pictures in graphics memory only", name));
+        fail(fmt::format("The encoder \"{}\" takes only frames in GPU memory", name));
     return *encoder;
 }
 
@@ -91,13 +90,13 @@ AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path c
     if (!name.empty()) {
         AVCodec const& encoder = FindNamedEncoder(name, false);
         if (!CanHold(container, output, encoder.id))
-            ThrowNoEncoder(fmt::format("The encoder \"{}\" makes {}, which {} cannot hold", name,
-                                       avcodec_get_name(encoder.id), Quote(output.filename())));
+            ThrowNoEncoder(fmt::format("Choose another encoder: \"{}\" produces {}, which {} cannot hold",
+                                       name, avcodec_get_name(encoder.id), Quote(output.filename())));
         return encoder;
     }
     AVCodec const* const encoder = FindUsualEncoder(container, output);
     if (encoder == nullptr)
-        ThrowNoEncoder(fmt::format("There is no encoder for {}", Quote(output.filename())));
+        ThrowNoEncoder(fmt::format("This FFmpeg has no encoder for {}", Quote(output.filename())));
     return *encoder;
 }
 
@@ -131,7 +130,7 @@ void CheckQuality(AVCodec const& encoder, Quality quality) {
             known += fmt::format("{}{}", known.empty() ? "" : ", ", GetQualityName(each));
     Core::Throw<OptionsException>(fmt::format("The encoder \"{}\" has no quality \"{}\"; {}", encoder.name,
                                               GetQualityName(quality),
-                                              known.empty() ? "its own options set it" : "legal: " + known));
+                                              known.empty() ? "use its own options" : "choose " + known));
 }
 
 bool CanHold(Container const& container, std::filesystem::path const& output, int codec) {

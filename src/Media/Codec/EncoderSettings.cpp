@@ -156,7 +156,7 @@ void CheckEncoderOptions(AVCodec const& encoder, EncoderOptions const& options, 
     if (error >= 0 || TryOpen(encoder, {}, quality) < 0)
         return;
     Core::Throw<OptionsException>(
-        fmt::format("The encoder \"{}\" does not open with {}: {}", encoder.name,
+        fmt::format("The encoder \"{}\" cannot be opened with {}: {}", encoder.name,
                     Core::Utils::ToString(
                         options, " ", [](auto const& option) { return option.first + "=" + option.second; }),
                     Proc::GetFFmpegErrorText(error)),

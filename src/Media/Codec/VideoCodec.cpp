@@ -64,7 +64,7 @@ void AddLightLevels(AVStream const& from, AVFrame& to) {
         if (data.empty() || av_frame_get_side_data(&to, kind.frame) != nullptr)
             continue;
         AVFrameSideData const* const added =
-            CheckAllocated(av_frame_new_side_data(&to, kind.frame, data.size()), "a picture's side data");
+            CheckAllocated(av_frame_new_side_data(&to, kind.frame, data.size()), "frame side data");
         std::copy(data.begin(), data.end(), added->data);
     }
 }

@@ -60,11 +60,11 @@ VideoDecoder::VideoDecoder(AVFormatContext const& context, AVStream const& strea
     if (error >= 0)
         error = avcodec_open2(m_context.get(), decoder, nullptr);
     if (error < 0)
-        Core::Throw<InputException>(
-            fmt::format("Cannot decode the pictures of {}, which are in the codec {}: {}",
-                        Quote(context.url != nullptr ? context.url : ""),
-                        avcodec_get_name(stream.codecpar->codec_id), Proc::GetFFmpegErrorText(error)),
-            Proc::TagFFmpegError(error));
+        Core::Throw<InputException>(fmt::format("Cannot decode the video of {} (codec {}): {}",
+                                                Quote(context.url != nullptr ? context.url : ""),
+                                                avcodec_get_name(stream.codecpar->codec_id),
+                                                Proc::GetFFmpegErrorText(error)),
+                                    Proc::TagFFmpegError(error));
     if (frameRate.numerator > 0 && frameRate.denominator > 0)
         m_usualDuration = av_rescale_q(1, av_inv_q(ToAV(frameRate)), stream.time_base);
 }
@@ -112,7 +112,7 @@ bool VideoDecoder::CountDamage(int error) {
     if (error >= 0 || error == AVERROR(EAGAIN) || error == AVERROR_EOF)
         return false;
     if (error == AVERROR(ENOMEM))
-        ThrowNoMemory("decoded pictures");
+        ThrowNoMemory("decoded frames");
     m_lastError = error;
     ++m_damaged;
     return true;
@@ -121,13 +121,12 @@ bool VideoDecoder::CountDamage(int error) {
 std::vector<std::string> VideoDecoder::GetNotes() const {
     std::vector<std::string> notes;
     if (m_damaged > 0)
-        notes.push_back(fmt::format("{} skipped.", CountText(m_damaged, "damaged packet")));
+        notes.push_back(fmt::format("Skipped {}.", CountText(m_damaged, "damaged packet")));
     if (m_incomplete > 0)
-        notes.push_back(
-            fmt::format("{} damaged and filled in by the decoder.", CountText(m_incomplete, "picture")));
+        notes.push_back(fmt::format("Concealed damage in {}.", CountText(m_incomplete, "frame")));
     if (m_moved > 0)
         notes.push_back(
-            fmt::format("{} not after the one before and moved.", CountText(m_moved, "picture time")));
+            fmt::format("Moved {} that did not increase.", CountText(m_moved, "frame timestamp")));
     return notes;
 }
 
@@ -155,7 +154,7 @@ std::string DescribeStillDamage(AVStream const& stream, AVPacket const& packet) 
         error = avcodec_receive_frame(context.get(), frame.Get());
     if (error >= 0)
         return {};
-    return error == AVERROR_EOF ? "it breaks off" : Proc::GetFFmpegErrorText(error);
+    return error == AVERROR_EOF ? "it is truncated" : Proc::GetFFmpegErrorText(error);
 }
 
 } // namespace Tarsel::Media

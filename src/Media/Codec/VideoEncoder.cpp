@@ -66,7 +66,7 @@ VideoEncoder::VideoEncoder(EncoderRequest const& request, WorkedFrame const& fir
     m_conversion = ChooseVideoConversion(side.format, side.space, side.width, side.height, rules,
                                          FindYuvOrigin(request.input));
     if (m_conversion.format == Conf::PixFmt::None)
-        Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot take pictures of {}",
+        Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot take frames of {}",
                                                  request.encoder->name, Proc::PictureText(frame)));
     auto const& made = Conf::PixFmtDescription::Find(m_conversion.format);
     m_losesFullRange = Conf::PixFmtDescription::Find(side.format).IsFullRange(side.space) &&
@@ -120,11 +120,11 @@ void VideoEncoder::Open(EncoderRequest const& request) {
 
     int const error = avcodec_open2(&context, request.encoder, nullptr);
     if (error < 0)
-        Core::Throw<OutputException>(
-            fmt::format("The encoder \"{}\" does not open for pictures of {}x{} {}: {}",
-                        request.encoder->name, frame.width, frame.height,
-                        Proc::PixelFormatText(context.pix_fmt), Proc::GetFFmpegErrorText(error)),
-            Proc::TagFFmpegError(error));
+        Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot encode frames of {}x{} {}: {}",
+                                                 request.encoder->name, frame.width, frame.height,
+                                                 Proc::PixelFormatText(context.pix_fmt),
+                                                 Proc::GetFFmpegErrorText(error)),
+                                     Proc::TagFFmpegError(error));
 }
 
 /// Pictures that are two fields each are encoded as such where the encoder can.
@@ -177,7 +177,7 @@ void VideoEncoder::SendFrame(AVFrame const* frame) {
     int const error = avcodec_send_frame(m_context.get(), frame);
     if (error < 0)
         Core::Throw<OutputException>(
-            fmt::format("The encoder \"{}\" cannot encode the picture at {}: {}", m_context->codec->name,
+            fmt::format("The encoder \"{}\" cannot encode the frame at {}: {}", m_context->codec->name,
                         SecondsText(ToMicroseconds(m_lastTime, FromAV(m_context->time_base))),
                         Proc::GetFFmpegErrorText(error)),
             Proc::TagFFmpegError(error));
@@ -188,7 +188,7 @@ void VideoEncoder::CheckLikeFirst(WorkedFrame const& worked) const {
     AVFrame const& frame = *worked.data->GetAVFrame();
     if (frame.width != first.width || frame.height != first.height || frame.format != first.format)
         Core::Throw<OutputException>(fmt::format(
-            "The pictures change from {} to {} at {}; one stream cannot hold both", Proc::PictureText(first),
+            "The frames change from {} to {} at {}: one stream cannot hold both", Proc::PictureText(first),
             Proc::PictureText(frame), SecondsText(worked.data->GetTime())));
 }
 
@@ -207,8 +207,8 @@ AVPacket* VideoEncoder::Receive() {
     if (error == AVERROR(EAGAIN) || error == AVERROR_EOF)
         return nullptr;
     if (error < 0)
-        Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot encode further: {}",
-                                                 m_context->codec->name, Proc::GetFFmpegErrorText(error)),
+        Core::Throw<OutputException>(fmt::format("The encoder \"{}\" failed: {}", m_context->codec->name,
+                                                 Proc::GetFFmpegErrorText(error)),
                                      Proc::TagFFmpegError(error));
     m_packets += packet->size > 0 ? 1 : 0; // Theora repeats the picture before by an empty one
     if (auto const known = m_times.find(packet->pts); known != m_times.end())
@@ -234,14 +234,15 @@ std::int64_t VideoEncoder::ToOwnTime(std::int64_t encoderTime) const {
 std::vector<std::string> VideoEncoder::DescribeLosses() const {
     std::vector<std::string> notes;
     if (m_losesFields)
-        notes.push_back(fmt::format("The pictures are two fields each; the encoder {} takes them for one.",
-                                    m_context->codec->name));
+        notes.push_back(
+            fmt::format("Encoded interlaced frames as progressive: the encoder {} has no interlaced mode.",
+                        m_context->codec->name));
     if (m_losesFullRange)
-        notes.push_back(fmt::format("The video was in full range; the encoder {} was given limited range.",
+        notes.push_back(fmt::format("Converted the video from full to limited range for the encoder {}.",
                                     m_context->codec->name));
     if (m_losesLight)
         notes.emplace_back(
-            "The light levels of HDR were left out: neither encoder nor container keeps them.");
+            "Left out the HDR light levels: neither the encoder nor the container keeps them.");
     if (std::string change = DescribeConversion(); !change.empty())
         notes.push_back(std::move(change));
     return notes;
@@ -250,8 +251,8 @@ std::vector<std::string> VideoEncoder::DescribeLosses() const {
 std::vector<std::string> VideoEncoder::GetNotes() const {
     std::vector<std::string> notes;
     if (m_unevenTimes > 0)
-        notes.push_back("The file keeps no times: " + CountText(m_unevenTimes, "picture") +
-                        " moved to fit its frame rate.");
+        notes.push_back(fmt::format("Moved {} to match the frame rate: the file keeps no timestamps.",
+                                    CountText(m_unevenTimes, "frame")));
     // A whole animation is one packet of WebP.
     if (m_packets < m_frames && !GetCodecFacts(m_context->codec_id).isWebp)
         notes.push_back(fmt::format("Choose another encoder to keep every frame: {} left out {} of {}.",
@@ -264,14 +265,14 @@ std::string VideoEncoder::DescribeConversion() const {
     if (!m_conversion.isConverted)
         return {};
     AVFrame const& first = GetFirstFrame();
-    std::string const change = fmt::format("Pictures were converted from {} to {} for the encoder {}",
+    std::string const change = fmt::format("Converted the frames from {} to {} for the encoder {}",
                                            Proc::PixelFormatText(first.format),
                                            Proc::PixelFormatText(m_context->pix_fmt), m_context->codec->name);
     bool const isOdd = first.width % 2 != 0 || first.height % 2 != 0;
     if (std::string const lost = Conf::GetLossText(m_conversion.loss & ~FF_LOSS_COLORSPACE); !lost.empty())
         return change + "; lost: " + lost + ".";
     if (m_wholeChroma && isOdd)
-        return change + ", which takes odd sizes only so.";
+        return change + ", which takes odd sizes in no other format.";
     if ((m_conversion.loss & FF_LOSS_COLORSPACE) != 0)
         return change + ".";
     return {}; // another order of the same values

@@ -197,19 +197,19 @@ Container ChooseContainer(std::filesystem::path const& output) {
     };
     AVOutputFormat const* format = av_guess_format(nullptr, output.filename().c_str(), nullptr);
     if (format == nullptr)
-        fail(fmt::format("no container is known by the extension \"{}\"", output.extension().string()));
+        fail(fmt::format("no container has the extension \"{}\"", output.extension().string()));
     std::string_view const name = format->name;
     ContainerTraits const& traits = GetTraits(*format);
     if (traits.isStill)
         // It writes to a file that is open, and reads no pattern in the name.
         format = av_guess_format("image2pipe", nullptr, nullptr);
     else if ((format->flags & AVFMT_NOFILE) != 0 || traits.isManyFiles)
-        fail(fmt::format("\"{}\" is not a single file", name));
+        fail(fmt::format("the format \"{}\" is not a single file", name));
     bool const isAudio =
         !traits.isStill && (format->video_codec == AV_CODEC_ID_NONE || traits.covers == Covers::Only ||
                             IsNamedForAudio(traits, output));
     if (format == nullptr || (isAudio && format->audio_codec == AV_CODEC_ID_NONE))
-        fail(fmt::format("\"{}\" holds neither pictures nor audio", name));
+        fail(fmt::format("the container \"{}\" holds neither video nor audio", name));
     return {format, traits.isStill, isAudio};
 }
 
@@ -240,7 +240,7 @@ bool KeepsTimes(AVOutputFormat const& format) noexcept {
 AVOutputFormat const& GetStillFormat() {
     AVOutputFormat const* const format = av_guess_format("image2", nullptr, nullptr);
     if (format == nullptr)
-        Core::Throw<OptionsException>("This FFmpeg writes no picture files");
+        Core::Throw<OptionsException>("This FFmpeg writes no image files");
     return *format;
 }
 

@@ -54,7 +54,7 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
     m_video = FindVideo();
     m_audio = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_video, nullptr, 0);
     if (m_video < 0 && m_audio < 0)
-        Core::Throw<InputException>(fmt::format("{} has neither pictures nor audio", Quote(m_path)));
+        Core::Throw<InputException>(fmt::format("{} has neither video nor audio", Quote(m_path)));
     // Audio and picture would start at whatever the sender's clock said.
     m_isBroadcast = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
     if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
@@ -75,7 +75,9 @@ void Demuxer::Open() {
             throw Stopped();
         if (error < 0)
             Core::Throw<InputException>(
-                fmt::format("Cannot open {}: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
+                error == AVERROR_INVALIDDATA
+                    ? Quote(m_path) + " is not a media file that FFmpeg can read"
+                    : fmt::format("Cannot open {}: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
                 Proc::TagFFmpegError(error));
     };
     AVIOInterruptCB const interrupt{&Demuxer::IsInterrupted, this};
@@ -190,7 +192,7 @@ bool Demuxer::Read(AVPacket& packet) {
         }
         if (error != AVERROR_INVALIDDATA)
             Core::Throw<InputException>(
-                fmt::format("Cannot read {} further: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
+                fmt::format("Cannot read the rest of {}: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
                 Proc::TagFFmpegError(error));
         if (++damaged > s_mostDamagedInARow) {
             m_brokeOff = true;
@@ -263,20 +265,20 @@ bool Demuxer::Seek(std::int64_t microseconds) {
 std::vector<std::string> Demuxer::GetNotes() const {
     std::vector<std::string> notes;
     if (m_jumps.GetCount() > 0)
-        notes.push_back(fmt::format("{} closed: the input's clock is not continuous.",
-                                    CountText(m_jumps.GetCount(), "jump in time")));
+        notes.push_back(fmt::format("Closed {}: the input's clock is not continuous.",
+                                    CountText(m_jumps.GetCount(), "time jump")));
     if (m_damaged > 0)
-        notes.push_back(fmt::format("{} found in the input.", CountText(m_damaged, "damaged packet")));
+        notes.push_back(fmt::format("Found {} in the input.", CountText(m_damaged, "damaged packet")));
     if (m_brokeOff)
-        notes.emplace_back("The input breaks off: its end is unreadable.");
+        notes.emplace_back("The input is truncated: its end is unreadable.");
     auto ends = m_isWhole ? m_ends.Describe() : std::vector<std::string>();
     if (ends.empty() && m_fileEnd.missing > 0)
-        ends.push_back(fmt::format("The input breaks off: {} of its {} bytes are missing.", m_fileEnd.missing,
+        ends.push_back(fmt::format("The input is truncated: {} of its {} bytes are missing.", m_fileEnd.missing,
                                    m_fileEnd.stated));
     else if (ends.empty() && m_endsDamaged)
-        ends.emplace_back("The input breaks off: its last packet is not whole.");
+        ends.emplace_back("The input is truncated: its last packet is incomplete.");
     else if (ends.empty() && m_fileEnd.lacksMark)
-        ends.emplace_back("The input may be cut off: it lacks the mark that such files end with.");
+        ends.emplace_back("The input may be truncated: it lacks the mark that such files end with.");
     for (std::string& note : ends)
         notes.push_back(std::move(note));
     return notes;

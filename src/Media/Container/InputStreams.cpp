@@ -18,7 +18,7 @@ namespace {
 
 void CheckCopied(int error) {
     if (error < 0)
-        ThrowNoMemory("the description of streams");
+        ThrowNoMemory("stream descriptions");
 }
 
 } // namespace

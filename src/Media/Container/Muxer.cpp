@@ -149,11 +149,11 @@ std::vector<std::string> Muxer::GetNotes() const {
     std::vector<std::string> notes;
     for (std::size_t i = 0; i < m_tracks.size(); ++i) {
         if (m_tracks[i].moved > 0)
-            notes.push_back(fmt::format("Stream {}: {} not after the one before and moved.", i,
-                                        CountText(m_tracks[i].moved, "time")));
+            notes.push_back(fmt::format("Stream {}: Moved {} that did not increase.", i,
+                                        CountText(m_tracks[i].moved, "timestamp")));
         if (m_tracks[i].damaged > 0)
             notes.push_back(
-                fmt::format("Stream {}: {} skipped.", i, CountText(m_tracks[i].damaged, "damaged packet")));
+                fmt::format("Stream {}: Skipped {}.", i, CountText(m_tracks[i].damaged, "damaged packet")));
     }
     notes.insert(notes.end(), m_lostTags.begin(), m_lostTags.end());
     if (m_input.video < 0)
@@ -161,8 +161,9 @@ std::vector<std::string> Muxer::GetNotes() const {
     auto const picture = static_cast<std::size_t>(m_input.video);
     if (m_tracks[picture].isRounded && KeepsTimes(*m_streams.context->oformat)) {
         AVRational const tick = m_streams.context->streams[m_streams.indexes[picture]]->time_base;
-        notes.push_back(fmt::format("The container {} counts in {}/{} s; picture times were rounded to that.",
-                                    m_streams.context->oformat->name, tick.num, tick.den));
+        notes.push_back(
+            fmt::format("Rounded the frame times to {1}/{2} s, the time base of the container {0}.",
+                        m_streams.context->oformat->name, tick.num, tick.den));
     }
     return notes;
 }

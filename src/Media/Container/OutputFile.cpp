@@ -127,8 +127,7 @@ void OutputFile::Publish() {
     if (error == 0)
         error = m_overwrite ? RenameOver(written, m_target) : RenameNew(written, m_target);
     if (error == EEXIST)
-        ThrowCannotWrite(m_path, "it has appeared in the meantime and may not be overwritten",
-                         AVERROR(error));
+        ThrowCannotWrite(m_path, "another program has created it in the meantime", AVERROR(error));
     if (error != 0)
         ThrowCannotWrite(m_path, GetSystemErrorText(error), AVERROR(error));
     m_temporary.Keep();

@@ -125,7 +125,7 @@ void TurnCoverIntoAttachment(AVStream& stream, AVPacket const& cover) {
     bool const isPng = parameters.codec_id == AV_CODEC_ID_PNG;
     auto const size = static_cast<std::size_t>(cover.size);
     auto* const data = static_cast<std::uint8_t*>(
-        CheckAllocated(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE), "a cover picture"));
+        CheckAllocated(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE), "a cover image"));
     std::copy(cover.data, cover.data + size, data);
     av_freep(&parameters.extradata);
     parameters.extradata = data;
@@ -249,7 +249,7 @@ bool MayBeTaken(AVStream const& stream, AVOutputFormat const& format) {
 
 std::string LeftOutText(AVStream const& stream, AVOutputFormat const& format) {
     char const* const kind = av_get_media_type_string(stream.codecpar->codec_type);
-    return fmt::format("Stream {} ({}, {}) was left out: the container {} cannot take it.", stream.index,
+    return fmt::format("Left out stream {} ({}, {}): the container {} cannot hold it.", stream.index,
                        kind != nullptr ? kind : "unknown", avcodec_get_name(stream.codecpar->codec_id),
                        format.name);
 }
@@ -296,8 +296,8 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
         }
     }
     if (error < 0)
-        Core::Throw<OutputException>(fmt::format("The container {} cannot take the {}: {}", format.name,
-                                                 input.video >= 0 ? "pictures" : "audio",
+        Core::Throw<OutputException>(fmt::format("The container {} cannot hold the {}: {}", format.name,
+                                                 input.video >= 0 ? "video" : "audio",
                                                  Proc::GetFFmpegErrorText(error)),
                                      Proc::TagFFmpegError(error));
     return selection;
@@ -316,11 +316,11 @@ std::vector<std::string> DescribeLostWords(AVFormatContext const& from, AVFormat
          }));
     AVDictionaryEntry const* const title = av_dict_get(from.metadata, "title", nullptr, 0);
     if (traits.losesTitle && title != nullptr)
-        notes.push_back(fmt::format("The title \"{}\" was left out: the container {} has no place for it.",
+        notes.push_back(fmt::format("Left out the title \"{}\": the container {} has no place for it.",
                                     title->value, format.name));
     if (!keepsChapters && from.nb_chapters > 0)
         notes.push_back(
-            fmt::format("The chapters were left out: the container {} has no place for them.", format.name));
+            fmt::format("Left out the chapters: the container {} has no place for them.", format.name));
     return notes;
 }
 

@@ -23,7 +23,7 @@ char const* GetKind(AVStream const& stream) noexcept {
     if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0)
         return nullptr;
     AVMediaType const type = stream.codecpar->codec_type;
-    return type == AVMEDIA_TYPE_VIDEO ? "pictures end" : type == AVMEDIA_TYPE_AUDIO ? "audio ends" : nullptr;
+    return type == AVMEDIA_TYPE_VIDEO ? "video ends" : type == AVMEDIA_TYPE_AUDIO ? "audio ends" : nullptr;
 }
 
 /// What may be missing of a length without a word: the priming and padding of codecs, or what is rounded.
@@ -71,7 +71,7 @@ std::vector<std::string> StatedEnds::Describe() const {
     std::vector<std::string> notes;
     auto const describe = [&](char const* kind, Stream const& stream, std::int64_t stated) {
         if (stated - stream.reached > GetTolerance(m_isExact, stated, stream.step))
-            notes.push_back(fmt::format("The input breaks off: its {} at {}, though it states {}.", kind,
+            notes.push_back(fmt::format("The input is truncated: its {} at {} instead of {}.", kind,
                                         SecondsText(stream.reached), SecondsText(stated)));
     };
     bool hasOwn = false;
@@ -84,7 +84,7 @@ std::vector<std::string> StatedEnds::Describe() const {
             describe(stream.kind, stream, stream.stated);
         }
         if (last.kind != nullptr && std::string_view(last.kind) != stream.kind)
-            last.kind = "pictures and audio end";
+            last.kind = "video and audio end";
         else
             last.kind = stream.kind;
         last.reached = std::max(last.reached, stream.reached);

@@ -78,7 +78,7 @@ TextTrack::TextTrack(AVStream const& source, AVOutputFormat const& format) : m_b
         auto const size = static_cast<std::size_t>(m_decoder->subtitle_header_size);
         // Text, which ends with a zero.
         m_encoder->subtitle_header =
-            static_cast<std::uint8_t*>(CheckAllocated(av_mallocz(size + 1), "the styles of subtitles"));
+            static_cast<std::uint8_t*>(CheckAllocated(av_mallocz(size + 1), "subtitle styles"));
         std::copy_n(m_decoder->subtitle_header, size, m_encoder->subtitle_header);
         m_encoder->subtitle_header_size = m_decoder->subtitle_header_size;
     }
@@ -136,14 +136,14 @@ bool TextTrack::Encode(AVSubtitle& text, AVPacket& packet) {
 }
 
 std::string TextTrack::Describe() const {
-    return fmt::format("Subtitles were converted from {} to {}.", avcodec_get_name(m_decoder->codec_id),
+    return fmt::format("Converted the subtitles from {} to {}.", avcodec_get_name(m_decoder->codec_id),
                        avcodec_get_name(m_encoder->codec_id));
 }
 
 std::vector<std::string> TextTrack::GetNotes() const {
     if (m_damaged == 0)
         return {};
-    return {CountText(m_damaged, "damaged subtitle") + " skipped."};
+    return {"Skipped " + CountText(m_damaged, "damaged subtitle") + '.'};
 }
 
 } // namespace Tarsel::Media

@@ -25,7 +25,7 @@ std::int64_t AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& s
     VideoSource source(options.input, stop.get_token());
     auto const chain = options.makeVideoEffects(source.GetInfo());
     if (chain == nullptr)
-        Core::Throw<OptionsException>("There is nothing to analyze the pictures with");
+        Core::Throw<OptionsException>("Give a chain to analyze the video with");
 
     ProgressMeter progress;
     progress.SetSpan(source.GetDemuxer().GetStart(), source.GetDemuxer().GetDuration());
@@ -67,7 +67,7 @@ std::int64_t Analyze(AnalyzeOptions const& options, std::stop_token stop) {
         return AnalyzeAll(options, own);
     } catch (Stopped const&) {
         Core::Throw<InterruptedException>(
-            fmt::format("{} was not looked at to its end: the run was stopped", Quote(options.input)));
+            fmt::format("Interrupted: {} was not analyzed to its end", Quote(options.input)));
     }
 }
 

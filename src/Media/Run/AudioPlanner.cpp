@@ -107,14 +107,13 @@ std::string AudioPlanner::DescribeCopyObstacle() const {
     if (!CanHoldAudio(m_checked.container, *m_source.codecpar))
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
     return m_checked.AsksAudioQuality() && !CodecLosesNothing(codec)
-               ? fmt::format("the quality \"{}\" is asked for", GetQualityName(m_checked.GetQuality()))
+               ? fmt::format("the quality \"{}\" was requested", GetQualityName(m_checked.GetQuality()))
                : std::string();
 }
 
 void AudioPlanner::NoteLossless(AVCodecID codec, StreamPlan& plan) const {
     if (m_checked.AsksAudioQuality() && CodecLosesNothing(codec))
-        plan.notes.push_back(fmt::format("The quality changes nothing: {} loses nothing of the audio.",
-                                         avcodec_get_name(codec)));
+        plan.notes.push_back(fmt::format("Ignored the quality: {} is lossless.", avcodec_get_name(codec)));
 }
 
 /// What nobody asked for: encoding at all, or another codec.
@@ -131,7 +130,7 @@ void AudioPlanner::NoteEncoding(AVCodecID codec, bool isWanted, std::string cons
     std::string const change =
         codec == before ? std::string()
                         : fmt::format(" from {} to {}", avcodec_get_name(before), avcodec_get_name(codec));
-    plan.notes.push_back(fmt::format("Audio was re-encoded{}: {}.", change, obstacle));
+    plan.notes.push_back(fmt::format("Re-encoded the audio{}: {}.", change, obstacle));
 }
 
 AudioEffects AudioPlanner::MakeEffects(Conf::SampleInfo const& format, std::string const& obstacle) const {
@@ -140,7 +139,7 @@ AudioEffects AudioPlanner::MakeEffects(Conf::SampleInfo const& format, std::stri
     AudioEffects effects = m_options.makeAudioEffects(DescribeAudio(m_source, m_number, format, obstacle));
     if (effects.chain != nullptr && !Conf::IsKnown(effects.output))
         Core::Throw<OptionsException>(
-            fmt::format("The chain for audio stream {} does not say what comes out of it", m_number));
+            fmt::format("The chain for audio stream {} does not state its output format", m_number));
     return effects;
 }
 

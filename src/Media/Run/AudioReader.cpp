@@ -26,8 +26,7 @@ namespace Tarsel::Media {
 namespace {
 
 [[noreturn]] void ThrowInterrupted(std::filesystem::path const& path) {
-    Core::Throw<InterruptedException>(
-        fmt::format("{} was not read to its end: the run was stopped", Quote(path)));
+    Core::Throw<InterruptedException>(fmt::format("Interrupted: {} was not read to its end", Quote(path)));
 }
 
 } // namespace

@@ -29,7 +29,7 @@ namespace {
 
 AudioRequest MakeRequest(AudioFileOptions const& options) {
     if (!Conf::IsKnown(options.format))
-        ThrowOptions("The format of the audio to write is not known");
+        ThrowOptions("Give the format of the audio to write");
     CheckOutputPath(options.output, options.inputs, options.overwrite);
     Container const container = ChooseContainer(options.output);
     int const depth = options.depth > 0 ? options.depth : GetDepth(options.format.format);

@@ -23,10 +23,10 @@ void CheckTime(CheckedOptions const& checked) {
         return;
     auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };
     if (!checked.container.isStill)
-        fail(fmt::format("A time ({} s) picks one picture, but {} is {}", *options.at, Quote(options.output),
-                         checked.container.isAudio ? "audio" : "a film"));
+        fail(fmt::format("Choose an image as the output, or leave out the time ({} s): {} is {}", *options.at,
+                         Quote(options.output), checked.container.isAudio ? "an audio file" : "a video"));
     if (!(*options.at >= 0 && *options.at < 1e9))
-        fail(fmt::format("{} s is no time in a film; legal: 0 to its end", *options.at));
+        fail(fmt::format("Give a time from 0 to the end of the video, not {} s", *options.at));
 }
 
 AVCodec const* PlanVideoEncoder(CheckedOptions const& checked) {
@@ -59,10 +59,10 @@ AVCodec const* PlanAudioEncoder(CheckedOptions const& checked) {
     AVCodec const* const usual =
         FindUsualAudioEncoder(checked.container, options.output, Conf::SampleFormats::S16, 16);
     if (usual == nullptr)
-        Core::Throw<OptionsException>(
-            fmt::format("Cannot write {}: {} holds no audio", Quote(options.output),
-                        checked.container.isStill ? std::string("a picture")
-                                                  : fmt::format("\"{}\"", checked.container.format->name)));
+        Core::Throw<OptionsException>(fmt::format(
+            "Cannot write {}: {} holds no audio", Quote(options.output),
+            checked.container.isStill ? std::string("an image")
+                                      : fmt::format("the container \"{}\"", checked.container.format->name)));
     CheckEncoderOptions(*usual, options.audioEncoderOptions, checked.GetQuality());
     return nullptr;
 }
@@ -115,7 +115,7 @@ CheckedOptions CheckOptions(RunOptions const& options) {
 }
 
 void ThrowHoldsNoVideo(CheckedOptions const& checked) {
-    Core::Throw<OptionsException>(fmt::format("Cannot write {}: \"{}\" holds no pictures",
+    Core::Throw<OptionsException>(fmt::format("Cannot write {}: the container \"{}\" holds no video",
                                               Quote(checked.options.output), checked.container.format->name));
 }
 

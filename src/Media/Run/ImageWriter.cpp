@@ -27,7 +27,7 @@ EncoderRequest MakeRequest(ImageFileOptions const& options) {
     Container const container = ChooseContainer(options.output);
     if (!container.isStill)
         Core::Throw<OptionsException>(fmt::format(
-            "Cannot write {}: its name is not that of a picture, as wave.png is", Quote(options.output)));
+            "Cannot write {}: choose the extension of an image, such as .png", Quote(options.output)));
     EncoderRequest request;
     request.encoder = &ChooseEncoder(container, options.output, {});
     request.container = container.format;

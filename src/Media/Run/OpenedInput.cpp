@@ -25,7 +25,7 @@ void CheckKinds(CheckedOptions const& checked, Demuxer const& demuxer) {
     Container const& container = checked.container;
     bool const hasAudio = demuxer.GetAudioIndex() >= 0;
     if (!demuxer.HasVideo() && (checked.NeedsVideo() || container.isStill))
-        fail("pictures");
+        fail("video");
     if (container.isAudio && demuxer.HasVideo() && !demuxer.IsCover() && checked.NeedsVideo())
         ThrowHoldsNoVideo(checked);
     if (!hasAudio && (checked.NeedsAudio() || (container.isAudio && !demuxer.IsCover())))
@@ -41,15 +41,15 @@ void SelectStill(CheckedOptions const& checked, VideoSource& source) {
     Demuxer const& input = source.GetDemuxer();
     if (input.IsStill()) {
         if (options.at)
-            fail(fmt::format("A time ({} s) picks a picture of a film, but {} has one picture only",
-                             *options.at, Quote(options.input)));
+            fail(fmt::format("Leave out the time ({} s): {} is an image", *options.at, Quote(options.input)));
         return;
     }
     if (options.at)
         source.SelectFrame(std::llround(*options.at * 1e6));
     else if (input.GetVideo().nb_frames != 1)
-        fail(fmt::format("{} is a film and {} one picture: a time in the film is needed",
-                         Quote(options.input), Quote(options.output)));
+        Core::Throw<OptionsException>(fmt::format("{} is an image: choose a frame of {} by its time",
+                                                  Quote(options.output), Quote(options.input)),
+                                      TagMissingOption("at SECONDS"));
 }
 
 } // namespace

@@ -106,8 +106,7 @@ void Planner::LeaveOutWhatFilesLack() {
     }
     if (!isAudioOfFilm)
         return;
-    NoteVideo(
-        fmt::format("The pictures were left out: {} is an audio file.", Quote(m_options.output.filename())));
+    NoteVideo(fmt::format("Left out the video: {} is an audio file.", Quote(m_options.output.filename())));
     m_streams.video = -1;
 }
 
@@ -128,10 +127,10 @@ std::string Planner::DescribeCopyObstacle() const {
                            avcodec_get_name(codec));
     if (m_input.video.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill &&
         !GetTraits(m_format).isMovFamily)
-        return fmt::format("{} cannot hold their orientation", Quote(m_options.output.filename()));
+        return fmt::format("{} cannot hold the orientation tag", Quote(m_options.output.filename()));
     bool const needsTimes = KeepsTimes(m_format) && m_streams.container != m_format.name && !input.IsStill();
     return needsTimes && m_input.source != nullptr && !m_input.source->HasPacketTimes()
-               ? "the input does not say when they are shown"
+               ? "the input states no frame times"
                : std::string();
 }
 
@@ -212,7 +211,7 @@ Planner::Chain Planner::MakeChain() {
     if (m_hasEffects)
         return chain;
     if (info.orientation != Conf::DisplayMatrix::s_default)
-        NoteVideo("The orientation tag was dropped, since the video was re-encoded.");
+        NoteVideo("Dropped the orientation tag: the video was re-encoded.");
     return std::make_unique<Host::VideoChain>(); // without steps: frames as they are
 }
 
@@ -223,7 +222,7 @@ void Planner::Encode(Chain chain) {
     WorkedFrame const* const first = m_run.video->Prime(*m_input.source, m_onWait);
     if (first == nullptr)
         Core::Throw<OutputException>("Cannot write " + Quote(m_options.output) +
-                                     ": no picture came out of the effects");
+                                     ": the effects returned no frames");
     bool const countsFrames = GetTraits(m_format).countsFrames && KeepsTimes(m_format);
     Ratio const frameRate = countsFrames ? m_input.GetDemuxer().GetFinestRate() : info.frameRate;
     OpenEncoder({m_encoder, m_options.videoEncoderOptions, ChooseQuality(), &m_format,
@@ -252,14 +251,14 @@ void Planner::OpenEncoder(EncoderRequest request, WorkedFrame const& first) {
         }
     }
     if (!refusal.empty())
-        NoteVideo(fmt::format("{}: {} served.", refusal, request.encoder->name));
+        NoteVideo(fmt::format("{}: used {} instead.", refusal, request.encoder->name));
 }
 
 /// What nobody asked for by name: encoding at all, another codec, and loss where there was none. And a
 /// quality that says nothing.
 void Planner::NoteEncoding(AVCodec const& encoder) {
     if (AsksQuality() && LosesNothing(encoder) && m_options.quality != Quality::Lossless)
-        NoteVideo(fmt::format("The quality changes nothing: {} loses nothing of the video.", encoder.name));
+        NoteVideo(fmt::format("Ignored the quality: {} is lossless.", encoder.name));
     Demuxer const& demuxer = m_input.GetDemuxer();
     AVCodecDescriptor const* const input = avcodec_descriptor_get(demuxer.GetVideo().codecpar->codec_id);
     // Who names the bare stream of one codec names the codec.
@@ -270,11 +269,11 @@ void Planner::NoteEncoding(AVCodec const& encoder) {
     bool const isOther = input->id != encoder.id && &encoder != m_usualEncoder;
     bool const loses =
         (input->props & AV_CODEC_PROP_LOSSY) == 0 && !LosesNothing(encoder) && !m_options.quality;
-    std::string note = "Video was re-encoded";
+    std::string note = "Re-encoded the video";
     if (isOther)
         note += fmt::format(" from {} to {}", input->name, avcodec_get_name(encoder.id));
     if (loses)
-        note += ", which loses a little";
+        note += ", which loses some quality";
     if (std::string const& obstacle = m_input.video.copyObstacle; !obstacle.empty() && !AsksQuality())
         note += ": " + obstacle;
     if (isOther || loses || !m_hasEffects)
@@ -290,7 +289,7 @@ void Planner::PlanText() {
         try {
             text = std::make_unique<TextTrack>(source, m_format);
         } catch (OutputException const& exception) { // the run is not about them
-            m_run.plan.streams[i].notes.push_back(fmt::format("{}; they were left out.", exception.what()));
+            m_run.plan.streams[i].notes.push_back(fmt::format("{}; left them out.", exception.what()));
             source.discard = AVDISCARD_ALL;
             continue;
         }

@@ -124,8 +124,8 @@ void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
     AddNotes(encoder.GetNotes());
     AddNotes(muxer.GetNotes());
     if (std::int64_t const moved = m_planned.video->GetMovedCount(); moved > 0)
-        AddNotes(
-            {CountText(moved, "picture time") + " not after the one before and moved by the least step."});
+        AddNotes({fmt::format("Moved {}, which did not increase, by the smallest step.",
+                              CountText(moved, "frame timestamp"))});
 }
 
 /// Three stages: read and decode, work, encode and write.
@@ -250,7 +250,7 @@ RunResult Run(RunOptions const& options, std::stop_token stop) {
         return Job(options, own).Run();
     } catch (Stopped const&) {
         Core::Throw<InterruptedException>(
-            fmt::format("{} was not finished: the run was stopped", Quote(options.output)));
+            fmt::format("Interrupted: {} was not written", Quote(options.output)));
     }
 }
 

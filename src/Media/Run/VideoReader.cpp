@@ -19,8 +19,7 @@ namespace {
 constexpr std::int64_t s_rounding = 1000;
 
 [[noreturn]] void ThrowInterrupted(std::filesystem::path const& path) {
-    Core::Throw<InterruptedException>(
-        fmt::format("{} was not read to its end: the run was stopped", Quote(path)));
+    Core::Throw<InterruptedException>(fmt::format("Interrupted: {} was not read to its end", Quote(path)));
 }
 
 } // namespace

@@ -65,10 +65,10 @@ VideoSource::VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop)
         Core::Throw<InputException>(fmt::format("{} has {}", Quote(m_path), reason));
     };
     if (!m_demuxer->HasVideo())
-        fail("no pictures");
+        fail("no video");
     AVCodecID const codec = m_demuxer->GetVideo().codecpar->codec_id;
     if (avcodec_find_decoder(codec) == nullptr)
-        fail(fmt::format("pictures in the codec {}, which cannot be decoded here", avcodec_get_name(codec)));
+        fail(fmt::format("video in the codec {}, which this FFmpeg cannot decode", avcodec_get_name(codec)));
 }
 
 void VideoSource::Restart() {
@@ -108,7 +108,7 @@ std::int64_t VideoSource::GetFirstDuration() const {
 
 void VideoSource::ThrowNoPicture(Core::Site const& site) const {
     std::string const reason = m_decoder != nullptr ? m_decoder->GetLastError() : std::string();
-    Core::Throw<InputException>(site, fmt::format("No picture of {} can be decoded{}{}", Quote(m_path),
+    Core::Throw<InputException>(site, fmt::format("No frame of {} can be decoded{}{}", Quote(m_path),
                                                   reason.empty() ? "" : ": ", reason));
 }
 
@@ -193,7 +193,7 @@ std::optional<SourceFrame> VideoSource::FindShownAt(std::int64_t microseconds, b
         shown = std::move(frame);
     }
     if (shown && microseconds > shown->data->GetTime() && microseconds >= m_end)
-        Core::Throw<OptionsException>(fmt::format("There is no picture at {}: {} ends at {}",
+        Core::Throw<OptionsException>(fmt::format("There is no frame at {}: {} ends at {}",
                                                   SecondsText(microseconds), Quote(m_path),
                                                   SecondsText(m_end)));
     return shown;
@@ -205,7 +205,7 @@ std::vector<std::string> VideoSource::GetNotes() const {
         notes = m_decoder->GetNotes();
     if (!m_damage.empty())
         notes.push_back(
-            fmt::format("The picture is damaged ({}); what could be read of it was taken.", m_damage));
+            fmt::format("The image is damaged ({}): used the part that could be read.", m_damage));
     return notes;
 }
 

@@ -35,7 +35,7 @@ std::string DescribeKept(Proc::EffectTraits const& traits, bool isPicture, Proc:
 std::vector<std::string> DescribeFacts(CatalogEntry const& entry) {
     std::vector<std::string> facts;
     if (entry.kind == Host::EffectKind::TwoInputVideo)
-        facts.emplace_back("takes its second frame from reference=FILE, a video or an image");
+        facts.emplace_back("takes its second frames from reference=FILE, a video or an image");
     if (!entry.traits)
         return facts;
     Proc::EffectTraits const& traits = *entry.traits;

@@ -1,5 +1,6 @@
 #include "Host/ErrorReport.h"
 #include "Host/FFmpegMessages.h"
+#include "Media/MediaExceptions.h"
 #include "Tools/Tarsel/ArgumentHints.h"
 #include "Tools/Tarsel/Console.h"
 #include "Tools/Tarsel/ExitCodes.h"
@@ -9,6 +10,7 @@
 #include "Tools/Tarsel/Version.h"
 
 #include <CLI/CLI.hpp>
+#include <boost/exception/get_error_info.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -23,6 +25,8 @@ namespace {
 ExitCode Report(Console& console, std::exception const& failure, bool verbose) {
     ExitCode const code = GetExitCode(failure);
     std::string text = code == ExitCode::Interrupted ? "tarsel: " : "tarsel: error: ";
+    if (std::string const* option = boost::get_error_info<Media::TagMissingOption>(failure))
+        text += fmt::format("Add --{}: ", *option);
     if (verbose)
         text += Host::DescribeErrorFully(failure);
     else if (code == ExitCode::Interrupted)

@@ -57,7 +57,7 @@ std::vector<double> ParseVolumes(MixArguments const& arguments) {
         return std::vector<double>(inputs, 1);
     if (arguments.volumes.size() != inputs)
         Core::Throw<UsageException>(
-            fmt::format("Give one --volume per INPUT, in the same order, or none: there are {} for {} inputs",
+            fmt::format("Give one --volume per INPUT, in the same order, or none: got {} for {} inputs",
                         arguments.volumes.size(), inputs));
     std::vector<double> volumes;
     for (std::string const& text : arguments.volumes)
