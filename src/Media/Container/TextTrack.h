@@ -31,7 +31,7 @@ public:
     /// or is damaged; the packet is empty then. OutputException, MemoryException.
     bool Convert(AVPacket& packet);
 
-    /// "Subtitles were converted from ass to mov_text."
+    /// "Converted the subtitles from ass to mov_text."
     std::string Describe() const;
     /// What came up, one sentence each.
     std::vector<std::string> GetNotes() const;
