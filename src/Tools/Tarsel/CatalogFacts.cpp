@@ -51,7 +51,8 @@ std::vector<std::string> DescribeFacts(CatalogEntry const& entry) {
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Sometimes, "may change"));
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Never, "does not keep"));
     add(!traits.frameIndependent, isPicture ? "depends on neighboring frames" : "depends on earlier audio");
-    add(traits.delayFrames > 0, fmt::format("delays output by up to {} frames", traits.delayFrames));
+    add(traits.delayFrames > 0, fmt::format("delays output by up to {} frame{}", traits.delayFrames,
+                                            traits.delayFrames == 1 ? "" : "s"));
     add(traits.delayTime > 0,
         fmt::format("delays output by up to {} ms", static_cast<double>(traits.delayTime) / 1000));
     add(traits.framesPerFrame != 1,
