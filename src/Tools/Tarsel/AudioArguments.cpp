@@ -7,7 +7,7 @@
 namespace Tarsel::Tools {
 
 void AudioArguments::AddOutputTo(CLI::App& command) {
-    command.add_option("OUTPUT", output, "Audio file to write; its extension sets the container")
+    command.add_option("OUTPUT", output, "Audio file; its extension sets the container")
         ->required()
         ->option_text(" ");
 }

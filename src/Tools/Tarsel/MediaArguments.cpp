@@ -38,7 +38,7 @@ void MediaArguments::AddTo(CLI::App& command) {
     command.add_option("--audio-option", audioOptions, "Option for that encoder, such as b=192k")
         ->option_text("KEY=VALUE")
         ->allow_extra_args(false);
-    command.add_option("--threads", threads, "Threads for all effects together, and for each codec")
+    command.add_option("--threads", threads, "Threads for all effects, and for each codec")
         ->option_text("N")
         ->check(CheckWholeNumber(1, 1024), "");
     command.add_flag("--quiet", quiet, "Print errors only");

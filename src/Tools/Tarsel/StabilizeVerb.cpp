@@ -85,7 +85,7 @@ Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common) {
     arguments->media.AddTo(*command);
     command
         ->add_option("SETTINGS", arguments->settings,
-                     "Settings of the stabilizer effect, such as smoothing=30")
+                     "Settings of its effect, such as smoothing=30")
         ->option_text("KEY=VALUE...");
     common.AddTo(*command);
     command->footer("Reads the video twice: first to detect the camera motion, then to remove it.\n"
