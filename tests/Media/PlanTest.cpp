@@ -218,14 +218,14 @@ flash.wav out.flv acodec=adpcm_swf
   pcm_s16le: encode adpcm_swf 11025 Hz s16 mono
 flash.wav out.opus a
   pcm_s16le: encode libopus 12000 Hz s16 mono
-  Audio was converted from 11025 Hz to 12000 Hz for the encoder libopus.
+  Converted the audio from 11025 Hz to 12000 Hz for the encoder libopus.
 wav16.wav out.flac v a optional
   pcm_s16le: encode flac 48000 Hz s16 mono
 h264.mp4 out.mp4 v a optional
   h264: encode libx264 yuv420p
 timecode.mov out.mkv
   h264: copy | none: drop
-  Stream 1 (data, none) was left out: the container matroska cannot take it.
+  Left out stream 1 (data, none): the container matroska cannot hold it.
 avs2.avi out.avi v a optional
   avs2: copy | pcm_s16le: encode pcm_s16le 48000 Hz s16 mono)";
 
@@ -235,7 +235,7 @@ constexpr char const* s_refusals = R"(junk.mp4 out.mp4 vcodec=libx246
 junk.mp4 out.mp4 vcodec=aac
   options: The encoder "aac" is not for video
 junk.mp4 out.png vcodec=mjpeg
-  options: The encoder "mjpeg" makes mjpeg, which "out.png" cannot hold
+  options: Choose another encoder: "mjpeg" produces mjpeg, which "out.png" cannot hold
 junk.mp4 out.mp4 voption=crf=high
   options: The encoder "libx264" cannot take crf=high: Invalid argument; legal: -1 or more
 junk.mp4 out.mp4 voption=nal-hrd=vbrr
@@ -245,19 +245,19 @@ junk.mp4 out.mp4 voption=qmin=99
 junk.mp4 out.mp4 voption=crf=20 voption=preset=fastt
   options: The encoder "libx264" cannot be opened with crf=20 preset=fastt: Invalid argument
 junk.mp4 out.mp4 vcodec=mpeg4 lossless
-  options: The encoder "mpeg4" has no quality "lossless"; legal: low, medium, high, visually-lossless
+  options: The encoder "mpeg4" has no quality "lossless"; choose low, medium, high, visually-lossless
 junk.mp4 out.mp4 acodec=libx264
   options: The encoder "libx264" is not for audio
 junk.mp4 out.mp4 aoption=bb=1
   options: The encoder "aac" has no option "bb"; did you mean ab, b, bf, bt?
 junk.mp4 out.ogg acodec=libopus aoption=frame_duration=7
-  options: The encoder "libopus" does not open with frame_duration=7: Invalid argument
+  options: The encoder "libopus" cannot be opened with frame_duration=7: Invalid argument
 junk.mp4 out.gif a
   options: Cannot write "@out.gif": the container "gif" holds no audio
 junk.mp4 out.png a
   options: Cannot write "@out.png": an image holds no audio
 junk.mp4 out.wav v
-  options: Cannot write "@out.wav": "wav" holds no pictures
+  options: Cannot write "@out.wav": the container "wav" holds no video
 junk.mp4 out.mka v
   options: Cannot write "@out.mka": the container "matroska" holds no video
 junk.mp4 out.xyz v

@@ -113,17 +113,16 @@ TEST_F(ExplainTool, TellsWhatIsWrong) {
         std::string option;
         std::string reason;
     } const formats[] = {
-        {"--frame \"1920x1080\"", "is not WIDTHxHEIGHT:FORMAT[:NUM/DEN], for example 1920x1080:yuv420p"},
-        {"--frame \"1920:yuv420p\"", "the size \"1920" + size},
-        {"--frame \"4x65536:yuv420p\"", "the size \"4x65536" + size},
-        {"--frame \"4x4:yuv\"", "\"yuv\" is no pixel format that FFmpeg knows"},
-        {"--frame \"4x4:vaapi\"",
-         "frames of the pixel format \"vaapi\" do not lie in memory as effects need them"},
-        {"--frame \"4x4:rgb24:1/0\"", "the pixel aspect \"1/0" + aspect},
-        {"--audio \"48000:fltp\"", "is not RATE:FORMAT:LAYOUT, for example 48000:fltp:stereo"},
-        {"--audio \"0:fltp:stereo\"", "the rate \"0" + rate},
-        {"--audio \"48000:float:stereo\"", "\"float\" is no sample format that effects take"},
-        {"--audio \"48000:fltp:surround\"", "\"surround\" is no channel layout that FFmpeg knows"},
+        {"--frame \"1920x1080\"", "give WIDTHxHEIGHT:FORMAT[:NUM/DEN], such as 1920x1080:yuv420p"},
+        {"--frame \"1920:yuv420p\"", size + "\"1920\""},
+        {"--frame \"4x65536:yuv420p\"", size + "\"4x65536\""},
+        {"--frame \"4x4:yuv\"", "\"yuv\" is not a pixel format that FFmpeg knows"},
+        {"--frame \"4x4:vaapi\"", "choose another pixel format: effects cannot access \"vaapi\" in memory"},
+        {"--frame \"4x4:rgb24:1/0\"", aspect + "\"1/0\""},
+        {"--audio \"48000:fltp\"", "give RATE:FORMAT:LAYOUT, such as 48000:fltp:stereo"},
+        {"--audio \"0:fltp:stereo\"", "give a sample rate from 1 to 2147483647, not \"0\""},
+        {"--audio \"48000:float:stereo\"", "\"float\" is not a sample format that effects support"},
+        {"--audio \"48000:fltp:surround\"", "\"surround\" is not a channel layout that FFmpeg knows"},
     };
     for (auto const& [option, reason] : formats)
         refusals.push_back({"explain -e flip " + option, 1, option + ": " + reason});

@@ -97,8 +97,9 @@ TEST_F(MeterTool, RefusesWhatCannotBe) {
     WriteFile("old.png", "precious");
     ExpectRefusals({
         {"meter no.wav", 2, "Cannot open \"no.wav\": No such file or directory"},
-        {"meter wave.wav --interval nan", 1, "--interval: \"nan\" is no time in seconds, 0.001 to 86400\n*"},
-        {"meter wave.wav --size 20x20", 1, "--size requires --png\n*"},
+        {"meter wave.wav --interval nan", 1,
+         "--interval: give a time in seconds from 0.001 to 86400, not \"nan\"\n*"},
+        {"meter wave.wav --size 20x20", 1, "Add --png FILE: --size needs it\n*"},
         {"meter wave.wav --png w.png --size 20", 1,
          "--size: give WxH, such as 1280x320, each from 16 to 8192, not \"20\""},
         {"meter wave.wav --png old.png", 1, "Add --overwrite: \"old.png\" exists already"},

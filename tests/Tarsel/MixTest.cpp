@@ -91,19 +91,18 @@ TEST_F(MixTool, RefusesWhatCannotBe) {
     MakeWave("a.wav", "0.1", 80);
     MakeWave("b.wav", "0.1", 80);
     WriteFile("old.wav", "precious");
-    std::string const legal = " is no volume: a factor, -1000 to 1000, or decibels, up to 60dB";
+    std::string const legal = "--volume: give a factor from -1000 to 1000, or decibels up to 60dB, not ";
     std::string const mix = "mix out.wav a.wav b.wav ";
     ExpectRefusals({
         {"mix out.wav a.wav", 1, "Name at least two INPUTs"},
         {mix + "--volume 1", 1,
-         "Inputs: 2, volumes: 1; there is one --volume for each input, in their order, or none"},
-        {mix + "--volume 1 --volume loud", 1, "--volume \"loud\"" + legal},
-        {mix + "--volume 1 --volume 1001", 1, "--volume \"1001\"" + legal},
-        {mix + "--volume nandB --volume 1", 1, "--volume \"nandB\"" + legal},
+         "Give one --volume per INPUT, in the same order, or none: got 1 for 2 inputs"},
+        {mix + "--volume 1 --volume loud", 1, legal + "\"loud\""},
+        {mix + "--volume 1 --volume 1001", 1, legal + "\"1001\""},
+        {mix + "--volume nandB --volume 1", 1, legal + "\"nandB\""},
         {"mix out.wav a.wav no.wav", 2, "Cannot open \"no.wav\": No such file or directory"},
         {"mix b.wav a.wav b.wav --overwrite", 1, "Cannot write \"b.wav\": it is the input"},
-        {"mix old.wav a.wav b.wav", 1,
-         "Cannot write \"old.wav\": it exists already and may not be overwritten"},
+        {"mix old.wav a.wav b.wav", 1, "Add --overwrite: \"old.wav\" exists already"},
     });
 }
 

@@ -139,17 +139,16 @@ TEST_F(ReferenceTool, BadOnesAreToldAndNothingIsLeft) {
         {"run first.mkv other.mkv --overwrite -e 'midequalizer reference=other.mkv'", 1,
          "Choose another output: \"other.mkv\" is the reference of a step"},
         {run("midequalizer"), 1,
-         "-e \"midequalizer\": midequalizer works on two inputs: give it reference=FILE, a video or an "
-         "image, for the second*"},
+         "-e \"midequalizer\": Add reference=FILE, a video or an image: midequalizer works on two inputs*"},
         {run("midequalizer planes=3 reference="), 1,
-         "-e \"midequalizer planes=3 reference=\": midequalizer works on *"},
+         "-e \"midequalizer planes=3 reference=\": Add reference=FILE*"},
         {run("midequalizer reference=a reference=b"), 1,
          "-e \"midequalizer reference=a reference=b\": midequalizer: \"reference\" is given twice"},
         {run("flip reference=first.mkv"), 1,
          "-e \"flip reference=first.mkv\": flip: unknown key \"reference\"; the keys are *"},
         {run("midequalizer reference=missing.mp4"), 2, cannot + "\"missing.mp4\": No such file or directory"},
-        {run("midequalizer reference=text.mp4"), 2, cannot + "\"text.mp4\"*"},
-        {run("midequalizer reference=audio.m4a"), 2, "reference: \"audio.m4a\" has no pictures"},
+        {run("midequalizer reference=text.mp4"), 2, "reference: \"text.mp4\" is not a media file*"},
+        {run("midequalizer reference=audio.m4a"), 2, "reference: \"audio.m4a\" has no video"},
     });
 }
 

@@ -181,7 +181,7 @@ TEST_F(RunTool, WhatFailsIsToldAndLeavesNothing) {
          "  log: [mov,mp4,m4a,3gp,3g2,mj2] moov atom not found*"},
         {"run film.mp4 none/out.mp4" + flip, 4,
          "Cannot write \"none/out.mp4\": there is no folder \"none\"*"},
-        {"run film.mp4 there.mp4" + flip, 1, "Cannot write \"there.mp4\": it exists already*"},
+        {"run film.mp4 there.mp4" + flip, 1, "Add --overwrite: \"there.mp4\" exists already*"},
         {"run film.mp4 out.mp4 -e 'display-matrix matrix=60000/30000/0/-30000/60000/0/0/0/1073741824'" + flip,
          3, "step 1 (display-matrix): Unsupported image rotation"},
     });
