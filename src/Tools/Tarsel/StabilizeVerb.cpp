@@ -83,9 +83,7 @@ Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common) {
         app.add_subcommand("stabilize", "Remove camera shake from a video")->group("Verbs");
     auto const arguments = std::make_shared<StabilizeArguments>();
     arguments->media.AddTo(*command);
-    command
-        ->add_option("SETTINGS", arguments->settings,
-                     "Settings of its effect, such as smoothing=30")
+    command->add_option("SETTINGS", arguments->settings, "Settings of its effect, such as smoothing=30")
         ->option_text("KEY=VALUE...");
     common.AddTo(*command);
     command->footer("Reads the video twice: first to detect the camera motion, then to remove it.\n"
