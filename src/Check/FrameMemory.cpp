@@ -17,7 +17,6 @@ namespace Tarsel::Check {
 namespace {
 
 constexpr std::uint8_t s_pattern = 0xA5;
-constexpr std::size_t s_paletteBytes = 1024;
 
 } // namespace
 

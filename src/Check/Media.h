@@ -7,6 +7,7 @@
 #include "Proc/Interfaces/IOneInputEffectAudio.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -52,6 +53,9 @@ struct Audio {
 /// "yuv420p 64x48"; "fltp, 48000 Hz, stereo, 1920 samples".
 std::string GetText(Video::Form const& form);
 std::string GetText(Audio::Form const& form);
+
+/// Bytes of a palette.
+constexpr std::size_t s_paletteBytes = 1024;
 
 /// Forms to try first: the ones that most effects take.
 std::vector<Video::Form> GetUsualForms(Video);

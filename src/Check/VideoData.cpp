@@ -22,8 +22,6 @@ namespace {
 
 using Conf::PixFmt;
 
-constexpr std::size_t s_paletteBytes = 1024;
-
 /// A number that looks random for each place, and is the same for the same one.
 constexpr std::uint32_t Scatter(std::uint32_t x, std::uint32_t y, std::uint32_t c, std::uint32_t t) noexcept {
     std::uint32_t hash = x * 0x9E3779B1U ^ y * 0x85EBCA77U ^ c * 0xC2B2AE3DU ^ t * 0x27D4EB2FU;

@@ -10,13 +10,12 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace Tarsel::Host {
 namespace {
 
-constexpr bool IsBlank(char c) noexcept {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
+constexpr std::string_view s_blanks = " \t\r\n";
 
 /// Texts go into the filter's text as they stand: one with a character that FFmpeg's graph parser gives a
 /// meaning to would be read as something else.
@@ -26,7 +25,8 @@ void CheckFilterTexts(Proc::Settings const& settings) {
             continue;
         std::string const value = Proc::ReadFieldText(settings, field);
         std::size_t const special = value.find_first_of("\\':,;[]");
-        bool const trimmed = !value.empty() && (IsBlank(value.front()) || IsBlank(value.back()));
+        bool const trimmed = !value.empty() && (s_blanks.find(value.front()) != s_blanks.npos ||
+                                                s_blanks.find(value.back()) != s_blanks.npos);
         if (special != std::string::npos || trimmed)
             Core::Throw<Proc::SettingsException>(
                 fmt::format("{}: \"{}\" cannot be \"{}\": {} would change FFmpeg's filter text",

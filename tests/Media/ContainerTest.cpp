@@ -180,8 +180,7 @@ TEST_F(Containers, FilmsGetThere) {
             EXPECT_NE((stream.disposition & AV_DISPOSITION_COMMENT) != 0, isTold("that it is comment"));
         }
         if (traits.name != "ogg" && traits.name != "oga") { // one place for this title and the stream's
-            EXPECT_NE(has("The Film"),
-                      notes.find("Left out the title \"The Film\"") != std::string::npos);
+            EXPECT_NE(has("The Film"), notes.find("Left out the title \"The Film\"") != std::string::npos);
         }
         EXPECT_NE(has("Three"), notes.find("Left out the chapters") != std::string::npos);
     }

@@ -101,8 +101,7 @@ TEST_F(Input, ThatBreaksOffIsTold) {
             options.mayLackVideo = true;
             auto const notes = Media::Run(options).notes;
             if (length == whole.size()) {
-                EXPECT_THAT(notes,
-                            testing::Each(testing::Not(testing::ContainsRegex("truncated|damaged"))));
+                EXPECT_THAT(notes, testing::Each(testing::Not(testing::ContainsRegex("truncated|damaged"))));
             } else if (!note.empty()) {
                 EXPECT_THAT(notes, Contains(MatchesRegex(note)));
             }

@@ -44,7 +44,7 @@ bool Agrees(Subject& subject, Form const& form) {
     return true;
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_formatsChecks{
     ForEffects("format-agrees", Group::Formats,
                "The format and size said before the first datum are those of what comes out.",
                "Encoders and windows are opened for the wrong size.", 1,
@@ -142,7 +142,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetFormatChecks() {
-    return s_checks;
+    return s_formatsChecks;
 }
 
 } // namespace Tarsel::Check

@@ -29,7 +29,7 @@ bool Throws(Call const& call) {
     return false;
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_framesChecks{
     ForEffects("null-stays-null", Group::Frames, "Process leaves a null a null.",
                "Hosts ask for what is held back with a null, and crash on what comes.", 1,
                [](auto& subject) {
@@ -160,7 +160,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetFrameChecks() {
-    return s_checks;
+    return s_framesChecks;
 }
 
 } // namespace Tarsel::Check

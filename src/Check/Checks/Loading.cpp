@@ -86,7 +86,7 @@ void CheckExports(PluginSubject const& subject) {
     }
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_loadingChecks{
     CheckInfo{"loads", Group::Loading, "The library loads with all its symbols resolved at once.",
               "A host that loads it finds out in the middle of a film that a function is missing.", 1,
               [](PluginSubject const& subject) { (void)Open(subject.library); }},
@@ -181,7 +181,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetLoadingChecks() {
-    return s_checks;
+    return s_loadingChecks;
 }
 
 } // namespace Tarsel::Check

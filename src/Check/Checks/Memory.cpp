@@ -51,7 +51,7 @@ void CheckAllForms(Subject<Video>& subject) {
 
 constexpr std::string_view s_crash = "A frame from a camera, a window or shared memory ends the host.";
 
-constexpr std::array s_checks{
+constexpr std::array s_memoryChecks{
     CheckInfo{"dense-rows", Group::Memory, "Frames without padding give the results of others.", s_crash, 1,
               nullptr, CheckFewForms<Layout::Dense>},
     CheckInfo{"rows-bottom-up", Group::Memory, "Frames stored bottom up give the results of others.", s_crash,
@@ -150,7 +150,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetMemoryChecks() {
-    return s_checks;
+    return s_memoryChecks;
 }
 
 } // namespace Tarsel::Check

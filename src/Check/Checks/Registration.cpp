@@ -14,7 +14,7 @@ bool IsKey(std::string_view text) {
     });
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_registrationChecks{
     ForEffects("makes-effects", Group::Registration,
                "The creator makes an effect without factories, and its one reference is the caller's.",
                "A host without a factory of its own crashes, or every effect it makes is lost memory.", 1,
@@ -89,7 +89,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetRegistrationChecks() {
-    return s_checks;
+    return s_registrationChecks;
 }
 
 } // namespace Tarsel::Check

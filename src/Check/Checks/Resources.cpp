@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t s_mebibyte = 1 << 20;
 
-constexpr std::array s_checks{
+constexpr std::array s_resourcesChecks{
     ForEffects("memory-flat", Group::Resources, "A long stream takes no more memory than a short one.",
                "A long film fills the memory.", 2,
                [](auto& subject) {
@@ -96,7 +96,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetResourceChecks() {
-    return s_checks;
+    return s_resourcesChecks;
 }
 
 } // namespace Tarsel::Check

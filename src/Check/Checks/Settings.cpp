@@ -44,7 +44,7 @@ std::string GetBeyond(Proc::Field const& field, bool isAbove) {
     return fmt::format("{:.17g}", bound + (isAbove ? 1 : -1) * std::max(1.0, std::abs(bound) / 2));
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_settingsChecks{
     ForEffects(
         "settings-copies", Group::Settings, "A copy equals its original and goes its own way.",
         "A host that keeps settings for undo changes the running effect, or never finds its own again.", 1,
@@ -218,7 +218,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetSettingsChecks() {
-    return s_checks;
+    return s_settingsChecks;
 }
 
 } // namespace Tarsel::Check

@@ -20,7 +20,7 @@ auto MakeBroken(Subject const& subject) {
     return datum;
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_stateChecks{
     ForEffects("reset", Group::State, "After Reset a stream begins afresh with the same settings.",
                "A jump in the timeline shows what was before it.", 1,
                [](auto& subject) {
@@ -179,7 +179,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetStateChecks() {
-    return s_checks;
+    return s_stateChecks;
 }
 
 } // namespace Tarsel::Check

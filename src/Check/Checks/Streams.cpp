@@ -47,7 +47,7 @@ void CheckNoSampleLost(Subject<Audio>& subject) {
            "{:.6f} s come of {:.6f}, though the traits tell of no tail", seconds(results), seconds(data));
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_streamsChecks{
     CheckInfo{"nothing-lost", Group::Streams,
               "What is fed comes out, the last of it after the end: as many frames, as much audio.",
               "The end of every film is missing.", 1, nullptr, CheckNothingLost, CheckNoSampleLost},
@@ -173,7 +173,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetStreamChecks() {
-    return s_checks;
+    return s_streamsChecks;
 }
 
 } // namespace Tarsel::Check

@@ -32,7 +32,7 @@ void InThreads(int count, Work const& work) {
         std::rethrow_exception(failure);
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_threadsChecks{
     ForEffects("eight-threads", Group::Threads, "Eight effects in eight threads give what one gives alone.",
                "A batch on a server mixes up its users' films.", 1,
                [](auto& subject) {
@@ -132,7 +132,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetThreadChecks() {
-    return s_checks;
+    return s_threadsChecks;
 }
 
 } // namespace Tarsel::Check

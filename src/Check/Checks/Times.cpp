@@ -13,7 +13,7 @@ bool IsOneForOne(Proc::EffectTraits const& traits) {
     return traits.framesPerFrame == 1 && traits.delayFrames == 0;
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_timesChecks{
     CheckInfo{"times-kept", Group::Times, "A frame keeps its time and its duration, however they are spaced.",
               "Picture and sound drift apart, and variable frame rates become constant ones.", 1, nullptr,
               [](Subject<Video>& subject) {
@@ -116,7 +116,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetTimeChecks() {
-    return s_checks;
+    return s_timesChecks;
 }
 
 } // namespace Tarsel::Check

@@ -54,7 +54,7 @@ std::string GetAlpha(Proc::IDataVideo const& frame) {
     return bytes;
 }
 
-constexpr std::array s_checks{
+constexpr std::array s_traitsChecks{
     CheckInfo{
         "trait-alpha", Group::Traits,
         "Traits that say \"always\" of alpha are true: transparency comes out, plane for plane.",
@@ -183,7 +183,7 @@ constexpr std::array s_checks{
 } // namespace
 
 std::span<CheckInfo const> GetTraitChecks() {
-    return s_checks;
+    return s_traitsChecks;
 }
 
 } // namespace Tarsel::Check

@@ -273,8 +273,8 @@ std::vector<std::string> Demuxer::GetNotes() const {
         notes.emplace_back("The input is truncated: its end is unreadable.");
     auto ends = m_isWhole ? m_ends.Describe() : std::vector<std::string>();
     if (ends.empty() && m_fileEnd.missing > 0)
-        ends.push_back(fmt::format("The input is truncated: {} of its {} bytes are missing.", m_fileEnd.missing,
-                                   m_fileEnd.stated));
+        ends.push_back(fmt::format("The input is truncated: {} of its {} bytes are missing.",
+                                   m_fileEnd.missing, m_fileEnd.stated));
     else if (ends.empty() && m_endsDamaged)
         ends.emplace_back("The input is truncated: its last packet is incomplete.");
     else if (ends.empty() && m_fileEnd.lacksMark)

@@ -225,10 +225,11 @@ void Planner::Encode(Chain chain) {
                                      ": the effects returned no frames");
     bool const countsFrames = GetTraits(m_format).countsFrames && KeepsTimes(m_format);
     Ratio const frameRate = countsFrames ? m_input.GetDemuxer().GetFinestRate() : info.frameRate;
-    OpenEncoder({m_encoder, m_options.videoEncoderOptions, ChooseQuality(), &m_format,
-                 m_run.video->GetTimeBase(), frameRate, firstDuration, m_container.isStill,
-                 m_options.keepsEffectFormat ? Conf::Color::Form() : Conf::Color::Form{info.format, info.space}},
-                *first);
+    OpenEncoder(
+        {m_encoder, m_options.videoEncoderOptions, ChooseQuality(), &m_format, m_run.video->GetTimeBase(),
+         frameRate, firstDuration, m_container.isStill,
+         m_options.keepsEffectFormat ? Conf::Color::Form() : Conf::Color::Form{info.format, info.space}},
+        *first);
     AVCodecContext const& context = m_run.videoEncoder->GetContext();
     GetVideoPlan().encoder = context.codec->name;
     GetVideoPlan().format = Proc::PixelFormatText(context.pix_fmt);
