@@ -47,7 +47,7 @@ TEST_F(Input, DamagedInTheMiddleIsReadOn) {
 // stated.
 TEST_F(Input, ThatBreaksOffIsTold) {
     std::string const early = "The input is truncated: its (video ends|audio ends|video and audio end) at "
-                              "[0-9.]+ s, though it states [0-9.]+ s.";
+                              "[0-9.]+ s instead of [0-9.]+ s.";
     std::string const size = "The input is truncated: [0-9]+ of its [0-9]+ bytes are missing.";
     std::string const packet = "The input is truncated: its last packet is incomplete.";
     std::string const mark = "The input may be truncated: it lacks the mark that such files end with.";

@@ -25,7 +25,7 @@ TEST_F(MeterTool, ShowsPeakAndRmsOfEachChannel) {
     auto const result = Run("meter wave.wav --interval 0.5");
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.out, "wave.wav: 8000 Hz flt 2.1, levels in dB of full scale\n\n"
+    EXPECT_EQ(result.out, "wave.wav: 8000 Hz flt 2.1, levels in dBFS\n\n"
                           "                         FL              FR             LFE\n"
                           "       from    peak     rms    peak     rms    peak     rms\n"
                           "     0:00.0   -18.1   -21.1    -6.0    -6.0    -inf    -inf\n"
