@@ -104,8 +104,8 @@ constexpr std::array s_formatsChecks{
                        auto const changed = subject.Make();
                        (void)Refuses([&] { Ask(*changed, subject.GetForm()); });
                        auto const made = subject.MakePlain();
-                       if (Refuses([&] { changed->SetSettings(*settings); }) |
-                           Refuses([&] { made->SetSettings(*settings); }))
+                       bool const isRefusedLater = Refuses([&] { changed->SetSettings(*settings); });
+                       if (Refuses([&] { made->SetSettings(*settings); }) || isRefusedLater)
                            continue;
                        auto due = subject.GetForm();
                        auto got = due;

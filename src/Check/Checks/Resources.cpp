@@ -81,7 +81,7 @@ constexpr std::array s_resourcesChecks{
                    auto const datum = MakeDatum(large, 0);
                    rlimit before{};
                    (void)getrlimit(RLIMIT_AS, &before);
-                   for (rlim_t const spare : {0, 1, 8, 64}) {
+                   for (rlim_t const spare : {0U, 1U, 8U, 64U}) {
                        rlimit limit = before;
                        limit.rlim_cur = MeasureAddresses() + spare * s_mebibyte;
                        (void)setrlimit(RLIMIT_AS, &limit);

@@ -149,7 +149,7 @@ constexpr std::array s_settingsChecks{
             std::vector<std::string> texts{"no-such-key=1", "=", "=1", ":", "no-such-key", "\\"};
             for (int i = 0; i < GetDraws(subject.GetLevel()); ++i) {
                 std::string& text = texts.emplace_back();
-                for (std::uint32_t k = 0; k < 1 + i % 40U; ++k)
+                for (int k = 0; k <= i % 40; ++k)
                     text += static_cast<char>(1 + subject.GetRandom()() % 255);
             }
             for (std::string const& text : texts) {

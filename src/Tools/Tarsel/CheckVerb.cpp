@@ -66,9 +66,9 @@ std::string Summarize(CheckReport const& report, Check::CheckOptions const& opti
                                    report.effects.size(), options.level, options.seed);
     text += fmt::format("{:14}{:>8}{:>9}{:>8}{:>9}{:>6}\n", "group", "passed", "skipped", "failed", "crashed",
                         "hung");
-    for (auto const& [group, counts] : groups)
-        text += line(Check::GetName(group),
-                     [&](Outcome outcome) { return counts[static_cast<std::size_t>(outcome)]; });
+    for (auto const& group : groups)
+        text += line(Check::GetName(group.first),
+                     [&](Outcome outcome) { return group.second[static_cast<std::size_t>(outcome)]; });
     return text + line("all", [&](Outcome outcome) { return report.Count(outcome); });
 }
 
