@@ -22,14 +22,14 @@ using Conf::SampleFormats;
 std::string FindFault(Proc::IDataAudio const& block) {
     AVFrame const* const frame = block.GetAVFrame();
     if (frame == nullptr)
-        return "it gave a block without AVFrame";
+        return "it returned a block without an AVFrame";
     Conf::SampleInfo const said = block.GetSampleInfo();
     std::int64_t const count = block.GetSampleCount();
     if (Conf::IsKnown(said) && said == Proc::GetFrameSampleInfo(*frame) && count == frame->nb_samples &&
         Proc::HasSamples(*frame))
         return {};
-    return fmt::format("it gave a block said to be of {} samples of {}, whose AVFrame has {} of {}", count,
-                       Proc::AudioText(said), Proc::HasSamples(*frame) ? frame->nb_samples : 0,
+    return fmt::format("it returned a block said to be of {} samples of {}, whose AVFrame has {} of {}",
+                       count, Proc::AudioText(said), Proc::HasSamples(*frame) ? frame->nb_samples : 0,
                        Proc::AudioText(Proc::GetFrameSampleInfo(*frame)));
 }
 
@@ -75,7 +75,7 @@ void AudioStep::NoteLosses(SampleFormats output) {
     int const before = GetDepth(m_input);
     int const after = GetDepth(output);
     if (before > after)
-        Note(fmt::format("{} drops depth, {} bits to {}: {} becomes {}", GetLabel(), before, after,
+        Note(fmt::format("{} reduces the bit depth from {} to {}: {} becomes {}", GetLabel(), before, after,
                          Conf::SampleFmtRecord::Find(m_input).name,
                          Conf::SampleFmtRecord::Find(output).name));
 }

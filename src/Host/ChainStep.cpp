@@ -71,9 +71,9 @@ auto ChainStep<Medium>::TakeFromEffect() -> SP<Data> {
     m_isEnding = false; // also after a failure
     m_effect->Process(result);
     if (result && ++m_takenAtEnd > s_mostHeldBack * m_fed)
-        ThrowMisbehavior(fmt::format("it was fed {} {}s, and after them asked {} times for what it still "
-                                     "holds, and gave a {} each time",
-                                     m_fed, Medium::s_datum, m_takenAtEnd, Medium::s_datum));
+        ThrowMisbehavior(fmt::format(
+            "after {} {}s it was asked {} times for what it still holds, and returned a {} each time", m_fed,
+            Medium::s_datum, m_takenAtEnd, Medium::s_datum));
     m_isEnding = result != nullptr;
     if (!result) {
         m_effect->Reset();

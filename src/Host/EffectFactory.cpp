@@ -37,7 +37,7 @@ auto CreateOfKind(EffectFactory const& factory, std::string const& classId, std:
     if (!effect)
         Core::Throw<Proc::EffectException>(
             {"Host/EffectFactory", signature},
-            fmt::format("The creator of the {} effect \"{}\" of implementation \"{}\" returned none",
+            fmt::format("The creator of the {} effect \"{}\" of implementation \"{}\" returned no effect",
                         GetName(kind), classId, implName));
     return effect;
 }

@@ -32,7 +32,7 @@ void CheckFilterTexts(Proc::Settings const& settings) {
                 fmt::format("{}: \"{}\" cannot be \"{}\": {} would change FFmpeg's filter text",
                             settings.GetClassId(), field.key, value,
                             special != std::string::npos ? fmt::format("'{}'", value[special])
-                                                         : "a blank at either end"));
+                                                         : "a space at either end"));
     }
 }
 

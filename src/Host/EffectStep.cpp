@@ -66,7 +66,7 @@ std::vector<std::string> SplitWords(std::string_view text) {
             append(text.substr(i, 1));
     }
     if (quote != '\0')
-        ThrowUnreadable(fmt::format("A quote ({}) is opened and not closed: {}", quote, text));
+        ThrowUnreadable(fmt::format("Close the quote ({}): {}", quote, text));
     return words;
 }
 
@@ -140,15 +140,14 @@ void CheckIsThere(EffectFactory const& factory, std::string const& classId, Effe
                                   GetName(kind)));
     auto const& entries = registry.GetEntries();
     if (entries.empty())
-        ThrowUnusable(fmt::format("There is no effect \"{}\", nor any other", classId));
+        ThrowUnusable(fmt::format("There is no effect \"{}\": no effects are registered", classId));
     if (std::string const meant = SeparateSettings(registry, classId); !meant.empty())
-        ThrowUnusable(fmt::format("Write \"{}\": blanks separate an effect and its settings", meant));
+        ThrowUnusable(fmt::format("Write \"{}\": spaces separate an effect and its settings", meant));
     if (auto const found = FindByKeyword(factory, classId, kind); !found.empty())
-        ThrowUnusable(
-            fmt::format("There is no effect \"{}\"; for that there is {}", classId, fmt::join(found, ", ")));
+        ThrowUnusable(fmt::format("There is no effect \"{}\"; use {}", classId, fmt::join(found, ", ")));
     std::vector<std::string> names;
     std::ranges::transform(entries, std::back_inserter(names), &EffectEntry::classId);
-    ThrowUnusable(fmt::format("There is no effect \"{}\"; the nearest name is \"{}\"", classId,
+    ThrowUnusable(fmt::format("There is no effect \"{}\"; did you mean \"{}\"?", classId,
                               Core::FindNearestName(classId, names)));
 }
 
@@ -179,13 +178,13 @@ SP<Effect> MakeEffect(EffectFactory const& factory, EffectStep const& step, Effe
 EffectStep ParseEffectStep(std::string const& text) {
     std::vector<std::string> const words = SplitWords(text);
     if (words.empty())
-        ThrowUnreadable("An effect is missing: the text is empty");
+        ThrowUnreadable("Name an effect: the text is empty");
     EffectStep step{words.front(), {}};
     std::set<std::string_view> keys;
     for (std::string_view word : std::span(words).subspan(1)) {
         std::size_t const sign = word.find('=');
         if (sign == 0)
-            ThrowUnreadable(fmt::format("{}: \"{}\" is no key=value", step.classId, word));
+            ThrowUnreadable(fmt::format("{}: \"{}\" is not key=value", step.classId, word));
         if (!keys.insert(word.substr(0, sign)).second)
             ThrowUnreadable(fmt::format("{}: \"{}\" is given twice", step.classId, word.substr(0, sign)));
         if (!step.settings.empty())

@@ -156,9 +156,10 @@ void FrameAdapter::Restore(Conf::IFormatCodecVideo& format) const {
 SP<Proc::IDataVideo> FrameAdapter::RestoreSize(SP<Proc::IDataVideo> const& result) const {
     PictureForm const form = GetForm(*result);
     if (form.width != m_inner.width || form.height != m_inner.height)
-        Core::Throw<Proc::EffectException>(fmt::format(
-            "The effect breaks its contract: it keeps the size, as it says, but made {}x{} of {}x{}",
-            form.width, form.height, m_inner.width, m_inner.height));
+        Core::Throw<Proc::EffectException>(fmt::format("The effect breaks its contract: it states that it "
+                                                       "keeps the size, but turned {2}x{3} into {0}x{1}",
+                                                       form.width, form.height, m_inner.width,
+                                                       m_inner.height));
     // Cutting off at the right and below is a matter of the size alone.
     Proc::SafeFrame frame = Proc::SafeFrame::Reference(*result->GetAVFrame());
     frame->width = static_cast<int>(m_outer.width);

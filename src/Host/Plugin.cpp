@@ -64,7 +64,7 @@ Plugin::Plugin(std::filesystem::path const& library) : m_library(library) {
     m_registrator = reinterpret_cast<RegistratorFunction>(dlsym(handle, s_entryPoint));
     if (m_registrator == nullptr)
         Core::Throw<PluginException>(
-            site, fmt::format("\"{}\" is no plug-in: {}", library.string(), TakeLoaderError()));
+            site, fmt::format("\"{}\" is not a plug-in: {}", library.string(), TakeLoaderError()));
     m_createAudioGenerator =
         reinterpret_cast<Proc::AudioGeneratorCreator>(dlsym(handle, s_generatorEntryPoint));
 }
@@ -77,7 +77,7 @@ void Plugin::Register(Proc::IEffectRegistrar& registrar) const {
 SP<Proc::IAudioGenerator> Plugin::CreateAudioGenerator(std::string const& description,
                                                        Conf::SampleInfo const& info) const {
     if (m_createAudioGenerator == nullptr)
-        Core::Throw<PluginException>(fmt::format("The plug-in \"{}\" makes no audio: it has no {}",
+        Core::Throw<PluginException>(fmt::format("The plug-in \"{}\" generates no audio: it exports no {}",
                                                  m_library.string(), s_generatorEntryPoint));
     SP<Proc::IAudioGenerator> generator;
     m_createAudioGenerator(generator, description, info);
@@ -94,7 +94,7 @@ std::filesystem::path Plugin::Find(std::string const& name) {
             return candidate;
     }
     Core::Throw<PluginException>(
-        fmt::format("No plug-in \"{}\" was found; looked for {} (more folders: {})", name,
+        fmt::format("There is no plug-in \"{}\": looked for {} (to add folders, set {})", name,
                     Core::Utils::ToString(candidates, ", ", [](auto const& path) { return path.string(); }),
                     s_pathVariable));
 }

@@ -22,15 +22,15 @@ using Conf::PixFmtDescription;
 std::string FindFault(Proc::IDataVideo const& result) {
     AVFrame const* const frame = result.GetAVFrame();
     if (frame == nullptr)
-        return "it gave a frame without AVFrame";
+        return "it returned a frame without an AVFrame";
     PictureForm const said = GetForm(result);
     if (frame->data[0] != nullptr && frame->format == static_cast<int>(said.format) && said.width > 0 &&
         said.height > 0 && std::cmp_greater_equal(frame->width, said.width) &&
         std::cmp_greater_equal(frame->height, said.height))
         return {};
-    return fmt::format("it gave a frame said to be {}x{} in pixel format {}, whose AVFrame is {}x{} in {}",
-                       said.width, said.height, static_cast<std::int32_t>(said.format), frame->width,
-                       frame->height, frame->format);
+    return fmt::format(
+        "it returned a frame said to be {}x{} in pixel format {}, whose AVFrame is {}x{} in {}", said.width,
+        said.height, static_cast<std::int32_t>(said.format), frame->width, frame->height, frame->format);
 }
 
 } // namespace
@@ -146,7 +146,7 @@ void VideoStep::NoteLosses(Proc::IDataVideo const& result) {
     else if (in.HasAlpha() && ChangesAlpha())
         Note(fmt::format("{} changes alpha", GetLabel()));
     if (in.GetDepth() > out.GetDepth())
-        Note(fmt::format("{} drops depth, {} bits to {}: {} becomes {}", GetLabel(), in.GetDepth(),
+        Note(fmt::format("{} reduces the bit depth from {} to {}: {} becomes {}", GetLabel(), in.GetDepth(),
                          out.GetDepth(), in.GetName(), out.GetName()));
 }
 
@@ -158,7 +158,7 @@ void VideoStep::NoteMixedFields(Proc::IDataVideo const& result) {
         Proc::GetFrameFieldOrder(*result.GetAVFrame()) != Proc::FieldOrder::Progressive)
         return;
     m_mixesFields = true;
-    Note(fmt::format("{} mixes the fields of interlaced video; put deinterlace before it", GetLabel()));
+    Note(fmt::format("{} mixes the fields of interlaced video; add deinterlace before it", GetLabel()));
 }
 
 } // namespace Tarsel::Host

@@ -38,7 +38,7 @@ TEST(DataVideoFFTest, PlanesThatAFormatDoesNotHave) {
     for (auto const& [format, index] : {std::pair{0, 3}, {0, -1}, {0, 8}, {11, 1}}) {
         DataVideoFF data({}, static_cast<Conf::PixFmt>(format), {5, 3, 1, 1});
         std::string const text =
-            "A picture in pixel format " + std::to_string(format) + " has no plane " + std::to_string(index);
+            "A frame in pixel format " + std::to_string(format) + " has no plane " + std::to_string(index);
         EXPECT_EQ(TextOf<ProcException>([&, i = index] { data.GetReadOnlyPlane(i); }), text);
         EXPECT_EQ(TextOf<ProcException>([&, i = index] { data.GetWritablePlane(i); }), text);
     }

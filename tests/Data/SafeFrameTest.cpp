@@ -59,15 +59,15 @@ TEST(SafeFrameTest, ImpossiblePictures) {
         EXPECT_EQ(TextOf<EffectException>([format = format, width = width, height = height] {
                       SafeFrame({}, static_cast<Conf::PixFmt>(format), width, height, 1, 1);
                   }),
-                  "No picture of " + std::to_string(width) + "x" + std::to_string(height) +
-                      " pixels in pixel format " + std::to_string(format) + " can be made");
+                  "Cannot make a frame of " + std::to_string(width) + "x" + std::to_string(height) +
+                      " pixels in pixel format " + std::to_string(format));
 }
 
 TEST(AVFrameWrapperTest, TakesFramesOnly) {
     SafeFrame const empty;
     EXPECT_EQ(TextOf<ProcException>([] { AVFrameWrapper(nullptr); }), "AVFrame pointer is null");
     EXPECT_EQ(TextOf<ProcException>([&] { AVFrameWrapper(empty.Get()); }),
-              "AVFrame holds neither a picture nor audio");
+              "AVFrame holds neither video nor audio");
 }
 
 } // namespace

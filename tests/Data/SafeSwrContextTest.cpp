@@ -256,7 +256,7 @@ TEST(SafeSwrContextTest, ConvertsOnlyWhatItWasMadeFor) {
 
     SafeSwrContext moved(std::move(converter));
     EXPECT_FALSE(converter);
-    EXPECT_EQ(refuse(*block->GetAVFrame()), "The converter of audio is empty");
+    EXPECT_EQ(refuse(*block->GetAVFrame()), "The audio converter is empty");
     EXPECT_THROW(converter.Flush(), EffectException);
     EXPECT_TRUE(moved.Convert(*block->GetAVFrame()));
 }

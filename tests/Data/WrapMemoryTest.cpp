@@ -89,7 +89,7 @@ TEST(WrapPicture, NamesWhatIsMissing) {
          "plane 0 has 5 rows of 18 bytes and needs 5 of 19"},
         {[](auto& planes, auto&) { planes[0].lineSize = -18; },
          "plane 0 has a line size of -18 and rows of 19 bytes"},
-        {[](auto&, auto& width) { width = 0; }, "there is none of 0x5 pixels in yuv420p"},
+        {[](auto&, auto& width) { width = 0; }, "no frame has 0x5 pixels in yuv420p"},
     };
     int released = 0;
     for (auto const& row : cases) {
@@ -100,7 +100,7 @@ TEST(WrapPicture, NamesWhatIsMissing) {
         EXPECT_EQ(TextOf<EffectException>([&] {
                       WrapPicture({}, Conf::PixFmt::YUV420P, {width, 5, 1, 1}, planes, [&] { ++released; });
                   }),
-                  "Cannot make a picture of the planes: " + std::string(row.text));
+                  "Cannot wrap the planes: " + std::string(row.text));
         EXPECT_EQ(released, 1);
     }
     AllocationLimit const limit(16);
@@ -142,7 +142,7 @@ TEST(WrapSamples, ReadsTheCallersMemoryAndGivesItBackOnce) {
 TEST(WrapSamples, NamesWhatIsMissing) {
     SampleInfo const info = SampleInfo::Init(SampleFormats::S16Planar, 48000, {3, 2});
     std::vector<std::uint8_t> const samples(20);
-    std::string const cannot = "Cannot make a block of audio of the samples: ";
+    std::string const cannot = "Cannot wrap the samples: ";
     struct {
         int count;
         Samples planes;

@@ -90,8 +90,8 @@ TEST(AudioChain, RefusesBlocksThatHoldLessThanTheySay) {
     for (auto const& [lie, said, has] : cases) {
         Tarsel::Test::Failure const failure = Tarsel::Test::Catch([&, &each = lie] { run(each); });
         EXPECT_EQ(failure.step, "step 1 (cut)");
-        EXPECT_EQ(failure.text, "The effect breaks its contract: it gave a block " +
-                                    (said == nullptr ? "without AVFrame"
+        EXPECT_EQ(failure.text, "The effect breaks its contract: it returned a block " +
+                                    (said == nullptr ? "without an AVFrame"
                                                      : "said to be of " + std::string(said) +
                                                            ", whose AVFrame has " + has));
     }
@@ -105,8 +105,8 @@ TEST(AudioChain, NotesDepthThatIsLost) {
         SampleFormats out;
         std::vector<std::string> notes;
     } const cases[] = {
-        {{FloatPlanar}, S16, {"step 1 (cut) drops depth, 24 bits to 16: fltp becomes s16"}},
-        {{S16}, U8Planar, {"step 1 (cut) drops depth, 16 bits to 8: s16 becomes u8p"}},
+        {{FloatPlanar}, S16, {"step 1 (cut) reduces the bit depth from 24 to 16: fltp becomes s16"}},
+        {{S16}, U8Planar, {"step 1 (cut) reduces the bit depth from 16 to 8: s16 becomes u8p"}},
         {{Double}, Float, {}},
         {{U8}, S16, {}},
         {{S16, S32}, S16, {}}, // the rest of the first would come out after the second went in

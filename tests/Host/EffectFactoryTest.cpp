@@ -79,7 +79,7 @@ TEST_F(EffectFactoryTest, NamesWhatIsNotRegistered) {
     EXPECT_EQ(TextOf([&] { factory.CreateTwoInputVideoEffect("turn", "ffmpeg", {}); }),
               "No two-input video effect \"turn\" of implementation \"ffmpeg\" is registered");
     EXPECT_EQ(TextOf([&] { factory.CreateAudioEffect("turn", "ffmpeg", {}); }),
-              "The creator of the audio effect \"turn\" of implementation \"ffmpeg\" returned none");
+              "The creator of the audio effect \"turn\" of implementation \"ffmpeg\" returned no effect");
     EXPECT_THROW(MakeSP<Host::EffectFactory>(nullptr), Proc::EffectException);
     EXPECT_THROW(factory.CreateTwoInputVideoEffect("mix", "ffmpeg", {}), std::range_error);
 }

@@ -66,12 +66,11 @@ std::string GetRefusal(std::string const& text) {
 
 TEST(EffectStep, SaysWhatIsWrong) {
     for (auto const& [text, refusal] :
-         {std::pair("transpoze step=1",
-                    "There is no effect \"transpoze\"; the nearest name is \"transpose\""),
-          {"Flip", "There is no effect \"Flip\"; the nearest name is \"flip\""},
+         {std::pair("transpoze step=1", "There is no effect \"transpoze\"; did you mean \"transpose\"?"),
+          {"Flip", "There is no effect \"Flip\"; did you mean \"flip\"?"},
           {"transpose step", "transpose: step needs a value: 0 to 3 (quarter turns)"},
-          {"transpose =1", "transpose: \"=1\" is no key=value"},
-          {"flip:horizontal", "Write \"flip horizontal\": blanks separate an effect and its settings"},
+          {"transpose =1", "transpose: \"=1\" is not key=value"},
+          {"flip:horizontal", "Write \"flip horizontal\": spaces separate an effect and its settings"},
           {"flip horizontal=1 vertical=1 horizontal=0", "flip: \"horizontal\" is given twice"},
           {"echo", "echo works on audio input, not on video"}})
         EXPECT_EQ(GetRefusal(text), refusal);
@@ -85,7 +84,7 @@ TEST(EffectStep, RefusesTextsThatWouldChangeTheFilter) {
     for (std::string const c : {"'", ":", ",", ";", "[", "]", "\\"})
         EXPECT_EQ(GetRefusal("stabilizer \"path=a" + c + "b\""), refusal("a" + c + "b", "'" + c + "'"));
     EXPECT_EQ(GetRefusal(R"(stabilizer 'path=a\:b')"), refusal(R"(a\:b)", R"('\')"));
-    EXPECT_EQ(GetRefusal("stabilizer path=' a'"), refusal(" a", "a blank at either end"));
+    EXPECT_EQ(GetRefusal("stabilizer path=' a'"), refusal(" a", "a space at either end"));
     EXPECT_NO_THROW(Make("stabilizer path='a b=c'"));
 }
 

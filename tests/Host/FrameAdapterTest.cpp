@@ -208,10 +208,11 @@ TEST(VideoChain, TellsLossesOnce) {
         if (made == PixFmt::YUV420P)
             EXPECT_THAT(
                 chain.GetNotes(),
-                ElementsAre("step 1 (flatten) drops alpha: yuva420p becomes yuv420p",
-                            "step 1 (flatten) drops depth, 10 bits to 8: yuv420p10le becomes yuv420p"));
+                ElementsAre(
+                    "step 1 (flatten) drops alpha: yuva420p becomes yuv420p",
+                    "step 1 (flatten) reduces the bit depth from 10 to 8: yuv420p10le becomes yuv420p"));
         else
-            EXPECT_THAT(chain.GetNotes(), ElementsAre("step 1 (flatten) drops depth, 10 bits to 8: "
+            EXPECT_THAT(chain.GetNotes(), ElementsAre("step 1 (flatten) reduces the bit depth from 10 to 8: "
                                                       "yuv420p10le becomes yuva422p"));
     }
 

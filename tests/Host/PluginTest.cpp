@@ -62,7 +62,7 @@ TEST(Plugin, SaysWhatTheLoaderSays) {
                 AllOf(StartsWith("Cannot open plug-in \"/nowhere/libabsent.so\": "),
                       EndsWith("No such file or directory")));
     EXPECT_THAT(GetFailure(NO_PLUGIN),
-                AllOf(StartsWith("\"" NO_PLUGIN "\" is no plug-in: "), HasSubstr("Registrator")));
+                AllOf(StartsWith("\"" NO_PLUGIN "\" is not a plug-in: "), HasSubstr("Registrator")));
     // A bare name is a file of the current folder, not a library of the system.
     EXPECT_THAT(GetFailure("libc.so.6"), StartsWith("Cannot open plug-in \"libc.so.6\": "));
 }
@@ -81,7 +81,7 @@ TEST(Plugin, IsLookedForAlongThePath) {
 
     setenv("TARSEL_PLUGIN_PATH", "/one::/two:", 1);
     EXPECT_THAT(TextOf<Host::PluginException>([] { Host::Plugin::Find("missing"); }),
-                AllOf(StartsWith("No plug-in \"missing\" was found; looked for /one/libmissing.so, "
+                AllOf(StartsWith("There is no plug-in \"missing\": looked for /one/libmissing.so, "
                                  "/two/libmissing.so, /"),
                       HasSubstr("/tarsel/libmissing.so (")));
     unsetenv("TARSEL_PLUGIN_PATH");

@@ -202,10 +202,9 @@ TEST(VideoChain, EndsWithAnEffectThatAnswersForEver) {
     chain.Feed(MakeFrame(0));
     chain.End();
     std::vector<std::int64_t> times;
-    EXPECT_EQ(
-        GetFailure([&] { TakeAll(chain, times); }),
-        "step 1 (endless): The effect breaks its contract: it was fed 1 frames, and after them asked 65 "
-        "times for what it still holds, and gave a frame each time");
+    EXPECT_EQ(GetFailure([&] { TakeAll(chain, times); }),
+              "step 1 (endless): The effect breaks its contract: after 1 frames it was asked 65 times for "
+              "what it still holds, and returned a frame each time");
 }
 
 TEST(VideoChain, RefusesFramesThatHoldLessThanTheySay) {
@@ -217,9 +216,10 @@ TEST(VideoChain, RefusesFramesThatHoldLessThanTheySay) {
                 ready.push_back(MakeSP<Proc::DataVideoFF>(*frame->GetAVFrame(), Conf::FrameInfo{4, 2, 1, 1}));
         },
         "liar"));
-    EXPECT_EQ(GetFailure([&] { chain.Feed(MakeFrame(0)); }),
-              "step 1 (liar): The effect breaks its contract: it gave a frame said to be 4x2 in pixel format "
-              "8, whose AVFrame is 2x2 in 8");
+    EXPECT_EQ(
+        GetFailure([&] { chain.Feed(MakeFrame(0)); }),
+        "step 1 (liar): The effect breaks its contract: it returned a frame said to be 4x2 in pixel format "
+        "8, whose AVFrame is 2x2 in 8");
 }
 
 TEST(VideoChain, GoesOnAfterAFailure) {

@@ -101,7 +101,7 @@ TEST(Rotate, ComputesTheSizeOfEachFrame) {
 TEST(Rotate, NamesFramesOfWhichNothingIsLeft) {
     auto const effect = MakeRotate(-30, Mode::Crop);
     SP<IDataVideo> const tiny = MakeFrame(PixFmt::YUV420P, {2, 1, 1, 1});
-    std::string const text = "Cannot turn a frame of 2x1 pixels by -30 degrees: 0x0 would be left";
+    std::string const text = "Cannot rotate a frame of 2x1 pixels by -30 degrees: 0x0 would be left";
     for (int i = 0; i < 2; ++i) {
         SP<IDataVideo> data = tiny;
         Failure const failure = Catch([&] { effect->Process(data); });

@@ -39,24 +39,22 @@ TEST(AudioRefusals, SayWhatIsTooMuch) {
     };
     auto const echo = [](char const* options) { return MakeSettings("echo", options); };
     Refusal const rows[]{
-        {flanger("10"), 9, stereo,
-         "flanger of 10 Hz takes audio of as many samples a second at least, not of 9"},
+        {flanger("10"), 9, stereo, "flanger at 10 Hz needs audio of at least that sample rate, not 9"},
         {flanger("10"), 10, stereo, ""},
         {flanger("0.1"), 1, stereo, ""},
-        {voice(20, 0), 20, stereo,
-         "chorus of 20 Hz takes audio of more samples a second than that, not of 20"},
+        {voice(20, 0), 20, stereo, "chorus at 20 Hz needs audio of a higher sample rate, not 20"},
         {voice(20, 0), 21, stereo, ""},
-        {voice(0, 0), 44100, stereo, "chorus takes speeds above 0 Hz, not of 0"},
-        {voice(1, -0.5), 44100, stereo, "chorus takes depths of 0 ms at least, not of -0.5"},
+        {voice(0, 0), 44100, stereo, "chorus needs a speed above 0 Hz, not 0"},
+        {voice(1, -0.5), 44100, stereo, "chorus needs a depth of at least 0 ms, not -0.5"},
         {voice(1e-5, 0), 44100, stereo,
-         "chorus takes 16823 MiB of memory for such audio and settings, the most is 1024"},
+         "chorus would need 16823 MiB of memory for this audio and these settings, more than 1024"},
         {voice(1, 1e7), 44100, stereo,
-         "chorus takes 3365 MiB of memory for such audio and settings, the most is 1024"},
+         "chorus would need 3365 MiB of memory for this audio and these settings, more than 1024"},
         {echo("echos=1/0.5|90000/0.5"), 192000, {0x63F, 8}, ""},
         {echo("echos=1/0.5|45000/0.5:scale=2"),
          384000,
          {0x63F, 8},
-         "echo takes 1055 MiB of memory for such audio and settings, the most is 1024"},
+         "echo would need 1055 MiB of memory for this audio and these settings, more than 1024"},
     };
     for (Refusal const& row : rows) {
         SCOPED_TRACE(row.text);

@@ -97,36 +97,38 @@ TEST(FieldText, IsReadInEveryFormUsersWrite) {
 TEST(FieldText, IsRefusedWithClassKeyValueAndLegalValues) {
     for (auto const& [classId, text, refusal] : {
              std::tuple{"transpose", "step=7", "transpose: step=7 is out of range: 0 to 3 (quarter turns)"},
-             {"transpose", "step=1.5", "transpose: step=1.5 is no integer: 0 to 3 (quarter turns)"},
+             {"transpose", "step=1.5", "transpose: step=1.5 is not an integer: 0 to 3 (quarter turns)"},
              {"transpose", "turn=1", "transpose: unknown key \"turn\"; the keys are step"},
              {"transpose", "step", "transpose: step needs a value: 0 to 3 (quarter turns)"},
              {"transpose", "step=1:", "transpose: unknown key \"\"; the keys are step"},
              {"transpose", "step=1:step=1", "transpose: step is given twice"},
-             {"flip", "vertical=maybe", "flip: vertical=maybe is no flag: 0 or 1"},
+             {"flip", "vertical=maybe", "flip: vertical=maybe is not a flag: 0 or 1"},
              {"blur", "sigma=nan", "blur: sigma=nan is out of range: 0 to 1024"},
-             {"blur", "sigma=1,5", "blur: sigma=1,5 is no number: 0 to 1024"},
+             {"blur", "sigma=1,5", "blur: sigma=1,5 is not a number: 0 to 1024"},
              {"edge-detect", "mode=canny", "edge-detect: mode=canny is unknown: default, wires, colormix"},
              {"negate", "channels=red+gray",
               "negate: channels=red+gray is unknown: red, green, blue, alpha, with '+' between them, or "
               "0"},
              {"rotate", "fill=#12345",
-              "rotate: fill=#12345 is no color: #rrggbb, #rrggbbaa or the name of a color"},
+              "rotate: fill=#12345 is not a color: #rrggbb, #rrggbbaa or the name of a color"},
              {"rotate", "fill=random",
-              "rotate: fill=random is no color: #rrggbb, #rrggbbaa or the name of a color"},
+              "rotate: fill=random is not a color: #rrggbb, #rrggbbaa or the name of a color"},
              {"blur", "pixel-format=vaapi",
-              "blur: pixel-format=vaapi is no pixel format: a pixel format such as yuv420p, or none"},
+              "blur: pixel-format=vaapi is not a pixel format: a pixel format such as yuv420p, or none"},
              {"pixel-format", "formats=rgb24|none",
-              "pixel-format: formats, entry 2: format=none is no pixel format: a pixel format such as "
+              "pixel-format: formats, entry 2: format=none is not a pixel format: a pixel format such as "
               "yuv420p"},
              {"resample", "layout=quadro",
-              "resample: layout=quadro is no channel layout: a channel layout such as stereo, or none"},
-             {"echo", "echos=500", "echo: echos=500 is no list: delay/decay, with '|' between the entries"},
-             {"echo", "echos=500/0.5|x/0.3", "echo: echos, entry 2: delay=x is no integer: 1 to 90000 (ms)"},
+              "resample: layout=quadro is not a channel layout: a channel layout such as stereo, or none"},
+             {"echo", "echos=500",
+              "echo: echos=500 is not a list: delay/decay, with '|' between the entries"},
+             {"echo", "echos=500/0.5|x/0.3",
+              "echo: echos, entry 2: delay=x is not an integer: 1 to 90000 (ms)"},
              {"display-matrix", "matrix=9",
-              "display-matrix: matrix=9 is no display matrix: nine integers with '/' between them, or an "
+              "display-matrix: matrix=9 is not a display matrix: nine integers with '/' between them, or an "
               "orientation of 1 to 8"},
              {"display-matrix", "matrix=1/2/3/4/5/6/7/8/2147483648",
-              "display-matrix: matrix=1/2/3/4/5/6/7/8/2147483648 is no display matrix: nine integers "
+              "display-matrix: matrix=1/2/3/4/5/6/7/8/2147483648 is not a display matrix: nine integers "
               "with '/' between them, or an orientation of 1 to 8"},
          }) {
         EXPECT_EQ(GetRefusal([&, &id = classId, &read = text] { Create(id)->Deserialize(read); }), refusal);
@@ -140,13 +142,13 @@ TEST(FieldValue, OfTheWrongKindIsRefused) {
         FieldValue value;
         char const* refusal;
     } const cases[] = {
-        {"transpose", "step", 1.0, "step=a value of another kind is no integer: 0 to 3 (quarter turns)"},
+        {"transpose", "step", 1.0, "step=a value of another kind is not an integer: 0 to 3 (quarter turns)"},
         {"blur", "pixel-format", std::int64_t{1} << 32,
-         "pixel-format=4294967296 is no pixel format: a pixel format such as yuv420p, or none"},
+         "pixel-format=4294967296 is not a pixel format: a pixel format such as yuv420p, or none"},
         {"echo", "echos", std::vector<double>{1, 1, 1},
-         "echos=3 values is no list: delay/decay, with '|' between the entries"},
+         "echos=3 values is not a list: delay/decay, with '|' between the entries"},
         {"echo", "echos", std::vector<double>{1.5, 1},
-         "echos, entry 1: delay=1.5 is no integer: 1 to 90000 (ms)"},
+         "echos, entry 1: delay=1.5 is not an integer: 1 to 90000 (ms)"},
     };
     for (auto const& row : cases) {
         std::unique_ptr<Settings> const settings = Create(row.classId);
@@ -180,7 +182,7 @@ TEST(FieldsProperty, IsReadOrRefusedLikeText) {
         {"transpose", one("step", std::int64_t{7}),
          "transpose: step=7 is out of range: 0 to 3 (quarter turns)"},
         {"transpose", nested,
-         "transpose: step is of type container, which is no value: 0 to 3 (quarter turns)"},
+         "transpose: step is of type container, which is not a value: 0 to 3 (quarter turns)"},
     };
     for (auto const& [classId, property, result] : cases) {
         std::unique_ptr<Settings> const settings = Create(classId);

@@ -18,11 +18,11 @@ TEST(Conflicts, OfSeveralFieldsAreRefusedByNameHoweverTheyAreRead) {
     // The first settings are legal, and the second contradict themselves.
     for (auto const& [classId, legal, illegal, reason] : {
              std::tuple{"rotate", "mode=given:width=8:height=1", "mode=given:angle=30",
-                        "give width and height, 1 to 16384 pixels: mode=given has no size without"},
+                        "give width and height, 1 to 16384 pixels: mode=given needs a size"},
              {"rotate", "mode=pad:width=0", "mode=given:angle=1:width=8",
-              "give height, 1 to 16384 pixels: mode=given has no size without"},
+              "give height, 1 to 16384 pixels: mode=given needs a size"},
              {"rotate", "width=8:angle=90:mode=given", "mode=given:angle=90.5:height=8",
-              "give width, 1 to 16384 pixels: mode=given has no size without"},
+              "give width, 1 to 16384 pixels: mode=given needs a size"},
              {"edge-detect", "low=0.5:high=0.5", "low=0.5:high=0.4",
               "give low 0 to 0.4, the value of high: low=0.5 is above high=0.4"},
              {"stabilizer", "shakiness=8:accuracy=8", "shakiness=8:accuracy=7",

@@ -80,11 +80,11 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {run + "there.gif -e 'compressor ratio=99'", 1,
          "-e \"compressor ratio=99\": compressor: ratio=99 is out of range: 1 to 20"},
         {run + "there.gif -e flip=horizontal=1:vertical=1", 1,
-         "-e \"flip=horizontal=1:vertical=1\": Write \"flip horizontal=1 vertical=1\": blanks separate an "
+         "-e \"flip=horizontal=1:vertical=1\": Write \"flip horizontal=1 vertical=1\": spaces separate an "
          "effect and its settings"},
-        {run + "o.mp4 -e ''", 1, "-e \"\": An effect is missing: the text is empty"},
+        {run + "o.mp4 -e ''", 1, "-e \"\": Name an effect: the text is empty"},
         {run + "o.mp4 -e flip -e \"flip 'horizontal=1\"", 1,
-         "-e \"flip 'horizontal=1\": A quote (') is opened and not closed: flip 'horizontal=1"},
+         "-e \"flip 'horizontal=1\": Close the quote ('): flip 'horizontal=1"},
         {run + "there.gif --video-codec theora", 1, "Name an encoder of the codec \"theora\": libtheora"},
         {run + "o.mp4 --quality best", 1,
          "--quality: give one of low, medium, high, visually-lossless, lossless, not \"best\"" + useRun},
@@ -93,7 +93,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {"palette missing.mp4 o.png --colors 256", 1,
          "--colors: give a whole number from 1 to 255, not \"256\"*"},
         {"palette missing.mp4 o.png --background red:dither=1", 1,
-         "pixel-format: background=red:dither=1 is no color*"},
+         "pixel-format: background=red:dither=1 is not a color*"},
         {"palette missing.mp4 there.jpg", 1,
          "Choose another OUTPUT, such as .png, .gif, .bmp or .tiff: \"there.jpg\" cannot hold palettes"},
     });

@@ -48,7 +48,7 @@ TEST_F(ListTool, OneEffect) {
          "unit": "quarter turns", "help": "clockwise rotation", "words": [], "columns": []}
     ])"));
     EXPECT_EQ(Run("list transpose").out, "transpose (video)\n"
-                                         "  turns the picture by quarters\n"
+                                         "  rotates frames by quarter turns\n"
                                          "  It may change full range, size.\n"
                                          "    step  clockwise rotation\n"
                                          "          integer, 0 to 3 (quarter turns), default 0\n");

@@ -272,10 +272,10 @@ TEST_F(RunTool, FieldsOfInterlacedVideoFollowTheirRows) {
         {"flip vertical", "bb", ""},
         {"transpose step=2", "bb", ""},
         {"transpose step=1", "progressive",
-         "tarsel: note: step 1 (transpose) mixes the fields of interlaced video; put deinterlace before "
+         "tarsel: note: step 1 (transpose) mixes the fields of interlaced video; add deinterlace before "
          "it\n"},
         {"resize width=176 height=144", "progressive",
-         "tarsel: note: step 1 (resize) mixes the fields of interlaced video; put deinterlace before it\n"},
+         "tarsel: note: step 1 (resize) mixes the fields of interlaced video; add deinterlace before it\n"},
     };
     for (auto const& [step, order, note] : cases) {
         SCOPED_TRACE(step);

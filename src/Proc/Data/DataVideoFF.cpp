@@ -113,7 +113,7 @@ ReadOnlyPlane DataVideoFF::GetReadOnlyPlane(int index) const {
     std::optional<ReadOnlyPlane> const plane = FindPlane(*m_frame, m_info, index);
     if (!plane)
         Core::Throw<ProcException>(
-            fmt::format("A picture in pixel format {} has no plane {}", m_frame->format, index));
+            fmt::format("A frame in pixel format {} has no plane {}", m_frame->format, index));
     return *plane;
 }
 

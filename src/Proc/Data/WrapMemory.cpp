@@ -73,11 +73,11 @@ private:
 };
 
 [[noreturn]] void ThrowNoPicture(std::string const& fault) {
-    Core::Throw<EffectException>("Cannot make a picture of the planes: " + fault);
+    Core::Throw<EffectException>("Cannot wrap the planes: " + fault);
 }
 
 [[noreturn]] void ThrowNoBlock(std::string const& fault) {
-    Core::Throw<EffectException>("Cannot make a block of audio of the samples: " + fault);
+    Core::Throw<EffectException>("Cannot wrap the samples: " + fault);
 }
 
 /// What a plane has to have.
@@ -92,8 +92,8 @@ std::vector<PlaneNeed> GetNeeds(Conf::PixFmt format, Conf::FrameInfo const& info
     if (description.GetPlaneCount() == 0 || info.width == 0 || info.height == 0 ||
         av_image_check_size2(info.width, info.height, std::numeric_limits<std::int64_t>::max(), avFormat, 0,
                              nullptr) < 0)
-        ThrowNoPicture(fmt::format("there is none of {}x{} pixels in {}", info.width, info.height,
-                                   description.GetName()));
+        ThrowNoPicture(
+            fmt::format("no frame has {}x{} pixels in {}", info.width, info.height, description.GetName()));
     std::vector<PlaneNeed> needs;
     for (int i = 0; i < description.GetPlaneCount(); ++i)
         needs.push_back({static_cast<std::size_t>(

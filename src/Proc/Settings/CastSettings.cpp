@@ -24,7 +24,7 @@ std::string Name(Settings const& settings) {
 
 void ThrowOtherSettings(Settings const& given, Settings const& wanted) {
     Core::Throw<OtherSettings>(
-        fmt::format("Settings of class {} are wanted, not of {}", Name(wanted), Name(given)));
+        fmt::format("Give settings of class {}, not of {}", Name(wanted), Name(given)));
 }
 
 } // namespace Tarsel::Proc

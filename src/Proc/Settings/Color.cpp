@@ -24,15 +24,15 @@ consteval Field MakeShift(std::string_view key, std::string_view option, std::st
 }
 
 constexpr std::array s_balanceChromaFields{
-    MakeShift<&Balance::redShadows>("red-shadows", "rs", "red in dark areas; less is more cyan"),
-    MakeShift<&Balance::greenShadows>("green-shadows", "gs", "green in dark areas; less is more magenta"),
-    MakeShift<&Balance::blueShadows>("blue-shadows", "bs", "blue in dark areas; less is more yellow"),
-    MakeShift<&Balance::redMidtones>("red-midtones", "rm", "red in areas between"),
-    MakeShift<&Balance::greenMidtones>("green-midtones", "gm", "green in areas between"),
-    MakeShift<&Balance::blueMidtones>("blue-midtones", "bm", "blue in areas between"),
-    MakeShift<&Balance::redHighlights>("red-highlights", "rh", "red in bright areas"),
-    MakeShift<&Balance::greenHighlights>("green-highlights", "gh", "green in bright areas"),
-    MakeShift<&Balance::blueHighlights>("blue-highlights", "bh", "blue in bright areas"),
+    MakeShift<&Balance::redShadows>("red-shadows", "rs", "red in shadows; less is more cyan"),
+    MakeShift<&Balance::greenShadows>("green-shadows", "gs", "green in shadows; less is more magenta"),
+    MakeShift<&Balance::blueShadows>("blue-shadows", "bs", "blue in shadows; less is more yellow"),
+    MakeShift<&Balance::redMidtones>("red-midtones", "rm", "red in midtones"),
+    MakeShift<&Balance::greenMidtones>("green-midtones", "gm", "green in midtones"),
+    MakeShift<&Balance::blueMidtones>("blue-midtones", "bm", "blue in midtones"),
+    MakeShift<&Balance::redHighlights>("red-highlights", "rh", "red in highlights"),
+    MakeShift<&Balance::greenHighlights>("green-highlights", "gh", "green in highlights"),
+    MakeShift<&Balance::blueHighlights>("blue-highlights", "bh", "blue in highlights"),
 };
 constexpr SettingsTable s_balanceChroma =
     MakeTable("balance-chroma", s_balanceChromaFields,
@@ -54,14 +54,22 @@ consteval Field MakeGain(std::string_view key, std::string_view help) {
 }
 
 constexpr std::array s_mixerFields{
-    MakeGain<0>("rr", "red in red"),     MakeGain<1>("rg", "green in red"),
-    MakeGain<2>("rb", "blue in red"),    MakeGain<3>("ra", "alpha in red"),
-    MakeGain<4>("gr", "red in green"),   MakeGain<5>("gg", "green in green"),
-    MakeGain<6>("gb", "blue in green"),  MakeGain<7>("ga", "alpha in green"),
-    MakeGain<8>("br", "red in blue"),    MakeGain<9>("bg", "green in blue"),
-    MakeGain<10>("bb", "blue in blue"),  MakeGain<11>("ba", "alpha in blue"),
-    MakeGain<12>("ar", "red in alpha"),  MakeGain<13>("ag", "green in alpha"),
-    MakeGain<14>("ab", "blue in alpha"), MakeGain<15>("aa", "alpha in alpha"),
+    MakeGain<0>("rr", "share of red in the new red"),
+    MakeGain<1>("rg", "share of green in the new red"),
+    MakeGain<2>("rb", "share of blue in the new red"),
+    MakeGain<3>("ra", "share of alpha in the new red"),
+    MakeGain<4>("gr", "share of red in the new green"),
+    MakeGain<5>("gg", "share of green in the new green"),
+    MakeGain<6>("gb", "share of blue in the new green"),
+    MakeGain<7>("ga", "share of alpha in the new green"),
+    MakeGain<8>("br", "share of red in the new blue"),
+    MakeGain<9>("bg", "share of green in the new blue"),
+    MakeGain<10>("bb", "share of blue in the new blue"),
+    MakeGain<11>("ba", "share of alpha in the new blue"),
+    MakeGain<12>("ar", "share of red in the new alpha"),
+    MakeGain<13>("ag", "share of green in the new alpha"),
+    MakeGain<14>("ab", "share of blue in the new alpha"),
+    MakeGain<15>("aa", "share of alpha in the new alpha"),
 };
 constexpr SettingsTable s_mixer =
     MakeTable("color-channel-mixer", s_mixerFields,
@@ -145,13 +153,13 @@ constexpr std::array s_blurFields{
         .key = "factor",
         .initial = 1.0,
         .maximum = 100,
-        .help = "by which a relative sigma is multiplied; the product is cut to two digits",
+        .help = "factor for a relative sigma; the product is cut to two digits",
     }),
     MakeField<&Blur::verticalFactor>({
         .key = "factor-v",
         .initial = 1.0,
         .maximum = 100,
-        .help = "by which a relative sigma-v is multiplied; the product is cut to two digits",
+        .help = "factor for a relative sigma-v; the product is cut to two digits",
     }),
 };
 constexpr SettingsTable s_blur =
@@ -171,7 +179,7 @@ constexpr std::array s_colorBalanceFields{
     MakeAmount<&ColorBalance::contrast>("contrast", "of luma: -100 makes all of it middle gray and leaves "
                                                     "the colors, 100 doubles it; above 0 in steps of 10"),
     MakeAmount<&ColorBalance::saturation>("saturation",
-                                          "-100 takes the color away, 100 triples it; above 0 in steps of 5"),
+                                          "-100 removes the color, 100 triples it; above 0 in steps of 5"),
     MakeAmount<&ColorBalance::gamma>("gamma", "gamma 0.1 at -100, 10 (brighter) at 100; cut to two digits"),
     MakeAmount<&ColorBalance::redGamma>("red-gamma", "the same for red"),
     MakeAmount<&ColorBalance::greenGamma>("green-gamma", "the same for green"),
@@ -189,7 +197,7 @@ constexpr std::array s_colorBalanceFields{
         .minimum = -180,
         .maximum = 180,
         .unit = "degrees",
-        .help = "turns the colors",
+        .help = "rotates the hues",
     }),
 };
 constexpr SettingsTable s_colorBalance = MakeTable(

@@ -17,13 +17,13 @@ constexpr std::array s_echoColumns{
                 .minimum = 1,
                 .maximum = 90000,
                 .unit = "ms",
-                .help = "time until the echo"},
-    FieldColumn{.key = "decay", .minimum = s_smallest, .maximum = 1, .help = "its loudness"},
+                .help = "delay of the echo"},
+    FieldColumn{.key = "decay", .minimum = s_smallest, .maximum = 1, .help = "its volume"},
 };
 constexpr std::array s_echoFields{
     MakeField<&Echo::echos, &Echo::Echo::delay, &Echo::Echo::decay>({
         .key = "echos",
-        .help = "the echoes, as 500/0.5|250/0.3",
+        .help = "the echoes, such as 500/0.5|250/0.3",
         .columns = s_echoColumns,
     }),
     MakeField<&Echo::inGain>({
@@ -56,16 +56,18 @@ constexpr std::array s_chorusColumns{
                 .minimum = 1,
                 .maximum = 1000,
                 .unit = "ms",
-                .help = "distance of the voice; 40 to 60 is usual"},
-    FieldColumn{.key = "decay", .minimum = 0, .maximum = 1, .help = "its loudness"},
-    FieldColumn{.key = "speed", .minimum = 0.01, .maximum = 20, .unit = "Hz", .help = "how fast it wavers"},
-    FieldColumn{.key = "depth", .minimum = 0, .maximum = 100, .unit = "ms", .help = "how far it wavers"},
+                .help = "delay of the voice; usually 40 to 60"},
+    FieldColumn{.key = "decay", .minimum = 0, .maximum = 1, .help = "its volume"},
+    FieldColumn{
+        .key = "speed", .minimum = 0.01, .maximum = 20, .unit = "Hz", .help = "speed of its modulation"},
+    FieldColumn{
+        .key = "depth", .minimum = 0, .maximum = 100, .unit = "ms", .help = "depth of its modulation"},
 };
 constexpr std::array s_chorusFields{
     MakeField<&Chorus::voices, &Chorus::Voice::delay, &Chorus::Voice::decay, &Chorus::Voice::speed,
               &Chorus::Voice::depth>({
         .key = "voices",
-        .help = "the voices, as 50/0.4/0.25/2|60/0.3/0.4/2.3",
+        .help = "the voices, such as 50/0.4/0.25/2|60/0.3/0.4/2.3",
         .columns = s_chorusColumns,
     }),
     MakeField<&Chorus::inGain>({

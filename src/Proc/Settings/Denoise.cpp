@@ -30,14 +30,14 @@ constexpr std::array s_deinterlaceFields{
     MakeField<&Deinterlace::frameMode>({
         .key = "mode",
         .initial = Deinterlace::FrameMode::Frame,
-        .help = "what comes out",
+        .help = "which frames come out",
         .words = s_frameModes,
         .option = {"yadif", "mode"},
     }),
     MakeField<&Deinterlace::deinterlaceMode>({
         .key = "deint",
         .initial = Deinterlace::DeinterlaceMode::All,
-        .help = "which frames are worked on",
+        .help = "which frames to deinterlace",
         .words = s_deinterlaceModes,
         .option = {"yadif", "deint"},
     }),
@@ -167,7 +167,7 @@ constexpr std::array s_noiseFields{
         .initial = 0,
         .minimum = -1,
         .maximum = s_maxInt32,
-        .help = "start of the random numbers; 0 and -1 take the filter's own",
+        .help = "seed of the random numbers; 0 and -1 take the filter's own",
         .option = {"noise", "all_seed"},
     }),
     MakeField<&Noise::strength>({

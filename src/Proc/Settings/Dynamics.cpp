@@ -14,8 +14,8 @@ constexpr auto s_byWord = FilterOption::Form::Word;
 /// Both filters and all four enumerations use these words and numbers.
 template <class Link>
 constexpr std::array s_links{
-    FieldWord("average", Link::Average, "by the average of all channels"),
-    FieldWord("maximum", Link::Maximum, "by the loudest channel"),
+    FieldWord("average", Link::Average, "average of all channels"),
+    FieldWord("maximum", Link::Maximum, "loudest channel"),
 };
 template <class Detection>
 constexpr std::array s_detections{
@@ -38,7 +38,7 @@ constexpr std::array s_compressorFields{
         .initial = 0.125,
         .minimum = 0.000976563,
         .maximum = 1,
-        .help = "amplitude above which sound is turned down",
+        .help = "amplitude above which the level is reduced",
         .option = {"acompressor", "threshold"},
     }),
     MakeField<&Compressor::ratio>({
@@ -46,7 +46,7 @@ constexpr std::array s_compressorFields{
         .initial = 2.0,
         .minimum = 1,
         .maximum = 20,
-        .help = "dB of level for 1 dB more than the threshold",
+        .help = "dB above the threshold that become 1 dB",
         .option = {"acompressor", "ratio"},
     }),
     MakeField<&Compressor::attack>({
@@ -55,7 +55,7 @@ constexpr std::array s_compressorFields{
         .minimum = 0.01,
         .maximum = 2000,
         .unit = "ms",
-        .help = "time until sound is turned down",
+        .help = "time until the level is reduced",
         .option = {"acompressor", "attack"},
     }),
     MakeField<&Compressor::release>({
@@ -64,7 +64,7 @@ constexpr std::array s_compressorFields{
         .minimum = 0.01,
         .maximum = 9000,
         .unit = "ms",
-        .help = "time until it is turned up again",
+        .help = "time until the level is restored",
         .option = {"acompressor", "release"},
     }),
     MakeField<&Compressor::makeup>({
@@ -86,14 +86,14 @@ constexpr std::array s_compressorFields{
     MakeField<&Compressor::link>({
         .key = "link",
         .initial = Compressor::LinkType::Average,
-        .help = "what all channels are turned down by",
+        .help = "level that the reduction of all channels follows",
         .words = s_links<Compressor::LinkType>,
         .option = {.filter = "acompressor", .option = "link", .form = s_byWord},
     }),
     MakeField<&Compressor::detection>({
         .key = "detection",
         .initial = Compressor::DetectionType::Rms,
-        .help = "what counts as level",
+        .help = "how the level is measured",
         .words = s_detections<Compressor::DetectionType>,
         .option = {.filter = "acompressor", .option = "detection", .form = s_byWord},
     }),
@@ -125,14 +125,14 @@ constexpr std::array s_gateFields{
         .key = "range",
         .initial = 1 - 0.06125,
         .maximum = 1,
-        .help = "how far sound is turned down: 0 not at all, 1 to silence",
+        .help = "how far the level is reduced: 0 not at all, 1 to silence",
         .option = {.filter = "agate", .option = "range", .scale = -1, .offset = 1},
     }),
     MakeField<&Gate::threshold>({
         .key = "threshold",
         .initial = 0.125,
         .maximum = 1,
-        .help = "amplitude below which sound is turned down",
+        .help = "amplitude below which the level is reduced",
         .option = {"agate", "threshold"},
     }),
     MakeField<&Gate::ratio>({
@@ -140,7 +140,7 @@ constexpr std::array s_gateFields{
         .initial = 2.0,
         .minimum = 1,
         .maximum = 9000,
-        .help = "dB by which sound is turned down for 1 dB below the threshold",
+        .help = "dB by which the level is reduced for 1 dB below the threshold",
         .option = {"agate", "ratio"},
     }),
     MakeField<&Gate::attack>({
@@ -180,14 +180,14 @@ constexpr std::array s_gateFields{
     MakeField<&Gate::detection>({
         .key = "detection",
         .initial = Gate::DetectionType::Rms,
-        .help = "what counts as level",
+        .help = "how the level is measured",
         .words = s_detections<Gate::DetectionType>,
         .option = {.filter = "agate", .option = "detection", .form = s_byWord},
     }),
     MakeField<&Gate::link>({
         .key = "link",
         .initial = Gate::LinkType::Average,
-        .help = "what all channels are turned down by",
+        .help = "level that the reduction of all channels follows",
         .words = s_links<Gate::LinkType>,
         .option = {.filter = "agate", .option = "link", .form = s_byWord},
     }),

@@ -14,19 +14,19 @@ constexpr std::array s_bandColumns{
                 .minimum = 0,
                 .maximum = 999999,
                 .unit = "Hz",
-                .help = "middle of the band; bands from half the sample rate on are left out",
+                .help = "center of the band; bands at or above half the sample rate are left out",
                 .option = {"equalizer", "frequency"}},
     FieldColumn{.key = "gain",
                 .minimum = -900,
                 .maximum = 900,
                 .unit = "dB",
-                .help = "how much louder it becomes",
+                .help = "gain of the band",
                 .option = {"equalizer", "gain"}},
 };
 constexpr std::array s_equalizerFields{
     MakeField<&Equalizer::bands, &Equalizer::BandEq::frequency, &Equalizer::BandEq::gain>({
         .key = "bands",
-        .help = "the bands, as 100/3|1000/-2.5",
+        .help = "the bands, such as 100/3|1000/-2.5",
         .columns = s_bandColumns,
     }),
     MakeField<&Equalizer::factor>({

@@ -42,9 +42,9 @@ bool IsSupportedFormat(double number) {
 /// What is wrong with one value of a column, or "".
 std::string_view CheckColumn(FieldColumn const& column, double value) {
     if (column.kind == FieldKind::PixelFormat)
-        return IsSupportedFormat(value) ? "" : "no pixel format";
+        return IsSupportedFormat(value) ? "" : "not a pixel format";
     if (column.kind == FieldKind::Integer && std::isfinite(value) && std::trunc(value) != value)
-        return "no integer";
+        return "not an integer";
     return IsInRange(value, column.minimum, column.maximum) ? "" : "out of range";
 }
 
@@ -88,17 +88,18 @@ std::optional<Refusal> CheckValue(Field const& field, FieldValue const& value, s
         std::int64_t const number = std::get<std::int64_t>(value);
         return accept(number == static_cast<std::int64_t>(Conf::PixFmt::None) ||
                           IsSupportedFormat(static_cast<double>(number)),
-                      "no pixel format");
+                      "not a pixel format");
     }
     case FieldKind::ChannelLayout: {
         std::string const& name = std::get<std::string>(value);
-        return accept(name.empty() || Conf::ChannelLayout::FromName(name).has_value(), "no channel layout");
+        return accept(name.empty() || Conf::ChannelLayout::FromName(name).has_value(),
+                      "not a channel layout");
     }
     case FieldKind::List:
         return CheckList(field, std::get<std::vector<double>>(value));
     case FieldKind::Matrix: {
         std::vector<double> const& words = std::get<std::vector<double>>(value);
-        return accept(words.size() == 9 && std::ranges::all_of(words, IsWholeInt32), "no display matrix");
+        return accept(words.size() == 9 && std::ranges::all_of(words, IsWholeInt32), "not a display matrix");
     }
     case FieldKind::Flag:
     case FieldKind::Text:

@@ -11,26 +11,26 @@ namespace Details {
 std::string_view GetNoneOf(FieldKind kind) noexcept {
     switch (kind) {
     case FieldKind::Flag:
-        return "no flag";
+        return "not a flag";
     case FieldKind::Integer:
-        return "no integer";
+        return "not an integer";
     case FieldKind::Real:
-        return "no number";
+        return "not a number";
     case FieldKind::Word:
     case FieldKind::Mask:
         return "unknown";
     case FieldKind::Text:
-        return "no text";
+        return "not a text";
     case FieldKind::Color:
-        return "no color";
+        return "not a color";
     case FieldKind::PixelFormat:
-        return "no pixel format";
+        return "not a pixel format";
     case FieldKind::ChannelLayout:
-        return "no channel layout";
+        return "not a channel layout";
     case FieldKind::List:
-        return "no list";
+        return "not a list";
     case FieldKind::Matrix:
-        return "no display matrix";
+        return "not a display matrix";
     }
     return "unknown";
 }

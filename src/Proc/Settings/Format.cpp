@@ -13,18 +13,18 @@ constexpr std::array s_formatColumns{
 constexpr std::array s_converterFields{
     MakeField<&Converter::formats>({
         .key = "formats",
-        .help = "allowed pixel formats; the nearest one is taken",
+        .help = "allowed pixel formats; the nearest one is used",
         .columns = s_formatColumns,
     }),
     MakeField<&Converter::hasAlpha>({
         .key = "alpha",
         .initial = true,
-        .help = "alpha counts when the nearest format is looked for",
+        .help = "consider alpha when choosing the nearest format",
     }),
     MakeField<&Converter::background>({
         .key = "background",
         .initial = Conf::PixColor{},
-        .help = "color that shows through where alpha is lost",
+        .help = "background color where alpha is lost",
     }),
     MakeField<&Converter::refuseLoss>({
         .key = "refuse-loss",
@@ -37,12 +37,12 @@ constexpr std::array s_converterFields{
         .initial = 255,
         .minimum = 1,
         .maximum = 255,
-        .help = "colors of a palette, at most; black is in it besides",
+        .help = "largest number of colors in a palette, besides black",
     }),
     MakeField<&Converter::dither>({
         .key = "dither",
         .initial = false,
-        .help = "spread the error of a palette over the neighboring pixels",
+        .help = "diffuse the error of a palette to neighboring pixels",
     }),
     MakeField<&Converter::accurate>({
         .key = "accurate",
@@ -57,17 +57,17 @@ constexpr SettingsTable s_converter =
 using Resizer = SettingsResizer;
 constexpr double s_maxSide = 16384;
 constexpr std::array s_fits{
-    FieldWord("stretch", Resizer::Fit::Stretch, "distort the picture to exactly that size"),
+    FieldWord("stretch", Resizer::Fit::Stretch, "stretch to exactly that size"),
     FieldWord("inside", Resizer::Fit::Inside, "as large as fits; one side may come out smaller"),
     FieldWord("pad", Resizer::Fit::Pad, "as large as fits, with bars of the background color"),
-    FieldWord("crop", Resizer::Fit::Crop, "fill that size and cut off what reaches out"),
+    FieldWord("crop", Resizer::Fit::Crop, "fill that size and crop the rest"),
 };
 constexpr std::array s_scalers{
     FieldWord("fast_bilinear", Resizer::Algorithm::FastBilinear, ""),
     FieldWord("bilinear", Resizer::Algorithm::Bilinear, ""),
     FieldWord("bicubic", Resizer::Algorithm::Bicubic, ""),
     FieldWord("neighbor", Resizer::Algorithm::Neighbor, "nearest pixel"),
-    FieldWord("area", Resizer::Algorithm::Area, "average of the area, for making pictures smaller"),
+    FieldWord("area", Resizer::Algorithm::Area, "average of the area, for downscaling"),
     FieldWord("gauss", Resizer::Algorithm::Gauss, "Gaussian"),
     FieldWord("sinc", Resizer::Algorithm::Sinc, ""),
     FieldWord("lanczos", Resizer::Algorithm::Lanczos, ""),
@@ -79,19 +79,19 @@ constexpr std::array s_resizerFields{
         .initial = 0,
         .maximum = s_maxSide,
         .unit = "pixels",
-        .help = "width of the result; 0 follows from height and the proportions",
+        .help = "width of the result; 0 follows from height and the aspect ratio",
     }),
     MakeField<&Resizer::height>({
         .key = "height",
         .initial = 0,
         .maximum = s_maxSide,
         .unit = "pixels",
-        .help = "height of the result; 0 follows from width and the proportions",
+        .help = "height of the result; 0 follows from width and the aspect ratio",
     }),
     MakeField<&Resizer::fit>({
         .key = "fit",
         .initial = Resizer::Fit::Stretch,
-        .help = "what happens to a picture of other proportions",
+        .help = "how to handle frames of another aspect ratio",
         .words = s_fits,
     }),
     MakeField<&Resizer::algorithm>({
@@ -136,14 +136,14 @@ constexpr std::array s_resampleFields{
         .initial = 0,
         .maximum = 768000,
         .unit = "Hz",
-        .help = "samples a second; 0 for those of the input",
+        .help = "sample rate; 0 for that of the input",
         .option = {.filter = "aresample",
                    .option = "sample_rate",
                    .narrower = "beyond any converter there is; higher rates only exhaust memory"},
     }),
     MakeField<&Resample::layout>({
         .key = "layout",
-        .help = "channels; none for those of the input",
+        .help = "channel layout; none for that of the input",
     }),
 };
 constexpr SettingsTable s_resample = MakeTable(

@@ -26,7 +26,7 @@ constexpr std::array s_distortionFields{
         .key = "amount",
         .initial = 0.5,
         .maximum = 1,
-        .help = "how far sound is overdriven",
+        .help = "amount of overdrive",
     }),
     MakeField<&Distortion::gain>({
         .key = "gain",
@@ -60,7 +60,7 @@ constexpr std::array s_flangerFields{
         .initial = 0.0,
         .maximum = 30,
         .unit = "ms",
-        .help = "least distance of the delayed sound",
+        .help = "shortest delay",
         .option = {"flanger", "delay"},
     }),
     MakeField<&Flanger::depth>({
@@ -68,7 +68,7 @@ constexpr std::array s_flangerFields{
         .initial = 2.0,
         .maximum = 10,
         .unit = "ms",
-        .help = "how far it sweeps",
+        .help = "depth of the sweep",
         .option = {"flanger", "depth"},
     }),
     MakeField<&Flanger::regen>({
@@ -77,14 +77,14 @@ constexpr std::array s_flangerFields{
         .minimum = -95,
         .maximum = 95,
         .unit = "percent",
-        .help = "how much of the delayed sound is fed back",
+        .help = "how much of the delayed audio is fed back",
         .option = {"flanger", "regen"},
     }),
     MakeField<&Flanger::width>({
         .key = "width",
         .initial = 0.71,
         .maximum = 1,
-        .help = "fraction of the delayed sound that is mixed in",
+        .help = "fraction of the delayed audio that is mixed in",
         .option = {.filter = "flanger", .option = "width", .scale = 100},
     }),
     MakeField<&Flanger::speed>({
@@ -93,7 +93,7 @@ constexpr std::array s_flangerFields{
         .minimum = 0.1,
         .maximum = 10,
         .unit = "Hz",
-        .help = "sweeps a second",
+        .help = "sweeps per second",
         .option = {"flanger", "speed"},
     }),
     MakeField<&Flanger::phase>({
@@ -101,7 +101,7 @@ constexpr std::array s_flangerFields{
         .initial = 25.0,
         .maximum = 100,
         .unit = "percent",
-        .help = "shift of the sweep from channel to channel",
+        .help = "phase shift of the sweep between channels",
         .option = {"flanger", "phase"},
     }),
     MakeField<&Flanger::shape>({
@@ -129,14 +129,14 @@ constexpr std::array s_vibratoFields{
         .minimum = 0.1,
         .maximum = 20000,
         .unit = "Hz",
-        .help = "how fast the pitch wavers",
+        .help = "speed of the modulation",
         .option = {"vibrato", "f"},
     }),
     MakeField<&Vibrato::depth>({
         .key = "depth",
         .initial = 0.5,
         .maximum = 1,
-        .help = "how far it wavers",
+        .help = "depth of the modulation",
         .option = {"vibrato", "d"},
     }),
 };

@@ -37,7 +37,7 @@ constexpr std::array s_displayMatrixFields{
     MakeField<&SettingsEffectDisplayMatrix::matrix>(
         {.key = "matrix",
          .initial = std::span<double const>(s_noTransform),
-         .help = "display matrix to bake into the pixels; an EXIF orientation of 1 to 8 will do"}),
+         .help = "display matrix to apply to the pixels, or an EXIF orientation of 1 to 8"}),
 };
 constexpr SettingsTable s_displayMatrix = MakeTable("display-matrix", s_displayMatrixFields,
                                                     "rotate orientation exif upright portrait sideways tag");

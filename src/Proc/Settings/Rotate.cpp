@@ -18,7 +18,7 @@ constexpr std::array s_sizeModes{
     FieldWord("keep", Rotate::SizeMode::Keep, "that of the input"),
     FieldWord("given", Rotate::SizeMode::Given, "width and height"),
     FieldWord("crop", Rotate::SizeMode::Crop, "the largest part without corners"),
-    FieldWord("pad", Rotate::SizeMode::Pad, "all of the turned picture"),
+    FieldWord("pad", Rotate::SizeMode::Pad, "all of the rotated frame"),
 };
 constexpr std::array s_rotateFields{
     MakeField<&Rotate::angle>({
@@ -27,8 +27,7 @@ constexpr std::array s_rotateFields{
         .minimum = -s_maxTurns * 360,
         .maximum = s_maxTurns * 360,
         .unit = "degrees",
-        .help =
-            "clockwise rotation, cut to 0.06; multiples of 90 are lossless and change the size as they must",
+        .help = "clockwise rotation, cut to 0.06; multiples of 90 are lossless and change the size as needed",
     }),
     MakeField<&Rotate::sizeMode>({
         .key = "mode",
@@ -53,13 +52,13 @@ constexpr std::array s_rotateFields{
     MakeField<&Rotate::bilinear>({
         .key = "bilinear",
         .initial = false,
-        .help = "ask for bilinear interpolation by name; the filter does it unasked too",
+        .help = "request bilinear interpolation by name; it is the default of the filter too",
         .option = {"rotate", "bilinear"},
     }),
     MakeField<&Rotate::fillColor>({
         .key = "fill",
         .initial = Conf::PixColor{},
-        .help = "color of the area that the turned picture leaves free",
+        .help = "color of the area that the rotated frame leaves empty",
     }),
 };
 std::string FindConflict(Rotate const& rotate) {
@@ -67,7 +66,7 @@ std::string FindConflict(Rotate const& rotate) {
     if (rotate.sizeMode != Rotate::SizeMode::Given || turnsByQuarters ||
         (rotate.outputWidth > 0 && rotate.outputHeight > 0))
         return {};
-    return fmt::format("give {}{}{}, 1 to {} pixels: mode=given has no size without",
+    return fmt::format("give {}{}{}, 1 to {} pixels: mode=given needs a size",
                        rotate.outputWidth > 0 ? "" : "width",
                        rotate.outputWidth > 0 || rotate.outputHeight > 0 ? "" : " and ",
                        rotate.outputHeight > 0 ? "" : "height", s_largestRotated);

@@ -38,7 +38,7 @@ Core::Property MakeChild(Settings const& settings, Field const& field) {
 void WriteFieldFromProperty(Settings& settings, Field const& field, Core::Property const& child) {
     PropertyTypes const type = child.GetType();
     if (type == PropertyTypes::Empty || type == PropertyTypes::Container)
-        Core::Throw<SettingsException>(fmt::format("{}: {} is of type {}, which is no value: {}",
+        Core::Throw<SettingsException>(fmt::format("{}: {} is of type {}, which is not a value: {}",
                                                    settings.GetClassId(), field.key, GetName(type),
                                                    GetRangeText(field)));
     WriteFieldText(settings, field, Core::PropertyValueToString(child));

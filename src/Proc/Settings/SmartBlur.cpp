@@ -50,12 +50,10 @@ constexpr std::array s_smartBlurFields{
     MakeAmount<&SmartBlur::chromaStrength>(
         "chroma-strength", "blurs chroma, or sharpens it below 0",
         {.filter = "smartblur", .option = "chroma_strength", .scale = 0.01, .narrower = s_unset}),
-    MakeAmount<&SmartBlur::lumaStrengthOffset>("luma-strength-offset", "is taken away from luma-strength"),
-    MakeAmount<&SmartBlur::chromaStrengthOffset>("chroma-strength-offset",
-                                                 "is taken away from chroma-strength"),
+    MakeAmount<&SmartBlur::lumaStrengthOffset>("luma-strength-offset", "subtracted from luma-strength"),
+    MakeAmount<&SmartBlur::chromaStrengthOffset>("chroma-strength-offset", "subtracted from chroma-strength"),
     MakeAmount<&SmartBlur::lumaThreshold>(
-        "luma-threshold",
-        "above 0 flat areas alone are worked on, below 0 edges alone, 0 all of luma; in steps of 3 or 4",
+        "luma-threshold", "above 0: flat areas only, below 0: edges only, 0: all of luma; in steps of 3 or 4",
         {"smartblur", "luma_threshold", 0.3}),
     MakeAmount<&SmartBlur::chromaThreshold>(
         "chroma-threshold", "the same for chroma",

@@ -17,7 +17,7 @@ constexpr std::array s_deshakeFields{
         .minimum = 4,
         .maximum = 128,
         .unit = "pixels",
-        .help = "size of the blocks whose motion is searched for",
+        .help = "size of the blocks for the motion search",
         .option = {"deshake", "blocksize"},
     }),
     MakeField<&Deshake::enabled>({
@@ -36,7 +36,7 @@ constexpr std::array s_cropModes{
     FieldWord("keep", Stabilizer::CropMode::Keep, "border of earlier frames"),
 };
 constexpr std::array s_optimalZooms{
-    FieldWord("none", Stabilizer::OptimalZoom::None, "by zoom alone"),
+    FieldWord("none", Stabilizer::OptimalZoom::None, "by zoom only"),
     FieldWord("static", Stabilizer::OptimalZoom::Static, "the same for the whole clip"),
     FieldWord("dynamic", Stabilizer::OptimalZoom::Dynamic, "as much as each part of the clip needs"),
 };
@@ -46,7 +46,7 @@ constexpr std::array s_optimizations{
 };
 constexpr std::array s_interpolations{
     FieldWord("no", Stabilizer::Interpolation::None, "nearest pixel"),
-    FieldWord("linear", Stabilizer::Interpolation::Linear, "horizontally alone"),
+    FieldWord("linear", Stabilizer::Interpolation::Linear, "horizontal only"),
     FieldWord("bilinear", Stabilizer::Interpolation::Bilinear, "in both directions"),
     FieldWord("bicubic", Stabilizer::Interpolation::Bicubic, "slower, sharper"),
 };
@@ -80,7 +80,7 @@ constexpr std::array s_stabilizerFields{
         .initial = 15,
         .maximum = 1000,
         .unit = "frames",
-        .help = "frames to each side that the path of the camera is smoothed over (second pass)",
+        .help = "frames on each side over which the camera path is smoothed (second pass)",
         .option = {"vidstabtransform", "smoothing"},
     }),
     MakeField<&Stabilizer::accuracy>({
@@ -88,7 +88,7 @@ constexpr std::array s_stabilizerFields{
         .initial = 15,
         .minimum = 1,
         .maximum = 15,
-        .help = "of the detection, not below shakiness; more takes longer (first pass)",
+        .help = "accuracy of the detection, at least shakiness; more takes longer (first pass)",
         .option = {"vidstabdetect", "accuracy"},
     }),
     MakeField<&Stabilizer::stepSize>({
@@ -97,7 +97,8 @@ constexpr std::array s_stabilizerFields{
         .minimum = 1,
         .maximum = 32,
         .unit = "pixels",
-        .help = "of the search; the region around the best place is searched by single pixels (first pass)",
+        .help =
+            "step of the search; the region around the best match is searched pixel by pixel (first pass)",
         .option = {"vidstabdetect", "stepsize"},
     }),
     MakeField<&Stabilizer::zoom>({
@@ -114,13 +115,13 @@ constexpr std::array s_stabilizerFields{
         .initial = 25,
         .maximum = 100,
         .unit = "hundredths",
-        .help = "fields of less contrast are not looked at (first pass)",
+        .help = "fields of lower contrast are ignored (first pass)",
         .option = {.filter = "vidstabdetect", .option = "mincontrast", .scale = 0.01},
     }),
     MakeField<&Stabilizer::cropMode>({
         .key = "crop",
         .initial = Stabilizer::CropMode::Keep,
-        .help = "what is seen where the moved picture does not reach (second pass)",
+        .help = "what fills the area that the moved frame leaves empty (second pass)",
         .words = s_cropModes,
         .option = {.filter = "vidstabtransform", .option = "crop", .form = s_byWord},
     }),
@@ -134,14 +135,14 @@ constexpr std::array s_stabilizerFields{
     MakeField<&Stabilizer::optimization>({
         .key = "algorithm",
         .initial = Stabilizer::Optimization::Gauss,
-        .help = "how the path of the camera is smoothed (second pass)",
+        .help = "how the camera path is smoothed (second pass)",
         .words = s_optimizations,
         .option = {.filter = "vidstabtransform", .option = "optalgo", .form = s_byWord},
     }),
     MakeField<&Stabilizer::interpolation>({
         .key = "interpolation",
         .initial = Stabilizer::Interpolation::Bilinear,
-        .help = "between pixels (second pass)",
+        .help = "interpolation between pixels (second pass)",
         .words = s_interpolations,
         .option = {.filter = "vidstabtransform", .option = "interpol", .form = s_byWord},
     }),

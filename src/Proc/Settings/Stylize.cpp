@@ -10,7 +10,7 @@ namespace {
 
 using EdgeDetect = SettingsEffectEdgeDetect;
 constexpr std::array s_edgeModes{
-    FieldWord("default", EdgeDetect::Mode::Default, "the filter's own: wires"),
+    FieldWord("default", EdgeDetect::Mode::Default, "the filter's default: wires"),
     FieldWord("wires", EdgeDetect::Mode::Wires, "white and gray wires on black"),
     FieldWord("colormix", EdgeDetect::Mode::ColorMix, "mixed with the colors: like a painting"),
 };
@@ -26,7 +26,7 @@ constexpr std::array s_edgeDetectFields{
         .key = "low",
         .initial = 20 / 255.0,
         .maximum = 1,
-        .help = "edges go on where they are stronger than this (cut to two digits); not above high",
+        .help = "edges continue where they are stronger than this (cut to two digits); not above high",
         .option = {"edgedetect", "low"},
     }),
     MakeField<&EdgeDetect::highThreshold>({
@@ -58,7 +58,7 @@ constexpr std::array s_embossFields{
         .minimum = -s_maxSide,
         .maximum = s_maxSide,
         .unit = "pixels",
-        .help = "offset to the right of the picture that is taken away",
+        .help = "offset to the right of the frame that is subtracted",
     }),
     MakeField<&Emboss::verticalOffset>({
         .key = "y",
@@ -66,12 +66,12 @@ constexpr std::array s_embossFields{
         .minimum = -s_maxSide,
         .maximum = s_maxSide,
         .unit = "pixels",
-        .help = "its offset downwards",
+        .help = "its downward offset",
     }),
     MakeField<&Emboss::keepColor>({
         .key = "keep-color",
         .initial = false,
-        .help = "leave a relief of the colors in: the edges of colored areas on gray; without it all is gray",
+        .help = "keep a relief of the colors: the edges of colored areas on gray; otherwise all is gray",
     }),
 };
 constexpr SettingsTable s_emboss = MakeTable("emboss", s_embossFields, "relief bump engrave");
@@ -87,7 +87,7 @@ constexpr std::array s_negateFields{
     MakeField<&Negate::channels>({
         .key = "channels",
         .initial = Negate::Red | Negate::Green | Negate::Blue,
-        .help = "channels to turn into their negative",
+        .help = "channels to invert",
         .words = s_channels,
     }),
 };
@@ -111,7 +111,7 @@ constexpr std::array s_posterizeFields{
     MakeField<&Posterize::palette>({
         .key = "palette",
         .initial = false,
-        .help = "give out frames with a palette",
+        .help = "output frames with a palette",
         .option = {"elbg", "pal8"},
     }),
     MakeField<&Posterize::seed>({
@@ -119,7 +119,7 @@ constexpr std::array s_posterizeFields{
         .initial = 1,
         .minimum = -1,
         .maximum = s_maxInt32,
-        .help = "start of the random numbers; -1 takes another one each time",
+        .help = "seed of the random numbers; -1 takes another one each time",
         .option = {.filter = "elbg", .option = "seed", .narrower = "kept in 32 bits with a sign"},
     }),
     MakeField<&Posterize::hostValue>({
@@ -127,7 +127,7 @@ constexpr std::array s_posterizeFields{
         .initial = 0.0,
         .minimum = -1e30,
         .maximum = 1e30,
-        .help = "a number kept for the host; it changes nothing in the picture",
+        .help = "number kept for the host; it does not change the frames",
     }),
 };
 std::string FindConflict(Posterize const& posterize) {

@@ -66,7 +66,7 @@ SafeFrame CopyWithRoomBehind(AVFrame const& frame) {
     copy.CopyProperties(frame);
     copy.AllocateBuffers();
     if (int const error = av_frame_copy(copy.Get(), &frame); error < 0)
-        Core::Throw<ProcException>("AVFrame holds no picture that can be copied", TagFFmpegError(error));
+        Core::Throw<ProcException>("AVFrame holds no video that can be copied", TagFFmpegError(error));
     return copy;
 }
 

@@ -71,7 +71,7 @@ SafeFrame::SafeFrame(Conf::ColorSpace const& space, Conf::PixFmt format, std::ui
         Core::Throw<EffectException>(
             {s_safeTypesFile, "Tarsel::Proc::SafeFrame::SafeFrame(const Conf::ColorSpace &, Conf::PixFmt, "
                               "std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t)"},
-            fmt::format("No picture of {}x{} pixels in pixel format {} can be made", width, height,
+            fmt::format("Cannot make a frame of {}x{} pixels in pixel format {}", width, height,
                         static_cast<std::int32_t>(format)));
     m_frame->format = static_cast<int>(format);
     m_frame->width = static_cast<int>(width);
@@ -99,7 +99,7 @@ SafeFrame SafeFrame::Reference(AVFrame const& frame) {
     if (error < 0)
         Core::Throw<ProcException>(
             {s_safeTypesFile, "static SafeFrame Tarsel::Proc::SafeFrame::Reference(const AVFrame &)"},
-            "AVFrame holds neither a picture nor audio", TagFFmpegError(error));
+            "AVFrame holds neither video nor audio", TagFFmpegError(error));
     return result;
 }
 
@@ -110,7 +110,7 @@ void SafeFrame::AllocateBuffers() {
         ThrowNoBuffers("void Tarsel::Proc::SafeFrame::AllocateBuffers()", size);
     if (error < 0)
         Core::Throw<EffectException>({s_safeTypesFile, "void Tarsel::Proc::SafeFrame::AllocateBuffers()"},
-                                     "AVFrame states no picture and no audio", TagFFmpegError(error));
+                                     "AVFrame describes neither video nor audio", TagFFmpegError(error));
 }
 
 void SafeFrame::CopyProperties(AVFrame const& from) {

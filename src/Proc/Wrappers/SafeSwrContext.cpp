@@ -162,7 +162,7 @@ SafeSwrContext::SafeSwrContext(SwrCtxParams const& params)
 std::optional<SafeFrame> SafeSwrContext::Convert(AVFrame const& block) {
     Core::Site const site{s_resamplerFile, s_convert};
     if (!m_context)
-        Core::Throw<EffectException>(site, "The converter of audio is empty");
+        Core::Throw<EffectException>(site, "The audio converter is empty");
     if (Conf::SampleInfo const form = GetFrameSampleInfo(block); form != m_params.from)
         Core::Throw<EffectException>(site,
                                      fmt::format("{}: the converter is for {}",
@@ -209,7 +209,7 @@ std::optional<SafeFrame> SafeSwrContext::ConvertBlock(AVFrame const& block) {
 
 std::optional<SafeFrame> SafeSwrContext::Flush() {
     if (!m_context)
-        Core::Throw<EffectException>({s_resamplerFile, s_flush}, "The converter of audio is empty");
+        Core::Throw<EffectException>({s_resamplerFile, s_flush}, "The audio converter is empty");
     std::optional<SafeFrame> rest;
     try {
         rest = TakeRest();

@@ -14,7 +14,7 @@
 namespace Tarsel::Proc {
 namespace {
 
-constexpr EffectTraits s_cautious{.summary = "filters the picture",
+constexpr EffectTraits s_cautious{.summary = "filters frames",
                                   .alpha = Keeps::Sometimes,
                                   .depth = Keeps::Sometimes,
                                   .range = Keeps::Sometimes,

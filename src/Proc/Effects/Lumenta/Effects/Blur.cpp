@@ -43,7 +43,7 @@ Sigmas GetSigmas(SettingsEffectBlur const& settings, Conf::FrameInfo const& info
 template <>
 struct EffectActions<SettingsEffectBlur> {
     using SettingsType = SettingsEffectBlur;
-    static constexpr EffectTraits s_traits{.summary = "blurs the picture",
+    static constexpr EffectTraits s_traits{.summary = "blurs frames",
                                            .alpha = Keeps::Sometimes,
                                            .depth = Keeps::Sometimes,
                                            .range = Keeps::Sometimes};

@@ -56,7 +56,7 @@ template <>
 struct EffectActions<SettingsEffectColorChannelMixer> {
     using SettingsType = SettingsEffectColorChannelMixer;
     static constexpr EffectTraits s_traits{
-        .summary = "makes each channel of a sum of all four", .alpha = Keeps::Sometimes, .slices = true};
+        .summary = "mixes the color and alpha channels", .alpha = Keeps::Sometimes, .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
         std::ostringstream text = MakeOptionStream();

@@ -24,7 +24,7 @@ using Conf::PixFmt;
 using ColorBalance = SettingsEffectColorBalance;
 
 constexpr EffectTraits s_colorBalanceTraits{.summary =
-                                                "changes brightness, contrast, saturation, gamma and hue",
+                                                "adjusts brightness, contrast, saturation, gamma and hue",
                                             .alpha = Keeps::Always,
                                             .depth = Keeps::Sometimes,
                                             .range = Keeps::Sometimes};

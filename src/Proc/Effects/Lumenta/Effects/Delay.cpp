@@ -42,16 +42,16 @@ constexpr float s_longestEcho = 90000;
 
 void CheckVoice(Voice const& voice, Conf::SampleInfo const& info, Core::Site const& site) {
     if (voice.depth < 0)
-        Core::Throw<EffectException>(site, fmt::format("{} takes depths of 0 ms at least, not of {}",
+        Core::Throw<EffectException>(site, fmt::format("{} needs a depth of at least 0 ms, not {}",
                                                        SettingsAudioChorus::CLASS_ID, voice.depth));
     if (voice.speed <= 0) // of which FFmpeg would say that it has no memory
-        Core::Throw<EffectException>(site, fmt::format("{} takes speeds above 0 Hz, not of {}",
+        Core::Throw<EffectException>(site, fmt::format("{} needs a speed above 0 Hz, not {}",
                                                        SettingsAudioChorus::CLASS_ID, voice.speed));
     constexpr double rounded = 1.000001; // as the filter's float may be
     if (info.rate > 0 && info.rate < voice.speed * rounded)
-        Core::Throw<EffectException>(
-            site, fmt::format("{} of {} Hz takes audio of more samples a second than that, not of {}",
-                              SettingsAudioChorus::CLASS_ID, voice.speed, info.rate));
+        Core::Throw<EffectException>(site,
+                                     fmt::format("{} at {} Hz needs audio of a higher sample rate, not {}",
+                                                 SettingsAudioChorus::CLASS_ID, voice.speed, info.rate));
 }
 
 } // namespace
@@ -83,7 +83,7 @@ template <>
 struct EffectActionsAudio<SettingsAudioChorus> {
     using SettingsType = SettingsAudioChorus;
     static constexpr EffectTraits s_traits{
-        .summary = "adds voices that follow at a wavering distance", .frameIndependent = false, .tail = true};
+        .summary = "adds delayed voices of wavering pitch", .frameIndependent = false, .tail = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
         auto const& voices = settings.voices;
@@ -119,7 +119,7 @@ template <>
 struct EffectActionsAudio<SettingsAudioReverb> {
     using SettingsType = SettingsAudioReverb;
     static constexpr EffectTraits s_traits{
-        .summary = "adds a small room", .frameIndependent = false, .tail = true};
+        .summary = "adds the reverberation of a small room", .frameIndependent = false, .tail = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
         std::ostringstream text = MakeClassicStream();

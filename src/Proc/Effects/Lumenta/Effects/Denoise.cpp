@@ -45,7 +45,7 @@ template <>
 struct EffectActions<SettingsDeinterlace> {
     using SettingsType = SettingsDeinterlace;
     static constexpr bool s_readsProperties = true;
-    static constexpr EffectTraits s_traits{.summary = "makes whole frames of interlaced ones",
+    static constexpr EffectTraits s_traits{.summary = "converts interlaced frames to progressive ones",
                                            .depth = Keeps::Sometimes,
                                            .range = Keeps::Sometimes,
                                            .frameIndependent = false,
@@ -70,7 +70,8 @@ template <>
 struct EffectActions<SettingsEffectDenoiseChromaLuma> {
     using SettingsType = SettingsEffectDenoiseChromaLuma;
     static constexpr bool s_readsProperties = true;
-    static constexpr EffectTraits s_traits{.summary = "denoises in space and time, luma and chroma apart",
+    static constexpr EffectTraits s_traits{.summary =
+                                               "denoises in space and time, luma and chroma separately",
                                            .alpha = Keeps::Never,
                                            .range = Keeps::Sometimes,
                                            .frameIndependent = false,

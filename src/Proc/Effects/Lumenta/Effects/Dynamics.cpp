@@ -34,7 +34,7 @@ std::string RepeatForChannels(double value, Conf::SampleInfo const& info) {
 template <>
 struct EffectActionsAudio<SettingsAudioCompressor> {
     using SettingsType = SettingsAudioCompressor;
-    static constexpr EffectTraits s_traits{.summary = "makes loud sound less loud",
+    static constexpr EffectTraits s_traits{.summary = "reduces the level of loud audio",
                                            .frameIndependent = false};
 
     static std::string GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
@@ -50,7 +50,8 @@ struct EffectActionsAudio<SettingsAudioCompressor> {
 template <>
 struct EffectActionsAudio<SettingsAudioGate> {
     using SettingsType = SettingsAudioGate;
-    static constexpr EffectTraits s_traits{.summary = "makes quiet sound quieter", .frameIndependent = false};
+    static constexpr EffectTraits s_traits{.summary = "reduces the level of quiet audio",
+                                           .frameIndependent = false};
 
     static std::string GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
         std::ostringstream text = MakeClassicStream();
@@ -68,7 +69,7 @@ struct EffectActionsAudio<SettingsAudioNoiseGate> {
     using SettingsType = SettingsAudioNoiseGate;
     static constexpr bool s_readsProperties = true;
     static constexpr EffectTraits s_traits{
-        .summary = "cuts off sound below a level", .frameIndependent = false, .delayTime = 100000};
+        .summary = "silences audio below a level", .frameIndependent = false, .delayTime = 100000};
 
     static std::string GetFFString(SettingsType const& settings, Conf::SampleInfo const& info) {
         double const open = settings.threshold + 0.1;

@@ -29,8 +29,7 @@ using Algorithm = SettingsResizer::Algorithm;
 
 constexpr int s_resizerVerbosity = 30;
 
-constexpr EffectTraits s_resizerTraits{.summary = "scales, crops and frames the picture",
-                                       .size = Keeps::Sometimes};
+constexpr EffectTraits s_resizerTraits{.summary = "scales, crops and pads frames", .size = Keeps::Sometimes};
 
 constexpr struct {
     Algorithm algorithm;
@@ -172,8 +171,7 @@ void EffectImageResizer::NoteInterlaced(AVFrame const& frame, bool changesHeight
     if (!changesHeight || GetFrameFieldOrder(frame) == FieldOrder::Progressive)
         return;
     if (m_interlaced++ == 0)
-        VLOG(s_resizerVerbosity)
-            << "Interlaced frames are resized as whole pictures, which mixes their fields";
+        VLOG(s_resizerVerbosity) << "Interlaced frames are resized as whole frames, which mixes their fields";
 }
 
 void EffectImageResizer::ScaleInto(AVFrame const& from, AVFrame& to) {

@@ -20,7 +20,7 @@ using BandEq = SettingsAudioEqualizer::BandEq;
 template <>
 struct EffectActionsAudio<SettingsAudioEqualizer> {
     using SettingsType = SettingsAudioEqualizer;
-    static constexpr EffectTraits s_traits{.summary = "makes bands of frequencies louder or quieter",
+    static constexpr EffectTraits s_traits{.summary = "boosts or cuts frequency bands",
                                            .frameIndependent = false};
 
     /// Leaves out bands from half the sample rate on; "" when none are left.

@@ -19,7 +19,7 @@ namespace {
 constexpr char const* s_midEqualizerFile = "Proc/Effects/Lumenta/MidEqualizerFF";
 
 constexpr EffectTraits s_midEqualizerTraits{
-    .summary = "brings light and contrast midway to those of a second picture",
+    .summary = "moves brightness and contrast midway to those of a second frame",
     .alpha = Keeps::Sometimes,
     .depth = Keeps::Always,
     .range = Keeps::Sometimes};

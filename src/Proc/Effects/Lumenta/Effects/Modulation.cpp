@@ -48,7 +48,7 @@ template <>
 struct EffectActionsAudio<SettingsAudioDistortion> {
     using SettingsType = SettingsAudioDistortion;
     // The low-pass of the soft clipper looks back.
-    static constexpr EffectTraits s_traits{.summary = "overdrives sound", .frameIndependent = false};
+    static constexpr EffectTraits s_traits{.summary = "overdrives audio", .frameIndependent = false};
 
     /// "" for a mode there is not.
     static std::string GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
@@ -77,7 +77,7 @@ struct EffectActionsAudio<SettingsAudioDistortion> {
 template <>
 struct EffectActionsAudio<SettingsAudioFlanger> {
     using SettingsType = SettingsAudioFlanger;
-    static constexpr EffectTraits s_traits{.summary = "mixes sound with itself at a sweeping distance",
+    static constexpr EffectTraits s_traits{.summary = "mixes audio with itself at a sweeping delay",
                                            .frameIndependent = false};
 
     static std::string GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
@@ -98,10 +98,9 @@ struct EffectActionsAudio<SettingsAudioFlanger> {
         if (!isTaken)
             return;
         if (info.rate > 0 && static_cast<double>(info.rate) < settings.speed)
-            Core::Throw<EffectException>(site,
-                                         fmt::format("{} of {} Hz takes audio of as many samples a second "
-                                                     "at least, not of {}",
-                                                     SettingsType::CLASS_ID, settings.speed, info.rate));
+            Core::Throw<EffectException>(
+                site, fmt::format("{} at {} Hz needs audio of at least that sample rate, not {}",
+                                  SettingsType::CLASS_ID, settings.speed, info.rate));
         Conf::SampleInfo inside = info;
         inside.format = Conf::SampleFormats::DoublePlanar;
         RequireDelayMemory(GetDelayLineBytes(inside, double{settings.delay} + settings.depth) +
@@ -113,7 +112,7 @@ struct EffectActionsAudio<SettingsAudioFlanger> {
 template <>
 struct EffectActionsAudio<SettingsAudioVibrato> {
     using SettingsType = SettingsAudioVibrato;
-    static constexpr EffectTraits s_traits{.summary = "lets the pitch waver", .frameIndependent = false};
+    static constexpr EffectTraits s_traits{.summary = "modulates the pitch", .frameIndependent = false};
 
     static std::string GetFFString(SettingsType const& settings, Conf::SampleInfo const&) {
         std::ostringstream text = MakeClassicStream();

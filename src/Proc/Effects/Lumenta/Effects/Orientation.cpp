@@ -78,7 +78,7 @@ struct EffectActions<SettingsEffectFlip> {
     using SettingsType = SettingsEffectFlip;
     static constexpr bool s_readsProperties = true;
     // More threads make hflip slower (1920x1080: 0.10 ms on one, 0.13 ms on two).
-    static constexpr EffectTraits s_traits{.summary = "mirrors the picture", .range = Keeps::Sometimes};
+    static constexpr EffectTraits s_traits{.summary = "mirrors frames", .range = Keeps::Sometimes};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
         if (settings.vertical)
@@ -96,7 +96,7 @@ template <>
 struct EffectActions<SettingsEffectTranspose> {
     using SettingsType = SettingsEffectTranspose;
     static constexpr bool s_readsProperties = true;
-    static constexpr EffectTraits s_traits{.summary = "turns the picture by quarters",
+    static constexpr EffectTraits s_traits{.summary = "rotates frames by quarter turns",
                                            .range = Keeps::Sometimes,
                                            .size = Keeps::Sometimes,
                                            .slices = true};
@@ -159,8 +159,7 @@ struct EffectActions<SettingsEffectTranspose> {
 template <>
 struct EffectActions<SettingsEffectDisplayMatrix> {
     using SettingsType = SettingsEffectDisplayMatrix;
-    static constexpr EffectTraits s_traits{.summary =
-                                               "turns and mirrors the picture as its orientation tag says",
+    static constexpr EffectTraits s_traits{.summary = "rotates and mirrors frames as a display matrix says",
                                            .range = Keeps::Sometimes,
                                            .size = Keeps::Sometimes,
                                            .slices = true};

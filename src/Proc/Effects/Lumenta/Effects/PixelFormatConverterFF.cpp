@@ -38,7 +38,8 @@ using Conf::Color::Model;
 
 constexpr int s_verbosity = 30;
 
-constexpr EffectTraits s_converterTraits{.summary = "converts frames to the nearest of some pixel formats",
+constexpr EffectTraits s_converterTraits{.summary =
+                                             "converts frames to the nearest of the given pixel formats",
                                          .alpha = Keeps::Sometimes,
                                          .depth = Keeps::Sometimes};
 
@@ -214,7 +215,7 @@ void PixelFormatConverterFF::Flatten(AVFrame const& from, AVFrame& to) {
 
 void PixelFormatConverterFF::Premultiply(AVFrame const& withAlpha, AVFrame& converted) const {
     if (withAlpha.width != converted.width || withAlpha.height != converted.height)
-        Core::Throw<EffectException>(fmt::format("The alpha is that of {}x{} pixels, the picture has {}x{}",
+        Core::Throw<EffectException>(fmt::format("The alpha plane has {}x{} pixels, the frame {}x{}",
                                                  withAlpha.width, withAlpha.height, converted.width,
                                                  converted.height));
     BlendByKernel(withAlpha, converted, GetOptions().background);

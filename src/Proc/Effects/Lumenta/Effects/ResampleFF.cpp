@@ -13,7 +13,7 @@ namespace Tarsel::Proc {
 
 namespace {
 
-constexpr EffectTraits s_resampleTraits{.summary = "converts rate, format and channels of sound",
+constexpr EffectTraits s_resampleTraits{.summary = "converts the rate, format and channels of audio",
                                         .depth = Keeps::Sometimes,
                                         .size = Keeps::Sometimes,
                                         .frameIndependent = false,

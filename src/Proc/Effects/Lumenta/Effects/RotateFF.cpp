@@ -22,7 +22,7 @@ using Conf::PixFmt;
 using SizeMode = SettingsEffectRotate::SizeMode;
 
 // Time of the calling thread for a frame of 1920x1080: 26 ms on one thread, 13 ms on two.
-constexpr EffectTraits s_rotateTraits{.summary = "turns the picture by any angle",
+constexpr EffectTraits s_rotateTraits{.summary = "rotates frames by any angle",
                                       .alpha = Keeps::Always,
                                       .depth = Keeps::Sometimes,
                                       .range = Keeps::Sometimes,
@@ -134,7 +134,7 @@ SettingsEffectRotate RotateFF::WithSize(double angle, Conf::FrameInfo const& inf
                                                   : ComputeSizeCrop(info.width, info.height, angle);
     if (size.width == 0 || size.height == 0)
         Core::Throw<EffectException>(
-            fmt::format("Cannot turn a frame of {}x{} pixels by {:g} degrees: {}x{} would be left",
+            fmt::format("Cannot rotate a frame of {}x{} pixels by {:g} degrees: {}x{} would be left",
                         info.width, info.height, settings.angle, size.width, size.height));
     settings.outputWidth = size.width;
     settings.outputHeight = size.height;

@@ -15,7 +15,7 @@ namespace {
 
 // Full range stays with gray alone: "smartblur" knows no "j" formats. FFmpeg 7 blurs alpha, earlier ones drop
 // it.
-constexpr EffectTraits s_smartBlurTraits{.summary = "blurs without touching outlines, or sharpens",
+constexpr EffectTraits s_smartBlurTraits{.summary = "blurs while keeping edges, or sharpens",
                                          .alpha =
                                              LIBAVFILTER_VERSION_MAJOR > 8 ? Keeps::Sometimes : Keeps::Never,
                                          .depth = Keeps::Never,

@@ -86,7 +86,7 @@ template <>
 struct EffectActions<SettingsEffectDeshake> {
     using SettingsType = SettingsEffectDeshake;
     static constexpr bool s_readsProperties = true;
-    static constexpr EffectTraits s_traits{.summary = "takes out camera shake in one pass",
+    static constexpr EffectTraits s_traits{.summary = "removes camera shake in one pass",
                                            .alpha = Keeps::Never,
                                            .depth = Keeps::Never,
                                            .range = Keeps::Sometimes,
@@ -103,7 +103,7 @@ template <>
 struct EffectActions<SettingsEffectStabilizer> {
     using SettingsType = SettingsEffectStabilizer;
     static constexpr bool s_readsProperties = true;
-    static constexpr EffectTraits s_traits{.summary = "takes out camera shake in two passes",
+    static constexpr EffectTraits s_traits{.summary = "removes camera shake in two passes",
                                            .takes = Takes::PlanarYuv,
                                            .evenSize = true,
                                            .depth = Keeps::Never,

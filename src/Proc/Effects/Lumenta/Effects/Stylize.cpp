@@ -142,7 +142,7 @@ template <>
 struct EffectActions<SettingsEffectEdgeDetect> {
     using SettingsType = SettingsEffectEdgeDetect;
     static constexpr EffectTraits s_traits{
-        .summary = "draws the edges of the picture", .alpha = Keeps::Never, .depth = Keeps::Never};
+        .summary = "draws the edges in frames", .alpha = Keeps::Never, .depth = Keeps::Never};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
         std::ostringstream text = MakeOptionStream();
@@ -162,7 +162,7 @@ struct EffectActions<SettingsEffectEdgeDetect> {
 template <>
 struct EffectActions<SettingsEffectEmboss> {
     using SettingsType = SettingsEffectEmboss;
-    static constexpr EffectTraits s_traits{.summary = "makes a relief of the picture",
+    static constexpr EffectTraits s_traits{.summary = "turns frames into a relief",
                                            .alpha = Keeps::Sometimes,
                                            .depth = Keeps::Sometimes,
                                            .range = Keeps::Sometimes,
@@ -185,7 +185,7 @@ template <>
 struct EffectActions<SettingsEffectNegateVideo> {
     using SettingsType = SettingsEffectNegateVideo;
     static constexpr EffectTraits s_traits{
-        .summary = "turns channels into their negative", .alpha = Keeps::Sometimes, .slices = true};
+        .summary = "inverts channels", .alpha = Keeps::Sometimes, .slices = true};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
         bool const alpha = (settings.channels & SettingsType::Alpha) != 0;
@@ -206,7 +206,7 @@ template <>
 struct EffectActions<SettingsEffectPosterize> {
     using SettingsType = SettingsEffectPosterize;
     // Each frame begins its search for colors where the random numbers of the one before ended.
-    static constexpr EffectTraits s_traits{.summary = "reduces the picture to few colors",
+    static constexpr EffectTraits s_traits{.summary = "reduces frames to a few colors",
                                            .alpha = Keeps::Never,
                                            .depth = Keeps::Never,
                                            .frameIndependent = false};
@@ -249,7 +249,7 @@ struct EffectActions<SettingsEffectPosterize> {
 template <>
 struct EffectActions<SettingsEffectBorder> {
     using SettingsType = SettingsEffectBorder;
-    static constexpr EffectTraits s_traits{.summary = "puts a border of one color around the picture",
+    static constexpr EffectTraits s_traits{.summary = "adds a border of one color",
                                            .roundsToChroma = true,
                                            .range = Keeps::Sometimes,
                                            .size = Keeps::Never};

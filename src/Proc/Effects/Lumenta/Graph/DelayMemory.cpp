@@ -24,8 +24,10 @@ double GetWaveTableBytes(Conf::SampleInfo const& info, double frequency, double 
 void RequireDelayMemory(double bytes, std::string_view effect, Core::Site const& site) {
     if (bytes > s_mostBytes)
         Core::Throw<EffectException>(
-            site, fmt::format("{} takes {:.0f} MiB of memory for such audio and settings, the most is {:.0f}",
-                              effect, bytes / s_mebibyte, s_mostBytes / s_mebibyte));
+            site,
+            fmt::format(
+                "{} would need {:.0f} MiB of memory for this audio and these settings, more than {:.0f}",
+                effect, bytes / s_mebibyte, s_mostBytes / s_mebibyte));
 }
 
 } // namespace Tarsel::Proc
