@@ -36,7 +36,7 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
 endforeach()
 foreach(header
     Media/Analyze.h Media/Api.h Media/AudioReader.h Media/AudioWriter.h Media/ImageWriter.h
-    Media/MediaExceptions.h Media/Progress.h Media/Run.h Media/StreamInfo.h Media/VideoReader.h
+    Media/InputErrors.h Media/MediaExceptions.h Media/Progress.h Media/Run.h Media/StreamInfo.h Media/VideoReader.h
     Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioLevels.h
     Proc/Algorithms/AudioAlg/AudioRef.h Proc/Algorithms/AudioAlg/DataAudioRef.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h

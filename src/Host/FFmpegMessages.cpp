@@ -56,6 +56,8 @@ State& GetState() {
 
 /// Set while this thread hands on a line.
 thread_local bool t_isAdding = false;
+/// Set while this thread tries something whose failure is an answer.
+thread_local bool t_isTrying = false;
 
 bool HasScope(State const& state, std::thread::id thread) {
     return std::ranges::find(state.scopes, thread, &Scope::thread) != state.scopes.end();
@@ -135,6 +137,8 @@ void OnLog(void* object, int level, char const* format, std::va_list arguments) 
     level &= 0xff;
     if (level > AV_LOG_INFO || t_isAdding)
         return;
+    if (t_isTrying)
+        level = AV_LOG_INFO;
     char piece[s_lineSize];
     av_log_format_line2(object, level, format, arguments, piece, sizeof piece, &atLineStart);
     t_isAdding = true;
@@ -219,16 +223,10 @@ std::vector<std::string> FFmpegMessages::Take() {
     return TakeLines(true);
 }
 
-FFmpegMessages::Trial::Trial() {
-    State& state = GetState();
-    std::lock_guard const lock(state.mutex);
-    m_first = state.nextNumber;
-}
+FFmpegMessages::Trial::Trial() noexcept : m_wasTrying(std::exchange(t_isTrying, true)) {}
 
 FFmpegMessages::Trial::~Trial() {
-    State& state = GetState();
-    std::lock_guard const lock(state.mutex);
-    EraseFrom(m_first, state.lines, std::this_thread::get_id());
+    t_isTrying = m_wasTrying;
 }
 
 } // namespace Tarsel::Host

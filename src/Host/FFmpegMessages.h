@@ -51,16 +51,17 @@ public:
     static std::vector<std::string> Take();
 
     /// While one lives, its thread tries something whose failure is an answer: what FFmpeg logs there
-    /// meanwhile goes with no exception thrown later. Listeners hear it. Needs no scope; on one thread.
+    /// meanwhile goes with no exception thrown later. Listeners hear it at AV_LOG_INFO, or at its own level
+    /// where that is less grave. Needs no scope; on one thread.
     class TARSEL_API Trial {
     public:
-        Trial();
+        Trial() noexcept;
         Trial(Trial const&) = delete;
         Trial& operator=(Trial const&) = delete;
         ~Trial();
 
     private:
-        std::uint64_t m_first;
+        bool m_wasTrying;
     };
 
 private:

@@ -155,6 +155,11 @@ TEST(FFmpegMessages, AreHeardAtOnce) {
     FFmpegMessages const deaf;
     av_log(nullptr, AV_LOG_INFO, "stream 0\n");
     av_log(nullptr, AV_LOG_VERBOSE, "nobody asked\n");
+    {
+        FFmpegMessages::Trial const trial;
+        { FFmpegMessages::Trial const inner; }
+        LogError("an answer");
+    }
     OnAnotherThread([] {
         FFmpegMessages const alsoDeaf;
         LogError("there");
@@ -163,7 +168,7 @@ TEST(FFmpegMessages, AreHeardAtOnce) {
         FFmpegMessages const hears([](int, std::string_view) {});
         LogError("not here");
     });
-    EXPECT_THAT(heard, ElementsAre("32 stream 0", "16 there"));
+    EXPECT_THAT(heard, ElementsAre("32 stream 0", "32 an answer", "16 there"));
 }
 
 } // namespace

@@ -295,6 +295,22 @@ TEST_F(RunTool, AFormatAskedForLastIsWritten) {
     }
 }
 
+TEST_F(RunTool, DamageThatOnlyFFmpegNoticesIsTold) {
+    for (auto const& [file, media] :
+         {std::pair{"in.ogg", "-f lavfi -i sine=duration=3 -c:a libvorbis"},
+          {"in.mp4", "-f lavfi -i testsrc2=size=320x240:duration=1 -c:v libx264 -qp 10"}}) {
+        SCOPED_TRACE(file);
+        MakeFilm(file, media);
+        std::string const command = std::string("run ") + file + " out.mkv --overwrite -e ";
+        std::string const effect = std::string(file) == "in.ogg" ? "'echo echos=500/0.5'" : "negate";
+        EXPECT_EQ(RunForNotes(command + effect), "");
+        std::string content = ReadFile(file);
+        content.replace(content.size() / 2, 64, std::string(64, '\x5a'));
+        WriteFile(file, content);
+        EXPECT_THAT(RunForNotes(command + effect), HasSubstr("The input may be damaged: reading it, FFmpeg"));
+    }
+}
+
 // Two negatives give the picture back, by way of RGB.
 TEST_F(RunTool, AnEffectInRgbShiftsNoColors) {
     for (std::string const matrix : {"unknown", "bt709", "bt2020nc", "smpte170m"}) {

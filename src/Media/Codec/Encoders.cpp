@@ -84,37 +84,41 @@ struct PictureRow {
     /// What tells it, in that list, the light levels of HDR: of the display and of the content.
     std::string_view lightDisplay = {};
     std::string_view lightContent = {};
+    int leastSize = 1;
 };
 
 /// Constant quality, so that the number of bits follows the picture. "Visually lossless" is what each
 /// encoder's makers call so, "medium" their default. Of several encoders for a codec the first is the usual
 /// one.
 constexpr PictureRow s_pictureRows[] = {
-    {"libx264 libx264rgb",
-     "preset=medium",
-     {"crf=28", "crf=23", "crf=20", "crf=18", "qp=0"},
-     "x264-params",
-     "",
-     "",
-     "",
-     "mastering-display",
-     "cll"},
-    {"libx265",
-     "",
-     {"crf=33", "crf=28", "crf=23", "crf=18", "x265-params=lossless=1"},
-     "x265-params",
-     "log-level=error",
-     "pools",
-     "none",
-     "master-display",
-     "max-cll"},
+    {.names = "libx264 libx264rgb",
+     .effort = "preset=medium",
+     .quality = {"crf=28", "crf=23", "crf=20", "crf=18", "qp=0"},
+     .list = "x264-params",
+     .lightDisplay = "mastering-display",
+     .lightContent = "cll"},
+    {.names = "libx265",
+     .effort = "",
+     .quality = {"crf=33", "crf=28", "crf=23", "crf=18", "x265-params=lossless=1"},
+     .list = "x265-params",
+     .silence = "log-level=error",
+     .threadsKey = "pools",
+     .oneThread = "none",
+     .lightDisplay = "master-display",
+     .lightContent = "max-cll"},
     // Without a rate of 0 the default of 200 kbit/s bounds the quality.
     {"libvpx-vp9",
      "row-mt=1 cpu-used=2",
      {"crf=40 b=0", "crf=31 b=0", "crf=24 b=0", "crf=18 b=0", "lossless=1"}},
     // Here the rate is a bound always.
     {"libvpx", "", {"crf=24 b=50M", "crf=14 b=50M", "crf=9 b=50M", "crf=6 b=50M", ""}},
-    {"libsvtav1", "", {"crf=50", "crf=35", "crf=26", "crf=18", ""}, "svtav1-params", "", "lp", "1"},
+    {.names = "libsvtav1",
+     .effort = "",
+     .quality = {"crf=50", "crf=35", "crf=26", "crf=18", ""},
+     .list = "svtav1-params",
+     .threadsKey = "lp",
+     .oneThread = "1",
+     .leastSize = 64},
     {"libaom-av1",
      "row-mt=1 cpu-used=4",
      {"crf=45 b=0", "crf=33 b=0", "crf=25 b=0", "crf=18 b=0", "aom-params=lossless=1"},
@@ -305,6 +309,10 @@ bool HasQuality(AVCodec const& encoder, Quality quality) {
 LightKeys GetLightKeys(AVCodec const& encoder) noexcept {
     PictureRow const& row = FindRow(encoder);
     return row.lightDisplay.empty() ? LightKeys{} : LightKeys{row.list, row.lightDisplay, row.lightContent};
+}
+
+int GetLeastSize(AVCodec const& encoder) noexcept {
+    return FindRow(encoder).leastSize;
 }
 
 EncoderOptions MakeVideoOptions(AVCodec const& encoder, EncoderOptions const& users, Quality quality,

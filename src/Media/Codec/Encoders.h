@@ -60,6 +60,9 @@ bool HasQuality(AVCodec const& encoder, Quality quality);
 EncoderOptions MakeVideoOptions(AVCodec const& encoder, EncoderOptions const& users, Quality quality,
                                 int threads);
 
+/// The least width and height that the encoder takes, where it says so on standard error only; else 1.
+int GetLeastSize(AVCodec const& encoder) noexcept;
+
 /// How an encoder's own list of options (VideoOptions) is told the light levels of HDR, in the words of
 /// x265.
 struct LightKeys {

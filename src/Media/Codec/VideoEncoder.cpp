@@ -6,6 +6,7 @@
 #include "Media/Base/FFmpegVersions.h"
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Times.h"
+#include "Media/Codec/Encoders.h"
 #include "Media/Codec/VideoCodec.h"
 #include "Media/Container/Containers.h"
 #include "Media/MediaExceptions.h"
@@ -19,7 +20,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -36,11 +36,6 @@ namespace {
 
 /// More than any encoder looks ahead.
 constexpr std::size_t s_mostTimes = 4096;
-
-/// The width and height that an encoder wants at least, where it says so on standard error only.
-int GetLeastSize(AVCodec const& encoder) noexcept {
-    return std::string_view(encoder.name) == "libsvtav1" ? 64 : 1;
-}
 
 bool DescribesColors(AVFrame const& frame) noexcept {
     return frame.colorspace != AVCOL_SPC_UNSPECIFIED && frame.color_primaries != AVCOL_PRI_UNSPECIFIED &&

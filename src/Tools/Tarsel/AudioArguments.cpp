@@ -1,7 +1,5 @@
 #include "Tools/Tarsel/AudioArguments.h"
 
-#include "Tools/Tarsel/EncoderOptions.h"
-
 #include <CLI/CLI.hpp>
 
 namespace Tarsel::Tools {
@@ -14,11 +12,7 @@ void AudioArguments::AddOutputTo(CLI::App& command) {
 
 void AudioArguments::AddOptionsTo(CLI::App& command) {
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
-    command.add_option("--audio-codec", audioCodec, "FFmpeg encoder for audio, such as flac")
-        ->option_text("NAME");
-    command.add_option("--audio-option", audioOptions, "Option for that encoder, such as b=192k")
-        ->option_text("KEY=VALUE")
-        ->allow_extra_args(false);
+    encoder.AddTo(command);
     command.add_flag("--quiet", quiet, "Print errors only");
 }
 
@@ -26,8 +20,8 @@ Media::AudioFileOptions AudioArguments::MakeOptions() const {
     Media::AudioFileOptions options;
     options.output = output;
     options.overwrite = overwrite;
-    options.encoder = audioCodec;
-    options.encoderOptions = ParseEncoderOptions(audioOptions, "--audio-option", "b=192k");
+    options.encoder = encoder.name;
+    options.encoderOptions = encoder.MakeOptions();
     return options;
 }
 

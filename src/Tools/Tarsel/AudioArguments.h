@@ -2,9 +2,9 @@
 
 #include "Conf/SampleInfo.h"
 #include "Media/AudioWriter.h"
+#include "Tools/Tarsel/EncoderArguments.h"
 
 #include <string>
-#include <vector>
 
 namespace CLI {
 class App;
@@ -16,8 +16,7 @@ namespace Tarsel::Tools {
 struct AudioArguments {
     std::string output;
     bool overwrite = false;
-    std::string audioCodec;
-    std::vector<std::string> audioOptions;
+    EncoderArguments encoder = EncoderArguments::ForAudio();
     bool quiet = false;
 
     /// Adds OUTPUT to a verb's command line, first of the files; this object has to outlive the parsing.

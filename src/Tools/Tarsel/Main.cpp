@@ -1,5 +1,6 @@
 #include "Host/ErrorReport.h"
 #include "Host/FFmpegMessages.h"
+#include "Media/InputErrors.h"
 #include "Media/MediaExceptions.h"
 #include "Tools/Tarsel/ArgumentHints.h"
 #include "Tools/Tarsel/Console.h"
@@ -86,12 +87,15 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     }
 
     StopOnSignals const signals; // before anything is opened
-    Host::FFmpegMessages::Listener listener;
-    if (options.verbose)
-        listener = [&](int, std::string_view line) { console.Print(line); };
-    Host::FFmpegMessages const messages(listener);
+    Media::InputErrors inputErrors;
+    Host::FFmpegMessages const messages([&](int level, std::string_view line) {
+        inputErrors.Hear(level, line);
+        if (options.verbose)
+            console.Print(line);
+    });
     try {
         verb->run({console, options, signals.GetStop()});
+        console.PrintNotes(inputErrors.GetNotes());
     } catch (std::exception const& failure) {
         return GetExitCode(Report(console, failure, options.verbose), signals);
     }

@@ -1,7 +1,6 @@
 #include "Tools/Tarsel/MediaArguments.h"
 
 #include "Core/Text.h"
-#include "Tools/Tarsel/EncoderOptions.h"
 #include "Tools/Tarsel/Verb.h"
 
 #include <CLI/CLI.hpp>
@@ -9,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <vector>
 
 namespace Tarsel::Tools {
 
@@ -18,11 +18,7 @@ void MediaArguments::AddTo(CLI::App& command) {
         ->required()
         ->option_text(" ");
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
-    command.add_option("--video-codec", videoCodec, "FFmpeg encoder for video, such as libx264")
-        ->option_text("NAME");
-    command.add_option("--video-option", videoOptions, "Option for that encoder, such as crf=18")
-        ->option_text("KEY=VALUE")
-        ->allow_extra_args(false);
+    video.AddTo(command);
     std::vector<std::string> qualities;
     for (Media::Quality const each : Media::s_everyQuality)
         qualities.emplace_back(Media::GetQualityName(each));
@@ -33,11 +29,7 @@ void MediaArguments::AddTo(CLI::App& command) {
                    : fmt::format("give one of {}, not \"{}\"", legal, text);
     };
     command.add_option("--quality", quality, legal)->option_text("LEVEL")->check(checkQuality, "");
-    command.add_option("--audio-codec", audioCodec, "FFmpeg encoder for audio, such as flac")
-        ->option_text("NAME");
-    command.add_option("--audio-option", audioOptions, "Option for that encoder, such as b=192k")
-        ->option_text("KEY=VALUE")
-        ->allow_extra_args(false);
+    audio.AddTo(command);
     command.add_option("--threads", threads, "Threads for all effects, and for each codec")
         ->option_text("N")
         ->check(CheckWholeNumber(1, 1024), "");
@@ -49,13 +41,13 @@ Media::RunOptions MediaArguments::MakeRunOptions() const {
     options.input = input;
     options.output = output;
     options.overwrite = overwrite;
-    options.videoEncoder = videoCodec;
+    options.videoEncoder = video.name;
     for (Media::Quality const each : Media::s_everyQuality)
         if (Media::GetQualityName(each) == quality)
             options.quality = each;
-    options.videoEncoderOptions = ParseEncoderOptions(videoOptions, "--video-option", "crf=18");
-    options.audioEncoder = audioCodec;
-    options.audioEncoderOptions = ParseEncoderOptions(audioOptions, "--audio-option", "b=192k");
+    options.videoEncoderOptions = video.MakeOptions();
+    options.audioEncoder = audio.name;
+    options.audioEncoderOptions = audio.MakeOptions();
     return options;
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Media/Run.h"
+#include "Tools/Tarsel/EncoderArguments.h"
 
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace CLI {
 class App;
@@ -17,11 +17,9 @@ struct MediaArguments {
     std::string input;
     std::string output;
     bool overwrite = false;
-    std::string videoCodec;
-    std::vector<std::string> videoOptions;
+    EncoderArguments video = EncoderArguments::ForVideo();
     std::string quality;
-    std::string audioCodec;
-    std::vector<std::string> audioOptions;
+    EncoderArguments audio = EncoderArguments::ForAudio();
     std::optional<int> threads;
     bool quiet = false;
 
