@@ -15,8 +15,27 @@ SDK = [*CONTRACT, "Proc/Settings", "Proc/Wrappers", "Proc/Data"]
 EFFECTS = [*SDK, "Proc/Algorithms"]
 # Behind the installed headers, which lie in Media itself: each knows those before it.
 MEDIA = ["Media/Base", "Media/Container", "Media/Codec", "Media/Run"]
+# The command-line tool, in the same way; its main function comes last.
+TOOL = [f"Tools/Tarsel/{room}" for room in ("Console", "Audio", "Chain", "Catalog", "Verbs", "Main.cpp")]
 
-# Each room and the rooms that it may include; the first name that a path starts with counts.
+# Within the plug-in. The classes of graphs, EffectFFMPEG and those derived from it, lie at its root with what is
+# exported; whatever else is there knows all.
+LUMENTA = "Proc/Effects/Lumenta"
+API, CLASSES = f"{LUMENTA}/Api.h", f"{LUMENTA}/EffectFFMPEG*"
+PIXELS, KERNELS, GRAPH, PICTURE, BASE, FAMILIES = (
+    f"{LUMENTA}/{room}" for room in ("Pixels", "Kernels", "Graph", "Picture", "Base", "Effects"))
+INSIDE = {
+    PIXELS: [*CONTRACT, API, PIXELS],
+    KERNELS: [*CONTRACT, API, PIXELS, KERNELS],
+    GRAPH: [*SDK, API, GRAPH],
+    CLASSES: [*SDK, API, GRAPH, CLASSES],
+    PICTURE: [*SDK, API, PIXELS, GRAPH, PICTURE],
+    BASE: [*EFFECTS, API, PIXELS, GRAPH, PICTURE, CLASSES, BASE],
+    FAMILIES: [*EFFECTS, API, PIXELS, KERNELS, GRAPH, PICTURE, CLASSES, BASE, FAMILIES],
+}
+
+# Each room and the rooms that it may include; the first name that a path starts with counts. A name is a folder, a file,
+# or with a * the beginning of one.
 MAY_INCLUDE = {
     "Core": ["Core"],
     "Conf": ["Core", "Conf"],
@@ -25,21 +44,23 @@ MAY_INCLUDE = {
     "Proc/Wrappers": [*CONTRACT, "Proc/Wrappers"],
     "Proc/Data": [*CONTRACT, "Proc/Wrappers", "Proc/Data"],
     "Proc/Algorithms": EFFECTS,
-    "Proc/Effects/Lumenta": [*EFFECTS, "Proc/Effects/Lumenta"],
+    API: ["Proc/Algorithms"],
+    **INSIDE,
+    LUMENTA: [*EFFECTS, API, *INSIDE, LUMENTA],
     "Host": [*SDK, "Host"],
     **{room: [*SDK, "Host", "Media", *MEDIA[: index + 1]] for index, room in enumerate(MEDIA)},
     "Check": [*SDK, "Host", "Check"],
     "Media": [*SDK, "Host", "Media"],
-    "Tools": [*EFFECTS, "Host", "Check", "Media", "Tools"],
+    **{room: [*EFFECTS, "Host", "Check", "Media", *TOOL[: index + 1]] for index, room in enumerate(TOOL)},
 }
 
 # FFmpeg's libraries and the rooms that may use them; the SDK and the effects must not pull in more than they
 # link.
 FFMPEG = {
     "libavutil": list(MAY_INCLUDE),
-    "libswscale": ["Proc/Wrappers", "Proc/Effects/Lumenta", "Conf", *MEDIA],
-    "libswresample": ["Proc/Wrappers", "Proc/Effects/Lumenta", *MEDIA],
-    "libavfilter": ["Proc/Effects/Lumenta"],
+    "libswscale": ["Proc/Wrappers", *INSIDE, LUMENTA, "Conf", *MEDIA],
+    "libswresample": ["Proc/Wrappers", *INSIDE, LUMENTA, *MEDIA],
+    "libavfilter": [*INSIDE, LUMENTA],
     "libavcodec": MEDIA,
     "libavformat": MEDIA,
 }
@@ -52,7 +73,10 @@ INCLUDE = re.compile(r'\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 
 def room_of(path: str) -> str | None:
-    return next((room for room in MAY_INCLUDE if path.startswith(room + "/")), None)
+    def is_in(room: str) -> bool:
+        return path.startswith(room[:-1]) if room.endswith("*") else path == room or path.startswith(room + "/")
+
+    return next((room for room in MAY_INCLUDE if is_in(room)), None)
 
 
 def check(source: pathlib.Path, root: pathlib.Path) -> list[tuple[int, str]]:

@@ -36,13 +36,14 @@ public:
         m_settings = dynamic_cast<Proc::SettingsEffectFlip const&>(settings);
     }
     void Reset() override {}
-    std::int32_t GetInputFrameType() const override { return 1; }
+    std::int32_t GetInputFrameType() const override { return VideoFrames; }
 
     void Process(SP<Proc::IDataVideo>& data) override {
+        if (!data)
+            return; // nothing is held back
         if (m_settings.horizontal)
-            Core::Throw<Proc::EffectException>({"FlipByRows", "void FlipByRows::Process(SP<IDataVideo> &)"},
-                                               "Rows can be flipped, columns cannot");
-        if (!data || !m_settings.vertical)
+            Core::Throw<Proc::EffectException>("Rows can be flipped, columns cannot");
+        if (!m_settings.vertical)
             return;
         // The caller keeps its frame as it is; pixels are copied only where they are written.
         SP<Proc::IDataVideo> const result = data->Copy();

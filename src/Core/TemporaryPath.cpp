@@ -39,6 +39,8 @@ void Remove(fs::path const& path) noexcept {
 } // namespace
 
 TemporaryPath::TemporaryPath(fs::path path) : m_path(std::move(path)) {
+    if (m_path.empty())
+        return;
     Registry& registry = GetRegistry();
     std::lock_guard const lock(registry.mutex);
     registry.paths.push_back(this);

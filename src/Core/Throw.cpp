@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <set>
+#include <shared_mutex>
 #include <string>
 
 namespace Tarsel::Core {
@@ -13,9 +14,16 @@ char const* Site::GetSourceName(char const* path) {
         name.remove_prefix(at + root.size());
     name = name.substr(0, name.rfind('.'));
 
-    static std::mutex s_lock;
+    // Sites are asked for where nothing is thrown, too: a known name takes no memory and keeps nobody
+    // waiting.
+    static std::shared_mutex s_lock;
     // Never destroyed: exceptions may outlive the library's statics.
     static auto& s_names = *new std::set<std::string, std::less<>>();
+    {
+        std::shared_lock const lock(s_lock);
+        if (auto const known = s_names.find(name); known != s_names.end())
+            return known->c_str();
+    }
     std::lock_guard const lock(s_lock);
     return s_names.emplace(name).first->c_str();
 }

@@ -17,6 +17,7 @@ namespace {
 SP<Conf::IFormatCodecVideo> Copy(Conf::IFormatCodecVideo const& format) {
     SP<Conf::IFormatCodecVideo> copy =
         MakeSP<Conf::FormatCodecVideo>(format.GetPixelFormat(), format.GetFrameInfo());
+    static_cast<Core::Property&>(*copy) = format; // the frame rate
     copy->SetColorSpace(format.GetColorSpace());
     if (format.ExistsDisplayMatrix())
         copy->SetDisplayMatrix(format.GetDisplayMatrix());

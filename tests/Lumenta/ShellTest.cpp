@@ -144,12 +144,14 @@ struct Shells : testing::Test {
 using Media = testing::Types<VideoMedium, AudioMedium>;
 TYPED_TEST_SUITE(Shells, Media);
 
-/// Each registration of the library is of one of both, or the second id of the resizer.
+/// But for the second name of the resizer.
 TEST(Shell, HasARowForEveryRegistration) {
-    std::size_t const rows = MakeWorking(VideoMedium()).size() + MakeWorking(AudioMedium()).size();
-    auto const& entries = GetFactory()->GetRegistry().GetEntries();
-    EXPECT_EQ(entries.size(), 37U);
-    EXPECT_EQ(rows + 1, entries.size());
+    Working const video = MakeWorking(VideoMedium());
+    Working const audio = MakeWorking(AudioMedium());
+    for (Host::EffectEntry const& entry : GetFactory()->GetRegistry().GetEntries())
+        EXPECT_TRUE(video.contains(entry.classId) || audio.contains(entry.classId) ||
+                    entry.classId == "resize-complex")
+            << entry.classId << " has no row";
 }
 
 TYPED_TEST(Shells, TakeSettingsOfTheirClassOnly) {

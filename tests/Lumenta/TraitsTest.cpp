@@ -276,7 +276,7 @@ TEST(Traits, SayWhetherAFrameStandsAlone) {
         }
 }
 
-/// No result hangs on how many threads there are, or on what the memory held before.
+/// No result depends on how many threads there are, or on what the memory held before.
 TEST(Traits, FramesComeOutTheSameInEveryRun) {
     int const budget = Core::ThreadBudget::Get();
     for (auto const& [classId, rows] : GetCases())

@@ -137,7 +137,7 @@ TEST(VideoGraph, FormatsTheHostTakesPassOthersAreConverted) {
     };
     process("format=rgb24", PixFmt::RGB24);
     ASSERT_FALSE(Conf::PixFmtDescription::IsSupported(*Conf::PixFmtDescription::FindByName("monow")));
-    // Which it is hangs on FFmpeg's release, and so does how white looks in it.
+    // Which it is depends on FFmpeg's release, and so does how white looks in it.
     PixFmt const nearest =
         LIBAVUTIL_VERSION_MAJOR > 57 ? static_cast<PixFmt>(AV_PIX_FMT_BGR4_BYTE) : PixFmt::GRAY8;
     SP<IDataVideo> const white = process("lutyuv=y=235:u=128:v=128,format=monow", nearest);

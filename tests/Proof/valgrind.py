@@ -9,7 +9,7 @@ CHAINS = [
     ["color-balance brightness=20", "rotate angle=30", "smart-blur luma-strength=50", "blur sigma=2", "flip horizontal=1"],
     ["resize width=40 height=30 fit=pad", "pixel-format formats=rgba"],
     ["posterize colors=8"],
-    ["echo echos=500/0.5", "resample rate=22050", "distortion overdrive=0.5"],
+    ["echo echos=500/0.5", "resample rate=22050", "distortion amount=0.8"],
 ]
 
 

@@ -1,6 +1,6 @@
 #include "Tarsel/Tool.h"
 
-#include "Tools/Tarsel/ExitCodes.h"
+#include "Tools/Tarsel/Console/ExitCodes.h"
 
 #include <sstream>
 

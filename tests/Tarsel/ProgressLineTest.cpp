@@ -1,4 +1,4 @@
-#include "Tools/Tarsel/ProgressLine.h"
+#include "Tools/Tarsel/Console/ProgressLine.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "Tarsel/Tool.h"
-#include "Tools/Tarsel/References.h"
+#include "Tools/Tarsel/Chain/References.h"
 
 #include <csignal>
 

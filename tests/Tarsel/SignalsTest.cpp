@@ -1,4 +1,4 @@
-#include "Tools/Tarsel/Signals.h"
+#include "Tools/Tarsel/Console/Signals.h"
 #include "Core/TemporaryPath.h"
 #include "Support/TempFolder.h"
 

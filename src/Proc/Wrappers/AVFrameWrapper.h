@@ -7,7 +7,7 @@
 
 namespace Tarsel::Proc {
 
-/// A second head over a frame's buffers: time and size can be set on it without changing the frame itself.
+/// Another reference to a frame's buffers: time and size can be set on it without changing the frame itself.
 class TARSEL_API AVFrameWrapper {
 public:
     /// References the buffers as SafeFrame::Reference. ProcException "AVFrame pointer is null",

@@ -29,7 +29,7 @@ public:
     AVFrame const* operator->() const noexcept { return m_frame; }
     AVFrame& operator*() noexcept { return *m_frame; }
     AVFrame const& operator*() const noexcept { return *m_frame; }
-    /// A second head over the frame's buffers; pixels or samples are copied only where it has none that are
+    /// Another reference to the frame's buffers; pixels or samples are copied only where it has none that are
     /// reference-counted. MemoryException; ProcException for a frame without picture and audio.
     static SafeFrame Reference(AVFrame const& frame);
     /// Gives the frame buffers for the picture (format, width, height) or audio (format, nb_samples,

@@ -2,13 +2,13 @@
 #include "Host/FFmpegMessages.h"
 #include "Media/InputErrors.h"
 #include "Media/MediaExceptions.h"
-#include "Tools/Tarsel/ArgumentHints.h"
-#include "Tools/Tarsel/Console.h"
-#include "Tools/Tarsel/ExitCodes.h"
-#include "Tools/Tarsel/Signals.h"
-#include "Tools/Tarsel/StandardStreams.h"
-#include "Tools/Tarsel/Verb.h"
-#include "Tools/Tarsel/Version.h"
+#include "Tools/Tarsel/Console/Console.h"
+#include "Tools/Tarsel/Console/ExitCodes.h"
+#include "Tools/Tarsel/Console/Signals.h"
+#include "Tools/Tarsel/Console/StandardStreams.h"
+#include "Tools/Tarsel/Console/Version.h"
+#include "Tools/Tarsel/Verbs/ArgumentHints.h"
+#include "Tools/Tarsel/Verbs/Verb.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/exception/get_error_info.hpp>

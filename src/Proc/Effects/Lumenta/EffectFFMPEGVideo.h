@@ -99,7 +99,7 @@ private:
     bool m_changesRate;
     bool m_failed = false;
     InputProps m_input;
-    /// The stream's next frame where its duration hangs on the one after it, and the last step of time.
+    /// The stream's next frame where its duration depends on the one after it, and the last step of time.
     SP<IDataVideo> m_next;
     std::int64_t m_step = 0;
     /// The frame that the next one is made of, and those that went in after it; of filters with a time base

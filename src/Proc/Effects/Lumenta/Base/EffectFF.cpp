@@ -1,7 +1,7 @@
 #include "Proc/Effects/Lumenta/Base/EffectFF.h"
 
 #include "Core/ThreadBudget.h"
-#include "Proc/Effects/Lumenta/Graph/SlicedGraph.h"
+#include "Proc/Effects/Lumenta/Base/SlicedGraph.h"
 #include "Proc/Interfaces/ImplNames.h"
 
 #include <boost/core/demangle.hpp>

@@ -40,7 +40,7 @@ protected:
     void Forget() noexcept override;
     void LogSettings() const;
 
-    /// The description for frames of that format: the one SetSettingsImpl wrote, unless it hangs on the
+    /// The description for frames of that format: the one SetSettingsImpl wrote, unless it depends on the
     /// frame.
     virtual std::string GetDescription(Conf::PixFmt format, Conf::FrameInfo const& info) const;
 

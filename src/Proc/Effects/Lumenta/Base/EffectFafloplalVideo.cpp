@@ -1,6 +1,6 @@
 #include "Core/ThreadBudget.h"
 #include "Proc/Effects/Lumenta/Base/EffectFafloplal.h"
-#include "Proc/Effects/Lumenta/Graph/SlicedGraph.h"
+#include "Proc/Effects/Lumenta/Base/SlicedGraph.h"
 
 #include <glog/logging.h>
 

@@ -3,7 +3,7 @@
 #include "Core/Progress.h"
 #include "Core/Property.h"
 #include "Core/RefCount.h"
-#include "Proc/Effects/Lumenta/Graph/GraphRunner.h"
+#include "Proc/Effects/Lumenta/Base/GraphRunner.h"
 #include "Proc/Settings/Settings.h"
 
 #include <cstdint>

@@ -20,7 +20,7 @@ namespace Tarsel::Proc {
 void RequireFrameFor(AVFilterContext const& source, IDataVideo const& data, AVFrame const& frame,
                      std::string_view name, std::string const& filter);
 
-/// A second head over the frame's buffers, or over a copy where filters could read past the end of the
+/// Another reference to the frame's buffers, or over a copy where filters could read past the end of the
 /// memory: see FrameRoom.h. Throws as AVFrameWrapper and CopyWithRoomBehind.
 AVFrameWrapper MakeSourceFrame(AVFrame const& frame);
 

@@ -25,11 +25,11 @@ struct PictureRegion {
 /// What is known of the frame's pixel format. CoreException for none.
 Conf::PixFmtDescription const& DescriptionOf(AVFrame const& frame);
 
-/// A second head over the frame of `data`, of the size and colors that `data` states. EffectException from
+/// Another reference to the frame of `data`, of the size and colors that `data` states. EffectException from
 /// `site` where there are not as many pixels, or none at all.
 SafeFrame OpenPicture(IDataVideo const& data, Core::Site const& site);
 
-/// A second head over a part of the frame, which lies in it; x and y are whole in chroma samples.
+/// A reference to a part of the frame, which lies in it; x and y are whole in chroma samples.
 SafeFrame ViewRegion(AVFrame const& frame, PictureRegion const& region);
 
 /// Copies a picture to that place of another of the same format, where it fits; x and y as above.

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Host/EffectRegistry.h"
+#include "Proc/Interfaces/EffectTraits.h"
+#include "Proc/Settings/Field.h"
+#include "Tools/Tarsel/Chain/Effects.h"
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Tarsel::Tools {
+
+/// What a plug-in tells about one of its effects.
+struct CatalogEntry {
+    std::string classId;
+    std::string implName;
+    Host::EffectKind kind = Host::EffectKind::Video;
+    /// Nothing for effects that do not tell.
+    std::optional<Proc::EffectTraits> traits;
+    std::span<Proc::Field const> fields;
+    /// Everyday words for what the effect does, with blanks between them.
+    std::string_view keywords;
+};
+
+/// The effects of a plug-in in the order of registration: all of them, or those of which `word` is the name,
+/// else a part of it, else a keyword or key, else in the help. UsageException, with near names, when there
+/// are none. Texts and fields live as long as the plug-in.
+std::vector<CatalogEntry> MakeCatalog(Effects const& effects, std::string const& word);
+
+/// What the traits say, for people: "may change full range", "holds back up to 1 frames"; each goes on a
+/// sentence that begins with "It". Of effects that do not tell only what their kind says.
+std::vector<std::string> DescribeFacts(CatalogEntry const& entry);
+
+/// For people: a block for each effect, lines of at most `columns` characters where words allow.
+std::string FormatCatalog(std::vector<CatalogEntry> const& entries, std::size_t columns);
+
+/// For programs, as JSON. An object with
+/// - "plugin": the plug-in's file;
+/// - "effects": an array, an object for each effect with
+///   - "id", "implementation": strings; "kind": "video", "audio", "two-input video" or "two-input audio";
+///   - "summary": one line of help, "" when the effect does not tell;
+///   - "traits": null when the effect does not tell, else an object with
+///     - "takes": the pixel formats it takes, "any" or "planar YUV"; "evenSize": whether only even sizes;
+///     - "alpha", "depth", "range", "size": whether the effect keeps it: "always", "sometimes", "never";
+///     - "roundsToChroma", "frameIndependent", "tail", "slices": booleans;
+///     - "delayFrames", "delayMicroseconds", "framesPerFrame": integers;
+///   - "facts": an array of strings, kind and traits in words (DescribeFacts);
+///   - "parameters": an array, an object for each parameter with
+///     - "key", "unit", "help": strings; "kind": the name of a Proc::FieldKind;
+///     - "default": a boolean for flags, a number for integers and reals, else the text as -e takes it;
+///     - "minimum", "maximum": numbers for integers and reals, null without limit and for other kinds;
+///     - "words": an array of objects with "word", "value" (an integer) and "help";
+///     - "columns": an array of objects with "key", "kind", "minimum", "maximum", "unit" and "help": what one
+///       entry of a list consists of.
+/// Members may be added; those here stay.
+std::string CatalogToJson(Effects const& effects, std::vector<CatalogEntry> const& entries);
+
+} // namespace Tarsel::Tools

@@ -1,0 +1,109 @@
+#include "Tools/Tarsel/Chain/ChainMaker.h"
+
+#include "Conf/FormatCodecAudio.h"
+#include "Conf/FormatCodecVideo.h"
+#include "Host/FFmpegMessages.h"
+#include "Host/StepPlan.h"
+#include "Proc/Settings/Format.h"
+#include "Tools/Tarsel/Chain/NotedChain.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace Tarsel::Tools {
+namespace {
+
+/// Adds what is to be said of steps that leave what comes to them as it is, "step 2 (flip) does nothing;
+/// ...", once each. Whether all steps do. `format` is that of the input.
+template <class Effect, class Format>
+bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::vector<std::string>& notes) {
+    bool areAllIdle = true;
+    for (auto const& [effect, label] : steps) {
+        Host::StepPlan<Format> plan;
+        try {
+            Host::FFmpegMessages::Trial const trial;
+            plan = Host::PlanStep(effect, *format);
+        } catch (std::exception const&) {
+            return false; // the work itself will say so
+        }
+        if (plan.idle.empty())
+            areAllIdle = false;
+        else if (std::string note = fmt::format("{} {}.", label, plan.idle);
+                 std::ranges::find(notes, note) == notes.end())
+            notes.push_back(std::move(note));
+        format = std::move(plan.output);
+    }
+    return areAllIdle;
+}
+
+} // namespace
+
+std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInfo const& stream,
+                                                           std::vector<VideoStep> const& steps) {
+    auto lane = std::make_unique<NotedVideoChain>(m_notes);
+    if (auto const turn = MakeTurn(stream))
+        lane->Append(turn, "turning upright");
+    if (!stream.orientation.GetOrientation())
+        m_notes.emplace_back("Dropped the input's orientation tag, which is neither a mirroring nor a "
+                             "quarter turn: the effects used the frames as stored.");
+    for (auto const& [effect, label] : steps)
+        lane->Append(effect, label);
+    return lane;
+}
+
+SP<Proc::IOneInputEffectVideo> ChainMaker::MakeTurn(Media::VideoStreamInfo const& stream) const {
+    auto const orientation = stream.orientation.GetOrientation();
+    return orientation && *orientation != 1 ? MakeOrientationEffect(m_effects, stream.orientation) : nullptr;
+}
+
+bool ChainMaker::NoteIdleSteps(Media::VideoStreamInfo const& stream, std::vector<VideoStep> const& steps) {
+    SP<Conf::IFormatCodecVideo> format =
+        MakeSP<Conf::FormatCodecVideo>(stream.format, stream.frame, stream.frameRate);
+    format->SetColorSpace(stream.space);
+    if (auto const turn = MakeTurn(stream))
+        turn->UpdateFormatCodec(format);
+    return NoteIdle(steps, std::move(format), m_notes);
+}
+
+bool ChainMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
+    auto const orientation = stream.orientation.GetOrientation();
+    return !stream.copyObstacle.empty() && orientation && *orientation != 1;
+}
+
+std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::MakeForReEncoding(Media::VideoStreamInfo const& stream,
+                                                                        std::vector<VideoStep> const& steps) {
+    if (HasToTurn(stream))
+        m_notes.push_back(fmt::format("Turned the frames upright: {}.", stream.copyObstacle));
+    return Make(stream, steps);
+}
+
+Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
+                                          std::vector<StepText> const& steps) {
+    auto const makeFormat = [&] {
+        return SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(stream.format));
+    };
+    auto const effects = MakeAudioSteps(m_effects, steps);
+    if (NoteIdle(effects, makeFormat(), m_audioNotes))
+        return {};
+    auto lane = std::make_unique<NotedAudioChain>(m_audioNotes);
+    int depth = 0;
+    for (auto const& [effect, label] : effects) {
+        // A format that is named is wanted; others are what an effect reckons in.
+        auto const* const resample = dynamic_cast<Proc::SettingsResample const*>(&effect->GetSettingsBase());
+        if (resample != nullptr && resample->format != Conf::SampleFormats::Unknown)
+            depth = 8 * Conf::SampleFmtRecord::Find(resample->format).size;
+        lane->Append(effect, label);
+    }
+    SP<Conf::IFormatCodecAudio> format = makeFormat();
+    lane->UpdateFormatCodec(format);
+    return {std::move(lane), format->GetSampleInfo(), depth};
+}
+
+std::vector<std::string> ChainMaker::GetNotes() const {
+    std::vector<std::string> notes = m_notes;
+    notes.insert(notes.end(), m_audioNotes.begin(), m_audioNotes.end());
+    return notes;
+}
+
+} // namespace Tarsel::Tools

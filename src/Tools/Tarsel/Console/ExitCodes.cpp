@@ -1,0 +1,54 @@
+#include "Tools/Tarsel/Console/ExitCodes.h"
+
+#include "Host/Plugin.h"
+#include "Media/MediaExceptions.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Tools/Tarsel/Console/UsageException.h"
+
+#include <fmt/format.h>
+
+namespace Tarsel::Tools {
+namespace {
+
+struct Row {
+    ExitCode code;
+    char const* meaning;
+};
+
+constexpr Row s_codes[] = {
+    {ExitCode::Done, "done"},
+    {ExitCode::BadArguments, "invalid arguments; nothing was read or written"},
+    {ExitCode::InputUnreadable, "the input cannot be read"},
+    {ExitCode::EffectFailed, "an effect failed, or memory ran out"},
+    {ExitCode::OutputFailed, "the output cannot be written"},
+    {ExitCode::Interrupted, "interrupted (TERM 143, HUP 129, QUIT 131); nothing is left behind"},
+};
+
+template <class E>
+bool Is(std::exception const& failure) noexcept {
+    return dynamic_cast<E const*>(&failure) != nullptr;
+}
+
+} // namespace
+
+ExitCode GetExitCode(std::exception const& failure) noexcept {
+    if (Is<UsageException>(failure) || Is<Media::OptionsException>(failure) ||
+        Is<Proc::SettingsException>(failure) || Is<Host::PluginException>(failure))
+        return ExitCode::BadArguments;
+    if (Is<Media::InputException>(failure))
+        return ExitCode::InputUnreadable;
+    if (Is<Media::OutputException>(failure))
+        return ExitCode::OutputFailed;
+    if (Is<Media::InterruptedException>(failure))
+        return ExitCode::Interrupted;
+    return ExitCode::EffectFailed;
+}
+
+std::string DescribeExitCodes() {
+    std::string text = "Exit codes:\n";
+    for (Row const& row : s_codes)
+        text += fmt::format("  {:>3}  {}\n", static_cast<int>(row.code), row.meaning);
+    return text;
+}
+
+} // namespace Tarsel::Tools

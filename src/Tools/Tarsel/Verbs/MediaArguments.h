@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Media/Run.h"
+#include "Tools/Tarsel/Verbs/EncoderArguments.h"
+
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+} // namespace CLI
+
+namespace Tarsel::Tools {
+
+/// What every verb that makes a media file of another has on its command line.
+struct MediaArguments {
+    std::string input;
+    std::string output;
+    bool overwrite = false;
+    EncoderArguments video = EncoderArguments::ForVideo();
+    std::string quality;
+    EncoderArguments audio = EncoderArguments::ForAudio();
+    std::optional<int> threads;
+    bool quiet = false;
+
+    /// Adds INPUT, OUTPUT and the options to a verb's; this object has to outlive the parsing.
+    void AddTo(CLI::App& command);
+    /// Files and encoders. UsageException for an encoder option that is not KEY=VALUE.
+    Media::RunOptions MakeRunOptions() const;
+};
+
+} // namespace Tarsel::Tools

@@ -1,0 +1,182 @@
+#include "Core/Throw.h"
+#include "Media/Run.h"
+#include "Proc/Settings/Format.h"
+#include "Tools/Tarsel/Chain/ChainMaker.h"
+#include "Tools/Tarsel/Chain/MotionFiles.h"
+#include "Tools/Tarsel/Chain/Palettes.h"
+#include "Tools/Tarsel/Chain/References.h"
+#include "Tools/Tarsel/Chain/Steps.h"
+#include "Tools/Tarsel/Console/ExitCodes.h"
+#include "Tools/Tarsel/Console/UsageException.h"
+#include "Tools/Tarsel/Verbs/MediaArguments.h"
+#include "Tools/Tarsel/Verbs/MediaWork.h"
+#include "Tools/Tarsel/Verbs/Verb.h"
+
+#include <CLI/CLI.hpp>
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Tarsel::Tools {
+namespace {
+
+struct RunArguments {
+    MediaArguments media;
+    std::vector<std::string> effects;
+    std::optional<double> at;
+};
+
+/// Whether the pixel formats of its results were asked for.
+bool NamesFormats(Proc::IOneInputEffectVideo const& effect) {
+    auto const* const settings =
+        dynamic_cast<Proc::SettingsPixelFormatConverter const*>(&effect.GetSettingsBase());
+    return settings != nullptr && !settings->formats.empty();
+}
+
+/// What the user wants done, as lanes for a run.
+class Work {
+public:
+    /// Everything that can be wrong with the arguments alone throws here, before any file is opened.
+    Work(RunArguments const& arguments, Context const& context, std::stop_token stop);
+    Work(Work const&) = delete;
+    Work& operator=(Work const&) = delete;
+
+    Media::RunOptions const& GetOptions() const noexcept { return m_options; }
+    void ReportTo(std::function<void(Media::RunProgress const&)> onProgress) {
+        m_options.onProgress = std::move(onProgress);
+    }
+    /// Once the run is over.
+    std::vector<std::string> GetNotes() const;
+
+private:
+    ChainMaker& GetMaker();
+    void CheckFiles() const;
+    std::unique_ptr<Proc::IEffectStreamVideo> MakeChain(Media::VideoStreamInfo const& stream);
+
+    Context const& m_context;
+    std::stop_token m_stop;
+    Media::RunOptions m_options;
+    /// Only where there is something to do: copying takes no plug-in.
+    std::optional<ChainMaker> m_maker;
+    References m_references;
+    /// Whether the options alone want the picture encoded. Otherwise it is copied as it is where that can be,
+    /// unless a step does something.
+    bool m_encodesPicture = false;
+    bool m_makesPalettes = false;
+    std::vector<VideoStep> m_pictureSteps;
+    std::vector<StepText> m_audioSteps;
+};
+
+Work::Work(RunArguments const& arguments, Context const& context, std::stop_token stop)
+    : m_context(context), m_stop(std::move(stop)), m_options(arguments.media.MakeRunOptions()) {
+    m_options.at = arguments.at;
+    SortedSteps steps;
+    if (!arguments.effects.empty())
+        steps = SortSteps(GetMaker().GetEffects(), arguments.effects);
+    if (!steps.picture.empty())
+        m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
+    CheckFiles();
+    m_encodesPicture =
+        !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
+    m_options.mayLackVideo = m_pictureSteps.empty() && !m_encodesPicture;
+    m_options.keepsEffectFormat = !m_pictureSteps.empty() && NamesFormats(*m_pictureSteps.back().effect);
+    m_options.makeVideoEffects = [this](Media::VideoStreamInfo const& stream) { return MakeChain(stream); };
+
+    m_audioSteps = std::move(steps.audio);
+    if (!m_audioSteps.empty()) {
+        (void)MakeAudioSteps(GetMaker().GetEffects(), m_audioSteps); // for what they refuse
+        m_options.makeAudioEffects = [this](Media::AudioStreamInfo const& stream) {
+            return GetMaker().MakeAudio(stream, m_audioSteps);
+        };
+    }
+    m_makesPalettes = HoldsOnlyPalettes(m_options);
+}
+
+/// Files that steps read or write are not among those that the run writes.
+void Work::CheckFiles() const {
+    std::vector<std::filesystem::path> files = m_references.GetPaths();
+    std::error_code error;
+    for (std::filesystem::path const& reference : files)
+        if (std::filesystem::equivalent(reference, m_options.output, error))
+            Core::Throw<UsageException>(fmt::format(
+                "Choose another output: \"{}\" is the reference of a step", m_options.output.string()));
+    files.push_back(m_options.input);
+    files.push_back(m_options.output);
+    CheckMotionFiles(m_pictureSteps, files);
+}
+
+ChainMaker& Work::GetMaker() {
+    if (!m_maker)
+        m_maker.emplace(LoadEffects(m_context.options.plugin));
+    return *m_maker;
+}
+
+std::unique_ptr<Proc::IEffectStreamVideo> Work::MakeChain(Media::VideoStreamInfo const& stream) {
+    bool const hasWork = !m_pictureSteps.empty() && !GetMaker().NoteIdleSteps(stream, m_pictureSteps);
+    bool const isEncoded = m_encodesPicture || hasWork || (m_options.quality && !stream.isCover);
+    bool const isCopied = stream.copyObstacle.empty() && !isEncoded;
+    if (isCopied || !(isEncoded || m_makesPalettes || ChainMaker::HasToTurn(stream)))
+        return nullptr;
+    ChainMaker& maker = GetMaker();
+    std::vector<VideoStep> steps = m_pictureSteps;
+    if (m_makesPalettes)
+        steps.push_back(MakePaletteStep(maker.GetEffects()));
+    m_references.Open(maker.GetEffects(), stream.start, m_stop);
+    return isEncoded ? maker.Make(stream, steps) : maker.MakeForReEncoding(stream, steps);
+}
+
+std::vector<std::string> Work::GetNotes() const {
+    std::vector<std::string> notes = m_maker ? m_maker->GetNotes() : std::vector<std::string>();
+    for (std::string& note : DescribeMotionFiles(m_pictureSteps))
+        notes.push_back(std::move(note));
+    for (std::string& note : m_references.GetNotes())
+        notes.push_back(std::move(note));
+    return notes;
+}
+
+void RunMedia(RunArguments const& arguments, Context const& context) {
+    MediaWork const media(arguments.media, context);
+    Work work(arguments, context, context.stop);
+    work.ReportTo(media.ShowProgress());
+    Media::RunResult const result = Media::Run(work.GetOptions(), context.stop);
+    media.Tell(result, work.GetNotes());
+}
+
+} // namespace
+
+Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
+    CLI::App* const command = app.add_subcommand("run", "Apply effects to video or audio")->group("Verbs");
+    auto const arguments = std::make_shared<RunArguments>();
+    arguments->media.AddTo(*command);
+    AddEffectOption(*command, arguments->effects);
+    AddAtOption(*command, arguments->at);
+    common.AddTo(*command);
+    command->footer("EFFECT is \"NAME KEY=VALUE...\"; a flag alone means 1, as in \"flip horizontal\".\n"
+                    "\"tarsel list\" shows names and keys. Video effects get frames turned upright, as\n"
+                    "the orientation tag says; audio effects apply to every audio stream. Subtitles,\n"
+                    "chapters and metadata are copied. So are video and audio that no effect changes,\n"
+                    "if OUTPUT can hold their codecs and no encoder option is given. An effect on two\n"
+                    "inputs takes the second from reference=FILE, an image, or a video that starts\n"
+                    "with INPUT.\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel run in.mp4 out.mp4 -e \"flip horizontal=1\" -e \"transpose step=1\"\n"
+                    "  tarsel run in.mov out.mkv -e \"transpose step=2\" --video-codec ffv1\n"
+                    "  tarsel run in.mp4 image.png -e \"flip vertical=1\" --at 2.5\n"
+                    "  tarsel run left.mp4 out.mp4 -e \"midequalizer reference=right.mp4\"\n"
+                    "  tarsel run in.mp4 out.mp4 -e \"compressor ratio=4\" -e \"flip horizontal=1\"\n"
+                    "  tarsel run song.wav song.mp3 -e \"reverb\"\n"
+                    "  tarsel run in.mp4 out.gif -e \"resize width=320\"");
+    return {command, [arguments](Context const& context) { RunMedia(*arguments, context); }};
+}
+
+} // namespace Tarsel::Tools
