@@ -1,4 +1,4 @@
-#include "Check/Media.h"
+#include "Check/Data.h"
 
 #include "Conf/FormatCodecAudio.h"
 #include "Proc/Data/DataAudioFF.h"

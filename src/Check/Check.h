@@ -3,6 +3,7 @@
 #include "Check/Subject.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -29,21 +30,21 @@ enum class Group : std::uint8_t {
 /// "loading", "registration" and so on.
 std::string_view GetName(Group group) noexcept;
 
-/// One rule. A check returns when the rule holds, throws Finding when it does not, and Skipped when it does
+/// One rule. A check returns when the rule holds, throws Finding when it is broken, and Skipped when it does
 /// not apply; whatever else it throws counts as a finding. It runs in a process and a folder of its own.
 struct CheckInfo {
     /// Unique; lower case with hyphens.
     std::string_view name;
     Group group;
-    /// One sentence: what holds.
+    /// One sentence: what the plug-in does.
     std::string_view rule;
-    /// One sentence: what becomes of a host where it does not hold.
+    /// One sentence: what happens to a host if it does not.
     std::string_view harm;
     /// Runs from this level on: 1 what every host meets, 10 what few do.
     int level = 1;
-    /// Of a plug-in as a whole; or null.
-    void (*plugin)(PluginSubject const&) = nullptr;
-    /// Of each effect of a medium; or null.
+    /// For the plug-in as a whole, by its path; or null.
+    void (*plugin)(std::filesystem::path const&) = nullptr;
+    /// For each effect of a medium; or null.
     void (*video)(Subject<Video>&) = nullptr;
     void (*audio)(Subject<Audio>&) = nullptr;
 };

@@ -18,6 +18,10 @@ namespace {
 
 constexpr std::uint8_t s_pattern = 0xA5;
 
+std::size_t GetPageSize() {
+    return static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
 } // namespace
 
 std::string_view GetName(Layout layout) noexcept {
@@ -44,18 +48,18 @@ struct PlacedPicture::Block {
         std::size_t const padding = isDense ? 0 : layout == Layout::Odd ? 13 + from.rowBytes % 2 : 64;
         lineSize = from.rowBytes + padding;
         std::size_t const used = lineSize * from.rows;
-        auto const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+        std::size_t const page = GetPageSize();
         // Room before the first row, which a filter must not write to either.
-        std::size_t const whole = (used + 2 * page - 1) / page * page;
-        length = whole + page;
-        void* const all = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        size = (used + 2 * page - 1) / page * page;
+        void* const all =
+            mmap(nullptr, size + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (all == MAP_FAILED)
             throw std::bad_alloc();
         memory = static_cast<std::uint8_t*>(all);
-        std::memset(memory, s_pattern, whole);
-        (void)mprotect(memory + whole, page, PROT_NONE);
+        std::memset(memory, s_pattern, size);
+        (void)mprotect(memory + size, page, PROT_NONE);
         bool const atEnd = layout == Layout::PageEnd || layout == Layout::PageEndBottomUp;
-        std::size_t const room = whole - used;
+        std::size_t const room = size - used;
         std::size_t const start = atEnd ? room : room / 2 | (layout == Layout::Odd ? 1U : 0U);
         bool const isTurned =
             (layout == Layout::BottomUp || layout == Layout::PageEndBottomUp) && from.rows > 1;
@@ -65,15 +69,14 @@ struct PlacedPicture::Block {
                  isTurned ? -step : step, from.rowBytes, from.rows};
         Proc::CopyPlane(from,
                         {const_cast<std::uint8_t*>(plane.data), plane.lineSize, plane.rowBytes, plane.rows});
-        changeable = whole;
     }
     Block(Block const&) = delete;
     Block(Block&& other) noexcept
         : plane(other.plane), lineSize(other.lineSize), memory(std::exchange(other.memory, nullptr)),
-          length(other.length), changeable(other.changeable) {}
+          size(other.size) {}
     ~Block() {
         if (memory != nullptr)
-            (void)munmap(memory, length);
+            (void)munmap(memory, size + GetPageSize());
     }
 
     bool IsRow(std::size_t at) const {
@@ -88,8 +91,8 @@ struct PlacedPicture::Block {
     Proc::ReadOnlyPlane plane;
     std::size_t lineSize = 0;
     std::uint8_t* memory = nullptr;
-    std::size_t length = 0;
-    std::size_t changeable = 0;
+    /// Without the page after it.
+    std::size_t size = 0;
 };
 
 PlacedPicture::PlacedPicture(Proc::IDataVideo const& picture, Layout layout)
@@ -107,15 +110,20 @@ PlacedPicture::PlacedPicture(Proc::IDataVideo const& picture, Layout layout)
     for (Block const& block : *m_blocks)
         views.push_back(block.plane);
     m_picture = Proc::WrapPicture(picture.GetColorSpace(), format, picture.GetFrameInfo(), views,
-                                  [released = m_isReleased] { *released = true; });
+                                  [blocks = m_blocks, released = m_isReleased] { *released = true; });
     m_picture->SetTime(picture.GetTime());
     m_picture->SetDuration(picture.GetDuration());
+}
+
+void PlacedPicture::Protect() {
+    for (Block const& block : *m_blocks)
+        (void)mprotect(block.memory, block.size, PROT_READ);
 }
 
 std::size_t PlacedPicture::CountChanges() const {
     std::size_t changes = 0;
     for (Block const& block : *m_blocks)
-        for (std::size_t at = 0; at < block.changeable; ++at)
+        for (std::size_t at = 0; at < block.size; ++at)
             changes += !block.IsRow(at) && block.memory[at] != s_pattern;
     return changes;
 }

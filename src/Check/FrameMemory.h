@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Check/Media.h"
+#include "Check/Data.h"
 
 #include <memory>
 #include <string>
@@ -34,6 +34,8 @@ public:
     SP<Proc::IDataVideo> const& Get() const noexcept { return m_picture; }
     /// Gives the picture away; what others still have of it keeps the memory.
     void Drop() { m_picture.reset(); }
+    /// From now on whoever writes to the memory ends the process.
+    void Protect();
     /// Whether nobody has the memory any more.
     bool IsReleased() const noexcept { return *m_isReleased; }
     /// What has changed around the rows: the number of bytes.

@@ -17,14 +17,14 @@
 namespace Tarsel::Check {
 namespace {
 
-// What children say: a letter for the outcome, and a text.
+// What children report: a letter for the outcome, and a text.
 constexpr char s_passed = 'p';
 constexpr char s_skipped = 's';
 constexpr char s_failed = 'f';
 /// Between the parts of a text.
 constexpr char s_separator = '\x1f';
 
-/// Runs `work` and says how it ended.
+/// Runs `work` and reports how it ended.
 std::string Say(std::function<std::string()> const& work) {
     try {
         return s_passed + work();
@@ -33,9 +33,9 @@ std::string Say(std::function<std::string()> const& work) {
     } catch (Skipped const& reason) {
         return s_skipped + std::string(reason.what());
     } catch (std::exception const& failure) {
-        return s_failed + ("an exception: " + Host::DescribeError(failure));
+        return s_failed + ("exception: " + Host::DescribeError(failure));
     } catch (...) {
-        return s_failed + std::string("something is thrown that is no std::exception");
+        return s_failed + std::string("it throws something that is no std::exception");
     }
 }
 
@@ -62,7 +62,7 @@ std::string WithSubject(CheckOptions const& options, EffectName const& name, Pre
                         Work const& work) {
     SP<Host::EffectFactory const> const factory = Load(options.plugin);
     Host::EffectEntry const* const entry = factory->GetRegistry().Find(name.classId, name.implName);
-    Expect(entry != nullptr, "the effect is not registered any more");
+    Expect(entry != nullptr, "the effect is no longer registered");
     if (name.kind == Host::EffectKind::Audio) {
         Subject<Audio> subject(factory, *entry, preparation, options.seed, options.level);
         return work(subject);
@@ -111,10 +111,10 @@ Outcome GetOutcome(ChildEnd const& end) {
 
 std::string GetText(ChildEnd const& end, double limit) {
     if (end.kind == ChildEnd::Kind::Hung)
-        return fmt::format("not done after {:g} s", limit);
+        return fmt::format("not finished after {:g} s", limit);
     if (end.kind == ChildEnd::Kind::Died)
-        return "the process was ended by " + end.text;
-    return end.text.empty() ? "the effect ended the process" : end.text.substr(1);
+        return "the process ended by " + end.text;
+    return end.text.empty() ? "the plug-in ended the process" : end.text.substr(1);
 }
 
 /// Something to do in a process of its own, and what to do with its end.
@@ -253,7 +253,7 @@ CheckReport RunChecks(CheckOptions const& options, std::function<void(CheckResul
             if (check.plugin != nullptr && isWanted(check))
                 pool.Add({[&options, &check] {
                               return Say([&] {
-                                  check.plugin({options.plugin, options.seed, options.level});
+                                  check.plugin(options.plugin);
                                   return std::string();
                               });
                           },
@@ -264,8 +264,9 @@ CheckReport RunChecks(CheckOptions const& options, std::function<void(CheckResul
                       return add(*FindCheck("registers"), {}, "", end);
                   std::vector<std::string> const parts = Split(end.text.substr(1));
                   for (std::size_t i = 0; i + 2 < parts.size(); i += 3)
-                      report.effects.push_back(
-                          {parts[i], parts[i + 1], static_cast<Host::EffectKind>(std::stoi(parts[i + 2]))});
+                      report.effects.push_back({parts[i], parts[i + 1],
+                                                static_cast<Host::EffectKind>(std::stoi(parts[i + 2])),
+                                                false});
               }});
     pool.Run();
 
@@ -273,18 +274,18 @@ CheckReport RunChecks(CheckOptions const& options, std::function<void(CheckResul
     std::ranges::transform(report.effects, std::back_inserter(classIds), &EffectName::classId);
     for (std::string const& wanted : report.effects.empty() ? std::vector<std::string>() : options.effects)
         RequireName(fmt::format("{} has no effect", options.plugin.string()), wanted, classIds);
-    for (EffectName const& name : report.effects) {
+    for (EffectName& name : report.effects) {
         if (!options.effects.empty() &&
             std::ranges::find(options.effects, name.classId) == options.effects.end())
             continue;
-        pool.Add(
-            {[&options, name] { return Say([&] { return Prepare(options, name); }); },
-             [&, name](ChildEnd const& end) {
-                 if (GetOutcome(end) != Outcome::Passed)
-                     return add(*FindCheck("makes-effects"), name, "", end);
-                 std::vector<std::string> const parts = Split(end.text.substr(1));
-                 addChecks(name, {parts.size() > 2 ? parts[2] : "", std::stoul(parts[0]), parts[1] == "1"});
-             }});
+        pool.Add({[&options, name] { return Say([&] { return Prepare(options, name); }); },
+                  [&](ChildEnd const& end) {
+                      if (GetOutcome(end) != Outcome::Passed)
+                          return add(*FindCheck("makes-effects"), name, "", end);
+                      std::vector<std::string> const parts = Split(end.text.substr(1));
+                      name.isIdle = parts[1] == "1";
+                      addChecks(name, {parts.size() > 2 ? parts[2] : "", std::stoul(parts[0]), name.isIdle});
+                  }});
     }
     pool.Run();
     std::ranges::stable_sort(report.results, {}, [](CheckResult const& result) {

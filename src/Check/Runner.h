@@ -20,11 +20,11 @@ struct CheckOptions {
     std::vector<std::string> checks;
     /// 1 to 10: how much is tried.
     int level = 5;
-    /// Determines whatever is drawn at random.
+    /// Determines all random values.
     std::uint32_t seed = 1;
     /// For one check of one effect, in seconds.
     double limit = 30;
-    /// Once it is asked for nothing more is begun, and what runs is ended.
+    /// Once requested, running checks are ended and no others begin.
     std::stop_token stop;
 };
 
@@ -33,16 +33,16 @@ enum class Outcome : std::uint8_t { Passed, Skipped, Failed, Crashed, Hung };
 /// "passed", "skipped", "failed", "crashed", "hung".
 std::string_view GetName(Outcome outcome) noexcept;
 
-/// What became of one check.
+/// The result of one check.
 struct CheckResult {
     CheckInfo const* check;
     /// Of the effect; both "" for a plug-in as a whole.
     std::string classId;
     std::string implName;
-    /// Those the effect had, as text; "" for its own or where a check draws others.
+    /// Those of the effect, as text; "" for its defaults, or if the check draws others.
     std::string settings;
     Outcome outcome;
-    /// Why: what was found, or why it does not apply.
+    /// What was found, or why the check does not apply.
     std::string text;
     double seconds;
 };
@@ -52,6 +52,8 @@ struct EffectName {
     std::string classId;
     std::string implName;
     Host::EffectKind kind;
+    /// No settings were found with which it changes its input: checks of its results then say little.
+    bool isIdle = false;
 };
 
 struct CheckReport {
@@ -65,9 +67,8 @@ struct CheckReport {
 
 /// Runs the checks, each in a process of its own (see Child), as many at a time as Core::ThreadBudget allows.
 /// The plug-in is never loaded into this process. `show` is told each result as it comes, and may be empty.
-/// SettingsException for an effect that the plug-in does not register or a check there is not (near names are
-/// listed), or a level out of range. A plug-in that cannot be loaded is a result, not an exception. One
-/// thread.
+/// SettingsException for an unknown effect or check (near names are listed), or a level out of range. A
+/// plug-in that cannot be loaded is a result, not an exception. One thread.
 CheckReport RunChecks(CheckOptions const& options, std::function<void(CheckResult const&)> const& show);
 
 } // namespace Tarsel::Check

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 
 namespace Tarsel::Check {
 namespace {
@@ -35,7 +36,7 @@ SP<Proc::IOneInputEffectAudio> Create(Host::EffectFactory const& factory, Host::
     return factory.CreateAudioEffect(entry.classId, entry.implName, {});
 }
 
-/// Leaves behind whatever files an effect made: settings that need them are not found to work.
+/// Each trial gets an empty folder: settings that need a file of an earlier trial must not count as working.
 void EnterNewFolder() {
     static int s_count = 0;
     std::string const name = fmt::format("trial{}", ++s_count);
@@ -43,7 +44,7 @@ void EnterNewFolder() {
     std::filesystem::current_path(name);
 }
 
-/// Switches that keep the effect from doing anything are on.
+/// Turns on the switch without which the effect does nothing.
 void SwitchOn(Proc::Settings& settings) {
     if (Proc::Field const* const enabled = Proc::FindField(settings.GetFields(), "enabled");
         enabled != nullptr && enabled->kind == Proc::FieldKind::Flag)
@@ -61,7 +62,7 @@ Subject<M>::Subject(SP<Host::EffectFactory const> factory, Host::EffectEntry con
 template <class M>
 SP<typename M::Effect> Subject<M>::MakePlain() const {
     SP<Effect> effect = Create(*m_factory, m_entry, Medium());
-    Expect(effect != nullptr, "the creator makes no effect");
+    Expect(effect != nullptr, "the creator returns no effect");
     return effect;
 }
 
@@ -102,6 +103,11 @@ std::vector<SP<typename M::Data>> Subject<M>::MakeData(int count) const {
 }
 
 template <class M>
+std::vector<std::string> Subject<M>::GetDue(int count) const {
+    return GetAllOf(Run(*Make(), MakeData(count)));
+}
+
+template <class M>
 bool Subject<M>::DoesSomething(Proc::Settings const& settings, Form const& form, bool sameAgain) const {
     auto const makeData = [&] {
         List data;
@@ -123,7 +129,7 @@ bool Subject<M>::DoesSomething(Proc::Settings const& settings, Form const& form,
 template <class M>
 Preparation Subject<M>::Prepare() {
     std::vector<Form> const forms = GetUsualForms(Medium());
-    // Of settings that ask for chance little could be compared: they are taken where there are no others.
+    // Results of settings that involve chance cannot be compared: those come second.
     for (bool const sameAgain : {true, false}) {
         std::unique_ptr<Proc::Settings> settings = MakePlain()->GetSettingsBase().Clone();
         auto const end = std::chrono::steady_clock::now() + s_trialTime;
@@ -137,23 +143,24 @@ Preparation Subject<M>::Prepare() {
             SwitchOn(*settings);
         }
     }
-    // Nothing it can be seen to change; so the form is one that it does not refuse.
+    // It changes nothing visible, so any form will do that it does not refuse.
     for (std::size_t form = 0; form < forms.size(); ++form)
         if (!Refuses([&] { Run(*MakePlain(), List{Check::MakeDatum(forms[form], 0)}); }))
             return {"", form, true};
     return {"", 0, true};
 }
 
-std::string FindDifference(std::vector<std::string> const& got, std::vector<std::string> const& due) {
-    if (got.size() != due.size())
-        return fmt::format("{} came where {} were due", got.size(), due.size());
+void ExpectSame(std::vector<std::string> const& got, std::vector<std::string> const& due,
+                std::string_view where) {
+    std::string const prefix = where.empty() ? "" : fmt::format("{}: ", where);
+    Expect(got.size() == due.size(), "{}{} came instead of {}", prefix, got.size(), due.size());
     auto const [a, b] = std::ranges::mismatch(got, due);
     if (a == got.end())
-        return {};
+        return;
     // The form and the times, which come before the content, are short enough to be shown.
     auto const head = [](std::string const& text) { return text.substr(0, text.find(' ', text.find('+'))); };
-    return fmt::format("number {} is \"{}\" where \"{}\" was due{}", a - got.begin(), head(*a), head(*b),
-                       head(*a) == head(*b) ? ", with other content" : "");
+    throw Finding(fmt::format("{}number {} is \"{}\" instead of \"{}\"{}", prefix, a - got.begin(), head(*a),
+                              head(*b), head(*a) == head(*b) ? ", with other content" : ""));
 }
 
 template class Subject<Video>;

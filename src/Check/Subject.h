@@ -1,26 +1,20 @@
 #pragma once
 
+#include "Check/Data.h"
 #include "Check/Finding.h"
-#include "Check/Media.h"
 #include "Host/EffectFactory.h"
 #include "Proc/Settings/Settings.h"
 
 #include <cstdint>
-#include <filesystem>
+#include <functional>
 #include <memory>
 #include <random>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
 namespace Tarsel::Check {
-
-/// What checks of a plug-in as a whole look at: its file. How much they do grows with the level, 1 to 10.
-struct PluginSubject {
-    std::filesystem::path library;
-    std::uint32_t seed = 1;
-    int level = 5;
-};
 
 /// What is found out about an effect before its checks: texts, since every check has a process of its own.
 struct Preparation {
@@ -44,8 +38,8 @@ public:
     using Form = typename Medium::Form;
     using List = std::vector<SP<Data>>;
 
-    /// Shares the factory and looks at the entry, which is of an effect of the medium (or of two pictures,
-    /// which gets the same second one again and again).
+    /// Shares the factory and looks at the entry, which is of an effect of the medium (or of two video
+    /// inputs, which gets the same second one again and again).
     Subject(SP<Host::EffectFactory const> factory, Host::EffectEntry const& entry, Preparation preparation,
             std::uint32_t seed, int level);
 
@@ -55,7 +49,6 @@ public:
     Host::EffectEntry const& GetEntry() const noexcept { return m_entry; }
     int GetLevel() const noexcept { return m_level; }
     std::mt19937& GetRandom() noexcept { return m_random; }
-    bool IsIdle() const noexcept { return m_preparation.isIdle; }
 
     /// A new effect as its creator makes it.
     SP<Effect> MakePlain() const;
@@ -70,6 +63,8 @@ public:
     Form GetForm() const { return GetUsualForms(Medium())[m_preparation.form]; }
     SP<Data> MakeDatum(int index) const { return Check::MakeDatum(GetForm(), index); }
     List MakeData(int count) const;
+    /// What a new effect makes of them.
+    std::vector<std::string> GetDue(int count) const;
 
 private:
     bool DoesSomething(Proc::Settings const& settings, Form const& form, bool sameAgain) const;
@@ -98,6 +93,11 @@ Proc::EffectTraits const& TraitsOf(Effect const& effect) {
     auto const* const details = dynamic_cast<Proc::IEffectDetails const*>(&effect);
     Require(details != nullptr, "the effect has no details");
     return details->GetTraits();
+}
+
+/// Whether each datum comes out as one, at once.
+constexpr bool HoldsNothing(Proc::EffectTraits const& traits) {
+    return traits.delayFrames == 0 && traits.delayTime == 0 && traits.framesPerFrame == 1 && !traits.tail;
 }
 
 /// All that is ready.
@@ -131,17 +131,69 @@ std::vector<SP<Data>> Run(Effect& effect, std::type_identity_t<std::vector<SP<Da
     return results;
 }
 
-/// All that can be told of the data from outside.
+/// Throws a Finding that says where two lists differ first, with `where` before it, for what was got and what
+/// was due.
+void ExpectSame(std::vector<std::string> const& got, std::vector<std::string> const& due,
+                std::string_view where = {});
 template <class Data>
-std::vector<std::string> GetAllOf(std::vector<SP<Data>> const& data) {
-    std::vector<std::string> texts;
-    for (SP<Data> const& datum : data)
-        texts.push_back(GetAll(*datum));
-    return texts;
+void ExpectSame(std::vector<SP<Data>> const& got, std::vector<std::string> const& due,
+                std::string_view where = {}) {
+    ExpectSame(GetAllOf(got), due, where);
 }
 
-/// Where two lists differ first, for people; "" where they do not.
-std::string FindDifference(std::vector<std::string> const& got, std::vector<std::string> const& due);
+/// What a check does while a stream runs.
+template <class Data>
+struct StreamHooks {
+    /// After each datum, before its results are taken.
+    std::function<void()> fed = [] {};
+    /// With each result, once its text is noted.
+    std::function<void(Data&)> taken = [](Data&) {};
+    /// Makes each call of the effect.
+    std::function<void(std::function<void()> const&)> call = [](auto const& work) { work(); };
+};
+
+/// An effect driven as a stream, step by step. It looks at the effect; Skipped where that is no stream.
+template <class Effect>
+class StreamDriver {
+public:
+    using Data = typename MediumOf<Effect>::Data;
+
+    explicit StreamDriver(Effect& effect, StreamHooks<Data> hooks = {})
+        : m_stream(AsStream(effect)), m_hooks(std::move(hooks)) {}
+
+    /// Feeds one datum and takes what is ready.
+    void Feed(SP<Data> const& datum) {
+        m_hooks.call([&] { m_stream.Feed(datum); });
+        m_hooks.fed();
+        Take();
+    }
+    /// Ends the stream and takes the rest: the texts of all results (see GetAll).
+    std::vector<std::string> End() {
+        m_hooks.call([&] { m_stream.End(); });
+        Take();
+        return std::move(m_texts);
+    }
+    /// Feeds all data, and ends.
+    std::vector<std::string> Run(std::vector<SP<Data>> const& data) {
+        for (SP<Data> const& datum : data)
+            Feed(datum);
+        return End();
+    }
+
+private:
+    void Take() {
+        m_hooks.call([&] {
+            while (SP<Data> const result = m_stream.Take()) {
+                m_texts.push_back(GetAll(*result));
+                m_hooks.taken(*result);
+            }
+        });
+    }
+
+    Proc::IEffectStream<Data>& m_stream;
+    StreamHooks<Data> m_hooks;
+    std::vector<std::string> m_texts;
+};
 
 extern template class Subject<Video>;
 extern template class Subject<Audio>;

@@ -58,6 +58,8 @@ public:
         if constexpr (fault == Fault::TakesAnySettings)
             if (dynamic_cast<SettingsEffectFlip const*>(&settings) == nullptr)
                 return;
+        if constexpr (fault == Fault::RefusalForgetsTheStream)
+            m_ready.clear();
         bool const wasHorizontal = m_settings.horizontal;
         m_settings = dynamic_cast<SettingsEffectFlip const&>(settings);
         if constexpr (fault == Fault::ForgetsASetting)
@@ -69,6 +71,7 @@ public:
         if constexpr (fault == Fault::ResetForgetsSettings)
             m_settings = {};
         m_ready.clear();
+        m_held.reset();
         m_count = 0;
         if constexpr (fault != Fault::KeepsFrames)
             m_last.reset();
@@ -108,8 +111,9 @@ public:
         m_isFed = true;
         if constexpr (fault == Fault::KeepsOneResult)
             m_ready.clear();
-        if constexpr (fault == Fault::LosesTheLast) {
-            if (m_held)
+        if constexpr (fault == Fault::LosesTheLast || fault == Fault::LosesAtAChange) {
+            if (m_held &&
+                (fault == Fault::LosesTheLast || m_held->GetPixelFormat() == result->GetPixelFormat()))
                 m_ready.push_back(m_held);
             m_held = result;
         } else {
@@ -126,8 +130,9 @@ public:
     void End() override {
         if constexpr (fault == Fault::EndsOnlyStreams)
             *static_cast<volatile bool*>(m_isFed ? &m_isFed : nullptr) = false;
-        if constexpr (fault == Fault::LosesTheLast)
-            m_held.reset();
+        if (fault == Fault::LosesAtAChange && m_held)
+            m_ready.push_back(m_held);
+        m_held.reset();
         if constexpr (fault != Fault::RemembersTheStreamBefore)
             m_count = 0;
         if constexpr (fault != Fault::KeepsFrames)
@@ -197,6 +202,12 @@ private:
         if constexpr (fault == Fault::WritesPastRows)
             if (plane.lineSize != static_cast<std::ptrdiff_t>(plane.rowBytes))
                 const_cast<std::uint8_t*>(plane.data)[plane.rowBytes] = 1;
+        if constexpr (fault == Fault::BorrowsTheCallersMemory) {
+            auto* const byte = const_cast<std::uint8_t volatile*>(plane.data);
+            std::uint8_t const before = *byte;
+            *byte = 1;
+            *byte = before;
+        }
         if constexpr (fault == Fault::ReadsPastTheEnd)
             for (int i = 0; i < 64; ++i)
                 m_sum += plane.data[last + static_cast<std::ptrdiff_t>(plane.rowBytes) + i];
@@ -229,9 +240,10 @@ private:
     }
 
     void SetTimes(IDataVideo const& from, IDataVideo& to) {
-        to.SetTime(fault == Fault::RoundsTimes     ? from.GetTime() / 40000 * 40000
-                   : fault == Fault::LosesTheTimes ? -m_count
-                                                   : from.GetTime());
+        to.SetTime(fault == Fault::MakesUpTimes && from.GetTime() == s_never ? 0
+                   : fault == Fault::RoundsTimes                             ? from.GetTime() / 40000 * 40000
+                   : fault == Fault::LosesTheTimes                           ? -m_count
+                                                                             : from.GetTime());
         to.SetDuration(fault == Fault::LosesDurations ? 0 : from.GetDuration());
     }
 

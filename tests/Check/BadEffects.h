@@ -49,6 +49,10 @@ enum class Fault {
     SetsTheLocale,
     EndsTheProcess,
     Hangs,
+    RefusalForgetsTheStream,
+    MakesUpTimes,
+    BorrowsTheCallersMemory,
+    LosesAtAChange,
 };
 
 /// A fault, in the order of the enumeration: the effect that has it, and the check that finds it.
@@ -101,6 +105,10 @@ inline constexpr FaultRow s_faults[] = {
     {"sets-the-locale", "process-unchanged"},
     {"ends-the-process", "any-form"},
     {"hangs", "times-impossible"},
+    {"refusal-forgets-the-stream", "refused-settings"},
+    {"makes-up-times", "times-unknown"},
+    {"borrows-the-callers-memory", "memory-read-only"},
+    {"loses-at-a-change", "stream-changes-form"},
 };
 
 } // namespace Tarsel::Test

@@ -6,12 +6,12 @@
 namespace Tarsel::Check {
 namespace {
 
-/// What the effect says becomes of that form.
+/// What the effect states as its output for that form.
 template <class Effect, class Form>
 Form Ask(Effect& effect, Form const& form) {
     auto format = MakeFormat(form);
     effect.UpdateFormatCodec(format);
-    Expect(format != nullptr, "UpdateFormatCodec leaves a null");
+    Expect(format != nullptr, "UpdateFormatCodec leaves null");
     return GetForm(*format);
 }
 
@@ -24,8 +24,8 @@ Audio::Form Comparable(Audio::Form form) {
     return form;
 }
 
-/// What is asked before, what comes out, and what is asked after are the same; or all are refused. Returns
-/// whether they are not refused.
+/// The answer before, the output, and the answer after are the same; or the form is refused. Returns whether
+/// the effect takes it.
 template <class Subject, class Form>
 bool Agrees(Subject& subject, Form const& form) {
     auto const effect = subject.Make();
@@ -36,68 +36,55 @@ bool Agrees(Subject& subject, Form const& form) {
     if (isRefused || isFrameRefused)
         return false;
     for (auto const& result : results)
-        Expect(Comparable(GetForm(*result)) == Comparable(first), "of {} it says {} and makes {}",
+        Expect(Comparable(GetForm(*result)) == Comparable(first), "for {} it states {} and outputs {}",
                GetText(form), GetText(first), GetText(Comparable(GetForm(*result))));
     Form const later = Ask(*effect, form);
-    Expect(later == first, "of {} it says {} before the first datum and {} after it", GetText(form),
+    Expect(later == first, "for {} it states {} before the first input and {} after it", GetText(form),
            GetText(first), GetText(later));
     return true;
 }
 
 constexpr std::array s_formatsChecks{
     ForEffects("format-agrees", Group::Formats,
-               "The format and size said before the first datum are those of what comes out.",
-               "Encoders and windows are opened for the wrong size.", 1,
+               "UpdateFormatCodec states the format and size of the output, before any input and after it.",
+               "The host opens an encoder or a window of the wrong size.", 1,
                [](auto& subject) {
-                   Expect(Agrees(subject, subject.GetForm()), "a common form is refused: {}",
+                   Expect(Agrees(subject, subject.GetForm()), "it refuses a common form: {}",
                           GetText(subject.GetForm()));
                }),
     ForEffects("format-agrees-everywhere", Group::Formats,
-               "So it is for every format and size that the effect does not refuse.",
-               "One user's camera breaks the host.", 3,
+               "UpdateFormatCodec does so for every format and size that the effect takes.",
+               "The host fails with one user's camera.", 3,
                [](auto& subject) {
                    using Medium = typename std::decay_t<decltype(subject)>::Medium;
                    int taken = 0;
                    for (auto const& form : GetForms(Medium(), subject.GetLevel()))
                        taken += Agrees(subject, form);
-                   Expect(taken > 0, "every form is refused");
+                   Expect(taken > 0, "it refuses every form");
                }),
-    ForEffects("format-asked-again", Group::Formats, "The same question gets the same answer.",
-               "What a host shows changes though nothing was changed.", 1,
+    ForEffects("format-asked-again", Group::Formats, "UpdateFormatCodec gives the same answer each time.",
+               "The host shows a change although nothing was changed.", 1,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    auto const first = Ask(*effect, subject.GetForm());
                    for (int i = 0; i < 3; ++i)
-                       Expect(Ask(*effect, subject.GetForm()) == first, "it is another one the next time");
+                       Expect(Ask(*effect, subject.GetForm()) == first, "the next answer differs");
                }),
     ForEffects("format-asks-nothing", Group::Formats,
-               "A question in the middle of a stream, of this form or another, changes no result.",
-               "Hosts ask for thumbnails and menus while a film runs.", 3,
+               "UpdateFormatCodec in the middle of a stream, for any form, changes no result.",
+               "Hosts query formats for thumbnails and menus while a video plays.", 3,
                [](auto& subject) {
                    using Medium = typename std::decay_t<decltype(subject)>::Medium;
-                   auto const data = subject.MakeData(6);
-                   auto const due = GetAllOf(Run(*subject.Make(), data));
                    auto const effect = subject.Make();
-                   auto& stream = AsStream(*effect);
-                   std::vector<std::string> got;
-                   auto const take = [&] {
-                       for (auto const& result : TakeAll(stream))
-                           got.push_back(GetAll(*result));
-                   };
-                   for (auto const& datum : data) {
-                       stream.Feed(datum);
+                   StreamDriver driver(*effect, {.fed = [&] {
                        for (auto const& form : GetUsualForms(Medium()))
                            (void)Refuses([&] { Ask(*effect, form); });
-                       take();
-                   }
-                   stream.End();
-                   take();
-                   std::string const difference = FindDifference(got, due);
-                   Expect(difference.empty(), "{}", difference);
+                   }});
+                   ExpectSame(driver.Run(subject.MakeData(6)), subject.GetDue(6));
                }),
     ForEffects("format-of-new-settings", Group::Formats,
-               "After new settings the answer is theirs, before any datum is seen.",
-               "A host that previews a change shows the size of before.", 2,
+               "After SetSettings UpdateFormatCodec answers for the new settings, before any input.",
+               "A host that previews a change shows the old size.", 2,
                [](auto& subject) {
                    for (int i = 0; i < 2 * subject.GetLevel(); ++i) {
                        auto const settings = subject.DrawSettings();
@@ -111,12 +98,12 @@ constexpr std::array s_formatsChecks{
                        auto got = due;
                        bool const isRefused = Refuses([&] { due = Ask(*made, due); });
                        Expect(Refuses([&] { got = Ask(*changed, got); }) == isRefused && got == due,
-                              "it says {} where a new effect says {}", GetText(got), GetText(due));
+                              "it states {}, a new effect {}", GetText(got), GetText(due));
                    }
                }),
     CheckInfo{"format-impossible", Group::Formats,
-              "Formats and sizes that cannot be are refused or passed on, whatever numbers they are.",
-              "A damaged file ends the host.", 4, nullptr,
+              "UpdateFormatCodec refuses or passes on impossible formats and sizes.",
+              "A damaged file crashes the host.", 4, nullptr,
               [](Subject<Video>& subject) {
                   for (int const number : {-2, -1, 100000, 2147483647})
                       for (std::uint32_t const size : {0U, 1U, 32767U, 100000U, 4294967295U}) {

@@ -37,7 +37,7 @@ auto* FindRegistrator(void* library) {
     return registrator;
 }
 
-/// Writes down what is registered, and throws at one of them.
+/// Records registrations, and throws at one of them.
 class RecordingRegistrar final : public Proc::IEffectRegistrar {
 public:
     struct Stop {};
@@ -75,34 +75,34 @@ private:
     std::vector<std::string> m_names;
 };
 
-void CheckExports(PluginSubject const& subject) {
-    for (std::string const& name : ReadExports(subject.library)) {
+void CheckExports(std::filesystem::path const& library) {
+    for (std::string const& name : ReadExports(library)) {
         for (std::string_view const prefix :
              {"av_", "avcodec_", "avfilter_", "avformat_", "sws_", "swr_", "_ZN6Tarsel"})
             Expect(!name.starts_with(prefix) || name.starts_with("_ZN6Tarsel4Proc"),
                    "it exports \"{}\", a name of its host or of FFmpeg", name);
         for (std::string_view const own : {"malloc", "calloc", "realloc", "free", "_Znwm", "_ZdlPv", "main"})
-            Expect(name != own, "it exports \"{}\" for the whole process", name);
+            Expect(name != own, "it exports \"{}\", which replaces the one of the process", name);
     }
 }
 
 constexpr std::array s_loadingChecks{
     CheckInfo{"loads", Group::Loading, "The library loads with all its symbols resolved at once.",
-              "A host that loads it finds out in the middle of a film that a function is missing.", 1,
-              [](PluginSubject const& subject) { (void)Open(subject.library); }},
+              "The host crashes in the middle of a video because a function is missing.", 1,
+              [](std::filesystem::path const& library) { (void)Open(library); }},
     CheckInfo{"registers", Group::Loading,
               "It exports Registrator, which registers effects and returns true.",
-              "Without it a host gets nothing from the library.", 1,
-              [](PluginSubject const& subject) {
-                  auto* const registrator = FindRegistrator(Open(subject.library));
+              "Without it the host gets nothing from the library.", 1,
+              [](std::filesystem::path const& library) {
+                  auto* const registrator = FindRegistrator(Open(library));
                   EffectRegistry registry;
                   Expect(registrator(registry), "Registrator returns false");
                   Expect(!registry.GetEntries().empty(), "no effect is registered");
               }},
     CheckInfo{"registers-again", Group::Loading, "Each call of Registrator registers the same effects.",
-              "A host with two registries, or one that loads plug-ins again, misses effects.", 1,
-              [](PluginSubject const& subject) {
-                  Plugin const plugin(subject.library);
+              "A host with two registries, or one that reloads plug-ins, misses effects.", 1,
+              [](std::filesystem::path const& library) {
+                  Plugin const plugin(library);
                   std::array<EffectRegistry, 3> registries;
                   for (EffectRegistry& registry : registries)
                       plugin.Register(registry);
@@ -112,20 +112,20 @@ constexpr std::array s_loadingChecks{
                              registry.GetEntries().size());
               }},
     CheckInfo{"registers-each-once", Group::Loading, "No effect is registered twice.",
-              "Which of the two a host gets hangs on the order in which it was filled.", 1,
-              [](PluginSubject const& subject) {
+              "The order of registrations decides which of the two a host gets.", 1,
+              [](std::filesystem::path const& library) {
                   RecordingRegistrar registrar;
-                  (void)FindRegistrator(Open(subject.library))(registrar);
+                  (void)FindRegistrator(Open(library))(registrar);
                   std::vector<std::string> names = registrar.GetNames();
                   std::ranges::sort(names);
                   auto const twice = std::ranges::adjacent_find(names);
-                  Expect(twice == names.end(), "\"{}\" is there twice", twice == names.end() ? "" : *twice);
+                  Expect(twice == names.end(), "\"{}\" is registered twice",
+                         twice == names.end() ? "" : *twice);
               }},
-    CheckInfo{"refused-registration", Group::Loading,
-              "An exception of the registrar passes through Registrator, wherever it comes from.",
-              "A host that refuses an effect is ended with its whole process.", 4,
-              [](PluginSubject const& subject) {
-                  auto* const registrator = FindRegistrator(Open(subject.library));
+    CheckInfo{"refused-registration", Group::Loading, "Registrator passes on an exception of the registrar.",
+              "A host that refuses an effect does not learn that effects are missing, or crashes.", 4,
+              [](std::filesystem::path const& library) {
+                  auto* const registrator = FindRegistrator(Open(library));
                   RecordingRegistrar all;
                   (void)registrator(all);
                   for (std::size_t passed = 0; passed < all.GetNames().size(); ++passed) {
@@ -136,34 +136,31 @@ constexpr std::array s_loadingChecks{
                       } catch (RecordingRegistrar::Stop const&) {
                           isTold = true;
                       }
-                      Expect(isTold, "the exception of registration {} is swallowed", passed + 1);
+                      Expect(isTold, "it swallows the exception of registration {}", passed + 1);
                   }
               }},
-    CheckInfo{"exports-little", Group::Loading,
-              "It exports no name of FFmpeg's, of the host's or of the C library's.",
-              "Such a name takes the place of the host's own, and calls go to the wrong function.", 2,
-              CheckExports},
+    CheckInfo{"exports-little", Group::Loading, "It exports no name of FFmpeg, the host or the C library.",
+              "Such a name replaces the host's own, and calls go to the wrong function.", 2, CheckExports},
     CheckInfo{"loads-quietly", Group::Loading,
-              "Loading and registering start no thread and change nothing that belongs to the process.",
-              "Locale, folder, signal handlers and rounding are the host's; another number is read or an "
-              "interrupt is lost.",
+              "Loading and registering start no thread and leave the process as it is.",
+              "Locale, folder, signal handlers and rounding belong to the host, which misreads numbers or "
+              "loses an interrupt.",
               2,
-              [](PluginSubject const& subject) {
+              [](std::filesystem::path const& library) {
                   auto const before = DescribeProcess();
                   std::size_t const threads = CountThreads();
                   EffectRegistry registry;
-                  Plugin(subject.library).Register(registry);
-                  std::string const difference = FindDifference(DescribeProcess(), before);
-                  Expect(difference.empty(), "something of the process has changed: {}", difference);
-                  Expect(CountThreads() == threads, "{} threads run, {} before", CountThreads(), threads);
+                  Plugin(library).Register(registry);
+                  ExpectSame(DescribeProcess(), before, "the process");
+                  Expect(CountThreads() == threads, "{} threads instead of {}", CountThreads(), threads);
               }},
-    CheckInfo{"closes", Group::Loading, "After dlclose the process goes on and ends well.",
-              "A host that looks for plug-ins and closes those it does not want crashes when it ends.", 3,
-              [](PluginSubject const& subject) {
+    CheckInfo{"closes", Group::Loading, "After dlclose the process works on and ends normally.",
+              "A host that closes plug-ins it does not need crashes when it ends.", 3,
+              [](std::filesystem::path const& library) {
                   pid_t const process = fork();
                   if (process == 0) {
                       for (int i = 0; i < 3; ++i) {
-                          void* const handle = Open(subject.library);
+                          void* const handle = Open(library);
                           EffectRegistry registry;
                           (void)FindRegistrator(handle)(registry);
                           if (dlclose(handle) != 0)

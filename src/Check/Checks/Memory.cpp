@@ -17,8 +17,7 @@ namespace {
 constexpr std::array s_layouts{Layout::Dense, Layout::BottomUp, Layout::Odd, Layout::PageEnd,
                                Layout::PageEndBottomUp};
 
-/// What the effect makes of the forms in that memory is what it makes of them elsewhere, and nothing around
-/// their rows changes.
+/// The effect gives the same results wherever the frames lie, and changes nothing around their rows.
 void CheckLayout(Subject<Video>& subject, Layout layout, std::vector<Video::Form> const& forms) {
     for (Video::Form const& form : forms) {
         auto const data = std::vector{MakeDatum(form, 0), MakeDatum(form, 1)};
@@ -29,11 +28,11 @@ void CheckLayout(Subject<Video>& subject, Layout layout, std::vector<Video::Form
         std::vector<SP<Proc::IDataVideo>> pictures;
         for (auto const& datum : data)
             pictures.push_back(placed.emplace_back(*datum, layout).Get());
-        std::string const difference = FindDifference(GetAllOf(Run(*subject.Make(), pictures)), due);
-        Expect(difference.empty(), "of {} in {}: {}", GetText(form), GetName(layout), difference);
+        std::string const where = fmt::format("{}, {}", GetText(form), GetName(layout));
+        ExpectSame(Run(*subject.Make(), pictures), due, where);
         for (PlacedPicture const& picture : placed)
-            Expect(picture.CountChanges() == 0, "of {} in {}: {} bytes around the rows are written to",
-                   GetText(form), GetName(layout), picture.CountChanges());
+            Expect(picture.CountChanges() == 0, "{}: it wrote to {} bytes around the rows", where,
+                   picture.CountChanges());
     }
 }
 
@@ -49,54 +48,49 @@ void CheckAllForms(Subject<Video>& subject) {
         CheckLayout(subject, layout, GetForms(Video(), subject.GetLevel()));
 }
 
-constexpr std::string_view s_crash = "A frame from a camera, a window or shared memory ends the host.";
+constexpr std::string_view s_crash = "The host crashes on a frame of a camera, a window or shared memory.";
 
 constexpr std::array s_memoryChecks{
-    CheckInfo{"dense-rows", Group::Memory, "Frames without padding give the results of others.", s_crash, 1,
+    CheckInfo{"dense-rows", Group::Memory, "Frames without padding give the same results.", s_crash, 1,
               nullptr, CheckFewForms<Layout::Dense>},
-    CheckInfo{"rows-bottom-up", Group::Memory, "Frames stored bottom up give the results of others.", s_crash,
-              1, nullptr, CheckFewForms<Layout::BottomUp>},
+    CheckInfo{"rows-bottom-up", Group::Memory, "Frames stored bottom up give the same results.", s_crash, 1,
+              nullptr, CheckFewForms<Layout::BottomUp>},
     CheckInfo{"rows-at-odd-addresses", Group::Memory,
-              "Frames whose rows begin anywhere give the results of others.", s_crash, 2, nullptr,
+              "Frames whose rows begin at odd addresses give the same results.", s_crash, 2, nullptr,
               CheckFewForms<Layout::Odd>},
     CheckInfo{"rows-end-with-page", Group::Memory,
-              "Nothing is read behind the last row: frames may end where memory ends.", s_crash, 2, nullptr,
-              CheckFewForms<Layout::PageEnd>},
+              "The effect reads nothing past the last row: frames may end where memory ends.", s_crash, 2,
+              nullptr, CheckFewForms<Layout::PageEnd>},
     CheckInfo{"rows-bottom-up-end-with-page", Group::Memory,
-              "Nothing is read behind the top row of a frame stored bottom up.", s_crash, 3, nullptr,
+              "The effect reads nothing past the top row of a frame stored bottom up.", s_crash, 3, nullptr,
               CheckFewForms<Layout::PageEndBottomUp>},
-    CheckInfo{"rows-everywhere", Group::Memory, "So it is for every format and size.", s_crash, 6, nullptr,
-              CheckAllForms},
+    CheckInfo{"rows-everywhere", Group::Memory, "All this holds for every format and size.", s_crash, 6,
+              nullptr, CheckAllForms},
     CheckInfo{"memory-given-back", Group::Memory,
-              "After the end of a stream, or Reset, the effect keeps none of the frames it was fed.",
-              "A camera runs out of buffers, and stops.", 2, nullptr,
+              "After the end of a stream, or Reset, the effect keeps none of its input.",
+              "A camera runs out of buffers and stops.", 2, nullptr,
               [](Subject<Video>& subject) {
                   for (bool const isEnded : {true, false}) {
                       auto const effect = subject.Make();
                       std::vector<PlacedPicture> placed;
                       for (auto const& datum : subject.MakeData(4))
                           placed.emplace_back(*datum, Layout::BottomUp);
-                      auto& stream = AsStream(*effect);
-                      for (PlacedPicture& picture : placed) {
-                          stream.Feed(picture.Get());
-                          (void)TakeAll(stream);
-                      }
-                      if (isEnded) {
-                          stream.End();
-                          (void)TakeAll(stream);
-                      } else {
+                      StreamDriver driver(*effect);
+                      for (PlacedPicture const& picture : placed)
+                          driver.Feed(picture.Get());
+                      if (isEnded)
+                          (void)driver.End();
+                      else
                           effect->Reset();
-                      }
                       for (PlacedPicture& picture : placed) {
                           picture.Drop();
-                          Expect(picture.IsReleased(), "{} a frame is still kept",
-                                 isEnded ? "after the end" : "after Reset");
+                          Expect(picture.IsReleased(), "after {} it keeps a frame",
+                                 isEnded ? "the end" : "Reset");
                       }
                   }
               },
               [](Subject<Audio>& subject) {
                   auto const effect = subject.Make();
-                  std::vector<std::string> kept;
                   int released = 0;
                   auto const source = subject.MakeData(4);
                   for (auto const& block : source) {
@@ -111,24 +105,23 @@ constexpr std::array s_memoryChecks{
                       datum.reset();
                   }
                   effect->Reset();
-                  Expect(released == 4, "{} of 4 blocks are still kept", 4 - released);
+                  Expect(released == 4, "it keeps {} of 4 blocks", 4 - released);
               }},
     CheckInfo{"memory-read-only", Group::Memory,
-              "Nothing is written into the caller's memory, which may be read-only.",
-              "A mapped file or a frame of the display ends the host, or is changed.", 3, nullptr,
+              "The effect writes nothing into the caller's memory, which may be read-only.",
+              "The host crashes on a frame of a mapped file, or shows one half changed.", 3, nullptr,
               [](Subject<Video>& subject) {
-                  auto const datum = subject.MakeDatum(0);
-                  PlacedPicture const placed(*datum, Layout::Dense);
-                  std::string const before = GetAll(*placed.Get());
-                  auto const results = Run(*subject.Make(), std::vector{placed.Get()});
-                  for (auto const& result : results)
-                      if (result->GetAVFrame()->data[0] != placed.Get()->GetAVFrame()->data[0])
-                          Invert(*result);
-                  Expect(GetAll(*placed.Get()) == before, "the frame has changed");
+                  std::vector<SP<Proc::IDataVideo>> pictures;
+                  for (auto const& datum : subject.MakeData(3)) {
+                      PlacedPicture placed(*datum, Layout::BottomUp);
+                      placed.Protect();
+                      pictures.push_back(placed.Get());
+                  }
+                  ExpectSame(Run(*subject.Make(), pictures), subject.GetDue(3));
               }},
     ForEffects("data-without-memory", Group::Memory,
-               "A datum whose frame has no memory, or less than it says, is refused by an exception.",
-               "A decoder's broken frame ends the host.", 3,
+               "The effect refuses data whose frame has no memory, or less than it states.",
+               "A decoder's broken frame crashes the host.", 3,
                [](auto& subject) {
                    for (int fault = 0; fault < 3; ++fault) {
                        auto const datum = subject.MakeDatum(0);
@@ -142,7 +135,7 @@ constexpr std::array s_memoryChecks{
                        auto const effect = subject.Make();
                        (void)Refuses([&] { Run(*effect, std::vector{datum}); });
                        effect->Reset();
-                       Expect(!Run(*effect, subject.MakeData(3)).empty(), "nothing comes after it");
+                       Expect(!Run(*effect, subject.MakeData(3)).empty(), "it outputs nothing afterwards");
                    }
                }),
 };

@@ -12,13 +12,13 @@ constexpr std::size_t s_mebibyte = 1 << 20;
 
 constexpr std::array s_resourcesChecks{
     ForEffects("memory-flat", Group::Resources, "A long stream takes no more memory than a short one.",
-               "A long film fills the memory.", 2,
+               "A long video fills the memory.", 2,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    auto& stream = AsStream(*effect);
                    auto const datum = subject.MakeDatum(0);
                    std::int64_t time = 0;
-                   // Within the time limit of slow effects.
+                   // Slow effects get fewer, for the time limit.
                    auto const feed = [&](int count) {
                        auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(4);
                        for (int i = 0; i < count && std::chrono::steady_clock::now() < end; ++i) {
@@ -36,8 +36,8 @@ constexpr std::array s_resourcesChecks{
                           after - before, static_cast<double>(time) / 1e6);
                }),
     ForEffects("memory-flat-when-used-again", Group::Resources,
-               "Streams, resets, settings and failures leave no memory and no handle behind.",
-               "A host that runs for days is ended by the system.", 3,
+               "Streams, resets and settings leave no memory and no handle behind.",
+               "The system ends a host that runs for days.", 3,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    auto const use = [&](int rounds) {
@@ -57,19 +57,17 @@ constexpr std::array s_resourcesChecks{
                    Expect(CountHandles() <= handles, "{} handles are open, {} before", CountHandles(),
                           handles);
                }),
-    ForEffects(
-        "process-unchanged", Group::Resources,
-        "Work changes nothing that belongs to the process: locale, folder, signals, rounding, environment.",
-        "After an effect has run, the host reads other numbers, or cannot be interrupted.", 1,
-        [](auto& subject) {
-            auto const before = DescribeProcess();
-            (void)Refuses([&] { Run(*subject.Make(), subject.MakeData(3)); });
-            std::string const difference = FindDifference(DescribeProcess(), before);
-            Expect(difference.empty(), "something has changed: {}", difference);
-        }),
+    ForEffects("process-unchanged", Group::Resources,
+               "The effect leaves the process as it is: locale, folder, signals, rounding, environment.",
+               "After an effect has run, the host misreads numbers, or cannot be interrupted.", 1,
+               [](auto& subject) {
+                   auto const before = DescribeProcess();
+                   (void)Refuses([&] { Run(*subject.Make(), subject.MakeData(3)); });
+                   ExpectSame(DescribeProcess(), before, "the process");
+               }),
     ForEffects("memory-short", Group::Resources,
-               "Where memory ends, an exception tells it, and the effect works again once there is some.",
-               "The host is ended with all its documents instead of one that is too large.", 4,
+               "Out of memory, the effect throws an exception, and works again once there is some.",
+               "The host loses all documents to one that is too large.", 4,
                [](auto& subject) {
                    using Medium = typename std::decay_t<decltype(subject)>::Medium;
                    auto const effect = subject.Make();
@@ -89,7 +87,7 @@ constexpr std::array s_resourcesChecks{
                        (void)setrlimit(RLIMIT_AS, &before);
                        effect->Reset();
                    }
-                   Expect(!Run(*effect, subject.MakeData(3)).empty(), "nothing comes afterwards");
+                   Expect(!Run(*effect, subject.MakeData(3)).empty(), "it outputs nothing afterwards");
                }),
 };
 

@@ -1,4 +1,5 @@
 #include "Check/Check.h"
+#include "Check/OtherSettings.h"
 
 #include <array>
 
@@ -9,7 +10,7 @@ extern "C" {
 namespace Tarsel::Check {
 namespace {
 
-/// A datum that no effect can work on: less memory than it says.
+/// Data that no effect can work on: less memory than stated.
 template <class Subject>
 auto MakeBroken(Subject const& subject) {
     auto datum = subject.MakeDatum(0);
@@ -21,49 +22,46 @@ auto MakeBroken(Subject const& subject) {
 }
 
 constexpr std::array s_stateChecks{
-    ForEffects("reset", Group::State, "After Reset a stream begins afresh with the same settings.",
-               "A jump in the timeline shows what was before it.", 1,
+    ForEffects("reset", Group::State, "Reset discards the stream and keeps the settings.",
+               "After a jump in the timeline the host shows frames from before it.", 1,
                [](auto& subject) {
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(5)));
+                   auto const due = subject.GetDue(5);
                    auto const effect = subject.Make();
                    auto& stream = AsStream(*effect);
                    for (int fed = 0; fed < 4; ++fed) {
                        for (auto const& datum : subject.MakeData(fed))
                            stream.Feed(datum);
                        effect->Reset();
-                       Expect(stream.Take() == nullptr, "after Reset something of before comes");
-                       std::string const difference =
-                           FindDifference(GetAllOf(Run(*effect, subject.MakeData(5))), due);
-                       Expect(difference.empty(), "after {} data and Reset {}", fed, difference);
+                       Expect(stream.Take() == nullptr, "after Reset it outputs old results");
+                       ExpectSame(Run(*effect, subject.MakeData(5)), due,
+                                  fmt::format("after {} inputs and Reset", fed));
                    }
                    Expect(effect->GetSettingsBase().IsEqualTo(*subject.GetSettings()),
-                          "Reset changes settings");
+                          "Reset changes the settings");
                }),
     ForEffects(
         "after-failure", Group::State, "After an exception the effect works on, with the settings it had.",
-        "One broken frame in a film spoils all that follow.", 2,
+        "One broken frame in a video spoils all that follow.", 2,
         [](auto& subject) {
-            auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(5)));
             auto const effect = subject.Make();
             auto const broken = MakeBroken(subject);
             (void)Refuses([&] { Run(*effect, std::vector{broken}); });
             effect->Reset();
             Expect(effect->GetSettingsBase().IsEqualTo(*subject.GetSettings()), "the settings have changed");
-            std::string const difference = FindDifference(GetAllOf(Run(*effect, subject.MakeData(5))), due);
-            Expect(difference.empty(), "{}", difference);
+            ExpectSame(Run(*effect, subject.MakeData(5)), subject.GetDue(5));
         }),
     ForEffects("after-failure-without-reset", Group::State,
-               "So it does without Reset: only the datum that failed is lost.",
+               "After an exception the effect works on without Reset: only the input that failed is lost.",
                "A host that goes on after a damaged frame loses the rest.", 4,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    (void)AsStream(*effect);
                    (void)Refuses([&] { Run(*effect, std::vector{MakeBroken(subject)}); });
-                   Expect(Run(*effect, subject.MakeData(5)).size() >= 4, "frames are lost after it");
+                   Expect(Run(*effect, subject.MakeData(5)).size() >= 4, "it loses data after the failure");
                }),
     ForEffects("settings-in-mid-stream", Group::State,
-               "New settings in the middle of a stream act from then on, and nothing crashes or is lost.",
-               "A slider that is moved while a film runs ends the host.", 2,
+               "New settings in the middle of a stream take effect from then on.",
+               "The host crashes when the user moves a slider while a video plays.", 2,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    auto& stream = AsStream(*effect);
@@ -73,63 +71,42 @@ constexpr std::array s_stateChecks{
                        (void)Refuses([&] { TakeAll(stream); });
                        auto const settings = subject.DrawSettings();
                        if (!Refuses([&] { effect->SetSettings(*settings); }))
-                           Expect(effect->GetSettingsBase().IsEqualTo(*settings), "the effect has others");
+                           Expect(effect->GetSettingsBase().IsEqualTo(*settings),
+                                  "the effect has other settings than it was given");
                    }
                    effect->Reset();
                    effect->SetSettings(*subject.GetSettings());
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(4)));
-                   std::string const difference =
-                       FindDifference(GetAllOf(Run(*effect, subject.MakeData(4))), due);
-                   Expect(difference.empty(), "with its first settings again {}", difference);
+                   ExpectSame(Run(*effect, subject.MakeData(4)), subject.GetDue(4),
+                              "after its first settings were restored");
                }),
     ForEffects("refused-settings", Group::State,
-               "Settings that are refused leave those of before, and the stream goes on as without them.",
-               "A typing error in one field changes the running film.", 3,
+               "SetSettings that throws leaves the settings and the stream as they were.",
+               "A typing error in one field changes the video that plays.", 3,
                [](auto& subject) {
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(6)));
                    auto const effect = subject.Make();
-                   auto& stream = AsStream(*effect);
-                   std::vector<std::string> got;
-                   auto const data = subject.MakeData(6);
-                   for (auto const& datum : data) {
-                       stream.Feed(datum);
-                       for (auto const& result : TakeAll(stream))
-                           got.push_back(GetAll(*result));
-                       auto const copy = effect->GetSettingsBase().Clone();
-                       Require(Refuses([&] { copy->Deserialize("no-such-key=1"); }), "nothing is refused");
-                   }
-                   stream.End();
-                   for (auto const& result : TakeAll(stream))
-                       got.push_back(GetAll(*result));
-                   std::string const difference = FindDifference(got, due);
-                   Expect(difference.empty(), "{}", difference);
+                   StreamDriver driver(*effect, {.fed = [&] {
+                       Require(Refuses([&] { effect->SetSettings(OtherSettings()); }),
+                               "the effect refuses no settings");
+                   }});
+                   ExpectSame(driver.Run(subject.MakeData(6)), subject.GetDue(6));
+                   Expect(effect->GetSettingsBase().IsEqualTo(*subject.GetSettings()),
+                          "the settings have changed");
                }),
-    ForEffects("two-apart", Group::State, "Two effects at work in turn do not disturb each other.",
-               "Two tracks of a film show each other's pictures.", 1,
+    ForEffects("two-apart", Group::State, "Two instances that work in turn do not disturb each other.",
+               "Two tracks of a video show each other's frames.", 1,
                [](auto& subject) {
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(5)));
                    std::array const effects{subject.Make(), subject.Make()};
-                   std::array<std::vector<std::string>, 2> got;
-                   auto const data = subject.MakeData(5);
-                   auto const take = [&](std::size_t i) {
-                       for (auto const& result : TakeAll(AsStream(*effects[i])))
-                           got[i].push_back(GetAll(*result));
-                   };
-                   for (auto const& datum : data)
-                       for (std::size_t i = 0; i < effects.size(); ++i) {
-                           AsStream(*effects[i]).Feed(datum);
-                           take(i);
-                       }
-                   for (std::size_t i = 0; i < effects.size(); ++i) {
-                       AsStream(*effects[i]).End();
-                       take(i);
-                       std::string const difference = FindDifference(got[i], due);
-                       Expect(difference.empty(), "{}", difference);
-                   }
+                   std::array drivers{StreamDriver(*effects[0]), StreamDriver(*effects[1])};
+                   for (auto const& datum : subject.MakeData(5))
+                       for (auto& driver : drivers)
+                           driver.Feed(datum);
+                   auto const due = subject.GetDue(5);
+                   for (auto& driver : drivers)
+                       ExpectSame(driver.End(), due);
                }),
     ForEffects("dropped-in-mid-stream", Group::State,
-               "An effect can be dropped at any time: new, fed, ended or failed.",
-               "A user who closes a clip ends the host.", 1,
+               "The host may drop an effect at any time: new, fed, ended or failed.",
+               "The host crashes when the user closes a clip.", 1,
                [](auto& subject) {
                    for (int fed = 0; fed < 6; ++fed)
                        for (int end = 0; end < 3; ++end) {
@@ -144,10 +121,9 @@ constexpr std::array s_stateChecks{
                        }
                }),
     ForEffects("interfaces-mixed", Group::State,
-               "Process, Feed and questions may be mixed with Reset between them, in any order.",
-               "A host that previews and renders with one effect crashes.", 3,
+               "After Reset the effect works as a new one, whatever calls came before in any order.",
+               "A host that previews and renders with one instance crashes.", 3,
                [](auto& subject) {
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(4)));
                    auto const effect = subject.Make();
                    auto& stream = AsStream(*effect);
                    for (int i = 0; i < 10 * subject.GetLevel(); ++i) {
@@ -170,9 +146,7 @@ constexpr std::array s_stateChecks{
                        }
                    }
                    effect->Reset();
-                   std::string const difference =
-                       FindDifference(GetAllOf(Run(*effect, subject.MakeData(4))), due);
-                   Expect(difference.empty(), "after all that {}", difference);
+                   ExpectSame(Run(*effect, subject.MakeData(4)), subject.GetDue(4));
                }),
 };
 

@@ -21,9 +21,9 @@ void CheckNothingLost(Subject<Video>& subject) {
     auto const& traits = TraitsOf(*effect);
     (void)AsStream(*effect);
     std::size_t const count = Run(*effect, subject.MakeData(s_length)).size();
-    Expect(count >= s_length, "{} frames come of {}", count, s_length);
+    Expect(count >= s_length, "{} frames come out of {}", count, s_length);
     Expect(count <= static_cast<std::size_t>(s_length * traits.framesPerFrame),
-           "{} frames come of {}, though the traits say {} for one at most", count, s_length,
+           "{} frames come out of {}; the traits state {} per frame at most", count, s_length,
            traits.framesPerFrame);
 }
 
@@ -41,111 +41,112 @@ void CheckNoSampleLost(Subject<Audio>& subject) {
     };
     // A conversion of the rate rounds to whole samples.
     double const tolerance = 2.0 / subject.GetForm().info.rate;
-    Expect(seconds(results) >= seconds(data) - tolerance, "{:.6f} s come of {:.6f}", seconds(results),
+    Expect(seconds(results) >= seconds(data) - tolerance, "{:.6f} s come out of {:.6f}", seconds(results),
            seconds(data));
     Expect(traits.tail || seconds(results) <= seconds(data) + tolerance,
-           "{:.6f} s come of {:.6f}, though the traits tell of no tail", seconds(results), seconds(data));
+           "{:.6f} s come out of {:.6f}, though the traits state no tail", seconds(results), seconds(data));
+}
+
+/// A form that the effect takes, another, and the first again; Skipped where it takes no other.
+template <class Subject>
+auto FindTwoForms(Subject const& subject) {
+    auto const first = subject.GetForm();
+    for (auto const& other : GetUsualForms(typename Subject::Medium()))
+        if (other != first && !Refuses([&] { Run(*subject.Make(), {MakeDatum(other, 0)}); }))
+            return std::array{first, other, first};
+    throw Skipped("the effect takes only one of the usual forms");
 }
 
 constexpr std::array s_streamsChecks{
-    CheckInfo{"nothing-lost", Group::Streams,
-              "What is fed comes out, the last of it after the end: as many frames, as much audio.",
-              "The end of every film is missing.", 1, nullptr, CheckNothingLost, CheckNoSampleLost},
+    CheckInfo{
+        "nothing-lost", Group::Streams,
+        "The effect outputs all that it was fed, the last of it after End: as many frames, as much audio.",
+        "The end of every video is missing.", 1, nullptr, CheckNothingLost, CheckNoSampleLost},
     ForEffects("end-of-nothing", Group::Streams,
-               "Before the first datum, and after the end, Take gives null and End does nothing.",
-               "A host that ends an empty film waits for ever, or crashes.", 1,
+               "Before the first input, and after the end, Take returns null and End does nothing.",
+               "A host that ends an empty video hangs or crashes.", 1,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    auto& stream = AsStream(*effect);
                    for (int round = 0; round < 2; ++round) {
-                       Expect(stream.Take() == nullptr, "something comes of nothing");
+                       Expect(stream.Take() == nullptr, "Take returns something before the first input");
                        stream.End();
                        stream.End();
-                       Expect(stream.Take() == nullptr, "something comes of an empty stream");
+                       Expect(stream.Take() == nullptr,
+                              "Take returns something after the end of an empty stream");
                        (void)Run(*effect, subject.MakeData(2));
                    }
                }),
-    ForEffects("stream-again", Group::Streams, "After its end a stream begins afresh, with the same results.",
+    ForEffects("stream-again", Group::Streams,
+               "After its end a stream starts over and gives the same results.",
                "The second clip in a batch shows traces of the first.", 1,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    (void)AsStream(*effect);
                    auto const first = GetAllOf(Run(*effect, subject.MakeData(s_length)));
-                   for (int i = 0; i < 2; ++i) {
-                       std::string const difference =
-                           FindDifference(GetAllOf(Run(*effect, subject.MakeData(s_length))), first);
-                       Expect(difference.empty(), "{}", difference);
-                   }
+                   for (int i = 0; i < 2; ++i)
+                       ExpectSame(Run(*effect, subject.MakeData(s_length)), first);
                }),
-    ForEffects("stream-of-one", Group::Streams, "One datum alone comes out.",
-               "A still picture, or the last block of a film, vanishes.", 1,
+    ForEffects("stream-of-one", Group::Streams, "A stream of one frame or block has a result.",
+               "A still image vanishes.", 1,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    (void)AsStream(*effect);
-                   Expect(!Run(*effect, subject.MakeData(1)).empty(), "nothing comes of it");
+                   Expect(!Run(*effect, subject.MakeData(1)).empty(), "it outputs nothing");
                }),
-    ForEffects("taken-late", Group::Streams,
-               "Results wait to be taken: taking them all at the end gives the same ones.",
-               "A host that feeds a few frames before it takes any loses frames.", 2,
+    ForEffects("taken-late", Group::Streams, "The effect keeps results until they are taken, however late.",
+               "A host that feeds a few frames before it takes results loses some.", 2,
                [](auto& subject) {
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(s_length)));
                    auto const effect = subject.Make();
                    auto& stream = AsStream(*effect);
                    for (auto const& datum : subject.MakeData(s_length))
                        stream.Feed(datum);
                    stream.End();
-                   std::string const difference = FindDifference(GetAllOf(TakeAll(stream)), due);
-                   Expect(difference.empty(), "{}", difference);
+                   ExpectSame(TakeAll(stream), subject.GetDue(s_length));
                }),
     ForEffects("stream-changes-form", Group::Streams,
-               "When the form changes, what the old one holds back comes first, and nothing is lost.",
-               "A camera that is turned, or a playlist, loses its last frames at every change.", 3,
+               "When the form changes, the effect first outputs all of the old form, then starts over.",
+               "A playlist, or a camera that is turned, loses its last frames at every change.", 3,
                [](auto& subject) {
                    using Medium = typename std::decay_t<decltype(subject)>::Medium;
                    using Data = typename Medium::Data;
-                   auto const forms = GetUsualForms(Medium());
                    std::vector<std::string> due;
                    std::vector<SP<Data>> mixed;
-                   for (auto const& form : {subject.GetForm(), forms[1], subject.GetForm()}) {
+                   std::int64_t start = 0;
+                   for (auto const& form : FindTwoForms(subject)) {
                        std::vector<SP<Data>> part;
-                       for (int i = 0; i < 3; ++i)
+                       for (int i = 0; i < 3; ++i) {
                            part.push_back(MakeDatum(form, i));
+                           // One stream: each part begins where the one before ended.
+                           part.back()->SetTime(part.back()->GetTime() + start);
+                       }
+                       start = part.back()->GetTime() + part.back()->GetDuration();
                        mixed.insert(mixed.end(), part.begin(), part.end());
-                       if (Refuses([&] {
-                               for (auto const& text : GetAllOf(Run(*subject.Make(), part)))
-                                   due.push_back(text);
-                           }))
-                           throw Skipped("it takes only some of the forms");
+                       auto const results = GetAllOf(Run(*subject.Make(), part));
+                       due.insert(due.end(), results.begin(), results.end());
                    }
                    auto const effect = subject.Make();
                    (void)AsStream(*effect);
-                   auto const got = GetAllOf(Run(*effect, mixed));
-                   Expect(got.size() == due.size() || std::is_same_v<Medium, Audio>,
-                          "{} come where {} come of each part alone", got.size(), due.size());
-                   Expect(!got.empty(), "nothing comes");
+                   ExpectSame(Run(*effect, mixed), due);
                }),
     ForEffects("process-agrees", Group::Streams,
-               "An effect that holds nothing back gives by Process what it gives as a stream.",
-               "A preview differs from the film that is written.", 2,
+               "An effect that holds nothing back gives the same results by Process and as a stream.",
+               "The preview differs from the file that is written.", 2,
                [](auto& subject) {
                    auto const effect = subject.Make();
                    auto const& traits = TraitsOf(*effect);
                    (void)AsStream(*effect);
-                   Require(traits.delayFrames == 0 && traits.delayTime == 0 && traits.framesPerFrame == 1 &&
-                               !traits.tail,
-                           "the effect holds data back");
-                   auto const due = GetAllOf(Run(*effect, subject.MakeData(s_length)));
+                   Require(HoldsNothing(traits), "the effect holds data back");
                    auto const other = subject.Make();
                    std::vector<std::string> got;
                    for (auto datum : subject.MakeData(s_length))
                        if (other->Process(datum); datum != nullptr)
                            got.push_back(GetAll(*datum));
-                   std::string const difference = FindDifference(got, due);
-                   Expect(difference.empty(), "{}", difference);
+                   ExpectSame(got, subject.GetDue(s_length));
                }),
     ForEffects("queue-bounded", Group::Streams,
-               "While results are taken, an effect holds back no more than its traits say.",
-               "A long film fills the memory.", 3,
+               "An effect whose results are taken holds back no more than its traits state.",
+               "A long video fills the memory.", 3,
                [](auto& subject) {
                    using Medium = typename std::decay_t<decltype(subject)>::Medium;
                    auto const effect = subject.Make();
@@ -165,7 +166,8 @@ constexpr std::array s_streamsChecks{
                        else
                            out += GetSpan(results);
                        Expect(in - out <= most + datum->GetDuration() / 2,
-                              "{} us are held back after datum {}, the traits say {}", in - out, i + 1, most);
+                              "it holds {} us back after input {}; the traits state {}", in - out, i + 1,
+                              most);
                    }
                }),
 };

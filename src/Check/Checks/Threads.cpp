@@ -11,7 +11,7 @@
 namespace Tarsel::Check {
 namespace {
 
-/// Runs `work` with 0 to `count` − 1, each in a thread of its own; the first exception passes.
+/// Runs `work` with 0 to `count` − 1, each in a thread of its own; an exception passes.
 template <class Work>
 void InThreads(int count, Work const& work) {
     std::exception_ptr failure;
@@ -33,64 +33,48 @@ void InThreads(int count, Work const& work) {
 }
 
 constexpr std::array s_threadsChecks{
-    ForEffects("eight-threads", Group::Threads, "Eight effects in eight threads give what one gives alone.",
-               "A batch on a server mixes up its users' films.", 1,
+    ForEffects("eight-threads", Group::Threads,
+               "Eight instances in eight threads give the results of one alone.",
+               "A batch on a server mixes up its users' videos.", 1,
                [](auto& subject) {
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(6)));
+                   auto const due = subject.GetDue(6);
                    InThreads(8, [&](int) {
-                       for (int i = 0; i < 3; ++i) {
-                           std::string const difference =
-                               FindDifference(GetAllOf(Run(*subject.Make(), subject.MakeData(6))), due);
-                           Expect(difference.empty(), "{}", difference);
-                       }
+                       for (int i = 0; i < 3; ++i)
+                           ExpectSame(subject.GetDue(6), due);
                    });
                }),
     ForEffects("thread-after-thread", Group::Threads,
-               "An effect may be made, fed, asked and dropped by different threads, one at a time.",
-               "A host whose pool hands an effect from thread to thread crashes.", 2,
+               "Different threads may create, feed, take from and drop an effect, one at a time.",
+               "A host whose thread pool passes an effect around crashes.", 2,
                [](auto& subject) {
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(6)));
+                   auto const inThread = [](auto const& work) { InThreads(1, [&](int) { work(); }); };
                    auto effect = subject.MakePlain();
-                   InThreads(1, [&](int) { effect = subject.Make(); });
-                   std::vector<std::string> got;
-                   auto const data = subject.MakeData(6);
-                   auto& stream = AsStream(*effect);
-                   auto const take = [&] {
-                       for (auto const& result : TakeAll(stream))
-                           got.push_back(GetAll(*result));
-                   };
-                   for (auto const& datum : data) {
-                       InThreads(1, [&](int) { stream.Feed(datum); });
-                       InThreads(1, [&](int) { take(); });
-                   }
-                   InThreads(1, [&](int) { stream.End(); });
-                   take();
-                   InThreads(1, [&](int) { effect.reset(); });
-                   std::string const difference = FindDifference(got, due);
-                   Expect(difference.empty(), "{}", difference);
+                   inThread([&] { effect = subject.Make(); });
+                   StreamDriver driver(*effect, {.call = inThread});
+                   ExpectSame(driver.Run(subject.MakeData(6)), subject.GetDue(6));
+                   inThread([&] { effect.reset(); });
                }),
-    ForEffects(
-        "two-threads-on-one", Group::Threads,
-        "Two threads that take turns on one effect, data from one and settings from the other, do no harm.",
-        "A slider that is moved while a film runs ends the host.", 3,
-        [](auto& subject) {
-            auto const effect = subject.Make();
-            auto const settings = subject.GetSettings();
-            std::mutex turn;
-            InThreads(2, [&](int thread) {
-                for (int i = 0; i < 20; ++i) {
-                    std::lock_guard const lock(turn);
-                    if (thread == 0) {
-                        auto datum = subject.MakeDatum(i);
-                        (void)Refuses([&] { effect->Process(datum); });
-                    } else {
-                        effect->SetSettings(*settings);
-                        (void)effect->GetStatistic();
-                    }
-                }
-            });
-        }),
-    ForEffects("threads-end", Group::Threads, "When an effect is dropped, its threads end.",
+    ForEffects("two-threads-on-one", Group::Threads,
+               "Two threads may take turns on one effect, one with data, the other with settings.",
+               "The host crashes when the user moves a slider while a video plays.", 3,
+               [](auto& subject) {
+                   auto const effect = subject.Make();
+                   auto const settings = subject.GetSettings();
+                   std::mutex turn;
+                   InThreads(2, [&](int thread) {
+                       for (int i = 0; i < 20; ++i) {
+                           std::lock_guard const lock(turn);
+                           if (thread == 0) {
+                               auto datum = subject.MakeDatum(i);
+                               (void)Refuses([&] { effect->Process(datum); });
+                           } else {
+                               effect->SetSettings(*settings);
+                               (void)effect->GetStatistic();
+                           }
+                       }
+                   });
+               }),
+    ForEffects("threads-end", Group::Threads, "A dropped effect leaves no thread behind.",
                "Every clip that was opened leaves threads behind.", 2,
                [](auto& subject) {
                    (void)Run(*subject.Make(), subject.MakeData(2));
@@ -100,23 +84,20 @@ constexpr std::array s_threadsChecks{
                    // The kernel counts a thread that was joined for a moment longer.
                    for (int i = 0; i < 100 && CountThreads() > before; ++i)
                        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-                   Expect(CountThreads() <= before, "{} threads run, {} before", CountThreads(), before);
+                   Expect(CountThreads() <= before, "{} threads instead of {}", CountThreads(), before);
                }),
-    ForEffects("threads-alike", Group::Threads,
-               "With a budget of one thread and of many the results are the same.",
-               "A film looks different on another machine.", 2,
+    ForEffects("threads-alike", Group::Threads, "The results are the same with any thread budget.",
+               "A video looks different on another machine.", 2,
                [](auto& subject) {
                    Core::ThreadBudget::Set(1);
-                   auto const due = GetAllOf(Run(*subject.Make(), subject.MakeData(5)));
+                   auto const due = subject.GetDue(5);
                    for (int const threads : {2, 3, 8}) {
                        Core::ThreadBudget::Set(threads);
-                       std::string const difference =
-                           FindDifference(GetAllOf(Run(*subject.Make(), subject.MakeData(5))), due);
-                       Expect(difference.empty(), "with {} threads {}", threads, difference);
+                       ExpectSame(subject.GetDue(5), due, fmt::format("with {} threads", threads));
                    }
                }),
-    ForEffects("threads-within-budget", Group::Threads, "With a budget of one thread an effect starts none.",
-               "A host that shares out its threads itself is slowed down by those it does not know of.", 3,
+    ForEffects("threads-within-budget", Group::Threads, "With a budget of one thread the effect starts none.",
+               "Threads that the host does not know of slow it down.", 3,
                [](auto& subject) {
                    Core::ThreadBudget::Set(1);
                    std::size_t const before = CountThreads();

@@ -8,17 +8,12 @@ namespace {
 
 constexpr std::int64_t s_unknown = std::numeric_limits<std::int64_t>::min();
 
-/// Whether each datum that goes in comes out as one.
-bool IsOneForOne(Proc::EffectTraits const& traits) {
-    return traits.framesPerFrame == 1 && traits.delayFrames == 0;
-}
-
 constexpr std::array s_timesChecks{
-    CheckInfo{"times-kept", Group::Times, "A frame keeps its time and its duration, however they are spaced.",
-              "Picture and sound drift apart, and variable frame rates become constant ones.", 1, nullptr,
+    CheckInfo{"times-kept", Group::Times, "Frames keep their times and durations, however they are spaced.",
+              "Video and audio drift apart, and variable frame rates become constant.", 1, nullptr,
               [](Subject<Video>& subject) {
                   auto const effect = subject.Make();
-                  Require(IsOneForOne(TraitsOf(*effect)), "the effect does not give a frame for a frame");
+                  Require(HoldsNothing(TraitsOf(*effect)), "the effect does not give a frame for a frame");
                   auto const data = subject.MakeData(6);
                   constexpr std::array<std::int64_t, 6> times{1000000, 1000001, 1033367,
                                                               5000000, 5040000, 90000000000};
@@ -27,27 +22,29 @@ constexpr std::array s_timesChecks{
                       data[i]->SetDuration(static_cast<std::int64_t>(i) * 7777 + 1);
                   }
                   auto const results = Run(*effect, data);
-                  Expect(results.size() == data.size(), "{} frames come of {}", results.size(), data.size());
+                  Expect(results.size() == data.size(), "{} frames come out of {}", results.size(),
+                         data.size());
                   for (std::size_t i = 0; i < results.size(); ++i) {
                       Expect(results[i]->GetTime() == data[i]->GetTime(), "a frame at {} us comes out at {}",
                              data[i]->GetTime(), results[i]->GetTime());
                       Expect(results[i]->GetDuration() == data[i]->GetDuration(),
-                             "a frame that lasts {} us lasts {} after", data[i]->GetDuration(),
+                             "a frame of {} us comes out with {}", data[i]->GetDuration(),
                              results[i]->GetDuration());
                   }
               }},
-    ForEffects("times-rise", Group::Times, "The times of what comes out never go back.",
-               "Encoders refuse the frames, or players jump.", 1,
+    ForEffects("times-rise", Group::Times, "The times of results never go back.",
+               "Encoders refuse the frames, and players jump.", 1,
                [](auto& subject) {
                    std::int64_t last = s_unknown;
                    for (auto const& result : Run(*subject.Make(), subject.MakeData(12))) {
-                       Expect(result->GetTime() >= last, "{} us comes after {}", result->GetTime(), last);
+                       Expect(result->GetTime() >= last, "a result at {} us follows one at {}",
+                              result->GetTime(), last);
                        last = result->GetTime();
                    }
                }),
     ForEffects("times-of-streams", Group::Times,
-               "A stream that begins elsewhere in time, below 0 too, has the same results at other times.",
-               "A clip cut out of a film looks different from the film.", 2,
+               "A stream that begins at another time, even below 0, has the same results at its times.",
+               "A clip cut out of a video looks different from the video.", 2,
                [](auto& subject) {
                    auto const due = Run(*subject.Make(), subject.MakeData(4));
                    for (std::int64_t const shift : {-3600000000LL, 1000000LL, 360000000000LL}) {
@@ -55,28 +52,31 @@ constexpr std::array s_timesChecks{
                        for (auto const& datum : data)
                            datum->SetTime(datum->GetTime() + shift);
                        auto const got = Run(*subject.Make(), data);
-                       Expect(got.size() == due.size(), "{} come where {} came", got.size(), due.size());
+                       Expect(got.size() == due.size(), "{} results instead of {}", got.size(), due.size());
                        for (std::size_t i = 0; i < got.size(); ++i)
                            Expect(GetContent(*got[i]) == GetContent(*due[i]) &&
                                       got[i]->GetTime() == due[i]->GetTime() + shift,
-                                  "shifted by {} us number {} is another one, or at {} us", shift, i,
+                                  "shifted by {} us, result {} has other content, or is at {} us", shift, i,
                                   got[i]->GetTime());
                    }
                }),
-    ForEffects("times-unknown", Group::Times,
-               "Data without a time are processed, and the result has none made up.",
-               "Raw streams, which have no times, cannot be worked on.", 3,
+    ForEffects("times-unknown", Group::Times, "Input without a time gives results without one.",
+               "The host cannot process raw streams, which have no times.", 3,
                [](auto& subject) {
                    auto const data = subject.MakeData(3);
                    for (auto const& datum : data) {
                        datum->SetTime(s_unknown);
                        datum->SetDuration(0);
                    }
-                   Expect(!Run(*subject.Make(), data).empty(), "nothing comes");
+                   auto const results = Run(*subject.Make(), data);
+                   Expect(!results.empty(), "it outputs nothing");
+                   for (auto const& result : results)
+                       Expect(result->GetTime() == s_unknown, "a result has the time {} us",
+                              result->GetTime());
                }),
     ForEffects("times-impossible", Group::Times,
-               "Times that go back, stand still or are as large as numbers get do no harm.",
-               "A damaged file ends the host.", 4,
+               "The effect takes or refuses times that go back, stand still or overflow, and works on.",
+               "A damaged file crashes the host.", 4,
                [](auto& subject) {
                    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
                    for (auto const& times : {std::array<std::int64_t, 4>{9, 9, 9, 9},
@@ -92,15 +92,14 @@ constexpr std::array s_timesChecks{
                        (void)Refuses([&] { Run(*effect, data); });
                        // It works again afterwards.
                        effect->Reset();
-                       Expect(!Run(*effect, subject.MakeData(3)).empty(), "nothing comes after Reset");
+                       Expect(!Run(*effect, subject.MakeData(3)).empty(), "it outputs nothing after Reset");
                    }
                }),
-    CheckInfo{"times-of-samples", Group::Times,
-              "Blocks of audio follow one another: each begins where the one before ended.",
-              "Clicks at every block, or audio that drifts from the picture.", 2, nullptr, nullptr,
+    CheckInfo{"times-of-samples", Group::Times, "Each block of audio begins where the one before ended.",
+              "The audio clicks at every block, or drifts from the video.", 2, nullptr, nullptr,
               [](Subject<Audio>& subject) {
                   auto const results = Run(*subject.Make(), subject.MakeData(12));
-                  Require(results.size() > 1, "too few blocks come out");
+                  Require(results.size() > 1, "the effect outputs too few blocks");
                   for (std::size_t i = 1; i < results.size(); ++i) {
                       auto const& before = *results[i - 1];
                       double const due =

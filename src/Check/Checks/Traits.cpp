@@ -9,7 +9,7 @@ namespace {
 using Conf::PixFmt;
 using Proc::Keeps;
 
-/// The frames that come of three, and which they were; empty where they are refused.
+/// Three frames and their results, none if the effect refuses them.
 struct Trial {
     std::vector<SP<Proc::IDataVideo>> in;
     std::vector<SP<Proc::IDataVideo>> out;
@@ -26,7 +26,7 @@ std::vector<SP<Proc::IDataVideo>> MakeFrames(PixFmt format) {
             MakeDatum(Video::Form{format}, 2)};
 }
 
-/// Of the formats that satisfy `wanted` those that the effect takes, and what comes of them; Skipped where it
+/// Visits the results in each format that satisfies `wanted` and that the effect takes; Skipped where it
 /// takes none.
 template <class Wanted, class Visit>
 void ForFormats(Subject<Video>& subject, Wanted const& wanted, Visit const& visit) {
@@ -56,13 +56,12 @@ std::string GetAlpha(Proc::IDataVideo const& frame) {
 
 constexpr std::array s_traitsChecks{
     CheckInfo{
-        "trait-alpha", Group::Traits,
-        "Traits that say \"always\" of alpha are true: transparency comes out, plane for plane.",
-        "A title becomes opaque, and nobody was told.", 2, nullptr,
+        "trait-alpha", Group::Traits, "An effect whose traits state alpha \"always\" keeps transparency.",
+        "A title becomes opaque, and the host does not warn.", 2, nullptr,
         [](Subject<Video>& subject) {
             auto const effect = subject.Make();
             auto const& traits = TraitsOf(*effect);
-            Require(traits.alpha == Keeps::Always, "the traits do not say so");
+            Require(traits.alpha == Keeps::Always, "the traits do not state it");
             bool const comparesPlanes = traits.frameIndependent && traits.size == Keeps::Always;
             ForFormats(
                 subject,
@@ -88,11 +87,11 @@ constexpr std::array s_traitsChecks{
                     Expect(GetAlpha(*result) == GetAlpha(*frames[0]), "an alpha of 128 everywhere changes");
         }},
     CheckInfo{"trait-depth", Group::Traits,
-              "Traits that say \"always\" of depth are true: no format loses bits.",
-              "HDR becomes banded, and nobody was told.", 2, nullptr,
+              "An effect whose traits state depth \"always\" keeps the bit depth of every format.",
+              "HDR shows bands, and the host does not warn.", 2, nullptr,
               [](Subject<Video>& subject) {
                   auto const effect = subject.Make();
-                  Require(TraitsOf(*effect).depth == Keeps::Always, "the traits do not say so");
+                  Require(TraitsOf(*effect).depth == Keeps::Always, "the traits do not state it");
                   ForFormats(
                       subject, [](auto const& format) { return format.GetDepth() > 8; },
                       [](PixFmt format, Trial const&, Proc::IDataVideo const& result) {
@@ -103,11 +102,11 @@ constexpr std::array s_traitsChecks{
                       });
               }},
     CheckInfo{"trait-range", Group::Traits,
-              "Traits that say \"always\" of range are true: full-range frames say so when they come out.",
+              "An effect whose traits state range \"always\" keeps full-range frames full range.",
               "Blacks turn gray in a player.", 2, nullptr,
               [](Subject<Video>& subject) {
                   auto const effect = subject.Make();
-                  Require(TraitsOf(*effect).range == Keeps::Always, "the traits do not say so");
+                  Require(TraitsOf(*effect).range == Keeps::Always, "the traits do not state it");
                   ForFormats(
                       subject, [](auto const& format) { return format.GetName().starts_with("yuvj"); },
                       [](PixFmt format, Trial const&, Proc::IDataVideo const& result) {
@@ -117,13 +116,13 @@ constexpr std::array s_traitsChecks{
                       });
               }},
     ForEffects("trait-size", Group::Traits,
-               "Traits that say \"always\" of size are true: as many pixels, as many samples.",
-               "A host that skips the question for the size writes past its buffers.", 1,
+               "An effect whose traits state size \"always\" keeps the number of pixels or samples.",
+               "A host that does not query the size writes past its buffers.", 1,
                [](auto& subject) {
                    using Medium = typename std::decay_t<decltype(subject)>::Medium;
                    auto const effect = subject.Make();
                    auto const& traits = TraitsOf(*effect);
-                   Require(traits.size == Keeps::Always && !traits.tail, "the traits do not say so");
+                   Require(traits.size == Keeps::Always && !traits.tail, "the traits do not state it");
                    auto const data = subject.MakeData(4);
                    auto const results = Run(*effect, data);
                    if constexpr (std::is_same_v<Medium, Video>) {
@@ -141,25 +140,23 @@ constexpr std::array s_traitsChecks{
                        Expect(in == out, "{} samples become {}", in, out);
                    }
                }),
-    CheckInfo{
-        "trait-independent", Group::Traits,
-        "Where traits say that frames are independent, each alone gives the result it gives among others.",
-        "A host that runs several effects side by side mixes up the film.", 1, nullptr,
-        [](Subject<Video>& subject) {
-            auto const effect = subject.Make();
-            Require(TraitsOf(*effect).frameIndependent, "the traits do not say so");
-            auto const data = subject.MakeData(6);
-            auto const due = GetAllOf(Run(*effect, data));
-            std::vector<std::string> got;
-            for (auto const& datum : data)
-                for (auto const& result : Run(*subject.Make(), std::vector{datum}))
-                    got.push_back(GetAll(*result));
-            std::string const difference = FindDifference(got, due);
-            Expect(difference.empty(), "{}", difference);
-        }},
+    CheckInfo{"trait-independent", Group::Traits,
+              "If the traits state that frames are independent, each frame alone gives the same result.",
+              "A host that runs several instances side by side gets other frames.", 1, nullptr,
+              [](Subject<Video>& subject) {
+                  auto const effect = subject.Make();
+                  Require(TraitsOf(*effect).frameIndependent, "the traits do not state it");
+                  auto const data = subject.MakeData(6);
+                  auto const due = GetAllOf(Run(*effect, data));
+                  std::vector<std::string> got;
+                  for (auto const& datum : data)
+                      for (auto const& result : Run(*subject.Make(), std::vector{datum}))
+                          got.push_back(GetAll(*result));
+                  ExpectSame(got, due);
+              }},
     CheckInfo{"trait-taken-formats", Group::Traits,
-              "Formats that the traits say are taken are not refused, at an even size.",
-              "A host that converts only what it must fails in the middle of a film.", 3, nullptr,
+              "The effect takes every format that its traits state, at an even size.",
+              "A host that converts only what it must fails in the middle of a video.", 3, nullptr,
               [](Subject<Video>& subject) {
                   auto const effect = subject.Make();
                   auto const& traits = TraitsOf(*effect);
@@ -175,7 +172,7 @@ constexpr std::array s_traitsChecks{
                       } catch (std::exception const& refusal) {
                           said = refusal.what();
                       }
-                      Expect(said.empty(), "{} is refused: {}", record.GetName(), said);
+                      Expect(said.empty(), "it refuses {}: {}", record.GetName(), said);
                   }
               }},
 };

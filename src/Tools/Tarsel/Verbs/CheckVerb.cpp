@@ -69,7 +69,12 @@ std::string Summarize(CheckReport const& report, Check::CheckOptions const& opti
     for (auto const& group : groups)
         text += line(Check::GetName(group.first),
                      [&](Outcome outcome) { return group.second[static_cast<std::size_t>(outcome)]; });
-    return text + line("all", [&](Outcome outcome) { return report.Count(outcome); });
+    text += line("all", [&](Outcome outcome) { return report.Count(outcome); });
+    for (Check::EffectName const& effect : report.effects)
+        if (effect.isIdle)
+            text += fmt::format("{}: no settings tried change its input; its results say little\n",
+                                effect.classId);
+    return text;
 }
 
 std::string ToJson(CheckReport const& report, Check::CheckOptions const& options) {
@@ -78,7 +83,8 @@ std::string ToJson(CheckReport const& report, Check::CheckOptions const& options
     for (Check::EffectName const& effect : report.effects)
         effects.push_back({{"id", effect.classId},
                            {"implementation", effect.implName},
-                           {"kind", Host::GetName(effect.kind)}});
+                           {"kind", Host::GetName(effect.kind)},
+                           {"idle", effect.isIdle}});
     Json results = Json::array();
     for (CheckResult const& result : report.results) {
         Json row{{"check", result.check->name},
@@ -115,7 +121,7 @@ void RunCheck(CheckArguments const& arguments, Context const& context) {
     if (arguments.list)
         return WriteOutput(ListChecks());
     Check::CheckOptions options = arguments.options;
-    // The check "loads" tells what is wrong with a file that is there.
+    // The check "loads" reports what is wrong with a file that exists.
     options.plugin = std::filesystem::absolute(FindPlugin(arguments.plugin));
     options.stop = context.stop;
     std::size_t done = 0;
@@ -130,16 +136,15 @@ void RunCheck(CheckArguments const& arguments, Context const& context) {
         Core::Throw<Media::InterruptedException>("The checks were stopped");
     WriteOutput(arguments.json ? ToJson(report, options) : Summarize(report, options));
     if (!report.IsGood())
-        Core::Throw<Proc::EffectException>(fmt::format("{} of {} checks found something",
-                                                       std::ranges::count_if(report.results, IsFault),
-                                                       report.results.size()));
+        Core::Throw<Proc::EffectException>(fmt::format(
+            "{} of {} checks failed", std::ranges::count_if(report.results, IsFault), report.results.size()));
 }
 
 } // namespace
 
 Verb AddCheckVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("check", "Check a plug-in against what hosts expect")->group("Verbs");
+        app.add_subcommand("check", "Check a plug-in against the contract with hosts")->group("Verbs");
     auto const arguments = std::make_shared<CheckArguments>();
     command->add_option("PLUGIN", arguments->plugin, "The plug-in: a file, or a name such as lumenta")
         ->option_text(" ");
@@ -149,9 +154,9 @@ Verb AddCheckVerb(CLI::App& app, CommonOptions& common) {
         ->option_text("NAME");
     command->add_option("--level", arguments->options.level, "1 (quick) to 10 (thorough); default 5")
         ->option_text("LEVEL");
-    command->add_option("--seed", arguments->options.seed, "Draw other random values; default 1")
+    command->add_option("--seed", arguments->options.seed, "Seed of random values; default 1")
         ->option_text("N");
-    command->add_option("--limit", arguments->options.limit, "Seconds for one check; default 30")
+    command->add_option("--limit", arguments->options.limit, "Time limit of a check in seconds; default 30")
         ->check(CLI::PositiveNumber)
         ->option_text("SECONDS");
     command->add_flag("--list", arguments->list, "List the checks");

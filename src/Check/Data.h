@@ -69,7 +69,7 @@ std::vector<Audio::Form> GetForms(Audio, int level);
 SP<Proc::IDataVideo> MakeDatum(Video::Form const& form, int index);
 SP<Proc::IDataAudio> MakeDatum(Audio::Form const& form, int index);
 
-/// The description of a stream of such data, 25 pictures a second.
+/// The description of a stream of such data, 25 frames a second.
 SP<Conf::IFormatCodecVideo> MakeFormat(Video::Form const& form);
 SP<Conf::IFormatCodecAudio> MakeFormat(Audio::Form const& form);
 
@@ -88,6 +88,15 @@ template <class Data>
 std::string GetAll(Data const& data) {
     return GetText(GetForm(data)) + ' ' + std::to_string(data.GetTime()) + '+' +
            std::to_string(data.GetDuration()) + ' ' + GetContent(data);
+}
+
+/// That of each.
+template <class Data>
+std::vector<std::string> GetAllOf(std::vector<SP<Data>> const& data) {
+    std::vector<std::string> texts;
+    for (SP<Data> const& datum : data)
+        texts.push_back(GetAll(*datum));
+    return texts;
 }
 
 /// Changes every byte of the content.
