@@ -34,6 +34,10 @@ run("${SCRATCH}/levels/levels")
 # The tool that was installed finds its libraries and the plug-in too.
 unset(ENV{TARSEL_PLUGIN_PATH})
 run("${SCRATCH}/tarsel/bin/tarsel" list)
+# What we tell others to copy keeps the contract.
+set(ENV{TARSEL_PLUGIN_PATH} "${SCRATCH}/plugin")
+run("${SCRATCH}/tarsel/bin/tarsel" check example --level 4)
+unset(ENV{TARSEL_PLUGIN_PATH})
 
 # A build that knows only pkg-config.
 set(ENV{PKG_CONFIG_PATH} "${SCRATCH}/tarsel/${LIBDIR}/pkgconfig")

@@ -9,6 +9,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <utility>
 
@@ -44,6 +46,19 @@ unsigned ContentSize(AVFrame const& frame) noexcept {
     Core::Throw<Core::MemoryException>({s_safeTypesFile, signature, at},
                                        "Unable to allocate memory for AVFrame buffers",
                                        Core::MemoryException::TagBlockSize(size));
+}
+
+/// FFmpeg ends the process when it is to copy rows shorter than their pixels.
+void RequireWholeRows(AVFrame const& frame) {
+    if (IsAudio(frame))
+        return;
+    for (int plane = 0; plane < AV_NUM_DATA_POINTERS && frame.data[plane] != nullptr; ++plane) {
+        int const bytes = av_image_get_linesize(static_cast<AVPixelFormat>(frame.format), frame.width, plane);
+        std::int64_t const stride = frame.linesize[plane];
+        if (bytes > 0 && std::abs(stride) < bytes)
+            Core::Throw<ProcException>(
+                fmt::format("Plane {} of an AVFrame has {} bytes for each row of {}", plane, stride, bytes));
+    }
 }
 
 /// In software, and of a size that FFmpeg can address.
@@ -91,6 +106,7 @@ SafeFrame::~SafeFrame() {
 }
 
 SafeFrame SafeFrame::Reference(AVFrame const& frame) {
+    RequireWholeRows(frame);
     SafeFrame result;
     int const error = av_frame_ref(result.Get(), &frame);
     if (error == AVERROR(ENOMEM))
@@ -125,6 +141,7 @@ void SafeFrame::MakeWritable() {
         *this = Reference(*m_frame);
         return;
     }
+    RequireWholeRows(*m_frame);
     int const error = av_frame_make_writable(m_frame);
     if (error == AVERROR(ENOMEM))
         ThrowNoBuffers("void Tarsel::Proc::SafeFrame::MakeWritable()", ContentSize(*m_frame));

@@ -30,7 +30,7 @@ public:
     AVFrame& operator*() noexcept { return *m_frame; }
     AVFrame const& operator*() const noexcept { return *m_frame; }
     /// Another reference to the frame's buffers; pixels or samples are copied only where it has none that are
-    /// reference-counted. MemoryException; ProcException for a frame without picture and audio.
+    /// reference-counted. MemoryException; ProcException for a frame without content, or too short rows.
     static SafeFrame Reference(AVFrame const& frame);
     /// Gives the frame buffers for the picture (format, width, height) or audio (format, nb_samples,
     /// ch_layout) that its fields state. MemoryException, EffectException where they state none.
@@ -38,7 +38,7 @@ public:
     /// Takes over what `from` says of its content: times, aspect, colors, side data. MemoryException.
     void CopyProperties(AVFrame const& from);
     /// Gives the frame buffers of its own where it shares them, with the same content. MemoryException;
-    /// ProcException for a frame without picture and audio.
+    /// ProcException for a frame without content, or too short rows.
     void MakeWritable();
     /// Gives the frame away: the caller frees it with av_frame_free.
     AVFrame* Release() noexcept;

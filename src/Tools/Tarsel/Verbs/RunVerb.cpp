@@ -1,5 +1,6 @@
 #include "Core/Throw.h"
 #include "Media/Run.h"
+#include "Proc/Interfaces/FiltersOnly.h"
 #include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/Chain/ChainMaker.h"
 #include "Tools/Tarsel/Chain/MotionFiles.h"
@@ -33,6 +34,7 @@ struct RunArguments {
     MediaArguments media;
     std::vector<std::string> effects;
     std::optional<double> at;
+    bool filtersOnly = false;
 };
 
 /// Whether the pixel formats of its results were asked for.
@@ -42,7 +44,7 @@ bool NamesFormats(Proc::IOneInputEffectVideo const& effect) {
     return settings != nullptr && !settings->formats.empty();
 }
 
-/// What the user wants done, as lanes for a run.
+/// What the user wants done, as chains for a run.
 class Work {
 public:
     /// Everything that can be wrong with the arguments alone throws here, before any file is opened.
@@ -144,6 +146,7 @@ std::vector<std::string> Work::GetNotes() const {
 }
 
 void RunMedia(RunArguments const& arguments, Context const& context) {
+    Proc::SetFiltersOnly(arguments.filtersOnly);
     MediaWork const media(arguments.media, context);
     Work work(arguments, context, context.stop);
     work.ReportTo(media.ShowProgress());
@@ -159,6 +162,8 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     arguments->media.AddTo(*command);
     AddEffectOption(*command, arguments->effects);
     AddAtOption(*command, arguments->at);
+    command->add_flag("--filters-only", arguments->filtersOnly,
+                      "Leave all work to FFmpeg's filters, for comparison");
     common.AddTo(*command);
     command->footer("EFFECT is \"NAME KEY=VALUE...\"; a flag alone means 1, as in \"flip horizontal\".\n"
                     "\"tarsel list\" shows names and keys. Video effects get frames turned upright, as\n"

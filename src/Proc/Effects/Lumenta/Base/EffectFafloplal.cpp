@@ -1,6 +1,7 @@
 #include "Proc/Effects/Lumenta/Base/EffectFafloplal.h"
 
 #include "Proc/Effects/Lumenta/Picture/AlphaRows.h"
+#include "Proc/Interfaces/FiltersOnly.h"
 
 #include <boost/core/demangle.hpp>
 #include <fmt/format.h>
@@ -85,10 +86,14 @@ void GraphEffect<Medium>::Process(SP<Data>& data) {
     }
     bool const isCounted = data != nullptr;
     InputScope<Data> const scope(m_input, data);
-    if (data)
-        data = Prepare(data);
-    this->m_stream.GetGraph()->Process(data);
-    Finish(data);
+    if (m_fastWay) {
+        data = GoFastWay(data);
+    } else {
+        if (data)
+            data = Prepare(data);
+        this->m_stream.GetGraph()->Process(data);
+        Finish(data);
+    }
     if (isCounted)
         this->Count();
 }
@@ -114,7 +119,7 @@ void GraphEffect<Medium>::UpdateFormatCodec(SP<Codec>& format) {
     }
     // A graph for other data would put its wrong answer into the cache, for every effect of this class.
     SP<Graph> graph = this->m_stream.GetGraph();
-    if (!IsBuiltFor(input, info) || graph->GetDescription() != description)
+    if (!graph || !IsBuiltFor(input, info) || graph->GetDescription() != description)
         graph = MakeGraph(description, format);
     graph->UpdateFormatCodec(format);
     cache.Store(key, Medium::GetFormat(*format));
@@ -135,21 +140,25 @@ void GraphEffect<Medium>::Work(SP<Data> const& data) {
     }
     CheckData(*data);
     InputScope<Data> const scope(m_input, data);
-    this->m_stream.Feed(Prepare(data));
+    if (m_fastWay)
+        this->m_stream.Pass(GoFastWay(data));
+    else
+        this->m_stream.Feed(Prepare(data));
     this->Count();
 }
 
 template <class Medium>
 void GraphEffect<Medium>::Forget() noexcept {
     this->m_stream.SetGraph(nullptr);
+    m_fastWay = {};
     m_graphInfo = {};
 }
 
 template <class Medium>
 bool GraphEffect<Medium>::IsBuiltFor(Format format, Info const& info) const noexcept {
     auto const& stream = this->m_stream;
-    return stream.GetGraph() && stream.GetState() != GraphRunner<Medium>::State::Failed &&
-           m_graphFormat == format && m_graphInfo == info;
+    bool const works = stream.GetGraph() && stream.GetState() != GraphRunner<Medium>::State::Failed;
+    return (works || m_fastWay) && m_graphFormat == format && m_graphInfo == info;
 }
 
 /// False when such data pass untouched. Leaves no graph behind when there can be none.
@@ -160,7 +169,9 @@ bool GraphEffect<Medium>::Build(Format format, Info const& info) {
     if (Medium::s_passesByNoText && description.empty())
         return false;
     CheckFormat(format, info);
-    this->m_stream.SetGraph(MakeGraph(description, format, info));
+    m_fastWay = MakeFastWay(format, info);
+    if (!m_fastWay)
+        this->m_stream.SetGraph(MakeGraph(description, format, info));
     m_graphFormat = format;
     m_graphInfo = info;
     return true;
@@ -181,6 +192,23 @@ void GraphEffect<Medium>::CheckData(Data const& data) const {
 template <class Medium>
 SP<typename Medium::Data> GraphEffect<Medium>::Prepare(SP<Data> const& data) const {
     return m_actions.prepare ? m_actions.prepare(this->GetSettingsBase(), data) : data;
+}
+
+template <class Medium>
+FastWay GraphEffect<Medium>::MakeFastWay(Format format, Info const& info) const {
+    return m_actions.makeFastWay && !IsFiltersOnly()
+               ? m_actions.makeFastWay(this->GetSettingsBase(), format, info)
+               : FastWay();
+}
+
+template <class Medium>
+SP<typename Medium::Data> GraphEffect<Medium>::GoFastWay(SP<Data> const& data) const {
+    if constexpr (std::is_same_v<Medium, VideoMedium>) {
+        SP<Data> result = RunFastWay(m_fastWay, *data, GetText(m_graphInfo));
+        Finish(result);
+        return result;
+    }
+    return data; // audio has none
 }
 
 /// What there is to do to a datum that came out of the graph, null where none did.

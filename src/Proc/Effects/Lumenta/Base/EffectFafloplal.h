@@ -10,10 +10,11 @@
 
 namespace Tarsel::Proc {
 
-/// An effect whose work one filter graph does, but for its settings. The graph is built by the first datum
-/// and again when data change format or form or the graph has failed; other settings and Reset drop it. Its
-/// statistics add "Options", the filter description for the data the graph was built for, or for unknown ones
-/// before there is a graph; GetStatistic throws what GetFFString throws.
+/// An effect whose work one filter graph does, but for its settings, or a fast way with the same result.
+/// Either is built by the first datum and again when data change format or form or the graph has failed;
+/// other settings and Reset drop it. Its statistics add "Options", the filter description for the data the
+/// graph was built for, or for unknown ones before there is a graph; GetStatistic throws what GetFFString
+/// throws.
 template <class Medium>
 class GraphEffect : public StreamShell<typename Medium::Effect> {
 public:
@@ -50,6 +51,8 @@ private:
     void CheckFormat(Format format, Info const& info) const;
     void CheckData(Data const& data) const;
     SP<Data> Prepare(SP<Data> const& data) const;
+    FastWay MakeFastWay(Format format, Info const& info) const;
+    SP<Data> GoFastWay(SP<Data> const& data) const;
     bool IsBuiltFor(Format format, Info const& info) const noexcept;
     bool Build(Format format, Info const& info);
     void Finish(SP<Data>& data) const;
@@ -62,7 +65,9 @@ private:
     GraphActions<Medium> const& m_actions;
     /// What the graph works on, while it does.
     SP<Data const> m_input;
-    /// What the graph was built for.
+    /// In place of a graph, where there is one.
+    FastWay m_fastWay;
+    /// What the graph, or the fast way, was built for.
     Format m_graphFormat{};
     Info m_graphInfo;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Proc/Effects/Lumenta/Base/FastWay.h"
 #include "Proc/Effects/Lumenta/Base/Medium.h"
 #include "Proc/Interfaces/EffectTraits.h"
 #include "Proc/Settings/Settings.h"
@@ -33,6 +34,9 @@ namespace Tarsel::Proc {
 ///       What the graph gets in place of the frame: the same picture, in memory that the filter can use.
 ///   static bool CanSlice(S const&, Format);
 ///       Whether frames of that format may be worked on by several threads, where the traits say so at all.
+///   static FastWay MakeFastWay(S const&, Conf::PixFmt, Conf::FrameInfo const&);
+///       What makes of such frames what the graph does, with nothing held back; none for formats and settings
+///       that it does not cover, those that the filter refuses among them. CheckFormat has passed.
 ///   static bool KeepsAlpha(S const&);
 ///       The filter gives a frame of the same size for each at once, and its opacity is not the filter's to
 ///       change: the alpha that went in is put back.
@@ -65,6 +69,7 @@ struct GraphActions {
     void (*checkData)(Settings const&, Data const&);
     SP<Data> (*prepare)(Settings const&, SP<Data> const&);
     bool (*canSlice)(Settings const&, Format);
+    FastWay (*makeFastWay)(Settings const&, Format, Info const&);
     std::int64_t (*getWarmUp)(Settings const&, Info const&);
     bool (*keepsAlpha)(Settings const&);
     void (*postProcess)(Settings const&, SP<Data>&);
@@ -107,6 +112,10 @@ constexpr GraphActions<Medium> MakeGraphActions() {
     if constexpr (requires { &Actions::CanSlice; })
         made.canSlice = [](Settings const& settings, Format format) {
             return Actions::CanSlice(static_cast<S const&>(settings), format);
+        };
+    if constexpr (requires { &Actions::MakeFastWay; })
+        made.makeFastWay = [](Settings const& settings, Format format, Info const& info) {
+            return Actions::MakeFastWay(static_cast<S const&>(settings), format, info);
         };
     if constexpr (requires { &Actions::GetWarmUp; })
         made.getWarmUp = [](Settings const& settings, Info const& info) {

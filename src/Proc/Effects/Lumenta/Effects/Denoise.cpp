@@ -4,6 +4,7 @@
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Effects/Lumenta/Graph/FrameSize.h"
+#include "Proc/Effects/Lumenta/Kernels/WaveletDenoise.h"
 #include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -151,6 +153,31 @@ struct EffectActions<SettingsEffectDenoiseOvercompleteWavelet> {
         if (settings.chromaStrength != 0.0)
             text << ":cs=" << settings.chromaStrength;
         return text.str();
+    }
+
+    static FastWay MakeFastWay(SettingsType const& settings, Conf::PixFmt format, Conf::FrameInfo const&) {
+        constexpr int digits = 6; // a stream's own
+        auto const read = [](double strength) {
+            return strength != 0.0 ? ReadAsWritten(strength, digits) : 1.0;
+        };
+        double const luma = read(settings.lumaStrength);
+        double const chroma = read(settings.chromaStrength);
+        int const depth = settings.depth;
+        bool const isLegal =
+            8 <= depth && depth <= 16 && 0 <= luma && luma <= 1000 && 0 <= chroma && chroma <= 1000;
+        if (!isLegal || !CoversWaveletDenoise(format))
+            return {};
+        auto const& pixels = Conf::PixFmtDescription::Find(format);
+        auto const denoiser = std::make_shared<WaveletDenoiser>();
+        bool const isDeep = pixels.GetDepth() > 8;
+        int const planes = pixels.IsGray() ? 1 : 3;
+        return {format, [=](AVFrame const& from, AVFrame& to) {
+                    for (int plane = 0; plane < planes; ++plane) {
+                        auto const [source, target, width, height] = GetPlanes(from, to, plane);
+                        denoiser->Denoise({source, target, width, height, isDeep}, depth,
+                                          plane == 0 ? luma : chroma);
+                    }
+                }};
     }
 
     static bool KeepsAlpha(SettingsType const&) { return true; }

@@ -5,6 +5,8 @@
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Effects/Lumenta/Graph/FrameSize.h"
+#include "Proc/Effects/Lumenta/Kernels/EdgeDetect.h"
+#include "Proc/Effects/Lumenta/Kernels/Emboss.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameRoom.h"
 
@@ -14,14 +16,17 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <iomanip>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 extern "C" {
+#include <libavfilter/avfilter.h>
 #include <libavutil/eval.h>
 #include <libavutil/frame.h>
 }
@@ -143,13 +148,35 @@ struct EffectActions<SettingsEffectEdgeDetect> {
     using SettingsType = SettingsEffectEdgeDetect;
     static constexpr EffectTraits s_traits{
         .summary = "draws the edges in frames", .alpha = Keeps::Never, .depth = Keeps::Never};
+    static constexpr int s_thresholdDigits = 2;
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
         std::ostringstream text = MakeOptionStream();
-        text << "edgedetect" << std::setprecision(2) << "=low=" << settings.lowThreshold
+        text << "edgedetect" << std::setprecision(s_thresholdDigits) << "=low=" << settings.lowThreshold
              << ":high=" << settings.highThreshold;
         EdgeDetect::SetMode(settings.mode, text);
         return text.str();
+    }
+
+    static FastWay MakeFastWay(SettingsType const& settings, Conf::PixFmt format,
+                               Conf::FrameInfo const& info) {
+        bool const mixes = settings.mode == SettingsType::Mode::ColorMix;
+        double const low = ReadAsWritten(settings.lowThreshold, s_thresholdDigits);
+        double const high = ReadAsWritten(settings.highThreshold, s_thresholdDigits);
+        if (!(0 <= low && low <= high && high <= 1) ||
+            !CoversEdgeDetect(format, info.width, info.height, mixes))
+            return {};
+        bool const isRgb = Conf::PixFmtDescription::Find(format).IsRgb();
+        auto const detector = std::make_shared<EdgeDetector>();
+        return {isRgb ? format : Conf::PixFmt::GRAY8, [=](AVFrame const& from, AVFrame& to) {
+                    EdgeKind const wires =
+                        IsStretchedToGray(from) ? EdgeKind::StretchedWires : EdgeKind::Wires;
+                    for (int plane = 0; plane < (isRgb ? 3 : 1); ++plane) {
+                        auto const [source, target, width, height] = GetPlanes(from, to, plane);
+                        detector->Detect(mixes ? EdgeKind::Mix : wires, {source, target, width, height}, low,
+                                         high);
+                    }
+                }};
     }
 
     static void CheckFormat(SettingsType const&, Conf::PixFmt format, Conf::FrameInfo const& info) {
@@ -175,6 +202,30 @@ struct EffectActions<SettingsEffectEmboss> {
         if (!settings.keepColor)
             text << ",format=gray";
         return text.str();
+    }
+
+    static FastWay MakeFastWay(SettingsType const& settings, Conf::PixFmt format,
+                               Conf::FrameInfo const& info) {
+        bool const toGray = !settings.keepColor;
+        // Up to FFmpeg 6 the filter reads neither the last row nor the last column.
+        std::size_t const unread = avfilter_version() >> 16 > 9 ? 0 : 1;
+        if (!CoversEmboss(format, info.width, info.height, toGray, unread))
+            return {};
+        auto const& pixels = Conf::PixFmtDescription::Find(format);
+        bool const isDeep = pixels.GetDepth() > 8;
+        int const planes = toGray || pixels.IsGray() ? 1 : 3;
+        // Two signs before a number: the filter takes the one for the other.
+        auto const right = static_cast<std::size_t>(std::abs(std::int64_t{settings.horizontalOffset}));
+        auto const below = static_cast<std::size_t>(std::abs(std::int64_t{settings.verticalOffset}));
+        return {toGray ? Conf::PixFmt::GRAY8 : format, [=](AVFrame const& from, AVFrame& to) {
+                    EmbossKind kind = isDeep ? EmbossKind::Words : EmbossKind::Bytes;
+                    if (toGray && IsStretchedToGray(from))
+                        kind = EmbossKind::StretchedBytes;
+                    for (int plane = 0; plane < planes; ++plane) {
+                        auto const [source, target, width, height] = GetPlanes(from, to, plane);
+                        EmbossPlane(kind, {source, target, width, height, right, below, unread});
+                    }
+                }};
     }
 
     /// The filter makes a picture without an expression for alpha transparent.

@@ -1,6 +1,10 @@
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 
+#include <fmt/format.h>
+
+#include <charconv>
 #include <iostream>
+#include <string>
 
 namespace Tarsel::Proc {
 namespace {
@@ -17,6 +21,13 @@ std::ostringstream MakeStream(std::locale const& locale) {
 
 std::ostringstream MakeOptionStream() {
     return MakeStream(std::locale(std::cout.getloc(), new PunctFacet<char>));
+}
+
+double ReadAsWritten(double value, int precision) {
+    std::string const text = fmt::format("{:.{}g}", value, precision);
+    double read = 0;
+    std::from_chars(text.data(), text.data() + text.size(), read);
+    return read;
 }
 
 std::ostringstream MakeClassicStream() {

@@ -21,6 +21,9 @@ private:
 /// throws what keeps it from writing. Any thread.
 std::ostringstream MakeOptionStream();
 
+/// What a filter reads of a number that was written to such a stream with that precision. std::bad_alloc.
+double ReadAsWritten(double value, int precision);
+
 /// An empty stream with the classic locale: for option texts in default formatting. Any thread.
 std::ostringstream MakeClassicStream();
 
