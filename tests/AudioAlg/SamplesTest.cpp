@@ -117,6 +117,8 @@ void CheckMix(std::size_t sourceCount, std::size_t count, bool isInPlace) {
         sources.push_back(
             {MonoRef<T>(tracks[k].data() + k, length), s_volumes[(count + k) % std::size(s_volumes)]});
     }
+    if (sourceCount > 0)
+        sources.push_back({MonoRef<T>(nullptr, 0), 1.0});
     std::size_t const start = count % 13;
     Bytes dst = MakeMemory(noise, start, count);
     Bytes expected = dst;

@@ -40,7 +40,8 @@ HWY_INLINE hn::Vec<D> LoadSamples(D d, std::uint8_t const* at, std::size_t count
     }
     HWY_ALIGN hn::TFromD<D> part[hn::MaxLanes(d)];
     hn::Store(hn::Set(d, rest), d, part);
-    std::memcpy(part, at, count * sizeof part[0]);
+    if (count != 0) // of none there may be no address
+        std::memcpy(part, at, count * sizeof part[0]);
     return hn::Load(d, part);
 }
 
