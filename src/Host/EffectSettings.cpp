@@ -24,6 +24,10 @@ void CheckFilterTexts(Proc::Settings const& settings) {
         if (field.kind != Proc::FieldKind::Text || field.option.filter.empty())
             continue;
         std::string const value = Proc::ReadFieldText(settings, field);
+        if (value.find('\0') != std::string::npos)
+            Core::Throw<Proc::SettingsException>(
+                fmt::format("{}: \"{}\" cannot have a zero byte: it would end FFmpeg's filter text",
+                            settings.GetClassId(), field.key));
         std::size_t const special = value.find_first_of("\\':,;[]");
         bool const trimmed = !value.empty() && (s_blanks.find(value.front()) != s_blanks.npos ||
                                                 s_blanks.find(value.back()) != s_blanks.npos);

@@ -85,6 +85,8 @@ TEST(EffectStep, RefusesTextsThatWouldChangeTheFilter) {
         EXPECT_EQ(GetRefusal("stabilizer \"path=a" + c + "b\""), refusal("a" + c + "b", "'" + c + "'"));
     EXPECT_EQ(GetRefusal(R"(stabilizer 'path=a\:b')"), refusal(R"(a\:b)", R"('\')"));
     EXPECT_EQ(GetRefusal("stabilizer path=' a'"), refusal(" a", "a space at either end"));
+    EXPECT_EQ(GetRefusal(std::string("stabilizer path=a\0b", 19)),
+              "stabilizer: \"path\" cannot have a zero byte: it would end FFmpeg's filter text");
     EXPECT_NO_THROW(Make("stabilizer path='a b=c'"));
 }
 
