@@ -23,6 +23,8 @@ enum class RandomTexts : std::uint8_t { Plain, Awkward };
 /// Which numbers: any that are legal, or those near the default, which take an effect little time.
 enum class RandomReach : std::uint8_t { Legal, Near };
 
+/// `Random` makes the numbers, 32 bits each; a reference where it is the caller's.
+template <class Random = std::mt19937>
 class RandomSettings {
 public:
     explicit RandomSettings(std::uint32_t seed, RandomTexts texts = RandomTexts::Plain)
@@ -30,6 +32,8 @@ public:
     /// Takes its seed from a generator that goes on.
     explicit RandomSettings(std::mt19937& random, RandomReach reach = RandomReach::Legal)
         : m_random(random()), m_reach(reach) {}
+    RandomSettings(Random random, RandomTexts texts, RandomReach reach)
+        : m_random(random), m_texts(texts), m_reach(reach) {}
 
     /// Settings of the class of `from`, every field drawn by itself (every other one where they are to be
     /// near the default), and again while they contradict one another.
@@ -148,7 +152,7 @@ private:
         return values;
     }
 
-    std::mt19937 m_random;
+    Random m_random;
     RandomTexts m_texts = RandomTexts::Plain;
     RandomReach m_reach = RandomReach::Legal;
 };

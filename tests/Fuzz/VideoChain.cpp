@@ -1,0 +1,6 @@
+#include "Fuzz/Chains.h"
+
+TARSEL_FUZZ(draws) {
+    Tarsel::Fuzz::EnterOwnFolder();
+    Tarsel::Fuzz::ChainRun<Tarsel::Check::Video> const run(draws);
+}
