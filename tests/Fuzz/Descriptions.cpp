@@ -2,12 +2,14 @@
 // its field has, and no text makes an option or a filter of its own.
 
 #include "Check/Media.h"
+#include "Core/Text.h"
 #include "Fuzz/Fuzz.h"
 #include "Host/EffectSettings.h"
 #include "Proc/Interfaces/IOwnWork.h"
 
 extern "C" {
 #include <libavfilter/avfilter.h>
+#include <libavutil/dict.h>
 #include <libavutil/log.h>
 #include <libavutil/mem.h>
 #include <libavutil/opt.h>
@@ -32,9 +34,12 @@ std::optional<std::string> Describe(Proc::IEffect const& effect, Draws& draws) {
     return isTold && !text.empty() ? std::optional(text) : std::nullopt;
 }
 
+std::shared_ptr<AVFilterGraph> MakeGraph() {
+    return {avfilter_graph_alloc(), [](AVFilterGraph* graph) { avfilter_graph_free(&graph); }};
+}
+
 std::shared_ptr<AVFilterGraph> Parse(std::string const& text) {
-    std::shared_ptr<AVFilterGraph> graph(avfilter_graph_alloc(),
-                                         [](AVFilterGraph* owned) { avfilter_graph_free(&owned); });
+    std::shared_ptr<AVFilterGraph> graph = MakeGraph();
     AVFilterInOut* inputs = nullptr;
     AVFilterInOut* outputs = nullptr;
     int const result = avfilter_graph_parse2(graph.get(), text.c_str(), &inputs, &outputs);
@@ -65,35 +70,53 @@ std::string GetOption(AVFilterContext& filter, std::string const& option) {
     return reinterpret_cast<char const*>(text);
 }
 
-/// The number that the field's value stands for; nothing for texts.
-std::optional<double> GetNumber(Proc::Field const& field, Proc::FieldValue const& value) {
+/// The option's value as text for the filter; nothing where it goes another way than by its number or text.
+std::optional<std::string> GetValue(Proc::Field const& field, Proc::FieldValue const& value) {
+    auto const scaled = [&](double number) {
+        return Core::NumberToText(number * field.option.scale + field.option.offset);
+    };
+    if (field.option.form != Proc::FilterOption::Form::Number)
+        return std::nullopt;
     if (auto const* const flag = std::get_if<bool>(&value))
-        return *flag;
+        return scaled(*flag);
     if (auto const* const integer = std::get_if<std::int64_t>(&value))
-        return static_cast<double>(*integer) * field.option.scale + field.option.offset;
+        return scaled(static_cast<double>(*integer));
     if (auto const* const real = std::get_if<double>(&value))
-        return *real * field.option.scale + field.option.offset;
-    return std::nullopt;
+        return scaled(*real);
+    auto const* const text = std::get_if<std::string>(&value);
+    return text != nullptr ? std::optional(*text) : std::nullopt;
+}
+
+/// What a filter makes of an option, whatever it then does with it; nothing where it wants others besides.
+std::optional<std::string> GetRead(AVFilter const& filter, std::string const& option,
+                                   std::string const& value) {
+    std::shared_ptr<AVFilterGraph> const graph = MakeGraph();
+    AVFilterContext* const made = avfilter_graph_alloc_filter(graph.get(), &filter, "made");
+    AVDictionary* options = nullptr;
+    bool const isMade = av_dict_set(&options, option.c_str(), value.c_str(), 0) >= 0 &&
+                        avfilter_init_dict(made, &options) >= 0;
+    av_dict_free(&options);
+    return isMade ? std::optional(GetOption(*made, option)) : std::nullopt;
+}
+
+bool IsAlike(std::string const& got, std::string const& due) {
+    std::optional<double> const number = Core::TextToDouble(got);
+    std::optional<double> const other = Core::TextToDouble(due);
+    if (!number || !other)
+        return got == due;
+    // Some texts have two digits only, and some filters take 0 for their own choice.
+    return *other == 0 || std::abs(*number - *other) <= 0.051 * std::abs(*other) + 1e-6;
 }
 
 void RequireOption(AVFilterContext& filter, Proc::Settings const& settings, Proc::Field const& field,
                    std::string const& text) {
     std::string const option(field.option.option);
-    Proc::FieldValue const value = field.get(settings);
-    if (auto const* const word = std::get_if<std::string>(&value)) {
-        std::string const got = GetOption(filter, option);
-        Require(got == *word, "{}: \"{}\" is \"{}\", not \"{}\"", text, option, got, *word);
+    auto const value = GetValue(field, field.get(settings));
+    auto const due = value ? GetRead(*filter.filter, option, *value) : std::nullopt;
+    if (!due)
         return;
-    }
-    auto const due = GetNumber(field, value);
-    double got = 0;
-    if (!due || field.option.form != Proc::FilterOption::Form::Number)
-        return;
-    Require(av_opt_get_double(filter.priv, option.c_str(), 0, &got) >= 0, "{} has no option {}", text,
-            option);
-    // Some texts have two digits only, and some filters take 0 for their own choice.
-    Require(*due == 0 || std::abs(got - *due) <= 0.051 * std::abs(*due) + 1e-9, "{}: {} is {}, not {}", text,
-            option, got, *due);
+    std::string const got = GetOption(filter, option);
+    Require(IsAlike(got, *due), "{}: {} is \"{}\", not \"{}\"", text, option, got, *due);
 }
 
 } // namespace

@@ -45,8 +45,8 @@ void RequireRotation(Draws& draws) {
     for (std::size_t i = 0; i < corners.size(); ++i)
         corners[i] = {(i % 2 == 0 ? -0.5 : 0.5) * crop.width, (i < 2 ? -0.5 : 0.5) * crop.height};
     Proc::RotatePoints(corners, -split.angle);
-    for (Proc::Point const& corner : corners)
-        Require(2 * std::abs(corner.x) < width + 1e-3 && 2 * std::abs(corner.y) < height + 1e-3,
+    for (Proc::Point const& corner : corners) // sides are rounded to the nearest
+        Require(2 * std::abs(corner.x) < width + 0.75 && 2 * std::abs(corner.y) < height + 0.75,
                 "{}x{} turned by {} is cut to {}x{}, beyond its edge", width, height, angle, crop.width,
                 crop.height);
     Require(crop.width <= pad.width && crop.height <= pad.height, "{}x{} turned by {}: {}x{} within {}x{}",
