@@ -15,7 +15,7 @@ file(REMOVE_RECURSE "${SCRATCH}")
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${SCRATCH}/first")
 file(RENAME "${SCRATCH}/first" "${SCRATCH}/tarsel")
 
-foreach(example host plugin audio levels)
+foreach(example host plugin audio levels media)
   run("${CMAKE_COMMAND}" -S "${EXAMPLES}/${example}" -B "${SCRATCH}/${example}"
     -DCMAKE_BUILD_TYPE=Debug "-DCMAKE_PREFIX_PATH=${SCRATCH}/tarsel" "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
   run("${CMAKE_COMMAND}" --build "${SCRATCH}/${example}")
@@ -30,6 +30,8 @@ run("${SCRATCH}/host/host" example)
 # The plug-in as a linked library.
 run("${SCRATCH}/audio/audio")
 run("${SCRATCH}/levels/levels")
+file(WRITE "${SCRATCH}/in.ppm" "P6\n2 2\n255\nabcdefghijkl")
+run("${SCRATCH}/media/media" "${SCRATCH}/in.ppm" "${SCRATCH}/out.png" "flip vertical=1")
 
 # The tool that was installed finds its libraries and the plug-in too.
 unset(ENV{TARSEL_PLUGIN_PATH})
