@@ -61,17 +61,25 @@ public:
         if (!data || m_settings.IsEmpty())
             return;
         auto const& format = Conf::PixFmtDescription::Find(data->GetPixelFormat());
-        if (format.IsRgb() || format.GetDepth() != 8 || format.GetPlaneCount() == 2)
-            Core::Throw<Proc::EffectException>("dim takes planar YUV of 8 bits");
+        if (format.IsRgb() || format.GetPlaneCount() == 2)
+            Core::Throw<Proc::EffectException>("dim takes planar YUV");
+        // The caller keeps its frame as it is; pixels are copied only where they are written.
         SP<Proc::IDataVideo> const result = data->Copy();
         Proc::WritablePlane const luma = result->GetWritablePlane(0);
-        bool const isFull = format.IsFullRange(data->GetColorSpace());
-        int const black = isFull ? 0 : 16;
+        // Samples of more than 8 bits have two bytes, in the order that the format states.
+        std::size_t const bytes = format.GetDepth() > 8 ? 2 : 1;
+        bool const isBig = (format.GetFlags() & Conf::PixFmtDescription::BigEndian) != 0;
+        int const black = format.IsFullRange(data->GetColorSpace()) ? 0 : 16 << (format.GetDepth() - 8);
         for (std::uint32_t y = 0; y < luma.rows; ++y) {
             std::uint8_t* const row = luma.data + static_cast<std::ptrdiff_t>(y) * luma.lineSize;
-            for (std::size_t x = 0; x < luma.rowBytes; ++x)
-                row[x] =
-                    static_cast<std::uint8_t>(black + (row[x] - black) * (100 - m_settings.percent) / 100);
+            for (std::size_t x = 0; x + bytes <= luma.rowBytes; x += bytes) {
+                std::uint8_t& low = row[x + (isBig ? bytes - 1 : 0)];
+                std::uint8_t& high = row[x + (isBig ? 0 : bytes - 1)];
+                int const sample = bytes == 1 ? low : high << 8 | low;
+                int const dimmed = black + (sample - black) * (100 - m_settings.percent) / 100;
+                high = static_cast<std::uint8_t>(dimmed >> 8);
+                low = static_cast<std::uint8_t>(dimmed);
+            }
         }
         data = result;
     }

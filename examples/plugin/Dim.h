@@ -18,7 +18,7 @@ public:
     std::int32_t percent{};
 };
 
-/// Makes an effect that darkens frames of 8-bit planar YUV, and says so in its traits: hosts convert others.
+/// Makes an effect that darkens frames of planar YUV, and says so in its traits: hosts convert others.
 Tarsel::SP<Tarsel::Proc::IOneInputEffectVideo>
 CreateDim(Tarsel::SP<Tarsel::Proc::IEffectFactory const> const& effects,
           Tarsel::SP<Tarsel::Proc::IFactoryDataVideo const> const& frames);
