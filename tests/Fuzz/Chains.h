@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Check/Data.h"
 #include "Check/FrameMemory.h"
-#include "Check/Media.h"
 #include "Fuzz/Fuzz.h"
 #include "Host/AudioChain.h"
 #include "Host/EffectSettings.h"

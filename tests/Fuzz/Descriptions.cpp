@@ -1,7 +1,7 @@
 // Filter texts of any settings, as FFmpeg's parser reads them: every option of the filter has the value that
 // its field has, and no text makes an option or a filter of its own.
 
-#include "Check/Media.h"
+#include "Check/Data.h"
 #include "Core/Text.h"
 #include "Fuzz/Fuzz.h"
 #include "Host/EffectSettings.h"
