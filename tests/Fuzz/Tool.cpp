@@ -96,6 +96,10 @@ public:
         Restore();
         VerbWords const& verb = draws.Pick(m_verbs);
         Words words{verb.verb};
+        if (draws.OneIn(2)) { // a call that may well work
+            words.push_back(draws.Pick(m_files).first);
+            words.insert(words.begin() + 1 + draws.Below(2), "out." + draws.Pick(m_extensions));
+        }
         for (std::uint32_t count = draws.Below(10); count > 0; --count)
             words.push_back(DrawWord(draws, verb));
         Words const before = m_folder.List();
