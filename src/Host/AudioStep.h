@@ -10,17 +10,16 @@ namespace Tarsel::Host {
 
 /// One effect of a chain, driven as a stream whatever it offers, with what it hands out checked. Exceptions
 /// leave with the step's label under TagStep. Not synchronized.
-class AudioStep : public ChainStep<AudioMedium> {
+class AudioStep final : public ChainStep<AudioMedium> {
 public:
     /// `effect` is not null.
     AudioStep(SP<Proc::IOneInputEffectAudio> effect, std::string label);
 
-    /// As IEffectStreamAudio, with the results of each operation to be taken before the next.
-    void Feed(SP<Proc::IDataAudio> const& block);
-    SP<Proc::IDataAudio> Take();
-    void End();
+    void Feed(SP<Proc::IDataAudio> const& block) override;
+    SP<Proc::IDataAudio> Take() override;
+    void End() override;
 
-    void UpdateFormatCodec(SP<Conf::IFormatCodecAudio>& format) const;
+    void UpdateFormatCodec(SP<Conf::IFormatCodecAudio>& format) const override;
 
 private:
     void NoteLosses(Conf::SampleFormats output);

@@ -25,8 +25,14 @@ ChainStep<Medium>::ChainStep(SP<Effect> effect, std::string label)
       m_label(std::move(label)) {}
 
 template <class Medium>
-Core::Property ChainStep<Medium>::GetStatistic() const {
-    return Labeled([&] { return m_effect->GetStatistic(); });
+void ChainStep<Medium>::AddStatistics(std::vector<Core::Property>& statistics) const {
+    statistics.push_back(Labeled([&] { return m_effect->GetStatistic(); }));
+}
+
+template <class Medium>
+void ChainStep<Medium>::Blame(std::string const& text) const {
+    Labeled([&] { ThrowMisbehavior(text); });
+    __builtin_unreachable();
 }
 
 template <class Medium>

@@ -3,6 +3,7 @@
 #include "Core/Property.h"
 #include "Host/EffectChain.h"
 #include "Host/FFmpegMessages.h"
+#include "Host/IChainStep.h"
 
 #include <cstddef>
 #include <string>
@@ -13,14 +14,16 @@ namespace Tarsel::Host {
 /// What VideoStep and AudioStep have in common: an effect driven as a stream whatever it offers, its label
 /// and what users should know of it. Not synchronized.
 template <class Medium>
-class ChainStep {
+class ChainStep : public IChainStep<Medium> {
 public:
     using Effect = typename Medium::Effect;
     using Data = typename Medium::Data;
 
-    Core::Property GetStatistic() const;
-    /// What a user should know of what became of the data so far, a line each.
-    std::vector<std::string> const& GetNotes() const noexcept { return m_notes; }
+    void AddStatistics(std::vector<Core::Property>& statistics) const override;
+    std::vector<std::string> GetNotes() const override { return m_notes; }
+    /// For whoever drives the step: EffectException under the step's label, of an effect that breaks its
+    /// contract in the way that `text` tells.
+    [[noreturn]] void Blame(std::string const& text) const;
 
 protected:
     /// `effect` is not null.

@@ -4,12 +4,15 @@
 #include "Host/AudioChain.h"
 #include "Host/AudioStep.h"
 #include "Host/VideoChain.h"
+#include "Host/VideoSegment.h"
 #include "Host/VideoStep.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Settings.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Tarsel::Host {
@@ -21,12 +24,17 @@ template <class Medium>
 EffectChain<Medium>::~EffectChain() = default;
 
 template <class Medium>
-void EffectChain<Medium>::Append(SP<Effect> const& effect, std::string label) {
-    if (!effect)
+std::string EffectChain<Medium>::MakeLabel(Effect const* effect, std::string label) {
+    if (effect == nullptr)
         Core::Throw<Proc::EffectException>("A chain cannot take a null effect");
-    if (label.empty())
-        label = fmt::format("step {} ({})", ++m_numbered, effect->GetSettingsBase().GetClassId());
-    m_steps.emplace_back(effect, std::move(label));
+    return label.empty() ? fmt::format("step {} ({})", ++m_numbered, effect->GetSettingsBase().GetClassId())
+                         : label;
+}
+
+template <class Medium>
+void EffectChain<Medium>::Append(SP<Effect> const& effect, std::string label) {
+    label = MakeLabel(effect.get(), std::move(label));
+    m_steps.push_back(std::make_unique<typename Medium::Step>(effect, std::move(label)));
 }
 
 template <class Medium>
@@ -59,43 +67,48 @@ void EffectChain<Medium>::End() {
     if (m_steps.empty())
         return;
     m_ending = 0;
-    m_steps.front().End();
+    m_steps.front()->End();
 }
 
 /// Takes the next datum that the step which is ending holds back through those after it; with none left, the
 /// step after it ends.
 template <class Medium>
 void EffectChain<Medium>::EndFurther() {
-    std::size_t const step = m_ending;
-    m_ending = s_notEnding; // should it fail
-    if (SP<Data> held = m_steps[step].Take()) {
-        Drive(step + 1, std::move(held));
-        m_ending = step;
-    } else if (step + 1 < m_steps.size()) {
-        m_steps[step + 1].End();
-        m_ending = step + 1;
+    std::size_t const step = std::exchange(m_ending, s_notEnding); // should it fail
+    try {
+        if (SP<Data> held = m_steps[step]->Take()) {
+            Drive(step + 1, std::move(held));
+            m_ending = step;
+        } else if (step + 1 < m_steps.size()) {
+            m_steps[step + 1]->End();
+            m_ending = step + 1;
+        }
+    } catch (...) {
+        if (m_steps[step]->GoesOn())
+            m_ending = step;
+        throw;
     }
 }
 
 template <class Medium>
 void EffectChain<Medium>::UpdateFormatCodec(SP<Format>& format) {
-    for (Step const& step : m_steps)
-        step.UpdateFormatCodec(format);
+    for (auto const& step : m_steps)
+        step->UpdateFormatCodec(format);
 }
 
 template <class Medium>
 std::vector<Core::Property> EffectChain<Medium>::GetStatistics() const {
     std::vector<Core::Property> statistics;
-    for (Step const& step : m_steps)
-        statistics.push_back(step.GetStatistic());
+    for (auto const& step : m_steps)
+        step->AddStatistics(statistics);
     return statistics;
 }
 
 template <class Medium>
 std::vector<std::string> EffectChain<Medium>::GetNotes() const {
     std::vector<std::string> notes;
-    for (Step const& step : m_steps)
-        notes.insert(notes.end(), step.GetNotes().begin(), step.GetNotes().end());
+    for (auto const& step : m_steps)
+        std::ranges::move(step->GetNotes(), std::back_inserter(notes));
     return notes;
 }
 
@@ -107,9 +120,9 @@ void EffectChain<Medium>::Drive(std::size_t from, SP<Data> data) {
         m_ready.push_back(std::move(data));
         return;
     }
-    m_steps[from].Feed(data);
+    m_steps[from]->Feed(data);
     data.reset();
-    while (SP<Data> result = m_steps[from].Take())
+    while (SP<Data> result = m_steps[from]->Take())
         Drive(from + 1, std::move(result));
 }
 
@@ -119,6 +132,20 @@ template class EffectChain<AudioMedium>;
 // Here, so that no other library has copies of them.
 VideoChain::VideoChain() = default;
 VideoChain::~VideoChain() = default;
+
+void VideoChain::Append(SP<Effect> const& effect, std::string label, MakeEffect another) {
+    if (m_threads == 1 || !effect || !VideoSegment::CanTake(*effect)) {
+        Append(effect, std::move(label));
+        return;
+    }
+    auto& steps = GetSteps();
+    auto* segment = steps.empty() ? nullptr : dynamic_cast<VideoSegment*>(steps.back().get());
+    if (segment == nullptr)
+        segment =
+            static_cast<VideoSegment*>(steps.emplace_back(std::make_unique<VideoSegment>(m_threads)).get());
+    segment->Append(effect, MakeLabel(effect.get(), std::move(label)), std::move(another));
+}
+
 AudioChain::AudioChain() = default;
 AudioChain::~AudioChain() = default;
 

@@ -7,10 +7,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace Tarsel::Host {
+
+template <class Medium>
+class IChainStep;
 
 /// The step, by its number from 1 and its class id where nothing else was said, on every exception that
 /// leaves a chain and can carry facts: all of this system, and the standard ones that its own code throws.
@@ -49,16 +53,21 @@ public:
     std::vector<std::string> GetNotes() const;
 
 protected:
+    using Step = IChainStep<Medium>;
+
     EffectChain();
 
+    /// The label, or what stands for an empty one. EffectException for null.
+    std::string MakeLabel(Effect const* effect, std::string label);
+    std::vector<std::unique_ptr<Step>>& GetSteps() noexcept { return m_steps; }
+
 private:
-    using Step = typename Medium::Step;
     static constexpr std::size_t s_notEnding = SIZE_MAX;
 
     void EndFurther();
     void Drive(std::size_t from, SP<Data> data);
 
-    std::vector<Step> m_steps;
+    std::vector<std::unique_ptr<Step>> m_steps;
     std::size_t m_numbered = 0;
     /// The step that is giving out what it held back.
     std::size_t m_ending = s_notEnding;

@@ -4,6 +4,8 @@
 #include "Host/EffectChain.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 
+#include <functional>
+#include <string>
 #include <string_view>
 
 namespace Tarsel::Host {
@@ -28,8 +30,27 @@ extern template class EffectChain<VideoMedium>;
 /// depth, and around which frames were converted. Not synchronized.
 class TARSEL_API VideoChain final : public EffectChain<VideoMedium> {
 public:
+    using MakeEffect = std::function<SP<Effect>()>;
+
     VideoChain();
     ~VideoChain() override;
+
+    /// Up to how many threads work on frames, each on a frame of its own, where effects allow it (see
+    /// Append); of the budget (Core::ThreadBudget), taken with the first frame. 1 to begin with: all is done
+    /// by the caller. Holds for effects appended later.
+    void SetThreads(int threads) noexcept { m_threads = threads; }
+
+    using EffectChain::Append;
+    /// The same for an effect of which there can be more: `another` makes one of its class each time,
+    /// whatever its settings, which follow those of `effect`. Where the traits say that a result depends on
+    /// one frame and comes at once, several frames are worked on at a time, by effects made so, while
+    /// `effect` itself sees none. Results, their order and the first failure are those of a single thread; a
+    /// result may come after a later frame was fed. As many frames are on their way as there are threads, and
+    /// two. A host may set other settings between frames.
+    void Append(SP<Effect> const& effect, std::string label, MakeEffect another);
+
+private:
+    int m_threads = 1;
 };
 
 } // namespace Tarsel::Host

@@ -13,17 +13,16 @@ namespace Tarsel::Host {
 
 /// One effect of a chain, driven as a stream whatever it offers, with what it cannot take converted around it
 /// and what it hands out checked. Exceptions leave with the step's label under TagStep. Not synchronized.
-class VideoStep : public ChainStep<VideoMedium> {
+class VideoStep final : public ChainStep<VideoMedium> {
 public:
     /// `effect` is not null.
     VideoStep(SP<Proc::IOneInputEffectVideo> effect, std::string label);
 
-    /// As IEffectStreamVideo, with the results of each operation to be taken before the next.
-    void Feed(SP<Proc::IDataVideo> const& frame);
-    SP<Proc::IDataVideo> Take();
-    void End();
+    void Feed(SP<Proc::IDataVideo> const& frame) override;
+    SP<Proc::IDataVideo> Take() override;
+    void End() override;
 
-    void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const;
+    void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const override;
     /// How frames of this form are brought into one that the effect takes; nothing where they go in as they
     /// are. Throws as Describe of the effect.
     std::optional<FrameAdapter> MakeAdapter(PictureForm const& form) const;

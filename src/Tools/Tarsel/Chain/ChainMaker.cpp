@@ -2,6 +2,7 @@
 
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
+#include "Core/ThreadBudget.h"
 #include "Host/FFmpegMessages.h"
 #include "Host/StepPlan.h"
 #include "Proc/Settings/Format.h"
@@ -19,7 +20,7 @@ namespace {
 template <class Effect, class Format>
 bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::vector<std::string>& notes) {
     bool areAllIdle = true;
-    for (auto const& [effect, label] : steps) {
+    for (auto const& [effect, label, another] : steps) {
         Host::StepPlan<Format> plan;
         try {
             Host::FFmpegMessages::Trial const trial;
@@ -40,16 +41,21 @@ bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::ve
 } // namespace
 
 std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInfo const& stream,
-                                                           std::vector<VideoStep> const& steps) {
-    auto lane = std::make_unique<NotedVideoChain>(m_notes);
+                                                           std::vector<VideoStep> const& effects) {
+    auto chain = std::make_unique<NotedVideoChain>(m_notes);
+    Host::VideoChain& steps = chain->GetChain();
+    steps.SetThreads(Core::ThreadBudget::Get());
     if (auto const turn = MakeTurn(stream))
-        lane->Append(turn, "turning upright");
+        steps.Append(turn, "turning upright", [this, stream] { return MakeTurn(stream); });
     if (!stream.orientation.GetOrientation())
         m_notes.emplace_back("Dropped the input's orientation tag, which is neither a mirroring nor a "
                              "quarter turn: the effects used the frames as stored.");
-    for (auto const& [effect, label] : steps)
-        lane->Append(effect, label);
-    return lane;
+    for (auto const& [effect, label, another] : effects)
+        if (another)
+            steps.Append(effect, label, another);
+        else
+            steps.Append(effect, label);
+    return chain;
 }
 
 SP<Proc::IOneInputEffectVideo> ChainMaker::MakeTurn(Media::VideoStreamInfo const& stream) const {
@@ -86,18 +92,18 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
     auto const effects = MakeAudioSteps(m_effects, steps);
     if (NoteIdle(effects, makeFormat(), m_audioNotes))
         return {};
-    auto lane = std::make_unique<NotedAudioChain>(m_audioNotes);
+    auto chain = std::make_unique<NotedAudioChain>(m_audioNotes);
     int depth = 0;
-    for (auto const& [effect, label] : effects) {
+    for (auto const& [effect, label, another] : effects) {
         // A format that is named is wanted; others are what an effect reckons in.
         auto const* const resample = dynamic_cast<Proc::SettingsResample const*>(&effect->GetSettingsBase());
         if (resample != nullptr && resample->format != Conf::SampleFormats::Unknown)
             depth = 8 * Conf::SampleFmtRecord::Find(resample->format).size;
-        lane->Append(effect, label);
+        chain->GetChain().Append(effect, label);
     }
     SP<Conf::IFormatCodecAudio> format = makeFormat();
-    lane->UpdateFormatCodec(format);
-    return {std::move(lane), format->GetSampleInfo(), depth};
+    chain->UpdateFormatCodec(format);
+    return {std::move(chain), format->GetSampleInfo(), depth};
 }
 
 std::vector<std::string> ChainMaker::GetNotes() const {

@@ -11,29 +11,30 @@
 
 namespace Tarsel::Tools {
 
-/// Makes lanes of effects for media files. Effects on pictures stand behind one that turns the picture
+/// Makes chains of effects for media files. Effects on pictures stand behind one that turns the picture
 /// upright: they work on what viewers see.
 class ChainMaker {
 public:
     explicit ChainMaker(Effects effects) : m_effects(std::move(effects)) {}
 
-    /// A lane through the effects, which belong to it from now on. The maker has to live longer.
+    /// A chain of the effects, which belong to it from now on, on as many threads as the budget has. The
+    /// maker has to live longer.
     std::unique_ptr<Proc::IEffectStreamVideo> Make(Media::VideoStreamInfo const& stream,
-                                                   std::vector<VideoStep> const& steps);
+                                                   std::vector<VideoStep> const& effects);
     /// Notes which of the steps leave the pictures as they are, and what would make them work. Whether all
     /// do.
     bool NoteIdleSteps(Media::VideoStreamInfo const& stream, std::vector<VideoStep> const& steps);
-    /// Whether a stream that no effects are wanted for needs a lane all the same: it cannot be copied, and
+    /// Whether a stream that no effects are wanted for needs a chain all the same: it cannot be copied, and
     /// loses the tag by which viewers would turn it.
     static bool HasToTurn(Media::VideoStreamInfo const& stream);
-    /// A lane for pictures that were to be copied and cannot be, and a note about it.
+    /// A chain for pictures that were to be copied and cannot be, and a note about it.
     std::unique_ptr<Proc::IEffectStreamVideo> MakeForReEncoding(Media::VideoStreamInfo const& stream,
                                                                 std::vector<VideoStep> const& steps);
-    /// A lane through effects of its own for an audio stream; none where all of them leave it as it is. Notes
+    /// A chain of effects of its own for an audio stream; none where all of them leave it as it is. Notes
     /// which of them do.
     Media::AudioEffects MakeAudio(Media::AudioStreamInfo const& stream, std::vector<StepText> const& steps);
     Effects const& GetEffects() const noexcept { return m_effects; }
-    /// What the user should know of the work of the lanes, once they have ended.
+    /// What the user should know of the work of the chains, once they have ended.
     std::vector<std::string> GetNotes() const;
 
 private:
@@ -42,7 +43,7 @@ private:
 
     Effects m_effects;
     std::vector<std::string> m_notes;
-    /// Apart, since lanes for audio work on another thread.
+    /// Apart, since chains for audio work on another thread.
     std::vector<std::string> m_audioNotes;
 };
 

@@ -19,10 +19,7 @@ public:
     /// What is new is added to `notes`, which have to live longer.
     explicit NotedChain(std::vector<std::string>& notes) : m_notes(notes) {}
 
-    /// See Host::EffectChain.
-    void Append(SP<typename Chain::Effect> const& effect, std::string label = {}) {
-        m_chain.Append(effect, std::move(label));
-    }
+    Chain& GetChain() noexcept { return m_chain; }
     void UpdateFormatCodec(SP<typename Chain::Format>& format);
 
     void Feed(SP<Data> const& data) override;

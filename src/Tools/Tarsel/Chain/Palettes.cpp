@@ -34,7 +34,8 @@ bool HoldsOnlyPalettes(Media::RunOptions const& options) {
 VideoStep MakePaletteStep(Effects const& effects, std::string const& settings) {
     auto const step =
         Host::ParseEffectStep(Proc::SettingsPixelFormatConverter::CLASS_ID + " formats=pal8 " + settings);
-    return {Host::MakeVideoEffect(*effects.factory, step), "making palettes"};
+    auto const make = [step, factory = effects.factory] { return Host::MakeVideoEffect(*factory, step); };
+    return {make(), "making palettes", make};
 }
 
 } // namespace Tarsel::Tools

@@ -31,7 +31,7 @@ std::vector<Step<Effect>> MakeSteps(std::vector<StepText> const& steps, Make con
     std::vector<Step<Effect>> result;
     result.reserve(steps.size());
     for (StepText const& step : steps)
-        result.push_back({OnStep(step.text, make), step.label});
+        result.push_back({OnStep(step.text, make), step.label, nullptr});
     return result;
 }
 
@@ -73,11 +73,19 @@ SortedSteps SortSteps(Effects const& effects, std::vector<std::string> const& st
 
 std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
                                         References& references) {
-    return MakeSteps<Proc::IOneInputEffectVideo>(steps, [&](Host::EffectStep const& step) {
+    auto result = MakeSteps<Proc::IOneInputEffectVideo>(steps, [&](Host::EffectStep const& step) {
         return IsOfKind(effects, step.classId, Host::EffectKind::TwoInputVideo)
                    ? MakePairedEffect(effects, step, references)
                    : Host::MakeVideoEffect(*effects.factory, step);
     });
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        Host::EffectStep const step = Host::ParseEffectStep(steps[i].text);
+        if (!IsOfKind(effects, step.classId, Host::EffectKind::TwoInputVideo))
+            result[i].another = [step, factory = effects.factory] {
+                return Host::MakeVideoEffect(*factory, step);
+            };
+    }
+    return result;
 }
 
 std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<StepText> const& steps) {

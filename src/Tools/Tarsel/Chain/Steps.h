@@ -6,6 +6,7 @@
 #include "Tools/Tarsel/Chain/Effects.h"
 #include "Tools/Tarsel/Chain/References.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,8 @@ template <class Effect>
 struct Step {
     SP<Effect> effect;
     std::string label;
+    /// Makes another one, with the settings of the step; null where there can be only one.
+    std::function<SP<Effect>()> another;
 };
 using VideoStep = Step<Proc::IOneInputEffectVideo>;
 using AudioStep = Step<Proc::IOneInputEffectAudio>;

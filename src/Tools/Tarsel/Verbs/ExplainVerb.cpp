@@ -88,7 +88,7 @@ FormatText Show(Conf::IFormatCodecAudio const& format) {
 template <class Effect, class Format>
 Explanations Explain(std::vector<Step<Effect>> const& steps, SP<Format> format) {
     Explanations result{Show(*format), {}};
-    for (auto const& [effect, label] : steps) {
+    for (auto const& [effect, label, another] : steps) {
         try {
             Host::StepPlan<Format> const plan = Host::PlanStep(effect, *format);
             result.steps.push_back({effect->GetSettingsBase().GetClassId(),
