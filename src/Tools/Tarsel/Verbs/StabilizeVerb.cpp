@@ -65,7 +65,9 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     auto const detect = MakeEffect(maker.GetEffects(), step, motions, true);
     auto const transform = MakeEffect(maker.GetEffects(), step, motions, false);
     auto const makeChain = [&](SP<Proc::IOneInputEffectVideo> const& effect) {
-        return [&](Media::VideoStreamInfo const& stream) { return maker.Make(stream, {{effect, {}, nullptr}}); };
+        return [&](Media::VideoStreamInfo const& stream) {
+            return maker.Make(stream, {{effect, {}, nullptr}});
+        };
     };
     Media::CheckRun(options);
     // The file of motions is complete when the stream through the first effect has ended.
