@@ -44,9 +44,9 @@ public:
     /// The same for an effect of which there can be more: `another` makes one of its class each time,
     /// whatever its settings, which follow those of `effect`. Where the traits say that a result depends on
     /// one frame and comes at once, several frames are worked on at a time, by effects made so, while
-    /// `effect` itself sees none. Results, their order and the first failure are those of a single thread; a
-    /// result may come after a later frame was fed. As many frames are on their way as there are threads, and
-    /// two. A host may set other settings between frames.
+    /// `effect` itself sees none. Results, their order and the failures are those of a single thread; a
+    /// result or a failure may come after a later frame was fed. As many frames are on their way as there are
+    /// threads, and two. A host may set other settings between frames.
     void Append(SP<Effect> const& effect, std::string label, MakeEffect another);
 
 private:
