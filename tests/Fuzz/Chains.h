@@ -10,6 +10,7 @@
 #include "Proc/Data/WrapMemory.h"
 #include "Support/TempFolder.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <type_traits>
@@ -27,14 +28,18 @@ inline Check::Video::Form DrawForm(Draws& draws, Check::Video) {
 }
 
 inline Check::Audio::Form DrawForm(Draws& draws, Check::Audio) {
-    constexpr std::array<std::uint32_t, 8> rates{48000, 44100, 44100, 8000, 96000, 384000, 1, 0};
-    std::uint32_t const rate = draws.Pick(rates);
+    constexpr std::array<std::uint32_t, 5> rates{48000, 44100, 8000, 384000, 0};
+    std::uint32_t rate = draws.Pick(rates);
+    std::uint32_t most = draws.Pick(std::array{10U, 2000U});
+    if (rate == 0) {
+        rate = draws.Between(1, 400000);
+        most = std::min(most, 1 + rate / 10); // resampling makes as many of them as there are in the time
+    }
     auto layout = Conf::ChannelLayout::FromCount(static_cast<std::uint8_t>(draws.Between(1, 16)));
     if (draws.OneIn(4))
         layout.mask = 0;
-    return {{static_cast<Conf::SampleFormats>(draws.Below(10)),
-             static_cast<std::int32_t>(rate == 0 ? draws.Between(1, 400000) : rate), layout},
-            static_cast<int>(draws.Between(1, draws.Pick(std::array{10U, 2000U})))};
+    return {{static_cast<Conf::SampleFormats>(draws.Below(10)), static_cast<std::int32_t>(rate), layout},
+            static_cast<int>(draws.Between(1, most))};
 }
 
 /// A datum whose memory tells when anybody writes to it.
