@@ -31,7 +31,7 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}"
     FILES_MATCHING PATTERN "*.h"
     PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "ColorMatrix.h" EXCLUDE
-    PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameAdapter.h" EXCLUDE
+    PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "DataDigest.h" EXCLUDE PATTERN "EffectWatch.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameAdapter.h" EXCLUDE
     PATTERN "FullChroma.h" EXCLUDE PATTERN "IdleCure.h" EXCLUDE PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header

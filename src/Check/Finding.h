@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace Tarsel::Check {
@@ -25,6 +26,12 @@ template <class... Arguments>
 void Expect(bool holds, fmt::format_string<Arguments...> text, Arguments&&... arguments) {
     if (!holds)
         throw Finding(fmt::format(text, std::forward<Arguments>(arguments)...));
+}
+
+/// Throws a Finding with the fault, unless that is "".
+inline void ExpectNone(std::string const& fault) {
+    if (!fault.empty())
+        throw Finding(fault);
 }
 
 /// Throws Skipped with that text where `applies` is false.

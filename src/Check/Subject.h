@@ -3,6 +3,7 @@
 #include "Check/Data.h"
 #include "Check/Finding.h"
 #include "Host/EffectFactory.h"
+#include "Host/EffectRules.h"
 #include "Proc/Settings/Settings.h"
 
 #include <cstdint>
@@ -93,11 +94,6 @@ Proc::EffectTraits const& TraitsOf(Effect const& effect) {
     auto const* const details = dynamic_cast<Proc::IEffectDetails const*>(&effect);
     Require(details != nullptr, "the effect has no details");
     return details->GetTraits();
-}
-
-/// Whether each datum comes out as one, at once.
-constexpr bool HoldsNothing(Proc::EffectTraits const& traits) {
-    return traits.delayFrames == 0 && traits.delayTime == 0 && traits.framesPerFrame == 1 && !traits.tail;
 }
 
 /// All that is ready.

@@ -1,37 +1,16 @@
 #include "Host/AudioStep.h"
 
-#include "Proc/Wrappers/FFmpegText.h"
-#include "Proc/Wrappers/FrameFields.h"
+#include "Host/EffectRules.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <utility>
 
-extern "C" {
-#include <libavutil/frame.h>
-}
-
 namespace Tarsel::Host {
 namespace {
 
 using Conf::SampleFormats;
-
-/// What is wrong with a block; empty when nothing is. One that holds less than it says would be read past its
-/// end by whoever comes next.
-std::string FindFault(Proc::IDataAudio const& block) {
-    AVFrame const* const frame = block.GetAVFrame();
-    if (frame == nullptr)
-        return "it returned a block without an AVFrame";
-    Conf::SampleInfo const said = block.GetSampleInfo();
-    std::int64_t const count = block.GetSampleCount();
-    if (Conf::IsKnown(said) && said == Proc::GetFrameSampleInfo(*frame) && count == frame->nb_samples &&
-        Proc::HasSamples(*frame))
-        return {};
-    return fmt::format("it returned a block said to be of {} samples of {}, whose AVFrame has {} of {}",
-                       count, Proc::AudioText(said), Proc::HasSamples(*frame) ? frame->nb_samples : 0,
-                       Proc::AudioText(Proc::GetFrameSampleInfo(*frame)));
-}
 
 /// Bits that anyone can hear: no converter to audio resolves more than 24. As many for an unknown format.
 int GetDepth(SampleFormats format) {
@@ -57,7 +36,7 @@ SP<Proc::IDataAudio> AudioStep::Take() {
         if (!result)
             return result;
         if (std::string const fault = FindFault(*result); !fault.empty())
-            ThrowMisbehavior(fault);
+            ThrowMisbehavior("it returned " + fault);
         NoteLosses(result->GetSampleFormat());
         return result;
     });

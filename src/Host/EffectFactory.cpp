@@ -28,33 +28,33 @@ auto FindCreator(EffectRegistry const& registry, std::string const& classId, std
                     implName));
 }
 
+} // namespace
+
+EffectFactory::EffectFactory(std::shared_ptr<EffectRegistry const> registry, MisuseListener listener)
+    : m_registry(std::move(registry)), m_listener(std::move(listener)) {
+    if (!m_registry)
+        Core::Throw<Proc::EffectException>("An effect factory needs a registry");
+}
+
 template <EffectKind kind, class FactoryData, class HostFactoryData>
-auto CreateOfKind(EffectFactory const& factory, std::string const& classId, std::string const& implName,
-                  SP<FactoryData const> const& data, char const* signature) {
-    auto const creator = FindCreator<kind>(factory.GetRegistry(), classId, implName, signature);
-    auto effect = creator(SP<Proc::IEffectFactory const>(&factory),
+auto EffectFactory::CreateOfKind(std::string const& classId, std::string const& implName,
+                                 SP<FactoryData const> const& data, char const* signature) const {
+    auto const creator = FindCreator<kind>(*m_registry, classId, implName, signature);
+    auto effect = creator(SP<Proc::IEffectFactory const>(this),
                           data ? data : SP<FactoryData const>(MakeSP<HostFactoryData>()));
     if (!effect)
         Core::Throw<Proc::EffectException>(
             {"Host/EffectFactory", signature},
             fmt::format("The creator of the {} effect \"{}\" of implementation \"{}\" returned no effect",
                         GetName(kind), classId, implName));
-    return effect;
-}
-
-} // namespace
-
-EffectFactory::EffectFactory(std::shared_ptr<EffectRegistry const> registry)
-    : m_registry(std::move(registry)) {
-    if (!m_registry)
-        Core::Throw<Proc::EffectException>("An effect factory needs a registry");
+    return m_listener ? CheckEffect(std::move(effect), m_listener) : effect;
 }
 
 SP<Proc::IOneInputEffectVideo>
 EffectFactory::CreateVideoEffect(std::string const& classId, std::string const& implName,
                                  SP<Proc::IFactoryDataVideo const> const& data) const {
     return CreateOfKind<EffectKind::Video, Proc::IFactoryDataVideo, Proc::FactoryDataVideo>(
-        *this, classId, implName, data,
+        classId, implName, data,
         "virtual SP<IOneInputEffectVideo> Tarsel::Host::EffectFactory::CreateVideoEffect(const std::string "
         "&, const std::string &, const SP<const IFactoryDataVideo> &) const");
 }
@@ -63,7 +63,7 @@ SP<Proc::IOneInputEffectAudio>
 EffectFactory::CreateAudioEffect(std::string const& classId, std::string const& implName,
                                  SP<Proc::IFactoryDataAudio const> const& data) const {
     return CreateOfKind<EffectKind::Audio, Proc::IFactoryDataAudio, Proc::FactoryDataAudio>(
-        *this, classId, implName, data,
+        classId, implName, data,
         "virtual SP<IOneInputEffectAudio> Tarsel::Host::EffectFactory::CreateAudioEffect(const std::string "
         "&, const std::string &, const SP<const IFactoryDataAudio> &) const");
 }
@@ -72,7 +72,7 @@ SP<Proc::ITwoInputEffectVideo>
 EffectFactory::CreateTwoInputVideoEffect(std::string const& classId, std::string const& implName,
                                          SP<Proc::IFactoryDataVideo const> const& data) const {
     return CreateOfKind<EffectKind::TwoInputVideo, Proc::IFactoryDataVideo, Proc::FactoryDataVideo>(
-        *this, classId, implName, data,
+        classId, implName, data,
         "virtual SP<ITwoInputEffectVideo> Tarsel::Host::EffectFactory::CreateTwoInputVideoEffect("
         "const std::string &, const std::string &, const SP<const IFactoryDataVideo> &) const");
 }

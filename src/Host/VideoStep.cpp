@@ -2,6 +2,7 @@
 
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
+#include "Host/EffectRules.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <fmt/format.h>
@@ -16,22 +17,6 @@ namespace Tarsel::Host {
 namespace {
 
 using Conf::PixFmtDescription;
-
-/// What is wrong with a frame; empty when nothing is. One that holds less than it says would be read past its
-/// end by whoever comes next.
-std::string FindFault(Proc::IDataVideo const& result) {
-    AVFrame const* const frame = result.GetAVFrame();
-    if (frame == nullptr)
-        return "it returned a frame without an AVFrame";
-    PictureForm const said = GetForm(result);
-    if (frame->data[0] != nullptr && frame->format == static_cast<int>(said.format) && said.width > 0 &&
-        said.height > 0 && std::cmp_greater_equal(frame->width, said.width) &&
-        std::cmp_greater_equal(frame->height, said.height))
-        return {};
-    return fmt::format(
-        "it returned a frame said to be {}x{} in pixel format {}, whose AVFrame is {}x{} in {}", said.width,
-        said.height, static_cast<std::int32_t>(said.format), frame->width, frame->height, frame->format);
-}
 
 } // namespace
 
@@ -95,7 +80,7 @@ SP<Proc::IDataVideo> VideoStep::TakeRestored() {
     if (!result)
         return result;
     if (std::string const fault = FindFault(*result); !fault.empty())
-        ThrowMisbehavior(fault);
+        ThrowMisbehavior("it returned " + fault);
     NoteLosses(*result);
     NoteMixedFields(*result);
     return m_adapter ? m_adapter->Restore(result) : result;

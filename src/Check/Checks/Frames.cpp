@@ -35,7 +35,7 @@ constexpr std::array s_framesChecks{
                    auto const effect = subject.Make();
                    Expect(Process(*effect, SP<Data>()) == nullptr, "Process makes something of null");
                    auto const* const details = dynamic_cast<Proc::IEffectDetails const*>(&*effect);
-                   bool const holdsNothing = details != nullptr && HoldsNothing(details->GetTraits());
+                   bool const holdsNothing = details != nullptr && Host::HoldsNothing(details->GetTraits());
                    for (int i = 0; i < 2; ++i) {
                        (void)Process(*effect, subject.MakeDatum(i));
                        bool const isNull = Process(*effect, SP<Data>()) == nullptr;

@@ -59,11 +59,7 @@ constexpr std::array s_registrationChecks{
                "Hosts base lists, notes and queues on them.", 1,
                [](auto& subject) {
                    auto const effect = subject.MakePlain();
-                   Proc::EffectTraits const& traits = TraitsOf(*effect);
-                   Expect(!traits.summary.empty() && traits.summary.find('\n') == std::string_view::npos,
-                          "the summary is \"{}\"", traits.summary);
-                   Expect(traits.delayFrames >= 0 && traits.delayTime >= 0, "a delay is negative");
-                   Expect(traits.framesPerFrame >= 1, "{} frames per frame", traits.framesPerFrame);
+                   ExpectNone(Host::FindFault(TraitsOf(*effect)));
                }),
     ForEffects("effects-cost-nothing", Group::Registration,
                "Creating and dropping effects leaves no memory, handle or thread behind.",

@@ -136,7 +136,7 @@ constexpr std::array s_streamsChecks{
                    auto const effect = subject.Make();
                    auto const& traits = TraitsOf(*effect);
                    (void)AsStream(*effect);
-                   Require(HoldsNothing(traits), "the effect holds data back");
+                   Require(Host::HoldsNothing(traits), "the effect holds data back");
                    auto const other = subject.Make();
                    std::vector<std::string> got;
                    for (auto datum : subject.MakeData(s_length))

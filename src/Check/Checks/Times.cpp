@@ -9,29 +9,29 @@ namespace {
 constexpr std::int64_t s_unknown = std::numeric_limits<std::int64_t>::min();
 
 constexpr std::array s_timesChecks{
-    CheckInfo{"times-kept", Group::Times, "Frames keep their times and durations, however they are spaced.",
-              "Video and audio drift apart, and variable frame rates become constant.", 1, nullptr,
-              [](Subject<Video>& subject) {
-                  auto const effect = subject.Make();
-                  Require(HoldsNothing(TraitsOf(*effect)), "the effect does not give a frame for a frame");
-                  auto const data = subject.MakeData(6);
-                  constexpr std::array<std::int64_t, 6> times{1000000, 1000001, 1033367,
-                                                              5000000, 5040000, 90000000000};
-                  for (std::size_t i = 0; i < times.size(); ++i) {
-                      data[i]->SetTime(times[i]);
-                      data[i]->SetDuration(static_cast<std::int64_t>(i) * 7777 + 1);
-                  }
-                  auto const results = Run(*effect, data);
-                  Expect(results.size() == data.size(), "{} frames come out of {}", results.size(),
-                         data.size());
-                  for (std::size_t i = 0; i < results.size(); ++i) {
-                      Expect(results[i]->GetTime() == data[i]->GetTime(), "a frame at {} us comes out at {}",
-                             data[i]->GetTime(), results[i]->GetTime());
-                      Expect(results[i]->GetDuration() == data[i]->GetDuration(),
-                             "a frame of {} us comes out with {}", data[i]->GetDuration(),
-                             results[i]->GetDuration());
-                  }
-              }},
+    CheckInfo{
+        "times-kept", Group::Times, "Frames keep their times and durations, however they are spaced.",
+        "Video and audio drift apart, and variable frame rates become constant.", 1, nullptr,
+        [](Subject<Video>& subject) {
+            auto const effect = subject.Make();
+            Require(Host::HoldsNothing(TraitsOf(*effect)), "the effect does not give a frame for a frame");
+            auto const data = subject.MakeData(6);
+            constexpr std::array<std::int64_t, 6> times{1000000, 1000001, 1033367,
+                                                        5000000, 5040000, 90000000000};
+            for (std::size_t i = 0; i < times.size(); ++i) {
+                data[i]->SetTime(times[i]);
+                data[i]->SetDuration(static_cast<std::int64_t>(i) * 7777 + 1);
+            }
+            auto const results = Run(*effect, data);
+            Expect(results.size() == data.size(), "{} frames come out of {}", results.size(), data.size());
+            for (std::size_t i = 0; i < results.size(); ++i) {
+                Expect(results[i]->GetTime() == data[i]->GetTime(), "a frame at {} us comes out at {}",
+                       data[i]->GetTime(), results[i]->GetTime());
+                Expect(results[i]->GetDuration() == data[i]->GetDuration(),
+                       "a frame of {} us comes out with {}", data[i]->GetDuration(),
+                       results[i]->GetDuration());
+            }
+        }},
     ForEffects("times-rise", Group::Times, "The times of results never go back.",
                "Encoders refuse the frames, and players jump.", 1,
                [](auto& subject) {

@@ -9,6 +9,8 @@ namespace {
 using Conf::PixFmt;
 using Proc::Keeps;
 
+constexpr char const* s_notStated = "the traits do not state it";
+
 /// Three frames and their results, none if the effect refuses them.
 struct Trial {
     std::vector<SP<Proc::IDataVideo>> in;
@@ -36,7 +38,7 @@ void ForFormats(Subject<Video>& subject, Wanted const& wanted, Visit const& visi
             continue;
         Trial const trial = Try(subject, MakeFrames(format));
         for (auto const& result : trial.out) {
-            visit(format, trial, *result);
+            visit(*trial.in[0], *result);
             ++taken;
         }
     }
@@ -54,28 +56,34 @@ std::string GetAlpha(Proc::IDataVideo const& frame) {
     return bytes;
 }
 
+/// An effect whose traits state that it always keeps a property keeps it in each format that satisfies
+/// `wanted`.
+template <class Wanted>
+void CheckKept(Subject<Video>& subject, Keeps Proc::EffectTraits::*trait, Wanted const& wanted) {
+    auto const effect = subject.Make();
+    Require(TraitsOf(*effect).*trait == Keeps::Always, s_notStated);
+    Proc::EffectTraits alone;
+    alone.alpha = alone.depth = alone.range = alone.size = Keeps::Never;
+    alone.*trait = Keeps::Always;
+    ForFormats(subject, wanted, [&](Proc::IDataVideo const& input, Proc::IDataVideo const& result) {
+        ExpectNone(Host::FindLoss(alone, input, result));
+    });
+}
+
 constexpr std::array s_traitsChecks{
     CheckInfo{
         "trait-alpha", Group::Traits, "An effect whose traits state alpha \"always\" keeps transparency.",
         "A title becomes opaque, and the host does not warn.", 2, nullptr,
         [](Subject<Video>& subject) {
+            CheckKept(subject, &Proc::EffectTraits::alpha, [](auto const& format) {
+                return format.HasAlpha() && format.GetFormat() != PixFmt::PAL8;
+            });
             auto const effect = subject.Make();
-            auto const& traits = TraitsOf(*effect);
-            Require(traits.alpha == Keeps::Always, "the traits do not state it");
-            bool const comparesPlanes = traits.frameIndependent && traits.size == Keeps::Always;
-            ForFormats(
-                subject,
-                // Whether a palette has transparent colors no format says.
-                [](auto const& format) { return format.HasAlpha() && format.GetFormat() != PixFmt::PAL8; },
-                [&](PixFmt format, Trial const&, Proc::IDataVideo const& result) {
-                    auto const& made = Conf::PixFmtDescription::Find(result.GetPixelFormat());
-                    Expect(made.HasAlpha() || made.GetFormat() == PixFmt::PAL8, "{} becomes {}",
-                           Conf::PixFmtDescription::Find(format).GetName(), made.GetName());
-                });
+            Proc::EffectTraits const& traits = TraitsOf(*effect);
+            if (!traits.frameIndependent || traits.size != Keeps::Always)
+                return;
             // The same alpha everywhere stays the same, wherever pixels move to.
             auto frames = MakeFrames(PixFmt::YUVA444P);
-            if (!comparesPlanes)
-                return;
             for (auto const& frame : frames) {
                 Proc::WritablePlane const plane = frame->GetWritablePlane(3);
                 for (std::uint32_t row = 0; row < plane.rows; ++row)
@@ -90,62 +98,44 @@ constexpr std::array s_traitsChecks{
               "An effect whose traits state depth \"always\" keeps the bit depth of every format.",
               "HDR shows bands, and the host does not warn.", 2, nullptr,
               [](Subject<Video>& subject) {
-                  auto const effect = subject.Make();
-                  Require(TraitsOf(*effect).depth == Keeps::Always, "the traits do not state it");
-                  ForFormats(
-                      subject, [](auto const& format) { return format.GetDepth() > 8; },
-                      [](PixFmt format, Trial const&, Proc::IDataVideo const& result) {
-                          auto const& from = Conf::PixFmtDescription::Find(format);
-                          auto const& made = Conf::PixFmtDescription::Find(result.GetPixelFormat());
-                          Expect(made.GetDepth() >= std::min(from.GetDepth(), 16), "{} becomes {}",
-                                 from.GetName(), made.GetName());
-                      });
+                  CheckKept(subject, &Proc::EffectTraits::depth,
+                            [](auto const& format) { return format.GetDepth() > 8; });
               }},
     CheckInfo{"trait-range", Group::Traits,
               "An effect whose traits state range \"always\" keeps full-range frames full range.",
               "Blacks turn gray in a player.", 2, nullptr,
               [](Subject<Video>& subject) {
-                  auto const effect = subject.Make();
-                  Require(TraitsOf(*effect).range == Keeps::Always, "the traits do not state it");
-                  ForFormats(
-                      subject, [](auto const& format) { return format.GetName().starts_with("yuvj"); },
-                      [](PixFmt format, Trial const&, Proc::IDataVideo const& result) {
-                          auto const& made = Conf::PixFmtDescription::Find(result.GetPixelFormat());
-                          Expect(made.IsFullRange(result.GetColorSpace()), "{} becomes {} of limited range",
-                                 Conf::PixFmtDescription::Find(format).GetName(), made.GetName());
-                      });
+                  CheckKept(subject, &Proc::EffectTraits::range,
+                            [](auto const& format) { return format.GetName().starts_with("yuvj"); });
               }},
-    ForEffects("trait-size", Group::Traits,
-               "An effect whose traits state size \"always\" keeps the number of pixels or samples.",
-               "A host that does not query the size writes past its buffers.", 1,
-               [](auto& subject) {
-                   using Medium = typename std::decay_t<decltype(subject)>::Medium;
-                   auto const effect = subject.Make();
-                   auto const& traits = TraitsOf(*effect);
-                   Require(traits.size == Keeps::Always && !traits.tail, "the traits do not state it");
-                   auto const data = subject.MakeData(4);
-                   auto const results = Run(*effect, data);
-                   if constexpr (std::is_same_v<Medium, Video>) {
-                       for (auto const& result : results)
-                           Expect(result->GetFrameInfo().width == data[0]->GetFrameInfo().width &&
-                                      result->GetFrameInfo().height == data[0]->GetFrameInfo().height,
-                                  "{} becomes {}", GetText(GetForm(*data[0])), GetText(GetForm(*result)));
-                   } else {
-                       std::int64_t in = 0;
-                       std::int64_t out = 0;
-                       for (auto const& datum : data)
-                           in += datum->GetSampleCount();
-                       for (auto const& result : results)
-                           out += result->GetSampleCount();
-                       Expect(in == out, "{} samples become {}", in, out);
-                   }
-               }),
+    CheckInfo{"trait-size", Group::Traits,
+              "An effect whose traits state size \"always\" keeps the number of pixels or samples.",
+              "A host that does not query the size writes past its buffers.", 1, nullptr,
+              [](Subject<Video>& subject) {
+                  CheckKept(subject, &Proc::EffectTraits::size, [&](auto const& format) {
+                      return format.GetFormat() == subject.GetForm().format;
+                  });
+              },
+              [](Subject<Audio>& subject) {
+                  auto const effect = subject.Make();
+                  auto const& traits = TraitsOf(*effect);
+                  Require(traits.size == Keeps::Always && !traits.tail, s_notStated);
+                  auto const count = [](auto const& blocks) {
+                      std::int64_t samples = 0;
+                      for (auto const& block : blocks)
+                          samples += block->GetSampleCount();
+                      return samples;
+                  };
+                  auto const data = subject.MakeData(4);
+                  auto const results = Run(*effect, data);
+                  Expect(count(results) == count(data), "{} samples become {}", count(data), count(results));
+              }},
     CheckInfo{"trait-independent", Group::Traits,
               "If the traits state that frames are independent, each frame alone gives the same result.",
               "A host that runs several instances side by side gets other frames.", 1, nullptr,
               [](Subject<Video>& subject) {
                   auto const effect = subject.Make();
-                  Require(TraitsOf(*effect).frameIndependent, "the traits do not state it");
+                  Require(TraitsOf(*effect).frameIndependent, s_notStated);
                   auto const data = subject.MakeData(6);
                   auto const due = GetAllOf(Run(*effect, data));
                   std::vector<std::string> got;

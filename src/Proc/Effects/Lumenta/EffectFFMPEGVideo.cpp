@@ -131,8 +131,12 @@ SP<IDataVideo> EffectFFMPEGVideo::GetOutFrame() {
 SP<IDataVideo> EffectFFMPEGVideo::Take() {
     if (!m_next)
         m_next = Pull();
-    if (!m_next || (!m_changesRate && IsInMicroseconds()))
+    if (!m_next || (!m_changesRate && IsInMicroseconds())) {
+        // Filters that make frames of their own may leave out how long the input was.
+        if (m_next && m_next->GetDuration() == 0)
+            m_next->SetDuration(m_input.duration);
         return std::exchange(m_next, nullptr);
+    }
     // Such filters pass on the durations of what went in, and in its units.
     SP<IDataVideo> following = Pull();
     if (m_changesRate || m_spans.empty())
