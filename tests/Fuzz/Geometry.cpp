@@ -32,7 +32,7 @@ void RequireRotation(Draws& draws) {
     Proc::SplitAngle split;
     if (!Succeeds<Proc::EffectException>([&] { split = Proc::TakeApart(angle); }))
         return;
-    Require(std::abs(split.angle) < s_turn + 1e-6 && std::abs(split.quarters) <= 3,
+    Require(std::abs(split.angle) < 1.25 * s_turn + 1e-6 && std::abs(split.quarters) <= 3,
             "{} is taken for {} and {} quarters", angle, split.angle, split.quarters);
     Proc::PictureSize const pad = Proc::ComputeSizePad(width, height, split.angle);
     Proc::PictureSize const crop = Proc::ComputeSizeCrop(width, height, split.angle);
@@ -74,8 +74,6 @@ void RequireResize(Draws& draws) {
         return;
     RequireWithin(plan->source, info);
     RequireWithin(plan->target, plan->info);
-    Require((plan->info.aspectNum == 0) <= (plan->info.aspectDen == 1), "an aspect of {}:{}",
-            plan->info.aspectNum, plan->info.aspectDen);
 }
 
 void RequireOrientation(Draws& draws) {
