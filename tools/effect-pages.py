@@ -14,7 +14,7 @@ import sys
 HEAD = """\
 # Effects
 
-Every effect with its parameters. `./dev docs` generates this page; `tarsel list` prints the same.
+Every effect with its parameters. `./dev docs` generates this page; `tarsel list --all` prints the same.
 """
 
 

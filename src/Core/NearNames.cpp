@@ -35,13 +35,6 @@ std::size_t GetDistance(std::string_view a, std::string_view b) {
 
 } // namespace
 
-std::string FindNearestName(std::string_view name, std::span<std::string const> names) {
-    if (names.empty())
-        return {};
-    return std::ranges::min(names, {},
-                            [&](std::string const& candidate) { return GetDistance(name, candidate); });
-}
-
 std::vector<std::string> FindNearNames(std::string_view name, std::span<std::string const> names) {
     std::size_t const farthest = std::max<std::size_t>(1, name.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> near;

@@ -12,9 +12,6 @@ namespace Tarsel::Core {
 /// What someone may have meant who wrote a name that does not exist. Names are the nearer, the fewer letters
 /// have to be inserted, removed, replaced or swapped with the next. Source: Damerau, 1964. Any thread.
 
-/// The nearest of `names`, the first of several; "" when there are none.
-TARSEL_API std::string FindNearestName(std::string_view name, std::span<std::string const> names);
-
 /// Those of `names` that are a few letters away or have `name` in them, each once, the nearest first. At most
 /// five.
 TARSEL_API std::vector<std::string> FindNearNames(std::string_view name, std::span<std::string const> names);

@@ -100,16 +100,25 @@ std::string_view CutSetting(std::string_view& rest) {
 }
 
 /// The word that ends in an effect of the registry where something else than a blank follows it, and what
-/// should have been written: "flip horizontal" for "flip=horizontal"; "" for any other word.
-std::string SeparateSettings(EffectRegistry const& registry, std::string const& word) {
+/// should have been written: "flip horizontal" for "flip=horizontal", "blur sigma=3" for "blur=3"; "" for any
+/// other word.
+std::string SeparateSettings(EffectFactory const& factory, std::string const& word) {
     std::size_t const end = word.find_first_of("=:,");
     auto const isNamed = [&](EffectEntry const& entry) { return entry.classId == word.substr(0, end); };
-    if (end == std::string::npos || std::ranges::none_of(registry.GetEntries(), isNamed))
+    auto const& entries = factory.GetRegistry().GetEntries();
+    auto const entry = std::ranges::find_if(entries, isNamed);
+    if (end == std::string::npos || entry == entries.end())
         return {};
-    std::string text = word;
-    text[end] = ' ';
-    std::ranges::replace(text, ':', ' ');
-    return text;
+    std::string settings = word.substr(end + 1);
+    std::ranges::replace(settings, ':', ' ');
+    SP<Proc::IEffect> const effect = factory.Create(*entry);
+    bool const isValue = settings.find('=') == std::string::npos && !settings.empty();
+    if (!effect || !isValue || Proc::FindField(effect->GetSettingsBase().GetFields(), settings) != nullptr)
+        return fmt::format("{} {}", entry->classId, settings);
+    for (Proc::Field const& field : effect->GetSettingsBase().GetFields())
+        if (field.key != "enabled")
+            return fmt::format("{} {}={}", entry->classId, field.key, settings);
+    return entry->classId;
 }
 
 /// The effects of the kind that people look for by such a word.
@@ -141,14 +150,13 @@ void CheckIsThere(EffectFactory const& factory, std::string const& classId, Effe
     auto const& entries = registry.GetEntries();
     if (entries.empty())
         ThrowUnusable(fmt::format("There is no effect \"{}\": no effects are registered", classId));
-    if (std::string const meant = SeparateSettings(registry, classId); !meant.empty())
+    if (std::string const meant = SeparateSettings(factory, classId); !meant.empty())
         ThrowUnusable(fmt::format("Write \"{}\": spaces separate an effect and its settings", meant));
     if (auto const found = FindByKeyword(factory, classId, kind); !found.empty())
         ThrowUnusable(fmt::format("There is no effect \"{}\"; use {}", classId, fmt::join(found, ", ")));
     std::vector<std::string> names;
     std::ranges::transform(entries, std::back_inserter(names), &EffectEntry::classId);
-    ThrowUnusable(fmt::format("There is no effect \"{}\"; did you mean \"{}\"?", classId,
-                              Core::FindNearestName(classId, names)));
+    ThrowUnusable(fmt::format("There is no effect \"{}\"{}", classId, Core::NearNamesText(classId, names)));
 }
 
 /// The settings that a step in words stands for. Whoever names an effect wants it to work: one with a switch

@@ -11,6 +11,7 @@
 #include <boost/exception/get_error_info.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 #include <typeinfo>
@@ -89,7 +90,9 @@ std::string DescribeError(std::exception const& exception) {
         AppendFact(report, "FFmpeg", DescribeFFmpegError(*error));
     AppendTag<Proc::TagFilterText>(report, "filter", exception);
     AppendTag<Proc::TagDetail>(report, "detail", exception);
-    for (std::string const& line : GetFFmpegMessages(exception))
+    std::vector<std::string> lines = GetFFmpegMessages(exception); // who tries twice logs twice
+    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+    for (std::string const& line : lines)
         AppendFact(report, "log", line);
     return report;
 }

@@ -2,11 +2,18 @@
 
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
+#include "Core/Text.h"
 #include "Host/EffectRules.h"
+#include "Proc/Settings/Field.h"
+#include "Proc/Settings/Settings.h"
 #include "Proc/Wrappers/FrameFields.h"
 
 #include <fmt/format.h>
 
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -83,6 +90,7 @@ SP<Proc::IDataVideo> VideoStep::TakeRestored() {
         ThrowMisbehavior("it returned " + fault);
     NoteLosses(*result);
     NoteMixedFields(*result);
+    NoteRounding(*result);
     return m_adapter ? m_adapter->Restore(result) : result;
 }
 
@@ -125,7 +133,9 @@ void VideoStep::NoteLosses(Proc::IDataVideo const& result) {
     auto const& in = PixFmtDescription::Find(m_input.format);
     auto const& out = PixFmtDescription::Find(m_output);
     // To FFmpeg palettes have alpha; effects make opaque ones.
-    bool const isOpaque = !out.HasAlpha() || (m_output == Conf::PixFmt::PAL8 && m_input.format != m_output);
+    bool const keepsAlpha = m_details != nullptr && m_details->GetTraits().alpha == Proc::Keeps::Always;
+    bool const isOpaque =
+        !out.HasAlpha() || (m_output == Conf::PixFmt::PAL8 && m_input.format != m_output && !keepsAlpha);
     if (in.HasAlpha() && isOpaque)
         Note(fmt::format("{} drops alpha: {} becomes {}", GetLabel(), in.GetName(), out.GetName()));
     else if (in.HasAlpha() && ChangesAlpha())
@@ -144,6 +154,26 @@ void VideoStep::NoteMixedFields(Proc::IDataVideo const& result) {
         return;
     m_mixesFields = true;
     Note(fmt::format("{} mixes the fields of interlaced video; add deinterlace before it", GetLabel()));
+}
+
+/// A size that was given, and is not met because chroma samples are whole.
+void VideoStep::NoteRounding(Proc::IDataVideo const& result) {
+    constexpr std::int64_t widestSample = 4;
+    Proc::Settings const& settings = GetEffect().GetSettingsBase();
+    PictureForm const form = GetForm(result);
+    auto const& made = PixFmtDescription::Find(form.format);
+    auto const isMissed = [&](std::string_view key, std::int64_t size) {
+        Proc::Field const* const field = Proc::FindField(settings.GetFields(), key);
+        auto const wanted =
+            field != nullptr ? Core::TextToInt64(ReadFieldText(settings, *field)) : std::nullopt;
+        return wanted && *wanted > 0 && *wanted != size && std::abs(*wanted - size) < widestSample;
+    };
+    bool const isHalved = made.GetChromaShiftX() + made.GetChromaShiftY() > 0;
+    if (isHalved && (isMissed("width", form.width) || isMissed("height", form.height)))
+        Note(fmt::format(
+            "{} rounded the size to {}x{}, whole chroma samples of {}: convert to yuv444p before it "
+            "to keep the size",
+            GetLabel(), form.width, form.height, made.GetName()));
 }
 
 } // namespace Tarsel::Host

@@ -32,6 +32,7 @@ private:
     SP<Proc::IDataVideo> TakeRestored();
     void NoteLosses(Proc::IDataVideo const& result);
     void NoteMixedFields(Proc::IDataVideo const& result);
+    void NoteRounding(Proc::IDataVideo const& result);
     bool ChangesAlpha() const;
 
     /// The effect as one that tells about itself; null when it is none. Lives as long as the effect.

@@ -10,6 +10,9 @@ namespace Tarsel::Media {
 /// The option of the call that would cure a failure, with what it takes: "overwrite", "at SECONDS".
 using TagMissingOption = boost::error_info<struct TagMissingOptionId, std::string>;
 
+/// The option of the call without which it would not have failed: "at".
+using TagSurplusOption = boost::error_info<struct TagSurplusOptionId, std::string>;
+
 /// The input cannot be opened, has no picture to work on, or breaks off unreadable.
 class TARSEL_MEDIA_API InputException : public Exception {
 public:
@@ -22,7 +25,7 @@ public:
     ~OutputException() noexcept override;
 };
 
-/// The options contradict each other or the files: nothing was read or written.
+/// The options contradict each other or the files: nothing was written.
 class TARSEL_MEDIA_API OptionsException : public Exception {
 public:
     ~OptionsException() noexcept override;

@@ -67,13 +67,4 @@ TEST(NearNames, AreTheNearestFirst) {
     EXPECT_THAT(FindNearNames("aa", many), testing::ElementsAre("ab", "ac", "ad", "ae", "af"));
 }
 
-TEST(NearNames, OneIsTheNearestHoweverFar) {
-    std::vector<std::string> const names{"flip", "transpose", "blur", "blue"};
-    EXPECT_EQ(FindNearestName("blor", names), "blur");
-    EXPECT_EQ(FindNearestName("blu", names), "blur"); // the first of two
-    EXPECT_EQ(FindNearestName("trampoline", names), "transpose");
-    EXPECT_EQ(FindNearestName("", names), "flip");
-    EXPECT_EQ(FindNearestName("blur", {}), "");
-}
-
 } // namespace

@@ -66,10 +66,12 @@ std::string GetRefusal(std::string const& text) {
 
 TEST(EffectStep, SaysWhatIsWrong) {
     for (auto const& [text, refusal] :
-         {std::pair("transpoze step=1", "There is no effect \"transpoze\"; did you mean \"transpose\"?"),
-          {"Flip", "There is no effect \"Flip\"; did you mean \"flip\"?"},
+         {std::pair("transpoze step=1", "There is no effect \"transpoze\"; did you mean transpose?"),
+          {"Flip", "There is no effect \"Flip\"; did you mean flip?"},
           {"transpose step", "transpose: step needs a value: 0 to 3 (quarter turns)"},
           {"transpose =1", "transpose: \"=1\" is not key=value"},
+          {"blur=3", "Write \"blur sigma=3\": spaces separate an effect and its settings"},
+          {"tele", "There is no effect \"tele\""},
           {"flip:horizontal", "Write \"flip horizontal\": spaces separate an effect and its settings"},
           {"flip horizontal=1 vertical=1 horizontal=0", "flip: \"horizontal\" is given twice"},
           {"echo", "echo works on audio input, not on video"}})

@@ -130,9 +130,27 @@ TEST_F(Colors, LightLevelsOfHdrAreKept) {
     EXPECT_THAT(Media::Run(options).notes, Contains(HasSubstr("Left out the HDR light levels")));
 }
 
+// Told only where the file does not state it, which FFmpeg says when it reads it back.
+TEST_F(Colors, HdrIsStatedOrItsLossIsTold) {
+    Make(File("in.mkv"), s_pictures + "-c:v ffv1 -vf format=yuv420p10le" + s_hdr + "tv");
+    for (std::string const name : {"out.mp4", "out.mkv", "out.webm", "out.ts", "out.mov", "out.avi",
+                                   "out.png", "out.jpg", "out.gif"}) {
+        Media::RunOptions options = Options("in.mkv", name);
+        if (name == "out.png" || name == "out.jpg")
+            options.at = 0;
+        auto const notes = Media::Run(options).notes;
+        bool const isStated = ReadMedia(File(name)).color.transfer == AVCOL_TRC_SMPTE2084;
+        EXPECT_EQ(isStated,
+                  testing::Value(notes, testing::Not(Contains(HasSubstr(
+                                            "to keep the transfer curve smpte2084 and the primaries")))))
+            << name;
+        EXPECT_TRUE(isStated || name == "out.avi" || name > "out.g") << name;
+    }
+}
+
 TEST_F(Colors, AlphaOfWebmIsKept) {
     Make(File("in.webm"), "-f lavfi -i color=red@0.5:s=64x48:r=25:d=0.2,format=yuva420p -c:v libvpx-vp9 "
-                          "-auto-alt-ref 0");
+                          "-auto-alt-ref 0 -metadata:s:v alpha_mode=1");
     Media::VideoStreamInfo info;
     Media::RunOptions options = Options("in.webm", "out.webm");
     options.videoEncoderOptions = {{"auto-alt-ref", "0"}};

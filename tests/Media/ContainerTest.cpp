@@ -35,6 +35,23 @@ std::string NameFor(Media::ContainerTraits const& traits) {
 
 using Containers = RunFixture;
 
+/// As bytes, or in the characters of ASF.
+bool HasText(std::string const& file, std::string_view text) {
+    std::string wide;
+    for (char const letter : text)
+        wide += {letter, '\0'};
+    return file.find(text) != std::string::npos || file.find(wide) != std::string::npos;
+}
+
+/// A tag is in the file, or its loss is told.
+void ExpectTagOrNote(std::string const& file, std::vector<std::string> const& notes, std::string const& key,
+                     std::string const& value) {
+    EXPECT_NE(
+        HasText(file, value),
+        testing::Value(notes, testing::Contains(testing::ContainsRegex("Left out the tags? [^:]*" + key))))
+        << key;
+}
+
 /// Reads the file to its end, which nobody cut off.
 void ExpectWhole(std::filesystem::path const& file) {
     Media::Demuxer demuxer(file, {});
@@ -49,7 +66,10 @@ TEST_F(Containers, AudioOfAnyCodecGetsThere) {
                               "libmp3lame mp3", "ac3 mka"}) {
         std::string const encoder(codec, std::strcspn(codec, " "));
         std::string const input = "in." + std::string(codec).substr(encoder.size() + 1);
-        Make(File(input), "-f lavfi -i aevalsrc=sin(2000*t)|sin(3000*t):s=48000:d=0.5 -c:a " + encoder);
+        Make(File(input),
+             "-f lavfi -i aevalsrc=sin(2000*t)|sin(3000*t):s=48000:d=0.5 -metadata artist=Somebody "
+             "-metadata mood=Fine -c:a " +
+                 encoder);
         std::vector<Media::ContainerTraits> rows(Media::ListTraits().begin(), Media::ListTraits().end());
         rows.push_back({.name = "caf"}); // has no row of its own
         for (Media::ContainerTraits const& traits : rows) {
@@ -61,7 +81,10 @@ TEST_F(Containers, AudioOfAnyCodecGetsThere) {
             SCOPED_TRACE(codec + (" into " + output));
             try {
                 Media::RunOptions options = AudioOptions(input, output, {});
-                Media::Run(options);
+                auto const notes = Media::Run(options).notes;
+                for (auto const& [key, value] : {std::pair("artist", "Somebody"), {"mood", "Fine"}})
+                    if (HasText(Read(input), value))
+                        ExpectTagOrNote(Read(output), notes, key, value);
                 auto const audio = ReadMedia(File(output)).Of("audio");
                 ASSERT_EQ(audio.size(), 1U);
                 EXPECT_NE(audio[0].codec, "none");
@@ -127,8 +150,9 @@ TEST_F(Containers, SubtitlesGetThere) {
 // Every picture is there, and its time; titles, chapters and what is said of streams are, or their loss is
 // told.
 TEST_F(Containers, FilmsGetThere) {
-    Write("words.txt", ";FFMETADATA1\ntitle=The Film\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=500\n"
-                       "title=Two\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=500\nEND=1000\ntitle=Three\n");
+    Write("words.txt",
+          ";FFMETADATA1\ntitle=The Film\nalbum=Works\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=500\n"
+          "title=Two\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=500\nEND=1000\ntitle=Three\n");
     Make(File("in.mkv"), s_pictures + s_audio + "-i " + File("words.txt").string() +
                              " -map 0 -map 1 -map_metadata 2 -map_chapters 2 -metadata:s:a title=Comments "
                              "-metadata:s:a language=deu -disposition:a comment -vf noise=alls=40:allf=t " +
@@ -165,32 +189,27 @@ TEST_F(Containers, FilmsGetThere) {
         for (std::string const& note : result.notes)
             notes += note + "\n";
         std::string const file = Read(output);
-        auto const has = [&](std::string_view word) {
-            std::string wide;
-            for (char const letter : word)
-                wide += {letter, '\0'};
-            return file.find(word) != std::string::npos || file.find(wide) != std::string::npos;
-        };
         ExpectWhole(File(output));
         EXPECT_THAT(notes, testing::Not(testing::HasSubstr("keep every frame")));
         for (StreamRecord& stream : ReadMedia(File(output)).Of("audio")) {
             auto const isTold = [&](std::string_view what) { return notes.find(what) != std::string::npos; };
-            EXPECT_NE(stream.metadata["title"] == "Comments", isTold("its title \"Comments\""));
-            EXPECT_NE(Media::IsSameLanguage(stream.metadata["language"], "deu"), isTold("its language deu"));
-            EXPECT_NE((stream.disposition & AV_DISPOSITION_COMMENT) != 0, isTold("that it is comment"));
+            EXPECT_NE(stream.metadata["title"] == "Comments", isTold("the title \"Comments\""));
+            EXPECT_NE(Media::IsSameLanguage(stream.metadata["language"], "deu"), isTold("the language deu"));
+            EXPECT_NE((stream.disposition & AV_DISPOSITION_COMMENT) != 0, isTold("the mark comment"));
         }
-        if (traits.name != "ogg" && traits.name != "oga") { // one place for this title and the stream's
-            EXPECT_NE(has("The Film"), notes.find("Left out the title \"The Film\"") != std::string::npos);
-        }
-        EXPECT_NE(has("Three"), notes.find("Left out the chapters") != std::string::npos);
+        if (traits.name != "ogg" && traits.name != "oga") // one place for this title and the stream's
+            ExpectTagOrNote(file, result.notes, "title", "The Film");
+        ExpectTagOrNote(file, result.notes, "album", "Works");
+        EXPECT_NE(HasText(file, "Three"), notes.find("Left out the chapters") != std::string::npos);
     }
-    EXPECT_EQ(encoders, "mp4:libx264+aac mov:libx264+pcm_s16le ipod:libx264+aac 3gp:libx264+aac "
-                        "3g2:libx264+aac ismv:libx264+aac f4v:libx264+aac matroska:libx264+pcm_s16le "
-                        "webm:libvpx-vp9+libopus avi:mpeg4+pcm_s16le flv:libx264+aac mpeg:mpeg2video+mp2 "
-                        "svcd:mpeg2video+mp2 dvd:mpeg2video+mp2 mpegts:libx264+aac ogg:+libvorbis oga:+flac "
-                        "ogv:libtheora+libvorbis asf:libx264+pcm_s16le mxf:libx264+pcm_s16le mp3:+libmp3lame "
-                        "flac:+flac aiff:+pcm_s16le wav:+pcm_s16le w64:+pcm_s16le au:+pcm_s16be gif:gif+ "
-                        "apng:apng+ yuv4mpegpipe:wrapped_avframe+ ivf:libvpx+ ");
+    EXPECT_EQ(encoders,
+              "mp4:libx264+aac mov:libx264+pcm_s16le ipod:libx264+aac 3gp:libx264+aac "
+              "3g2:libx264+aac ismv:libx264+aac f4v:libx264+aac matroska:libx264+pcm_s16le "
+              "webm:libvpx-vp9+libopus avi:mpeg4+pcm_s16le flv:libx264+aac mpeg:mpeg2video+mp2 "
+              "svcd:mpeg2video+mp2 dvd:mpeg2video+mp2 mpegts:libx264+aac ogg:+libvorbis oga:+flac "
+              "ogv:libtheora+libvorbis asf:libx264+pcm_s16le mxf:libx264+pcm_s16le mp3:+libmp3lame "
+              "flac:+flac adts:+aac aiff:+pcm_s16le wav:+pcm_s16le w64:+pcm_s16le au:+pcm_s16be gif:gif+ "
+              "apng:apng+ yuv4mpegpipe:wrapped_avframe+ ivf:libvpx+ ");
 }
 
 } // namespace

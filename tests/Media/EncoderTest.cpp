@@ -215,7 +215,7 @@ TEST_F(Encoder, IsToldOf) {
          "The encoder \"libsvtav1\" takes no frames smaller than 64x64; these are 48x32: "
          "used libaom-av1 instead."},
         {"-c:v ffv1 -vf scale=576:720,setsar=15/16", "out.mpg",
-         "Resize to square pixels to keep the shape of the frames: mpeg2video in mpeg says a pixel aspect of "
+         "Resize to square pixels to keep the shape of the frames: mpeg2video in .mpg says a pixel aspect of "
          "[0-9]+:[0-9]+, not 15:16."},
         {"-c:v ffv1 -vf scale=720:576,setsar=16/15", "out.mpg", ""},
     };

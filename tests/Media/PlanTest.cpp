@@ -88,6 +88,10 @@ PlanInput const s_inputs[] = {
     {"flash.wav", "-f lavfi -i sine=d=0.2:r=11025"},
     {"avs2.avi", s_tiny + s_tone + "-c:v mpeg4 -c:a pcm_s16le"},
     {"unknown.wav", s_tone},
+    {"rate44.mkv", s_tiny + "-f lavfi -i sine=d=0.2:r=44100 -c:v mpeg2video -c:a pcm_s16le"},
+    {"alpha.webm", "-f lavfi -i color=red@0.5:s=64x48:d=0.2,format=yuva420p -c:v libvpx-vp9 -auto-alt-ref 0 "
+                   "-metadata:s:v alpha_mode=1"},
+    {"two.mkv", s_tiny + s_tiny + "-map 0 -map 1 " + s_noBFrames},
     {"timecode.mov", s_tiny + s_bFrames + "-timecode 01:00:00:00"},
 };
 
@@ -99,7 +103,7 @@ constexpr char const* s_plans = R"(rich.mkv out.mp4
 attached.mkv out.mp4 v a
   h264: encode libx264 yuv420p | aac: encode aac 48000 Hz fltp mono | opus: encode libopus 48000 Hz flt mono | ass: convert mov_text | none: drop
   Converted the subtitles from ass to mov_text.
-  Left out stream 4 (attachment, none): the container mp4 cannot hold it.
+  Left out stream 4 (attachment): .mp4 cannot hold it.
 rich.mkv out.webm
   h264: encode libvpx-vp9 yuv420p | aac: encode libopus 48000 Hz flt mono | opus: copy | ass: convert webvtt
   Re-encoded the video from h264 to vp9: "out.webm" cannot hold h264.
@@ -111,8 +115,8 @@ rich.mkv out.avi v
   h264: encode mpeg4 yuv420p | aac: copy | opus: encode libmp3lame 48000 Hz fltp mono | ass: drop
   Re-encoded the video from h264 to mpeg4: "out.avi" cannot hold h264.
   Audio stream 1: Re-encoded the audio from opus to mp3: "out.avi" cannot hold opus.
-  Left out stream 3 (subtitle, ass): the container avi cannot hold it.
-  Left out the chapters: the container avi has no place for them.
+  Left out stream 3 (subtitle, ass): .avi cannot hold it.
+  Left out the chapters: .avi has no place for them.
 h264.mp4 out.mxf
   h264: encode libx264 yuv420p
   Re-encoded the video: "out.mxf" cannot hold h264 as it is encoded.
@@ -120,27 +124,26 @@ rich.mkv out.gif v
   h264: encode gif bgr8 | aac: drop | opus: drop | ass: drop
   Re-encoded the video from h264 to gif: "out.gif" cannot hold h264.
   Converted the frames from yuv420p to bgr8 for the encoder gif; lost: depth.
-  Left out stream 1 (audio, aac): the container gif cannot hold it.
-  Left out stream 2 (audio, opus): the container gif cannot hold it.
-  Left out stream 3 (subtitle, ass): the container gif cannot hold it.
-  Left out the title "The Film": the container gif has no place for it.
-  Left out the chapters: the container gif has no place for them.
+  Left out stream 1 (audio, aac): .gif cannot hold it.
+  Left out stream 2 (audio, opus): .gif cannot hold it.
+  Left out stream 3 (subtitle, ass): .gif cannot hold it.
+  Left out the chapters: .gif has no place for them.
 rich.mkv out.ts
   h264: copy | aac: copy | opus: copy | ass: drop
-  Left out stream 3 (subtitle, ass): the container mpegts cannot hold it.
-  Left out the chapters: the container mpegts has no place for them.
+  Left out stream 3 (subtitle, ass): .ts cannot hold it.
+  Left out the chapters: .ts has no place for them.
 rich.mkv out.mp3
   h264: drop | aac: encode libmp3lame 48000 Hz fltp mono | opus: drop | ass: drop
   Left out the video: "out.mp3" is an audio file.
   Audio stream 0: Re-encoded the audio from aac to mp3: "out.mp3" cannot hold aac.
-  Left out stream 2 (audio, opus): the container mp3 cannot hold it.
-  Left out stream 3 (subtitle, ass): the container mp3 cannot hold it.
+  Left out stream 2 (audio, opus): .mp3 cannot hold it.
+  Left out stream 3 (subtitle, ass): .mp3 cannot hold it.
 rich.mkv out.wav a
   h264: drop | aac: encode pcm_s16le 48000 Hz s16 mono | opus: drop | ass: drop
   Left out the video: "out.wav" is an audio file.
-  Left out stream 2 (audio, opus): the container wav cannot hold it.
-  Left out stream 3 (subtitle, ass): the container wav cannot hold it.
-  Left out the chapters: the container wav has no place for them.
+  Left out stream 2 (audio, opus): .wav cannot hold it.
+  Left out stream 3 (subtitle, ass): .wav cannot hold it.
+  Left out the chapters: .wav has no place for them.
 cover.m4a out.mp3
   aac: encode libmp3lame 48000 Hz fltp mono | png: copy
   Re-encoded the audio from aac to mp3: "out.mp3" cannot hold aac.
@@ -149,7 +152,7 @@ cover.m4a out.m4a v
 cover.m4a out.wav
   aac: encode pcm_s16le 48000 Hz s16 mono | png: drop
   Re-encoded the audio from aac to pcm_s16le: "out.wav" cannot hold aac.
-  Left out stream 1 (video, png): the container wav cannot hold it.
+  Left out stream 1 (video, png): .wav cannot hold it.
 cover.m4a out.png
   aac: drop | png: copy
 timeless.avi out.mp4
@@ -225,7 +228,25 @@ h264.mp4 out.mp4 v a optional
   h264: encode libx264 yuv420p
 timecode.mov out.mkv
   h264: copy | none: drop
-  Left out stream 1 (data, none): the container matroska cannot hold it.
+  Left out stream 1 (data): .mkv cannot hold it.
+alpha.webm out.mp4
+  vp9: copy
+  Copied the video without its alpha: "out.mp4" cannot hold alpha beside vp9.
+alpha.webm out.mp4 v
+  vp9: encode libvpx-vp9 yuv420p
+  Converted the frames from yuva420p to yuv420p for the encoder libvpx-vp9; lost: alpha.
+alpha.webm out.mkv v
+  vp9: encode libvpx-vp9 yuva420p
+two.mkv out.mkv v
+  h264: encode libx264 yuv420p | h264: copy
+  Copied stream 1 (video) as it is: video effects apply to stream 0 alone.
+rate44.mkv out.mxf
+  mpeg2video: copy | pcm_s16le: encode pcm_s16le 48000 Hz s16 mono
+  Re-encoded the audio: "out.mxf" holds audio of 48000 Hz only.
+  Converted the audio from 44100 Hz to 48000 Hz for the encoder pcm_s16le.
+wav24.wav out.mp3
+  pcm_s24le: encode libmp3lame 48000 Hz s32p mono
+  Re-encoded the audio from pcm_s24le to mp3, which loses some quality: "out.mp3" cannot hold pcm_s24le.
 avs2.avi out.avi v a optional
   avs2: copy | pcm_s16le: encode pcm_s16le 48000 Hz s16 mono)";
 
@@ -253,15 +274,17 @@ junk.mp4 out.mp4 aoption=bb=1
 junk.mp4 out.ogg acodec=libopus aoption=frame_duration=7
   options: The encoder "libopus" cannot be opened with frame_duration=7: Invalid argument
 junk.mp4 out.gif a
-  options: Cannot write "@out.gif": the container "gif" holds no audio
+  options: Cannot write "@out.gif": .gif files hold no audio
 junk.mp4 out.png a
   options: Cannot write "@out.png": an image holds no audio
 junk.mp4 out.wav v
-  options: Cannot write "@out.wav": the container "wav" holds no video
+  options: Cannot write "@out.wav": .wav files hold no video
 junk.mp4 out.mka v
-  options: Cannot write "@out.mka": the container "matroska" holds no video
+  options: Cannot write "@out.mka": .mka files hold no video
 junk.mp4 out.xyz v
   options: Cannot write "@out.xyz": no container has the extension ".xyz"
+junk.mp4 out v
+  options: Cannot write "@out": add an extension, such as .mp4
 junk.mp4 out.m3u8 v
   options: Cannot write "@out.m3u8": the format "hls" is not a single file
 junk.mp4 no/out.mp4 v
@@ -275,15 +298,17 @@ junk.mp4 link.mp4 v overwrite
 junk.mp4 hard.mp4 v overwrite
   options: Cannot write "@hard.mp4": it is the input
 junk.mp4 dangling.mp4 v overwrite
-  options: Cannot write "@dangling.mp4": it is a dangling link
+  output: Cannot write "@dangling.mp4": it is a dangling link
 junk.mp4 /dev/null v overwrite
-  options: Cannot write "/dev/null": it is not a regular file
+  output: Cannot write "/dev/null": it is not a regular file
 junk.mp4 out.mp4 v at=1
-  options: Choose an image as the output, or leave out the time (1 s): "@out.mp4" is a video
+  options: "@out.mp4" is a video, not an image
 junk.mp4 out.png v at=-1
   options: Give a time from 0 to the end of the video, not -1 s
 "" out.mp4 v
   input: Cannot open "": the name is empty
+cut.ogg out.ogg a
+  input: "@cut.ogg" is incomplete: it ends within its header
 no.mp4 out.mp4 v
   input: Cannot open "@no.mp4": No such file or directory
 /dev/null out.mp4 v
@@ -305,7 +330,7 @@ h264.mp4 out.png v at=2.6
 wav24.wav out.mkv v
   input: "@wav24.wav" has no video
 cover.m4a late.png v at=1
-  options: Leave out the time (1 s): "@cover.m4a" is an image
+  options: "@cover.m4a" is an image
 cover.m4a out.m4a voption=crf=20
   options: The encoder "png" has no option "crf"
 avs2.avi out.mp4 v a optional
@@ -398,6 +423,7 @@ TEST_F(Plans, SayWhatBecomesOfEachStream) {
     for (int i = 0; i < 500; ++i)
         text += "Just a line of text.\n"; // shorter, it is taken for a picture in letters
     Write("text.txt", text);
+    Write("cut.ogg", std::string("OggS\0\2", 6) + std::string(20, '\0'));
     Write("empty.mp4", "");
     Write("there.mp4", "old");
     Write("junk.mp4", std::string(5000, '\x5A'));

@@ -47,6 +47,33 @@ TEST_F(Still, OrientationOfAJpegIsTold) {
     EXPECT_EQ(ReadMedia(File("out.jpg")).width, 64);
 }
 
+/// An EXIF segment with a maker and a model for a JPEG file.
+std::string MakeExif() {
+    using namespace std::string_literals;
+    return "\xFF\xE1\0\x2E"
+           "Exif\0\0"
+           "MM\0\x2A\0\0\0\x08"
+           "\0\x02"
+           "\x01\x0F\0\x02\0\0\0\x04Qbc\0"
+           "\x01\x10\0\x02\0\0\0\x04Xyz\0"
+           "\0\0\0\0"s;
+}
+
+// Nothing that the photo says beside its pixels is lost without a word; as a copy it keeps all.
+TEST_F(Still, WhatAPhotoSaysIsKeptOrToldOf) {
+    Make(File("plain.jpg"), "-f lavfi -i testsrc2=s=64x48 -frames:v 1");
+    Write("in.jpg", Read("plain.jpg").insert(2, MakeExif()));
+    auto const isTold = testing::Contains(testing::HasSubstr("Left out 2 tags (Make, Model) of the image"));
+    for (std::string const name : {"out.png", "out.jpg", "out.webp"}) {
+        EXPECT_THAT(Media::Run(Options("in.jpg", name)).notes, isTold) << name;
+        EXPECT_THAT(Media::Run(Options("plain.jpg", name)).notes, testing::Not(isTold)) << name;
+    }
+    Media::RunOptions copy = Options("in.jpg", "copy.jpg");
+    copy.makeVideoEffects = nullptr;
+    EXPECT_THAT(Media::Run(copy).notes, IsEmpty());
+    EXPECT_EQ(Read("copy.jpg"), Read("in.jpg"));
+}
+
 // Cameras append further pictures; the first one counts.
 TEST_F(Still, FurtherPicturesOfAFileAreNotWorkedOn) {
     for (std::string const kind : {".jpg", ".png"}) {

@@ -37,6 +37,7 @@ TEST_F(CommandLine, HelpFitsTheTerminalAndTellsTheExitCodes) {
             EXPECT_LE(line.size(), 80U) << verb << ": " << line;
         bool const showsCatalog = verb == "list" || verb == "explain";
         EXPECT_THAT(result.out, HasSubstr(showsCatalog ? "" : DescribeExitCodes()));
+        EXPECT_EQ(Run("help " + verb).out, result.out);
         EXPECT_THAT(result.out, HasSubstr(verb.empty() ? "" : "Examples:\n  tarsel " + verb));
     }
     EXPECT_THAT(Run("--version").out,
@@ -53,6 +54,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
     // That a file exists comes last: it is no reason to ask for overwriting with other faults still unseen.
     WriteFile("there.gif", "keep me");
     WriteFile("there.jpg", "keep me");
+    std::filesystem::create_directory("folder.mp4");
     std::string const run = "run missing.mp4 ";
     ExpectRefusals({
         {"", 1, "Name a verb: " + verbs + see},
@@ -70,7 +72,10 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {run + "o.mp4 --at 1 --at 2", 1, "Give --at once, not 2 times" + useRun},
         {run + "o.mp4 --at", 1, "Give --at a value: --at SECONDS" + useRun},
         {run + "o.mp4 --quiet=loud", 1, "Give --quiet no value: it is a switch" + useRun},
-        {run + "o.mp4 -e flip more", 1, "Write -e \"more\": *"},
+        {run + "o.mp4 -e flip blur", 1, "Write -e \"blur\": *"},
+        {run + "o.mp4 -e flip horizontal", 1, "Write -e \"horizontal\": *"},
+        {"run my film.mp4 o/out.mp4 -e flip", 1,
+         "Remove \"o/out.mp4\", or quote names with spaces: run takes INPUT and OUTPUT" + useRun},
         {run + "o.mp4 --at nan", 1, "--at: give a time in seconds, 0 or more, not \"nan\"" + useRun},
         {run + "there.gif --at -1", 1, "--at: give a time in seconds, 0 or more, not \"-1\"" + useRun},
         {run + "o.mp4 --threads 0", 1, "--threads: give a whole number from 1 to 1024, not \"0\"" + useRun},
@@ -82,6 +87,19 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {run + "there.gif -e flip=horizontal=1:vertical=1", 1,
          "-e \"flip=horizontal=1:vertical=1\": Write \"flip horizontal=1 vertical=1\": spaces separate an "
          "effect and its settings"},
+        {run + "o.mp4 -e blur=3", 1, "-e \"blur=3\": Write \"blur sigma=3\": *"},
+        {run + "o.mp4 -e flip=horizontal", 1, "-e \"flip=horizontal\": Write \"flip horizontal\": *"},
+        {run + "o.mp4 -e fluip", 1, "-e \"fluip\": There is no effect \"fluip\"; did you mean flip?"},
+        {run + "o.mp4 -e sepiatone", 1, "-e \"sepiatone\": There is no effect \"sepiatone\""},
+        {run + "o.mp4 -e 'stabilizer detect=0 path=no.trf'", 2,
+         "step 1 (stabilizer): run with detect=1 first, or use \"tarsel stabilize\": there is no file "
+         "\"no.trf\" *"},
+        {run + "o.mp4 -e 'stabilizer detect=0 path=there.gif'", 2,
+         "step 1 (stabilizer): choose another path: \"there.gif\" is not a camera motion file"},
+        {run + "o.mp4 --at 1", 1, "Remove --at: \"o.mp4\" is a video, not an image"},
+        {run + "-", 4, "Cannot write \"-\": only files can be written, not streams or URLs"},
+        {"run - o.mp4", 2, "Cannot open \"-\": only files can be read, not streams or URLs"},
+        {run + "folder.mp4", 4, "Cannot write \"folder.mp4\": Is a directory"},
         {run + "o.mp4 -e ''", 1, "-e \"\": Name an effect: the text is empty"},
         {run + "o.mp4 -e flip -e \"flip 'horizontal=1\"", 1,
          "-e \"flip 'horizontal=1\": Close the quote ('): flip 'horizontal=1"},
@@ -93,7 +111,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {"palette missing.mp4 o.png --colors 256", 1,
          "--colors: give a whole number from 1 to 255, not \"256\"*"},
         {"palette missing.mp4 o.png --background red:dither=1", 1,
-         "pixel-format: background=red:dither=1 is not a color*"},
+         "--background: give a color such as #ffffff or white, not \"red:dither=1\""},
         {"palette missing.mp4 there.jpg", 1,
          "Choose another OUTPUT, such as .png, .gif, .bmp or .tiff: \"there.jpg\" cannot hold palettes"},
     });

@@ -4,12 +4,15 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cstddef>
 #include <sstream>
 
 namespace Tarsel::Tools {
 namespace {
 
 using ListTool = Tool;
+using testing::HasSubstr;
 
 nlohmann::json ListAsJson(std::string const& words = {}) {
     auto const result = RunProcess({"/bin/sh", "-c", "exec '" TARSEL_PROGRAM "' list --json " + words});
@@ -49,7 +52,7 @@ TEST_F(ListTool, OneEffect) {
     ])"));
     EXPECT_EQ(Run("list transpose").out, "transpose (video)\n"
                                          "  rotates frames by quarter turns\n"
-                                         "  It may change full range, size.\n"
+                                         "  It may change the color range (full or limited), size.\n"
                                          "    step  clockwise rotation\n"
                                          "          integer, 0 to 3 (quarter turns), default 0\n");
     ExpectRefusals({{"list flipp", 1, "There is no effect \"flipp\"; did you mean flip?"},
@@ -57,7 +60,7 @@ TEST_F(ListTool, OneEffect) {
 }
 
 TEST_F(ListTool, TextHasAllOfTheJsonWithin80Columns) {
-    auto const text = Run("list").out;
+    auto const text = Run("list --all").out;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)
         EXPECT_LE(line.size(), 80U) << line;
@@ -77,6 +80,15 @@ TEST_F(ListTool, TextHasAllOfTheJsonWithin80Columns) {
             expectNext(parameter.at("key").get<std::string>() + " " +
                        parameter.at("help").get<std::string>());
     }
+}
+
+TEST_F(ListTool, WithoutAWordItShowsAnOverview) {
+    auto const text = Run("list").out;
+    auto const listed = ListAsJson();
+    for (auto const& effect : listed.at("effects"))
+        EXPECT_THAT("\n" + text, HasSubstr("\n" + effect.at("id").get<std::string>() + ' '));
+    EXPECT_THAT(text, HasSubstr("tarsel list --all"));
+    EXPECT_LT(std::ranges::count(text, '\n'), 2 * static_cast<std::ptrdiff_t>(listed.at("effects").size()));
 }
 
 TEST_F(ListTool, WordsFindEffectsByNameThenKeyThenHelp) {

@@ -50,6 +50,21 @@ TEST_F(MixTool, ClipsOnlyTheSumAndTells) {
     EXPECT_EQ(samples.back(), 32767);
 }
 
+TEST_F(MixTool, TellsFactorsThatLookLikeDecibels) {
+    MakeWave("a.wav", "0.01", 80);
+    for (auto const& [volume, note] :
+         {std::pair<std::string, std::string>("-6", "which makes the audio 15.6 dB louder and inverts it"),
+          {"12", "which makes the audio 21.6 dB louder"},
+          {"-0.5", "which makes the audio 6.0 dB quieter and inverts it"},
+          {"4", ""},
+          {"-6dB", ""}}) {
+        std::string const meant =
+            volume + "dB if you mean decibels: --volume " + volume + " is a factor, " + note;
+        EXPECT_EQ(RunForNotes("mix out.wav a.wav a.wav --overwrite --volume 1 --volume " + volume),
+                  note.empty() ? "" : "tarsel: note: Write --volume " + meant + ".\n");
+    }
+}
+
 TEST_F(MixTool, KeepsTheFinestSamples) {
     struct {
         char const* codec;

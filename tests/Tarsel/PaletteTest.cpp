@@ -6,6 +6,8 @@
 namespace Tarsel::Tools {
 namespace {
 
+using namespace std::string_literals;
+
 class PaletteTool : public Tool {
 protected:
     static void MakePhoto() {
@@ -87,14 +89,38 @@ TEST_F(PaletteTool, ShowsTheBackgroundThroughAlpha) {
     EXPECT_EQ(ReadPixels("out.png").substr(0, 3), std::string("\0\xFF\0", 3));
 }
 
+TEST_F(PaletteTool, ClearPixelsStayClear) {
+    MakeFilm("disk.gif",
+             "-f lavfi -i \"color=red:s=16x16:d=0.2,format=rgba,geq=r=255:g=0:b=0:a='255*gte(X,8)'\" "
+             "-vf split[a][b];[a]palettegen[p];[b][p]paletteuse");
+    MakeFilm("full.png", "-f lavfi -i testsrc2=s=16x16 -frames:v 1 -pix_fmt rgba");
+    MakeFilm("soft.png", "-f lavfi -i color=red@0.7:s=16x16,format=rgba -frames:v 1");
+    auto const seen = [](std::string const& file) {
+        return Decode(file, "-frames:v 1 -pix_fmt rgba -vf crop=16:1:0:0 -f rawvideo");
+    };
+    for (std::string const run : {"run disk.gif out.gif -e 'flip vertical'", "palette disk.gif out.gif"}) {
+        EXPECT_EQ(RunForNotes(run + " --overwrite"), "") << run;
+        EXPECT_EQ(seen("out.gif")[3], '\0') << run;
+        EXPECT_EQ(seen("out.gif").substr(4 * 12, 4), "\xFF\0\0\xFF"s) << run;
+    }
+    EXPECT_EQ(RunForNotes("run full.png full.gif"), "");
+    EXPECT_THAT(RunForNotes("run soft.png soft.gif"),
+                testing::HasSubstr("Made translucent pixels clear or opaque"));
+    EXPECT_EQ(seen("soft.gif").substr(0, 4), "\xFF\0\0\xFF"s);
+}
+
 TEST_F(PaletteTool, MakesAnimationsOfFilms) {
     MakeFilm("film.mkv", "-f lavfi -i mandelbrot=size=64x48:rate=10 -t 1 -c:v ffv1");
     auto const before = ReadPixels("film.mkv");
     ASSERT_EQ(before.size(), std::size_t{10} * 64 * 48 * 3);
     // Any film becomes one with palettes of its own colors where the file holds only palettes.
-    for (std::string const verb : {"palette", "run"}) {
+    for (std::string const verb : {"palette", "run", "stabilize"}) {
         RunForNotes(verb + " film.mkv out.gif --overwrite");
-        EXPECT_LT(Compare(before, ReadPixels("out.gif")), 4) << verb;
+        EXPECT_EQ(Probe("out.gif", "stream=nb_read_frames", "-count_frames"), "10");
+        if (verb != "stabilize")
+            EXPECT_LT(Compare(before, ReadPixels("out.gif")), 4) << verb;
+        else // which moves them a little; colors of all films together would be 6 levels each
+            EXPECT_GT(CountColors(ReadPixels("out.gif").substr(0, std::size_t{64} * 48 * 3)), 100U);
     }
 }
 

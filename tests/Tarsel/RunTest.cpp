@@ -3,6 +3,7 @@
 #include <array>
 #include <csignal>
 #include <sstream>
+#include <tuple>
 
 namespace Tarsel::Tools {
 namespace {
@@ -101,18 +102,18 @@ TEST_F(RunTool, StepsThatDoNothingAreNamedAndTheirStreamsCopied) {
         std::string copied;
     } const cases[] = {
         {"-e 'deshake enabled=0' -e 'flip horizontal=0'",
-         {"step 1 (deshake) does nothing; set enabled=1.",
-          "step 2 (flip) does nothing; set horizontal=1 or vertical=1."},
+         {"Step 1 (deshake) does nothing; set enabled=1.",
+          "Step 2 (flip) does nothing; set horizontal=1 or vertical=1."},
          "vas"},
         {"-e 'resize width=1080 height=1920'",
-         {"step 1 (resize) does nothing to this input; set width"},
+         {"Step 1 (resize) does nothing to this input; set width"},
          "vas"},
         {"-e 'echo scale=0' -e 'flip horizontal'",
-         {"step 1 (echo) does nothing; set echos and scale."},
+         {"Step 1 (echo) does nothing; set echos and scale."},
          "as"},
         {"-e echo -e reverb -e flip",
-         {"step 3 (flip) does nothing; set horizontal=1 or vertical=1.",
-          "step 1 (echo) does nothing; set echos."},
+         {"Step 3 (flip) does nothing; set horizontal=1 or vertical=1.",
+          "Step 1 (echo) does nothing; set echos."},
          "vs"},
     };
     for (auto const& [steps, notes, copied] : cases) {
@@ -136,9 +137,11 @@ TEST_F(RunTool, WhatCannotBeCopiedStaysUpright) {
                                          "WB");
     EXPECT_EQ(LookAt("film.mp4", true), "WW"
                                         "BB");
-    EXPECT_EQ(RunForNotes("run film.mp4 out.webm"),
-              "tarsel: note: Re-encoded the video from h264 to vp9: \"out.webm\" cannot hold h264.\n"
-              "tarsel: note: Turned the frames upright: \"out.webm\" cannot hold h264.\n");
+    EXPECT_EQ(
+        RunForNotes("run film.mp4 out.webm"),
+        "tarsel: note: Re-encoded the video from h264 to vp9: \"out.webm\" cannot hold h264.\n"
+        "tarsel: note: Turned the frames upright, as the orientation tag says: re-encoded video has no such "
+        "tag.\n");
     EXPECT_EQ(LookAt("out.webm", false), "WW"
                                          "BB");
     EXPECT_EQ(ProbeVideo("out.webm", "stream=width,height"), "32 64");
@@ -176,7 +179,7 @@ TEST_F(RunTool, WhatFailsIsToldAndLeavesNothing) {
     ExpectRefusals({
         {"run missing.mp4 out.mp4" + flip, 2, "Cannot open \"missing.mp4\"*"},
         {"run cut.mp4 out.mp4" + flip, 2,
-         "\"cut.mp4\" is not a media file that FFmpeg can read\n"
+         "\"cut.mp4\" is incomplete: its index (moov) is missing\n"
          "  FFmpeg: Invalid data found when processing input (-1094995529)\n"
          "  log: [mov,mp4,m4a,3gp,3g2,mj2] moov atom not found*"},
         {"run film.mp4 none/out.mp4" + flip, 4,
@@ -272,15 +275,29 @@ TEST_F(RunTool, FieldsOfInterlacedVideoFollowTheirRows) {
         {"flip vertical", "bb", ""},
         {"transpose step=2", "bb", ""},
         {"transpose step=1", "progressive",
-         "tarsel: note: step 1 (transpose) mixes the fields of interlaced video; add deinterlace before "
-         "it\n"},
+         "tarsel: note: Step 1 (transpose) mixes the fields of interlaced video; add deinterlace before "
+         "it.\n"},
         {"resize width=176 height=144", "progressive",
-         "tarsel: note: step 1 (resize) mixes the fields of interlaced video; add deinterlace before it\n"},
+         "tarsel: note: Step 1 (resize) mixes the fields of interlaced video; add deinterlace before it.\n"},
     };
     for (auto const& [step, order, note] : cases) {
         SCOPED_TRACE(step);
         EXPECT_EQ(RunForNotes("run film.mpg out.mpg --overwrite -e '" + step + "'"), note);
         EXPECT_EQ(ProbeVideo("out.mpg", "stream=field_order"), order);
+    }
+}
+
+TEST_F(RunTool, ASizeThatIsNotMetIsTold) {
+    MakeSmallFilm();
+    for (auto const& [step, made, isTold] : {std::tuple("resize width=101 height=57", "100 56", true),
+                                             {"resize width=100 height=58", "100 58", false},
+                                             {"resize width=100", "100 74", false}}) {
+        EXPECT_EQ(
+            testing::Value(RunForNotes(std::string("run film.mp4 out.mp4 --overwrite -e '") + step + "'"),
+                           HasSubstr("tarsel: note: Step 1 (resize) rounded the size to 100x56, ")),
+            isTold)
+            << step;
+        EXPECT_EQ(ProbeVideo("out.mp4", "stream=width,height"), made);
     }
 }
 

@@ -52,7 +52,7 @@ TEST_F(StabilizeTool, WorksOnPicturesThatTheEffectDoesNotTake) {
           {"-vf crop=191:143:0:0:exact=1,format=yuv444p -c:v ffv1", "191 143 yuv444p 40"}}) {
         MakeShakyFilm("shaky.mkv", std::string("-y ") + encoding);
         EXPECT_THAT(RunForNotes("stabilize shaky.mkv steady.mkv --overwrite --video-codec ffv1"),
-                    HasSubstr("tarsel: note: step 1 (stabilizer) works on frames of "));
+                    HasSubstr("tarsel: note: Step 1 (stabilizer) works on frames of "));
         EXPECT_EQ(Probe("steady.mkv", "stream=width,height,pix_fmt,nb_read_frames", "-count_frames"), made);
     }
 }

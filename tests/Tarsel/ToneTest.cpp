@@ -53,7 +53,7 @@ TEST_F(ToneTool, RefusesWhatCannotBe) {
          "--layout: give a channel layout such as mono, stereo or 5.1, not \"round\""},
         {"tone a.wav --rate 5", 1, "--rate: give a whole number from 1000 to 768000, not \"5\"\n*"},
         {"tone a.wav --duration 0", 1,
-         "--duration: give a time in seconds from 1e-06 to 1000000, not \"0\"\n*"},
+         "--duration: give a time in seconds from 0.000001 to 1000000, not \"0\"\n*"},
         {"tone a.wav --audio-option b", 1, "--audio-option: give KEY=VALUE, such as b=192k, not \"b\""},
         {"tone a.png", 1, "Cannot write \"a.png\": it holds no audio"},
         {"tone old.wav", 1, "Add --overwrite: \"old.wav\" exists already"},

@@ -29,7 +29,7 @@ std::string Tool::RunForNotes(std::string const& line) {
     EXPECT_EQ(result.out, "");
     std::istringstream notes(result.err);
     for (std::string note; std::getline(notes, note);)
-        EXPECT_THAT(note, testing::StartsWith("tarsel: note: "));
+        EXPECT_THAT(note, testing::MatchesRegex("tarsel: note: [A-Z\"].*\\."));
     return result.err;
 }
 

@@ -69,17 +69,19 @@ void CheckOutputPath(fs::path const& output, fs::path const& input, bool overwri
     fs::file_status const status = fs::status(output, error);
     if (status.type() == fs::file_type::not_found) {
         if (output == "-" || LooksLikeProtocol(output.string()))
-            ThrowOutput<OptionsException>(output, "only files can be written, not streams or URLs");
+            ThrowOutput<OutputException>(output, "only files can be written, not streams or URLs");
         if (fs::is_symlink(fs::symlink_status(output, error)))
-            ThrowOutput<OptionsException>(output, "it is a dangling link");
+            ThrowOutput<OutputException>(output, "it is a dangling link");
     } else if (status.type() == fs::file_type::none) {
         ThrowOutput<OutputException>(output, error.message());
     } else {
         // By device and inode, so through links too.
         if (fs::equivalent(output, input, error))
             ThrowOutput<OptionsException>(output, "it is the input");
+        if (status.type() == fs::file_type::directory)
+            ThrowOutput<OutputException>(output, GetSystemErrorText(EISDIR));
         if (status.type() != fs::file_type::regular)
-            ThrowOutput<OptionsException>(output, "it is not a regular file");
+            ThrowOutput<OutputException>(output, "it is not a regular file");
         if (!overwrite)
             Core::Throw<OptionsException>(Quote(output) + " exists already", TagMissingOption("overwrite"));
     }

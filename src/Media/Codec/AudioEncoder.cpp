@@ -7,6 +7,7 @@
 #include "Media/Base/Times.h"
 #include "Media/Codec/AudioFormat.h"
 #include "Media/Codec/EncoderSettings.h"
+#include "Media/Container/Containers.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/IDataAudio.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -73,7 +74,8 @@ void AudioEncoder::Open(AudioRequest const& request) {
     AVCodec const& encoder = *request.encoder;
     Conf::SampleInfo format = request.format;
     format.format = ChooseSampleFormat(GetSampleFormats(encoder), format.format, request.depth);
-    format.rate = ChooseSampleRate(GetSampleRates(encoder), format.rate);
+    int const fixedRate = GetTraits(*request.container).audioRate;
+    format.rate = ChooseSampleRate(GetSampleRates(encoder), fixedRate > 0 ? fixedRate : format.rate);
     int firstError = 0;
     for (Conf::ChannelLayout const& layout : RankLayouts(GetChannelLayouts(encoder), format.layout)) {
         format.layout = layout;

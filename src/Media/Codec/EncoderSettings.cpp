@@ -170,6 +170,9 @@ EncoderRules GetEncoderRules(AVCodec const& encoder, AVOutputFormat const& conta
         rules.formats.push_back(static_cast<Conf::PixFmt>(format));
     if (encoder.id == AV_CODEC_ID_RAWVIDEO)
         rules.formats = ListRawVideoFormats(container);
+    if (!HoldsSideAlpha(container, encoder.id))
+        std::erase_if(rules.formats,
+                      [](Conf::PixFmt each) { return Conf::PixFmtDescription::Find(each).HasAlpha(); });
     rules.losesRange = !GetTraits(container).saysRange && !rules.codec.tellsRange;
     return rules;
 }

@@ -8,10 +8,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <thread>
 
 extern "C" {
 #include <libavformat/avformat.h>
+#include <libavutil/dict.h>
 #include <libavutil/frame.h>
 #include <libavutil/mastering_display_metadata.h>
 }
@@ -51,6 +53,11 @@ std::string DescribeDisplay(AVMasteringDisplayMetadata const& display) {
 }
 
 } // namespace
+
+bool HasSideAlpha(AVStream const& stream) {
+    AVDictionaryEntry const* const mode = av_dict_get(stream.metadata, "alpha_mode", nullptr, 0);
+    return mode != nullptr && std::string_view(mode->value) == "1";
+}
 
 bool HasLightLevels(AVFrame const& frame) noexcept {
     return std::any_of(std::begin(s_kinds), std::end(s_kinds), [&](auto const& kind) {

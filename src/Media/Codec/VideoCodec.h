@@ -7,6 +7,9 @@ struct AVStream;
 
 namespace Tarsel::Media {
 
+/// Whether alpha stands beside the packets of a stream of VP8 or VP9. Any thread.
+bool HasSideAlpha(AVStream const& stream);
+
 /// The light levels of HDR: what the display that the pictures were made on shows, and how bright they get.
 /// Pure; any thread.
 

@@ -12,7 +12,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -31,10 +30,9 @@ constexpr int s_mostErrorsInARow = 1000;
 
 /// FFmpeg's own decoders of VP8 and VP9 pass over the alpha that WebM files carry beside the picture.
 AVCodec const* FindDecoder(AVStream const& stream) {
-    AVDictionaryEntry const* const alpha = av_dict_get(stream.metadata, "alpha_mode", nullptr, 0);
     AVCodecID const codec = stream.codecpar->codec_id;
     AVCodec const* decoder = nullptr;
-    if (alpha != nullptr && std::string_view(alpha->value) == "1") {
+    if (HasSideAlpha(stream)) {
         if (codec == AV_CODEC_ID_VP8)
             decoder = avcodec_find_decoder_by_name("libvpx");
         else if (codec == AV_CODEC_ID_VP9)

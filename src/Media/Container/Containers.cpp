@@ -54,9 +54,9 @@ constexpr int s_knownInProgramStreams[] = {AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_M
 constexpr ContainerTraits s_movFamily{
     .name = "", .covers = Covers::Streams, .isMovFamily = true, .knowsRawByTag = true};
 constexpr ContainerTraits s_programStream{
-    .name = "", .knownCodecs = s_knownInProgramStreams, .losesTitle = true, .losesChapters = true};
+    .name = "", .knownCodecs = s_knownInProgramStreams, .losesChapters = true};
 constexpr ContainerTraits s_broadcast{
-    .name = "", .countsFrames = true, .startsAudioAtZero = true, .losesTitle = true, .losesChapters = true};
+    .name = "", .countsFrames = true, .startsAudioAtZero = true, .losesChapters = true};
 
 /// A row like another but for what `change` does to it.
 template <class Change>
@@ -70,11 +70,18 @@ constexpr ContainerTraits Like(ContainerTraits row, std::string_view name) {
     return row;
 }
 
+constexpr ContainerTraits s_broadcastOf48kHz =
+    Like(s_broadcast, "", [](ContainerTraits& row) { row.audioRate = 48000; });
+
 /// What phones and players make of films in files of the family.
 constexpr ContainerTraits s_movFilms = Like(s_movFamily, "", [](ContainerTraits& row) {
     row.videoEncoders = {"libx264", "mpeg4"};
     row.audioEncoders = {"aac"};
     row.textEncoder = "mov_text";
+});
+
+constexpr ContainerTraits s_phoneFilms = Like(s_movFilms, "", [](ContainerTraits& row) {
+    row.unreadTags = "artist genre author album copyright comment date title";
 });
 
 constexpr ContainerTraits s_containers[] = {
@@ -91,8 +98,8 @@ constexpr ContainerTraits s_containers[] = {
                  "rgb565le rgb555be rgb555le";
          }),
     Like(s_movFilms, "ipod", [](ContainerTraits& row) { row.audioExtensions = ".m4a .m4b "; }),
-    Like(s_movFilms, "3gp"),
-    Like(s_movFilms, "3g2"),
+    Like(s_phoneFilms, "3gp"),
+    Like(s_phoneFilms, "3g2"),
     Like(s_movFamily, "psp", [](ContainerTraits& row) { row.textEncoder = "mov_text"; }),
     Like(s_movFamily, "ismv", [](ContainerTraits& row) { row.knownCodecs = s_knownInSmoothStreams; }),
     Like(s_movFamily, "f4v",
@@ -106,12 +113,14 @@ constexpr ContainerTraits s_containers[] = {
      .textEncoder = "subrip",
      .covers = Covers::Attachments,
      .saysRange = true,
-     .hasAttachments = true},
+     .hasAttachments = true,
+     .hasSideAlpha = true},
     {.name = "webm",
      .videoEncoders = {"libvpx-vp9", "libvpx"},
      .audioEncoders = {"libopus", "libvorbis"},
      .textEncoder = "webvtt",
-     .saysRange = true},
+     .saysRange = true,
+     .hasSideAlpha = true},
     {.name = "avi",
      .audioEncoders = {"libmp3lame"},
      .knownCodecs = s_knownInAvi,
@@ -146,21 +155,22 @@ constexpr ContainerTraits s_containers[] = {
     {.name = "ogv", .countsFrames = true, .chapterCodec = AV_CODEC_ID_OPUS},
     {.name = "asf", .audioExtensions = ".wma "},
     Like(s_broadcast, "dv"),
-    Like(s_broadcast, "gxf"),
-    Like(s_broadcast, "mxf"),
-    Like(s_broadcast, "mxf_opatom"),
+    Like(s_broadcastOf48kHz, "gxf"),
+    Like(s_broadcastOf48kHz, "mxf"),
+    Like(s_broadcastOf48kHz, "mxf_opatom"),
     {.name = "mp3", .covers = Covers::Only},
     {.name = "flac", .covers = Covers::Only, .losesChapters = true},
-    {.name = "aiff", .covers = Covers::Only, .isPlainAudio = true, .losesChapters = true},
+    {.name = "adts", .wantsId3 = true},
+    {.name = "aiff", .covers = Covers::Only, .isPlainAudio = true, .wantsId3 = true},
     {.name = "wav", .isPlainAudio = true, .losesChapters = true},
-    {.name = "w64", .isPlainAudio = true, .losesTitle = true, .losesChapters = true},
+    {.name = "w64", .isPlainAudio = true, .losesChapters = true},
     {.name = "au", .isPlainAudio = true, .losesChapters = true},
-    {.name = "gif", .takesOwnCodecOnly = true, .losesTitle = true, .losesChapters = true},
-    {.name = "apng", .takesOwnCodecOnly = true, .losesTitle = true, .losesChapters = true},
+    {.name = "gif", .takesOwnCodecOnly = true, .losesChapters = true},
+    {.name = "apng", .takesOwnCodecOnly = true, .losesChapters = true},
     {.name = "image2", .isStill = true},
     {.name = "webp", .isStill = true},
-    {.name = "yuv4mpegpipe", .losesTitle = true, .losesChapters = true, .keepsNoTimes = true},
-    {.name = "ivf", .losesTitle = true, .losesChapters = true},
+    {.name = "yuv4mpegpipe", .losesChapters = true, .keepsNoTimes = true},
+    {.name = "ivf", .losesChapters = true},
     {.name = "hls", .isManyFiles = true},
     {.name = "dash", .isManyFiles = true},
 };
@@ -180,6 +190,7 @@ constexpr InputTraits s_inputs[] = {
     {.name = "mp3", .statesExactly = true},
     {.name = "ivf", .statesExactly = true},
     {.name = "mpeg", .lacksTimes = true},
+    {.name = "ogg", .tagsStreams = true},
     {.name = "yuv4mpegpipe", .endsWithPacket = true},
 };
 
@@ -197,7 +208,9 @@ Container ChooseContainer(std::filesystem::path const& output) {
     };
     AVOutputFormat const* format = av_guess_format(nullptr, output.filename().c_str(), nullptr);
     if (format == nullptr)
-        fail(fmt::format("no container has the extension \"{}\"", output.extension().string()));
+        fail(output.has_extension()
+                 ? fmt::format("no container has the extension \"{}\"", output.extension().string())
+                 : std::string("add an extension, such as .mp4"));
     std::string_view const name = format->name;
     ContainerTraits const& traits = GetTraits(*format);
     if (traits.isStill)
@@ -209,7 +222,7 @@ Container ChooseContainer(std::filesystem::path const& output) {
         !traits.isStill && (format->video_codec == AV_CODEC_ID_NONE || traits.covers == Covers::Only ||
                             IsNamedForAudio(traits, output));
     if (format == nullptr || (isAudio && format->audio_codec == AV_CODEC_ID_NONE))
-        fail(fmt::format("the container \"{}\" holds neither video nor audio", name));
+        fail(fmt::format("{} files hold neither video nor audio", output.extension().string()));
     return {format, traits.isStill, isAudio};
 }
 
@@ -217,6 +230,11 @@ ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept {
     auto const* const row =
         std::ranges::find(s_containers, std::string_view(format.name), &ContainerTraits::name);
     return row != std::end(s_containers) ? *row : s_anyContainer;
+}
+
+std::string GetFileKind(AVFormatContext const& output) {
+    std::string kind = std::filesystem::path(output.url != nullptr ? output.url : "").extension().string();
+    return kind.empty() ? output.oformat->name : kind;
 }
 
 std::span<ContainerTraits const> ListTraits() noexcept {
@@ -231,6 +249,10 @@ bool IsKnownIn(AVOutputFormat const& format, int codec) noexcept {
     bool const isListed =
         std::ranges::any_of(traits.knownCodecs, [&](int known) { return kind(known) == kind(codec); });
     return !isListed || std::ranges::find(traits.knownCodecs, codec) != traits.knownCodecs.end();
+}
+
+bool HoldsSideAlpha(AVOutputFormat const& format, int codec) noexcept {
+    return (codec != AV_CODEC_ID_VP8 && codec != AV_CODEC_ID_VP9) || GetTraits(format).hasSideAlpha;
 }
 
 bool KeepsTimes(AVOutputFormat const& format) noexcept {

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <span>
+#include <string>
 #include <string_view>
 
+struct AVFormatContext;
 struct AVInputFormat;
 struct AVOutputFormat;
 
@@ -50,6 +52,8 @@ struct ContainerTraits {
     bool isMovFamily = false;
     /// It has a constant rate and counts in frames.
     bool countsFrames = false;
+    /// The only rate of its audio, in samples a second; 0: any.
+    int audioRate = 0;
     /// Its audio starts with the file, whatever the times of its packets.
     bool startsAudioAtZero = false;
     /// It says whether values of pictures use their full range.
@@ -58,8 +62,13 @@ struct ContainerTraits {
     bool wantsStartCodes = false;
     /// It has attached files.
     bool hasAttachments = false;
-    /// It has no place for the title of the whole, and none for chapters.
-    bool losesTitle = false;
+    /// Tags that it holds and its reader passes over, with blanks between.
+    std::string_view unreadTags{};
+    /// Its tags are an ID3 block, which its writer wants to be told to write.
+    bool wantsId3 = false;
+    /// It has a place for the alpha that stands beside VP8 and VP9.
+    bool hasSideAlpha = false;
+    /// It has no place for chapters.
     bool losesChapters = false;
     /// Chapters stand beside streams of this codec (AVCodecID) only; 0: of any.
     int chapterCodec = 0;
@@ -92,11 +101,18 @@ Container ChooseContainer(std::filesystem::path const& output);
 
 ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept;
 
+/// What users call the files of the output, ".mp4".
+std::string GetFileKind(AVFormatContext const& output);
+
 /// Every container that has a row.
 std::span<ContainerTraits const> ListTraits() noexcept;
 
 /// Whether players know the codec, an AVCodecID, in files of the container.
 bool IsKnownIn(AVOutputFormat const& format, int codec) noexcept;
+
+/// Whether it holds what alpha streams of the codec, an AVCodecID, have: VP8 and VP9 have it beside the
+/// packets, which other containers drop.
+bool HoldsSideAlpha(AVOutputFormat const& format, int codec) noexcept;
 
 /// Whether its files say when pictures are shown.
 bool KeepsTimes(AVOutputFormat const& format) noexcept;
@@ -120,6 +136,8 @@ struct InputTraits {
     bool statesExactly = false;
     /// Not all of its packets say when they are shown, which then follows from when they are decoded.
     bool lacksTimes = false;
+    /// The tags of the file stand in its streams.
+    bool tagsStreams = false;
     /// Nothing follows its last packet; what does is one that is not whole, of which its reader says nothing.
     bool endsWithPacket = false;
 };

@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -40,6 +41,15 @@ bool IsPadding(AVPacket const& packet, AVStream const& stream) noexcept {
     return stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO &&
            stream.time_base.den == stream.codecpar->sample_rate && packet.duration < wrap &&
            packet.duration > wrap - longestPacket;
+}
+
+/// Files of the family of QuickTime and MP4 begin so. What their reader refuses lacks their index, which many
+/// programs write last.
+bool IsMovFile(AVIOContext& file) {
+    std::array<unsigned char, 8> head{};
+    bool const isRead = avio_seek(&file, 0, SEEK_SET) == 0 &&
+                        avio_read(&file, head.data(), head.size()) == static_cast<int>(head.size());
+    return isRead && std::memcmp(head.data() + 4, "ftyp", 4) == 0;
 }
 
 std::int64_t PixelCount(AVStream const& stream) noexcept {
@@ -73,12 +83,17 @@ void Demuxer::Open() {
     auto const check = [this](int error) {
         if (m_stop.stop_requested())
             throw Stopped();
-        if (error < 0)
-            Core::Throw<InputException>(
-                error == AVERROR_INVALIDDATA
-                    ? Quote(m_path) + " is not a media file that FFmpeg can read"
-                    : fmt::format("Cannot open {}: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
-                Proc::TagFFmpegError(error));
+        if (error >= 0)
+            return;
+        std::string const name = Quote(m_path);
+        bool const lacksIndex = error == AVERROR_INVALIDDATA && m_file != nullptr && IsMovFile(*m_file);
+        Core::Throw<InputException>(
+            lacksIndex             ? name + " is incomplete: its index (moov) is missing"
+            : error == AVERROR_EOF ? name + " is incomplete: it ends within its header"
+            : error == AVERROR_INVALIDDATA
+                ? name + " is not a media file that FFmpeg can read"
+                : fmt::format("Cannot open {}: {}", name, Proc::GetFFmpegErrorText(error)),
+            Proc::TagFFmpegError(error));
     };
     AVIOInterruptCB const interrupt{&Demuxer::IsInterrupted, this};
     AVIOContext* file = nullptr;

@@ -22,6 +22,8 @@ int WriteHeader(AVFormatContext& context) {
     AVDictionary* options = nullptr;
     if (phones != nullptr && GetTraits(*context.oformat).isMovFamily)
         av_dict_set(&options, "movflags", "use_metadata_tags", 0);
+    if (GetTraits(*context.oformat).wantsId3)
+        av_dict_set(&options, "write_id3v2", "1", 0);
     int const error = avformat_write_header(&context, &options);
     av_dict_free(&options);
     return error;

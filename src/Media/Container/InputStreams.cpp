@@ -1,9 +1,14 @@
 #include "Media/Container/InputStreams.h"
 
 #include "Media/Base/FFmpegVersions.h"
+#include "Media/Container/Containers.h"
 #include "Media/Container/Demuxer.h"
 
+#include <algorithm>
 #include <numeric>
+#include <string>
+#include <string_view>
+#include <vector>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -19,6 +24,35 @@ namespace {
 void CheckCopied(int error) {
     if (error < 0)
         ThrowNoMemory("stream descriptions");
+}
+
+bool HasTag(AVStream const& stream, AVDictionaryEntry const& tag) {
+    AVDictionaryEntry const* const same = av_dict_get(stream.metadata, tag.key, nullptr, 0);
+    return same != nullptr && std::string_view(same->value) == tag.value;
+}
+
+/// What all streams say is said of the file, but for what describes the stream by its nature.
+void MoveTagsToFile(AVFormatContext& context) {
+    std::vector<AVStream*> streams(context.streams, context.streams + context.nb_streams);
+    std::erase_if(streams, [](AVStream const* stream) {
+        return (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    });
+    if (streams.empty())
+        return;
+    std::vector<std::string> keys;
+    AVDictionaryEntry const* tag = nullptr;
+    while ((tag = av_dict_get(streams.front()->metadata, "", tag, AV_DICT_IGNORE_SUFFIX)) != nullptr) {
+        std::string_view const key = tag->key;
+        bool const isOfAll =
+            std::ranges::all_of(streams, [&](AVStream const* stream) { return HasTag(*stream, *tag); });
+        if (key == "language" || key == "encoder" || !isOfAll)
+            continue;
+        CheckCopied(av_dict_set(&context.metadata, tag->key, tag->value, AV_DICT_DONT_OVERWRITE));
+        keys.emplace_back(key);
+    }
+    for (std::string const& key : keys)
+        for (AVStream* const stream : streams)
+            CheckCopied(av_dict_set(&stream->metadata, key.c_str(), nullptr, 0));
 }
 
 } // namespace
@@ -90,6 +124,8 @@ InputStreams DescribeStreams(Demuxer const& input) {
     for (unsigned i = 0; i < from.nb_streams; ++i)
         CopyStream(*from.streams[i],
                    *CheckAllocated(avformat_new_stream(result.context.get(), nullptr), "AVStream"));
+    if (GetTraits(*from.iformat).tagsStreams)
+        MoveTagsToFile(*result.context);
     CopyChapters(from, *result.context);
     std::vector<int> all(from.nb_streams);
     std::iota(all.begin(), all.end(), 0);

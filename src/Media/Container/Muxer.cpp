@@ -22,7 +22,6 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/mathematics.h>
-#include <libavutil/mem.h>
 }
 
 namespace Tarsel::Media {
@@ -44,9 +43,6 @@ Muxer::Muxer(OutputStreams streams, OutputFile& file, InputStreams const& input)
             m_tracks[i].isWaitedFor = codec == AV_CODEC_ID_VP8 || codec == AV_CODEC_ID_VP9;
         }
     m_streams.context->pb = file.GetIO();
-    // Some muxers look at the name's extension.
-    av_freep(&m_streams.context->url);
-    m_streams.context->url = CheckAllocated(av_strdup(file.GetPath().c_str()), "a file name");
     Check(WriteHeader(*m_streams.context));
 }
 
@@ -134,7 +130,8 @@ bool Muxer::HasWaitedEnough(std::int64_t time) {
 void Muxer::Close() {
     Check(av_write_trailer(m_streams.context.get()));
     m_file.Close();
-    m_lostTags = DescribeLostTags(*m_streams.context, m_streams.indexes, m_file.GetTemporaryPath());
+    m_lostTags = DescribeLostTags(*m_streams.context, m_input.context->metadata, m_streams.indexes,
+                                  m_file.GetTemporaryPath());
 }
 
 void Muxer::Check(int error, Core::Site const& site) const {
@@ -161,9 +158,8 @@ std::vector<std::string> Muxer::GetNotes() const {
     auto const picture = static_cast<std::size_t>(m_input.video);
     if (m_tracks[picture].isRounded && KeepsTimes(*m_streams.context->oformat)) {
         AVRational const tick = m_streams.context->streams[m_streams.indexes[picture]]->time_base;
-        notes.push_back(
-            fmt::format("Rounded the frame times to {1}/{2} s, the time base of the container {0}.",
-                        m_streams.context->oformat->name, tick.num, tick.den));
+        notes.push_back(fmt::format("Rounded the frame times to {}/{} s, the time base of {}.", tick.num,
+                                    tick.den, GetFileKind(*m_streams.context)));
     }
     return notes;
 }

@@ -2,6 +2,7 @@
 
 #include "Core/Throw.h"
 #include "Media/Base/FFmpegVersions.h"
+#include "Media/Base/MessageText.h"
 #include "Media/Base/Times.h"
 #include "Media/Container/Containers.h"
 #include "Media/Container/FileHeader.h"
@@ -177,12 +178,20 @@ void FitLanguage(AVStream& stream) {
                                 std::string(GetQuickTimeLanguage(language->value)).c_str(), 0));
 }
 
-OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
-                    Selection const& selection) {
+/// What is wanted.
+struct OutputRequest {
+    std::filesystem::path const& path;
+    AVOutputFormat const& format;
+    InputStreams const& input;
+    StreamEncoders const& encoders;
+};
+
+OutputStreams Build(OutputRequest const& request, Selection const& selection) {
+    auto const& [path, format, input, encoders] = request;
     AVFormatContext const& from = *input.context;
     OutputStreams result;
     AVFormatContext* context = nullptr;
-    avformat_alloc_output_context2(&context, &format, nullptr, nullptr);
+    avformat_alloc_output_context2(&context, &format, nullptr, path.c_str());
     result.context.reset(CheckAllocated(context, "AVFormatContext"));
     context->strict_std_compliance = ChooseCompliance(format, encoders);
     CheckCopied(av_dict_copy(&context->metadata, from.metadata, 0));
@@ -217,9 +226,8 @@ OutputStreams Build(AVOutputFormat const& format, InputStreams const& input, Str
 }
 
 /// Whether the muxer takes these streams together.
-int TryStreams(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders,
-               Selection const& selection) {
-    return TryHeader(*Build(format, input, encoders, selection).context);
+int TryStreams(OutputRequest const& request, Selection const& selection) {
+    return TryHeader(*Build(request, selection).context);
 }
 
 /// Streams that are no streams of their own: QuickTime's chapters and time code, which the muxer makes again.
@@ -247,11 +255,14 @@ bool MayBeTaken(AVStream const& stream, AVOutputFormat const& format) {
            avformat_query_codec(&format, parameters.codec_id, FF_COMPLIANCE_EXPERIMENTAL) != 0;
 }
 
-std::string LeftOutText(AVStream const& stream, AVOutputFormat const& format) {
-    char const* const kind = av_get_media_type_string(stream.codecpar->codec_type);
-    return fmt::format("Left out stream {} ({}, {}): the container {} cannot hold it.", stream.index,
-                       kind != nullptr ? kind : "unknown", avcodec_get_name(stream.codecpar->codec_id),
-                       format.name);
+std::string LeftOutText(AVStream const& stream, AVFormatContext const& to) {
+    AVCodecParameters const& parameters = *stream.codecpar;
+    char const* const kind = av_get_media_type_string(parameters.codec_type);
+    std::string const codec = parameters.codec_id != AV_CODEC_ID_NONE
+                                  ? fmt::format(", {}", avcodec_get_name(parameters.codec_id))
+                                  : "";
+    return fmt::format("Left out stream {} ({}{}): {} cannot hold it.", stream.index,
+                       kind != nullptr ? kind : "unknown", codec, GetFileKind(to));
 }
 
 /// The stream without which there is no file: the pictures, else the best audio.
@@ -268,7 +279,8 @@ std::size_t FindMain(InputStreams const& input, Selection const& wanted) {
 
 /// All streams where the muxer takes them together, else each that it takes with those before. Some want
 /// another stream beside the picture (MP3 its audio), so only the end tells whether the picture can be had.
-Selection Select(AVOutputFormat const& format, InputStreams const& input, StreamEncoders const& encoders) {
+Selection Select(OutputRequest const& request) {
+    auto const& [path, format, input, encoders] = request;
     AVFormatContext const& from = *input.context;
     Selection wanted(from.nb_streams);
     for (unsigned i = 0; i < from.nb_streams; ++i) {
@@ -277,26 +289,26 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
                     (!IsMadeAnew(from, stream, format) && MayBeTaken(stream, format));
     }
     std::size_t const main = FindMain(input, wanted);
-    int error = main < wanted.size() ? TryStreams(format, input, encoders, wanted) : AVERROR(EINVAL);
+    int error = main < wanted.size() ? TryStreams(request, wanted) : AVERROR(EINVAL);
     if (error >= 0)
         return wanted;
 
     Selection selection(from.nb_streams);
     if (main < wanted.size()) {
         selection[main] = true;
-        error = TryStreams(format, input, encoders, selection);
+        error = TryStreams(request, selection);
         for (std::size_t i = 0; i < wanted.size(); ++i) {
             if (!wanted[i] || selection[i])
                 continue;
             selection[i] = true;
-            if (TryStreams(format, input, encoders, selection) >= 0)
+            if (TryStreams(request, selection) >= 0)
                 error = 0;
             else
                 selection[i] = false;
         }
     }
     if (error < 0)
-        Core::Throw<OutputException>(fmt::format("The container {} cannot hold the {}: {}", format.name,
+        Core::Throw<OutputException>(fmt::format("{} cannot hold the {}: {}", Quote(path.filename()),
                                                  input.video >= 0 ? "video" : "audio",
                                                  Proc::GetFFmpegErrorText(error)),
                                      Proc::TagFFmpegError(error));
@@ -306,34 +318,29 @@ Selection Select(AVOutputFormat const& format, InputStreams const& input, Stream
 /// What the input says that the container has no place for.
 std::vector<std::string> DescribeLostWords(AVFormatContext const& from, AVFormatContext const& to) {
     std::vector<std::string> notes;
-    AVOutputFormat const& format = *to.oformat;
-    ContainerTraits const& traits = GetTraits(format);
+    ContainerTraits const& traits = GetTraits(*to.oformat);
     bool const keepsChapters =
         !traits.losesChapters &&
         (traits.chapterCodec == 0 ||
          std::any_of(to.streams, to.streams + to.nb_streams, [&](AVStream const* stream) {
              return static_cast<int>(stream->codecpar->codec_id) == traits.chapterCodec;
          }));
-    AVDictionaryEntry const* const title = av_dict_get(from.metadata, "title", nullptr, 0);
-    if (traits.losesTitle && title != nullptr)
-        notes.push_back(fmt::format("Left out the title \"{}\": the container {} has no place for it.",
-                                    title->value, format.name));
     if (!keepsChapters && from.nb_chapters > 0)
-        notes.push_back(
-            fmt::format("Left out the chapters: the container {} has no place for them.", format.name));
+        notes.push_back(fmt::format("Left out the chapters: {} has no place for them.", GetFileKind(to)));
     return notes;
 }
 
 } // namespace
 
-OutputStreams MakeOutputStreams(AVOutputFormat const& format, InputStreams const& input,
-                                StreamEncoders const& encoders) {
+OutputStreams MakeOutputStreams(std::filesystem::path const& path, AVOutputFormat const& format,
+                                InputStreams const& input, StreamEncoders const& encoders) {
+    OutputRequest const request{path, format, input, encoders};
     AVFormatContext const& from = *input.context;
-    Selection const selection = Select(format, input, encoders);
-    OutputStreams result = Build(format, input, encoders, selection);
+    Selection const selection = Select(request);
+    OutputStreams result = Build(request, selection);
     for (unsigned i = 0; i < from.nb_streams; ++i) {
         bool const isTold = !selection[i] && !IsMadeAnew(from, *from.streams[i], format);
-        result.streamNotes.push_back(isTold ? LeftOutText(*from.streams[i], format) : std::string());
+        result.streamNotes.push_back(isTold ? LeftOutText(*from.streams[i], *result.context) : std::string());
     }
     result.notes = DescribeLostWords(from, *result.context);
     return result;

@@ -104,6 +104,9 @@ std::string AudioPlanner::DescribeCopyObstacle() const {
     if (m_checked.WantsAudioEncoder())
         return "the options ask for an encoder";
     AVCodecID const codec = m_source.codecpar->codec_id;
+    int const rate = GetTraits(*m_checked.container.format).audioRate;
+    if (rate > 0 && m_source.codecpar->sample_rate != rate)
+        return fmt::format("{} holds audio of {} Hz only", Quote(m_options.output.filename()), rate);
     if (!CanHoldAudio(m_checked.container, *m_source.codecpar))
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
     return m_checked.AsksAudioQuality() && !CodecLosesNothing(codec)
@@ -130,7 +133,9 @@ void AudioPlanner::NoteEncoding(AVCodecID codec, bool isWanted, std::string cons
     std::string const change =
         codec == before ? std::string()
                         : fmt::format(" from {} to {}", avcodec_get_name(before), avcodec_get_name(codec));
-    plan.notes.push_back(fmt::format("Re-encoded the audio{}: {}.", change, obstacle));
+    bool const isLoss = CodecLosesNothing(before) && !CodecLosesNothing(codec);
+    plan.notes.push_back(fmt::format("Re-encoded the audio{}{}: {}.", change,
+                                     isLoss ? ", which loses some quality" : "", obstacle));
 }
 
 AudioEffects AudioPlanner::MakeEffects(Conf::SampleInfo const& format, std::string const& obstacle) const {

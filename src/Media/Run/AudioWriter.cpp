@@ -67,7 +67,7 @@ public:
 private:
     AudioWriting(AudioFileOptions const& options, AudioRequest const& request)
         : m_encoder(request), m_file(options.output, options.overwrite),
-          m_muxer(MakeOutputStreams(*request.container, m_input,
+          m_muxer(MakeOutputStreams(options.output, *request.container, m_input,
                                     {{&m_encoder.GetContext(), m_encoder.GetTimeBase()}}),
                   m_file, m_input) {}
 

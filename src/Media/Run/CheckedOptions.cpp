@@ -23,8 +23,9 @@ void CheckTime(CheckedOptions const& checked) {
         return;
     auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };
     if (!checked.container.isStill)
-        fail(fmt::format("Choose an image as the output, or leave out the time ({} s): {} is {}", *options.at,
-                         Quote(options.output), checked.container.isAudio ? "an audio file" : "a video"));
+        Core::Throw<OptionsException>(fmt::format("{} is {}, not an image", Quote(options.output),
+                                                  checked.container.isAudio ? "an audio file" : "a video"),
+                                      TagSurplusOption("at"));
     if (!(*options.at >= 0 && *options.at < 1e9))
         fail(fmt::format("Give a time from 0 to the end of the video, not {} s", *options.at));
 }
@@ -59,10 +60,10 @@ AVCodec const* PlanAudioEncoder(CheckedOptions const& checked) {
     AVCodec const* const usual =
         FindUsualAudioEncoder(checked.container, options.output, Conf::SampleFormats::S16, 16);
     if (usual == nullptr)
-        Core::Throw<OptionsException>(fmt::format(
-            "Cannot write {}: {} holds no audio", Quote(options.output),
-            checked.container.isStill ? std::string("an image")
-                                      : fmt::format("the container \"{}\"", checked.container.format->name)));
+        Core::Throw<OptionsException>(fmt::format("Cannot write {}: {} no audio", Quote(options.output),
+                                                  checked.container.isStill
+                                                      ? "an image holds"
+                                                      : options.output.extension().string() + " files hold"));
     CheckEncoderOptions(*usual, options.audioEncoderOptions, checked.GetQuality());
     return nullptr;
 }
@@ -115,8 +116,9 @@ CheckedOptions CheckOptions(RunOptions const& options) {
 }
 
 void ThrowHoldsNoVideo(CheckedOptions const& checked) {
-    Core::Throw<OptionsException>(fmt::format("Cannot write {}: the container \"{}\" holds no video",
-                                              Quote(checked.options.output), checked.container.format->name));
+    Core::Throw<OptionsException>(fmt::format("Cannot write {}: {} files hold no video",
+                                              Quote(checked.options.output),
+                                              checked.options.output.extension().string()));
 }
 
 } // namespace Tarsel::Media

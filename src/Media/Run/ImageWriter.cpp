@@ -51,7 +51,7 @@ std::vector<std::string> WriteImage(SP<Proc::IDataVideo> const& picture, ImageFi
     VideoEncoder encoder(request, frame);
     OutputFile file(options.output, options.overwrite);
     StreamEncoders const encoders{{&encoder.GetContext(), encoder.GetTimeBase(), &encoder.GetFirstFrame()}};
-    Muxer muxer(MakeOutputStreams(*request.container, input, encoders), file, input);
+    Muxer muxer(MakeOutputStreams(options.output, *request.container, input, encoders), file, input);
     auto const write = [&] {
         while (AVPacket* const packet = encoder.Receive()) {
             packet->stream_index = input.video;

@@ -35,13 +35,12 @@ void CheckKinds(CheckedOptions const& checked, Demuxer const& demuxer) {
 /// A still picture out of a film wants to be told which.
 void SelectStill(CheckedOptions const& checked, VideoSource& source) {
     RunOptions const& options = checked.options;
-    auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };
     if (!checked.container.isStill)
         return;
     Demuxer const& input = source.GetDemuxer();
     if (input.IsStill()) {
         if (options.at)
-            fail(fmt::format("Leave out the time ({} s): {} is an image", *options.at, Quote(options.input)));
+            Core::Throw<OptionsException>(Quote(options.input) + " is an image", TagSurplusOption("at"));
         return;
     }
     if (options.at)

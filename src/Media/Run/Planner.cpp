@@ -5,6 +5,7 @@
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Times.h"
 #include "Media/Codec/EncoderSettings.h"
+#include "Media/Codec/VideoCodec.h"
 #include "Media/Container/FileHeader.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Run/AudioPlanner.h"
@@ -198,8 +199,14 @@ Planner::Chain Planner::MakeChain() {
     VideoStreamInfo& info = m_input.video;
     info.copyObstacle = wantsEncoder ? "the options ask for an encoder" : DescribeCopyObstacle();
     Chain chain = m_options.makeVideoEffects ? m_options.makeVideoEffects(info) : nullptr;
-    if (chain == nullptr && info.copyObstacle.empty())
+    if (chain == nullptr && info.copyObstacle.empty()) {
+        AVStream const& video = m_input.GetDemuxer().GetVideo();
+        if (HasSideAlpha(video) && !HoldsSideAlpha(m_format, video.codecpar->codec_id))
+            NoteVideo(fmt::format("Copied the video without its alpha: {} cannot hold alpha beside {}.",
+                                  Quote(m_options.output.filename()),
+                                  avcodec_get_name(video.codecpar->codec_id)));
         return chain;
+    }
     if (chain == nullptr && !wantsEncoder && m_input.GetDemuxer().IsCover() && m_streams.audio >= 0 &&
         !m_container.isStill) {
         m_streams.video = -1; // the audio goes without its cover
@@ -312,7 +319,7 @@ void Planner::PlanOutput() {
         else if (work.text != nullptr)
             encoders[i] = {&work.text->GetContext(), FromAV(m_streams.context->streams[i]->time_base)};
     }
-    m_run.output = MakeOutputStreams(m_format, m_streams, encoders);
+    m_run.output = MakeOutputStreams(m_options.output, m_format, m_streams, encoders);
     for (std::size_t i = 0; i < encoders.size(); ++i) {
         StreamPlan& plan = m_run.plan.streams[i];
         bool const isTaken = m_run.output.indexes[i] >= 0;
@@ -327,6 +334,10 @@ void Planner::PlanOutput() {
             plan.encoder.clear();
             plan.format.clear();
         }
+        if (m_hasEffects && plan.fate == Fate::Copy && IsVideo(*m_streams.context->streams[i]))
+            plan.notes.push_back(
+                fmt::format("Copied stream {} (video) as it is: video effects apply to stream {} alone.", i,
+                            m_streams.video));
         if (std::string& note = m_run.output.streamNotes[i]; !note.empty())
             plan.notes.push_back(std::move(note));
     }

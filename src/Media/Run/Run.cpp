@@ -7,6 +7,7 @@
 #include "Media/Codec/EncoderSettings.h"
 #include "Media/Container/OutputFile.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Run/ImageFacts.h"
 #include "Media/Run/NonVideoReader.h"
 #include "Media/Run/NonVideoStreams.h"
 #include "Media/Run/Pipeline.h"
@@ -59,6 +60,8 @@ private:
     OpenedInput m_input;
     PlannedRun m_planned;
     RunResult m_result;
+    /// Of the input, where the output is an image.
+    ImageFacts m_facts;
 };
 
 RunResult Job::Run() {
@@ -123,6 +126,7 @@ void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
     AddNotes(source.GetNotes());
     AddNotes(encoder.GetNotes());
     AddNotes(muxer.GetNotes());
+    AddNotes(DescribeLostFacts(m_facts, file.GetTemporaryPath()));
     if (std::int64_t const moved = m_planned.video->GetMovedCount(); moved > 0)
         AddNotes({fmt::format("Moved {}, which did not increase, by the smallest step.",
                               CountText(moved, "frame timestamp"))});
@@ -154,8 +158,11 @@ void Job::PassVideo(Pipeline& pipeline, Writer& writer) {
             worked.close();
         });
     pipeline.Run([&] {
-        while (auto frame = m_input.source->Next())
+        while (auto frame = m_input.source->Next()) {
+            if (m_isStill)
+                m_facts = ListImageFacts(*frame->data->GetAVFrame());
             decoded.give(std::move(*frame));
+        }
         decoded.close();
     });
 }

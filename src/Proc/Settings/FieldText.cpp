@@ -69,7 +69,11 @@ std::string ListText(std::span<FieldColumn const> columns, std::vector<double> c
 /// "0 to 3 (quarter turns)"; limits that are those of double are left out.
 std::string NumberRangeText(double minimum, double maximum, std::string_view unit, bool whole, bool single) {
     constexpr double huge = std::numeric_limits<double>::max();
-    auto const number = [&](double value) { return whole ? IntegerText(value) : RealText(value, single); };
+    auto const number = [&](double value) {
+        std::string const shortest = whole ? IntegerText(value) : RealText(value, single);
+        bool const isSmall = shortest.find("e-0") != std::string::npos;
+        return isSmall ? fmt::format("{:.{}f}", value, shortest.back() - '0') : shortest;
+    };
     std::string text;
     if (maximum >= huge)
         text = minimum <= -huge ? "any number" : number(minimum) + " or more";

@@ -79,14 +79,15 @@ constexpr std::array s_resizerFields{
         .initial = 0,
         .maximum = s_maxSide,
         .unit = "pixels",
-        .help = "width of the result; 0 follows from height and the aspect ratio",
+        .help = "width of the result, rounded to whole chroma samples; 0 follows from height and the aspect "
+                "ratio",
     }),
     MakeField<&Resizer::height>({
         .key = "height",
         .initial = 0,
         .maximum = s_maxSide,
         .unit = "pixels",
-        .help = "height of the result; 0 follows from width and the aspect ratio",
+        .help = "height of the result, rounded likewise; 0 follows from width and the aspect ratio",
     }),
     MakeField<&Resizer::fit>({
         .key = "fit",

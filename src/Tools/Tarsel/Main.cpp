@@ -19,6 +19,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Tarsel::Tools {
 namespace {
@@ -28,6 +29,8 @@ ExitCode Report(Console& console, std::exception const& failure, bool verbose) {
     std::string text = code == ExitCode::Interrupted ? "tarsel: " : "tarsel: error: ";
     if (std::string const* option = boost::get_error_info<Media::TagMissingOption>(failure))
         text += fmt::format("Add --{}: ", *option);
+    if (std::string const* option = boost::get_error_info<Media::TagSurplusOption>(failure))
+        text += fmt::format("Remove --{}: ", *option);
     if (verbose)
         text += Host::DescribeErrorFully(failure);
     else if (code == ExitCode::Interrupted)
@@ -58,6 +61,17 @@ ExitCode Explain(Console& console, CLI::App const& app, CLI::ParseError const& e
     return ExitCode::BadArguments;
 }
 
+/// What follows the program's name, last first, as the parser wants it. "help VERB" is "VERB --help".
+std::vector<std::string> ReadArguments(int argc, char const* const* argv) {
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    if (!arguments.empty() && arguments.front() == "help") {
+        arguments.erase(arguments.begin());
+        arguments.emplace_back("--help");
+    }
+    std::ranges::reverse(arguments);
+    return arguments;
+}
+
 ExitCode Run(int argc, char const* const* argv, Console& console) {
     CLI::App app("Applies effects to video, images and audio.", "tarsel");
     app.require_subcommand(0, 1);
@@ -65,7 +79,7 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
     app.get_formatter()->column_width(30);
     app.get_formatter()->label("SUBCOMMAND", "VERB");
     app.set_version_flag("--version", DescribeVersion, "Show the versions of tarsel and FFmpeg");
-    app.footer(DescribeExitCodes() + "\n\"tarsel VERB --help\" describes a verb.");
+    app.footer(DescribeExitCodes() + "\n\"tarsel help VERB\" describes a verb.");
 
     CommonOptions options;
     std::array const verbs{AddRunVerb(app, options),     AddStabilizeVerb(app, options),
@@ -74,7 +88,8 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
                            AddListVerb(app, options),    AddExplainVerb(app, options),
                            AddCheckVerb(app, options),   AddCompleteVerb(app, options)};
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> arguments = ReadArguments(argc, argv);
+        app.parse(arguments);
     } catch (CLI::ParseError const& error) {
         return Explain(console, app, error);
     }

@@ -30,9 +30,12 @@ struct CatalogEntry {
 /// are none. Texts and fields live as long as the plug-in.
 std::vector<CatalogEntry> MakeCatalog(Effects const& effects, std::string const& word);
 
-/// What the traits say, for people: "may change full range", "holds back up to 1 frames"; each goes on a
+/// What the traits say, for people: "may change alpha", "holds back up to 1 frames"; each goes on a
 /// sentence that begins with "It". Of effects that do not tell only what their kind says.
 std::vector<std::string> DescribeFacts(CatalogEntry const& entry);
+
+/// For people: a line for each effect, its name and what it does; long ones go on in the next line.
+std::string FormatOverview(std::vector<CatalogEntry> const& entries, std::size_t columns);
 
 /// For people: a block for each effect, lines of at most `columns` characters where words allow.
 std::string FormatCatalog(std::vector<CatalogEntry> const& entries, std::size_t columns);

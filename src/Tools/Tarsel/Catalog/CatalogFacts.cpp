@@ -16,7 +16,7 @@ struct KeptProperty {
 constexpr KeptProperty s_keptProperties[]{
     {&Proc::EffectTraits::alpha, "alpha", true},
     {&Proc::EffectTraits::depth, "bit depth above 8", true},
-    {&Proc::EffectTraits::range, "full range", true},
+    {&Proc::EffectTraits::range, "the color range (full or limited)", true},
     {&Proc::EffectTraits::size, "size", false},
 };
 

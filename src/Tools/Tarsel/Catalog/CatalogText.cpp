@@ -50,6 +50,16 @@ void AppendField(std::string& out, Proc::Field const& field, std::size_t keyColu
 
 } // namespace
 
+std::string FormatOverview(std::vector<CatalogEntry> const& entries, std::size_t columns) {
+    std::size_t const column = GetKeyColumn(entries, &CatalogEntry::classId, 0);
+    std::string out;
+    for (CatalogEntry const& entry : entries)
+        AppendWrapped(out, entry.classId, column, entry.traits ? entry.traits->summary : std::string_view(),
+                      columns);
+    return out + "\n\"tarsel list EFFECT\" shows the parameters of an effect, \"tarsel list --all\" those of "
+                 "all.\n";
+}
+
 std::string FormatCatalog(std::vector<CatalogEntry> const& entries, std::size_t columns) {
     std::string out;
     for (CatalogEntry const& entry : entries) {

@@ -7,10 +7,12 @@
 #include "Host/StepPlan.h"
 #include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/Chain/NotedChain.h"
+#include "Tools/Tarsel/Chain/Palettes.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tarsel::Tools {
 namespace {
@@ -50,12 +52,21 @@ std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInf
     if (!stream.orientation.GetOrientation())
         m_notes.emplace_back("Dropped the input's orientation tag, which is neither a mirroring nor a "
                              "quarter turn: the effects used the frames as stored.");
-    for (auto const& [effect, label, another] : effects)
-        if (another)
-            steps.Append(effect, label, another);
+    auto const append = [&](VideoStep const& step) {
+        if (step.another)
+            steps.Append(step.effect, step.label, step.another);
         else
-            steps.Append(effect, label);
+            steps.Append(step.effect, step.label);
+    };
+    std::ranges::for_each(effects, append);
+    if (m_palettes)
+        append(*m_palettes);
     return chain;
+}
+
+void ChainMaker::FitTo(Media::RunOptions const& options) {
+    if (HoldsOnlyPalettes(options))
+        m_palettes = MakePaletteStep(m_effects, {}, HoldsClearPixels(options));
 }
 
 SP<Proc::IOneInputEffectVideo> ChainMaker::MakeTurn(Media::VideoStreamInfo const& stream) const {
@@ -80,7 +91,8 @@ bool ChainMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
 std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::MakeForReEncoding(Media::VideoStreamInfo const& stream,
                                                                         std::vector<VideoStep> const& steps) {
     if (HasToTurn(stream))
-        m_notes.push_back(fmt::format("Turned the frames upright: {}.", stream.copyObstacle));
+        m_notes.emplace_back(
+            "Turned the frames upright, as the orientation tag says: re-encoded video has no such tag.");
     return Make(stream, steps);
 }
 
@@ -109,6 +121,8 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
 std::vector<std::string> ChainMaker::GetNotes() const {
     std::vector<std::string> notes = m_notes;
     notes.insert(notes.end(), m_audioNotes.begin(), m_audioNotes.end());
+    for (std::string& note : m_palettes ? DescribePalettes(*m_palettes) : std::vector<std::string>())
+        notes.push_back(std::move(note));
     return notes;
 }
 

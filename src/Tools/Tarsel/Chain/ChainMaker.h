@@ -6,6 +6,7 @@
 #include "Tools/Tarsel/Chain/Steps.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,9 @@ public:
     /// A chain of effects of its own for an audio stream; none where all of them leave it as it is. Notes
     /// which of them do.
     Media::AudioEffects MakeAudio(Media::AudioStreamInfo const& stream, std::vector<StepText> const& steps);
+    /// Lanes that are made from now on end in palettes where the output holds nothing else (.gif). Throws as
+    /// Media::FindVideoFormats.
+    void FitTo(Media::RunOptions const& options);
     Effects const& GetEffects() const noexcept { return m_effects; }
     /// What the user should know of the work of the chains, once they have ended.
     std::vector<std::string> GetNotes() const;
@@ -42,6 +46,7 @@ private:
     SP<Proc::IOneInputEffectVideo> MakeTurn(Media::VideoStreamInfo const& stream) const;
 
     Effects m_effects;
+    std::optional<VideoStep> m_palettes;
     std::vector<std::string> m_notes;
     /// Apart, since chains for audio work on another thread.
     std::vector<std::string> m_audioNotes;

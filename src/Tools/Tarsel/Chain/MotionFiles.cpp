@@ -1,6 +1,7 @@
 #include "Tools/Tarsel/Chain/MotionFiles.h"
 
 #include "Core/Throw.h"
+#include "Media/MediaExceptions.h"
 #include "Proc/Settings/Stabilize.h"
 #include "Tools/Tarsel/Console/UsageException.h"
 
@@ -17,14 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The file that the step writes; "" for one that writes none.
-fs::path GetMotionFile(VideoStep const& step) {
-    auto const* const settings =
-        dynamic_cast<Proc::SettingsEffectStabilizer const*>(&step.effect->GetSettingsBase());
-    bool const measures = settings != nullptr && settings->enabled && settings->detectionPass;
-    return measures ? settings->statisticsPath : std::string();
-}
-
 /// Whether the file is of vid.stab's two forms, or empty.
 bool HoldsMotion(fs::path const& path) {
     constexpr std::string_view heads[] = {"VID.STAB", "TRF"};
@@ -36,11 +29,36 @@ bool HoldsMotion(fs::path const& path) {
            std::ranges::any_of(heads, [&](std::string_view known) { return read.starts_with(known); });
 }
 
+/// The file that the step writes, or reads in the second pass; "" for one that does not.
+fs::path GetMotionFile(VideoStep const& step, bool isWritten) {
+    auto const* const settings =
+        dynamic_cast<Proc::SettingsEffectStabilizer const*>(&step.effect->GetSettingsBase());
+    bool const isUsed = settings != nullptr && settings->enabled && settings->detectionPass == isWritten;
+    return isUsed ? settings->statisticsPath : std::string();
+}
+
+/// What the second pass reads has to be there.
+void CheckReadFile(VideoStep const& step) {
+    fs::path const path = GetMotionFile(step, false);
+    if (path.empty())
+        return;
+    std::error_code error;
+    if (!fs::exists(path, error))
+        Core::Throw<Media::InputException>(
+            fmt::format("{}: run with detect=1 first, or use \"tarsel stabilize\": there is no file \"{}\" "
+                        "with camera motion",
+                        step.label, path.string()));
+    if (fs::is_regular_file(path, error) && !HoldsMotion(path))
+        Core::Throw<Media::InputException>(fmt::format(
+            "{}: choose another path: \"{}\" is not a camera motion file", step.label, path.string()));
+}
+
 } // namespace
 
 void CheckMotionFiles(std::vector<VideoStep> const& steps, std::vector<fs::path> const& files) {
     for (VideoStep const& step : steps) {
-        fs::path const path = GetMotionFile(step);
+        CheckReadFile(step);
+        fs::path const path = GetMotionFile(step, true);
         std::error_code error;
         if (path.empty() || !fs::is_regular_file(path, error))
             continue;
@@ -56,7 +74,7 @@ void CheckMotionFiles(std::vector<VideoStep> const& steps, std::vector<fs::path>
 std::vector<std::string> DescribeMotionFiles(std::vector<VideoStep> const& steps) {
     std::vector<std::string> notes;
     for (VideoStep const& step : steps)
-        if (fs::path const path = GetMotionFile(step); !path.empty())
+        if (fs::path const path = GetMotionFile(step, true); !path.empty())
             notes.push_back(fmt::format("{} only detected the camera motion, in \"{}\": run again with "
                                         "detect=0 to remove it, or use \"tarsel stabilize\" for both passes.",
                                         step.label, path.string()));

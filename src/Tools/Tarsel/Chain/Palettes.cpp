@@ -3,9 +3,14 @@
 #include "Conf/PixFmtDescription.h"
 #include "Host/EffectStep.h"
 #include "Proc/Settings/Format.h"
+#include "Tools/Tarsel/Chain/ClearPalettes.h"
+
+#include <boost/algorithm/string/case_conv.hpp>
 
 #include <algorithm>
-#include <vector>
+#include <atomic>
+#include <memory>
+#include <utility>
 
 namespace Tarsel::Tools {
 namespace {
@@ -31,11 +36,34 @@ bool HoldsOnlyPalettes(Media::RunOptions const& options) {
     return !formats.empty() && HoldsPalettes(options) && std::ranges::none_of(formats, IsTrueColor);
 }
 
-VideoStep MakePaletteStep(Effects const& effects, std::string const& settings) {
-    auto const step =
-        Host::ParseEffectStep(Proc::SettingsPixelFormatConverter::CLASS_ID + " formats=pal8 " + settings);
-    auto const make = [step, factory = effects.factory] { return Host::MakeVideoEffect(*factory, step); };
+bool HoldsClearPixels(Media::RunOptions const& options) {
+    std::string const extension = boost::algorithm::to_lower_copy(options.output.extension().string());
+    return extension == ".gif" || extension == ".png" || extension == ".apng";
+}
+
+VideoStep MakePaletteStep(Effects const& effects, std::string const& settings, bool keepsClear) {
+    auto const losses = std::make_shared<std::atomic<bool>>(false); // of all that work side by side
+    auto const make = [=, factory = effects.factory] {
+        auto const parse = [&](std::string const& text) {
+            return Host::MakeVideoEffect(
+                *factory, Host::ParseEffectStep(Proc::SettingsPixelFormatConverter::CLASS_ID + ' ' + text));
+        };
+        SP<Proc::IOneInputEffectVideo> effect = parse("formats=pal8 " + settings);
+        auto const* const own =
+            dynamic_cast<Proc::SettingsPixelFormatConverter const*>(&effect->GetSettingsBase());
+        if (!keepsClear || own == nullptr)
+            return effect;
+        Proc::SettingsPixelFormatConverter fewer(*own);
+        fewer.colors = std::min(fewer.colors, s_mostBesideClear);
+        auto reduced = parse("formats=pal8");
+        reduced->SetSettings(fewer);
+        return MakeClearPalettes(std::move(effect), std::move(reduced), parse("formats=rgba"), losses);
+    };
     return {make(), "making palettes", make};
+}
+
+std::vector<std::string> DescribePalettes(VideoStep const& step) {
+    return DescribeClearPalettes(*step.effect);
 }
 
 } // namespace Tarsel::Tools

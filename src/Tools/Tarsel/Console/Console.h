@@ -23,7 +23,7 @@ public:
 
     /// Writes `text` and ends its last line, above the status line.
     void Print(std::string_view text);
-    /// Writes each note as a line of its own.
+    /// Writes each note as a line of its own, with a capital and a full stop.
     void PrintNotes(std::vector<std::string> const& notes);
     /// Replaces the status line; "" takes it away. Does nothing when this is no terminal.
     void SetStatus(std::string const& line);

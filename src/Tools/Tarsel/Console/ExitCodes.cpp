@@ -17,7 +17,7 @@ struct Row {
 
 constexpr Row s_codes[] = {
     {ExitCode::Done, "done"},
-    {ExitCode::BadArguments, "invalid arguments; nothing was read or written"},
+    {ExitCode::BadArguments, "invalid arguments; nothing was written"},
     {ExitCode::InputUnreadable, "the input cannot be read"},
     {ExitCode::EffectFailed, "an effect failed, or memory ran out"},
     {ExitCode::OutputFailed, "the output cannot be written"},

@@ -1,10 +1,14 @@
 #include "Tools/Tarsel/Verbs/ArgumentHints.h"
 
 #include "Core/NearNames.h"
+#include "Proc/Settings/Field.h"
+#include "Tools/Tarsel/Catalog/Catalog.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <exception>
 #include <filesystem>
 #include <system_error>
 #include <vector>
@@ -77,6 +81,27 @@ std::string ExplainMismatch(CLI::App const& verb, std::string const& words) {
     return {};
 }
 
+/// Of the usual plug-in: an effect, or a key of one.
+bool NamesEffect(std::string const& word) {
+    try {
+        Effects const effects = LoadEffects({});
+        return std::ranges::any_of(MakeCatalog(effects, {}), [&](CatalogEntry const& entry) {
+            return entry.classId == word || Proc::FindField(entry.fields, word) != nullptr;
+        });
+    } catch (std::exception const&) {
+        return false;
+    }
+}
+
+/// "INPUT", "OUTPUT".
+std::vector<std::string> GetFiles(CLI::App const& verb) {
+    std::vector<std::string> names;
+    for (CLI::Option const* const option : verb.get_options())
+        if (option->get_positional())
+            names.push_back(option->get_name());
+    return names;
+}
+
 /// What its user may have meant by the first argument that fits nowhere.
 std::string ExplainLeftover(CLI::App const& app, CLI::App const& verb, std::string const& argument) {
     if (argument.starts_with('-')) {
@@ -96,7 +121,10 @@ std::string ExplainLeftover(CLI::App const& app, CLI::App const& verb, std::stri
     if (argument.find('=') != std::string::npos)
         return fmt::format("Write -e \"NAME {0}\": an effect and its settings form one quoted argument",
                            argument);
-    return fmt::format("Write -e \"{}\": each effect needs -e before it", argument);
+    if (NamesEffect(argument))
+        return fmt::format("Write -e \"{}\": each effect needs -e before it", argument);
+    return fmt::format("Remove \"{}\", or quote names with spaces: {} takes {}", argument, verb.get_name(),
+                       fmt::join(GetFiles(verb), " and "));
 }
 
 } // namespace

@@ -15,6 +15,7 @@ namespace {
 struct ListArguments {
     std::string effect;
     bool json = false;
+    bool all = false;
 };
 
 void List(ListArguments const& arguments, Context const& context) {
@@ -22,8 +23,11 @@ void List(ListArguments const& arguments, Context const& context) {
     auto const entries = MakeCatalog(effects, arguments.effect);
     // Narrower than this every word would have a line of its own.
     int const columns = std::max(GetTerminalColumns(STDOUT_FILENO, 80), 40);
+    auto const width = static_cast<std::size_t>(columns);
+    bool const isOverview = arguments.effect.empty() && !arguments.all;
     WriteOutput(arguments.json ? CatalogToJson(effects, entries)
-                               : FormatCatalog(entries, static_cast<std::size_t>(columns)));
+                : isOverview   ? FormatOverview(entries, width)
+                               : FormatCatalog(entries, width));
 }
 
 } // namespace
@@ -33,6 +37,7 @@ Verb AddListVerb(CLI::App& app, CommonOptions& common) {
         app.add_subcommand("list", "Show the effects and their parameters")->group("Verbs");
     auto const arguments = std::make_shared<ListArguments>();
     command->add_option("EFFECT", arguments->effect, "An effect, or a word to search for")->option_text(" ");
+    command->add_flag("--all", arguments->all, "Show the parameters of all effects");
     command->add_flag("--json", arguments->json, "Print JSON for programs");
     common.AddTo(*command);
     command->footer("Examples:\n"

@@ -12,8 +12,8 @@
 
 namespace Tarsel::Tools {
 
-void MediaArguments::AddTo(CLI::App& command) {
-    command.add_option("INPUT", input, "Video, image or audio file to read")->required()->option_text(" ");
+void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
+    command.add_option("INPUT", input, inputs + " to read")->required()->option_text(" ");
     command.add_option("OUTPUT", output, "File to write; its extension sets the container")
         ->required()
         ->option_text(" ");

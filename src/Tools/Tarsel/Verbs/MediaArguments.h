@@ -23,8 +23,9 @@ struct MediaArguments {
     std::optional<int> threads;
     bool quiet = false;
 
-    /// Adds INPUT, OUTPUT and the options to a verb's; this object has to outlive the parsing.
-    void AddTo(CLI::App& command);
+    /// Adds INPUT, which is called so in its help, OUTPUT and the options to a verb's; this object has to
+    /// outlive the parsing.
+    void AddTo(CLI::App& command, std::string const& inputs);
     /// Files and encoders. UsageException for an encoder option that is not KEY=VALUE.
     Media::RunOptions MakeRunOptions() const;
 };

@@ -48,6 +48,20 @@ double ParseVolume(std::string const& text) {
     return volume;
 }
 
+/// Of factors that look like decibels.
+std::vector<std::string> DescribeVolumes(MixArguments const& arguments) {
+    constexpr double most = 4;
+    std::vector<std::string> notes;
+    for (std::string const& text : arguments.volumes)
+        if (auto const factor = Core::TextToDouble(text); factor && (*factor < 0 || *factor > most))
+            notes.push_back(fmt::format(
+                "Write --volume {0}dB if you mean decibels: --volume {0} is a factor, which makes "
+                "the audio {1:.1f} dB {2}{3}.",
+                text, std::abs(ToDecibels(std::abs(*factor))), std::abs(*factor) < 1 ? "quieter" : "louder",
+                *factor < 0 ? " and inverts it" : ""));
+    return notes;
+}
+
 /// One for each input. UsageException.
 std::vector<double> ParseVolumes(MixArguments const& arguments) {
     std::size_t const inputs = arguments.inputs.size();
@@ -156,7 +170,9 @@ void Mix(MixArguments const& arguments, Context const& context) {
         work.CheckStop(arguments.audio.output);
         work.ShowProgress(clock.GetTime(), inputs.GetDuration());
     }
-    std::vector<std::string> notes = inputs.GetNotes();
+    std::vector<std::string> notes = DescribeVolumes(arguments);
+    for (std::string& note : inputs.GetNotes())
+        notes.push_back(std::move(note));
     writer.Publish();
     for (std::string& note : writer.GetNotes())
         notes.push_back(std::move(note));

@@ -1,5 +1,6 @@
 #include "Core/Throw.h"
 #include "Media/Run.h"
+#include "Proc/Interfaces/ProcExceptions.h"
 #include "Tools/Tarsel/Chain/ChainMaker.h"
 #include "Tools/Tarsel/Chain/Palettes.h"
 #include "Tools/Tarsel/Chain/Steps.h"
@@ -15,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarsel::Tools {
@@ -39,8 +41,15 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
     MediaWork const work(arguments.media, context);
     Media::RunOptions options = arguments.media.MakeRunOptions();
     options.at = arguments.at;
+    bool const keepsClear = arguments.background.empty() && HoldsClearPixels(options);
     ChainMaker maker(LoadEffects(context.options.plugin));
-    std::vector<VideoStep> const steps{MakePaletteStep(maker.GetEffects(), arguments.MakeSettings())};
+    std::vector<VideoStep> steps;
+    try {
+        steps.push_back(MakePaletteStep(maker.GetEffects(), arguments.MakeSettings(), keepsClear));
+    } catch (Proc::SettingsException const&) { // all but the color has been checked
+        Core::Throw<UsageException>(fmt::format(
+            "--background: give a color such as #ffffff or white, not \"{}\"", arguments.background));
+    }
     if (!HoldsPalettes(options))
         Core::Throw<UsageException>(fmt::format(
             "Choose another OUTPUT, such as .png, .gif, .bmp or .tiff: \"{}\" cannot hold palettes",
@@ -50,7 +59,10 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
     };
     options.onProgress = work.ShowProgress();
     Media::RunResult const result = Media::Run(options, context.stop);
-    work.Tell(result, maker.GetNotes());
+    std::vector<std::string> notes = maker.GetNotes();
+    for (std::string& note : DescribePalettes(steps.front()))
+        notes.push_back(std::move(note));
+    work.Tell(result, notes);
 }
 
 } // namespace
@@ -59,7 +71,7 @@ Verb AddPaletteVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
         app.add_subcommand("palette", "Reduce images or video to a few colors")->group("Verbs");
     auto const arguments = std::make_shared<PaletteArguments>();
-    arguments->media.AddTo(*command);
+    arguments->media.AddTo(*command, "Video or image");
     command->add_option("--colors,--colours", arguments->colors, "Colors per frame besides black, 1 to 255")
         ->option_text("N")
         ->check(CheckWholeNumber(1, 255), "");
@@ -72,7 +84,8 @@ Verb AddPaletteVerb(CLI::App& app, CommonOptions& common) {
     common.AddTo(*command);
     command->footer("Every frame gets its own palette. OUTPUT must be a file that holds palettes:\n"
                     ".png, .gif, .bmp, .tiff, or a video (.avi, .mkv, .nut) with\n"
-                    "--video-codec rawvideo.\n\n" +
+                    "--video-codec rawvideo. In .png and .gif clear pixels stay clear, unless\n"
+                    "--background is given.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel palette photo.png small.png --colors 16 --dither\n"

@@ -129,11 +129,9 @@ std::unique_ptr<Proc::IEffectStreamVideo> Work::MakeChain(Media::VideoStreamInfo
     if (isCopied || !(isEncoded || m_makesPalettes || ChainMaker::HasToTurn(stream)))
         return nullptr;
     ChainMaker& maker = GetMaker();
-    std::vector<VideoStep> steps = m_pictureSteps;
-    if (m_makesPalettes)
-        steps.push_back(MakePaletteStep(maker.GetEffects()));
+    maker.FitTo(m_options);
     m_references.Open(maker.GetEffects(), stream.start, m_stop);
-    return isEncoded ? maker.Make(stream, steps) : maker.MakeForReEncoding(stream, steps);
+    return isEncoded ? maker.Make(stream, m_pictureSteps) : maker.MakeForReEncoding(stream, m_pictureSteps);
 }
 
 std::vector<std::string> Work::GetNotes() const {
@@ -159,7 +157,7 @@ void RunMedia(RunArguments const& arguments, Context const& context) {
 Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command = app.add_subcommand("run", "Apply effects to video or audio")->group("Verbs");
     auto const arguments = std::make_shared<RunArguments>();
-    arguments->media.AddTo(*command);
+    arguments->media.AddTo(*command, "Video, image or audio file");
     AddEffectOption(*command, arguments->effects);
     AddAtOption(*command, arguments->at);
     command->add_flag("--filters-only", arguments->filtersOnly,

@@ -72,6 +72,7 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::CheckRun(options);
     // The file of motions is complete when the stream through the first effect has ended.
     Media::Analyze({arguments.media.input, makeChain(detect), work.ShowProgress(0, 2)}, context.stop);
+    maker.FitTo(options);
     options.makeVideoEffects = makeChain(transform);
     options.onProgress = work.ShowProgress(1, 2);
     Media::RunResult const result = Media::Run(options, context.stop);
@@ -84,7 +85,7 @@ Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
         app.add_subcommand("stabilize", "Remove camera shake from a video")->group("Verbs");
     auto const arguments = std::make_shared<StabilizeArguments>();
-    arguments->media.AddTo(*command);
+    arguments->media.AddTo(*command, "Video");
     command->add_option("SETTINGS", arguments->settings, "Settings of its effect, such as smoothing=30")
         ->option_text("KEY=VALUE...");
     common.AddTo(*command);

@@ -10,6 +10,13 @@
 namespace Tarsel::Tools {
 namespace {
 
+/// "0.000001": without an exponent, to the microsecond.
+std::string ToPlainText(double seconds) {
+    std::string text = fmt::format("{:.6f}", seconds);
+    text.erase(text.find_last_not_of('0') + 1);
+    return text.ends_with('.') ? text.substr(0, text.size() - 1) : text;
+}
+
 /// What is wrong with a time in seconds, or "".
 std::string CheckTime(std::string const& text) {
     auto const seconds = Core::TextToDouble(text);
@@ -44,8 +51,8 @@ void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<
         auto const seconds = Core::TextToDouble(text);
         return seconds && *seconds >= range.least && *seconds <= range.most
                    ? ""
-                   : fmt::format("give a time in seconds from {} to {}, not \"{}\"", range.least, range.most,
-                                 text);
+                   : fmt::format("give a time in seconds from {} to {}, not \"{}\"", ToPlainText(range.least),
+                                 ToPlainText(range.most), text);
     };
     command.add_option(name, value, help)->option_text("SECONDS")->check(check, "");
 }
