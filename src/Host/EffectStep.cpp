@@ -1,6 +1,7 @@
 #include "Host/EffectStep.h"
 
 #include "Core/NearNames.h"
+#include "Core/Text.h"
 #include "Core/Throw.h"
 #include "Host/EffectSettings.h"
 #include "Proc/Interfaces/ImplNames.h"
@@ -115,8 +116,14 @@ std::string SeparateSettings(EffectFactory const& factory, std::string const& wo
     bool const isValue = settings.find('=') == std::string::npos && !settings.empty();
     if (!effect || !isValue || Proc::FindField(effect->GetSettingsBase().GetFields(), settings) != nullptr)
         return fmt::format("{} {}", entry->classId, settings);
+    bool const isNumber = Core::TextToDouble(settings).has_value();
+    auto const takesIt = [&](Proc::Field const& field) {
+        bool const takesNumbers =
+            field.kind == Proc::FieldKind::Integer || field.kind == Proc::FieldKind::Real;
+        return isNumber ? takesNumbers : !takesNumbers && field.kind != Proc::FieldKind::Flag;
+    };
     for (Proc::Field const& field : effect->GetSettingsBase().GetFields())
-        if (field.key != "enabled")
+        if (takesIt(field))
             return fmt::format("{} {}={}", entry->classId, field.key, settings);
     return entry->classId;
 }

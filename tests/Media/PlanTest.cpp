@@ -89,8 +89,9 @@ PlanInput const s_inputs[] = {
     {"avs2.avi", s_tiny + s_tone + "-c:v mpeg4 -c:a pcm_s16le"},
     {"unknown.wav", s_tone},
     {"rate44.mkv", s_tiny + "-f lavfi -i sine=d=0.2:r=44100 -c:v mpeg2video -c:a pcm_s16le"},
-    {"alpha.webm", "-f lavfi -i color=red@0.5:s=64x48:d=0.2,format=yuva420p -c:v libvpx-vp9 -auto-alt-ref 0 "
-                   "-metadata:s:v alpha_mode=1"},
+    {"alpha.webm",
+     "-f lavfi -i color=0xFF000080:s=64x48:d=0.2,format=yuva420p -c:v libvpx-vp9 -auto-alt-ref 0 "
+     "-metadata:s:v alpha_mode=1"},
     {"two.mkv", s_tiny + s_tiny + "-map 0 -map 1 " + s_noBFrames},
     {"timecode.mov", s_tiny + s_bFrames + "-timecode 01:00:00:00"},
 };

@@ -102,7 +102,7 @@ TEST_F(ExplainTool, TellsWhatIsWrong) {
          "--frame 8x8:yuv420p",
          3, "step 2 (display-matrix): Unsupported image rotation"},
         {"explain -e flap --frame 8x8:yuv420p", 1,
-         "-e \"flap\": There is no effect \"flap\"; did you mean \"flip\"?"},
+         "-e \"flap\": There is no effect \"flap\"; did you mean flip?"},
         {"explain -e flip", 1, noFormat},
         {"explain -e flip --audio 48000:fltp:stereo", 1,
          "-e \"flip\": flip works on video input, not on audio"},

@@ -92,7 +92,7 @@ TEST_F(PaletteTool, ShowsTheBackgroundThroughAlpha) {
 TEST_F(PaletteTool, ClearPixelsStayClear) {
     MakeFilm("disk.gif",
              "-f lavfi -i \"color=red:s=16x16:d=0.2,format=rgba,geq=r=255:g=0:b=0:a='255*gte(X,8)'\" "
-             "-vf split[a][b];[a]palettegen[p];[b][p]paletteuse");
+             "-vf 'split[a][b];[a]palettegen[p];[b][p]paletteuse'");
     MakeFilm("full.png", "-f lavfi -i testsrc2=s=16x16 -frames:v 1 -pix_fmt rgba");
     MakeFilm("soft.png", "-f lavfi -i color=red@0.7:s=16x16,format=rgba -frames:v 1");
     auto const seen = [](std::string const& file) {

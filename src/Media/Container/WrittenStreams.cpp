@@ -6,6 +6,7 @@
 #include "Media/Container/Containers.h"
 #include "Media/Container/Languages.h"
 
+#include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 #include <fmt/format.h>
 
@@ -94,6 +95,13 @@ std::vector<Tag> ListTags(AVDictionary const* metadata) {
     return tags;
 }
 
+/// Matroska has them in capitals.
+std::string ToUsualForm(std::string_view key) {
+    bool const isInCapitals =
+        std::ranges::none_of(key, [](char letter) { return letter >= 'a' && letter <= 'z'; });
+    return isInCapitals ? boost::algorithm::to_lower_copy(std::string(key)) : std::string(key);
+}
+
 /// Some containers have the tags of the file in its streams, some have other names for a few.
 std::vector<std::string> ListLostTags(AVDictionary const* asked, AVFormatContext const& file,
                                       std::string_view unread) {
@@ -104,12 +112,12 @@ std::vector<std::string> ListLostTags(AVDictionary const* asked, AVFormatContext
         std::ranges::copy(ListTags(file.programs[i]->metadata), std::back_inserter(written));
     std::vector<std::string> lost;
     for (auto const& [key, value] : ListTags(asked)) {
-        bool const isThere = Core::HasWord(unread, key) || std::ranges::any_of(written, [&](Tag const& each) {
-                                 return boost::iequals(key, each.first) || value == each.second;
-                             });
-        if (!isThere) // Matroska has them in capitals
-            lost.push_back(boost::all(key, boost::is_lower()) ? std::string(key)
-                                                              : boost::to_lower_copy(std::string(key)));
+        bool const isThere =
+            Core::HasWord(unread, ToUsualForm(key)) || std::ranges::any_of(written, [&](Tag const& each) {
+                return boost::iequals(key, each.first) || value == each.second;
+            });
+        if (!isThere)
+            lost.push_back(ToUsualForm(key));
     }
     return lost;
 }

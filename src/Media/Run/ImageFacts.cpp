@@ -51,8 +51,7 @@ std::vector<std::string> DescribeLostFacts(ImageFacts const& asked, std::filesys
     try {
         VideoSource source(written, {});
         static_cast<void>(source.GetInfo());
-        if (auto const image = source.Next())
-            kept = ListImageFacts(*image->data->GetAVFrame());
+        kept = source.ListFacts();
     } catch (InputException const&) {
         return {};
     }

@@ -65,6 +65,8 @@ OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
         input.source = std::make_unique<VideoSource>(std::move(input.demuxer), stop);
         SelectStill(checked, *input.source);
         input.video = input.source->GetInfo();
+        if (checked.container.isStill)
+            input.facts = input.source->ListFacts();
     } catch (InputException const&) {
         input.failure = std::current_exception();
         input.source.reset();

@@ -21,6 +21,8 @@ struct OpenedInput {
     InputStreams streams;
     /// Of the source; without its copyObstacle.
     VideoStreamInfo video;
+    /// Of what becomes an image.
+    ImageFacts facts;
 
     Demuxer const& GetDemuxer() const noexcept { return source ? source->GetDemuxer() : *demuxer; }
 };

@@ -60,8 +60,6 @@ private:
     OpenedInput m_input;
     PlannedRun m_planned;
     RunResult m_result;
-    /// Of the input, where the output is an image.
-    ImageFacts m_facts;
 };
 
 RunResult Job::Run() {
@@ -126,7 +124,7 @@ void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
     AddNotes(source.GetNotes());
     AddNotes(encoder.GetNotes());
     AddNotes(muxer.GetNotes());
-    AddNotes(DescribeLostFacts(m_facts, file.GetTemporaryPath()));
+    AddNotes(DescribeLostFacts(m_input.facts, file.GetTemporaryPath()));
     if (std::int64_t const moved = m_planned.video->GetMovedCount(); moved > 0)
         AddNotes({fmt::format("Moved {}, which did not increase, by the smallest step.",
                               CountText(moved, "frame timestamp"))});
@@ -158,11 +156,8 @@ void Job::PassVideo(Pipeline& pipeline, Writer& writer) {
             worked.close();
         });
     pipeline.Run([&] {
-        while (auto frame = m_input.source->Next()) {
-            if (m_isStill)
-                m_facts = ListImageFacts(*frame->data->GetAVFrame());
+        while (auto frame = m_input.source->Next())
             decoded.give(std::move(*frame));
-        }
         decoded.close();
     });
 }

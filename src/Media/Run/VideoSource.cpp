@@ -102,6 +102,10 @@ VideoStreamInfo VideoSource::GetInfo() {
             m_demuxer->IsCover()};
 }
 
+ImageFacts VideoSource::ListFacts() const {
+    return ListImageFacts(*m_ahead.value().data->GetAVFrame());
+}
+
 std::int64_t VideoSource::GetFirstDuration() const {
     return m_ahead->data->GetDuration();
 }

@@ -6,6 +6,7 @@
 #include "Media/Codec/VideoDecoder.h"
 #include "Media/Container/Demuxer.h"
 #include "Media/Run.h"
+#include "Media/Run/ImageFacts.h"
 #include "Proc/Interfaces/IDataVideo.h"
 
 #include <cstdint>
@@ -38,6 +39,8 @@ public:
     VideoStreamInfo GetInfo();
     /// Of the first picture, in microseconds; 0 when not known. After GetInfo and before Next.
     std::int64_t GetFirstDuration() const;
+    /// What the first picture says beside its pixels. After GetInfo and before Next.
+    ImageFacts ListFacts() const;
     /// The next picture; nothing at the end. A still picture's file gives one. InputException, Stopped.
     std::optional<SourceFrame> Next();
     /// Whether the pictures' packets say when they are shown, as far as they have been read.
