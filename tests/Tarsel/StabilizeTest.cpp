@@ -84,7 +84,7 @@ TEST_F(StabilizeTool, APassAloneSaysSoAndOverwritesNothing) {
                              "\" exists and is not a camera motion file"}});
     for (int turn = 0; turn < 2; ++turn)
         EXPECT_THAT(RunForNotes("run film.mp4 out.mkv --overwrite -e 'stabilizer path=motion.trf'"),
-                    HasSubstr("step 1 (stabilizer) only detected the camera motion, in \"motion.trf\": "));
+                    HasSubstr("Step 1 (stabilizer) only detected the camera motion, in \"motion.trf\": "));
 }
 
 } // namespace
