@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 
 extern "C" {
 #include <libavfilter/buffersink.h>
@@ -27,10 +26,6 @@ namespace {
 constexpr char const* s_audioGraphFile = "Proc/Effects/Lumenta/EffectFFMPEGAudio";
 constexpr char const* s_feedingFailed = "Error while feeding the filtergraph";
 constexpr AVRational s_blockTimeUnit{1, 1000000};
-
-struct FrameDeleter {
-    void operator()(AVFrame* frame) const noexcept { av_frame_free(&frame); }
-};
 
 } // namespace
 
@@ -58,8 +53,11 @@ void EffectFFMPEGAudio::WarmUp(Conf::SampleInfo const& info, std::int64_t sample
                                static_cast<AVSampleFormat>(frame.format));
         silence->SetTime(AV_NOPTS_VALUE);
         Push(*silence, Core::Site::Here());
-        while (av_buffersink_get_frame(m_sink, out.Get()) == 0)
+        int result = 0;
+        while ((result = av_buffersink_get_frame(m_sink, out.Get())) == 0)
             av_frame_unref(out.Get());
+        if (result != AVERROR(EAGAIN))
+            ThrowFilterErrorOrMemory(Core::Site::Here(), s_feedingFailed, result, {GetDescription(), {}});
         samples -= count;
     }
 }
@@ -67,12 +65,15 @@ void EffectFFMPEGAudio::WarmUp(Conf::SampleInfo const& info, std::int64_t sample
 void EffectFFMPEGAudio::Process(SP<IDataAudio>& data) {
     if (!data)
         return;
-    // A block that cannot be had is one that did not come out.
-    std::unique_ptr<AVFrame, FrameDeleter> const frame(av_frame_alloc());
-    Push(*data, {s_audioGraphFile, "void Tarsel::Proc::EffectFFMPEGAudio::Process(SP<IDataAudio> &)"});
-    int const result = frame ? av_buffersink_get_frame(m_sink, frame.get()) : AVERROR(EAGAIN);
+    SafeFrame frame; // before the block goes in: else its result would come out for the next one
+    Core::Site const site{s_audioGraphFile,
+                          "void Tarsel::Proc::EffectFFMPEGAudio::Process(SP<IDataAudio> &)"};
+    Push(*data, site);
+    int const result = av_buffersink_get_frame(m_sink, frame.Get());
     if (result != 0) {
         m_failed = result != AVERROR(EAGAIN);
+        if (result == AVERROR(ENOMEM))
+            ThrowNoFilterMemory(site, {GetDescription(), {}});
         data = nullptr;
         return;
     }

@@ -37,7 +37,8 @@ public:
     /// by null when there is none. What else came out waits for later calls. A null stays a null and asks for
     /// nothing. The stream is never ended.
     ///
-    /// Throws EffectException: "Error while feeding the filtergraph", for a block whose samples are not all
+    /// Throws EffectException: "Error while feeding the filtergraph", "Not enough memory for filter"
+    /// (transcoding error code 35) where none came out for want of it, for a block whose samples are not all
     /// there, and for one that came out in a sample format that this host does not know; MemoryException.
     /// `data` is as before then.
     virtual void Process(SP<IDataAudio>& data);
@@ -49,7 +50,7 @@ public:
     /// The next block that is ready, or null: none yet, or none any more. It has the sink's own time in
     /// microseconds, rounded to the nearest (an unknown one stays AV_NOPTS_VALUE); some filters round it to
     /// whole samples, let the roundings add up, or forget gaps. Its duration is that of its samples. Throws
-    /// as Process, also "Not enough memory for filter" (transcoding error code 35).
+    /// as Process.
     SP<IDataAudio> Take();
     /// No more blocks: Take gives all that was held back. Nothing may be fed any more.
     void End();

@@ -77,8 +77,10 @@ void EffectFFMPEGVideo::Process(SP<IDataVideo>& data) {
     std::int64_t const duration = data->GetDuration();
     Push(*data,
          {s_videoGraphFile, "virtual void Tarsel::Proc::EffectFFMPEGVideo::Process(SP<IDataVideo> &)"});
+    m_failed = true; // should it fail: what stayed in the graph would come out for the next frame
     while (SP<IDataVideo> out = GetOutFrame())
         m_queue.push_back(std::move(out));
+    m_failed = false;
     if (m_queue.empty()) {
         data = nullptr;
         return;

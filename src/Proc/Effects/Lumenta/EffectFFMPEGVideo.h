@@ -62,7 +62,7 @@ public:
     /// No more frames: Take gives all that was held back. Nothing may be fed any more.
     void End();
 
-    /// Whether the graph failed while frames came out of it. From then on it only fails: build another.
+    /// Whether frames could not be taken out of the graph. It is of no more use: build another.
     bool HasFailed() const noexcept { return m_failed; }
 
 private:

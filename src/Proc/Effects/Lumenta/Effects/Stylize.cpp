@@ -3,6 +3,7 @@
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
+#include "Proc/Effects/Lumenta/Graph/FilterError.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
 #include "Proc/Effects/Lumenta/Graph/FrameSize.h"
 #include "Proc/Effects/Lumenta/Kernels/EdgeDetect.h"
@@ -119,7 +120,9 @@ std::optional<std::uint32_t> EvaluateSize(std::string expression, Conf::FrameInf
     double size = 0.0;
     int const error = av_expr_parse_and_eval(&size, expression.c_str(), names, values, nullptr, nullptr,
                                              nullptr, nullptr, nullptr, 0, nullptr);
-    if (error < 0 || !(size >= 1.0 && size <= std::numeric_limits<std::int32_t>::max()))
+    if (error < 0) // nothing is wrong with the expression: memory, whatever FFmpeg says
+        ThrowFilterErrorOrMemory(Core::Site::Here(), "Cannot configure graph", error, {expression, {}});
+    if (!(size >= 1.0 && size <= std::numeric_limits<std::int32_t>::max()))
         return std::nullopt;
     return static_cast<std::uint32_t>(size) >> shift << shift;
 }

@@ -20,7 +20,9 @@ std::ostringstream MakeStream(std::locale const& locale) {
 } // namespace
 
 std::ostringstream MakeOptionStream() {
-    return MakeStream(std::locale(std::cout.getloc(), new PunctFacet<char>));
+    // No locale's own: one that gets no memory loses the facet that it was to own. Never destroyed.
+    static auto& s_facet = *new PunctFacet<char>(1);
+    return MakeStream(std::locale(std::cout.getloc(), &s_facet));
 }
 
 double ReadAsWritten(double value, int precision) {

@@ -10,6 +10,9 @@ namespace Tarsel::Proc {
 /// Numeric punctuation with '.' as decimal point and no grouping, whatever the user's locale.
 template <class Char>
 class PunctFacet : public std::numpunct<Char> {
+public:
+    using std::numpunct<Char>::numpunct;
+
 protected:
     Char do_decimal_point() const override { return m_decimalPoint; }
 

@@ -25,7 +25,8 @@ void Details::GrowHeap(node_heap& heap) {
         std::free(std::exchange(heap.slots, nullptr));
         heap.capacity = 0;
         heap.count = 0;
-        Core::Throw<FilterException>("Cannot realloc heap memmory");
+        Core::Throw<FilterException>("Cannot realloc heap memmory",
+                                     TagTranscodingErrorCode(TranscodingErrors::NotEnoughMemory));
     }
     heap.slots = static_cast<node_heap::Slot*>(slots);
     heap.capacity = static_cast<std::uint32_t>(capacity);

@@ -1,0 +1,320 @@
+#include "Check/Media.h"
+#include "Conf/FormatCodecAudio.h"
+#include "Conf/FormatCodecVideo.h"
+#include "Core/ThreadBudget.h"
+#include "Core/Throw.h"
+#include "Faults/Allocator.h"
+#include "Faults/Trial.h"
+#include "Host/AudioChain.h"
+#include "Host/EffectStep.h"
+#include "Host/ErrorReport.h"
+#include "Host/StepPlan.h"
+#include "Host/VideoChain.h"
+#include "Proc/Algorithms/AudioAlg/AudioAlg.h"
+#include "Proc/Algorithms/AudioAlg/DataAudioRef.h"
+#include "Proc/Data/DataAudioFF.h"
+#include "Proc/Data/DataVideoFF.h"
+#include "Proc/Data/WrapMemory.h"
+#include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
+#include "Proc/Effects/Lumenta/EffectFFMPEGAudioGenerator.h"
+#include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputAudio.h"
+#include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h"
+#include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
+#include "Proc/Effects/Lumenta/Pixels/ColorQuant.h"
+#include "Proc/Interfaces/ProcExceptions.h"
+#include "Proc/Settings/SettingsProperty.h"
+#include "Proc/Settings/SettingsText.h"
+#include "Proc/Wrappers/FrameRoom.h"
+#include "Proc/Wrappers/KeptScaler.h"
+#include "Proc/Wrappers/SafeSwrContext.h"
+#include "Support/LibraryEffects.h"
+
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
+
+namespace Tarsel::Test {
+namespace {
+
+using Check::Audio;
+using Check::Video;
+
+SP<Proc::IDataVideo> MakeFrame(int index = 0, Conf::PixFmt format = Conf::PixFmt::YUV420P) {
+    return Check::MakeDatum(Video::Form{format}, index);
+}
+
+SP<Proc::IDataAudio> MakeBlock(int index = 0) {
+    return Check::MakeDatum(Audio::Form(), index);
+}
+
+Conf::SampleInfo const s_info = Audio::Form().info;
+
+std::string GetText(AVFrame const& frame) {
+    return std::to_string(frame.width) + 'x' + std::to_string(frame.height) + ' ' +
+           std::to_string(frame.nb_samples);
+}
+
+template <class Data>
+std::string GetText(SP<Data> const& data) {
+    return data ? Check::GetAll(*data) : "null";
+}
+
+/// What a stream makes of the data, whatever it is called with.
+template <class Stream, class Data>
+std::string RunThrough(Stream& stream, std::vector<SP<Data>> const& data) {
+    std::string text;
+    for (SP<Data> const& datum : data) {
+        stream.Feed(datum);
+        while (SP<Data> const result = stream.Take())
+            text += GetText(result);
+    }
+    stream.End();
+    while (SP<Data> const result = stream.Take())
+        text += GetText(result);
+    return text;
+}
+
+void ExpectSurvival(std::vector<Operation> const& operations) {
+    Core::ThreadBudget::Set(1);
+    TryEverywhere(operations);
+}
+
+TEST(Graphs, SurviveEveryFailedAllocation) {
+    auto const frames = std::vector{MakeFrame(0), MakeFrame(1)};
+    auto const blocks = std::vector{MakeBlock(0), MakeBlock(1)};
+    ExpectSurvival({
+        MakeOperation("video graph",
+                      [frames] {
+                          auto const graph =
+                              Proc::EffectFFMPEGVideo::Create("gblur=sigma=2,format=gbrp", AV_PIX_FMT_YUV420P,
+                                                              frames[0]->GetFrameInfo(), {25, 1});
+                          SP<Proc::IDataVideo> data = frames[0];
+                          graph->Process(data);
+                          return GetText(data);
+                      }),
+        MakeOperation("video stream",
+                      [frames] {
+                          auto const graph = Proc::EffectFFMPEGVideo::Create(
+                              "framerate=fps=50", Check::MakeFormat(Video::Form()));
+                          return RunThrough(*graph, frames);
+                      }),
+        MakeOperation("audio graph",
+                      [blocks] {
+                          auto const graph = Proc::EffectFFMPEGAudio::Create("volume=0.5", s_info);
+                          SP<Proc::IDataAudio> data = blocks[0];
+                          graph->Process(data);
+                          return GetText(data);
+                      }),
+        MakeOperation("audio stream",
+                      [blocks] {
+                          auto const graph =
+                              Proc::EffectFFMPEGAudio::Create("aecho", Check::MakeFormat(Audio::Form()));
+                          return RunThrough(*graph, blocks);
+                      }),
+        MakeOperation("audio generator",
+                      [] {
+                          auto const generator = Proc::EffectFFMPEGAudioGenerator::Create(
+                              "sine=frequency=440,volume@loud=1", s_info);
+                          generator->SendCmd("volume@loud", "volume", "0.5");
+                          return GetText(generator->Get());
+                      }),
+        MakeOperation("two videos",
+                      [frames] {
+                          Conf::FrameInfo const info = frames[0]->GetFrameInfo();
+                          auto const graph = Proc::EffectFFMPEGTwoInputVideo::Create(
+                              "midequalizer", AV_PIX_FMT_YUV420P, info, info);
+                          SP<Proc::IDataVideo> data = frames[0];
+                          graph->Process(data, frames[1]);
+                          return GetText(data);
+                      }),
+        MakeOperation("two audio streams",
+                      [blocks] {
+                          auto const graph =
+                              Proc::EffectFFMPEGTwoInputAudio::Create("amultiply", s_info, s_info);
+                          graph->PushLeft(blocks[0]);
+                          graph->PushRight(blocks[1]);
+                          graph->EndLeft();
+                          graph->EndRight();
+                          std::string text;
+                          while (SP<Proc::IDataAudio> const block = graph->Pull())
+                              text += GetText(block);
+                          return text;
+                      }),
+    });
+}
+
+TEST(Wrappers, SurviveEveryFailedAllocation) {
+    auto const frame = MakeFrame();
+    auto const block = MakeBlock();
+    AVFrame const& picture = *frame->GetAVFrame();
+    ExpectSurvival({
+        MakeOperation("new frame",
+                      [] { return GetText(*Proc::SafeFrame({}, Conf::PixFmt::YUV420P, 64, 48, 1, 1)); }),
+        MakeOperation("referenced frame",
+                      [&picture] {
+                          Proc::SafeFrame reference = Proc::SafeFrame::Reference(picture);
+                          reference.MakeWritable();
+                          return GetText(*reference);
+                      }),
+        MakeOperation("frame with room", [&picture] { return GetText(*Proc::CopyWithRoomBehind(picture)); }),
+        MakeOperation("scaler",
+                      [&picture] {
+                          Proc::SwsCtxParams params{Proc::SideOf(picture), Proc::SideOf(picture)};
+                          params.to.width = 40;
+                          params.to.format = Conf::PixFmt::RGB24;
+                          Proc::SafeFrame to({}, params.to.format, params.to.width, params.to.height, 1, 1);
+                          Proc::KeptScaler().Scale(params, picture, *to);
+                          return GetText(*to);
+                      }),
+        MakeOperation("resampler",
+                      [block] {
+                          Proc::SwrCtxParams params{s_info, s_info};
+                          params.to.rate = 44100;
+                          Proc::SafeSwrContext resampler(params);
+                          auto const first = resampler.Convert(*block->GetAVFrame());
+                          auto const rest = resampler.Flush();
+                          return (first ? GetText(**first) : "") + (rest ? GetText(**rest) : "");
+                      }),
+        MakeOperation("copied data",
+                      [frame] {
+                          SP<Proc::IDataVideo> const copy = frame->Copy();
+                          (void)copy->GetWritablePlane(0);
+                          return GetText(copy);
+                      }),
+        MakeOperation("wrapped memory",
+                      [frame, block] {
+                          auto const released = std::make_shared<int>(0);
+                          std::vector<Proc::ReadOnlyPlane> planes;
+                          for (int plane = 0; plane < 3; ++plane)
+                              planes.push_back(frame->GetReadOnlyPlane(plane));
+                          auto const wrapped =
+                              Proc::WrapPicture({}, Conf::PixFmt::YUV420P, frame->GetFrameInfo(), planes,
+                                                [released] { ++*released; });
+                          auto const samples = Proc::WrapSamples(
+                              s_info, static_cast<int>(block->GetSampleCount()),
+                              {Proc::GetReadOnlySamples(*block, 0), Proc::GetReadOnlySamples(*block, 1)}, {});
+                          return GetText(wrapped) + GetText(samples);
+                      }),
+    });
+}
+
+SP<Proc::IDataVideo> MakeColors() {
+    return MakeFrame(0, Conf::PixFmt::RGBA);
+}
+
+std::string Quantize(Proc::IDataVideo const& picture, int dither) {
+    Proc::SafeFrame in = Proc::SafeFrame::Reference(*picture.GetAVFrame());
+    in.MakeWritable();
+    Proc::SafeFrame out({}, Conf::PixFmt::PAL8, 64, 48, 1, 1);
+    Proc::ColorQuant::Process(*in, *out, picture.GetFrameInfo(), 255, dither, {});
+    return GetText(SP<Proc::IDataVideo>(MakeSP<Proc::DataVideoFF>(std::move(out), picture.GetFrameInfo())));
+}
+
+TEST(Algorithms, QuantizerTellsThatItsHeapCannotGrow) {
+    auto const picture = MakeColors();
+    std::set<std::string> texts;
+    for (std::int64_t number = 1; number == 1 || GetFailed().depth > 0; ++number) {
+        Arm(number, Form::Once);
+        try {
+            (void)Quantize(*picture, 0);
+        } catch (Proc::FilterException const& failure) {
+            Disarm();
+            texts.insert(failure.what());
+        } catch (std::exception const&) { // of others
+        }
+        Disarm();
+    }
+    EXPECT_EQ(texts, std::set<std::string>{"Cannot realloc heap memmory"});
+}
+
+TEST(Algorithms, SurviveEveryFailedAllocation) {
+    auto const blocks = std::vector{MakeBlock(0), MakeBlock(1)};
+    auto const picture = MakeColors();
+    std::vector<Operation> operations;
+    for (int const dither : {0, 1})
+        operations.push_back(
+            MakeOperation("quantizer", [picture, dither] { return Quantize(*picture, dither); }));
+    operations.push_back(MakeOperation("audio algorithms", [blocks] {
+        Proc::AudioRef const first = Proc::GetPlaneRef(*blocks[0], 0);
+        SP<Proc::DataAudioFF> const to = Proc::DataAudioFF::CreateBySampleCount(s_info, 1920);
+        Proc::AudioRef const mixed = Proc::GetPlaneRef(*to, 0);
+        Proc::MixAudio(mixed, {{first, 0.5}, {Proc::GetPlaneRef(*blocks[1], 0), 0.5}});
+        Proc::VolumizeAudio(mixed, mixed, 2);
+        Proc::ClipAudio(mixed, mixed);
+        std::vector<double> samples;
+        Proc::GetAudioSamples(mixed, 100, samples);
+        return std::to_string(samples.at(0)) + std::to_string(Proc::EstimateLevel(mixed).rms);
+    }));
+    ExpectSurvival(operations);
+}
+
+TEST(Hosts, SurviveEveryFailedAllocation) {
+    auto const frames = std::vector{MakeFrame(0), MakeFrame(1), MakeFrame(2)};
+    auto const blocks = std::vector{MakeBlock(0), MakeBlock(1)};
+    auto const& factory = *GetFactory();
+    auto const makeVideo = [&factory](char const* text) {
+        return Host::MakeVideoEffect(factory, Host::ParseEffectStep(text));
+    };
+    auto const makeAudio = [&factory](char const* text) {
+        return Host::MakeAudioEffect(factory, Host::ParseEffectStep(text));
+    };
+    ExpectSurvival({
+        MakeOperation("registration",
+                      [] {
+                          auto registry = std::make_shared<Host::EffectRegistry>();
+                          Registrator(*registry);
+                          return std::to_string(registry->GetEntries().size());
+                      }),
+        MakeOperation("settings",
+                      [] {
+                          auto const settings = MakeSettings("blur", "sigma=2:mode=axis");
+                          return Proc::Serialize(*settings) +
+                                 std::to_string(Proc::Settings2Property(*settings).GetChildren().size());
+                      }),
+        MakeOperation("video chain",
+                      [frames, makeVideo] {
+                          Host::VideoChain chain;
+                          for (char const* const step : {"deinterlace", "rotate angle=30",
+                                                         "stabilizer path=a.trf", "flip horizontal=1"})
+                              chain.Append(makeVideo(step));
+                          std::string text = RunThrough(chain, frames);
+                          for (std::string const& note : chain.GetNotes())
+                              text += note;
+                          return text + std::to_string(chain.GetStatistics().size());
+                      }),
+        MakeOperation("audio chain",
+                      [blocks, makeAudio] {
+                          Host::AudioChain chain;
+                          for (char const* const step : {"echo", "resample rate=44100", "compressor ratio=4"})
+                              chain.Append(makeAudio(step));
+                          return RunThrough(chain, blocks);
+                      }),
+        MakeOperation("plan",
+                      [makeVideo] {
+                          auto const plan =
+                              Host::PlanStep(makeVideo("blur"), *Check::MakeFormat(Video::Form()));
+                          return plan.idle + plan.description.value_or("none");
+                      }),
+        MakeOperation("error report",
+                      [] {
+                          try {
+                              Core::Throw<Proc::EffectException>("broken", Proc::TagFFmpegError(-22),
+                                                                 Proc::TagFilterText("a"));
+                          } catch (Proc::EffectException const& failure) {
+                              // Without memory for them the names on the stack are plainer.
+                              return std::string(1, Host::DescribeErrorFully(failure).front());
+                          }
+                      }),
+    });
+}
+
+} // namespace
+} // namespace Tarsel::Test

@@ -1,0 +1,112 @@
+#include "Faults/Sums.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <span>
+#include <string_view>
+
+namespace Tarsel::Test {
+namespace {
+
+constexpr std::string_view s_events[] = {"vague", "different", "unusable", "leak", "crash", "hang"};
+
+bool IsLibrary(Place const& place) {
+    constexpr std::string_view names[] = {"libav", "libsw", "libvidstab", "libx26", "libpostproc"};
+    return std::ranges::any_of(names, [&](std::string_view name) {
+        return std::string_view(place.module.data()).starts_with(name);
+    });
+}
+
+std::span<Place const> AsSpan(Places const& places) {
+    return std::span(places.places).first(places.count);
+}
+
+std::string GetText(Places const& places) {
+    std::string text;
+    for (Place const& place : AsSpan(places)) {
+        std::array<char, 160> line{};
+        std::snprintf(line.data(), line.size(), "\n    %s %s 0x%zx", place.module.data(), place.symbol.data(),
+                      place.offset);
+        text += line.data();
+    }
+    return text;
+}
+
+/// Faults of libraries: what goes wrong while this function is on the stack. Libraries free what they were
+/// given, and keep what they were told, only where every allocation has succeeded.
+struct Known {
+    Event event;
+    std::string_view function;
+};
+constexpr Known s_known[] = {
+    // An error that says something else.
+    {Event::Vague, "avfilter_graph_create_filter"},
+    {Event::Vague, "avfilter_graph_parse"},
+    {Event::Vague, "avfilter_graph_parse2"},
+    {Event::Vague, "avfilter_graph_config"},
+    {Event::Vague, "av_expr_parse_and_eval"},
+    {Event::Vague, "avcodec_send_frame"},
+    // Options of filters and encoders, fields and packets that are dropped without a word.
+    {Event::Different, "avfilter_init_str"},
+    {Event::Different, "avcodec_open2"},
+    {Event::Different, "avcodec_send_packet"},
+    {Event::Different, "av_read_frame"},
+    // The name of a filter, the options of a protocol.
+    {Event::Leak, "avfilter_graph_alloc_filter"},
+    {Event::Leak, "avio_open2"},
+    {Event::Leak, "vsMotionDetection"},
+    {Event::Crash, "avfilter_graph_config"},
+    {Event::Crash, "av_buffersink_get_frame"},
+};
+
+/// The library that has a known fault there; "" where none has.
+std::string FindKnown(Event event, Places const& places) {
+    auto const all = AsSpan(places);
+    auto const called = std::ranges::find_if_not(all, IsLibrary);
+    auto const place = std::find_if(all.begin(), called, [&](Place const& each) {
+        return std::ranges::any_of(s_known, [&](Known const& known) {
+            return known.event == event && known.function == each.symbol.data();
+        });
+    });
+    std::string_view const module = place != called ? place->module.data() : std::string_view();
+    return std::string(module.substr(0, module.find('.')));
+}
+
+class PrintSums : public testing::Environment {
+    void TearDown() override {
+        Sums const& sums = Sums::Get();
+        std::string line = "faults: operations=" + std::to_string(sums.operations) +
+                           " failures=" + std::to_string(sums.failures);
+        for (auto const& [name, count] : sums.known)
+            line += ' ' + name + '=' + std::to_string(count);
+        std::puts(line.c_str());
+    }
+};
+
+[[maybe_unused]] auto* const s_printSums = testing::AddGlobalTestEnvironment(new PrintSums);
+
+} // namespace
+
+Sums& Sums::Get() {
+    static Sums s_sums;
+    return s_sums;
+}
+
+void Sums::Add(Entry const& entry, std::string const& operation) {
+    std::string const event(s_events[static_cast<std::size_t>(entry.event)]);
+    bool const isOfFailed = entry.event == Event::Vague || entry.event == Event::Different;
+    std::string const library = FindKnown(entry.event, isOfFailed ? entry.failed : entry.where);
+    if (!library.empty()) {
+        ++known[event + '.' + library];
+        if (std::getenv("FAULTS_SHOW") == nullptr)
+            return;
+    }
+    ADD_FAILURE() << operation << ": " << event << " when allocation " << entry.number
+                  << (entry.form == Form::Once ? " fails: " : " and all after it fail: ") << entry.text.data()
+                  << "\n  failed:" << GetText(entry.failed) << "\n  where:" << GetText(entry.where);
+}
+
+} // namespace Tarsel::Test
