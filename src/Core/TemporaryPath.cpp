@@ -1,7 +1,9 @@
 #include "Core/TemporaryPath.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -19,9 +21,11 @@ struct Registry {
     std::vector<TemporaryPath const*> paths;
 };
 
-/// Never destroyed: a process may end while threads still have paths.
-Registry& GetRegistry() {
-    static Registry& registry = *new Registry;
+/// Never destroyed: a process may end while threads still have paths. Not on the heap: to remove them takes
+/// no memory.
+Registry& GetRegistry() noexcept {
+    alignas(Registry) static std::byte memory[sizeof(Registry)];
+    static Registry& registry = *new (memory) Registry;
     return registry;
 }
 
