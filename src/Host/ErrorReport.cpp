@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 #include <string_view>
 #include <typeinfo>
 #include <vector>
@@ -83,6 +84,8 @@ std::string DescribeError(std::exception const& exception) {
         report += *description;
     else if (dynamic_cast<Exception const*>(&exception) != nullptr)
         report += DescribeType(exception); // what() would only give the type's mangled name
+    else if (dynamic_cast<std::bad_alloc const*>(&exception) != nullptr)
+        report += "Out of memory";
     else
         report += exception.what();
 

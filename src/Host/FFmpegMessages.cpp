@@ -9,9 +9,12 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cstddef>
 #include <deque>
 #include <mutex>
 #include <ranges>
+#include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -128,10 +131,17 @@ void Add(int level, std::string_view line) {
         Keep(state.lines, std::move(entry), FindFirst(state, entry.thread));
 }
 
+/// What FFmpeg has given of a line so far; what is longer is cut off. Nothing that has a destructor: a thread
+/// that first logs when there is no memory to note that destructor would end the process.
+struct Pending {
+    char text[s_lineSize];
+    std::size_t size;
+    int atLineStart = 1;
+};
+
 // FFmpeg may give a line in pieces, and it calls from many threads at once.
 void OnLog(void* object, int level, char const* format, std::va_list arguments) noexcept {
-    thread_local int atLineStart = 1;
-    thread_local std::string pending;
+    thread_local Pending pending;
 
     // The higher bits carry a color.
     level &= 0xff;
@@ -140,18 +150,18 @@ void OnLog(void* object, int level, char const* format, std::va_list arguments) 
     if (t_isTrying)
         level = AV_LOG_INFO;
     char piece[s_lineSize];
-    av_log_format_line2(object, level, format, arguments, piece, sizeof piece, &atLineStart);
+    av_log_format_line2(object, level, format, arguments, piece, sizeof piece, &pending.atLineStart);
     t_isAdding = true;
     try {
-        pending += piece;
-        for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n')) {
-            std::string const line = pending.substr(0, end);
-            pending.erase(0, end + 1);
-            Add(level, line);
+        for (char const letter : std::string_view(piece)) {
+            if (letter == '\n')
+                Add(level, {pending.text, std::exchange(pending.size, 0)});
+            else if (pending.size < sizeof pending.text)
+                pending.text[pending.size++] = letter;
         }
     } catch (...) {
         // Without memory for a log line the failure itself is still reported.
-        pending.clear();
+        pending.size = 0;
     }
     t_isAdding = false;
 }

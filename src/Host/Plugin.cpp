@@ -3,13 +3,17 @@
 #include "Core/Files.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
+#include "Proc/Interfaces/ProcExceptions.h"
 
 #include <fmt/format.h>
 
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace Tarsel::Host {
@@ -49,6 +53,17 @@ std::vector<std::filesystem::path> GetPluginFolders() {
     return folders;
 }
 
+/// The loader tells in words alone that it got no memory.
+[[noreturn]] void ThrowCannotOpen(Core::Site const& site, std::filesystem::path const& library,
+                                  std::string const& error) {
+    std::string const text = fmt::format("Cannot open plug-in \"{}\": {}", library.string(), error);
+    for (std::string const& words : {std::generic_category().message(ENOMEM), std::string("out of memory")})
+        if (error.find(words) != std::string::npos)
+            Core::Throw<PluginException>(
+                site, text, Proc::TagTranscodingErrorCode(Proc::TranscodingErrors::NotEnoughMemory));
+    Core::Throw<PluginException>(site, text);
+}
+
 } // namespace
 
 PluginException::~PluginException() noexcept = default;
@@ -58,8 +73,7 @@ Plugin::Plugin(std::filesystem::path const& library) : m_library(library) {
     // A name without a folder means the file in the current one, not one that the loader searches for.
     void* const handle = dlopen(std::filesystem::absolute(library).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr)
-        Core::Throw<PluginException>(
-            site, fmt::format("Cannot open plug-in \"{}\": {}", library.string(), TakeLoaderError()));
+        ThrowCannotOpen(site, library, TakeLoaderError());
     // The handle is never closed: see the class.
     m_registrator = reinterpret_cast<RegistratorFunction>(dlsym(handle, s_entryPoint));
     if (m_registrator == nullptr)

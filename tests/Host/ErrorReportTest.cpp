@@ -51,7 +51,7 @@ TEST(ErrorReport, TellsPeopleWhatFailedAndDevelopersWhere) {
     EXPECT_THAT(Report(DescribeErrorFully, [] { Core::Property("p", "text").GetInt64(); }),
                 testing::HasSubstr("\n  method: GetInt64\n  property: p\n  property type: string\n"));
     EXPECT_EQ(Report(DescribeErrorFully, [] { throw std::bad_alloc(); }),
-              "std::bad_alloc\n  exception: std::bad_alloc");
+              "Out of memory\n  exception: std::bad_alloc");
 }
 
 } // namespace
