@@ -1,3 +1,4 @@
+#include "Core/TemporaryPath.h"
 #include "Host/ErrorReport.h"
 #include "Host/FFmpegMessages.h"
 #include "Media/InputErrors.h"
@@ -16,16 +17,22 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <cxxabi.h>
+#include <exception>
+#include <new>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <vector>
+
+#include <unistd.h>
 
 namespace Tarsel::Tools {
 namespace {
 
-ExitCode Report(Console& console, std::exception const& failure, bool verbose) {
-    ExitCode const code = GetExitCode(failure);
+void Print(Console& console, std::exception const& failure, ExitCode code, bool verbose) {
     std::string text = code == ExitCode::Interrupted ? "tarsel: " : "tarsel: error: ";
     if (std::string const* option = boost::get_error_info<Media::TagMissingOption>(failure))
         text += fmt::format("Add --{}: ", *option);
@@ -39,7 +46,32 @@ ExitCode Report(Console& console, std::exception const& failure, bool verbose) {
         text += Host::DescribeError(failure);
     console.SetStatus({});
     console.Print(text);
+}
+
+/// Takes no memory.
+void SayOutOfMemory() noexcept {
+    (void)WriteAll(STDERR_FILENO, "tarsel: error: Out of memory\n");
+}
+
+ExitCode Report(Console& console, std::exception const& failure, bool verbose) noexcept {
+    ExitCode const code = GetExitCode(failure);
+    try {
+        Print(console, failure, code, verbose);
+    } catch (std::exception const&) {
+        SayOutOfMemory();
+    }
     return code;
+}
+
+/// Destructors of some libraries, that of JSON among them, take memory and end the process where there is
+/// none. To throw the exception again would take some too.
+[[noreturn]] void EndOutOfMemory() noexcept {
+    std::type_info const* const type = abi::__cxa_current_exception_type();
+    if (type == nullptr || *type != typeid(std::bad_alloc))
+        std::abort();
+    Core::TemporaryPath::RemoveAll();
+    SayOutOfMemory();
+    _exit(static_cast<int>(ExitCode::EffectFailed));
 }
 
 /// As shells expect.
@@ -118,6 +150,7 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
 }
 
 int Main(int argc, char const* const* argv) {
+    std::set_terminate(EndOutOfMemory);
     PrepareStandardStreams();
     // SVT-AV1 talks to standard error by itself, and takes no word from FFmpeg: its errors alone, unless the
     // user says otherwise.

@@ -2,6 +2,7 @@
 
 #include "Tools/Tarsel/Console/StandardStreams.h"
 
+#include <exception>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -17,7 +18,11 @@ int GetTerminalColumns(int descriptor, int otherwise) noexcept {
 Console::Console(int descriptor) : m_descriptor(descriptor), m_isTerminal(isatty(descriptor) == 1) {}
 
 Console::~Console() {
-    SetStatus({});
+    try {
+        SetStatus({});
+    } catch (std::exception const&) {
+        // Without memory for the blanks over it it stays.
+    }
 }
 
 int Console::GetColumns() const noexcept {

@@ -5,7 +5,14 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Tools/Tarsel/Console/UsageException.h"
 
+#include <boost/exception/get_error_info.hpp>
 #include <fmt/format.h>
+
+#include <cerrno>
+
+extern "C" {
+#include <libavutil/error.h>
+}
 
 namespace Tarsel::Tools {
 namespace {
@@ -29,9 +36,19 @@ bool Is(std::exception const& failure) noexcept {
     return dynamic_cast<E const*>(&failure) != nullptr;
 }
 
+/// Whatever could not be done for want of it.
+bool IsOutOfMemory(std::exception const& failure) noexcept {
+    int const* const error = boost::get_error_info<Proc::TagFFmpegError>(failure);
+    auto const* const code = boost::get_error_info<Proc::TagTranscodingErrorCode>(failure);
+    return (error != nullptr && *error == AVERROR(ENOMEM)) ||
+           (code != nullptr && *code == Proc::TranscodingErrors::NotEnoughMemory);
+}
+
 } // namespace
 
 ExitCode GetExitCode(std::exception const& failure) noexcept {
+    if (IsOutOfMemory(failure))
+        return ExitCode::EffectFailed;
     if (Is<UsageException>(failure) || Is<Media::OptionsException>(failure) ||
         Is<Proc::SettingsException>(failure) || Is<Host::PluginException>(failure))
         return ExitCode::BadArguments;
