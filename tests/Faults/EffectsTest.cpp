@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -105,10 +106,10 @@ private:
     std::vector<Operation> m_operations;
 };
 
-class Effects : public testing::Test {
+class EffectFaults : public testing::TestWithParam<Host::EffectEntry> {
 protected:
-    Effects() { Core::ThreadBudget::Set(1); }
-    ~Effects() override { std::filesystem::current_path(m_before); }
+    EffectFaults() { Core::ThreadBudget::Set(1); }
+    ~EffectFaults() override { std::filesystem::current_path(m_before); }
 
     template <class Medium>
     std::vector<Operation> MakeOperations(Host::EffectEntry const& entry) {
@@ -122,11 +123,18 @@ protected:
     TempFolder m_folder;
 };
 
-TEST_F(Effects, SurviveEveryFailedAllocation) {
-    for (Host::EffectEntry const& entry : GetFactory()->GetRegistry().GetEntries())
-        TryEverywhere(entry.GetKind() == Host::EffectKind::Audio ? MakeOperations<Check::Audio>(entry)
-                                                                 : MakeOperations<Check::Video>(entry));
+TEST_P(EffectFaults, SurvivesThem) {
+    Host::EffectEntry const& entry = GetParam();
+    TryEverywhere(entry.GetKind() == Host::EffectKind::Audio ? MakeOperations<Check::Audio>(entry)
+                                                             : MakeOperations<Check::Video>(entry));
 }
+
+INSTANTIATE_TEST_SUITE_P(Registered, EffectFaults,
+                         testing::ValuesIn(GetFactory()->GetRegistry().GetEntries()), [](auto const& each) {
+                             std::string name = each.param.classId + '_' + each.param.implName;
+                             std::ranges::replace(name, '-', '_');
+                             return name;
+                         });
 
 } // namespace
 } // namespace Tarsel::Test

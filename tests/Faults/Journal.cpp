@@ -15,8 +15,9 @@ namespace Tarsel::Test {
 namespace {
 
 /// They do what their callers ask for.
-constexpr char const* s_servants[] = {"libc.so", "libm.so",   "ld-linux",  "libstdc++",  "libgcc_s", "libfmt",
-                                      "libglog", "libunwind", "libgflags", "linux-vdso", "libfaults"};
+constexpr char const* s_servants[] = {"libc.so",   "libm.so",    "ld-linux",      "libstdc++",
+                                      "libgcc_s",  "libfmt",     "libglog",       "libunwind",
+                                      "libgflags", "linux-vdso", "libtest_faults"};
 
 Journal* s_journal = nullptr;
 

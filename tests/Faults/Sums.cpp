@@ -66,11 +66,13 @@ constexpr Known s_known[] = {
 std::string FindKnown(Event event, Places const& places) {
     auto const all = AsSpan(places);
     auto const called = std::ranges::find_if_not(all, IsLibrary);
-    auto const place = std::find_if(all.begin(), called, [&](Place const& each) {
+    auto place = std::find_if(all.begin(), called, [&](Place const& each) {
         return std::ranges::any_of(s_known, [&](Known const& known) {
             return known.event == event && known.function == each.symbol.data();
         });
     });
+    if (place == called && called == all.end() && !all.empty())
+        --place; // on a thread of its own
     std::string_view const module = place != called ? place->module.data() : std::string_view();
     return std::string(module.substr(0, module.find('.')));
 }

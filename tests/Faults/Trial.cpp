@@ -1,6 +1,5 @@
 #include "Faults/Trial.h"
 
-#include "Check/Child.h"
 #include "Core/CoreExceptions.h"
 #include "Faults/Journal.h"
 #include "Faults/Sums.h"
@@ -181,6 +180,8 @@ void TryFrom(std::vector<Operation> const& operations, Journal& journal) {
     }
 }
 
+} // namespace
+
 Check::ChildEnd RunChild(std::function<std::string()> const& work) {
     Check::Child child(work, std::chrono::hours(2));
     for (;;) {
@@ -190,8 +191,6 @@ Check::ChildEnd RunChild(std::function<std::string()> const& work) {
         (void)poll(&handle, 1, 1000);
     }
 }
-
-} // namespace
 
 Operation MakeOperation(std::string name, std::function<std::string()> work) {
     return {std::move(name), [work = std::move(work)] {
