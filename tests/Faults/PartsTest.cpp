@@ -282,8 +282,8 @@ TEST(Hosts, SurviveEveryFailedAllocation) {
         MakeOperation("video chain",
                       [frames, makeVideo] {
                           Host::VideoChain chain;
-                          for (char const* const step : {"deinterlace", "rotate angle=30",
-                                                         "stabilizer path=a.trf", "flip horizontal=1"})
+                          for (char const* const step :
+                               {"negate", "rotate angle=30", "stabilizer path=a.trf", "flip horizontal=1"})
                               chain.Append(makeVideo(step));
                           std::string text = RunThrough(chain, frames);
                           for (std::string const& note : chain.GetNotes())

@@ -39,7 +39,10 @@ std::string GetText(Places const& places) {
 /// given, and keep what they were told, only where every allocation has succeeded.
 struct Known {
     Event event;
+    /// "" for one without a name that others know.
     std::string_view function;
+    /// What the operation's name begins with; "" for all.
+    std::string_view operation = {};
 };
 constexpr Known s_known[] = {
     // An error that says something else.
@@ -53,22 +56,27 @@ constexpr Known s_known[] = {
     {Event::Different, "avfilter_init_str"},
     {Event::Different, "avcodec_open2"},
     {Event::Different, "avcodec_send_packet"},
+    {Event::Different, "avformat_find_stream_info"},
     {Event::Different, "av_read_frame"},
+    {Event::Different, "", "deinterlace: "},
     // The name of a filter, the options of a protocol.
     {Event::Leak, "avfilter_graph_alloc_filter"},
     {Event::Leak, "avio_open2"},
     {Event::Leak, "vsMotionDetection"},
+    // Assertions that an option can be set, and pointers that nobody looked at.
+    {Event::Crash, "avcodec_alloc_context3"},
     {Event::Crash, "avfilter_graph_config"},
-    {Event::Crash, "av_buffersink_get_frame"},
+    {Event::Crash, "", "smart-blur: "},
 };
 
 /// The library that has a known fault there; "" where none has.
-std::string FindKnown(Event event, Places const& places) {
+std::string FindKnown(Event event, std::string_view operation, Places const& places) {
     auto const all = AsSpan(places);
     auto const called = std::ranges::find_if_not(all, IsLibrary);
     auto place = std::find_if(all.begin(), called, [&](Place const& each) {
         return std::ranges::any_of(s_known, [&](Known const& known) {
-            return known.event == event && known.function == each.symbol.data();
+            return known.event == event && known.function == each.symbol.data() &&
+                   operation.starts_with(known.operation);
         });
     });
     if (place == called && called == all.end() && !all.empty())
@@ -100,7 +108,7 @@ Sums& Sums::Get() {
 void Sums::Add(Entry const& entry, std::string const& operation) {
     std::string const event(s_events[static_cast<std::size_t>(entry.event)]);
     bool const isOfFailed = entry.event == Event::Vague || entry.event == Event::Different;
-    std::string const library = FindKnown(entry.event, isOfFailed ? entry.failed : entry.where);
+    std::string const library = FindKnown(entry.event, operation, isOfFailed ? entry.failed : entry.where);
     if (!library.empty()) {
         ++known[event + '.' + library];
         if (std::getenv("FAULTS_SHOW") == nullptr)
