@@ -1,4 +1,4 @@
-#include "Check/Media.h"
+#include "Check/Data.h"
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
 #include "Core/ThreadBudget.h"
