@@ -28,19 +28,26 @@ void CopyText(std::array<char, size>& to, char const* text) noexcept {
 }
 
 /// Where the signal met the thread.
-void* GetAddress(void const* context) noexcept {
+void Find(Stack& stack, void const* context) noexcept {
     auto const& machine = static_cast<ucontext_t const*>(context)->uc_mcontext;
 #if defined(__x86_64__)
-    return reinterpret_cast<void*>(machine.gregs[REG_RIP]);
+    auto* const address = reinterpret_cast<void*>(machine.gregs[REG_RIP]);
+    void* const caller = *reinterpret_cast<void**>(machine.gregs[REG_RSP]);
 #else
-    return reinterpret_cast<void*>(machine.pc);
+    auto* const address = reinterpret_cast<void*>(machine.pc);
+    auto* const caller = reinterpret_cast<void*>(machine.regs[30]);
 #endif
+    if (address != nullptr)
+        return Capture(stack, address);
+    // A null was called, and nothing is known of its frame but who called it.
+    stack.addresses[0] = caller;
+    stack.depth = 1;
 }
 
 void OnSignal(int signal, siginfo_t*, void* context) noexcept {
     Disarm();
     static Stack s_stack;
-    Capture(s_stack, GetAddress(context));
+    Find(s_stack, context);
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "signal %d", signal);
     s_journal->Add(signal == SIGALRM ? Event::Hang : Event::Crash, text.data(), s_stack);

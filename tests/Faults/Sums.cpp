@@ -68,6 +68,7 @@ constexpr Known s_known[] = {
     {Event::Crash, "avcodec_alloc_context3"},
     {Event::Crash, "avfilter_graph_config"},
     {Event::Crash, "", "smart-blur: "},
+    {Event::Crash, "vsMotionDetection"},
     // With threads the same number is another allocation each time, and libraries that are loaded begin with
     // some of their own.
     {Event::Vague, "*", "tarsel "},
