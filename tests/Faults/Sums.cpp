@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <span>
+#include <sstream>
+#include <string>
 #include <string_view>
 
 namespace Tarsel::Test {
@@ -28,10 +30,10 @@ std::span<Place const> AsSpan(Places const& places) {
 std::string GetText(Places const& places) {
     std::string text;
     for (Place const& place : AsSpan(places)) {
-        std::array<char, 160> line{};
-        std::snprintf(line.data(), line.size(), "\n    %s %s 0x%zx", place.module.data(), place.symbol.data(),
-                      place.offset);
-        text += line.data();
+        std::ostringstream line;
+        line << "\n    " << place.module.data() << ' ' << place.symbol.data() << " 0x" << std::hex
+             << place.offset;
+        text += line.str();
     }
     return text;
 }
