@@ -32,7 +32,8 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     FILES_MATCHING PATTERN "*.h"
     PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "ColorMatrix.h" EXCLUDE
     PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "DataDigest.h" EXCLUDE PATTERN "EffectWatch.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameAdapter.h" EXCLUDE
-    PATTERN "FullChroma.h" EXCLUDE PATTERN "IdleCure.h" EXCLUDE PATTERN "VideoStep.h" EXCLUDE)
+    PATTERN "FullChroma.h" EXCLUDE PATTERN "IdleCure.h" EXCLUDE PATTERN "VideoSegment.h" EXCLUDE
+    PATTERN "VideoStep.h" EXCLUDE)
 endforeach()
 foreach(header
     Media/Analyze.h Media/Api.h Media/AudioReader.h Media/AudioWriter.h Media/ImageWriter.h
