@@ -24,7 +24,6 @@ namespace Tarsel::Proc {
 namespace {
 
 constexpr char const* s_audioGraphFile = "Proc/Effects/Lumenta/EffectFFMPEGAudio";
-constexpr char const* s_feedingFailed = "Error while feeding the filtergraph";
 constexpr AVRational s_blockTimeUnit{1, 1000000};
 
 } // namespace

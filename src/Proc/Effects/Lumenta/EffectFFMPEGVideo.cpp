@@ -30,7 +30,6 @@ namespace Tarsel::Proc {
 namespace {
 
 constexpr char const* s_videoGraphFile = "Proc/Effects/Lumenta/EffectFFMPEGVideo";
-constexpr char const* s_feedingFailed = "Error while feeding the filtergraph";
 constexpr AVRational s_frameTimeUnit{1, 1000000};
 
 /// Filters that give another number of frames than they take. Found anywhere in a description, an option's

@@ -72,7 +72,7 @@ std::string FormatRow(std::string const& time, LevelTrack::Row const& row) {
 }
 
 /// JSON has no other numbers.
-Json NumberToJson(double value) {
+Json LevelToJson(double value) {
     return std::isfinite(value) ? Json(value) : Json(nullptr);
 }
 
@@ -81,10 +81,10 @@ Json LevelsToJson(LevelTrack::Row const& row) {
     for (Level const& level : row) {
         double const peak = level.GetPeak();
         double const rms = level.GetRms();
-        levels.push_back({{"peak", NumberToJson(peak)},
-                          {"peakDb", NumberToJson(ToDecibels(peak))},
-                          {"rms", NumberToJson(rms)},
-                          {"rmsDb", NumberToJson(ToDecibels(rms))}});
+        levels.push_back({{"peak", LevelToJson(peak)},
+                          {"peakDb", LevelToJson(ToDecibels(peak))},
+                          {"rms", LevelToJson(rms)},
+                          {"rmsDb", LevelToJson(ToDecibels(rms))}});
     }
     return levels;
 }

@@ -6,6 +6,9 @@
 
 namespace Tarsel::Proc {
 
+/// What ThrowFilterError says of frames and blocks that a graph refuses.
+inline constexpr char const* s_feedingFailed = "Error while feeding the filtergraph";
+
 /// What was asked of FFmpeg when it refused.
 struct FilterAttempt {
     /// The filter description.

@@ -23,9 +23,9 @@ namespace {
 using Conf::PixFmt;
 
 /// Pixels that one chroma sample is wide, or high; sizes and places are multiples of it.
-class Grid {
+class ChromaGrid {
 public:
-    explicit Grid(int shift) : m_step(1U << shift) {}
+    explicit ChromaGrid(int shift) : m_step(1U << shift) {}
 
     std::uint32_t Down(std::uint32_t size) const { return size / m_step * m_step; }
     std::uint32_t SizeDown(std::uint32_t size) const { return std::max(m_step, Down(size)); }
@@ -62,14 +62,15 @@ PixFmt ChooseScaled(PixFmt format) {
 }
 
 /// The largest of these proportions that fits into the box.
-Size FitInside(Size const& box, double proportions, Grid const& across, Grid const& down) {
+Size FitInside(Size const& box, double proportions, ChromaGrid const& across, ChromaGrid const& down) {
     if (proportions * box.height < box.width)
         return {std::min(across.SizeNearest(box.height * proportions), box.width), box.height};
     return {box.width, std::min(down.SizeNearest(box.width / proportions), box.height)};
 }
 
 /// The largest part of the input, around its middle, that is shown with the proportions of the box.
-PictureRegion CutOut(Conf::FrameInfo const& input, Size const& box, Grid const& across, Grid const& down) {
+PictureRegion CutOut(Conf::FrameInfo const& input, Size const& box, ChromaGrid const& across,
+                     ChromaGrid const& down) {
     PictureRegion region{0, 0, input.width, input.height};
     double const share = static_cast<double>(box.width) / box.height / ShownProportions(input);
     if (share < 1)
@@ -129,8 +130,8 @@ std::optional<ResizePlan> PlanResize(SettingsResizer const& settings, PixFmt for
     ResizePlan plan;
     plan.format = ChooseScaled(format);
     auto const& description = Conf::PixFmtDescription::Find(plan.format);
-    Grid const across(description.GetChromaShiftX());
-    Grid const down(description.GetChromaShiftY());
+    ChromaGrid const across(description.GetChromaShiftX());
+    ChromaGrid const down(description.GetChromaShiftY());
     double const proportions = ShownProportions(input);
     bool const isFree = asked.width == 0 || asked.height == 0;
     Size box{across.SizeDown(asked.width), down.SizeDown(asked.height)};
