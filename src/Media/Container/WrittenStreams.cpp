@@ -111,13 +111,13 @@ std::vector<std::string> ListLostTags(AVDictionary const* asked, AVFormatContext
     for (unsigned i = 0; i < file.nb_programs; ++i)
         std::ranges::copy(ListTags(file.programs[i]->metadata), std::back_inserter(written));
     std::vector<std::string> lost;
-    for (auto const& [key, value] : ListTags(asked)) {
-        bool const isThere =
-            Core::HasWord(unread, ToUsualForm(key)) || std::ranges::any_of(written, [&](Tag const& each) {
-                return boost::iequals(key, each.first) || value == each.second;
-            });
+    for (Tag const& tag : ListTags(asked)) {
+        bool const isThere = Core::HasWord(unread, ToUsualForm(tag.first)) ||
+                             std::ranges::any_of(written, [&](Tag const& each) {
+                                 return boost::iequals(tag.first, each.first) || tag.second == each.second;
+                             });
         if (!isThere)
-            lost.push_back(ToUsualForm(key));
+            lost.push_back(ToUsualForm(tag.first));
     }
     return lost;
 }
