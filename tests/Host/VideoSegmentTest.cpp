@@ -102,8 +102,6 @@ protected:
 struct Outcome {
     std::vector<std::int64_t> times;
     std::map<std::string, std::vector<std::string>> failures;
-
-    friend bool operator==(Outcome const&, Outcome const&) = default;
 };
 
 /// Does `work`, which may fail; false then.
