@@ -83,8 +83,11 @@ bool TakesPacket(AVOutputFormat const& format, AVStream const& stream, AVPacket 
     first->stream_index = 0;
     first->pts = first->dts = 0; // whether it has times is no matter here
     int const error = Try(*context, [&] {
-        int const header = WriteHeader(*context);
-        return header < 0 ? header : av_write_frame(context.get(), first.get());
+        if (int const header = WriteHeader(*context); header < 0)
+            return header;
+        int const written = av_write_frame(context.get(), first.get());
+        av_write_trailer(context.get()); // some writers keep the packet until then
+        return written;
     });
     return error >= 0;
 }
