@@ -110,6 +110,7 @@ TEST_F(PaletteTool, ClearPixelsStayClear) {
 }
 
 TEST_F(PaletteTool, MakesAnimationsOfFilms) {
+    TellLeaksApart();
     MakeFilm("film.mkv", "-f lavfi -i mandelbrot=size=64x48:rate=10 -t 1 -c:v ffv1");
     auto const before = ReadPixels("film.mkv");
     ASSERT_EQ(before.size(), std::size_t{10} * 64 * 48 * 3);

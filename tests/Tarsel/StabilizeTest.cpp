@@ -13,9 +13,7 @@ class StabilizeTool : public Tool {
 protected:
     StabilizeTool() {
         setenv("TMPDIR", std::filesystem::current_path().c_str(), 1); // the motions lie where the tests look
-        // The address sanitizer knows whose leak one is in libraries without frame pointers only so.
-        if (char const* const options = std::getenv("ASAN_OPTIONS"))
-            setenv("ASAN_OPTIONS", (std::string(options) + ":fast_unwind_on_malloc=0").c_str(), 1);
+        TellLeaksApart();
     }
     ~StabilizeTool() override { unsetenv("TMPDIR"); }
 
