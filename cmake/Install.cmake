@@ -25,15 +25,14 @@ install(FILES "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Completions/_tarsel"
 install(FILES "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Completions/tarsel.fish"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 
-# Of the SDK every header but those for its own sources; of the others what they export.
+# Of the SDK every header but those for its own sources, which lie in folders of Host, or are named; of the others what
+# they export.
 foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Host)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${room}/" COMPONENT Development
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tarsel/${room}"
     FILES_MATCHING PATTERN "*.h"
-    PATTERN "CastData.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE PATTERN "ColorMatrix.h" EXCLUDE
-    PATTERN "AudioStep.h" EXCLUDE PATTERN "ChainStep.h" EXCLUDE PATTERN "DataDigest.h" EXCLUDE PATTERN "EffectWatch.h" EXCLUDE PATTERN "FrameConversion.h" EXCLUDE PATTERN "FrameAdapter.h" EXCLUDE
-    PATTERN "FullChroma.h" EXCLUDE PATTERN "IdleCure.h" EXCLUDE PATTERN "VideoSegment.h" EXCLUDE
-    PATTERN "VideoStep.h" EXCLUDE)
+    PATTERN "Chain" EXCLUDE PATTERN "Watch" EXCLUDE
+    PATTERN "CastData.h" EXCLUDE PATTERN "ColorMatrix.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE)
 endforeach()
 foreach(header
     Media/Analyze.h Media/Api.h Media/AudioReader.h Media/AudioWriter.h Media/ImageWriter.h

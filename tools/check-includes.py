@@ -13,6 +13,8 @@ import sys
 CONTRACT = ["Core", "Conf", "Proc/Interfaces"]
 SDK = [*CONTRACT, "Proc/Settings", "Proc/Wrappers", "Proc/Data"]
 EFFECTS = [*SDK, "Proc/Algorithms"]
+# Behind the installed headers, which lie in Host itself; nobody else knows them.
+HOST = ["Host/Chain", "Host/Watch"]
 # Behind the installed headers, which lie in Media itself: each knows those before it.
 MEDIA = ["Media/Base", "Media/Container", "Media/Codec", "Media/Run"]
 # The command-line tool, in the same way; its main function comes last.
@@ -47,7 +49,8 @@ MAY_INCLUDE = {
     API: ["Proc/Algorithms"],
     **INSIDE,
     LUMENTA: [*EFFECTS, API, *INSIDE, LUMENTA],
-    "Host": [*SDK, "Host"],
+    **{room: [*SDK, "Host", room] for room in HOST},
+    "Host": [*SDK, "Host", *HOST],
     **{room: [*SDK, "Host", "Media", *MEDIA[: index + 1]] for index, room in enumerate(MEDIA)},
     "Check": [*SDK, "Host", "Check"],
     "Media": [*SDK, "Host", "Media"],

@@ -3,8 +3,8 @@
 
 usage: proof.py [--long] [--page FILE] [STAGE...]
 
-Runs all stages, or those named; --long runs them as long as the page is meant to be read (hours). Rows of stages that
-did not run stay on the page as they are. Ends with 1 when a stage found something.
+Runs all stages, or those named, in minutes, and writes out/proof.md; --long runs them for hours and writes
+docs/proof.md. Rows of stages that did not run stay on the page as they are. Ends with 1 when a stage found something.
 """
 import argparse, datetime, json, pathlib, re, subprocess, sys
 from dataclasses import dataclass
@@ -131,10 +131,12 @@ def read_page(page):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--long", action="store_true")
-    parser.add_argument("--page", type=pathlib.Path, default=ROOT / "docs/proof.md")
+    parser.add_argument("--page", type=pathlib.Path)
     parser.add_argument("stages", nargs="*", metavar="STAGE",
                         help=", ".join(stage.name for stage in STAGES))
     options = parser.parse_args()
+    if options.page is None:
+        options.page = ROOT / ("docs/proof.md" if options.long else "out/proof.md")
     unknown = set(options.stages) - {stage.name for stage in STAGES}
     if unknown:
         parser.error(f"there is no stage {', '.join(sorted(unknown))}: choose "
@@ -149,7 +151,7 @@ def main():
             bad.append(stage.name)
         rows[stage.name] = (f"| {stage.name} | {stage.what} | {result} | `{command}` | "
                             f"{datetime.date.today().isoformat()} |")
-        options.page.parent.mkdir(exist_ok=True)
+        options.page.parent.mkdir(parents=True, exist_ok=True)
         options.page.write_text(HEAD + "".join(rows[each.name] + "\n" for each in STAGES if each.name in rows))
     if bad:
         sys.exit(f"proof: something was found in {', '.join(bad)}")

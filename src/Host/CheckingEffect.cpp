@@ -1,8 +1,8 @@
 #include "Host/CheckingEffect.h"
 
 #include "Core/Throw.h"
-#include "Host/DataDigest.h"
-#include "Host/EffectWatch.h"
+#include "Host/Watch/DataDigest.h"
+#include "Host/Watch/EffectWatch.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Interfaces/IOwnWork.h"

@@ -2,10 +2,10 @@
 
 #include "Core/Throw.h"
 #include "Host/AudioChain.h"
-#include "Host/AudioStep.h"
+#include "Host/Chain/AudioStep.h"
+#include "Host/Chain/VideoSegment.h"
+#include "Host/Chain/VideoStep.h"
 #include "Host/VideoChain.h"
-#include "Host/VideoSegment.h"
-#include "Host/VideoStep.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Settings.h"
 
@@ -134,7 +134,7 @@ VideoChain::VideoChain() = default;
 VideoChain::~VideoChain() = default;
 
 void VideoChain::Append(SP<Effect> const& effect, std::string label, MakeEffect another) {
-    if (m_threads == 1 || !effect || !VideoSegment::CanTake(*effect)) {
+    if (m_threads == 1 || !effect || !another || !VideoSegment::CanTake(*effect)) {
         Append(effect, std::move(label));
         return;
     }

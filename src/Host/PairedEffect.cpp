@@ -2,7 +2,7 @@
 
 #include "Conf/Color.h"
 #include "Core/Throw.h"
-#include "Host/FrameConversion.h"
+#include "Host/Chain/FrameConversion.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Interfaces/ProcExceptions.h"

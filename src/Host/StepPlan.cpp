@@ -2,9 +2,9 @@
 
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
+#include "Host/Chain/IdleCure.h"
+#include "Host/Chain/VideoStep.h"
 #include "Host/FFmpegMessages.h"
-#include "Host/IdleCure.h"
-#include "Host/VideoStep.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/IOwnWork.h"
 #include "Proc/Settings/Settings.h"

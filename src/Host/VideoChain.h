@@ -46,7 +46,8 @@ public:
     /// one frame and comes at once, several frames are worked on at a time, by effects made so, while
     /// `effect` itself sees none. Results, their order and the failures are those of a single thread; a
     /// result or a failure may come after a later frame was fed. As many frames are on their way as there are
-    /// threads, and two. A host may set other settings between frames.
+    /// threads, and two. A host may set other settings between frames. A null `another` stands for none.
+    /// EffectException for a null effect, and later for one that is not made.
     void Append(SP<Effect> const& effect, std::string label, MakeEffect another);
 
 private:

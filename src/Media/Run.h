@@ -81,6 +81,10 @@ struct RunResult {
 /// Throws as CheckRun, but whether input and output exist is not looked at. Any thread.
 TARSEL_MEDIA_API std::vector<Conf::PixFmt> FindVideoFormats(RunOptions const& options);
 
+/// Whether the encoder of the output's pictures keeps a color of their palettes clear. Throws as
+/// FindVideoFormats. Any thread.
+TARSEL_MEDIA_API bool KeepsClearColors(RunOptions const& options);
+
 /// What Run would refuse before it opens the input: paths, container, encoder and its options. For programs
 /// that have long work to do before. OptionsException, InputException, OutputException.
 TARSEL_MEDIA_API void CheckRun(RunOptions const& options);

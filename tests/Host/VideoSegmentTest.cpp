@@ -170,7 +170,7 @@ TEST_F(Segment, HoldsNoMoreFramesThanThreadsAndTwo) {
     chain.Append(MakeMover(0), "", MakeAnother);
     int fed = 0;
     int taken = 0;
-    for (std::int64_t time = 0; time < 55; time += 11) { // those do not fail
+    for (std::int64_t time = 0; time < 440; time += 11) { // those do not fail
         chain.Feed(MakeFrame(time));
         ++fed;
         while (chain.Take())

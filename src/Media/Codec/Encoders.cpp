@@ -20,7 +20,16 @@ namespace Tarsel::Media {
 
 namespace {
 
-enum : unsigned { Range = 1, Rate = 2, Fields = 4, WholeChroma = 8, Jpeg = 16, Webp = 32, Films = 64 };
+enum : unsigned {
+    Range = 1,
+    Rate = 2,
+    Fields = 4,
+    WholeChroma = 8,
+    Jpeg = 16,
+    Webp = 32,
+    Films = 64,
+    Clear = 128
+};
 
 struct CodecRow {
     AVCodecID codec;
@@ -61,7 +70,9 @@ constexpr CodecRow s_codecs[] = {
     {AV_CODEC_ID_MAGICYUV, Films},
     {AV_CODEC_ID_QTRLE, Films},
     {AV_CODEC_ID_V210, Films},
-    {AV_CODEC_ID_PNG, Films},
+    {AV_CODEC_ID_PNG, Films | Clear},
+    {AV_CODEC_ID_APNG, Clear},
+    {AV_CODEC_ID_GIF, Clear},
 };
 
 constexpr std::size_t s_qualities = 5;
@@ -263,7 +274,8 @@ CodecFacts GetCodecFacts(int codec) noexcept {
     auto const* const row = std::ranges::find(s_codecs, static_cast<AVCodecID>(codec), &CodecRow::codec);
     unsigned const facts = row != std::end(s_codecs) ? row->facts : 0;
     auto const has = [&](unsigned fact) { return (facts & fact) != 0; };
-    return {has(Range), has(Rate), has(Fields), has(WholeChroma), has(Jpeg), has(Webp), has(Films)};
+    return {has(Range), has(Rate), has(Fields), has(WholeChroma),
+            has(Jpeg),  has(Webp), has(Films),  has(Clear)};
 }
 
 bool WorksInOrdinaryMemory(AVCodec const& encoder) {

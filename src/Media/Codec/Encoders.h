@@ -33,6 +33,8 @@ struct CodecFacts {
     bool isWebp = false;
     /// Films are made of it, and may stay in it.
     bool isOfFilms = false;
+    /// A color of a palette may be clear.
+    bool hasClearColors = false;
 };
 
 /// `codec` is an AVCodecID; nothing is known of most.

@@ -5,6 +5,7 @@
 #include "Media/Base/Stopped.h"
 #include "Media/Base/Times.h"
 #include "Media/Codec/EncoderSettings.h"
+#include "Media/Codec/Encoders.h"
 #include "Media/Container/OutputFile.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Run/ImageFacts.h"
@@ -239,6 +240,11 @@ std::vector<Conf::PixFmt> FindVideoFormats(RunOptions const& options) {
     return checked.videoEncoder != nullptr
                ? GetEncoderRules(*checked.videoEncoder, *checked.container.format).formats
                : std::vector<Conf::PixFmt>();
+}
+
+bool KeepsClearColors(RunOptions const& options) {
+    AVCodec const* const encoder = CheckEncoders(options).videoEncoder;
+    return encoder != nullptr && GetCodecFacts(encoder->id).hasClearColors;
 }
 
 void CheckRun(RunOptions const& options) {

@@ -52,21 +52,16 @@ std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInf
     if (!stream.orientation.GetOrientation())
         m_notes.emplace_back("Dropped the input's orientation tag, which is neither a mirroring nor a "
                              "quarter turn: the effects used the frames as stored.");
-    auto const append = [&](VideoStep const& step) {
-        if (step.another)
-            steps.Append(step.effect, step.label, step.another);
-        else
-            steps.Append(step.effect, step.label);
-    };
-    std::ranges::for_each(effects, append);
+    for (auto const& [effect, label, another] : effects)
+        steps.Append(effect, label, another);
     if (m_palettes)
-        append(*m_palettes);
+        steps.Append(m_palettes->effect, m_palettes->label, m_palettes->another);
     return chain;
 }
 
 void ChainMaker::FitTo(Media::RunOptions const& options) {
     if (HoldsOnlyPalettes(options))
-        m_palettes = MakePaletteStep(m_effects, {}, HoldsClearPixels(options));
+        m_palettes = MakePaletteStep(m_effects, {}, Media::KeepsClearColors(options));
 }
 
 SP<Proc::IOneInputEffectVideo> ChainMaker::MakeTurn(Media::VideoStreamInfo const& stream) const {

@@ -5,8 +5,6 @@
 #include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/Chain/ClearPalettes.h"
 
-#include <boost/algorithm/string/case_conv.hpp>
-
 #include <algorithm>
 #include <atomic>
 #include <memory>
@@ -34,11 +32,6 @@ bool HoldsPalettes(Media::RunOptions const& options) {
 bool HoldsOnlyPalettes(Media::RunOptions const& options) {
     std::vector<Conf::PixFmt> const formats = Media::FindVideoFormats(options);
     return !formats.empty() && HoldsPalettes(options) && std::ranges::none_of(formats, IsTrueColor);
-}
-
-bool HoldsClearPixels(Media::RunOptions const& options) {
-    std::string const extension = boost::algorithm::to_lower_copy(options.output.extension().string());
-    return extension == ".gif" || extension == ".png" || extension == ".apng";
 }
 
 VideoStep MakePaletteStep(Effects const& effects, std::string const& settings, bool keepsClear) {

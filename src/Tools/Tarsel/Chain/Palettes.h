@@ -16,9 +16,6 @@ bool HoldsOnlyPalettes(Media::RunOptions const& options);
 /// Whether the output's encoder takes pictures with palettes. Throws as above.
 bool HoldsPalettes(Media::RunOptions const& options);
 
-/// Whether a color of the output's palettes may be clear.
-bool HoldsClearPixels(Media::RunOptions const& options);
-
 /// The step that gives every picture a palette of its own; `settings` are more of it, as in a step's text
 /// (see Host::ParseEffectStep), "colors=16 dither=1". With `keepsClear` what is more clear than not stays
 /// clear; otherwise a background shows through. SettingsException.

@@ -41,7 +41,7 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
     MediaWork const work(arguments.media, context);
     Media::RunOptions options = arguments.media.MakeRunOptions();
     options.at = arguments.at;
-    bool const keepsClear = arguments.background.empty() && HoldsClearPixels(options);
+    bool const keepsClear = arguments.background.empty() && Media::KeepsClearColors(options);
     ChainMaker maker(LoadEffects(context.options.plugin));
     std::vector<VideoStep> steps;
     try {

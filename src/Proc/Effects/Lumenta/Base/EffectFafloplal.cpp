@@ -170,6 +170,7 @@ bool GraphEffect<Medium>::Build(Format format, Info const& info) {
         return false;
     CheckFormat(format, info);
     m_fastWay = MakeFastWay(format, info);
+    m_fastWay.description = description;
     if (!m_fastWay)
         this->m_stream.SetGraph(MakeGraph(description, format, info));
     m_graphFormat = format;
@@ -204,7 +205,7 @@ FastWay GraphEffect<Medium>::MakeFastWay(Format format, Info const& info) const 
 template <class Medium>
 SP<typename Medium::Data> GraphEffect<Medium>::GoFastWay(SP<Data> const& data) const {
     if constexpr (std::is_same_v<Medium, VideoMedium>) {
-        SP<Data> result = RunFastWay(m_fastWay, *data, GetText(m_graphInfo));
+        SP<Data> result = RunFastWay(m_fastWay, *data);
         Finish(result);
         return result;
     }

@@ -32,10 +32,10 @@ bool IsStretchedToGray(AVFrame const& frame) {
     return !pixels.IsGray() && !pixels.IsFullRange(side.space);
 }
 
-SP<IDataVideo> RunFastWay(FastWay const& way, IDataVideo const& data, std::string const& description) {
+SP<IDataVideo> RunFastWay(FastWay const& way, IDataVideo const& data) {
     AVFrame const& from = Details::GetAVFrameRef(data.GetAVFrame());
     if (std::string const fault = FindFrameFault(data, from, "Frame"); !fault.empty())
-        Core::Throw<EffectException>(fault, TagFilterText(description));
+        Core::Throw<EffectException>(fault, TagFilterText(way.description));
     Conf::FrameInfo const info = GetStatedInfo(data, from);
     SafeFrame to({}, way.result, info.width, info.height, info.aspectNum, info.aspectDen);
     to.CopyProperties(from);

@@ -21,6 +21,8 @@ struct FastWay {
     Conf::PixFmt result = Conf::PixFmt::None;
     /// Null where there is no fast way. `to` has planes of its own and the properties of `from`.
     Run run;
+    /// Of the graph, for errors.
+    std::string description = {};
 
     explicit operator bool() const noexcept { return run != nullptr; }
 };
@@ -38,8 +40,8 @@ PlanePair GetPlanes(AVFrame const& from, AVFrame& to, int plane);
 /// and YUV of full range by format or tag.
 bool IsStretchedToGray(AVFrame const& frame);
 
-/// What comes of the frame, as from a graph with that description. EffectException as the graph, for frames
-/// that are not as they say; MemoryException.
-SP<IDataVideo> RunFastWay(FastWay const& way, IDataVideo const& data, std::string const& description);
+/// What comes of the frame, as from the graph. EffectException as the graph, for frames that are not as they
+/// say; MemoryException.
+SP<IDataVideo> RunFastWay(FastWay const& way, IDataVideo const& data);
 
 } // namespace Tarsel::Proc

@@ -1,4 +1,4 @@
-#include "Host/FullChroma.h"
+#include "Host/Chain/FullChroma.h"
 
 #include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"

@@ -2,7 +2,7 @@
 
 #include "Conf/SampleInfo.h"
 #include "Host/AudioChain.h"
-#include "Host/ChainStep.h"
+#include "Host/Chain/ChainStep.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
-#include "Host/EffectWatch.h"
+#include "Host/Watch/EffectWatch.h"
 
-#include "Host/DataDigest.h"
 #include "Host/EffectRules.h"
+#include "Host/Watch/DataDigest.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Settings/Field.h"
 #include "Proc/Settings/SettingsText.h"

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Core/Property.h"
+#include "Host/Chain/IChainStep.h"
 #include "Host/EffectChain.h"
 #include "Host/FFmpegMessages.h"
-#include "Host/IChainStep.h"
 
 #include <cstddef>
 #include <string>

@@ -1,4 +1,4 @@
-#include "Host/DataDigest.h"
+#include "Host/Watch/DataDigest.h"
 
 #include "Conf/PixFmtDescription.h"
 #include "Host/EffectRules.h"

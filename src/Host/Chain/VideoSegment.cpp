@@ -1,6 +1,7 @@
-#include "Host/VideoSegment.h"
+#include "Host/Chain/VideoSegment.h"
 
 #include "Core/Throw.h"
+#include "Host/EffectRules.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Settings.h"
 
@@ -20,10 +21,7 @@ VideoSegment::~VideoSegment() {
 
 bool VideoSegment::CanTake(Effect const& effect) {
     auto const* const details = dynamic_cast<Proc::IEffectDetailsVideo const*>(&effect);
-    if (details == nullptr)
-        return false;
-    Proc::EffectTraits const& traits = details->GetTraits();
-    return traits.frameIndependent && traits.delayFrames == 0 && traits.framesPerFrame == 1;
+    return details != nullptr && details->GetTraits().frameIndependent && HoldsNothing(details->GetTraits());
 }
 
 void VideoSegment::Append(SP<Effect> effect, std::string label, VideoChain::MakeEffect another) {

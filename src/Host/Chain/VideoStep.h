@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Host/ChainStep.h"
-#include "Host/FrameAdapter.h"
+#include "Host/Chain/ChainStep.h"
+#include "Host/Chain/FrameAdapter.h"
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 

@@ -1,4 +1,4 @@
-#include "Host/FrameAdapter.h"
+#include "Host/Chain/FrameAdapter.h"
 
 #include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"

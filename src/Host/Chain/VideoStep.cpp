@@ -1,4 +1,4 @@
-#include "Host/VideoStep.h"
+#include "Host/Chain/VideoStep.h"
 
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Core/ThreadBudget.h"
-#include "Host/IChainStep.h"
-#include "Host/VideoStep.h"
+#include "Host/Chain/IChainStep.h"
+#include "Host/Chain/VideoStep.h"
 
 #include <condition_variable>
 #include <deque>

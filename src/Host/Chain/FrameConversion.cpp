@@ -1,4 +1,4 @@
-#include "Host/FrameConversion.h"
+#include "Host/Chain/FrameConversion.h"
 
 namespace Tarsel::Host {
 

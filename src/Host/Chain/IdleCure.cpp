@@ -1,4 +1,4 @@
-#include "Host/IdleCure.h"
+#include "Host/Chain/IdleCure.h"
 
 #include "Conf/DisplayMatrix.h"
 #include "Conf/PixFmt.h"

@@ -1,4 +1,4 @@
-#include "Host/ChainStep.h"
+#include "Host/Chain/ChainStep.h"
 
 #include "Core/Throw.h"
 #include "Host/AudioChain.h"

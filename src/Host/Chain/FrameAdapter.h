@@ -2,8 +2,8 @@
 
 #include "Conf/ColorSpace.h"
 #include "Conf/IFormatCodecVideo.h"
-#include "Host/FrameConversion.h"
-#include "Host/FullChroma.h"
+#include "Host/Chain/FrameConversion.h"
+#include "Host/Chain/FullChroma.h"
 #include "Proc/Interfaces/EffectTraits.h"
 #include "Proc/Interfaces/IDataVideo.h"
 

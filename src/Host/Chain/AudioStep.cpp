@@ -1,4 +1,4 @@
-#include "Host/AudioStep.h"
+#include "Host/Chain/AudioStep.h"
 
 #include "Host/EffectRules.h"
 
