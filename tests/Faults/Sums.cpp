@@ -66,9 +66,10 @@ constexpr Known s_known[] = {
     {Event::Leak, "avfilter_graph_alloc_filter"},
     {Event::Leak, "avio_open2"},
     {Event::Leak, "vsMotionDetection"},
-    // Assertions that an option can be set, and pointers that nobody looked at.
+    // Assertions that an option can be set, pointers that nobody looked at, a divisor that was never set.
     {Event::Crash, "avcodec_alloc_context3"},
     {Event::Crash, "avfilter_graph_config"},
+    {Event::Crash, "swr_convert"},
     {Event::Crash, "", "smart-blur: "},
     {Event::Crash, "vsMotionDetection"},
     // With threads the same number is another allocation each time, and libraries that are loaded begin with

@@ -98,7 +98,7 @@ class ChainRun {
 public:
     explicit ChainRun(Draws& draws) : m_draws(draws) {
         for (std::uint32_t i = draws.Between(1, 3); i > 0; --i)
-            m_effects.push_back(Make());
+            Change(*m_effects.emplace_back(Make()));
         for (int session = 0; session < 3 && (session == 0 || !draws.IsEmpty()); ++session)
             Run();
     }
@@ -127,10 +127,8 @@ private:
             } else if (entry.GetKind() == Host::EffectKind::Audio) {
                 effect = Test::GetFactory()->CreateAudioEffect(entry.classId, entry.implName, {});
             }
-            if (effect) {
-                Change(*effect);
+            if (effect)
                 return effect;
-            }
         }
     }
 
@@ -142,6 +140,22 @@ private:
         bool const isTaken = Succeeds([&] { Host::SetEffectSettings(effect, *settings); });
         Require(effect.GetSettingsBase().IsEqualTo(isTaken ? *settings : *before),
                 "{} has other settings than it was given", before->GetClassId());
+        if constexpr (s_isVideo)
+            if (MakesLarge())
+                Host::SetEffectSettings(effect, *before);
+    }
+
+    /// Whether a frame may need so much memory that a run ends for want of it, with nothing learned.
+    bool MakesLarge() const {
+        constexpr std::uint64_t most = 4'000'000;
+        for (auto const& [width, height] : {std::pair{200U, 200U}, {200U, 1U}, {1U, 200U}}) {
+            auto format = Check::MakeFormat(Check::Video::Form{Conf::PixFmt::YUV420P, width, height});
+            for (SP<Effect> const& effect : m_effects)
+                Succeeds([&] { effect->UpdateFormatCodec(format); });
+            if (format && std::uint64_t{format->GetFrameInfo().width} * format->GetFrameInfo().height > most)
+                return true;
+        }
+        return false;
     }
 
     /// A chain, the first effect as a stream, or all of them call by call.
