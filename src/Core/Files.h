@@ -3,6 +3,8 @@
 #include "Core/Api.h"
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace Tarsel::Core {
 
@@ -12,5 +14,9 @@ using ioPath = std::filesystem::path;
 /// Whether anything lies at `path`, links followed; a path that may not be looked at counts as absent. Any
 /// thread.
 TARSEL_API bool FileExists(ioPath const& path) noexcept;
+
+/// The names of what lies in `folder`, in no order, without "." and ".."; empty where it cannot be read.
+/// std::bad_alloc, by which the iterators of the standard library would end the process. Any thread.
+TARSEL_API std::vector<std::string> ListFolder(ioPath const& folder);
 
 } // namespace Tarsel::Core

@@ -37,9 +37,10 @@ void Find(Stack& stack, void const* context) noexcept {
     auto* const address = reinterpret_cast<void*>(machine.pc);
     auto* const caller = reinterpret_cast<void*>(machine.regs[30]);
 #endif
-    if (address != nullptr)
-        return Capture(stack, address);
-    // A null was called, and nothing is known of its frame but who called it.
+    Capture(stack, address);
+    if (stack.depth > 1)
+        return;
+    // What was called is no function, and nothing is known of its frame but who called it.
     stack.addresses[0] = caller;
     stack.depth = 1;
 }
@@ -55,6 +56,13 @@ void OnSignal(int signal, siginfo_t*, void* context) noexcept {
 }
 
 } // namespace
+
+bool IsOfThread(Stack const& stack) noexcept {
+    return std::any_of(stack.addresses.begin(), stack.addresses.begin() + stack.depth, [](void* address) {
+        Dl_info info{};
+        return dladdr(address, &info) != 0 && std::strstr(info.dli_fname, "/ld-linux") != nullptr;
+    });
+}
 
 void Describe(Stack const& stack, Places& places) noexcept {
     places.count = 0;

@@ -39,6 +39,9 @@ struct Places {
     std::size_t count;
 };
 
+/// Whether the dynamic linker allocated it: for a new thread, and kept with the thread's stack for the next.
+bool IsOfThread(Stack const& stack) noexcept;
+
 /// Allocates nothing.
 void Describe(Stack const& stack, Places& places) noexcept;
 

@@ -2,6 +2,7 @@
 #include "Conf/PixFmtDescription.h"
 
 #include <array>
+#include <chrono>
 
 namespace Tarsel::Check {
 namespace {
@@ -11,7 +12,7 @@ using Proc::Keeps;
 
 constexpr char const* s_notStated = "the traits do not state it";
 
-/// Three frames and their results, none if the effect refuses them.
+/// Frames and their results, none if the effect refuses them.
 struct Trial {
     std::vector<SP<Proc::IDataVideo>> in;
     std::vector<SP<Proc::IDataVideo>> out;
@@ -24,17 +25,18 @@ Trial Try(Subject<Video>& subject, std::vector<SP<Proc::IDataVideo>> in) {
 }
 
 std::vector<SP<Proc::IDataVideo>> MakeFrames(PixFmt format) {
-    return {MakeDatum(Video::Form{format}, 0), MakeDatum(Video::Form{format}, 1),
-            MakeDatum(Video::Form{format}, 2)};
+    return {MakeDatum(Video::Form{format}, 0), MakeDatum(Video::Form{format}, 1)};
 }
 
-/// Visits the results in each format that satisfies `wanted` and that the effect takes; Skipped where it
-/// takes none.
+/// Visits the results in each format that satisfies `wanted` and that the effect takes, of an effect that
+/// needs seconds a frame in the first ones; Skipped where it takes none.
 template <class Wanted, class Visit>
 void ForFormats(Subject<Video>& subject, Wanted const& wanted, Visit const& visit) {
+    using Clock = std::chrono::steady_clock;
+    auto const end = Clock::now() + std::chrono::seconds(6);
     int taken = 0;
     for (PixFmt const format : Conf::PixFmtDescription::s_supportedFormats) {
-        if (!wanted(Conf::PixFmtDescription::Find(format)))
+        if (!wanted(Conf::PixFmtDescription::Find(format)) || (taken > 0 && Clock::now() > end))
             continue;
         Trial const trial = Try(subject, MakeFrames(format));
         for (auto const& result : trial.out) {

@@ -10,6 +10,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/audio_fifo.h>
+#include <libavutil/error.h>
 }
 
 namespace Tarsel::Media {
@@ -48,6 +49,12 @@ UniquePacket MakePacket() {
 
 void ThrowNoMemory(char const* what) {
     Core::Throw<Core::MemoryException>(std::string("Unable to allocate memory for ") + what);
+}
+
+int CheckMemory(int error, char const* what) {
+    if (error == AVERROR(ENOMEM))
+        ThrowNoMemory(what);
+    return error;
 }
 
 } // namespace Tarsel::Media

@@ -45,6 +45,9 @@ template <class T>
 T* CheckAllocated(T* pointer, char const* what);
 
 [[noreturn]] void ThrowNoMemory(char const* what);
+/// `error` itself, FFmpeg's; MemoryException naming `what` where it is that memory ran out: a second try, or
+/// another way, would hide it.
+int CheckMemory(int error, char const* what);
 
 template <class T>
 T* CheckAllocated(T* pointer, char const* what) {

@@ -112,7 +112,7 @@ int AudioEncoder::TryOpen(AudioRequest const& request, Conf::SampleInfo const& f
     ApplyEncoderOptions(context, request.options);
     if ((request.container->flags & AVFMT_GLOBALHEADER) != 0)
         context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    return avcodec_open2(&context, request.encoder, nullptr);
+    return CheckMemory(avcodec_open2(&context, request.encoder, nullptr), "an encoder");
 }
 
 void AudioEncoder::Encode(Proc::IDataAudio const& block, TakePacket const& give) {

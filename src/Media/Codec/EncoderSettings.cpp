@@ -96,7 +96,7 @@ int TryOpenForAudio(AVCodec const& encoder, EncoderOptions const& options, Quali
     ApplyEncoderOptions(*context,
                         MakeAudioOptions(encoder, context->ch_layout.nb_channels, options, quality));
     ApplyEncoderOptions(*context, options);
-    return avcodec_open2(context.get(), &encoder, nullptr);
+    return CheckMemory(avcodec_open2(context.get(), &encoder, nullptr), "an encoder");
 }
 
 /// Opens the encoder for a small film of the usual kind.
@@ -113,7 +113,7 @@ int TryOpen(AVCodec const& encoder, EncoderOptions const& options, Quality quali
     context->framerate = {25, 1};
     context->thread_count = 1;
     ApplyEncoderOptions(*context, MakeVideoOptions(encoder, options, quality, context->thread_count));
-    return avcodec_open2(context.get(), &encoder, nullptr);
+    return CheckMemory(avcodec_open2(context.get(), &encoder, nullptr), "an encoder");
 }
 
 /// The formats whose raw video a file of the container brings back; empty: any.
@@ -138,7 +138,8 @@ void ApplyEncoderOptions(AVCodecContext& context, EncoderOptions const& options)
             fail(fmt::format("The encoder \"{}\" has no option \"{}\"{}", context.codec->name, key,
                              Core::NearNamesText(key, ListOptions(context))),
                  AVERROR_OPTION_NOT_FOUND);
-        int const error = av_opt_set(&context, key.c_str(), value.c_str(), AV_OPT_SEARCH_CHILDREN);
+        int const error = CheckMemory(
+            av_opt_set(&context, key.c_str(), value.c_str(), AV_OPT_SEARCH_CHILDREN), "an option");
         if (error < 0)
             fail(fmt::format("The encoder \"{}\" cannot take {}={}: {}{}", context.codec->name, key, value,
                              Proc::GetFFmpegErrorText(error), LegalText(context, *option)),

@@ -113,7 +113,7 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     if ((request.container->flags & AVFMT_GLOBALHEADER) != 0)
         context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 
-    int const error = avcodec_open2(&context, request.encoder, nullptr);
+    int const error = CheckMemory(avcodec_open2(&context, request.encoder, nullptr), "an encoder");
     if (error < 0)
         Core::Throw<OutputException>(fmt::format("The encoder \"{}\" cannot encode frames of {}x{} {}: {}",
                                                  request.encoder->name, frame.width, frame.height,

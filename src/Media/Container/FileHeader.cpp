@@ -20,11 +20,13 @@ int WriteHeader(AVFormatContext& context) {
     AVDictionaryEntry const* const phones =
         av_dict_get(context.metadata, "com.apple.quicktime.", nullptr, AV_DICT_IGNORE_SUFFIX);
     AVDictionary* options = nullptr;
+    int error = 0;
     if (phones != nullptr && GetTraits(*context.oformat).isMovFamily)
-        av_dict_set(&options, "movflags", "use_metadata_tags", 0);
-    if (GetTraits(*context.oformat).wantsId3)
-        av_dict_set(&options, "write_id3v2", "1", 0);
-    int const error = avformat_write_header(&context, &options);
+        error = av_dict_set(&options, "movflags", "use_metadata_tags", 0);
+    if (error >= 0 && GetTraits(*context.oformat).wantsId3)
+        error = av_dict_set(&options, "write_id3v2", "1", 0);
+    if (error >= 0)
+        error = avformat_write_header(&context, &options);
     av_dict_free(&options);
     return error;
 }

@@ -46,7 +46,7 @@ void CheckCopied(int error) {
 /// What described the input's own file format.
 void RemoveContainerKeys(AVDictionary** metadata) {
     for (char const* key : {"major_brand", "minor_version", "compatible_brands"})
-        av_dict_set(metadata, key, nullptr, 0);
+        CheckCopied(av_dict_set(metadata, key, nullptr, 0));
 }
 
 /// What described the pictures as they were encoded in the input.
@@ -62,7 +62,7 @@ void RemoveEncodingKeys(AVDictionary** metadata) {
             }))
             keys.emplace_back(entry->key);
     for (std::string const& key : keys)
-        av_dict_set(metadata, key.c_str(), nullptr, 0);
+        CheckCopied(av_dict_set(metadata, key.c_str(), nullptr, 0));
 }
 
 /// Light levels of HDR, from the pictures where the input's container had none.
@@ -133,9 +133,9 @@ void TurnCoverIntoAttachment(AVStream& stream, AVPacket const& cover) {
     parameters.extradata_size = cover.size;
     parameters.codec_type = AVMEDIA_TYPE_ATTACHMENT;
     if (!HasKey(stream.metadata, "filename"))
-        av_dict_set(&stream.metadata, "filename", isPng ? "cover.png" : "cover.jpg", 0);
+        CheckCopied(av_dict_set(&stream.metadata, "filename", isPng ? "cover.png" : "cover.jpg", 0));
     if (!HasKey(stream.metadata, "mimetype"))
-        av_dict_set(&stream.metadata, "mimetype", isPng ? "image/png" : "image/jpeg", 0);
+        CheckCopied(av_dict_set(&stream.metadata, "mimetype", isPng ? "image/png" : "image/jpeg", 0));
 }
 
 /// The codec's tag stays where the container knows it; otherwise the muxer finds its own.

@@ -1,5 +1,7 @@
 #include "Media/Container/TemporaryFile.h"
 
+#include "Core/Files.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -9,7 +11,6 @@
 #include <random>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -57,13 +58,11 @@ void RemoveAbandoned(fs::path const& path) noexcept {
 }
 
 void RemoveLeftovers(fs::path const& folder, NameParts const& parts) {
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        std::string const name = entry->path().filename().string();
+    for (std::string const& name : Core::ListFolder(folder)) {
         std::size_t const around = parts.head.size() + parts.tail.size();
         if (name.size() == around + s_digits && name.starts_with(parts.head) && name.ends_with(parts.tail) &&
             IsNumber(std::string_view(name).substr(parts.head.size(), s_digits)))
-            RemoveAbandoned(entry->path());
+            RemoveAbandoned(folder / name);
     }
 }
 

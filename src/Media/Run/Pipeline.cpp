@@ -1,5 +1,6 @@
 #include "Media/Run/Pipeline.h"
 
+#include "Core/StartThread.h"
 #include "Core/ThreadBudget.h"
 #include "Host/FFmpegMessages.h"
 #include "Media/Base/Stopped.h"
@@ -104,10 +105,10 @@ void RunStages(std::vector<std::function<void()>> const& stages, std::stop_sourc
         outcome.Guard([&] {
             threads.reserve(stages.size());
             for (auto const& stage : stages)
-                threads.emplace_back([&outcome, &stage] {
+                threads.push_back(Core::StartThread([&outcome, &stage] {
                     outcome.Guard(stage);
                     outcome.EndOne();
-                });
+                }));
         });
         bool const started = threads.size() == stages.size();
         while (started && !outcome.WaitForAll(tick))

@@ -20,7 +20,7 @@ std::int64_t Multiply(std::int64_t ticks, std::int64_t factor) noexcept {
 
 } // namespace
 
-TimeMap::TimeMap(Ratio inputTimeBase) noexcept : m_timeBase(RefineTimeBase(inputTimeBase)) {
+TimeMap::TimeMap(Ratio inputTimeBase) : m_timeBase(RefineTimeBase(inputTimeBase)) {
     if (inputTimeBase.numerator > 0 && inputTimeBase.denominator > 0)
         m_factor = inputTimeBase.numerator * (m_timeBase.denominator / inputTimeBase.denominator);
 }

@@ -12,7 +12,7 @@ namespace Tarsel::Media {
 /// base. Not synchronized.
 class TimeMap {
 public:
-    explicit TimeMap(Ratio inputTimeBase) noexcept;
+    explicit TimeMap(Ratio inputTimeBase);
 
     /// That of the results of Leave.
     Ratio GetTimeBase() const noexcept { return m_timeBase; }

@@ -1,5 +1,7 @@
 #include "Tools/Tarsel/Chain/PrivateFolder.h"
 
+#include "Core/Files.h"
+
 #include <fmt/format.h>
 
 #include <cerrno>
@@ -35,17 +37,15 @@ pid_t GetProcess(std::string_view name) {
 
 /// The folders of this user's processes that are no more.
 void RemoveLeftovers(std::filesystem::path const& parent) {
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(parent, error), end; !error && entry != end;
-         entry.increment(error)) {
-        pid_t const process = GetProcess(entry->path().filename().string());
+    for (std::string const& name : Core::ListFolder(parent)) {
+        std::filesystem::path const path = parent / name;
+        pid_t const process = GetProcess(name);
         struct stat found {};
-        bool const isLeft = process > 0 && lstat(entry->path().c_str(), &found) == 0 &&
-                            S_ISDIR(found.st_mode) && found.st_uid == geteuid() && kill(process, 0) != 0 &&
-                            errno == ESRCH;
+        bool const isLeft = process > 0 && lstat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode) &&
+                            found.st_uid == geteuid() && kill(process, 0) != 0 && errno == ESRCH;
         std::error_code ignored;
         if (isLeft)
-            std::filesystem::remove_all(entry->path(), ignored);
+            std::filesystem::remove_all(path, ignored);
     }
 }
 

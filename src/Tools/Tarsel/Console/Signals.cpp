@@ -1,6 +1,7 @@
 #include "Tools/Tarsel/Console/Signals.h"
 
 #include "Core/CoreExceptions.h"
+#include "Core/StartThread.h"
 #include "Core/TemporaryPath.h"
 #include "Core/Throw.h"
 
@@ -80,7 +81,7 @@ StopOnSignals::StopOnSignals() {
     while (ReadSignal() != s_wake) {
         // What an object before this one left.
     }
-    m_watcher = std::thread([this] { Watch(); });
+    m_watcher = Core::StartThread([this] { Watch(); });
     for (int const signal : s_signals)
         Handle(signal);
 }

@@ -26,7 +26,7 @@ private:
     std::stop_source m_stop;
     std::atomic<int> m_signal{0};
     std::atomic<bool> m_ends{false};
-    std::thread m_watcher;
+    std::jthread m_watcher;
 };
 
 } // namespace Tarsel::Tools
