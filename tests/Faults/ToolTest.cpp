@@ -1,6 +1,6 @@
-#include "Check/Child.h"
 #include "Faults/Sums.h"
 #include "Faults/Trial.h"
+#include "Support/Child.h"
 #include "Support/Process.h"
 #include "Support/TempFolder.h"
 

@@ -5,6 +5,7 @@
 #include "Faults/Sums.h"
 #include "Host/ErrorReport.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Support/Child.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,6 @@
 #include <exception>
 #include <memory>
 #include <new>
-#include <poll.h>
 #include <set>
 #include <thread>
 #include <tuple>
@@ -186,16 +186,6 @@ void TryFrom(std::vector<Operation> const& operations, Journal& journal) {
 }
 
 } // namespace
-
-Check::ChildEnd RunChild(std::function<std::string()> const& work) {
-    Check::Child child(work, std::chrono::hours(2));
-    for (;;) {
-        if (std::optional<Check::ChildEnd> end = child.Poll())
-            return std::move(*end);
-        pollfd handle{child.GetHandle(), POLLIN, 0};
-        (void)poll(&handle, 1, 1000);
-    }
-}
 
 Operation MakeOperation(std::string name, std::function<std::string()> work) {
     return {std::move(name), [work = std::move(work)] {

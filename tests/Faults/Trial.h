@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Check/Child.h"
-
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -32,9 +30,6 @@ Operation MakeOperation(std::string name, std::function<std::string()> work);
 /// another thread, or makes something else; where a block stays; and where the process ends. Faults of the
 /// libraries below are known by the function that was called there: they are counted.
 void TryEverywhere(std::vector<Operation> const& operations);
-
-/// Does the work in a process of its own; its end.
-Check::ChildEnd RunChild(std::function<std::string()> const& work);
 
 /// Which allocations of so many fail in turn.
 std::vector<std::int64_t> ChooseNumbers(std::int64_t count);

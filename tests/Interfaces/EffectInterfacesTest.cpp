@@ -1,13 +1,13 @@
 #include "Host/Doubles.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "Proc/Interfaces/ITwoInputEffectVideo.h"
-#include "Proc/Interfaces/Statistics.h"
 #include "Proc/Interfaces/TimeToProgress.h"
 #include "Support/Failure.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -18,20 +18,6 @@ using namespace Tarsel;
 using namespace Tarsel::Proc;
 
 namespace {
-
-/// Remembers what it was given and answers with `result`.
-template <class Medium>
-struct OneInput : HostTest::EffectOf<Medium> {
-    using Data = typename Medium::Data;
-    OneInput() : HostTest::EffectOf<Medium>("one") {}
-    using Medium::Effect::ProcessData;
-    void Process(SP<Data>& data) override {
-        given = data;
-        data = result;
-    }
-
-    SP<Data> given, result;
-};
 
 struct TwoInput : HostTest::EffectAs<ITwoInputEffectVideo> {
     TwoInput() : EffectAs("two") {}
@@ -47,9 +33,6 @@ struct TwoInput : HostTest::EffectAs<ITwoInputEffectVideo> {
     SP<IDataVideo const> givenSecond;
 };
 
-using Video = OneInput<Host::VideoMedium>;
-using Audio = OneInput<Host::AudioMedium>;
-
 SP<IDataVideo> MakeVideo() {
     return MakeSP<DataVideoFF>(Conf::ColorSpace{}, Conf::PixFmt::GRAY8, Conf::FrameInfo{4, 2, 1, 1});
 }
@@ -59,30 +42,15 @@ SP<IDataAudio> MakeAudio() {
         Conf::SampleInfo::Init(Conf::SampleFormats::S16, 48000, Conf::ChannelLayout::FromCount(1)), 8);
 }
 
-/// One effect of a kind, fed with the right kind of data, the wrong one, and none.
-template <class Effect>
-void CheckOneInput(SP<IData> const& right, decltype(Effect::result) const& result, SP<IData> const& wrong) {
-    auto const effect = MakeSP<Effect>();
-    effect->result = result;
-    std::vector<SP<IData>> const inputs{right};
-    EXPECT_EQ(effect->ProcessData(inputs), result);
-    EXPECT_EQ(effect->given, right);
-    EXPECT_EQ(inputs[0], right); // the caller's element stays
-
-    EXPECT_EQ(effect->ProcessData({SP<IData>()}), result); // frames held back are asked for with null
-    EXPECT_EQ(effect->given, nullptr);
-
-    effect->result = nullptr;
-    EXPECT_EQ(effect->ProcessData(inputs), nullptr);
-
-    effect->given = nullptr;
-    EXPECT_THROW(effect->ProcessData({wrong}), std::bad_cast);
-    EXPECT_EQ(effect->given, nullptr);
+auto MakeOneInput() {
+    return MakeSP<HostTest::ProcessEffect>("one", HostTest::HoldBackOf<Host::VideoMedium>(1));
 }
 
-TEST(OneInputAdapter, Casts) {
-    CheckOneInput<Video>(MakeVideo(), MakeVideo(), MakeAudio());
-    CheckOneInput<Audio>(MakeAudio(), MakeAudio(), MakeVideo());
+TEST(OneInputAdapter, AsksWithNullForWhatIsHeldBack) {
+    auto const effect = MakeOneInput();
+    std::vector<SP<IData>> const inputs{MakeVideo()};
+    EXPECT_EQ(effect->ProcessData(inputs), nullptr);
+    EXPECT_EQ(effect->ProcessData({SP<IData>()}), inputs[0]); // the caller's element stayed
 }
 
 TEST(TwoInputAdapter, CastsBoth) {
@@ -111,8 +79,8 @@ TEST(Adapters, RefuseAWrongCountOfInputs) {
         std::size_t count;
         std::string name;
         char const* text;
-    } const cases[] = {{MakeSP<Video>(), 0, "IOneInputEffect", "incorrect data count"},
-                       {MakeSP<Video>(), 2, "IOneInputEffect", "incorrect data count"},
+    } const cases[] = {{MakeOneInput(), 0, "IOneInputEffect", "incorrect data count"},
+                       {MakeOneInput(), 2, "IOneInputEffect", "incorrect data count"},
                        {MakeSP<TwoInput>(), 0, "ITwoInputEffect", "invalid data count"},
                        {MakeSP<TwoInput>(), 1, "ITwoInputEffect", "invalid data count"},
                        {MakeSP<TwoInput>(), 3, "ITwoInputEffect", "invalid data count"}};
@@ -143,24 +111,50 @@ TEST(TimeToProgress, IsLinearInDouble) {
     EXPECT_EQ(squared(5), 0.25);
 }
 
-TEST(Effect, KeepsTheProgressItIsGiven) {
-    auto const effect = MakeSP<HostTest::Effect>("any");
-    EXPECT_EQ(effect->GetProgress().GetEnd(), 1000000);
-    effect->SetProgress(TimeToProgress(100, 300));
-    EXPECT_EQ(static_cast<IEffect const&>(*effect).GetProgress()(200), 0.5);
-    EXPECT_EQ(effect->GetStatistic(), Core::Property());
+constexpr std::size_t s_rowBytes = 5;
+constexpr std::uint32_t s_rows = 3;
+
+/// A plane in a buffer of its own, its rows `stride` bytes apart; bottom up where that is negative.
+struct Picture {
+    Picture(std::ptrdiff_t stride, std::uint8_t fill)
+        : bytes(static_cast<std::size_t>(std::abs(stride)) * s_rows, fill), lineSize(stride),
+          top(stride < 0 ? bytes.data() - stride * (s_rows - 1) : bytes.data()) {}
+    std::uint8_t& At(std::uint32_t row, std::size_t column) const {
+        return top[static_cast<std::ptrdiff_t>(row) * lineSize + static_cast<std::ptrdiff_t>(column)];
+    }
+
+    std::vector<std::uint8_t> bytes;
+    std::ptrdiff_t lineSize;
+    std::uint8_t* top;
+};
+
+TEST(CopyPlane, CopiesRowsWhateverTheLineSizes) {
+    for (std::ptrdiff_t const from : {5, 8, -6})
+        for (std::ptrdiff_t const to : {5, 7, -9}) {
+            SCOPED_TRACE(testing::Message() << from << " to " << to);
+            Picture source(from, 0xEE);
+            Picture target(to, 0x77);
+            for (std::uint32_t row = 0; row < s_rows; ++row)
+                for (std::size_t column = 0; column < s_rowBytes; ++column)
+                    source.At(row, column) = static_cast<std::uint8_t>(row * 16 + column);
+            CopyPlane({source.top, from, s_rowBytes, s_rows}, {target.top, to, s_rowBytes, s_rows});
+            for (std::uint32_t row = 0; row < s_rows; ++row)
+                for (std::size_t column = 0; column < static_cast<std::size_t>(std::abs(to)); ++column)
+                    EXPECT_EQ(target.At(row, column),
+                              column < s_rowBytes ? row * 16 + column : 0x77U); // padding stays
+        }
 }
 
-TEST(Statistics, BecomeAPropertyTree) {
-    Core::Property const tree = Statistics::MakeStatistics({"GetStatistic()", 7, 1, "ffmpeg", 3, 25});
-    Core::Property expected("Statistics");
-    expected.CreateChildT("Name", std::string("GetStatistic()"));
-    expected.CreateChildT("Category", std::int64_t{7});
-    expected.CreateChildT("MediaType", std::int64_t{1});
-    expected.CreateChildT("ImplName", std::string("ffmpeg"));
-    expected.CreateChildT("CounterA", std::int64_t{3});
-    expected.CreateChildT("Processed", std::int64_t{25});
-    EXPECT_EQ(tree, expected);
+TEST(CopyPlane, RefusesPlanesOfDifferentSize) {
+    Picture source(5, 1);
+    Picture target(5, 2);
+    EXPECT_EQ(Tarsel::Test::TextOf<ProcException>([&] {
+                  CopyPlane({source.top, 5, 5, 3}, {target.top, 5, 5, 2});
+              }),
+              "Cannot copy a plane of 5 bytes by 3 rows into one of 5 by 2");
+    EXPECT_THROW(CopyPlane({source.top, 5, 4, 3}, {target.top, 5, 5, 3}), ProcException);
+    EXPECT_EQ(target.bytes, std::vector<std::uint8_t>(15, 2));
+    CopyPlane({nullptr, 0, 0, 3}, {nullptr, 0, 0, 3}); // nothing to copy, nothing read
 }
 
 } // namespace

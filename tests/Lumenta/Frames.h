@@ -5,7 +5,6 @@
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Support/Planes.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -18,10 +17,6 @@ extern "C" {
 namespace Tarsel::Test {
 
 constexpr Conf::FrameInfo s_small{64, 48, 1, 1};
-
-/// Formats that effects treat differently: by subsampling, range, alpha, depth, packing.
-inline constexpr std::array s_formatKinds{"yuv420p",     "yuvj420p", "yuvj422p", "yuva420p", "rgba",
-                                          "yuv420p10le", "gray",     "nv12",     "yuyv422"};
 
 /// A picture of noise that `seed` determines. Samples of 9 to 15 bits stay within them.
 SP<Proc::IDataVideo> MakeFrame(Conf::PixFmt format = Conf::PixFmt::YUV420P,

@@ -2,19 +2,19 @@
 #include "Core/ThreadBudget.h"
 #include "EffectCases.h"
 #include "Frames.h"
+#include "Support/Child.h"
 #include "Support/PageEnd.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <random>
 #include <span>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -74,8 +74,8 @@ std::string Describe(Combination const& each) {
            std::to_string(each.width) + 'x' + std::to_string(each.height);
 }
 
-/// 0 for a result, 1 for an error that says something, 2 for anything else.
-std::uint8_t Try(Combination const& each) {
+/// "r" for a result, "e" for an error that says something, "-" for anything else.
+char Try(Combination const& each) {
     try {
         FrameList frames;
         for (std::uint32_t seed = 0; seed < 2; ++seed) {
@@ -87,61 +87,43 @@ std::uint8_t Try(Combination const& each) {
         FrameList const results = RunStream(*each.row->Make(), frames);
         bool const haveBytes = std::ranges::none_of(
             results, [](auto const& data) { return GetPixels(*data).empty(); }); // reads every one
-        return results.size() >= 2 && haveBytes ? 0 : 2;
+        return results.size() >= 2 && haveBytes ? 'r' : '-';
     } catch (std::exception const& failure) {
-        return std::string(failure.what()).empty() ? 2 : 1;
+        return std::string(failure.what()).empty() ? '-' : 'e';
     }
 }
 
-/// In a process of its own: the outcomes, in order, one byte each. There are fewer than combinations where
-/// one brought the process down.
-std::vector<std::uint8_t> TryInChild(std::span<Combination const> combinations) {
-    std::array<int, 2> ends{};
-    if (pipe(ends.data()) != 0)
-        throw std::runtime_error("no pipe");
-    pid_t const child = fork();
-    if (child == 0) {
-        close(ends[0]);
-        av_log_set_level(AV_LOG_QUIET);
-        for (Combination const& each : combinations) {
-            alarm(60); // hanging is no better than crashing
-            std::uint8_t const outcome = Try(each);
-            if (write(ends[1], &outcome, 1) != 1)
-                break;
-        }
-        _exit(0);
+/// In a process of its own; which of them brought it down is looked for in halves. How many gave a result.
+std::ptrdiff_t TryAll(std::span<Combination const> combinations) {
+    std::size_t const count = combinations.size();
+    Check::ChildEnd const end = RunChild(
+        [&] {
+            av_log_set_level(AV_LOG_QUIET);
+            std::string outcomes;
+            for (Combination const& each : combinations)
+                outcomes += Try(each);
+            return outcomes;
+        },
+        std::chrono::seconds(60 + count));
+    if (end.kind == Check::ChildEnd::Kind::Returned) {
+        for (std::size_t i = 0; i < count; ++i)
+            EXPECT_NE(end.text.at(i), '-')
+                << Describe(combinations[i]) << " gave neither a result nor an error";
+        return std::ranges::count(end.text, 'r');
     }
-    close(ends[1]);
-    std::vector<std::uint8_t> outcomes;
-    std::uint8_t outcome = 0;
-    while (read(ends[0], &outcome, 1) == 1)
-        outcomes.push_back(outcome);
-    close(ends[0]);
-    waitpid(child, nullptr, 0);
-    return outcomes;
+    if (count > 1)
+        return TryAll(combinations.first(count / 2)) + TryAll(combinations.subspan(count / 2));
+    ADD_FAILURE() << Describe(combinations[0]) << " brought the process down: " << end.text;
+    return 0;
 }
 
 TEST(Sizes, AnyFrameGivesAResultOrAnError) {
     int const budget = Core::ThreadBudget::Get();
     Core::ThreadBudget::Set(4);
     std::vector<Combination> const combinations = GetCombinations();
-    std::span<Combination const> rest = combinations;
-    std::size_t results = 0;
-    while (!rest.empty()) {
-        std::vector<std::uint8_t> const outcomes = TryInChild(rest);
-        for (std::size_t i = 0; i < outcomes.size(); ++i) {
-            EXPECT_NE(outcomes[i], 2) << Describe(rest[i]) << " gave neither a result nor an error";
-            results += outcomes[i] == 0 ? 1 : 0;
-        }
-        rest = rest.subspan(outcomes.size());
-        if (rest.empty())
-            break;
-        ADD_FAILURE() << Describe(rest.front()) << " brought the process down";
-        rest = rest.subspan(1);
-    }
-    Core::ThreadBudget::Set(budget);
     // Refusing everything would be no way out.
-    EXPECT_GT(results, combinations.size() / 2);
+    EXPECT_GT(TryAll(combinations), std::ssize(combinations) / 2);
+    Core::ThreadBudget::Set(budget);
 }
 
 } // namespace

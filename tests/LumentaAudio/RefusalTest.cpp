@@ -2,15 +2,15 @@
 #include "Check/RandomSettings.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Delay.h"
+#include "Support/Child.h"
 #include "Support/LibraryEffects.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <limits>
-#include <sys/wait.h>
-#include <unistd.h>
 
 /// What FFmpeg's filters do not survive, and what they do.
 namespace Tarsel::Test {
@@ -116,18 +116,13 @@ void RunWild(AudioCase const& row, std::uint32_t seed) {
 TEST(AudioRefusals, NoSettingsAndSamplesTakeTheHostDown) {
     std::uint32_t const runs = std::getenv("LUMENTA_TEST_FULL") ? 400 : 40;
     for (AudioCase const& row : GetAudioCases()) {
-        pid_t const child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        auto const run = [&] {
             FFmpegWatch const quiet;
-            alarm(100);
             for (std::uint32_t seed = 0; seed < runs; ++seed)
                 RunWild(row, seed);
-            _exit(0);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << row << " ended with " << status;
+            return std::string("done");
+        };
+        EXPECT_EQ(RunChild(run, std::chrono::seconds(100)).text, "done") << row;
     }
 }
 

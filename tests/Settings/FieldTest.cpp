@@ -96,7 +96,18 @@ TEST(FieldText, IsReadInEveryFormUsersWrite) {
 
 TEST(FieldText, IsRefusedWithClassKeyValueAndLegalValues) {
     for (auto const& [classId, text, refusal] : {
-             std::tuple{"transpose", "step=7", "transpose: step=7 is out of range: 0 to 3 (quarter turns)"},
+             // The numbers next to a range, and beyond all.
+             std::tuple{"transpose", "step=4", "transpose: step=4 is out of range: 0 to 3 (quarter turns)"},
+             {"transpose", "step=-1", "transpose: step=-1 is out of range: 0 to 3 (quarter turns)"},
+             {"blur", "sigma=1024.0000000000002",
+              "blur: sigma=1024.0000000000002 is out of range: 0 to 1024"},
+             {"blur", "sigma=-5e-324", "blur: sigma=-5e-324 is out of range: 0 to 1024"},
+             {"blur", "sigma=inf", "blur: sigma=inf is out of range: 0 to 1024"},
+             {"reverb", "amount=1.0000001", "reverb: amount=1.0000001 is out of range: 0 to 1"},
+             {"echo", "echos=500/0.5|0/0.3",
+              "echo: echos, entry 2: delay=0 is out of range: 1 to 90000 (ms)"},
+             {"echo", "echos=90001/0.5",
+              "echo: echos, entry 1: delay=90001 is out of range: 1 to 90000 (ms)"},
              {"transpose", "step=1.5", "transpose: step=1.5 is not an integer: 0 to 3 (quarter turns)"},
              {"transpose", "turn=1", "transpose: unknown key \"turn\"; the keys are step"},
              {"transpose", "step", "transpose: step needs a value: 0 to 3 (quarter turns)"},
@@ -201,6 +212,7 @@ TEST(SettingsText, ReadsOnTopOfPresentValuesAndShowsNumbersThatNoWordHas) {
     std::unique_ptr<Settings> const flip = Create("flip");
     for (char const* text : {"horizontal=1", "", "vertical=1"})
         flip->Deserialize(text);
+    EXPECT_THROW(flip->Deserialize("horizontal=0:vertical=maybe"), SettingsException); // all or nothing
     EXPECT_EQ(Serialize(*flip), "horizontal=1:vertical=1");
     for (auto const& [classId, number, text] :
          {std::tuple("deinterlace", 4, "mode=4:deint=all"), {"negate", 17, "channels=17"}}) {
