@@ -26,16 +26,9 @@ namespace {
 using Frame = SP<Proc::IDataVideo>;
 
 /// Notes what goes in, and gives what `m_result` says.
-class TwoInputEffect : public Core::RefCounted<Proc::ITwoInputEffectVideo> {
+class TwoInputEffect : public EffectAs<Proc::ITwoInputEffectVideo> {
 public:
-    Core::Property GetSettings() const override { throw std::logic_error("not implemented"); }
-    void SetSettings(Core::Property const&) override { throw std::logic_error("not implemented"); }
-    Proc::Settings const& GetSettingsBase() const override { return m_settings; }
-    void SetSettings(Proc::Settings const& settings) override {
-        m_settings = dynamic_cast<NamedSettings const&>(settings);
-    }
-    void Reset() override {}
-    std::int32_t GetInputFrameType() const override { return 1; }
+    TwoInputEffect() : EffectAs("pairing") {}
     void Process(Frame& data, SP<Proc::IDataVideo const> const& second) override {
         m_first = data;
         m_second = second;
@@ -45,7 +38,6 @@ public:
         m_asked = format->GetPixelFormat();
     }
 
-    NamedSettings m_settings{"pairing"};
     std::function<Frame(Frame const&)> m_result = [](Frame const& first) { return first->Copy(); };
     Frame m_first;
     SP<Proc::IDataVideo const> m_second;

@@ -1,6 +1,6 @@
-#include "Core/Text.h"
 #include "Core/NearNames.h"
-
+#include "Core/Saturate.h"
+#include "Core/Text.h"
 #include "Support/CommaLocale.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -65,6 +66,40 @@ TEST(NearNames, AreTheNearestFirst) {
         EXPECT_EQ(NearNamesText(name, names), near);
     std::vector<std::string> const many{"ab", "ac", "ad", "ae", "af", "ag"};
     EXPECT_THAT(FindNearNames("aa", many), testing::ElementsAre("ab", "ac", "ad", "ae", "af"));
+}
+
+template <class To, class From>
+void CheckLimits() {
+    using Limits = std::numeric_limits<To>;
+    using Reals = std::numeric_limits<From>;
+    for (From const large : {From(0x1p64), Reals::max(), Reals::infinity()}) {
+        EXPECT_EQ(Saturate<To>(large), Limits::max());
+        EXPECT_EQ(Saturate<To>(-large), Limits::min());
+    }
+    EXPECT_EQ(Saturate<To>(Reals::quiet_NaN()), To{0});
+    EXPECT_EQ(Saturate<To>(From(-0.9)), To{0});
+    EXPECT_EQ(Saturate<To>(From(100.99)), To{100});
+    if constexpr (std::is_signed_v<To>) {
+        EXPECT_EQ(Saturate<To>(From(-1.99)), To{-1});
+        EXPECT_EQ(Saturate<To>(std::nextafter(From(Limits::min()), From{0})),
+                  static_cast<To>(std::nextafter(From(Limits::min()), From{0})));
+    }
+    // The neighbors of the first number that is too large.
+    From const above = std::ldexp(From{1}, Limits::digits);
+    EXPECT_EQ(Saturate<To>(above), Limits::max());
+    From const below = std::nextafter(above, From{0});
+    EXPECT_EQ(Saturate<To>(below), static_cast<To>(below));
+}
+
+TEST(Saturate, HoldsAtTheLimitsOfEveryType) {
+    CheckLimits<std::int8_t, double>();
+    CheckLimits<std::uint8_t, float>();
+    CheckLimits<std::int16_t, float>();
+    CheckLimits<std::int32_t, float>();
+    CheckLimits<std::int32_t, double>();
+    CheckLimits<std::uint32_t, double>();
+    CheckLimits<std::int64_t, double>();
+    CheckLimits<std::uint64_t, double>();
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "Core/RefCount.h"
 #include "Core/ThreadBudget.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+using namespace Tarsel;
 using Tarsel::Core::ThreadBudget;
 using Tarsel::Core::ThreadLease;
 
@@ -66,6 +68,30 @@ TEST_F(ThreadBudgetTest, HoldsWithManyThreads) {
     threads.clear();
     EXPECT_FALSE(exceeded);
     EXPECT_EQ(ThreadLease(budget).GetCount(), budget); // all was given back
+}
+
+class Counted : public Core::RefCounted<Core::IRefCountable> {
+public:
+    explicit Counted(int& alive) : m_alive(alive) { ++m_alive; }
+    ~Counted() override { --m_alive; }
+
+private:
+    int& m_alive;
+};
+
+TEST(RefCount, SurvivesManyThreads) {
+    int alive = 0;
+    SP<Counted> object = MakeSP<Counted>(alive);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([object] {
+            for (int k = 0; k < 20000; ++k)
+                SP<Counted const>(object.get());
+        });
+    threads.clear();
+    EXPECT_EQ(object->GetRefCount(), 1);
+    object.reset();
+    EXPECT_EQ(alive, 0);
 }
 
 } // namespace
