@@ -60,38 +60,25 @@ TEST_F(ExplainTool, JsonTellsTheSame) {
          "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
 }
 
-/// Every text that is said to be one of FFmpeg's filters is one, and what does nothing is never left without
-/// a cure.
-TEST_F(ExplainTool, FilterTextsRunInFFmpegAndIdleEffectsHaveACure) {
+/// What does nothing is never left without a cure.
+TEST_F(ExplainTool, IdleEffectsHaveACure) {
     auto const listed = json::parse(Run("list --json").out);
-    int ran = 0;
     int idle = 0;
     for (auto const& effect : listed.at("effects")) {
         std::string const id = effect.at("id");
         std::string const kind = effect.at("kind");
         if (kind.starts_with("two-input"))
             continue;
-        bool const isAudio = kind == "audio";
         auto const result =
-            Run("explain -e " + id + (isAudio ? " --audio 48000:fltp:stereo" : " --frame 64x48:yuv420p") +
-                " --json");
+            Run("explain -e " + id +
+                (kind == "audio" ? " --audio 48000:fltp:stereo" : " --frame 64x48:yuv420p") + " --json");
         EXPECT_EQ(result.exitCode, 0) << result.err;
         auto const step = json::parse(result.out).at("steps").at(0);
         if (step.at("work") == "none") {
             ++idle;
             EXPECT_THAT(step.at("idle").get<std::string>(), testing::StartsWith("does nothing; set ")) << id;
         }
-        if (step.at("work") != "filter")
-            continue;
-        ++ran;
-        std::string const source = isAudio ? "sine=duration=0.1,aformat=fltp:48000:stereo,"
-                                           : "testsrc2=size=64x48:duration=0.1,format=yuv420p,";
-        auto const ffmpeg =
-            RunProcess({"ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
-                        source + step.at("description").get<std::string>(), "-f", "null", "-"});
-        EXPECT_EQ(ffmpeg.exitCode, 0) << id << ": " << step << '\n' << ffmpeg.err;
     }
-    EXPECT_GT(ran, 10);
     EXPECT_GT(idle, 10);
 }
 
