@@ -1,9 +1,9 @@
 // What chains may do with pictures, and what becomes of it.
 
+#include "Core/ThreadBudget.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "RunFixture.h"
-#include "Support/Planes.h"
 
 #include <chrono>
 #include <cstddef>
@@ -13,24 +13,11 @@
 #include <stop_token>
 #include <thread>
 
-extern "C" {
-#include <libavutil/frame.h>
-}
-
 namespace Tarsel::Test {
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-/// The same picture, stored as FFmpeg's vflip does.
-Picture StoredBottomUp(Picture const& picture) {
-    Picture const stored =
-        MakeSP<Proc::DataVideoFF>(StoreBottomUp(*picture->GetAVFrame()), picture->GetFrameInfo());
-    stored->SetTime(picture->GetTime());
-    stored->SetDuration(picture->GetDuration());
-    return stored;
-}
 
 class Effects : public RunFixture {
 protected:
@@ -96,20 +83,6 @@ TEST_F(Effects, MayRepeatATime) {
     EXPECT_THAT(m_result.notes, ElementsAre(HasSubstr("Moved 25 frame timestamps, which did not increase")));
 }
 
-TEST_F(Effects, MayGivePicturesStoredBottomUp) {
-    auto const store = MakeEffects([](Picture const& picture) { return Pictures{StoredBottomUp(picture)}; });
-    EXPECT_EQ(Run(store).pictures, m_in);
-    // And through the scaler.
-    Media::RunOptions options = Options("in.mp4", "out.png");
-    options.videoEncoder = "png";
-    options.at = 0;
-    Media::Run(options);
-    options.output = File("stored.png");
-    options.makeVideoEffects = store;
-    Media::Run(options);
-    EXPECT_EQ(ReadMedia(File("stored.png")).GetHashes(), ReadMedia(File("out.png")).GetHashes());
-}
-
 class FailingEffects : public RunFixture {
 protected:
     /// Runs a small film through the chain and expects an exception of the type; nothing may stay behind.
@@ -160,31 +133,36 @@ TEST_F(FailingEffects, ReportsOfProgressMayThrow) {
     EXPECT_THAT(List(), ElementsAre("in.mp4"));
 }
 
-// The chain is asked to stop while it works and while others wait for it.
+// The chain is asked to stop while it works and while others wait for it; on one thread alone, too.
 TEST_F(FailingEffects, StopsWithinMoments) {
     Make(File("in.mp4"), "-f lavfi -i testsrc2=s=64x48:r=25:d=20 " + s_audio + s_bFrames + "-c:a aac");
-    std::stop_source stop;
-    Media::RunOptions options = Lossless("in.mp4", "out.mp4");
-    int pictures = 0;
-    std::chrono::steady_clock::time_point asked;
-    options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        if (++pictures == 20) {
-            asked = std::chrono::steady_clock::now();
-            stop.request_stop();
-        }
-        return Pictures{picture};
-    });
-    EXPECT_EQ(RunForFailure<Media::InterruptedException>(options, stop.get_token()),
-              "Interrupted: \"" + File("out.mp4").string() + "\" was not written");
-    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
-    EXPECT_LT(pictures, 25);
-    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+    int const before = Core::ThreadBudget::Get();
+    for (int const budget : {before, 1}) {
+        Core::ThreadBudget::Set(budget);
+        std::stop_source stop;
+        Media::RunOptions options = Lossless("in.mp4", "out.mp4");
+        int pictures = 0;
+        std::chrono::steady_clock::time_point asked;
+        options.makeVideoEffects = MakeEffects([&](Picture const& picture) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            if (++pictures == 20) {
+                asked = std::chrono::steady_clock::now();
+                stop.request_stop();
+            }
+            return Pictures{picture};
+        });
+        EXPECT_EQ(RunForFailure<Media::InterruptedException>(options, stop.get_token()),
+                  "Interrupted: \"" + File("out.mp4").string() + "\" was not written");
+        EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(1));
+        EXPECT_LT(pictures, budget == 1 ? 21 : 25);
+        EXPECT_THAT(List(), ElementsAre("in.mp4"));
 
-    // Before the start: nothing is made at all.
-    options.makeVideoEffects = {};
-    RunForFailure<Media::InterruptedException>(options, stop.get_token());
-    EXPECT_THAT(List(), ElementsAre("in.mp4"));
+        // Before the start: nothing is made at all.
+        options.makeVideoEffects = {};
+        RunForFailure<Media::InterruptedException>(options, stop.get_token());
+        EXPECT_THAT(List(), ElementsAre("in.mp4"));
+    }
+    Core::ThreadBudget::Set(before);
 }
 
 } // namespace
