@@ -12,7 +12,6 @@
 #include "Support/Planes.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>

@@ -30,7 +30,7 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr auto HoldBack = HoldBackOf<Host::VideoMedium>;
+constexpr auto HoldBack = Tarsel::Test::HoldBack<Proc::IDataVideo>;
 
 /// Each frame, and another a half later.
 void Double(SP<Proc::IDataVideo> const& frame, Frames& ready) {

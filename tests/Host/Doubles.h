@@ -5,10 +5,9 @@
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Settings/Field.h"
 #include "Proc/Settings/Settings.h"
+#include "Support/FunctionStream.h"
 
 #include <cstdint>
-#include <deque>
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -72,11 +71,9 @@ struct EffectOf : EffectAs<typename Medium::Effect> {
 };
 
 template <class Medium>
-using DataOf = std::deque<SP<typename Medium::Data>>;
-/// Takes a datum, or null at the end of the stream, and puts what is ready into the second argument. What is
-/// held back stays with the function until it has seen the end.
+using DataOf = Tarsel::Test::Queue<typename Medium::Data>;
 template <class Medium>
-using WorkOf = std::function<void(SP<typename Medium::Data> const&, DataOf<Medium>&)>;
+using WorkOf = Tarsel::Test::StreamWork<typename Medium::Data>;
 
 /// Work as Process gives it: at most one datum for one datum, the rest for nulls; then it wants a reset.
 template <class Medium>
@@ -95,11 +92,7 @@ public:
         if (!m_ended)
             m_work(data, m_ready);
         m_ended = !data;
-        data.reset();
-        if (!m_ready.empty()) {
-            data = m_ready.front();
-            m_ready.pop_front();
-        }
+        data = Tarsel::Test::TakeFirst(m_ready);
     }
 
 private:
@@ -110,41 +103,14 @@ private:
 
 /// The same work as a stream; a call of Process is a fault.
 template <class Medium>
-class StreamEffectOf : public EffectOf<Medium>, public Proc::IEffectStream<typename Medium::Data> {
+class StreamEffectOf : public EffectOf<Medium>, public Tarsel::Test::FunctionStream<typename Medium::Data> {
 public:
-    using Data = typename Medium::Data;
-
     StreamEffectOf(std::string classId, WorkOf<Medium> work)
-        : EffectOf<Medium>(std::move(classId)), m_work(std::move(work)) {}
+        : EffectOf<Medium>(std::move(classId)), Tarsel::Test::FunctionStream<typename Medium::Data>(
+                                                    std::move(work)) {}
 
-    void Process(SP<Data>&) override { throw std::logic_error("driven by Process"); }
-    void Feed(SP<Data> const& data) override { m_work(data, m_ready); }
-    SP<Data> Take() override {
-        if (m_ready.empty())
-            return {};
-        SP<Data> const data = m_ready.front();
-        m_ready.pop_front();
-        return data;
-    }
-    void End() override { m_work({}, m_ready); }
-
-private:
-    WorkOf<Medium> m_work;
-    DataOf<Medium> m_ready;
+    void Process(SP<typename Medium::Data>&) override { throw std::logic_error("driven by Process"); }
 };
-
-/// Holds `count` data back.
-template <class Medium>
-WorkOf<Medium> HoldBackOf(std::size_t count) {
-    return [count, held = DataOf<Medium>()](auto const& data, DataOf<Medium>& ready) mutable {
-        if (data)
-            held.push_back(data);
-        while (held.size() > (data ? count : 0)) {
-            ready.push_back(held.front());
-            held.pop_front();
-        }
-    };
-}
 
 struct Effect : EffectOf<Host::VideoMedium> {
     using EffectOf::EffectOf;

@@ -132,7 +132,7 @@ Outcome RunAll(int threads) {
     auto const first = MakeMover(1);
     chain.Append(first, "", MakeAnother);
     chain.Append(MakeMover(2), "", MakeAnother);
-    chain.Append(MakeSP<StreamEffect>("held", HoldBackOf<Host::VideoMedium>(2)));
+    chain.Append(MakeSP<StreamEffect>("held", Tarsel::Test::HoldBack<Proc::IDataVideo>(2)));
     chain.Append(MakeMover(3), "last", MakeAnother);
     Outcome outcome;
     for (int stream = 0; stream < 2; ++stream) {

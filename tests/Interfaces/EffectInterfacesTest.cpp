@@ -43,7 +43,7 @@ SP<IDataAudio> MakeAudio() {
 }
 
 auto MakeOneInput() {
-    return MakeSP<HostTest::ProcessEffect>("one", HostTest::HoldBackOf<Host::VideoMedium>(1));
+    return MakeSP<HostTest::ProcessEffect>("one", Tarsel::Test::HoldBack<IDataVideo>(1));
 }
 
 TEST(OneInputAdapter, AsksWithNullForWhatIsHeldBack) {

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Conf/ColorSpace.h"
+#include "Conf/PixColor.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Interfaces/IEffectStream.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Support/Planes.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +16,7 @@ extern "C" {
 #include <libavutil/avutil.h>
 }
 
-/// Pictures for tests.
+/// Pictures for tests, and their colors.
 namespace Tarsel::Test {
 
 constexpr Conf::FrameInfo s_small{64, 48, 1, 1};
@@ -55,5 +58,28 @@ SP<Conf::IFormatCodecVideo> Ask(Proc::IOneInputEffectVideo& effect,
 /// What the effect says that it does with frames of that format.
 std::string Describe(Proc::IOneInputEffectVideo const& effect, Conf::PixFmt format = Conf::PixFmt::YUV420P,
                      Conf::FrameInfo const& info = s_small);
+
+/// The color of each pixel.
+using Painter = std::function<Conf::PixColor(std::uint32_t x, std::uint32_t y)>;
+
+/// A picture of any format but palettes, by FFmpeg's own scaler.
+SP<Proc::IDataVideo> PaintFrame(Conf::PixFmt format, Conf::ColorSpace const& space,
+                                Conf::FrameInfo const& info, Painter const& painter);
+
+/// What it shows, row after row, as straight RGB with alpha: by FFmpeg's own scaler, and what the frame says
+/// of its colors.
+std::vector<Conf::PixColor> ReadColors(Proc::IDataVideo const& data);
+
+/// The samples of one component, row after row, by FFmpeg's own reader; floats as their bits.
+std::vector<std::uint32_t> ReadSamples(Proc::IDataVideo const& data, int component);
+
+/// The same as shares of full intensity; floats as they are, and 0 for what is no number.
+std::vector<double> ReadShares(Proc::IDataVideo const& data, int component);
+
+/// The greatest difference of a component; of alpha too where `withAlpha`.
+int Difference(Conf::PixColor a, Conf::PixColor b, bool withAlpha);
+
+/// The same picture stored the other way up: rows with negative line sizes.
+SP<Proc::IDataVideo> StoreBottomUp(Proc::IDataVideo const& data);
 
 } // namespace Tarsel::Test

@@ -39,7 +39,6 @@ TEST(Orientation, MovesPixelsAsTheCodeSays) {
         SP<IDataVideo> const data = Apply(*MakeEffect(classId, options), input);
         EXPECT_EQ(GetRaw(*data), s_seen[orientation - 1]) << classId << ' ' << options;
         EXPECT_EQ(data->GetFrameInfo(), orientation < 5 ? (FrameInfo{3, 2, 4, 3}) : (FrameInfo{2, 3, 3, 4}));
-        EXPECT_EQ(GetRaw(*input), s_seen[0]);
     }
 }
 

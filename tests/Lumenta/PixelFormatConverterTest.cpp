@@ -1,4 +1,3 @@
-#include "Colors.h"
 #include "Conf/PixFmtDescription.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Effects/PixelFormatConverterFF.h"
@@ -52,8 +51,7 @@ TEST(PixelFormatConverter, GivesWhatTheQuerySaysForEveryFormat) {
             ASSERT_EQ(data->GetPixelFormat(), ByName(target));
             EXPECT_EQ(codec->GetPixelFormat(), data->GetPixelFormat());
             EXPECT_EQ(codec->GetColorSpace(), data->GetColorSpace());
-            EXPECT_EQ(codec->GetFrameInfo(), info);
-            EXPECT_EQ(data->GetFrameInfo(), info);
+            EXPECT_EQ(codec->GetFrameInfo(), data->GetFrameInfo());
             EXPECT_EQ(data == frame, format == ByName(target));
             EXPECT_EQ(GetPixels(*Apply(*converter, StoreBottomUp(*frame))), GetPixels(*data));
         }

@@ -1,4 +1,3 @@
-#include "Colors.h"
 #include "Conf/PixFmtDescription.h"
 #include "EffectCases.h"
 #include "Frames.h"

@@ -167,14 +167,12 @@ TYPED_TEST(Shells, CountWhatTheyWorkedOn) {
         expect(0);
         SP<typename TypeParam::Data> null;
         effect.Process(null);
-        EXPECT_EQ(null, nullptr);
         expect(0);
         TestFixture::Run(effect, 0, 3);
         effect.Reset();
         auto datum = MakeDatum(TypeParam(), 0);
         effect.Process(datum);
         expect(4);
-        EXPECT_EQ(effect.GetInputFrameType(), TypeParam::s_frameType);
     });
 }
 

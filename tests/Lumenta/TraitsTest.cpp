@@ -1,4 +1,3 @@
-#include "Colors.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/ThreadBudget.h"
 #include "EffectCases.h"
@@ -238,15 +237,19 @@ void ExpectForetold(EffectCase const& row, IDataVideo const& in, IDataVideo cons
 constexpr std::array s_formats{"yuv420p",      "yuvj420p", "yuvj422p", "yuva420p", "rgba",    "yuv420p10le",
                                "yuva444p10le", "gbrap",    "gray",     "nv12",     "yuyv422", "gbrp10le"};
 
-TEST(Traits, SayWhatIsKeptAndWhetherAFrameStandsAlone) {
+TEST(Traits, SayWhatIsKeptAndWhatComesWhen) {
     auto const cases = GetCases();
     for (Host::EffectEntry const& entry : GetFactory()->GetRegistry().GetEntries())
         EXPECT_TRUE(entry.GetKind() == Host::EffectKind::Audio ||
                     cases.contains(CreateEffect(entry)->GetSettingsBase().GetClassId()))
             << entry.classId;
+    constexpr std::uint32_t count = 6;
     for (auto const& [classId, rows] : cases) {
+        Proc::EffectTraits const& traits = GetTraits(rows.front());
         Seen seen;
-        for (EffectCase const& row : rows)
+        std::size_t mostHeld = 0;
+        std::size_t mostOut = 0;
+        for (EffectCase const& row : rows) {
             for (char const* format : s_formats) {
                 if (IsRefused(row, format))
                     continue;
@@ -254,27 +257,17 @@ TEST(Traits, SayWhatIsKeptAndWhetherAFrameStandsAlone) {
                 ASSERT_FALSE(outcome.out.empty()) << row << ' ' << format;
                 seen.Note(*outcome.in.front(), *outcome.out.front());
                 ExpectForetold(row, *outcome.in.front(), *outcome.out.front());
-                if (!GetTraits(row).frameIndependent)
+                if (!traits.frameIndependent)
                     continue;
                 EXPECT_EQ(GetRaw(*RunRow(row, format, 3, 1).out.at(0)), GetRaw(*outcome.out.at(2)))
                     << row << ' ' << format;
             }
-        seen.Expect(GetTraits(rows.front()), classId);
-    }
-}
-
-TEST(Traits, SayHowManyFramesComeAndWhen) {
-    constexpr std::uint32_t count = 6;
-    for (auto const& [classId, rows] : GetCases()) {
-        Proc::EffectTraits const& traits = GetTraits(rows.front());
-        std::size_t mostHeld = 0;
-        std::size_t mostOut = 0;
-        for (EffectCase const& row : rows) {
             Outcome const outcome = RunRow(row, "yuv420p", 1, count);
             mostHeld = std::max(mostHeld, outcome.fedBeforeFirst);
             mostOut = std::max(mostOut, outcome.out.size());
             EXPECT_GE(outcome.out.size(), count) << row << ": a frame was lost";
         }
+        seen.Expect(traits, classId);
         EXPECT_EQ(mostHeld, static_cast<std::size_t>(traits.delayFrames)) << classId;
         EXPECT_EQ(mostOut, count * static_cast<std::size_t>(traits.framesPerFrame)) << classId;
     }

@@ -138,8 +138,10 @@ TEST_F(Audio, TimesStayAsTheyWere) {
 TEST_F(Audio, EffectsMayHoldBackAndAdd) {
     Make(File("in.wav"), s_noise);
     AudioRecord const in = ReadAudio(File("in.wav"));
-    auto const [work, finish] = HoldBack<Proc::IDataAudio>(5);
-    Media::Run(AudioOptions("in.wav", "delay.wav", MakeAudio(work, finish)));
+    Media::Run(AudioOptions("in.wav", "delay.wav", [](Media::AudioStreamInfo const& info) {
+        return Media::AudioEffects{
+            std::make_unique<FunctionStream<Proc::IDataAudio>>(HoldBack<Proc::IDataAudio>(5)), info.format};
+    }));
     EXPECT_EQ(ReadAudio(File("delay.wav")).samples, in.samples);
 
     Block last;
