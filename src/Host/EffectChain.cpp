@@ -105,6 +105,14 @@ std::vector<Core::Property> EffectChain<Medium>::GetStatistics() const {
 }
 
 template <class Medium>
+std::vector<StepTime> EffectChain<Medium>::GetTimes() const {
+    std::vector<StepTime> times;
+    for (auto const& step : m_steps)
+        step->AddTimes(times);
+    return times;
+}
+
+template <class Medium>
 std::vector<std::string> EffectChain<Medium>::GetNotes() const {
     std::vector<std::string> notes;
     for (auto const& step : m_steps)

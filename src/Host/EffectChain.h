@@ -2,6 +2,7 @@
 
 #include "Core/Exception.h"
 #include "Core/Property.h"
+#include "Host/StepTime.h"
 #include "Proc/Interfaces/IEffectStream.h"
 
 #include <cstddef>
@@ -49,6 +50,8 @@ public:
     void UpdateFormatCodec(SP<Format>& format);
     /// What each step tells about its run, in order.
     std::vector<Core::Property> GetStatistics() const;
+    /// What each step took so far, in order. Waits for data on their way.
+    std::vector<StepTime> GetTimes() const;
     /// One line each, for users: what the steps did to the data so far that was not their task.
     std::vector<std::string> GetNotes() const;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Media/Run.h"
+#include "Media/RunTimes.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -17,10 +18,15 @@ struct AnalyzeOptions {
     std::function<void(RunProgress const&)> onProgress;
 };
 
+struct AnalyzeResult {
+    std::int64_t frames = 0;
+    RunTimes times;
+};
+
 /// Passes all pictures of the input through the chain, exactly those that Run would, and writes no file: for
-/// effects that look at a whole film before they work on it. What the chain gives is dropped. Returns the
-/// number of pictures. InputException, OptionsException, InterruptedException; exceptions of the chain pass
+/// effects that look at a whole film before they work on it. What the chain gives is dropped.
+/// InputException, OptionsException, InterruptedException; exceptions of the chain pass
 /// unchanged. Blocks until done; the chain runs on one thread of its own and is gone on return.
-TARSEL_MEDIA_API std::int64_t Analyze(AnalyzeOptions const& options, std::stop_token stop = {});
+TARSEL_MEDIA_API AnalyzeResult Analyze(AnalyzeOptions const& options, std::stop_token stop = {});
 
 } // namespace Tarsel::Media

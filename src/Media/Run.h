@@ -3,6 +3,7 @@
 #include "Conf/PixFmt.h"
 #include "Media/Api.h"
 #include "Media/Progress.h"
+#include "Media/RunTimes.h"
 #include "Media/StreamInfo.h"
 
 #include <cstdint>
@@ -75,6 +76,7 @@ struct RunResult {
     std::string videoEncoder;
     /// One for each audio stream of the input; empty for those that were copied or left out.
     std::vector<std::string> audioEncoders;
+    RunTimes times;
 };
 
 /// Pixel formats that the encoder of the output's pictures takes; empty: any, or there is no such encoder.

@@ -1,5 +1,6 @@
 #include "Host/Chain/ChainStep.h"
 
+#include "Core/Stopwatch.h"
 #include "Core/Throw.h"
 #include "Host/AudioChain.h"
 #include "Host/VideoChain.h"
@@ -21,8 +22,8 @@ constexpr std::size_t s_mostHeldBack = 64;
 
 template <class Medium>
 ChainStep<Medium>::ChainStep(SP<Effect> effect, std::string label)
-    : m_effect(std::move(effect)), m_stream(dynamic_cast<Proc::IEffectStream<Data>*>(m_effect.get())),
-      m_label(std::move(label)) {}
+    : m_effect(std::move(effect)),
+      m_stream(dynamic_cast<Proc::IEffectStream<Data>*>(m_effect.get())), m_time{.label = std::move(label)} {}
 
 template <class Medium>
 void ChainStep<Medium>::AddStatistics(std::vector<Core::Property>& statistics) const {
@@ -38,7 +39,7 @@ void ChainStep<Medium>::Blame(std::string const& text) const {
 template <class Medium>
 void ChainStep<Medium>::Mark(boost::exception const& exception) const noexcept {
     try {
-        exception << TagStep(m_label);
+        exception << TagStep(GetLabel());
     } catch (...) {
         // Without memory the failure goes on unlabeled.
     }
@@ -52,6 +53,8 @@ void ChainStep<Medium>::ThrowMisbehavior(std::string const& text) {
 
 template <class Medium>
 void ChainStep<Medium>::FeedEffect(SP<Data> const& data) {
+    Core::Stopwatch const watch(m_time.work);
+    ++m_time.count;
     if (m_stream != nullptr) {
         m_stream->Feed(data);
         return;
@@ -69,6 +72,7 @@ void ChainStep<Medium>::FeedEffect(SP<Data> const& data) {
 
 template <class Medium>
 auto ChainStep<Medium>::TakeFromEffect() -> SP<Data> {
+    Core::Stopwatch const watch(m_time.work);
     if (m_stream != nullptr)
         return m_stream->Take();
     if (!m_isEnding)
@@ -90,6 +94,7 @@ auto ChainStep<Medium>::TakeFromEffect() -> SP<Data> {
 
 template <class Medium>
 void ChainStep<Medium>::EndEffect() {
+    Core::Stopwatch const watch(m_time.work);
     if (m_stream != nullptr) {
         m_stream->End();
         return;

@@ -20,6 +20,7 @@ public:
     using Data = typename Medium::Data;
 
     void AddStatistics(std::vector<Core::Property>& statistics) const override;
+    void AddTimes(std::vector<StepTime>& times) const override { times.push_back(m_time); }
     std::vector<std::string> GetNotes() const override { return m_notes; }
     /// For whoever drives the step: EffectException under the step's label, of an effect that breaks its
     /// contract in the way that `text` tells.
@@ -53,13 +54,14 @@ protected:
     void Note(std::string const& text);
 
     Effect& GetEffect() const noexcept { return *m_effect; }
-    std::string const& GetLabel() const noexcept { return m_label; }
+    std::string const& GetLabel() const noexcept { return m_time.label; }
+    StepTime& GetTime() noexcept { return m_time; }
 
 private:
     SP<Effect> m_effect;
     /// The effect as a stream; null when it is none. Lives as long as the effect.
     Proc::IEffectStream<Data>* m_stream;
-    std::string m_label;
+    StepTime m_time;
     std::vector<std::string> m_notes;
 
     /// For effects driven by Process: the result of the last call, whether the rest is being asked for, and

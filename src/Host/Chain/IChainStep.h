@@ -2,6 +2,7 @@
 
 #include "Core/Property.h"
 #include "Core/RefCount.h"
+#include "Host/StepTime.h"
 
 #include <string>
 #include <vector>
@@ -28,6 +29,7 @@ public:
     virtual void UpdateFormatCodec(SP<Format>& format) const = 0;
     /// One for each effect.
     virtual void AddStatistics(std::vector<Core::Property>& statistics) const = 0;
+    virtual void AddTimes(std::vector<StepTime>& times) const = 0;
     /// What a user should know of what became of the data so far, a line each.
     virtual std::vector<std::string> GetNotes() const = 0;
 };

@@ -190,6 +190,18 @@ void VideoSegment::AddStatistics(std::vector<Core::Property>& statistics) const 
     }
 }
 
+void VideoSegment::AddTimes(std::vector<StepTime>& times) const {
+    WaitForAll();
+    for (std::size_t i = 0; i < m_sources.size(); ++i) {
+        std::vector<StepTime> each;
+        for (auto const& worker : m_workers)
+            worker->steps[i]->AddTimes(each);
+        StepTime& sum = times.emplace_back(StepTime{.label = m_sources[i].label});
+        for (StepTime const& time : each)
+            Add(sum, time);
+    }
+}
+
 std::vector<std::string> VideoSegment::GetNotes() const {
     WaitForAll();
     std::vector<std::string> notes;

@@ -38,6 +38,7 @@ public:
     bool GoesOn() const noexcept override { return m_isEnding; }
     void UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const override;
     void AddStatistics(std::vector<Core::Property>& statistics) const override;
+    void AddTimes(std::vector<StepTime>& times) const override;
     std::vector<std::string> GetNotes() const override;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
+#include "Core/Stopwatch.h"
 #include "Core/Text.h"
 #include "Host/EffectRules.h"
 #include "Proc/Settings/Field.h"
@@ -31,13 +32,20 @@ VideoStep::VideoStep(SP<Proc::IOneInputEffectVideo> effect, std::string label)
     : ChainStep(std::move(effect), std::move(label)),
       m_details(dynamic_cast<Proc::IEffectDetailsVideo const*>(&GetEffect())) {}
 
+template <class Convert>
+SP<Proc::IDataVideo> VideoStep::Timed(Convert const& convert) {
+    Core::Stopwatch const watch(GetTime().conversion);
+    ++GetTime().converted;
+    return convert();
+}
+
 void VideoStep::Feed(SP<Proc::IDataVideo> const& frame) {
     Labeled([&] {
         PictureForm const form = GetForm(*frame);
         if (form != m_input)
             FitTo(form);
         m_isInterlaced = Proc::GetFrameFieldOrder(*frame->GetAVFrame()) != Proc::FieldOrder::Progressive;
-        FeedEffect(m_adapter ? m_adapter->Adapt(*frame) : frame);
+        FeedEffect(m_adapter ? Timed([&] { return m_adapter->Adapt(*frame); }) : frame);
     });
 }
 
@@ -91,7 +99,7 @@ SP<Proc::IDataVideo> VideoStep::TakeRestored() {
     NoteLosses(*result);
     NoteMixedFields(*result);
     NoteRounding(*result);
-    return m_adapter ? m_adapter->Restore(result) : result;
+    return m_adapter ? Timed([&] { return m_adapter->Restore(result); }) : result;
 }
 
 void VideoStep::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const {

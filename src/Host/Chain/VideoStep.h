@@ -29,6 +29,8 @@ public:
 
 private:
     void FitTo(PictureForm const& form);
+    template <class Convert>
+    SP<Proc::IDataVideo> Timed(Convert const& convert);
     SP<Proc::IDataVideo> TakeRestored();
     void NoteLosses(Proc::IDataVideo const& result);
     void NoteMixedFields(Proc::IDataVideo const& result);

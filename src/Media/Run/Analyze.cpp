@@ -1,5 +1,6 @@
 #include "Media/Analyze.h"
 
+#include "Core/Stopwatch.h"
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Paths.h"
@@ -7,6 +8,7 @@
 #include "Media/MediaExceptions.h"
 #include "Media/Run/Pipeline.h"
 #include "Media/Run/ProgressMeter.h"
+#include "Media/Run/StageTimes.h"
 #include "Media/Run/VideoSource.h"
 
 #include <fmt/format.h>
@@ -20,8 +22,9 @@ extern "C" {
 namespace Tarsel::Media {
 namespace {
 
-std::int64_t AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& stop) {
+AnalyzeResult AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& stop) {
     CheckInputPath(options.input);
+    StageTimes times;
     VideoSource source(options.input, stop.get_token());
     auto const chain = options.makeVideoEffects(source.GetInfo());
     if (chain == nullptr)
@@ -41,26 +44,35 @@ std::int64_t AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& s
     auto const decoded = pipeline.AddStage<SP<Proc::IDataVideo>>(
         [&](SP<Proc::IDataVideo> const& picture) {
             std::int64_t const end = av_sat_add64(picture->GetTime(), picture->GetDuration());
+            Core::Stopwatch const watch(times.effects);
             chain->Feed(picture);
             dropAll();
             progress.Add(end);
+            times.Leave();
         },
         [&] {
+            Core::Stopwatch const watch(times.effects);
             chain->End();
             dropAll();
         });
     pipeline.Run([&] {
-        while (auto frame = source.Next())
+        auto const next = [&] {
+            Core::Stopwatch const watch(times.reading);
+            return source.Next();
+        };
+        while (auto frame = next()) {
+            times.Enter();
             decoded.give(std::move(frame->data));
+        }
         decoded.close();
     });
     report();
-    return progress.GetFrames();
+    return {progress.GetFrames(), times.Get()};
 }
 
 } // namespace
 
-std::int64_t Analyze(AnalyzeOptions const& options, std::stop_token stop) {
+AnalyzeResult Analyze(AnalyzeOptions const& options, std::stop_token stop) {
     std::stop_source own;
     std::stop_callback const forward(stop, [&own] { own.request_stop(); });
     try {

@@ -1,5 +1,6 @@
 #include "Media/Run.h"
 
+#include "Core/Stopwatch.h"
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Stopped.h"
@@ -14,6 +15,7 @@
 #include "Media/Run/Pipeline.h"
 #include "Media/Run/Planner.h"
 #include "Media/Run/ProgressMeter.h"
+#include "Media/Run/StageTimes.h"
 #include "Media/Run/Writer.h"
 
 #include <fmt/format.h>
@@ -58,6 +60,7 @@ private:
     CheckedOptions const m_checked;
     bool const m_isStill;
     ProgressMeter m_progress;
+    StageTimes m_times;
     OpenedInput m_input;
     PlannedRun m_planned;
     RunResult m_result;
@@ -104,6 +107,7 @@ void Job::Work() {
         throw Stopped();
     file.Publish();
     m_result.seconds = m_progress.GetSeconds();
+    m_result.times = m_times.Get();
 }
 
 void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
@@ -136,29 +140,50 @@ void Job::PassVideo(Pipeline& pipeline, Writer& writer) {
     VideoWork& work = *m_planned.video;
     auto const worked = pipeline.AddStage<WorkedFrame>(
         [&](WorkedFrame const& frame) {
+            Core::Stopwatch const watch(m_times.writing);
             if (!m_isStill || m_progress.GetFrames() == 0)
                 writer.Write(frame);
+            m_times.Leave();
         },
-        [&] { writer.Close(); });
+        [&] {
+            Core::Stopwatch const watch(m_times.writing);
+            writer.Close();
+        });
+    auto const take = [&] {
+        Core::Stopwatch const watch(m_times.effects);
+        return work.Take();
+    };
     auto const takeAll = [&] {
-        while (auto frame = work.Take())
+        while (auto frame = take())
             worked.give(std::move(*frame));
     };
     auto const decoded = pipeline.AddStage<SourceFrame>(
         [&](SourceFrame const& frame) {
             takeAll(); // the first results are there already
-            work.Feed(frame);
+            {
+                Core::Stopwatch const watch(m_times.effects);
+                work.Feed(frame);
+            }
             takeAll();
         },
         [&] {
             takeAll();
-            work.End();
+            {
+                Core::Stopwatch const watch(m_times.effects);
+                work.End();
+            }
             takeAll();
             worked.close();
         });
     pipeline.Run([&] {
-        while (auto frame = m_input.source->Next())
+        auto const next = [&] {
+            Core::Stopwatch const watch(m_times.reading);
+            return m_input.source->Next();
+        };
+        while (auto frame = next()) {
+            m_times.Enter();
             decoded.give(std::move(*frame));
+        }
         decoded.close();
     });
 }
@@ -178,6 +203,7 @@ void Job::Copy(OutputFile& file, NonVideoStreams& beside) {
     Pipeline pipeline(m_stop, [this] { Report(); });
     auto const packets = pipeline.AddStage<UniquePacket>(
         [&](UniquePacket packet) {
+            Core::Stopwatch const watch(m_times.writing);
             if (packet->stream_index == streams.video)
                 m_progress.Add(GetEnd(*packet));
             else if (!countsPictures)
@@ -185,12 +211,17 @@ void Job::Copy(OutputFile& file, NonVideoStreams& beside) {
             beside.Write(*packet, muxer);
         },
         [&] {
+            Core::Stopwatch const watch(m_times.writing);
             beside.End(muxer);
             muxer.Close();
         });
     pipeline.Run([&] {
         UniquePacket packet = MakePacket();
-        while (demuxer.Read(*packet))
+        auto const read = [&] {
+            Core::Stopwatch const watch(m_times.reading);
+            return demuxer.Read(*packet);
+        };
+        while (read())
             packets.give(std::exchange(packet, MakePacket()));
         packets.close();
     });

@@ -6,7 +6,6 @@
 #include "Host/FFmpegMessages.h"
 #include "Host/StepPlan.h"
 #include "Proc/Settings/Format.h"
-#include "Tools/Tarsel/Chain/NotedChain.h"
 #include "Tools/Tarsel/Chain/Palettes.h"
 
 #include <fmt/format.h>
@@ -44,14 +43,14 @@ bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::ve
 
 std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInfo const& stream,
                                                            std::vector<VideoStep> const& effects) {
-    auto chain = std::make_unique<NotedVideoChain>(m_notes);
+    auto chain = std::make_unique<NotedVideoChain>(m_video);
     Host::VideoChain& steps = chain->GetChain();
     steps.SetThreads(Core::ThreadBudget::Get());
     if (auto const turn = MakeTurn(stream))
         steps.Append(turn, "turning upright", [this, stream] { return MakeTurn(stream); });
     if (!stream.orientation.GetOrientation())
-        m_notes.emplace_back("Dropped the input's orientation tag, which is neither a mirroring nor a "
-                             "quarter turn: the effects used the frames as stored.");
+        m_video.notes.emplace_back("Dropped the input's orientation tag, which is neither a mirroring nor a "
+                                   "quarter turn: the effects used the frames as stored.");
     for (auto const& [effect, label, another] : effects)
         steps.Append(effect, label, another);
     if (m_palettes)
@@ -75,7 +74,7 @@ bool ChainMaker::NoteIdleSteps(Media::VideoStreamInfo const& stream, std::vector
     format->SetColorSpace(stream.space);
     if (auto const turn = MakeTurn(stream))
         turn->UpdateFormatCodec(format);
-    return NoteIdle(steps, std::move(format), m_notes);
+    return NoteIdle(steps, std::move(format), m_video.notes);
 }
 
 bool ChainMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
@@ -86,7 +85,7 @@ bool ChainMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
 std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::MakeForReEncoding(Media::VideoStreamInfo const& stream,
                                                                         std::vector<VideoStep> const& steps) {
     if (HasToTurn(stream))
-        m_notes.emplace_back(
+        m_video.notes.emplace_back(
             "Turned the frames upright, as the orientation tag says: re-encoded video has no such tag.");
     return Make(stream, steps);
 }
@@ -97,9 +96,9 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
         return SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(stream.format));
     };
     auto const effects = MakeAudioSteps(m_effects, steps);
-    if (NoteIdle(effects, makeFormat(), m_audioNotes))
+    if (NoteIdle(effects, makeFormat(), m_audio.notes))
         return {};
-    auto chain = std::make_unique<NotedAudioChain>(m_audioNotes);
+    auto chain = std::make_unique<NotedAudioChain>(m_audio);
     int depth = 0;
     for (auto const& [effect, label, another] : effects) {
         // A format that is named is wanted; others are what an effect reckons in.
@@ -113,9 +112,15 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
     return {std::move(chain), format->GetSampleInfo(), depth};
 }
 
+std::vector<Host::StepTime> ChainMaker::GetTimes() const {
+    std::vector<Host::StepTime> times = m_video.times;
+    times.insert(times.end(), m_audio.times.begin(), m_audio.times.end());
+    return times;
+}
+
 std::vector<std::string> ChainMaker::GetNotes() const {
-    std::vector<std::string> notes = m_notes;
-    notes.insert(notes.end(), m_audioNotes.begin(), m_audioNotes.end());
+    std::vector<std::string> notes = m_video.notes;
+    notes.insert(notes.end(), m_audio.notes.begin(), m_audio.notes.end());
     for (std::string& note : m_palettes ? DescribePalettes(*m_palettes) : std::vector<std::string>())
         notes.push_back(std::move(note));
     return notes;

@@ -3,6 +3,7 @@
 #include "Media/Run.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Chain/Effects.h"
+#include "Tools/Tarsel/Chain/NotedChain.h"
 #include "Tools/Tarsel/Chain/Steps.h"
 
 #include <memory>
@@ -34,12 +35,14 @@ public:
     /// A chain of effects of its own for an audio stream; none where all of them leave it as it is. Notes
     /// which of them do.
     Media::AudioEffects MakeAudio(Media::AudioStreamInfo const& stream, std::vector<StepText> const& steps);
-    /// Lanes that are made from now on end in palettes where the output holds nothing else (.gif). Throws as
+    /// Chains that are made from now on end in palettes where the output holds nothing else (.gif). Throws as
     /// Media::FindVideoFormats.
     void FitTo(Media::RunOptions const& options);
     Effects const& GetEffects() const noexcept { return m_effects; }
     /// What the user should know of the work of the chains, once they have ended.
     std::vector<std::string> GetNotes() const;
+    /// What the steps took, those on video first. As GetNotes.
+    std::vector<Host::StepTime> GetTimes() const;
 
 private:
     /// The orientation in which effects get the pictures; null for that in which they are stored.
@@ -47,9 +50,9 @@ private:
 
     Effects m_effects;
     std::optional<VideoStep> m_palettes;
-    std::vector<std::string> m_notes;
-    /// Apart, since chains for audio work on another thread.
-    std::vector<std::string> m_audioNotes;
+    /// Two, since chains for audio work on another thread.
+    ChainNews m_video;
+    ChainNews m_audio;
 };
 
 } // namespace Tarsel::Tools

@@ -18,8 +18,8 @@ void NotedChain<Chain>::Feed(SP<Data> const& data) {
 template <class Chain>
 SP<typename Chain::Data> NotedChain<Chain>::Take() {
     SP<Data> data = m_chain.Take();
-    if (!data && m_hasEnded)
-        AddNotes();
+    if (!data && std::exchange(m_hasEnded, false))
+        Tell();
     return data;
 }
 
@@ -30,10 +30,17 @@ void NotedChain<Chain>::End() {
 }
 
 template <class Chain>
-void NotedChain<Chain>::AddNotes() {
+void NotedChain<Chain>::Tell() {
+    // Two passes, or two streams, say the same.
     for (std::string& note : m_chain.GetNotes())
-        if (std::ranges::find(m_notes, note) == m_notes.end()) // two passes, or two streams, say the same
-            m_notes.push_back(std::move(note));
+        if (std::ranges::find(m_news.notes, note) == m_news.notes.end())
+            m_news.notes.push_back(std::move(note));
+    for (Host::StepTime& time : m_chain.GetTimes())
+        if (auto const known = std::ranges::find(m_news.times, time.label, &Host::StepTime::label);
+            known != m_news.times.end())
+            Host::Add(*known, time);
+        else
+            m_news.times.push_back(std::move(time));
 }
 
 template class NotedChain<Host::VideoChain>;

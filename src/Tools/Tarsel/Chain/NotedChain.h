@@ -9,15 +9,23 @@
 
 namespace Tarsel::Tools {
 
-/// A chain of effects that tells at the end of the stream what it notes. `Chain` is Host::VideoChain or
+/// What users learn of chains that have ended: what they note, and what their steps took.
+struct ChainNews {
+    /// Each once.
+    std::vector<std::string> notes;
+    /// Summed up by label.
+    std::vector<Host::StepTime> times;
+};
+
+/// A chain of effects that tells at the end of the stream what is new. `Chain` is Host::VideoChain or
 /// Host::AudioChain.
 template <class Chain>
 class NotedChain final : public Proc::IEffectStream<typename Chain::Data> {
 public:
     using Data = typename Chain::Data;
 
-    /// What is new is added to `notes`, which have to live longer.
-    explicit NotedChain(std::vector<std::string>& notes) : m_notes(notes) {}
+    /// Adds to `news`, which have to live longer.
+    explicit NotedChain(ChainNews& news) : m_news(news) {}
 
     Chain& GetChain() noexcept { return m_chain; }
     void UpdateFormatCodec(SP<typename Chain::Format>& format);
@@ -27,9 +35,9 @@ public:
     void End() override;
 
 private:
-    void AddNotes();
+    void Tell();
 
-    std::vector<std::string>& m_notes;
+    ChainNews& m_news;
     bool m_hasEnded = false;
     Chain m_chain;
 };

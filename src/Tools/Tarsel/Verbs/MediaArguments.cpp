@@ -30,9 +30,7 @@ void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
     };
     command.add_option("--quality", quality, legal)->option_text("LEVEL")->check(checkQuality, "");
     audio.AddTo(command);
-    command.add_option("--threads", threads, "Threads for all effects, and for each codec")
-        ->option_text("N")
-        ->check(CheckWholeNumber(1, 1024), "");
+    AddThreadsOption(command, threads);
     command.add_flag("--quiet", quiet, "Print errors only");
 }
 

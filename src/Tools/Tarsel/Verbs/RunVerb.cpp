@@ -1,3 +1,4 @@
+#include "Core/ThreadBudget.h"
 #include "Core/Throw.h"
 #include "Media/Run.h"
 #include "Proc/Interfaces/FiltersOnly.h"
@@ -8,9 +9,11 @@
 #include "Tools/Tarsel/Chain/References.h"
 #include "Tools/Tarsel/Chain/Steps.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
+#include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/UsageException.h"
 #include "Tools/Tarsel/Verbs/MediaArguments.h"
 #include "Tools/Tarsel/Verbs/MediaWork.h"
+#include "Tools/Tarsel/Verbs/TimeReport.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
 
 #include <CLI/CLI.hpp>
@@ -35,6 +38,7 @@ struct RunArguments {
     std::vector<std::string> effects;
     std::optional<double> at;
     bool filtersOnly = false;
+    bool time = false;
 };
 
 /// Whether the pixel formats of its results were asked for.
@@ -58,6 +62,9 @@ public:
     }
     /// Once the run is over.
     std::vector<std::string> GetNotes() const;
+    std::vector<Host::StepTime> GetTimes() const {
+        return m_maker ? m_maker->GetTimes() : std::vector<Host::StepTime>();
+    }
 
 private:
     ChainMaker& GetMaker();
@@ -150,6 +157,9 @@ void RunMedia(RunArguments const& arguments, Context const& context) {
     work.ReportTo(media.ShowProgress());
     Media::RunResult const result = Media::Run(work.GetOptions(), context.stop);
     media.Tell(result, work.GetNotes());
+    if (arguments.time)
+        WriteOutput(
+            FormatTimes({result.framesOut, result.times, work.GetTimes(), Core::ThreadBudget::Get(), true}));
 }
 
 } // namespace
@@ -160,8 +170,8 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     arguments->media.AddTo(*command, "Video, image or audio file");
     AddEffectOption(*command, arguments->effects);
     AddAtOption(*command, arguments->at);
-    command->add_flag("--filters-only", arguments->filtersOnly,
-                      "Leave all work to FFmpeg's filters, for comparison");
+    AddFiltersOnlyFlag(*command, arguments->filtersOnly);
+    command->add_flag("--time", arguments->time, "Print where the time went");
     common.AddTo(*command);
     command->footer("EFFECT is \"NAME KEY=VALUE...\"; a flag alone means 1, as in \"flip horizontal\".\n"
                     "\"tarsel list\" shows names and keys. Video effects get frames turned upright, as\n"

@@ -39,6 +39,16 @@ CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effect
         ->allow_extra_args(false);
 }
 
+void AddThreadsOption(CLI::App& command, std::optional<int>& threads) {
+    command.add_option("--threads", threads, "Threads for all effects, and for each codec")
+        ->option_text("N")
+        ->check(CheckWholeNumber(1, 1024), "");
+}
+
+void AddFiltersOnlyFlag(CLI::App& command, bool& filtersOnly) {
+    command.add_flag("--filters-only", filtersOnly, "Leave all work to FFmpeg's filters, for comparison");
+}
+
 void AddAtOption(CLI::App& command, std::optional<double>& at) {
     command.add_option("--at", at, "Time of the frame to write as image")
         ->option_text("SECONDS")

@@ -29,6 +29,12 @@ struct CommonOptions {
 /// Adds "-e", the effects of a chain as their user writes them.
 CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effects);
 
+/// Adds "--threads", for the thread budget.
+void AddThreadsOption(CLI::App& command, std::optional<int>& threads);
+
+/// Adds "--filters-only", for Proc::SetFiltersOnly.
+void AddFiltersOnlyFlag(CLI::App& command, bool& filtersOnly);
+
 /// Adds "--at", the time in seconds of the picture for a still.
 void AddAtOption(CLI::App& command, std::optional<double>& at);
 
@@ -83,6 +89,8 @@ Verb AddListVerb(CLI::App& app, CommonOptions& common);
 Verb AddExplainVerb(CLI::App& app, CommonOptions& common);
 /// "check": a plug-in against the contract with its hosts.
 Verb AddCheckVerb(CLI::App& app, CommonOptions& common);
+/// "bench": how long effects take on a film, of which nothing is written.
+Verb AddBenchVerb(CLI::App& app, CommonOptions& common);
 /// "complete": what may follow on a command line; for shells, and not shown. To be added last.
 Verb AddCompleteVerb(CLI::App& app, CommonOptions& common);
 
