@@ -55,7 +55,7 @@ function(lumenta_test program)
   string(REGEX REPLACE "^test_" "" label "${program}")
   set(properties LABELS "${label}" TIMEOUT ${arg_TIMEOUT})
   if(CMAKE_CROSSCOMPILING_EMULATOR)
-    list(APPEND properties ENVIRONMENT_MODIFICATION "PATH=path_list_prepend:${LUMENTA_EMULATED}")
+    list(APPEND properties ENVIRONMENT "TEST_MINUTES=10" ENVIRONMENT_MODIFICATION "PATH=path_list_prepend:${LUMENTA_EMULATED}")
   endif()
   gtest_discover_tests(${program}
     DISCOVERY_TIMEOUT ${LUMENTA_TEST_TIMEOUT}

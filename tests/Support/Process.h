@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -25,8 +26,14 @@ struct ProcessResult {
     std::string err;
 };
 
+/// How long a program may run before it counts as hanging: a minute, or TEST_MINUTES where all is slow.
+inline std::chrono::minutes GetPatience() {
+    char const* const minutes = std::getenv("TEST_MINUTES");
+    return std::chrono::minutes(minutes == nullptr ? 1 : std::atoi(minutes));
+}
+
 /// A running program whose output is collected. It reads nothing, handles signals as if started from a shell,
-/// and is killed when it takes longer than a minute.
+/// and is killed when it takes longer than GetPatience().
 class Process {
 public:
     /// `arguments` begin with the program, looked up in PATH when it has no '/'.
@@ -76,7 +83,7 @@ public:
 
     /// Reads until the program closes its output, then waits for its end. Once.
     ProcessResult Wait() {
-        auto const deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        auto const deadline = std::chrono::steady_clock::now() + GetPatience();
         ProcessResult result;
         std::array ends{pollfd{m_out, POLLIN, 0}, pollfd{m_err, POLLIN, 0}};
         std::array const texts{&result.out, &result.err};

@@ -52,7 +52,8 @@ void Tool::ExpectRefusals(std::vector<Refusal> const& refusals) {
 ProcessResult Tool::Interrupt(std::string const& line, std::size_t files, int signal) {
     auto const before = ListFolder();
     Process process(Command(line));
-    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(50);
+    std::chrono::seconds const patience = Tarsel::Test::GetPatience();
+    auto const deadline = std::chrono::steady_clock::now() + patience * 5 / 6;
     while (ListFolder().size() < files && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     EXPECT_EQ(ListFolder().size(), files);
