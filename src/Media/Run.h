@@ -100,9 +100,9 @@ TARSEL_MEDIA_API void CheckRun(RunOptions const& options);
 /// length of the film, whatever the chains hold back. InputException, OutputException, OptionsException,
 /// InterruptedException; exceptions of the chains pass unchanged. Blocks until done; several runs may go on
 /// at once. Reading, picture chain and writing have a thread each, and decoder and encoder of pictures up to
-/// Core::ThreadBudget::Get() threads; audio is worked on by the thread that writes. With a budget of 1 the
-/// calling thread does it all. Each chain is called by one thread at a time: that of the video by the calling
-/// thread until its first result.
+/// Core::ThreadBudget::Get() threads; each audio stream that is re-encoded has one more. With a budget of 1
+/// the calling thread does it all. Each chain is called by one thread at a time: that of the video by the
+/// calling thread until its first result.
 TARSEL_MEDIA_API RunResult Run(RunOptions const& options, std::stop_token stop = {});
 
 /// FFmpeg's names of the encoders that runs take, for audio or for video. Any thread.

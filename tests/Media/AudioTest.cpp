@@ -5,10 +5,12 @@
 #include "Media/MediaExceptions.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "RunFixture.h"
+#include "Support/Process.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <stop_token>
 #include <thread>
@@ -186,22 +188,33 @@ TEST_F(Audio, StreamsGoTheirOwnWays) {
     }
 }
 
-// Picture and audio both worked on: by the thread that writes, or by one thread alone.
+// Picture and audio both worked on: each audio stream by a thread of its own, or all by one thread alone; the
+// packets lie in the same order.
 TEST_F(Audio, BesidePicturesThatAreWorkedOn) {
-    Make(File("in.mkv"), s_pictures + s_noise + s_bFrames + "-c:a flac");
+    Make(File("in.mkv"), s_pictures + s_noise + s_burst + "-map 0 -map 1 -map 2 " + s_bFrames + "-c:a flac");
+    std::string first;
     for (int const budget : {1, 4}) {
         Core::ThreadBudget::Set(budget);
         Media::RunOptions options = Lossless("in.mkv", "out.mkv");
-        std::thread::id worker;
-        options.makeAudioEffects = MakeAudio([&](Block const& block) {
-            worker = std::this_thread::get_id();
-            return Blocks{block};
-        });
+        std::array<std::thread::id, 2> workers;
+        options.makeAudioEffects = [&](Media::AudioStreamInfo const& info) {
+            return MakeAudio(
+                [&worker = workers.at(static_cast<std::size_t>(info.number))](Block const& block) {
+                    worker = std::this_thread::get_id();
+                    return Blocks{block};
+                })(info);
+        };
         auto const [result, in, out] = Trip(options);
         EXPECT_EQ(result.framesOut, 25);
-        EXPECT_EQ(worker == std::this_thread::get_id(), budget == 1);
+        EXPECT_EQ(workers[0] == std::this_thread::get_id(), budget == 1);
+        EXPECT_EQ(workers[0] == workers[1], budget == 1);
         EXPECT_EQ(out.pictures, in.pictures);
-        EXPECT_EQ(ReadAudio(File("out.mkv")).samples, ReadAudio(File("in.mkv")).samples);
+        for (int stream = 0; stream < 2; ++stream)
+            EXPECT_EQ(ReadAudio(File("out.mkv"), stream).samples, ReadAudio(File("in.mkv"), stream).samples);
+        std::string const packets = RunForOutput(
+            {"ffprobe", "-v", "error", "-show_entries", "packet=stream_index,pts,size", File("out.mkv")});
+        EXPECT_EQ(packets, first.empty() ? packets : first);
+        first = packets;
     }
 }
 

@@ -18,14 +18,18 @@ namespace Tarsel::Media {
 
 NonVideoStreams::NonVideoStreams(InputStreams const& input, std::vector<StreamWork> work,
                                  ProgressMeter& progress, std::stop_token stop)
-    : m_input(input), m_work(std::move(work)), m_progress(progress), m_stop(std::move(stop)) {}
+    : m_input(input), m_work(std::move(work)), m_progress(progress), m_stop(std::move(stop)) {
+    for (StreamWork& each : m_work)
+        m_audio.push_back(each.audio != nullptr ? std::make_unique<AudioWorker>(std::move(each.audio))
+                                                : nullptr);
+}
 
 TakePacket NonVideoStreams::MakeTaker(std::size_t index, Muxer& muxer) const {
     return [this, index, &muxer](AVPacket& packet) {
         if (m_stop.stop_requested())
             throw Stopped();
         packet.stream_index = static_cast<int>(index);
-        muxer.Write(packet, m_work[index].audio->GetEncoder().GetTimeBase());
+        muxer.Write(packet, m_audio[index]->GetTimeBase());
     };
 }
 
@@ -45,17 +49,17 @@ void NonVideoStreams::Write(AVPacket& packet, Muxer& muxer) {
         return;
     auto const index = static_cast<std::size_t>(packet.stream_index);
     Count(packet);
-    StreamWork& work = m_work[index];
-    if (work.audio != nullptr)
-        work.audio->Feed(packet, MakeTaker(index, muxer));
-    else if (work.text == nullptr || work.text->Convert(packet))
+    auto const& text = m_work[index].text;
+    if (m_audio[index] != nullptr)
+        m_audio[index]->Feed(packet, MakeTaker(index, muxer));
+    else if (text == nullptr || text->Convert(packet))
         muxer.WriteCopied(packet);
 }
 
 void NonVideoStreams::End(Muxer& muxer) {
-    for (std::size_t i = 0; i < m_work.size(); ++i)
-        if (m_work[i].audio != nullptr)
-            m_work[i].audio->End(MakeTaker(i, muxer));
+    for (std::size_t i = 0; i < m_audio.size(); ++i)
+        if (m_audio[i] != nullptr)
+            m_audio[i]->End(MakeTaker(i, muxer));
 }
 
 std::vector<std::string> NonVideoStreams::GetNotes() const {
@@ -64,8 +68,8 @@ std::vector<std::string> NonVideoStreams::GetNotes() const {
         if (m_work[i].text != nullptr)
             for (std::string& note : m_work[i].text->GetNotes())
                 notes.push_back(std::move(note));
-        if (m_work[i].audio != nullptr)
-            for (std::string const& note : m_work[i].audio->GetNotes())
+        if (m_audio[i] != nullptr)
+            for (std::string const& note : m_audio[i]->GetNotes())
                 notes.push_back(GetAudioPrefix(m_input, i) + note);
     }
     return notes;

@@ -2,10 +2,12 @@
 
 #include "Media/Container/InputStreams.h"
 #include "Media/Container/Muxer.h"
+#include "Media/Run/AudioWorker.h"
 #include "Media/Run/Planner.h"
 #include "Media/Run/ProgressMeter.h"
 
 #include <cstddef>
+#include <memory>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -13,10 +15,11 @@
 namespace Tarsel::Media {
 
 /// The streams beside the video on their way into the output, as they are planned: audio that is re-encoded
-/// passes its effects, subtitles of text are converted, everything else is copied. One thread at a time.
+/// passes its effects, on threads of their own (AudioWorker), subtitles of text are converted, everything
+/// else is copied. One thread at a time.
 class NonVideoStreams {
 public:
-    /// The references outlive this.
+    /// The references outlive this. MemoryException.
     NonVideoStreams(InputStreams const& input, std::vector<StreamWork> work, ProgressMeter& progress,
                     std::stop_token stop);
 
@@ -36,6 +39,7 @@ private:
     InputStreams const& m_input;
     /// By their index in the input.
     std::vector<StreamWork> m_work;
+    std::vector<std::unique_ptr<AudioWorker>> m_audio;
     ProgressMeter& m_progress;
     std::stop_token m_stop;
 };

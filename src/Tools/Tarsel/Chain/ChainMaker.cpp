@@ -43,14 +43,15 @@ bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::ve
 
 std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInfo const& stream,
                                                            std::vector<VideoStep> const& effects) {
-    auto chain = std::make_unique<NotedVideoChain>(m_video);
+    auto chain = std::make_unique<NotedVideoChain>(m_video.emplace_back());
     Host::VideoChain& steps = chain->GetChain();
     steps.SetThreads(Core::ThreadBudget::Get());
     if (auto const turn = MakeTurn(stream))
         steps.Append(turn, "turning upright", [this, stream] { return MakeTurn(stream); });
     if (!stream.orientation.GetOrientation())
-        m_video.notes.emplace_back("Dropped the input's orientation tag, which is neither a mirroring nor a "
-                                   "quarter turn: the effects used the frames as stored.");
+        m_video.emplace_back().notes.emplace_back(
+            "Dropped the input's orientation tag, which is neither a mirroring nor a "
+            "quarter turn: the effects used the frames as stored.");
     for (auto const& [effect, label, another] : effects)
         steps.Append(effect, label, another);
     if (m_palettes)
@@ -74,7 +75,7 @@ bool ChainMaker::NoteIdleSteps(Media::VideoStreamInfo const& stream, std::vector
     format->SetColorSpace(stream.space);
     if (auto const turn = MakeTurn(stream))
         turn->UpdateFormatCodec(format);
-    return NoteIdle(steps, std::move(format), m_video.notes);
+    return NoteIdle(steps, std::move(format), m_video.emplace_back().notes);
 }
 
 bool ChainMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
@@ -85,7 +86,7 @@ bool ChainMaker::HasToTurn(Media::VideoStreamInfo const& stream) {
 std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::MakeForReEncoding(Media::VideoStreamInfo const& stream,
                                                                         std::vector<VideoStep> const& steps) {
     if (HasToTurn(stream))
-        m_video.notes.emplace_back(
+        m_video.emplace_back().notes.emplace_back(
             "Turned the frames upright, as the orientation tag says: re-encoded video has no such tag.");
     return Make(stream, steps);
 }
@@ -96,9 +97,9 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
         return SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(stream.format));
     };
     auto const effects = MakeAudioSteps(m_effects, steps);
-    if (NoteIdle(effects, makeFormat(), m_audio.notes))
+    if (NoteIdle(effects, makeFormat(), m_audio.emplace_back().notes))
         return {};
-    auto chain = std::make_unique<NotedAudioChain>(m_audio);
+    auto chain = std::make_unique<NotedAudioChain>(m_audio.emplace_back());
     int depth = 0;
     for (auto const& [effect, label, another] : effects) {
         // A format that is named is wanted; others are what an effect reckons in.
@@ -112,15 +113,16 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
     return {std::move(chain), format->GetSampleInfo(), depth};
 }
 
-std::vector<Host::StepTime> ChainMaker::GetTimes() const {
-    std::vector<Host::StepTime> times = m_video.times;
-    times.insert(times.end(), m_audio.times.begin(), m_audio.times.end());
-    return times;
+ChainNews ChainMaker::GetNews() const {
+    ChainNews all;
+    for (auto const* const news : {&m_video, &m_audio})
+        for (ChainNews const& each : *news)
+            Add(all, each);
+    return all;
 }
 
 std::vector<std::string> ChainMaker::GetNotes() const {
-    std::vector<std::string> notes = m_video.notes;
-    notes.insert(notes.end(), m_audio.notes.begin(), m_audio.notes.end());
+    std::vector<std::string> notes = GetNews().notes;
     for (std::string& note : m_palettes ? DescribePalettes(*m_palettes) : std::vector<std::string>())
         notes.push_back(std::move(note));
     return notes;

@@ -6,6 +6,7 @@
 #include "Tools/Tarsel/Chain/NotedChain.h"
 #include "Tools/Tarsel/Chain/Steps.h"
 
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,7 +43,7 @@ public:
     /// What the user should know of the work of the chains, once they have ended.
     std::vector<std::string> GetNotes() const;
     /// What the steps took, those on video first. As GetNotes.
-    std::vector<Host::StepTime> GetTimes() const;
+    std::vector<Host::StepTime> GetTimes() const { return GetNews().times; }
 
 private:
     /// The orientation in which effects get the pictures; null for that in which they are stored.
@@ -50,9 +51,10 @@ private:
 
     Effects m_effects;
     std::optional<VideoStep> m_palettes;
-    /// Two, since chains for audio work on another thread.
-    ChainNews m_video;
-    ChainNews m_audio;
+    ChainNews GetNews() const;
+    /// One each for what is planned and for each chain, in their order: chains work on threads of their own.
+    std::deque<ChainNews> m_video;
+    std::deque<ChainNews> m_audio;
 };
 
 } // namespace Tarsel::Tools

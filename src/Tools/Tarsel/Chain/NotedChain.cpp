@@ -5,6 +5,19 @@
 
 namespace Tarsel::Tools {
 
+void Add(ChainNews& sum, ChainNews const& news) {
+    // Two passes, or two streams, say the same.
+    for (std::string const& note : news.notes)
+        if (std::ranges::find(sum.notes, note) == sum.notes.end())
+            sum.notes.push_back(note);
+    for (Host::StepTime const& time : news.times)
+        if (auto const known = std::ranges::find(sum.times, time.label, &Host::StepTime::label);
+            known != sum.times.end())
+            Host::Add(*known, time);
+        else
+            sum.times.push_back(time);
+}
+
 template <class Chain>
 void NotedChain<Chain>::UpdateFormatCodec(SP<typename Chain::Format>& format) {
     m_chain.UpdateFormatCodec(format);
@@ -31,16 +44,7 @@ void NotedChain<Chain>::End() {
 
 template <class Chain>
 void NotedChain<Chain>::Tell() {
-    // Two passes, or two streams, say the same.
-    for (std::string& note : m_chain.GetNotes())
-        if (std::ranges::find(m_news.notes, note) == m_news.notes.end())
-            m_news.notes.push_back(std::move(note));
-    for (Host::StepTime& time : m_chain.GetTimes())
-        if (auto const known = std::ranges::find(m_news.times, time.label, &Host::StepTime::label);
-            known != m_news.times.end())
-            Host::Add(*known, time);
-        else
-            m_news.times.push_back(std::move(time));
+    Add(m_news, {m_chain.GetNotes(), m_chain.GetTimes()});
 }
 
 template class NotedChain<Host::VideoChain>;

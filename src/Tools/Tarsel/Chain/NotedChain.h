@@ -17,6 +17,8 @@ struct ChainNews {
     std::vector<Host::StepTime> times;
 };
 
+void Add(ChainNews& sum, ChainNews const& news);
+
 /// A chain of effects that tells at the end of the stream what is new. `Chain` is Host::VideoChain or
 /// Host::AudioChain.
 template <class Chain>
