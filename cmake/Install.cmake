@@ -34,9 +34,9 @@ foreach(room Core Conf Proc/Interfaces Proc/Settings Proc/Data Proc/Wrappers Hos
     PATTERN "Chain" EXCLUDE PATTERN "Watch" EXCLUDE
     PATTERN "CastData.h" EXCLUDE PATTERN "ColorMatrix.h" EXCLUDE PATTERN "FieldRead.h" EXCLUDE)
 endforeach()
-foreach(header
-    Media/Analyze.h Media/Api.h Media/AudioReader.h Media/AudioWriter.h Media/ImageWriter.h
-    Media/InputErrors.h Media/MediaExceptions.h Media/Progress.h Media/Run.h Media/StreamInfo.h Media/VideoReader.h
+file(GLOB media_headers RELATIVE "${PROJECT_SOURCE_DIR}/src" CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/src/Media/*.h")
+foreach(header IN ITEMS
+    ${media_headers}
     Proc/Algorithms/Api.h Proc/Algorithms/AudioAlg/AudioAlg.h Proc/Algorithms/AudioAlg/AudioLevels.h
     Proc/Algorithms/AudioAlg/AudioRef.h Proc/Algorithms/AudioAlg/DataAudioRef.h
     Proc/Effects/Lumenta/Api.h Proc/Effects/Lumenta/EffectFFMPEG.h

@@ -14,8 +14,10 @@ struct RunTimes {
     double reading = 0;
     /// The chain of effects on video, conversions for them included.
     double effects = 0;
-    /// Converting for the encoder, encoding, writing; the other streams, and the effects on audio.
+    /// Converting for the encoder, encoding, writing, and the other streams.
     double writing = 0;
+    /// Decoding, effects and encoding of the audio that is re-encoded, the sum over its streams.
+    double audio = 0;
     /// The most frames at a time that had been read and not yet written; 0 where none are counted.
     int mostInFlight = 0;
     /// The most memory that the process had so far, in bytes.

@@ -44,7 +44,7 @@ TEST_F(TimeTool, EachStepIsMeasuredWithTheFramesThatWentThroughIt) {
 TEST(TimeReport, SerialShareIsThatOfAmdahlsLaw) {
     auto const find = [](double share, int threads) {
         constexpr double work = 8;
-        TimeReport report{1, {}, {}, threads, false};
+        TimeReport report{1, {}, {}, {}, threads, false};
         report.times.processor = work;
         report.times.wall = work * (share + (1 - share) / threads);
         return FindSerialShare(report);

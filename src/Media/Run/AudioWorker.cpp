@@ -1,6 +1,7 @@
 #include "Media/Run/AudioWorker.h"
 
 #include "Core/StartThread.h"
+#include "Core/Stopwatch.h"
 #include "Core/ThreadBudget.h"
 #include "Host/FFmpegMessages.h"
 
@@ -57,6 +58,7 @@ void AudioWorker::Loop() {
 void AudioWorker::Work(Job& job) noexcept {
     if (m_hasFailed)
         return;
+    Core::Stopwatch const watch(m_time);
     try {
         auto const give = [&](AVPacket& packet) { job.results.push_back(MoveOut(packet)); };
         if (job.packet != nullptr)
@@ -84,6 +86,7 @@ void AudioWorker::Submit(UniquePacket packet) {
         return;
     }
     lock.unlock();
+    Core::Stopwatch const watch(m_waited);
     Work(job);
     job.isDone = true;
 }
@@ -92,7 +95,10 @@ void AudioWorker::Submit(UniquePacket packet) {
 void AudioWorker::GiveFirst(TakePacket const& give) {
     std::unique_lock lock(m_mutex);
     Job& first = m_jobs.front();
-    m_isDone.wait(lock, [&] { return first.isDone; });
+    {
+        Core::Stopwatch const watch(m_waited);
+        m_isDone.wait(lock, [&] { return first.isDone; });
+    }
     Job const done = std::move(first);
     m_jobs.pop_front();
     lock.unlock();

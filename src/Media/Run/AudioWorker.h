@@ -3,6 +3,7 @@
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Run/AudioReEncode.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -36,6 +37,9 @@ public:
 
     /// Once ended.
     std::vector<std::string> GetNotes() const { return m_work->GetNotes(); }
+    /// How long it worked, and how long the calling thread waited for that. Once ended.
+    std::chrono::nanoseconds GetTime() const noexcept { return m_time; }
+    std::chrono::nanoseconds GetWaitTime() const noexcept { return m_waited; }
 
 private:
     struct Job {
@@ -53,6 +57,8 @@ private:
 
     std::unique_ptr<AudioReEncode> m_work;
     bool m_hasFailed = false;
+    std::chrono::nanoseconds m_time{};
+    std::chrono::nanoseconds m_waited{};
     bool m_ends = false;
     std::mutex m_mutex;
     std::condition_variable m_isWaiting;

@@ -62,6 +62,14 @@ void NonVideoStreams::End(Muxer& muxer) {
             m_audio[i]->End(MakeTaker(i, muxer));
 }
 
+void NonVideoStreams::AddTimes(StageTimes& times) const noexcept {
+    for (auto const& audio : m_audio)
+        if (audio != nullptr) {
+            times.audio += audio->GetTime();
+            times.writing -= audio->GetWaitTime();
+        }
+}
+
 std::vector<std::string> NonVideoStreams::GetNotes() const {
     std::vector<std::string> notes;
     for (std::size_t i = 0; i < m_work.size(); ++i) {

@@ -5,6 +5,7 @@
 #include "Media/Run/AudioWorker.h"
 #include "Media/Run/Planner.h"
 #include "Media/Run/ProgressMeter.h"
+#include "Media/Run/StageTimes.h"
 
 #include <cstddef>
 #include <memory>
@@ -29,6 +30,8 @@ public:
     /// No more packets. As Write.
     void End(Muxer& muxer);
 
+    /// Adds the time of audio, and takes off that of writing what that waited for it. Once ended.
+    void AddTimes(StageTimes& times) const noexcept;
     /// Of what came up. Once ended.
     std::vector<std::string> GetNotes() const;
 

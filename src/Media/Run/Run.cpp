@@ -100,6 +100,7 @@ void Job::Work() {
     else
         Copy(file, beside);
     AddNotes(beside.GetNotes());
+    beside.AddTimes(m_times);
     m_result.framesOut = m_progress.GetFrames();
     m_result.audioSeconds = m_progress.GetAudioSeconds();
     Report();

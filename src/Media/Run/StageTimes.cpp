@@ -37,6 +37,7 @@ RunTimes StageTimes::Get() const noexcept {
             .reading = ToSeconds(reading),
             .effects = ToSeconds(effects),
             .writing = ToSeconds(writing),
+            .audio = ToSeconds(audio),
             .mostInFlight = m_mostInFlight,
             .peakMemory = kibi * usage.ru_maxrss};
 }

@@ -15,6 +15,7 @@ public:
     std::chrono::nanoseconds reading{};
     std::chrono::nanoseconds effects{};
     std::chrono::nanoseconds writing{};
+    std::chrono::nanoseconds audio{};
 
     /// A frame was read; one was written, or dropped at the end of its way. Any thread.
     void Enter() noexcept;

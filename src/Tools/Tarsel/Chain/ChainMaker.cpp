@@ -113,16 +113,11 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
     return {std::move(chain), format->GetSampleInfo(), depth};
 }
 
-ChainNews ChainMaker::GetNews() const {
-    ChainNews all;
-    for (auto const* const news : {&m_video, &m_audio})
-        for (ChainNews const& each : *news)
-            Add(all, each);
-    return all;
-}
-
 std::vector<std::string> ChainMaker::GetNotes() const {
-    std::vector<std::string> notes = GetNews().notes;
+    std::vector<std::string> notes = Sum(m_video).notes;
+    for (std::string& note : Sum(m_audio).notes)
+        if (std::ranges::find(notes, note) == notes.end())
+            notes.push_back(std::move(note));
     for (std::string& note : m_palettes ? DescribePalettes(*m_palettes) : std::vector<std::string>())
         notes.push_back(std::move(note));
     return notes;

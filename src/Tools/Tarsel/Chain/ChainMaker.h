@@ -42,8 +42,9 @@ public:
     Effects const& GetEffects() const noexcept { return m_effects; }
     /// What the user should know of the work of the chains, once they have ended.
     std::vector<std::string> GetNotes() const;
-    /// What the steps took, those on video first. As GetNotes.
-    std::vector<Host::StepTime> GetTimes() const { return GetNews().times; }
+    /// What the steps took. As GetNotes.
+    std::vector<Host::StepTime> GetVideoTimes() const { return Sum(m_video).times; }
+    std::vector<Host::StepTime> GetAudioTimes() const { return Sum(m_audio).times; }
 
 private:
     /// The orientation in which effects get the pictures; null for that in which they are stored.
@@ -51,7 +52,6 @@ private:
 
     Effects m_effects;
     std::optional<VideoStep> m_palettes;
-    ChainNews GetNews() const;
     /// One each for what is planned and for each chain, in their order: chains work on threads of their own.
     std::deque<ChainNews> m_video;
     std::deque<ChainNews> m_audio;

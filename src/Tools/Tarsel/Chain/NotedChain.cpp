@@ -4,6 +4,7 @@
 #include <utility>
 
 namespace Tarsel::Tools {
+namespace {
 
 void Add(ChainNews& sum, ChainNews const& news) {
     // Two passes, or two streams, say the same.
@@ -16,6 +17,15 @@ void Add(ChainNews& sum, ChainNews const& news) {
             Host::Add(*known, time);
         else
             sum.times.push_back(time);
+}
+
+} // namespace
+
+ChainNews Sum(std::deque<ChainNews> const& news) {
+    ChainNews sum;
+    for (ChainNews const& each : news)
+        Add(sum, each);
+    return sum;
 }
 
 template <class Chain>

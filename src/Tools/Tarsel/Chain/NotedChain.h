@@ -3,6 +3,7 @@
 #include "Host/AudioChain.h"
 #include "Host/VideoChain.h"
 
+#include <deque>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,7 +18,7 @@ struct ChainNews {
     std::vector<Host::StepTime> times;
 };
 
-void Add(ChainNews& sum, ChainNews const& news);
+ChainNews Sum(std::deque<ChainNews> const& news);
 
 /// A chain of effects that tells at the end of the stream what is new. `Chain` is Host::VideoChain or
 /// Host::AudioChain.

@@ -56,7 +56,8 @@ void Bench(BenchArguments const& arguments, Context const& context) {
     console.SetStatus({});
     console.PrintNotes(maker.GetNotes());
     console.PrintNotes(references.GetNotes());
-    TimeReport const report{result.frames, result.times, maker.GetTimes(), Core::ThreadBudget::Get(), false};
+    TimeReport const report{result.frames, result.times, maker.GetVideoTimes(), {}, Core::ThreadBudget::Get(),
+                            false};
     WriteOutput(arguments.json ? TimesToJson(report) : FormatTimes(report));
 }
 

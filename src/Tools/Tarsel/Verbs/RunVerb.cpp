@@ -62,9 +62,7 @@ public:
     }
     /// Once the run is over.
     std::vector<std::string> GetNotes() const;
-    std::vector<Host::StepTime> GetTimes() const {
-        return m_maker ? m_maker->GetTimes() : std::vector<Host::StepTime>();
-    }
+    TimeReport MakeTimeReport(Media::RunResult const& result) const;
 
 private:
     ChainMaker& GetMaker();
@@ -150,6 +148,15 @@ std::vector<std::string> Work::GetNotes() const {
     return notes;
 }
 
+TimeReport Work::MakeTimeReport(Media::RunResult const& result) const {
+    TimeReport report{result.framesOut, result.times, {}, {}, Core::ThreadBudget::Get(), true};
+    if (m_maker) {
+        report.steps = m_maker->GetVideoTimes();
+        report.audioSteps = m_maker->GetAudioTimes();
+    }
+    return report;
+}
+
 void RunMedia(RunArguments const& arguments, Context const& context) {
     Proc::SetFiltersOnly(arguments.filtersOnly);
     MediaWork const media(arguments.media, context);
@@ -158,8 +165,7 @@ void RunMedia(RunArguments const& arguments, Context const& context) {
     Media::RunResult const result = Media::Run(work.GetOptions(), context.stop);
     media.Tell(result, work.GetNotes());
     if (arguments.time)
-        WriteOutput(
-            FormatTimes({result.framesOut, result.times, work.GetTimes(), Core::ThreadBudget::Get(), true}));
+        WriteOutput(FormatTimes(work.MakeTimeReport(result)));
 }
 
 } // namespace

@@ -26,8 +26,15 @@ std::vector<Row> ListRows(TimeReport const& report) {
             rows.push_back(
                 {fmt::format("  {} conversions for it", step.converted), ToSeconds(step.conversion)});
     }
+    double audio = report.times.audio;
+    for (Host::StepTime const& step : report.audioSteps) {
+        rows.push_back({step.label, ToSeconds(step.work)});
+        audio -= ToSeconds(step.work);
+    }
+    if (report.times.audio > 0)
+        rows.push_back({"decoding and encoding audio", std::max(audio, 0.0)});
     if (report.writes)
-        rows.push_back({"encoding and writing", report.times.writing});
+        rows.push_back({report.frames > 0 ? "encoding and writing" : "writing", report.times.writing});
     return rows;
 }
 
@@ -57,16 +64,19 @@ std::string FormatTimes(TimeReport const& report) {
         sum += row.seconds;
         width = std::max(width, row.label.size());
     }
-    double const frames = static_cast<double>(std::max<std::int64_t>(report.frames, 1));
-    std::string text = fmt::format("{:{}}  ms a frame   share\n", "", width);
+    bool const hasFrames = report.frames > 0;
+    double const unit = hasFrames ? milli / static_cast<double>(report.frames) : 1;
+    std::string text =
+        fmt::format("{:{}}  {:>10}   share\n", "", width, hasFrames ? "ms a frame" : "seconds");
     for (Row const& row : rows)
-        text += fmt::format("{:{}}  {:10.2f}  {:4.0f} %\n", row.label, width, milli * row.seconds / frames,
+        text += fmt::format("{:{}}  {:10.2f}  {:4.0f} %\n", row.label, width, unit * row.seconds,
                             sum > 0 ? hundred * row.seconds / sum : 0);
     Media::RunTimes const& times = report.times;
-    text += fmt::format("{} frames in {:.2f} s, {:.2f} s of processor time: {:.1f} of {} threads busy.\n",
-                        report.frames, times.wall, times.processor,
-                        times.wall > 0 ? times.processor / times.wall : 0, report.threads);
-    text += fmt::format("Up to {} frames in flight, {:.0f} MiB of memory.\n", times.mostInFlight,
+    text += fmt::format("{}{:.2f} s, {:.2f} s of processor time: {:.1f} of {} threads busy.\n",
+                        hasFrames ? fmt::format("{} frames in ", report.frames) : "", times.wall,
+                        times.processor, times.wall > 0 ? times.processor / times.wall : 0, report.threads);
+    text += fmt::format("{}{:.0f} MiB of memory.\n",
+                        hasFrames ? fmt::format("Up to {} frames in flight, ", times.mostInFlight) : "",
                         static_cast<double>(times.peakMemory) / mebi);
     if (auto const share = FindSerialShare(report))
         text += fmt::format(

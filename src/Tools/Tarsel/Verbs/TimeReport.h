@@ -15,6 +15,7 @@ struct TimeReport {
     std::int64_t frames;
     Media::RunTimes times;
     std::vector<Host::StepTime> steps;
+    std::vector<Host::StepTime> audioSteps;
     /// How many threads there were for it.
     int threads;
     /// Whether something was written.
@@ -25,7 +26,7 @@ struct TimeReport {
 /// out of the time, the processor time and the threads of this run; nothing with one thread, or without work.
 std::optional<double> FindSerialShare(TimeReport const& report) noexcept;
 
-/// As a table, and sentences below it. Ends in a line feed.
+/// As a table, a frame where there are any, and sentences below it. Ends in a line feed.
 std::string FormatTimes(TimeReport const& report);
 /// For programs; of the same content, in seconds and bytes. Ends in a line feed.
 std::string TimesToJson(TimeReport const& report);
