@@ -10,6 +10,7 @@ using nlohmann::json;
 using TimeTool = Tool;
 
 TEST_F(TimeTool, EachStepIsMeasuredWithTheFramesThatWentThroughIt) {
+    TellLeaksApart();
     MakeSmallFilm();
     // Two steps that work on several frames at a time, and one between them that does not and takes other
     // frames.
