@@ -20,17 +20,17 @@ EFFECTS = {
     "pixel-format": ("formats=rgb24", "format=rgb24"),
     "denoise-chroma-luma": ("luma-spatial=4 chroma-spatial=3 luma-temporal=6 chroma-temporal=4.5", ""),
     "denoise-dct": ("sigma=4.5", ""), "denoise-wavelet": ("luma=5 chroma=5", ""),
-    "edge-detect": ("low=0.1 high=0.4", ""), "emboss": ("", ""), "balance-chroma": ("shadows-red=0.3", ""),
-    "blur": ("sigma=2", ""), "color-channel-mixer": ("red-green=0.2", ""), "negate": ("", ""),
+    "edge-detect": ("low=0.1 high=0.4", ""), "emboss": ("", ""), "balance-chroma": ("red-shadows=30", ""),
+    "blur": ("sigma=2", ""), "color-channel-mixer": ("rg=0.2", ""), "negate": ("", ""),
     "noise": ("strength=20", ""), "border": ("left=10 right=10", ""), "posterize": ("seed=3", ""),
     "remove-grain": ("m0=2 m1=2", ""), "midequalizer": (None, ""), "deinterlace": ("", ""),
     "resize": ("width=1280 height=720", "scale=1280:720:flags=bicubic"),
     "resize-complex": ("width=1280 height=720", "scale=1280:720:flags=bicubic"),
     "rotate": ("angle=7", "rotate=7*PI/180"), "color-balance": ("brightness=20 contrast=10", "eq=brightness=0.08:contrast=1.1"),
-    "smart-blur": ("luma-radius=2 luma-strength=0.8", ""),
+    "smart-blur": ("luma-radius=2 luma-strength=80", ""),
 }
-CHAIN = ["negate", "blur sigma=1", "smart-blur luma-radius=2 luma-strength=0.8", "edge-detect low=0.1 high=0.4"]
-FAST = ["emboss", "denoise-wavelet luma=5 chroma=5", "edge-detect low=0.1 high=0.4", "balance-chroma shadows-red=0.3"]
+CHAIN = ["negate", "blur sigma=1", "smart-blur luma-radius=2 luma-strength=80", "edge-detect low=0.1 high=0.4"]
+FAST = ["emboss", "denoise-wavelet luma=5 chroma=5", "edge-detect low=0.1 high=0.4", "balance-chroma red-shadows=30"]
 AUDIO = [["echo echos=500/0.5"], ["reverb"], ["compressor ratio=4"], ["equalizer bands=1000/6"],
          ["flanger", "chorus voices=40/0.4/0.25/2"]]
 
@@ -55,7 +55,10 @@ def run(command, folder):
 
 
 def ask(*arguments):
-    return json.loads(subprocess.run([TARSEL, *arguments, "--json"], check=True, capture_output=True).stdout)
+    done = subprocess.run([TARSEL, *arguments, "--json"], capture_output=True, text=True)
+    if done.returncode != 0:
+        sys.exit(done.stderr)
+    return json.loads(done.stdout)
 
 
 def text_of(steps, form):
@@ -144,7 +147,7 @@ class Bench:
 
     def files(self):
         self.head("Whole commands", "Read, work, write a file.")
-        film = self.film(250)
+        film = self.film(75)
         self.row("flip, x264 veryfast",
                  [TARSEL, "run", film, "out.mp4", "--overwrite", "-e", "flip horizontal=1", "--video-codec", "libx264",
                   "--video-option", "preset=veryfast"],
