@@ -23,7 +23,7 @@ EFFECTS = {
     "edge-detect": ("low=0.1 high=0.4", ""), "emboss": ("", ""), "balance-chroma": ("red-shadows=30", ""),
     "blur": ("sigma=2", ""), "color-channel-mixer": ("rg=0.2", ""), "negate": ("", ""),
     "noise": ("strength=20", ""), "border": ("left=10 right=10", ""), "posterize": ("seed=3", ""),
-    "remove-grain": ("m0=2 m1=2", ""), "midequalizer": (None, ""), "deinterlace": ("", ""),
+    "remove-grain": ("m0=2 m1=2", ""), "midequalizer": (None, "midequalizer"), "deinterlace": ("", ""),
     "resize": ("width=1280 height=720", "scale=1280:720:flags=bicubic"),
     "resize-complex": ("width=1280 height=720", "scale=1280:720:flags=bicubic"),
     "rotate": ("angle=7", "rotate=7*PI/180"), "color-balance": ("brightness=20 contrast=10", "eq=brightness=0.08:contrast=1.1"),
@@ -111,13 +111,16 @@ class Bench:
             sys.exit(f"peers.py has no row for {', '.join(sorted(missing))}")
         for name in known:
             settings, peer = EFFECTS[name]
-            if settings is None:
-                continue # needs a second film, for which the program opens a file of its own
-            step = f"{name} {settings}".strip()
-            text = peer or text_of([step], ["--frame", f"{SIZE}:yuv420p"])
-            other = lambda film: ["ffmpeg", "-v", "error", "-i", film, "-vf", text, "-f", "null", "-"]
+            step = f"{name} {settings or ''}".strip()
+            if settings is None: # on two films
+                other = lambda film: ["ffmpeg", "-v", "error", "-i", film, "-i", film, "-lavfi", peer, "-f", "null", "-"]
+            else:
+                text = peer or text_of([step], ["--frame", f"{SIZE}:yuv420p"])
+                other = lambda film: ["ffmpeg", "-v", "error", "-i", film, "-vf", text, "-f", "null", "-"]
             frames = self.length(other)
             film = self.film(frames)
+            if settings is None:
+                step = f"{name} reference={film}"
             self.row(f"`{step}`", [TARSEL, "bench", film, "-e", step], other(film), f"{frames} frames")
 
     def chain(self):

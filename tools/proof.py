@@ -43,7 +43,8 @@ def read_checks(output):
             if row["effect"] in set(bad) - KNOWN and row["outcome"] in ("failed", "crashed", "hung"))))
     names = len({row["check"] for row in report["results"]})
     return (f"{names} checks, {len(report['effects'])} effects: {outcomes.count('passed')} passed, "
-            f"{outcomes.count('skipped')} do not apply, {len(bad)} failed, all of {', '.join(sorted(KNOWN))}")
+            f"{outcomes.count('skipped')} do not apply, {len(bad)} failed"
+            + (f", all of {', '.join(sorted(set(bad)))}" if bad else ""))
 
 
 def read_mutants(output):

@@ -19,6 +19,7 @@ struct AnalyzeOptions {
 };
 
 struct AnalyzeResult {
+    /// That went into the chain.
     std::int64_t frames = 0;
     RunTimes times;
 };

@@ -29,7 +29,8 @@ TEST_F(TimeTool, EachStepIsMeasuredWithTheFramesThatWentThroughIt) {
             EXPECT_EQ(step.at("converted"), step.at("label") == "step 4 (stabilizer)" ? 100 : 0) << step;
             sum += step.at("work").get<double>() + step.at("conversion").get<double>();
         }
-        EXPECT_LE(sum, report.at("wall").get<double>() * 4);
+        // One thread does one thing at a time.
+        EXPECT_TRUE(report.at("threads") != 1 || sum <= report.at("wall").get<double>()) << report;
         EXPECT_GE(report.at("peakMemory"), 1 << 20);
         EXPECT_EQ(report.contains("serialShare"), report.at("threads") != 1);
     }

@@ -51,6 +51,11 @@ void ThrowNoMemory(char const* what) {
     Core::Throw<Core::MemoryException>(std::string("Unable to allocate memory for ") + what);
 }
 
+void CheckCopied(int error) {
+    if (error < 0)
+        ThrowNoMemory("metadata");
+}
+
 int CheckMemory(int error, char const* what) {
     if (error == AVERROR(ENOMEM))
         ThrowNoMemory(what);

@@ -48,6 +48,9 @@ T* CheckAllocated(T* pointer, char const* what);
 /// `error` itself, FFmpeg's; MemoryException naming `what` where it is that memory ran out: a second try, or
 /// another way, would hide it.
 int CheckMemory(int error, char const* what);
+/// MemoryException where `error` is one of FFmpeg's, whose functions that copy metadata, parameters and
+/// packets fail for no other reason.
+void CheckCopied(int error);
 
 template <class T>
 T* CheckAllocated(T* pointer, char const* what) {

@@ -21,11 +21,6 @@ namespace Tarsel::Media {
 
 namespace {
 
-void CheckCopied(int error) {
-    if (error < 0)
-        ThrowNoMemory("stream descriptions");
-}
-
 bool HasTag(AVStream const& stream, AVDictionaryEntry const& tag) {
     AVDictionaryEntry const* const same = av_dict_get(stream.metadata, tag.key, nullptr, 0);
     return same != nullptr && std::string_view(same->value) == tag.value;

@@ -38,11 +38,6 @@ bool HasKey(AVDictionary const* metadata, char const* key) {
     return av_dict_get(metadata, key, nullptr, 0) != nullptr;
 }
 
-void CheckCopied(int error) {
-    if (error < 0)
-        ThrowNoMemory("metadata");
-}
-
 /// What described the input's own file format.
 void RemoveContainerKeys(AVDictionary** metadata) {
     for (char const* key : {"major_brand", "minor_version", "compatible_brands"})

@@ -18,10 +18,10 @@ namespace Tarsel::Media {
 
 NonVideoStreams::NonVideoStreams(InputStreams const& input, std::vector<StreamWork> work,
                                  ProgressMeter& progress, std::stop_token stop)
-    : m_input(input), m_work(std::move(work)), m_progress(progress), m_stop(std::move(stop)) {
-    for (StreamWork& each : m_work)
-        m_audio.push_back(each.audio != nullptr ? std::make_unique<AudioWorker>(std::move(each.audio))
-                                                : nullptr);
+    : m_input(input), m_progress(progress), m_stop(std::move(stop)) {
+    for (StreamWork& each : work)
+        m_streams.push_back({each.audio ? std::make_unique<AudioWorker>(std::move(each.audio)) : nullptr,
+                             std::move(each.text)});
 }
 
 TakePacket NonVideoStreams::MakeTaker(std::size_t index, Muxer& muxer) const {
@@ -29,7 +29,7 @@ TakePacket NonVideoStreams::MakeTaker(std::size_t index, Muxer& muxer) const {
         if (m_stop.stop_requested())
             throw Stopped();
         packet.stream_index = static_cast<int>(index);
-        muxer.Write(packet, m_audio[index]->GetTimeBase());
+        muxer.Write(packet, m_streams[index].audio->GetTimeBase());
     };
 }
 
@@ -49,35 +49,35 @@ void NonVideoStreams::Write(AVPacket& packet, Muxer& muxer) {
         return;
     auto const index = static_cast<std::size_t>(packet.stream_index);
     Count(packet);
-    auto const& text = m_work[index].text;
-    if (m_audio[index] != nullptr)
-        m_audio[index]->Feed(packet, MakeTaker(index, muxer));
+    auto const& [audio, text] = m_streams[index];
+    if (audio != nullptr)
+        audio->Feed(packet, MakeTaker(index, muxer));
     else if (text == nullptr || text->Convert(packet))
         muxer.WriteCopied(packet);
 }
 
 void NonVideoStreams::End(Muxer& muxer) {
-    for (std::size_t i = 0; i < m_audio.size(); ++i)
-        if (m_audio[i] != nullptr)
-            m_audio[i]->End(MakeTaker(i, muxer));
+    for (std::size_t i = 0; i < m_streams.size(); ++i)
+        if (m_streams[i].audio != nullptr)
+            m_streams[i].audio->End(MakeTaker(i, muxer));
 }
 
 void NonVideoStreams::AddTimes(StageTimes& times) const noexcept {
-    for (auto const& audio : m_audio)
-        if (audio != nullptr) {
-            times.audio += audio->GetTime();
-            times.writing -= audio->GetWaitTime();
+    for (Stream const& stream : m_streams)
+        if (stream.audio != nullptr) {
+            times.audio += stream.audio->GetTime();
+            times.writing -= stream.audio->GetWaitTime();
         }
 }
 
 std::vector<std::string> NonVideoStreams::GetNotes() const {
     std::vector<std::string> notes;
-    for (std::size_t i = 0; i < m_work.size(); ++i) {
-        if (m_work[i].text != nullptr)
-            for (std::string& note : m_work[i].text->GetNotes())
+    for (std::size_t i = 0; i < m_streams.size(); ++i) {
+        if (m_streams[i].text != nullptr)
+            for (std::string& note : m_streams[i].text->GetNotes())
                 notes.push_back(std::move(note));
-        if (m_audio[i] != nullptr)
-            for (std::string const& note : m_audio[i]->GetNotes())
+        if (m_streams[i].audio != nullptr)
+            for (std::string const& note : m_streams[i].audio->GetNotes())
                 notes.push_back(GetAudioPrefix(m_input, i) + note);
     }
     return notes;

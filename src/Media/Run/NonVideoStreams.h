@@ -40,9 +40,13 @@ private:
     TakePacket MakeTaker(std::size_t index, Muxer& muxer) const;
 
     InputStreams const& m_input;
+    /// What is done with one; neither where it is copied or dropped.
+    struct Stream {
+        std::unique_ptr<AudioWorker> audio;
+        std::unique_ptr<TextTrack> text;
+    };
     /// By their index in the input.
-    std::vector<StreamWork> m_work;
-    std::vector<std::unique_ptr<AudioWorker>> m_audio;
+    std::vector<Stream> m_streams;
     ProgressMeter& m_progress;
     std::stop_token m_stop;
 };

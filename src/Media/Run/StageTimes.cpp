@@ -24,7 +24,6 @@ double ToSeconds(std::chrono::nanoseconds time) noexcept {
 StageTimes::StageTimes() noexcept : m_processorAtBegin(GetProcessorSeconds()) {}
 
 void StageTimes::Enter() noexcept {
-    // Only the stage that reads calls this.
     m_mostInFlight = std::max<int>(m_mostInFlight, ++m_inFlight);
 }
 

@@ -17,8 +17,9 @@ public:
     std::chrono::nanoseconds writing{};
     std::chrono::nanoseconds audio{};
 
-    /// A frame was read; one was written, or dropped at the end of its way. Any thread.
+    /// A frame was read: for the one stage that does.
     void Enter() noexcept;
+    /// One was written, or dropped at the end of its way. Any thread.
     void Leave() noexcept { --m_inFlight; }
 
     /// Of all from the making of this object on. Once the stages have ended.
