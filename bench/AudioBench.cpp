@@ -48,7 +48,8 @@ SP<Proc::IDataAudio> MakeBlock() {
 /// A graph without anything around it, on that many threads (0: as many as FFmpeg takes).
 class BareGraph {
 public:
-    BareGraph(std::string const& description, int threads) : m_graph(Proc::MakeFilterGraph(threads)) {
+    BareGraph(std::string const& description, int threads) : m_graph(Proc::MakeFilterGraph(nullptr)) {
+        m_graph->nb_threads = threads;
         std::string const text =
             "abuffer@in=" + Proc::MakeAudioSourceArgs(s_info) + "," + description + ",abuffersink@out";
         AVFilterInOut* inputs = nullptr;

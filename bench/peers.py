@@ -17,7 +17,7 @@ SIZE, RATE = "1920x1080", 25
 EFFECTS = {
     "flip": ("horizontal=1", ""), "transpose": ("step=1", ""), "display-matrix": ("matrix=6", ""),
     "deshake": ("", ""), "stabilizer": ("detect=1 path=motions.trf", ""),
-    "pixel-format": ("formats=rgb24", "format=rgb24"),
+    "pixel-format": ("formats=rgb24", "scale=flags=bicubic+accurate_rnd,format=rgb24"), # for the same bits
     "denoise-chroma-luma": ("luma-spatial=4 chroma-spatial=3 luma-temporal=6 chroma-temporal=4.5", ""),
     "denoise-dct": ("sigma=4.5", ""), "denoise-wavelet": ("luma=5 chroma=5", ""),
     "edge-detect": ("low=0.1 high=0.4", ""), "emboss": ("", ""), "balance-chroma": ("red-shadows=30", ""),

@@ -71,22 +71,24 @@ void EffectChain<Medium>::End() {
 }
 
 /// Takes the next datum that the step which is ending holds back through those after it; with none left, the
-/// step after it ends.
+/// step after it ends. Where one of those fails, the step has more to give all the same.
 template <class Medium>
 void EffectChain<Medium>::EndFurther() {
     std::size_t const step = std::exchange(m_ending, s_notEnding); // should it fail
+    SP<Data> held;
     try {
-        if (SP<Data> held = m_steps[step]->Take()) {
-            Drive(step + 1, std::move(held));
-            m_ending = step;
-        } else if (step + 1 < m_steps.size()) {
-            m_steps[step + 1]->End();
-            m_ending = step + 1;
-        }
+        held = m_steps[step]->Take();
     } catch (...) {
         if (m_steps[step]->GoesOn())
             m_ending = step;
         throw;
+    }
+    if (held) {
+        m_ending = step;
+        Drive(step + 1, std::move(held));
+    } else if (step + 1 < m_steps.size()) {
+        m_steps[step + 1]->End();
+        m_ending = step + 1;
     }
 }
 

@@ -1,73 +1,117 @@
 #include "Core/RefCount.h"
 #include "Core/ThreadBudget.h"
+#include "Core/WorkPool.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
+#include <latch>
 #include <thread>
-#include <utility>
 #include <vector>
 
 using namespace Tarsel;
 using Tarsel::Core::ThreadBudget;
-using Tarsel::Core::ThreadLease;
+using Tarsel::Core::WorkPool;
 
 namespace {
 
-class ThreadBudgetTest : public testing::Test {
+class Pool : public testing::Test {
 protected:
-    void TearDown() override { ThreadBudget::Set(m_before); }
+    ~Pool() override { ThreadBudget::Set(m_before); }
 
 private:
     int m_before = ThreadBudget::Get();
 };
 
-TEST_F(ThreadBudgetTest, LeasesShareOneBudget) {
+/// Says on which thread it was done, and may wait before it is.
+struct Job final : WorkPool::Job {
+    explicit Job(int waits = 0) : end(waits) {}
+    void Work() noexcept override {
+        began.count_down();
+        end.wait();
+        thread = std::this_thread::get_id();
+        hasPool = WorkPool::Share() != nullptr;
+    }
+
+    std::latch began{1};
+    std::latch end;
+    std::thread::id thread;
+    bool hasPool = true;
+};
+
+TEST_F(Pool, IsOneForTheBudget) {
     ThreadBudget::Set(4);
-    ThreadLease first(3);
-    EXPECT_EQ(first.GetCount(), 3);
-    {
-        ThreadLease const second(8);
-        EXPECT_EQ(second.GetCount(), 2);         // its own thread and the last of the four
-        EXPECT_EQ(ThreadLease(8).GetCount(), 1); // used up, never refused
-        EXPECT_EQ(ThreadLease(-5).GetCount(), 1);
-    }
-    EXPECT_EQ(ThreadLease(8).GetCount(), 2); // the second gave back
-    first = ThreadLease();
-    EXPECT_EQ(ThreadLease(8).GetCount(), 4); // so did the first
+    auto const pool = WorkPool::Share();
+    EXPECT_EQ(pool->GetCount(), 4);
+    EXPECT_EQ(WorkPool::Share(), pool);
+    ThreadBudget::Set(3);
+    EXPECT_EQ(WorkPool::Share()->GetCount(), 3);
+    EXPECT_EQ(pool->GetCount(), 4);
+    ThreadBudget::Set(0);
+    EXPECT_EQ(ThreadBudget::Get(), 1);
+    EXPECT_EQ(WorkPool::Share(), nullptr);
 }
 
-TEST_F(ThreadBudgetTest, LeasesKeepWhatTheyHaveWhenTheBudgetShrinks) {
-    ThreadBudget::Set(6);
-    {
-        ThreadLease const large(6);
-        ThreadBudget::Set(0);
-        EXPECT_EQ(ThreadBudget::Get(), 1);
-        EXPECT_EQ(large.GetCount(), 6);
-        EXPECT_EQ(ThreadLease(2).GetCount(), 1);
-    }
+TEST_F(Pool, WaitingForAJobDoesIt) {
     ThreadBudget::Set(2);
-    EXPECT_EQ(ThreadLease(2).GetCount(), 2);
+    auto const pool = WorkPool::Share();
+    Job elsewhere;
+    pool->Add(elsewhere);
+    elsewhere.began.wait();
+    pool->Finish(elsewhere);
+    EXPECT_NE(elsewhere.thread, std::this_thread::get_id());
+    EXPECT_FALSE(elsewhere.hasPool) << "jobs have the thread that does them, and no other";
+
+    Job blocking(1); // the pool's only thread
+    pool->Add(blocking);
+    blocking.began.wait();
+    Job first;
+    Job second;
+    Job third;
+    for (Job* const job : {&first, &second, &third})
+        pool->Add(*job);
+    pool->Drop(second);
+    pool->Finish(third);
+    EXPECT_EQ(third.thread, std::this_thread::get_id());
+    EXPECT_FALSE(third.hasPool);
+    pool->Finish(third); // nothing to do
+    blocking.end.count_down();
+    pool->Finish(blocking);
+    pool->Finish(first);
+    EXPECT_NE(first.thread, std::thread::id());
+    EXPECT_EQ(second.thread, std::thread::id()) << "it was taken back";
 }
 
-TEST_F(ThreadBudgetTest, HoldsWithManyThreads) {
-    constexpr int budget = 5;
+TEST_F(Pool, NumbersAreWorkedOffOnceByManyThreads) {
+    constexpr int budget = 3;
+    constexpr int callers = 3;
     ThreadBudget::Set(budget);
-    std::atomic<int> extra = 0;
-    std::atomic<bool> exceeded = false;
+    auto const pool = WorkPool::Share();
+    std::atomic<int> working = 0;
+    std::atomic<int> most = 0;
+    std::atomic<int> wrong = 0;
+    auto const callAll = [&] {
+        for (int count = 0; count < 400; ++count) {
+            std::vector<std::atomic<int>> calls(static_cast<std::size_t>(count % 9));
+            pool->ForEach(count % 9, [&](int i) {
+                int const now = ++working;
+                for (int before = most; before < now && !most.compare_exchange_weak(before, now);) {
+                }
+                ++calls[static_cast<std::size_t>(i)];
+                pool->ForEach(i, [&](int) { ++calls[static_cast<std::size_t>(i)]; });
+                --working;
+            });
+            for (std::size_t i = 0; i < calls.size(); ++i)
+                wrong += calls[i] != static_cast<int>(i) + 1;
+        }
+    };
     std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int k = 0; k < 20000; ++k) {
-                ThreadLease const lease(3);
-                if (extra.fetch_add(lease.GetCount() - 1) + lease.GetCount() - 1 > budget - 1)
-                    exceeded = true;
-                extra.fetch_sub(lease.GetCount() - 1);
-            }
-        });
+    for (int i = 0; i < callers; ++i)
+        threads.emplace_back(callAll);
     threads.clear();
-    EXPECT_FALSE(exceeded);
-    EXPECT_EQ(ThreadLease(budget).GetCount(), budget); // all was given back
+    EXPECT_EQ(wrong, 0);
+    EXPECT_LE(most, budget - 1 + callers);
 }
 
 class Counted : public Core::RefCounted<Core::IRefCountable> {

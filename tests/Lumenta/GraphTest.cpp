@@ -1,4 +1,5 @@
 #include "Core/CoreExceptions.h"
+#include "Core/ThreadBudget.h"
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEG.h"
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
@@ -222,7 +223,7 @@ TEST(Graph, SaysThatMemoryRanOut) {
     EXPECT_EQ(texts, std::set<std::string>{"Not enough memory for filter"});
 }
 
-TEST(Graph, RunsOnTheThreadsOfItsLease) {
+TEST(Graph, StartsNoThreadsOfItsOwn) {
     auto const countThreads = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
     };
@@ -234,11 +235,10 @@ TEST(Graph, RunsOnTheThreadsOfItsLease) {
         EffectFFMPEG const alone(EffectFFMPEG::Video, "hflip", s_args);
         auto const audio = OneBlock::Make();
         EXPECT_EQ(countThreads(), before);
-        EffectFFMPEG const shared(EffectFFMPEG::Video, "hflip", s_args, Core::ThreadLease(3));
-        EXPECT_GT(countThreads(), before);
-        EXPECT_EQ(Core::ThreadLease(4).GetCount(), 2);
+        EffectFFMPEG const sliced(EffectFFMPEG::Video, "hflip", s_args, Core::WorkPool::Share());
+        EffectFFMPEG const another(EffectFFMPEG::Video, "hflip", s_args, Core::WorkPool::Share());
+        EXPECT_EQ(countThreads(), before + 3); // those of the pool
     }
-    EXPECT_EQ(Core::ThreadLease(4).GetCount(), 4);
     EXPECT_EQ(countThreads(), before);
     Core::ThreadBudget::Set(budget);
 }

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <system_error>
 #include <utility>
 
 namespace Tarsel::Host {
@@ -15,8 +14,13 @@ namespace Tarsel::Host {
 VideoSegment::VideoSegment(int threads) : m_threads(threads) {}
 
 VideoSegment::~VideoSegment() {
-    for (auto const& worker : m_workers)
-        worker->thread.request_stop();
+    {
+        std::lock_guard const lock(m_mutex);
+        m_begun = m_frames.size(); // no more
+    }
+    if (m_pool)
+        for (Frame& frame : m_frames)
+            m_pool->Drop(frame);
 }
 
 bool VideoSegment::CanTake(Effect const& effect) {
@@ -30,81 +34,75 @@ void VideoSegment::Append(SP<Effect> effect, std::string label, VideoChain::Make
     m_sources.push_back({std::move(effect), std::move(label), std::move(another), std::move(settings)});
 }
 
-auto VideoSegment::MakeWorker() const -> std::unique_ptr<Worker> {
-    auto worker = std::make_unique<Worker>();
+auto VideoSegment::MakeWorker() const -> Worker {
+    Worker worker;
     for (Source const& source : m_sources) {
-        SP<Effect> const& effect = worker->effects.emplace_back(source.another());
+        SP<Effect> const& effect = worker.effects.emplace_back(source.another());
         if (!effect)
             Core::Throw<Proc::EffectException>("The maker of " + source.label + " returned no effect");
         effect->SetSettings(*source.settings);
-        worker->steps.push_back(std::make_unique<VideoStep>(effect, source.label));
+        worker.steps.push_back(std::make_unique<VideoStep>(effect, source.label));
     }
     return worker;
 }
 
-/// With one worker the calling thread is it.
 void VideoSegment::Start() {
-    m_lease = Core::ThreadLease(m_threads);
-    std::vector<std::unique_ptr<Worker>> workers;
-    for (int i = 0; i < m_lease.GetCount(); ++i)
+    auto pool = m_threads > 1 ? Core::WorkPool::Share() : nullptr;
+    int const count = pool ? std::min(m_threads, pool->GetCount()) : 1;
+    std::vector<Worker> workers;
+    for (int i = 0; i < count; ++i)
         workers.push_back(MakeWorker());
-    m_workers = std::move(workers);
-    if (m_workers.size() == 1)
-        return;
-    for (std::size_t i = 0; i < m_workers.size(); ++i) {
-        Worker& worker = *m_workers[i];
-        try {
-            worker.thread =
-                std::jthread([this, &worker](std::stop_token const& stop) { Loop(stop, worker); });
-        } catch (std::system_error const&) {
-            m_workers.resize(std::max<std::size_t>(i, 1)); // as many as the system gives
-            return;
-        }
-    }
+    std::vector<Worker*> free;
+    for (Worker& worker : workers)
+        free.push_back(&worker);
+    m_free = std::move(free);
+    m_workers = std::move(workers); // its elements stay where they are
+    m_pool = std::move(pool);
 }
 
-void VideoSegment::Loop(std::stop_token const& stop, Worker& worker) {
-    std::unique_lock lock(m_mutex);
-    while (m_isWaiting.wait(lock, stop, [this] { return !m_waiting.empty(); })) {
-        Job& job = *m_waiting.front();
-        m_waiting.pop_front();
-        lock.unlock();
-        Work(worker, job);
-        lock.lock();
-        job.isDone = true;
-        m_isDone.notify_all();
-    }
-}
-
-void VideoSegment::Work(Worker& worker, Job& job) {
+void VideoSegment::Pass(Frame& frame) noexcept {
     try {
-        SP<Proc::IDataVideo> frame = std::move(job.frame);
-        for (auto const& step : worker.steps) {
-            step->Feed(frame);
-            frame = step->Take();
-            if (!frame || step->Take())
+        for (auto const& step : frame.worker->steps) {
+            step->Feed(frame.data);
+            frame.data = step->Take();
+            if (!frame.data || step->Take())
                 step->Blame("it does not return one frame for each, as its traits state");
         }
-        job.result = std::move(frame);
     } catch (...) {
-        job.failure = std::current_exception();
+        frame.failure = std::current_exception();
     }
+}
+
+void VideoSegment::WorkOn(Frame& frame) noexcept {
+    Pass(frame);
+    std::lock_guard const lock(m_mutex);
+    m_free.push_back(frame.worker);
+    frame.isDone = true;
+    BeginNext();
+}
+
+/// With the lock held.
+void VideoSegment::BeginNext() noexcept {
+    if (m_free.empty() || m_begun == m_frames.size())
+        return;
+    Frame& frame = m_frames[m_begun++];
+    frame.worker = m_free.back();
+    m_free.pop_back();
+    if (m_pool)
+        m_pool->Add(frame);
 }
 
 void VideoSegment::Feed(SP<Proc::IDataVideo> const& frame) {
     if (m_workers.empty())
         Start();
     PassOnSettings();
-    std::unique_lock lock(m_mutex);
-    Job& job = m_jobs.emplace_back();
-    job.frame = frame;
-    if (m_workers.front()->thread.joinable()) {
-        m_waiting.push_back(&job);
-        m_isWaiting.notify_one();
-        return;
+    {
+        std::lock_guard const lock(m_mutex);
+        m_frames.emplace_back(*this, frame);
+        BeginNext();
     }
-    Work(*m_workers.front(), job);
-    job.isDone = true;
+    if (!m_pool)
+        m_frames.back().Work();
 }
 
 /// Those that the host has set since the last frame.
@@ -114,39 +112,47 @@ void VideoSegment::PassOnSettings() {
         Proc::Settings const& present = source.effect->GetSettingsBase();
         if (present.IsEqualTo(*source.settings))
             continue;
-        WaitForAll();
+        FinishAll();
         auto settings = present.Clone();
-        for (auto const& worker : m_workers)
-            worker->effects[i]->SetSettings(*settings);
+        for (Worker const& worker : m_workers)
+            worker.effects[i]->SetSettings(*settings);
         source.settings = std::move(settings);
     }
 }
 
-void VideoSegment::WaitForAll() const {
-    std::unique_lock lock(m_mutex);
-    m_isDone.wait(lock, [this] { return std::ranges::all_of(m_jobs, &Job::isDone); });
+/// Each begins once one before it is done.
+void VideoSegment::FinishAll() const {
+    if (m_pool)
+        for (Frame& frame : m_frames)
+            m_pool->Finish(frame);
 }
 
 SP<Proc::IDataVideo> VideoSegment::Take() {
-    std::unique_lock lock(m_mutex);
-    if (m_jobs.empty()) {
-        lock.unlock();
+    if (m_frames.empty()) {
         if (std::exchange(m_isEnding, false))
             EndSteps();
         return nullptr;
     }
-    Job& first = m_jobs.front();
-    // What is fed next is one more.
-    bool const isFull = m_jobs.size() >= m_workers.size() + 2;
-    if (!first.isDone && !isFull && !m_isEnding)
-        return nullptr;
-    m_isDone.wait(lock, [&] { return first.isDone; });
-    Job const done = std::move(first);
-    m_jobs.pop_front();
-    lock.unlock();
-    if (done.failure)
-        std::rethrow_exception(done.failure);
-    return done.result;
+    Frame& first = m_frames.front();
+    {
+        std::lock_guard const lock(m_mutex);
+        // What is fed next is one more.
+        bool const isFull = m_frames.size() >= m_workers.size() + 2;
+        if (!first.isDone && !isFull && !m_isEnding)
+            return nullptr;
+    }
+    if (m_pool)
+        m_pool->Finish(first);
+    SP<Proc::IDataVideo> const result = std::move(first.data);
+    std::exception_ptr const failure = std::move(first.failure);
+    {
+        std::lock_guard const lock(m_mutex);
+        m_frames.pop_front();
+        --m_begun;
+    }
+    if (failure)
+        std::rethrow_exception(failure);
+    return result;
 }
 
 void VideoSegment::End() {
@@ -154,8 +160,8 @@ void VideoSegment::End() {
 }
 
 void VideoSegment::EndSteps() {
-    for (auto const& worker : m_workers)
-        for (auto const& step : worker->steps) {
+    for (Worker const& worker : m_workers)
+        for (auto const& step : worker.steps) {
             step->End();
             if (step->Take())
                 step->Blame("it held a frame back, though its traits state no delay");
@@ -168,12 +174,12 @@ void VideoSegment::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const 
 }
 
 void VideoSegment::AddStatistics(std::vector<Core::Property>& statistics) const {
-    WaitForAll();
+    FinishAll();
     constexpr char const* processed = "Processed";
     for (std::size_t i = 0; i < m_sources.size(); ++i) {
         std::vector<Core::Property> each;
-        for (auto const& worker : m_workers)
-            worker->steps[i]->AddStatistics(each);
+        for (Worker const& worker : m_workers)
+            worker.steps[i]->AddStatistics(each);
         if (each.empty()) {
             m_asked[i]->AddStatistics(statistics);
             continue;
@@ -191,11 +197,11 @@ void VideoSegment::AddStatistics(std::vector<Core::Property>& statistics) const 
 }
 
 void VideoSegment::AddTimes(std::vector<StepTime>& times) const {
-    WaitForAll();
+    FinishAll();
     for (std::size_t i = 0; i < m_sources.size(); ++i) {
         std::vector<StepTime> each;
-        for (auto const& worker : m_workers)
-            worker->steps[i]->AddTimes(each);
+        for (Worker const& worker : m_workers)
+            worker.steps[i]->AddTimes(each);
         StepTime& sum = times.emplace_back(StepTime{.label = m_sources[i].label});
         for (StepTime const& time : each)
             Add(sum, time);
@@ -203,11 +209,11 @@ void VideoSegment::AddTimes(std::vector<StepTime>& times) const {
 }
 
 std::vector<std::string> VideoSegment::GetNotes() const {
-    WaitForAll();
+    FinishAll();
     std::vector<std::string> notes;
     for (std::size_t i = 0; i < m_sources.size(); ++i)
-        for (auto const& worker : m_workers)
-            for (std::string const& note : worker->steps[i]->GetNotes())
+        for (Worker const& worker : m_workers)
+            for (std::string const& note : worker.steps[i]->GetNotes())
                 if (std::ranges::find(notes, note) == notes.end())
                     notes.push_back(note);
     return notes;

@@ -1,28 +1,29 @@
 #pragma once
 
-#include "Core/ThreadBudget.h"
+#include "Core/WorkPool.h"
 #include "Host/Chain/IChainStep.h"
 #include "Host/Chain/VideoStep.h"
 
-#include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <exception>
 #include <memory>
 #include <mutex>
-#include <thread>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarsel::Host {
 
 /// Effects of a chain that stand one after the other and need no frame but the present one: several frames
-/// go through all of them at once, each on a thread and through instances of its own. Results come in the
-/// order of the frames, and are the same for any number of threads. No more frames are on their way than
-/// threads and two. Called by one thread at a time.
+/// go through all of them at once in the pool of the process (Core::WorkPool), each through instances of its
+/// own. Results come in the order of the frames, and are the same for any number of threads. No more frames
+/// are on their way than threads and two. Called by one thread at a time.
 class VideoSegment final : public IChainStep<VideoMedium> {
 public:
     using Effect = Proc::IOneInputEffectVideo;
 
-    /// Up to `threads` of the budget (Core::ThreadBudget), taken when the first frame comes.
+    /// Up to `threads` of the pool, the calling one included.
     explicit VideoSegment(int threads);
     ~VideoSegment() override;
 
@@ -49,43 +50,48 @@ private:
         /// Those that the instances have.
         std::unique_ptr<Proc::Settings> settings;
     };
-    /// One frame on its way.
-    struct Job {
-        SP<Proc::IDataVideo> frame;
-        SP<Proc::IDataVideo> result;
-        std::exception_ptr failure;
-        bool isDone = false;
-    };
+    /// Instances for one frame at a time.
     struct Worker {
         std::vector<SP<Effect>> effects;
         std::vector<std::unique_ptr<VideoStep>> steps;
-        /// Not of the only worker.
-        std::jthread thread;
+    };
+    /// One frame on its way.
+    struct Frame final : Core::WorkPool::Job {
+        Frame(VideoSegment& owner, SP<Proc::IDataVideo> input) : segment(owner), data(std::move(input)) {}
+        void Work() noexcept override { segment.WorkOn(*this); }
+
+        VideoSegment& segment;
+        /// What comes in, then what comes out; or why there is nothing.
+        SP<Proc::IDataVideo> data;
+        std::exception_ptr failure;
+        /// Once it has begun, and until it is done.
+        Worker* worker = nullptr;
+        bool isDone = false;
     };
 
     void Start();
-    std::unique_ptr<Worker> MakeWorker() const;
-    void Loop(std::stop_token const& stop, Worker& worker);
-    static void Work(Worker& worker, Job& job);
+    Worker MakeWorker() const;
+    static void Pass(Frame& frame) noexcept;
+    void WorkOn(Frame& frame) noexcept;
+    void BeginNext() noexcept;
     void PassOnSettings();
-    void WaitForAll() const;
+    void FinishAll() const;
     void EndSteps();
 
     int m_threads;
-    Core::ThreadLease m_lease;
+    /// Null: the calling thread does all.
+    std::shared_ptr<Core::WorkPool> m_pool;
     std::vector<Source> m_sources;
     /// Over the effects of the sources, which see no frames.
     std::vector<std::unique_ptr<VideoStep>> m_asked;
+    std::vector<Worker> m_workers;
+    bool m_isEnding = false;
 
     mutable std::mutex m_mutex;
-    std::condition_variable_any m_isWaiting;
-    mutable std::condition_variable m_isDone;
-    /// In the order of the frames; of these wait for a worker:
-    std::deque<Job> m_jobs;
-    std::deque<Job*> m_waiting;
-    bool m_isEnding = false;
-    /// Last, so that they end first.
-    std::vector<std::unique_ptr<Worker>> m_workers;
+    std::vector<Worker*> m_free;
+    /// In their order; the first m_begun of them are in the pool, or done.
+    mutable std::deque<Frame> m_frames;
+    std::size_t m_begun = 0;
 };
 
 } // namespace Tarsel::Host

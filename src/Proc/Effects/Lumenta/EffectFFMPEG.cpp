@@ -40,15 +40,15 @@ Ends FindEnds(EffectFFMPEG::EffectType type) {
 } // namespace
 
 EffectFFMPEG::EffectFFMPEG(EffectType type, std::string const& description, std::string const& sourceArgs,
-                           Core::ThreadLease threads)
-    : m_description(description), m_threads(std::move(threads)) {
+                           std::shared_ptr<Core::WorkPool> pool)
+    : m_pool(std::move(pool)), m_description(description) {
     FilterAttempt const attempt{description, sourceArgs};
     auto const requireMemory = [&attempt](bool had) {
         if (!had)
             ThrowNoFilterMemory(MakeSite(), attempt);
     };
 
-    m_graph = MakeFilterGraph(m_threads.GetCount());
+    m_graph = MakeFilterGraph(m_pool.get());
     requireMemory(m_graph != nullptr);
     Ends const ends = FindEnds(type);
 
@@ -82,11 +82,6 @@ EffectFFMPEG::EffectFFMPEG(EffectType type, std::string const& description, std:
     result = avfilter_graph_config(m_graph.get(), nullptr);
     if (result < 0)
         ThrowFilterErrorOrMemory(MakeSite(), "Cannot configure graph", result, attempt);
-}
-
-EffectFFMPEG::~EffectFFMPEG() {
-    // Its threads end before their lease goes back.
-    m_graph.reset();
 }
 
 } // namespace Tarsel::Proc

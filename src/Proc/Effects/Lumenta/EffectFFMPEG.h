@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Core/ThreadBudget.h"
+#include "Core/WorkPool.h"
 #include "Proc/Effects/Lumenta/Api.h"
 
 #include <cstdint>
@@ -21,20 +21,23 @@ public:
     enum EffectType : std::int32_t { Video = 0, Audio = 1, AudioGenerator = 2 };
 
     /// Builds and configures the graph. `sourceArgs` are the arguments of the source, not used by a
-    /// generator, whose description brings a source of its own and leaves one output open. The graph runs on
-    /// as many threads as the lease has and keeps it.
+    /// generator, whose description brings a source of its own and leaves one output open. The filters'
+    /// slices are worked on by the pool; without one by the thread that calls.
     ///
     /// Throws EffectException, with FFmpeg's number and words, description and arguments as tags: "Wrong
     /// ffmpeg filter type", "Cannot create buffer source", "Cannot create buffer sink", "Cannot parse graph",
     /// "Cannot configure graph", and "Not enough memory for filter" (transcoding error code 35).
     EffectFFMPEG(EffectType type, std::string const& description, std::string const& sourceArgs,
-                 Core::ThreadLease threads = {});
+                 std::shared_ptr<Core::WorkPool> pool = nullptr);
     EffectFFMPEG(EffectFFMPEG const&) = delete;
     EffectFFMPEG& operator=(EffectFFMPEG const&) = delete;
-    ~EffectFFMPEG();
 
     /// The description the graph was built from.
     std::string const& GetDescription() const noexcept { return m_description; }
+
+private:
+    /// Outlives the graph.
+    std::shared_ptr<Core::WorkPool> m_pool;
 
 protected:
     std::shared_ptr<AVFilterGraph> m_graph;
@@ -45,7 +48,6 @@ protected:
 
 private:
     std::string m_description;
-    Core::ThreadLease m_threads;
 };
 
 } // namespace Tarsel::Proc

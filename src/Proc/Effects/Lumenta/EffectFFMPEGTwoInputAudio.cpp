@@ -70,7 +70,7 @@ SP<IDataAudio> MakeBlock(AVFrame const& frame, int skip, AVFilterContext const* 
 EffectFFMPEGTwoInputAudio::EffectFFMPEGTwoInputAudio(std::string const& description,
                                                      std::string const& leftArgs,
                                                      std::string const& rightArgs)
-    : m_text(MakeGraphText(description, leftArgs, rightArgs)), m_graph(MakeFilterGraph(1)) {
+    : m_text(MakeGraphText(description, leftArgs, rightArgs)), m_graph(MakeFilterGraph(nullptr)) {
     CheckResult(m_graph ? 0 : AVERROR(ENOMEM), m_text);
     AVFilterInOut* inputs = nullptr;
     AVFilterInOut* outputs = nullptr;

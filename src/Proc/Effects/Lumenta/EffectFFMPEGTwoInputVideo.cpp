@@ -68,7 +68,7 @@ EffectFFMPEGTwoInputVideo::EffectFFMPEGTwoInputVideo(std::string const& descript
                                                      std::string const& secondArgs)
     : m_description(description) {
     std::string const text = MakePairText(description, firstArgs, secondArgs);
-    m_graph = MakeFilterGraph(1);
+    m_graph = MakeFilterGraph(nullptr);
     CheckPairResult(m_graph ? 0 : AVERROR(ENOMEM), text);
 
     AVFilterInOut* inputs = nullptr;

@@ -45,23 +45,23 @@ bool ChangesRate(std::string_view description) {
 } // namespace
 
 EffectFFMPEGVideo::EffectFFMPEGVideo(std::string const& description, std::string const& sourceArgs,
-                                     Core::ThreadLease threads)
-    : EffectFFMPEG(Video, description, sourceArgs, std::move(threads)),
-      m_changesRate(ChangesRate(description)) {}
+                                     std::shared_ptr<Core::WorkPool> pool)
+    : EffectFFMPEG(Video, description, sourceArgs, std::move(pool)), m_changesRate(ChangesRate(description)) {
+}
 
 SP<EffectFFMPEGVideo> EffectFFMPEGVideo::Create(std::string const& description, AVPixelFormat pixelFormat,
                                                 Conf::FrameInfo const& info, Ratio const& frameRate,
-                                                Core::ThreadLease threads) {
+                                                std::shared_ptr<Core::WorkPool> pool) {
     return new EffectFFMPEGVideo(description,
                                  MakeVideoSourceArgs(static_cast<Conf::PixFmt>(pixelFormat), info, frameRate),
-                                 std::move(threads));
+                                 std::move(pool));
 }
 
 SP<EffectFFMPEGVideo> EffectFFMPEGVideo::Create(std::string const& description,
                                                 SP<Conf::IFormatCodecVideo const> const& format,
-                                                Core::ThreadLease threads) {
+                                                std::shared_ptr<Core::WorkPool> pool) {
     return Create(description, static_cast<AVPixelFormat>(format->GetPixelFormat()), format->GetFrameInfo(),
-                  (*format)[Conf::IFormatCodecVideo::TAG_FPS].GetRatio(), std::move(threads));
+                  (*format)[Conf::IFormatCodecVideo::TAG_FPS].GetRatio(), std::move(pool));
 }
 
 void EffectFFMPEGVideo::Process(SP<IDataVideo>& data) {

@@ -32,14 +32,14 @@ namespace Tarsel::Proc {
 class LUMENTA_API EffectFFMPEGVideo : public EffectFFMPEG, public Core::RefCounted<Core::IRefCountable> {
 public:
     /// Builds the graph for frames of that format and geometry; a rate with a zero in it is unknown. Throws
-    /// as EffectFFMPEG. The graph keeps the threads of the lease.
+    /// as EffectFFMPEG. Slices as there.
     static SP<EffectFFMPEGVideo> Create(std::string const& description, AVPixelFormat pixelFormat,
                                         Conf::FrameInfo const& info, Ratio const& frameRate,
-                                        Core::ThreadLease threads = {});
+                                        std::shared_ptr<Core::WorkPool> pool = nullptr);
     /// The same by a format description; PropertyException when it has no frame rate.
     static SP<EffectFFMPEGVideo> Create(std::string const& description,
                                         SP<Conf::IFormatCodecVideo const> const& format,
-                                        Core::ThreadLease threads = {});
+                                        std::shared_ptr<Core::WorkPool> pool = nullptr);
 
     /// Feeds the frame and replaces it by the oldest one that came out, null when there is none. What comes
     /// out has the time and duration of the frame just fed, except where the description speaks of
@@ -82,7 +82,7 @@ private:
     };
 
     EffectFFMPEGVideo(std::string const& description, std::string const& sourceArgs,
-                      Core::ThreadLease threads);
+                      std::shared_ptr<Core::WorkPool> pool);
 
     void Push(IDataVideo& data, Core::Site const& site);
     SP<IDataVideo> GetOutFrame();

@@ -132,8 +132,7 @@ bool EffectVideoFFBase::IsBuiltFor(GraphKey const& key) const noexcept {
 void EffectVideoFFBase::Build(GraphKey const& key, GraphUse use) {
     m_builtFor.reset();
     m_stream.SetGraph(nullptr);
-    m_stream.SetGraph(MakeSlicedGraph(key.description, key.format, key.info,
-                                      GetTraits().slices ? Core::ThreadBudget::Get() : 1));
+    m_stream.SetGraph(MakeSlicedGraph(key.description, key.format, key.info, GetTraits().slices));
     m_builtFor = key;
     m_use = use;
 }

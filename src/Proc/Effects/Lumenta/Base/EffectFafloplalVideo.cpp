@@ -1,4 +1,3 @@
-#include "Core/ThreadBudget.h"
 #include "Proc/Effects/Lumenta/Base/EffectFafloplal.h"
 #include "Proc/Effects/Lumenta/Base/SlicedGraph.h"
 
@@ -12,7 +11,7 @@ SP<EffectFFMPEGVideo> GraphEffect<VideoMedium>::MakeGraph(std::string const& des
     VLOG(31) << "ffmpeg video filter settings: " << description;
     bool const slices =
         GetTraits().slices && (!m_actions.canSlice || m_actions.canSlice(GetSettingsBase(), format));
-    return MakeSlicedGraph(description, format, info, slices ? Core::ThreadBudget::Get() : 1);
+    return MakeSlicedGraph(description, format, info, slices);
 }
 
 template <>

@@ -1,6 +1,6 @@
 #include "Proc/Effects/Lumenta/Base/SlicedGraph.h"
 
-#include "Core/ThreadBudget.h"
+#include "Core/WorkPool.h"
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -19,9 +19,9 @@ bool HasPattern(Conf::PixFmt format) {
 } // namespace
 
 SP<EffectFFMPEGVideo> MakeSlicedGraph(std::string const& description, Conf::PixFmt format,
-                                      Conf::FrameInfo const& info, int wanted) {
+                                      Conf::FrameInfo const& info, bool slices) {
     return EffectFFMPEGVideo::Create(description, static_cast<AVPixelFormat>(format), info, {},
-                                     Core::ThreadLease(HasPattern(format) ? 1 : wanted));
+                                     slices && !HasPattern(format) ? Core::WorkPool::Share() : nullptr);
 }
 
 } // namespace Tarsel::Proc

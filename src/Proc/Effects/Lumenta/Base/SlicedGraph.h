@@ -6,10 +6,10 @@
 
 namespace Tarsel::Proc {
 
-/// A graph for frames of that format and geometry and an unknown rate, on up to `wanted` threads of the
-/// budget. A graph that it takes the place of goes first, for its threads. Throws as
+/// A graph for frames of that format and geometry and an unknown rate, whose filters work on slices in the
+/// pool of the process (Core::WorkPool) where `slices` says that they may. Throws as
 /// EffectFFMPEGVideo::Create.
 SP<EffectFFMPEGVideo> MakeSlicedGraph(std::string const& description, Conf::PixFmt format,
-                                      Conf::FrameInfo const& info, int wanted);
+                                      Conf::FrameInfo const& info, bool slices);
 
 } // namespace Tarsel::Proc

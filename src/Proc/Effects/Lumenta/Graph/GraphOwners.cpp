@@ -24,12 +24,29 @@ UniqueInOut MakeInOut(char const* name, AVFilterContext* filter) {
     return end->name ? std::move(end) : nullptr;
 }
 
-std::shared_ptr<AVFilterGraph> MakeFilterGraph(int threads) {
+namespace {
+
+int RunSlices(AVFilterContext* filter, avfilter_action_func* work, void* argument, int* results, int count) {
+    static_cast<Core::WorkPool*>(filter->graph->opaque)->ForEach(count, [&](int slice) {
+        int const result = work(filter, argument, slice, count);
+        if (results != nullptr)
+            results[slice] = result;
+    });
+    return 0;
+}
+
+} // namespace
+
+std::shared_ptr<AVFilterGraph> MakeFilterGraph(Core::WorkPool* pool) {
     AVFilterGraph* const graph = avfilter_graph_alloc();
     if (!graph)
         return nullptr;
-    // Before the first filter joins: that is when the pool of threads starts.
-    graph->nb_threads = threads;
+    // Before the first filter joins, which would start threads of the graph's own.
+    graph->nb_threads = pool != nullptr ? pool->GetCount() : 1;
+    if (pool != nullptr) {
+        graph->opaque = pool;
+        graph->execute = &RunSlices;
+    }
     return {graph, [](AVFilterGraph* owned) { avfilter_graph_free(&owned); }};
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Core/WorkPool.h"
+
 #include <memory>
 
 struct AVFilterContext;
@@ -21,7 +23,8 @@ using UniqueInOut = std::unique_ptr<AVFilterInOut, InOutDeleter>;
 /// One open end: pad 0 of `filter` (null for one not made) under the name `name`. Null when memory runs out.
 UniqueInOut MakeInOut(char const* name, AVFilterContext* filter);
 
-/// An empty graph that runs on `threads` threads, the caller's own included. Null when memory runs out.
-std::shared_ptr<AVFilterGraph> MakeFilterGraph(int threads);
+/// An empty graph, whose filters cut their work into slices for the pool; null: they run on the caller's
+/// thread alone. The graph does not keep the pool, which has to outlive it. Null when memory runs out.
+std::shared_ptr<AVFilterGraph> MakeFilterGraph(Core::WorkPool* pool);
 
 } // namespace Tarsel::Proc
