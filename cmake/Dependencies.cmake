@@ -5,10 +5,18 @@ find_package(Boost 1.74 REQUIRED)
 find_package(CLI11 2.1 REQUIRED)
 find_package(nlohmann_json 3.11 REQUIRED)
 
-# A pkg-config module as the target Dep::<name>, its headers treated as system headers.
+# A pkg-config module as the target Dep::<name>, its headers treated as system headers. With OPTIONAL there may be no
+# such target.
 function(lumenta_pkg name)
-  pkg_check_modules(${name} REQUIRED IMPORTED_TARGET GLOBAL ${ARGN})
-  add_library(Dep::${name} ALIAS PkgConfig::${name})
+  cmake_parse_arguments(PARSE_ARGV 1 arg "OPTIONAL" "" "")
+  set(required REQUIRED)
+  if(arg_OPTIONAL)
+    set(required)
+  endif()
+  pkg_check_modules(${name} ${required} IMPORTED_TARGET GLOBAL ${arg_UNPARSED_ARGUMENTS})
+  if(TARGET PkgConfig::${name})
+    add_library(Dep::${name} ALIAS PkgConfig::${name})
+  endif()
 endfunction()
 
 # FFmpeg 5.1 and later.
@@ -25,3 +33,6 @@ lumenta_pkg(unwind libunwind)
 
 # SIMD for the instruction sets of the machine that the plug-in finds itself on.
 lumenta_pkg(hwy libhwy>=1.0)
+
+# Loudness, in the tool alone, which does without.
+lumenta_pkg(ebur128 OPTIONAL libebur128>=1.2)

@@ -17,6 +17,8 @@ target_link_options(lumenta INTERFACE
   "$<INSTALL_INTERFACE:LINKER:-rpath,$<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR}/tarsel>")
 install(TARGETS lumenta EXPORT Tarsel DESTINATION "${CMAKE_INSTALL_LIBDIR}/tarsel")
 install(TARGETS tarsel_cli)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Schemas/"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/tarsel/schemas" FILES_MATCHING PATTERN "*.json")
 # What shells load by themselves; all they know they ask the program.
 install(FILES "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Completions/tarsel.bash" RENAME tarsel
   DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")

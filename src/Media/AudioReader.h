@@ -22,6 +22,9 @@ class TARSEL_MEDIA_API AudioReader {
 public:
     /// Opens the file. InputException when there is no audio that can be decoded; InterruptedException.
     explicit AudioReader(std::filesystem::path const& path, std::stop_token stop = {});
+    /// The same of the audio stream of this number (AudioStreamInfo::number). InputException when there is
+    /// none.
+    AudioReader(std::filesystem::path const& path, int number, std::stop_token stop = {});
     AudioReader(AudioReader const&) = delete;
     AudioReader& operator=(AudioReader const&) = delete;
     ~AudioReader();

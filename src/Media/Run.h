@@ -2,6 +2,7 @@
 
 #include "Conf/PixFmt.h"
 #include "Media/Api.h"
+#include "Media/FrameFacts.h"
 #include "Media/Progress.h"
 #include "Media/RunTimes.h"
 #include "Media/StreamInfo.h"
@@ -61,6 +62,8 @@ struct RunOptions {
     bool mayLackAudio = false;
     /// Called about ten times a second on the thread that calls Run; may be empty.
     std::function<void(RunProgress const&)> onProgress;
+    /// Hears of all that goes to encoders; may be empty.
+    TellFrameFacts onFrame;
 };
 
 struct RunResult {
@@ -69,6 +72,8 @@ struct RunResult {
     double seconds = 0;
     /// Of audio that was written; where there are several streams, of the longest.
     double audioSeconds = 0;
+    /// Of the output.
+    std::int64_t bytes = 0;
     /// What the user should know, one sentence each: streams the container could not take, conversions for
     /// the encoder.
     std::vector<std::string> notes;

@@ -1,4 +1,5 @@
 #include "Tarsel/Tool.h"
+#include "Tools/Tarsel/Audio/Loudness.h"
 
 #include <nlohmann/json.hpp>
 
@@ -25,13 +26,21 @@ TEST_F(MeterTool, ShowsPeakAndRmsOfEachChannel) {
     auto const result = Run("meter wave.wav --interval 0.5");
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.err, "");
-    EXPECT_EQ(result.out, "wave.wav: 8000 Hz flt 2.1, levels in dBFS\n\n"
-                          "                         FL              FR             LFE\n"
-                          "       from    peak     rms    peak     rms    peak     rms\n"
-                          "     0:00.0   -18.1   -21.1    -6.0    -6.0    -inf    -inf\n"
-                          "     0:00.5   -18.1   -21.1    -inf    -inf    -inf    -inf\n"
-                          "     0:01.0   -18.1   -21.1    -inf    -inf    -inf    -inf\n"
-                          "        all   -18.1   -21.1    -6.0   -10.0    -inf    -inf\n");
+    EXPECT_EQ(result.out,
+              "wave.wav: 8000 Hz flt 2.1, levels in dBFS\n\n"
+              "                         FL              FR             LFE\n"
+              "       from    peak     rms    peak     rms    peak     rms\n"
+              "     0:00.0   -18.1   -21.1    -6.0    -6.0    -inf    -inf\n"
+              "     0:00.5   -18.1   -21.1    -inf    -inf    -inf    -inf\n"
+              "     0:01.0   -18.1   -21.1    -inf    -inf    -inf    -inf\n"
+              "        all   -18.1   -21.1    -6.0   -10.0    -inf    -inf\n" +
+                  std::string(LoudnessMeter::IsAvailable() ? "\nLoudness (EBU R 128, ITU-R BS.1770-4)\n"
+                                                             "  integrated       -22.4 LUFS\n"
+                                                             "  short-term max    -inf LUFS\n"
+                                                             "  momentary max    -22.2 LUFS\n"
+                                                             "  range              0.0 LU\n"
+                                                             "  true peak         -5.0 dBTP\n"
+                                                           : ""));
 
     auto const json = ReadJson(Run("meter wave.wav --json --interval 0.5"));
     EXPECT_EQ(json["samples"], 10000);

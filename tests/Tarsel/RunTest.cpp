@@ -211,14 +211,14 @@ TEST_F(RunTool, TerminalShowsProgressAndASummary) {
     std::string const run = "run film.mp4 out.mp4 --overwrite -e 'flip horizontal=1'";
     auto const told = runOnTerminal(run);
     EXPECT_THAT(told, HasSubstr("100%"));
-    EXPECT_THAT(told, HasSubstr("out.mp4: 50 frames (libx264) in "));
+    EXPECT_THAT(told, HasSubstr("out.mp4: 50 frames (libx264),  "));
     // Each state of the line begins at the left edge and stays clear of the right one.
     std::istringstream states(told.substr(0, told.find("out.mp4")));
     for (std::string state; std::getline(states, state, '\r');)
         EXPECT_LT(state.size(), 40U) << state;
     EXPECT_EQ(runOnTerminal(run + " --quiet"), "");
     MakeFilm("song.wav", "-f lavfi -i sine=duration=2");
-    EXPECT_THAT(runOnTerminal("run song.wav out.flac"), HasSubstr("out.flac: 2.0 s of audio (flac) in "));
+    EXPECT_THAT(runOnTerminal("run song.wav out.flac"), HasSubstr("out.flac: 2.0 s of audio (flac), "));
 }
 
 TEST_F(RunTool, VerboseShowsFFmpegsLogAndTheSite) {

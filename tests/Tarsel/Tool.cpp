@@ -64,6 +64,24 @@ ProcessResult Tool::Interrupt(std::string const& line, std::size_t files, int si
     return result;
 }
 
+void Tool::ExpectValid(std::string const& schema, std::string const& text) {
+    Tarsel::Test::TempFolder const folder;
+    WriteFile(folder / "text", text);
+    // The validator is not ours.
+    auto const result =
+        RunProcess({"python3", "-c",
+                    "import json, sys, jsonschema\n"
+                    "validator = jsonschema.Draft202012Validator(json.load(open(sys.argv[1])))\n"
+                    "validator.check_schema(validator.schema)\n"
+                    "text = open(sys.argv[2]).read()\n"
+                    "lines = [text] if text.startswith('{\\n') else text.splitlines()\n"
+                    "assert lines\n"
+                    "for line in lines:\n"
+                    "    validator.validate(json.loads(line))\n",
+                    std::string(TARSEL_SCHEMAS "/") + schema + ".schema.json", folder / "text"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+}
+
 std::string Tool::Probe(std::string const& file, std::string const& entries, std::string const& options) {
     std::string text = OutputOf("ffprobe -v error -show_data_hash md5 -of default=nw=1:nk=1 -show_entries " +
                                 entries + ' ' + options + ' ' + file);

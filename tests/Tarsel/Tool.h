@@ -53,6 +53,9 @@ protected:
     /// lies there afterwards is what did before.
     ProcessResult Interrupt(std::string const& line, std::size_t files, int signal);
 
+    /// Every line, or the whole where it is one document, follows a schema of the program.
+    static void ExpectValid(std::string const& schema, std::string const& text);
+
     /// Names of what lies in the folder, in alphabetical order.
     std::vector<std::string> ListFolder() const { return m_folder.List(); }
     /// Standard output of another program.

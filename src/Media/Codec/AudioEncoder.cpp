@@ -160,6 +160,8 @@ void AudioEncoder::EncodeQueued(int count, TakePacket const& give) {
 
 /// Null: the end.
 void AudioEncoder::Send(AVFrame const* frame, TakePacket const& give) {
+    if (m_tell && frame != nullptr)
+        m_tell(*frame);
     Check(avcodec_send_frame(m_context.get(), frame));
     for (;;) {
         int const error = avcodec_receive_packet(m_context.get(), m_packet.get());

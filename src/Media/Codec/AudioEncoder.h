@@ -11,6 +11,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 struct AVOutputFormat;
@@ -52,6 +53,9 @@ public:
     /// As AudioAligner::StartAt.
     void StartAt(std::int64_t microseconds) { m_aligner->StartAt(microseconds); }
 
+    /// `tell` gets every block as the encoder does, with its time in GetTimeBase(). Before the first.
+    void Watch(std::function<void(AVFrame const&)> tell) { m_tell = std::move(tell); }
+
     /// Encodes a block, its time in microseconds. OutputException, EffectException, and what `give` throws.
     void Encode(Proc::IDataAudio const& block, TakePacket const& give);
     /// No more blocks: the rest.
@@ -71,6 +75,7 @@ private:
     void Send(AVFrame const* frame, TakePacket const& give);
     void Check(int error, Core::Site const& site = Core::Site::Here()) const;
 
+    std::function<void(AVFrame const&)> m_tell;
     Conf::SampleInfo m_input;
     int m_depth;
     UniqueCodecContext m_context;

@@ -160,6 +160,8 @@ void VideoEncoder::Send(WorkedFrame const& worked) {
     if (m_times.size() == s_mostTimes)
         m_times.erase(m_times.begin());
     m_times[frame->pts] = worked.time;
+    if (m_tell)
+        m_tell(*frame, worked.time);
     SendFrame(frame.Get());
     ++m_frames;
 }

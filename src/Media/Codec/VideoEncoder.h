@@ -13,8 +13,10 @@
 #include "Proc/Wrappers/SafeSwsContext.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tarsel::Media {
@@ -56,6 +58,9 @@ public:
     /// The first picture, as it went in: its side data describe the stream.
     AVFrame const& GetFirstFrame() const noexcept { return *m_first->GetAVFrame(); }
 
+    /// `tell` gets every picture as the encoder does, with its time in GetTimeBase(). Before the first.
+    void Watch(std::function<void(AVFrame const&, FrameTime const&)> tell) { m_tell = std::move(tell); }
+
     /// Takes a picture like the first one. Before the next all packets are received. OutputException.
     void Send(WorkedFrame const& frame);
     /// No more pictures.
@@ -79,6 +84,7 @@ private:
     std::int64_t ToOwnTime(std::int64_t encoderTime) const;
 
     SP<Proc::IDataVideo> m_first;
+    std::function<void(AVFrame const&, FrameTime const&)> m_tell;
     Ratio m_timeBase;
     Ratio m_frameRate;
     VideoConversion m_conversion;

@@ -33,17 +33,25 @@ namespace {
 
 class AudioReading {
 public:
-    AudioReading(std::filesystem::path const& path, std::stop_token const& stop) : m_demuxer(path, stop) {
-        int const index = m_demuxer.GetAudioIndex();
-        if (index < 0)
-            Core::Throw<InputException>(fmt::format("{} has no audio", Quote(path)));
+    /// Without a number, the best stream.
+    AudioReading(std::filesystem::path const& path, std::optional<int> number, std::stop_token const& stop)
+        : m_demuxer(path, stop) {
         AVFormatContext const& context = m_demuxer.GetContext();
-        m_stream = context.streams[index];
+        int found = 0;
+        for (int i = 0; i < static_cast<int>(context.nb_streams) && m_stream == nullptr; ++i) {
+            if (context.streams[i]->codecpar->codec_type != AVMEDIA_TYPE_AUDIO)
+                continue;
+            if (number ? found == *number : i == m_demuxer.GetAudioIndex())
+                m_stream = context.streams[i];
+            else
+                ++found;
+        }
+        if (m_stream == nullptr)
+            Core::Throw<InputException>(number
+                                            ? fmt::format("{} has no audio stream {}", Quote(path), *number)
+                                            : fmt::format("{} has no audio", Quote(path)));
         m_decoder.emplace(*m_stream, m_demuxer.HasTimes());
-        auto const number = std::count_if(context.streams, context.streams + index, [](auto const* stream) {
-            return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
-        });
-        m_info = DescribeAudio(*m_stream, static_cast<int>(number), m_decoder->GetFormat(), {});
+        m_info = DescribeAudio(*m_stream, found, m_decoder->GetFormat(), {});
     }
 
     AudioStreamInfo const& GetInfo() const noexcept { return m_info; }
@@ -91,14 +99,25 @@ private:
     bool m_draining = false;
 };
 
-AudioReader::AudioReader(std::filesystem::path const& path, std::stop_token stop) {
+namespace {
+
+std::unique_ptr<AudioReading> OpenReading(std::filesystem::path const& path, std::optional<int> number,
+                                          std::stop_token const& stop) {
     CheckInputPath(path);
     try {
-        m_reading = std::make_unique<AudioReading>(path, stop);
+        return std::make_unique<AudioReading>(path, number, stop);
     } catch (Stopped const&) {
         ThrowInterrupted(path);
     }
 }
+
+} // namespace
+
+AudioReader::AudioReader(std::filesystem::path const& path, std::stop_token stop)
+    : m_reading(OpenReading(path, std::nullopt, stop)) {}
+
+AudioReader::AudioReader(std::filesystem::path const& path, int number, std::stop_token stop)
+    : m_reading(OpenReading(path, number, stop)) {}
 
 AudioReader::~AudioReader() = default;
 

@@ -9,6 +9,7 @@
 #include "Media/Codec/Encoders.h"
 #include "Media/Container/OutputFile.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Run/FrameWatch.h"
 #include "Media/Run/ImageFacts.h"
 #include "Media/Run/NonVideoReader.h"
 #include "Media/Run/NonVideoStreams.h"
@@ -21,7 +22,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 extern "C" {
@@ -93,6 +96,8 @@ void Job::Plan() {
 }
 
 void Job::Work() {
+    if (m_options.onFrame)
+        WatchFrames(m_options.onFrame, m_input.streams, m_planned);
     NonVideoStreams beside(m_input.streams, std::move(m_planned.streams), m_progress, m_stop.get_token());
     OutputFile file(m_options.output, m_options.overwrite);
     if (m_planned.video != nullptr)
@@ -107,6 +112,9 @@ void Job::Work() {
     if (m_stop.stop_requested())
         throw Stopped();
     file.Publish();
+    std::error_code unknown;
+    if (auto const bytes = std::filesystem::file_size(m_options.output, unknown); !unknown)
+        m_result.bytes = static_cast<std::int64_t>(bytes);
     m_result.seconds = m_progress.GetSeconds();
     m_result.times = m_times.Get();
 }

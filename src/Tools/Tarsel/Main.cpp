@@ -5,6 +5,7 @@
 #include "Media/MediaExceptions.h"
 #include "Tools/Tarsel/Console/Console.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
+#include "Tools/Tarsel/Console/RunReport.h"
 #include "Tools/Tarsel/Console/Signals.h"
 #include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/Version.h"
@@ -32,8 +33,8 @@
 namespace Tarsel::Tools {
 namespace {
 
-void Print(Console& console, std::exception const& failure, ExitCode code, bool verbose) {
-    std::string text = code == ExitCode::Interrupted ? "tarsel: " : "tarsel: error: ";
+std::string Describe(std::exception const& failure, ExitCode code, bool verbose) {
+    std::string text;
     if (std::string const* option = boost::get_error_info<Media::TagMissingOption>(failure))
         text += fmt::format("Add --{}: ", *option);
     if (std::string const* option = boost::get_error_info<Media::TagSurplusOption>(failure))
@@ -44,8 +45,7 @@ void Print(Console& console, std::exception const& failure, ExitCode code, bool 
         text += failure.what(); // what was logged until then is not about it
     else
         text += Host::DescribeError(failure);
-    console.SetStatus({});
-    console.Print(text);
+    return text;
 }
 
 /// Takes no memory.
@@ -53,10 +53,20 @@ void SayOutOfMemory() noexcept {
     (void)WriteAll(STDERR_FILENO, "tarsel: error: Out of memory\n");
 }
 
-ExitCode Report(Console& console, std::exception const& failure, bool verbose) noexcept {
-    ExitCode const code = GetExitCode(failure);
+/// `signal` is the one that the process was sent; 0 for none. The exit code.
+ExitCode Report(Console& console, RunReport& report, std::exception const& failure, bool verbose,
+                int signal) noexcept {
+    constexpr int base = 128; // as shells expect
+    ExitCode code = GetExitCode(failure);
     try {
-        Print(console, failure, code, verbose);
+        std::string const text = Describe(failure, code, verbose);
+        console.SetStatus({});
+        console.Print((code == ExitCode::Interrupted ? "tarsel: " : "tarsel: error: ") + text);
+        if (code == ExitCode::Interrupted && signal != 0)
+            code = static_cast<ExitCode>(base + signal);
+        report.Fail(static_cast<int>(code), text);
+    } catch (Media::OutputException const&) {
+        return code; // no one is left to tell
     } catch (std::exception const&) {
         SayOutOfMemory();
     }
@@ -74,23 +84,21 @@ ExitCode Report(Console& console, std::exception const& failure, bool verbose) n
     _exit(static_cast<int>(ExitCode::EffectFailed));
 }
 
-/// As shells expect.
-ExitCode GetExitCode(ExitCode code, StopOnSignals const& signals) {
-    constexpr int base = 128;
-    bool const isTold = code == ExitCode::Interrupted && signals.GetSignal() != 0;
-    return isTold ? static_cast<ExitCode>(base + signals.GetSignal()) : code;
+ExitCode Refuse(Console& console, RunReport& report, std::string const& text) {
+    console.Print("tarsel: error: " + text);
+    report.Fail(static_cast<int>(ExitCode::BadArguments), text);
+    return ExitCode::BadArguments;
 }
 
 /// Help and version asked for, or a command line that cannot be read.
-ExitCode Explain(Console& console, CLI::App const& app, CLI::ParseError const& error) {
+ExitCode Explain(Console& console, RunReport& report, CLI::App const& app, CLI::ParseError const& error) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
         std::ostringstream out;
         (void)app.exit(error, out, out);
         WriteOutput(out.str());
         return ExitCode::Done;
     }
-    console.Print("tarsel: error: " + ExplainParseError(app, error));
-    return ExitCode::BadArguments;
+    return Refuse(console, report, ExplainParseError(app, error));
 }
 
 /// What follows the program's name, last first, as the parser wants it. "help VERB" is "VERB --help".
@@ -104,7 +112,7 @@ std::vector<std::string> ReadArguments(int argc, char const* const* argv) {
     return arguments;
 }
 
-ExitCode Run(int argc, char const* const* argv, Console& console) {
+ExitCode Run(int argc, char const* const* argv, Console& console, RunReport& report) {
     CLI::App app("Applies effects to video, images and audio.", "tarsel");
     app.require_subcommand(0, 1);
     app.set_help_flag("-h,--help", "Show this help");
@@ -123,14 +131,14 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
         std::vector<std::string> arguments = ReadArguments(argc, argv);
         app.parse(arguments);
     } catch (CLI::ParseError const& error) {
-        return Explain(console, app, error);
+        return Explain(console, report, app, error);
     }
 
     auto const verb =
         std::find_if(verbs.begin(), verbs.end(), [](Verb const& v) { return v.command->parsed(); });
     if (verb == verbs.end()) {
-        console.Print(fmt::format("tarsel: error: Name a verb: {}\nSee \"tarsel --help\".", ListVerbs(app)));
-        return ExitCode::BadArguments;
+        return Refuse(console, report,
+                      fmt::format("Name a verb: {}\nSee \"tarsel --help\".", ListVerbs(app)));
     }
 
     StopOnSignals const signals; // before anything is opened
@@ -139,14 +147,27 @@ ExitCode Run(int argc, char const* const* argv, Console& console) {
         inputErrors.Hear(level, line);
         if (options.verbose)
             console.Print(line);
+        report.GetLog().Write(GetLevelName(level), line);
     });
     try {
-        verb->run({console, options, signals.GetStop()});
-        console.PrintNotes(inputErrors.GetNotes());
+        verb->run({console, options, signals.GetStop(), report});
+        report.AddNotes(inputErrors.GetNotes());
+        report.End();
     } catch (std::exception const& failure) {
-        return GetExitCode(Report(console, failure, options.verbose), signals);
+        return Report(console, report, failure, options.verbose, signals.GetSignal());
     }
     return ExitCode::Done;
+}
+
+/// Also of a command line that cannot be read: whoever reads JSON learns of that, too.
+bool WantsJson(int argc, char const* const* argv) {
+    for (int i = 1; i < argc; ++i) {
+        std::string_view const argument = argv[i];
+        if (argument == "--progress=json" ||
+            (argument == "--progress" && i + 1 < argc && std::string_view(argv[i + 1]) == "json"))
+            return true;
+    }
+    return false;
 }
 
 int Main(int argc, char const* const* argv) {
@@ -156,10 +177,11 @@ int Main(int argc, char const* const* argv) {
     // user says otherwise.
     (void)setenv("SVT_LOG", "1", 0);
     Console console;
+    RunReport report(console, WantsJson(argc, argv));
     try {
-        return static_cast<int>(Run(argc, argv, console));
+        return static_cast<int>(Run(argc, argv, console, report));
     } catch (std::exception const& failure) {
-        return static_cast<int>(Report(console, failure, false));
+        return static_cast<int>(Report(console, report, failure, false, 0));
     }
 }
 

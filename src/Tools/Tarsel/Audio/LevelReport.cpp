@@ -89,6 +89,38 @@ Json LevelsToJson(LevelTrack::Row const& row) {
     return levels;
 }
 
+struct LoudnessRow {
+    char const* name;
+    char const* key;
+    double Loudness::*value;
+    char const* unit;
+};
+
+constexpr LoudnessRow s_loudnessRows[]{{"integrated", "integrated", &Loudness::integrated, "LUFS"},
+                                       {"short-term max", "shortTermMax", &Loudness::shortTermMax, "LUFS"},
+                                       {"momentary max", "momentaryMax", &Loudness::momentaryMax, "LUFS"},
+                                       {"range", "range", &Loudness::range, "LU"},
+                                       {"true peak", "truePeak", &Loudness::truePeak, "dBTP"}};
+
+std::string FormatLoudness(std::optional<Loudness> const& loudness) {
+    if (!loudness)
+        return {};
+    std::string text = fmt::format("\nLoudness ({})\n", s_loudnessStandard);
+    for (LoudnessRow const& row : s_loudnessRows)
+        text +=
+            fmt::format("  {:<14}{:>{}.1f} {}\n", row.name, (*loudness).*row.value, s_levelWidth, row.unit);
+    return text;
+}
+
+Json LoudnessToJson(std::optional<Loudness> const& loudness) {
+    if (!loudness)
+        return nullptr;
+    Json json{{"standard", s_loudnessStandard}};
+    for (LoudnessRow const& row : s_loudnessRows)
+        json[row.key] = LevelToJson((*loudness).*row.value);
+    return json;
+}
+
 } // namespace
 
 double ChooseInterval(std::int64_t duration) {
@@ -117,7 +149,7 @@ std::string FormatLevels(LevelReport const& report) {
     auto const& rows = report.levels.GetRows();
     for (std::size_t row = 0; row < rows.size(); ++row)
         text += FormatRow(FormatTime(static_cast<double>(row) * report.interval, decimals), rows[row]);
-    return text + FormatRow("all", report.levels.GetWhole());
+    return text + FormatRow("all", report.levels.GetWhole()) + FormatLoudness(report.loudness);
 }
 
 std::string LevelsToJson(LevelReport const& report) {
@@ -132,6 +164,7 @@ std::string LevelsToJson(LevelReport const& report) {
     }
     std::int64_t const samples = track.GetStart(track.GetRows().size());
     Json const document{
+        {"version", 1},
         {"file", report.file},
         {"rate", report.format.rate},
         {"sampleFormat", Conf::SampleFmtRecord::Find(report.format.format).name},
@@ -141,7 +174,8 @@ std::string LevelsToJson(LevelReport const& report) {
         {"seconds", static_cast<double>(samples) / rate},
         {"interval", report.interval},
         {"rows", std::move(rows)},
-        {"whole", {{"start", 0.0}, {"samples", samples}, {"levels", LevelsToJson(track.GetWhole())}}}};
+        {"whole", {{"start", 0.0}, {"samples", samples}, {"levels", LevelsToJson(track.GetWhole())}}},
+        {"loudness", LoudnessToJson(report.loudness)}};
     // A path need not be UTF-8.
     return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }

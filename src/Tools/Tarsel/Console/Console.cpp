@@ -42,15 +42,19 @@ void Console::Print(std::string_view text) {
 }
 
 void Console::PrintNotes(std::vector<std::string> const& notes) {
-    for (std::string note : notes) {
-        if (note.empty())
-            continue;
-        if (note.front() >= 'a' && note.front() <= 'z')
-            note.front() = static_cast<char>(note.front() - 'a' + 'A');
-        if (std::string_view(".?!").find(note.back()) == std::string_view::npos)
-            note += '.';
-        Print("tarsel: note: " + note);
-    }
+    for (std::string const& note : notes)
+        if (!note.empty())
+            Print("tarsel: note: " + MakeSentence(note));
+}
+
+std::string MakeSentence(std::string note) {
+    if (note.empty())
+        return note;
+    if (note.front() >= 'a' && note.front() <= 'z')
+        note.front() = static_cast<char>(note.front() - 'a' + 'A');
+    if (std::string_view(".?!").find(note.back()) == std::string_view::npos)
+        note += '.';
+    return note;
 }
 
 void Console::SetStatus(std::string const& line) {

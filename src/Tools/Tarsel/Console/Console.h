@@ -37,6 +37,9 @@ private:
     std::string m_status;
 };
 
+/// The note with a capital and a full stop; "" stays so.
+std::string MakeSentence(std::string note);
+
 /// Characters a line of the terminal behind `descriptor`; `otherwise` when it is none or does not tell.
 int GetTerminalColumns(int descriptor, int otherwise) noexcept;
 

@@ -52,8 +52,16 @@ std::string FormatDuration(double seconds) {
     return fmt::format("{}:{:02}", minutes, total % 60);
 }
 
-std::string RenderProgress(Media::RunProgress const& progress, int columns) {
-    auto const room = static_cast<std::size_t>(std::max(columns, 0));
+namespace {
+
+struct ProgressTexts {
+    std::string percent;
+    std::string frames;
+    std::string speed;
+    std::string left;
+};
+
+ProgressTexts DescribeProgress(Media::RunProgress const& progress) {
     bool const hasFrames = progress.frames > 0;
     bool const hasAudio = !hasFrames && progress.audioSeconds > 0;
     std::string const frames = hasFrames  ? fmt::format("{} frames", progress.frames)
@@ -61,12 +69,26 @@ std::string RenderProgress(Media::RunProgress const& progress, int columns) {
                                           : "";
     std::string const speed = hasFrames ? fmt::format("{:.1f} fps", progress.framesPerSecond) : "";
     if (!(progress.done >= 0))
+        return {"", frames, speed, ""};
+    std::string const percent = fmt::format("{:3}%", static_cast<int>(std::min(progress.done, 1.0) * 100));
+    std::string const duration = FormatDuration(progress.secondsLeft);
+    return {percent, frames, speed, duration.empty() ? "" : duration + " left"};
+}
+
+} // namespace
+
+std::string RenderProgressText(Media::RunProgress const& progress) {
+    auto const [percent, frames, speed, left] = DescribeProgress(progress);
+    return Join({percent, frames, speed, left});
+}
+
+std::string RenderProgress(Media::RunProgress const& progress, int columns) {
+    auto const room = static_cast<std::size_t>(std::max(columns, 0));
+    auto const [percent, frames, speed, left] = DescribeProgress(progress);
+    if (percent.empty())
         return FindFitting({Join({frames, speed}), frames}, room);
 
     double const done = std::min(progress.done, 1.0);
-    std::string const percent = fmt::format("{:3}%", static_cast<int>(done * 100));
-    std::string const duration = FormatDuration(progress.secondsLeft);
-    std::string const left = duration.empty() ? "" : duration + " left";
     std::string const all = Join({percent, frames, speed, left});
     // "[...]" and two blanks take four columns beside the bar itself.
     if (all.size() + 4 + s_minBar <= room)

@@ -13,6 +13,9 @@ class Console;
 /// Of unknown length: frames and frames a second. Pure; any thread.
 std::string RenderProgress(Media::RunProgress const& progress, int columns);
 
+/// The same on a line of its own, without a bar; "" where nothing is known yet.
+std::string RenderProgressText(Media::RunProgress const& progress);
+
 /// Shows it as the console's status line.
 void ShowProgressLine(Console& console, Media::RunProgress const& progress);
 

@@ -1,13 +1,13 @@
 #include "Tools/Tarsel/Verbs/MediaArguments.h"
 
-#include "Core/Text.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
-#include <functional>
+#include <string>
 #include <vector>
 
 namespace Tarsel::Tools {
@@ -22,16 +22,25 @@ void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
     std::vector<std::string> qualities;
     for (Media::Quality const each : Media::s_everyQuality)
         qualities.emplace_back(Media::GetQualityName(each));
-    std::string const legal = Core::Utils::ToString(qualities, ", ", std::identity());
-    auto const checkQuality = [qualities, legal](std::string const& text) {
-        return std::ranges::find(qualities, text) != qualities.end()
-                   ? ""
-                   : fmt::format("give one of {}, not \"{}\"", legal, text);
-    };
-    command.add_option("--quality", quality, legal)->option_text("LEVEL")->check(checkQuality, "");
+    AddWordOption(command, "--quality", quality, qualities, fmt::format("{}", fmt::join(qualities, ", ")))
+        ->option_text("LEVEL");
     audio.AddTo(command);
     AddThreadsOption(command, threads);
+    std::vector<std::string> forms;
+    for (ProgressWord const& each : s_progressWords)
+        forms.emplace_back(each.word);
+    AddWordOption(command, "--progress", progress, forms,
+                  fmt::format("{}; default: bar on a terminal", fmt::join(forms, ", ")))
+        ->option_text("FORM");
+    command.add_option("--log", log, "Append FFmpeg's log to FILE")->option_text("FILE");
+    command.add_option("--frame-facts", frameFacts, "Write time, format and hash of each frame to FILE")
+        ->option_text("FILE");
     command.add_flag("--quiet", quiet, "Print errors only");
+}
+
+ProgressForm MediaArguments::GetProgressForm() const {
+    auto const known = std::ranges::find(s_progressWords, progress, &ProgressWord::word);
+    return known != s_progressWords.end() ? known->form : ProgressForm::Bar;
 }
 
 Media::RunOptions MediaArguments::MakeRunOptions() const {

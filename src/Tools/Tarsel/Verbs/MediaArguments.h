@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Media/Run.h"
+#include "Tools/Tarsel/Console/RunReport.h"
 #include "Tools/Tarsel/Verbs/EncoderArguments.h"
 
 #include <optional>
@@ -21,11 +22,17 @@ struct MediaArguments {
     std::string quality;
     EncoderArguments audio = EncoderArguments::ForAudio();
     std::optional<int> threads;
+    /// "" for the usual one.
+    std::string progress;
+    /// "" for none.
+    std::string log;
+    std::string frameFacts;
     bool quiet = false;
 
     /// Adds INPUT, which is called so in its help, OUTPUT and the options to a verb's; this object has to
     /// outlive the parsing.
     void AddTo(CLI::App& command, std::string const& inputs);
+    ProgressForm GetProgressForm() const;
     /// Files and encoders. UsageException for an encoder option that is not KEY=VALUE.
     Media::RunOptions MakeRunOptions() const;
 };

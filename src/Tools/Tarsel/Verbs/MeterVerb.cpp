@@ -90,8 +90,10 @@ void Meter(MeterArguments const& arguments, Context const& context) {
     if (draws)
         tracks.push_back(MakeColumns(channels, *size));
 
+    LoudnessMeter loudness(format);
     while (auto const block = reader.Next()) {
         AddBlock(*block, tracks);
+        loudness.Add(*block);
         work.ShowProgress(block->GetTime(), reader.GetDuration());
     }
     std::vector<std::string> notes = reader.GetNotes();
@@ -100,14 +102,15 @@ void Meter(MeterArguments const& arguments, Context const& context) {
              Media::WriteImage(DrawWaveform(tracks[1], size->width, size->height), picture))
             notes.push_back(std::move(note));
     work.Tell(notes);
-    LevelReport const report{arguments.input, format, interval, tracks[0]};
+    LevelReport const report{arguments.input, format, interval, tracks[0], loudness.Get()};
     WriteOutput(arguments.json ? LevelsToJson(report) : FormatLevels(report));
 }
 
 } // namespace
 
 Verb AddMeterVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command = app.add_subcommand("meter", "Measure audio levels")->group("Verbs");
+    CLI::App* const command =
+        app.add_subcommand("meter", "Measure audio levels and loudness")->group("Verbs");
     auto const arguments = std::make_shared<MeterArguments>();
     command->add_option("INPUT", arguments->input, "Audio file, or video with audio (its best stream)")
         ->required()
@@ -125,8 +128,9 @@ Verb AddMeterVerb(CLI::App& app, CommonOptions& common) {
     common.AddTo(*command);
     command->footer("Shows the peak and RMS level of each channel, per interval and overall. The\n"
                     "peak is the largest magnitude of a sample (not between samples); 0 dB is full\n"
-                    "scale, and a full-scale sine has an RMS of -3.0 dB. Silence is -inf.\n\n" +
-                    DescribeExitCodes() +
+                    "scale, and a full-scale sine has an RMS of -3.0 dB. Silence is -inf. Then the\n"
+                    "loudness of all channels together (" +
+                    std::string(s_loudnessStandard) + ").\n\n" + DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel meter song.mp3\n"
                     "  tarsel meter film.mp4 --interval 0.5 --png wave.png\n"

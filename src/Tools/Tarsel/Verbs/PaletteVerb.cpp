@@ -38,7 +38,7 @@ struct PaletteArguments {
 };
 
 void MakePalettes(PaletteArguments const& arguments, Context const& context) {
-    MediaWork const work(arguments.media, context);
+    MediaWork work(arguments.media, context);
     Media::RunOptions options = arguments.media.MakeRunOptions();
     options.at = arguments.at;
     bool const keepsClear = arguments.background.empty() && Media::KeepsClearColors(options);
@@ -57,7 +57,7 @@ void MakePalettes(PaletteArguments const& arguments, Context const& context) {
     options.makeVideoEffects = [&](Media::VideoStreamInfo const& stream) {
         return maker.Make(stream, steps);
     };
-    options.onProgress = work.ShowProgress();
+    work.Attach(options);
     Media::RunResult const result = Media::Run(options, context.stop);
     std::vector<std::string> notes = maker.GetNotes();
     for (std::string& note : DescribePalettes(steps.front()))

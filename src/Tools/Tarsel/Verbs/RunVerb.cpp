@@ -5,6 +5,7 @@
 #include "Proc/Settings/Format.h"
 #include "Tools/Tarsel/Chain/ChainMaker.h"
 #include "Tools/Tarsel/Chain/MotionFiles.h"
+#include "Tools/Tarsel/Chain/Normalizer.h"
 #include "Tools/Tarsel/Chain/Palettes.h"
 #include "Tools/Tarsel/Chain/References.h"
 #include "Tools/Tarsel/Chain/Steps.h"
@@ -21,7 +22,6 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -39,6 +39,7 @@ struct RunArguments {
     std::optional<double> at;
     bool filtersOnly = false;
     bool time = false;
+    std::string normalize;
 };
 
 /// Whether the pixel formats of its results were asked for.
@@ -57,16 +58,14 @@ public:
     Work& operator=(Work const&) = delete;
 
     Media::RunOptions const& GetOptions() const noexcept { return m_options; }
-    void ReportTo(std::function<void(Media::RunProgress const&)> onProgress) {
-        m_options.onProgress = std::move(onProgress);
-    }
+    void ReportTo(MediaWork& media);
     /// Once the run is over.
     std::vector<std::string> GetNotes() const;
     TimeReport MakeTimeReport(Media::RunResult const& result) const;
 
 private:
     ChainMaker& GetMaker();
-    void CheckFiles() const;
+    void CheckFiles(MediaArguments const& media) const;
     std::unique_ptr<Proc::IEffectStreamVideo> MakeChain(Media::VideoStreamInfo const& stream);
 
     Context const& m_context;
@@ -81,6 +80,7 @@ private:
     bool m_makesPalettes = false;
     std::vector<VideoStep> m_pictureSteps;
     std::vector<StepText> m_audioSteps;
+    std::optional<Normalizer> m_normalizer;
 };
 
 Work::Work(RunArguments const& arguments, Context const& context, std::stop_token stop)
@@ -91,7 +91,7 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
         steps = SortSteps(GetMaker().GetEffects(), arguments.effects);
     if (!steps.picture.empty())
         m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
-    CheckFiles();
+    CheckFiles(arguments.media);
     m_encodesPicture =
         !m_options.videoEncoder.empty() || !m_options.videoEncoderOptions.empty() || m_options.at;
     m_options.mayLackVideo = m_pictureSteps.empty() && !m_encodesPicture;
@@ -105,17 +105,31 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
             return GetMaker().MakeAudio(stream, m_audioSteps);
         };
     }
+    if (!arguments.normalize.empty()) {
+        m_normalizer.emplace(ParseLoudnessTarget(arguments.normalize), m_options.input,
+                             m_options.makeAudioEffects, m_stop);
+        m_options.makeAudioEffects = [this](Media::AudioStreamInfo const& stream) {
+            return m_normalizer->Make(stream);
+        };
+    }
     m_makesPalettes = HoldsOnlyPalettes(m_options);
 }
 
+void Work::ReportTo(MediaWork& media) {
+    media.Attach(m_options, m_normalizer ? 2 : 1);
+    if (m_normalizer)
+        m_normalizer->ReportTo(media.ShowProgress(0, 2));
+}
+
 /// Files that steps read or write are not among those that the run writes.
-void Work::CheckFiles() const {
+void Work::CheckFiles(MediaArguments const& media) const {
     std::vector<std::filesystem::path> files = m_references.GetPaths();
     std::error_code error;
     for (std::filesystem::path const& reference : files)
-        if (std::filesystem::equivalent(reference, m_options.output, error))
-            Core::Throw<UsageException>(fmt::format(
-                "Choose another output: \"{}\" is the reference of a step", m_options.output.string()));
+        for (std::string const& written : {media.output, media.log, media.frameFacts})
+            if (std::filesystem::equivalent(reference, written, error))
+                Core::Throw<UsageException>(
+                    fmt::format("Choose another output: \"{}\" is the reference of a step", written));
     files.push_back(m_options.input);
     files.push_back(m_options.output);
     CheckMotionFiles(m_pictureSteps, files);
@@ -145,6 +159,8 @@ std::vector<std::string> Work::GetNotes() const {
         notes.push_back(std::move(note));
     for (std::string& note : m_references.GetNotes())
         notes.push_back(std::move(note));
+    for (std::string& note : m_normalizer ? m_normalizer->GetNotes() : std::vector<std::string>())
+        notes.push_back(std::move(note));
     return notes;
 }
 
@@ -159,13 +175,15 @@ TimeReport Work::MakeTimeReport(Media::RunResult const& result) const {
 
 void RunMedia(RunArguments const& arguments, Context const& context) {
     Proc::SetFiltersOnly(arguments.filtersOnly);
-    MediaWork const media(arguments.media, context);
+    MediaWork media(arguments.media, context);
     Work work(arguments, context, context.stop);
-    work.ReportTo(media.ShowProgress());
+    work.ReportTo(media);
     Media::RunResult const result = Media::Run(work.GetOptions(), context.stop);
-    media.Tell(result, work.GetNotes());
-    if (arguments.time)
-        WriteOutput(FormatTimes(work.MakeTimeReport(result)));
+    bool const isForPrograms = arguments.media.GetProgressForm() == ProgressForm::Json;
+    TimeReport const times = work.MakeTimeReport(result);
+    media.Tell(result, work.GetNotes(), arguments.time && isForPrograms ? TimesToJson(times) : "");
+    if (arguments.time && !isForPrograms)
+        WriteOutput(FormatTimes(times));
 }
 
 } // namespace
@@ -176,6 +194,9 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     arguments->media.AddTo(*command, "Video, image or audio file");
     AddEffectOption(*command, arguments->effects);
     AddAtOption(*command, arguments->at);
+    command
+        ->add_option("--normalize", arguments->normalize, "Bring audio to a loudness, such as -16LUFS,-1dBTP")
+        ->option_text("LUFS[,dBTP]");
     AddFiltersOnlyFlag(*command, arguments->filtersOnly);
     command->add_flag("--time", arguments->time, "Print where the time went");
     common.AddTo(*command);

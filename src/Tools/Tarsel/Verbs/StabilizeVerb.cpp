@@ -59,7 +59,7 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::RunOptions options = arguments.media.MakeRunOptions();
     Host::EffectStep const step = MakeStep(arguments.settings);
     ChainMaker maker(LoadEffects(context.options.plugin));
-    MediaWork const work(arguments.media, context);
+    MediaWork work(arguments.media, context);
     PrivateFolder const folder;
     std::filesystem::path const motions = folder.GetPath() / "motions.trf";
     auto const detect = MakeEffect(maker.GetEffects(), step, motions, true);
@@ -74,7 +74,7 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::Analyze({arguments.media.input, makeChain(detect), work.ShowProgress(0, 2)}, context.stop);
     maker.FitTo(options);
     options.makeVideoEffects = makeChain(transform);
-    options.onProgress = work.ShowProgress(1, 2);
+    work.Attach(options, 2);
     Media::RunResult const result = Media::Run(options, context.stop);
     work.Tell(result, maker.GetNotes());
 }

@@ -4,11 +4,17 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
+#include <algorithm>
 #include <cmath>
+#include <string_view>
 
 namespace Tarsel::Tools {
 namespace {
+
+/// The check by which options that take words are told from others.
+constexpr std::string_view s_words = "words";
 
 /// "0.000001": without an exponent, to the microsecond.
 std::string ToPlainText(double seconds) {
@@ -65,6 +71,29 @@ void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<
                                  ToPlainText(range.most), text);
     };
     command.add_option(name, value, help)->option_text("SECONDS")->check(check, "");
+}
+
+CLI::Option* AddWordOption(CLI::App& command, std::string const& name, std::string& value,
+                           std::vector<std::string> const& words, std::string const& help) {
+    std::string const list = fmt::format("{}", fmt::join(words, ", "));
+    auto const check = [words, list](std::string const& text) {
+        return std::ranges::find(words, text) != words.end()
+                   ? ""
+                   : fmt::format("give one of {}, not \"{}\"", list, text);
+    };
+    return command.add_option(name, value, help)
+        ->option_text("WORD")
+        ->check(CLI::Validator(check, list, std::string(s_words)));
+}
+
+std::vector<std::string> GetWords(CLI::Option const& option) {
+    try {
+        // Asking for one that is not there changes nothing.
+        return CLI::detail::split_up(
+            const_cast<CLI::Option&>(option).get_validator(std::string(s_words))->get_description(), ',');
+    } catch (CLI::OptionNotFound const&) {
+        return {};
+    }
 }
 
 std::function<std::string(std::string const&)> CheckWholeNumber(int least, int most) {

@@ -14,6 +14,7 @@ class Option;
 namespace Tarsel::Tools {
 
 class Console;
+class RunReport;
 
 /// What every verb has on its command line.
 struct CommonOptions {
@@ -48,6 +49,13 @@ struct Seconds {
 void AddSecondsOption(CLI::App& command, std::string const& name, std::optional<double>& value,
                       std::string const& help, Seconds range);
 
+/// Adds an option that takes one of these words.
+CLI::Option* AddWordOption(CLI::App& command, std::string const& name, std::string& value,
+                           std::vector<std::string> const& words, std::string const& help);
+
+/// The words that an option takes; none where others are legal too.
+std::vector<std::string> GetWords(CLI::Option const& option);
+
 /// For an option's check: says what is wrong with a text that is no whole number within the range, both ends
 /// included, and "" of any other.
 std::function<std::string(std::string const&)> CheckWholeNumber(int least, int most);
@@ -58,6 +66,7 @@ struct Context {
     CommonOptions const& options;
     /// Asked for by signals.
     std::stop_token stop;
+    RunReport& report;
 };
 
 /// One verb of the command line.

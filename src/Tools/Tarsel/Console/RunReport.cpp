@@ -1,0 +1,198 @@
+#include "Tools/Tarsel/Console/RunReport.h"
+
+#include "Tools/Tarsel/Console/Console.h"
+#include "Tools/Tarsel/Console/ProgressLine.h"
+#include "Tools/Tarsel/Console/StandardStreams.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace Tarsel::Tools {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// Of the lines for programs: raised when a member changes its meaning or goes, not when one is added.
+constexpr int s_version = 1;
+
+void WriteLine(Json const& line) {
+    // A path need not be UTF-8.
+    WriteOutput(line.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
+}
+
+/// Null for what is not known.
+Json NumberToJson(double value) {
+    return std::isfinite(value) && value >= 0 ? Json(value) : Json(nullptr);
+}
+
+Json NameToJson(std::string const& name) {
+    return name.empty() ? Json(nullptr) : Json(name);
+}
+
+Json ToJson(Media::RunProgress const& progress, int pass, int passes) {
+    return {{"type", "progress"},
+            {"done", NumberToJson(progress.done)},
+            {"frames", progress.frames},
+            {"fps", NumberToJson(progress.framesPerSecond)},
+            {"audio_seconds", NumberToJson(progress.audioSeconds)},
+            {"seconds_left", NumberToJson(progress.secondsLeft)},
+            {"pass", pass + 1},
+            {"passes", passes}};
+}
+
+/// "2.0 s of audio (flac, copied)": each encoder once.
+std::string SummarizeAudio(Media::RunResult const& result) {
+    std::vector<std::string> encoders;
+    for (std::string const& name : result.audioEncoders)
+        if (std::string const shown = name.empty() ? "copied" : name;
+            std::ranges::count(encoders, shown) == 0)
+            encoders.push_back(shown);
+    return fmt::format("{:.1f} s of audio ({})", result.audioSeconds, fmt::join(encoders, ", "));
+}
+
+/// "912 bytes", "1.2 MB".
+std::string FormatSize(std::int64_t bytes) {
+    constexpr double thousand = 1000;
+    auto const size = static_cast<double>(bytes);
+    if (size < thousand)
+        return fmt::format("{} bytes", bytes);
+    if (size < thousand * thousand)
+        return fmt::format("{:.1f} kB", size / thousand);
+    return size < thousand * thousand * thousand
+               ? fmt::format("{:.1f} MB", size / (thousand * thousand))
+               : fmt::format("{:.2f} GB", size / (thousand * thousand * thousand));
+}
+
+/// The progress of one pass as that of all. The passes that are still to come are taken to need as long.
+Media::RunProgress OfAll(Media::RunProgress progress, int pass, int passes) {
+    if (!(progress.done >= 0) || passes == 1)
+        return progress;
+    double const share = 1.0 / passes;
+    double const passLasts =
+        progress.done < 1 && progress.secondsLeft >= 0 ? progress.secondsLeft / (1 - progress.done)
+        : progress.framesPerSecond > 0 ? static_cast<double>(progress.frames) / progress.framesPerSecond
+                                       : 0;
+    if (progress.secondsLeft >= 0)
+        progress.secondsLeft += passLasts * (passes - 1 - pass);
+    progress.done = std::min(progress.done, 1.0) * share + pass * share;
+    return progress;
+}
+
+} // namespace
+
+std::string Summarize(Media::RunResult const& result, std::string const& output) {
+    auto const rate = [&](double count) { return result.seconds > 0 ? count / result.seconds : 0; };
+    std::string const size = FormatSize(result.bytes);
+    if (result.framesOut == 0 && result.audioSeconds > 0)
+        return fmt::format("{}: {}, {} in {:.1f} s, {:.1f}x real time", output, SummarizeAudio(result), size,
+                           result.seconds, rate(result.audioSeconds));
+    bool const worksOnAudio =
+        std::ranges::any_of(result.audioEncoders, [](std::string const& name) { return !name.empty(); });
+    std::string const encoder = result.videoEncoder.empty() ? "copied" : result.videoEncoder;
+    return fmt::format("{}: {} frames ({}){}, {} in {:.1f} s, {:.1f} fps", output, result.framesOut, encoder,
+                       worksOnAudio ? ", " + SummarizeAudio(result) : "", size, result.seconds,
+                       rate(static_cast<double>(result.framesOut)));
+}
+
+RunReport::RunReport(Console& console, bool isJson) : m_console(console), m_isJson(isJson) {}
+
+void RunReport::Begin(ProgressForm form, bool quiet, std::string const& input, std::string const& output) {
+    m_form = quiet && form != ProgressForm::Json ? ProgressForm::None : form;
+    m_quiet = quiet;
+    m_log.Write("tarsel", fmt::format("Started: \"{}\" to \"{}\"", input, output));
+    if (m_form == ProgressForm::Json)
+        WriteLine({{"type", "start"}, {"version", s_version}, {"input", input}, {"output", output}});
+}
+
+/// Of all passes, and never less than before.
+Media::RunProgress RunReport::MakeSteady(Media::RunProgress progress, int pass, int passes) {
+    progress = OfAll(progress, pass, passes);
+    if (progress.done >= 0)
+        m_done = progress.done = std::clamp(progress.done, std::max(m_done, 0.0), 1.0);
+    return progress;
+}
+
+void RunReport::Show(Media::RunProgress const& progress, int pass, int passes) {
+    if (m_form == ProgressForm::None)
+        return;
+    Media::RunProgress const steady = MakeSteady(progress, pass, passes);
+    if (m_form == ProgressForm::Bar) {
+        ShowProgressLine(m_console, steady);
+        return;
+    }
+    if (m_form == ProgressForm::Json) {
+        WriteLine(ToJson(steady, pass, passes));
+        return;
+    }
+    constexpr std::chrono::seconds pause(1);
+    Clock::time_point const now = Clock::now();
+    std::string const text = RenderProgressText(steady);
+    if (now - m_shown < pause || text.empty())
+        return;
+    m_shown = now;
+    m_console.Print("tarsel: " + text.substr(text.find_first_not_of(' ')));
+}
+
+void RunReport::AddNotes(std::vector<std::string> const& notes) {
+    m_console.SetStatus({});
+    for (std::string const& note : notes)
+        if (!note.empty())
+            m_notes.push_back(MakeSentence(note));
+}
+
+void RunReport::SetResult(std::string const& output, Media::RunResult const& result,
+                          std::string const& times) {
+    AddNotes(result.notes);
+    m_outcome = {output, result, times};
+}
+
+void RunReport::End() {
+    m_console.SetStatus({});
+    if (std::string const note = m_log.GetNote(); !note.empty())
+        m_notes.push_back(note);
+    for (std::string const& note : m_notes)
+        m_log.Write("tarsel", note);
+    m_log.Write("tarsel", "Done");
+    if (m_outcome && m_form == ProgressForm::Json) {
+        EndForPrograms(*m_outcome);
+        return;
+    }
+    if (!m_quiet)
+        m_console.PrintNotes(m_notes);
+    bool const shows =
+        m_form == ProgressForm::Plain || (m_form == ProgressForm::Bar && m_console.IsTerminal());
+    if (m_outcome && shows)
+        m_console.Print(Summarize(m_outcome->result, m_outcome->output));
+}
+
+void RunReport::EndForPrograms(Outcome const& outcome) const {
+    Media::RunResult const& result = outcome.result;
+    Json audio = Json::array();
+    for (std::string const& encoder : result.audioEncoders)
+        audio.push_back(NameToJson(encoder));
+    Json line{{"type", "result"},
+              {"output", outcome.output},
+              {"frames", result.framesOut},
+              {"audio_seconds", NumberToJson(result.audioSeconds)},
+              {"seconds", NumberToJson(result.seconds)},
+              {"bytes", result.bytes},
+              {"video_encoder", NameToJson(result.videoEncoder)},
+              {"audio_encoders", std::move(audio)},
+              {"notes", m_notes}};
+    if (!outcome.times.empty())
+        line["times"] = Json::parse(outcome.times);
+    WriteLine(line);
+}
+
+void RunReport::Fail(int exitCode, std::string const& message) {
+    m_log.Write("tarsel", "Failed: " + message);
+    if (m_isJson)
+        WriteLine({{"type", "error"}, {"exit_code", exitCode}, {"message", message}});
+}
+
+} // namespace Tarsel::Tools
