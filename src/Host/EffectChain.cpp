@@ -143,17 +143,18 @@ template class EffectChain<AudioMedium>;
 VideoChain::VideoChain() = default;
 VideoChain::~VideoChain() = default;
 
-void VideoChain::Append(SP<Effect> const& effect, std::string label, MakeEffect another) {
-    if (m_threads == 1 || !effect || !another || !VideoSegment::CanTake(*effect)) {
-        Append(effect, std::move(label));
+void VideoChain::Append(SP<Effect> const& effect, std::string label, MakeEffect another, StepTimes times) {
+    auto& steps = GetSteps();
+    label = MakeLabel(effect.get(), std::move(label));
+    if (m_threads == 1 || !another || !VideoSegment::CanTake(*effect)) {
+        steps.push_back(std::make_unique<VideoStep>(effect, std::move(label), std::move(times)));
         return;
     }
-    auto& steps = GetSteps();
     auto* segment = steps.empty() ? nullptr : dynamic_cast<VideoSegment*>(steps.back().get());
     if (segment == nullptr)
         segment =
             static_cast<VideoSegment*>(steps.emplace_back(std::make_unique<VideoSegment>(m_threads)).get());
-    segment->Append(effect, MakeLabel(effect.get(), std::move(label)), std::move(another));
+    segment->Append(effect, std::move(label), std::move(another), std::move(times));
 }
 
 AudioChain::AudioChain() = default;

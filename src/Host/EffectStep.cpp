@@ -174,6 +174,8 @@ void ReadStep(EffectStep const& step, Proc::Settings& settings) {
         Proc::WriteField(settings, *enabled, true);
     if (!step.settings.empty())
         settings.Deserialize(step.settings);
+    CheckMovingValues(step.times.moving, settings);
+    (void)WriteValuesAt(StepTimes::s_always, step.times.moving, settings);
 }
 
 /// `create` is the factory's operation for this kind.
@@ -194,7 +196,10 @@ EffectStep ParseEffectStep(std::string const& text) {
     std::vector<std::string> const words = SplitWords(text);
     if (words.empty())
         ThrowUnreadable("Name an effect: the text is empty");
-    EffectStep step{words.front(), {}};
+    std::size_t const at = words.front().find('@');
+    EffectStep step{words.front().substr(0, at), {}};
+    if (at != std::string::npos)
+        step.times = ParseStepTimes(std::string_view(words.front()).substr(at + 1));
     std::set<std::string_view> keys;
     for (std::string_view word : std::span(words).subspan(1)) {
         std::size_t const sign = word.find('=');
@@ -202,6 +207,11 @@ EffectStep ParseEffectStep(std::string const& text) {
             ThrowUnreadable(fmt::format("{}: \"{}\" is not key=value", step.classId, word));
         if (!keys.insert(word.substr(0, sign)).second)
             ThrowUnreadable(fmt::format("{}: \"{}\" is given twice", step.classId, word.substr(0, sign)));
+        if (MovingValue moving; sign != word.npos && ParseMovingValue(word.substr(sign + 1), moving)) {
+            moving.key = word.substr(0, sign);
+            step.times.moving.push_back(std::move(moving));
+            continue;
+        }
         if (!step.settings.empty())
             step.settings += ':';
         step.settings += EscapeValue(word);

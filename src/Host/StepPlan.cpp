@@ -70,8 +70,8 @@ StepPlan<Format> Plan(Effect& effect, Format const& format) {
 } // namespace
 
 StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const& effect,
-                                           Conf::IFormatCodecVideo const& input) {
-    VideoStep const step(effect, {});
+                                           Conf::IFormatCodecVideo const& input, StepTimes const& times) {
+    VideoStep const step(effect, {}, times);
     Conf::FrameInfo const info = input.GetFrameInfo();
     SP<Conf::IFormatCodecVideo> inner;
     if (auto const adapter = step.MakeAdapter({input.GetPixelFormat(), info.width, info.height})) {
@@ -80,7 +80,15 @@ StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const&
         inner->SetPixelFormat(form.format);
         inner->InitByPixelAspect(form.width, form.height, info.aspectNum, info.aspectDen);
     }
+    auto const asSet = effect->GetSettingsBase().Clone();
+    auto const asTheyEnd = asSet->Clone();
+    if (WriteValuesAt(StepTimes::s_forever, times.moving, *asTheyEnd))
+        effect->SetSettings(*asTheyEnd);
     auto plan = Plan<Proc::IEffectDetailsVideo>(*effect, inner ? *inner : input);
+    if (!times.moving.empty())
+        effect->SetSettings(*asSet);
+    if (!times.moving.empty())
+        plan.idle.clear();
     plan.inner = std::move(inner);
     plan.output = Copy(input);
     step.UpdateFormatCodec(plan.output);
@@ -88,7 +96,7 @@ StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const&
 }
 
 StepPlan<Conf::IFormatCodecAudio> PlanStep(SP<Proc::IOneInputEffectAudio> const& effect,
-                                           Conf::IFormatCodecAudio const& input) {
+                                           Conf::IFormatCodecAudio const& input, StepTimes const&) {
     auto plan = Plan<Proc::IEffectDetailsAudio>(*effect, input);
     plan.output = Copy(input);
     effect->UpdateFormatCodec(plan.output);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Core/Api.h"
+#include "Host/StepTimes.h"
 #include "Proc/Interfaces/IOneInputEffectAudio.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 
@@ -25,12 +26,15 @@ struct StepPlan {
     SP<Format> output{};
 };
 
-/// Plans a step whose input has this format, without data. An effect that would be idle loses what it holds:
+/// Plans a step whose input has this format, without data; of values that move, as they end, and they are
+/// taken to make it work some time. Audio has no times yet. An effect that would be idle loses what it holds:
 /// other settings are tried on it, and its own set again. Throws as the effect's UpdateFormatCodec and
 /// Describe. As threads go, a call of the effect.
 TARSEL_API StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const& effect,
-                                                      Conf::IFormatCodecVideo const& input);
+                                                      Conf::IFormatCodecVideo const& input,
+                                                      StepTimes const& times = {});
 TARSEL_API StepPlan<Conf::IFormatCodecAudio> PlanStep(SP<Proc::IOneInputEffectAudio> const& effect,
-                                                      Conf::IFormatCodecAudio const& input);
+                                                      Conf::IFormatCodecAudio const& input,
+                                                      StepTimes const& times = {});
 
 } // namespace Tarsel::Host

@@ -2,6 +2,7 @@
 
 #include "Conf/IFormatCodecVideo.h"
 #include "Host/EffectChain.h"
+#include "Host/StepTimes.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 
 #include <functional>
@@ -47,8 +48,13 @@ public:
     /// `effect` itself sees none. Results, their order and the failures are those of a single thread; a
     /// result or a failure may come after a later frame was fed. As many frames are on their way as there are
     /// threads, and two. A host may set other settings between frames. A null `another` stands for none.
+    ///
+    /// `times` say when the effect works: frames of other times pass untouched, those that it still holds
+    /// come out before them, and what it makes has the form of what went in (EffectException for one that
+    /// changes the size). Values that move are set by the time of each frame. SettingsException where they
+    /// are not legal, or the effect needs other frames than the present one and is to fade or to move.
     /// EffectException for a null effect, and later for one that is not made.
-    void Append(SP<Effect> const& effect, std::string label, MakeEffect another);
+    void Append(SP<Effect> const& effect, std::string label, MakeEffect another, StepTimes times = {});
 
 private:
     int m_threads = 1;

@@ -33,6 +33,13 @@ TEST_F(ExplainTool, TellsWhoseWorkEachStepIsAndWhatItMakes) {
                             "  output: 641x480 gray\n"
                             "output: 641x480 gray\n");
 
+    EXPECT_EQ(Run("explain -e 'blur@1-~0.5 sigma=0..20@1-3' --frame 64x48:yuv420p").out,
+              "input: 64x48 yuv420p\n"
+              "step 1 (blur)\n"
+              "  filter: gblur=steps=1:planes=15:sigma=20:sigmaV=20\n"
+              "  works from 1 s, fading over 0.5 s; sigma from 0 at 1 s to 20 at 3 s\n"
+              "output: 64x48 yuv420p\n");
+
     EXPECT_EQ(Run("explain -e 'resample rate=44100' -e 'echo echos=500/0.5' --audio 48000:fltp:5.1").out,
               "input: 48000 Hz fltp 5.1\n"
               "step 1 (resample)\n"
@@ -52,11 +59,11 @@ TEST_F(ExplainTool, JsonTellsTheSame) {
         {"width": 720, "height": 577, "pixelFormat": "yuva420p", "pixelAspect": [16, 15]})"));
     EXPECT_EQ(explained.at("steps").at(0), json::parse(R"(
         {"effect": "transpose", "work": "filter", "description": "transpose=dir=1", "idle": null,
-         "converted": null,
+         "times": null, "converted": null,
          "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
     EXPECT_EQ(explained.at("steps").at(1), json::parse(R"(
         {"effect": "flip", "work": "none", "description": "",
-         "idle": "does nothing; set horizontal=1 or vertical=1", "converted": null,
+         "idle": "does nothing; set horizontal=1 or vertical=1", "times": null, "converted": null,
          "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
 }
 

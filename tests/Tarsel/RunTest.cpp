@@ -94,6 +94,28 @@ TEST_F(RunTool, PicturesAreThoseOfTheFilterText) {
     }
 }
 
+TEST_F(RunTool, StepsWorkAtTheirTimes) {
+    MakeFilm("film.mkv", "-f lavfi -i testsrc2=s=64x48:r=8 -t 3 -pix_fmt yuv420p -c:v ffv1");
+    EXPECT_EQ(
+        RunForNotes("run film.mkv out.mkv -e 'blur@1-2 sigma=1' -e 'blur@1.5- sigma=3' --video-codec ffv1"),
+        "");
+    EXPECT_EQ(HashPictures("-i out.mkv"),
+              HashPictures("-i film.mkv -vf \"gblur=sigma=1:enable='gte(t,1)*lt(t,2)',"
+                           "gblur=sigma=3:enable='gte(t,1.5)'\""));
+    std::string const end = " it cannot work on a part of the video";
+    ExpectRefusals({
+        {"run film.mkv o.mkv -e 'resize@1-2 width=32'", 3,
+         "step 1 (resize): It changes the size of frames from 64x48 to 32x24:" + end},
+        {"run film.mkv o.mkv -e 'deshake@1-2~0.1'", 1,
+         "step 1 (deshake): deshake depends on neighboring frames: it cannot fade"},
+        {"run film.mkv o.mkv -e 'blur sigma=0..9999@1-2'", 1,
+         "-e \"blur sigma=0..9999@1-2\": blur: sigma=9999 is out of range: 0 to 1024"},
+        {"run film.mkv o.mkv -e 'reverb@1-2'", 1,
+         "-e \"reverb@1-2\": Remove \"from 1 s to 2 s\": reverb works on all of "
+         "the audio, with the same settings"},
+    });
+}
+
 TEST_F(RunTool, StepsThatDoNothingAreNamedAndTheirStreamsCopied) {
     MakePhoneFilm();
     struct {
@@ -211,7 +233,7 @@ TEST_F(RunTool, TerminalShowsProgressAndASummary) {
     std::string const run = "run film.mp4 out.mp4 --overwrite -e 'flip horizontal=1'";
     auto const told = runOnTerminal(run);
     EXPECT_THAT(told, HasSubstr("100%"));
-    EXPECT_THAT(told, HasSubstr("out.mp4: 50 frames (libx264),  "));
+    EXPECT_THAT(told, HasSubstr("out.mp4: 50 frames (libx264), "));
     // Each state of the line begins at the left edge and stays clear of the right one.
     std::istringstream states(told.substr(0, told.find("out.mp4")));
     for (std::string state; std::getline(states, state, '\r');)
@@ -225,7 +247,7 @@ TEST_F(RunTool, VerboseShowsFFmpegsLogAndTheSite) {
     auto const result = Run("run missing.mp4 out.mp4 --verbose");
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_THAT(result.err, HasSubstr("\n  thrown at: Media/"));
-    EXPECT_THAT(result.err, HasSubstr("\n  in: main\n"));
+    EXPECT_THAT(result.err, HasSubstr("\n  in: _start\n"));
     MakeSmallFilm();
     EXPECT_THAT(Run("run film.mp4 out.mp4 -e 'flip horizontal=1' --verbose").err, HasSubstr("[libx264] "));
 }

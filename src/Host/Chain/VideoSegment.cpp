@@ -28,10 +28,12 @@ bool VideoSegment::CanTake(Effect const& effect) {
     return details != nullptr && details->GetTraits().frameIndependent && HoldsNothing(details->GetTraits());
 }
 
-void VideoSegment::Append(SP<Effect> effect, std::string label, VideoChain::MakeEffect another) {
-    m_asked.push_back(std::make_unique<VideoStep>(effect, label));
+void VideoSegment::Append(SP<Effect> effect, std::string label, VideoChain::MakeEffect another,
+                          StepTimes times) {
+    m_asked.push_back(std::make_unique<VideoStep>(effect, label, times));
     auto settings = effect->GetSettingsBase().Clone();
-    m_sources.push_back({std::move(effect), std::move(label), std::move(another), std::move(settings)});
+    m_sources.push_back(
+        {std::move(effect), std::move(label), std::move(another), std::move(times), std::move(settings)});
 }
 
 auto VideoSegment::MakeWorker() const -> Worker {
@@ -41,7 +43,7 @@ auto VideoSegment::MakeWorker() const -> Worker {
         if (!effect)
             Core::Throw<Proc::EffectException>("The maker of " + source.label + " returned no effect");
         effect->SetSettings(*source.settings);
-        worker.steps.push_back(std::make_unique<VideoStep>(effect, source.label));
+        worker.steps.push_back(std::make_unique<VideoStep>(effect, source.label, source.times));
     }
     return worker;
 }

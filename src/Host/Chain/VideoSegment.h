@@ -31,7 +31,7 @@ public:
     static bool CanTake(Effect const& effect);
 
     /// `another` makes more instances; they get the settings of `effect`, also when those change.
-    void Append(SP<Effect> effect, std::string label, VideoChain::MakeEffect another);
+    void Append(SP<Effect> effect, std::string label, VideoChain::MakeEffect another, StepTimes times);
 
     void Feed(SP<Proc::IDataVideo> const& frame) override;
     SP<Proc::IDataVideo> Take() override;
@@ -47,6 +47,7 @@ private:
         SP<Effect> effect;
         std::string label;
         VideoChain::MakeEffect another;
+        StepTimes times;
         /// Those that the instances have.
         std::unique_ptr<Proc::Settings> settings;
     };

@@ -4,7 +4,12 @@
 #include "Conf/PixFmtDescription.h"
 #include "Core/Stopwatch.h"
 #include "Core/Text.h"
+#include "Core/Throw.h"
+#include "Core/TimeText.h"
+#include "Host/Chain/FrameBlend.h"
 #include "Host/EffectRules.h"
+#include "Host/EffectSettings.h"
+#include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Field.h"
 #include "Proc/Settings/Settings.h"
 #include "Proc/Wrappers/FrameFields.h"
@@ -26,11 +31,30 @@ namespace {
 
 using Conf::PixFmtDescription;
 
+[[noreturn]] void ThrowChangesSize(PictureForm const& from, std::uint32_t width, std::uint32_t height) {
+    Core::Throw<Proc::EffectException>(fmt::format(
+        "It changes the size of frames from {}x{} to {}x{}: it cannot work on a part of the video",
+        from.width, from.height, width, height));
+}
+
 } // namespace
 
-VideoStep::VideoStep(SP<Proc::IOneInputEffectVideo> effect, std::string label)
+VideoStep::VideoStep(SP<Proc::IOneInputEffectVideo> effect, std::string label, StepTimes times)
     : ChainStep(std::move(effect), std::move(label)),
-      m_details(dynamic_cast<Proc::IEffectDetailsVideo const*>(&GetEffect())) {}
+      m_details(dynamic_cast<Proc::IEffectDetailsVideo const*>(&GetEffect())), m_times(std::move(times)) {
+    Labeled([&] { CheckTimes(); });
+}
+
+void VideoStep::CheckTimes() const {
+    bool const isIndependent = m_details != nullptr && m_details->GetTraits().frameIndependent &&
+                               HoldsNothing(m_details->GetTraits());
+    bool const wantsIndependent = m_times.fade > 0 || !m_times.moving.empty();
+    if (wantsIndependent && !isIndependent)
+        Core::Throw<Proc::SettingsException>(
+            fmt::format("{} depends on neighboring frames: {}", GetEffect().GetSettingsBase().GetClassId(),
+                        m_times.fade > 0 ? "it cannot fade" : "its values cannot move"));
+    CheckMovingValues(m_times.moving, GetEffect().GetSettingsBase());
+}
 
 template <class Convert>
 SP<Proc::IDataVideo> VideoStep::Timed(Convert const& convert) {
@@ -41,6 +65,15 @@ SP<Proc::IDataVideo> VideoStep::Timed(Convert const& convert) {
 
 void VideoStep::Feed(SP<Proc::IDataVideo> const& frame) {
     Labeled([&] {
+        if (!m_times.Covers(frame->GetTime())) {
+            LeaveRange();
+            m_ready.push_back(frame);
+            return;
+        }
+        m_isInside = true;
+        if (m_times.IsLimited())
+            m_untouched = frame;
+        MoveValues(frame->GetTime());
         PictureForm const form = GetForm(*frame);
         if (form != m_input)
             FitTo(form);
@@ -62,6 +95,7 @@ SP<Proc::IDataVideo> VideoStep::Take() {
 
 void VideoStep::End() {
     Labeled([&] { EndEffect(); });
+    m_isInside = false;
 }
 
 /// None for an effect that would pass such frames untouched.
@@ -73,6 +107,46 @@ std::optional<FrameAdapter> VideoStep::MakeAdapter(PictureForm const& form) cons
         m_details->Describe(Conf::FormatCodecVideo(form.format, {form.width, form.height, 0, 1})).empty())
         adapter.reset();
     return adapter;
+}
+
+void VideoStep::MoveValues(std::int64_t time) {
+    if (HasValuesAt(time, m_times.moving, GetEffect().GetSettingsBase()))
+        return;
+    auto const settings = GetEffect().GetSettingsBase().Clone();
+    WriteValuesAt(time, m_times.moving, *settings);
+    SetEffectSettings(GetEffect(), *settings);
+    m_input = {}; // what is converted depends on the settings
+}
+
+/// What the effect holds back belongs before the frame that it does not see.
+void VideoStep::LeaveRange() {
+    if (!std::exchange(m_isInside, false))
+        return;
+    EndEffect();
+    while (SP<Proc::IDataVideo> rest = TakeRestored())
+        m_ready.push_back(std::move(rest));
+}
+
+/// Between frames that pass untouched: in their form, and laid over its own.
+SP<Proc::IDataVideo> VideoStep::FitIntoRange(SP<Proc::IDataVideo> result) {
+    PictureForm const form = GetForm(*result);
+    if (form.width != m_input.width || form.height != m_input.height)
+        ThrowChangesSize(m_input, form.width, form.height);
+    if (form.format != m_input.format)
+        result = Timed([&]() -> SP<Proc::IDataVideo> {
+            return ConvertPixels(*result, m_input.format, m_untouched->GetColorSpace(), m_back);
+        });
+    std::uint32_t const weight = m_times.GetWeight(result->GetTime());
+    if (weight == s_fullWeight)
+        return result;
+    if (!CanBlend(m_input.format))
+        Core::Throw<Proc::EffectException>(
+            fmt::format("Convert to another pixel format before it: frames of {} cannot fade",
+                        PixFmtDescription::Find(m_input.format).GetName()));
+    if (result->GetAVFrame()->data[0] == m_untouched->GetAVFrame()->data[0])
+        return result; // passed as it is
+    Blend(*m_untouched, *result, weight);
+    return result;
 }
 
 /// What frames of the old form still hold back comes out in the old form.
@@ -99,32 +173,48 @@ SP<Proc::IDataVideo> VideoStep::TakeRestored() {
     NoteLosses(*result);
     NoteMixedFields(*result);
     NoteRounding(*result);
-    return m_adapter ? Timed([&] { return m_adapter->Restore(result); }) : result;
+    if (m_adapter)
+        result = Timed([&] { return m_adapter->Restore(result); });
+    return m_times.IsLimited() ? FitIntoRange(std::move(result)) : result;
 }
 
 void VideoStep::UpdateFormatCodec(SP<Conf::IFormatCodecVideo>& format) const {
     Labeled([&] {
         Conf::FrameInfo const info = format->GetFrameInfo();
-        std::optional<FrameAdapter> const adapter =
-            MakeAdapter({format->GetPixelFormat(), info.width, info.height});
-        if (!adapter) {
-            GetEffect().UpdateFormatCodec(format);
+        PictureForm const form{format->GetPixelFormat(), info.width, info.height};
+        Conf::ColorSpace const space = format->GetColorSpace();
+        AskEffect(format);
+        if (!m_times.IsLimited())
             return;
-        }
-        // The effect is asked about what it gets, by the same object: it may look at the frame rate.
-        auto const ask = [&](PictureForm const& form) {
-            format->SetPixelFormat(form.format);
-            format->InitByPixelAspect(form.width, form.height, info.aspectNum, info.aspectDen);
-        };
-        ask(adapter->GetInner());
-        try {
-            GetEffect().UpdateFormatCodec(format);
-        } catch (...) {
-            ask(adapter->GetOuter());
-            throw;
-        }
-        adapter->Restore(*format);
+        if (Conf::FrameInfo const now = format->GetFrameInfo();
+            now.width != form.width || now.height != form.height)
+            ThrowChangesSize(form, now.width, now.height);
+        format->SetPixelFormat(form.format);
+        format->SetColorSpace(space);
     });
+}
+
+void VideoStep::AskEffect(SP<Conf::IFormatCodecVideo>& format) const {
+    Conf::FrameInfo const info = format->GetFrameInfo();
+    std::optional<FrameAdapter> const adapter =
+        MakeAdapter({format->GetPixelFormat(), info.width, info.height});
+    if (!adapter) {
+        GetEffect().UpdateFormatCodec(format);
+        return;
+    }
+    // The effect is asked about what it gets, by the same object: it may look at the frame rate.
+    auto const ask = [&](PictureForm const& form) {
+        format->SetPixelFormat(form.format);
+        format->InitByPixelAspect(form.width, form.height, info.aspectNum, info.aspectDen);
+    };
+    ask(adapter->GetInner());
+    try {
+        GetEffect().UpdateFormatCodec(format);
+    } catch (...) {
+        ask(adapter->GetOuter());
+        throw;
+    }
+    adapter->Restore(*format);
 }
 
 /// Whether frames do not pass untouched, and the effect says that no alpha comes out as it went in.

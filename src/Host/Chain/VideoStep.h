@@ -2,6 +2,7 @@
 
 #include "Host/Chain/ChainStep.h"
 #include "Host/Chain/FrameAdapter.h"
+#include "Host/StepTimes.h"
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 
@@ -15,8 +16,8 @@ namespace Tarsel::Host {
 /// and what it hands out checked. Exceptions leave with the step's label under TagStep. Not synchronized.
 class VideoStep final : public ChainStep<VideoMedium> {
 public:
-    /// `effect` is not null.
-    VideoStep(SP<Proc::IOneInputEffectVideo> effect, std::string label);
+    /// `effect` is not null. SettingsException for times that the effect cannot follow.
+    VideoStep(SP<Proc::IOneInputEffectVideo> effect, std::string label, StepTimes times = {});
 
     void Feed(SP<Proc::IDataVideo> const& frame) override;
     SP<Proc::IDataVideo> Take() override;
@@ -28,6 +29,11 @@ public:
     std::optional<FrameAdapter> MakeAdapter(PictureForm const& form) const;
 
 private:
+    void CheckTimes() const;
+    void AskEffect(SP<Conf::IFormatCodecVideo>& format) const;
+    void MoveValues(std::int64_t time);
+    void LeaveRange();
+    SP<Proc::IDataVideo> FitIntoRange(SP<Proc::IDataVideo> result);
     void FitTo(PictureForm const& form);
     template <class Convert>
     SP<Proc::IDataVideo> Timed(Convert const& convert);
@@ -39,6 +45,12 @@ private:
 
     /// The effect as one that tells about itself; null when it is none. Lives as long as the effect.
     Proc::IEffectDetailsVideo const* m_details;
+
+    StepTimes m_times;
+    /// Whether the effect has had frames since it last ended; and the last of them, where times are limited.
+    bool m_isInside = false;
+    SP<Proc::IDataVideo const> m_untouched;
+    Proc::KeptScaler m_back;
 
     std::optional<FrameAdapter> m_adapter;
     /// What went in last, and what came out of it last.

@@ -21,11 +21,11 @@ namespace {
 template <class Effect, class Format>
 bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::vector<std::string>& notes) {
     bool areAllIdle = true;
-    for (auto const& [effect, label, another] : steps) {
+    for (auto const& [effect, label, another, times] : steps) {
         Host::StepPlan<Format> plan;
         try {
             Host::FFmpegMessages::Trial const trial;
-            plan = Host::PlanStep(effect, *format);
+            plan = Host::PlanStep(effect, *format, times);
         } catch (std::exception const&) {
             return false; // the work itself will say so
         }
@@ -52,8 +52,8 @@ std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInf
         m_video.emplace_back().notes.emplace_back(
             "Dropped the input's orientation tag, which is neither a mirroring nor a "
             "quarter turn: the effects used the frames as stored.");
-    for (auto const& [effect, label, another] : effects)
-        steps.Append(effect, label, another);
+    for (auto const& [effect, label, another, times] : effects)
+        steps.Append(effect, label, another, times);
     if (m_palettes)
         steps.Append(m_palettes->effect, m_palettes->label, m_palettes->another);
     return chain;
@@ -101,7 +101,7 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
         return {};
     auto chain = std::make_unique<NotedAudioChain>(m_audio.emplace_back());
     int depth = 0;
-    for (auto const& [effect, label, another] : effects) {
+    for (auto const& [effect, label, another, times] : effects) {
         // A format that is named is wanted; others are what an effect reckons in.
         auto const* const resample = dynamic_cast<Proc::SettingsResample const*>(&effect->GetSettingsBase());
         if (resample != nullptr && resample->format != Conf::SampleFormats::Unknown)

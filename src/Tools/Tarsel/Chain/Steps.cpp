@@ -31,7 +31,8 @@ std::vector<Step<Effect>> MakeSteps(std::vector<StepText> const& steps, Make con
     std::vector<Step<Effect>> result;
     result.reserve(steps.size());
     for (StepText const& step : steps)
-        result.push_back({OnStep(step.text, make), step.label, nullptr});
+        result.push_back(
+            {OnStep(step.text, make), step.label, nullptr, Host::ParseEffectStep(step.text).times});
     return result;
 }
 
@@ -89,8 +90,12 @@ std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<Step
 }
 
 std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<StepText> const& steps) {
-    return MakeSteps<Proc::IOneInputEffectAudio>(
-        steps, [&](Host::EffectStep const& step) { return Host::MakeAudioEffect(*effects.factory, step); });
+    return MakeSteps<Proc::IOneInputEffectAudio>(steps, [&](Host::EffectStep const& step) {
+        if (std::string const times = Host::Describe(step.times); !times.empty())
+            Core::Throw<Proc::SettingsException>(fmt::format(
+                "Remove \"{}\": {} works on all of the audio, with the same settings", times, step.classId));
+        return Host::MakeAudioEffect(*effects.factory, step);
+    });
 }
 
 SP<Proc::IOneInputEffectVideo> MakeOrientationEffect(Effects const& effects,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Conf/DisplayMatrix.h"
+#include "Host/StepTimes.h"
 #include "Proc/Interfaces/IOneInputEffectAudio.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Chain/Effects.h"
@@ -38,7 +39,8 @@ struct Step {
     SP<Effect> effect;
     std::string label;
     /// Makes another one, with the settings of the step; null where there can be only one.
-    std::function<SP<Effect>()> another;
+    std::function<SP<Effect>()> another{};
+    Host::StepTimes times{};
 };
 using VideoStep = Step<Proc::IOneInputEffectVideo>;
 using AudioStep = Step<Proc::IOneInputEffectAudio>;

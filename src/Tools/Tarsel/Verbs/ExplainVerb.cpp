@@ -53,6 +53,8 @@ struct Explanation {
     bool isFilterText = false;
     /// What would make an effect work that passes everything untouched; "" for others.
     std::string idle;
+    /// When it works; "" for always.
+    std::string times;
     /// What the effect gets, where the input is converted for it and the result back.
     std::optional<FormatText> converted;
     FormatText output;
@@ -88,14 +90,15 @@ FormatText Show(Conf::IFormatCodecAudio const& format) {
 template <class Effect, class Format>
 Explanations Explain(std::vector<Step<Effect>> const& steps, SP<Format> format) {
     Explanations result{Show(*format), {}};
-    for (auto const& [effect, label, another] : steps) {
+    for (auto const& [effect, label, another, times] : steps) {
         try {
-            Host::StepPlan<Format> const plan = Host::PlanStep(effect, *format);
+            Host::StepPlan<Format> const plan = Host::PlanStep(effect, *format, times);
             result.steps.push_back({effect->GetSettingsBase().GetClassId(),
                                     label,
                                     plan.description,
                                     plan.isFilterText,
                                     plan.idle,
+                                    Describe(times),
                                     {},
                                     Show(*plan.output)});
             if (plan.inner)
@@ -132,6 +135,8 @@ std::string ToText(Explanations const& explanations) {
             text += fmt::format("  {}\n", step.idle);
         else
             text += fmt::format("  {}: {}\n", step.isFilterText ? "filter" : "built-in", *step.description);
+        if (!step.times.empty())
+            text += fmt::format("  works {}\n", step.times);
         if (step.output != *format)
             text += fmt::format("  output: {}\n", step.output.words);
         format = &step.output;
@@ -146,6 +151,7 @@ std::string ToText(Explanations const& explanations) {
 ///   untouched; "unknown", the effect does not tell;
 /// - "description": that text, or words for people; "" for "none", null for "unknown";
 /// - "idle": for "none" what would make the effect work, else null;
+/// - "times": when it works, and what moves, in words; null for all the time;
 /// - "converted": the format that the effect gets, where the host converts to it and back, else null;
 /// - "output", the format that comes out.
 /// A picture's format has "width", "height", "pixelFormat" and "pixelAspect", an array of two; that of audio
@@ -157,6 +163,7 @@ std::string ToJson(Explanations const& explanations) {
                          {"work", GetWork(step)},
                          {"description", step.description ? Json(*step.description) : Json()},
                          {"idle", step.idle.empty() ? Json() : Json(step.idle)},
+                         {"times", step.times.empty() ? Json() : Json(step.times)},
                          {"converted", step.converted ? step.converted->json : Json()},
                          {"output", step.output.json}});
     Json const document{{"input", explanations.input.json}, {"steps", std::move(steps)}};

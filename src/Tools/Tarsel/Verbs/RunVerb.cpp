@@ -201,6 +201,7 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     command->add_flag("--time", arguments->time, "Print where the time went");
     common.AddTo(*command);
     command->footer("EFFECT is \"NAME KEY=VALUE...\"; a flag alone means 1, as in \"flip horizontal\".\n"
+                    "NAME@2.5-7 works from second 2.5 to 7, KEY=0..20@1-3 moves from 0 to 20.\n"
                     "\"tarsel list\" shows names and keys. Video effects get frames turned upright, as\n"
                     "the orientation tag says; audio effects apply to every audio stream. Subtitles,\n"
                     "chapters and metadata are copied. So are video and audio that no effect changes,\n"
