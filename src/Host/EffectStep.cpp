@@ -236,6 +236,24 @@ std::optional<std::string> TakeSetting(EffectStep& step, std::string_view key) {
     return value;
 }
 
+void AddSetting(EffectStep& step, std::string_view key, std::string_view value) {
+    if (!step.settings.empty())
+        step.settings += ':';
+    step.settings += EscapeValue(fmt::format("{}={}", key, value));
+}
+
+std::vector<std::pair<std::string, std::optional<std::string>>> ListSettings(EffectStep const& step) {
+    std::vector<std::pair<std::string, std::optional<std::string>>> settings;
+    for (std::string_view rest = step.settings; !rest.empty();) {
+        std::string const word = UnescapeValue(CutSetting(rest));
+        std::size_t const sign = word.find('=');
+        settings.emplace_back(word.substr(0, sign), std::nullopt);
+        if (sign != std::string::npos)
+            settings.back().second = word.substr(sign + 1);
+    }
+    return settings;
+}
+
 SP<Proc::IOneInputEffectVideo> MakeVideoEffect(EffectFactory const& factory, EffectStep const& step) {
     return MakeEffect<Proc::IOneInputEffectVideo>(factory, step, EffectKind::Video,
                                                   &EffectFactory::CreateVideoEffect);

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace Tarsel::Host {
 
@@ -29,6 +31,12 @@ TARSEL_API EffectStep ParseEffectStep(std::string const& text);
 /// Takes one setting out of the step: its value as the user wrote it, or nothing where it is not given. For
 /// what is a setting to users and none to the effect. Any thread.
 TARSEL_API std::optional<std::string> TakeSetting(EffectStep& step, std::string_view key);
+
+/// Adds one; the value as users write it. Any thread that alone uses the step.
+TARSEL_API void AddSetting(EffectStep& step, std::string_view key, std::string_view value);
+/// Key and value of each, in their order; no value for a flag alone. Any thread.
+TARSEL_API std::vector<std::pair<std::string, std::optional<std::string>>>
+ListSettings(EffectStep const& step);
 
 /// Makes the effect of that class, the implementation registered first, with the step's settings on top of
 /// those it starts with, values that move as they begin; an effect with a switch "enabled" is on unless the

@@ -116,15 +116,20 @@ StepTimes ParseStepTimes(std::string_view text) {
         times.from = ReadTime(from, whole);
     if (!range.empty())
         times.to = ReadTime(range, whole);
+    if (std::string const fault = FindFault(times); !fault.empty())
+        Core::Throw<Proc::SettingsException>(fmt::format("{}: \"@{}\"", fault, whole));
+    return times;
+}
+
+std::string FindFault(StepTimes const& times) {
     if (times.from >= times.to)
-        Core::Throw<Proc::SettingsException>(
-            fmt::format("Let the step end after it begins: \"@{}\" has no length", whole));
+        return "Let the step end after it begins";
+    if (times.fade > 0 && !times.IsLimited())
+        return "Say from when or to when the step works, which is to fade";
     if (times.from != StepTimes::s_always && times.to != StepTimes::s_forever &&
         times.fade > (times.to - times.from) / 2)
-        Core::Throw<Proc::SettingsException>(fmt::format("Fade for at most half of the range: {} of \"@{}\"",
-                                                         Core::SecondsText((times.to - times.from) / 2),
-                                                         whole));
-    return times;
+        return "Fade for at most half of the range, " + Core::SecondsText((times.to - times.from) / 2);
+    return {};
 }
 
 bool ParseMovingValue(std::string_view text, MovingValue& moving) {

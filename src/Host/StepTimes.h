@@ -58,6 +58,9 @@ constexpr std::uint32_t s_fullWeight = 65536;
 /// Any thread.
 TARSEL_API StepTimes ParseStepTimes(std::string_view text);
 
+/// Why the times cannot be those of a step: "it ends before it begins"; "" when they can. Any thread.
+TARSEL_API std::string FindFault(StepTimes const& times);
+
 /// Whether the value of a setting is one that moves: "0..20@1-3" goes from 0 to 20 between second 1 and 3,
 /// "5@0,8@2" from point to point; both can be mixed with commas; ",smooth" at the end. Then `moving` gets its
 /// points. SettingsException for a text that begins like one and is none. Any thread.

@@ -67,7 +67,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {"run a.mp4 b.mp4 -e flip horizontal=1", 1, "Write -e \"NAME horizontal=1\": *"},
         {run, 1, "Add OUTPUT" + useRun},
         {"run", 1, "Add INPUT and OUTPUT" + useRun},
-        {"explain --frame 8x8:gray", 1, "Add --effect EFFECT\n*"},
+        {"explain --frame 8x8:gray", 1, "Add -e EFFECT or --chain FILE\n*"},
         {run + "o.mp4 -e", 1, "Give --effect a value: --effect EFFECT" + useRun},
         {run + "o.mp4 --at 1 --at 2", 1, "Give --at once, not 2 times" + useRun},
         {run + "o.mp4 --at", 1, "Give --at a value: --at SECONDS" + useRun},

@@ -123,10 +123,10 @@ ExitCode Run(int argc, char const* const* argv, Console& console, RunReport& rep
 
     CommonOptions options;
     std::array const verbs{
-        AddRunVerb(app, options),   AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
-        AddMixVerb(app, options),   AddToneVerb(app, options),      AddMeterVerb(app, options),
-        AddListVerb(app, options),  AddExplainVerb(app, options),   AddCheckVerb(app, options),
-        AddBenchVerb(app, options), AddCompleteVerb(app, options)};
+        AddRunVerb(app, options),  AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
+        AddMixVerb(app, options),  AddToneVerb(app, options),      AddMeterVerb(app, options),
+        AddListVerb(app, options), AddExplainVerb(app, options),   AddCheckVerb(app, options),
+        AddSaveVerb(app, options), AddBenchVerb(app, options),     AddCompleteVerb(app, options)};
     try {
         std::vector<std::string> arguments = ReadArguments(argc, argv);
         app.parse(arguments);

@@ -92,7 +92,7 @@ std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::MakeForReEncoding(Media::V
 }
 
 Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
-                                          std::vector<StepText> const& steps) {
+                                          std::vector<AskedStep> const& steps) {
     auto const makeFormat = [&] {
         return SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(stream.format));
     };

@@ -35,7 +35,7 @@ public:
                                                                 std::vector<VideoStep> const& steps);
     /// A chain of effects of its own for an audio stream; none where all of them leave it as it is. Notes
     /// which of them do.
-    Media::AudioEffects MakeAudio(Media::AudioStreamInfo const& stream, std::vector<StepText> const& steps);
+    Media::AudioEffects MakeAudio(Media::AudioStreamInfo const& stream, std::vector<AskedStep> const& steps);
     /// Chains that are made from now on end in palettes where the output holds nothing else (.gif). Throws as
     /// Media::FindVideoFormats.
     void FitTo(Media::RunOptions const& options);

@@ -1,39 +1,59 @@
 #include "Tools/Tarsel/Chain/Steps.h"
 
 #include "Core/Throw.h"
-#include "Host/EffectStep.h"
+#include "Host/ChainFile.h"
 #include "Host/VideoChain.h"
+#include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Orientation.h"
 
 #include <fmt/format.h>
 
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <system_error>
 #include <utility>
 
 namespace Tarsel::Tools {
 namespace {
 
-/// Does `work` on a step; what it throws leaves with the text.
+/// Does `work`; what it throws leaves with the origin.
 template <class Work>
-decltype(auto) OnStep(std::string const& text, Work const& work) {
+decltype(auto) At(std::string const& origin, Work const& work) {
     try {
-        return work(Host::ParseEffectStep(text));
+        return work();
     } catch (boost::exception& exception) {
-        exception << Host::TagStep(fmt::format("-e \"{}\"", text));
+        exception << Host::TagStep(origin);
         throw;
     }
 }
 
 /// `make` makes the effect of one step.
 template <class Effect, class Make>
-std::vector<Step<Effect>> MakeSteps(std::vector<StepText> const& steps, Make const& make) {
+std::vector<Step<Effect>> MakeSteps(std::vector<AskedStep> const& steps, Make const& make) {
     std::vector<Step<Effect>> result;
     result.reserve(steps.size());
-    for (StepText const& step : steps)
-        result.push_back(
-            {OnStep(step.text, make), step.label, nullptr, Host::ParseEffectStep(step.text).times});
+    for (auto const& [step, origin, label] : steps)
+        result.push_back({At(origin, [&] { return make(step); }), label, nullptr, step.times});
     return result;
+}
+
+std::string ReadText(std::string const& path) {
+    struct Close {
+        void operator()(std::FILE* file) const noexcept { (void)std::fclose(file); }
+    };
+    std::unique_ptr<std::FILE, Close> const file(std::fopen(path.c_str(), "re"));
+    std::string text;
+    std::array<char, 4096> part{};
+    while (file && std::feof(file.get()) == 0 && std::ferror(file.get()) == 0)
+        text.append(part.data(), std::fread(part.data(), 1, part.size(), file.get()));
+    if (!file || std::ferror(file.get()) != 0)
+        Core::Throw<Media::InputException>(
+            fmt::format("Cannot read the chain: {}", std::generic_category().message(errno)));
+    return text;
 }
 
 bool IsOfKind(Effects const& effects, std::string const& classId, Host::EffectKind kind) {
@@ -53,26 +73,32 @@ SP<Proc::IOneInputEffectVideo> MakePairedEffect(Effects const& effects, Host::Ef
 
 } // namespace
 
-std::vector<StepText> LabelSteps(std::vector<std::string> const& steps) {
-    std::vector<StepText> result;
-    for (std::string const& text : steps)
-        OnStep(text, [&](Host::EffectStep const& step) {
-            result.push_back({text, fmt::format("step {} ({})", result.size() + 1, step.classId)});
-        });
-    return result;
+std::vector<AskedStep> ReadSteps(StepArguments const& arguments) {
+    std::vector<AskedStep> steps;
+    auto const add = [&](Host::EffectStep step, std::string origin) {
+        std::string label = fmt::format("step {} ({})", steps.size() + 1, step.classId);
+        steps.push_back({std::move(step), std::move(origin), std::move(label)});
+    };
+    if (std::string const& file = arguments.chainFile; !file.empty())
+        for (auto& [step, line] : At(file, [&] { return Host::ReadChain(ReadText(file)); }))
+            add(std::move(step), fmt::format("{}:{}", file, line));
+    for (std::string const& text : arguments.effects) {
+        std::string origin = fmt::format("-e \"{}\"", text);
+        add(At(origin, [&] { return Host::ParseEffectStep(text); }), origin);
+    }
+    return steps;
 }
 
-SortedSteps SortSteps(Effects const& effects, std::vector<std::string> const& steps) {
+SortedSteps SortSteps(Effects const& effects, StepArguments const& arguments) {
     SortedSteps result;
-    for (StepText& step : LabelSteps(steps)) {
-        std::string const classId = Host::ParseEffectStep(step.text).classId;
-        bool const isAudio = IsOfKind(effects, classId, Host::EffectKind::Audio);
+    for (AskedStep& step : ReadSteps(arguments)) {
+        bool const isAudio = IsOfKind(effects, step.step.classId, Host::EffectKind::Audio);
         (isAudio ? result.audio : result.picture).push_back(std::move(step));
     }
     return result;
 }
 
-std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
+std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<AskedStep> const& steps,
                                         References& references) {
     auto result = MakeSteps<Proc::IOneInputEffectVideo>(steps, [&](Host::EffectStep const& step) {
         return IsOfKind(effects, step.classId, Host::EffectKind::TwoInputVideo)
@@ -80,7 +106,7 @@ std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<Step
                    : Host::MakeVideoEffect(*effects.factory, step);
     });
     for (std::size_t i = 0; i < steps.size(); ++i) {
-        Host::EffectStep const step = Host::ParseEffectStep(steps[i].text);
+        Host::EffectStep const& step = steps[i].step;
         if (!IsOfKind(effects, step.classId, Host::EffectKind::TwoInputVideo))
             result[i].another = [step, factory = effects.factory] {
                 return Host::MakeVideoEffect(*factory, step);
@@ -89,7 +115,7 @@ std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<Step
     return result;
 }
 
-std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<StepText> const& steps) {
+std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<AskedStep> const& steps) {
     return MakeSteps<Proc::IOneInputEffectAudio>(steps, [&](Host::EffectStep const& step) {
         if (std::string const times = Host::Describe(step.times); !times.empty())
             Core::Throw<Proc::SettingsException>(fmt::format(

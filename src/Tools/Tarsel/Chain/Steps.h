@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Conf/DisplayMatrix.h"
-#include "Host/StepTimes.h"
+#include "Host/EffectStep.h"
 #include "Proc/Interfaces/IOneInputEffectAudio.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Chain/Effects.h"
@@ -13,25 +13,38 @@
 
 namespace Tarsel::Tools {
 
-/// A step as the user wrote it, and what it is called in a chain, "step 2 (transpose)".
-struct StepText {
-    std::string text;
+/// The steps of a chain as the command line has them.
+struct StepArguments {
+    /// A chain file, whose steps come first; "" for none.
+    std::string chainFile;
+    /// As Host::ParseEffectStep reads them.
+    std::vector<std::string> effects;
+
+    bool IsEmpty() const noexcept { return chainFile.empty() && effects.empty(); }
+};
+
+/// A step as it was asked for.
+struct AskedStep {
+    Host::EffectStep step;
+    /// Where, for messages: "-e \"flip\"", "soft.json:4".
+    std::string origin;
+    /// What it is called in a chain, "step 2 (transpose)".
     std::string label;
 };
 
-/// The steps of a chain, numbered in their order. What Host::ParseEffectStep throws leaves with the text
-/// under Host::TagStep.
-std::vector<StepText> LabelSteps(std::vector<std::string> const& steps);
+/// The steps of a chain, numbered in their order. What Host::ParseEffectStep and Host::ReadChain throw leaves
+/// with the origin under Host::TagStep; Media::InputException for a file that cannot be read.
+std::vector<AskedStep> ReadSteps(StepArguments const& arguments);
 
 /// The steps of a chain, those on the picture apart from those on audio.
 struct SortedSteps {
-    std::vector<StepText> picture;
-    std::vector<StepText> audio;
+    std::vector<AskedStep> picture;
+    std::vector<AskedStep> audio;
 };
 
 /// Steps whose effect the registry has for audio are on audio; all others are on the picture, where it turns
-/// out what they are. Throws as LabelSteps.
-SortedSteps SortSteps(Effects const& effects, std::vector<std::string> const& steps);
+/// out what they are. Throws as ReadSteps.
+SortedSteps SortSteps(Effects const& effects, StepArguments const& arguments);
 
 /// An effect that has its settings, and what it is called in a chain; "" leaves that to the chain.
 template <class Effect>
@@ -45,12 +58,12 @@ struct Step {
 using VideoStep = Step<Proc::IOneInputEffectVideo>;
 using AudioStep = Step<Proc::IOneInputEffectAudio>;
 
-/// An effect for each step (see Host::ParseEffectStep and Host::MakeVideoEffect). What these throw leaves
-/// with the text under Host::TagStep. A two-input effect takes one setting more, "reference=FILE", and its
-/// second frames from there: the file is added to `references`. SettingsException without it.
-std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<StepText> const& steps,
+/// An effect for each step (see Host::MakeVideoEffect). What this throws leaves with the origin under
+/// Host::TagStep. A two-input effect takes one setting more, "reference=FILE", and its second frames from
+/// there: the file is added to `references`. SettingsException without it.
+std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<AskedStep> const& steps,
                                         References& references);
-std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<StepText> const& steps);
+std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<AskedStep> const& steps);
 
 /// The effect that brings the pixels into the orientation that `matrix` asks viewers for. The matrix must
 /// have an orientation (Conf::DisplayMatrix::GetOrientation).

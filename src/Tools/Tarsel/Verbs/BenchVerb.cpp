@@ -25,7 +25,7 @@ namespace {
 
 struct BenchArguments {
     std::string input;
-    std::vector<std::string> effects;
+    StepArguments steps;
     std::optional<int> threads;
     bool filtersOnly = false;
     bool json = false;
@@ -36,7 +36,7 @@ void Bench(BenchArguments const& arguments, Context const& context) {
     if (arguments.threads)
         Core::ThreadBudget::Set(*arguments.threads);
     ChainMaker maker(LoadEffects(context.options.plugin));
-    SortedSteps const steps = SortSteps(maker.GetEffects(), arguments.effects);
+    SortedSteps const steps = SortSteps(maker.GetEffects(), arguments.steps);
     if (!steps.audio.empty())
         Core::Throw<UsageException>("Remove " + steps.audio.front().label +
                                     ": bench measures effects on video; for audio, give run --time");
@@ -69,7 +69,7 @@ Verb AddBenchVerb(CLI::App& app, CommonOptions& common) {
     command->add_option("INPUT", arguments->input, "Video or image file to read")
         ->required()
         ->option_text(" ");
-    AddEffectOption(*command, arguments->effects);
+    AddStepOptions(*command, arguments->steps);
     AddThreadsOption(*command, arguments->threads);
     AddFiltersOnlyFlag(*command, arguments->filtersOnly);
     command->add_flag("--json", arguments->json, "Print JSON for programs");

@@ -29,7 +29,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 struct ExplainArguments {
-    std::vector<std::string> effects;
+    StepArguments steps;
     std::string frame;
     std::string audio;
     bool json = false;
@@ -173,17 +173,19 @@ std::string ToJson(Explanations const& explanations) {
 Explanations ExplainPicture(ExplainArguments const& arguments, std::string const& plugin) {
     FrameText const input = ParseFrameText(arguments.frame);
     References references; // which nobody opens
-    return Explain(MakePictureSteps(LoadEffects(plugin), LabelSteps(arguments.effects), references),
+    return Explain(MakePictureSteps(LoadEffects(plugin), ReadSteps(arguments.steps), references),
                    SP<Conf::IFormatCodecVideo>(MakeSP<Conf::FormatCodecVideo>(input.format, input.frame)));
 }
 
 Explanations ExplainAudio(ExplainArguments const& arguments, std::string const& plugin) {
     Conf::SampleInfo const input = ParseSampleText(arguments.audio);
-    return Explain(MakeAudioSteps(LoadEffects(plugin), LabelSteps(arguments.effects)),
+    return Explain(MakeAudioSteps(LoadEffects(plugin), ReadSteps(arguments.steps)),
                    SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(input)));
 }
 
 void RunExplain(ExplainArguments const& arguments, Context const& context) {
+    if (arguments.steps.IsEmpty())
+        Core::Throw<UsageException>("Add -e EFFECT or --chain FILE");
     if (arguments.frame.empty() == arguments.audio.empty())
         Core::Throw<UsageException>("Give the input format, either --frame or --audio");
     auto const explain = arguments.audio.empty() ? ExplainPicture : ExplainAudio;
@@ -197,7 +199,7 @@ Verb AddExplainVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
         app.add_subcommand("explain", "Show what effects would do, without a file")->group("Verbs");
     auto const arguments = std::make_shared<ExplainArguments>();
-    AddEffectOption(*command, arguments->effects)->required();
+    AddStepOptions(*command, arguments->steps);
     command->add_option("--frame", arguments->frame, "Format of the frames, WxH:FORMAT[:NUM/DEN]")
         ->option_text("FRAME");
     command->add_option("--audio", arguments->audio, "Format of the audio, RATE:FORMAT:LAYOUT")

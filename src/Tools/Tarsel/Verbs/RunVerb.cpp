@@ -35,7 +35,7 @@ namespace {
 
 struct RunArguments {
     MediaArguments media;
-    std::vector<std::string> effects;
+    StepArguments steps;
     std::optional<double> at;
     bool filtersOnly = false;
     bool time = false;
@@ -79,7 +79,7 @@ private:
     bool m_encodesPicture = false;
     bool m_makesPalettes = false;
     std::vector<VideoStep> m_pictureSteps;
-    std::vector<StepText> m_audioSteps;
+    std::vector<AskedStep> m_audioSteps;
     std::optional<Normalizer> m_normalizer;
 };
 
@@ -87,8 +87,8 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
     : m_context(context), m_stop(std::move(stop)), m_options(arguments.media.MakeRunOptions()) {
     m_options.at = arguments.at;
     SortedSteps steps;
-    if (!arguments.effects.empty())
-        steps = SortSteps(GetMaker().GetEffects(), arguments.effects);
+    if (!arguments.steps.IsEmpty())
+        steps = SortSteps(GetMaker().GetEffects(), arguments.steps);
     if (!steps.picture.empty())
         m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
     CheckFiles(arguments.media);
@@ -192,7 +192,7 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command = app.add_subcommand("run", "Apply effects to video or audio")->group("Verbs");
     auto const arguments = std::make_shared<RunArguments>();
     arguments->media.AddTo(*command, "Video, image or audio file");
-    AddEffectOption(*command, arguments->effects);
+    AddStepOptions(*command, arguments->steps);
     AddAtOption(*command, arguments->at);
     command
         ->add_option("--normalize", arguments->normalize, "Bring audio to a loudness, such as -16LUFS,-1dBTP")

@@ -1,6 +1,7 @@
 #include "Tools/Tarsel/Verbs/Verb.h"
 
 #include "Core/Text.h"
+#include "Tools/Tarsel/Chain/Steps.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -39,10 +40,12 @@ void CommonOptions::AddTo(CLI::App& command) {
     command.add_flag("--verbose", verbose, "Show FFmpeg's log and the origin of errors");
 }
 
-CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effects) {
-    return command.add_option("-e,--effect", effects, "Effect to apply; repeat to apply several in order")
+void AddStepOptions(CLI::App& command, StepArguments& steps) {
+    command.add_option("-e,--effect", steps.effects, "Effect to apply; repeat to apply several in order")
         ->option_text("EFFECT")
         ->allow_extra_args(false);
+    command.add_option("--chain", steps.chainFile, "File of effects to apply first, as \"save\" writes")
+        ->option_text("FILE");
 }
 
 void AddThreadsOption(CLI::App& command, std::optional<int>& threads) {

@@ -14,6 +14,7 @@ class Option;
 namespace Tarsel::Tools {
 
 class Console;
+struct StepArguments;
 class RunReport;
 
 /// What every verb has on its command line.
@@ -27,8 +28,8 @@ struct CommonOptions {
     void AddTo(CLI::App& command);
 };
 
-/// Adds "-e", the effects of a chain as their user writes them.
-CLI::Option* AddEffectOption(CLI::App& command, std::vector<std::string>& effects);
+/// Adds "-e", the effects of a chain as their user writes them, and "--chain", a file of them.
+void AddStepOptions(CLI::App& command, StepArguments& steps);
 
 /// Adds "--threads", for the thread budget.
 void AddThreadsOption(CLI::App& command, std::optional<int>& threads);
@@ -96,6 +97,8 @@ Verb AddMeterVerb(CLI::App& app, CommonOptions& common);
 Verb AddListVerb(CLI::App& app, CommonOptions& common);
 /// "explain": what effects would do with a format, without media.
 Verb AddExplainVerb(CLI::App& app, CommonOptions& common);
+/// "save": a chain of effects as a file.
+Verb AddSaveVerb(CLI::App& app, CommonOptions& common);
 /// "check": a plug-in against the contract with its hosts.
 Verb AddCheckVerb(CLI::App& app, CommonOptions& common);
 /// "bench": how long effects take on a film, of which nothing is written.

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Core/TemporaryPath.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+namespace Tarsel::Tools {
+
+/// A file of text that appears under its name when it is complete, and leaves nothing behind otherwise. One
+/// thread at a time.
+class WholeFile {
+public:
+    WholeFile() = default;
+    /// Begins it; nothing is written under its name yet. Media::OptionsException for one that exists and may
+    /// not be replaced, Media::OutputException.
+    WholeFile(std::filesystem::path path, bool overwrite);
+
+    bool IsOpen() const noexcept { return m_file != nullptr; }
+    /// Media::OutputException.
+    void Write(std::string_view text);
+    /// Gives it its name; nothing without one. Media::OutputException.
+    void Publish();
+
+private:
+    struct Close {
+        void operator()(std::FILE* file) const noexcept { (void)std::fclose(file); }
+    };
+
+    std::filesystem::path m_path;
+    std::unique_ptr<Core::TemporaryPath> m_temporary;
+    std::unique_ptr<std::FILE, Close> m_file;
+};
+
+} // namespace Tarsel::Tools
