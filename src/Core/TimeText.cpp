@@ -9,9 +9,6 @@ namespace Tarsel::Core {
 
 namespace {
 
-constexpr double s_second = 1e6;
-constexpr double s_most = 1e6 * 3600; // of seconds
-
 bool IsTimeChar(char c) noexcept {
     return (c >= '0' && c <= '9') || c == '.';
 }
@@ -34,7 +31,7 @@ std::optional<std::int64_t> TextToMicroseconds(std::string_view text) noexcept {
             break;
         text.remove_prefix(end + 1);
     }
-    if (seconds > s_most)
+    if (seconds > s_longestTime)
         return std::nullopt;
     return std::llround(seconds * s_second);
 }

@@ -3,6 +3,7 @@
 #include "Core/NearNames.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
+#include "Core/TimeText.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <fmt/format.h>
@@ -20,8 +21,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr double s_second = 1e6;
-constexpr double s_longest = 1e6 * 3600; // seconds
+using Core::s_second;
 
 /// Characters, counting the lines that were read.
 struct LineCounter {
@@ -174,7 +174,7 @@ public:
         return found != nullptr ? ToTime(key, *found) : otherwise;
     }
     std::int64_t ToTime(std::string const& key, Json const& value) const {
-        if (!value.is_number() || value.get<double>() < 0 || value.get<double>() > s_longest)
+        if (!value.is_number() || value.get<double>() < 0 || value.get<double>() > Core::s_longestTime)
             Fail(key, "takes seconds, 0 or more");
         return std::llround(value.get<double>() * s_second);
     }

@@ -3,6 +3,7 @@
 #include "Core/Throw.h"
 #include "Host/AudioChain.h"
 #include "Host/Chain/AudioStep.h"
+#include "Host/Chain/TimedAudio.h"
 #include "Host/Chain/VideoSegment.h"
 #include "Host/Chain/VideoStep.h"
 #include "Host/VideoChain.h"
@@ -155,6 +156,21 @@ void VideoChain::Append(SP<Effect> const& effect, std::string label, MakeEffect 
         segment =
             static_cast<VideoSegment*>(steps.emplace_back(std::make_unique<VideoSegment>(m_threads)).get());
     segment->Append(effect, std::move(label), std::move(another), std::move(times));
+}
+
+void AudioChain::Append(SP<Effect> const& effect, std::string label, MakeEffect another, StepTimes times) {
+    if (!times.IsLimited() && times.moving.empty()) {
+        Append(effect, std::move(label));
+        return;
+    }
+    label = MakeLabel(effect.get(), std::move(label));
+    try {
+        GetSteps().push_back(
+            std::make_unique<TimedAudio>(effect, label, std::move(another), std::move(times)));
+    } catch (boost::exception& exception) {
+        exception << TagStep(label);
+        throw;
+    }
 }
 
 AudioChain::AudioChain() = default;

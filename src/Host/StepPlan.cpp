@@ -67,6 +67,21 @@ StepPlan<Format> Plan(Effect& effect, Format const& format) {
     return plan;
 }
 
+/// The same with values that move as they end; they are taken to make the effect work.
+template <class Details, class Effect, class Format>
+StepPlan<Format> PlanAsItEnds(Effect& effect, Format const& format, StepTimes const& times) {
+    if (times.moving.empty())
+        return Plan<Details>(effect, format);
+    auto const asSet = effect.GetSettingsBase().Clone();
+    auto const asItEnds = asSet->Clone();
+    WriteValuesAt(StepTimes::s_forever, times.moving, *asItEnds);
+    effect.SetSettings(*asItEnds);
+    StepPlan<Format> plan = Plan<Details>(effect, format);
+    effect.SetSettings(*asSet);
+    plan.idle.clear();
+    return plan;
+}
+
 } // namespace
 
 StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const& effect,
@@ -80,15 +95,7 @@ StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const&
         inner->SetPixelFormat(form.format);
         inner->InitByPixelAspect(form.width, form.height, info.aspectNum, info.aspectDen);
     }
-    auto const asSet = effect->GetSettingsBase().Clone();
-    auto const asTheyEnd = asSet->Clone();
-    if (WriteValuesAt(StepTimes::s_forever, times.moving, *asTheyEnd))
-        effect->SetSettings(*asTheyEnd);
-    auto plan = Plan<Proc::IEffectDetailsVideo>(*effect, inner ? *inner : input);
-    if (!times.moving.empty())
-        effect->SetSettings(*asSet);
-    if (!times.moving.empty())
-        plan.idle.clear();
+    auto plan = PlanAsItEnds<Proc::IEffectDetailsVideo>(*effect, inner ? *inner : input, times);
     plan.inner = std::move(inner);
     plan.output = Copy(input);
     step.UpdateFormatCodec(plan.output);
@@ -96,8 +103,8 @@ StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const&
 }
 
 StepPlan<Conf::IFormatCodecAudio> PlanStep(SP<Proc::IOneInputEffectAudio> const& effect,
-                                           Conf::IFormatCodecAudio const& input, StepTimes const&) {
-    auto plan = Plan<Proc::IEffectDetailsAudio>(*effect, input);
+                                           Conf::IFormatCodecAudio const& input, StepTimes const& times) {
+    auto plan = PlanAsItEnds<Proc::IEffectDetailsAudio>(*effect, input, times);
     plan.output = Copy(input);
     effect->UpdateFormatCodec(plan.output);
     return plan;

@@ -27,7 +27,7 @@ struct StepPlan {
 };
 
 /// Plans a step whose input has this format, without data; of values that move, as they end, and they are
-/// taken to make it work some time. Audio has no times yet. An effect that would be idle loses what it holds:
+/// taken to make it work some time. An effect that would be idle loses what it holds:
 /// other settings are tried on it, and its own set again. Throws as the effect's UpdateFormatCodec and
 /// Describe. As threads go, a call of the effect.
 TARSEL_API StepPlan<Conf::IFormatCodecVideo> PlanStep(SP<Proc::IOneInputEffectVideo> const& effect,

@@ -1,8 +1,10 @@
 // Steps that work at some times, and values that move.
 
 #include "Core/ThreadBudget.h"
+#include "Host/AudioChain.h"
 #include "Host/Doubles.h"
 #include "Host/EffectStep.h"
+#include "Proc/Data/DataAudioFF.h"
 #include "Proc/Interfaces/IEffectDetails.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Orientation.h"
@@ -10,11 +12,16 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
+
+extern "C" {
+#include <libavutil/frame.h>
+}
 
 using namespace Tarsel;
 using namespace Tarsel::HostTest;
@@ -147,6 +154,111 @@ TEST(TimedStep, Refusals) {
     EXPECT_THROW(append("held@1-3~1", holder()), Proc::SettingsException);
     EXPECT_THROW(append("transpose step=0..9@1-3", MakeSP<Painter>()), Proc::SettingsException);
     EXPECT_THROW(append("transpose stepp=0..1@1-3", MakeSP<Painter>()), Proc::SettingsException);
+}
+
+/// Makes audio louder by the step of its settings, and sounds on for 10 samples.
+class Louder final : public EffectAs<Proc::IOneInputEffectAudio>, public Proc::IEffectStreamAudio {
+public:
+    Louder() : EffectAs("transpose") {}
+
+    Proc::Settings const& GetSettingsBase() const override { return m_settings; }
+    void SetSettings(Proc::Settings const& settings) override {
+        m_settings = dynamic_cast<Proc::SettingsEffectTranspose const&>(settings);
+    }
+    void UpdateFormatCodec(SP<Conf::IFormatCodecAudio>&) override {}
+    void Process(SP<Proc::IDataAudio>&) override {}
+    void Feed(SP<Proc::IDataAudio> const& data) override {
+        auto const count = static_cast<int>(data->GetSampleCount());
+        m_result = MakeBlock(m_next = data->GetTime(), count);
+        for (int i = 0; i < count; ++i)
+            SamplesOf(*m_result)[i] = SamplesOf(*data)[i] * static_cast<float>(1 + m_settings.step);
+        m_next += data->GetDuration();
+    }
+    SP<Proc::IDataAudio> Take() override { return std::exchange(m_result, nullptr); }
+    void End() override {
+        m_result = MakeBlock(m_next, 10);
+        std::fill_n(SamplesOf(*m_result), 10, 1.0F);
+    }
+
+    /// At 1,000 samples a second.
+    static SP<Proc::IDataAudio> MakeBlock(std::int64_t time, int count) {
+        auto const block = Proc::DataAudioFF::CreateBySampleCount(
+            {Conf::SampleFormats::FloatPlanar, 1000, Conf::ChannelLayout::FromCount(1)}, count);
+        block->SetTime(time);
+        block->SetDuration(count * 1000);
+        return block;
+    }
+    static float* SamplesOf(Proc::IDataAudio const& block) {
+        return reinterpret_cast<float*>(block.GetAVFrame()->data[0]);
+    }
+
+private:
+    Proc::SettingsEffectTranspose m_settings;
+    SP<Proc::IDataAudio> m_result;
+    std::int64_t m_next = 0;
+};
+
+/// Five seconds of 0.25 in blocks of that many samples, through the step; each result has to follow the one
+/// before.
+std::vector<float> RunAudio(std::string const& step, int blockSize) {
+    Host::AudioChain chain;
+    auto const first = MakeSP<Louder>();
+    Host::EffectStep const parsed = Host::ParseEffectStep(step);
+    Proc::SettingsEffectTranspose settings;
+    settings.step = 1;
+    first->SetSettings(static_cast<Proc::Settings const&>(settings));
+    chain.Append(
+        first, "", [] { return MakeSP<Louder>(); }, parsed.times);
+    std::vector<float> samples;
+    auto const takeAll = [&] {
+        while (SP<Proc::IDataAudio> const block = chain.Take()) {
+            EXPECT_EQ(block->GetTime(), static_cast<std::int64_t>(samples.size()) * 1000);
+            samples.insert(samples.end(), Louder::SamplesOf(*block),
+                           Louder::SamplesOf(*block) + block->GetSampleCount());
+        }
+    };
+    for (int sample = 0; sample < 5000; sample += blockSize) {
+        auto const block = Louder::MakeBlock(sample * 1000, std::min(blockSize, 5000 - sample));
+        std::fill_n(Louder::SamplesOf(*block), block->GetSampleCount(), 0.25F);
+        chain.Feed(block);
+        takeAll();
+    }
+    chain.End();
+    takeAll();
+    return samples;
+}
+
+TEST(TimedStep, AudioComesInAndSoundsOnToItsEnd) {
+    for (int const blockSize : {1, 77, 5000}) {
+        auto const samples = RunAudio("transpose@1-3~0.5", blockSize);
+        ASSERT_EQ(samples.size(), 5000U);
+        std::map<std::size_t, float> const due{{0, 0.25F},    {1000, 0.25F},  {1250, 0.375F}, {1500, 0.5F},
+                                               {2499, 0.5F},  {2750, 0.375F}, {3000, 1.25F},  {3009, 1.25F},
+                                               {3010, 0.25F}, {4999, 0.25F}};
+        for (auto const& [sample, value] : due)
+            EXPECT_FLOAT_EQ(samples[sample], value) << sample << " with blocks of " << blockSize;
+    }
+    auto const samples = RunAudio("transpose@4-", 77);
+    EXPECT_EQ(samples.size(), 5010U);
+    EXPECT_EQ(samples[4005], 0.375F); // comes in within 10 ms
+    EXPECT_EQ(samples[5009], 1);
+}
+
+TEST(TimedStep, AudioMovesWithoutAClick) {
+    for (int const blockSize : {1, 77, 5000}) {
+        auto const samples = RunAudio("transpose step=0..3@1-4", blockSize);
+        ASSERT_GE(samples.size(), 5000U);
+        EXPECT_EQ(samples[500], 0.25F);
+        EXPECT_EQ(samples[2400], 0.5F); // whole steps from 1.5, 2.5 and 3.5 s on
+        EXPECT_EQ(samples[3400], 0.75F);
+        EXPECT_EQ(samples[4900], 1);
+        // From one value to the next in 20 ms; what each effect adds at its end is apart.
+        EXPECT_NEAR(samples[1490], 0.375F, 0.13F);
+    }
+    Host::AudioChain chain;
+    EXPECT_THROW(
+        chain.Append(MakeSP<Louder>(), "", nullptr, Host::ParseEffectStep("transpose step=0..3@1-4").times),
+        Proc::SettingsException);
 }
 
 } // namespace

@@ -106,7 +106,7 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
         auto const* const resample = dynamic_cast<Proc::SettingsResample const*>(&effect->GetSettingsBase());
         if (resample != nullptr && resample->format != Conf::SampleFormats::Unknown)
             depth = 8 * Conf::SampleFmtRecord::Find(resample->format).size;
-        chain->GetChain().Append(effect, label);
+        chain->GetChain().Append(effect, label, another, times);
     }
     SP<Conf::IFormatCodecAudio> format = makeFormat();
     chain->UpdateFormatCodec(format);

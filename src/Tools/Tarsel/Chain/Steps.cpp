@@ -116,12 +116,13 @@ std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<Aske
 }
 
 std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<AskedStep> const& steps) {
-    return MakeSteps<Proc::IOneInputEffectAudio>(steps, [&](Host::EffectStep const& step) {
-        if (std::string const times = Host::Describe(step.times); !times.empty())
-            Core::Throw<Proc::SettingsException>(fmt::format(
-                "Remove \"{}\": {} works on all of the audio, with the same settings", times, step.classId));
-        return Host::MakeAudioEffect(*effects.factory, step);
-    });
+    auto result = MakeSteps<Proc::IOneInputEffectAudio>(
+        steps, [&](Host::EffectStep const& step) { return Host::MakeAudioEffect(*effects.factory, step); });
+    for (std::size_t i = 0; i < steps.size(); ++i)
+        result[i].another = [step = steps[i].step, factory = effects.factory] {
+            return Host::MakeAudioEffect(*factory, step);
+        };
+    return result;
 }
 
 SP<Proc::IOneInputEffectVideo> MakeOrientationEffect(Effects const& effects,
