@@ -107,11 +107,12 @@ TEST_F(RunTool, StepsWorkAtTheirTimes) {
         {"run film.mkv o.mkv -e 'resize@1-2 width=32'", 3,
          "step 1 (resize): It changes the size of frames from 64x48 to 32x24:" + end},
         {"run film.mkv o.mkv -e 'deshake@1-2~0.1'", 1,
-         "step 1 (deshake): deshake depends on neighboring frames: it cannot fade"},
+         "-e \"deshake@1-2~0.1\": deshake depends on neighboring frames: it cannot fade"},
         {"run film.mkv o.mkv -e 'blur sigma=0..9999@1-2'", 1,
          "-e \"blur sigma=0..9999@1-2\": blur: sigma=9999 is out of range: 0 to 1024"},
         {"run film.mkv o.mkv -e 'resample@1-2 rate=8000'", 1,
-         "step 1 (resample): resample changes the length of audio: it works on all of it, with the same "
+         "-e \"resample@1-2 rate=8000\": resample changes the length of audio: it works on all of it, with "
+         "the same "
          "settings"},
     });
 }

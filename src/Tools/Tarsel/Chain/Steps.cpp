@@ -1,6 +1,7 @@
 #include "Tools/Tarsel/Chain/Steps.h"
 
 #include "Core/Throw.h"
+#include "Host/AudioChain.h"
 #include "Host/ChainFile.h"
 #include "Host/VideoChain.h"
 #include "Media/MediaExceptions.h"
@@ -39,6 +40,15 @@ std::vector<Step<Effect>> MakeSteps(std::vector<AskedStep> const& steps, Make co
     for (auto const& [step, origin, label] : steps)
         result.push_back({At(origin, [&] { return make(step); }), label, nullptr, step.times});
     return result;
+}
+
+/// Appends the steps to a chain that nobody feeds, for what it refuses.
+template <class Chain, class Effect>
+void CheckTimes(std::vector<AskedStep> const& asked, std::vector<Step<Effect>> const& steps) {
+    Chain chain;
+    for (std::size_t i = 0; i < steps.size(); ++i)
+        At(asked[i].origin,
+           [&] { chain.Append(steps[i].effect, steps[i].label, steps[i].another, steps[i].times); });
 }
 
 std::string ReadText(std::string const& path) {
@@ -112,6 +122,7 @@ std::vector<VideoStep> MakePictureSteps(Effects const& effects, std::vector<Aske
                 return Host::MakeVideoEffect(*factory, step);
             };
     }
+    CheckTimes<Host::VideoChain>(steps, result);
     return result;
 }
 
@@ -122,6 +133,7 @@ std::vector<AudioStep> MakeAudioSteps(Effects const& effects, std::vector<AskedS
         result[i].another = [step = steps[i].step, factory = effects.factory] {
             return Host::MakeAudioEffect(*factory, step);
         };
+    CheckTimes<Host::AudioChain>(steps, result);
     return result;
 }
 
