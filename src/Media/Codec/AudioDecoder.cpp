@@ -5,6 +5,7 @@
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Times.h"
 #include "Media/Codec/AudioFormat.h"
+#include "Media/Codec/DecodeLimits.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Data/DataAudioFF.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -27,9 +28,6 @@ extern "C" {
 namespace Tarsel::Media {
 
 namespace {
-
-/// A decoder that keeps failing without taking anything in is left alone after this many errors.
-constexpr int s_mostErrorsInARow = 1000;
 
 [[noreturn]] void ThrowUndecodable(AVStream const& stream, std::string const& reason, int error) {
     Core::Throw<InputException>(fmt::format("Cannot decode the audio of stream {} (codec {}): {}",

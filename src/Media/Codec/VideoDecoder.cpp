@@ -3,6 +3,7 @@
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Times.h"
+#include "Media/Codec/DecodeLimits.h"
 #include "Media/Codec/VideoCodec.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -24,9 +25,6 @@ extern "C" {
 namespace Tarsel::Media {
 
 namespace {
-
-/// A decoder that keeps failing without taking anything in is left alone after this many errors.
-constexpr int s_mostErrorsInARow = 1000;
 
 /// FFmpeg's own decoders of VP8 and VP9 pass over the alpha that WebM files carry beside the picture.
 AVCodec const* FindDecoder(AVStream const& stream) {

@@ -9,8 +9,6 @@ namespace Tarsel::Proc {
 
 namespace {
 
-constexpr auto s_byWord = FilterOption::Form::Word;
-
 /// Both filters and all four enumerations use these words and numbers.
 template <class Link>
 constexpr std::array s_links{

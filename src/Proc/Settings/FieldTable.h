@@ -13,6 +13,11 @@
 /// compile: the text of the `throw` that the compiler shows says what is wrong with it.
 namespace Tarsel::Proc {
 
+/// For rows whose filter names the value by its word.
+constexpr auto s_byWord = FilterOption::Form::Word;
+/// Longest side of a frame that is of any use, in pixels.
+constexpr double s_maxSide = 16384;
+
 namespace Details {
 
 template <class Member>

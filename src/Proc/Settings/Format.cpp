@@ -55,7 +55,6 @@ constexpr SettingsTable s_converter =
               "convert palette rgb yuv gray grayscale depth bits dither 10-bit 8-bit");
 
 using Resizer = SettingsResizer;
-constexpr double s_maxSide = 16384;
 constexpr std::array s_fits{
     FieldWord("stretch", Resizer::Fit::Stretch, "stretch to exactly that size"),
     FieldWord("inside", Resizer::Fit::Inside, "as large as fits; one side may come out smaller"),

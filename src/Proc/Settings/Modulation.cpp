@@ -45,7 +45,6 @@ constexpr SettingsTable s_distortion =
     MakeTable("distortion", s_distortionFields, "overdrive fuzz clip clipping saturation guitar");
 
 using Flanger = SettingsAudioFlanger;
-constexpr auto s_byWord = FilterOption::Form::Word;
 constexpr std::array s_shapes{
     FieldWord("sinusoidal", Flanger::ShapeType::Sinusoidal, ""),
     FieldWord("triangular", Flanger::ShapeType::Triangular, ""),

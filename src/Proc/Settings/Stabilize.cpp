@@ -30,7 +30,6 @@ constexpr SettingsTable s_deshake =
     MakeTable("deshake", s_deshakeFields, "stabilize stabilise steady shake shaky camera smooth");
 
 using Stabilizer = SettingsEffectStabilizer;
-constexpr auto s_byWord = FilterOption::Form::Word;
 constexpr std::array s_cropModes{
     FieldWord("black", Stabilizer::CropMode::Black, "black border"),
     FieldWord("keep", Stabilizer::CropMode::Keep, "border of earlier frames"),
@@ -44,7 +43,7 @@ constexpr std::array s_optimizations{
     FieldWord("avg", Stabilizer::Optimization::Average, "average of the motions"),
     FieldWord("gauss", Stabilizer::Optimization::Gauss, "Gaussian low-pass"),
 };
-constexpr std::array s_interpolations{
+constexpr std::array s_pixelInterpolations{
     FieldWord("no", Stabilizer::Interpolation::None, "nearest pixel"),
     FieldWord("linear", Stabilizer::Interpolation::Linear, "horizontal only"),
     FieldWord("bilinear", Stabilizer::Interpolation::Bilinear, "in both directions"),
@@ -143,7 +142,7 @@ constexpr std::array s_stabilizerFields{
         .key = "interpolation",
         .initial = Stabilizer::Interpolation::Bilinear,
         .help = "interpolation between pixels (second pass)",
-        .words = s_interpolations,
+        .words = s_pixelInterpolations,
         .option = {.filter = "vidstabtransform", .option = "interpol", .form = s_byWord},
     }),
 };

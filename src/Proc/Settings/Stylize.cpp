@@ -47,9 +47,6 @@ constexpr SettingsTable s_edgeDetect =
     MakeTable("edge-detect", s_edgeDetectFields, "edges outline contour lines drawing sketch cartoon canny",
               FindConflictOf<EdgeDetect, FindConflict>);
 
-/// Longest side of a frame that is of any use.
-constexpr double s_maxSide = 16384;
-
 using Emboss = SettingsEffectEmboss;
 constexpr std::array s_embossFields{
     MakeField<&Emboss::horizontalOffset>({
