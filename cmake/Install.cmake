@@ -19,6 +19,14 @@ install(TARGETS lumenta EXPORT Tarsel DESTINATION "${CMAKE_INSTALL_LIBDIR}/tarse
 install(TARGETS tarsel_cli)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Schemas/"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/tarsel/schemas" FILES_MATCHING PATTERN "*.json")
+# Manual pages, which the program writes itself.
+string(TIMESTAMP man_date "%Y-%m-%d" UTC)
+list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "\" \"" emulator)
+if(emulator)
+  set(emulator "\"${emulator}\"")
+endif()
+install(CODE "execute_process(COMMAND ${emulator} \"$<TARGET_FILE:tarsel_cli>\" man --date ${man_date}
+  \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man1\" COMMAND_ERROR_IS_FATAL ANY)")
 # What shells load by themselves; all they know they ask the program.
 install(FILES "${PROJECT_SOURCE_DIR}/src/Tools/Tarsel/Completions/tarsel.bash" RENAME tarsel
   DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")

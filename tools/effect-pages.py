@@ -86,6 +86,8 @@ def page(catalog: dict) -> str:
             if effect["facts"]:
                 lines += [f"It {'; '.join(effect['facts'])}.", ""]
             lines += parameters(effect["parameters"])
+            if effect["examples"]:
+                lines += [""] + ["    " + example for example in effect["examples"]]
             blocks.append("\n".join(lines) + "\n")
     return "\n".join(blocks)
 

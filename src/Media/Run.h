@@ -110,6 +110,9 @@ TARSEL_MEDIA_API void CheckRun(RunOptions const& options);
 /// calling thread until its first result.
 TARSEL_MEDIA_API RunResult Run(RunOptions const& options, std::stop_token stop = {});
 
+/// The extensions of files that runs write, "mp4", in alphabetical order. Any thread.
+TARSEL_MEDIA_API std::vector<std::string> ListExtensions();
+
 /// FFmpeg's names of the encoders that runs take, for audio or for video. Any thread.
 TARSEL_MEDIA_API std::vector<std::string> ListEncoders(bool isAudio);
 

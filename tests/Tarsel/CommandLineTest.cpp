@@ -1,6 +1,7 @@
 #include "Tarsel/Tool.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
 
+#include <algorithm>
 #include <sstream>
 #include <utility>
 
@@ -60,7 +61,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {"", 1, "Name a verb: " + verbs + see},
         {"play", 1, "There is no verb \"play\"; the verbs are " + verbs + see},
         {"rnu a.mp4 b.mp4", 1, "There is no verb \"rnu\"; did you mean run?" + see},
-        {"list flip blur", 1, "Remove \"blur\": list takes no such argument\n*"},
+        {"meter flip blur", 1, "Remove \"blur\": meter takes no such argument\n*"},
         {"run -dash.mp4 o.mp4", 1, "Write \"./-dash.mp4\": *"},
         {"run a.mp4 b.mp4 --overwrit", 1,
          "There is no option \"--overwrit\"; did you mean --overwrite?" + useRun},
@@ -130,7 +131,11 @@ std::string CompleteInBash(std::vector<std::string> const& words) {
     return result.out;
 }
 
-TEST(Completion, OffersWhatMayFollow) {
+using Completion = Tool;
+
+TEST_F(Completion, OffersWhatMayFollow) {
+    WriteFile("film.mp4", "");
+    std::filesystem::create_directory("folder");
     struct {
         std::vector<std::string> words;
         std::string offers;
@@ -140,13 +145,26 @@ TEST(Completion, OffersWhatMayFollow) {
         {{"run", "a.mp4", "b.mp4", "--video-codec", "ffv1"}, "ffv1|"},
         {{"run", "--audio-codec", "flac"}, "flac|"},
         {{"run", "-e", "fl"}, "flip|flanger|"},
-        {{"explain", "-e", "flip", "-e", "\"flip vertical=1 h"}, "flip vertical=1 horizontal|"},
+        {{"explain", "-e", "flip", "-e", "\"flip@1-2 vertical=1 h"}, "flip@1-2 vertical=1 horizontal|"},
         {{"run", "-e", "\"edge-detect mode=w"}, "edge-detect mode=wires|"},
         {{"stabilize", "a.mp4", "b.mp4", "smoo"}, "smoothing=|"},
         {{"list", "transp"}, "transpose|"},
-        // Files are the shell's, and unknown things nobody's.
-        {{"run", ""}, "|"},
-        {{"run", "film"}, "|"},
+        {{"list", "sharpen", "transp"}, "transpose|"},
+        {{"help", "transp"}, "transpose|"},
+        {{"run", "--quality", "l"}, "low|lossless|"},
+        {{"palette", "--progress", "p"}, "plain|"},
+        {{"tone", "a.wav", "--layout", "oct"}, "octagonal|"},
+        {{"check", "--check", "refused-reg"}, "refused-registration|"},
+        {{"run", "-e", "midequalizer ref"}, "midequalizer reference=|"},
+        {{"run", "-e", "midequalizer reference=film"}, "midequalizer reference=film.mp4|"},
+        {{"run", "-e", "stabilizer path=fo"}, "stabilizer path=folder/|"},
+        {{"run", "--overwrite", "--at", "2", "a.mp4", "b.mk"}, "b.mkv|"},
+        // Files where files are wanted, which the shell lists, and unknown things nobody's.
+        {{"run", "fi"}, "film.mp4|"},
+        {{"run", "film.mp4", "fi"}, "film.mp4|"},
+        {{"meter", "--png", "fo"}, "folder|"},
+        {{"run", "--at", "fi"}, "|"},
+        {{"run", "film.mp4", "film.mp4", "fi"}, "|"},
         {{"play", ""}, "|"},
         {{"run", "-e", "\"flap h"}, "|"},
         {{"complet"}, "|"},
@@ -155,13 +173,35 @@ TEST(Completion, OffersWhatMayFollow) {
         EXPECT_EQ(CompleteInBash(words), offers) << words.back();
 }
 
-TEST(Completion, ScriptsOfOtherShellsAreWellFormed) {
+TEST_F(Completion, ScriptsOfOtherShellsAreWellFormed) {
     for (auto const& [shell, script] : {std::pair("zsh", "_tarsel"), std::pair("fish", "tarsel.fish")}) {
         if (RunProcess({"/bin/sh", "-c", std::string("command -v ") + shell}).exitCode != 0)
             continue; // not installed here
         auto const result = RunProcess({shell, "-n", std::string(TARSEL_COMPLETIONS "/") + script});
         EXPECT_EQ(result.exitCode, 0) << shell << ": " << result.err;
     }
+}
+
+TEST_F(CommandLine, ManualPagesAreThereForEveryVerb) {
+    auto const made = Run("man pages --date 2026-01-31");
+    EXPECT_EQ(made.exitCode, 0) << made.err;
+    std::vector<std::string> names{"tarsel.1"};
+    for (std::string const& verb : GetVerbs())
+        names.push_back("tarsel-" + verb + ".1");
+    std::ranges::sort(names);
+    std::vector<std::string> found;
+    for (auto const& entry : std::filesystem::directory_iterator("pages"))
+        found.push_back(entry.path().filename());
+    std::ranges::sort(found);
+    EXPECT_EQ(found, names);
+    for (std::string const& name : names) {
+        auto const lint = RunProcess({"mandoc", "-T", "lint", "-W", "warning", "pages/" + name});
+        EXPECT_EQ(lint.out + lint.err, "") << name;
+    }
+    auto const text = RunProcess({"mandoc", "-T", "ascii", "-O", "width=200", "pages/tarsel-run.1"}).out;
+    EXPECT_THAT(text, HasSubstr("tarsel run [OPTIONS] INPUT OUTPUT"));
+    EXPECT_THAT(text, HasSubstr("tarsel run in.mov out.mkv -e \"transpose step=2\" --video-codec ffv1"));
+    EXPECT_EQ(Run("man /dev/null/pages --date x").exitCode, 4);
 }
 
 } // namespace

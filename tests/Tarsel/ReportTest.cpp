@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <map>
 #include <sstream>
 
@@ -69,6 +70,12 @@ TEST_F(ReportTool, JsonLinesFollowTheirSchemaToTheEnd) {
         }
         EXPECT_GT(done, 0.9);
     }
+    MakeFilm("long.mp4", "-stream_loop 40 -i film.mp4 -c copy");
+    auto const cut = Interrupt(
+        "run long.mp4 o.mp4 -e 'flip vertical' --video-option preset=placebo --progress json", 8, SIGTERM);
+    ExpectValid("progress", cut.out);
+    EXPECT_EQ(ParseLines(cut.out).back(), json::parse(R"({"type": "error", "exit_code": 143,
+        "message": "Interrupted: \"o.mp4\" was not written"})"));
     auto const idle = Run("run film.mp4 idle.mp4 -e flip --progress json");
     EXPECT_THAT(ParseLines(idle.out).back()["notes"].dump(), HasSubstr("Step 1 (flip) does nothing"));
     EXPECT_EQ(Run("run film.mp4 out.mp4 --overwrite --progress json > /dev/full").exitCode, 4);

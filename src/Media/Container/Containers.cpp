@@ -3,12 +3,15 @@
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Run.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
+#include <vector>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -235,6 +238,22 @@ ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept {
 std::string GetFileKind(AVFormatContext const& output) {
     std::string kind = std::filesystem::path(output.url != nullptr ? output.url : "").extension().string();
     return kind.empty() ? output.oformat->name : kind;
+}
+
+std::vector<std::string> ListExtensions() {
+    std::vector<std::string> all;
+    for (ContainerTraits const& row : s_containers) {
+        AVOutputFormat const* const format =
+            row.isManyFiles ? nullptr : av_guess_format(std::string(row.name).c_str(), nullptr, nullptr);
+        if (format == nullptr || format->extensions == nullptr)
+            continue;
+        std::istringstream list(format->extensions);
+        for (std::string extension; std::getline(list, extension, ',');)
+            all.push_back(extension);
+    }
+    std::ranges::sort(all);
+    all.erase(std::unique(all.begin(), all.end()), all.end());
+    return all;
 }
 
 std::span<ContainerTraits const> ListTraits() noexcept {

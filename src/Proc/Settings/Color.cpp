@@ -200,9 +200,10 @@ constexpr std::array s_colorBalanceFields{
         .help = "rotates the hues",
     }),
 };
-constexpr SettingsTable s_colorBalance = MakeTable(
-    "color-balance", s_colorBalanceFields,
-    "brightness contrast exposure saturation gamma hue vibrance lighten darken grayscale tint color");
+constexpr SettingsTable s_colorBalance =
+    MakeTable("color-balance", s_colorBalanceFields,
+              "brightness contrast exposure saturation gamma hue vibrance lighten darken grayscale tint "
+              "color black white desaturate vivid");
 
 double GammaOf(std::int32_t raw) noexcept {
     return std::pow(10.0, raw / 100.0);

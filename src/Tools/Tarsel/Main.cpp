@@ -101,13 +101,11 @@ ExitCode Explain(Console& console, RunReport& report, CLI::App const& app, CLI::
     return Refuse(console, report, ExplainParseError(app, error));
 }
 
-/// What follows the program's name, last first, as the parser wants it. "help VERB" is "VERB --help".
-std::vector<std::string> ReadArguments(int argc, char const* const* argv) {
+/// What follows the program's name, last first, as the parser wants it.
+std::vector<std::string> ReadArguments(int argc, char const* const* argv, CLI::App const& app) {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-    if (!arguments.empty() && arguments.front() == "help") {
-        arguments.erase(arguments.begin());
-        arguments.emplace_back("--help");
-    }
+    if (!arguments.empty() && arguments.front() == "help")
+        arguments = ExpandHelp(app, {arguments.begin() + 1, arguments.end()});
     std::ranges::reverse(arguments);
     return arguments;
 }
@@ -123,12 +121,13 @@ ExitCode Run(int argc, char const* const* argv, Console& console, RunReport& rep
 
     CommonOptions options;
     std::array const verbs{
-        AddRunVerb(app, options),  AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
-        AddMixVerb(app, options),  AddToneVerb(app, options),      AddMeterVerb(app, options),
-        AddListVerb(app, options), AddExplainVerb(app, options),   AddCheckVerb(app, options),
-        AddSaveVerb(app, options), AddBenchVerb(app, options),     AddCompleteVerb(app, options)};
+        AddRunVerb(app, options),     AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
+        AddMixVerb(app, options),     AddToneVerb(app, options),      AddMeterVerb(app, options),
+        AddListVerb(app, options),    AddExplainVerb(app, options),   AddCheckVerb(app, options),
+        AddSaveVerb(app, options),    AddBenchVerb(app, options),     AddManVerb(app),
+        AddCompleteVerb(app, options)};
     try {
-        std::vector<std::string> arguments = ReadArguments(argc, argv);
+        std::vector<std::string> arguments = ReadArguments(argc, argv, app);
         app.parse(arguments);
     } catch (CLI::ParseError const& error) {
         return Explain(console, report, app, error);

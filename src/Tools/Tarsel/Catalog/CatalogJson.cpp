@@ -1,8 +1,10 @@
 #include "Core/Text.h"
 #include "Tools/Tarsel/Catalog/Catalog.h"
+#include "Tools/Tarsel/Catalog/Examples.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -10,6 +12,19 @@ namespace Tarsel::Tools {
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+/// Raised when a member changes its meaning or goes, not when one is added.
+constexpr int s_version = 1;
+
+std::vector<std::string> SplitKeywords(std::string_view keywords) {
+    std::vector<std::string> words;
+    for (std::string_view rest = keywords; !rest.empty();) {
+        std::size_t const end = std::min(rest.find(' '), rest.size());
+        words.emplace_back(rest.substr(0, end));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return words;
+}
 
 bool IsNumber(Proc::FieldKind kind) noexcept {
     return kind == Proc::FieldKind::Integer || kind == Proc::FieldKind::Real;
@@ -94,11 +109,14 @@ std::string CatalogToJson(Effects const& effects, std::vector<CatalogEntry> cons
                         {"implementation", entry.implName},
                         {"kind", GetName(entry.kind)},
                         {"summary", entry.traits ? entry.traits->summary : std::string_view()},
+                        {"keywords", SplitKeywords(entry.keywords)},
                         {"traits", TraitsToJson(entry.traits)},
                         {"facts", DescribeFacts(entry)},
-                        {"parameters", std::move(parameters)}});
+                        {"parameters", std::move(parameters)},
+                        {"examples", GetExamples(entry)}});
     }
-    Json const document{{"plugin", effects.plugin.string()}, {"effects", std::move(list)}};
+    Json const document{
+        {"version", s_version}, {"plugin", effects.plugin.string()}, {"effects", std::move(list)}};
     // A path need not be UTF-8.
     return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }

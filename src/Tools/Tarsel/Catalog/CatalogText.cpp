@@ -1,4 +1,5 @@
 #include "Tools/Tarsel/Catalog/Catalog.h"
+#include "Tools/Tarsel/Catalog/Examples.h"
 #include "Tools/Tarsel/Console/TextLayout.h"
 
 #include <fmt/format.h>
@@ -51,13 +52,21 @@ void AppendField(std::string& out, Proc::Field const& field, std::size_t keyColu
 } // namespace
 
 std::string FormatOverview(std::vector<CatalogEntry> const& entries, std::size_t columns) {
+    using Host::EffectKind;
     std::size_t const column = GetKeyColumn(entries, &CatalogEntry::classId, 0);
     std::string out;
-    for (CatalogEntry const& entry : entries)
-        AppendWrapped(out, entry.classId, column, entry.traits ? entry.traits->summary : std::string_view(),
-                      columns);
-    return out + "\n\"tarsel list EFFECT\" shows the parameters of an effect, \"tarsel list --all\" those of "
-                 "all.\n";
+    for (EffectKind const kind :
+         {EffectKind::Video, EffectKind::TwoInputVideo, EffectKind::Audio, EffectKind::TwoInputAudio}) {
+        if (std::ranges::count(entries, kind, &CatalogEntry::kind) == 0)
+            continue;
+        out += fmt::format("{}{}:\n", out.empty() ? "" : "\n", GetName(kind));
+        for (CatalogEntry const& entry : entries)
+            if (entry.kind == kind)
+                AppendWrapped(out, entry.classId, column,
+                              entry.traits ? entry.traits->summary : std::string_view(), columns);
+    }
+    return out + "\n\"tarsel list EFFECT\" shows the parameters of an effect, \"tarsel list --all\"\n"
+                 "those of all; other words are searched for: \"tarsel list black and white\".\n";
 }
 
 std::string FormatCatalog(std::vector<CatalogEntry> const& entries, std::size_t columns) {
@@ -72,6 +81,11 @@ std::string FormatCatalog(std::vector<CatalogEntry> const& entries, std::size_t 
         std::size_t const keyColumn = GetKeyColumn(entry.fields, &Proc::Field::key, 2 * s_indent);
         for (Proc::Field const& field : entry.fields)
             AppendField(out, field, keyColumn, columns);
+        if (std::vector<std::string> const examples = GetExamples(entry); !examples.empty()) {
+            out += "  Examples:\n";
+            for (std::string const& example : examples)
+                AppendWrapped(out, {}, 2 * s_indent, example, columns);
+        }
     }
     return out;
 }

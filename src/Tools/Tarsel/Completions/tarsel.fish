@@ -1,2 +1,12 @@
 # fish completion for tarsel: the program itself knows what may follow.
-complete -c tarsel -a '(tarsel complete -- (commandline -opc)[2..-1] (commandline -ct) 2>/dev/null)'
+function __tarsel_complete
+    set -l word (commandline -ct)
+    for line in (tarsel complete -- (commandline -opc)[2..-1] "$word" 2>/dev/null)
+        if test "$line" = \tfiles
+            __fish_complete_path "$word"
+        else
+            echo $line
+        end
+    end
+end
+complete -c tarsel -f -a '(__tarsel_complete)'

@@ -137,6 +137,16 @@ std::string ListVerbs(CLI::App const& app) {
     return fmt::format("{}", fmt::join(GetVerbNames(app), ", "));
 }
 
+std::vector<std::string> ExpandHelp(CLI::App const& app, std::vector<std::string> words) {
+    std::string const word = words.empty() ? "" : words.front();
+    auto const verbs = app.get_subcommands([&](CLI::App const* each) { return each->get_name() == word; });
+    if (word.empty() || word.starts_with('-') || !verbs.empty())
+        words.emplace_back("--help");
+    else if (Core::NearNamesText(word, GetVerbNames(app)).empty() || NamesEffect(word))
+        words.insert(words.begin(), "list");
+    return words; // a verb nearly, of which the parser says so
+}
+
 std::string ExplainParseError(CLI::App const& app, CLI::ParseError const& error) {
     CLI::App const& verb = GetParsed(app);
     std::string hint;

@@ -18,8 +18,11 @@ Verb AddCompleteVerb(CLI::App& app, CommonOptions& common) {
     common.AddTo(*command);
     return {command, [&app, words](Context const& context) {
                 std::string text;
-                for (Candidate const& candidate : Complete(app, *words, context.options.plugin))
+                Completions const completions = Complete(app, *words, context.options.plugin);
+                for (Candidate const& candidate : completions.candidates)
                     text += candidate.text + '\t' + candidate.help + '\n';
+                if (completions.files)
+                    text += "\tfiles\n";
                 WriteOutput(text);
             }};
 }

@@ -103,6 +103,8 @@ Verb AddSaveVerb(CLI::App& app, CommonOptions& common);
 Verb AddCheckVerb(CLI::App& app, CommonOptions& common);
 /// "bench": how long effects take on a film, of which nothing is written.
 Verb AddBenchVerb(CLI::App& app, CommonOptions& common);
+/// "man": the manual pages; not shown.
+Verb AddManVerb(CLI::App& app);
 /// "complete": what may follow on a command line; for shells, and not shown. To be added last.
 Verb AddCompleteVerb(CLI::App& app, CommonOptions& common);
 
