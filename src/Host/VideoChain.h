@@ -37,8 +37,8 @@ public:
     ~VideoChain() override;
 
     /// Up to how many threads work on frames, each on a frame of its own, where effects allow it (see
-    /// Append); of the budget (Core::ThreadBudget), taken with the first frame. 1 to begin with: all is done
-    /// by the caller. Holds for effects appended later.
+    /// Append): those of the pool (Core::WorkPool) and the caller's. 1 to begin with: all is done by the
+    /// caller. Holds for effects appended later.
     void SetThreads(int threads) noexcept { m_threads = threads; }
 
     using EffectChain::Append;
