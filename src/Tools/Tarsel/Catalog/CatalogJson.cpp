@@ -14,7 +14,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// Raised when a member changes its meaning or goes, not when one is added.
-constexpr int s_version = 1;
+constexpr int s_catalogVersion = 1;
 
 std::vector<std::string> SplitKeywords(std::string_view keywords) {
     std::vector<std::string> words;
@@ -116,7 +116,7 @@ std::string CatalogToJson(Effects const& effects, std::vector<CatalogEntry> cons
                         {"examples", GetExamples(entry)}});
     }
     Json const document{
-        {"version", s_version}, {"plugin", effects.plugin.string()}, {"effects", std::move(list)}};
+        {"version", s_catalogVersion}, {"plugin", effects.plugin.string()}, {"effects", std::move(list)}};
     // A path need not be UTF-8.
     return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }

@@ -18,7 +18,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// Of the lines for programs: raised when a member changes its meaning or goes, not when one is added.
-constexpr int s_version = 1;
+constexpr int s_progressVersion = 1;
 
 void WriteLine(Json const& line) {
     // A path need not be UTF-8.
@@ -26,21 +26,21 @@ void WriteLine(Json const& line) {
 }
 
 /// Null for what is not known.
-Json NumberToJson(double value) {
+Json KnownToJson(double value) {
     return std::isfinite(value) && value >= 0 ? Json(value) : Json(nullptr);
 }
 
-Json NameToJson(std::string const& name) {
+Json EncoderToJson(std::string const& name) {
     return name.empty() ? Json(nullptr) : Json(name);
 }
 
 Json ToJson(Media::RunProgress const& progress, int pass, int passes) {
     return {{"type", "progress"},
-            {"done", NumberToJson(progress.done)},
+            {"done", KnownToJson(progress.done)},
             {"frames", progress.frames},
-            {"fps", NumberToJson(progress.framesPerSecond)},
-            {"audio_seconds", NumberToJson(progress.audioSeconds)},
-            {"seconds_left", NumberToJson(progress.secondsLeft)},
+            {"fps", KnownToJson(progress.framesPerSecond)},
+            {"audio_seconds", KnownToJson(progress.audioSeconds)},
+            {"seconds_left", KnownToJson(progress.secondsLeft)},
             {"pass", pass + 1},
             {"passes", passes}};
 }
@@ -106,7 +106,7 @@ void RunReport::Begin(ProgressForm form, bool quiet, std::string const& input, s
     m_quiet = quiet;
     m_log.Write("tarsel", fmt::format("Started: \"{}\" to \"{}\"", input, output));
     if (m_form == ProgressForm::Json)
-        WriteLine({{"type", "start"}, {"version", s_version}, {"input", input}, {"output", output}});
+        WriteLine({{"type", "start"}, {"version", s_progressVersion}, {"input", input}, {"output", output}});
 }
 
 /// Of all passes, and never less than before.
@@ -174,14 +174,14 @@ void RunReport::EndForPrograms(Outcome const& outcome) const {
     Media::RunResult const& result = outcome.result;
     Json audio = Json::array();
     for (std::string const& encoder : result.audioEncoders)
-        audio.push_back(NameToJson(encoder));
+        audio.push_back(EncoderToJson(encoder));
     Json line{{"type", "result"},
               {"output", outcome.output},
               {"frames", result.framesOut},
-              {"audio_seconds", NumberToJson(result.audioSeconds)},
-              {"seconds", NumberToJson(result.seconds)},
+              {"audio_seconds", KnownToJson(result.audioSeconds)},
+              {"seconds", KnownToJson(result.seconds)},
               {"bytes", result.bytes},
-              {"video_encoder", NameToJson(result.videoEncoder)},
+              {"video_encoder", EncoderToJson(result.videoEncoder)},
               {"audio_encoders", std::move(audio)},
               {"notes", m_notes}};
     if (!outcome.times.empty())

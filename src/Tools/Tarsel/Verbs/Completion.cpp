@@ -144,7 +144,7 @@ Candidates ListLayouts() {
     return layouts;
 }
 
-Candidates ListChecks() {
+Candidates OfferChecks() {
     Candidates checks;
     for (Check::CheckInfo const& check : Check::GetChecks())
         checks.push_back({std::string(check.name), ""});
@@ -164,7 +164,7 @@ constexpr ValueSource s_valueSources[]{
     {"--audio-codec",
      [](Catalog const&, std::string_view) { return ToCandidates(Media::ListEncoders(true)); }},
     {"--layout", [](Catalog const&, std::string_view) { return ListLayouts(); }},
-    {"--check", [](Catalog const&, std::string_view) { return ListChecks(); }},
+    {"--check", [](Catalog const&, std::string_view) { return OfferChecks(); }},
 };
 
 Completions CompleteValue(CLI::Option const& option, std::string_view word, Catalog const& catalog) {

@@ -11,7 +11,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// Raised when a member changes its meaning or goes, not when one is added.
-constexpr int s_version = 1;
+constexpr int s_factsVersion = 1;
 
 std::string Dump(Json const& line) {
     // A path need not be UTF-8.
@@ -51,7 +51,7 @@ Json ToJson(Media::FrameFacts const& facts) {
 void FrameFactsFile::Open(std::filesystem::path const& path, bool overwrite,
                           std::filesystem::path const& output) {
     m_file = WholeFile(path, overwrite);
-    m_file.Write(Dump({{"type", "start"}, {"version", s_version}, {"output", output.string()}}));
+    m_file.Write(Dump({{"type", "start"}, {"version", s_factsVersion}, {"output", output.string()}}));
 }
 
 void FrameFactsFile::Write(Media::FrameFacts const& facts) {
