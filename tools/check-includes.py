@@ -16,7 +16,7 @@ EFFECTS = [*SDK, "Proc/Algorithms"]
 # Behind the installed headers, which lie in Host itself; nobody else knows them.
 HOST = ["Host/Chain", "Host/Watch"]
 # Behind the installed headers, which lie in Media itself: each knows those before it.
-MEDIA = ["Media/Base", "Media/Container", "Media/Codec", "Media/Run"]
+MEDIA = ["Media/Base", "Media/Range", "Media/Container", "Media/Codec", "Media/Read", "Media/Run"]
 # The command-line tool, in the same way; its main function comes last.
 TOOL = [f"Tools/Tarsel/{room}" for room in ("Console", "Audio", "Chain", "Catalog", "Verbs", "Main.cpp")]
 

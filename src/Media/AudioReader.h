@@ -3,6 +3,7 @@
 #include "Core/RefCount.h"
 #include "Media/Api.h"
 #include "Media/StreamInfo.h"
+#include "Media/TimeRange.h"
 #include "Proc/Interfaces/IDataAudio.h"
 
 #include <cstdint>
@@ -20,18 +21,22 @@ class AudioReading;
 /// stands for them) and all of one format. One thread at a time.
 class TARSEL_MEDIA_API AudioReader {
 public:
-    /// Opens the file. InputException when there is no audio that can be decoded; InterruptedException.
-    explicit AudioReader(std::filesystem::path const& path, std::stop_token stop = {});
+    /// Opens the file. InputException when there is no audio that can be decoded; InterruptedException. Of a
+    /// range the blocks come as from a file that holds nothing else: OptionsException where there is none
+    /// such.
+    explicit AudioReader(std::filesystem::path const& path, std::stop_token stop = {},
+                         TimeRange const& range = {});
     /// The same of the audio stream of this number (AudioStreamInfo::number). InputException when there is
     /// none.
-    AudioReader(std::filesystem::path const& path, int number, std::stop_token stop = {});
+    AudioReader(std::filesystem::path const& path, int number, std::stop_token stop = {},
+                TimeRange const& range = {});
     AudioReader(AudioReader const&) = delete;
     AudioReader& operator=(AudioReader const&) = delete;
     ~AudioReader();
 
     /// Its copyObstacle is empty.
     AudioStreamInfo const& GetInfo() const noexcept;
-    /// As the file states it, in microseconds; 0 when not known.
+    /// As the file states it, or of the range as far as the file has it, in microseconds; 0 when not known.
     std::int64_t GetDuration() const noexcept;
     /// The next block, with its time in the file and its duration in microseconds; null at the end. The block
     /// is the caller's. InputException when the file cannot be read further; InterruptedException.

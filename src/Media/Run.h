@@ -6,6 +6,7 @@
 #include "Media/Progress.h"
 #include "Media/RunTimes.h"
 #include "Media/StreamInfo.h"
+#include "Media/TimeRange.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -50,6 +51,11 @@ struct RunOptions {
     /// The chain's pictures have a format that was asked for: they are written in it, or what the encoder has
     /// next to it. Otherwise RGB that came of YUV becomes YUV again where the encoder wants that.
     bool keepsEffectFormat = false;
+    /// What is wanted of the input; the output begins at time 0 with it. Streams are cut alike: subtitles and
+    /// chapters to the part that lies in the range. Effects get the frames and samples of the range alone,
+    /// the same as if all before had been read. A stream is copied where the cuts leave its packets whole,
+    /// else re-encoded, with a note. With an image, or `at`: OptionsException.
+    TimeRange range;
     /// For a still picture out of a film: the time of the frame to take, in seconds.
     std::optional<double> at;
     /// Work on pictures, and on audio: empty where none is wanted, and streams are copied where that can be.

@@ -53,6 +53,10 @@ TEST_F(MeterTool, ShowsPeakAndRmsOfEachChannel) {
     EXPECT_NEAR(levels[0]["peakDb"].get<double>(), 20 * std::log10(0.125), 1e-5);
     EXPECT_NEAR(levels[1]["rms"].get<double>(), std::sqrt(0.25 * 0.4), 1e-9);
     EXPECT_TRUE(levels[2]["peakDb"].is_null());
+
+    auto const part = ReadJson(Run("meter wave.wav --json --from 0.375 --duration 0.25"));
+    EXPECT_EQ(part["samples"], 2000);
+    EXPECT_NEAR(part["whole"]["levels"][1]["rms"].get<double>(), std::sqrt(0.25 * 0.5), 1e-9);
 }
 
 TEST_F(MeterTool, MeasuresFilmsLayoutsWithoutANameAndNothing) {

@@ -95,6 +95,8 @@ TEST_F(ReferenceTool, ATimeInTheFilmIsOneInTheReference) {
     ASSERT_EQ(all.size(), 10U);
     RunForNotes("run film.mkv at.png --at 0.51 -e 'midequalizer reference=reference.mkv'");
     EXPECT_THAT(HashFile("at.png"), ElementsAre(all[5]));
+    RunForNotes("run film.mkv range.mkv --from 0.46 --to 0.54 -e 'midequalizer reference=reference.mkv'");
+    EXPECT_THAT(HashFile("range.mkv"), ElementsAre(all[5], all[6]));
 }
 
 TEST_F(ReferenceTool, AreUprightAndInStep) {

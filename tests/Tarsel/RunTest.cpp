@@ -273,6 +273,10 @@ TEST_F(RunTool, QualityOfAudioLeavesTheCoverAlone) {
                 EXPECT_LT(std::filesystem::file_size(output), std::filesystem::file_size(input) / 2);
             }
         }
+    EXPECT_EQ(RunForNotes("run song.flac part.flac --from 1 --duration 0:02.5"),
+              "tarsel: note: Re-encoded the audio: packets of flac cannot be cut to the range.\n");
+    EXPECT_EQ(ProbePackets("part.flac", "v"), ProbePackets("song.flac", "v"));
+    EXPECT_EQ(ProbeAudio("part.flac"), "flac 44100 1 110250 mjpeg 225000");
 }
 
 // Ten pictures a second and then two: by their mean no two of the ten would have places of their own.

@@ -44,18 +44,21 @@ void CheckBlock(AVFrame const& block) {
                          Proc::AudioText(Proc::GetFrameSampleInfo(block))));
 }
 
-/// The block from its sample `first` on.
 Proc::SafeFrame CopyFrom(AVFrame const& block, int first) {
-    Proc::SafeFrame rest;
-    Proc::SetFrameSampleInfo(*rest, Proc::GetFrameSampleInfo(block));
-    rest->nb_samples = block.nb_samples - first;
-    rest.AllocateBuffers();
-    av_samples_copy(rest->extended_data, block.extended_data, 0, first, rest->nb_samples,
-                    block.ch_layout.nb_channels, static_cast<AVSampleFormat>(block.format));
-    return rest;
+    return CopySamples(block, first, block.nb_samples - first);
 }
 
 } // namespace
+
+Proc::SafeFrame CopySamples(AVFrame const& block, int first, int count) {
+    Proc::SafeFrame part;
+    Proc::SetFrameSampleInfo(*part, Proc::GetFrameSampleInfo(block));
+    part->nb_samples = count;
+    part.AllocateBuffers();
+    av_samples_copy(part->extended_data, block.extended_data, 0, first, count, block.ch_layout.nb_channels,
+                    static_cast<AVSampleFormat>(block.format));
+    return part;
+}
 
 double AudioAligner::ToSeconds(std::int64_t samples) const noexcept {
     return static_cast<double>(samples) / m_format.rate;

@@ -16,6 +16,9 @@ struct AVFrame;
 
 namespace Tarsel::Media {
 
+/// `count` samples of the block from its sample `first` on, which it has; no times. MemoryException.
+Proc::SafeFrame CopySamples(AVFrame const& block, int first, int count);
+
 /// Blocks of audio as one line: all of one format, each beginning where the one before ended. Where a block's
 /// time says otherwise by no more than 40 ms (or two ticks of a coarser clock), the time is taken for
 /// inexact: people do not notice less between audio and picture (ITU-R BT.1359). Beyond that a gap becomes

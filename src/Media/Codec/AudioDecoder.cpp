@@ -103,8 +103,16 @@ SP<Proc::IDataAudio> AudioDecoder::Receive() {
     for (;;) {
         if (auto block = m_aligner->Take()) {
             Ratio const sample{1, GetFormat().rate};
-            std::int64_t const start = block->Get()->pts;
-            std::int64_t const end = start + block->Get()->nb_samples;
+            AVFrame const& all = **block;
+            Ticks const part = Cut(m_span, {all.pts, all.pts + all.nb_samples}, sample);
+            if (part.end <= part.start)
+                continue;
+            if (part.end - part.start < all.nb_samples)
+                block = CopySamples(all, static_cast<int>(part.start - all.pts),
+                                    static_cast<int>(part.end - part.start));
+            std::int64_t const origin = ToTicks(m_span.GetOrigin(), sample);
+            std::int64_t const start = part.start - origin;
+            std::int64_t const end = part.end - origin;
             SP<Proc::IDataAudio> data = MakeSP<Proc::DataAudioFF>(std::move(*block));
             data->SetTime(ToMicroseconds(start, sample));
             data->SetDuration(ToMicroseconds(end, sample) - data->GetTime());

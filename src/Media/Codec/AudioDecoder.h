@@ -3,6 +3,7 @@
 #include "Core/RefCount.h"
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Codec/AudioAligner.h"
+#include "Media/Range/Span.h"
 #include "Proc/Interfaces/IDataAudio.h"
 #include "Proc/Wrappers/SafeFrame.h"
 
@@ -29,6 +30,8 @@ public:
     /// Takes one packet, or null for the end. What cannot be decoded is skipped and counted, and becomes
     /// silence. Before the next packet all blocks are received. MemoryException.
     void Send(AVPacket const* packet);
+    /// Blocks are cut to the span, to the sample, and moved to its beginning.
+    void CutTo(Span const& span) noexcept { m_span = span; }
     /// The next block, with its time and duration in microseconds; null until another packet is sent.
     SP<Proc::IDataAudio> Receive();
 
@@ -44,6 +47,7 @@ private:
     bool m_ignoresTimes = false;
     UniqueCodecContext m_context;
     std::optional<AudioAligner> m_aligner;
+    Span m_span;
     Proc::SafeFrame m_frame;
     std::int64_t m_damaged = 0;
     /// Of the packet sent last, and of those skipped, in the stream's time base.

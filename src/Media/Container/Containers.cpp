@@ -183,8 +183,8 @@ constexpr ContainerTraits s_anyContainer{};
 constexpr InputTraits s_inputs[] = {
     {.name = "image2", .isStill = true},
     {.name = "tty", .isGuess = true},
-    {.name = "matroska,webm", .statesEnd = true, .statesExactly = true},
-    {.name = "mov,mp4,m4a,3gp,3g2,mj2", .statesExactly = true},
+    {.name = "matroska,webm", .statesEnd = true, .statesExactly = true, .hasIndex = true},
+    {.name = "mov,mp4,m4a,3gp,3g2,mj2", .statesExactly = true, .hasIndex = true},
     {.name = "avi", .statesExactly = true},
     {.name = "flac", .statesExactly = true},
     {.name = "wav", .statesExactly = true},

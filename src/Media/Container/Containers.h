@@ -140,6 +140,8 @@ struct InputTraits {
     bool tagsStreams = false;
     /// Nothing follows its last packet; what does is one that is not whole, of which its reader says nothing.
     bool endsWithPacket = false;
+    /// It has an index of key frames, and times that do not depend on what was read before.
+    bool hasIndex = false;
 };
 
 InputTraits GetTraits(AVInputFormat const& format) noexcept;

@@ -192,6 +192,8 @@ std::int64_t Demuxer::GetDuration() const noexcept {
 
 bool Demuxer::Read(AVPacket& packet) {
     int damaged = 0;
+    if (m_rangeEnd.IsReached())
+        return false;
     for (;;) {
         std::int64_t const position = avio_tell(m_file.get());
         int const error = av_read_frame(m_context.get(), &packet);
@@ -224,6 +226,8 @@ bool Demuxer::Read(AVPacket& packet) {
     m_lastFrames.Add(packet);
     if (m_isBroadcast)
         CorrectTimes(packet);
+    m_rangeEnd.Add(*m_context, packet);
+    EndSkipping(packet);
     return true;
 }
 
@@ -275,6 +279,33 @@ bool Demuxer::Seek(std::int64_t microseconds) {
     std::int64_t const ticks =
         ToTicks(av_sat_add64(microseconds, m_clockStart), FromAV(GetVideo().time_base));
     return av_seek_frame(m_context.get(), m_video, ticks, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+bool Demuxer::SeeksExactly() const noexcept {
+    return GetTraits(*m_context->iformat).hasIndex;
+}
+
+void Demuxer::EndWith(Span const& span) {
+    m_rangeEnd = RangeEnd(*m_context, span);
+}
+
+void Demuxer::SkipVideoBefore(std::int64_t microseconds) {
+    if (!SeeksExactly() || microseconds <= GetStart())
+        return;
+    m_skippedBefore = microseconds;
+    m_hasJumped = true;
+    m_context->streams[m_video]->discard = AVDISCARD_ALL;
+}
+
+void Demuxer::EndSkipping(AVPacket const& packet) {
+    if (m_skippedBefore == INT64_MIN)
+        return;
+    std::int64_t const time = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+    Ratio const timeBase = FromAV(m_context->streams[packet.stream_index]->time_base);
+    if (time == AV_NOPTS_VALUE || ToMicroseconds(time, timeBase) < m_skippedBefore)
+        return;
+    m_skippedBefore = INT64_MIN;
+    m_context->streams[m_video]->discard = AVDISCARD_DEFAULT;
 }
 
 std::vector<std::string> Demuxer::GetNotes() const {

@@ -6,6 +6,7 @@
 #include "Media/Container/FileEnd.h"
 #include "Media/Container/LastFrames.h"
 #include "Media/Container/StatedEnds.h"
+#include "Media/Range/RangeEnd.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -59,6 +60,13 @@ public:
     /// Goes on at the last key frame of the picture stream not after the time, in microseconds; false when
     /// the file cannot.
     bool Seek(std::int64_t microseconds);
+    /// Whether what follows such a key frame comes out as if all had been read from the start.
+    bool SeeksExactly() const noexcept;
+    /// From now on nothing is read that lies after the span.
+    void EndWith(Span const& span);
+    /// Passes over the picture stream where that is fast, until another stream has come to the time, in
+    /// microseconds. Before the first packet is read.
+    void SkipVideoBefore(std::int64_t microseconds);
 
     /// What the user should know of the reading, one sentence each.
     std::vector<std::string> GetNotes() const;
@@ -71,6 +79,7 @@ private:
     bool IsAtEnd(int error) const noexcept;
     void LookAtEnd(std::int64_t last);
     void CorrectTimes(AVPacket& packet);
+    void EndSkipping(AVPacket const& packet);
 
     std::filesystem::path m_path;
     std::stop_token m_stop;
@@ -94,6 +103,9 @@ private:
     /// All was read, from the start on.
     bool m_isWhole = false;
     bool m_hasJumped = false;
+    RangeEnd m_rangeEnd;
+    /// Until then, in microseconds, the picture stream is passed over.
+    std::int64_t m_skippedBefore = INT64_MIN;
 };
 
 } // namespace Tarsel::Media

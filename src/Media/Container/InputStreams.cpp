@@ -107,7 +107,7 @@ InputStreams MakeUnknownInput(StreamKind kind) {
     return input;
 }
 
-InputStreams DescribeStreams(Demuxer const& input) {
+InputStreams DescribeStreams(Demuxer const& input, Span const& span) {
     AVFormatContext const& from = input.GetContext();
     InputStreams result;
     result.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
@@ -125,6 +125,9 @@ InputStreams DescribeStreams(Demuxer const& input) {
     std::vector<int> all(from.nb_streams);
     std::iota(all.begin(), all.end(), 0);
     CopyPrograms(from, all, *result.context);
+    result.span = span;
+    if (!span.IsWhole())
+        CutDescription(*result.context, span);
     return result;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Media/Base/FFmpegOwners.h"
+#include "Media/Range/Span.h"
 
 #include <cstdint>
 #include <string>
@@ -22,12 +23,14 @@ struct InputStreams {
     std::string container;
     /// As Demuxer::HasTimes.
     bool hasTimes = true;
+    /// What is wanted of it. Chapters and lengths above are those of the span already.
+    Span span;
 };
 
 class Demuxer;
 
-/// Describes an opened input. MemoryException.
-InputStreams DescribeStreams(Demuxer const& input);
+/// Describes what is wanted of an opened input. MemoryException.
+InputStreams DescribeStreams(Demuxer const& input, Span const& span);
 
 /// An input of one stream, of pictures or of audio, of which nothing is known: for files that are written
 /// without one. MemoryException.

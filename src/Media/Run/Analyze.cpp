@@ -6,13 +6,15 @@
 #include "Media/Base/Paths.h"
 #include "Media/Base/Stopped.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Read/SpanFinder.h"
+#include "Media/Read/VideoSource.h"
 #include "Media/Run/Pipeline.h"
 #include "Media/Run/ProgressMeter.h"
 #include "Media/Run/StageTimes.h"
-#include "Media/Run/VideoSource.h"
 
 #include <fmt/format.h>
 
+#include <memory>
 #include <utility>
 
 extern "C" {
@@ -25,13 +27,16 @@ namespace {
 AnalyzeResult AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& stop) {
     CheckInputPath(options.input);
     StageTimes times;
-    VideoSource source(options.input, stop.get_token());
+    CheckRange(options.range);
+    auto demuxer = std::make_unique<Demuxer>(options.input, stop.get_token());
+    Span const span = FindSpan(options.range, *demuxer, stop.get_token());
+    VideoSource source(std::move(demuxer), stop.get_token(), span);
     auto const chain = options.makeVideoEffects(source.GetInfo());
     if (chain == nullptr)
         Core::Throw<OptionsException>("Give a chain to analyze the video with");
 
     ProgressMeter progress;
-    progress.SetSpan(source.GetDemuxer().GetStart(), source.GetDemuxer().GetDuration());
+    progress.SetSpan(source.GetDemuxer().GetStart(), source.GetDemuxer().GetDuration(), span);
     auto const report = [&] {
         if (options.onProgress)
             options.onProgress(progress.Get());

@@ -5,6 +5,7 @@
 #include "Media/Codec/AudioEncoderChoice.h"
 #include "Media/Codec/AudioFormat.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Range/PacketCutter.h"
 #include "Media/Run/Planner.h"
 #include "Proc/Wrappers/FFmpegText.h"
 
@@ -68,6 +69,7 @@ std::unique_ptr<AudioReEncode> AudioPlanner::Make(StreamPlan& plan) {
         plan.notes.push_back(std::string(exception.what()) + ".");
         return nullptr;
     }
+    decoder->CutTo(m_input.span);
     AudioEffects effects = MakeEffects(decoder->GetFormat(), obstacle);
     if (effects.chain == nullptr && obstacle.empty()) {
         NoteLossless(m_source.codecpar->codec_id, plan);
@@ -109,6 +111,8 @@ std::string AudioPlanner::DescribeCopyObstacle() const {
         return fmt::format("{} holds audio of {} Hz only", Quote(m_options.output.filename()), rate);
     if (!CanHoldAudio(m_checked.container, *m_source.codecpar))
         return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
+    if (!m_input.span.IsWhole() && !CutsExactly(m_source))
+        return fmt::format("packets of {} cannot be cut to the range", avcodec_get_name(codec));
     return m_checked.AsksAudioQuality() && !CodecLosesNothing(codec)
                ? fmt::format("the quality \"{}\" was requested", GetQualityName(m_checked.GetQuality()))
                : std::string();

@@ -6,8 +6,11 @@
 #include "Media/Codec/AudioEncoderChoice.h"
 #include "Media/Codec/EncoderSettings.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Read/SpanFinder.h"
 
 #include <fmt/format.h>
+
+#include <utility>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -17,8 +20,20 @@ namespace Tarsel::Media {
 
 namespace {
 
+/// An image is chosen by its time alone.
+void CheckNoRange(RunOptions const& options) {
+    for (auto const& [time, name] : {std::pair(options.range.from, "from"),
+                                     {options.range.to, "to"},
+                                     {options.range.duration, "duration"}})
+        if (time)
+            Core::Throw<OptionsException>(Quote(options.output) + " is an image", TagSurplusOption(name));
+}
+
 void CheckTime(CheckedOptions const& checked) {
     RunOptions const& options = checked.options;
+    if (checked.container.isStill)
+        CheckNoRange(options);
+    CheckRange(options.range);
     if (!options.at)
         return;
     auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };

@@ -18,7 +18,8 @@ namespace Tarsel::Media {
 
 NonVideoStreams::NonVideoStreams(InputStreams const& input, std::vector<StreamWork> work,
                                  ProgressMeter& progress, std::stop_token stop)
-    : m_input(input), m_progress(progress), m_stop(std::move(stop)) {
+    : m_input(input), m_cutter(*input.context, input.video, input.span), m_progress(progress),
+      m_stop(std::move(stop)) {
     for (StreamWork& each : work)
         m_streams.push_back({each.audio ? std::make_unique<AudioWorker>(std::move(each.audio)) : nullptr,
                              std::move(each.text)});
@@ -39,21 +40,30 @@ void NonVideoStreams::Count(AVPacket const& packet) {
     if (source.codecpar->codec_type != AVMEDIA_TYPE_AUDIO || packet.pts == AV_NOPTS_VALUE)
         return;
     Ratio const timeBase = FromAV(source.time_base);
-    m_progress.AddAudio(std::max<std::int64_t>(ToMicroseconds(packet.pts, timeBase), 0),
-                        ToMicroseconds(av_sat_add64(packet.pts, packet.duration), timeBase));
+    std::int64_t const origin = m_input.span.GetOrigin();
+    Ticks const part = Cut(m_input.span,
+                           {std::max<std::int64_t>(ToMicroseconds(packet.pts, timeBase), 0),
+                            ToMicroseconds(av_sat_add64(packet.pts, packet.duration), timeBase)},
+                           s_microsecond);
+    if (part.end > part.start)
+        m_progress.AddAudio(part.start - origin, part.end - origin);
 }
 
-void NonVideoStreams::Write(AVPacket& packet, Muxer& muxer) {
+bool NonVideoStreams::Write(AVPacket& packet, Muxer& muxer) {
     // Streams may turn up after the start of broadcasts.
     if (!muxer.Takes(packet.stream_index))
-        return;
+        return false;
     auto const index = static_cast<std::size_t>(packet.stream_index);
     Count(packet);
     auto const& [audio, text] = m_streams[index];
-    if (audio != nullptr)
+    if (audio != nullptr) {
         audio->Feed(packet, MakeTaker(index, muxer));
-    else if (text == nullptr || text->Convert(packet))
+        return true;
+    }
+    bool const isWanted = (text == nullptr || text->Convert(packet)) && m_cutter.Cut(packet);
+    if (isWanted)
         muxer.WriteCopied(packet);
+    return isWanted;
 }
 
 void NonVideoStreams::End(Muxer& muxer) {

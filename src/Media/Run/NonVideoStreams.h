@@ -2,6 +2,7 @@
 
 #include "Media/Container/InputStreams.h"
 #include "Media/Container/Muxer.h"
+#include "Media/Range/PacketCutter.h"
 #include "Media/Run/AudioWorker.h"
 #include "Media/Run/Planner.h"
 #include "Media/Run/ProgressMeter.h"
@@ -24,9 +25,10 @@ public:
     NonVideoStreams(InputStreams const& input, std::vector<StreamWork> work, ProgressMeter& progress,
                     std::stop_token stop);
 
-    /// Takes a packet of the input, with the times of its stream there. OutputException; exceptions of the
-    /// effects; Stopped.
-    void Write(AVPacket& packet, Muxer& muxer);
+    /// Takes a packet of the input, with the times of its stream there, and what of it lies in the span;
+    /// false where that is nothing of a packet that is copied. OutputException; exceptions of the effects;
+    /// Stopped.
+    bool Write(AVPacket& packet, Muxer& muxer);
     /// No more packets. As Write.
     void End(Muxer& muxer);
 
@@ -47,6 +49,7 @@ private:
     };
     /// By their index in the input.
     std::vector<Stream> m_streams;
+    PacketCutter m_cutter;
     ProgressMeter& m_progress;
     std::stop_token m_stop;
 };

@@ -3,6 +3,8 @@
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Read/CutObstacle.h"
+#include "Media/Read/SpanFinder.h"
 
 #include <fmt/format.h>
 
@@ -57,12 +59,15 @@ OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
     OpenedInput input;
     input.demuxer = std::make_unique<Demuxer>(checked.options.input, stop);
     CheckKinds(checked, *input.demuxer);
-    input.streams = DescribeStreams(*input.demuxer);
+    Span const span = FindSpan(checked.options.range, *input.demuxer, stop);
+    input.streams = DescribeStreams(*input.demuxer, span);
     bool const goesWithoutVideo = checked.container.isAudio && !input.demuxer->IsCover();
     if (!input.demuxer->HasVideo() || goesWithoutVideo)
         return input;
     try {
-        input.source = std::make_unique<VideoSource>(std::move(input.demuxer), stop);
+        if (!input.demuxer->IsCover())
+            input.cutObstacle = DescribeCutObstacle(checked.options.input, span, stop);
+        input.source = std::make_unique<VideoSource>(std::move(input.demuxer), stop, span);
         SelectStill(checked, *input.source);
         input.video = input.source->GetInfo();
         if (checked.container.isStill)

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "Media/Container/InputStreams.h"
+#include "Media/Read/VideoSource.h"
 #include "Media/Run/CheckedOptions.h"
-#include "Media/Run/VideoSource.h"
 
 #include <exception>
 #include <memory>
 #include <stop_token>
+#include <string>
 
 namespace Tarsel::Media {
 
@@ -21,14 +22,16 @@ struct OpenedInput {
     InputStreams streams;
     /// Of the source; without its copyObstacle.
     VideoStreamInfo video;
+    /// Why the packets of the video cannot be copied to the range alone; "" when they can.
+    std::string cutObstacle;
     /// Of what becomes an image.
     ImageFacts facts;
 
     Demuxer const& GetDemuxer() const noexcept { return source ? source->GetDemuxer() : *demuxer; }
 };
 
-/// Opens the input. What the options need has to be in it, a still picture out of a film too. InputException,
-/// OptionsException; Stopped.
+/// Opens the input. What the options need has to be in it, a still picture out of a film and the range too.
+/// InputException, OptionsException; Stopped.
 OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop);
 
 } // namespace Tarsel::Media

@@ -129,6 +129,8 @@ std::string Planner::DescribeCopyObstacle() const {
     if (m_input.video.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill &&
         !GetTraits(m_format).isMovFamily)
         return fmt::format("{} cannot hold the orientation tag", Quote(m_options.output.filename()));
+    if (!m_input.cutObstacle.empty())
+        return m_input.cutObstacle;
     bool const needsTimes = KeepsTimes(m_format) && m_streams.container != m_format.name && !input.IsStill();
     return needsTimes && m_input.source != nullptr && !m_input.source->HasPacketTimes()
                ? "the input states no frame times"

@@ -1,5 +1,7 @@
 #include "Media/Run/ProgressMeter.h"
 
+#include "Media/Base/Times.h"
+
 #include <algorithm>
 #include <cstdint>
 
@@ -9,9 +11,11 @@ extern "C" {
 
 namespace Tarsel::Media {
 
-void ProgressMeter::SetSpan(std::int64_t start, std::int64_t duration) noexcept {
-    m_start = start;
-    m_duration = duration;
+void ProgressMeter::SetSpan(std::int64_t start, std::int64_t duration, Span const& span) noexcept {
+    std::int64_t const end = duration > 0 ? av_sat_add64(start, duration) : span.to;
+    Ticks const part = Cut(span, {start, end}, s_microsecond);
+    m_start = part.start - span.GetOrigin();
+    m_duration = end != INT64_MAX ? part.end - part.start : 0;
 }
 
 void ProgressMeter::Add(std::int64_t end) noexcept {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Media/Progress.h"
+#include "Media/Range/Span.h"
 
 #include <atomic>
 #include <chrono>
@@ -11,10 +12,10 @@ namespace Tarsel::Media {
 /// How far a run is. Written by the stage that writes the file, read by the thread that reports.
 class ProgressMeter {
 public:
-    /// Where the pictures, or the audio, start and how long they last, in microseconds; a duration of 0 is
-    /// not known.
-    void SetSpan(std::int64_t start, std::int64_t duration) noexcept;
-    /// A picture was written that ends at this time, in microseconds.
+    /// Where the pictures, or the audio, start and how long they last, in microseconds of the input, and what
+    /// is wanted of them; a duration of 0 is not known.
+    void SetSpan(std::int64_t start, std::int64_t duration, Span const& span) noexcept;
+    /// A picture was written that ends at this time, in microseconds of the output, as all that follow.
     void Add(std::int64_t end) noexcept;
     /// Audio was written up to this time, in microseconds: where there are no pictures to count.
     void Reach(std::int64_t end) noexcept;

@@ -9,9 +9,9 @@
 #include "Media/Codec/Encoders.h"
 #include "Media/Container/OutputFile.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Read/ImageFacts.h"
+#include "Media/Read/NonVideoReader.h"
 #include "Media/Run/FrameWatch.h"
-#include "Media/Run/ImageFacts.h"
-#include "Media/Run/NonVideoReader.h"
 #include "Media/Run/NonVideoStreams.h"
 #include "Media/Run/Pipeline.h"
 #include "Media/Run/Planner.h"
@@ -55,6 +55,8 @@ private:
     void Copy(OutputFile& file, NonVideoStreams& beside);
     void NoteSize(std::int64_t input, std::int64_t output);
     std::int64_t GetEnd(AVPacket const& packet) const;
+    void CheckReached(std::int64_t end) const;
+    void NoteShortRange(std::int64_t end);
     void Report() const;
     void AddNotes(std::vector<std::string> notes);
 
@@ -78,7 +80,8 @@ RunResult Job::Run() {
 
 void Job::Open() {
     m_input = OpenInput(m_checked, m_stop.get_token());
-    m_progress.SetSpan(m_input.GetDemuxer().GetStart(), m_input.GetDemuxer().GetDuration());
+    m_progress.SetSpan(m_input.GetDemuxer().GetStart(), m_input.GetDemuxer().GetDuration(),
+                       m_input.streams.span);
 }
 
 void Job::Plan() {
@@ -124,7 +127,7 @@ void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
     VideoEncoder& encoder = *m_planned.videoEncoder;
     std::optional<NonVideoReader> others;
     if (!m_isStill && streams.context->nb_streams > 1)
-        others.emplace(m_options.input, m_stop.get_token());
+        others.emplace(m_options.input, m_stop.get_token(), streams.span);
     Muxer muxer(std::move(m_planned.output), file, streams);
     Writer writer(encoder, muxer, streams, others ? &*others : nullptr, beside, m_progress);
 
@@ -133,6 +136,7 @@ void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
 
     VideoSource const& source = *m_input.source;
     m_result.framesIn = source.GetFrameCount();
+    NoteShortRange(source.GetEnd());
     NoteSize(source.GetByteCount(), writer.GetByteCount());
     AddNotes(others ? others->GetNotes() : source.GetDemuxer().GetNotes());
     AddNotes(source.GetNotes());
@@ -206,6 +210,8 @@ void Job::Copy(OutputFile& file, NonVideoStreams& beside) {
         m_input.demuxer = std::make_unique<Demuxer>(m_options.input, m_stop.get_token());
     }
     Demuxer& demuxer = *m_input.demuxer;
+    demuxer.EndWith(streams.span);
+    std::int64_t reached = INT64_MIN;
     bool const countsPictures = streams.video >= 0 && !demuxer.IsCover();
     Muxer muxer(std::move(m_planned.output), file, streams);
 
@@ -213,14 +219,19 @@ void Job::Copy(OutputFile& file, NonVideoStreams& beside) {
     auto const packets = pipeline.AddStage<UniquePacket>(
         [&](UniquePacket packet) {
             Core::Stopwatch const watch(m_times.writing);
-            if (packet->stream_index == streams.video)
-                m_progress.Add(GetEnd(*packet));
-            else if (!countsPictures)
-                m_progress.Reach(GetEnd(*packet));
-            beside.Write(*packet, muxer);
+            std::int64_t const end = GetEnd(*packet);
+            std::int64_t const inOutput = av_sat_sub64(end, streams.span.GetOrigin());
+            bool const isVideo = packet->stream_index == streams.video;
+            reached = std::max(reached, end);
+            bool const isWritten = beside.Write(*packet, muxer);
+            if (isVideo && isWritten)
+                m_progress.Add(inOutput);
+            else if (!isVideo && !countsPictures)
+                m_progress.Reach(inOutput);
         },
         [&] {
             Core::Stopwatch const watch(m_times.writing);
+            CheckReached(reached);
             beside.End(muxer);
             muxer.Close();
         });
@@ -236,6 +247,7 @@ void Job::Copy(OutputFile& file, NonVideoStreams& beside) {
     });
 
     m_result.framesIn = m_progress.GetFrames();
+    NoteShortRange(reached);
     AddNotes(demuxer.GetNotes());
     AddNotes(muxer.GetNotes());
 }
@@ -261,6 +273,22 @@ std::int64_t Job::GetEnd(AVPacket const& packet) const {
     return isKnown ? ToMicroseconds(av_sat_add64(packet.pts, packet.duration),
                                     FromAV(context.streams[index]->time_base))
                    : INT64_MIN;
+}
+
+/// A range behind the end of the file, of which only reading it tells.
+void Job::CheckReached(std::int64_t end) const {
+    bool const isEmpty = m_progress.GetFrames() == 0 && m_progress.GetAudioSeconds() == 0;
+    if (m_input.streams.span.IsWhole() || !isEmpty)
+        return;
+    Core::Throw<OptionsException>(fmt::format("There is nothing of {} in the range: it ends at {}",
+                                              Quote(m_options.input), SecondsText(end)));
+}
+
+/// `end` is where the input ends, in microseconds.
+void Job::NoteShortRange(std::int64_t end) {
+    Span const& span = m_input.streams.span;
+    if (span.to != INT64_MAX && end != INT64_MIN && end < span.to)
+        AddNotes({fmt::format("The input ends at {}, before the range does.", SecondsText(end))});
 }
 
 void Job::Report() const {

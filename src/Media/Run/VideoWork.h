@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Media/Codec/VideoEncoder.h"
+#include "Media/Read/VideoSource.h"
 #include "Media/Run/TimeMap.h"
-#include "Media/Run/VideoSource.h"
 #include "Proc/Interfaces/IEffectStream.h"
 
 #include <cstdint>

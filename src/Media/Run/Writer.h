@@ -2,7 +2,7 @@
 
 #include "Media/Codec/VideoEncoder.h"
 #include "Media/Container/Muxer.h"
-#include "Media/Run/NonVideoReader.h"
+#include "Media/Read/NonVideoReader.h"
 #include "Media/Run/NonVideoStreams.h"
 #include "Media/Run/ProgressMeter.h"
 

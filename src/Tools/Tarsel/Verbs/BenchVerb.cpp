@@ -10,6 +10,7 @@
 #include "Tools/Tarsel/Console/ProgressLine.h"
 #include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/UsageException.h"
+#include "Tools/Tarsel/Verbs/RangeArguments.h"
 #include "Tools/Tarsel/Verbs/TimeReport.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
 
@@ -25,6 +26,7 @@ namespace {
 
 struct BenchArguments {
     std::string input;
+    RangeArguments range;
     StepArguments steps;
     std::optional<int> threads;
     bool filtersOnly = false;
@@ -48,6 +50,7 @@ void Bench(BenchArguments const& arguments, Context const& context) {
                                       references.Open(maker.GetEffects(), stream.start, context.stop);
                                       return maker.Make(stream, effects);
                                   },
+                                  arguments.range.MakeRange(),
                                   {}};
     Console& console = context.console;
     if (console.IsTerminal())
@@ -69,6 +72,7 @@ Verb AddBenchVerb(CLI::App& app, CommonOptions& common) {
     command->add_option("INPUT", arguments->input, "Video or image file to read")
         ->required()
         ->option_text(" ");
+    arguments->range.AddTo(*command);
     AddStepOptions(*command, arguments->steps);
     AddThreadsOption(*command, arguments->threads);
     AddFiltersOnlyFlag(*command, arguments->filtersOnly);

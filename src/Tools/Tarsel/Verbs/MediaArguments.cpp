@@ -18,6 +18,7 @@ void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
         ->required()
         ->option_text(" ");
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
+    range.AddTo(command);
     video.AddTo(command);
     std::vector<std::string> qualities;
     for (Media::Quality const each : Media::s_everyQuality)
@@ -48,6 +49,7 @@ Media::RunOptions MediaArguments::MakeRunOptions() const {
     options.input = input;
     options.output = output;
     options.overwrite = overwrite;
+    options.range = range.MakeRange();
     options.videoEncoder = video.name;
     for (Media::Quality const each : Media::s_everyQuality)
         if (Media::GetQualityName(each) == quality)

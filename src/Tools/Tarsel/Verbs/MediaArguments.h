@@ -3,6 +3,7 @@
 #include "Media/Run.h"
 #include "Tools/Tarsel/Console/RunReport.h"
 #include "Tools/Tarsel/Verbs/EncoderArguments.h"
+#include "Tools/Tarsel/Verbs/RangeArguments.h"
 
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@ struct MediaArguments {
     std::string input;
     std::string output;
     bool overwrite = false;
+    RangeArguments range;
     EncoderArguments video = EncoderArguments::ForVideo();
     std::string quality;
     EncoderArguments audio = EncoderArguments::ForAudio();
@@ -33,7 +35,7 @@ struct MediaArguments {
     /// outlive the parsing.
     void AddTo(CLI::App& command, std::string const& inputs);
     ProgressForm GetProgressForm() const;
-    /// Files and encoders. UsageException for an encoder option that is not KEY=VALUE.
+    /// Files, range and encoders. UsageException for an encoder option that is not KEY=VALUE.
     Media::RunOptions MakeRunOptions() const;
 };
 

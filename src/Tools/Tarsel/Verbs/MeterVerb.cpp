@@ -10,6 +10,7 @@
 #include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/UsageException.h"
 #include "Tools/Tarsel/Verbs/AudioWork.h"
+#include "Tools/Tarsel/Verbs/RangeArguments.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
 
 #include <CLI/CLI.hpp>
@@ -35,6 +36,7 @@ struct PictureSize {
 
 struct MeterArguments {
     std::string input;
+    RangeArguments range;
     std::optional<double> interval;
     bool json = false;
     std::string picture;
@@ -80,7 +82,7 @@ void Meter(MeterArguments const& arguments, Context const& context) {
         Media::CheckImageFile(picture);
 
     AudioWork work(context, false);
-    Media::AudioReader reader(arguments.input, context.stop);
+    Media::AudioReader reader(arguments.input, context.stop, arguments.range.MakeRange());
     Conf::SampleInfo const format = reader.GetInfo().format;
     std::size_t const channels = format.layout.channels;
     double const interval = arguments.interval.value_or(ChooseInterval(reader.GetDuration()));
@@ -115,6 +117,7 @@ Verb AddMeterVerb(CLI::App& app, CommonOptions& common) {
     command->add_option("INPUT", arguments->input, "Audio file, or video with audio (its best stream)")
         ->required()
         ->option_text(" ");
+    arguments->range.AddTo(*command);
     AddSecondsOption(*command, "--interval", arguments->interval,
                      "Time per row; default: about 40 rows in all", {0.001, 86400});
     command->add_flag("--json", arguments->json, "Print JSON for programs");

@@ -207,12 +207,14 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
                     "chapters and metadata are copied. So are video and audio that no effect changes,\n"
                     "if OUTPUT can hold their codecs and no encoder option is given. An effect on two\n"
                     "inputs takes the second from reference=FILE, an image, or a video that starts\n"
-                    "with INPUT.\n\n" +
+                    "with INPUT. --from and --to take a part of INPUT, exact to the frame and to the\n"
+                    "sample, which begins at 0 in OUTPUT.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel run in.mp4 out.mp4 -e \"flip horizontal=1\" -e \"transpose step=1\"\n"
                     "  tarsel run in.mov out.mkv -e \"transpose step=2\" --video-codec ffv1\n"
                     "  tarsel run in.mp4 image.png -e \"flip vertical=1\" --at 2.5\n"
+                    "  tarsel run film.mkv scene.mkv --from 1:02:03.5 --duration 250f\n"
                     "  tarsel run left.mp4 out.mp4 -e \"midequalizer reference=right.mp4\"\n"
                     "  tarsel run in.mp4 out.mp4 -e \"compressor ratio=4\" -e \"flip horizontal=1\"\n"
                     "  tarsel run song.wav song.mp3 -e \"reverb\"\n"

@@ -9,6 +9,7 @@
 #include "Media/Codec/AudioFormat.h"
 #include "Media/Container/Demuxer.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Read/SpanFinder.h"
 
 #include <fmt/format.h>
 
@@ -19,6 +20,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 }
 
 namespace Tarsel::Media {
@@ -34,7 +36,8 @@ namespace {
 class AudioReading {
 public:
     /// Without a number, the best stream.
-    AudioReading(std::filesystem::path const& path, std::optional<int> number, std::stop_token const& stop)
+    AudioReading(std::filesystem::path const& path, std::optional<int> number, std::stop_token const& stop,
+                 TimeRange const& range)
         : m_demuxer(path, stop) {
         AVFormatContext const& context = m_demuxer.GetContext();
         int found = 0;
@@ -51,6 +54,9 @@ public:
                                             ? fmt::format("{} has no audio stream {}", Quote(path), *number)
                                             : fmt::format("{} has no audio", Quote(path)));
         m_decoder.emplace(*m_stream, m_demuxer.HasTimes());
+        m_span = FindSpan(range, m_demuxer, stop);
+        m_decoder->CutTo(m_span);
+        m_demuxer.EndWith(m_span);
         m_info = DescribeAudio(*m_stream, found, m_decoder->GetFormat(), {});
     }
 
@@ -59,16 +65,25 @@ public:
 
     std::int64_t GetDuration() const noexcept {
         std::int64_t const whole = m_demuxer.GetContext().duration;
-        return m_stream->duration > 0 ? ToMicroseconds(m_stream->duration, FromAV(m_stream->time_base))
-                                      : std::max<std::int64_t>(whole, 0);
+        Ratio const timeBase = FromAV(m_stream->time_base);
+        std::int64_t const duration = m_stream->duration > 0 ? ToMicroseconds(m_stream->duration, timeBase)
+                                                             : std::max<std::int64_t>(whole, 0);
+        std::int64_t const start =
+            m_stream->start_time == AV_NOPTS_VALUE ? 0 : ToMicroseconds(m_stream->start_time, timeBase);
+        Ticks const part = Cut(m_span, {start, av_sat_add64(start, duration)}, s_microsecond);
+        return part.end - part.start;
     }
 
     SP<Proc::IDataAudio> Next() {
         for (;;) {
-            if (SP<Proc::IDataAudio> block = m_decoder->Receive())
+            if (SP<Proc::IDataAudio> block = m_decoder->Receive()) {
+                m_isEmpty = false;
                 return block;
-            if (std::exchange(m_draining, !ReadPacket()))
+            }
+            if (std::exchange(m_draining, !ReadPacket())) {
+                CheckReached();
                 return nullptr;
+            }
             m_decoder->Send(m_draining ? nullptr : m_packet.get());
         }
     }
@@ -81,6 +96,13 @@ public:
     }
 
 private:
+    /// A range behind the end of the file, of which only reading it tells.
+    void CheckReached() const {
+        if (m_isEmpty && !m_span.IsWhole())
+            Core::Throw<OptionsException>(fmt::format("There is no audio of {} in the range: it ends at {}",
+                                                      Quote(m_demuxer.GetPath()), SecondsText(m_end)));
+    }
+
     /// The next one of the stream; false at the end.
     bool ReadPacket() {
         do {
@@ -88,6 +110,9 @@ private:
             if (m_draining || !m_demuxer.Read(*m_packet))
                 return false;
         } while (m_packet->stream_index != m_stream->index);
+        if (m_packet->pts != AV_NOPTS_VALUE)
+            m_end = std::max(m_end, ToMicroseconds(av_sat_add64(m_packet->pts, m_packet->duration),
+                                                   FromAV(m_stream->time_base)));
         return true;
     }
 
@@ -96,16 +121,21 @@ private:
     std::optional<AudioDecoder> m_decoder;
     UniquePacket m_packet = MakePacket();
     AudioStreamInfo m_info;
+    Span m_span;
     bool m_draining = false;
+    bool m_isEmpty = true;
+    /// Of what was read, in microseconds.
+    std::int64_t m_end = 0;
 };
 
 namespace {
 
 std::unique_ptr<AudioReading> OpenReading(std::filesystem::path const& path, std::optional<int> number,
-                                          std::stop_token const& stop) {
+                                          std::stop_token const& stop, TimeRange const& range) {
     CheckInputPath(path);
+    CheckRange(range);
     try {
-        return std::make_unique<AudioReading>(path, number, stop);
+        return std::make_unique<AudioReading>(path, number, stop, range);
     } catch (Stopped const&) {
         ThrowInterrupted(path);
     }
@@ -113,11 +143,12 @@ std::unique_ptr<AudioReading> OpenReading(std::filesystem::path const& path, std
 
 } // namespace
 
-AudioReader::AudioReader(std::filesystem::path const& path, std::stop_token stop)
-    : m_reading(OpenReading(path, std::nullopt, stop)) {}
+AudioReader::AudioReader(std::filesystem::path const& path, std::stop_token stop, TimeRange const& range)
+    : m_reading(OpenReading(path, std::nullopt, stop, range)) {}
 
-AudioReader::AudioReader(std::filesystem::path const& path, int number, std::stop_token stop)
-    : m_reading(OpenReading(path, number, stop)) {}
+AudioReader::AudioReader(std::filesystem::path const& path, int number, std::stop_token stop,
+                         TimeRange const& range)
+    : m_reading(OpenReading(path, number, stop, range)) {}
 
 AudioReader::~AudioReader() = default;
 

@@ -5,7 +5,7 @@
 #include "Media/Base/Paths.h"
 #include "Media/Base/Stopped.h"
 #include "Media/MediaExceptions.h"
-#include "Media/Run/VideoSource.h"
+#include "Media/Read/VideoSource.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "Media/Run/NonVideoReader.h"
+#include "Media/Read/NonVideoReader.h"
 
 #include "Media/Base/Times.h"
 
@@ -7,16 +7,20 @@
 extern "C" {
 #include <libavcodec/packet.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 }
 
 namespace Tarsel::Media {
 
-NonVideoReader::NonVideoReader(std::filesystem::path path, std::stop_token stop)
-    : m_path(std::move(path)), m_stop(std::move(stop)), m_packet(MakePacket()) {}
+NonVideoReader::NonVideoReader(std::filesystem::path path, std::stop_token stop, Span const& span)
+    : m_path(std::move(path)), m_stop(std::move(stop)), m_span(span), m_packet(MakePacket()) {}
 
 AVPacket* NonVideoReader::NextBefore(std::int64_t time) {
-    if (!m_demuxer)
+    if (!m_demuxer) {
         m_demuxer.emplace(m_path, m_stop);
+        m_demuxer->EndWith(m_span);
+        m_demuxer->SkipVideoBefore(m_span.from);
+    }
     AVPacket& packet = *m_packet;
     AVStream const& picture = m_demuxer->GetVideo();
     av_packet_unref(&packet);
@@ -25,7 +29,8 @@ AVPacket* NonVideoReader::NextBefore(std::int64_t time) {
             return &packet;
         std::int64_t const ticks = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
         if (ticks != AV_NOPTS_VALUE)
-            m_pictureTime = ToMicroseconds(ticks, FromAV(picture.time_base));
+            m_pictureTime =
+                av_sat_sub64(ToMicroseconds(ticks, FromAV(picture.time_base)), m_span.GetOrigin());
         av_packet_unref(&packet);
     }
     return nullptr;

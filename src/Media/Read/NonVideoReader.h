@@ -16,11 +16,14 @@ namespace Tarsel::Media {
 /// end up beside the pictures that they lay beside. One thread at a time.
 class NonVideoReader {
 public:
-    NonVideoReader(std::filesystem::path path, std::stop_token stop);
+    /// Of a span only packets are wanted that lie in it, or that tell how to decode those; others may come
+    /// too.
+    NonVideoReader(std::filesystem::path path, std::stop_token stop, Span const& span);
 
     /// The next packet of those that lie in the file before a picture to be decoded at `time`, in
-    /// microseconds, or later; null when there is none. Its times are those of the file (see Demuxer::Read).
-    /// It is the caller's until the next call. The first call opens the file. InputException, Stopped.
+    /// microseconds of the output, or later; null when there is none. Its times are those of the file (see
+    /// Demuxer::Read). It is the caller's until the next call. The first call opens the file. InputException,
+    /// Stopped.
     AVPacket* NextBefore(std::int64_t time);
     /// The next packet of all; null at the end of the file. As NextBefore.
     AVPacket* Next() { return NextBefore(INT64_MAX); }
@@ -31,6 +34,7 @@ public:
 private:
     std::filesystem::path m_path;
     std::stop_token m_stop;
+    Span m_span;
     std::optional<Demuxer> m_demuxer;
     UniquePacket m_packet;
     /// Of the last picture that was passed, in microseconds.

@@ -1,4 +1,4 @@
-#include "Media/Run/VideoSource.h"
+#include "Media/Read/VideoSource.h"
 
 #include "Conf/DisplayMatrix.h"
 #include "Core/Throw.h"
@@ -23,6 +23,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/common.h>
 #include <libavutil/frame.h>
+#include <libavutil/mathematics.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -45,9 +46,9 @@ Conf::DisplayMatrix GetOrientation(AVStream const& stream, AVFrame const& first)
     return data != nullptr ? MakeMatrix({data->data, data->size}) : Conf::DisplayMatrix::s_default;
 }
 
-SourceFrame MakeSourceFrame(DecodedFrame decoded, Ratio timeBase) {
-    Conf::FrameInfo const info = Proc::GetFrameInfo(*decoded.frame);
-    SourceFrame frame{MakeSP<Proc::DataVideoFF>(std::move(decoded.frame), info), decoded.time};
+SourceFrame MakeSourceFrame(Proc::SafeFrame picture, FrameTime const& time, Ratio timeBase) {
+    Conf::FrameInfo const info = Proc::GetFrameInfo(*picture);
+    SourceFrame frame{MakeSP<Proc::DataVideoFF>(std::move(picture), info), time};
     frame.data->SetTime(ToMicroseconds(frame.time.start, timeBase));
     frame.data->SetDuration(ToMicroseconds(frame.time.duration, timeBase));
     return frame;
@@ -58,8 +59,8 @@ SourceFrame MakeSourceFrame(DecodedFrame decoded, Ratio timeBase) {
 VideoSource::VideoSource(std::filesystem::path path, std::stop_token stop)
     : VideoSource(std::make_unique<Demuxer>(std::move(path), stop), stop) {}
 
-VideoSource::VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop)
-    : m_path(demuxer->GetPath()), m_stop(std::move(stop)), m_demuxer(std::move(demuxer)),
+VideoSource::VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop, Span const& span)
+    : m_path(demuxer->GetPath()), m_stop(std::move(stop)), m_span(span), m_demuxer(std::move(demuxer)),
       m_packet(MakePacket()), m_firstPacket(MakePacket()) {
     auto const fail = [this](std::string const& reason) {
         Core::Throw<InputException>(fmt::format("{} has {}", Quote(m_path), reason));
@@ -69,6 +70,17 @@ VideoSource::VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop)
     AVCodecID const codec = m_demuxer->GetVideo().codecpar->codec_id;
     if (avcodec_find_decoder(codec) == nullptr)
         fail(fmt::format("video in the codec {}, which this FFmpeg cannot decode", avcodec_get_name(codec)));
+    if (m_demuxer->IsCover())
+        m_span = {}; // it belongs to all of the file
+    SeekSpan();
+}
+
+void VideoSource::SeekSpan() {
+    if (m_span.from <= m_demuxer->GetStart() || !m_demuxer->SeeksExactly())
+        return;
+    m_isSought = m_demuxer->Seek(m_span.from);
+    if (!m_isSought)
+        Restart();
 }
 
 void VideoSource::Restart() {
@@ -78,6 +90,7 @@ void VideoSource::Restart() {
     m_hasPacketTimes = true;
     m_ended = false;
     m_frames = 0;
+    m_packets = 0;
     m_bytes = 0;
     m_decoder.reset();
     m_demuxer = std::make_unique<Demuxer>(m_path, m_stop);
@@ -94,11 +107,11 @@ VideoStreamInfo VideoSource::GetInfo() {
             static_cast<Conf::PixFmt>(first.format),
             Proc::GetFrameColorSpace(first),
             m_demuxer->GetFrameRate(),
-            FromAV(stream.time_base),
+            GetTimeBase(),
             GetOrientation(stream, first),
             avcodec_get_name(stream.codecpar->codec_id),
             {},
-            m_demuxer->GetStart(),
+            m_demuxer->GetStart() - m_span.GetOrigin(),
             m_demuxer->IsCover()};
 }
 
@@ -111,6 +124,14 @@ std::int64_t VideoSource::GetFirstDuration() const {
 }
 
 void VideoSource::ThrowNoPicture(Core::Site const& site) const {
+    if (m_hasPictures)
+        Core::Throw<OptionsException>(
+            site,
+            m_span.from >= m_end
+                ? fmt::format("There is no frame at {} or later: {} ends at {}", SecondsText(m_span.from),
+                              Quote(m_path), SecondsText(m_end))
+                : fmt::format("No frame of {} begins between {} and {}: choose a longer range", Quote(m_path),
+                              SecondsText(std::max<std::int64_t>(m_span.from, 0)), SecondsText(m_span.to)));
     std::string const reason = m_decoder != nullptr ? m_decoder->GetLastError() : std::string();
     Core::Throw<InputException>(site, fmt::format("No frame of {} can be decoded{}{}", Quote(m_path),
                                                   reason.empty() ? "" : ": ", reason));
@@ -118,11 +139,44 @@ void VideoSource::ThrowNoPicture(Core::Site const& site) const {
 
 std::optional<SourceFrame> VideoSource::Next() {
     std::optional<SourceFrame> frame = m_ahead ? std::exchange(m_ahead, std::nullopt) : Read();
-    if (frame) {
-        ++m_frames;
-        m_end = av_sat_add64(frame->data->GetTime(), frame->data->GetDuration());
-    }
+    m_frames += frame ? 1 : 0;
     return frame;
+}
+
+/// Times in the output may lie between the ticks of the input.
+Ratio VideoSource::GetTimeBase() const {
+    Ratio const own = FromAV(m_demuxer->GetVideo().time_base);
+    return m_span.GetOrigin() != 0 ? RefineTimeBase(own) : own;
+}
+
+/// Whether all pictures of the span follow that one, the first after a search.
+bool VideoSource::IsInTime(DecodedFrame const& first) const {
+    return (m_firstPacket->flags & AV_PKT_FLAG_KEY) != 0 &&
+           ToMicroseconds(first.time.start, FromAV(m_demuxer->GetVideo().time_base)) <= m_span.from;
+}
+
+/// The picture as one of the span; nothing where it is none.
+std::optional<SourceFrame> VideoSource::Place(DecodedFrame decoded) {
+    Ratio const own = FromAV(m_demuxer->GetVideo().time_base);
+    FrameTime time = decoded.time;
+    std::int64_t const start = ToMicroseconds(time.start, own);
+    m_hasPictures = true;
+    m_end = ToMicroseconds(av_sat_add64(time.start, time.duration), own);
+    if (start < m_span.from)
+        return std::nullopt;
+    if (start >= m_span.to) {
+        m_ended = true;
+        return std::nullopt;
+    }
+    Ticks const part = Cut(m_span, {time.start, av_sat_add64(time.start, time.duration)}, own);
+    time.duration = std::min(time.duration, std::max<std::int64_t>(part.end - time.start, 1));
+    Ratio const timeBase = GetTimeBase();
+    if (std::int64_t const origin = m_span.GetOrigin(); origin != 0) {
+        time.start =
+            av_sat_sub64(av_rescale_q(time.start, ToAV(own), ToAV(timeBase)), ToTicks(origin, timeBase));
+        time.duration = av_rescale_q(time.duration, ToAV(own), ToAV(timeBase));
+    }
+    return MakeSourceFrame(std::move(decoded.frame), time, timeBase);
 }
 
 std::optional<SourceFrame> VideoSource::Read() {
@@ -136,9 +190,15 @@ std::optional<SourceFrame> VideoSource::Read() {
         if (m_hasEnough)
             break;
         if (auto decoded = m_decoder->Receive()) {
+            if (std::exchange(m_isSought, false) && !IsInTime(*decoded)) {
+                Restart();
+                return Read();
+            }
             // Phones append further pictures to the one that counts.
             m_hasEnough = m_demuxer->IsStill();
-            return MakeSourceFrame(std::move(*decoded), FromAV(stream.time_base));
+            if (auto placed = Place(std::move(*decoded)))
+                return placed;
+            continue;
         }
         if (m_draining)
             break;
@@ -146,6 +206,10 @@ std::optional<SourceFrame> VideoSource::Read() {
         if (!m_draining && m_demuxer->IsStill())
             m_damage = DescribeStillDamage(stream, *m_packet);
         m_decoder->Send(m_draining ? nullptr : m_packet.get());
+    }
+    if (std::exchange(m_isSought, false)) {
+        Restart();
+        return Read();
     }
     m_ended = true;
     return std::nullopt;
@@ -158,13 +222,15 @@ bool VideoSource::ReadPacket() {
         if (!m_demuxer->Read(*m_packet))
             return false;
     } while (m_packet->stream_index != m_demuxer->GetVideo().index);
-    if (m_bytes == 0) {
+    if (m_packets++ == 0) {
         av_packet_unref(m_firstPacket.get());
         if (av_packet_ref(m_firstPacket.get(), m_packet.get()) < 0)
             ThrowNoMemory("a packet");
     }
-    m_bytes += m_packet->size;
-    m_hasPacketTimes = m_hasPacketTimes && m_packet->pts != AV_NOPTS_VALUE;
+    bool const hasTime = m_packet->pts != AV_NOPTS_VALUE;
+    std::int64_t const time = ToMicroseconds(m_packet->pts, FromAV(m_demuxer->GetVideo().time_base));
+    m_bytes += !hasTime || m_span.Contains(time) ? m_packet->size : 0;
+    m_hasPacketTimes = m_hasPacketTimes && hasTime;
     return true;
 }
 

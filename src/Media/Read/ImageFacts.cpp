@@ -1,8 +1,8 @@
-#include "Media/Run/ImageFacts.h"
+#include "Media/Read/ImageFacts.h"
 
 #include "Host/FFmpegMessages.h"
 #include "Media/MediaExceptions.h"
-#include "Media/Run/VideoSource.h"
+#include "Media/Read/VideoSource.h"
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <fmt/format.h>
