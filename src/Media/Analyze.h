@@ -16,6 +16,7 @@ struct AnalyzeOptions {
     MakeVideoEffects makeVideoEffects;
     /// As in RunOptions.
     TimeRange range = {};
+    OnResize onResize = OnResize::Scale;
     std::function<void(RunProgress const&)> onProgress;
 };
 

@@ -29,6 +29,9 @@ constexpr Quality s_usualQuality = Quality::VisuallyLossless;
 /// "visually-lossless". Any thread.
 TARSEL_MEDIA_API std::string_view GetQualityName(Quality quality) noexcept;
 
+/// What becomes of frames that are not of the first one's size and pixel format.
+enum class OnResize : std::uint8_t { Scale, Fail };
+
 struct RunOptions {
     std::filesystem::path input;
     std::filesystem::path output;
@@ -56,6 +59,9 @@ struct RunOptions {
     /// the same as if all before had been read. A stream is copied where the cuts leave its packets whole,
     /// else re-encoded, with a note. With an image, or `at`: OptionsException.
     TimeRange range;
+    /// Of the input's video; effects get frames of one size. Scaling is told in a note, failing is an
+    /// InputException.
+    OnResize onResize = OnResize::Scale;
     /// For a still picture out of a film: the time of the frame to take, in seconds.
     std::optional<double> at;
     /// Work on pictures, and on audio: empty where none is wanted, and streams are copied where that can be.

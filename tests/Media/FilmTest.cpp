@@ -1,6 +1,7 @@
 // A film goes in, a film comes out: nothing may be lost on the way.
 
 #include "Conf/DisplayMatrix.h"
+#include "Media/MediaExceptions.h"
 #include "RunFixture.h"
 #include "Support/MovieTag.h"
 
@@ -9,6 +10,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/dict.h>
 #include <libavutil/mem.h>
+#include <libavutil/pixdesc.h>
 }
 
 namespace Tarsel::Test {
@@ -237,6 +239,33 @@ TEST_F(Film, BroadcastClocksStartAtZeroAndGoOn) {
                            testing::Contains("Closed 1 time jump: the input's clock is not continuous.")),
             gap == 0);
     }
+}
+
+// As recordings of broadcasts and calls have them: effects and encoders get frames of one size and format.
+TEST_F(Film, FramesOfOtherSizesBecomeLikeTheFirst) {
+    auto const make = [&](std::string const& size, std::string const& format) {
+        Make(File("part.ts"),
+             "-f lavfi -i color=red:r=25:d=0.4:s=" + size + " -c:v libx264 -qp 0 -pix_fmt " + format);
+        return Read("part.ts");
+    };
+    Write("in.ts", make("64x48", "yuv420p") + make("96x80", "yuv420p") + make("64x48", "yuv444p") +
+                       make("64x48", "yuv420p"));
+    Media::RunOptions options = Lossless("in.ts", "out.mkv");
+    options.makeVideoEffects = MakeEffects([](Picture const& picture) {
+        EXPECT_EQ(picture->GetFrameInfo(), (Conf::FrameInfo{64, 48, 1, 1}));
+        EXPECT_STREQ(av_get_pix_fmt_name(static_cast<AVPixelFormat>(picture->GetAVFrame()->format)),
+                     "yuv420p");
+        return Pictures{picture};
+    });
+    auto const [result, in, out] = Trip(options);
+    EXPECT_THAT(out.GetHashes(), testing::AllOf(testing::SizeIs(40), testing::Each(out.pictures[0].hash)));
+    EXPECT_THAT(result.notes, testing::Contains(testing::MatchesRegex(
+                                  "Scaled 20 frames to 64x48 yuv420p like the first: the video changes to "
+                                  "96x80 yuv420p at 0.4.* s, and 2 times later.")));
+    options.onResize = Media::OnResize::Fail;
+    EXPECT_THAT(RunForFailure<Media::InputException>(options),
+                testing::MatchesRegex("Allow scaling: the frames of .*in.ts\" change from 64x48 yuv420p to "
+                                      "96x80 yuv420p at 0.4.* s"));
 }
 
 } // namespace

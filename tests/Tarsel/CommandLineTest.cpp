@@ -111,6 +111,7 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {run + "o.mp4 -e flip -e \"flip 'horizontal=1\"", 1,
          "-e \"flip 'horizontal=1\": Close the quote ('): flip 'horizontal=1"},
         {run + "there.gif --video-codec theora", 1, "Name an encoder of the codec \"theora\": libtheora"},
+        {run + "o.mp4 --on-resize crop", 1, "--on-resize: give one of scale, fail, not \"crop\"" + useRun},
         {run + "o.mp4 --quality best", 1,
          "--quality: give one of low, medium, high, visually-lossless, lossless, not \"best\"" + useRun},
         {"stabilize missing.mp4 o.mp4 path=/x", 1, "Remove \"path=/x\": stabilize runs both passes itself"},

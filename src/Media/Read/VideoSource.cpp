@@ -176,6 +176,8 @@ std::optional<SourceFrame> VideoSource::Place(DecodedFrame decoded) {
             av_sat_sub64(av_rescale_q(time.start, ToAV(own), ToAV(timeBase)), ToTicks(origin, timeBase));
         time.duration = av_rescale_q(time.duration, ToAV(own), ToAV(timeBase));
     }
+    if (m_fitter)
+        decoded.frame = m_fitter->Fit(std::move(decoded.frame), start);
     return MakeSourceFrame(std::move(decoded.frame), time, timeBase);
 }
 
@@ -273,6 +275,9 @@ std::vector<std::string> VideoSource::GetNotes() const {
     std::vector<std::string> notes;
     if (m_decoder != nullptr)
         notes = m_decoder->GetNotes();
+    if (m_fitter)
+        for (std::string& note : m_fitter->GetNotes())
+            notes.push_back(std::move(note));
     if (!m_damage.empty())
         notes.push_back(
             fmt::format("The image is damaged ({}): used the part that could be read.", m_damage));

@@ -6,6 +6,7 @@
 #include "Media/Codec/VideoDecoder.h"
 #include "Media/Container/Demuxer.h"
 #include "Media/Range/Span.h"
+#include "Media/Read/FrameFitter.h"
 #include "Media/Read/ImageFacts.h"
 #include "Media/StreamInfo.h"
 #include "Proc/Interfaces/IDataVideo.h"
@@ -35,6 +36,10 @@ public:
     /// Reads on from a file that has just been opened; the span's beginning is sought where that gives the
     /// same pictures as reading all before it.
     VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop, Span const& span = {});
+
+    /// All pictures become like the first one (see FrameFitter); otherwise they come as they are. Before the
+    /// first is decoded.
+    void FitFrames(bool mayScale) { m_fitter.emplace(m_path, mayScale); }
 
     Demuxer const& GetDemuxer() const noexcept { return *m_demuxer; }
     /// What the first picture and the file say of the picture stream, but not whether it can be copied.
@@ -80,6 +85,7 @@ private:
     Span m_span;
     std::unique_ptr<Demuxer> m_demuxer;
     std::unique_ptr<VideoDecoder> m_decoder;
+    std::optional<FrameFitter> m_fitter;
     UniquePacket m_packet;
     UniquePacket m_firstPacket;
     /// Read ahead.

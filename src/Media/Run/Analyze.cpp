@@ -31,6 +31,7 @@ AnalyzeResult AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& 
     auto demuxer = std::make_unique<Demuxer>(options.input, stop.get_token());
     Span const span = FindSpan(options.range, *demuxer, stop.get_token());
     VideoSource source(std::move(demuxer), stop.get_token(), span);
+    source.FitFrames(options.onResize == OnResize::Scale);
     auto const chain = options.makeVideoEffects(source.GetInfo());
     if (chain == nullptr)
         Core::Throw<OptionsException>("Give a chain to analyze the video with");

@@ -68,6 +68,8 @@ OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
         if (!input.demuxer->IsCover())
             input.cutObstacle = DescribeCutObstacle(checked.options.input, span, stop);
         input.source = std::make_unique<VideoSource>(std::move(input.demuxer), stop, span);
+        if (!checked.container.isStill)
+            input.source->FitFrames(checked.options.onResize == OnResize::Scale);
         SelectStill(checked, *input.source);
         input.video = input.source->GetInfo();
         if (checked.container.isStill)

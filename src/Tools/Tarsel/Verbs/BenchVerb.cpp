@@ -51,6 +51,7 @@ void Bench(BenchArguments const& arguments, Context const& context) {
                                       return maker.Make(stream, effects);
                                   },
                                   arguments.range.MakeRange(),
+                                  Media::OnResize::Scale,
                                   {}};
     Console& console = context.console;
     if (console.IsTerminal())

@@ -11,6 +11,12 @@
 #include <vector>
 
 namespace Tarsel::Tools {
+namespace {
+
+constexpr char const* s_scale = "scale";
+constexpr char const* s_fail = "fail";
+
+} // namespace
 
 void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
     command.add_option("INPUT", input, inputs + " to read")->required()->option_text(" ");
@@ -20,6 +26,8 @@ void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
     range.AddTo(command);
     video.AddTo(command);
+    AddWordOption(command, "--on-resize", onResize, {s_scale, s_fail},
+                  "Frames of another size than the first: scale, fail");
     std::vector<std::string> qualities;
     for (Media::Quality const each : Media::s_everyQuality)
         qualities.emplace_back(Media::GetQualityName(each));
@@ -50,6 +58,7 @@ Media::RunOptions MediaArguments::MakeRunOptions() const {
     options.output = output;
     options.overwrite = overwrite;
     options.range = range.MakeRange();
+    options.onResize = onResize == s_fail ? Media::OnResize::Fail : Media::OnResize::Scale;
     options.videoEncoder = video.name;
     for (Media::Quality const each : Media::s_everyQuality)
         if (Media::GetQualityName(each) == quality)

@@ -20,6 +20,7 @@ struct MediaArguments {
     std::string output;
     bool overwrite = false;
     RangeArguments range;
+    std::string onResize = "scale";
     EncoderArguments video = EncoderArguments::ForVideo();
     std::string quality;
     EncoderArguments audio = EncoderArguments::ForAudio();
