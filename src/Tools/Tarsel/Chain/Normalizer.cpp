@@ -62,8 +62,9 @@ LoudnessTarget ParseLoudnessTarget(std::string const& text) {
 }
 
 Normalizer::Normalizer(LoudnessTarget const& target, std::filesystem::path input,
-                       Media::MakeAudioEffects makeEffects, std::stop_token stop)
-    : m_target(target), m_input(std::move(input)), m_makeEffects(std::move(makeEffects)),
+                       Media::TimeRange const& range, Media::MakeAudioEffects makeEffects,
+                       std::stop_token stop)
+    : m_target(target), m_input(std::move(input)), m_range(range), m_makeEffects(std::move(makeEffects)),
       m_stop(std::move(stop)) {
     if (!LoudnessMeter::IsAvailable())
         Core::Throw<UsageException>("Remove --normalize: this program was built without libebur128");
@@ -77,7 +78,7 @@ Media::AudioEffects Normalizer::MakeEffects(Media::AudioStreamInfo const& stream
 }
 
 Normalizer::Measured Normalizer::Measure(Media::AudioStreamInfo const& stream, Change const& change) const {
-    Media::AudioReader reader(m_input, stream.number, m_stop);
+    Media::AudioReader reader(m_input, stream.number, m_stop, m_range);
     Media::AudioEffects effects = MakeEffects(stream);
     GainStream chain(std::move(effects.chain), effects.output, change.gain, change.limit);
     LoudnessMeter meter(chain.GetFormat());

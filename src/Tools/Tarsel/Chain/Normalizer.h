@@ -27,8 +27,9 @@ LoudnessTarget ParseLoudnessTarget(std::string const& text);
 class Normalizer {
 public:
     /// `makeEffects` may be empty. UsageException where loudness cannot be measured.
-    Normalizer(LoudnessTarget const& target, std::filesystem::path input, Media::MakeAudioEffects makeEffects,
-               std::stop_token stop);
+    /// `range` is that of the run.
+    Normalizer(LoudnessTarget const& target, std::filesystem::path input, Media::TimeRange const& range,
+               Media::MakeAudioEffects makeEffects, std::stop_token stop);
 
     /// Hears how far the measuring is; may be empty.
     void ReportTo(std::function<void(Media::RunProgress const&)> onProgress) {
@@ -60,6 +61,7 @@ private:
 
     LoudnessTarget m_target;
     std::filesystem::path m_input;
+    Media::TimeRange m_range;
     Media::MakeAudioEffects m_makeEffects;
     std::stop_token m_stop;
     std::function<void(Media::RunProgress const&)> m_onProgress;

@@ -1,25 +1,13 @@
 #include "Tools/Tarsel/Verbs/RangeArguments.h"
 
 #include "Core/Text.h"
+#include "Core/TimeText.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <cstdint>
-#include <string_view>
-
 namespace Tarsel::Tools {
 namespace {
-
-constexpr double s_mostSeconds = 1e9;
-
-/// Digits, and for the last part of a time a fraction too.
-std::optional<double> ParsePart(std::string_view text, double most, bool mayHaveFraction) {
-    bool const isPlain =
-        text.find_first_not_of(mayHaveFraction ? "0123456789." : "0123456789") == std::string_view::npos;
-    auto const value = isPlain ? Core::TextToDouble(text) : std::nullopt;
-    return value && *value <= most ? value : std::nullopt;
-}
 
 std::optional<Media::MediaTime> ParseOptional(std::string const& text) {
     return text.empty() ? std::nullopt : ParseMediaTime(text);
@@ -32,24 +20,8 @@ std::optional<Media::MediaTime> ParseMediaTime(std::string const& text) {
         auto const count = Core::TextToInt64(text.substr(0, text.size() - 1));
         return count && *count >= 0 ? std::optional(Media::MediaTime::Frames(*count)) : std::nullopt;
     }
-    constexpr int mostParts = 3;
-    constexpr double sixty = 60;
-    double seconds = 0;
-    std::string_view rest = text;
-    for (int part = 1; part <= mostParts; ++part) {
-        std::size_t const colon = rest.find(':');
-        bool const isLast = colon == std::string_view::npos;
-        double const most = part == 1 ? s_mostSeconds : sixty;
-        auto const value = ParsePart(rest.substr(0, colon), most, isLast);
-        if (!value || (part > 1 && *value >= sixty))
-            return std::nullopt;
-        seconds = seconds * sixty + *value;
-        if (isLast)
-            return seconds <= s_mostSeconds ? std::optional(Media::MediaTime::Seconds(seconds))
-                                            : std::nullopt;
-        rest.remove_prefix(colon + 1);
-    }
-    return std::nullopt;
+    auto const time = Core::TextToMicroseconds(text);
+    return time ? std::optional(Media::MediaTime{*time}) : std::nullopt;
 }
 
 void RangeArguments::AddTo(CLI::App& command) {

@@ -106,7 +106,7 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
         };
     }
     if (!arguments.normalize.empty()) {
-        m_normalizer.emplace(ParseLoudnessTarget(arguments.normalize), m_options.input,
+        m_normalizer.emplace(ParseLoudnessTarget(arguments.normalize), m_options.input, m_options.range,
                              m_options.makeAudioEffects, m_stop);
         m_options.makeAudioEffects = [this](Media::AudioStreamInfo const& stream) {
             return m_normalizer->Make(stream);
