@@ -15,6 +15,7 @@ struct AnalyzeOptions {
     /// Makes the work on the picture; not empty, and never gives null.
     MakeVideoEffects makeVideoEffects;
     /// As in RunOptions.
+    StreamSelection streams = {};
     TimeRange range = {};
     OnResize onResize = OnResize::Scale;
     std::function<void(RunProgress const&)> onProgress;

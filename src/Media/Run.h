@@ -5,6 +5,7 @@
 #include "Media/FrameFacts.h"
 #include "Media/Progress.h"
 #include "Media/RunTimes.h"
+#include "Media/StreamChoice.h"
 #include "Media/StreamInfo.h"
 #include "Media/TimeRange.h"
 
@@ -54,7 +55,11 @@ struct RunOptions {
     /// The chain's pictures have a format that was asked for: they are written in it, or what the encoder has
     /// next to it. Otherwise RGB that came of YUV becomes YUV again where the encoder wants that.
     bool keepsEffectFormat = false;
-    /// What is wanted of the input; the output begins at time 0 with it. Streams are cut alike: subtitles and
+    /// Of the input; other streams are left out without a word, and those are numbered on as in the file.
+    StreamSelection streams;
+    /// Streams that work on audio is meant for: OptionsException for one that there is not.
+    std::vector<StreamChoice> audioWork;
+    /// The part of the input; the output begins at time 0 with it. Streams are cut alike: subtitles and
     /// chapters to the part that lies in the range. Effects get the frames and samples of the range alone,
     /// the same as if all before had been read. A stream is copied where the cuts leave its packets whole,
     /// else re-encoded, with a note. With an image, or `at`: OptionsException.
@@ -91,7 +96,7 @@ struct RunResult {
     std::vector<std::string> notes;
     /// Empty when the picture stream was copied, and where there is none.
     std::string videoEncoder;
-    /// One for each audio stream of the input; empty for those that were copied or left out.
+    /// One for each audio stream of the input that is wanted; empty for those that were copied or left out.
     std::vector<std::string> audioEncoders;
     RunTimes times;
 };

@@ -241,6 +241,79 @@ TEST_F(Film, BroadcastClocksStartAtZeroAndGoOn) {
     }
 }
 
+std::vector<std::string> ListStreams(MediaRecord const& media) {
+    std::vector<std::string> streams;
+    for (StreamRecord const& stream : media.streams)
+        streams.push_back(stream.kind + ' ' + stream.metadata.at("language"));
+    return streams;
+}
+
+TEST_F(Film, KeepsTheStreamsThatAreChosen) {
+    Write("words.srt", s_subtitles);
+    Make(File("in.mkv"),
+         s_pictures + "-f lavfi -i testsrc2=s=32x32:r=25:d=1 " + s_audio + "-i " +
+             File("words.srt").string() + " -map 0 -map 1 -map 2 -map 2 -map 2 -map 3 -map 3 " + s_bFrames +
+             "-c:a flac -metadata:s:v:0 language=eng -metadata:s:v:1 language=fre -metadata:s:a:0 "
+             "language=eng "
+             "-metadata:s:a:1 language=fre -metadata:s:a:2 language=deu -metadata:s:s:0 language=deu "
+             "-metadata:s:s:1 language=fre -disposition:a:1 +default+comment -disposition:a:0 0");
+    using Choice = Media::StreamChoice;
+    auto const none = Choice::None();
+    auto const french = Choice::Language("fra");
+    struct {
+        Media::StreamSelection selection;
+        std::vector<std::string> kept;
+        std::vector<int> worked;
+    } const cases[] = {
+        {{}, ListStreams(ReadMedia(File("in.mkv"))), {0, 1, 2}},
+        {{{}, Choice::Number(1), none}, {"video eng", "video fre", "audio fre"}, {1}},
+        {{Choice::Number(1), french, french}, {"video fre", "audio fre", "subtitle fre"}, {1}},
+        {{none, Choice::Language("ger"), Choice::Number(0)}, {"audio deu", "subtitle deu"}, {2}},
+        {{french, none, none}, {"video fre"}, {}}};
+    for (auto const& [selection, kept, worked] : cases)
+        for (bool const isCopied : {true, false}) {
+            SCOPED_TRACE(testing::PrintToString(kept) + (isCopied ? " copied" : ""));
+            Media::RunOptions options = AudioOptions("in.mkv", "out.mkv", {});
+            options.streams = selection;
+            std::vector<int> told;
+            if (!isCopied) {
+                options.mayLackAudio = options.mayLackVideo = true;
+                options.range.from = Media::MediaTime::Frames(selection.video == none ? 0 : 3);
+                if (selection.video == none)
+                    options.range.from = Media::MediaTime::Seconds(0.12);
+                options.makeAudioEffects = [&](Media::AudioStreamInfo const& info) {
+                    told.push_back(info.number);
+                    return AudioThrough()(info);
+                };
+            }
+            auto const [result, in, out] = Trip(options);
+            EXPECT_EQ(ListStreams(out), kept);
+            EXPECT_EQ(told, isCopied ? std::vector<int>{} : worked);
+            if (!out.pictures.empty()) {
+                EXPECT_EQ(out.width, kept[0] == "video fre" ? 32 : 64);
+                EXPECT_EQ(out.pictures.size(), isCopied ? 25U : 22U);
+            }
+            for (StreamRecord const& stream : out.streams)
+                for (StreamRecord const& source : in.streams)
+                    if (source.kind == stream.kind && source.metadata == stream.metadata) {
+                        EXPECT_EQ(stream.disposition, source.disposition);
+                    }
+        }
+    std::string const list = "0 (eng flac mono), 1 (fre flac mono), 2 (deu flac mono)";
+    Media::RunOptions options = AudioOptions("in.mkv", "refused.mkv", {});
+    options.streams.audio = Choice::Number(3);
+    EXPECT_THAT(RunForFailure<Media::OptionsException>(options), HasSubstr(list + ", and none of number 3"));
+    options.streams.audio = Choice::Language("spa");
+    EXPECT_THAT(RunForFailure<Media::OptionsException>(options),
+                HasSubstr(list + ", and none in the language spa"));
+    options.streams = {none, none, {}};
+    EXPECT_THAT(RunForFailure<Media::OptionsException>(options), HasSubstr("neither video nor audio"));
+    options.streams = {};
+    options.audioWork = {Choice::Number(1), Choice::Number(7)};
+    EXPECT_THAT(RunForFailure<Media::OptionsException>(options), HasSubstr("none of number 7"));
+    EXPECT_FALSE(std::filesystem::exists(File("refused.mkv")));
+}
+
 // As recordings of broadcasts and calls have them: effects and encoders get frames of one size and format.
 TEST_F(Film, FramesOfOtherSizesBecomeLikeTheFirst) {
     auto const make = [&](std::string const& size, std::string const& format) {

@@ -158,7 +158,7 @@ TEST_F(Range, CountsFrames) {
                     testing::ElementsAreArray(all.begin() + static_cast<std::ptrdiff_t>(first),
                                               all.begin() + static_cast<std::ptrdiff_t>(last)));
         EXPECT_EQ(seen.size(), last - first); // effects see no others
-        std::int64_t analyzed = Media::Analyze({File("in.mp4"), PassThrough(), range, {}, {}}).frames;
+        std::int64_t analyzed = Media::Analyze({File("in.mp4"), PassThrough(), {}, range, {}, {}}).frames;
         EXPECT_EQ(analyzed, static_cast<std::int64_t>(last - first));
     }
 }

@@ -279,6 +279,21 @@ TEST_F(RunTool, QualityOfAudioLeavesTheCoverAlone) {
     EXPECT_EQ(ProbeAudio("part.flac"), "flac 44100 1 110250 mjpeg 225000");
 }
 
+TEST_F(RunTool, AnEffectOnOneOfSeveralAudioStreamsLeavesTheOthers) {
+    MakeFilm("film.mkv", "-f lavfi -i sine=duration=1 -f lavfi -i sine=duration=1 -map 0 -map 1 -c:a flac "
+                         "-metadata:s:a:1 language=fre");
+    for (std::string const stream : {"1", "fra"}) {
+        RunForNotes("run film.mkv out" + stream + ".mkv -e 'audio:" + stream + "/resample rate=8000'");
+        EXPECT_EQ(ProbePackets("out" + stream + ".mkv", "a:0"), ProbePackets("film.mkv", "a:0"));
+        EXPECT_EQ(Probe("out" + stream + ".mkv", "stream=sample_rate"), "44100 8000");
+    }
+    EXPECT_THAT(Run("run film.mkv out.mkv -e audio:2/reverb").err,
+                HasSubstr("Choose another audio stream: \"film.mkv\" has 0 (flac mono), 1 (fre flac mono), "
+                          "and none of number 2"));
+    RunForNotes("run film.mkv french.mkv --audio language=fra");
+    EXPECT_EQ(ProbePackets("french.mkv", "a"), ProbePackets("film.mkv", "a:1"));
+}
+
 // Ten pictures a second and then two: by their mean no two of the ten would have places of their own.
 TEST_F(RunTool, PicturesOfUnevenRatesKeepTheirTimesWherePicturesAreCounted) {
     MakeFilm("film.mkv",

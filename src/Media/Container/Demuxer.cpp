@@ -75,6 +75,18 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
 
 Demuxer::~Demuxer() = default;
 
+std::unique_ptr<Demuxer> Demuxer::Reopen() const {
+    auto again = std::make_unique<Demuxer>(m_path, m_stop);
+    again->WorkOn(m_video, m_audio);
+    return again;
+}
+
+void Demuxer::WorkOn(int video, int audio) noexcept {
+    auto const count = static_cast<int>(m_context->nb_streams);
+    m_video = video < count ? video : -1;
+    m_audio = audio < count ? audio : -1;
+}
+
 int Demuxer::IsInterrupted(void* self) noexcept {
     return static_cast<Demuxer*>(self)->m_stop.stop_requested() ? 1 : 0;
 }

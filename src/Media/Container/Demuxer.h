@@ -26,13 +26,17 @@ public:
     /// audio; Stopped.
     Demuxer(std::filesystem::path path, std::stop_token stop);
     ~Demuxer();
+    /// The same file from its start, with the same streams to work on. As the constructor.
+    std::unique_ptr<Demuxer> Reopen() const;
+    /// Other streams than the best of their kinds; −1: none. Before the first packet is read.
+    void WorkOn(int video, int audio) noexcept;
 
     std::filesystem::path const& GetPath() const noexcept { return m_path; }
     AVFormatContext const& GetContext() const noexcept { return *m_context; }
     /// Index of the stream of pictures that is worked on: the best video stream, a cover picture only where
-    /// there is nothing else; −1: none.
+    /// there is nothing else, or that of WorkOn; −1: none.
     int GetVideoIndex() const noexcept { return m_video; }
-    /// Index of the best audio stream; −1: none.
+    /// Index of the best audio stream, or that of WorkOn; −1: none.
     int GetAudioIndex() const noexcept { return m_audio; }
     bool HasVideo() const noexcept { return m_video >= 0; }
     /// That stream, which there has to be.

@@ -3,6 +3,7 @@
 #include "Media/Base/FFmpegVersions.h"
 #include "Media/Container/Containers.h"
 #include "Media/Container/Demuxer.h"
+#include "Media/Container/StreamSelector.h"
 
 #include <algorithm>
 #include <numeric>
@@ -107,7 +108,7 @@ InputStreams MakeUnknownInput(StreamKind kind) {
     return input;
 }
 
-InputStreams DescribeStreams(Demuxer const& input, Span const& span) {
+InputStreams DescribeStreams(Demuxer const& input, Span const& span, StreamSelection const& selection) {
     AVFormatContext const& from = input.GetContext();
     InputStreams result;
     result.context.reset(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
@@ -116,9 +117,13 @@ InputStreams DescribeStreams(Demuxer const& input, Span const& span) {
     result.container = from.iformat->name;
     result.hasTimes = input.HasTimes();
     CheckCopied(av_dict_copy(&result.context->metadata, from.metadata, 0));
-    for (unsigned i = 0; i < from.nb_streams; ++i)
-        CopyStream(*from.streams[i],
-                   *CheckAllocated(avformat_new_stream(result.context.get(), nullptr), "AVStream"));
+    std::vector<bool> const wanted = SelectStreams(selection, input);
+    for (unsigned i = 0; i < from.nb_streams; ++i) {
+        AVStream& stream = *CheckAllocated(avformat_new_stream(result.context.get(), nullptr), "AVStream");
+        CopyStream(*from.streams[i], stream);
+        if (!wanted[i])
+            stream.discard = AVDISCARD_ALL;
+    }
     if (GetTraits(*from.iformat).tagsStreams)
         MoveTagsToFile(*result.context);
     CopyChapters(from, *result.context);

@@ -2,6 +2,7 @@
 
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Range/Span.h"
+#include "Media/StreamChoice.h"
 
 #include <cstdint>
 #include <string>
@@ -29,8 +30,9 @@ struct InputStreams {
 
 class Demuxer;
 
-/// Describes what is wanted of an opened input. MemoryException.
-InputStreams DescribeStreams(Demuxer const& input, Span const& span);
+/// Describes what is wanted of an opened input; streams that are not are marked as to be discarded. As
+/// SelectStreams; MemoryException.
+InputStreams DescribeStreams(Demuxer const& input, Span const& span, StreamSelection const& selection);
 
 /// An input of one stream, of pictures or of audio, of which nothing is known: for files that are written
 /// without one. MemoryException.

@@ -2,12 +2,10 @@
 
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Times.h"
-#include "Media/Container/Demuxer.h"
 
 #include <fmt/format.h>
 
-#include <optional>
-#include <utility>
+#include <memory>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -26,8 +24,7 @@ bool IsOfKeyFramesOnly(AVStream const& video) noexcept {
 /// Packets of the video, in decoding order.
 class Scan {
 public:
-    Scan(std::filesystem::path const& path, Span const& span, std::stop_token stop)
-        : m_path(path), m_stop(std::move(stop)), m_span(span), m_demuxer(std::in_place, m_path, m_stop) {}
+    Scan(Demuxer const& input, Span const& span) : m_input(input), m_span(span), m_demuxer(input.Reopen()) {}
 
     std::string Describe();
 
@@ -37,10 +34,9 @@ private:
     std::string DescribeBeginning();
     std::string DescribeEnd();
 
-    std::filesystem::path m_path;
-    std::stop_token m_stop;
+    Demuxer const& m_input;
     Span m_span;
-    std::optional<Demuxer> m_demuxer;
+    std::unique_ptr<Demuxer> m_demuxer;
     /// The packet at hand; none where the file has ended, or says no times.
     UniquePacket m_packet = MakePacket();
     bool m_isThere = false;
@@ -72,7 +68,7 @@ void Scan::GoTo(std::int64_t time) {
     Next();
     if (isSought && m_isThere && m_isKey && m_shown <= time)
         return;
-    m_demuxer.emplace(m_path, m_stop);
+    m_demuxer = m_input.Reopen();
     Next();
 }
 
@@ -113,8 +109,8 @@ std::string Scan::Describe() {
 
 } // namespace
 
-std::string DescribeCutObstacle(std::filesystem::path const& path, Span const& span, std::stop_token stop) {
-    return span.IsWhole() ? std::string() : Scan(path, span, std::move(stop)).Describe();
+std::string DescribeCutObstacle(Demuxer const& input, Span const& span) {
+    return span.IsWhole() ? std::string() : Scan(input, span).Describe();
 }
 
 } // namespace Tarsel::Media

@@ -4,8 +4,8 @@
 
 namespace Tarsel::Media {
 
-FrameCounter::FrameCounter(std::filesystem::path const& path, std::stop_token stop)
-    : m_source(path, std::move(stop)) {
+FrameCounter::FrameCounter(Demuxer const& input, std::stop_token stop)
+    : m_source(input.Reopen(), std::move(stop)) {
     Next();
 }
 

@@ -3,7 +3,6 @@
 #include "Media/Read/VideoSource.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <stop_token>
 
 namespace Tarsel::Media {
@@ -12,8 +11,8 @@ namespace Tarsel::Media {
 /// how many frames they hold. Goes forward only. One thread at a time.
 class FrameCounter {
 public:
-    /// As VideoSource.
-    FrameCounter(std::filesystem::path const& path, std::stop_token stop);
+    /// Of an opened input, which stays as it is. As VideoSource.
+    FrameCounter(Demuxer const& input, std::stop_token stop);
 
     /// When the frame of that number, from 0, is shown, in microseconds of the file; where there is none, the
     /// end of the last one. InputException, Stopped.

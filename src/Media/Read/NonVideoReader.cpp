@@ -2,8 +2,6 @@
 
 #include "Media/Base/Times.h"
 
-#include <utility>
-
 extern "C" {
 #include <libavcodec/packet.h>
 #include <libavformat/avformat.h>
@@ -12,12 +10,12 @@ extern "C" {
 
 namespace Tarsel::Media {
 
-NonVideoReader::NonVideoReader(std::filesystem::path path, std::stop_token stop, Span const& span)
-    : m_path(std::move(path)), m_stop(std::move(stop)), m_span(span), m_packet(MakePacket()) {}
+NonVideoReader::NonVideoReader(Demuxer const& input, Span const& span)
+    : m_input(input), m_span(span), m_packet(MakePacket()) {}
 
 AVPacket* NonVideoReader::NextBefore(std::int64_t time) {
     if (!m_demuxer) {
-        m_demuxer.emplace(m_path, m_stop);
+        m_demuxer = m_input.Reopen();
         m_demuxer->EndWith(m_span);
         m_demuxer->SkipVideoBefore(m_span.from);
     }

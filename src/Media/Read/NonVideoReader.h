@@ -3,9 +3,7 @@
 #include "Media/Container/Demuxer.h"
 
 #include <cstdint>
-#include <filesystem>
-#include <optional>
-#include <stop_token>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,7 +16,8 @@ class NonVideoReader {
 public:
     /// Of a span only packets are wanted that lie in it, or that tell how to decode those; others may come
     /// too.
-    NonVideoReader(std::filesystem::path path, std::stop_token stop, Span const& span);
+    /// `input` is the file, opened for the pictures; it outlives this.
+    NonVideoReader(Demuxer const& input, Span const& span);
 
     /// The next packet of those that lie in the file before a picture to be decoded at `time`, in
     /// microseconds of the output, or later; null when there is none. Its times are those of the file (see
@@ -32,10 +31,9 @@ public:
     std::vector<std::string> GetNotes() const;
 
 private:
-    std::filesystem::path m_path;
-    std::stop_token m_stop;
+    Demuxer const& m_input;
     Span m_span;
-    std::optional<Demuxer> m_demuxer;
+    std::unique_ptr<Demuxer> m_demuxer;
     UniquePacket m_packet;
     /// Of the last picture that was passed, in microseconds.
     std::int64_t m_pictureTime = INT64_MIN;

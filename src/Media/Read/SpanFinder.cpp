@@ -40,7 +40,7 @@ public:
     Finder(TimeRange const& range, Demuxer const& input, std::stop_token stop)
         : m_range(range), m_input(input) {
         if (CountsFrames(range))
-            m_frames.emplace(input.GetPath(), std::move(stop));
+            m_frames.emplace(input, std::move(stop));
     }
 
     Span Find();

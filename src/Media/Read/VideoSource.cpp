@@ -93,7 +93,7 @@ void VideoSource::Restart() {
     m_packets = 0;
     m_bytes = 0;
     m_decoder.reset();
-    m_demuxer = std::make_unique<Demuxer>(m_path, m_stop);
+    m_demuxer = m_demuxer->Reopen();
 }
 
 VideoStreamInfo VideoSource::GetInfo() {

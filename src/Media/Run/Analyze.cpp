@@ -5,6 +5,7 @@
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Paths.h"
 #include "Media/Base/Stopped.h"
+#include "Media/Container/StreamSelector.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Read/SpanFinder.h"
 #include "Media/Read/VideoSource.h"
@@ -29,6 +30,7 @@ AnalyzeResult AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& 
     StageTimes times;
     CheckRange(options.range);
     auto demuxer = std::make_unique<Demuxer>(options.input, stop.get_token());
+    Choose(options.streams, *demuxer);
     Span const span = FindSpan(options.range, *demuxer, stop.get_token());
     VideoSource source(std::move(demuxer), stop.get_token(), span);
     source.FitFrames(options.onResize == OnResize::Scale);

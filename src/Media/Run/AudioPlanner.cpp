@@ -181,9 +181,11 @@ void PlanAudio(CheckedOptions const& checked, InputStreams const& input, Planned
     std::exception_ptr failure;
     for (std::size_t i = 0; i < run.streams.size(); ++i) {
         AVStream const& source = *input.context->streams[i];
-        if (!IsAudio(source))
+        if (source.codecpar->codec_type != AVMEDIA_TYPE_AUDIO)
             continue;
         AudioPlanner planner(checked, input, source, number++);
+        if (!IsAudio(source))
+            continue;
         StreamPlan& plan = run.plan.streams[i];
         run.streams[i].audio = planner.Make(plan);
         isAnyOpen = isAnyOpen || planner.GetFailure() == nullptr;
@@ -200,7 +202,7 @@ std::string GetAudioPrefix(InputStreams const& input, std::size_t stream) {
     int count = 0;
     int number = 0;
     for (std::size_t i = 0; i < input.context->nb_streams; ++i)
-        if (IsAudio(*input.context->streams[i])) {
+        if (input.context->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
             number = i == stream ? count : number;
             ++count;
         }

@@ -20,6 +20,23 @@ namespace Tarsel::Media {
 
 namespace {
 
+/// What is left out is not what the run is about.
+void CheckSelection(CheckedOptions const& checked) {
+    RunOptions const& options = checked.options;
+    using By = StreamChoice::By;
+    auto const refuse = [](std::string const& reason, char const* option) {
+        Core::Throw<OptionsException>(reason, TagSurplusOption(option));
+    };
+    bool const hasVideo = options.streams.video.by != By::None;
+    bool const hasAudio = options.streams.audio.by != By::None;
+    if (!hasVideo && (checked.NeedsVideo() || checked.container.isStill))
+        refuse("the video is to be worked on", "no-video");
+    if (!hasAudio && checked.NeedsAudio())
+        refuse("the audio is to be worked on", "no-audio");
+    if (!hasAudio && (checked.container.isAudio || !hasVideo))
+        refuse("neither video nor audio would be left", "no-audio");
+}
+
 /// An image is chosen by its time alone.
 void CheckNoRange(RunOptions const& options) {
     for (auto const& [time, name] : {std::pair(options.range.from, "from"),
@@ -119,6 +136,7 @@ CheckedOptions CheckEncoders(RunOptions const& options) {
     checked.videoEncoder = PlanVideoEncoder(checked);
     checked.audioEncoder = PlanAudioEncoder(checked);
     CheckTime(checked);
+    CheckSelection(checked);
     return checked;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
+#include "Media/Container/StreamSelector.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Read/CutObstacle.h"
 #include "Media/Read/SpanFinder.h"
@@ -58,15 +59,17 @@ void SelectStill(CheckedOptions const& checked, VideoSource& source) {
 OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
     OpenedInput input;
     input.demuxer = std::make_unique<Demuxer>(checked.options.input, stop);
+    Choose(checked.options.streams, *input.demuxer);
+    CheckAudioChoices(checked.options.audioWork, *input.demuxer);
     CheckKinds(checked, *input.demuxer);
     Span const span = FindSpan(checked.options.range, *input.demuxer, stop);
-    input.streams = DescribeStreams(*input.demuxer, span);
+    input.streams = DescribeStreams(*input.demuxer, span, checked.options.streams);
     bool const goesWithoutVideo = checked.container.isAudio && !input.demuxer->IsCover();
     if (!input.demuxer->HasVideo() || goesWithoutVideo)
         return input;
     try {
         if (!input.demuxer->IsCover())
-            input.cutObstacle = DescribeCutObstacle(checked.options.input, span, stop);
+            input.cutObstacle = DescribeCutObstacle(*input.demuxer, span);
         input.source = std::make_unique<VideoSource>(std::move(input.demuxer), stop, span);
         if (!checked.container.isStill)
             input.source->FitFrames(checked.options.onResize == OnResize::Scale);
@@ -78,6 +81,7 @@ OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
         input.failure = std::current_exception();
         input.source.reset();
         input.demuxer = std::make_unique<Demuxer>(checked.options.input, stop);
+        Choose(checked.options.streams, *input.demuxer);
     }
     return input;
 }

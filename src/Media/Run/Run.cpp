@@ -127,7 +127,7 @@ void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
     VideoEncoder& encoder = *m_planned.videoEncoder;
     std::optional<NonVideoReader> others;
     if (!m_isStill && streams.context->nb_streams > 1)
-        others.emplace(m_options.input, m_stop.get_token(), streams.span);
+        others.emplace(m_input.GetDemuxer(), streams.span);
     Muxer muxer(std::move(m_planned.output), file, streams);
     Writer writer(encoder, muxer, streams, others ? &*others : nullptr, beside, m_progress);
 
@@ -206,8 +206,8 @@ void Job::Copy(OutputFile& file, NonVideoStreams& beside) {
     InputStreams const& streams = m_input.streams;
     if (m_input.source != nullptr) { // it has looked for the first picture; now
                                      // all packets are wanted
+        m_input.demuxer = m_input.source->GetDemuxer().Reopen();
         m_input.source.reset();
-        m_input.demuxer = std::make_unique<Demuxer>(m_options.input, m_stop.get_token());
     }
     Demuxer& demuxer = *m_input.demuxer;
     demuxer.EndWith(streams.span);

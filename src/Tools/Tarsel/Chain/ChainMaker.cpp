@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Tarsel::Tools {
@@ -96,7 +97,13 @@ Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
     auto const makeFormat = [&] {
         return SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(stream.format));
     };
-    auto const effects = MakeAudioSteps(m_effects, steps);
+    std::vector<AskedStep> meant;
+    std::ranges::copy_if(steps, std::back_inserter(meant), [&](AskedStep const& step) {
+        return Media::Includes(step.audio, stream.number, stream.language);
+    });
+    if (meant.empty())
+        return {};
+    auto const effects = MakeAudioSteps(m_effects, meant);
     if (NoteIdle(effects, makeFormat(), m_audio.emplace_back().notes))
         return {};
     auto chain = std::make_unique<NotedAudioChain>(m_audio.emplace_back());

@@ -1,5 +1,6 @@
 #include "Tools/Tarsel/Chain/Steps.h"
 
+#include "Core/Text.h"
 #include "Core/Throw.h"
 #include "Host/AudioChain.h"
 #include "Host/ChainFile.h"
@@ -11,10 +12,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -37,7 +40,7 @@ template <class Effect, class Make>
 std::vector<Step<Effect>> MakeSteps(std::vector<AskedStep> const& steps, Make const& make) {
     std::vector<Step<Effect>> result;
     result.reserve(steps.size());
-    for (auto const& [step, origin, label] : steps)
+    for (auto const& [step, origin, label, audio] : steps)
         result.push_back({At(origin, [&] { return make(step); }), label, nullptr, step.times});
     return result;
 }
@@ -81,7 +84,33 @@ SP<Proc::IOneInputEffectVideo> MakePairedEffect(Effects const& effects, Host::Ef
     return Host::PairEffect(std::move(effect), references.Add(*reference));
 }
 
+/// Takes the stream off the effect's name; whether there was one.
+bool TakeStream(AskedStep& asked) {
+    constexpr std::string_view lead = "audio:";
+    std::string& classId = asked.step.classId;
+    std::size_t const slash = classId.find('/');
+    if (!classId.starts_with(lead) || slash == std::string::npos)
+        return false;
+    std::string const stream = classId.substr(lead.size(), slash - lead.size());
+    auto const choice = ParseStreamChoice(stream);
+    if (!choice)
+        Core::Throw<Proc::SettingsException>(fmt::format(
+            "Name the audio stream by number (audio:1/) or language (audio:fra/), not \"{}\"", stream));
+    asked.audio = *choice;
+    classId.erase(0, slash + 1);
+    return true;
+}
+
 } // namespace
+
+std::optional<Media::StreamChoice> ParseStreamChoice(std::string const& text) {
+    constexpr int mostStreams = 9999;
+    auto const isLetter = [](char c) { return (c >= 'a' && c <= 'z') || c == '-'; };
+    if (auto const number = Core::TextToInt64(text); number && *number >= 0 && *number <= mostStreams)
+        return Media::StreamChoice::Number(static_cast<int>(*number));
+    bool const isLanguage = text.size() > 1 && std::ranges::all_of(text, isLetter);
+    return isLanguage ? std::optional(Media::StreamChoice::Language(text)) : std::nullopt;
+}
 
 std::vector<AskedStep> ReadSteps(StepArguments const& arguments) {
     std::vector<AskedStep> steps;
@@ -102,7 +131,13 @@ std::vector<AskedStep> ReadSteps(StepArguments const& arguments) {
 SortedSteps SortSteps(Effects const& effects, StepArguments const& arguments) {
     SortedSteps result;
     for (AskedStep& step : ReadSteps(arguments)) {
+        bool const isOfStream = At(step.origin, [&] { return TakeStream(step); });
         bool const isAudio = IsOfKind(effects, step.step.classId, Host::EffectKind::Audio);
+        if (isOfStream && IsOfKind(effects, step.step.classId, Host::EffectKind::Video))
+            At(step.origin, [&] {
+                Core::Throw<Proc::SettingsException>(
+                    fmt::format("Remove the audio stream: {} works on video", step.step.classId));
+            });
         (isAudio ? result.audio : result.picture).push_back(std::move(step));
     }
     return result;

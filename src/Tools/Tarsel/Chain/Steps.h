@@ -2,12 +2,14 @@
 
 #include "Conf/DisplayMatrix.h"
 #include "Host/EffectStep.h"
+#include "Media/StreamChoice.h"
 #include "Proc/Interfaces/IOneInputEffectAudio.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Chain/Effects.h"
 #include "Tools/Tarsel/Chain/References.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,7 +32,12 @@ struct AskedStep {
     std::string origin;
     /// What it is called in a chain, "step 2 (transpose)".
     std::string label;
+    /// The audio that it is meant for.
+    Media::StreamChoice audio{};
 };
+
+/// "1" or, by language, "fra"; nothing for a text that is neither.
+std::optional<Media::StreamChoice> ParseStreamChoice(std::string const& text);
 
 /// The steps of a chain, numbered in their order. What Host::ParseEffectStep and Host::ReadChain throw leaves
 /// with the origin under Host::TagStep; Media::InputException for a file that cannot be read.
@@ -43,7 +50,8 @@ struct SortedSteps {
 };
 
 /// Steps whose effect the registry has for audio are on audio; all others are on the picture, where it turns
-/// out what they are. Throws as ReadSteps.
+/// out what they are. "audio:1/reverb" and "audio:fra/reverb" are meant for one stream; SettingsException
+/// where the effect is on pictures. Throws as ReadSteps.
 SortedSteps SortSteps(Effects const& effects, StepArguments const& arguments);
 
 /// An effect that has its settings, and what it is called in a chain; "" leaves that to the chain.

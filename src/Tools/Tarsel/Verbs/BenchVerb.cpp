@@ -50,6 +50,7 @@ void Bench(BenchArguments const& arguments, Context const& context) {
                                       references.Open(maker.GetEffects(), stream.start, context.stop);
                                       return maker.Make(stream, effects);
                                   },
+                                  {},
                                   arguments.range.MakeRange(),
                                   Media::OnResize::Scale,
                                   {}};

@@ -24,6 +24,7 @@ void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
         ->required()
         ->option_text(" ");
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
+    streams.AddTo(command);
     range.AddTo(command);
     video.AddTo(command);
     AddWordOption(command, "--on-resize", onResize, {s_scale, s_fail},
@@ -57,6 +58,7 @@ Media::RunOptions MediaArguments::MakeRunOptions() const {
     options.input = input;
     options.output = output;
     options.overwrite = overwrite;
+    options.streams = streams.MakeSelection();
     options.range = range.MakeRange();
     options.onResize = onResize == s_fail ? Media::OnResize::Fail : Media::OnResize::Scale;
     options.videoEncoder = video.name;

@@ -4,6 +4,7 @@
 #include "Tools/Tarsel/Console/RunReport.h"
 #include "Tools/Tarsel/Verbs/EncoderArguments.h"
 #include "Tools/Tarsel/Verbs/RangeArguments.h"
+#include "Tools/Tarsel/Verbs/StreamArguments.h"
 
 #include <optional>
 #include <string>
@@ -19,6 +20,7 @@ struct MediaArguments {
     std::string input;
     std::string output;
     bool overwrite = false;
+    StreamArguments streams;
     RangeArguments range;
     std::string onResize = "scale";
     EncoderArguments video = EncoderArguments::ForVideo();
@@ -36,7 +38,7 @@ struct MediaArguments {
     /// outlive the parsing.
     void AddTo(CLI::App& command, std::string const& inputs);
     ProgressForm GetProgressForm() const;
-    /// Files, range and encoders. UsageException for an encoder option that is not KEY=VALUE.
+    /// Files, streams, range and encoders. UsageException for an encoder option that is not KEY=VALUE.
     Media::RunOptions MakeRunOptions() const;
 };
 

@@ -101,6 +101,8 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
     m_audioSteps = std::move(steps.audio);
     if (!m_audioSteps.empty()) {
         (void)MakeAudioSteps(GetMaker().GetEffects(), m_audioSteps); // for what they refuse
+        for (AskedStep const& step : m_audioSteps)
+            m_options.audioWork.push_back(step.audio);
         m_options.makeAudioEffects = [this](Media::AudioStreamInfo const& stream) {
             return GetMaker().MakeAudio(stream, m_audioSteps);
         };
@@ -203,12 +205,13 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     command->footer("EFFECT is \"NAME KEY=VALUE...\"; a flag alone means 1, as in \"flip horizontal\".\n"
                     "NAME@2.5-7 works from second 2.5 to 7, KEY=0..20@1-3 moves from 0 to 20.\n"
                     "\"tarsel list\" shows names and keys. Video effects get frames turned upright, as\n"
-                    "the orientation tag says; audio effects apply to every audio stream. Subtitles,\n"
-                    "chapters and metadata are copied. So are video and audio that no effect changes,\n"
-                    "if OUTPUT can hold their codecs and no encoder option is given. An effect on two\n"
-                    "inputs takes the second from reference=FILE, an image, or a video that starts\n"
-                    "with INPUT. --from and --to take a part of INPUT, exact to the frame and to the\n"
-                    "sample, which begins at 0 in OUTPUT.\n\n" +
+                    "the orientation tag says; audio effects apply to every audio stream, or to one,\n"
+                    "as in \"audio:1/reverb\" and \"audio:fra/reverb\". Streams of a kind are numbered\n"
+                    "from 0. Subtitles, chapters and metadata are copied. So are video and audio that\n"
+                    "no effect changes, if OUTPUT can hold their codecs and no encoder option is\n"
+                    "given. An effect on two inputs takes the second from reference=FILE, an image,\n"
+                    "or a video that starts with INPUT. --from and --to take a part of INPUT, exact\n"
+                    "to the frame and to the sample, which begins at 0 in OUTPUT.\n\n" +
                     DescribeExitCodes() +
                     "\nExamples:\n"
                     "  tarsel run in.mp4 out.mp4 -e \"flip horizontal=1\" -e \"transpose step=1\"\n"
@@ -217,6 +220,7 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
                     "  tarsel run film.mkv scene.mkv --from 1:02:03.5 --duration 250f\n"
                     "  tarsel run left.mp4 out.mp4 -e \"midequalizer reference=right.mp4\"\n"
                     "  tarsel run in.mp4 out.mp4 -e \"compressor ratio=4\" -e \"flip horizontal=1\"\n"
+                    "  tarsel run film.mkv film.mp4 --audio language=fra --no-subtitles\n"
                     "  tarsel run song.wav song.mp3 -e \"reverb\"\n"
                     "  tarsel run in.mp4 out.gif -e \"resize width=320\"");
     return {command, [arguments](Context const& context) { RunMedia(*arguments, context); }};

@@ -71,9 +71,9 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     };
     Media::CheckRun(options);
     // The file of motions is complete when the stream through the first effect has ended.
-    Media::Analyze(
-        {options.input, makeChain(detect), options.range, options.onResize, work.ShowProgress(0, 2)},
-        context.stop);
+    Media::Analyze({options.input, makeChain(detect), options.streams, options.range, options.onResize,
+                    work.ShowProgress(0, 2)},
+                   context.stop);
     maker.FitTo(options);
     options.makeVideoEffects = makeChain(transform);
     work.Attach(options, 2);
