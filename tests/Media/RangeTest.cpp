@@ -204,6 +204,17 @@ TEST_F(Range, CopiesWhatCanBeCut) {
     }
 }
 
+// Which says no decoding times at its beginning.
+TEST_F(Range, CopiesVideoOutOfMatroska) {
+    Make(File("in.mkv"), s_pictures + s_bFrames + "-g 12 -sc_threshold 0");
+    Media::RunOptions options = AudioOptions("in.mkv", "out.mkv", {});
+    options.range.from = MediaTime::Seconds(0.48);
+    auto const [result, in, out] = Trip(options);
+    EXPECT_EQ(result.videoEncoder, "");
+    EXPECT_THAT(result.notes, IsEmpty());
+    ExpectFrames(in, out, {0.48, {}});
+}
+
 TEST_F(Range, CutsWhatLiesBeside) {
     Write("words.srt", "1\n00:00:00,200 --> 00:00:00,500\nOne\n\n2\n00:00:00,600 --> 00:00:00,900\nTwo\n\n"
                        "3\n00:00:00,910 --> 00:00:00,950\nThree\n");

@@ -44,7 +44,7 @@ private:
     bool m_isKey = false;
     /// In microseconds.
     std::int64_t m_shown = 0;
-    std::int64_t m_decoded = 0;
+    std::int64_t m_decoded = INT64_MIN;
 };
 
 void Scan::Next() {
@@ -55,10 +55,11 @@ void Scan::Next() {
         if (!m_demuxer->Read(*m_packet))
             return;
     } while (m_packet->stream_index != video.index);
-    m_lacksTime = m_packet->pts == AV_NOPTS_VALUE || m_packet->dts == AV_NOPTS_VALUE;
+    m_lacksTime = m_packet->pts == AV_NOPTS_VALUE;
     m_isKey = (m_packet->flags & AV_PKT_FLAG_KEY) != 0;
     m_shown = ToMicroseconds(m_packet->pts, FromAV(video.time_base));
-    m_decoded = ToMicroseconds(m_packet->dts, FromAV(video.time_base));
+    if (m_packet->dts != AV_NOPTS_VALUE) // Matroska leaves it to be guessed, at the beginning
+        m_decoded = ToMicroseconds(m_packet->dts, FromAV(video.time_base));
     m_isThere = !m_lacksTime;
 }
 
