@@ -281,9 +281,10 @@ TEST_F(Range, RefusesWhatIsNone) {
         EXPECT_THAT(RunForFailure<Media::OptionsException>(options), HasSubstr(message));
         EXPECT_FALSE(std::filesystem::exists(options.output));
         if (input == "in.wav") {
-            EXPECT_THAT(
-                TextOf<Media::OptionsException>([&] { Media::AudioReader(File(input), {}, range).Next(); }),
-                testing::AnyOf(HasSubstr(message), HasSubstr("ends at 1 s")));
+            EXPECT_THAT(TextOf<Media::OptionsException>([&, &file = input, &part = range] {
+                            Media::AudioReader(File(file), {}, part).Next();
+                        }),
+                        testing::AnyOf(HasSubstr(message), HasSubstr("ends at 1 s")));
         }
     }
 }

@@ -53,7 +53,8 @@ Proc::SafeFrame FrameFitter::Fit(Proc::SafeFrame frame, std::int64_t time) {
     Proc::SafeFrame const source = Proc::MakeRegular(*frame);
     AVFrame const& first = **m_first;
     Proc::SafeFrame scaled(m_target.space, m_target.format, m_target.width, m_target.height,
-                           first.sample_aspect_ratio.num, first.sample_aspect_ratio.den);
+                           static_cast<std::uint32_t>(first.sample_aspect_ratio.num),
+                           static_cast<std::uint32_t>(first.sample_aspect_ratio.den));
     scaled.CopyProperties(*source);
     scaled->sample_aspect_ratio = first.sample_aspect_ratio;
     scaled->chroma_location = first.chroma_location;

@@ -64,7 +64,7 @@ double Ask(Query* query, ebur128_state& meter) {
 
 struct LoudnessMeter::State {
     struct Destroy {
-        void operator()(ebur128_state* meter) const noexcept { ebur128_destroy(&meter); }
+        void operator()(ebur128_state* owned) const noexcept { ebur128_destroy(&owned); }
     };
     std::unique_ptr<ebur128_state, Destroy> meter;
     std::uint64_t samples = 0;

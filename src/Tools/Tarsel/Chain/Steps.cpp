@@ -40,8 +40,9 @@ template <class Effect, class Make>
 std::vector<Step<Effect>> MakeSteps(std::vector<AskedStep> const& steps, Make const& make) {
     std::vector<Step<Effect>> result;
     result.reserve(steps.size());
-    for (auto const& [step, origin, label, audio] : steps)
-        result.push_back({At(origin, [&] { return make(step); }), label, nullptr, step.times});
+    for (AskedStep const& asked : steps)
+        result.push_back(
+            {At(asked.origin, [&] { return make(asked.step); }), asked.label, nullptr, asked.step.times});
     return result;
 }
 
