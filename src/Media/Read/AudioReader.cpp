@@ -9,6 +9,7 @@
 #include "Media/Codec/AudioFormat.h"
 #include "Media/Container/Demuxer.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Read/Interrupted.h"
 #include "Media/Read/SpanFinder.h"
 
 #include <fmt/format.h>
@@ -24,14 +25,6 @@ extern "C" {
 }
 
 namespace Tarsel::Media {
-
-namespace {
-
-[[noreturn]] void ThrowInterrupted(std::filesystem::path const& path) {
-    Core::Throw<InterruptedException>(fmt::format("Interrupted: {} was not read to its end", Quote(path)));
-}
-
-} // namespace
 
 class AudioReading {
 public:

@@ -5,6 +5,7 @@
 #include "Media/Base/Paths.h"
 #include "Media/Base/Stopped.h"
 #include "Media/MediaExceptions.h"
+#include "Media/Read/Interrupted.h"
 #include "Media/Read/VideoSource.h"
 
 #include <fmt/format.h>
@@ -17,10 +18,6 @@ namespace {
 
 /// Of the times of two films, one of which may be in whole milliseconds, in microseconds.
 constexpr std::int64_t s_rounding = 1000;
-
-[[noreturn]] void ThrowInterrupted(std::filesystem::path const& path) {
-    Core::Throw<InterruptedException>(fmt::format("Interrupted: {} was not read to its end", Quote(path)));
-}
 
 } // namespace
 
