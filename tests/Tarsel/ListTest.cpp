@@ -135,6 +135,7 @@ class ExampleTool : public Tool, public testing::WithParamInterface<std::size_t>
 INSTANTIATE_TEST_SUITE_P(Parts, ExampleTool, testing::Range(std::size_t{0}, s_parts));
 
 TEST_P(ExampleTool, EveryExampleWorks) {
+    TellLeaksApart();
     MakeFilm("in.mp4", "-f lavfi -i testsrc2=size=96x64:rate=25:duration=0.2 -c:v libx264 -preset ultrafast "
                        "-pix_fmt yuv420p");
     MakeFilm("second.mp4",

@@ -27,6 +27,10 @@ std::vector<json> ParseLines(std::string const& text) {
 
 TEST_F(ReportTool, JsonLinesFollowTheirSchemaToTheEnd) {
     MakeSmallFilm();
+    TellLeaksApart();
+    MakeFilm("large.mp4",
+             "-f lavfi -i testsrc2=size=192x144:rate=25:duration=2 -c:v libx264 -preset ultrafast "
+             "-pix_fmt yuv420p");
     WriteFile("there.mp4", "keep me");
     struct {
         std::string line;
@@ -35,7 +39,7 @@ TEST_F(ReportTool, JsonLinesFollowTheirSchemaToTheEnd) {
     } const cases[] = {
         {"run film.mp4 out.mp4 -e 'flip vertical' --time", "result", 0},
         {"run film.mp4 copy.mkv --quiet", "result", 0},
-        {"stabilize film.mp4 steady.mp4", "result", 0},
+        {"stabilize large.mp4 steady.mp4", "result", 0},
         {"palette film.mp4 few.gif --colors 4", "result", 0},
         {"run none.mp4 o.mp4", "error", 2},
         {"run film.mp4 there.mp4", "error", 1},
@@ -72,7 +76,7 @@ TEST_F(ReportTool, JsonLinesFollowTheirSchemaToTheEnd) {
     }
     MakeFilm("long.mp4", "-stream_loop 40 -i film.mp4 -c copy");
     auto const cut = Interrupt(
-        "run long.mp4 o.mp4 -e 'flip vertical' --video-option preset=placebo --progress json", 8, SIGTERM);
+        "run long.mp4 o.mp4 -e 'flip vertical' --video-option preset=placebo --progress json", 9, SIGTERM);
     ExpectValid("progress", cut.out);
     EXPECT_EQ(ParseLines(cut.out).back(), json::parse(R"({"type": "error", "exit_code": 143,
         "message": "Interrupted: \"o.mp4\" was not written"})"));
