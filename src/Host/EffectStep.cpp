@@ -175,7 +175,7 @@ void ReadStep(EffectStep const& step, Proc::Settings& settings) {
     if (!step.settings.empty())
         settings.Deserialize(step.settings);
     CheckMovingValues(step.times.moving, settings);
-    (void)WriteValuesAt(StepTimes::s_always, step.times.moving, settings);
+    WriteValuesAt(StepTimes::s_always, step.times.moving, settings);
 }
 
 /// `create` is the factory's operation for this kind.

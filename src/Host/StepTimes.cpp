@@ -159,15 +159,14 @@ bool HasValuesAt(std::int64_t time, std::vector<MovingValue> const& moving, Proc
     });
 }
 
-bool WriteValuesAt(std::int64_t time, std::vector<MovingValue> const& moving, Proc::Settings& settings) {
-    if (HasValuesAt(time, moving, settings))
-        return false;
+void WriteValuesAt(std::int64_t time, std::vector<MovingValue> const& moving, Proc::Settings& settings) {
+    if (moving.empty())
+        return;
     for (MovingValue const& value : moving) {
         Proc::Field const& field = FindNumber(settings, value.key);
         Proc::WriteField(settings, field, MakeValue(field, value.GetAt(time)));
     }
     Proc::CheckSettings(settings);
-    return true;
 }
 
 void CheckMovingValues(std::vector<MovingValue> const& moving, Proc::Settings const& settings) {

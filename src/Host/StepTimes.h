@@ -66,13 +66,12 @@ TARSEL_API std::string FindFault(StepTimes const& times);
 /// points. SettingsException for a text that begins like one and is none. Any thread.
 TARSEL_API bool ParseMovingValue(std::string_view text, MovingValue& moving);
 
-/// Gives a settings object what its moving values are at that time; whether anything has changed.
-/// SettingsException for a field that is not there or no number, and for a value that is not legal. Any
-/// thread that alone uses the object.
-TARSEL_API bool WriteValuesAt(std::int64_t time, std::vector<MovingValue> const& moving,
+/// Gives a settings object what its moving values are at that time. SettingsException for a field that is not
+/// there or no number, and for a value that is not legal. Any thread that alone uses the object.
+TARSEL_API void WriteValuesAt(std::int64_t time, std::vector<MovingValue> const& moving,
                               Proc::Settings& settings);
 
-/// The same for whoever looks first whether there is something to do.
+/// Whether it has them already. SettingsException for a field that is not there or no number. Any thread.
 TARSEL_API bool HasValuesAt(std::int64_t time, std::vector<MovingValue> const& moving,
                             Proc::Settings const& settings);
 

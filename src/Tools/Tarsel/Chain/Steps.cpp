@@ -129,9 +129,9 @@ std::vector<AskedStep> ReadSteps(StepArguments const& arguments) {
     return steps;
 }
 
-SortedSteps SortSteps(Effects const& effects, StepArguments const& arguments) {
+SortedSteps SortSteps(Effects const& effects, std::vector<AskedStep> steps) {
     SortedSteps result;
-    for (AskedStep& step : ReadSteps(arguments)) {
+    for (AskedStep& step : steps) {
         bool const isOfStream = At(step.origin, [&] { return TakeStream(step); });
         bool const isAudio = IsOfKind(effects, step.step.classId, Host::EffectKind::Audio);
         if (isOfStream && IsOfKind(effects, step.step.classId, Host::EffectKind::Video))

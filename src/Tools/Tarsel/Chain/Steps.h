@@ -51,8 +51,8 @@ struct SortedSteps {
 
 /// Steps whose effect the registry has for audio are on audio; all others are on the picture, where it turns
 /// out what they are. "audio:1/reverb" and "audio:fra/reverb" are meant for one stream; SettingsException
-/// where the effect is on pictures. Throws as ReadSteps.
-SortedSteps SortSteps(Effects const& effects, StepArguments const& arguments);
+/// where the effect is on pictures. Any thread.
+SortedSteps SortSteps(Effects const& effects, std::vector<AskedStep> steps);
 
 /// An effect that has its settings, and what it is called in a chain; "" leaves that to the chain.
 template <class Effect>

@@ -18,7 +18,6 @@ public:
     /// not be replaced, Media::OutputException.
     WholeFile(std::filesystem::path path, bool overwrite);
 
-    bool IsOpen() const noexcept { return m_file != nullptr; }
     /// Media::OutputException.
     void Write(std::string_view text);
     /// Gives it its name; nothing without one. Media::OutputException.

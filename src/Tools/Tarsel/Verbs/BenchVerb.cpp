@@ -38,7 +38,7 @@ void Bench(BenchArguments const& arguments, Context const& context) {
     if (arguments.threads)
         Core::ThreadBudget::Set(*arguments.threads);
     ChainMaker maker(LoadEffects(context.options.plugin));
-    SortedSteps const steps = SortSteps(maker.GetEffects(), arguments.steps);
+    SortedSteps const steps = SortSteps(maker.GetEffects(), ReadSteps(arguments.steps));
     if (!steps.audio.empty())
         Core::Throw<UsageException>("Remove " + steps.audio.front().label +
                                     ": bench measures effects on video; for audio, give run --time");

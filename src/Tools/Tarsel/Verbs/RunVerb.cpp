@@ -88,7 +88,7 @@ Work::Work(RunArguments const& arguments, Context const& context, std::stop_toke
     m_options.at = arguments.at;
     SortedSteps steps;
     if (!arguments.steps.IsEmpty())
-        steps = SortSteps(GetMaker().GetEffects(), arguments.steps);
+        steps = SortSteps(GetMaker().GetEffects(), ReadSteps(arguments.steps));
     if (!steps.picture.empty())
         m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
     CheckFiles(arguments.media);

@@ -28,13 +28,14 @@ void Save(SaveArguments const& arguments, Context const& context) {
     if (arguments.steps.IsEmpty())
         Core::Throw<UsageException>("Add -e EFFECT: there is nothing to save");
     Effects const effects = LoadEffects(context.options.plugin);
-    SortedSteps const sorted = SortSteps(effects, arguments.steps);
+    std::vector<AskedStep> const asked = ReadSteps(arguments.steps);
+    SortedSteps const sorted = SortSteps(effects, asked);
     References references; // which nobody opens
     (void)MakePictureSteps(effects, sorted.picture, references);
     (void)MakeAudioSteps(effects, sorted.audio);
 
     std::vector<Host::EffectStep> steps;
-    std::ranges::transform(ReadSteps(arguments.steps), std::back_inserter(steps), &AskedStep::step);
+    std::ranges::transform(asked, std::back_inserter(steps), &AskedStep::step);
     WholeFile file(arguments.output, arguments.overwrite);
     file.Write(Host::WriteChain(steps));
     file.Publish();
