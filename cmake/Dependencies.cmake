@@ -36,3 +36,6 @@ lumenta_pkg(hwy libhwy>=1.0)
 
 # Loudness, in the tool alone, which does without.
 lumenta_pkg(ebur128 OPTIONAL libebur128>=1.2)
+
+# HTTP for the tool's verb "try", which says so where it lacks.
+lumenta_pkg(httplib OPTIONAL cpp-httplib>=0.11)

@@ -1,5 +1,7 @@
 #include "Check/Child.h"
 
+#include "Core/Files.h"
+
 #include <fmt/format.h>
 
 #include <array>
@@ -7,7 +9,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -21,27 +25,25 @@ namespace {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-std::filesystem::path MakeFolder() {
+std::unique_ptr<Core::TemporaryPath> MakeFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "tarsel-check-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr)
         Throw("Cannot make a folder for a check");
-    return name;
+    return std::make_unique<Core::TemporaryPath>(name);
 }
 
-void WriteAll(int pipe, std::string_view text) {
-    while (!text.empty()) {
-        ssize_t const written = write(pipe, text.data(), text.size());
-        if (written < 0)
-            return;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
-/// All that the child does; it returns nowhere.
+/// All that the child of `parent` does, begun with all signals held back; it returns nowhere. `signals` are
+/// those to hold back from then on.
 [[noreturn]] void Work(std::function<std::string()> const& work, int pipe,
-                       std::filesystem::path const& folder) {
+                       std::filesystem::path const& folder, pid_t parent, sigset_t const& signals) {
     for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
         std::signal(signal, SIG_DFL);
+    (void)pthread_sigmask(SIG_SETMASK, &signals, nullptr);
+    (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent)
+        _exit(EXIT_FAILURE);
+    // What the parent would do then, such as to remove its files, is not the child's.
+    std::set_terminate([] { std::abort(); });
     rlimit const noCore{0, 0};
     (void)setrlimit(RLIMIT_CORE, &noCore);
     int const nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -50,7 +52,7 @@ void WriteAll(int pipe, std::string_view text) {
     std::error_code error;
     std::filesystem::current_path(folder, error);
     // What it throws it has to say itself.
-    WriteAll(pipe, work());
+    (void)Core::WriteAll(pipe, work());
     // Without the destructors of the process, which are another's: the parent's.
     _exit(EXIT_SUCCESS);
 }
@@ -62,19 +64,30 @@ Child::Child(std::function<std::string()> const& work, std::chrono::milliseconds
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0)
         Throw("Cannot make a pipe for a check");
+    // A signal for both is the parent's alone, whose handlers the child has at first.
+    sigset_t all{};
+    sigset_t before{};
+    (void)sigfillset(&all);
+    (void)pthread_sigmask(SIG_SETMASK, &all, &before);
+    pid_t const parent = getpid();
     m_process = fork();
+    int const error = errno;
     if (m_process == 0)
-        Work(work, ends[1], m_folder);
+        Work(work, ends[1], m_folder->Get(), parent, before);
+    (void)pthread_sigmask(SIG_SETMASK, &before, nullptr);
     close(ends[1]);
-    m_pipe = ends[0];
-    if (m_process < 0)
+    if (m_process < 0) {
+        close(ends[0]);
+        errno = error;
         Throw("Cannot start a process for a check");
+    }
+    m_pipe = ends[0];
     (void)fcntl(m_pipe, F_SETFL, O_NONBLOCK);
 }
 
 Child::Child(Child&& other) noexcept
     : m_process(std::exchange(other.m_process, -1)), m_pipe(std::exchange(other.m_pipe, -1)),
-      m_said(std::move(other.m_said)), m_folder(std::exchange(other.m_folder, {})), m_start(other.m_start),
+      m_said(std::move(other.m_said)), m_folder(std::move(other.m_folder)), m_start(other.m_start),
       m_deadline(other.m_deadline) {}
 
 Child::~Child() {
@@ -84,10 +97,6 @@ Child::~Child() {
     }
     if (m_pipe >= 0)
         close(m_pipe);
-    if (!m_folder.empty()) {
-        std::error_code error;
-        std::filesystem::remove_all(m_folder, error);
-    }
 }
 
 std::optional<ChildEnd> Child::Poll() {
@@ -95,7 +104,10 @@ std::optional<ChildEnd> Child::Poll() {
     ssize_t count = 0;
     while ((count = read(m_pipe, part.data(), part.size())) > 0)
         m_said.append(part.data(), static_cast<std::size_t>(count));
-    if (count == 0)
+    // It may have closed what is not its own, and go on.
+    siginfo_t ended{};
+    if (count == 0 && waitid(P_PID, static_cast<id_t>(m_process), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+        ended.si_pid != 0)
         return End(ChildEnd::Kind::Returned);
     if (std::chrono::steady_clock::now() < m_deadline)
         return std::nullopt;

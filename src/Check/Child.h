@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Core/TemporaryPath.h"
+
 #include <sys/types.h>
 
 #include <chrono>
-#include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -49,7 +51,7 @@ private:
     pid_t m_process = -1;
     int m_pipe = -1;
     std::string m_said;
-    std::filesystem::path m_folder;
+    std::unique_ptr<Core::TemporaryPath> m_folder;
     std::chrono::steady_clock::time_point m_start;
     std::chrono::steady_clock::time_point m_deadline;
 };

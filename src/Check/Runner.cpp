@@ -90,6 +90,8 @@ std::string Prepare(CheckOptions const& options, EffectName const& name) {
 
 std::string RunCheck(CheckOptions const& options, EffectName const& name, Preparation const& preparation,
                      CheckInfo const& check) {
+    if (check.group != Group::Threads)
+        Core::ThreadBudget::Set(1); // checks run beside one another as it is
     return WithSubject(options, name, preparation, [&](auto& subject) {
         if constexpr (std::is_same_v<decltype(subject), Subject<Audio>&>)
             check.audio(subject);

@@ -7,7 +7,7 @@
 #include "Core/Throw.h"
 
 #include <algorithm>
-#include <set>
+#include <span>
 #include <tuple>
 
 extern "C" {
@@ -74,12 +74,14 @@ std::array<std::uint8_t, 4> SourcesOf(AVPixFmtDescriptor const& descriptor) noex
         return sources;
 
     // Plane, offset, -shift: the order in memory; then the number of the component.
-    std::set<std::tuple<int, int, int, std::uint8_t>> components;
+    std::array<std::tuple<int, int, int, std::uint8_t>, 4> all;
     std::size_t const count = descriptor.nb_components;
     for (std::uint8_t i = 0; i < count; ++i) {
         AVComponentDescriptor const& component = descriptor.comp[i];
-        components.emplace(component.plane, component.offset, -component.shift, i);
+        all[i] = {component.plane, component.offset, -component.shift, i};
     }
+    std::span const components(all.data(), count);
+    std::ranges::sort(components);
 
     bool const padded = HasPaddingByte(descriptor);
     bool const alphaLast = HasFlag(descriptor, AV_PIX_FMT_FLAG_ALPHA);

@@ -1,10 +1,13 @@
 #include "Core/Files.h"
 
+#include <cerrno>
+#include <cstddef>
 #include <memory>
-#include <string_view>
 #include <system_error>
 
 #include <dirent.h>
+#include <poll.h>
+#include <unistd.h>
 
 namespace Tarsel::Core {
 
@@ -23,6 +26,21 @@ std::vector<std::string> ListFolder(ioPath const& folder) {
         if (std::string_view const name = entry->d_name; name != "." && name != "..")
             names.emplace_back(name);
     return names;
+}
+
+int WriteAll(int descriptor, std::string_view text) noexcept {
+    while (!text.empty()) {
+        ssize_t const written = write(descriptor, text.data(), text.size());
+        if (written >= 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno == EAGAIN) {
+            pollfd ready{descriptor, POLLOUT, 0};
+            (void)poll(&ready, 1, -1);
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
 }
 
 } // namespace Tarsel::Core

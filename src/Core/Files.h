@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Tarsel::Core {
@@ -18,5 +19,9 @@ TARSEL_API bool FileExists(ioPath const& path) noexcept;
 /// The names of what lies in `folder`, in no order, without "." and ".."; empty where it cannot be read.
 /// std::bad_alloc, by which the iterators of the standard library would end the process. Any thread.
 TARSEL_API std::vector<std::string> ListFolder(ioPath const& folder);
+
+/// Writes all of `text` to an open file, pipe or socket, and waits where that takes no more just now: 0, or
+/// errno of what failed. Any thread; may be called where there is no memory left.
+TARSEL_API int WriteAll(int descriptor, std::string_view text) noexcept;
 
 } // namespace Tarsel::Core

@@ -15,6 +15,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <utility>
 
 namespace Tarsel::Host {
 namespace {
@@ -77,7 +78,11 @@ private:
         bool null() override { return Put(nullptr); }
         bool boolean(bool value) override { return Put(value); }
         bool number_integer(number_integer_t value) override { return Put(value); }
-        bool number_unsigned(number_unsigned_t value) override { return Put(value); }
+        bool number_unsigned(number_unsigned_t value) override {
+            if (!std::in_range<std::int64_t>(value))
+                ThrowAt(m_line, fmt::format("{} is too large for a whole number", value));
+            return Put(value);
+        }
         bool number_float(number_float_t value, string_t const&) override { return Put(value); }
         bool string(string_t& value) override { return Put(value); }
         bool binary(binary_t&) override { return false; }
@@ -96,7 +101,7 @@ private:
         bool parse_error(std::size_t, std::string const&, Json::exception const& error) override {
             std::string text = error.what();
             text.erase(0, std::min(text.find(": syntax error "), text.size()));
-            ThrowAt(m_line, "This is no JSON" + text);
+            ThrowAt(m_line, "This is not valid JSON" + text);
         }
 
     private:
@@ -119,6 +124,9 @@ private:
             return true;
         }
         bool Open(Json value) {
+            constexpr std::size_t mostDepth = 16;
+            if (m_open.size() == mostDepth)
+                ThrowAt(m_line, fmt::format("Nest no deeper than {} levels", mostDepth));
             std::string pointer = GetPointer();
             if (m_open.empty() || m_open.back()->is_array())
                 m_document.m_lines[pointer] = m_line;
@@ -150,14 +158,14 @@ public:
     Reader(Document const& document, Json const& object, std::string pointer, std::string name)
         : m_document(document), m_object(object), m_pointer(std::move(pointer)), m_name(std::move(name)) {
         if (!object.is_object())
-            Fail("", "is no object");
+            Fail("", "is not an object");
     }
 
     void CheckMembers(std::initializer_list<std::string_view> known) const {
         std::vector<std::string> const names(known.begin(), known.end());
         for (auto const& [key, value] : m_object.items())
             if (std::ranges::find(names, key) == names.end())
-                Fail(key, fmt::format("is no member{}", Core::NearNamesText(key, names)));
+                Fail(key, fmt::format("is not a member{}", Core::NearNamesText(key, names)));
     }
     Json const* Find(std::string const& key) const {
         auto const found = m_object.find(key);
@@ -211,11 +219,12 @@ std::optional<std::string> ScalarText(Json const& value) {
 std::optional<std::string> ListText(Json const& list, bool isEntry) {
     std::string text;
     for (Json const& item : list) {
-        bool const isNested = item.is_array() && !isEntry;
+        bool const isNested = item.is_array() && !item.empty() && !isEntry;
         std::optional<std::string> const part = isNested ? ListText(item, true) : ScalarText(item);
         if (!part)
             return std::nullopt;
-        text += text.empty() ? "" : isEntry || !list.front().is_array() ? "/" : "|";
+        if (&item != &list.front())
+            text += isEntry || !list.front().is_array() ? "/" : "|";
         text += *part;
     }
     return text;
@@ -244,7 +253,18 @@ MovingValue ReadMoving(Reader const& reader, Document const& document, std::stri
     return moving;
 }
 
-EffectStep ReadStep(Document const& document, Json const& value, std::size_t index) {
+/// "1", "fra".
+std::string ReadStream(Reader const& reader) {
+    Json const* const stream = reader.Find("stream");
+    if (stream == nullptr)
+        return {};
+    bool const isNumber = stream->is_number_unsigned();
+    if (!isNumber && !(stream->is_string() && !stream->get<std::string>().empty()))
+        reader.Fail("stream", "takes the number of an audio stream, from 0, or its language");
+    return isNumber ? stream->dump() : stream->get<std::string>();
+}
+
+ChainFileStep ReadStep(Document const& document, Json const& value, std::size_t index) {
     std::string const pointer = fmt::format("/steps/{}", index);
     std::string const name = fmt::format("step {}", index + 1);
     Reader const unnamed(document, value, pointer, name);
@@ -253,17 +273,20 @@ EffectStep ReadStep(Document const& document, Json const& value, std::size_t ind
         unnamed.Fail("effect", "takes the name of an effect");
     EffectStep step{effect.get<std::string>(), {}};
     Reader const reader(document, value, pointer, fmt::format("{} ({})", name, step.classId));
-    reader.CheckMembers({"effect", "settings", "from", "to", "fade"});
+    reader.CheckMembers({"effect", "stream", "settings", "from", "to", "fade"});
     step.times.from = reader.GetTime("from", StepTimes::s_always);
     step.times.to = reader.GetTime("to", StepTimes::s_forever);
     step.times.fade = reader.GetTime("fade", 0);
     if (std::string const fault = FindFault(step.times); !fault.empty())
         reader.Fail("", "has times that do not fit: " + fault);
+    ChainFileStep result{{}, ReadStream(reader), document.GetLine(pointer)};
     Json const* const settings = reader.Find("settings");
-    if (settings == nullptr)
-        return step;
+    if (settings == nullptr) {
+        result.step = std::move(step);
+        return result;
+    }
     if (!settings->is_object())
-        reader.Fail("settings", "is no object");
+        reader.Fail("settings", "is not an object");
     Reader const inSettings(document, *settings, pointer + "/settings",
                             fmt::format("{} ({})", name, step.classId));
     for (auto const& [key, each] : settings->items()) {
@@ -277,7 +300,8 @@ EffectStep ReadStep(Document const& document, Json const& value, std::size_t ind
             inSettings.Fail(key, "takes a number, a text, true, false, a list or points");
         AddSetting(step, key, *text);
     }
-    return step;
+    result.step = std::move(step);
+    return result;
 }
 
 Json NumberToJson(double number) {
@@ -297,7 +321,8 @@ Json ValueToJson(std::string const& text) {
                : Json(text);
 }
 
-Json StepToJson(EffectStep const& step) {
+Json StepToJson(ChainFileStep const& inFile) {
+    EffectStep const& step = inFile.step;
     Json settings = Json::object();
     for (auto const& [key, value] : ListSettings(step))
         settings[key] = value ? ValueToJson(*value) : Json(true);
@@ -310,6 +335,8 @@ Json StepToJson(EffectStep const& step) {
             settings[moving.key]["smooth"] = true;
     }
     Json json{{"effect", step.classId}};
+    if (!inFile.stream.empty())
+        json["stream"] = ValueToJson(inFile.stream);
     if (!settings.empty())
         json["settings"] = std::move(settings);
     if (step.times.from != StepTimes::s_always)
@@ -336,13 +363,13 @@ std::vector<ChainFileStep> ReadChain(std::string_view json) {
         root.Fail("steps", "is no array");
     std::vector<ChainFileStep> result;
     for (std::size_t i = 0; i < steps.size(); ++i)
-        result.push_back({ReadStep(document, steps[i], i), document.GetLine(fmt::format("/steps/{}", i))});
+        result.push_back(ReadStep(document, steps[i], i));
     return result;
 }
 
-std::string WriteChain(std::vector<EffectStep> const& steps) {
+std::string WriteChain(std::vector<ChainFileStep> const& steps) {
     Json list = Json::array();
-    for (EffectStep const& step : steps)
+    for (ChainFileStep const& step : steps)
         list.push_back(StepToJson(step));
     Json const document{{"version", s_chainFileVersion}, {"steps", std::move(list)}};
     return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';

@@ -164,13 +164,10 @@ void AudioChain::Append(SP<Effect> const& effect, std::string label, MakeEffect 
         return;
     }
     label = MakeLabel(effect.get(), std::move(label));
-    try {
+    AtStep(label, [&] {
         GetSteps().push_back(
             std::make_unique<TimedAudio>(effect, label, std::move(another), std::move(times)));
-    } catch (boost::exception& exception) {
-        exception << TagStep(label);
-        throw;
-    }
+    });
 }
 
 AudioChain::AudioChain() = default;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Core/Exception.h"
 #include "Core/Property.h"
+#include "Host/AtStep.h"
 #include "Host/StepTime.h"
 #include "Proc/Interfaces/IEffectStream.h"
 
@@ -16,10 +16,6 @@ namespace Tarsel::Host {
 
 template <class Medium>
 class IChainStep;
-
-/// The step, by its number from 1 and its class id where nothing else was said, on every exception that
-/// leaves a chain and can carry facts: all of this system, and the standard ones that its own code throws.
-using TagStep = boost::error_info<struct TagStepId, std::string>;
 
 /// What VideoChain and AudioChain have in common. `Medium` names the types of one medium (VideoMedium).
 /// Operations throw what the steps throw, under TagStep; after that the datum on its way is lost, what is

@@ -1,5 +1,6 @@
 #include "Host/Plugin.h"
 
+#include "Core/CoreExceptions.h"
 #include "Core/Files.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
@@ -28,6 +29,13 @@ constexpr char const* s_pathVariable = "TARSEL_PLUGIN_PATH";
 std::string TakeLoaderError() {
     char const* const text = dlerror();
     return text != nullptr ? text : "unknown error";
+}
+
+/// The loader has words for want of memory, and no number.
+bool TellsOfMemory(std::string const& text) {
+    bool const isOfThreads = text.find("static TLS block") != std::string::npos; // of which there is little
+    return !isOfThreads && (text.find("cannot create") != std::string::npos ||
+                            text.find("cannot allocate") != std::string::npos);
 }
 
 /// The folder of the library that this code is part of.
@@ -72,8 +80,12 @@ Plugin::Plugin(std::filesystem::path const& library) : m_library(library) {
     constexpr Core::Site site{"Host/Plugin", "Tarsel::Host::Plugin::Plugin(const std::filesystem::path &)"};
     // A name without a folder means the file in the current one, not one that the loader searches for.
     void* const handle = dlopen(std::filesystem::absolute(library).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr)
-        ThrowCannotOpen(site, library, TakeLoaderError());
+    if (handle == nullptr) {
+        std::string const text = TakeLoaderError();
+        if (TellsOfMemory(text))
+            Core::Throw<Core::MemoryException>(site, "Unable to allocate memory for a plug-in: " + text);
+        ThrowCannotOpen(site, library, text);
+    }
     // The handle is never closed: see the class.
     m_registrator = reinterpret_cast<RegistratorFunction>(dlsym(handle, s_entryPoint));
     if (m_registrator == nullptr)
@@ -107,10 +119,13 @@ std::filesystem::path Plugin::Find(std::string const& name) {
         if (Core::FileExists(candidate))
             return candidate;
     }
+    std::string const list =
+        Core::Utils::ToString(candidates, ", ", [](auto const& path) { return path.string(); });
+    std::string const hint =
+        Core::FileExists(name) ? fmt::format("; for the file, write \"./{}\"", name) : "";
     Core::Throw<PluginException>(
-        fmt::format("There is no plug-in \"{}\": looked for {} (to add folders, set {})", name,
-                    Core::Utils::ToString(candidates, ", ", [](auto const& path) { return path.string(); }),
-                    s_pathVariable));
+        fmt::format("There is no plug-in \"{}\": looked for {} (to add folders, set {}){}", name, list,
+                    s_pathVariable, hint));
 }
 
 } // namespace Tarsel::Host

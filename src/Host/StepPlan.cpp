@@ -3,6 +3,7 @@
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
 #include "Host/Chain/IdleCure.h"
+#include "Host/Chain/TimedAudio.h"
 #include "Host/Chain/VideoStep.h"
 #include "Host/FFmpegMessages.h"
 #include "Proc/Interfaces/IEffectDetails.h"
@@ -106,7 +107,12 @@ StepPlan<Conf::IFormatCodecAudio> PlanStep(SP<Proc::IOneInputEffectAudio> const&
                                            Conf::IFormatCodecAudio const& input, StepTimes const& times) {
     auto plan = PlanAsItEnds<Proc::IEffectDetailsAudio>(*effect, input, times);
     plan.output = Copy(input);
-    effect->UpdateFormatCodec(plan.output);
+    if (times.IsLimited() || !times.moving.empty())
+        TimedAudio(
+            effect, {}, [&] { return effect; }, times)
+            .UpdateFormatCodec(plan.output);
+    else
+        effect->UpdateFormatCodec(plan.output);
     return plan;
 }
 

@@ -123,7 +123,7 @@ StepTimes ParseStepTimes(std::string_view text) {
 
 std::string FindFault(StepTimes const& times) {
     if (times.from >= times.to)
-        return "Let the step end after it begins";
+        return "The end of a step comes after its start";
     if (times.fade > 0 && !times.IsLimited())
         return "Say from when or to when the step works, which is to fade";
     if (times.from != StepTimes::s_always && times.to != StepTimes::s_forever &&

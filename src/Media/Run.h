@@ -4,6 +4,7 @@
 #include "Media/Api.h"
 #include "Media/FrameFacts.h"
 #include "Media/Progress.h"
+#include "Media/RunPlan.h"
 #include "Media/RunTimes.h"
 #include "Media/StreamChoice.h"
 #include "Media/StreamInfo.h"
@@ -91,8 +92,9 @@ struct RunResult {
     double audioSeconds = 0;
     /// Of the output.
     std::int64_t bytes = 0;
-    /// What the user should know, one sentence each: streams the container could not take, conversions for
-    /// the encoder.
+    /// What became of each stream.
+    RunPlan plan;
+    /// What the user should know, one sentence each: the plan's notes, then what came up.
     std::vector<std::string> notes;
     /// Empty when the picture stream was copied, and where there is none.
     std::string videoEncoder;
@@ -112,6 +114,11 @@ TARSEL_MEDIA_API bool KeepsClearColors(RunOptions const& options);
 /// What Run would refuse before it opens the input: paths, container, encoder and its options. For programs
 /// that have long work to do before. OptionsException, InputException, OutputException.
 TARSEL_MEDIA_API void CheckRun(RunOptions const& options);
+
+/// What Run would do with these options, without a word to `onProgress` and `onFrame`: opens the input,
+/// calls the makers, and passes frames through the video's chain until the first comes out. Nothing is
+/// written. Throws as Run does up to there. Blocks; any thread.
+TARSEL_MEDIA_API RunPlan Plan(RunOptions const& options, std::stop_token stop = {});
 
 /// Reads the input, passes its picture and its audio through their chains, writes the output: every other
 /// stream (subtitles, attachments, data), chapters, metadata and dispositions are copied. Audio keeps its

@@ -28,6 +28,8 @@ public:
 
     /// Its copyObstacle is empty.
     VideoStreamInfo const& GetInfo() const noexcept;
+    /// As the file states it, in microseconds; 0 when not known, and for a still picture.
+    std::int64_t GetDuration() const noexcept;
     /// The picture that is shown `microseconds` after the film's start (VideoStreamInfo::start), the first
     /// one before that, and the last one after the end; a still picture serves for all times. For a time
     /// before one that was asked for already, the picture that was shown then. Never null, and the same

@@ -37,9 +37,13 @@ TEST(Checks, FindEachFaultOfAnEffect) {
         options.level = 4;
         options.limit = isGood ? 120 : 10; // one of the faults is to hang
         auto const faults = GetFaults(RunOn(TEST_BAD_EFFECTS, options));
-        EXPECT_EQ(faults.contains(classId), !isGood) << testing::PrintToString(faults);
-        if (!isGood)
-            groups.insert(FindCheck(check)->group);
+        if (isGood) {
+            EXPECT_TRUE(faults.empty()) << testing::PrintToString(faults);
+            continue;
+        }
+        auto const of = faults.find(classId);
+        EXPECT_TRUE(of != faults.end() && of->second.contains(check)) << testing::PrintToString(faults);
+        groups.insert(FindCheck(check)->group);
     }
     for (CheckInfo const& check : GetChecks())
         EXPECT_TRUE(groups.contains(check.group)) << "no fault for a check of " << GetName(check.group);
@@ -79,7 +83,10 @@ TEST(Checks, FindNothingInTheLibrary) {
     CheckReport const report = RunOn(LUMENTA_PLUGIN, options);
     auto faults = GetFaults(report);
     // FFmpeg's filter reads memory that it never set: what was there before shows in a few colors.
-    faults.erase("posterize");
+    std::erase_if(faults["posterize"],
+                  [](auto const& fault) { return fault.second.ends_with("with other content"); });
+    if (faults["posterize"].empty())
+        faults.erase("posterize");
     EXPECT_TRUE(faults.empty()) << testing::PrintToString(faults);
     // Without the file of its first pass the stabilizer does nothing, and the report says so.
     for (EffectName const& effect : report.effects)

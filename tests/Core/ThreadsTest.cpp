@@ -1,13 +1,18 @@
+#include "Core/Files.h"
 #include "Core/RefCount.h"
 #include "Core/ThreadBudget.h"
 #include "Core/WorkPool.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <cstddef>
+#include <fcntl.h>
 #include <latch>
+#include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace Tarsel;
@@ -112,6 +117,32 @@ TEST_F(Pool, NumbersAreWorkedOffOnceByManyThreads) {
     threads.clear();
     EXPECT_EQ(wrong, 0);
     EXPECT_LE(most, budget - 1 + callers);
+}
+
+TEST_F(Pool, SlicesRunSideBySide) {
+    ThreadBudget::Set(2);
+    auto const pool = WorkPool::Share();
+    ASSERT_TRUE(pool);
+    // Each waits for the other: one after the other they would never end.
+    std::latch both(2);
+    pool->ForEach(2, [&](int) { both.arrive_and_wait(); });
+}
+
+TEST(Files, WriteAllWaitsForASlowReader) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK), 0);
+    std::string const text(1'000'000, 'x');
+    std::size_t seen = 0;
+    std::jthread const reader([&] {
+        std::array<char, 5000> part{};
+        while (seen < text.size()) {
+            ssize_t const count = read(ends[0], part.data(), part.size());
+            seen += count > 0 ? static_cast<std::size_t>(count) : 0;
+        }
+        close(ends[0]);
+    });
+    EXPECT_EQ(Core::WriteAll(ends[1], text), 0);
+    close(ends[1]);
 }
 
 class Counted : public Core::RefCounted<Core::IRefCountable> {

@@ -3,6 +3,7 @@
 #include "Host/Doubles.h"
 #include "Host/VideoChain.h"
 #include "Proc/Interfaces/IEffectDetails.h"
+#include "Proc/Settings/Orientation.h"
 #include "Support/Planes.h"
 
 #include <gmock/gmock.h>
@@ -49,6 +50,9 @@ public:
     }
 
     Proc::EffectTraits m_traits = s_traits;
+    Proc::Settings const& GetSettingsBase() const override { return m_settings; }
+
+    Proc::SettingsEffectTranspose m_settings;
     std::string m_description = "chooses";
     SP<Proc::IDataVideo> m_held;
     std::vector<SP<Proc::IDataVideo>> m_fed;
@@ -168,6 +172,19 @@ TEST(FrameAdapter, GivesWhatWasHeldBackInItsOwnForm) {
     EXPECT_FALSE(chain.Take());
 }
 
+TEST(FrameAdapter, IsChosenAnewForOtherSettings) {
+    Host::VideoChain chain;
+    auto const effect = MakeSP<Choosy>();
+    chain.Append(effect);
+    effect->m_description = ""; // does nothing with the settings it has
+    chain.Feed(MakeRamp(PixFmt::RGB24, 15, 8));
+    EXPECT_EQ(effect->m_fed.back()->GetPixelFormat(), PixFmt::RGB24);
+    effect->m_description = "chooses";
+    effect->m_settings.step = 1;
+    chain.Feed(MakeRamp(PixFmt::RGB24, 15, 8));
+    EXPECT_EQ(effect->m_fed.back()->GetFrameInfo().width, 16U);
+}
+
 TEST(FrameAdapter, IsToldToTheUser) {
     Host::VideoChain chain;
     chain.Append(MakeSP<Choosy>());
@@ -176,7 +193,7 @@ TEST(FrameAdapter, IsToldToTheUser) {
     for (int i = 0; i < 2; ++i)
         chain.Feed(MakeRamp(PixFmt::RGB24, 15, 9));
     EXPECT_THAT(chain.GetNotes(),
-                ElementsAre("step 1 (choosy) works on frames of rgb24 15x9 as yuv444p 16x10 and back"));
+                ElementsAre("step 1 (transpose) works on frames of rgb24 15x9 as yuv444p 16x10 and back"));
 
     SP<Conf::IFormatCodecVideo> format =
         MakeSP<Conf::FormatCodecVideo>(PixFmt::RGB24, Conf::FrameInfo{15, 9, 1, 1});
@@ -226,7 +243,7 @@ TEST(VideoChain, TellsLossesOnce) {
         if (keepsAlpha)
             EXPECT_THAT(other.GetNotes(), IsEmpty());
         else
-            EXPECT_THAT(other.GetNotes(), ElementsAre("step 1 (choosy) changes alpha"));
+            EXPECT_THAT(other.GetNotes(), ElementsAre("step 1 (transpose) changes alpha"));
     }
 }
 

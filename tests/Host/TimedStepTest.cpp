@@ -20,6 +20,7 @@
 #include <vector>
 
 extern "C" {
+#include <libavutil/avutil.h>
 #include <libavutil/frame.h>
 }
 
@@ -159,7 +160,8 @@ TEST(TimedStep, Refusals) {
 /// Makes audio louder by the step of its settings, and sounds on for 10 samples.
 class Louder final : public EffectAs<Proc::IOneInputEffectAudio>, public Proc::IEffectStreamAudio {
 public:
-    Louder() : EffectAs("transpose") {}
+    /// Its results say that they are so much later than they are.
+    explicit Louder(std::int64_t lie = 0) : EffectAs("transpose"), m_lie(lie) {}
 
     Proc::Settings const& GetSettingsBase() const override { return m_settings; }
     void SetSettings(Proc::Settings const& settings) override {
@@ -170,6 +172,7 @@ public:
     void Feed(SP<Proc::IDataAudio> const& data) override {
         auto const count = static_cast<int>(data->GetSampleCount());
         m_result = MakeBlock(m_next = data->GetTime(), count);
+        m_result->SetTime(m_lie == AV_NOPTS_VALUE ? m_lie : m_next + m_lie);
         for (int i = 0; i < count; ++i)
             SamplesOf(*m_result)[i] = SamplesOf(*data)[i] * static_cast<float>(1 + m_settings.step);
         m_next += data->GetDuration();
@@ -196,13 +199,15 @@ private:
     Proc::SettingsEffectTranspose m_settings;
     SP<Proc::IDataAudio> m_result;
     std::int64_t m_next = 0;
+    std::int64_t m_lie;
 };
 
-/// Five seconds of 0.25 in blocks of that many samples, through the step; each result has to follow the one
-/// before.
-std::vector<float> RunAudio(std::string const& step, int blockSize) {
+/// Five seconds of 0.25 in blocks of that many samples, of times that tremble so much, through the step; each
+/// result has to follow the one before.
+std::vector<float> RunAudio(std::string const& step, int blockSize, std::int64_t jitter = 0,
+                            std::int64_t lie = 0) {
     Host::AudioChain chain;
-    auto const first = MakeSP<Louder>();
+    auto const first = MakeSP<Louder>(lie);
     Host::EffectStep const parsed = Host::ParseEffectStep(step);
     Proc::SettingsEffectTranspose settings;
     settings.step = 1;
@@ -220,6 +225,8 @@ std::vector<float> RunAudio(std::string const& step, int blockSize) {
     for (int sample = 0; sample < 5000; sample += blockSize) {
         auto const block = Louder::MakeBlock(sample * 1000, std::min(blockSize, 5000 - sample));
         std::fill_n(Louder::SamplesOf(*block), block->GetSampleCount(), 0.25F);
+        if (sample > 0)
+            block->SetTime(block->GetTime() + (sample / blockSize % 2 == 0 ? jitter : -jitter));
         chain.Feed(block);
         takeAll();
     }
@@ -242,6 +249,25 @@ TEST(TimedStep, AudioComesInAndSoundsOnToItsEnd) {
     EXPECT_EQ(samples.size(), 5010U);
     EXPECT_EQ(samples[4005], 0.375F); // comes in within 10 ms
     EXPECT_EQ(samples[5009], 1);
+}
+
+TEST(TimedStep, AudioGoesOnWhateverItsTimes) {
+    std::string const step = "transpose@1-3~0.5";
+    auto const samples = RunAudio(step, 77);
+    EXPECT_EQ(RunAudio(step, 77, 35000), samples);
+    EXPECT_EQ(RunAudio(step, 77, 0, AV_NOPTS_VALUE), samples);
+    EXPECT_THROW(RunAudio(step, 77, 0, 3600 * s_second), Proc::EffectException);
+
+    // In a gap what sounds on is heard.
+    Host::AudioChain chain;
+    chain.Append(MakeSP<Louder>(), "", nullptr, Host::ParseEffectStep(step).times);
+    std::string text;
+    for (std::int64_t const time : {1'000'000, 1'500'000}) {
+        chain.Feed(Louder::MakeBlock(time, 100));
+        while (SP<Proc::IDataAudio> const block = chain.Take())
+            text += fmt::format("{}+{} ", block->GetTime() / 1000, block->GetSampleCount());
+    }
+    EXPECT_EQ(text, "1000+100 1100+10 1500+100 ");
 }
 
 TEST(TimedStep, AudioMovesWithoutAClick) {

@@ -3,6 +3,7 @@
 #include "Proc/Effects/Lumenta/Effects/PixelFormatConverterFF.h"
 #include "Proc/Settings/SettingsText.h"
 #include "Proc/Wrappers/FrameFields.h"
+#include "Support/Arithmetic.h"
 #include "Support/Watch.h"
 
 #include <gtest/gtest.h>
@@ -116,7 +117,7 @@ TEST(PixelFormatConverter, LosesAlphaOntoTheBackgroundInEveryFormat) {
                 PixColor const expected{mix(color.red, background.red), mix(color.green, background.green),
                                         mix(color.blue, background.blue), 255};
                 PixColor const& pixel = pixels[y * 32 + x];
-                EXPECT_LE(Difference(pixel, expected, false), step)
+                EXPECT_LE(Difference(pixel, expected, false), step + s_scalerSlack)
                     << x << ' ' << y << ": " << int{pixel.red} << ' ' << int{pixel.green} << ' '
                     << int{pixel.blue};
             }

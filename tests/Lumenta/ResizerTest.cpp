@@ -3,6 +3,7 @@
 #include "Frames.h"
 #include "Proc/Effects/Lumenta/Effects/EffectImageResizer.h"
 #include "Proc/Wrappers/FrameFields.h"
+#include "Support/Arithmetic.h"
 #include "Support/TextRows.h"
 #include "Support/Watch.h"
 
@@ -171,7 +172,7 @@ TEST(Resizer, ResizesEveryFormat) {
                 PixColor const shown = ReadColors(*frame)[0];
                 int const step = description.GetDepth() >= 8 ? 2 : description.GetDepth() > 4 ? 20 : 256;
                 for (PixColor const& pixel : ReadColors(*result))
-                    ASSERT_LE(Difference(pixel, shown, true), step)
+                    ASSERT_LE(Difference(pixel, shown, true), step + s_scalerSlack)
                         << int{pixel.red} << ' ' << int{pixel.green} << ' ' << int{pixel.blue};
             }
     }
@@ -348,7 +349,7 @@ TEST(Resizer, EveryAlgorithmTakesTheExtremes) {
                 });
                 std::string const settings = std::string(size) + ":algorithm=" + algorithm;
                 for (PixColor const& pixel : ReadColors(*Resize(frame, settings)))
-                    ASSERT_LE(Difference(pixel, {60, 60, 60, 255}, true), 2)
+                    ASSERT_LE(Difference(pixel, {60, 60, 60, 255}, true), 2 + s_scalerSlack)
                         << format << ' ' << settings << ' ' << int{pixel.red};
             }
 }

@@ -302,10 +302,10 @@ TEST_F(Film, KeepsTheStreamsThatAreChosen) {
     std::string const list = "0 (eng flac mono), 1 (fre flac mono), 2 (deu flac mono)";
     Media::RunOptions options = AudioOptions("in.mkv", "refused.mkv", {});
     options.streams.audio = Choice::Number(3);
-    EXPECT_THAT(RunForFailure<Media::OptionsException>(options), HasSubstr(list + ", and none of number 3"));
+    EXPECT_THAT(RunForFailure<Media::OptionsException>(options), HasSubstr(list + ", but none of number 3"));
     options.streams.audio = Choice::Language("spa");
     EXPECT_THAT(RunForFailure<Media::OptionsException>(options),
-                HasSubstr(list + ", and none in the language spa"));
+                HasSubstr(list + ", but none in the language spa"));
     options.streams = {none, none, {}};
     EXPECT_THAT(RunForFailure<Media::OptionsException>(options), HasSubstr("neither video nor audio"));
     options.streams = {};

@@ -1,7 +1,7 @@
 // What becomes of each stream, decided before anything is written.
 
 #include "Media/MediaExceptions.h"
-#include "Media/Run/Planner.h"
+#include "Media/Run.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "RunFixture.h"
 #include "Support/Planes.h"
@@ -27,16 +27,12 @@ namespace {
 
 /// "h264: encode libx264 yuv420p | aac: copy", and a line for each note; or why there is none.
 std::string PlanText(Media::RunOptions const& options) try {
-    constexpr std::array fates{"drop", "copy", "encode", "convert"};
-    Media::CheckedOptions const checked = Media::CheckOptions(options);
-    Media::OpenedInput input = Media::OpenInput(checked, {});
-    Media::RunPlan const plan = Media::PlanRun(checked, input, [] {}).plan;
+    Media::RunPlan const plan = Media::Plan(options);
     std::string text;
     for (std::size_t i = 0; i < plan.streams.size(); ++i) {
         Media::StreamPlan const& stream = plan.streams[i];
-        AVCodecID const codec = input.streams.context->streams[i]->codecpar->codec_id;
-        text += fmt::format("{}{}: {}", i > 0 ? " | " : "", avcodec_get_name(codec),
-                            fates.at(static_cast<std::size_t>(stream.fate)));
+        text += fmt::format("{}{}: {}", i > 0 ? " | " : "", stream.codec.empty() ? "none" : stream.codec,
+                            Media::GetFateName(stream.fate));
         for (std::string const& detail : {stream.encoder, stream.format})
             text += detail.empty() ? "" : " " + detail;
     }

@@ -26,9 +26,11 @@ def frames_of(path):
     """(decoded frames or samples, what ffmpeg complains of) of all video and audio streams."""
     done = subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-i", str(path), "-map", "0:v?", "-map", "0:a?",
                            "-f", "framecrc", "-"], capture_output=True, timeout=120)
-    rows = [line.split(b",") for line in done.stdout.splitlines() if line and not line.startswith(b"#")]
-    video = sum(1 for row in rows if row[3].strip() == b"1")
-    audio = sum(int(row[3]) for row in rows if row[3].strip() != b"1")
+    lines = done.stdout.decode().splitlines()
+    kinds = dict(line.removeprefix("#media_type ").split(": ") for line in lines if line.startswith("#media_type "))
+    rows = [line.split(",") for line in lines if line and not line.startswith("#")]
+    video = sum(1 for row in rows if kinds[row[0].strip()] == "video")
+    audio = sum(int(row[3]) for row in rows if kinds[row[0].strip()] == "audio")
     return video, audio, done.stderr.decode(errors="replace")
 
 

@@ -2,6 +2,8 @@
 
 #include "Tarsel/Tool.h"
 
+#include <sys/stat.h>
+
 namespace Tarsel::Tools {
 namespace {
 
@@ -10,7 +12,8 @@ using ChainTool = Tool;
 TEST_F(ChainTool, AFileDoesWhatItsStepsDo) {
     MakeSmallFilm();
     std::string const steps = "-e 'blur@0.5-1.5~0.25 sigma=0..20@0-1,5@1.5,smooth' -e 'flip horizontal' "
-                              "-e 'posterize colors=5 seed=7' -e 'equalizer bands=1000/6|2000/-3'";
+                              "-e 'posterize colors=5 seed=7' -e 'equalizer bands=1000/6|2000/-3' "
+                              "-e audio:1/reverb -e audio:fra/gate";
     EXPECT_EQ(RunForNotes("save chain.json " + steps), "");
     ExpectValid("chain", ReadFile("chain.json"));
     EXPECT_EQ(RunForNotes("save again.json --chain chain.json"), "");
@@ -48,23 +51,32 @@ TEST_F(ChainTool, WhatIsWrongIsSaidWithItsLine) {
         {"save c.json -e 'blur sigma=3000'", 1,
          "-e \"blur sigma=3000\": blur: sigma=3000 is out of range: 0 to 1024"},
         {"explain --chain none.json --frame 8x8:gray", 2,
-         "none.json: Cannot read the chain: No such file or directory"},
-        {"explain --chain . --frame 8x8:gray", 2, ".: Cannot read the chain: Is a directory"},
+         "Cannot read \"none.json\": No such file or directory"},
+        {"explain --chain . --frame 8x8:gray", 2, "Cannot read \".\": Is a directory"},
+        {"explain --chain /dev/zero --frame 8x8:gray", 2,
+         "Cannot read \"/dev/zero\": it has more than 16 MiB"},
     };
     for (auto const& [text, error] : std::vector<Case>{
-             {"", "line 1: This is no JSON: syntax error while parsing value - unexpected end of input; "
-                  "expected '[', '{', or a literal"},
-             {"[]", "line 1: the chain is no object"},
+             {"",
+              "line 1: This is not valid JSON: syntax error while parsing value - unexpected end of input; "
+              "expected '[', '{', or a literal"},
+             {std::string(500'000, '['), "line 1: Nest no deeper than 16 levels"},
+             {steps + "{\"effect\": \"posterize\", \"settings\": {\n\"seed\": 18446744073709551615}}]}",
+              "line 4: 18446744073709551615 is too large for a whole number"},
+             {"[]", "line 1: the chain is not an object"},
              {"{\"version\": 1}", "line 1: the chain lacks \"steps\""},
              {"{\"steps\": [],\n\"version\": 2}", "line 2: the chain: \"version\" is at most 1, not 2"},
              {"{\"version\": 1,\n\"version\": 1, \"steps\": []}", "line 2: \"version\" is given twice"},
              {steps + "{\"efect\": 1}]}", "line 3: step 1 lacks \"effect\""},
              {steps + "{\"effect\": \"blur\",\n\"setings\": {}}]}",
-              "line 4: step 1 (blur): \"setings\" is no member; did you mean settings?"},
+              "line 4: step 1 (blur): \"setings\" is not a member; did you mean settings?"},
              {steps + "{\"effect\": \"blur\", \"from\": 2,\n\"to\": 1}]}",
-              "line 3: step 1 (blur) has times that do not fit: Let the step end after it begins"},
+              "line 3: step 1 (blur) has times that do not fit: The end of a step comes after its start"},
              {steps + "{\"effect\": \"flip\"},\n{\"effect\": \"blur\",\n\"fade\": -1}]}",
               "line 5: step 2 (blur): \"fade\" takes seconds, 0 or more"},
+             {steps + "{\"effect\": \"reverb\",\n\"stream\": -1}]}",
+              "line 4: step 1 (reverb): \"stream\" takes the number of an audio stream, from 0, or its "
+              "language"},
              {steps + "{\"effect\": \"blur\", \"settings\": {\n\"sigma\":\nnull}}]}",
               "line 4: step 1 (blur): \"sigma\" takes a number, a text, true, false, a list or points"},
              {steps + "{\"effect\": \"blur\", \"settings\": {\n\"sigma\": {\"points\": [[1, 2], [0, 3]]}}}]}",
@@ -78,6 +90,19 @@ TEST_F(ChainTool, WhatIsWrongIsSaidWithItsLine) {
     refusals.push_back({"explain --chain range.json --frame 8x8:gray", 1,
                         "range.json:4: blur: sigma=3000 is out of range: 0 to 1024"});
     ExpectRefusals(refusals);
+}
+
+TEST_F(ChainTool, SavesIntoFilesAndNothingElse) {
+    ASSERT_EQ(mkfifo("fifo", 0600), 0);
+    WriteFile("target.json", "old");
+    std::filesystem::permissions("target.json", std::filesystem::perms(0600));
+    std::filesystem::create_symlink("target.json", "link.json");
+    ExpectRefusals(
+        {{"save fifo -e negate --overwrite", 4, "Cannot write \"fifo\": it is not a regular file"}});
+    RunForNotes("save link.json -e negate --overwrite");
+    EXPECT_TRUE(std::filesystem::is_symlink("link.json"));
+    EXPECT_THAT(ReadFile("target.json"), testing::HasSubstr("negate"));
+    EXPECT_EQ(std::filesystem::status("target.json").permissions(), std::filesystem::perms(0600));
 }
 
 } // namespace

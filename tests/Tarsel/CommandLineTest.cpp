@@ -85,8 +85,8 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {run + "o.mp4 -e audio:1/flip", 1,
          "-e \"audio:1/flip\": Remove the audio stream: flip works on video"},
         {run + "o.mp4 -e audio:?/reverb", 1,
-         "-e \"audio:?/reverb\": Name the audio stream by number (audio:1/) or language (audio:fra/), not "
-         "\"?\""},
+         "-e \"audio:?/reverb\": Name the audio stream by number, such as 1, or language, such as fra, "
+         "not \"?\""},
         {run + "o.mp4 --from 1:60", 1,
          "--from: give seconds (2.5), a time (1:02.5 or 1:02:03.5) or frames (120f), not \"1:60\"" + useRun},
         {run + "o.mp4 --from 1:0:0 --to 59:59", 1,

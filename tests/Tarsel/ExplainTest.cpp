@@ -48,6 +48,21 @@ TEST_F(ExplainTool, TellsWhoseWorkEachStepIsAndWhatItMakes) {
               "step 2 (echo)\n"
               "  filter: aecho=in_gain=1:out_gain=1:delays=500.000000:decays=0.500000\n"
               "output: 44100 Hz fltp 5.1\n");
+
+    EXPECT_EQ(
+        Run("explain -e 'flip vertical' -e audio:fra/reverb --frame 8x8:gray --audio 8000:s16:mono").out,
+        "video\n"
+        "  input: 8x8 gray\n"
+        "  step 1 (flip)\n"
+        "    filter: vflip\n"
+        "  output: 8x8 gray\n"
+        "audio\n"
+        "  input: 8000 Hz s16 mono\n"
+        "  step 2 (reverb)\n"
+        "    for audio stream fra\n"
+        "    filter: aecho=in_gain=1.0:out_gain=0.7:delays=30:decays=0.5\n"
+        "    output: 8000 Hz s16p mono\n"
+        "  output: 8000 Hz s16p mono\n");
 }
 
 TEST_F(ExplainTool, JsonTellsTheSame) {
@@ -59,11 +74,13 @@ TEST_F(ExplainTool, JsonTellsTheSame) {
         {"width": 720, "height": 577, "pixelFormat": "yuva420p", "pixelAspect": [16, 15]})"));
     EXPECT_EQ(explained.at("steps").at(0), json::parse(R"(
         {"effect": "transpose", "work": "filter", "description": "transpose=dir=1", "idle": null,
-         "times": null, "converted": null,
+         "times": null, "stream": null, "converted": null,
          "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
+    ExpectValid("explain", result.out);
     EXPECT_EQ(explained.at("steps").at(1), json::parse(R"(
         {"effect": "flip", "work": "none", "description": "",
-         "idle": "does nothing; set horizontal=1 or vertical=1", "times": null, "converted": null,
+         "idle": "does nothing; set horizontal=1 or vertical=1", "times": null, "stream": null,
+         "converted": null,
          "output": {"width": 577, "height": 720, "pixelFormat": "yuva420p", "pixelAspect": [15, 16]}})"));
 }
 
@@ -90,7 +107,7 @@ TEST_F(ExplainTool, IdleEffectsHaveACure) {
 }
 
 TEST_F(ExplainTool, TellsWhatIsWrong) {
-    std::string const noFormat = "Give the input format, either --frame or --audio";
+    std::string const noFormat = "Give INPUT, or the format of the input as --frame or --audio";
     std::vector<Refusal> refusals{
         {"explain -e flip -e 'display-matrix matrix=60000/30000/0/-30000/60000/0/0/0/1073741824' "
          "--frame 8x8:yuv420p",
@@ -99,7 +116,11 @@ TEST_F(ExplainTool, TellsWhatIsWrong) {
          "-e \"flap\": There is no effect \"flap\"; did you mean flip?"},
         {"explain -e flip", 1, noFormat},
         {"explain -e flip --audio 48000:fltp:stereo", 1,
-         "-e \"flip\": flip works on video input, not on audio"},
+         "Add --frame WxH:FORMAT: step 1 (flip) works on video"},
+        {"explain in.mp4 -e flip --audio 48000:fltp:stereo", 1, noFormat},
+        {"explain in.mp4 -e flip --audio one", 1,
+         "--audio: give a number from 0 or language=deu, not \"one\"*"},
+        {"explain none -e flip", 1, "Add OUTPUT: INPUT has no extension to take for it"},
     };
     std::string const size = "give the size as WIDTHxHEIGHT, each from 1 to 65535, not ";
     std::string const aspect = "give the pixel aspect ratio as NUM/DEN, each from 1 to 2147483647, not ";

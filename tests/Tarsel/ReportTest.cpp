@@ -112,7 +112,7 @@ TEST_F(ReportTool, LogsAreAppendedAndNothingElseIsTouched) {
     ExpectRefusals({
         {"run film.mp4 o.mp4 --log ./film.mp4", 1, "--log: choose another file: \"./film.mp4\" belongs*"},
         {"run film.mp4 o.mp4 --log image.png", 4,
-         "--log: cannot write \"image.png\": it exists and is no log; choose another name"},
+         "--log: cannot write \"image.png\": it exists and is not a log; choose another name"},
         {"run film.mp4 o.mp4 --log no/a.log", 4, "--log: cannot write \"no/a.log\": No such file*"},
         {"run film.mp4 o.mp4 --overwrite --frame-facts film.mp4", 1, "--frame-facts: " + belongs},
         {"run film.mp4 o.mp4 --overwrite --frame-facts x --log x", 1, "--frame-facts: choose another file*"},

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <sys/stat.h>
 
 namespace Tarsel::Tools {
 namespace {
@@ -74,12 +75,28 @@ TEST_F(StabilizeTool, ExplainingLeavesTheFileOfMotionsAlone) {
 }
 
 TEST_F(StabilizeTool, APassAloneSaysSoAndOverwritesNothing) {
-    MakeSmallFilm();
+    MakeFilm("film.mp4", "-f lavfi -i testsrc2=size=128x96:rate=25:duration=1 -pix_fmt yuv420p");
     WriteFile("letter.txt", "words");
-    for (std::string const path : {"film.mp4", "letter.txt"})
-        ExpectRefusals({{"run film.mp4 out.mkv -e 'stabilizer path=" + path + "'", 1,
-                         "step 1 (stabilizer): choose another path: \"" + path +
-                             "\" exists and is not a camera motion file"}});
+    ASSERT_EQ(mkfifo("fifo", 0600), 0);
+    std::pair<std::string, std::string> const wrong[] = {
+        {"letter.txt", "exists and is not a camera motion file"},
+        {"/dev/zero", "exists and is not a camera motion file"},
+        {"fifo", "exists and is not a camera motion file"},
+        {"film.mp4", "is read or written otherwise"},
+        {"./out.mkv", "is read or written otherwise"},
+        {"facts", "is read or written otherwise"}};
+    for (auto const& [path, what] : wrong)
+        ExpectRefusals({{"run film.mp4 out.mkv --frame-facts facts -e 'stabilizer path=" + path + "'", 1,
+                         "step 1 (stabilizer): choose another path: \"" + path + "\" " + what}});
+    ExpectRefusals({{"run film.mp4 out.mkv -e stabilizer", 1,
+                     "step 1 (stabilizer): add path=FILE for the camera motion, or use \"tarsel stabilize\" "
+                     "for both passes"},
+                    {"run film.mp4 out.mkv -e 'stabilizer detect=0 path=/dev/zero'", 2,
+                     "step 1 (stabilizer): choose another path: \"/dev/zero\" is not a camera motion file"},
+                    {"bench film.mp4 -e 'stabilizer path=letter.txt'", 1,
+                     "step 1 (stabilizer): choose another path: *"}});
+    EXPECT_EQ(Run("bench film.mp4 -e stabilizer").exitCode, 0);
+    EXPECT_FALSE(std::filesystem::exists("transforms.trf"));
     for (int turn = 0; turn < 2; ++turn)
         EXPECT_THAT(RunForNotes("run film.mp4 out.mkv --overwrite -e 'stabilizer path=motion.trf'"),
                     HasSubstr("Step 1 (stabilizer) only detected the camera motion, in \"motion.trf\": "));

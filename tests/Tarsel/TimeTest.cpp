@@ -1,5 +1,5 @@
 #include "Tarsel/Tool.h"
-#include "Tools/Tarsel/Verbs/TimeReport.h"
+#include "Tools/Tarsel/Work/TimeReport.h"
 
 #include <nlohmann/json.hpp>
 

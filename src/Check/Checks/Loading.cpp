@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -159,15 +161,21 @@ constexpr std::array s_loadingChecks{
               [](std::filesystem::path const& library) {
                   pid_t const process = fork();
                   if (process == 0) {
-                      for (int i = 0; i < 3; ++i) {
-                          void* const handle = Open(library);
-                          EffectRegistry registry;
-                          (void)FindRegistrator(handle)(registry);
-                          if (dlclose(handle) != 0)
-                              std::_Exit(EXIT_FAILURE);
+                      (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+                      try {
+                          for (int i = 0; i < 3; ++i) {
+                              void* const handle = Open(library);
+                              EffectRegistry registry;
+                              (void)FindRegistrator(handle)(registry);
+                              if (dlclose(handle) != 0)
+                                  std::_Exit(EXIT_FAILURE);
+                          }
+                      } catch (...) {
+                          std::_Exit(EXIT_FAILURE);
                       }
                       std::exit(EXIT_SUCCESS);
                   }
+                  Expect(process > 0, "no process is to be had");
                   int status = 0;
                   (void)waitpid(process, &status, 0);
                   Expect(!WIFSIGNALED(status), "the process ends by signal {}", WTERMSIG(status));

@@ -120,7 +120,7 @@ constexpr std::array s_memoryChecks{
                   ExpectSame(Run(*subject.Make(), pictures), subject.GetDue(3));
               }},
     ForEffects("data-without-memory", Group::Memory,
-               "The effect refuses data whose frame has no memory, or less than it states.",
+               "The effect refuses data whose frame has no memory, or passes it on untouched.",
                "A decoder's broken frame crashes the host.", 3,
                [](auto& subject) {
                    for (int fault = 0; fault < 3; ++fault) {
@@ -133,7 +133,15 @@ constexpr std::array s_memoryChecks{
                        else
                            frame.format = 100000;
                        auto const effect = subject.Make();
-                       (void)Refuses([&] { Run(*effect, std::vector{datum}); });
+                       bool makesUp = false;
+                       (void)Refuses([&] {
+                           for (auto const& result : Run(*effect, std::vector{datum})) {
+                               AVFrame const& given = *result->GetAVFrame();
+                               makesUp = makesUp || (given.data[0] != nullptr && given.format != 100000);
+                           }
+                       });
+                       Expect(!makesUp || fault == 1, "it makes up a result for a frame {}",
+                              fault == 0 ? "without memory" : "of format 100000");
                        effect->Reset();
                        Expect(!Run(*effect, subject.MakeData(3)).empty(), "it outputs nothing afterwards");
                    }

@@ -10,6 +10,7 @@
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Settings.h"
 #include "Proc/Wrappers/FFmpegText.h"
+#include "Proc/Wrappers/SafeFrame.h"
 
 #include <fmt/format.h>
 
@@ -32,6 +33,10 @@ using Core::s_second;
 constexpr std::int64_t s_hopTime = 20000;
 /// What a range without a fade takes to come in and to go.
 constexpr std::int64_t s_edgeTime = 10000;
+/// Stated times may be off by so much where samples go on: clocks count in milliseconds, or tremble.
+constexpr std::int64_t s_jitter = 40000;
+/// What an effect gives lies no further from what it gave before.
+constexpr std::int64_t s_mostGap = 60'000'000;
 
 double const* GetChannel(AVFrame const& frame, std::size_t channel) {
     return reinterpret_cast<double const*>(frame.extended_data[channel]);
@@ -66,14 +71,18 @@ TimedAudio::TimedAudio(SP<Effect> effect, std::string label, MakeEffect another,
                         m_effect->GetSettingsBase().GetClassId()));
 }
 
+TimedAudio::~TimedAudio() = default;
+
 void TimedAudio::UpdateFormatCodec(SP<Conf::IFormatCodecAudio>& format) const {
-    Conf::SampleInfo const before = format->GetSampleInfo();
-    m_asked->UpdateFormatCodec(format);
-    Conf::SampleInfo const after = format->GetSampleInfo();
-    if (before.rate != after.rate || before.layout != after.layout)
-        Core::Throw<Proc::EffectException>(
-            fmt::format("It makes {} of {}: it cannot work on a part of the audio", Proc::AudioText(after),
-                        Proc::AudioText(before)));
+    AtStep(m_spent.label, [&] {
+        Conf::SampleInfo const before = format->GetSampleInfo();
+        m_asked->UpdateFormatCodec(format);
+        Conf::SampleInfo const after = format->GetSampleInfo();
+        if (before.rate != after.rate || before.layout != after.layout)
+            Core::Throw<Proc::EffectException>(
+                fmt::format("It makes {} of {}: it cannot work on a part of the audio",
+                            Proc::AudioText(after), Proc::AudioText(before)));
+    });
 }
 
 std::int64_t TimedAudio::ToTime(std::int64_t sample) const noexcept {
@@ -98,25 +107,32 @@ void TimedAudio::Begin(Conf::SampleInfo const& info, std::int64_t position) {
     m_mixed.assign(static_cast<std::size_t>(info.layout.channels), {});
 }
 
-/// Where the block begins. Times are whole microseconds: a sample beside the end of the one before is that.
+/// Where the block begins: where the one before ends, unless there is a gap.
 std::int64_t TimedAudio::FindPosition(Proc::IDataAudio const& block) const noexcept {
     if (block.GetTime() == AV_NOPTS_VALUE)
         return m_input ? m_fed : 0;
     std::int64_t const position = ToSample(block.GetTime());
-    return m_input && std::abs(position - m_fed) <= 1 ? m_fed : position;
+    return m_input && std::abs(position - m_fed) <= ToSample(s_jitter) ? m_fed : position;
 }
 
 void TimedAudio::Feed(SP<Proc::IDataAudio> const& block) {
-    Conf::SampleInfo const info = block->GetSampleInfo();
-    if (m_input && (info != *m_input || FindPosition(*block) != m_fed))
+    AtStep(m_spent.label, [&] { FeedBlock(*block); });
+}
+
+void TimedAudio::FeedBlock(Proc::IDataAudio const& block) {
+    Conf::SampleInfo const info = block.GetSampleInfo();
+    if (m_input && (info != *m_input || FindPosition(block) < m_fed))
         CloseStream();
+    else if (m_input && FindPosition(block) > m_fed)
+        SkipTo(FindPosition(block));
     m_exact = info;
     m_exact.format = Conf::SampleFormats::DoublePlanar;
-    std::int64_t const position = FindPosition(*block);
+    std::int64_t const position = FindPosition(block);
     if (!m_input)
         Begin(info, position);
-    Proc::SafeFrame const audio = m_toExact.Convert(*block->GetAVFrame(), info, m_exact);
-    std::int64_t const end = position + block->GetSampleCount();
+    Proc::SafeFrame const audio =
+        m_toExact.Convert(Proc::Details::GetAVFrameRef(block.GetAVFrame()), info, m_exact);
+    std::int64_t const end = position + block.GetSampleCount();
     for (std::int64_t from = position; from < end;) {
         std::int64_t const to = FindChunkEnd(from, end);
         PlanVoices(from);
@@ -140,12 +156,11 @@ void TimedAudio::PlanVoices(std::int64_t from) {
         EndVoices();
         return;
     }
-    std::erase_if(m_voices, [&](Voice& voice) {
-        bool const isOver = voice.end && from >= *voice.end + m_hop;
-        if (isOver)
+    auto const isOver = [&](Voice const& voice) { return voice.end && from >= *voice.end + m_hop; };
+    for (Voice& voice : m_voices)
+        if (isOver(voice))
             EndVoice(voice);
-        return isOver;
-    });
+    std::erase_if(m_voices, isOver);
     if (m_voices.empty()) {
         AddVoice(from - m_hop, from); // it is there at once
         return;
@@ -218,8 +233,11 @@ void TimedAudio::TakeFrom(Voice& voice) {
     while (SP<Proc::IDataAudio> const result = voice.step->Take()) {
         if (result->GetSampleInfo() != m_output)
             voice.step->Blame("it returned audio in another form than it states");
-        std::int64_t const stated = ToSample(result->GetTime());
+        std::int64_t const stated =
+            result->GetTime() == AV_NOPTS_VALUE ? voice.given : ToSample(result->GetTime());
         std::int64_t const position = std::abs(stated - voice.given) <= 1 ? voice.given : stated;
+        if (std::abs(position - voice.given) > ToSample(s_mostGap))
+            voice.step->Blame("it returned audio of a time far from what it got");
         Proc::SafeFrame const audio = m_resultToExact.Convert(*result->GetAVFrame(), m_output, m_exact);
         // What is out already is as it is.
         std::int64_t const late = std::clamp<std::int64_t>(m_next - position, 0, result->GetSampleCount());
@@ -232,6 +250,8 @@ void TimedAudio::TakeFrom(Voice& voice) {
 /// Adds samples, from number `first` of the frame on, at that place.
 void TimedAudio::Mix(AVFrame const& audio, int first, std::int64_t position, std::int64_t count,
                      std::function<double(std::int64_t)> const& gain) {
+    if (count <= 0)
+        return;
     auto const begin = static_cast<std::size_t>(position - m_next);
     for (std::size_t channel = 0; channel < m_mixed.size(); ++channel) {
         std::vector<double>& mixed = m_mixed[channel];
@@ -285,13 +305,28 @@ SP<Proc::IDataAudio> TimedAudio::Take() {
     std::int64_t complete = m_fed;
     for (Voice const& voice : m_voices)
         complete = std::min(complete, voice.given);
-    return m_input && complete > m_next ? Emit(complete) : nullptr;
+    if (!m_input || complete <= m_next)
+        return nullptr;
+    return AtStep(m_spent.label, [&] { return Emit(complete); });
+}
+
+/// Where the input has a gap: what still sounds is heard in it, and beyond it under what comes then.
+void TimedAudio::SkipTo(std::int64_t position) {
+    EndVoices();
+    std::int64_t const end = std::min(position, FindMixedEnd());
+    while (m_next < end)
+        m_ready.push_back(Emit(end));
+    m_fed = m_next = position;
+}
+
+std::int64_t TimedAudio::FindMixedEnd() const noexcept {
+    return m_next + static_cast<std::int64_t>(m_mixed.empty() ? 0 : m_mixed.front().size());
 }
 
 /// With all that still sounds.
 void TimedAudio::CloseStream() {
     EndVoices();
-    std::int64_t const end = m_next + static_cast<std::int64_t>(m_mixed.empty() ? 0 : m_mixed.front().size());
+    std::int64_t const end = FindMixedEnd();
     while (m_next < end)
         m_ready.push_back(Emit(end));
     m_input.reset();
@@ -300,7 +335,7 @@ void TimedAudio::CloseStream() {
 
 void TimedAudio::End() {
     if (m_input)
-        CloseStream();
+        AtStep(m_spent.label, [&] { CloseStream(); });
 }
 
 void TimedAudio::AddStatistics(std::vector<Core::Property>& statistics) const {

@@ -27,8 +27,9 @@ public:
     using MakeEffect = std::function<SP<Effect>()>;
 
     /// `another` makes effects of the same class; only where values move. SettingsException where they are
-    /// not legal, or there is none; EffectException for an effect that changes the length of audio.
+    /// not legal, there is none, or the effect changes the length of audio.
     TimedAudio(SP<Effect> effect, std::string label, MakeEffect another, StepTimes times);
+    ~TimedAudio() override;
 
     void Feed(SP<Proc::IDataAudio> const& block) override;
     SP<Proc::IDataAudio> Take() override;
@@ -59,7 +60,10 @@ private:
         Proc::SafeSwrContext m_context;
     };
 
+    void FeedBlock(Proc::IDataAudio const& block);
     void Begin(Conf::SampleInfo const& info, std::int64_t position);
+    void SkipTo(std::int64_t position);
+    std::int64_t FindMixedEnd() const noexcept;
     void CloseStream();
     std::int64_t FindPosition(Proc::IDataAudio const& block) const noexcept;
     std::int64_t FindChunkEnd(std::int64_t from, std::int64_t end) const noexcept;

@@ -38,13 +38,14 @@ void VideoSegment::Append(SP<Effect> effect, std::string label, VideoChain::Make
 
 auto VideoSegment::MakeWorker() const -> Worker {
     Worker worker;
-    for (Source const& source : m_sources) {
-        SP<Effect> const& effect = worker.effects.emplace_back(source.another());
-        if (!effect)
-            Core::Throw<Proc::EffectException>("The maker of " + source.label + " returned no effect");
-        effect->SetSettings(*source.settings);
-        worker.steps.push_back(std::make_unique<VideoStep>(effect, source.label, source.times));
-    }
+    for (Source const& source : m_sources)
+        AtStep(source.label, [&] {
+            SP<Effect> const& effect = worker.effects.emplace_back(source.another());
+            if (!effect)
+                Core::Throw<Proc::EffectException>("The maker of " + source.label + " returned no effect");
+            effect->SetSettings(*source.settings);
+            worker.steps.push_back(std::make_unique<VideoStep>(effect, source.label, source.times));
+        });
     return worker;
 }
 
@@ -116,8 +117,10 @@ void VideoSegment::PassOnSettings() {
             continue;
         FinishAll();
         auto settings = present.Clone();
-        for (Worker const& worker : m_workers)
-            worker.effects[i]->SetSettings(*settings);
+        AtStep(source.label, [&] {
+            for (Worker const& worker : m_workers)
+                worker.effects[i]->SetSettings(*settings);
+        });
         source.settings = std::move(settings);
     }
 }

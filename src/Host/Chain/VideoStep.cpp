@@ -75,9 +75,11 @@ void VideoStep::Feed(SP<Proc::IDataVideo> const& frame) {
             m_untouched = frame;
         MoveValues(frame->GetTime());
         PictureForm const form = GetForm(*frame);
-        if (form != m_input)
+        if (form != m_input || !m_fitted || !m_fitted->IsEqualTo(GetEffect().GetSettingsBase()))
             FitTo(form);
-        m_isInterlaced = Proc::GetFrameFieldOrder(*frame->GetAVFrame()) != Proc::FieldOrder::Progressive;
+        AVFrame const* const picture = frame->GetAVFrame(); // without one the effect refuses it
+        m_isInterlaced =
+            picture != nullptr && Proc::GetFrameFieldOrder(*picture) != Proc::FieldOrder::Progressive;
         FeedEffect(m_adapter ? Timed([&] { return m_adapter->Adapt(*frame); }) : frame);
     });
 }
@@ -115,7 +117,6 @@ void VideoStep::MoveValues(std::int64_t time) {
     auto const settings = GetEffect().GetSettingsBase().Clone();
     WriteValuesAt(time, m_times.moving, *settings);
     SetEffectSettings(GetEffect(), *settings);
-    m_input = {}; // what is converted depends on the settings
 }
 
 /// What the effect holds back belongs before the frame that it does not see.
@@ -158,6 +159,7 @@ void VideoStep::FitTo(PictureForm const& form) {
             m_ready.push_back(std::move(rest));
     }
     m_adapter = std::move(adapter);
+    m_fitted = GetEffect().GetSettingsBase().Clone();
     m_input = form;
     m_output = Conf::PixFmt::None;
     if (m_adapter && !m_adapter->Describe().empty())
@@ -166,8 +168,11 @@ void VideoStep::FitTo(PictureForm const& form) {
 
 SP<Proc::IDataVideo> VideoStep::TakeRestored() {
     SP<Proc::IDataVideo> result = TakeFromEffect();
-    if (!result)
+    if (!result) {
+        if (!m_isInside)
+            m_untouched.reset();
         return result;
+    }
     if (std::string const fault = FindFault(*result); !fault.empty())
         ThrowMisbehavior("it returned " + fault);
     NoteLosses(*result);

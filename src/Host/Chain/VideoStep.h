@@ -7,6 +7,7 @@
 #include "Proc/Interfaces/IEffectDetails.h"
 
 #include <deque>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -53,6 +54,8 @@ private:
     Proc::KeptScaler m_back;
 
     std::optional<FrameAdapter> m_adapter;
+    /// The settings for which the adapter was chosen: an effect that does nothing needs none.
+    std::unique_ptr<Proc::Settings> m_fitted;
     /// What went in last, and what came out of it last.
     PictureForm m_input;
     Conf::PixFmt m_output = Conf::PixFmt::None;

@@ -108,8 +108,9 @@ int AudioEncoder::TryOpen(AudioRequest const& request, Conf::SampleInfo const& f
             request.depth, request.encoder->id == AV_CODEC_ID_WAVPACK ? s_mostWavpackBits : s_mostBits);
     if ((request.encoder->capabilities & AV_CODEC_CAP_EXPERIMENTAL) != 0)
         context.strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL; // it was asked for by name
-    ApplyEncoderOptions(context, defaults);
-    ApplyEncoderOptions(context, request.options);
+    m_options = defaults;
+    m_options.insert(m_options.end(), request.options.begin(), request.options.end());
+    ApplyEncoderOptions(context, m_options);
     if ((request.container->flags & AVFMT_GLOBALHEADER) != 0)
         context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     return CheckMemory(avcodec_open2(&context, request.encoder, nullptr), "an encoder");

@@ -46,6 +46,8 @@ public:
     ~AudioEncoder();
 
     AVCodecContext const& GetContext() const noexcept { return *m_context; }
+    /// What it was told.
+    EncoderOptions const& GetOptions() const noexcept { return m_options; }
     /// Of the blocks that are encoded.
     Conf::SampleInfo const& GetFormat() const noexcept { return m_aligner->GetFormat(); }
     /// Of the packets.
@@ -79,6 +81,7 @@ private:
     Conf::SampleInfo m_input;
     int m_depth;
     UniqueCodecContext m_context;
+    EncoderOptions m_options;
     UniquePacket m_packet;
     std::optional<AudioAligner> m_aligner;
     UniqueAudioFifo m_queue;

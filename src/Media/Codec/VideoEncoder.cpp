@@ -108,8 +108,8 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     EncoderOptions options = MakeLightOptions(*request.encoder, frame);
     m_losesLight = options.empty() && HasLightLevels(frame) && !GetTraits(*request.container).saysRange;
     options.insert(options.end(), request.options.begin(), request.options.end());
-    ApplyEncoderOptions(context,
-                        MakeVideoOptions(*request.encoder, options, request.quality, context.thread_count));
+    m_options = MakeVideoOptions(*request.encoder, options, request.quality, context.thread_count);
+    ApplyEncoderOptions(context, m_options);
     if ((request.container->flags & AVFMT_GLOBALHEADER) != 0)
         context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 

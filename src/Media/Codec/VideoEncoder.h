@@ -55,6 +55,8 @@ public:
 
     AVCodecContext const& GetContext() const noexcept { return *m_context; }
     Ratio GetTimeBase() const noexcept { return m_timeBase; }
+    /// What it was told.
+    EncoderOptions const& GetOptions() const noexcept { return m_options; }
     /// The first picture, as it went in: its side data describe the stream.
     AVFrame const& GetFirstFrame() const noexcept { return *m_first->GetAVFrame(); }
 
@@ -91,6 +93,7 @@ private:
     bool m_wholeChroma = false;
     Proc::SafeSwsContext m_scaler;
     UniqueCodecContext m_context;
+    EncoderOptions m_options;
     UniquePacket m_packet;
     /// The times of the latest pictures, by the times the encoder knows them by.
     std::map<std::int64_t, FrameTime> m_times;

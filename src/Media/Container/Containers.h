@@ -64,8 +64,8 @@ struct ContainerTraits {
     bool hasAttachments = false;
     /// Tags that it holds and its reader passes over, with blanks between.
     std::string_view unreadTags{};
-    /// Its tags are an ID3 block, which its writer wants to be told to write.
-    bool wantsId3 = false;
+    /// What its writer wants to be told, key and value: to write tags, or files of more than 4 GB.
+    std::array<char const*, 2> writerOption{};
     /// It has a place for the alpha that stands beside VP8 and VP9.
     bool hasSideAlpha = false;
     /// It has no place for chapters.

@@ -23,8 +23,9 @@ int WriteHeader(AVFormatContext& context) {
     int error = 0;
     if (phones != nullptr && GetTraits(*context.oformat).isMovFamily)
         error = av_dict_set(&options, "movflags", "use_metadata_tags", 0);
-    if (error >= 0 && GetTraits(*context.oformat).wantsId3)
-        error = av_dict_set(&options, "write_id3v2", "1", 0);
+    auto const& [key, value] = GetTraits(*context.oformat).writerOption;
+    if (error >= 0 && key != nullptr)
+        error = av_dict_set(&options, key, value, 0);
     if (error >= 0)
         error = avformat_write_header(&context, &options);
     av_dict_free(&options);

@@ -2,6 +2,7 @@
 
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Range/Span.h"
+#include "Media/RunPlan.h"
 #include "Media/StreamChoice.h"
 
 #include <cstdint>
@@ -34,9 +35,8 @@ class Demuxer;
 /// SelectStreams; MemoryException.
 InputStreams DescribeStreams(Demuxer const& input, Span const& span, StreamSelection const& selection);
 
-/// An input of one stream, of pictures or of audio, of which nothing is known: for files that are written
+/// An input of one stream, of video or of audio, of which nothing is known: for files that are written
 /// without one. MemoryException.
-enum class StreamKind : std::uint8_t { Video, Audio };
 InputStreams MakeUnknownInput(StreamKind kind);
 
 /// Copies what describes a stream: codec parameters, time base, rates, dispositions, metadata, side data and

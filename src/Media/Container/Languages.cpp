@@ -1,5 +1,10 @@
 #include "Media/Container/Languages.h"
 
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+}
+
 namespace Tarsel::Media {
 
 namespace {
@@ -18,6 +23,12 @@ std::string_view GetQuickTimeLanguage(std::string_view code) noexcept {
         if (code == other)
             return known;
     return code;
+}
+
+std::string_view GetLanguage(AVStream const& stream) noexcept {
+    AVDictionaryEntry const* const entry = av_dict_get(stream.metadata, "language", nullptr, 0);
+    std::string_view const language = entry != nullptr ? entry->value : "";
+    return language == "und" ? "" : language;
 }
 
 bool IsSameLanguage(std::string_view a, std::string_view b) noexcept {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Core/TemporaryFile.h"
 #include "Media/Base/FFmpegOwners.h"
-#include "Media/Container/TemporaryFile.h"
 
 #include <filesystem>
 
@@ -34,7 +34,7 @@ private:
     std::filesystem::path m_path;
     /// Where the file ends up: behind the link, when the name is one.
     std::filesystem::path m_target;
-    TemporaryFile m_temporary;
+    Core::TemporaryFile m_temporary;
     bool m_overwrite;
     UniqueFile m_io;
 };

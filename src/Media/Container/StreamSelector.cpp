@@ -19,7 +19,6 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libavutil/dict.h>
 }
 
 namespace Tarsel::Media {
@@ -38,11 +37,6 @@ constexpr Kind s_subtitles{AVMEDIA_TYPE_SUBTITLE, "subtitle", &StreamSelection::
 
 bool IsCover(AVStream const& stream) noexcept {
     return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
-}
-
-std::string_view GetLanguage(AVStream const& stream) noexcept {
-    AVDictionaryEntry const* const entry = av_dict_get(stream.metadata, "language", nullptr, 0);
-    return entry != nullptr ? entry->value : "";
 }
 
 std::vector<AVStream const*> ListOfKind(AVFormatContext const& input, Kind const& kind) {
@@ -76,7 +70,7 @@ std::string Describe(AVStream const& stream) {
     });
     bool const isByNumber = choice.by == StreamChoice::By::Number;
     Core::Throw<OptionsException>(fmt::format(
-        "Choose another {} stream: {} has {}, and none {}", kind.name, name, list,
+        "Choose another {} stream: {} has {}, but none {}", kind.name, name, list,
         isByNumber ? fmt::format("of number {}", choice.number) : "in the language " + choice.language));
 }
 
@@ -131,10 +125,20 @@ std::vector<bool> SelectStreams(StreamSelection const& selection, Demuxer const&
     return wanted;
 }
 
-void CheckAudioChoices(std::vector<StreamChoice> const& choices, Demuxer const& input) {
-    std::vector<bool> wanted(input.GetContext().nb_streams);
-    for (StreamChoice const& choice : choices)
-        Select(choice, s_audio, input, wanted);
+void CheckAudioChoices(std::vector<StreamChoice> const& choices, StreamSelection const& selection,
+                       Demuxer const& input) {
+    std::vector<bool> const wanted = SelectStreams(selection, input);
+    for (StreamChoice const& choice : choices) {
+        std::vector<bool> worked(wanted.size());
+        Select(choice, s_audio, input, worked);
+        bool const isLeftOut = choice.by != StreamChoice::By::All &&
+                               std::ranges::equal(wanted, worked, [](bool a, bool b) { return !(a && b); });
+        if (isLeftOut)
+            Core::Throw<OptionsException>(
+                fmt::format("Keep the audio stream that a step works on: {} is left out",
+                            choice.by == StreamChoice::By::Number ? fmt::format("number {}", choice.number)
+                                                                  : choice.language));
+    }
 }
 
 void Choose(StreamSelection const& selection, Demuxer& input) {

@@ -15,8 +15,9 @@ class Demuxer;
 /// OptionsException for a choice that fits none, which lists what there is.
 std::vector<bool> SelectStreams(StreamSelection const& selection, Demuxer const& input);
 
-/// Refuses choices of audio that fit none, likewise.
-void CheckAudioChoices(std::vector<StreamChoice> const& choices, Demuxer const& input);
+/// Refuses choices of audio that fit none, likewise, or none that is wanted.
+void CheckAudioChoices(std::vector<StreamChoice> const& choices, StreamSelection const& selection,
+                       Demuxer const& input);
 
 /// Lets the input work on the best of those that are wanted. As SelectStreams; OptionsException where neither
 /// video nor audio is left.

@@ -38,11 +38,6 @@ std::string_view GetValue(AVStream const& stream, char const* key) noexcept {
     return entry != nullptr ? entry->value : "";
 }
 
-std::string_view GetLanguage(AVStream const& stream) noexcept {
-    std::string_view const language = GetValue(stream, "language");
-    return language == "und" ? "" : language;
-}
-
 AVRational GetAspect(AVStream const& stream) noexcept {
     AVRational const own = stream.sample_aspect_ratio;
     AVRational const aspect = own.num > 0 ? own : stream.codecpar->sample_aspect_ratio;

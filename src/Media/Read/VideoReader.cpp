@@ -27,10 +27,13 @@ public:
         : m_source(path, std::move(stop)), m_info(m_source.GetInfo()) {
         m_shown = Next();
         m_following = Next();
+        m_isStill = !m_following;
     }
 
     VideoSource const& GetSource() const noexcept { return m_source; }
     VideoStreamInfo const& GetInfo() const noexcept { return m_info; }
+
+    std::int64_t GetDuration() const noexcept { return m_isStill ? 0 : m_source.GetDemuxer().GetDuration(); }
 
     SP<Proc::IDataVideo const> GetShownAt(std::int64_t microseconds) {
         while (m_following && m_following->GetTime() - m_info.start - s_rounding <= microseconds) {
@@ -51,6 +54,7 @@ private:
     SP<Proc::IDataVideo> m_shown;
     /// Null at the end.
     SP<Proc::IDataVideo> m_following;
+    bool m_isStill = false;
 };
 
 VideoReader::VideoReader(std::filesystem::path const& path, std::stop_token stop) {
@@ -66,6 +70,10 @@ VideoReader::~VideoReader() = default;
 
 VideoStreamInfo const& VideoReader::GetInfo() const noexcept {
     return m_reading->GetInfo();
+}
+
+std::int64_t VideoReader::GetDuration() const noexcept {
+    return m_reading->GetDuration();
 }
 
 SP<Proc::IDataVideo const> VideoReader::GetShownAt(std::int64_t microseconds) {

@@ -7,6 +7,7 @@
 #include "Media/MediaExceptions.h"
 #include "Media/Range/PacketCutter.h"
 #include "Media/Run/Planner.h"
+#include "Media/Run/StreamFacts.h"
 #include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
@@ -94,7 +95,9 @@ std::unique_ptr<AudioReEncode> AudioPlanner::Make(StreamPlan& plan) {
     NoteEncoding(encoder->GetContext().codec_id, isWanted, obstacle, plan);
     if (m_input.video >= 0 && GetTraits(*m_checked.container.format).startsAudioAtZero)
         encoder->StartAt(0);
+    plan.reason = effects.chain != nullptr ? s_worked : obstacle;
     plan.encoder = encoder->GetContext().codec->name;
+    plan.encoderOptions = encoder->GetOptions();
     plan.format = Proc::AudioText(encoder->GetFormat());
     for (std::string& note : encoder->DescribeLosses())
         plan.notes.push_back(std::move(note));

@@ -60,7 +60,7 @@ OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
     OpenedInput input;
     input.demuxer = std::make_unique<Demuxer>(checked.options.input, stop);
     Choose(checked.options.streams, *input.demuxer);
-    CheckAudioChoices(checked.options.audioWork, *input.demuxer);
+    CheckAudioChoices(checked.options.audioWork, checked.options.streams, *input.demuxer);
     CheckKinds(checked, *input.demuxer);
     Span const span = FindSpan(checked.options.range, *input.demuxer, stop);
     input.streams = DescribeStreams(*input.demuxer, span, checked.options.streams);

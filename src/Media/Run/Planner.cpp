@@ -9,6 +9,7 @@
 #include "Media/Container/FileHeader.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Run/AudioPlanner.h"
+#include "Media/Run/StreamFacts.h"
 #include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
@@ -44,7 +45,8 @@ public:
     Planner(CheckedOptions const& checked, OpenedInput& input, std::function<void()> const& onWait)
         : m_checked(checked), m_options(checked.options), m_container(checked.container),
           m_format(*checked.container.format), m_input(input), m_streams(input.streams), m_onWait(onWait) {
-        m_run.plan.streams.resize(m_streams.context->nb_streams);
+        m_run.plan = DescribeInput(m_streams);
+        m_run.plan.outputContainer = m_format.name;
         m_run.streams.resize(m_streams.context->nb_streams);
     }
 
@@ -102,8 +104,11 @@ void Planner::LeaveOutWhatFilesLack() {
     for (unsigned i = 0; i < m_streams.context->nb_streams; ++i) {
         AVStream& stream = *m_streams.context->streams[i];
         bool const isBeside = m_container.isStill && static_cast<int>(i) != m_streams.video;
-        if (isBeside || (isAudioOfFilm && IsVideo(stream)))
-            stream.discard = AVDISCARD_ALL;
+        if (stream.discard == AVDISCARD_ALL || !(isBeside || (isAudioOfFilm && IsVideo(stream))))
+            continue;
+        stream.discard = AVDISCARD_ALL;
+        m_run.plan.streams[i].reason = fmt::format("{} is {}", Quote(m_options.output.filename()),
+                                                   isBeside ? "an image" : "an audio file");
     }
     if (!isAudioOfFilm)
         return;
@@ -211,6 +216,7 @@ Planner::Chain Planner::MakeChain() {
     }
     if (chain == nullptr && !wantsEncoder && m_input.GetDemuxer().IsCover() && m_streams.audio >= 0 &&
         !m_container.isStill) {
+        GetVideoPlan().reason = info.copyObstacle;
         m_streams.video = -1; // the audio goes without its cover
         return chain;
     }
@@ -240,7 +246,9 @@ void Planner::Encode(Chain chain) {
          m_options.keepsEffectFormat ? Conf::Color::Form() : Conf::Color::Form{info.format, info.space}},
         *first);
     AVCodecContext const& context = m_run.videoEncoder->GetContext();
+    GetVideoPlan().reason = m_hasEffects ? s_worked : info.copyObstacle;
     GetVideoPlan().encoder = context.codec->name;
+    GetVideoPlan().encoderOptions = m_run.videoEncoder->GetOptions();
     GetVideoPlan().format = Proc::PixelFormatText(context.pix_fmt);
     NoteEncoding(*context.codec);
     for (std::string& note : m_run.videoEncoder->DescribeLosses())
@@ -299,10 +307,13 @@ void Planner::PlanText() {
         try {
             text = std::make_unique<TextTrack>(source, m_format);
         } catch (OutputException const& exception) { // the run is not about them
+            m_run.plan.streams[i].reason = exception.what();
             m_run.plan.streams[i].notes.push_back(fmt::format("{}; left them out.", exception.what()));
             source.discard = AVDISCARD_ALL;
             continue;
         }
+        m_run.plan.streams[i].reason =
+            fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), m_run.plan.streams[i].codec);
         m_run.plan.streams[i].encoder = text->GetContext().codec->name;
         m_run.plan.streams[i].notes.push_back(text->Describe());
     }
@@ -334,7 +345,14 @@ void Planner::PlanOutput() {
                 plan.notes.clear(); // of an encoder that does nothing
             m_run.streams[i] = {};
             plan.encoder.clear();
+            plan.encoderOptions.clear();
             plan.format.clear();
+            if (plan.reason.empty() || encoders[i].context != nullptr)
+                plan.reason = fmt::format("{} cannot hold it", Quote(m_options.output.filename()));
+        } else {
+            plan.output = m_run.output.indexes[i];
+            plan.outputCodec =
+                avcodec_get_name(m_run.output.context->streams[plan.output]->codecpar->codec_id);
         }
         if (m_hasEffects && plan.fate == Fate::Copy && IsVideo(*m_streams.context->streams[i]))
             plan.notes.push_back(

@@ -4,8 +4,8 @@
 #include "Media/Container/TextTrack.h"
 #include "Media/Run/AudioReEncode.h"
 #include "Media/Run/OpenedInput.h"
-#include "Media/Run/RunPlan.h"
 #include "Media/Run/VideoWork.h"
+#include "Media/RunPlan.h"
 
 #include <functional>
 #include <memory>

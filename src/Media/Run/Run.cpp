@@ -87,7 +87,8 @@ void Job::Open() {
 void Job::Plan() {
     Ticker ticker(m_stop.get_token(), [this] { Report(); });
     m_planned = PlanRun(m_checked, m_input, [&] { ticker.Tick(); });
-    RunPlan const& plan = m_planned.plan;
+    m_result.plan = m_planned.plan;
+    RunPlan const& plan = m_result.plan;
     AddNotes(plan.ListNotes());
     for (std::size_t i = 0; i < plan.streams.size(); ++i) {
         AVStream const& stream = *m_input.streams.context->streams[i];
@@ -317,6 +318,18 @@ bool KeepsClearColors(RunOptions const& options) {
 
 void CheckRun(RunOptions const& options) {
     CheckOptions(options);
+}
+
+RunPlan Plan(RunOptions const& options, std::stop_token stop) {
+    try {
+        CheckedOptions const checked = CheckOptions(options);
+        OpenedInput input = OpenInput(checked, stop);
+        Ticker ticker(stop, [] {});
+        return PlanRun(checked, input, [&] { ticker.Tick(); }).plan;
+    } catch (Stopped const&) {
+        Core::Throw<InterruptedException>(
+            fmt::format("Interrupted: {} was not read to the end of planning", Quote(options.input)));
+    }
 }
 
 RunResult Run(RunOptions const& options, std::stop_token stop) {

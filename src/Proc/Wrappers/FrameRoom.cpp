@@ -11,6 +11,7 @@
 
 extern "C" {
 #include <libavutil/common.h>
+#include <libavutil/cpu.h>
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
@@ -33,12 +34,16 @@ bool HasRoom(AVFrame const& frame, int plane, std::ptrdiff_t rowBytes, int rows)
     return buffer->data + buffer->size - (lastRow + rowBytes) >= s_room;
 }
 
-/// Bytes; at least that of vector registers that encoders load at once.
-constexpr int s_alignment = 32;
+/// Bytes: as much as encoders load at once, and no more than FFmpeg gives its own pictures.
+int GetAlignment() noexcept {
+    static auto const s_alignment = static_cast<int>(std::min<std::size_t>(av_cpu_max_align(), 32));
+    return s_alignment;
+}
 
 bool IsAligned(AVFrame const& frame, int plane) noexcept {
-    return frame.linesize[plane] > 0 && frame.linesize[plane] % s_alignment == 0 &&
-           reinterpret_cast<std::uintptr_t>(frame.data[plane]) % s_alignment == 0;
+    int const alignment = GetAlignment();
+    return frame.linesize[plane] > 0 && frame.linesize[plane] % alignment == 0 &&
+           reinterpret_cast<std::uintptr_t>(frame.data[plane]) % static_cast<std::size_t>(alignment) == 0;
 }
 
 } // namespace
@@ -59,6 +64,7 @@ bool HasRoomBehind(AVFrame const& frame) noexcept {
 }
 
 SafeFrame CopyWithRoomBehind(AVFrame const& frame) {
+    Details::RequireWholeRows(frame);
     SafeFrame copy;
     copy->format = frame.format;
     copy->width = frame.width;

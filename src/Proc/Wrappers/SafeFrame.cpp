@@ -48,19 +48,6 @@ unsigned ContentSize(AVFrame const& frame) noexcept {
                                        Core::MemoryException::TagBlockSize(size));
 }
 
-/// FFmpeg ends the process when it is to copy rows shorter than their pixels.
-void RequireWholeRows(AVFrame const& frame) {
-    if (IsAudio(frame))
-        return;
-    for (int plane = 0; plane < AV_NUM_DATA_POINTERS && frame.data[plane] != nullptr; ++plane) {
-        int const bytes = av_image_get_linesize(static_cast<AVPixelFormat>(frame.format), frame.width, plane);
-        std::int64_t const stride = frame.linesize[plane];
-        if (bytes > 0 && std::abs(stride) < bytes)
-            Core::Throw<ProcException>(
-                fmt::format("Plane {} of an AVFrame has {} bytes for each row of {}", plane, stride, bytes));
-    }
-}
-
 /// In software, and of a size that FFmpeg can address.
 bool CanBePicture(Conf::PixFmt format, std::uint32_t width, std::uint32_t height) noexcept {
     constexpr std::uint32_t largest = std::numeric_limits<int>::max();
@@ -106,7 +93,7 @@ SafeFrame::~SafeFrame() {
 }
 
 SafeFrame SafeFrame::Reference(AVFrame const& frame) {
-    RequireWholeRows(frame);
+    Details::RequireWholeRows(frame);
     SafeFrame result;
     int const error = av_frame_ref(result.Get(), &frame);
     if (error == AVERROR(ENOMEM))
@@ -141,7 +128,7 @@ void SafeFrame::MakeWritable() {
         *this = Reference(*m_frame);
         return;
     }
-    RequireWholeRows(*m_frame);
+    Details::RequireWholeRows(*m_frame);
     int const error = av_frame_make_writable(m_frame);
     if (error == AVERROR(ENOMEM))
         ThrowNoBuffers("void Tarsel::Proc::SafeFrame::MakeWritable()", ContentSize(*m_frame));
@@ -169,6 +156,18 @@ AVFrame& GetAVFrameRef(AVFrame* frame) {
         Core::Throw<ProcException>({s_scaler, "AVFrame &Tarsel::Proc::Details::GetAVFrameRef(AVFrame *)"},
                                    "AVFrame pointer is null");
     return *frame;
+}
+
+void RequireWholeRows(AVFrame const& frame) {
+    if (IsAudio(frame))
+        return;
+    for (int plane = 0; plane < AV_NUM_DATA_POINTERS && frame.data[plane] != nullptr; ++plane) {
+        int const bytes = av_image_get_linesize(static_cast<AVPixelFormat>(frame.format), frame.width, plane);
+        std::int64_t const stride = frame.linesize[plane];
+        if (bytes > 0 && std::abs(stride) < bytes)
+            Core::Throw<ProcException>(
+                fmt::format("Plane {} of an AVFrame has {} bytes for each row of {}", plane, stride, bytes));
+    }
 }
 
 } // namespace Details

@@ -53,5 +53,9 @@ namespace Details {
 TARSEL_API AVFrame const& GetAVFrameRef(AVFrame const* frame);
 TARSEL_API AVFrame& GetAVFrameRef(AVFrame* frame);
 
+/// ProcException for a picture with rows shorter than their pixels: FFmpeg ends the process when it is to
+/// copy them. Nothing for audio, or a format that FFmpeg does not know.
+TARSEL_API void RequireWholeRows(AVFrame const& frame);
+
 } // namespace Details
 } // namespace Tarsel::Proc

@@ -204,6 +204,8 @@ void SafeSwsContext::Scale(AVFrame const& from, AVFrame& to) const {
                                    target.linesize);
         CheckResult(site, rows, from, target);
     };
+    Details::RequireWholeRows(from);
+    Details::RequireWholeRows(to);
     if (IsCopy(m_params)) {
         CheckResult(site, av_frame_copy(&to, &from), from, to);
     } else if (!HasRoomBehind(from) || IsTurnedOver(from, m_params.from)) {

@@ -1,15 +1,16 @@
+#include "Core/Files.h"
 #include "Core/TemporaryPath.h"
 #include "Host/ErrorReport.h"
 #include "Host/FFmpegMessages.h"
 #include "Media/InputErrors.h"
 #include "Media/MediaExceptions.h"
+#include "Tools/Tarsel/Arguments/ArgumentHints.h"
 #include "Tools/Tarsel/Console/Console.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
 #include "Tools/Tarsel/Console/RunReport.h"
 #include "Tools/Tarsel/Console/Signals.h"
 #include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/Version.h"
-#include "Tools/Tarsel/Verbs/ArgumentHints.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
 
 #include <CLI/CLI.hpp>
@@ -50,7 +51,7 @@ std::string Describe(std::exception const& failure, ExitCode code, bool verbose)
 
 /// Takes no memory.
 void SayOutOfMemory() noexcept {
-    (void)WriteAll(STDERR_FILENO, "tarsel: error: Out of memory\n");
+    (void)Core::WriteAll(STDERR_FILENO, "tarsel: error: Out of memory\n");
 }
 
 /// `signal` is the one that the process was sent; 0 for none. The exit code.
@@ -124,6 +125,7 @@ ExitCode Run(int argc, char const* const* argv, Console& console, RunReport& rep
         AddRunVerb(app, options),     AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
         AddMixVerb(app, options),     AddToneVerb(app, options),      AddMeterVerb(app, options),
         AddListVerb(app, options),    AddExplainVerb(app, options),   AddCheckVerb(app, options),
+        AddPreviewVerb(app, options), AddGalleryVerb(app, options),   AddTryVerb(app, options),
         AddSaveVerb(app, options),    AddBenchVerb(app, options),     AddManVerb(app),
         AddCompleteVerb(app, options)};
     try {

@@ -22,17 +22,17 @@ namespace {
 template <class Effect, class Format>
 bool NoteIdle(std::vector<Step<Effect>> const& steps, SP<Format> format, std::vector<std::string>& notes) {
     bool areAllIdle = true;
-    for (auto const& [effect, label, another, times] : steps) {
+    for (Step<Effect> const& step : steps) {
         Host::StepPlan<Format> plan;
         try {
             Host::FFmpegMessages::Trial const trial;
-            plan = Host::PlanStep(effect, *format, times);
+            plan = Host::PlanStep(step.effect, *format, step.times);
         } catch (std::exception const&) {
             return false; // the work itself will say so
         }
         if (plan.idle.empty())
             areAllIdle = false;
-        else if (std::string note = fmt::format("{} {}.", label, plan.idle);
+        else if (std::string note = fmt::format("{} {}.", step.label, plan.idle);
                  std::ranges::find(notes, note) == notes.end())
             notes.push_back(std::move(note));
         format = std::move(plan.output);
@@ -47,17 +47,37 @@ std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::Make(Media::VideoStreamInf
     auto chain = std::make_unique<NotedVideoChain>(m_video.emplace_back());
     Host::VideoChain& steps = chain->GetChain();
     steps.SetThreads(Core::ThreadBudget::Get());
-    if (auto const turn = MakeTurn(stream))
-        steps.Append(turn, "turning upright", [this, stream] { return MakeTurn(stream); });
     if (!stream.orientation.GetOrientation())
         m_video.emplace_back().notes.emplace_back(
             "Dropped the input's orientation tag, which is neither a mirroring nor a "
             "quarter turn: the effects used the frames as stored.");
-    for (auto const& [effect, label, another, times] : effects)
-        steps.Append(effect, label, another, times);
-    if (m_palettes)
-        steps.Append(m_palettes->effect, m_palettes->label, m_palettes->another);
+    for (VideoStep const& step : ListSteps(stream, effects))
+        steps.Append(step.effect, step.label, step.another, step.times);
     return chain;
+}
+
+std::vector<VideoStep> ChainMaker::ListSteps(Media::VideoStreamInfo const& stream,
+                                             std::vector<VideoStep> const& effects) const {
+    std::vector<VideoStep> steps;
+    if (auto const turn = MakeTurn(stream))
+        steps.push_back({turn, s_turnLabel, [this, stream] { return MakeTurn(stream); }});
+    steps.insert(steps.end(), effects.begin(), effects.end());
+    if (m_palettes)
+        steps.push_back(*m_palettes);
+    return steps;
+}
+
+SP<Conf::IFormatCodecVideo> MakeFormat(Media::VideoStreamInfo const& stream) {
+    SP<Conf::IFormatCodecVideo> format =
+        MakeSP<Conf::FormatCodecVideo>(stream.format, stream.frame, stream.frameRate);
+    format->SetColorSpace(stream.space);
+    if (stream.orientation != Conf::DisplayMatrix::s_default)
+        format->SetDisplayMatrix(stream.orientation);
+    return format;
+}
+
+SP<Conf::IFormatCodecAudio> MakeFormat(Media::AudioStreamInfo const& stream) {
+    return MakeSP<Conf::FormatCodecAudio>(stream.format);
 }
 
 void ChainMaker::FitTo(Media::RunOptions const& options) {
@@ -71,9 +91,7 @@ SP<Proc::IOneInputEffectVideo> ChainMaker::MakeTurn(Media::VideoStreamInfo const
 }
 
 bool ChainMaker::NoteIdleSteps(Media::VideoStreamInfo const& stream, std::vector<VideoStep> const& steps) {
-    SP<Conf::IFormatCodecVideo> format =
-        MakeSP<Conf::FormatCodecVideo>(stream.format, stream.frame, stream.frameRate);
-    format->SetColorSpace(stream.space);
+    SP<Conf::IFormatCodecVideo> format = MakeFormat(stream);
     if (auto const turn = MakeTurn(stream))
         turn->UpdateFormatCodec(format);
     return NoteIdle(steps, std::move(format), m_video.emplace_back().notes);
@@ -92,30 +110,33 @@ std::unique_ptr<Proc::IEffectStreamVideo> ChainMaker::MakeForReEncoding(Media::V
     return Make(stream, steps);
 }
 
-Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
-                                          std::vector<AskedStep> const& steps) {
-    auto const makeFormat = [&] {
-        return SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(stream.format));
-    };
+std::vector<AudioStep> ChainMaker::MakeStepsFor(Media::AudioStreamInfo const& stream,
+                                                std::vector<AskedStep> const& steps) const {
     std::vector<AskedStep> meant;
     std::ranges::copy_if(steps, std::back_inserter(meant), [&](AskedStep const& step) {
         return Media::Includes(step.audio, stream.number, stream.language);
     });
-    if (meant.empty())
+    return MakeAudioSteps(m_effects, meant);
+}
+
+Media::AudioEffects ChainMaker::MakeAudio(Media::AudioStreamInfo const& stream,
+                                          std::vector<AskedStep> const& steps) {
+    auto const effects = MakeStepsFor(stream, steps);
+    if (effects.empty())
         return {};
-    auto const effects = MakeAudioSteps(m_effects, meant);
-    if (NoteIdle(effects, makeFormat(), m_audio.emplace_back().notes))
+    if (NoteIdle(effects, MakeFormat(stream), m_audio.emplace_back().notes))
         return {};
     auto chain = std::make_unique<NotedAudioChain>(m_audio.emplace_back());
     int depth = 0;
-    for (auto const& [effect, label, another, times] : effects) {
+    for (AudioStep const& step : effects) {
         // A format that is named is wanted; others are what an effect reckons in.
-        auto const* const resample = dynamic_cast<Proc::SettingsResample const*>(&effect->GetSettingsBase());
+        auto const* const resample =
+            dynamic_cast<Proc::SettingsResample const*>(&step.effect->GetSettingsBase());
         if (resample != nullptr && resample->format != Conf::SampleFormats::Unknown)
             depth = 8 * Conf::SampleFmtRecord::Find(resample->format).size;
-        chain->GetChain().Append(effect, label, another, times);
+        chain->GetChain().Append(step.effect, step.label, step.another, step.times);
     }
-    SP<Conf::IFormatCodecAudio> format = makeFormat();
+    SP<Conf::IFormatCodecAudio> format = MakeFormat(stream);
     chain->UpdateFormatCodec(format);
     return {std::move(chain), format->GetSampleInfo(), depth};
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Conf/IFormatCodecAudio.h"
+#include "Conf/IFormatCodecVideo.h"
 #include "Media/Run.h"
 #include "Proc/Interfaces/IOneInputEffectVideo.h"
 #include "Tools/Tarsel/Chain/Effects.h"
@@ -14,6 +16,13 @@
 
 namespace Tarsel::Tools {
 
+/// What the step is called that turns frames upright.
+constexpr char const* s_turnLabel = "turning upright";
+
+/// The format in which a stream's frames or blocks come to a chain. Any thread.
+SP<Conf::IFormatCodecVideo> MakeFormat(Media::VideoStreamInfo const& stream);
+SP<Conf::IFormatCodecAudio> MakeFormat(Media::AudioStreamInfo const& stream);
+
 /// Makes chains of effects for media files. Effects on pictures stand behind one that turns the picture
 /// upright: they work on what viewers see.
 class ChainMaker {
@@ -24,6 +33,13 @@ public:
     /// maker has to live longer.
     std::unique_ptr<Proc::IEffectStreamVideo> Make(Media::VideoStreamInfo const& stream,
                                                    std::vector<VideoStep> const& effects);
+    /// The steps of such a chain: between turning upright, where that is needed, and palettes (FitTo) those
+    /// that were asked for.
+    std::vector<VideoStep> ListSteps(Media::VideoStreamInfo const& stream,
+                                     std::vector<VideoStep> const& effects) const;
+    /// The steps that are meant for an audio stream, made for it.
+    std::vector<AudioStep> MakeStepsFor(Media::AudioStreamInfo const& stream,
+                                        std::vector<AskedStep> const& steps) const;
     /// Notes which of the steps leave the pictures as they are, and what would make them work. Whether all
     /// do.
     bool NoteIdleSteps(Media::VideoStreamInfo const& stream, std::vector<VideoStep> const& steps);

@@ -35,13 +35,14 @@ std::optional<double> ParseLevel(std::string_view text, std::string_view unit, d
 }
 
 /// "raised by 3.2 dB from -19.2 to -16.0 LUFS; limited peaks by up to 1.1 dB".
-std::string DescribeChange(double gain, double before, double after, double leastGain, bool isReached) {
+std::string DescribeChange(double before, double after, double leastGain, bool isReached) {
     constexpr double shown = 0.05;
-    std::string text = fmt::format("{} by {:.1f} dB from {:.1f} to {:.1f} LUFS",
-                                   gain >= 0 ? "raised" : "lowered", std::abs(gain), before, after);
+    std::string text =
+        fmt::format("{} by {:.1f} dB from {:.1f} to {:.1f} LUFS", after >= before ? "raised" : "lowered",
+                    std::abs(after - before), before, after);
     if (double const limited = -ToDecibels(leastGain); limited >= shown)
         text += fmt::format("; limited peaks by up to {:.1f} dB", limited);
-    return text + (isReached ? "." : "; the bound of the peaks allows no more.");
+    return text + (isReached ? "." : "; the peak limit prevents more.");
 }
 
 } // namespace
@@ -110,7 +111,8 @@ Media::AudioEffects Normalizer::Make(Media::AudioStreamInfo const& stream) {
     constexpr double nothing = 0.05; // dB, what notes would show as 0.0 or 0.1
     constexpr double enough = 0.1;
     constexpr double margin = 0.02;
-    constexpr int mostTries = 4;
+    constexpr int mostTries = 6;
+    constexpr int gainTries = 3; // then the peaks alone: their limit is a promise
     Loudness const before = Measure(stream, {}).loudness;
     if (!std::isfinite(before.integrated)) {
         m_notes.push_back({stream.number, "left as it is: silent, or too short to have a loudness."});
@@ -129,13 +131,14 @@ Media::AudioEffects Normalizer::Make(Media::AudioStreamInfo const& stream) {
         after = Measure(stream, {FromDecibels(gain), FromDecibels(limit)});
         double const over = after.loudness.truePeak - m_target.peak;
         double const missing = m_target.loudness - after.loudness.integrated;
-        if ((over <= 0 && std::abs(missing) <= enough) || i + 1 == mostTries)
+        bool const movesGain = std::abs(missing) > enough && i < gainTries;
+        if (over <= 0 && !movesGain)
             break;
-        gain += missing;
+        gain += movesGain ? missing : 0;
         limit -= over > 0 ? over + margin : 0;
     }
     m_notes.push_back(
-        {stream.number, DescribeChange(gain, before.integrated, after.loudness.integrated, after.leastGain,
+        {stream.number, DescribeChange(before.integrated, after.loudness.integrated, after.leastGain,
                                        std::abs(m_target.loudness - after.loudness.integrated) <= enough)});
     Media::AudioEffects effects = MakeEffects(stream);
     auto chain = std::make_unique<GainStream>(std::move(effects.chain), effects.output, FromDecibels(gain),

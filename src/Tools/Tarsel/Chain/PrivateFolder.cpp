@@ -5,13 +5,13 @@
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <charconv>
-#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 #include <system_error>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,27 +25,33 @@ std::string GetParent() {
     return isPlain ? parent : "/tmp";
 }
 
-constexpr std::string_view s_prefix = "tarsel-";
+constexpr std::string_view s_prefix = "tarsel-private-";
 
-/// Of "tarsel-123-AbCdEf"; 0 for other names.
-pid_t GetProcess(std::string_view name) {
-    pid_t process = 0;
-    if (name.starts_with(s_prefix))
-        std::from_chars(name.data() + s_prefix.size(), name.data() + name.size(), process);
-    return process;
+/// The folder, locked, or -1 where it is no folder of this user or somebody else holds its lock. Locks are
+/// known by all who see the folder; numbers of processes mean others in a container, or on another machine.
+int OpenLocked(std::filesystem::path const& folder) noexcept {
+    int const opened = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (opened < 0)
+        return -1;
+    struct stat found {};
+    if (fstat(opened, &found) == 0 && found.st_uid == geteuid() && found.st_nlink > 0 &&
+        flock(opened, LOCK_EX | LOCK_NB) == 0)
+        return opened;
+    (void)close(opened);
+    return -1;
 }
 
-/// The folders of this user's processes that are no more.
+/// The folders that nobody uses any more.
 void RemoveLeftovers(std::filesystem::path const& parent) {
     for (std::string const& name : Core::ListFolder(parent)) {
-        std::filesystem::path const path = parent / name;
-        pid_t const process = GetProcess(name);
-        struct stat found {};
-        bool const isLeft = process > 0 && lstat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode) &&
-                            found.st_uid == geteuid() && kill(process, 0) != 0 && errno == ESRCH;
+        if (!name.starts_with(s_prefix))
+            continue;
+        int const opened = OpenLocked(parent / name);
+        if (opened < 0)
+            continue;
         std::error_code ignored;
-        if (isLeft)
-            std::filesystem::remove_all(path, ignored);
+        std::filesystem::remove_all(parent / name, ignored);
+        (void)close(opened);
     }
 }
 
@@ -54,11 +60,24 @@ void RemoveLeftovers(std::filesystem::path const& parent) {
 PrivateFolder::PrivateFolder() {
     std::string const parent = GetParent();
     RemoveLeftovers(parent);
-    std::string path = fmt::format("{}/{}{}-XXXXXX", parent, s_prefix, getpid());
-    if (mkdtemp(path.data()) == nullptr)
-        throw std::filesystem::filesystem_error("Cannot create a folder for temporary files", path,
-                                                std::error_code(errno, std::generic_category()));
-    m_path.emplace(path);
+    // Another process may take it for a leftover before it is locked.
+    constexpr int attempts = 100;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        std::string path = fmt::format("{}/{}XXXXXX", parent, s_prefix);
+        if (mkdtemp(path.data()) == nullptr)
+            throw std::filesystem::filesystem_error("Cannot create a folder for temporary files", path,
+                                                    std::error_code(errno, std::generic_category()));
+        m_path.emplace(path);
+        m_lock = OpenLocked(path);
+        if (m_lock >= 0 || std::filesystem::exists(path)) // or locks are not known there
+            return;
+    }
+}
+
+PrivateFolder::~PrivateFolder() {
+    m_path.reset(); // while it is locked
+    if (m_lock >= 0)
+        (void)close(m_lock);
 }
 
 } // namespace Tarsel::Tools

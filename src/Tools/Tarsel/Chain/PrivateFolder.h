@@ -14,11 +14,15 @@ class PrivateFolder {
 public:
     /// std::filesystem::filesystem_error naming the folder when it cannot be made.
     PrivateFolder();
+    PrivateFolder(PrivateFolder const&) = delete;
+    PrivateFolder& operator=(PrivateFolder const&) = delete;
+    ~PrivateFolder();
 
     std::filesystem::path const& GetPath() const noexcept { return m_path->Get(); }
 
 private:
     std::optional<Core::TemporaryPath> m_path;
+    int m_lock = -1;
 };
 
 } // namespace Tarsel::Tools

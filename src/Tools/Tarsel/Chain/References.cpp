@@ -86,14 +86,8 @@ std::vector<std::filesystem::path> References::GetPaths() const {
 }
 
 void References::Open(Effects const& effects, std::int64_t start, std::stop_token const& stop) {
-    for (auto const& reference : m_references) {
-        try {
-            reference->Open(effects, start, stop);
-        } catch (boost::exception& exception) {
-            exception << Host::TagStep("reference");
-            throw;
-        }
-    }
+    for (auto const& reference : m_references)
+        Host::AtStep("reference", [&] { reference->Open(effects, start, stop); });
 }
 
 std::vector<std::string> References::GetNotes() const {

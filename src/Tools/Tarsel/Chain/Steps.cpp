@@ -5,35 +5,19 @@
 #include "Host/AudioChain.h"
 #include "Host/ChainFile.h"
 #include "Host/VideoChain.h"
-#include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/ImplNames.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Settings/Orientation.h"
+#include "Tools/Tarsel/Console/WholeFile.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <memory>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace Tarsel::Tools {
 namespace {
-
-/// Does `work`; what it throws leaves with the origin.
-template <class Work>
-decltype(auto) At(std::string const& origin, Work const& work) {
-    try {
-        return work();
-    } catch (boost::exception& exception) {
-        exception << Host::TagStep(origin);
-        throw;
-    }
-}
 
 /// `make` makes the effect of one step.
 template <class Effect, class Make>
@@ -41,8 +25,8 @@ std::vector<Step<Effect>> MakeSteps(std::vector<AskedStep> const& steps, Make co
     std::vector<Step<Effect>> result;
     result.reserve(steps.size());
     for (AskedStep const& asked : steps)
-        result.push_back(
-            {At(asked.origin, [&] { return make(asked.step); }), asked.label, nullptr, asked.step.times});
+        result.push_back({Host::AtStep(asked.origin, [&] { return make(asked.step); }), asked.label, nullptr,
+                          asked.step.times, asked.audio});
     return result;
 }
 
@@ -51,23 +35,9 @@ template <class Chain, class Effect>
 void CheckTimes(std::vector<AskedStep> const& asked, std::vector<Step<Effect>> const& steps) {
     Chain chain;
     for (std::size_t i = 0; i < steps.size(); ++i)
-        At(asked[i].origin,
-           [&] { chain.Append(steps[i].effect, steps[i].label, steps[i].another, steps[i].times); });
-}
-
-std::string ReadText(std::string const& path) {
-    struct Close {
-        void operator()(std::FILE* file) const noexcept { (void)std::fclose(file); }
-    };
-    std::unique_ptr<std::FILE, Close> const file(std::fopen(path.c_str(), "re"));
-    std::string text;
-    std::array<char, 4096> part{};
-    while (file && std::feof(file.get()) == 0 && std::ferror(file.get()) == 0)
-        text.append(part.data(), std::fread(part.data(), 1, part.size(), file.get()));
-    if (!file || std::ferror(file.get()) != 0)
-        Core::Throw<Media::InputException>(
-            fmt::format("Cannot read the chain: {}", std::generic_category().message(errno)));
-    return text;
+        Host::AtStep(asked[i].origin, [&] {
+            chain.Append(steps[i].effect, steps[i].label, steps[i].another, steps[i].times);
+        });
 }
 
 bool IsOfKind(Effects const& effects, std::string const& classId, Host::EffectKind kind) {
@@ -85,21 +55,28 @@ SP<Proc::IOneInputEffectVideo> MakePairedEffect(Effects const& effects, Host::Ef
     return Host::PairEffect(std::move(effect), references.Add(*reference));
 }
 
-/// Takes the stream off the effect's name; whether there was one.
-bool TakeStream(AskedStep& asked) {
+/// "audio:1/reverb", as users write it: the effect's name, with the stream beside it.
+Host::ChainFileStep ParseStep(std::string const& text) {
     constexpr std::string_view lead = "audio:";
-    std::string& classId = asked.step.classId;
+    Host::ChainFileStep parsed{Host::ParseEffectStep(text)};
+    std::string& classId = parsed.step.classId;
     std::size_t const slash = classId.find('/');
-    if (!classId.starts_with(lead) || slash == std::string::npos)
-        return false;
-    std::string const stream = classId.substr(lead.size(), slash - lead.size());
+    if (!classId.starts_with(lead) || slash == std::string::npos || slash == lead.size())
+        return parsed;
+    parsed.stream = classId.substr(lead.size(), slash - lead.size());
+    classId.erase(0, slash + 1);
+    return parsed;
+}
+
+/// The audio that a step is meant for; "" for all.
+Media::StreamChoice ReadStream(std::string const& stream) {
+    if (stream.empty())
+        return {};
     auto const choice = ParseStreamChoice(stream);
     if (!choice)
         Core::Throw<Proc::SettingsException>(fmt::format(
-            "Name the audio stream by number (audio:1/) or language (audio:fra/), not \"{}\"", stream));
-    asked.audio = *choice;
-    classId.erase(0, slash + 1);
-    return true;
+            "Name the audio stream by number, such as 1, or language, such as fra, not \"{}\"", stream));
+    return *choice;
 }
 
 } // namespace
@@ -113,29 +90,45 @@ std::optional<Media::StreamChoice> ParseStreamChoice(std::string const& text) {
     return isLanguage ? std::optional(Media::StreamChoice::Language(text)) : std::nullopt;
 }
 
+std::string ToText(Media::StreamChoice const& choice) {
+    return choice.by == Media::StreamChoice::By::Number ? std::to_string(choice.number) : choice.language;
+}
+
 std::vector<AskedStep> ReadSteps(StepArguments const& arguments) {
     std::vector<AskedStep> steps;
-    auto const add = [&](Host::EffectStep step, std::string origin) {
-        std::string label = fmt::format("step {} ({})", steps.size() + 1, step.classId);
-        steps.push_back({std::move(step), std::move(origin), std::move(label)});
+    auto const add = [&](Host::ChainFileStep read, std::string origin) {
+        auto const stream = Host::AtStep(origin, [&] { return ReadStream(read.stream); });
+        std::string label = fmt::format("step {} ({})", steps.size() + 1, read.step.classId);
+        steps.push_back({std::move(read.step), std::move(origin), std::move(label), stream});
     };
-    if (std::string const& file = arguments.chainFile; !file.empty())
-        for (auto& [step, line] : At(file, [&] { return Host::ReadChain(ReadText(file)); }))
-            add(std::move(step), fmt::format("{}:{}", file, line));
+    if (std::string const& file = arguments.chainFile; !file.empty()) {
+        std::string const text = ReadWholeFile(file);
+        for (auto& step : Host::AtStep(file, [&] { return Host::ReadChain(text); })) {
+            std::string origin = fmt::format("{}:{}", file, step.line);
+            add(std::move(step), std::move(origin));
+        }
+    }
     for (std::string const& text : arguments.effects) {
         std::string origin = fmt::format("-e \"{}\"", text);
-        add(At(origin, [&] { return Host::ParseEffectStep(text); }), origin);
+        add(Host::AtStep(origin, [&] { return ParseStep(text); }), origin);
     }
     return steps;
+}
+
+std::string WriteChain(std::vector<AskedStep> const& steps) {
+    std::vector<Host::ChainFileStep> written;
+    for (AskedStep const& step : steps)
+        written.push_back({step.step, ToText(step.audio)});
+    return Host::WriteChain(written);
 }
 
 SortedSteps SortSteps(Effects const& effects, std::vector<AskedStep> steps) {
     SortedSteps result;
     for (AskedStep& step : steps) {
-        bool const isOfStream = At(step.origin, [&] { return TakeStream(step); });
         bool const isAudio = IsOfKind(effects, step.step.classId, Host::EffectKind::Audio);
-        if (isOfStream && IsOfKind(effects, step.step.classId, Host::EffectKind::Video))
-            At(step.origin, [&] {
+        if (step.audio != Media::StreamChoice() &&
+            IsOfKind(effects, step.step.classId, Host::EffectKind::Video))
+            Host::AtStep(step.origin, [&] {
                 Core::Throw<Proc::SettingsException>(
                     fmt::format("Remove the audio stream: {} works on video", step.step.classId));
             });

@@ -38,10 +38,16 @@ struct AskedStep {
 
 /// "1" or, by language, "fra"; nothing for a text that is neither.
 std::optional<Media::StreamChoice> ParseStreamChoice(std::string const& text);
+/// Such a text; "" for all streams.
+std::string ToText(Media::StreamChoice const& choice);
 
-/// The steps of a chain, numbered in their order. What Host::ParseEffectStep and Host::ReadChain throw leaves
+/// The steps of a chain, numbered in their order; "audio:1/reverb" and "audio:fra/reverb" are meant for one
+/// audio stream, as "stream" says it in a file. What Host::ParseEffectStep and Host::ReadChain throw leaves
 /// with the origin under Host::TagStep; Media::InputException for a file that cannot be read.
 std::vector<AskedStep> ReadSteps(StepArguments const& arguments);
+
+/// The steps as a chain file has them. Any thread.
+std::string WriteChain(std::vector<AskedStep> const& steps);
 
 /// The steps of a chain, those on the picture apart from those on audio.
 struct SortedSteps {
@@ -50,8 +56,7 @@ struct SortedSteps {
 };
 
 /// Steps whose effect the registry has for audio are on audio; all others are on the picture, where it turns
-/// out what they are. "audio:1/reverb" and "audio:fra/reverb" are meant for one stream; SettingsException
-/// where the effect is on pictures. Any thread.
+/// out what they are. SettingsException for one on pictures that is meant for an audio stream. Any thread.
 SortedSteps SortSteps(Effects const& effects, std::vector<AskedStep> steps);
 
 /// An effect that has its settings, and what it is called in a chain; "" leaves that to the chain.
@@ -62,6 +67,8 @@ struct Step {
     /// Makes another one, with the settings of the step; null where there can be only one.
     std::function<SP<Effect>()> another{};
     Host::StepTimes times{};
+    /// The audio that it is meant for.
+    Media::StreamChoice stream{};
 };
 using VideoStep = Step<Proc::IOneInputEffectVideo>;
 using AudioStep = Step<Proc::IOneInputEffectAudio>;

@@ -1,6 +1,6 @@
 #include "Tools/Tarsel/Console/Console.h"
 
-#include "Tools/Tarsel/Console/StandardStreams.h"
+#include "Core/Files.h"
 
 #include <exception>
 #include <sys/ioctl.h>
@@ -38,7 +38,7 @@ void Console::Print(std::string_view text) {
     if (text.empty() || text.back() != '\n')
         out += '\n';
     out += m_status;
-    (void)WriteAll(m_descriptor, out);
+    (void)Core::WriteAll(m_descriptor, out);
 }
 
 void Console::PrintNotes(std::vector<std::string> const& notes) {
@@ -67,7 +67,7 @@ void Console::SetStatus(std::string const& line) {
     if (line.empty())
         out += '\r';
     m_status = line;
-    (void)WriteAll(m_descriptor, out);
+    (void)Core::WriteAll(m_descriptor, out);
 }
 
 /// `line` from the left edge, with blanks over what the present status line has beyond it: works on every

@@ -1,8 +1,8 @@
 #include "Tools/Tarsel/Console/LogFile.h"
 
+#include "Core/Files.h"
 #include "Core/Throw.h"
 #include "Media/MediaExceptions.h"
-#include "Tools/Tarsel/Console/StandardStreams.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -55,7 +55,7 @@ LogFile::~LogFile() {
 }
 
 void LogFile::Open(std::filesystem::path const& path) {
-    // Readable where it can be, to see what is there; a pipe or a terminal has nothing.
+    // Readable too, to see what is there; a pipe or a terminal has nothing.
     constexpr mode_t rights = 0666;
     int const file = open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, rights);
     if (file < 0)
@@ -63,7 +63,7 @@ void LogFile::Open(std::filesystem::path const& path) {
     std::error_code ignored;
     if (std::filesystem::is_regular_file(path, ignored) && !BeginsAsLog(file)) {
         (void)close(file);
-        ThrowCannotWrite(path, "it exists and is no log; choose another name");
+        ThrowCannotWrite(path, "it exists and is not a log; choose another name");
     }
     m_descriptor = file;
     m_path = path;
@@ -73,7 +73,7 @@ void LogFile::Write(std::string_view level, std::string_view text) {
     if (m_descriptor < 0)
         return;
     std::string const line = fmt::format("{} {} {}\n", FormatNow(), level, text);
-    if (int const error = WriteAll(m_descriptor, line); error != 0)
+    if (int const error = Core::WriteAll(m_descriptor, line); error != 0)
         m_error = error;
 }
 

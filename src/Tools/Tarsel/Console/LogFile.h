@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -15,7 +16,7 @@ public:
     LogFile& operator=(LogFile const&) = delete;
     ~LogFile();
 
-    /// Once. Media::OutputException where it cannot be written, or has content that is no log: that of a
+    /// Once. Media::OutputException where it cannot be written, or has content that is not a log: that of a
     /// file whose name was not meant.
     void Open(std::filesystem::path const& path);
     /// `level` is one word. Does nothing before Open; what cannot be written is lost.
@@ -26,7 +27,7 @@ public:
 private:
     std::filesystem::path m_path;
     int m_descriptor = -1;
-    int m_error = 0;
+    std::atomic<int> m_error = 0;
 };
 
 /// "error" and so on, of one of FFmpeg's levels. Any thread.

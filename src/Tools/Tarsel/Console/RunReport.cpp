@@ -1,6 +1,8 @@
 #include "Tools/Tarsel/Console/RunReport.h"
 
 #include "Tools/Tarsel/Console/Console.h"
+#include "Tools/Tarsel/Console/Json.h"
+#include "Tools/Tarsel/Console/PlanText.h"
 #include "Tools/Tarsel/Console/ProgressLine.h"
 #include "Tools/Tarsel/Console/StandardStreams.h"
 
@@ -20,18 +22,14 @@ using Json = nlohmann::ordered_json;
 /// Of the lines for programs: raised when a member changes its meaning or goes, not when one is added.
 constexpr int s_progressVersion = 1;
 
-void WriteLine(Json const& line) {
+std::string ToLine(Json const& line) {
     // A path need not be UTF-8.
-    WriteOutput(line.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
+    return line.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 /// Null for what is not known.
 Json KnownToJson(double value) {
     return std::isfinite(value) && value >= 0 ? Json(value) : Json(nullptr);
-}
-
-Json EncoderToJson(std::string const& name) {
-    return name.empty() ? Json(nullptr) : Json(name);
 }
 
 Json ToJson(Media::RunProgress const& progress, int pass, int passes) {
@@ -99,21 +97,24 @@ std::string Summarize(Media::RunResult const& result, std::string const& output)
                        rate(static_cast<double>(result.framesOut)));
 }
 
-RunReport::RunReport(Console& console, bool isJson) : m_console(console), m_isJson(isJson) {}
+RunReport::RunReport(Console& console, bool isJson, WriteLine write)
+    : m_console(console), m_write(write ? std::move(write) : WriteOutput), m_isJson(isJson) {}
 
 void RunReport::Begin(ProgressForm form, bool quiet, std::string const& input, std::string const& output) {
     m_form = quiet && form != ProgressForm::Json ? ProgressForm::None : form;
     m_quiet = quiet;
     m_log.Write("tarsel", fmt::format("Started: \"{}\" to \"{}\"", input, output));
     if (m_form == ProgressForm::Json)
-        WriteLine({{"type", "start"}, {"version", s_progressVersion}, {"input", input}, {"output", output}});
+        m_write(ToLine(
+            {{"type", "start"}, {"version", s_progressVersion}, {"input", input}, {"output", output}}));
 }
 
-/// Of all passes, and never less than before.
+/// Of all passes, and never less than before; not all while the output is not complete.
 Media::RunProgress RunReport::MakeSteady(Media::RunProgress progress, int pass, int passes) {
+    constexpr double most = 0.99;
     progress = OfAll(progress, pass, passes);
     if (progress.done >= 0)
-        m_done = progress.done = std::clamp(progress.done, std::max(m_done, 0.0), 1.0);
+        m_done = progress.done = std::clamp(progress.done, std::clamp(m_done, 0.0, most), most);
     return progress;
 }
 
@@ -126,7 +127,7 @@ void RunReport::Show(Media::RunProgress const& progress, int pass, int passes) {
         return;
     }
     if (m_form == ProgressForm::Json) {
-        WriteLine(ToJson(steady, pass, passes));
+        m_write(ToLine(ToJson(steady, pass, passes)));
         return;
     }
     constexpr std::chrono::seconds pause(1);
@@ -174,25 +175,29 @@ void RunReport::EndForPrograms(Outcome const& outcome) const {
     Media::RunResult const& result = outcome.result;
     Json audio = Json::array();
     for (std::string const& encoder : result.audioEncoders)
-        audio.push_back(EncoderToJson(encoder));
+        audio.push_back(OrNull(encoder));
+    Json streams = Json::array();
+    for (Media::StreamPlan const& stream : result.plan.streams)
+        streams.push_back(ToJson(stream));
     Json line{{"type", "result"},
               {"output", outcome.output},
               {"frames", result.framesOut},
               {"audio_seconds", KnownToJson(result.audioSeconds)},
               {"seconds", KnownToJson(result.seconds)},
               {"bytes", result.bytes},
-              {"video_encoder", EncoderToJson(result.videoEncoder)},
+              {"video_encoder", OrNull(result.videoEncoder)},
               {"audio_encoders", std::move(audio)},
+              {"streams", std::move(streams)},
               {"notes", m_notes}};
     if (!outcome.times.empty())
         line["times"] = Json::parse(outcome.times);
-    WriteLine(line);
+    m_write(ToLine(line));
 }
 
 void RunReport::Fail(int exitCode, std::string const& message) {
     m_log.Write("tarsel", "Failed: " + message);
     if (m_isJson)
-        WriteLine({{"type", "error"}, {"exit_code", exitCode}, {"message", message}});
+        m_write(ToLine({{"type", "error"}, {"exit_code", exitCode}, {"message", message}}));
 }
 
 } // namespace Tarsel::Tools

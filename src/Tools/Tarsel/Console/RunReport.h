@@ -6,6 +6,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,8 +35,12 @@ constexpr std::array<ProgressWord, 4> s_progressWords{{{"bar", ProgressForm::Bar
 /// on one thread, but for LogLine.
 class RunReport {
 public:
-    /// `isJson`: for programs, from the start on, whatever else the command line says.
-    RunReport(Console& console, bool isJson);
+    /// Takes lines for programs, each with its line feed; may throw Media::OutputException.
+    using WriteLine = std::function<void(std::string const&)>;
+
+    /// `isJson`: for programs, from the start on, whatever else the command line says. `write` takes lines
+    /// for them; empty: standard output does.
+    RunReport(Console& console, bool isJson, WriteLine write = {});
 
     /// A run begins. `quiet`: no notes for people, and no summary.
     void Begin(ProgressForm form, bool quiet, std::string const& input, std::string const& output);
@@ -66,6 +71,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     Console& m_console;
+    WriteLine m_write;
     LogFile m_log;
     bool m_isJson;
     ProgressForm m_form = ProgressForm::None;

@@ -1,5 +1,6 @@
 #include "Tools/Tarsel/Console/StandardStreams.h"
 
+#include "Core/Files.h"
 #include "Core/Throw.h"
 #include "Media/MediaExceptions.h"
 
@@ -22,20 +23,8 @@ void PrepareStandardStreams() noexcept {
     (void)std::signal(SIGPIPE, SIG_IGN);
 }
 
-int WriteAll(int descriptor, std::string_view text) noexcept {
-    while (!text.empty()) {
-        ssize_t const written = write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            return errno;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return 0;
-}
-
 void WriteOutput(std::string_view text) {
-    int const error = WriteAll(STDOUT_FILENO, text);
+    int const error = Core::WriteAll(STDOUT_FILENO, text);
     if (error != 0 && error != EPIPE)
         Core::Throw<Media::OutputException>("Cannot write to standard output: " +
                                             std::generic_category().message(error));

@@ -9,9 +9,6 @@ namespace Tarsel::Tools {
 /// Called once, before anything is opened.
 void PrepareStandardStreams() noexcept;
 
-/// Writes all of `text`; returns 0 or the system's error number.
-int WriteAll(int descriptor, std::string_view text) noexcept;
-
 /// Writes `text` to standard output. Media::OutputException when it cannot be written; a reader that has
 /// closed the pipe has seen enough, which is no failure.
 void WriteOutput(std::string_view text);

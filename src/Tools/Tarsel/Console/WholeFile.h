@@ -1,13 +1,22 @@
 #pragma once
 
-#include "Core/TemporaryPath.h"
+#include "Core/TemporaryFile.h"
 
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace Tarsel::Tools {
+
+/// All that is in a file. Media::InputException. Any thread.
+std::string ReadWholeFile(std::filesystem::path const& path);
+
+/// Closes a file, whatever comes of it.
+struct CloseFile {
+    void operator()(std::FILE* file) const noexcept { (void)std::fclose(file); }
+};
 
 /// A file of text that appears under its name when it is complete, and leaves nothing behind otherwise. One
 /// thread at a time.
@@ -24,13 +33,9 @@ public:
     void Publish();
 
 private:
-    struct Close {
-        void operator()(std::FILE* file) const noexcept { (void)std::fclose(file); }
-    };
-
     std::filesystem::path m_path;
-    std::unique_ptr<Core::TemporaryPath> m_temporary;
-    std::unique_ptr<std::FILE, Close> m_file;
+    std::unique_ptr<Core::TemporaryFile> m_temporary;
+    std::unique_ptr<std::FILE, CloseFile> m_file;
 };
 
 } // namespace Tarsel::Tools

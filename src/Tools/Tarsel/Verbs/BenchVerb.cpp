@@ -2,7 +2,10 @@
 #include "Core/Throw.h"
 #include "Media/Analyze.h"
 #include "Proc/Interfaces/FiltersOnly.h"
+#include "Tools/Tarsel/Arguments/RangeArguments.h"
 #include "Tools/Tarsel/Chain/ChainMaker.h"
+#include "Tools/Tarsel/Chain/MotionFiles.h"
+#include "Tools/Tarsel/Chain/PrivateFolder.h"
 #include "Tools/Tarsel/Chain/References.h"
 #include "Tools/Tarsel/Chain/Steps.h"
 #include "Tools/Tarsel/Console/Console.h"
@@ -10,9 +13,8 @@
 #include "Tools/Tarsel/Console/ProgressLine.h"
 #include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/UsageException.h"
-#include "Tools/Tarsel/Verbs/RangeArguments.h"
-#include "Tools/Tarsel/Verbs/TimeReport.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
+#include "Tools/Tarsel/Work/TimeReport.h"
 
 #include <CLI/CLI.hpp>
 
@@ -44,6 +46,11 @@ void Bench(BenchArguments const& arguments, Context const& context) {
                                     ": bench measures effects on video; for audio, give run --time");
     References references;
     std::vector<VideoStep> const effects = MakePictureSteps(maker.GetEffects(), steps.picture, references);
+    PrivateFolder const folder;
+    KeepMotionPrivate(effects, folder);
+    std::vector<std::filesystem::path> files = references.GetPaths();
+    files.emplace_back(arguments.input);
+    CheckMotionFiles(effects, files);
 
     Media::AnalyzeOptions options{arguments.input,
                                   [&](Media::VideoStreamInfo const& stream) {

@@ -19,6 +19,8 @@
 namespace Tarsel::Tools {
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 using Check::CheckReport;
 using Check::CheckResult;
 using Check::Outcome;
@@ -78,7 +80,6 @@ std::string Summarize(CheckReport const& report, Check::CheckOptions const& opti
 }
 
 std::string ToJson(CheckReport const& report, Check::CheckOptions const& options) {
-    using Json = nlohmann::ordered_json;
     Json effects = Json::array();
     for (Check::EffectName const& effect : report.effects)
         effects.push_back({{"id", effect.classId},

@@ -4,8 +4,8 @@
 #include "Core/Files.h"
 #include "Media/Run.h"
 #include "Proc/Settings/Stabilize.h"
+#include "Tools/Tarsel/Arguments/ArgumentHints.h"
 #include "Tools/Tarsel/Catalog/Catalog.h"
-#include "Tools/Tarsel/Verbs/ArgumentHints.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
 
 #include <CLI/CLI.hpp>

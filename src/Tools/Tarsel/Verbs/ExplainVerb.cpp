@@ -1,22 +1,29 @@
 #include "Conf/FormatCodecAudio.h"
 #include "Conf/FormatCodecVideo.h"
-#include "Conf/PixFmtDescription.h"
+#include "Core/ThreadBudget.h"
 #include "Core/Throw.h"
-#include "Host/StepPlan.h"
-#include "Host/VideoChain.h"
-#include "Proc/Settings/Settings.h"
-#include "Proc/Wrappers/FFmpegText.h"
+#include "Media/Run.h"
+#include "Proc/Interfaces/FiltersOnly.h"
+#include "Tools/Tarsel/Arguments/RunArguments.h"
+#include "Tools/Tarsel/Chain/Explanation.h"
 #include "Tools/Tarsel/Chain/FrameText.h"
 #include "Tools/Tarsel/Chain/Steps.h"
+#include "Tools/Tarsel/Console/Console.h"
+#include "Tools/Tarsel/Console/ExitCodes.h"
+#include "Tools/Tarsel/Console/PlanText.h"
+#include "Tools/Tarsel/Console/ShellText.h"
 #include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/UsageException.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
+#include "Tools/Tarsel/Work/FFmpegCommand.h"
+#include "Tools/Tarsel/Work/RunWork.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <cstddef>
+#include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,189 +35,209 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+/// Of the JSON about a run: raised when a member changes its meaning or goes, not when one is added.
+constexpr int s_explainVersion = 1;
+
 struct ExplainArguments {
-    StepArguments steps;
+    RunArguments run;
     std::string frame;
     std::string audio;
     bool json = false;
+
+    bool HasFormat() const noexcept { return !frame.empty() || HasAudioFormat(); }
+    /// Otherwise it chooses a stream.
+    bool HasAudioFormat() const noexcept { return audio.find(':') != std::string::npos; }
 };
 
-/// A format in the two ways it is shown.
-struct FormatText {
-    Json json;
-    /// "720x576 yuv420p, pixels 16:15"
-    std::string words;
-
-    bool operator==(FormatText const& other) const { return words == other.words; }
-};
-
-/// What one step does, and what it makes of the format.
-struct Explanation {
-    std::string classId;
-    std::string label;
-    /// Nothing when the effect does not tell; "" when what comes in passes untouched.
-    std::optional<std::string> description;
-    bool isFilterText = false;
-    /// What would make an effect work that passes everything untouched; "" for others.
-    std::string idle;
-    /// When it works; "" for always.
-    std::string times;
-    /// What the effect gets, where the input is converted for it and the result back.
-    std::optional<FormatText> converted;
-    FormatText output;
-};
-
-/// A format, and for each step what becomes of it.
-struct Explanations {
-    FormatText input;
-    std::vector<Explanation> steps;
-};
-
-FormatText Show(Conf::IFormatCodecVideo const& format) {
-    Conf::FrameInfo const frame = format.GetFrameInfo();
-    std::string const pixels = Conf::PixFmtDescription::Find(format.GetPixelFormat()).GetName();
-    std::string words = fmt::format("{}x{} {}", frame.width, frame.height, pixels);
-    if (frame.aspectNum != frame.aspectDen)
-        words += fmt::format(", pixels {}:{}", frame.aspectNum, frame.aspectDen);
-    return {{{"width", frame.width},
-             {"height", frame.height},
-             {"pixelFormat", pixels},
-             {"pixelAspect", {frame.aspectNum, frame.aspectDen}}},
-            std::move(words)};
+/// "--audio" chooses a stream, as that of "run" does, or says the format of audio.
+void AddAudioOption(CLI::App& command, std::string& audio) {
+    command.remove_option(command.get_option("--audio"));
+    auto const check = [](std::string const& text) {
+        return text.find(':') != std::string::npos ? "" : CheckStreamWhich(text);
+    };
+    CLI::Option* const option =
+        command.add_option("--audio", audio, "As for run; or, for INPUT, RATE:FORMAT:LAYOUT")
+            ->option_text("WHICH")
+            ->check(check, "");
+    command.get_option("--no-audio")->excludes(option);
 }
 
-FormatText Show(Conf::IFormatCodecAudio const& format) {
-    Conf::SampleInfo const info = format.GetSampleInfo();
-    return {{{"rate", info.rate},
-             {"sampleFormat", Conf::SampleFmtRecord::Find(info.format).name},
-             {"channelLayout", info.layout.GetName()}},
-            Proc::AudioText(info)};
+void Write(Json const& document) {
+    WriteOutput(document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n');
 }
 
-template <class Effect, class Format>
-Explanations Explain(std::vector<Step<Effect>> const& steps, SP<Format> format) {
-    Explanations result{Show(*format), {}};
-    for (auto const& [effect, label, another, times] : steps) {
-        try {
-            Host::StepPlan<Format> const plan = Host::PlanStep(effect, *format, times);
-            result.steps.push_back({effect->GetSettingsBase().GetClassId(),
-                                    label,
-                                    plan.description,
-                                    plan.isFilterText,
-                                    plan.idle,
-                                    Describe(times),
-                                    {},
-                                    Show(*plan.output)});
-            if (plan.inner)
-                result.steps.back().converted = Show(*plan.inner);
-            format = plan.output;
-        } catch (boost::exception& exception) {
-            exception << Host::TagStep(label);
-            throw;
-        }
+/// What the steps do with a format; nothing where there is neither.
+template <class Steps, class Format>
+std::optional<Explanations> ExplainKind(Steps const& steps, SP<Format> format, char const* option,
+                                        char const* kind) {
+    if (format == nullptr && !steps.empty())
+        Core::Throw<UsageException>(fmt::format("Add {}: {} works on {}", option, steps.front().label, kind));
+    return format != nullptr ? std::optional(Explain(steps, std::move(format))) : std::nullopt;
+}
+
+/// What effects would do with input of a format.
+void ExplainFormats(ExplainArguments const& arguments, Context const& context) {
+    if (arguments.run.steps.IsEmpty())
+        Core::Throw<UsageException>("Add -e EFFECT or --chain FILE");
+    SP<Conf::IFormatCodecVideo> frames;
+    SP<Conf::IFormatCodecAudio> samples;
+    if (!arguments.frame.empty()) {
+        FrameText const read = ParseFrameText(arguments.frame);
+        frames = MakeSP<Conf::FormatCodecVideo>(read.format, read.frame);
     }
-    return result;
-}
-
-/// Whose work a step is.
-char const* GetWork(Explanation const& step) {
-    if (!step.description)
-        return "unknown";
-    if (step.description->empty())
-        return "none";
-    return step.isFilterText ? "filter" : "own";
-}
-
-/// "step 1 (flip)" and below it, indented, what it does; a step's output where it differs from its input.
-std::string ToText(Explanations const& explanations) {
-    std::string text = fmt::format("input: {}\n", explanations.input.words);
-    FormatText const* format = &explanations.input;
-    for (Explanation const& step : explanations.steps) {
-        text += step.label + '\n';
-        if (step.converted)
-            text += fmt::format("  converted to {} and back\n", step.converted->words);
-        if (!step.description)
-            text += "  does not describe itself\n";
-        else if (step.description->empty())
-            text += fmt::format("  {}\n", step.idle);
-        else
-            text += fmt::format("  {}: {}\n", step.isFilterText ? "filter" : "built-in", *step.description);
-        if (!step.times.empty())
-            text += fmt::format("  works {}\n", step.times);
-        if (step.output != *format)
-            text += fmt::format("  output: {}\n", step.output.words);
-        format = &step.output;
-    }
-    return text + fmt::format("output: {}\n", format->words);
-}
-
-/// An object with "input", the format that goes in, and "steps", an array of objects with
-/// - "effect", its class id;
-/// - "work": "filter", a text of FFmpeg's filters; "own", work done without them; "none", what comes in
-/// passes
-///   untouched; "unknown", the effect does not tell;
-/// - "description": that text, or words for people; "" for "none", null for "unknown";
-/// - "idle": for "none" what would make the effect work, else null;
-/// - "times": when it works, and what moves, in words; null for all the time;
-/// - "converted": the format that the effect gets, where the host converts to it and back, else null;
-/// - "output", the format that comes out.
-/// A picture's format has "width", "height", "pixelFormat" and "pixelAspect", an array of two; that of audio
-/// "rate", "sampleFormat" and "channelLayout".
-std::string ToJson(Explanations const& explanations) {
-    Json steps = Json::array();
-    for (Explanation const& step : explanations.steps)
-        steps.push_back({{"effect", step.classId},
-                         {"work", GetWork(step)},
-                         {"description", step.description ? Json(*step.description) : Json()},
-                         {"idle", step.idle.empty() ? Json() : Json(step.idle)},
-                         {"times", step.times.empty() ? Json() : Json(step.times)},
-                         {"converted", step.converted ? step.converted->json : Json()},
-                         {"output", step.output.json}});
-    Json const document{{"input", explanations.input.json}, {"steps", std::move(steps)}};
-    return document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
-}
-
-Explanations ExplainPicture(ExplainArguments const& arguments, std::string const& plugin) {
-    FrameText const input = ParseFrameText(arguments.frame);
+    if (arguments.HasAudioFormat())
+        samples = MakeSP<Conf::FormatCodecAudio>(ParseSampleText(arguments.audio));
+    Effects const effects = LoadEffects(context.options.plugin);
+    SortedSteps const sorted = SortSteps(effects, ReadSteps(arguments.run.steps));
     References references; // which nobody opens
-    return Explain(MakePictureSteps(LoadEffects(plugin), ReadSteps(arguments.steps), references),
-                   SP<Conf::IFormatCodecVideo>(MakeSP<Conf::FormatCodecVideo>(input.format, input.frame)));
+    auto const video = ExplainKind(MakePictureSteps(effects, sorted.picture, references), frames,
+                                   "--frame WxH:FORMAT", "video");
+    auto const audio =
+        ExplainKind(MakeAudioSteps(effects, sorted.audio), samples, "--audio RATE:FORMAT:LAYOUT", "audio");
+    if (!video || !audio) {
+        Explanations const& only = video ? *video : *audio;
+        arguments.json ? Write(ToJson(only)) : WriteOutput(ToText(only));
+    } else if (arguments.json)
+        Write({{"video", ToJson(*video)}, {"audio", ToJson(*audio)}});
+    else
+        WriteOutput("video\n" + ToText(*video, "  ") + "audio\n" + ToText(*audio, "  "));
 }
 
-Explanations ExplainAudio(ExplainArguments const& arguments, std::string const& plugin) {
-    Conf::SampleInfo const input = ParseSampleText(arguments.audio);
-    return Explain(MakeAudioSteps(LoadEffects(plugin), ReadSteps(arguments.steps)),
-                   SP<Conf::IFormatCodecAudio>(MakeSP<Conf::FormatCodecAudio>(input)));
+/// What a run would do, found out without one.
+struct DryRun {
+    Media::RunPlan plan;
+    /// On each stream that has some, by its index in the input.
+    std::map<std::size_t, Explanations> steps;
+    /// Of the plan and of the effects.
+    std::vector<std::string> notes;
+    FFmpegCommand command;
+};
+
+/// The index of the stream that the video's steps, or those of the audio stream of the number, work on.
+std::size_t FindWorked(Media::RunPlan const& plan, std::optional<int> audio) {
+    std::size_t i = 0;
+    for (; i + 1 < plan.streams.size(); ++i) {
+        Media::StreamPlan const& stream = plan.streams[i];
+        bool const isAudio = stream.kind == Media::StreamKind::Audio;
+        bool const isMeant =
+            audio ? isAudio && stream.number == *audio : !isAudio && stream.fate == Media::Fate::Encode;
+        if (isMeant)
+            break;
+    }
+    return i;
+}
+
+DryRun Plan(RunArguments const& arguments, Context const& context) {
+    std::optional<Explanations> video;
+    std::map<int, Explanations> audio;
+    RunWork work(arguments, context,
+                 {[&](Media::VideoStreamInfo const& stream, std::vector<VideoStep> const& steps) {
+                      video = Explain(steps, MakeFormat(stream));
+                  },
+                  [&](Media::AudioStreamInfo const& stream, std::vector<AudioStep> const& steps) {
+                      audio[stream.number] = Explain(steps, MakeFormat(stream));
+                  }});
+    DryRun dry{Media::Plan(work.GetOptions(), context.stop), {}, {}, {}};
+    if (video)
+        dry.steps[FindWorked(dry.plan, {})] = std::move(*video);
+    for (auto& [number, steps] : audio)
+        dry.steps[FindWorked(dry.plan, number)] = std::move(steps);
+    for (std::vector<std::string> const& notes : {dry.plan.ListNotes(), work.GetNotes()})
+        for (std::string const& note : notes)
+            dry.notes.push_back(MakeSentence(note));
+    dry.command = arguments.normalize.empty() ? MakeFFmpegCommand(work.GetOptions(), dry.plan, dry.steps)
+                                              : FFmpegCommand{{}, "--normalize measures the audio first"};
+    return dry;
+}
+
+std::string Describe(RunArguments const& arguments, DryRun const& dry) {
+    std::string text = fmt::format("{} ({}) to {} ({})\n", arguments.media.input, dry.plan.inputContainer,
+                                   arguments.media.output, dry.plan.outputContainer);
+    for (std::size_t i = 0; i < dry.plan.streams.size(); ++i) {
+        text += ToText(dry.plan.streams[i]);
+        if (auto const steps = dry.steps.find(i); steps != dry.steps.end())
+            text += ToText(steps->second, "    ");
+    }
+    for (std::string const& note : dry.notes)
+        text += "note: " + note + '\n';
+    return text +
+           (dry.command.words.empty() ? "no ffmpeg command: " + dry.command.obstacle
+                                      : QuoteForShell(dry.command.words)) +
+           '\n';
+}
+
+Json DescribeForPrograms(RunArguments const& arguments, DryRun const& dry) {
+    Json streams = Json::array();
+    for (std::size_t i = 0; i < dry.plan.streams.size(); ++i) {
+        auto const steps = dry.steps.find(i);
+        streams.push_back(ToJson(dry.plan.streams[i]));
+        streams.back()["steps"] = steps != dry.steps.end() ? ToJson(steps->second) : Json();
+    }
+    bool const hasCommand = !dry.command.words.empty();
+    return {{"version", s_explainVersion},
+            {"input", arguments.media.input},
+            {"output", arguments.media.output},
+            {"streams", std::move(streams)},
+            {"notes", dry.notes},
+            {"ffmpeg",
+             {{"command", hasCommand ? Json(dry.command.words) : Json()},
+              {"obstacle", hasCommand ? Json() : Json(dry.command.obstacle)}}}};
+}
+
+/// Without OUTPUT a file of the input's kind is meant.
+RunArguments Complete(ExplainArguments const& explain) {
+    RunArguments arguments = explain.run;
+    arguments.media.streams.audio.which = explain.audio;
+    if (!arguments.media.output.empty())
+        return arguments;
+    std::string const extension = std::filesystem::path(arguments.media.input).extension().string();
+    if (extension.empty())
+        Core::Throw<UsageException>("Add OUTPUT: INPUT has no extension to take for it");
+    arguments.media.output = "output" + extension;
+    arguments.media.overwrite = true;
+    return arguments;
 }
 
 void RunExplain(ExplainArguments const& arguments, Context const& context) {
-    if (arguments.steps.IsEmpty())
-        Core::Throw<UsageException>("Add -e EFFECT or --chain FILE");
-    if (arguments.frame.empty() == arguments.audio.empty())
-        Core::Throw<UsageException>("Give the input format, either --frame or --audio");
-    auto const explain = arguments.audio.empty() ? ExplainPicture : ExplainAudio;
-    Explanations const explanations = explain(arguments, context.options.plugin);
-    WriteOutput(arguments.json ? ToJson(explanations) : ToText(explanations));
+    Proc::SetFiltersOnly(arguments.run.filtersOnly);
+    if (arguments.run.media.input.empty() == !arguments.HasFormat())
+        Core::Throw<UsageException>("Give INPUT, or the format of the input as --frame or --audio");
+    if (arguments.HasFormat()) {
+        ExplainFormats(arguments, context);
+        return;
+    }
+    RunArguments const run = Complete(arguments);
+    if (run.media.threads)
+        Core::ThreadBudget::Set(*run.media.threads);
+    DryRun const dry = Plan(run, context);
+    arguments.json ? Write(DescribeForPrograms(run, dry)) : WriteOutput(Describe(run, dry));
 }
 
 } // namespace
 
 Verb AddExplainVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("explain", "Show what effects would do, without a file")->group("Verbs");
+        app.add_subcommand("explain", "Show what a run or effects would do")->group("Verbs");
     auto const arguments = std::make_shared<ExplainArguments>();
-    AddStepOptions(*command, arguments->steps);
-    command->add_option("--frame", arguments->frame, "Format of the frames, WxH:FORMAT[:NUM/DEN]")
+    arguments->run.AddTo(*command);
+    for (char const* const file : {"INPUT", "OUTPUT"})
+        command->get_option(file)->required(false);
+    command->add_option("--frame", arguments->frame, "Instead of INPUT: WxH:FORMAT[:NUM/DEN]")
         ->option_text("FRAME");
-    command->add_option("--audio", arguments->audio, "Format of the audio, RATE:FORMAT:LAYOUT")
-        ->option_text("AUDIO");
+    AddAudioOption(*command, arguments->audio);
     command->add_flag("--json", arguments->json, "Print JSON for programs");
     common.AddTo(*command);
-    command->footer("Shows what each effect does. A \"filter\" line is a filter text for \"ffmpeg -vf\"\n"
-                    "or \"ffmpeg -af\"; \"built-in\" work uses no FFmpeg filters. \"converted\" names\n"
-                    "the format that frames are converted to for the effect, and back from.\n"
-                    "NUM/DEN is the pixel aspect ratio; default: 1/1. reference=FILE is not opened.\n\n"
-                    "Examples:\n"
+    command->footer("Takes what \"run\" takes, and tells what would become of each stream and why, what\n"
+                    "each effect does, what would be lost, and a command of ffmpeg that does the\n"
+                    "same, where there is one. Nothing is written. Without OUTPUT a file of INPUT's\n"
+                    "kind is meant. A \"filter\" line is a filter text for \"ffmpeg -vf\" or\n"
+                    "\"ffmpeg -af\"; \"built-in\" work uses no FFmpeg filters. \"converted\" names the\n"
+                    "format that frames are converted to for the effect, and back from. NUM/DEN is\n"
+                    "the pixel aspect ratio; default: 1/1. With --frame or --audio formats take the\n"
+                    "place of files.\n\n" +
+                    DescribeExitCodes() +
+                    "\nExamples:\n"
+                    "  tarsel explain in.mp4 out.webm -e \"flip horizontal=1\"\n"
                     "  tarsel explain -e \"flip horizontal=1\" --frame 1920x1080:yuv420p\n"
                     "  tarsel explain -e \"transpose step=1\" --frame 720x576:yuv420p:16/15 --json");
     return {command, [arguments](Context const& context) { RunExplain(*arguments, context); }};

@@ -1,6 +1,6 @@
 #include "Tools/Tarsel/Verbs/ManPage.h"
 
-#include "Tools/Tarsel/Verbs/ArgumentHints.h"
+#include "Tools/Tarsel/Arguments/ArgumentHints.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

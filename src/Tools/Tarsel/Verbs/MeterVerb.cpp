@@ -2,6 +2,7 @@
 #include "Core/Throw.h"
 #include "Media/AudioReader.h"
 #include "Media/ImageWriter.h"
+#include "Tools/Tarsel/Arguments/RangeArguments.h"
 #include "Tools/Tarsel/Audio/LevelReport.h"
 #include "Tools/Tarsel/Audio/Levels.h"
 #include "Tools/Tarsel/Audio/Waveform.h"
@@ -9,9 +10,8 @@
 #include "Tools/Tarsel/Console/ExitCodes.h"
 #include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/UsageException.h"
-#include "Tools/Tarsel/Verbs/AudioWork.h"
-#include "Tools/Tarsel/Verbs/RangeArguments.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
+#include "Tools/Tarsel/Work/AudioWork.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

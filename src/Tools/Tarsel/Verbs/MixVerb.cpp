@@ -3,13 +3,13 @@
 #include "Core/Throw.h"
 #include "Media/AudioReader.h"
 #include "Media/AudioWriter.h"
+#include "Tools/Tarsel/Arguments/AudioArguments.h"
 #include "Tools/Tarsel/Audio/Levels.h"
 #include "Tools/Tarsel/Audio/Mixer.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
 #include "Tools/Tarsel/Console/UsageException.h"
-#include "Tools/Tarsel/Verbs/AudioArguments.h"
-#include "Tools/Tarsel/Verbs/AudioWork.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
+#include "Tools/Tarsel/Work/AudioWork.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

@@ -1,14 +1,14 @@
 #include "Core/Throw.h"
 #include "Media/Run.h"
 #include "Proc/Interfaces/ProcExceptions.h"
+#include "Tools/Tarsel/Arguments/MediaArguments.h"
 #include "Tools/Tarsel/Chain/ChainMaker.h"
 #include "Tools/Tarsel/Chain/Palettes.h"
 #include "Tools/Tarsel/Chain/Steps.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
 #include "Tools/Tarsel/Console/UsageException.h"
-#include "Tools/Tarsel/Verbs/MediaArguments.h"
-#include "Tools/Tarsel/Verbs/MediaWork.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
+#include "Tools/Tarsel/Work/MediaWork.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

@@ -1,5 +1,4 @@
 #include "Core/Throw.h"
-#include "Host/ChainFile.h"
 #include "Tools/Tarsel/Chain/References.h"
 #include "Tools/Tarsel/Chain/Steps.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
@@ -9,8 +8,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,10 +31,8 @@ void Save(SaveArguments const& arguments, Context const& context) {
     (void)MakePictureSteps(effects, sorted.picture, references);
     (void)MakeAudioSteps(effects, sorted.audio);
 
-    std::vector<Host::EffectStep> steps;
-    std::ranges::transform(asked, std::back_inserter(steps), &AskedStep::step);
     WholeFile file(arguments.output, arguments.overwrite);
-    file.Write(Host::WriteChain(steps));
+    file.Write(WriteChain(asked));
     file.Publish();
 }
 

@@ -4,13 +4,13 @@
 #include "Media/Analyze.h"
 #include "Media/Run.h"
 #include "Proc/Settings/Stabilize.h"
+#include "Tools/Tarsel/Arguments/MediaArguments.h"
 #include "Tools/Tarsel/Chain/ChainMaker.h"
 #include "Tools/Tarsel/Chain/PrivateFolder.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
 #include "Tools/Tarsel/Console/UsageException.h"
-#include "Tools/Tarsel/Verbs/MediaArguments.h"
-#include "Tools/Tarsel/Verbs/MediaWork.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
+#include "Tools/Tarsel/Work/MediaWork.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

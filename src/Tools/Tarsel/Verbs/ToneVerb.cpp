@@ -6,13 +6,13 @@
 #include "Proc/Interfaces/IAudioGenerator.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FFmpegText.h"
+#include "Tools/Tarsel/Arguments/AudioArguments.h"
 #include "Tools/Tarsel/Audio/AudioSource.h"
 #include "Tools/Tarsel/Chain/Effects.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
 #include "Tools/Tarsel/Console/UsageException.h"
-#include "Tools/Tarsel/Verbs/AudioArguments.h"
-#include "Tools/Tarsel/Verbs/AudioWork.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
+#include "Tools/Tarsel/Work/AudioWork.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/exception/get_error_info.hpp>
@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,7 +39,20 @@ struct ToneArguments {
     std::optional<double> duration;
     std::optional<std::int32_t> rate;
     std::string layout;
+    bool allowsFiles = false;
 };
+
+/// The filter of the graph that opens files or sockets, or "". Names may be quoted, in part too; words that
+/// only look like names count as well.
+std::string FindFileFilter(std::string const& graph) {
+    static std::regex const names("\\b(amovie|movie|ametadata|asendcmd|sendcmd|azmq|zmq|arnndn|ladspa|lv2|"
+                                  "sofalizer|flite)\\b|[:=]/");
+    std::string const plain = std::regex_replace(graph, std::regex("['\\\\]"), "");
+    std::smatch found;
+    if (!std::regex_search(plain, found, names))
+        return {};
+    return found[1].matched ? found[1].str() : "an option";
+}
 
 /// UsageException with FFmpeg's words for a text that makes no audio.
 SP<Proc::IAudioGenerator> MakeGenerator(std::string const& source, std::string const& plugin) {
@@ -96,6 +110,10 @@ std::string DescribeEnd(ToneArguments const& arguments, AudioSource& source, boo
 
 void MakeTone(ToneArguments const& arguments, Context const& context) {
     Media::AudioFileOptions options = arguments.audio.MakeOptions();
+    if (std::string const filter = FindFileFilter(arguments.source);
+        !filter.empty() && !arguments.allowsFiles)
+        Core::Throw<UsageException>(
+            fmt::format("--source: add --allow-files: {} may read or write files", filter));
     SP<Proc::IAudioGenerator> const generator = MakeGenerator(arguments.source, context.options.plugin);
     options.format = ChooseFormat(*generator, arguments);
     options.depth = ChooseDepth(options.format.format);
@@ -144,6 +162,7 @@ Verb AddToneVerb(CLI::App& app, CommonOptions& common) {
         ->check(CheckWholeNumber(1000, 768000), "");
     command->add_option("--layout", arguments->layout, "Channel layout; default: that of the source")
         ->option_text("NAME");
+    command->add_flag("--allow-files", arguments->allowsFiles, "Let filters of TEXT read and write files");
     arguments->audio.AddOptionsTo(*command);
     common.AddTo(*command);
     command->footer("TEXT defaults to \"sine=frequency=440\". If the source ends early, so does the\n"

@@ -22,8 +22,8 @@ PlanePair GetPlanes(AVFrame const& from, AVFrame& to, int plane) {
     auto const& pixels = Conf::PixFmtDescription::Find(static_cast<Conf::PixFmt>(from.format));
     return {{from.data[plane], from.linesize[plane]},
             {to.data[plane], to.linesize[plane]},
-            pixels.GetPlanWidth(plane, static_cast<std::uint32_t>(from.width)),
-            pixels.GetPlanHeight(plane, static_cast<std::uint32_t>(from.height))};
+            pixels.GetPlanWidth(plane, static_cast<std::uint32_t>(to.width)),
+            pixels.GetPlanHeight(plane, static_cast<std::uint32_t>(to.height))};
 }
 
 bool IsStretchedToGray(AVFrame const& frame) {
@@ -36,7 +36,11 @@ SP<IDataVideo> RunFastWay(FastWay const& way, IDataVideo const& data) {
     AVFrame const& from = Details::GetAVFrameRef(data.GetAVFrame());
     if (std::string const fault = FindFrameFault(data, from, "Frame"); !fault.empty())
         Core::Throw<EffectException>(fault, TagFilterText(way.description));
-    Conf::FrameInfo const info = GetStatedInfo(data, from);
+    Details::RequireWholeRows(from);
+    Conf::FrameInfo info = data.GetFrameInfo(); // no larger than the frame
+    Conf::FrameInfo const stated = GetStatedInfo(data, from);
+    info.aspectNum = stated.aspectNum;
+    info.aspectDen = stated.aspectDen;
     SafeFrame to({}, way.result, info.width, info.height, info.aspectNum, info.aspectDen);
     to.CopyProperties(from);
     to->sample_aspect_ratio = {static_cast<int>(info.aspectNum), static_cast<int>(info.aspectDen)};

@@ -19,7 +19,8 @@ struct FastWay {
 
     /// Of the same size.
     Conf::PixFmt result = Conf::PixFmt::None;
-    /// Null where there is no fast way. `to` has planes of its own and the properties of `from`.
+    /// Null where there is no fast way. `to` has planes of its own, the properties of `from`, and the size to
+    /// be worked on: `from` may be larger.
     Run run;
     /// Of the graph, for errors.
     std::string description = {};
@@ -27,7 +28,7 @@ struct FastWay {
     explicit operator bool() const noexcept { return run != nullptr; }
 };
 
-/// A plane of a frame and where its result goes; sizes in samples.
+/// A plane of a frame and where its result goes; sizes in samples, those of the result.
 struct PlanePair {
     PlaneView from;
     MutablePlane to;

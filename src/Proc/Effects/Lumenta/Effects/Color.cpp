@@ -77,8 +77,8 @@ struct EffectActions<SettingsEffectBalanceChroma> {
                                             {},
                                             {},
                                             {},
-                                            static_cast<std::size_t>(from.width),
-                                            static_cast<std::size_t>(from.height)};
+                                            static_cast<std::size_t>(to.width),
+                                            static_cast<std::size_t>(to.height)};
                     for (std::size_t i = 0; i < picture.from.size(); ++i) {
                         picture.from[i] = from.data[i];
                         picture.fromStrides[i] = from.linesize[i];

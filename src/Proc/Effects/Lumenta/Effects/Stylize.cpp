@@ -5,6 +5,7 @@
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Graph/FilterError.h"
 #include "Proc/Effects/Lumenta/Graph/FilterText.h"
+#include "Proc/Effects/Lumenta/Graph/FrameFault.h"
 #include "Proc/Effects/Lumenta/Graph/FrameSize.h"
 #include "Proc/Effects/Lumenta/Kernels/EdgeDetect.h"
 #include "Proc/Effects/Lumenta/Kernels/Emboss.h"
@@ -280,7 +281,10 @@ struct EffectActions<SettingsEffectPosterize> {
         Conf::PixFmt const format = data->GetPixelFormat();
         if (format != Conf::PixFmt::RGB24 && format != Conf::PixFmt::BGR24)
             return data;
-        SafeFrame copy = CopyWithRoomBehind(*data->GetAVFrame());
+        AVFrame const& frame = Details::GetAVFrameRef(data->GetAVFrame());
+        if (!FindFrameFault(*data, frame, "Frame").empty())
+            return data; // it is refused where it is fed
+        SafeFrame copy = CopyWithRoomBehind(frame);
         std::ptrdiff_t const lineSize = copy->linesize[0];
         auto const rowBytes = 3 * static_cast<std::ptrdiff_t>(copy->width);
         for (std::ptrdiff_t y = 0; y < copy->height; ++y)

@@ -1,6 +1,7 @@
 #include "Proc/Effects/Lumenta/Graph/GraphOwners.h"
 
 #include <cstdint>
+#include <functional>
 
 extern "C" {
 #include <libavfilter/avfilter.h>
@@ -27,11 +28,13 @@ UniqueInOut MakeInOut(char const* name, AVFilterContext* filter) {
 namespace {
 
 int RunSlices(AVFilterContext* filter, avfilter_action_func* work, void* argument, int* results, int count) {
-    static_cast<Core::WorkPool*>(filter->graph->opaque)->ForEach(count, [&](int slice) {
+    auto const doSlice = [&](int slice) {
         int const result = work(filter, argument, slice, count);
         if (results != nullptr)
             results[slice] = result;
-    });
+    };
+    // By reference: a copy would be allocated, and nothing may be thrown through the filter.
+    static_cast<Core::WorkPool*>(filter->graph->opaque)->ForEach(count, std::cref(doSlice));
     return 0;
 }
 
