@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,5 +19,9 @@ std::size_t CountHandles();
 std::size_t MeasureMemory();
 /// Bytes of memory that this process has addresses for.
 std::size_t MeasureAddresses();
+
+/// Runs `work` while allocations of any size fail, and gives the memory back. False, and `work` has not run,
+/// where the memory has no end that can be set, as with allocators of sanitizers. One thread.
+bool RunWithoutMemory(std::function<void()> const& work);
 
 } // namespace Tarsel::Check

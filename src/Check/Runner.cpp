@@ -250,16 +250,28 @@ CheckReport RunChecks(CheckOptions const& options, std::function<void(CheckResul
         }
     };
 
-    if (options.effects.empty())
+    auto const addPluginCheck = [&](CheckInfo const& check) {
+        pool.Add({[&options, &check] {
+                      return Say([&] {
+                          check.plugin(options.plugin);
+                          return std::string();
+                      });
+                  },
+                  [&add, &check](ChildEnd const& end) { add(check, {}, "", end); }});
+    };
+
+    CheckInfo const& loads = *FindCheck("loads");
+    if (options.effects.empty()) {
+        if (isWanted(loads)) {
+            addPluginCheck(loads);
+            pool.Run();
+            if (!report.IsGood())
+                return report; // all others would say the same again
+        }
         for (CheckInfo const& check : GetChecks())
-            if (check.plugin != nullptr && isWanted(check))
-                pool.Add({[&options, &check] {
-                              return Say([&] {
-                                  check.plugin(options.plugin);
-                                  return std::string();
-                              });
-                          },
-                          [&add, &check](ChildEnd const& end) { add(check, {}, "", end); }});
+            if (check.plugin != nullptr && &check != &loads && isWanted(check))
+                addPluginCheck(check);
+    }
     pool.Add({[&options] { return Say([&] { return ListEffects(options.plugin); }); },
               [&](ChildEnd const& end) {
                   if (GetOutcome(end) != Outcome::Passed)

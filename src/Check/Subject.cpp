@@ -143,10 +143,16 @@ Preparation Subject<M>::Prepare() {
             SwitchOn(*settings);
         }
     }
-    // It changes nothing visible, so any form will do that it does not refuse.
-    for (std::size_t form = 0; form < forms.size(); ++form)
-        if (!Refuses([&] { Run(*MakePlain(), List{Check::MakeDatum(forms[form], 0)}); }))
-            return {"", form, true};
+    // It changes nothing visible, so any form will do that it does not refuse, at work where it can be.
+    std::unique_ptr<Proc::Settings> const atWork = MakePlain()->GetSettingsBase().Clone();
+    SwitchOn(*atWork);
+    std::string const switchedOn = atWork->GetFields().empty() ? "" : Proc::Serialize(*atWork);
+    for (std::string const& settings : {switchedOn, std::string()})
+        for (std::size_t form = 0; form < forms.size(); ++form) {
+            m_preparation = {settings, form, true};
+            if (!Refuses([&] { Run(*Make(), MakeData(1)); }))
+                return m_preparation;
+        }
     return {"", 0, true};
 }
 

@@ -14,6 +14,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
+#include <atomic>
 #include <chrono>
 #include <clocale>
 #include <cstdlib>
@@ -36,6 +37,7 @@ using Proc::SettingsEffectFlip;
 constexpr std::int64_t s_never = std::numeric_limits<std::int64_t>::min();
 /// Of all effects of a class together, as careless ones have it.
 int s_calls = 0;
+std::atomic<std::int64_t> s_scratch = 0;
 thread_local int s_made = 0;
 
 /// Turns each bit where its settings say "vertical", every other one where they say "horizontal".
@@ -49,6 +51,10 @@ public:
             m_leak = new char[10000];
         if constexpr (fault == Fault::StaysInItsThread)
             s_made = 1;
+    }
+    ~Effect() override {
+        if constexpr (fault == Fault::AllocatesWhenDropped)
+            m_ready.resize(100);
     }
 
     Core::Property GetSettings() const override { return Proc::Settings2Property(m_settings); }
@@ -151,7 +157,13 @@ private:
         Refuse(*data);
         Spoil(*data);
         SP<IDataVideo> const result = fault == Fault::ChangesItsInput ? data : data->Copy();
-        std::uint8_t const turned = GetMask(*data);
+        std::uint8_t turned = GetMask(*data);
+        if constexpr (fault == Fault::SharesAScratch) {
+            std::int64_t const number = data->GetTime() / 40000; // others are at other frames
+            s_scratch = turned ^ number;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            turned = static_cast<std::uint8_t>(s_scratch ^ number);
+        }
         for (int i = 0; i < CountPlanes(*data); ++i)
             Turn(*data, result->GetWritablePlane(i), i, turned);
         SetTimes(*data, *result);

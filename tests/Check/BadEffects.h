@@ -53,6 +53,8 @@ enum class Fault {
     MakesUpTimes,
     BorrowsTheCallersMemory,
     LosesAtAChange,
+    SharesAScratch,
+    AllocatesWhenDropped,
 };
 
 /// A fault, in the order of the enumeration: the effect that has it, the check that finds it, and the rule
@@ -111,6 +113,8 @@ inline constexpr FaultRow s_faults[] = {
     {"makes-up-times", "times-unknown", "times-unknown"},
     {"borrows-the-callers-memory", "memory-read-only", ""},
     {"loses-at-a-change", "stream-changes-form", "queue-bounded"},
+    {"shares-a-scratch", "eight-threads", ""},
+    {"allocates-when-dropped", "dropped-without-memory", ""},
 };
 
 } // namespace Tarsel::Test

@@ -6,6 +6,7 @@
 #include "Faults/Allocator.h"
 #include "Faults/Trial.h"
 #include "Host/AudioChain.h"
+#include "Host/ChainFile.h"
 #include "Host/EffectStep.h"
 #include "Host/ErrorReport.h"
 #include "Host/StepPlan.h"
@@ -228,6 +229,33 @@ TEST(Hosts, SurviveEveryFailedAllocation) {
                           for (char const* const step : {"echo", "resample rate=44100", "compressor ratio=4"})
                               chain.Append(makeAudio(step));
                           return RunThrough(chain, blocks);
+                      }),
+        MakeOperation("video segment with times",
+                      [frames, makeVideo] {
+                          Host::VideoChain chain;
+                          chain.SetThreads(3);
+                          for (char const* const text :
+                               {"negate", "blur@0.03-0.1 sigma=1..3@0-0.1", "flip@0-0.08~0.03 horizontal=1"})
+                              chain.Append(
+                                  makeVideo(text), text, [text, makeVideo] { return makeVideo(text); },
+                                  Host::ParseEffectStep(text).times);
+                          return RunThrough(chain, frames);
+                      }),
+        MakeOperation("audio chain with times",
+                      [blocks, makeAudio] {
+                          Host::AudioChain chain;
+                          char const* const text = "compressor@0.01-0.03~0.01 ratio=2..4@0-0.03";
+                          chain.Append(
+                              makeAudio(text), text, [text, makeAudio] { return makeAudio(text); },
+                              Host::ParseEffectStep(text).times);
+                          return RunThrough(chain, blocks);
+                      }),
+        MakeOperation("chain file",
+                      [] {
+                          return Host::WriteChain(Host::ReadChain(
+                              R"({"version": 1, "steps": [{"effect": "blur", "from": 1, "fade": 0.5,
+                                  "settings": {"sigma": {"points": [[0, 1], [2, 3.5]], "smooth": true}}},
+                                  {"effect": "palette", "settings": {"colors": ["a", [1, 2]]}}]})"));
                       }),
         MakeOperation("plan",
                       [makeVideo] {

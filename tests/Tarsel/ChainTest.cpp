@@ -65,7 +65,7 @@ TEST_F(ChainTool, WhatIsWrongIsSaidWithItsLine) {
               "line 4: 18446744073709551615 is too large for a whole number"},
              {"[]", "line 1: the chain is not an object"},
              {"{\"version\": 1}", "line 1: the chain lacks \"steps\""},
-             {"{\"steps\": [],\n\"version\": 2}", "line 2: the chain: \"version\" is at most 1, not 2"},
+             {"{\"steps\": [],\n\"version\": 2}", "line 2: the chain: \"version\" is a whole number of at most 1, not 2"},
              {"{\"version\": 1,\n\"version\": 1, \"steps\": []}", "line 2: \"version\" is given twice"},
              {steps + "{\"efect\": 1}]}", "line 3: step 1 lacks \"effect\""},
              {steps + "{\"effect\": \"blur\",\n\"setings\": {}}]}",

@@ -89,6 +89,14 @@ constexpr std::array s_resourcesChecks{
                    }
                    Expect(!Run(*effect, subject.MakeData(3)).empty(), "it outputs nothing afterwards");
                }),
+    ForEffects("dropped-without-memory", Group::Resources, "Dropping an effect needs no memory.",
+               "A host that closes what it can because memory is short is ended.", 3,
+               [](auto& subject) {
+                   auto effect = subject.Make();
+                   auto datum = subject.MakeDatum(0);
+                   (void)Refuses([&] { effect->Process(datum); }); // so that there is something to drop
+                   Require(RunWithoutMemory([&] { effect.reset(); }), "memory has no end here");
+               }),
 };
 
 } // namespace
