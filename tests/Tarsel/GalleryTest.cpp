@@ -42,6 +42,7 @@ TEST_F(GalleryTool, ShowsEveryEffectAtWork) {
     EXPECT_THAT(page, Not(HasSubstr("changes nothing here")));
     EXPECT_THAT(page, Not(HasSubstr("://")));
     auto files = FindAll(page, "src=\"([^\"]+)\"");
+    EXPECT_TRUE(files.contains("overview.png"));
     files.insert("index.html");
     EXPECT_EQ(ListFiles("pages"), files);
     EXPECT_THAT(ListFolder(), testing::ElementsAre("pages"));

@@ -33,16 +33,22 @@ struct GalleryEffect {
     std::vector<GalleryShot> shots;
 };
 
+struct Shots {
+    std::vector<GalleryEffect> effects;
+    /// A picture of some of them side by side; "" where no effect leaves the size as it is.
+    std::string overview;
+};
+
 /// Writes pictures and audio of every effect of the plug-in into the folder, which exists, and tells which.
 /// The material is the beginning of `input`, or made up where it is "" or has no video or no audio. Effects
 /// that come in a plug-in of others are shown with the settings they start with. Media::InputException for an
 /// input that has neither, Media::OutputException, Media::InterruptedException, and as the effects. Texts in
 /// the result live as long as the plug-in. Blocks.
-std::vector<GalleryEffect> MakeShots(Effects const& effects, std::filesystem::path const& input,
-                                     std::filesystem::path const& folder, std::stop_token const& stop);
+Shots MakeShots(Effects const& effects, std::filesystem::path const& input,
+                std::filesystem::path const& folder, std::stop_token const& stop);
 
 /// The page that shows them, HTML; `input` as above. Any thread.
-std::string MakePage(std::vector<GalleryEffect> const& effects, std::string const& input);
+std::string MakePage(Shots const& shots, std::string const& input);
 
 /// By which pages of MakePage are known.
 constexpr std::string_view s_galleryMark = "<meta name=\"generator\" content=\"tarsel gallery\">";

@@ -118,22 +118,26 @@ std::string FormatEffect(GalleryEffect const& effect) {
 
 } // namespace
 
-std::string MakePage(std::vector<GalleryEffect> const& effects, std::string const& input) {
+std::string MakePage(Shots const& shots, std::string const& input) {
     std::string contents;
     std::string sections;
-    for (GalleryEffect const& effect : effects) {
+    for (GalleryEffect const& effect : shots.effects) {
         contents += fmt::format("<li><a href=\"#{0}\">{0}</a></li>\n", EscapeHtml(effect.entry.classId));
         sections += FormatEffect(effect);
     }
     std::string const source =
         input.empty() ? "computed pictures and audio" : "the beginning of " + EscapeHtml(input);
+    std::string const overview =
+        shots.overview.empty()
+            ? ""
+            : fmt::format("<p>{}</p>\n", FormatPicture(shots.overview, "Some effects side by side"));
     return fmt::format(
         "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n{}\n"
         "<title>Gallery of effects</title>\n<style>{}</style>\n</head>\n<body>\n<header>\n"
-        "<h1>Gallery of effects</h1>\n<p>{} effects, shown on {}.</p>\n</header>\n"
+        "<h1>Gallery of effects</h1>\n<p>{} effects, shown on {}.</p>\n{}</header>\n"
         "<nav aria-label=\"Effects\"><ul>\n{}</ul></nav>\n<main>\n{}</main>\n</body>\n</html>\n",
-        s_galleryMark, s_style, effects.size(), source, contents, sections);
+        s_galleryMark, s_style, shots.effects.size(), source, overview, contents, sections);
 }
 
 } // namespace Tarsel::Tools

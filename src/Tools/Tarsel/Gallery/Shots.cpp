@@ -43,6 +43,9 @@ constexpr std::size_t s_shown = 5;
 constexpr std::int64_t s_frameTime = 40'000;
 constexpr std::int64_t s_mostAudio = 5'000'000;
 constexpr std::uint32_t s_audioWidth = 352;
+/// Of the overview.
+constexpr std::size_t s_mostPanels = 12;
+constexpr std::size_t s_columns = 4;
 
 /// What shows the work of an effect, where a photo does not.
 constexpr std::pair<std::string_view, Material> s_materials[]{{"deshake", Material::Shaky},
@@ -169,6 +172,21 @@ public:
         return result;
     }
 
+    /// Effects on one picture, side by side, as many as there are and fit; its name.
+    std::string WriteOverview() const {
+        std::vector<std::vector<Panel>> rows;
+        for (std::size_t i = 0; i < m_panels.size(); ++i) {
+            if (i % s_columns == 0)
+                rows.emplace_back();
+            rows.back().push_back(m_panels[i]);
+        }
+        if (rows.empty())
+            return {};
+        constexpr char const* name = "overview.png";
+        WritePicture(DrawSheet(rows), name);
+        return name;
+    }
+
 private:
     Clip const& GetClip(Material material) {
         if (!m_input.empty() && material != Material::Dusk)
@@ -238,6 +256,10 @@ private:
         Frame const shown = ToRgb(result, GetShownSize(*result, 1));
         GalleryShot shot{effect, "", name + ".jpg", "", !AreEqual(*shown, *clip[s_shown])};
         WritePicture(shown, shot.picture);
+        bool const isFirst = m_panels.empty() || !m_panels.back().label.starts_with(entry.classId);
+        if (isFirst && shot.differs && ChooseMaterial(entry.classId) == Material::Photo &&
+            GetShownSize(*shown, 1) == GetShownSize(*clip[s_shown], 1) && m_panels.size() < s_mostPanels)
+            m_panels.push_back({shown, effect});
         return shot;
     }
 
@@ -297,19 +319,21 @@ private:
     std::optional<Scene> m_scene;
     std::map<Material, Clip> m_clips;
     GalleryShot m_audioBefore;
+    std::vector<Panel> m_panels;
 };
 
 } // namespace
 
-std::vector<GalleryEffect> MakeShots(Effects const& effects, std::filesystem::path const& input,
-                                     std::filesystem::path const& folder, std::stop_token const& stop) {
+Shots MakeShots(Effects const& effects, std::filesystem::path const& input,
+                std::filesystem::path const& folder, std::stop_token const& stop) {
     Studio studio(effects, folder, stop);
     if (!input.empty())
         studio.Read(input);
-    std::vector<GalleryEffect> result;
+    Shots result;
     for (CatalogEntry const& entry : MakeCatalog(effects, {}))
         if (entry.kind != Host::EffectKind::TwoInputAudio) // no way to make them
-            result.push_back(studio.Show(entry));
+            result.effects.push_back(studio.Show(entry));
+    result.overview = studio.WriteOverview();
     return result;
 }
 
