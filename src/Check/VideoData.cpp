@@ -1,5 +1,6 @@
 #include "Check/Data.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/FormatCodecVideo.h"
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Data/DataVideoFF.h"
@@ -119,7 +120,7 @@ std::vector<Video::Form> GetForms(Video, int level) {
 SP<Proc::IDataVideo> MakeDatum(Video::Form const& form, int index) {
     auto data = MakeSP<Proc::DataVideoFF>(Conf::ColorSpace{}, form.format,
                                           Conf::FrameInfo{form.width, form.height, 1, 1});
-    Fill(*data->GetAVFrame(), *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(form.format)), index);
+    Fill(*data->GetAVFrame(), *av_pix_fmt_desc_get(Conf::ToAVPixelFormat(form.format)), index);
     data->SetTime(index * Video::step);
     data->SetDuration(Video::step);
     return data;

@@ -1,5 +1,6 @@
 #include "Conf/Color.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/ColorMatrix.h"
 #include "Conf/PixFmtDescription.h"
 
@@ -14,7 +15,7 @@ namespace Tarsel::Conf::Color {
 namespace {
 
 AVPixFmtDescriptor const& DescriptorOf(PixFmt format) {
-    return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(PixFmtDescription::Find(format).GetFormat()));
+    return *av_pix_fmt_desc_get(ToAVPixelFormat(PixFmtDescription::Find(format).GetFormat()));
 }
 
 bool HasFixedRange(PixFmt format) noexcept {

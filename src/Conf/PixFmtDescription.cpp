@@ -1,5 +1,6 @@
 #include "Conf/PixFmtDescription.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/Color.h"
 #include "Conf/ColorMatrix.h"
 #include "Core/CoreExceptions.h"
@@ -254,8 +255,8 @@ PixFmt FindBestPixelFormatOfList(std::vector<PixFmt> const& list, PixFmt format,
     int bestLoss = 0;
     for (PixFmt const candidate : list) {
         bestLoss = 0; // on the way in: losses that do not matter
-        best = av_find_best_pix_fmt_of_2(best, static_cast<AVPixelFormat>(candidate),
-                                         static_cast<AVPixelFormat>(format), withAlpha ? 1 : 0, &bestLoss);
+        best = av_find_best_pix_fmt_of_2(best, ToAVPixelFormat(candidate), ToAVPixelFormat(format),
+                                         withAlpha ? 1 : 0, &bestLoss);
     }
     if (loss != nullptr)
         *loss = bestLoss;

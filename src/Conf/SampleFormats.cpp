@@ -1,5 +1,7 @@
 #include "Conf/SampleFormats.h"
 
+#include "Conf/AVFormats.h"
+
 #include <array>
 
 extern "C" {
@@ -33,7 +35,7 @@ std::array<SampleFmtRecord, s_formatCount + 1> const& Records() noexcept {
     static auto const s_records = [] {
         std::array<SampleFmtRecord, s_formatCount + 1> records;
         for (std::size_t i = 0; i < s_formatCount; ++i) {
-            auto const format = static_cast<AVSampleFormat>(i);
+            auto const format = ToAVSampleFormat(i);
             records[i] = {static_cast<SampleFormats>(i), av_get_sample_fmt_name(format),
                           av_sample_fmt_is_planar(format) != 0,
                           static_cast<SampleFormats>(av_get_planar_sample_fmt(format)),

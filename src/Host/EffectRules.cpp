@@ -1,5 +1,6 @@
 #include "Host/EffectRules.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Settings/Field.h"
 #include "Proc/Settings/SettingsProperty.h"
@@ -24,7 +25,7 @@ using Conf::PixFmtDescription;
 using Proc::Keeps;
 
 std::string GetPictureText(Conf::PixFmt format, Conf::FrameInfo const& info) {
-    char const* const name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(format));
+    char const* const name = av_get_pix_fmt_name(Conf::ToAVPixelFormat(format));
     return fmt::format("{} {}x{}", name == nullptr ? std::to_string(static_cast<std::int32_t>(format)) : name,
                        info.width, info.height);
 }
@@ -53,7 +54,7 @@ std::string FindFault(Proc::IDataVideo const& frame) {
         return "a frame without an AVFrame";
     Conf::FrameInfo const info = frame.GetFrameInfo();
     auto const format = static_cast<std::int32_t>(frame.GetPixelFormat());
-    bool const isKnown = av_get_pix_fmt_name(static_cast<AVPixelFormat>(format)) != nullptr;
+    bool const isKnown = av_get_pix_fmt_name(Conf::ToAVPixelFormat(format)) != nullptr;
     if (memory->data[0] != nullptr && isKnown && memory->format == format && info.width > 0 &&
         info.height > 0 && std::cmp_greater_equal(memory->width, info.width) &&
         std::cmp_greater_equal(memory->height, info.height))

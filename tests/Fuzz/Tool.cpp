@@ -7,6 +7,7 @@
 #include "Tools/Tarsel/Console/ExitCodes.h"
 
 #include <algorithm>
+#include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -24,7 +25,11 @@ int Call(Words words) {
     for (std::string& word : words)
         argv.push_back(word.data());
     argv.push_back(nullptr);
-    return TarselMain(static_cast<int>(words.size()), argv.data());
+    int const code = TarselMain(static_cast<int>(words.size()), argv.data());
+    // Which the tool ignores when its work is done.
+    for (int const signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
+        (void)std::signal(signal, SIG_DFL);
+    return code;
 }
 
 /// What may stand in place of the last word.

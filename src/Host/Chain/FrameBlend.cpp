@@ -1,5 +1,6 @@
 #include "Host/Chain/FrameBlend.h"
 
+#include "Conf/AVFormats.h"
 #include "Host/StepTimes.h"
 
 #include <bit>
@@ -18,7 +19,7 @@ namespace {
 enum class Unit : std::uint8_t { None, Byte, Word, Float };
 
 Unit FindUnit(Conf::PixFmt format) noexcept {
-    AVPixFmtDescriptor const* const description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+    AVPixFmtDescriptor const* const description = av_pix_fmt_desc_get(Conf::ToAVPixelFormat(format));
     constexpr std::uint64_t notPlain =
         AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_HWACCEL;
     bool const isOfOtherOrder = description != nullptr && ((description->flags & AV_PIX_FMT_FLAG_BE) != 0) !=
@@ -82,7 +83,7 @@ bool CanBlend(Conf::PixFmt format) noexcept {
 
 void Blend(Proc::IDataVideo const& under, Proc::IDataVideo& over, std::uint32_t weight) {
     Unit const unit = FindUnit(over.GetPixelFormat());
-    int const planes = av_pix_fmt_count_planes(static_cast<AVPixelFormat>(over.GetPixelFormat()));
+    int const planes = av_pix_fmt_count_planes(Conf::ToAVPixelFormat(over.GetPixelFormat()));
     for (int i = 0; i < planes; ++i) {
         Proc::ReadOnlyPlane const from = under.GetReadOnlyPlane(i);
         Proc::WritablePlane const to = over.GetWritablePlane(i);

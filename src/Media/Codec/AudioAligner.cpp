@@ -1,5 +1,6 @@
 #include "Media/Codec/AudioAligner.h"
 
+#include "Conf/AVFormats.h"
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Times.h"
@@ -56,7 +57,7 @@ Proc::SafeFrame CopySamples(AVFrame const& block, int first, int count) {
     part->nb_samples = count;
     part.AllocateBuffers();
     av_samples_copy(part->extended_data, block.extended_data, 0, first, count, block.ch_layout.nb_channels,
-                    static_cast<AVSampleFormat>(block.format));
+                    Conf::ToAVSampleFormat(block.format));
     return part;
 }
 
@@ -252,7 +253,7 @@ Proc::SafeFrame AudioAligner::TakeSilence() {
     auto const silent = Proc::DataAudioFF::CreateBySampleCount(m_format, count);
     AVFrame const& frame = *silent->GetAVFrame();
     av_samples_set_silence(frame.extended_data, 0, count, frame.ch_layout.nb_channels,
-                           static_cast<AVSampleFormat>(frame.format));
+                           Conf::ToAVSampleFormat(frame.format));
     return Proc::SafeFrame::Reference(frame);
 }
 

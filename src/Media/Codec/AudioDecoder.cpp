@@ -1,5 +1,6 @@
 #include "Media/Codec/AudioDecoder.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/FFmpegFormats.h"
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
@@ -37,12 +38,12 @@ namespace {
 }
 
 bool IsWide(int format) noexcept {
-    return av_get_packed_sample_fmt(static_cast<AVSampleFormat>(format)) == AV_SAMPLE_FMT_S64;
+    return av_get_packed_sample_fmt(Conf::ToAVSampleFormat(format)) == AV_SAMPLE_FMT_S64;
 }
 
 /// That in which samples of a format are worked on.
 Conf::SampleFormats GetWorkFormat(int format) noexcept {
-    bool const isPlanar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(format)) != 0;
+    bool const isPlanar = av_sample_fmt_is_planar(Conf::ToAVSampleFormat(format)) != 0;
     return !IsWide(format) ? Conf::SampleFormatTarselFromFFMPEG(format)
            : isPlanar      ? Conf::SampleFormats::DoublePlanar
                            : Conf::SampleFormats::Double;
@@ -56,7 +57,7 @@ Proc::SafeFrame MakeReal(AVFrame const& block) {
     Proc::SetFrameSampleInfo(*real, info);
     real->nb_samples = block.nb_samples;
     real.AllocateBuffers();
-    bool const isPlanar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(block.format)) != 0;
+    bool const isPlanar = av_sample_fmt_is_planar(Conf::ToAVSampleFormat(block.format)) != 0;
     int const planes = isPlanar ? block.ch_layout.nb_channels : 1;
     int const count = block.nb_samples * (block.ch_layout.nb_channels / planes);
     for (int plane = 0; plane < planes; ++plane) {

@@ -1,5 +1,6 @@
 #include "Media/Codec/AudioEncoder.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/FFmpegFormats.h"
 #include "Core/Throw.h"
 #include "Media/Base/FFmpegVersions.h"
@@ -98,7 +99,7 @@ int AudioEncoder::TryOpen(AudioRequest const& request, Conf::SampleInfo const& f
                           EncoderOptions const& defaults) {
     m_context.reset(CheckAllocated(avcodec_alloc_context3(request.encoder), "AVCodecContext"));
     AVCodecContext& context = *m_context;
-    context.sample_fmt = static_cast<AVSampleFormat>(Conf::SampleFormatFFMPEGFromTarsel(format.format));
+    context.sample_fmt = Conf::ToAVSampleFormat(Conf::SampleFormatFFMPEGFromTarsel(format.format));
     context.sample_rate = format.rate;
     context.ch_layout = Conf::AVChannelLayoutFromTarsel(format.layout);
     context.time_base = {1, format.rate};

@@ -1,5 +1,6 @@
 #include "Media/Codec/EncoderSettings.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/FFmpegFormats.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/NearNames.h"
@@ -86,7 +87,7 @@ int TryOpenForAudio(AVCodec const& encoder, EncoderOptions const& options, Quali
     constexpr std::int32_t usualRate = 48000;
     auto const stereo = Conf::ChannelLayout::FromCount(2);
     UniqueCodecContext const context = MakeContext(encoder);
-    context->sample_fmt = static_cast<AVSampleFormat>(Conf::SampleFormatFFMPEGFromTarsel(
+    context->sample_fmt = Conf::ToAVSampleFormat(Conf::SampleFormatFFMPEGFromTarsel(
         ChooseSampleFormat(GetSampleFormats(encoder), Conf::SampleFormats::S16, 16)));
     context->sample_rate = ChooseSampleRate(GetSampleRates(encoder), usualRate);
     context->ch_layout =

@@ -1,5 +1,6 @@
 #include "Media/Codec/VideoConversion.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/PixFmtDescription.h"
 
 #include <algorithm>
@@ -33,8 +34,7 @@ std::vector<PixFmt> ListCandidates(PixFmt format, std::uint32_t width, std::uint
     std::vector<PixFmt> candidates;
     for (PixFmt const listed : rules.formats) {
         PixFmt const plain = Conf::WithoutFixedRange(listed);
-        bool const possible =
-            plain == format || sws_isSupportedOutput(static_cast<AVPixelFormat>(plain)) != 0;
+        bool const possible = plain == format || sws_isSupportedOutput(Conf::ToAVPixelFormat(plain)) != 0;
         if (possible && !Contains(candidates, plain) &&
             (!rules.codec.wantsWholeChroma || HasWholeChroma(plain, width, height)))
             candidates.push_back(plain);

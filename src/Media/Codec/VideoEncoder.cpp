@@ -1,5 +1,6 @@
 #include "Media/Codec/VideoEncoder.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Text.h"
 #include "Core/Throw.h"
@@ -85,7 +86,7 @@ void VideoEncoder::Open(EncoderRequest const& request) {
     AVCodecContext& context = *m_context;
     context.width = frame.width;
     context.height = frame.height;
-    context.pix_fmt = static_cast<AVPixelFormat>(m_conversion.format);
+    context.pix_fmt = Conf::ToAVPixelFormat(m_conversion.format);
     context.sample_aspect_ratio = frame.sample_aspect_ratio;
     if (auto const rates = GetFrameRates(*request.encoder); !rates.empty() && m_frameRate.numerator > 0) {
         m_frameRate = ChooseLegalRate(rates, m_frameRate);

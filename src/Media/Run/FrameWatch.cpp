@@ -1,5 +1,6 @@
 #include "Media/Run/FrameWatch.h"
 
+#include "Conf/AVFormats.h"
 #include "Core/Throw.h"
 #include "Media/Base/FFmpegOwners.h"
 #include "Media/Base/Times.h"
@@ -65,7 +66,7 @@ struct Watcher {
 
 /// Rows without padding, plane by plane.
 void CopyPixels(AVFrame const& frame, Bytes& bytes) {
-    auto const format = static_cast<AVPixelFormat>(frame.format);
+    auto const format = Conf::ToAVPixelFormat(frame.format);
     int const size = av_image_get_buffer_size(format, frame.width, frame.height, 1);
     bytes.resize(static_cast<std::size_t>(std::max(size, 0)));
     if (size < 0 || av_image_copy_to_buffer(bytes.data(), size, frame.data, frame.linesize, format,
@@ -76,7 +77,7 @@ void CopyPixels(AVFrame const& frame, Bytes& bytes) {
 
 /// Channel by channel for each sample.
 void CopySamples(AVFrame const& block, Bytes& bytes) {
-    auto const format = static_cast<AVSampleFormat>(block.format);
+    auto const format = Conf::ToAVSampleFormat(block.format);
     auto const channels = static_cast<std::size_t>(block.ch_layout.nb_channels);
     auto const count = static_cast<std::size_t>(block.nb_samples);
     auto const size = static_cast<std::size_t>(av_get_bytes_per_sample(format));
@@ -131,7 +132,7 @@ void WatchAudio(std::shared_ptr<FrameWatch> const& watch, int stream, AudioEncod
     watcher->facts.timeBase = encoder.GetTimeBase();
     encoder.Watch([watch, watcher](AVFrame const& block) {
         FrameFacts& facts = watcher->facts;
-        facts.format = av_get_sample_fmt_name(static_cast<AVSampleFormat>(block.format));
+        facts.format = av_get_sample_fmt_name(Conf::ToAVSampleFormat(block.format));
         facts.time = block.pts;
         facts.duration = block.nb_samples;
         facts.rate = block.sample_rate;

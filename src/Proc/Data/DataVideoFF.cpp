@@ -1,5 +1,6 @@
 #include "Proc/Data/DataVideoFF.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/Throw.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -31,7 +32,7 @@ std::optional<ReadOnlyPlane> FindPlane(AVFrame const& frame, Conf::FrameInfo con
     auto const width = std::min(static_cast<std::uint32_t>(std::max(frame.width, 0)), info.width);
     auto const height = std::min(static_cast<std::uint32_t>(std::max(frame.height, 0)), info.height);
     int const rowBytes =
-        av_image_get_linesize(static_cast<AVPixelFormat>(frame.format), static_cast<int>(width), index);
+        av_image_get_linesize(Conf::ToAVPixelFormat(frame.format), static_cast<int>(width), index);
     return ReadOnlyPlane{frame.data[index], frame.linesize[index],
                          static_cast<std::size_t>(std::max(rowBytes, 0)),
                          format.GetPlanHeight(index, height)};

@@ -1,5 +1,6 @@
 #include "Proc/Data/WrapMemory.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/CoreExceptions.h"
 #include "Core/Throw.h"
@@ -87,7 +88,7 @@ struct PlaneNeed {
 };
 
 std::vector<PlaneNeed> GetNeeds(Conf::PixFmt format, Conf::FrameInfo const& info) {
-    auto const avFormat = static_cast<AVPixelFormat>(format);
+    auto const avFormat = Conf::ToAVPixelFormat(format);
     auto const& description = Conf::PixFmtDescription::Find(format);
     if (description.GetPlaneCount() == 0 || info.width == 0 || info.height == 0 ||
         av_image_check_size2(info.width, info.height, std::numeric_limits<std::int64_t>::max(), avFormat, 0,

@@ -1,5 +1,7 @@
 #include "Proc/Wrappers/FFmpegText.h"
 
+#include "Conf/AVFormats.h"
+
 #include <fmt/format.h>
 
 #include <array>
@@ -21,7 +23,7 @@ std::string GetFFmpegErrorText(int error) {
 }
 
 std::string PixelFormatText(int format) {
-    char const* const name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(format));
+    char const* const name = av_get_pix_fmt_name(Conf::ToAVPixelFormat(format));
     return name != nullptr ? std::string(name) : fmt::format("format {}", format);
 }
 

@@ -1,5 +1,6 @@
 #include "Proc/Wrappers/FrameFields.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/FFmpegFormats.h"
 
 #include <algorithm>
@@ -110,7 +111,7 @@ void SetFrameSampleInfo(AVFrame& frame, Conf::SampleInfo const& info) noexcept {
 bool HasSamples(AVFrame const& block) noexcept {
     if (block.nb_samples == 0)
         return true;
-    auto const format = static_cast<AVSampleFormat>(block.format);
+    auto const format = Conf::ToAVSampleFormat(block.format);
     int const channels = block.ch_layout.nb_channels;
     int least = 0;
     if (av_samples_get_buffer_size(&least, channels, block.nb_samples, format, 1) < 0 ||

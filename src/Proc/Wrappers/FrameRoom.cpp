@@ -1,5 +1,6 @@
 #include "Proc/Wrappers/FrameRoom.h"
 
+#include "Conf/AVFormats.h"
 #include "Core/Throw.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 #include "Proc/Wrappers/FrameFields.h"
@@ -49,7 +50,7 @@ bool IsAligned(AVFrame const& frame, int plane) noexcept {
 } // namespace
 
 bool HasRoomBehind(AVFrame const& frame) noexcept {
-    auto const format = static_cast<AVPixelFormat>(frame.format);
+    auto const format = Conf::ToAVPixelFormat(frame.format);
     AVPixFmtDescriptor const* const description = av_pix_fmt_desc_get(format);
     if (description == nullptr)
         return true; // nobody reads its rows
@@ -77,7 +78,7 @@ SafeFrame CopyWithRoomBehind(AVFrame const& frame) {
 }
 
 bool IsRegular(AVFrame const& frame) noexcept {
-    auto const format = static_cast<AVPixelFormat>(frame.format);
+    auto const format = Conf::ToAVPixelFormat(frame.format);
     for (int plane = 0; plane < std::max(av_pix_fmt_count_planes(format), 0); ++plane) {
         bool const hasRows = av_image_get_linesize(format, frame.width, plane) > 0; // a palette has none
         if (hasRows && !IsAligned(frame, plane))

@@ -1,5 +1,6 @@
 #include "Proc/Wrappers/SafeFrame.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/CoreExceptions.h"
 #include "Core/Throw.h"
@@ -33,11 +34,11 @@ bool IsAudio(AVFrame const& frame) noexcept {
 
 /// Bytes of the frame's pixels or samples; 0 where that cannot be told.
 unsigned ContentSize(AVFrame const& frame) noexcept {
-    int const size = IsAudio(frame)
-                         ? av_samples_get_buffer_size(nullptr, frame.ch_layout.nb_channels, frame.nb_samples,
-                                                      static_cast<AVSampleFormat>(frame.format), 1)
-                         : av_image_get_buffer_size(static_cast<AVPixelFormat>(frame.format), frame.width,
-                                                    frame.height, 1);
+    int const size =
+        IsAudio(frame)
+            ? av_samples_get_buffer_size(nullptr, frame.ch_layout.nb_channels, frame.nb_samples,
+                                         Conf::ToAVSampleFormat(frame.format), 1)
+            : av_image_get_buffer_size(Conf::ToAVPixelFormat(frame.format), frame.width, frame.height, 1);
     return static_cast<unsigned>(std::max(size, 0));
 }
 
@@ -52,9 +53,9 @@ unsigned ContentSize(AVFrame const& frame) noexcept {
 bool CanBePicture(Conf::PixFmt format, std::uint32_t width, std::uint32_t height) noexcept {
     constexpr std::uint32_t largest = std::numeric_limits<int>::max();
     return width <= largest && height <= largest &&
-           av_image_get_linesize(static_cast<AVPixelFormat>(format), static_cast<int>(width), 0) > 0 &&
+           av_image_get_linesize(Conf::ToAVPixelFormat(format), static_cast<int>(width), 0) > 0 &&
            av_image_check_size2(width, height, std::numeric_limits<std::int64_t>::max(),
-                                static_cast<AVPixelFormat>(format), 0, nullptr) >= 0;
+                                Conf::ToAVPixelFormat(format), 0, nullptr) >= 0;
 }
 
 } // namespace
@@ -162,7 +163,7 @@ void RequireWholeRows(AVFrame const& frame) {
     if (IsAudio(frame))
         return;
     for (int plane = 0; plane < AV_NUM_DATA_POINTERS && frame.data[plane] != nullptr; ++plane) {
-        int const bytes = av_image_get_linesize(static_cast<AVPixelFormat>(frame.format), frame.width, plane);
+        int const bytes = av_image_get_linesize(Conf::ToAVPixelFormat(frame.format), frame.width, plane);
         std::int64_t const stride = frame.linesize[plane];
         if (bytes > 0 && std::abs(stride) < bytes)
             Core::Throw<ProcException>(

@@ -1,5 +1,6 @@
 #include "Proc/Wrappers/SafeSwrContext.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/FFmpegFormats.h"
 #include "Core/CoreExceptions.h"
 #include "Core/Throw.h"
@@ -44,7 +45,7 @@ std::string SidesText(SwrCtxParams const& params) {
 }
 
 AVSampleFormat FFmpegFormat(Conf::SampleInfo const& info) noexcept {
-    return static_cast<AVSampleFormat>(Conf::SampleFormatFFMPEGFromTarsel(info.format));
+    return Conf::ToAVSampleFormat(Conf::SampleFormatFFMPEGFromTarsel(info.format));
 }
 
 bool AreRatesFarApart(SwrCtxParams const& params) noexcept {
@@ -59,7 +60,7 @@ bool ChangesRate(SwrCtxParams const& params) noexcept {
 /// Whether single precision would lose bits of either side.
 bool NeedsDouble(SwrCtxParams const& params) noexcept {
     return std::ranges::any_of(std::array{params.from.format, params.to.format}, [](auto format) {
-        auto const packed = av_get_packed_sample_fmt(static_cast<AVSampleFormat>(format));
+        auto const packed = av_get_packed_sample_fmt(Conf::ToAVSampleFormat(format));
         return packed == AV_SAMPLE_FMT_S32 || packed == AV_SAMPLE_FMT_DBL;
     });
 }
@@ -97,9 +98,9 @@ SafeFrame MakeBlock(Conf::SampleInfo const& info, std::int64_t samples) {
 
 /// Where the samples from number `first` on lie.
 std::vector<std::uint8_t*> PlanesFrom(AVFrame const& frame, std::int64_t first) {
-    bool const planar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(frame.format)) != 0;
+    bool const planar = av_sample_fmt_is_planar(Conf::ToAVSampleFormat(frame.format)) != 0;
     int const planes = planar ? frame.ch_layout.nb_channels : 1;
-    std::int64_t const step = av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame.format)) *
+    std::int64_t const step = av_get_bytes_per_sample(Conf::ToAVSampleFormat(frame.format)) *
                               std::int64_t{frame.ch_layout.nb_channels / planes};
     std::vector<std::uint8_t*> result(frame.extended_data, frame.extended_data + planes);
     for (std::uint8_t*& plane : result)

@@ -1,5 +1,6 @@
 #include "Proc/Wrappers/SafeSwsContext.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/Color.h"
 #include "Conf/PixFmtDescription.h"
 #include "Core/CoreExceptions.h"
@@ -37,7 +38,7 @@ std::string SideText(SwsCtxSide const& side) {
 
 /// Of a format that FFmpeg knows.
 AVPixFmtDescriptor const& Descriptor(SwsCtxSide const& side) noexcept {
-    return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(side.format));
+    return *av_pix_fmt_desc_get(Conf::ToAVPixelFormat(side.format));
 }
 
 bool IsFullRange(SwsCtxSide const& side) {
@@ -138,7 +139,7 @@ int Init(SwsContext* context, SwsCtxParams const& params) {
 }
 
 bool IsKnown(SwsCtxSide const& side) noexcept {
-    return av_pix_fmt_desc_get(static_cast<AVPixelFormat>(side.format)) != nullptr;
+    return av_pix_fmt_desc_get(Conf::ToAVPixelFormat(side.format)) != nullptr;
 }
 
 bool IsLike(AVFrame const& frame, SwsCtxSide const& side) noexcept {

@@ -154,6 +154,7 @@ ExitCode Run(int argc, char const* const* argv, Console& console, RunReport& rep
         verb->run({console, options, signals.GetStop(), report});
         report.AddNotes(inputErrors.GetNotes());
         report.End();
+        StopOnSignals::Ignore();
     } catch (std::exception const& failure) {
         return Report(console, report, failure, options.verbose, signals.GetSignal());
     }

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGAudio.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/AudioTime.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataAudioFF.h"
@@ -49,7 +50,7 @@ void EffectFFMPEGAudio::WarmUp(Conf::SampleInfo const& info, std::int64_t sample
         SP<DataAudioFF> const silence = DataAudioFF::CreateBySampleCount(info, count);
         AVFrame const& frame = *silence->GetAVFrame();
         av_samples_set_silence(frame.extended_data, 0, count, frame.ch_layout.nb_channels,
-                               static_cast<AVSampleFormat>(frame.format));
+                               Conf::ToAVSampleFormat(frame.format));
         silence->SetTime(AV_NOPTS_VALUE);
         Push(*silence, Core::Site::Here());
         int result = 0;

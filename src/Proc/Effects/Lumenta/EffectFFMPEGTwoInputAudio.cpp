@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputAudio.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/AudioTime.h"
 #include "Conf/FormatCodecAudio.h"
 #include "Core/Throw.h"
@@ -57,7 +58,7 @@ SP<IDataAudio> MakeBlock(AVFrame const& frame, int skip, AVFilterContext const* 
     int const count = frame.nb_samples - skip;
     SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(GetFrameSampleInfo(frame), count);
     av_samples_copy(block->GetAVFrame()->extended_data, frame.extended_data, 0, skip, count,
-                    frame.ch_layout.nb_channels, static_cast<AVSampleFormat>(frame.format));
+                    frame.ch_layout.nb_channels, Conf::ToAVSampleFormat(frame.format));
     std::int64_t const time = ToMicroseconds(frame.pts, sink);
     block->SetTime(time == AV_NOPTS_VALUE ? time
                                           : av_sat_add64(time, Conf::GetDuration(frame.sample_rate, skip)));

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGTwoInputVideo.h"
 
+#include "Conf/AVFormats.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/Graph/FilterError.h"
@@ -98,7 +99,7 @@ SP<EffectFFMPEGTwoInputVideo>
 EffectFFMPEGTwoInputVideo::Create(std::string const& description,
                                   SP<Conf::IFormatCodecVideo const> const& format) {
     Conf::FrameInfo const info = format->GetFrameInfo();
-    return Create(description, static_cast<AVPixelFormat>(format->GetPixelFormat()), info, info);
+    return Create(description, Conf::ToAVPixelFormat(format->GetPixelFormat()), info, info);
 }
 
 void EffectFFMPEGTwoInputVideo::Process(SP<IDataVideo>& data, SP<IDataVideo const> const& second) {

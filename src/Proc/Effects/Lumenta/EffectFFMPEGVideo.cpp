@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/EffectFFMPEGVideo.h"
 
+#include "Conf/AVFormats.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataVideoFF.h"
 #include "Proc/Effects/Lumenta/Graph/FilterError.h"
@@ -60,7 +61,7 @@ SP<EffectFFMPEGVideo> EffectFFMPEGVideo::Create(std::string const& description, 
 SP<EffectFFMPEGVideo> EffectFFMPEGVideo::Create(std::string const& description,
                                                 SP<Conf::IFormatCodecVideo const> const& format,
                                                 std::shared_ptr<Core::WorkPool> pool) {
-    return Create(description, static_cast<AVPixelFormat>(format->GetPixelFormat()), format->GetFrameInfo(),
+    return Create(description, Conf::ToAVPixelFormat(format->GetPixelFormat()), format->GetFrameInfo(),
                   (*format)[Conf::IFormatCodecVideo::TAG_FPS].GetRatio(), std::move(pool));
 }
 

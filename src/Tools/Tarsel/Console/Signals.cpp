@@ -69,10 +69,11 @@ void Handle(int signal) {
     (void)sigaction(signal, &action, nullptr);
 }
 
-void Restore(int signal) {
+/// Takes our handler away.
+void Replace(int signal, void (*handler)(int)) {
     struct sigaction action {};
     if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == OnSignal)
-        (void)std::signal(signal, SIG_DFL);
+        (void)std::signal(signal, handler);
 }
 
 } // namespace
@@ -88,10 +89,15 @@ StopOnSignals::StopOnSignals() {
 
 StopOnSignals::~StopOnSignals() {
     for (int const signal : s_signals)
-        Restore(signal);
+        Replace(signal, SIG_DFL);
     m_ends = true;
     (void)!write(s_pipeEnd, &s_wake, 1);
     m_watcher.join();
+}
+
+void StopOnSignals::Ignore() noexcept {
+    for (int const signal : s_signals)
+        Replace(signal, SIG_IGN);
 }
 
 void StopOnSignals::Watch() {

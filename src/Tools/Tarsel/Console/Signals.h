@@ -20,6 +20,10 @@ public:
     /// The number of the signal that asked for the stop; 0: none did. Any thread.
     int GetSignal() const noexcept { return m_signal; }
 
+    /// From now on the signals that were waited for change nothing, until the process ends: what was asked
+    /// for is done, and the exit code says so.
+    static void Ignore() noexcept;
+
 private:
     void Watch();
 

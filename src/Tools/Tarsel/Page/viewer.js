@@ -51,7 +51,10 @@ export class Viewer {
         const {facts, image} = await getFrame(which, steps, this.timeline.time, signal);
         const canvas = this.#canvases[which];
         const isOther = canvas.width !== image.width || canvas.height !== image.height;
-        if (isOther) Object.assign(canvas, {width: image.width, height: image.height});
+        const other = this.#canvases[which === 'after' ? 'before' : 'after'];
+        const size = {width: image.width, height: image.height};
+        if (isOther) Object.assign(canvas, size);
+        if (other.dataset.shown === undefined) Object.assign(other, size); // its place, until it comes
         canvas.getContext('2d').putImageData(image, 0, 0);
         canvas.dataset.shown = String(Number(canvas.dataset.shown ?? 0) + 1);
         if (isOther) this.#lay();

@@ -1,3 +1,4 @@
+#include "Conf/AVFormats.h"
 #include "Proc/Effects/Lumenta/Base/EffectFafloplal.h"
 #include "Proc/Effects/Lumenta/Base/SlicedGraph.h"
 
@@ -20,7 +21,7 @@ SP<EffectFFMPEGVideo> GraphEffect<VideoMedium>::MakeGraph(std::string const& des
     Conf::FrameInfo const info = format->GetFrameInfo();
     return EffectFFMPEGVideo::Create(m_actions.getQueryText ? m_actions.getQueryText(GetSettingsBase(), info)
                                                             : description,
-                                     static_cast<AVPixelFormat>(format->GetPixelFormat()), info, {});
+                                     Conf::ToAVPixelFormat(format->GetPixelFormat()), info, {});
 }
 
 } // namespace Tarsel::Proc

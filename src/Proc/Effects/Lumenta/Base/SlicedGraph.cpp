@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Base/SlicedGraph.h"
 
+#include "Conf/AVFormats.h"
 #include "Core/WorkPool.h"
 
 extern "C" {
@@ -12,7 +13,7 @@ namespace {
 /// FFmpeg's scaler, which graphs put in by themselves, cuts pictures into slices for its threads, and ends
 /// the process where one ends within a pattern of colors.
 bool HasPattern(Conf::PixFmt format) {
-    AVPixFmtDescriptor const* const description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+    AVPixFmtDescriptor const* const description = av_pix_fmt_desc_get(Conf::ToAVPixelFormat(format));
     return description != nullptr && (description->flags & AV_PIX_FMT_FLAG_BAYER) != 0;
 }
 
@@ -20,7 +21,7 @@ bool HasPattern(Conf::PixFmt format) {
 
 SP<EffectFFMPEGVideo> MakeSlicedGraph(std::string const& description, Conf::PixFmt format,
                                       Conf::FrameInfo const& info, bool slices) {
-    return EffectFFMPEGVideo::Create(description, static_cast<AVPixelFormat>(format), info, {},
+    return EffectFFMPEGVideo::Create(description, Conf::ToAVPixelFormat(format), info, {},
                                      slices && !HasPattern(format) ? Core::WorkPool::Share() : nullptr);
 }
 

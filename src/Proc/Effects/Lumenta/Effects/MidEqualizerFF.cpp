@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Effects/MidEqualizerFF.h"
 
+#include "Conf/AVFormats.h"
 #include "Core/Throw.h"
 #include "Proc/Effects/Lumenta/Base/DefineEffect.h"
 #include "Proc/Effects/Lumenta/Graph/FormatCache.h"
@@ -66,8 +67,8 @@ void MidEqualizerFF::Process(SP<IDataVideo>& data, SP<IDataVideo const> const& s
         Reset();
         std::string const description = GetFFString();
         VLOG(31) << "ffmpeg video filter settings: " << description;
-        m_graph = EffectFFMPEGTwoInputVideo::Create(description, static_cast<AVPixelFormat>(format), info,
-                                                    secondInfo);
+        m_graph =
+            EffectFFMPEGTwoInputVideo::Create(description, Conf::ToAVPixelFormat(format), info, secondInfo);
         m_graphFormat = format;
         m_graphInfo = info;
         m_secondInfo = secondInfo;

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Graph/GraphAudio.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/FFmpegFormats.h"
 #include "Core/Throw.h"
 #include "Proc/Data/DataAudioFF.h"
@@ -23,7 +24,7 @@ namespace Tarsel::Proc {
 namespace {
 
 int CountPlanes(AVFrame const& frame) {
-    bool const planar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(frame.format)) != 0;
+    bool const planar = av_sample_fmt_is_planar(Conf::ToAVSampleFormat(frame.format)) != 0;
     return planar ? frame.ch_layout.nb_channels : 1;
 }
 
@@ -37,7 +38,7 @@ void CheckFrame(AVFrame const& frame, std::string const& filter) {
     if (frame.nb_samples < 0)
         refuse(fmt::format("Block has {} samples", frame.nb_samples));
     int const planes = CountPlanes(frame);
-    std::int64_t const sampleSize = av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame.format));
+    std::int64_t const sampleSize = av_get_bytes_per_sample(Conf::ToAVSampleFormat(frame.format));
     std::int64_t const needed = frame.nb_samples * sampleSize * (channels / planes);
     if (frame.linesize[0] < needed)
         refuse(fmt::format("Block has only {} bytes of the {} that its {} samples take", frame.linesize[0],

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Picture/ColorComponents.h"
 
+#include "Conf/AVFormats.h"
 #include "Proc/Effects/Lumenta/Picture/ComponentPlane.h"
 #include "Proc/Wrappers/FrameFields.h"
 
@@ -31,8 +32,7 @@ std::array<std::uint8_t, 3> EightBits(Conf::PixFmtDescription const& format, Con
 
 std::array<float, 4> ComponentsOfColor(Conf::PixFmtDescription const& format, Conf::PixColor color,
                                        Conf::ColorSpace const& space) {
-    AVPixFmtDescriptor const& descriptor =
-        *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format.GetFormat()));
+    AVPixFmtDescriptor const& descriptor = *av_pix_fmt_desc_get(Conf::ToAVPixelFormat(format.GetFormat()));
     std::array<std::uint8_t, 3> const bytes = EightBits(format, color, space);
     bool const isFloat = (format.GetFlags() & Conf::PixFmtDescription::Float) != 0;
     bool const isFull = format.IsFullRange(space);
@@ -63,7 +63,7 @@ void FillPadding(AVFrame& frame) {
     int const padding = format.IsRgb() && format.GetPlaneCount() == 1 ? 0xFF : 0;
     for (int plane = 0; plane < format.GetPlaneCount(); ++plane) {
         auto const bytes = static_cast<std::size_t>(
-            av_image_get_linesize(static_cast<AVPixelFormat>(frame.format), frame.width, plane));
+            av_image_get_linesize(Conf::ToAVPixelFormat(frame.format), frame.width, plane));
         auto const rows = format.GetPlanHeight(plane, static_cast<std::uint32_t>(frame.height));
         for (std::uint32_t y = 0; y < rows; ++y)
             std::memset(frame.data[plane] + static_cast<std::ptrdiff_t>(y) * frame.linesize[plane], padding,

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Picture/ComponentPlane.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/PixFmtDescription.h"
 
 #include <algorithm>
@@ -40,7 +41,7 @@ void Store(Word word, std::uint8_t* at, bool isSwapped) noexcept {
 }
 
 AVPixFmtDescriptor const& DescriptorOf(AVFrame const& frame) noexcept {
-    return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+    return *av_pix_fmt_desc_get(Conf::ToAVPixelFormat(frame.format));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Picture/PictureFrame.h"
 
+#include "Conf/AVFormats.h"
 #include "Conf/PixFmtDescription.h"
 #include "Proc/Effects/Lumenta/Graph/FrameFault.h"
 #include "Proc/Interfaces/ProcExceptions.h"
@@ -16,7 +17,7 @@ namespace Tarsel::Proc {
 namespace {
 
 AVPixelFormat FormatOf(AVFrame const& frame) noexcept {
-    return static_cast<AVPixelFormat>(frame.format);
+    return Conf::ToAVPixelFormat(frame.format);
 }
 
 /// From the first byte of a plane to that of the sample which holds pixel x, y.

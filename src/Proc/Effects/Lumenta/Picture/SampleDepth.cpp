@@ -1,5 +1,6 @@
 #include "Proc/Effects/Lumenta/Picture/SampleDepth.h"
 
+#include "Conf/AVFormats.h"
 #include "Proc/Interfaces/ProcExceptions.h"
 
 #include <fmt/format.h>
@@ -49,7 +50,7 @@ bool HasBitsAbove(std::uint8_t const* data, std::ptrdiff_t lineSize, std::size_t
 void RequireSamplesWithinDepth(IDataVideo const& data, std::string_view effect, Core::Site const& site) {
     AVFrame const* const frame = data.GetAVFrame();
     AVPixFmtDescriptor const* const format =
-        frame ? av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->format)) : nullptr;
+        frame ? av_pix_fmt_desc_get(Conf::ToAVPixelFormat(frame->format)) : nullptr;
     if (!format)
         return;
     auto const order = (format->flags & AV_PIX_FMT_FLAG_BE) != 0 ? std::endian::big : std::endian::little;
