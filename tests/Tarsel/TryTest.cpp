@@ -236,6 +236,13 @@ TEST_F(TryTool, WritesTheFilmOfItsCommand) {
     EXPECT_EQ(Post("film", body).status, 200);
     EXPECT_THAT(WaitForFilm().at("message"), HasSubstr("exists already"));
 
+    json const peer{{"steps", json::array({body.at("steps")[1]})}, {"output", "b.mkv"}};
+    std::string const ffmpeg = json::parse(Post("ffmpeg", peer).body).at("command");
+    EXPECT_THAT(ffmpeg, testing::StartsWith("ffmpeg "));
+    EXPECT_THAT(Run("explain film.mkv made/b.mkv -e 'echo echos=50/0.5'").out,
+                testing::EndsWith(ffmpeg + '\n'));
+    EXPECT_NE(json::parse(Post("ffmpeg", body).body).at("obstacle"), "");
+
     std::string const command = json::parse(Post("check", body).body).at("command");
     std::filesystem::rename("made/it's.mkv", "first.mkv");
     ASSERT_TRUE(command.starts_with("tarsel run "));

@@ -5,12 +5,24 @@ import {announce, find} from './dom.js';
 
 const s_pause = 300; // milliseconds
 
-/** Shows the command and the chain file, and tells `onStates` what the program says of each step. */
+/** Shows the commands and the chain file, and tells `onStates` what the program says of each step. */
 export function setUpChecks(store, onStates) {
   const latest = new Latest(1000);
+  const latestPeer = new Latest(1000);
+  const getRun = () => ({steps: store.getChain(), output: find('name').value || 'out'});
+  // Takes the input's beginning to be read: only for who looks.
+  const checkPeer = () => find('peer').open && latestPeer.do(async () => {
+    try {
+      const {command, obstacle} = await post('ffmpeg', getRun());
+      find('ffmpeg').textContent = command || `There is none: ${obstacle}.`;
+    } catch (failure) {
+      if (!(failure instanceof Refusal)) throw failure;
+      find('ffmpeg').textContent = failure.message;
+    }
+  });
   const check = () => latest.do(async () => {
     try {
-      const {steps, command, chain} = await post('check', {steps: store.getChain(), output: find('name').value || 'out'});
+      const {steps, command, chain} = await post('check', getRun());
       onStates(steps);
       find('command').textContent = command || 'Mend the effect that says what is wrong.';
       find('file').textContent = chain;
@@ -19,8 +31,11 @@ export function setUpChecks(store, onStates) {
       find('outcome').textContent = failure.message;
     }
   });
-  for (const event of ['structure', 'value']) store.addEventListener(event, check);
-  find('name').addEventListener('input', check);
+  for (const ask of [check, checkPeer]) {
+    for (const event of ['structure', 'value']) store.addEventListener(event, ask);
+    find('name').addEventListener('input', ask);
+  }
+  find('peer').addEventListener('toggle', checkPeer);
   for (const button of document.querySelectorAll('[data-copy]')) {
     button.addEventListener('click', async () => {
       await navigator.clipboard.writeText(find(button.dataset.copy).textContent);

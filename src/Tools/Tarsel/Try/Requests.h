@@ -29,6 +29,8 @@ inline constexpr std::array s_requests{
     Request{"GET", "api/effects", &Session::ListEffects},
     // {"steps", "output"} -> {"steps": [{"error": TEXT or null, "notes": [TEXT...]}...], "command", "chain"}
     Request{"POST", "api/check", &Session::Check},
+    // {"steps", "output"} -> {"command": of the ffmpeg program, or "", "obstacle": why there is none, or ""}
+    Request{"POST", "api/ffmpeg", &Session::FindCommand},
     // {"steps", "at", "slot": a name, of which the newest request replaces others} -> rows of 8-bit RGBA;
     // header X-Frame: {"width", "height", "time", "isExact", "notes"}
     Request{"POST", "api/frame", &Session::ShowFrame},

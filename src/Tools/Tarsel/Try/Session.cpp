@@ -263,6 +263,15 @@ Answer Session::Check(std::string const& text) {
     return AnswerJson(answer);
 }
 
+Answer Session::FindCommand(std::string const& text) {
+    Body const body(text);
+    std::vector<std::string> steps;
+    for (AskedStep const& step : ReadTriedSteps(m_effects, body.GetSteps()))
+        steps.push_back(WriteStep(step.step));
+    FFmpegCommand const command = m_options.findCommand(m_options.folder / body.GetFileName("output"), steps);
+    return AnswerJson({{"command", QuoteForShell(command.words)}, {"obstacle", command.obstacle}});
+}
+
 Answer Session::ShowFrame(std::string const& text) {
     Body const body(text);
     Json const& json = body.GetSteps();

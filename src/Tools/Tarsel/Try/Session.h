@@ -5,6 +5,7 @@
 #include "Tools/Tarsel/Chain/Effects.h"
 #include "Tools/Tarsel/Try/FilmJob.h"
 #include "Tools/Tarsel/Try/FrameSource.h"
+#include "Tools/Tarsel/Work/FFmpegCommand.h"
 
 #include <cstdint>
 #include <exception>
@@ -36,6 +37,9 @@ struct SessionOptions {
     /// To begin with.
     std::vector<Host::EffectStep> steps;
     RunFilm runFilm;
+    /// The command of the ffmpeg program for a run of these steps into the file; called on any thread.
+    std::function<FFmpegCommand(std::string const& output, std::vector<std::string> const& steps)>
+        findCommand;
     /// Ends the program; called on any thread.
     std::function<void()> quit;
 };
@@ -55,6 +59,7 @@ public:
     Answer Describe(std::string const& body);
     Answer ListEffects(std::string const& body);
     Answer Check(std::string const& body);
+    Answer FindCommand(std::string const& body);
     Answer ShowFrame(std::string const& body);
     Answer PlayAudio(std::string const& body);
     Answer StartFilm(std::string const& body);

@@ -15,8 +15,7 @@
 #include "Tools/Tarsel/Console/StandardStreams.h"
 #include "Tools/Tarsel/Console/UsageException.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
-#include "Tools/Tarsel/Work/FFmpegCommand.h"
-#include "Tools/Tarsel/Work/RunWork.h"
+#include "Tools/Tarsel/Work/DryRun.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -103,53 +102,6 @@ void ExplainFormats(ExplainArguments const& arguments, Context const& context) {
         WriteOutput("video\n" + ToText(*video, "  ") + "audio\n" + ToText(*audio, "  "));
 }
 
-/// What a run would do, found out without one.
-struct DryRun {
-    Media::RunPlan plan;
-    /// On each stream that has some, by its index in the input.
-    std::map<std::size_t, Explanations> steps;
-    /// Of the plan and of the effects.
-    std::vector<std::string> notes;
-    FFmpegCommand command;
-};
-
-/// The index of the stream that the video's steps, or those of the audio stream of the number, work on.
-std::size_t FindWorked(Media::RunPlan const& plan, std::optional<int> audio) {
-    std::size_t i = 0;
-    for (; i + 1 < plan.streams.size(); ++i) {
-        Media::StreamPlan const& stream = plan.streams[i];
-        bool const isAudio = stream.kind == Media::StreamKind::Audio;
-        bool const isMeant =
-            audio ? isAudio && stream.number == *audio : !isAudio && stream.fate == Media::Fate::Encode;
-        if (isMeant)
-            break;
-    }
-    return i;
-}
-
-DryRun Plan(RunArguments const& arguments, Context const& context) {
-    std::optional<Explanations> video;
-    std::map<int, Explanations> audio;
-    RunWork work(arguments, context,
-                 {[&](Media::VideoStreamInfo const& stream, std::vector<VideoStep> const& steps) {
-                      video = Explain(steps, MakeFormat(stream));
-                  },
-                  [&](Media::AudioStreamInfo const& stream, std::vector<AudioStep> const& steps) {
-                      audio[stream.number] = Explain(steps, MakeFormat(stream));
-                  }});
-    DryRun dry{Media::Plan(work.GetOptions(), context.stop), {}, {}, {}};
-    if (video)
-        dry.steps[FindWorked(dry.plan, {})] = std::move(*video);
-    for (auto& [number, steps] : audio)
-        dry.steps[FindWorked(dry.plan, number)] = std::move(steps);
-    for (std::vector<std::string> const& notes : {dry.plan.ListNotes(), work.GetNotes()})
-        for (std::string const& note : notes)
-            dry.notes.push_back(MakeSentence(note));
-    dry.command = arguments.normalize.empty() ? MakeFFmpegCommand(work.GetOptions(), dry.plan, dry.steps)
-                                              : FFmpegCommand{{}, "--normalize measures the audio first"};
-    return dry;
-}
-
 std::string Describe(RunArguments const& arguments, DryRun const& dry) {
     std::string text = fmt::format("{} ({}) to {} ({})\n", arguments.media.input, dry.plan.inputContainer,
                                    arguments.media.output, dry.plan.outputContainer);
@@ -209,7 +161,7 @@ void RunExplain(ExplainArguments const& arguments, Context const& context) {
     RunArguments const run = Complete(arguments);
     if (run.media.threads)
         Core::ThreadBudget::Set(*run.media.threads);
-    DryRun const dry = Plan(run, context);
+    DryRun const dry = PlanRun(run, context);
     arguments.json ? Write(DescribeForPrograms(run, dry)) : WriteOutput(Describe(run, dry));
 }
 

@@ -10,6 +10,7 @@
 #include "Tools/Tarsel/Console/UsageException.h"
 #include "Tools/Tarsel/Try/Server.h"
 #include "Tools/Tarsel/Verbs/Verb.h"
+#include "Tools/Tarsel/Work/DryRun.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -95,6 +96,14 @@ void Try(TryArguments const& arguments, Context const& context) {
     Session session(effects, {arguments.input, arguments.folder, plugin, steps,
                               [plugin](auto const& words, auto const& stop, auto const& onLine) {
                                   RunVerb(words, plugin, stop, onLine);
+                              },
+                              [&](std::string const& output, std::vector<std::string> const& texts) {
+                                  RunArguments run;
+                                  run.media.input = arguments.input;
+                                  run.media.output = output;
+                                  run.media.overwrite = std::filesystem::exists(output); // copied, not run
+                                  run.steps.effects = texts;
+                                  return PlanRun(run, context).command;
                               },
                               [&server] { server.Stop(); }});
     WriteOutput(server.GetAddress() + '\n');
