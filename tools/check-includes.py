@@ -18,8 +18,8 @@ HOST = ["Host/Chain", "Host/Watch"]
 # Behind the installed headers, which lie in Media itself: each knows those before it.
 MEDIA = ["Media/Base", "Media/Range", "Media/Container", "Media/Codec", "Media/Read", "Media/Run"]
 # The command-line tool, in the same way; its main function comes last.
-TOOL = [f"Tools/Tarsel/{room}" for room in ("Console", "Audio", "Chain", "Catalog", "Arguments", "Work", "Preview", "Gallery", "Try",
-                                           "Verbs", "Main.cpp")]
+TOOL = [f"Tools/Tarsel/{room}" for room in ("Console", "Audio", "Chain", "Catalog", "Arguments", "Work", "Parts", "Batch", "Preview", "Gallery",
+                                           "Try", "Verbs", "Main.cpp")]
 
 # Within the plug-in. The classes of graphs, EffectFFMPEG and those derived from it, lie at its root with what is
 # exported; whatever else is there knows all.

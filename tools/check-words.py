@@ -14,7 +14,8 @@ import sys
 
 # A letter in square brackets keeps this list from finding itself.
 WORDS = {
-    r"\bsp[e]c(?:s|ification|ifications)?\b": "the document, not the program",
+    # Not the key of Kubernetes' objects.
+    r"\bsp[e]c(?:s|ification|ifications)?\b(?!:$|\"\])": "the document, not the program",
     r"\bPar[t] \d+[.]\d+": "a chapter of a document outside the tree",
     r"\bse[t]tled (?:point|question)": "say what holds, not that it was decided",
     r"(?<![\w./])/wor[k]\b": "a path of one machine",

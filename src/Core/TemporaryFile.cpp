@@ -90,11 +90,12 @@ TemporaryFile::~TemporaryFile() {
         close(m_lock);
 }
 
-int TemporaryFile::Create(fs::path const& target, mode_t rights) {
+int TemporaryFile::Create(fs::path const& target, mode_t rights, bool removesLeftovers) {
     constexpr int attempts = 100;
     NameParts const parts = MakeNameParts(target);
     fs::path const folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    RemoveLeftovers(folder, parts);
+    if (removesLeftovers)
+        RemoveLeftovers(folder, parts);
     std::random_device random;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         m_path.emplace(target.parent_path() / fmt::format("{}{:08x}{}", parts.head,

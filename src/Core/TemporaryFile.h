@@ -22,8 +22,9 @@ public:
     ~TemporaryFile();
 
     /// Creates it, empty, with these rights less those that the process masks; what was left by earlier runs
-    /// for the same target is removed. 0 or an errno value. Once.
-    int Create(std::filesystem::path const& target, mode_t rights);
+    /// for the same target is removed, unless that is not wanted: it takes reading the folder. 0 or an errno
+    /// value. Once.
+    int Create(std::filesystem::path const& target, mode_t rights, bool removesLeftovers = true);
 
     std::filesystem::path const& GetPath() const noexcept { return m_path->Get(); }
     /// It has become what it was to be.

@@ -84,6 +84,8 @@ std::string FindFault(Proc::EffectTraits const& traits) {
         return fmt::format("the delay is {} frames, {} us", traits.delayFrames, traits.delayTime);
     if (traits.framesPerFrame < 1)
         return fmt::format("{} frames per frame", traits.framesPerFrame);
+    if (traits.looksBack < 0 || traits.looksAhead < 0)
+        return fmt::format("it looks {} frames back, {} ahead", traits.looksBack, traits.looksAhead);
     return {};
 }
 

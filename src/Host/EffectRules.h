@@ -27,7 +27,7 @@ constexpr bool HoldsNothing(Proc::EffectTraits const& traits) noexcept {
 /// Data that hold less than they state would be read past their end.
 TARSEL_API std::string FindFault(Proc::IDataVideo const& frame);
 TARSEL_API std::string FindFault(Proc::IDataAudio const& block);
-/// A summary of one line, no negative delay, at least one frame per frame.
+/// A summary of one line, no negative delay or reach, at least one frame per frame.
 TARSEL_API std::string FindFault(Proc::EffectTraits const& traits);
 /// A copy equals the settings, and so does what is read from their text and from their property tree.
 TARSEL_API std::string FindFault(Proc::Settings const& settings);

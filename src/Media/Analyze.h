@@ -19,6 +19,7 @@ struct AnalyzeOptions {
     TimeRange range = {};
     OnResize onResize = OnResize::Scale;
     std::function<void(RunProgress const&)> onProgress;
+    Ratio imageRate{};
 };
 
 struct AnalyzeResult {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Conf/PixFmt.h"
+#include "Core/Ratio.h"
 #include "Media/Api.h"
 #include "Media/FrameFacts.h"
+#include "Media/Parts.h"
 #include "Media/Progress.h"
 #include "Media/RunPlan.h"
 #include "Media/RunTimes.h"
@@ -35,8 +37,15 @@ TARSEL_MEDIA_API std::string_view GetQualityName(Quality quality) noexcept;
 enum class OnResize : std::uint8_t { Scale, Fail };
 
 struct RunOptions {
+    /// Either may be a sequence of images, "shots/%04d.png", where no file has that very name: "%d" stands
+    /// for numbers, "%04d" for such of at least four digits. An input starts with the least number that there
+    /// is and has no gaps; an output is one by its extension only.
     std::filesystem::path input;
     std::filesystem::path output;
+    /// Images a second of an input that is a sequence; 0/1: 25, with a note.
+    Ratio imageRate{};
+    /// Of an output that is a sequence; the first image has it.
+    std::int64_t firstNumber = 1;
     /// An existing output may be replaced.
     bool overwrite = false;
     /// FFmpeg's encoder name; empty, and without options: one for the codec that the pictures had, where
@@ -65,6 +74,14 @@ struct RunOptions {
     /// the same as if all before had been read. A stream is copied where the cuts leave its packets whole,
     /// else re-encoded, with a note. With an image, or `at`: OptionsException.
     TimeRange range;
+    /// Writes this part of the video alone, with the times that it has in the whole; what is said of other
+    /// streams counts where the parts are joined. A part without frames becomes an empty file, with a note.
+    /// OptionsException with a range, with `at`, for containers that do not hold parts, and where the video
+    /// would be copied.
+    std::optional<Part> part;
+    /// All parts of the input's video, in their order: their packets follow one another in the output, and
+    /// nothing else becomes of the video. InputException where they do not fit together.
+    std::vector<EncodedPart> parts;
     /// Of the input's video; effects get frames of one size. Scaling is told in a note, failing is an
     /// InputException.
     OnResize onResize = OnResize::Scale;
@@ -98,6 +115,8 @@ struct RunResult {
     std::vector<std::string> notes;
     /// Empty when the picture stream was copied, and where there is none.
     std::string videoEncoder;
+    /// Where a part was asked for.
+    std::optional<PartFacts> part;
     /// One for each audio stream of the input that is wanted; empty for those that were copied or left out.
     std::vector<std::string> audioEncoders;
     RunTimes times;
@@ -125,7 +144,8 @@ TARSEL_MEDIA_API RunPlan Plan(RunOptions const& options, std::stop_token stop = 
 /// place beside the pictures to the sample, as far as the container can say it. Audio that the container
 /// cannot hold as it is is re-encoded, with a note. Into a container for audio (wav, mp3, m4a, ...) films
 /// go without their pictures, with a note; covers are kept where it takes them. The output appears under its
-/// name only when it is complete; after any failure nothing is left behind. Memory does not grow with the
+/// name only when it is complete; after any failure nothing is left behind, but for whole images of a
+/// sequence. Memory does not grow with the
 /// length of the film, whatever the chains hold back. InputException, OutputException, OptionsException,
 /// InterruptedException; exceptions of the chains pass unchanged. Blocks until done; several runs may go on
 /// at once. Reading, picture chain and writing have a thread each, and decoder and encoder of pictures up to
@@ -133,6 +153,15 @@ TARSEL_MEDIA_API RunPlan Plan(RunOptions const& options, std::stop_token stop = 
 /// the calling thread does it all. Each chain is called by one thread at a time: that of the video by the
 /// calling thread until its first result.
 TARSEL_MEDIA_API RunResult Run(RunOptions const& options, std::stop_token stop = {});
+
+/// Whether the name stands for numbered images that are read as a video, or written for one: see RunOptions.
+/// Any thread.
+TARSEL_MEDIA_API bool IsSequence(std::filesystem::path const& name);
+
+/// What a file holds.
+enum class OutputKind : std::uint8_t { Video, Image, Audio };
+/// By the name's extension. OptionsException for files that no run writes. Any thread.
+TARSEL_MEDIA_API OutputKind FindOutputKind(std::filesystem::path const& output);
 
 /// The extensions of files that runs write, "mp4", in alphabetical order. Any thread.
 TARSEL_MEDIA_API std::vector<std::string> ListExtensions();

@@ -91,7 +91,10 @@ public:
         return fault == Fault::TellsAnotherMedium ? AudioFrames : VideoFrames;
     }
     Proc::EffectTraits const& GetTraits() const noexcept override {
-        static Proc::EffectTraits const s_traits{.summary = fault == Fault::HasNoSummary ? "" : "turns bits"};
+        static Proc::EffectTraits const s_traits{.summary = fault == Fault::HasNoSummary ? "" : "turns bits",
+                                                 .frameIndependent = fault != Fault::LooksFurtherBack,
+                                                 .looksBack = 1,
+                                                 .looksAhead = 0};
         return s_traits;
     }
     std::string Describe(Conf::IFormatCodecVideo const&) const override { return "own work"; }
@@ -238,7 +241,8 @@ private:
         std::uint8_t const mask = m_settings.vertical ? 0xFF : 0x55;
         if constexpr (fault == Fault::IsRandom)
             return static_cast<std::uint8_t>(std::random_device()() | 1U);
-        if constexpr (fault == Fault::RemembersTheStreamBefore || fault == Fault::DependsOnFramesBefore)
+        if constexpr (fault == Fault::RemembersTheStreamBefore || fault == Fault::DependsOnFramesBefore ||
+                      fault == Fault::LooksFurtherBack)
             return static_cast<std::uint8_t>(mask ^ (m_count << 1));
         if constexpr (fault == Fault::SharesItsState)
             return static_cast<std::uint8_t>(mask ^ (m_count == 0 ? s_calls = 0 : ++s_calls));

@@ -273,6 +273,43 @@ TEST(Traits, SayWhatIsKeptAndWhatComesWhen) {
     }
 }
 
+/// The results of two frames in the middle of ten, by their times, where the stream begins and ends so many
+/// frames before and after them.
+std::map<std::int64_t, std::string> RunWindow(EffectCase const& row, std::uint32_t before,
+                                              std::uint32_t after) {
+    constexpr std::uint32_t middle = 5;
+    std::map<std::int64_t, std::string> results;
+    for (SP<IDataVideo> const& frame : RunRow(row, "yuv420p", middle - before, before + 2 + after).out)
+        if (frame->GetTime() >= s_duration * middle && frame->GetTime() < s_duration * (middle + 2))
+            results[frame->GetTime()] = GetRaw(*frame);
+    return results;
+}
+
+TEST(Traits, SayWhichFramesAResultDependsOn) {
+    constexpr std::int32_t most = 4;
+    int told = 0;
+    for (auto const& [classId, rows] : GetCases()) {
+        Proc::EffectTraits const& traits = GetTraits(rows.front());
+        if (traits.frameIndependent)
+            continue;
+        std::int32_t least = 0;
+        for (EffectCase const& row : rows) {
+            auto const whole = RunWindow(row, most, most);
+            std::int32_t enough = 0;
+            while (enough < most && RunWindow(row, static_cast<std::uint32_t>(enough), most) != whole)
+                ++enough;
+            least = std::max(least, enough);
+            auto const ahead = static_cast<std::uint32_t>(std::min(traits.looksAhead, most));
+            EXPECT_EQ(RunWindow(row, most, ahead), whole) << row;
+        }
+        if (traits.looksBack != Proc::EffectTraits::s_withoutEnd) {
+            EXPECT_EQ(traits.looksBack, least) << classId;
+            ++told;
+        }
+    }
+    EXPECT_GT(told, 0);
+}
+
 /// No result depends on how many threads there are, or on what the memory held before.
 TEST(Traits, FramesComeOutTheSameInEveryRun) {
     int const budget = Core::ThreadBudget::Get();

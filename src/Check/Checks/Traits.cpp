@@ -146,6 +146,30 @@ constexpr std::array s_traitsChecks{
                           got.push_back(GetAll(*result));
                   ExpectSame(got, due);
               }},
+    CheckInfo{"trait-reach", Group::Traits,
+              "A result depends on no more frames before and after than the traits state.",
+              "A host that works on a part of a video gets other frames.", 1, nullptr,
+              [](Subject<Video>& subject) {
+                  auto const effect = subject.Make();
+                  Proc::EffectTraits const& traits = TraitsOf(*effect);
+                  constexpr std::int32_t most = 8;
+                  Require(!traits.frameIndependent && traits.looksBack <= most && traits.looksAhead <= most,
+                          s_notStated);
+                  int const at = traits.looksBack + 2;
+                  auto const all = subject.MakeData(at + traits.looksAhead + 3);
+                  auto const first = all.begin() + at;
+                  std::vector const part(first - traits.looksBack, first + traits.looksAhead + 1);
+                  // What comes of one frame, by its times.
+                  auto const run = [&](auto const& data) {
+                      std::vector<std::string> results;
+                      for (auto const& result : Run(*subject.Make(), data))
+                          if (result->GetTime() >= first[0]->GetTime() &&
+                              result->GetTime() < first[1]->GetTime())
+                              results.push_back(GetAll(*result));
+                      return results;
+                  };
+                  ExpectSame(run(part), run(all));
+              }},
     CheckInfo{"trait-taken-formats", Group::Traits,
               "The effect takes every format that its traits state, at an even size.",
               "A host that converts only what it must fails in the middle of a video.", 3, nullptr,

@@ -2,6 +2,7 @@
 
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
+#include "Media/Base/Sequence.h"
 #include "Media/MediaExceptions.h"
 
 #include <fmt/format.h>
@@ -46,6 +47,10 @@ void CheckInputPath(fs::path const& input) {
     std::error_code error;
     fs::file_status const status = fs::status(input, error);
     if (status.type() == fs::file_type::not_found) {
+        if (auto const sequence = FindSequence(input)) {
+            CheckInputPath(sequence->MakePath(FindFirstNumber(*sequence)));
+            return;
+        }
         if (input == "-" || LooksLikeProtocol(input.string()))
             ThrowInput(input, "only files can be read, not streams or URLs");
         ThrowInput(input, GetSystemErrorText(ENOENT));

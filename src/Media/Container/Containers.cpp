@@ -2,6 +2,7 @@
 
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
+#include "Media/Base/Sequence.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Run.h"
 
@@ -81,6 +82,7 @@ constexpr ContainerTraits s_movFilms = Like(s_movFamily, "", [](ContainerTraits&
     row.videoEncoders = {"libx264", "mpeg4"};
     row.audioEncoders = {"aac"};
     row.textEncoder = "mov_text";
+    row.holdsParts = true;
 });
 
 constexpr ContainerTraits s_phoneFilms = Like(s_movFilms, "", [](ContainerTraits& row) {
@@ -115,6 +117,7 @@ constexpr ContainerTraits s_containers[] = {
      .audioEncoders = {"aac"},
      .textEncoder = "subrip",
      .covers = Covers::Attachments,
+     .holdsParts = true,
      .saysRange = true,
      .hasAttachments = true,
      .hasSideAlpha = true},
@@ -122,6 +125,7 @@ constexpr ContainerTraits s_containers[] = {
      .videoEncoders = {"libvpx-vp9", "libvpx"},
      .audioEncoders = {"libopus", "libvorbis"},
      .textEncoder = "webvtt",
+     .holdsParts = true,
      .saysRange = true,
      .hasSideAlpha = true},
     {.name = "avi",
@@ -238,6 +242,16 @@ ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept {
 std::string GetFileKind(AVFormatContext const& output) {
     std::string kind = std::filesystem::path(output.url != nullptr ? output.url : "").extension().string();
     return kind.empty() ? output.oformat->name : kind;
+}
+
+bool IsSequence(std::filesystem::path const& name) {
+    AVOutputFormat const* const format = av_guess_format(nullptr, name.filename().c_str(), nullptr);
+    return format != nullptr && GetTraits(*format).isStill && FindSequence(name);
+}
+
+OutputKind FindOutputKind(std::filesystem::path const& output) {
+    Container const container = ChooseContainer(output);
+    return container.isStill ? OutputKind::Image : container.isAudio ? OutputKind::Audio : OutputKind::Video;
 }
 
 std::vector<std::string> ListExtensions() {

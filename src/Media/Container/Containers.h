@@ -50,6 +50,9 @@ struct ContainerTraits {
     bool takesOwnCodecOnly = false;
     /// Of the family of QuickTime and MP4.
     bool isMovFamily = false;
+    /// Video that begins late keeps its times, and what was written in parts can be put together: no frame is
+    /// made up for the time before.
+    bool holdsParts = false;
     /// It has a constant rate and counts in frames.
     bool countsFrames = false;
     /// The only rate of its audio, in samples a second; 0: any.

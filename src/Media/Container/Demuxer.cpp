@@ -14,12 +14,14 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string>
 #include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/common.h>
+#include <libavutil/dict.h>
 #include <libavutil/opt.h>
 }
 
@@ -58,8 +60,9 @@ std::int64_t PixelCount(AVStream const& stream) noexcept {
 
 } // namespace
 
-Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
-    : m_path(std::move(path)), m_stop(std::move(stop)) {
+Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop, Ratio imageRate)
+    : m_path(std::move(path)), m_stop(std::move(stop)), m_sequence(FindSequence(m_path)),
+      m_imageRate(imageRate.numerator > 0 ? imageRate : s_usualImageRate) {
     Open();
     m_video = FindVideo();
     m_audio = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_video, nullptr, 0);
@@ -76,7 +79,7 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop)
 Demuxer::~Demuxer() = default;
 
 std::unique_ptr<Demuxer> Demuxer::Reopen() const {
-    auto again = std::make_unique<Demuxer>(m_path, m_stop);
+    auto again = std::make_unique<Demuxer>(m_path, m_stop, m_imageRate);
     again->WorkOn(m_video, m_audio);
     return again;
 }
@@ -109,24 +112,47 @@ void Demuxer::Open() {
     };
     AVIOInterruptCB const interrupt{&Demuxer::IsInterrupted, this};
     AVIOContext* file = nullptr;
-    int error = avio_open2(&file, ("file:" + m_path.string()).c_str(), AVIO_FLAG_READ, &interrupt, nullptr);
+    std::filesystem::path const path =
+        m_sequence ? m_sequence->MakePath(FindFirstNumber(*m_sequence)) : m_path;
+    int error = avio_open2(&file, ("file:" + path.string()).c_str(), AVIO_FLAG_READ, &interrupt, nullptr);
     m_file.reset(file);
     check(error);
 
     UniqueFormat fresh(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
     fresh->interrupt_callback = interrupt;
     // The file is open; no other is to be, whatever patterns its name has or lists its content.
-    fresh->pb = m_file.get();
-    check(av_opt_set(fresh.get(), "protocol_whitelist", "none", 0));
-    AVFormatContext* context = fresh.release();
-    error = avformat_open_input(&context, m_path.c_str(), nullptr, nullptr); // frees the context on failure
-    m_context.reset(context);
-    check(error);
+    if (!m_sequence)
+        fresh->pb = m_file.get();
+    check(av_opt_set(fresh.get(), "protocol_whitelist", m_sequence ? "file" : "none", 0));
+    check(OpenContext(fresh.release()));
     InputTraits const traits = GetTraits(*m_context->iformat);
     check(traits.isGuess ? AVERROR_INVALIDDATA : 0);
     if (traits.lacksTimes)
         m_context->flags |= AVFMT_FLAG_GENPTS;
     check(avformat_find_stream_info(m_context.get(), nullptr));
+}
+
+/// Takes the context; FFmpeg's error.
+int Demuxer::OpenContext(AVFormatContext* fresh) {
+    AVInputFormat const* format = nullptr;
+    AVDictionary* options = nullptr;
+    std::string name = m_path.string();
+    int error = 0;
+    if (m_sequence) {
+        format = av_find_input_format("image2");
+        name = "file:" + m_sequence->MakePattern();
+        for (auto const& [key, value] :
+             {std::pair("pattern_type", std::string("sequence")),
+              {"start_number", std::to_string(FindFirstNumber(*m_sequence))},
+              {"start_number_range", "1"},
+              {"framerate", fmt::format("{}/{}", m_imageRate.numerator, m_imageRate.denominator)}})
+            error = std::min(error, av_dict_set(&options, key, value.c_str(), 0));
+    }
+    if (error >= 0)
+        error = avformat_open_input(&fresh, name.c_str(), format, &options); // frees the context on failure
+    m_context.reset(fresh);
+    av_dict_free(&options);
+    return error;
 }
 
 int Demuxer::FindVideo() const {
@@ -174,7 +200,7 @@ bool Demuxer::IsCover() const noexcept {
 }
 
 bool Demuxer::IsStill() const noexcept {
-    return GetTraits(*m_context->iformat).isStill || IsCover();
+    return (GetTraits(*m_context->iformat).isStill && !IsSequence()) || IsCover();
 }
 
 /// Only FFmpeg's writers tell, so the one for files of that name is asked.

@@ -2,6 +2,7 @@
 
 #include "Core/Ratio.h"
 #include "Media/Base/FFmpegOwners.h"
+#include "Media/Base/Sequence.h"
 #include "Media/Container/ClockJumps.h"
 #include "Media/Container/FileEnd.h"
 #include "Media/Container/LastFrames.h"
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -19,12 +21,15 @@ struct AVStream;
 
 namespace Tarsel::Media {
 
+/// Images a second of a sequence where nobody says.
+constexpr Ratio s_usualImageRate{25, 1};
+
 /// Reads the packets of a media file. One thread at a time.
 class Demuxer {
 public:
     /// Opens the file and looks into it. InputException when it is no media file or has neither pictures nor
-    /// audio; Stopped.
-    Demuxer(std::filesystem::path path, std::stop_token stop);
+    /// audio; Stopped. The name of a sequence means all its images, so many a second; 0/1: s_usualImageRate.
+    Demuxer(std::filesystem::path path, std::stop_token stop, Ratio imageRate = {});
     ~Demuxer();
     /// The same file from its start, with the same streams to work on. As the constructor.
     std::unique_ptr<Demuxer> Reopen() const;
@@ -50,6 +55,8 @@ public:
     bool IsCover() const noexcept;
     /// Whether what is worked on is one still picture and no film.
     bool IsStill() const noexcept;
+    /// Whether it is made of numbered files, and so is a film of still pictures.
+    bool IsSequence() const noexcept { return m_sequence.has_value(); }
     /// Whether the container states times. Those of bare streams of one codec are FFmpeg's guesses.
     bool HasTimes() const;
     /// Where the picture stream starts and how long it lasts, in microseconds; 0 when not known. Of the best
@@ -78,6 +85,7 @@ public:
 private:
     static int IsInterrupted(void* self) noexcept;
     void Open();
+    int OpenContext(AVFormatContext* fresh);
     int FindVideo() const;
     AVStream const& GetMain() const noexcept;
     bool IsAtEnd(int error) const noexcept;
@@ -87,6 +95,9 @@ private:
 
     std::filesystem::path m_path;
     std::stop_token m_stop;
+    std::optional<Sequence> m_sequence;
+    Ratio m_imageRate;
+    /// Of a sequence: that of its first image.
     UniqueFile m_file;
     UniqueInput m_context;
     int m_video = -1;

@@ -96,10 +96,12 @@ mode_t GetRights(fs::path const& target) {
 
 } // namespace
 
-OutputFile::OutputFile(fs::path path, bool overwrite) : m_path(std::move(path)), m_overwrite(overwrite) {
+OutputFile::OutputFile(fs::path path, bool overwrite, OutputSeries const& series)
+    : m_path(std::move(path)), m_overwrite(overwrite) {
     std::error_code noLink;
     m_target = fs::is_symlink(m_path, noLink) ? fs::canonical(m_path, noLink) : m_path;
-    if (int const error = m_temporary.Create(m_target, GetRights(m_target)); error != 0)
+    fs::path const called = series.name.empty() ? m_target : m_target.parent_path() / series.name.filename();
+    if (int const error = m_temporary.Create(called, GetRights(m_target), series.isFirst); error != 0)
         ThrowCannotWrite(m_path, GetSystemErrorText(error), AVERROR(error));
 
     AVIOContext* io = nullptr;

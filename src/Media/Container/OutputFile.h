@@ -7,12 +7,20 @@
 
 namespace Tarsel::Media {
 
+/// Many files that are written one after the other into one folder.
+struct OutputSeries {
+    /// After which all temporary files are called; "": there is one file, whose name that is.
+    std::filesystem::path name{};
+    /// What earlier runs have left is looked for once.
+    bool isFirst = true;
+};
+
 /// A file being written under a temporary name beside its own. It appears under its name when it is
 /// published; otherwise the destructor removes it. One thread at a time.
 class OutputFile {
 public:
     /// Creates the temporary file; `overwrite`: an existing file may be replaced. OutputException.
-    OutputFile(std::filesystem::path path, bool overwrite);
+    OutputFile(std::filesystem::path path, bool overwrite, OutputSeries const& series = {});
     OutputFile(OutputFile const&) = delete;
     OutputFile& operator=(OutputFile const&) = delete;
     ~OutputFile();

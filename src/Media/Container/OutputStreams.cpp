@@ -84,14 +84,25 @@ void CopyVideoSideData(AVStream const& from, AVStream& to) {
 }
 
 /// What every stream keeps that is re-encoded.
+void KeepWords(AVStream const& from, AVStream& to) {
+    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
+    RemoveEncodingKeys(&to.metadata);
+    to.disposition = from.disposition;
+}
+
 void DescribeAnew(AVStream const& from, StreamEncoder const& encoder, AVStream& to) {
     if (avcodec_parameters_from_context(to.codecpar, encoder.context) < 0)
         ThrowNoMemory("codec parameters");
     CopySideData(*encoder.context, to);
-    CheckCopied(av_dict_copy(&to.metadata, from.metadata, 0));
-    RemoveEncodingKeys(&to.metadata);
-    to.disposition = from.disposition;
+    KeepWords(from, to);
     to.time_base = ToAV(encoder.timeBase);
+}
+
+/// Whether the rate is that of all frames: one that was only measured over changing durations would be
+/// written as every picture's duration.
+bool HasConstantRate(AVStream const& stream) {
+    return stream.r_frame_rate.num == 0 ||
+           AgreeOnRate(FromAV(stream.avg_frame_rate), FromAV(stream.r_frame_rate));
 }
 
 void DescribeEncodedVideo(AVStream const& from, StreamEncoder const& encoder, AVOutputFormat const& format,
@@ -108,11 +119,21 @@ void DescribeEncodedVideo(AVStream const& from, StreamEncoder const& encoder, AV
     if (countsFrames)
         to.time_base = av_inv_q(context.framerate);
     to.sample_aspect_ratio = context.sample_aspect_ratio;
-    // A rate that was only measured over changing durations would be written as every picture's duration.
-    bool const isConstant =
-        from.r_frame_rate.num == 0 || AgreeOnRate(FromAV(from.avg_frame_rate), FromAV(from.r_frame_rate));
-    if (isConstant || countsFrames)
+    if (HasConstantRate(from) || countsFrames)
         to.avg_frame_rate = context.framerate;
+}
+
+/// As the encoder has described it, in a file of the same format.
+void DescribeJoinedVideo(AVStream const& from, StreamEncoder const& encoder, AVStream& to) {
+    AVStream const& made = *encoder.encoded;
+    CheckCopied(avcodec_parameters_copy(to.codecpar, made.codecpar));
+    CopySideData(made, to);
+    CopyVideoSideData(from, to);
+    KeepWords(from, to);
+    to.time_base = made.time_base;
+    to.sample_aspect_ratio = made.sample_aspect_ratio;
+    if (HasConstantRate(from))
+        to.avg_frame_rate = ToAV(encoder.encodedRate);
 }
 
 /// Matroska keeps covers as attachments; as picture streams they would play.
@@ -155,14 +176,15 @@ void DescribeCopied(AVStream const& from, AVOutputFormat const& format, AVStream
 
 /// Null where the stream is copied.
 StreamEncoder const* FindEncoder(StreamEncoders const& encoders, std::size_t stream) noexcept {
-    return stream < encoders.size() && encoders[stream].context != nullptr ? &encoders[stream] : nullptr;
+    return stream < encoders.size() && encoders[stream].IsEncoded() ? &encoders[stream] : nullptr;
 }
 
 /// Containers take more than their makers call finished (TrueHD in MP4): better kept than lost. But raw
 /// pictures would get tags by which nobody knows them.
 int ChooseCompliance(AVOutputFormat const& format, StreamEncoders const& encoders) {
     bool const isRaw = std::ranges::any_of(encoders, [](StreamEncoder const& encoder) {
-        return encoder.context != nullptr && encoder.context->codec_id == AV_CODEC_ID_RAWVIDEO;
+        return (encoder.context != nullptr && encoder.context->codec_id == AV_CODEC_ID_RAWVIDEO) ||
+               (encoder.encoded != nullptr && encoder.encoded->codecpar->codec_id == AV_CODEC_ID_RAWVIDEO);
     });
     return isRaw && GetTraits(format).knowsRawByTag ? FF_COMPLIANCE_NORMAL : FF_COMPLIANCE_EXPERIMENTAL;
 }
@@ -202,6 +224,8 @@ OutputStreams Build(OutputRequest const& request, Selection const& selection) {
         StreamEncoder const* const encoder = FindEncoder(encoders, i);
         if (encoder == nullptr)
             DescribeCopied(source, format, stream);
+        else if (encoder->encoded != nullptr)
+            DescribeJoinedVideo(source, *encoder, stream);
         else if (encoder->first != nullptr)
             DescribeEncodedVideo(source, *encoder, format, stream);
         else

@@ -9,19 +9,26 @@
 
 struct AVFrame;
 struct AVOutputFormat;
+struct AVStream;
 
 namespace Tarsel::Media {
 
 struct InputStreams;
 
-/// What re-encodes a stream of the input.
+/// What re-encodes a stream of the input, or has done so.
 struct StreamEncoder {
-    /// Opened; null: the stream is copied.
+    /// Opened; null: the stream is copied, or `encoded`.
     AVCodecContext const* context = nullptr;
     /// Of the packets.
     Ratio timeBase;
     /// The first picture, whose side data describe the stream; null for other streams.
     AVFrame const* first = nullptr;
+    /// A stream of another file that holds the video as it was encoded, and the rate that its encoder was
+    /// told; null for others.
+    AVStream const* encoded = nullptr;
+    Ratio encodedRate{};
+
+    bool IsEncoded() const noexcept { return context != nullptr || encoded != nullptr; }
 };
 
 /// For each stream of the input; those beyond the end are copied.

@@ -14,11 +14,13 @@ struct Span {
     std::int64_t from = INT64_MIN;
     /// Not included.
     std::int64_t to = INT64_MAX;
+    /// In the output, too, times are those of the input, and frames last as long as there.
+    bool keepsTimes = false;
 
     bool IsWhole() const noexcept { return from == INT64_MIN && to == INT64_MAX; }
     bool Contains(std::int64_t time) const noexcept { return time >= from && time < to; }
     /// The time of the input that is 0 in the output.
-    std::int64_t GetOrigin() const noexcept { return from == INT64_MIN ? 0 : from; }
+    std::int64_t GetOrigin() const noexcept { return from == INT64_MIN || keepsTimes ? 0 : from; }
 };
 
 /// The part of what lasts from `start` to `end`, in ticks of `timeBase`; both the same where there is none.

@@ -29,12 +29,15 @@ bool IsAlike(Proc::SwsCtxSide const& a, Proc::SwsCtxSide const& b) noexcept {
 FrameFitter::FrameFitter(std::filesystem::path path, bool mayScale)
     : m_path(std::move(path)), m_mayScale(mayScale) {}
 
+void FrameFitter::FitTo(AVFrame const& first) {
+    m_first = Proc::SafeFrame::Reference(first);
+    m_target = m_last = Proc::SideOf(first);
+}
+
 Proc::SafeFrame FrameFitter::Fit(Proc::SafeFrame frame, std::int64_t time) {
     Proc::SwsCtxSide const side = Proc::SideOf(*frame);
-    if (!m_first) {
-        m_first = Proc::SafeFrame::Reference(*frame);
-        m_target = m_last = side;
-    }
+    if (!m_first)
+        FitTo(*frame);
     if (!IsAlike(side, m_last)) {
         if (m_firstChange.empty())
             m_firstChange = fmt::format("to {} at {}", Proc::PictureText(*frame), SecondsText(time));

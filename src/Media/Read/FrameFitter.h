@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+struct AVFrame;
+
 namespace Tarsel::Media {
 
 /// Makes all frames of a video like its first one, in size and pixel format: recordings whose resolution
@@ -19,6 +21,8 @@ public:
     /// Without `mayScale` frames that are not like the first are refused. The path is for messages.
     FrameFitter(std::filesystem::path path, bool mayScale);
 
+    /// `first` is the first frame; else the first that Fit gets. Before that.
+    void FitTo(AVFrame const& first);
     /// The frame itself where it is like the first; else scaled, with all that it says beside its pixels.
     /// `time` is in microseconds, for messages. InputException; EffectException for a format that libswscale
     /// does not convert.

@@ -168,8 +168,10 @@ std::optional<SourceFrame> VideoSource::Place(DecodedFrame decoded) {
         m_ended = true;
         return std::nullopt;
     }
-    Ticks const part = Cut(m_span, {time.start, av_sat_add64(time.start, time.duration)}, own);
-    time.duration = std::min(time.duration, std::max<std::int64_t>(part.end - time.start, 1));
+    if (!m_span.keepsTimes) {
+        Ticks const part = Cut(m_span, {time.start, av_sat_add64(time.start, time.duration)}, own);
+        time.duration = std::min(time.duration, std::max<std::int64_t>(part.end - time.start, 1));
+    }
     Ratio const timeBase = GetTimeBase();
     if (std::int64_t const origin = m_span.GetOrigin(); origin != 0) {
         time.start =

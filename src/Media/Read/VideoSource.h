@@ -40,6 +40,8 @@ public:
     /// All pictures become like the first one (see FrameFitter); otherwise they come as they are. Before the
     /// first is decoded.
     void FitFrames(bool mayScale) { m_fitter.emplace(m_path, mayScale); }
+    /// The same, like another frame: that with which the file begins. After FitFrames.
+    void FitTo(AVFrame const& first) { m_fitter.value().FitTo(first); }
 
     Demuxer const& GetDemuxer() const noexcept { return *m_demuxer; }
     /// What the first picture and the file say of the picture stream, but not whether it can be copied.

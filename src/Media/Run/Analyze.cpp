@@ -29,7 +29,7 @@ AnalyzeResult AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& 
     CheckInputPath(options.input);
     StageTimes times;
     CheckRange(options.range);
-    auto demuxer = std::make_unique<Demuxer>(options.input, stop.get_token());
+    auto demuxer = std::make_unique<Demuxer>(options.input, stop.get_token(), options.imageRate);
     Choose(options.streams, *demuxer);
     Span const span = FindSpan(options.range, *demuxer, stop.get_token());
     VideoSource source(std::move(demuxer), stop.get_token(), span);

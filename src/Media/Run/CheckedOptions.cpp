@@ -5,6 +5,7 @@
 #include "Media/Base/Paths.h"
 #include "Media/Codec/AudioEncoderChoice.h"
 #include "Media/Codec/EncoderSettings.h"
+#include "Media/Container/SequenceFiles.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Read/SpanFinder.h"
 
@@ -48,18 +49,38 @@ void CheckNoRange(RunOptions const& options) {
 
 void CheckTime(CheckedOptions const& checked) {
     RunOptions const& options = checked.options;
-    if (checked.container.isStill)
+    if (checked.IsOneImage())
         CheckNoRange(options);
     CheckRange(options.range);
     if (!options.at)
         return;
     auto const fail = [](std::string const& description) { Core::Throw<OptionsException>(description); };
-    if (!checked.container.isStill)
+    if (!checked.IsOneImage())
         Core::Throw<OptionsException>(fmt::format("{} is {}, not an image", Quote(options.output),
-                                                  checked.container.isAudio ? "an audio file" : "a video"),
+                                                  checked.sequence            ? "a sequence of images"
+                                                  : checked.container.isAudio ? "an audio file"
+                                                                              : "a video"),
                                       TagSurplusOption("at"));
     if (!(*options.at >= 0 && *options.at < 1e9))
         fail(fmt::format("Give a time from 0 to the end of the video, not {} s", *options.at));
+}
+
+void CheckPart(CheckedOptions const& checked) {
+    RunOptions const& options = checked.options;
+    if (!options.part && options.parts.empty())
+        return;
+    if (!GetTraits(*checked.container.format).holdsParts)
+        Core::Throw<OptionsException>(fmt::format("Choose another container, such as .mkv or .mp4: {} files "
+                                                  "hold no parts of a video",
+                                                  options.output.extension().string()));
+    for (auto const& [time, name] : {std::pair(options.range.from, "from"),
+                                     {options.range.to, "to"},
+                                     {options.range.duration, "duration"}})
+        if (time)
+            Core::Throw<OptionsException>("parts are those of the whole video", TagSurplusOption(name));
+    if (options.part && (options.part->number < 1 || options.part->number > options.part->count))
+        Core::Throw<OptionsException>(
+            fmt::format("Give a part from 1 to {}, not {}", options.part->count, options.part->number));
 }
 
 AVCodec const* PlanVideoEncoder(CheckedOptions const& checked) {
@@ -123,7 +144,8 @@ bool CheckedOptions::AsksAudioQuality() const noexcept {
 }
 
 bool CheckedOptions::NeedsVideo() const noexcept {
-    return WantsVideoEncoder() || (options.makeVideoEffects && !options.mayLackVideo);
+    return WantsVideoEncoder() || !options.parts.empty() ||
+           (options.makeVideoEffects && !options.mayLackVideo);
 }
 
 bool CheckedOptions::NeedsAudio() const noexcept {
@@ -133,9 +155,12 @@ bool CheckedOptions::NeedsAudio() const noexcept {
 CheckedOptions CheckEncoders(RunOptions const& options) {
     CheckOutputPath(options.output, options.input, true);
     CheckedOptions checked{options, ChooseContainer(options.output)};
+    if (checked.container.isStill)
+        checked.sequence = FindSequence(options.output);
     checked.videoEncoder = PlanVideoEncoder(checked);
     checked.audioEncoder = PlanAudioEncoder(checked);
     CheckTime(checked);
+    CheckPart(checked);
     CheckSelection(checked);
     return checked;
 }
@@ -144,7 +169,12 @@ CheckedOptions CheckOptions(RunOptions const& options) {
     CheckedOptions checked = CheckEncoders(options);
     // Last, so that whoever then asks for overwriting meets no other refusal.
     CheckInputPath(options.input);
+    if (options.imageRate.numerator > 0 && !FindSequence(options.input))
+        Core::Throw<OptionsException>(Quote(options.input) + " is not a sequence of images",
+                                      TagSurplusOption("rate"));
     CheckOutputPath(options.output, options.input, options.overwrite);
+    if (checked.sequence)
+        CheckSequenceFiles(*checked.sequence, options.firstNumber, options.input, options.overwrite);
     return checked;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Media/Base/Sequence.h"
 #include "Media/Codec/EncoderChoice.h"
 #include "Media/Run.h"
+
+#include <optional>
 
 struct AVCodec;
 
@@ -11,11 +14,15 @@ namespace Tarsel::Media {
 struct CheckedOptions {
     RunOptions const& options;
     Container container;
+    /// Images are written, one for each frame; nothing: there is one file.
+    std::optional<Sequence> sequence{};
     /// Null where the container has no usual one.
     AVCodec const* videoEncoder = nullptr;
     /// Null where it depends on the stream.
     AVCodec const* audioEncoder = nullptr;
 
+    /// Whether one image is written.
+    bool IsOneImage() const noexcept { return container.isStill && !sequence; }
     Quality GetQuality() const noexcept;
     /// Whether nothing is said of the encoder, so that the input's codec decides.
     bool MayKeepCodec() const noexcept;

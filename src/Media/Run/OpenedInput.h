@@ -1,11 +1,14 @@
 #pragma once
 
 #include "Media/Container/InputStreams.h"
+#include "Media/Read/PartFinder.h"
 #include "Media/Read/VideoSource.h"
 #include "Media/Run/CheckedOptions.h"
+#include "Media/Run/PartJoiner.h"
 
 #include <exception>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -24,6 +27,10 @@ struct OpenedInput {
     VideoStreamInfo video;
     /// Why the packets of the video cannot be copied to the range alone; "" when they can.
     std::string cutObstacle;
+    /// Where a part is wanted; without frames there is no `source`.
+    std::optional<PartSpan> part;
+    /// The video, where it was encoded in parts.
+    std::unique_ptr<PartJoiner> parts;
     /// Of what becomes an image.
     ImageFacts facts;
 

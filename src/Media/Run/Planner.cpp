@@ -119,6 +119,10 @@ void Planner::LeaveOutWhatFilesLack() {
 /// Why the video cannot be copied into the container; "" when it can.
 std::string Planner::DescribeCopyObstacle() const {
     Demuxer const& input = m_input.GetDemuxer();
+    if (m_checked.sequence || input.IsSequence())
+        return fmt::format(
+            "{} is a sequence of images",
+            Quote(m_checked.sequence ? m_options.output.filename() : m_options.input.filename()));
     AVStream const& video = input.GetVideo();
     AVCodecID const codec = video.codecpar->codec_id;
     bool const canHold = input.IsCover() && !m_container.isStill
@@ -145,13 +149,21 @@ std::string Planner::DescribeCopyObstacle() const {
 void Planner::PlanVideo() {
     if (m_streams.video < 0)
         return;
+    if (m_input.parts != nullptr) {
+        m_hasEffects = true;
+        GetVideoPlan().reason = "it was encoded in parts";
+        GetVideoPlan().encoder = m_input.parts->GetFacts().encoder;
+        return;
+    }
     if (m_input.source != nullptr) {
         PlanEncoders();
         if (Chain chain = MakeChain())
             Encode(std::move(chain));
+        else if (m_options.part)
+            Core::Throw<OptionsException>("The video is copied as it is", TagSurplusOption("part"));
         return;
     }
-    if (m_checked.NeedsVideo() || m_container.isStill || !DescribeCopyObstacle().empty())
+    if (m_checked.NeedsVideo() || m_options.part || m_container.isStill || !DescribeCopyObstacle().empty())
         std::rethrow_exception(m_input.failure);
 }
 
@@ -164,7 +176,8 @@ void Planner::PlanEncoders() {
     if (input.IsCover() && !m_container.isStill && m_options.videoEncoder.empty()) {
         AVCodec const* const same = avcodec_find_encoder(codec);
         m_encoder = same != nullptr ? same : m_encoder;
-    } else if (m_checked.MayKeepCodec() && !input.IsStill() && TakesAlone(m_format, input.GetVideo())) {
+    } else if (m_checked.MayKeepCodec() && !input.IsStill() && !input.IsSequence() &&
+               TakesAlone(m_format, input.GetVideo())) {
         PreferEncoders(
             FindSameEncoders(m_container, m_options.output, codec, m_input.video.format, m_options.quality));
     }
@@ -242,7 +255,7 @@ void Planner::Encode(Chain chain) {
     Ratio const frameRate = countsFrames ? m_input.GetDemuxer().GetFinestRate() : info.frameRate;
     OpenEncoder(
         {m_encoder, m_options.videoEncoderOptions, ChooseQuality(), &m_format, m_run.video->GetTimeBase(),
-         frameRate, firstDuration, m_container.isStill,
+         frameRate, firstDuration, m_checked.IsOneImage(),
          m_options.keepsEffectFormat ? Conf::Color::Form() : Conf::Color::Form{info.format, info.space}},
         *first);
     AVCodecContext const& context = m_run.videoEncoder->GetContext();
@@ -281,7 +294,7 @@ void Planner::NoteEncoding(AVCodec const& encoder) {
     AVCodecDescriptor const* const input = avcodec_descriptor_get(demuxer.GetVideo().codecpar->codec_id);
     // Who names the bare stream of one codec names the codec.
     bool const isBare = !KeepsTimes(m_format) && m_format.audio_codec == AV_CODEC_ID_NONE;
-    if (input == nullptr || !m_checked.MayKeepCodec() || demuxer.IsStill() || isBare)
+    if (input == nullptr || !m_checked.MayKeepCodec() || demuxer.IsStill() || demuxer.IsSequence() || isBare)
         return;
     // Of the usual encoder in place of the codec's own a note tells already.
     bool const isOther = input->id != encoder.id && &encoder != m_usualEncoder;
@@ -327,6 +340,9 @@ void Planner::PlanOutput() {
         if (m_run.videoEncoder != nullptr && static_cast<int>(i) == m_streams.video)
             encoders[i] = {&m_run.videoEncoder->GetContext(), m_run.videoEncoder->GetTimeBase(),
                            &m_run.videoEncoder->GetFirstFrame()};
+        else if (m_input.parts != nullptr && static_cast<int>(i) == m_streams.video)
+            encoders[i] = {
+                nullptr, {}, nullptr, &m_input.parts->GetStream(), m_input.parts->GetFacts().frameRate};
         else if (work.audio != nullptr)
             encoders[i] = {&work.audio->GetEncoder().GetContext(), work.audio->GetEncoder().GetTimeBase()};
         else if (work.text != nullptr)
@@ -337,17 +353,17 @@ void Planner::PlanOutput() {
         StreamPlan& plan = m_run.plan.streams[i];
         bool const isTaken = m_run.output.indexes[i] >= 0;
         plan.fate = !isTaken                           ? Fate::Drop
-                    : encoders[i].context == nullptr   ? Fate::Copy
+                    : !encoders[i].IsEncoded()         ? Fate::Copy
                     : m_run.streams[i].text != nullptr ? Fate::Convert
                                                        : Fate::Encode;
         if (!isTaken) {
-            if (encoders[i].context != nullptr)
+            if (encoders[i].IsEncoded())
                 plan.notes.clear(); // of an encoder that does nothing
             m_run.streams[i] = {};
             plan.encoder.clear();
             plan.encoderOptions.clear();
             plan.format.clear();
-            if (plan.reason.empty() || encoders[i].context != nullptr)
+            if (plan.reason.empty() || encoders[i].IsEncoded())
                 plan.reason = fmt::format("{} cannot hold it", Quote(m_options.output.filename()));
         } else {
             plan.output = m_run.output.indexes[i];
@@ -362,6 +378,9 @@ void Planner::PlanOutput() {
             plan.notes.push_back(std::move(note));
     }
     m_run.plan.notes = m_run.output.notes;
+    if (m_input.GetDemuxer().IsSequence() && !m_checked.sequence && m_options.imageRate.numerator == 0)
+        m_run.plan.notes.push_back(
+            fmt::format("Took {} images a second; --rate sets another rate.", s_usualImageRate.numerator));
 }
 
 } // namespace

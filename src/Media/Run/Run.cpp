@@ -8,6 +8,7 @@
 #include "Media/Codec/EncoderSettings.h"
 #include "Media/Codec/Encoders.h"
 #include "Media/Container/OutputFile.h"
+#include "Media/Container/SequenceFiles.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Read/ImageFacts.h"
 #include "Media/Read/NonVideoReader.h"
@@ -23,6 +24,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -42,7 +44,7 @@ class Job {
 public:
     Job(RunOptions const& options, std::stop_source stop)
         : m_options(options), m_stop(std::move(stop)), m_checked(CheckOptions(options)),
-          m_isStill(m_checked.container.isStill) {}
+          m_isStill(m_checked.IsOneImage()) {}
 
     RunResult Run();
 
@@ -51,8 +53,17 @@ private:
     void Plan();
     void Work();
     void WorkOnVideo(OutputFile& file, NonVideoStreams& beside);
-    void PassVideo(Pipeline& pipeline, Writer& writer);
+    void WorkOnSequence(Sequence const& sequence);
+    void PassVideo(Pipeline& pipeline, std::function<void(WorkedFrame const&)> const& write,
+                   std::function<void()> const& close);
+    bool IsWanted(WorkedFrame const& frame);
+    void NoteVideo();
+    void EndPart(Writer const& writer);
+    void WriteEmptyPart();
+    void JoinVideo(OutputFile& file, NonVideoStreams& beside);
     void Copy(OutputFile& file, NonVideoStreams& beside);
+    /// Null where the files have their names already.
+    void Publish(OutputFile* file);
     void NoteSize(std::int64_t input, std::int64_t output);
     std::int64_t GetEnd(AVPacket const& packet) const;
     void CheckReached(std::int64_t end) const;
@@ -73,6 +84,10 @@ private:
 
 RunResult Job::Run() {
     Open();
+    if (m_input.part && m_input.part->IsEmpty()) {
+        WriteEmptyPart();
+        return std::move(m_result);
+    }
     Plan();
     Work();
     return std::move(m_result);
@@ -81,7 +96,15 @@ RunResult Job::Run() {
 void Job::Open() {
     m_input = OpenInput(m_checked, m_stop.get_token());
     m_progress.SetSpan(m_input.GetDemuxer().GetStart(), m_input.GetDemuxer().GetDuration(),
-                       m_input.streams.span);
+                       m_input.part ? m_input.part->written : m_input.streams.span);
+    if (m_input.part) {
+        Span const& written = m_input.part->written;
+        m_result.part.emplace();
+        m_result.part->from = written.from;
+        m_result.part->to = written.to;
+        if (written.from != INT64_MIN && !m_input.GetDemuxer().SeeksExactly())
+            AddNotes({"Decoded the input from its beginning: files of its kind have no index."});
+    }
 }
 
 void Job::Plan() {
@@ -103,65 +126,151 @@ void Job::Work() {
     if (m_options.onFrame)
         WatchFrames(m_options.onFrame, m_input.streams, m_planned);
     NonVideoStreams beside(m_input.streams, std::move(m_planned.streams), m_progress, m_stop.get_token());
-    OutputFile file(m_options.output, m_options.overwrite);
-    if (m_planned.video != nullptr)
-        WorkOnVideo(file, beside);
+    std::optional<OutputFile> file;
+    if (m_checked.sequence)
+        WorkOnSequence(*m_checked.sequence);
+    else if (file.emplace(m_options.output, m_options.overwrite); m_planned.video != nullptr)
+        WorkOnVideo(*file, beside);
+    else if (m_input.parts != nullptr)
+        JoinVideo(*file, beside);
     else
-        Copy(file, beside);
+        Copy(*file, beside);
     AddNotes(beside.GetNotes());
     beside.AddTimes(m_times);
     m_result.framesOut = m_progress.GetFrames();
     m_result.audioSeconds = m_progress.GetAudioSeconds();
     Report();
+    Publish(file ? &*file : nullptr);
+    m_result.times = m_times.Get();
+}
+
+void Job::Publish(OutputFile* file) {
     if (m_stop.stop_requested())
         throw Stopped();
-    file.Publish();
-    std::error_code unknown;
-    if (auto const bytes = std::filesystem::file_size(m_options.output, unknown); !unknown)
-        m_result.bytes = static_cast<std::int64_t>(bytes);
+    if (file != nullptr) {
+        file->Publish();
+        std::error_code unknown;
+        if (auto const bytes = std::filesystem::file_size(m_options.output, unknown); !unknown)
+            m_result.bytes = static_cast<std::int64_t>(bytes);
+    }
     m_result.seconds = m_progress.GetSeconds();
-    m_result.times = m_times.Get();
+}
+
+void Job::WriteEmptyPart() {
+    OutputFile file(m_options.output, m_options.overwrite);
+    file.Close();
+    Publish(&file);
+    AddNotes({fmt::format("Part {} of {} holds no frames: the video has too few key frames.",
+                          m_options.part->number, m_options.part->count)});
 }
 
 void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
     InputStreams const& streams = m_input.streams;
     VideoEncoder& encoder = *m_planned.videoEncoder;
     std::optional<NonVideoReader> others;
-    if (!m_isStill && streams.context->nb_streams > 1)
+    if (!m_isStill && !m_input.part && streams.context->nb_streams > 1)
         others.emplace(m_input.GetDemuxer(), streams.span);
     Muxer muxer(std::move(m_planned.output), file, streams);
     Writer writer(encoder, muxer, streams, others ? &*others : nullptr, beside, m_progress);
 
     Pipeline pipeline(m_stop, [this] { Report(); });
-    PassVideo(pipeline, writer);
+    PassVideo(
+        pipeline, [&](WorkedFrame const& frame) { writer.Write(frame); }, [&] { writer.Close(); });
+    if (m_result.part)
+        EndPart(writer);
 
     VideoSource const& source = *m_input.source;
-    m_result.framesIn = source.GetFrameCount();
     NoteShortRange(source.GetEnd());
     NoteSize(source.GetByteCount(), writer.GetByteCount());
     AddNotes(others ? others->GetNotes() : source.GetDemuxer().GetNotes());
-    AddNotes(source.GetNotes());
-    AddNotes(encoder.GetNotes());
+    NoteVideo();
     AddNotes(muxer.GetNotes());
     AddNotes(DescribeLostFacts(m_input.facts, file.GetTemporaryPath()));
+}
+
+/// An image for each frame; those that are written stay, whatever comes.
+void Job::WorkOnSequence(Sequence const& sequence) {
+    VideoEncoder& encoder = *m_planned.videoEncoder;
+    SequenceFiles files(m_options.output, sequence, m_options.firstNumber, m_options.overwrite);
+    auto const write = [&] {
+        while (AVPacket const* const packet = encoder.Receive())
+            files.Write({packet->data, static_cast<std::size_t>(packet->size)});
+    };
+    Pipeline pipeline(m_stop, [this] { Report(); });
+    try {
+        PassVideo(
+            pipeline,
+            [&](WorkedFrame const& frame) {
+                encoder.Send(frame);
+                write();
+                m_progress.Add(av_sat_add64(frame.data->GetTime(), frame.data->GetDuration()));
+            },
+            [&] {
+                encoder.End();
+                write();
+            });
+    } catch (Stopped const&) {
+        Core::Throw<InterruptedException>(fmt::format("Interrupted: {} of {} are written",
+                                                      CountText(files.GetCount(), "image"),
+                                                      Quote(m_options.output)));
+    }
+    NoteShortRange(m_input.source->GetEnd());
+    AddNotes(m_input.GetDemuxer().GetNotes());
+    NoteVideo();
+    AddNotes(DescribeLostFacts(m_input.facts, files.GetFirstPath()));
+    AddNotes(files.GetNotes());
+    m_result.bytes = files.GetByteCount();
+}
+
+/// Once it has passed.
+void Job::NoteVideo() {
+    m_result.framesIn = m_input.source->GetFrameCount();
+    AddNotes(m_input.source->GetNotes());
+    AddNotes(m_planned.videoEncoder->GetNotes());
     if (std::int64_t const moved = m_planned.video->GetMovedCount(); moved > 0)
         AddNotes({fmt::format("Moved {}, which did not increase, by the smallest step.",
                               CountText(moved, "frame timestamp"))});
 }
 
+/// Of the results: of an image the first, of a part no others than its own, which it counts.
+bool Job::IsWanted(WorkedFrame const& frame) {
+    if (m_isStill)
+        return m_progress.GetFrames() == 0;
+    if (!m_input.part)
+        return true;
+    if (!m_input.part->written.Contains(frame.data->GetTime()))
+        return false;
+    PartFacts& facts = *m_result.part;
+    if (facts.frames++ == 0)
+        facts.first = frame.time.start;
+    facts.last = frame.time.start;
+    facts.end = av_sat_add64(frame.time.start, frame.time.duration);
+    return true;
+}
+
+void Job::EndPart(Writer const& writer) {
+    PartFacts& facts = *m_result.part;
+    VideoEncoder const& encoder = *m_planned.videoEncoder;
+    facts.packets = writer.GetPacketCount();
+    facts.timeBase = encoder.GetTimeBase();
+    facts.frameRate = FromAV(encoder.GetContext().framerate);
+    facts.encoder = m_result.videoEncoder;
+}
+
 /// Three stages: read and decode, work, encode and write.
-void Job::PassVideo(Pipeline& pipeline, Writer& writer) {
+void Job::PassVideo(Pipeline& pipeline, std::function<void(WorkedFrame const&)> const& write,
+                    std::function<void()> const& close) {
     VideoWork& work = *m_planned.video;
     auto const worked = pipeline.AddStage<WorkedFrame>(
         [&](WorkedFrame const& frame) {
             Core::Stopwatch const watch(m_times.writing);
-            if (!m_isStill || m_progress.GetFrames() == 0)
-                writer.Write(frame);
+            if (IsWanted(frame))
+                write(frame);
             m_times.Leave();
         },
         [&] {
             Core::Stopwatch const watch(m_times.writing);
-            writer.Close();
+            close();
         });
     auto const take = [&] {
         Core::Stopwatch const watch(m_times.effects);
@@ -200,6 +309,50 @@ void Job::PassVideo(Pipeline& pipeline, Writer& writer) {
         }
         decoded.close();
     });
+}
+
+/// The packets of the parts, and beside them all other streams as in a run of the whole.
+void Job::JoinVideo(OutputFile& file, NonVideoStreams& beside) {
+    InputStreams const& streams = m_input.streams;
+    PartJoiner& parts = *m_input.parts;
+    Ratio const timeBase = FromAV(parts.GetStream().time_base);
+    std::optional<NonVideoReader> others;
+    if (streams.context->nb_streams > 1)
+        others.emplace(m_input.GetDemuxer(), streams.span);
+    Muxer muxer(std::move(m_planned.output), file, streams);
+    auto const writeOthersBefore = [&](std::int64_t time) {
+        while (AVPacket* const packet = others ? others->NextBefore(time) : nullptr)
+            beside.Write(*packet, muxer);
+    };
+    Pipeline pipeline(m_stop, [this] { Report(); });
+    auto const packets = pipeline.AddStage<UniquePacket>(
+        [&](UniquePacket packet) {
+            Core::Stopwatch const watch(m_times.writing);
+            std::int64_t const ticks = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
+            writeOthersBefore(ToMicroseconds(ticks, timeBase));
+            m_progress.Add(ToMicroseconds(av_sat_add64(packet->pts, packet->duration), timeBase));
+            packet->stream_index = streams.video;
+            muxer.Write(*packet, timeBase);
+        },
+        [&] {
+            Core::Stopwatch const watch(m_times.writing);
+            writeOthersBefore(INT64_MAX);
+            beside.End(muxer);
+            muxer.Close();
+        });
+    pipeline.Run([&] {
+        UniquePacket packet = MakePacket();
+        auto const read = [&] {
+            Core::Stopwatch const watch(m_times.reading);
+            return parts.Read(*packet);
+        };
+        while (read())
+            packets.give(std::exchange(packet, MakePacket()));
+        packets.close();
+    });
+    m_result.framesIn = parts.GetFacts().frames;
+    AddNotes(others ? others->GetNotes() : std::vector<std::string>());
+    AddNotes(muxer.GetNotes());
 }
 
 /// All packets as they are, but those of streams that are worked on.

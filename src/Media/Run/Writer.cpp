@@ -21,6 +21,7 @@ void Writer::WriteEncoded() {
     while (AVPacket* const packet = m_encoder.Receive()) {
         std::int64_t const ticks = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
         m_bytes += packet->size;
+        ++m_packets;
         WriteOthersBefore(ToMicroseconds(ticks, m_encoder.GetTimeBase()));
         packet->stream_index = m_input.video;
         m_muxer.Write(*packet, m_encoder.GetTimeBase());

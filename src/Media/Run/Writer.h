@@ -29,6 +29,7 @@ public:
 
     /// Of the encoded pictures. Once closed.
     std::int64_t GetByteCount() const noexcept { return m_bytes; }
+    std::int64_t GetPacketCount() const noexcept { return m_packets; }
 
 private:
     void WriteEncoded();
@@ -41,6 +42,7 @@ private:
     NonVideoStreams& m_beside;
     ProgressMeter& m_progress;
     std::int64_t m_bytes = 0;
+    std::int64_t m_packets = 0;
 };
 
 } // namespace Tarsel::Media

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string_view>
 
 namespace Tarsel::Proc {
@@ -45,6 +46,9 @@ constexpr std::string_view GetName(Takes takes) noexcept {
 
 /// What an effect says of itself, beside its settings; one row for each effect.
 struct EffectTraits {
+    /// In place of a number of frames: all there are.
+    static constexpr std::int32_t s_withoutEnd = std::numeric_limits<std::int32_t>::max();
+
     /// One line for people: what the effect does.
     std::string_view summary;
     /// Frames of other formats may be refused, and those of odd width or height are where only even ones are
@@ -75,6 +79,10 @@ struct EffectTraits {
     std::int32_t framesPerFrame = 1;
     /// Gains from more than one thread, so that a share of the thread budget is worth asking for.
     bool slices = false;
+    /// Unless frames are independent: how many frames before its own and after it a result depends on, at
+    /// most. A host that begins that much earlier and ends that much later gets the same frames in between.
+    std::int32_t looksBack = s_withoutEnd;
+    std::int32_t looksAhead = s_withoutEnd;
 };
 
 } // namespace Tarsel::Proc

@@ -1,12 +1,11 @@
 #include "Core/Files.h"
 #include "Core/TemporaryPath.h"
-#include "Host/ErrorReport.h"
 #include "Host/FFmpegMessages.h"
-#include "Media/InputErrors.h"
 #include "Media/MediaExceptions.h"
 #include "Tools/Tarsel/Arguments/ArgumentHints.h"
 #include "Tools/Tarsel/Console/Console.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
+#include "Tools/Tarsel/Console/FailureText.h"
 #include "Tools/Tarsel/Console/RunReport.h"
 #include "Tools/Tarsel/Console/Signals.h"
 #include "Tools/Tarsel/Console/StandardStreams.h"
@@ -14,7 +13,6 @@
 #include "Tools/Tarsel/Verbs/Verb.h"
 
 #include <CLI/CLI.hpp>
-#include <boost/exception/get_error_info.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -34,21 +32,6 @@
 namespace Tarsel::Tools {
 namespace {
 
-std::string Describe(std::exception const& failure, ExitCode code, bool verbose) {
-    std::string text;
-    if (std::string const* option = boost::get_error_info<Media::TagMissingOption>(failure))
-        text += fmt::format("Add --{}: ", *option);
-    if (std::string const* option = boost::get_error_info<Media::TagSurplusOption>(failure))
-        text += fmt::format("Remove --{}: ", *option);
-    if (verbose)
-        text += Host::DescribeErrorFully(failure);
-    else if (code == ExitCode::Interrupted)
-        text += failure.what(); // what was logged until then is not about it
-    else
-        text += Host::DescribeError(failure);
-    return text;
-}
-
 /// Takes no memory.
 void SayOutOfMemory() noexcept {
     (void)Core::WriteAll(STDERR_FILENO, "tarsel: error: Out of memory\n");
@@ -60,7 +43,7 @@ ExitCode Report(Console& console, RunReport& report, std::exception const& failu
     constexpr int base = 128; // as shells expect
     ExitCode code = GetExitCode(failure);
     try {
-        std::string const text = Describe(failure, code, verbose);
+        std::string const text = DescribeFailure(failure, verbose);
         console.SetStatus({});
         console.Print((code == ExitCode::Interrupted ? "tarsel: " : "tarsel: error: ") + text);
         if (code == ExitCode::Interrupted && signal != 0)
@@ -121,13 +104,15 @@ ExitCode Run(int argc, char const* const* argv, Console& console, RunReport& rep
     app.footer(DescribeExitCodes() + "\n\"tarsel help VERB\" describes a verb.");
 
     CommonOptions options;
-    std::array const verbs{
-        AddRunVerb(app, options),     AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
-        AddMixVerb(app, options),     AddToneVerb(app, options),      AddMeterVerb(app, options),
-        AddListVerb(app, options),    AddExplainVerb(app, options),   AddCheckVerb(app, options),
-        AddPreviewVerb(app, options), AddGalleryVerb(app, options),   AddTryVerb(app, options),
-        AddSaveVerb(app, options),    AddBenchVerb(app, options),     AddManVerb(app),
-        AddCompleteVerb(app, options)};
+    std::array const verbs{AddRunVerb(app, options),       AddJoinVerb(app, options),
+                           AddStabilizeVerb(app, options), AddPaletteVerb(app, options),
+                           AddMixVerb(app, options),       AddToneVerb(app, options),
+                           AddMeterVerb(app, options),     AddListVerb(app, options),
+                           AddExplainVerb(app, options),   AddCheckVerb(app, options),
+                           AddPreviewVerb(app, options),   AddGalleryVerb(app, options),
+                           AddTryVerb(app, options),       AddSaveVerb(app, options),
+                           AddBenchVerb(app, options),     AddManVerb(app),
+                           AddCompleteVerb(app, options)};
     try {
         std::vector<std::string> arguments = ReadArguments(argc, argv, app);
         app.parse(arguments);
@@ -143,16 +128,15 @@ ExitCode Run(int argc, char const* const* argv, Console& console, RunReport& rep
     }
 
     StopOnSignals const signals; // before anything is opened
-    Media::InputErrors inputErrors;
     Host::FFmpegMessages const messages([&](int level, std::string_view line) {
-        inputErrors.Hear(level, line);
+        report.GetErrors().Hear(level, line);
         if (options.verbose)
             console.Print(line);
         report.GetLog().Write(GetLevelName(level), line);
     });
     try {
         verb->run({console, options, signals.GetStop(), report});
-        report.AddNotes(inputErrors.GetNotes());
+        report.AddNotes(report.GetErrors().TakeNotes());
         report.End();
         StopOnSignals::Ignore();
     } catch (std::exception const& failure) {

@@ -150,7 +150,10 @@ std::vector<std::string> ExpandHelp(CLI::App const& app, std::vector<std::string
 std::string ExplainParseError(CLI::App const& app, CLI::ParseError const& error) {
     CLI::App const& verb = GetParsed(app);
     std::string hint;
-    if (std::vector<std::string> const left = app.remaining(true); !left.empty())
+    std::vector<std::string> left = app.remaining(true);
+    if (verb.get_allow_extras()) // names of any number
+        std::erase_if(left, [](std::string const& word) { return !word.starts_with('-'); });
+    if (!left.empty())
         hint = ExplainLeftover(app, verb, left.front());
     else if (dynamic_cast<CLI::RequiredError const*>(&error) != nullptr ||
              dynamic_cast<CLI::RequiresError const*>(&error) != nullptr)

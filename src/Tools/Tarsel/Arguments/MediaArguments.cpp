@@ -26,6 +26,7 @@ void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
     command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
     streams.AddTo(command);
     range.AddTo(command);
+    sequence.AddTo(command);
     video.AddTo(command);
     AddWordOption(command, "--on-resize", onResize, {s_scaleToFirst, s_failAtOther},
                   "Frames of another size than the first: scale, fail");
@@ -35,6 +36,10 @@ void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
     AddWordOption(command, "--quality", quality, qualities, fmt::format("{}", fmt::join(qualities, ", ")))
         ->option_text("LEVEL");
     audio.AddTo(command);
+    AddReportTo(command);
+}
+
+void MediaArguments::AddReportTo(CLI::App& command) {
     AddThreadsOption(command, threads);
     std::vector<std::string> forms;
     for (ProgressWord const& each : s_progressWords)
@@ -60,6 +65,8 @@ Media::RunOptions MediaArguments::MakeRunOptions() const {
     options.overwrite = overwrite;
     options.streams = streams.MakeSelection();
     options.range = range.MakeRange();
+    options.imageRate = sequence.MakeRate();
+    options.firstNumber = sequence.startNumber;
     options.onResize = onResize == s_failAtOther ? Media::OnResize::Fail : Media::OnResize::Scale;
     options.videoEncoder = video.name;
     for (Media::Quality const each : Media::s_everyQuality)

@@ -3,6 +3,7 @@
 #include "Media/Run.h"
 #include "Tools/Tarsel/Arguments/EncoderArguments.h"
 #include "Tools/Tarsel/Arguments/RangeArguments.h"
+#include "Tools/Tarsel/Arguments/SequenceArguments.h"
 #include "Tools/Tarsel/Arguments/StreamArguments.h"
 #include "Tools/Tarsel/Console/RunReport.h"
 
@@ -22,6 +23,7 @@ struct MediaArguments {
     bool overwrite = false;
     StreamArguments streams;
     RangeArguments range;
+    SequenceArguments sequence;
     std::string onResize = "scale";
     EncoderArguments video = EncoderArguments::ForVideo();
     std::string quality;
@@ -37,6 +39,8 @@ struct MediaArguments {
     /// Adds INPUT, which is called so in its help, OUTPUT and the options to a verb's; this object has to
     /// outlive the parsing.
     void AddTo(CLI::App& command, std::string const& inputs);
+    /// The last of these alone: threads, and what a run reports.
+    void AddReportTo(CLI::App& command);
     ProgressForm GetProgressForm() const;
     /// Files, streams, range and encoders. UsageException for an encoder option that is not KEY=VALUE.
     Media::RunOptions MakeRunOptions() const;

@@ -55,6 +55,7 @@ std::string FormatCatalog(std::vector<CatalogEntry> const& entries, std::size_t 
 ///     - "alpha", "depth", "range", "size": whether the effect keeps it: "always", "sometimes", "never";
 ///     - "roundsToChroma", "frameIndependent", "tail", "slices": booleans;
 ///     - "delayFrames", "delayMicroseconds", "framesPerFrame": integers;
+///     - "looksBack", "looksAhead": integers, null for frames without end and of audio that depends on more;
 ///   - "facts": an array of strings, kind and traits in words (DescribeFacts);
 ///   - "parameters": an array, an object for each parameter with
 ///     - "key", "unit", "help": strings; "kind": the name of a Proc::FieldKind;

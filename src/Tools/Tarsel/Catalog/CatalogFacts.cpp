@@ -30,6 +30,14 @@ std::string DescribeKept(Proc::EffectTraits const& traits, bool isPicture, Proc:
     return names.empty() ? names : fmt::format("{} {}", lead, names);
 }
 
+std::string DescribeReach(Proc::EffectTraits const& traits) {
+    constexpr std::int32_t without = Proc::EffectTraits::s_withoutEnd;
+    return traits.looksBack == without || traits.looksAhead == without
+               ? "depends on neighboring frames"
+               : fmt::format("depends on {} frame{} before and {} after", traits.looksBack,
+                             traits.looksBack == 1 ? "" : "s", traits.looksAhead);
+}
+
 } // namespace
 
 std::vector<std::string> DescribeFacts(CatalogEntry const& entry) {
@@ -50,7 +58,7 @@ std::vector<std::string> DescribeFacts(CatalogEntry const& entry) {
     add(traits.roundsToChroma, "rounds sizes and positions to whole chroma samples");
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Sometimes, "may change"));
     add(true, DescribeKept(traits, isPicture, Proc::Keeps::Never, "does not keep"));
-    add(!traits.frameIndependent, isPicture ? "depends on neighboring frames" : "depends on earlier audio");
+    add(!traits.frameIndependent, isPicture ? DescribeReach(traits) : "depends on earlier audio");
     add(traits.delayFrames > 0, fmt::format("delays output by up to {} frame{}", traits.delayFrames,
                                             traits.delayFrames == 1 ? "" : "s"));
     add(traits.delayTime > 0,

@@ -79,6 +79,11 @@ Json FieldToJson(Proc::Field const& field) {
             {"columns", std::move(columns)}};
 }
 
+/// Null: without end.
+Json ReachToJson(std::int32_t frames) {
+    return frames == Proc::EffectTraits::s_withoutEnd ? Json(nullptr) : Json(frames);
+}
+
 Json TraitsToJson(std::optional<Proc::EffectTraits> const& traits) {
     if (!traits)
         return nullptr;
@@ -94,7 +99,9 @@ Json TraitsToJson(std::optional<Proc::EffectTraits> const& traits) {
             {"delayMicroseconds", traits->delayTime},
             {"tail", traits->tail},
             {"framesPerFrame", traits->framesPerFrame},
-            {"slices", traits->slices}};
+            {"slices", traits->slices},
+            {"looksBack", ReachToJson(traits->frameIndependent ? 0 : traits->looksBack)},
+            {"looksAhead", ReachToJson(traits->frameIndependent ? 0 : traits->looksAhead)}};
 }
 
 } // namespace

@@ -101,6 +101,11 @@ std::vector<AskedStep> ReadSteps(StepArguments const& arguments) {
         std::string label = fmt::format("step {} ({})", steps.size() + 1, read.step.classId);
         steps.push_back({std::move(read.step), std::move(origin), std::move(label), stream});
     };
+    if (!arguments.chainText.empty())
+        for (auto& step : Host::ReadChain(arguments.chainText)) {
+            std::string origin = fmt::format("step {}", steps.size() + 1);
+            add(std::move(step), std::move(origin));
+        }
     if (std::string const& file = arguments.chainFile; !file.empty()) {
         std::string const text = ReadWholeFile(file);
         for (auto& step : Host::AtStep(file, [&] { return Host::ReadChain(text); })) {

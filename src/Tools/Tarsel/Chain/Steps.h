@@ -21,8 +21,10 @@ struct StepArguments {
     std::string chainFile;
     /// As Host::ParseEffectStep reads them.
     std::vector<std::string> effects;
+    /// The text of a chain file, whose steps come before all others; "" for none.
+    std::string chainText{};
 
-    bool IsEmpty() const noexcept { return chainFile.empty() && effects.empty(); }
+    bool IsEmpty() const noexcept { return chainFile.empty() && effects.empty() && chainText.empty(); }
 };
 
 /// A step as it was asked for.

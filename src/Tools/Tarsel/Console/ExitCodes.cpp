@@ -28,7 +28,8 @@ constexpr Row s_codes[] = {
     {ExitCode::InputUnreadable, "the input cannot be read"},
     {ExitCode::EffectFailed, "an effect failed, or memory ran out"},
     {ExitCode::OutputFailed, "the output cannot be written"},
-    {ExitCode::Interrupted, "interrupted (TERM 143, HUP 129, QUIT 131); nothing is left behind"},
+    {ExitCode::SomeFailed, "some of several files failed; the others are written"},
+    {ExitCode::Interrupted, "interrupted (TERM 143, HUP 129, QUIT 131); no partial file stays"},
 };
 
 template <class E>
@@ -47,6 +48,8 @@ bool IsOutOfMemory(std::exception const& failure) noexcept {
 } // namespace
 
 ExitCode GetExitCode(std::exception const& failure) noexcept {
+    if (auto const* const code = boost::get_error_info<TagExitCode>(failure))
+        return *code;
     if (IsOutOfMemory(failure))
         return ExitCode::EffectFailed;
     if (Is<UsageException>(failure) || Is<Media::OptionsException>(failure) ||

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <boost/exception/info.hpp>
+
 #include <exception>
 #include <string>
 
@@ -12,9 +14,14 @@ enum class ExitCode : int {
     InputUnreadable = 2,
     EffectFailed = 3,
     OutputFailed = 4,
+    /// Of several files; the others are written.
+    SomeFailed = 5,
     /// By SIGINT; for other signals 128 and their number.
     Interrupted = 130,
 };
+
+/// What stands in for the type of a failure.
+using TagExitCode = boost::error_info<struct TagExitCodeId, ExitCode>;
 
 /// The exit code of a failure by its type. What is no known type came out of an effect.
 ExitCode GetExitCode(std::exception const& failure) noexcept;

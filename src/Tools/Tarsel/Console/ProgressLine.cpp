@@ -75,25 +75,47 @@ ProgressTexts DescribeProgress(Media::RunProgress const& progress) {
     return {percent, frames, speed, duration.empty() ? "" : duration + " left"};
 }
 
-} // namespace
-
-std::string RenderProgressText(Media::RunProgress const& progress) {
-    auto const [percent, frames, speed, left] = DescribeProgress(progress);
-    return Join({percent, frames, speed, left});
+ProgressTexts DescribeProgress(FilesProgress const& progress) {
+    ProgressTexts texts = DescribeProgress(progress.all);
+    texts.frames = fmt::format("{} of {} files", progress.filesDone, progress.files);
+    texts.speed.clear();
+    return texts;
 }
 
-std::string RenderProgress(Media::RunProgress const& progress, int columns) {
+std::string RenderText(ProgressTexts const& texts) {
+    return Join({texts.percent, texts.frames, texts.speed, texts.left});
+}
+
+std::string RenderLine(ProgressTexts const& texts, double share, int columns) {
     auto const room = static_cast<std::size_t>(std::max(columns, 0));
-    auto const [percent, frames, speed, left] = DescribeProgress(progress);
+    auto const& [percent, frames, speed, left] = texts;
     if (percent.empty())
         return FindFitting({Join({frames, speed}), frames}, room);
 
-    double const done = std::min(progress.done, 1.0);
-    std::string const all = Join({percent, frames, speed, left});
+    double const done = std::min(share, 1.0);
+    std::string const all = RenderText(texts);
     // "[...]" and two blanks take four columns beside the bar itself.
     if (all.size() + 4 + s_minBar <= room)
         return Join({RenderBar(done, std::min(s_maxBar, room - all.size() - 4)), all});
     return FindFitting({all, Join({percent, speed, left}), Join({percent, left}), percent}, room);
+}
+
+} // namespace
+
+std::string RenderProgressText(Media::RunProgress const& progress) {
+    return RenderText(DescribeProgress(progress));
+}
+
+std::string RenderProgress(Media::RunProgress const& progress, int columns) {
+    return RenderLine(DescribeProgress(progress), progress.done, columns);
+}
+
+std::string RenderFilesText(FilesProgress const& progress) {
+    return RenderText(DescribeProgress(progress));
+}
+
+std::string RenderFiles(FilesProgress const& progress, int columns) {
+    return RenderLine(DescribeProgress(progress), progress.all.done, columns);
 }
 
 void ShowProgressLine(Console& console, Media::RunProgress const& progress) {

@@ -53,19 +53,6 @@ std::string SummarizeAudio(Media::RunResult const& result) {
     return fmt::format("{:.1f} s of audio ({})", result.audioSeconds, fmt::join(encoders, ", "));
 }
 
-/// "912 bytes", "1.2 MB".
-std::string FormatSize(std::int64_t bytes) {
-    constexpr double thousand = 1000;
-    auto const size = static_cast<double>(bytes);
-    if (size < thousand)
-        return fmt::format("{} bytes", bytes);
-    if (size < thousand * thousand)
-        return fmt::format("{:.1f} kB", size / thousand);
-    return size < thousand * thousand * thousand
-               ? fmt::format("{:.1f} MB", size / (thousand * thousand))
-               : fmt::format("{:.2f} GB", size / (thousand * thousand * thousand));
-}
-
 /// The progress of one pass as that of all. The passes that are still to come are taken to need as long.
 Media::RunProgress OfAll(Media::RunProgress progress, int pass, int passes) {
     if (!(progress.done >= 0) || passes == 1)
@@ -82,6 +69,18 @@ Media::RunProgress OfAll(Media::RunProgress progress, int pass, int passes) {
 }
 
 } // namespace
+
+std::string FormatSize(std::int64_t bytes) {
+    constexpr double thousand = 1000;
+    auto const size = static_cast<double>(bytes);
+    if (size < thousand)
+        return fmt::format("{} bytes", bytes);
+    if (size < thousand * thousand)
+        return fmt::format("{:.1f} kB", size / thousand);
+    return size < thousand * thousand * thousand
+               ? fmt::format("{:.1f} MB", size / (thousand * thousand))
+               : fmt::format("{:.2f} GB", size / (thousand * thousand * thousand));
+}
 
 std::string Summarize(Media::RunResult const& result, std::string const& output) {
     auto const rate = [&](double count) { return result.seconds > 0 ? count / result.seconds : 0; };
@@ -101,12 +100,25 @@ RunReport::RunReport(Console& console, bool isJson, WriteLine write)
     : m_console(console), m_write(write ? std::move(write) : WriteOutput), m_isJson(isJson) {}
 
 void RunReport::Begin(ProgressForm form, bool quiet, std::string const& input, std::string const& output) {
+    Begin(form, quiet, fmt::format("\"{}\" to \"{}\"", input, output),
+          {{"type", "start"}, {"version", s_progressVersion}, {"input", input}, {"output", output}});
+}
+
+void RunReport::BeginFiles(ProgressForm form, bool quiet, std::size_t files, std::string const& folder) {
+    Begin(form, quiet, fmt::format("{} files to \"{}\"", files, folder),
+          {{"type", "start"}, {"version", s_progressVersion}, {"files", files}, {"output", folder}});
+}
+
+void RunReport::Begin(ProgressForm form, bool quiet, std::string const& logged, Json const& start) {
     m_form = quiet && form != ProgressForm::Json ? ProgressForm::None : form;
     m_quiet = quiet;
-    m_log.Write("tarsel", fmt::format("Started: \"{}\" to \"{}\"", input, output));
+    m_log.Write("tarsel", "Started: " + logged);
+    Tell(start);
+}
+
+void RunReport::Tell(Json const& line) const {
     if (m_form == ProgressForm::Json)
-        m_write(ToLine(
-            {{"type", "start"}, {"version", s_progressVersion}, {"input", input}, {"output", output}}));
+        m_write(ToLine(line));
 }
 
 /// Of all passes, and never less than before; not all while the output is not complete.
@@ -119,21 +131,37 @@ Media::RunProgress RunReport::MakeSteady(Media::RunProgress progress, int pass, 
 }
 
 void RunReport::Show(Media::RunProgress const& progress, int pass, int passes) {
-    if (m_form == ProgressForm::None)
-        return;
     Media::RunProgress const steady = MakeSteady(progress, pass, passes);
-    if (m_form == ProgressForm::Bar) {
-        ShowProgressLine(m_console, steady);
-        return;
-    }
+    if (m_form == ProgressForm::Json)
+        Tell(ToJson(steady, pass, passes));
+    ShowText([&](int columns) { return RenderProgress(steady, columns); },
+             [&] { return RenderProgressText(steady); });
+}
+
+void RunReport::Show(FilesProgress const& progress) {
     if (m_form == ProgressForm::Json) {
-        m_write(ToLine(ToJson(steady, pass, passes)));
+        Json line = ToJson(progress.all, 0, 1);
+        line["files"] = progress.files;
+        line["files_done"] = progress.filesDone;
+        Tell(line);
+    }
+    ShowText([&](int columns) { return RenderFiles(progress, columns); },
+             [&] { return RenderFilesText(progress); });
+}
+
+void RunReport::ShowText(std::function<std::string(int)> const& renderLine,
+                         std::function<std::string()> const& render) {
+    if (m_form == ProgressForm::Bar) {
+        // The last column stays free: a terminal would go to the next line.
+        m_console.SetStatus(renderLine(m_console.GetColumns() - 1));
         return;
     }
     constexpr std::chrono::seconds pause(1);
     Clock::time_point const now = Clock::now();
-    std::string const text = RenderProgressText(steady);
-    if (now - m_shown < pause || text.empty())
+    if (m_form != ProgressForm::Plain || now - m_shown < pause)
+        return;
+    std::string const text = render();
+    if (text.empty())
         return;
     m_shown = now;
     m_console.Print("tarsel: " + text.substr(text.find_first_not_of(' ')));
@@ -149,7 +177,16 @@ void RunReport::AddNotes(std::vector<std::string> const& notes) {
 void RunReport::SetResult(std::string const& output, Media::RunResult const& result,
                           std::string const& times) {
     AddNotes(result.notes);
-    m_outcome = {output, result, times};
+    Json line{{"type", "result"}, {"output", output}};
+    line.update(ToJson(result));
+    if (!times.empty())
+        line["times"] = Json::parse(times);
+    SetResult(std::move(line), Summarize(result, output));
+}
+
+void RunReport::SetResult(Json result, std::string summary) {
+    m_result = std::move(result);
+    m_summary = std::move(summary);
 }
 
 void RunReport::End() {
@@ -159,39 +196,33 @@ void RunReport::End() {
     for (std::string const& note : m_notes)
         m_log.Write("tarsel", note);
     m_log.Write("tarsel", "Done");
-    if (m_outcome && m_form == ProgressForm::Json) {
-        EndForPrograms(*m_outcome);
+    if (!m_result.is_null() && m_form == ProgressForm::Json) {
+        m_result["notes"] = m_notes;
+        Tell(m_result);
         return;
     }
     if (!m_quiet)
         m_console.PrintNotes(m_notes);
     bool const shows =
         m_form == ProgressForm::Plain || (m_form == ProgressForm::Bar && m_console.IsTerminal());
-    if (m_outcome && shows)
-        m_console.Print(Summarize(m_outcome->result, m_outcome->output));
+    if (shows && !m_summary.empty())
+        m_console.Print(m_summary);
 }
 
-void RunReport::EndForPrograms(Outcome const& outcome) const {
-    Media::RunResult const& result = outcome.result;
+nlohmann::ordered_json ToJson(Media::RunResult const& result) {
     Json audio = Json::array();
     for (std::string const& encoder : result.audioEncoders)
         audio.push_back(OrNull(encoder));
     Json streams = Json::array();
     for (Media::StreamPlan const& stream : result.plan.streams)
         streams.push_back(ToJson(stream));
-    Json line{{"type", "result"},
-              {"output", outcome.output},
-              {"frames", result.framesOut},
-              {"audio_seconds", KnownToJson(result.audioSeconds)},
-              {"seconds", KnownToJson(result.seconds)},
-              {"bytes", result.bytes},
-              {"video_encoder", OrNull(result.videoEncoder)},
-              {"audio_encoders", std::move(audio)},
-              {"streams", std::move(streams)},
-              {"notes", m_notes}};
-    if (!outcome.times.empty())
-        line["times"] = Json::parse(outcome.times);
-    m_write(ToLine(line));
+    return {{"frames", result.framesOut},
+            {"audio_seconds", KnownToJson(result.audioSeconds)},
+            {"seconds", KnownToJson(result.seconds)},
+            {"bytes", result.bytes},
+            {"video_encoder", OrNull(result.videoEncoder)},
+            {"audio_encoders", std::move(audio)},
+            {"streams", std::move(streams)}};
 }
 
 void RunReport::Fail(int exitCode, std::string const& message) {

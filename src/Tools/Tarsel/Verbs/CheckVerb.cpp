@@ -79,7 +79,7 @@ std::string Summarize(CheckReport const& report, Check::CheckOptions const& opti
     return text;
 }
 
-std::string ToJson(CheckReport const& report, Check::CheckOptions const& options) {
+std::string ReportToJson(CheckReport const& report, Check::CheckOptions const& options) {
     Json effects = Json::array();
     for (Check::EffectName const& effect : report.effects)
         effects.push_back({{"id", effect.classId},
@@ -135,7 +135,7 @@ void RunCheck(CheckArguments const& arguments, Context const& context) {
     context.console.SetStatus({});
     if (context.stop.stop_requested())
         Core::Throw<Media::InterruptedException>("The checks were stopped");
-    WriteOutput(arguments.json ? ToJson(report, options) : Summarize(report, options));
+    WriteOutput(arguments.json ? ReportToJson(report, options) : Summarize(report, options));
     if (!report.IsGood())
         Core::Throw<Proc::EffectException>(fmt::format(
             "{} of {} checks failed", std::ranges::count_if(report.results, IsFault), report.results.size()));

@@ -172,7 +172,7 @@ Completions CompleteValue(CLI::Option const& option, std::string_view word, Cata
         if (option.check_lname(std::string(source.option.substr(2))))
             return {source.list(catalog, word), false};
     std::string const kind = option.get_option_text();
-    return {ToCandidates(GetWords(option)), kind == "FILE" || kind == "PLUGIN"};
+    return {ToCandidates(GetWords(option)), kind == "FILE" || kind == "FOLDER" || kind == "PLUGIN"};
 }
 
 /// "out.m" becomes "out.mp4", "out.mkv".
@@ -194,6 +194,8 @@ CLI::Option const* FindOption(CLI::App const& verb, std::string const& word) {
 /// the verb.
 CLI::Option const* FindPositional(CLI::App const& verb, std::vector<std::string> const& words) {
     std::size_t before = 0;
+    bool const areMany =
+        std::ranges::any_of(words, [](std::string const& word) { return word.starts_with("--out-dir"); });
     for (std::size_t i = 1; i + 1 < words.size(); ++i)
         if (FindOption(verb, words[i]) != nullptr)
             ++i;
@@ -202,7 +204,7 @@ CLI::Option const* FindPositional(CLI::App const& verb, std::vector<std::string>
     for (CLI::Option const* const option : verb.get_options()) {
         if (!option->get_positional())
             continue;
-        if (before == 0 || option->get_items_expected_max() > 1)
+        if (before == 0 || areMany || option->get_items_expected_max() > 1)
             return option;
         --before;
     }

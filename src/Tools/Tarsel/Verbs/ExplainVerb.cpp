@@ -145,7 +145,7 @@ RunArguments Complete(ExplainArguments const& explain) {
     std::string const extension = std::filesystem::path(arguments.media.input).extension().string();
     if (extension.empty())
         Core::Throw<UsageException>("Add OUTPUT: INPUT has no extension to take for it");
-    arguments.media.output = "output" + extension;
+    arguments.media.output = (Media::IsSequence(arguments.media.input) ? "output%d" : "output") + extension;
     arguments.media.overwrite = true;
     return arguments;
 }

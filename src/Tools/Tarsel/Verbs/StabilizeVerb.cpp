@@ -72,7 +72,7 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     Media::CheckRun(options);
     // The file of motions is complete when the stream through the first effect has ended.
     Media::Analyze({options.input, makeChain(detect), options.streams, options.range, options.onResize,
-                    work.ShowProgress(0, 2)},
+                    work.ShowProgress(0, 2), options.imageRate},
                    context.stop);
     maker.FitTo(options);
     options.makeVideoEffects = makeChain(transform);

@@ -20,6 +20,8 @@ struct Verb {
 ///
 /// "run": a media file's picture and audio through effects into another file.
 Verb AddRunVerb(CLI::App& app, CommonOptions& common);
+/// "join": the parts that "run" made of a film, put together.
+Verb AddJoinVerb(CLI::App& app, CommonOptions& common);
 /// "stabilize": a film with the camera's shake taken out, in two passes.
 Verb AddStabilizeVerb(CLI::App& app, CommonOptions& common);
 /// "palette": pictures of few colors.

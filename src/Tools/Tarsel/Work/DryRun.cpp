@@ -1,7 +1,7 @@
 #include "Tools/Tarsel/Work/DryRun.h"
 
 #include "Tools/Tarsel/Chain/FrameText.h"
-#include "Tools/Tarsel/Console/PlanText.h"
+#include "Tools/Tarsel/Console/Console.h"
 #include "Tools/Tarsel/Work/RunWork.h"
 
 #include <optional>

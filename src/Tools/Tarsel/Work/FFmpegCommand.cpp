@@ -70,6 +70,8 @@ private:
 void CommandMaker::FindObstacles() {
     if (!m_options.range.IsWhole())
         Refuse("ranges are cut to the frame and to the sample");
+    if (Media::IsSequence(m_options.input))
+        Refuse("INPUT is a sequence of images");
     if (m_options.at)
         Refuse("--at takes the frame that is shown at a time");
     for (std::size_t i = 0; i < m_plan.streams.size(); ++i) {
@@ -141,6 +143,8 @@ FFmpegCommand CommandMaker::Make() {
     });
     if (encodesVideo)
         Add({"-fps_mode", "passthrough", "-enc_time_base", "-1"});
+    if (Media::IsSequence(m_options.output) && m_options.firstNumber != 1)
+        Add({"-start_number", std::to_string(m_options.firstNumber)});
     // Containers take more than their makers call finished.
     Add({"-strict", "experimental", m_options.overwrite ? "-y" : "-n", "file:" + m_options.output.string()});
     return std::move(m_command);

@@ -11,10 +11,8 @@
 #include <utility>
 
 namespace Tarsel::Tools {
-namespace {
 
-/// Whether both name one file, there or not.
-bool AreSame(std::filesystem::path const& a, std::filesystem::path const& b) {
+bool NameSameFile(std::filesystem::path const& a, std::filesystem::path const& b) {
     std::error_code error;
     if (std::filesystem::equivalent(a, b, error))
         return true;
@@ -24,6 +22,8 @@ bool AreSame(std::filesystem::path const& a, std::filesystem::path const& b) {
     return whole(a) == whole(b);
 }
 
+namespace {
+
 /// Options that name files to write must name no file of the run.
 void CheckFiles(MediaArguments const& arguments) {
     std::vector<std::filesystem::path> files{arguments.input, arguments.output};
@@ -32,7 +32,7 @@ void CheckFiles(MediaArguments const& arguments) {
         if (name.empty())
             continue;
         for (std::filesystem::path const& file : files)
-            if (AreSame(name, file))
+            if (NameSameFile(name, file))
                 Core::Throw<UsageException>(
                     fmt::format("{}: choose another file: \"{}\" belongs to the run", option, name));
         files.emplace_back(name);

@@ -5,11 +5,15 @@
 #include "Tools/Tarsel/Work/Context.h"
 #include "Tools/Tarsel/Work/FrameFactsFile.h"
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace Tarsel::Tools {
+
+/// Whether both name one file, there or not. Any thread.
+bool NameSameFile(std::filesystem::path const& a, std::filesystem::path const& b);
 
 /// The work of a verb on media files as its user meets it: progress, log and facts about frames meanwhile,
 /// notes and a summary at the end. One object at a time.

@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -38,11 +39,14 @@ void NoteUnused(std::vector<std::pair<std::string, Host::StepTimes>> const& step
 } // namespace
 
 RunWork::RunWork(RunArguments const& arguments, Context const& context, StepListener listener)
-    : m_context(context), m_listener(std::move(listener)), m_options(arguments.media.MakeRunOptions()) {
+    : m_context(context), m_listener(std::move(listener)), m_options(arguments.media.MakeRunOptions()),
+      m_share(arguments.share) {
     m_options.at = arguments.at;
     SortedSteps steps;
     if (!arguments.steps.IsEmpty())
         steps = SortSteps(GetMaker().GetEffects(), ReadSteps(arguments.steps));
+    if (m_share == Share::AllButVideo)
+        steps.picture.clear();
     if (!steps.picture.empty())
         m_pictureSteps = MakePictureSteps(GetMaker().GetEffects(), steps.picture, m_references);
     CheckFiles(arguments.media);
@@ -61,9 +65,11 @@ RunWork::RunWork(RunArguments const& arguments, Context const& context, StepList
             return MakeAudio(stream);
         };
     }
-    if (!arguments.normalize.empty()) {
-        m_normalizer.emplace(ParseLoudnessTarget(arguments.normalize), m_options.input, m_options.range,
-                             m_options.makeAudioEffects, m_context.stop);
+    auto const loudness =
+        arguments.normalize.empty() ? std::nullopt : std::optional(ParseLoudnessTarget(arguments.normalize));
+    if (loudness && m_share != Share::PartOfVideo) {
+        m_normalizer.emplace(*loudness, m_options.input, m_options.range, m_options.makeAudioEffects,
+                             m_context.stop);
         m_options.makeAudioEffects = [this](Media::AudioStreamInfo const& stream) {
             return m_normalizer->Make(stream);
         };
@@ -75,6 +81,20 @@ void RunWork::ReportTo(MediaWork& media) {
     media.Attach(m_options, m_normalizer ? 2 : 1);
     if (m_normalizer)
         m_normalizer->ReportTo(media.ShowProgress(0, 2));
+}
+
+void RunWork::ReportTo(ShowPass const& show) {
+    int const passes = m_normalizer ? 2 : 1;
+    m_options.onProgress = [show, passes](Media::RunProgress const& progress) {
+        show(progress, passes - 1, passes);
+    };
+    if (m_normalizer)
+        m_normalizer->ReportTo(
+            [show, passes](Media::RunProgress const& progress) { show(progress, 0, passes); });
+}
+
+bool RunWork::WritesMotion() const {
+    return std::ranges::any_of(m_pictureSteps, WritesMotionFile);
 }
 
 /// Files that steps read or write are not among those that the run writes.
@@ -130,7 +150,7 @@ std::vector<std::string> RunWork::GetNotes() const {
         notes.push_back(std::move(note));
     for (std::string& note : m_references.GetNotes())
         notes.push_back(std::move(note));
-    if (m_maker && !m_listener.onVideo) {
+    if (m_maker && !m_listener.onVideo && m_share != Share::PartOfVideo) {
         std::vector<std::pair<std::string, Host::StepTimes>> steps;
         for (VideoStep const& step : m_pictureSteps)
             steps.emplace_back(step.label, step.times);

@@ -10,6 +10,7 @@
 #include "Tools/Tarsel/Work/MediaWork.h"
 #include "Tools/Tarsel/Work/TimeReport.h"
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -38,6 +39,14 @@ public:
     /// They call this object.
     Media::RunOptions const& GetOptions() const noexcept { return m_options; }
     void ReportTo(MediaWork& media);
+    /// Has the function hear how far each pass is, the first being 0.
+    using ShowPass = std::function<void(Media::RunProgress const&, int pass, int passes)>;
+    void ReportTo(ShowPass const& show);
+    /// Whether a step writes a file beside the output.
+    bool WritesMotion() const;
+    std::vector<VideoStep> const& GetPictureSteps() const noexcept { return m_pictureSteps; }
+    /// Files beside the input that steps read.
+    std::vector<std::filesystem::path> GetReferences() const { return m_references.GetPaths(); }
     /// Once the run, or its planning, is over.
     std::vector<std::string> GetNotes() const;
     TimeReport MakeTimeReport(Media::RunResult const& result) const;
@@ -51,6 +60,7 @@ private:
     Context const& m_context;
     StepListener m_listener;
     Media::RunOptions m_options;
+    Share m_share;
     /// Only where there is something to do: copying takes no plug-in.
     std::optional<ChainMaker> m_maker;
     References m_references;

@@ -53,7 +53,9 @@ struct EffectActions<SettingsDeinterlace> {
                                            .frameIndependent = false,
                                            .delayFrames = 1,
                                            .framesPerFrame = 2,
-                                           .slices = true};
+                                           .slices = true,
+                                           .looksBack = 1,
+                                           .looksAhead = 1};
 
     static std::string GetFFString(SettingsType const& settings, Conf::FrameInfo const&) {
         std::ostringstream text = MakeClassicStream();
