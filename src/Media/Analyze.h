@@ -1,17 +1,17 @@
 #pragma once
 
+#include "Media/Input.h"
 #include "Media/Run.h"
 #include "Media/RunTimes.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <stop_token>
 
 namespace Tarsel::Media {
 
 struct AnalyzeOptions {
-    std::filesystem::path input;
+    Input input;
     /// Makes the work on the picture; not empty, and never gives null.
     MakeVideoEffects makeVideoEffects;
     /// As in RunOptions.

@@ -2,12 +2,12 @@
 
 #include "Core/RefCount.h"
 #include "Media/Api.h"
+#include "Media/Input.h"
 #include "Media/StreamInfo.h"
 #include "Media/TimeRange.h"
 #include "Proc/Interfaces/IDataAudio.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <stop_token>
 #include <string>
@@ -24,12 +24,10 @@ public:
     /// Opens the file. InputException when there is no audio that can be decoded; InterruptedException. Of a
     /// range the blocks come as from a file that holds nothing else: OptionsException where there is none
     /// such.
-    explicit AudioReader(std::filesystem::path const& path, std::stop_token stop = {},
-                         TimeRange const& range = {});
+    explicit AudioReader(Input const& input, std::stop_token stop = {}, TimeRange const& range = {});
     /// The same of the audio stream of this number (AudioStreamInfo::number). InputException when there is
     /// none.
-    AudioReader(std::filesystem::path const& path, int number, std::stop_token stop = {},
-                TimeRange const& range = {});
+    AudioReader(Input const& input, int number, std::stop_token stop = {}, TimeRange const& range = {});
     AudioReader(AudioReader const&) = delete;
     AudioReader& operator=(AudioReader const&) = delete;
     ~AudioReader();

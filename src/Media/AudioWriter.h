@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +20,7 @@ class AudioWriting;
 
 /// An audio file to be made.
 struct AudioFileOptions {
+    /// As in RunOptions.
     std::filesystem::path output;
     /// What it is made of: the output may not be one of them.
     std::vector<std::filesystem::path> inputs;
@@ -33,23 +35,26 @@ struct AudioFileOptions {
     /// Bits of a sample that carry audio, by which an encoder is chosen that loses none; 0: all of the
     /// format's.
     int depth = 0;
+    /// As in RunOptions.
+    std::string container = {};
 };
 
 /// Writes blocks of audio into a file of its own. It appears under its name when it is published, and only
 /// then: otherwise the destructor leaves nothing behind. One thread at a time.
 class TARSEL_MEDIA_API AudioWriter {
 public:
-    /// OptionsException, OutputException.
-    explicit AudioWriter(AudioFileOptions const& options);
+    /// `stop` ends waiting for whoever reads a pipe, here and below. OptionsException, OutputException,
+    /// InterruptedException.
+    explicit AudioWriter(AudioFileOptions const& options, std::stop_token stop = {});
     AudioWriter(AudioWriter const&) = delete;
     AudioWriter& operator=(AudioWriter const&) = delete;
     ~AudioWriter();
 
     /// Appends a block; what its time says of gaps and overlaps is treated as AudioEffects says, a block
     /// without a time follows the one before. Others than of the format are converted, with a note. The block
-    /// is read, not kept. OutputException, EffectException.
+    /// is read, not kept. OutputException, EffectException, InterruptedException.
     void Write(Proc::IDataAudio const& block);
-    /// Ends the file and gives it its name; no more blocks. OutputException.
+    /// Ends the file and gives it its name; no more blocks. OutputException, InterruptedException.
     void Publish();
     /// What the user should know, one sentence each.
     std::vector<std::string> GetNotes() const;

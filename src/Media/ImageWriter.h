@@ -12,12 +12,14 @@ namespace Tarsel::Media {
 
 /// A picture file to be made.
 struct ImageFileOptions {
-    /// Its extension tells the format, as "wave.png".
+    /// As in RunOptions.
     std::filesystem::path output;
     /// What it is made of: the output may not be one of them.
-    std::vector<std::filesystem::path> inputs;
+    std::vector<std::filesystem::path> inputs = {};
     /// An existing output may be replaced.
     bool overwrite = false;
+    /// As in RunOptions, of an image: "png".
+    std::string container = {};
 };
 
 /// What WriteImage would refuse whatever the picture. For programs that have long work to do before.

@@ -4,6 +4,7 @@ namespace Tarsel::Media {
 
 InputException::~InputException() noexcept = default;
 OutputException::~OutputException() noexcept = default;
+ClosedPipeException::~ClosedPipeException() noexcept = default;
 OptionsException::~OptionsException() noexcept = default;
 InterruptedException::~InterruptedException() noexcept = default;
 

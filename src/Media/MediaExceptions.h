@@ -25,6 +25,12 @@ public:
     ~OutputException() noexcept override;
 };
 
+/// Whoever read the pipe that is written has closed it before the end.
+class TARSEL_MEDIA_API ClosedPipeException : public OutputException {
+public:
+    ~ClosedPipeException() noexcept override;
+};
+
 /// The options contradict each other or the files: nothing was written.
 class TARSEL_MEDIA_API OptionsException : public Exception {
 public:

@@ -4,6 +4,7 @@
 #include "Core/Ratio.h"
 #include "Media/Api.h"
 #include "Media/FrameFacts.h"
+#include "Media/Input.h"
 #include "Media/Parts.h"
 #include "Media/Progress.h"
 #include "Media/RunPlan.h"
@@ -40,13 +41,19 @@ struct RunOptions {
     /// Either may be a sequence of images, "shots/%04d.png", where no file has that very name: "%d" stands
     /// for numbers, "%04d" for such of at least four digits. An input starts with the least number that there
     /// is and has no gaps; an output is one by its extension only.
-    std::filesystem::path input;
+    Input input;
+    /// "-" is standard output; a FIFO, socket or character device ("/dev/stdout") is a pipe too. A pipe is
+    /// written from front to end, also where the run fails later on. A program that writes into pipes ignores
+    /// SIGPIPE.
     std::filesystem::path output;
+    /// The container, by an extension ("mkv") or FFmpeg's name of the writer ("matroska"); empty: by the
+    /// extension of the output.
+    std::string container;
     /// Images a second of an input that is a sequence; 0/1: 25, with a note.
     Ratio imageRate{};
     /// Of an output that is a sequence; the first image has it.
     std::int64_t firstNumber = 1;
-    /// An existing output may be replaced.
+    /// An existing output may be replaced; what goes into a pipe never is.
     bool overwrite = false;
     /// FFmpeg's encoder name; empty, and without options: one for the codec that the pictures had, where
     /// films are made of it and the container takes it; else the usual one of the container.
@@ -144,9 +151,9 @@ TARSEL_MEDIA_API RunPlan Plan(RunOptions const& options, std::stop_token stop = 
 /// place beside the pictures to the sample, as far as the container can say it. Audio that the container
 /// cannot hold as it is is re-encoded, with a note. Into a container for audio (wav, mp3, m4a, ...) films
 /// go without their pictures, with a note; covers are kept where it takes them. The output appears under its
-/// name only when it is complete; after any failure nothing is left behind, but for whole images of a
-/// sequence. Memory does not grow with the
-/// length of the film, whatever the chains hold back. InputException, OutputException, OptionsException,
+/// name only when it is complete; after any failure nothing is left behind, but for what a pipe has passed
+/// on and for whole images of a sequence. Memory does not grow with the length of the film, whatever the
+/// chains hold back. InputException, OutputException, ClosedPipeException, OptionsException,
 /// InterruptedException; exceptions of the chains pass unchanged. Blocks until done; several runs may go on
 /// at once. Reading, picture chain and writing have a thread each, and decoder and encoder of pictures up to
 /// Core::ThreadBudget::Get() threads; each audio stream that is re-encoded has one more. With a budget of 1

@@ -56,6 +56,8 @@ struct RunPlan {
     /// FFmpeg's names of the containers.
     std::string inputContainer;
     std::string outputContainer;
+    /// What the writer of a pipe is told, key and value in FFmpeg's words.
+    std::vector<std::pair<std::string, std::string>> writerOptions;
     /// By their index in the input.
     std::vector<StreamPlan> streams;
     /// Of the file as a whole, one sentence each.

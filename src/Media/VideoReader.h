@@ -2,11 +2,11 @@
 
 #include "Core/RefCount.h"
 #include "Media/Api.h"
+#include "Media/Input.h"
 #include "Media/Run.h"
 #include "Proc/Interfaces/IDataVideo.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <stop_token>
 #include <string>
@@ -21,7 +21,7 @@ class VideoReading;
 class TARSEL_MEDIA_API VideoReader {
 public:
     /// Opens the file and decodes its first picture. InputException when there is none; InterruptedException.
-    explicit VideoReader(std::filesystem::path const& path, std::stop_token stop = {});
+    explicit VideoReader(Input const& input, std::stop_token stop = {});
     VideoReader(VideoReader const&) = delete;
     VideoReader& operator=(VideoReader const&) = delete;
     ~VideoReader();

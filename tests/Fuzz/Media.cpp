@@ -60,7 +60,7 @@ TARSEL_FUZZ(draws) {
         return {std::move(chain), info.format};
     };
     // The rest, of which the end was read first.
-    Test::WriteFile(options.input, draws.Rest());
+    Test::WriteFile(options.input.GetName(), draws.Rest());
     if (!Fuzz::Succeeds<Exception>([&] { Media::Run(options); }))
         Fuzz::Require(!std::filesystem::exists(options.output), "{} was refused, and is there",
                       options.output.string());

@@ -296,8 +296,6 @@ junk.mp4 hard.mp4 v overwrite
   options: Cannot write "@hard.mp4": it is the input
 junk.mp4 dangling.mp4 v overwrite
   output: Cannot write "@dangling.mp4": it is a dangling link
-junk.mp4 /dev/null v overwrite
-  output: Cannot write "/dev/null": it is not a regular file
 junk.mp4 out.mp4 v at=1
   options: "@out.mp4" is a video, not an image
 junk.mp4 out.png v at=-1
@@ -309,11 +307,11 @@ cut.ogg out.ogg a
 no.mp4 out.mp4 v
   input: Cannot open "@no.mp4": No such file or directory
 /dev/null out.mp4 v
-  input: Cannot open "/dev/null": it is not a regular file
+  input: "/dev/null" is empty: nothing came through the pipe
 empty.mp4 out.mp4 v
   input: Cannot open "@empty.mp4": the file is empty
 http://127.0.0.1:1/x.mp4 out.mp4 v
-  input: Cannot open "http://127.0.0.1:1/x.mp4": only files can be read, not streams or URLs
+  input: Cannot open "http://127.0.0.1:1/x.mp4": only files and pipes can be read, not URLs
 text.txt out.mp4 v
   input: "@text.txt" is not a media file that FFmpeg can read
 junk.mp4 out.mp4 v

@@ -72,7 +72,8 @@ protected:
 /// A run, and what is in its files.
 struct Trip {
     explicit Trip(Media::RunOptions const& options)
-        : result(Media::Run(options)), in(ReadMedia(options.input)), out(ReadMedia(options.output)) {}
+        : result(Media::Run(options)), in(ReadMedia(options.input.GetName())),
+          out(ReadMedia(options.output)) {}
 
     Media::RunResult result;
     MediaRecord in;

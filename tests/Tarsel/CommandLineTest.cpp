@@ -112,8 +112,6 @@ TEST_F(CommandLine, BadArgumentsAreRefusedBeforeAnyFileIsOpened) {
         {run + "o.mp4 -e 'stabilizer detect=0 path=there.gif'", 2,
          "step 1 (stabilizer): choose another path: \"there.gif\" is not a camera motion file"},
         {run + "o.mp4 --at 1", 1, "Remove --at: \"o.mp4\" is a video, not an image"},
-        {run + "-", 4, "Cannot write \"-\": only files can be written, not streams or URLs"},
-        {"run - o.mp4", 2, "Cannot open \"-\": only files can be read, not streams or URLs"},
         {run + "folder.mp4", 4, "Cannot write \"folder.mp4\": Is a directory"},
         {run + "o.mp4 -e ''", 1, "-e \"\": Name an effect: the text is empty"},
         {run + "o.mp4 -e flip -e \"flip 'horizontal=1\"", 1,

@@ -120,7 +120,7 @@ TEST_F(ExplainTool, TellsWhatIsWrong) {
         {"explain in.mp4 -e flip --audio 48000:fltp:stereo", 1, noFormat},
         {"explain in.mp4 -e flip --audio one", 1,
          "--audio: give a number from 0 or language=deu, not \"one\"*"},
-        {"explain none -e flip", 1, "Add OUTPUT: INPUT has no extension to take for it"},
+        {"explain none -e flip", 1, "Add OUTPUT or --format: INPUT has no extension to take for it"},
     };
     std::string const size = "give the size as WIDTHxHEIGHT, each from 1 to 65535, not ";
     std::string const aspect = "give the pixel aspect ratio as NUM/DEN, each from 1 to 2147483647, not ";

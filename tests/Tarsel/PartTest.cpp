@@ -86,11 +86,11 @@ TEST_F(Parts, JoinedAreWhatOneRunWrites) {
          steps + s_ffv1},
         {"every.mkv", video + "-c:v ffv1", ".mp4", silent + "-e 'deinterlace' " + s_qp0},
         {"uneven.mkv",
-         video + audio + "-vf settb=1/90000,setpts=(N*N+3*N)*450 -fps_mode passthrough " + x264 + "-g 9",
+         video + audio + "-vf 'settb=1/90000,setpts=(N*N+3*N)*450' -fps_mode passthrough " + x264 + "-g 9",
          ".mkv", steps + s_ffv1},
         {"uneven.mp4",
          video + audio +
-             "-vf settb=1/90000,setpts=(N*N+3*N)*450 -fps_mode passthrough -video_track_timescale 90000 " +
+             "-vf 'settb=1/90000,setpts=(N*N+3*N)*450' -fps_mode passthrough -video_track_timescale 90000 " +
              x264 + "-g 9 -c:a aac",
          ".mov", steps + "--audio-codec pcm_s16le" + s_qp0},
         {"ntsc.mp4", "-f lavfi -i testsrc2=s=64x48:r=30000/1001:d=2 " + x264 + "-g 11", ".mkv",
@@ -121,7 +121,8 @@ TEST_F(Parts, EveryEffectWorksOnPartsOrSaysWhyNot) {
     MakeFilm("film.mkv", "-f lavfi -i testsrc2=s=64x48:r=25:d=0.6 -vf noise=alls=20:allf=t,format=yuv420p "
                          "-c:v libx264 -g 6 -bf 2");
     int refused = 0;
-    for (Json const& effect : Json::parse(Run("list --json").out)["effects"]) {
+    Json const catalog = Json::parse(Run("list --json").out);
+    for (Json const& effect : catalog["effects"]) {
         if (effect["kind"] != "video")
             continue;
         for (std::string const example : effect["examples"]) {

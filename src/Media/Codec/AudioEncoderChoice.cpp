@@ -102,31 +102,28 @@ AVCodecID FitPlain(Container const& container, AVCodecID usual, SampleFormats fo
 
 } // namespace
 
-AVCodec const& ChooseNamedAudioEncoder(Container const& container, std::filesystem::path const& output,
-                                       std::string const& name) {
+AVCodec const& ChooseNamedAudioEncoder(Container const& container, std::string const& name) {
     AVCodec const& encoder = FindNamedEncoder(name, true);
     bool isOpened = false;
     UniqueCodecParameters const parameters = MakeParameters(encoder, container, isOpened);
     bool const isSaid = avformat_query_codec(container.format, encoder.id, FF_COMPLIANCE_EXPERIMENTAL) == 1;
     if (!CanHoldAudio(container, *parameters) && (isOpened || !isSaid || container.isStill))
         ThrowNoEncoder(fmt::format("Choose another encoder: \"{}\" produces {}, which {} cannot hold", name,
-                                   avcodec_get_name(encoder.id), Quote(output.filename())));
+                                   avcodec_get_name(encoder.id), container.name));
     return encoder;
 }
 
-AVCodec const* FindUsualAudioEncoder(Container const& container, std::filesystem::path const& output,
-                                     SampleFormats format, int depth) {
+AVCodec const* FindUsualAudioEncoder(Container const& container, SampleFormats format, int depth) {
     for (char const* name : GetTraits(*container.format).audioEncoders)
         if (AVCodec const* const encoder = name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr)
             return encoder;
     AVCodecID const codec =
-        av_guess_codec(container.format, nullptr, output.c_str(), nullptr, AVMEDIA_TYPE_AUDIO);
+        av_guess_codec(container.format, nullptr, container.file.c_str(), nullptr, AVMEDIA_TYPE_AUDIO);
     if (container.isStill || codec == AV_CODEC_ID_NONE)
         return nullptr;
     AVCodec const* const encoder = avcodec_find_encoder(FitPlain(container, codec, format, depth));
     if (encoder == nullptr)
-        ThrowNoEncoder(
-            fmt::format("This FFmpeg has no encoder for the audio of {}", Quote(output.filename())));
+        ThrowNoEncoder(fmt::format("This FFmpeg has no encoder for the audio of {}", container.name));
     return encoder;
 }
 

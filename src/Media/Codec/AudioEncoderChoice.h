@@ -11,13 +11,11 @@ namespace Tarsel::Media {
 
 /// The encoder of that name. OptionsException for a name that is not that of an encoder for audio (near names
 /// are listed), or that the container cannot take.
-AVCodec const& ChooseNamedAudioEncoder(Container const& container, std::filesystem::path const& output,
-                                       std::string const& name);
+AVCodec const& ChooseNamedAudioEncoder(Container const& container, std::string const& name);
 
 /// The usual encoder of the container for audio whose samples have that format and so many bits of audio;
 /// null where it takes none. OptionsException where there is no such encoder here.
-AVCodec const* FindUsualAudioEncoder(Container const& container, std::filesystem::path const& output,
-                                     Conf::SampleFormats format, int depth);
+AVCodec const* FindUsualAudioEncoder(Container const& container, Conf::SampleFormats format, int depth);
 
 /// One for the codec of the input's stream, where files are made of it and the container takes it: what was
 /// without loss stays so, and players know it already. Plain samples become those that fit blocks of the

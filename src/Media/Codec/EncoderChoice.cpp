@@ -48,12 +48,13 @@ std::vector<std::string> ListEncoders(AVMediaType type, AVCodecID codec = AV_COD
     Core::Throw<OptionsException>(description);
 }
 
-AVCodec const* FindUsualEncoder(Container const& container, std::filesystem::path const& output) {
+AVCodec const* FindUsualEncoder(Container const& container) {
     for (char const* name : GetTraits(*container.format).videoEncoders)
         if (AVCodec const* const encoder = name != nullptr ? avcodec_find_encoder_by_name(name) : nullptr)
             return encoder;
     AVOutputFormat const* const named = container.isStill ? &GetStillFormat() : container.format;
-    AVCodecID const codec = av_guess_codec(named, nullptr, output.c_str(), nullptr, AVMEDIA_TYPE_VIDEO);
+    AVCodecID const codec =
+        av_guess_codec(named, nullptr, container.file.c_str(), nullptr, AVMEDIA_TYPE_VIDEO);
     if (!container.isStill)
         return avcodec_find_encoder(codec);
     // The first one FFmpeg knows for WebP makes animations.
@@ -85,28 +86,26 @@ AVCodec const& FindNamedEncoder(std::string const& name, bool isAudio) {
     return *encoder;
 }
 
-AVCodec const& ChooseEncoder(Container const& container, std::filesystem::path const& output,
-                             std::string const& name) {
+AVCodec const& ChooseEncoder(Container const& container, std::string const& name) {
     if (!name.empty()) {
         AVCodec const& encoder = FindNamedEncoder(name, false);
-        if (!CanHold(container, output, encoder.id))
+        if (!CanHold(container, encoder.id))
             ThrowNoEncoder(fmt::format("Choose another encoder: \"{}\" produces {}, which {} cannot hold",
-                                       name, avcodec_get_name(encoder.id), Quote(output.filename())));
+                                       name, avcodec_get_name(encoder.id), container.name));
         return encoder;
     }
-    AVCodec const* const encoder = FindUsualEncoder(container, output);
+    AVCodec const* const encoder = FindUsualEncoder(container);
     if (encoder == nullptr)
-        ThrowNoEncoder(fmt::format("This FFmpeg has no encoder for {}", Quote(output.filename())));
+        ThrowNoEncoder(fmt::format("This FFmpeg has no encoder for {}", container.name));
     return *encoder;
 }
 
-std::vector<AVCodec const*> FindSameEncoders(Container const& container, std::filesystem::path const& output,
-                                             int codec, Conf::PixFmt format, std::optional<Quality> quality) {
+std::vector<AVCodec const*> FindSameEncoders(Container const& container, int codec, Conf::PixFmt format,
+                                             std::optional<Quality> quality) {
     ContainerTraits const& traits = GetTraits(*container.format);
     // Of what it takes only when it is rewritten no films are made.
     bool const isForeign = traits.wantsStartCodes && (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC);
-    if (container.isStill || isForeign || !GetCodecFacts(codec).isOfFilms ||
-        !CanHold(container, output, codec))
+    if (container.isStill || isForeign || !GetCodecFacts(codec).isOfFilms || !CanHold(container, codec))
         return {};
     std::vector<AVCodec const*> usual;
     std::vector<AVCodec const*> fitting;
@@ -133,9 +132,9 @@ void CheckQuality(AVCodec const& encoder, Quality quality) {
                                               known.empty() ? "use its own options" : "choose " + known));
 }
 
-bool CanHold(Container const& container, std::filesystem::path const& output, int codec) {
+bool CanHold(Container const& container, int codec) {
     if (container.isStill)
-        return codec == GetStillCodec(output);
+        return codec == GetStillCodec(container.file);
     if (GetTraits(*container.format).takesOwnCodecOnly)
         return codec == container.format->video_codec;
     int const answer =

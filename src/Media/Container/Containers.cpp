@@ -1,13 +1,16 @@
 #include "Media/Container/Containers.h"
 
+#include "Core/NearNames.h"
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
 #include "Media/Base/Sequence.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Run.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <sstream>
@@ -77,12 +80,18 @@ constexpr ContainerTraits Like(ContainerTraits row, std::string_view name) {
 constexpr ContainerTraits s_broadcastOf48kHz =
     Like(s_broadcast, "", [](ContainerTraits& row) { row.audioRate = 48000; });
 
+/// Complete at every key frame, and where there is no video every second. The header waits for the first
+/// packets, which say when streams begin.
+constexpr std::array<std::array<char const*, 2>, 2> s_inFragments{
+    {{"movflags", "+frag_keyframe+delay_moov+default_base_moof"}, {"frag_duration", "1000000"}}};
+
 /// What phones and players make of films in files of the family.
 constexpr ContainerTraits s_movFilms = Like(s_movFamily, "", [](ContainerTraits& row) {
     row.videoEncoders = {"libx264", "mpeg4"};
     row.audioEncoders = {"aac"};
     row.textEncoder = "mov_text";
     row.holdsParts = true;
+    row.pipeOptions = s_inFragments;
 });
 
 constexpr ContainerTraits s_phoneFilms = Like(s_movFilms, "", [](ContainerTraits& row) {
@@ -105,12 +114,21 @@ constexpr ContainerTraits s_containers[] = {
     Like(s_movFilms, "ipod", [](ContainerTraits& row) { row.audioExtensions = ".m4a .m4b "; }),
     Like(s_phoneFilms, "3gp"),
     Like(s_phoneFilms, "3g2"),
-    Like(s_movFamily, "psp", [](ContainerTraits& row) { row.textEncoder = "mov_text"; }),
-    Like(s_movFamily, "ismv", [](ContainerTraits& row) { row.knownCodecs = s_knownInSmoothStreams; }),
+    Like(s_movFamily, "psp",
+         [](ContainerTraits& row) {
+             row.textEncoder = "mov_text";
+             row.needsFile = true;
+         }),
+    Like(s_movFamily, "ismv",
+         [](ContainerTraits& row) {
+             row.knownCodecs = s_knownInSmoothStreams;
+             row.needsFile = true;
+         }),
     Like(s_movFamily, "f4v",
          [](ContainerTraits& row) {
              row.videoEncoders = {"libx264"};
              row.audioEncoders = {"aac"};
+             row.needsFile = true;
          }),
     {.name = "matroska",
      .videoEncoders = {"libx264", "mpeg4"},
@@ -134,6 +152,7 @@ constexpr ContainerTraits s_containers[] = {
      .countsFrames = true,
      .startsAudioAtZero = true,
      .wantsStartCodes = true,
+     .needsFile = true,
      .losesChapters = true,
      .knowsRawByTag = true,
      .plainRawFormats = "yuv420p yuyv422 bgr24 yuv422p yuv410p yuv411p gray uyvy422 nv12 nv21 rgba bgra "
@@ -162,22 +181,31 @@ constexpr ContainerTraits s_containers[] = {
     {.name = "ogv", .countsFrames = true, .chapterCodec = AV_CODEC_ID_OPUS},
     {.name = "asf", .audioExtensions = ".wma "},
     Like(s_broadcast, "dv"),
-    Like(s_broadcastOf48kHz, "gxf"),
+    Like(s_broadcastOf48kHz, "gxf", [](ContainerTraits& row) { row.needsFile = true; }),
     Like(s_broadcastOf48kHz, "mxf"),
-    Like(s_broadcastOf48kHz, "mxf_opatom"),
-    {.name = "mp3", .covers = Covers::Only},
+    Like(s_broadcastOf48kHz, "mxf_opatom", [](ContainerTraits& row) { row.needsFile = true; }),
+    {.name = "mp3",
+     .covers = Covers::Only,
+     .pipeLoss = "how much silence its encoder adds, which players then play"},
     {.name = "flac", .covers = Covers::Only, .losesChapters = true},
     {.name = "adts", .writerOption = {"write_id3v2", "1"}},
-    {.name = "aiff", .covers = Covers::Only, .isPlainAudio = true, .writerOption = {"write_id3v2", "1"}},
+    {.name = "aiff",
+     .covers = Covers::Only,
+     .isPlainAudio = true,
+     .writerOption = {"write_id3v2", "1"},
+     .needsFile = true},
     {.name = "wav", .isPlainAudio = true, .writerOption = {"rf64", "auto"}, .losesChapters = true},
-    {.name = "w64", .isPlainAudio = true, .losesChapters = true},
+    {.name = "w64", .isPlainAudio = true, .needsFile = true, .losesChapters = true},
     {.name = "au", .isPlainAudio = true, .losesChapters = true},
     {.name = "gif", .takesOwnCodecOnly = true, .losesChapters = true},
-    {.name = "apng", .takesOwnCodecOnly = true, .losesChapters = true},
+    {.name = "apng", .takesOwnCodecOnly = true, .needsFile = true, .losesChapters = true},
     {.name = "image2", .isStill = true},
     {.name = "webp", .isStill = true},
     {.name = "yuv4mpegpipe", .losesChapters = true, .keepsNoTimes = true},
     {.name = "ivf", .losesChapters = true},
+    {.name = "nut"},
+    {.name = "opus", .chapterCodec = AV_CODEC_ID_OPUS},
+    {.name = "wv", .needsFile = true, .losesChapters = true},
     {.name = "hls", .isManyFiles = true},
     {.name = "dash", .isManyFiles = true},
 };
@@ -207,30 +235,115 @@ bool IsNamedForAudio(ContainerTraits const& traits, std::filesystem::path const&
     return extension.size() > 1 && traits.audioExtensions.find(extension) != std::string_view::npos;
 }
 
+AVOutputFormat const* GuessByExtension(std::string const& extension) {
+    return av_guess_format(nullptr, ("x." + extension).c_str(), nullptr);
+}
+
+/// The first of the extensions that stand for the container; "" where there is none.
+std::string FindExtension(AVOutputFormat const& format) {
+    std::istringstream list(format.extensions != nullptr ? format.extensions : "");
+    for (std::string extension; std::getline(list, extension, ',');)
+        if (AVOutputFormat const* const guess = GuessByExtension(extension); guess == &format)
+            return extension;
+    return {};
+}
+
+/// "mkv", ".mkv" and "matroska" as "mkv"; "" for what stands for no container.
+std::string ToExtension(std::string named) {
+    boost::algorithm::to_lower(named);
+    if (named.starts_with('.'))
+        named.erase(0, 1);
+    if (GuessByExtension(named) != nullptr)
+        return named;
+    AVOutputFormat const* const format = av_guess_format(named.c_str(), nullptr, nullptr);
+    return format != nullptr && !GetTraits(*format).isStill ? FindExtension(*format) : std::string();
+}
+
+[[noreturn]] void RefuseOutput(std::filesystem::path const& output, std::string const& reason) {
+    Core::Throw<OptionsException>(fmt::format("Cannot write {}: {}", Quote(output), reason));
+}
+
+std::string ListPiped() {
+    return fmt::format("{}", fmt::join(ListPipedExtensions(), ", "));
+}
+
+/// Those that nothing is known of go into pipes if they are bare streams of one codec, without a header.
+bool CanBePiped(AVOutputFormat const& format) {
+    bool const isBare = (format.flags & AVFMT_NOTIMESTAMPS) != 0;
+    return &GetTraits(format) != &s_anyContainer ? !GetTraits(format).needsFile : isBare;
+}
+
+/// The name, with the extension that stands for the container.
+Container NameContainer(std::filesystem::path const& output, std::string const& named) {
+    Container container{
+        .file = output.filename(), .name = Quote(output.filename()), .isPiped = IsOutputPipe(output)};
+    if (!named.empty()) {
+        container.name = ToExtension(named);
+        if (container.name.empty())
+            RefuseOutput(output, fmt::format("there is no container \"{}\"{}", named,
+                                             Core::NearNamesText(named, ListExtensions())));
+        container.file += '.' + container.name;
+    } else if (container.isPiped && !output.has_extension())
+        Core::Throw<OptionsException>(
+            fmt::format("{} has no extension that tells the container; choose one of {}", Quote(output),
+                        ListPiped()),
+            TagMissingOption("format FORMAT"));
+    return container;
+}
+
 } // namespace
 
-Container ChooseContainer(std::filesystem::path const& output) {
-    auto const fail = [&](std::string const& reason) {
-        Core::Throw<OptionsException>(fmt::format("Cannot write {}: {}", Quote(output), reason));
-    };
-    AVOutputFormat const* format = av_guess_format(nullptr, output.filename().c_str(), nullptr);
+Container ChooseContainer(std::filesystem::path const& output, std::string const& named) {
+    Container container = NameContainer(output, named);
+    AVOutputFormat const*& format = container.format;
+    format = av_guess_format(nullptr, container.file.c_str(), nullptr);
     if (format == nullptr)
-        fail(output.has_extension()
-                 ? fmt::format("no container has the extension \"{}\"", output.extension().string())
-                 : std::string("add an extension, such as .mp4"));
+        RefuseOutput(output, output.has_extension() ? fmt::format("no container has the extension \"{}\"",
+                                                                  output.extension().string())
+                                                    : std::string("add an extension, such as .mp4"));
     std::string_view const name = format->name;
     ContainerTraits const& traits = GetTraits(*format);
+    container.isStill = traits.isStill;
+    bool const canBePiped = CanBePiped(*format);
     if (traits.isStill)
         // It writes to a file that is open, and reads no pattern in the name.
         format = av_guess_format("image2pipe", nullptr, nullptr);
     else if ((format->flags & AVFMT_NOFILE) != 0 || traits.isManyFiles)
-        fail(fmt::format("the format \"{}\" is not a single file", name));
-    bool const isAudio =
+        RefuseOutput(output, fmt::format("the format \"{}\" is not a single file", name));
+    container.isAudio =
         !traits.isStill && (format->video_codec == AV_CODEC_ID_NONE || traits.covers == Covers::Only ||
-                            IsNamedForAudio(traits, output));
-    if (format == nullptr || (isAudio && format->audio_codec == AV_CODEC_ID_NONE))
-        fail(fmt::format("{} files hold neither video nor audio", output.extension().string()));
-    return {format, traits.isStill, isAudio};
+                            IsNamedForAudio(traits, container.file));
+    if (format == nullptr || (container.isAudio && format->audio_codec == AV_CODEC_ID_NONE))
+        RefuseOutput(output, fmt::format("{} files hold neither video nor audio",
+                                         container.file.extension().string()));
+    if (container.isPiped && !canBePiped)
+        RefuseOutput(output,
+                     fmt::format("{} files are completed at their beginning, which a pipe has passed on: "
+                                 "write a file, or choose one of {}",
+                                 container.file.extension().string(), ListPiped()));
+    return container;
+}
+
+std::vector<std::pair<std::string, std::string>> ListPipeOptions(AVOutputFormat const& format) {
+    std::vector<std::pair<std::string, std::string>> options;
+    for (auto const& [key, value] : GetTraits(format).pipeOptions)
+        if (key != nullptr)
+            options.emplace_back(key, value);
+    return options;
+}
+
+std::vector<std::string> ListPipedExtensions() {
+    constexpr char const* usualImage = "png";
+    std::vector<std::string> all;
+    for (ContainerTraits const& row : s_containers) {
+        AVOutputFormat const* const format = av_guess_format(std::string(row.name).c_str(), nullptr, nullptr);
+        if (format == nullptr || row.isManyFiles || row.needsFile)
+            continue;
+        std::string extension = row.isStill ? usualImage : FindExtension(*format);
+        if (!extension.empty() && std::ranges::find(all, extension) == all.end())
+            all.push_back(std::move(extension));
+    }
+    return all;
 }
 
 ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept {
@@ -250,7 +363,7 @@ bool IsSequence(std::filesystem::path const& name) {
 }
 
 OutputKind FindOutputKind(std::filesystem::path const& output) {
-    Container const container = ChooseContainer(output);
+    Container const container = ChooseContainer(output, {});
     return container.isStill ? OutputKind::Image : container.isAudio ? OutputKind::Audio : OutputKind::Video;
 }
 

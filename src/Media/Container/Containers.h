@@ -6,6 +6,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 struct AVFormatContext;
 struct AVInputFormat;
@@ -71,6 +73,12 @@ struct ContainerTraits {
     std::array<char const*, 2> writerOption{};
     /// It has a place for the alpha that stands beside VP8 and VP9.
     bool hasSideAlpha = false;
+    /// Its writer goes back to complete what it began with, so that it cannot be written into a pipe.
+    bool needsFile = false;
+    /// What its writer has to be told in order not to go back, keys and values.
+    std::array<std::array<char const*, 2>, 2> pipeOptions{};
+    /// What it does not say in a pipe that matters to players, for a note.
+    char const* pipeLoss = nullptr;
     /// It has no place for chapters.
     bool losesChapters = false;
     /// Chapters stand beside streams of this codec (AVCodecID) only; 0: of any.
@@ -90,6 +98,13 @@ struct ContainerTraits {
 /// What kind of file is written.
 struct Container {
     AVOutputFormat const* format = nullptr;
+    /// The name by which codecs are guessed: the output's without its folder, or, where the container is
+    /// named otherwise, with the extension that stands for it.
+    std::filesystem::path file;
+    /// What messages call it: "\"out.mkv\"", or "mkv" where that was named.
+    std::string name;
+    /// It goes into a pipe.
+    bool isPiped = false;
     /// One picture, and nothing else.
     bool isStill = false;
     /// For audio, and beside it at most a cover.
@@ -98,14 +113,21 @@ struct Container {
 
 /// All of these may be called from any thread; containers belong to FFmpeg and live for ever.
 
-/// By the name's extension. OptionsException when that says nothing, or the container holds neither pictures
-/// nor audio.
-Container ChooseContainer(std::filesystem::path const& output);
+/// By an extension ("mkv") or FFmpeg's name of the writer ("matroska"); empty: by the extension of `output`.
+/// OptionsException when that says nothing, the container holds neither pictures nor audio, or `output` is a
+/// pipe, and the container needs a file.
+Container ChooseContainer(std::filesystem::path const& output, std::string const& named);
 
 ContainerTraits const& GetTraits(AVOutputFormat const& format) noexcept;
 
 /// What users call the files of the output, ".mp4".
 std::string GetFileKind(AVFormatContext const& output);
+
+/// The extensions by which containers are known that can be written into a pipe, one each. std::bad_alloc.
+std::vector<std::string> ListPipedExtensions();
+
+/// What the writer of a pipe is told, key and value. std::bad_alloc.
+std::vector<std::pair<std::string, std::string>> ListPipeOptions(AVOutputFormat const& format);
 
 /// Every container that has a row.
 std::span<ContainerTraits const> ListTraits() noexcept;

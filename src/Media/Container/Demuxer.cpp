@@ -12,9 +12,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
+#include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -22,6 +23,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/common.h>
 #include <libavutil/dict.h>
+#include <libavutil/intreadwrite.h>
 #include <libavutil/opt.h>
 }
 
@@ -45,13 +47,54 @@ bool IsPadding(AVPacket const& packet, AVStream const& stream) noexcept {
            packet.duration > wrap - longestPacket;
 }
 
-/// Files of the family of QuickTime and MP4 begin so. What their reader refuses lacks their index, which many
-/// programs write last.
+/// One of the pieces that files of the family of QuickTime and MP4 consist of, by its first bytes.
+struct MovPiece {
+    std::string name;
+    /// 0: not said.
+    std::int64_t size = 0;
+};
+
+MovPiece ReadMovPiece(std::string const& head) {
+    constexpr std::size_t shortHeader = 8;
+    constexpr std::size_t longHeader = 16;
+    if (head.size() < shortHeader)
+        return {};
+    auto const* const bytes = reinterpret_cast<std::uint8_t const*>(head.data());
+    MovPiece piece{head.substr(4, 4), AV_RB32(bytes)};
+    if (piece.size == 1 && head.size() >= longHeader)
+        piece.size = static_cast<std::int64_t>(AV_RB64(bytes + shortHeader));
+    if (piece.size < static_cast<std::int64_t>(shortHeader))
+        piece.size = 0;
+    return piece;
+}
+
+/// Files of that family begin so. What their reader refuses lacks their index, which many programs write
+/// last.
 bool IsMovFile(AVIOContext& file) {
-    std::array<unsigned char, 8> head{};
-    bool const isRead = avio_seek(&file, 0, SEEK_SET) == 0 &&
-                        avio_read(&file, head.data(), head.size()) == static_cast<int>(head.size());
-    return isRead && std::memcmp(head.data() + 4, "ftyp", 4) == 0;
+    std::string head(8, '\0');
+    bool const isRead =
+        avio_seek(&file, 0, SEEK_SET) == 0 &&
+        avio_read(&file, reinterpret_cast<unsigned char*>(head.data()), 8) == static_cast<int>(head.size());
+    return isRead && ReadMovPiece(head).name == "ftyp";
+}
+
+/// Whether a file of that family has its index behind what that tells of, so that reading it goes back.
+bool HasIndexBehind(InputPipe& pipe, std::stop_token const& stop) {
+    constexpr std::string_view first[] = {"ftyp", "wide", "free", "skip", "mdat"};
+    constexpr std::size_t header = 16;
+    constexpr int mostPieces = 16;
+    std::int64_t at = 0;
+    for (int i = 0; i < mostPieces; ++i) {
+        MovPiece const piece = ReadMovPiece(pipe.Peek(at, header, stop));
+        if (i == 0 && std::ranges::find(first, piece.name) == std::end(first))
+            return false;
+        if (piece.name == "mdat" || piece.name == "meta")
+            return true;
+        if (piece.name == "moov" || piece.name == "moof" || piece.size == 0 || piece.size > INT64_MAX - at)
+            return false;
+        at += piece.size;
+    }
+    return false;
 }
 
 std::int64_t PixelCount(AVStream const& stream) noexcept {
@@ -60,14 +103,14 @@ std::int64_t PixelCount(AVStream const& stream) noexcept {
 
 } // namespace
 
-Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop, Ratio imageRate)
-    : m_path(std::move(path)), m_stop(std::move(stop)), m_sequence(FindSequence(m_path)),
+Demuxer::Demuxer(Input const& input, std::stop_token stop, Ratio imageRate)
+    : m_input(ForOneCall(input)), m_stop(std::move(stop)), m_sequence(FindSequence(m_input.GetName())),
       m_imageRate(imageRate.numerator > 0 ? imageRate : s_usualImageRate) {
     Open();
     m_video = FindVideo();
     m_audio = av_find_best_stream(m_context.get(), AVMEDIA_TYPE_AUDIO, -1, m_video, nullptr, 0);
     if (m_video < 0 && m_audio < 0)
-        Core::Throw<InputException>(fmt::format("{} has neither video nor audio", Quote(m_path)));
+        Core::Throw<InputException>(fmt::format("{} has neither video nor audio", Quote(GetPath())));
     // Audio and picture would start at whatever the sender's clock said.
     m_isBroadcast = (m_context->iformat->flags & AVFMT_TS_DISCONT) != 0;
     if (m_isBroadcast && m_context->start_time != AV_NOPTS_VALUE)
@@ -79,9 +122,19 @@ Demuxer::Demuxer(std::filesystem::path path, std::stop_token stop, Ratio imageRa
 Demuxer::~Demuxer() = default;
 
 std::unique_ptr<Demuxer> Demuxer::Reopen() const {
-    auto again = std::make_unique<Demuxer>(m_path, m_stop, m_imageRate);
+    auto again = std::make_unique<Demuxer>(m_input, m_stop, m_imageRate);
     again->WorkOn(m_video, m_audio);
+    again->m_isIndexBehind = m_isIndexBehind;
     return again;
+}
+
+void Demuxer::ForgetRead() const {
+    if (m_input.m_pipe != nullptr)
+        m_input.m_pipe->ForgetRead();
+}
+
+bool Demuxer::CanSeek() const noexcept {
+    return (m_io->seekable & AVIO_SEEKABLE_NORMAL) != 0;
 }
 
 void Demuxer::WorkOn(int video, int audio) noexcept {
@@ -94,49 +147,75 @@ int Demuxer::IsInterrupted(void* self) noexcept {
     return static_cast<Demuxer*>(self)->m_stop.stop_requested() ? 1 : 0;
 }
 
-void Demuxer::Open() {
-    auto const check = [this](int error) {
-        if (m_stop.stop_requested())
-            throw Stopped();
-        if (error >= 0)
-            return;
-        std::string const name = Quote(m_path);
-        bool const lacksIndex = error == AVERROR_INVALIDDATA && m_file != nullptr && IsMovFile(*m_file);
-        Core::Throw<InputException>(
-            lacksIndex             ? name + " is incomplete: its index (moov) is missing"
-            : error == AVERROR_EOF ? name + " is incomplete: it ends within its header"
-            : error == AVERROR_INVALIDDATA
-                ? name + " is not a media file that FFmpeg can read"
-                : fmt::format("Cannot open {}: {}", name, Proc::GetFFmpegErrorText(error)),
-            Proc::TagFFmpegError(error));
-    };
+void Demuxer::OpenFile() {
     AVIOInterruptCB const interrupt{&Demuxer::IsInterrupted, this};
     AVIOContext* file = nullptr;
     std::filesystem::path const path =
-        m_sequence ? m_sequence->MakePath(FindFirstNumber(*m_sequence)) : m_path;
-    int error = avio_open2(&file, ("file:" + path.string()).c_str(), AVIO_FLAG_READ, &interrupt, nullptr);
+        m_sequence ? m_sequence->MakePath(FindFirstNumber(*m_sequence)) : GetPath();
+    int const error =
+        avio_open2(&file, ("file:" + path.string()).c_str(), AVIO_FLAG_READ, &interrupt, nullptr);
     m_file.reset(file);
-    check(error);
+    m_io = file;
+    Check(error);
+}
 
+void Demuxer::OpenPipe() {
+    InputPipe& pipe = *m_input.m_pipe;
+    pipe.Open();
+    m_isIndexBehind = !pipe.IsWhole() && HasIndexBehind(pipe, m_stop);
+    if (m_isIndexBehind)
+        Check(pipe.FetchAll(m_stop));
+    m_pipe = std::make_unique<PipeReader>(m_input.m_pipe, m_stop);
+    m_io = m_pipe->GetIO();
+}
+
+void Demuxer::Check(int error) const {
+    if (m_stop.stop_requested())
+        throw Stopped();
+    if (error >= 0)
+        return;
+    std::string const name = Quote(GetPath());
+    CheckPipe(error);
+    if (m_input.m_pipe != nullptr && m_input.m_pipe->GetSize() == 0)
+        Core::Throw<InputException>(name + " is empty: nothing came through the pipe");
+    bool const lacksIndex = error == AVERROR_INVALIDDATA && m_io != nullptr && IsMovFile(*m_io);
+    Core::Throw<InputException>(
+        lacksIndex             ? name + " is incomplete: its index (moov) is missing"
+        : error == AVERROR_EOF ? name + " is incomplete: it ends within its header"
+        : error == AVERROR_INVALIDDATA
+            ? name + " is not a media file that FFmpeg can read"
+            : fmt::format("Cannot open {}: {}", name, Proc::GetFFmpegErrorText(error)),
+        Proc::TagFFmpegError(error));
+}
+
+/// Bytes that could not be kept are not the input's fault.
+void Demuxer::CheckPipe(int error) const {
+    std::string const failure = m_input.m_pipe != nullptr ? m_input.m_pipe->GetFailure() : std::string();
+    if (!failure.empty())
+        Core::Throw<InputException>(failure, Proc::TagFFmpegError(error));
+}
+
+void Demuxer::Open() {
+    m_input.m_pipe != nullptr ? OpenPipe() : OpenFile();
     UniqueFormat fresh(CheckAllocated(avformat_alloc_context(), "AVFormatContext"));
-    fresh->interrupt_callback = interrupt;
+    fresh->interrupt_callback = {&Demuxer::IsInterrupted, this};
     // The file is open; no other is to be, whatever patterns its name has or lists its content.
     if (!m_sequence)
-        fresh->pb = m_file.get();
-    check(av_opt_set(fresh.get(), "protocol_whitelist", m_sequence ? "file" : "none", 0));
-    check(OpenContext(fresh.release()));
+        fresh->pb = m_io;
+    Check(av_opt_set(fresh.get(), "protocol_whitelist", m_sequence ? "file" : "none", 0));
+    Check(OpenContext(fresh.release()));
     InputTraits const traits = GetTraits(*m_context->iformat);
-    check(traits.isGuess ? AVERROR_INVALIDDATA : 0);
+    Check(traits.isGuess ? AVERROR_INVALIDDATA : 0);
     if (traits.lacksTimes)
         m_context->flags |= AVFMT_FLAG_GENPTS;
-    check(avformat_find_stream_info(m_context.get(), nullptr));
+    Check(avformat_find_stream_info(m_context.get(), nullptr));
 }
 
 /// Takes the context; FFmpeg's error.
 int Demuxer::OpenContext(AVFormatContext* fresh) {
     AVInputFormat const* format = nullptr;
     AVDictionary* options = nullptr;
-    std::string name = m_path.string();
+    std::string name = GetPath().string();
     int error = 0;
     if (m_sequence) {
         format = av_find_input_format("image2");
@@ -233,7 +312,7 @@ bool Demuxer::Read(AVPacket& packet) {
     if (m_rangeEnd.IsReached())
         return false;
     for (;;) {
-        std::int64_t const position = avio_tell(m_file.get());
+        std::int64_t const position = avio_tell(m_io);
         int const error = av_read_frame(m_context.get(), &packet);
         if (m_stop.stop_requested())
             throw Stopped();
@@ -245,10 +324,11 @@ bool Demuxer::Read(AVPacket& packet) {
             m_damaged -= damaged;
             return false;
         }
+        CheckPipe(error);
         if (error != AVERROR_INVALIDDATA)
-            Core::Throw<InputException>(
-                fmt::format("Cannot read the rest of {}: {}", Quote(m_path), Proc::GetFFmpegErrorText(error)),
-                Proc::TagFFmpegError(error));
+            Core::Throw<InputException>(fmt::format("Cannot read the rest of {}: {}", Quote(GetPath()),
+                                                    Proc::GetFFmpegErrorText(error)),
+                                        Proc::TagFFmpegError(error));
         if (++damaged > s_mostDamagedInARow) {
             m_brokeOff = true;
             return false;
@@ -271,21 +351,21 @@ bool Demuxer::Read(AVPacket& packet) {
 
 /// Some readers call it an error that the file ends within a packet.
 bool Demuxer::IsAtEnd(int error) const noexcept {
-    AVIOContext const& file = *m_file;
+    AVIOContext const& file = *m_io;
     bool const isFileWell = file.error >= 0 || file.error == AVERROR_EOF;
     return error == AVERROR_EOF || (error == AVERROR(EIO) && file.eof_reached != 0 && isFileWell);
 }
 
 /// `last` is where the file had been read to with the last packet.
 void Demuxer::LookAtEnd(std::int64_t last) {
-    AVIOContext& file = *m_file;
+    AVIOContext& file = *m_io;
     m_isWhole = !m_hasJumped;
     m_endsDamaged = m_lastDamaged;
     m_damaged -= m_lastCounted ? 1 : 0;
     bool const hasRest = GetTraits(*m_context->iformat).endsWithPacket && avio_tell(&file) > last;
     if (m_isWhole)
         m_endsDamaged = m_endsDamaged || hasRest || m_lastFrames.IsAnyCut();
-    if (!m_isWhole || (file.seekable & AVIO_SEEKABLE_NORMAL) == 0)
+    if (!m_isWhole || !CanSeek())
         return;
     std::int64_t const end = avio_tell(&file);
     m_fileEnd = FindFileEnd(m_context->iformat->name, file);
@@ -312,6 +392,8 @@ void Demuxer::CorrectTimes(AVPacket& packet) {
 }
 
 bool Demuxer::Seek(std::int64_t microseconds) {
+    if (!CanSeek())
+        return false;
     m_jumps = ClockJumps();
     m_hasJumped = true;
     std::int64_t const ticks =
@@ -320,7 +402,7 @@ bool Demuxer::Seek(std::int64_t microseconds) {
 }
 
 bool Demuxer::SeeksExactly() const noexcept {
-    return GetTraits(*m_context->iformat).hasIndex;
+    return CanSeek() && GetTraits(*m_context->iformat).hasIndex;
 }
 
 void Demuxer::EndWith(Span const& span) {
@@ -348,6 +430,8 @@ void Demuxer::EndSkipping(AVPacket const& packet) {
 
 std::vector<std::string> Demuxer::GetNotes() const {
     std::vector<std::string> notes;
+    if (m_isIndexBehind)
+        notes.emplace_back("Kept all of the input in a temporary file first: its index stands at its end.");
     if (m_jumps.GetCount() > 0)
         notes.push_back(fmt::format("Closed {}: the input's clock is not continuous.",
                                     CountText(m_jumps.GetCount(), "time jump")));

@@ -5,8 +5,10 @@
 #include "Media/Base/Sequence.h"
 #include "Media/Container/ClockJumps.h"
 #include "Media/Container/FileEnd.h"
+#include "Media/Container/InputPipe.h"
 #include "Media/Container/LastFrames.h"
 #include "Media/Container/StatedEnds.h"
+#include "Media/Input.h"
 #include "Media/Range/RangeEnd.h"
 
 #include <cstdint>
@@ -27,16 +29,20 @@ constexpr Ratio s_usualImageRate{25, 1};
 /// Reads the packets of a media file. One thread at a time.
 class Demuxer {
 public:
-    /// Opens the file and looks into it. InputException when it is no media file or has neither pictures nor
-    /// audio; Stopped. The name of a sequence means all its images, so many a second; 0/1: s_usualImageRate.
-    Demuxer(std::filesystem::path path, std::stop_token stop, Ratio imageRate = {});
+    /// Opens the file, or the pipe, and looks into it. InputException when it is no media file or has neither
+    /// pictures nor audio; Stopped. The name of a sequence means all its images, so many a second; 0/1:
+    /// s_usualImageRate.
+    Demuxer(Input const& input, std::stop_token stop, Ratio imageRate = {});
     ~Demuxer();
-    /// The same file from its start, with the same streams to work on. As the constructor.
+    /// The same input from its start, with the same streams to work on. As the constructor.
     std::unique_ptr<Demuxer> Reopen() const;
+    /// It is not reopened any more, nor are others of the same input: what all of them have read of a pipe is
+    /// let go.
+    void ForgetRead() const;
     /// Other streams than the best of their kinds; −1: none. Before the first packet is read.
     void WorkOn(int video, int audio) noexcept;
 
-    std::filesystem::path const& GetPath() const noexcept { return m_path; }
+    std::filesystem::path const& GetPath() const noexcept { return m_input.GetName(); }
     AVFormatContext const& GetContext() const noexcept { return *m_context; }
     /// Index of the stream of pictures that is worked on: the best video stream, a cover picture only where
     /// there is nothing else, or that of WorkOn; −1: none.
@@ -69,7 +75,7 @@ public:
     /// cannot be read further; Stopped.
     bool Read(AVPacket& packet);
     /// Goes on at the last key frame of the picture stream not after the time, in microseconds; false when
-    /// the file cannot.
+    /// the file cannot, as a pipe.
     bool Seek(std::int64_t microseconds);
     /// Whether what follows such a key frame comes out as if all had been read from the start.
     bool SeeksExactly() const noexcept;
@@ -85,7 +91,12 @@ public:
 private:
     static int IsInterrupted(void* self) noexcept;
     void Open();
+    void OpenFile();
+    void OpenPipe();
     int OpenContext(AVFormatContext* fresh);
+    void Check(int error) const;
+    void CheckPipe(int error) const;
+    bool CanSeek() const noexcept;
     int FindVideo() const;
     AVStream const& GetMain() const noexcept;
     bool IsAtEnd(int error) const noexcept;
@@ -93,12 +104,16 @@ private:
     void CorrectTimes(AVPacket& packet);
     void EndSkipping(AVPacket const& packet);
 
-    std::filesystem::path m_path;
+    Input m_input;
     std::stop_token m_stop;
     std::optional<Sequence> m_sequence;
     Ratio m_imageRate;
-    /// Of a sequence: that of its first image.
+    /// One of these is what it reads; of a sequence the first image.
     UniqueFile m_file;
+    std::unique_ptr<PipeReader> m_pipe;
+    AVIOContext* m_io = nullptr;
+    /// All of the pipe had to come before the first packet could be read.
+    bool m_isIndexBehind = false;
     UniqueInput m_context;
     int m_video = -1;
     int m_audio = -1;

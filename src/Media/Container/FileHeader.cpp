@@ -22,7 +22,12 @@ int WriteHeader(AVFormatContext& context) {
     AVDictionary* options = nullptr;
     int error = 0;
     if (phones != nullptr && GetTraits(*context.oformat).isMovFamily)
-        error = av_dict_set(&options, "movflags", "use_metadata_tags", 0);
+        error = av_dict_set(&options, "movflags", "+use_metadata_tags", 0);
+    bool const isPiped = (context.pb->seekable & AVIO_SEEKABLE_NORMAL) == 0;
+    if (isPiped)
+        for (auto const& [key, value] : ListPipeOptions(*context.oformat))
+            if (error >= 0)
+                error = av_dict_set(&options, key.c_str(), value.c_str(), AV_DICT_APPEND);
     auto const& [key, value] = GetTraits(*context.oformat).writerOption;
     if (error >= 0 && key != nullptr)
         error = av_dict_set(&options, key, value, 0);
@@ -36,10 +41,12 @@ namespace {
 
 /// Calls `write` with a context that writes into memory, which is dropped.
 template <class Write>
-int Try(AVFormatContext& context, Write const& write) {
+int Try(AVFormatContext& context, bool isPiped, Write const& write) {
     Host::FFmpegMessages::Trial const trial;
     if (avio_open_dyn_buf(&context.pb) < 0)
         ThrowNoMemory("a trial of the header");
+    if (isPiped)
+        context.pb->seekable = 0;
     int const error = write();
     std::uint8_t* written = nullptr;
     avio_close_dyn_buf(context.pb, &written);
@@ -65,13 +72,13 @@ UniqueFormat MakeAlone(AVOutputFormat const& format, AVCodecParameters const& pa
 
 } // namespace
 
-int TryHeader(AVFormatContext& context) {
-    return Try(context, [&] { return WriteHeader(context); });
+int TryHeader(AVFormatContext& context, bool isPiped) {
+    return Try(context, isPiped, [&] { return WriteHeader(context); });
 }
 
 bool TakesAlone(AVOutputFormat const& format, AVCodecParameters const& parameters, AVRational timeBase,
                 AVRational frameRate) {
-    return TryHeader(*MakeAlone(format, parameters, timeBase, frameRate)) >= 0;
+    return TryHeader(*MakeAlone(format, parameters, timeBase, frameRate), false) >= 0;
 }
 
 bool TakesAlone(AVOutputFormat const& format, AVStream const& stream) {
@@ -85,7 +92,7 @@ bool TakesPacket(AVOutputFormat const& format, AVStream const& stream, AVPacket 
         ThrowNoMemory("a packet");
     first->stream_index = 0;
     first->pts = first->dts = 0; // whether it has times is no matter here
-    int const error = Try(*context, [&] {
+    int const error = Try(*context, false, [&] {
         if (int const header = WriteHeader(*context); header < 0)
             return header;
         int const written = av_write_frame(context.get(), first.get());

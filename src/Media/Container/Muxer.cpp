@@ -6,11 +6,9 @@
 #include "Media/Container/Containers.h"
 #include "Media/Container/FileHeader.h"
 #include "Media/Container/InputStreams.h"
-#include "Media/Container/OutputFile.h"
+#include "Media/Container/Output.h"
+#include "Media/Container/WriteFailure.h"
 #include "Media/Container/WrittenStreams.h"
-#include "Media/MediaExceptions.h"
-#include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
 
@@ -21,6 +19,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/common.h>
 #include <libavutil/mathematics.h>
 }
 
@@ -33,9 +32,13 @@ bool IsExact(std::int64_t time, AVRational from, AVRational to) noexcept {
     return av_compare_ts(time, from, av_rescale_q(time, from, to), to) == 0;
 }
 
+std::string FormatRate(AVRational rate) {
+    return rate.den == 1 ? fmt::format("{}", rate.num) : fmt::format("{}/{}", rate.num, rate.den);
+}
+
 } // namespace
 
-Muxer::Muxer(OutputStreams streams, OutputFile& file, InputStreams const& input)
+Muxer::Muxer(OutputStreams streams, Output& file, InputStreams const& input)
     : m_file(file), m_input(input), m_streams(std::move(streams)), m_tracks(input.context->nb_streams) {
     for (std::size_t i = 0; i < m_tracks.size(); ++i)
         if (int const index = m_streams.indexes[i]; index >= 0) {
@@ -68,6 +71,7 @@ void Muxer::Write(AVPacket& packet, Ratio timeBase) {
     Track& track = m_tracks[source];
     packet.stream_index = index;
     packet.pos = -1;
+    WatchSteps(packet, timeBase, track);
     FitTimes(packet, timeBase, track);
     std::int64_t const time = ToTime(packet.dts, index);
     int error = av_interleaved_write_frame(&context, &packet);
@@ -101,6 +105,22 @@ void Muxer::FitTimes(AVPacket& packet, Ratio timeBase, Track& track) const {
     track.last = packet.dts;
 }
 
+/// Of packets in the order in which they are shown; other codecs state their times themselves.
+void Muxer::WatchSteps(AVPacket const& packet, Ratio timeBase, Track& track) {
+    constexpr std::int64_t roundings = 2000; // of both times, to milliseconds
+    if (packet.pts == AV_NOPTS_VALUE || (packet.dts != AV_NOPTS_VALUE && packet.dts != packet.pts))
+        return;
+    std::int64_t const shown = ToMicroseconds(packet.pts, timeBase);
+    if (track.shown != INT64_MIN) {
+        std::int64_t const step = av_sat_sub64(shown, track.shown);
+        if (!track.step)
+            track.step = step;
+        std::int64_t const difference = av_sat_sub64(step, *track.step);
+        track.isUneven = track.isUneven || difference > roundings || difference < -roundings;
+    }
+    track.shown = shown;
+}
+
 /// In microseconds; AV_NOPTS_VALUE stays.
 std::int64_t Muxer::ToTime(std::int64_t ticks, int index) const {
     return ticks == AV_NOPTS_VALUE
@@ -130,16 +150,14 @@ bool Muxer::HasWaitedEnough(std::int64_t time) {
 void Muxer::Close() {
     Check(av_write_trailer(m_streams.context.get()));
     m_file.Close();
-    m_lostTags = DescribeLostTags(*m_streams.context, m_input.context->metadata, m_streams.indexes,
-                                  m_file.GetTemporaryPath());
+    if (auto const written = m_file.GetWrittenPath(); !written.empty())
+        m_lostTags =
+            DescribeLostTags(*m_streams.context, m_input.context->metadata, m_streams.indexes, written);
 }
 
 void Muxer::Check(int error, Core::Site const& site) const {
     if (error < 0)
-        Core::Throw<OutputException>(
-            site,
-            fmt::format("Cannot write {}: {}", Quote(m_file.GetPath()), Proc::GetFFmpegErrorText(error)),
-            Proc::TagFFmpegError(error));
+        ThrowCannotWrite(m_file.GetPath(), error, site);
 }
 
 std::vector<std::string> Muxer::GetNotes() const {
@@ -156,6 +174,11 @@ std::vector<std::string> Muxer::GetNotes() const {
     if (m_input.video < 0)
         return notes;
     auto const picture = static_cast<std::size_t>(m_input.video);
+    if (m_tracks[picture].isUneven && !KeepsTimes(*m_streams.context->oformat)) {
+        AVRational const rate = m_streams.context->streams[m_streams.indexes[picture]]->avg_frame_rate;
+        notes.push_back(fmt::format("Lost the uneven frame times: {} has {} frames a second.",
+                                    GetFileKind(*m_streams.context), FormatRate(rate)));
+    }
     if (m_tracks[picture].isRounded && KeepsTimes(*m_streams.context->oformat)) {
         AVRational const tick = m_streams.context->streams[m_streams.indexes[picture]]->time_base;
         notes.push_back(fmt::format("Rounded the frame times to {}/{} s, the time base of {}.", tick.num,

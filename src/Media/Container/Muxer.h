@@ -11,14 +11,14 @@
 
 namespace Tarsel::Media {
 
-class OutputFile;
+class Output;
 
 /// Writes packets into an output file. One thread at a time.
 class Muxer {
 public:
     /// Writes the header for the streams, which were made of `input`. That and `file` outlive this.
-    /// OutputException.
-    Muxer(OutputStreams streams, OutputFile& file, InputStreams const& input);
+    /// OutputException; Stopped where that is a pipe, here and below.
+    Muxer(OutputStreams streams, Output& file, InputStreams const& input);
     ~Muxer();
 
     /// Whether packets of the input's stream are taken, or dropped.
@@ -41,16 +41,21 @@ private:
         std::int64_t moved = 0;
         std::int64_t damaged = 0;
         bool isRounded = false;
+        /// Packets do not follow one another in even steps, of which the first is kept, in microseconds.
+        bool isUneven = false;
+        std::int64_t shown = INT64_MIN;
+        std::optional<std::int64_t> step;
         /// FFmpeg waits for packets of this stream for ever.
         bool isWaitedFor = false;
     };
 
     void FitTimes(AVPacket& packet, Ratio timeBase, Track& track) const;
+    static void WatchSteps(AVPacket const& packet, Ratio timeBase, Track& track);
     std::int64_t ToTime(std::int64_t ticks, int index) const;
     bool HasWaitedEnough(std::int64_t time);
     void Check(int error, Core::Site const& site = Core::Site::Here()) const;
 
-    OutputFile& m_file;
+    Output& m_file;
     InputStreams const& m_input;
     OutputStreams m_streams;
     std::vector<Track> m_tracks;

@@ -2,9 +2,11 @@
 
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
+#include "Media/Container/OutputPipe.h"
+#include "Media/Container/WriteFailure.h"
 #include "Media/MediaExceptions.h"
 #include "Proc/Interfaces/ProcExceptions.h"
-#include "Proc/Wrappers/FFmpegText.h"
 
 #include <fmt/format.h>
 
@@ -29,10 +31,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void ThrowCannotWrite(fs::path const& path, std::string const& reason, int error,
+[[noreturn]] void ThrowSystemError(fs::path const& path, int error,
                                    Core::Site const& site = Core::Site::Here()) {
-    Core::Throw<OutputException>(site, fmt::format("Cannot write {}: {}", Quote(path), reason),
-                                 Proc::TagFFmpegError(error));
+    Core::Throw<OutputException>(site,
+                                 fmt::format("Cannot write {}: {}", Quote(path), GetSystemErrorText(error)),
+                                 Proc::TagFFmpegError(AVERROR(error)));
 }
 
 /// Creates the file, which must not exist; 0 or an errno value.
@@ -102,25 +105,26 @@ OutputFile::OutputFile(fs::path path, bool overwrite, OutputSeries const& series
     m_target = fs::is_symlink(m_path, noLink) ? fs::canonical(m_path, noLink) : m_path;
     fs::path const called = series.name.empty() ? m_target : m_target.parent_path() / series.name.filename();
     if (int const error = m_temporary.Create(called, GetRights(m_target), series.isFirst); error != 0)
-        ThrowCannotWrite(m_path, GetSystemErrorText(error), AVERROR(error));
+        ThrowSystemError(m_path, error);
 
     AVIOContext* io = nullptr;
     int const opened = avio_open2(&io, ("file:" + m_temporary.GetPath().string()).c_str(), AVIO_FLAG_WRITE,
                                   nullptr, nullptr);
     m_io.reset(io);
     if (opened < 0)
-        ThrowCannotWrite(m_path, Proc::GetFFmpegErrorText(opened), opened);
+        ThrowCannotWrite(m_path, opened);
 }
 
 OutputFile::~OutputFile() = default;
 
 void OutputFile::Close() {
     avio_flush(m_io.get());
+    m_bytes = avio_size(m_io.get());
     int const written = m_io->error;
     AVIOContext* io = m_io.release();
     int const closed = avio_closep(&io);
     if (int const error = written < 0 ? written : closed; error < 0)
-        ThrowCannotWrite(m_path, Proc::GetFFmpegErrorText(error), error);
+        ThrowCannotWrite(m_path, error);
 }
 
 void OutputFile::Publish() {
@@ -129,11 +133,19 @@ void OutputFile::Publish() {
     if (error == 0)
         error = m_overwrite ? RenameOver(written, m_target) : RenameNew(written, m_target);
     if (error == EEXIST)
-        ThrowCannotWrite(m_path, "another program has created it in the meantime", AVERROR(error));
+        Core::Throw<OutputException>(
+            fmt::format("Cannot write {}: another program has created it in the meantime", Quote(m_path)),
+            Proc::TagFFmpegError(AVERROR(error)));
     if (error != 0)
-        ThrowCannotWrite(m_path, GetSystemErrorText(error), AVERROR(error));
+        ThrowSystemError(m_path, error);
     m_temporary.Keep();
     static_cast<void>(Sync(m_target.has_parent_path() ? m_target.parent_path() : fs::path(".")));
+}
+
+std::unique_ptr<Output> OpenOutput(fs::path const& path, bool overwrite, std::stop_token stop) {
+    if (IsOutputPipe(path))
+        return std::make_unique<OutputPipe>(path, std::move(stop));
+    return std::make_unique<OutputFile>(path, overwrite);
 }
 
 } // namespace Tarsel::Media

@@ -2,7 +2,9 @@
 
 #include "Core/TemporaryFile.h"
 #include "Media/Base/FFmpegOwners.h"
+#include "Media/Container/Output.h"
 
+#include <cstdint>
 #include <filesystem>
 
 namespace Tarsel::Media {
@@ -17,26 +19,22 @@ struct OutputSeries {
 
 /// A file being written under a temporary name beside its own. It appears under its name when it is
 /// published; otherwise the destructor removes it. One thread at a time.
-class OutputFile {
+class OutputFile final : public Output {
 public:
     /// Creates the temporary file; `overwrite`: an existing file may be replaced. OutputException.
     OutputFile(std::filesystem::path path, bool overwrite, OutputSeries const& series = {});
-    OutputFile(OutputFile const&) = delete;
-    OutputFile& operator=(OutputFile const&) = delete;
-    ~OutputFile();
+    ~OutputFile() override;
 
-    /// The name it gets.
-    std::filesystem::path const& GetPath() const noexcept { return m_path; }
+    std::filesystem::path const& GetPath() const noexcept override { return m_path; }
+    AVIOContext* GetIO() const noexcept override { return m_io.get(); }
     /// Where it lies until it is published.
-    std::filesystem::path const& GetTemporaryPath() const noexcept { return m_temporary.GetPath(); }
-    /// FFmpeg's view of the file, valid until Close.
-    AVIOContext* GetIO() const noexcept { return m_io.get(); }
+    std::filesystem::path GetWrittenPath() const override { return m_temporary.GetPath(); }
+    std::int64_t GetByteCount() const noexcept override { return m_bytes; }
 
-    /// Writes what is still buffered. OutputException when any write failed.
-    void Close();
+    void Close() override;
     /// Gives the closed file its name, in one step. OutputException, also when the name has been taken in the
     /// meantime and may not be overwritten.
-    void Publish();
+    void Publish() override;
 
 private:
     std::filesystem::path m_path;
@@ -45,6 +43,7 @@ private:
     Core::TemporaryFile m_temporary;
     bool m_overwrite;
     UniqueFile m_io;
+    std::int64_t m_bytes = 0;
 };
 
 } // namespace Tarsel::Media

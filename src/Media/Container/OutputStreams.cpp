@@ -197,18 +197,18 @@ void FitLanguage(AVStream& stream) {
 
 /// What is wanted.
 struct OutputRequest {
-    std::filesystem::path const& path;
+    Container const& container;
     AVOutputFormat const& format;
     InputStreams const& input;
     StreamEncoders const& encoders;
 };
 
 OutputStreams Build(OutputRequest const& request, Selection const& selection) {
-    auto const& [path, format, input, encoders] = request;
+    auto const& [container, format, input, encoders] = request;
     AVFormatContext const& from = *input.context;
     OutputStreams result;
     AVFormatContext* context = nullptr;
-    avformat_alloc_output_context2(&context, &format, nullptr, path.c_str());
+    avformat_alloc_output_context2(&context, &format, nullptr, container.file.c_str());
     result.context.reset(CheckAllocated(context, "AVFormatContext"));
     context->strict_std_compliance = ChooseCompliance(format, encoders);
     CheckCopied(av_dict_copy(&context->metadata, from.metadata, 0));
@@ -246,7 +246,7 @@ OutputStreams Build(OutputRequest const& request, Selection const& selection) {
 
 /// Whether the muxer takes these streams together.
 int TryStreams(OutputRequest const& request, Selection const& selection) {
-    return TryHeader(*Build(request, selection).context);
+    return TryHeader(*Build(request, selection).context, request.container.isPiped);
 }
 
 /// Streams that are no streams of their own: QuickTime's chapters and time code, which the muxer makes again.
@@ -299,7 +299,7 @@ std::size_t FindMain(InputStreams const& input, Selection const& wanted) {
 /// All streams where the muxer takes them together, else each that it takes with those before. Some want
 /// another stream beside the picture (MP3 its audio), so only the end tells whether the picture can be had.
 Selection Select(OutputRequest const& request) {
-    auto const& [path, format, input, encoders] = request;
+    auto const& [container, format, input, encoders] = request;
     AVFormatContext const& from = *input.context;
     Selection wanted(from.nb_streams);
     for (unsigned i = 0; i < from.nb_streams; ++i) {
@@ -327,7 +327,7 @@ Selection Select(OutputRequest const& request) {
         }
     }
     if (error < 0)
-        Core::Throw<OutputException>(fmt::format("{} cannot hold the {}: {}", Quote(path.filename()),
+        Core::Throw<OutputException>(fmt::format("{} cannot hold the {}: {}", container.name,
                                                  input.video >= 0 ? "video" : "audio",
                                                  Proc::GetFFmpegErrorText(error)),
                                      Proc::TagFFmpegError(error));
@@ -351,9 +351,10 @@ std::vector<std::string> DescribeLostWords(AVFormatContext const& from, AVFormat
 
 } // namespace
 
-OutputStreams MakeOutputStreams(std::filesystem::path const& path, AVOutputFormat const& format,
-                                InputStreams const& input, StreamEncoders const& encoders) {
-    OutputRequest const request{path, format, input, encoders};
+OutputStreams MakeOutputStreams(Container const& container, InputStreams const& input,
+                                StreamEncoders const& encoders) {
+    AVOutputFormat const& format = *container.format;
+    OutputRequest const request{container, format, input, encoders};
     AVFormatContext const& from = *input.context;
     Selection const selection = Select(request);
     OutputStreams result = Build(request, selection);

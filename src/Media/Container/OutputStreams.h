@@ -3,7 +3,6 @@
 #include "Core/Ratio.h"
 #include "Media/Base/FFmpegOwners.h"
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -13,6 +12,7 @@ struct AVStream;
 
 namespace Tarsel::Media {
 
+struct Container;
 struct InputStreams;
 
 /// What re-encodes a stream of the input, or has done so.
@@ -47,9 +47,8 @@ struct OutputStreams {
 
 /// The streams of the input that the container takes, in their order; those with an encoder as that makes
 /// them, others as they are. Whatever else the file says comes along: metadata, chapters, programs.
-/// OutputException when the container cannot even take the picture stream, or without one any audio. `path`
-/// is the file's, at whose extension some muxers look, and messages.
-OutputStreams MakeOutputStreams(std::filesystem::path const& path, AVOutputFormat const& format,
-                                InputStreams const& input, StreamEncoders const& encoders);
+/// OutputException when the container cannot even take the picture stream, or without one any audio.
+OutputStreams MakeOutputStreams(Container const& container, InputStreams const& input,
+                                StreamEncoders const& encoders);
 
 } // namespace Tarsel::Media

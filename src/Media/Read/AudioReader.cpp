@@ -29,9 +29,9 @@ namespace Tarsel::Media {
 class AudioReading {
 public:
     /// Without a number, the best stream.
-    AudioReading(std::filesystem::path const& path, std::optional<int> number, std::stop_token const& stop,
+    AudioReading(Input const& input, std::optional<int> number, std::stop_token const& stop,
                  TimeRange const& range)
-        : m_demuxer(path, stop) {
+        : m_demuxer(input, stop) {
         AVFormatContext const& context = m_demuxer.GetContext();
         int found = 0;
         for (int i = 0; i < static_cast<int>(context.nb_streams) && m_stream == nullptr; ++i) {
@@ -43,11 +43,12 @@ public:
                 ++found;
         }
         if (m_stream == nullptr)
-            Core::Throw<InputException>(number
-                                            ? fmt::format("{} has no audio stream {}", Quote(path), *number)
-                                            : fmt::format("{} has no audio", Quote(path)));
+            Core::Throw<InputException>(
+                number ? fmt::format("{} has no audio stream {}", Quote(input.GetName()), *number)
+                       : fmt::format("{} has no audio", Quote(input.GetName())));
         m_decoder.emplace(*m_stream, m_demuxer.HasTimes());
         m_span = FindSpan(range, m_demuxer, stop);
+        m_demuxer.ForgetRead();
         m_decoder->CutTo(m_span);
         m_demuxer.EndWith(m_span);
         m_info = DescribeAudio(*m_stream, found, m_decoder->GetFormat(), {});
@@ -123,25 +124,24 @@ private:
 
 namespace {
 
-std::unique_ptr<AudioReading> OpenReading(std::filesystem::path const& path, std::optional<int> number,
+std::unique_ptr<AudioReading> OpenReading(Input const& input, std::optional<int> number,
                                           std::stop_token const& stop, TimeRange const& range) {
-    CheckInputPath(path);
+    CheckInputPath(input.GetName());
     CheckRange(range);
     try {
-        return std::make_unique<AudioReading>(path, number, stop, range);
+        return std::make_unique<AudioReading>(input, number, stop, range);
     } catch (Stopped const&) {
-        ThrowInterrupted(path);
+        ThrowInterrupted(input.GetName());
     }
 }
 
 } // namespace
 
-AudioReader::AudioReader(std::filesystem::path const& path, std::stop_token stop, TimeRange const& range)
-    : m_reading(OpenReading(path, std::nullopt, stop, range)) {}
+AudioReader::AudioReader(Input const& input, std::stop_token stop, TimeRange const& range)
+    : m_reading(OpenReading(input, std::nullopt, stop, range)) {}
 
-AudioReader::AudioReader(std::filesystem::path const& path, int number, std::stop_token stop,
-                         TimeRange const& range)
-    : m_reading(OpenReading(path, number, stop, range)) {}
+AudioReader::AudioReader(Input const& input, int number, std::stop_token stop, TimeRange const& range)
+    : m_reading(OpenReading(input, number, stop, range)) {}
 
 AudioReader::~AudioReader() = default;
 

@@ -16,6 +16,7 @@ NonVideoReader::NonVideoReader(Demuxer const& input, Span const& span)
 AVPacket* NonVideoReader::NextBefore(std::int64_t time) {
     if (!m_demuxer) {
         m_demuxer = m_input.Reopen();
+        m_demuxer->ForgetRead();
         m_demuxer->EndWith(m_span);
         m_demuxer->SkipVideoBefore(m_span.from);
     }

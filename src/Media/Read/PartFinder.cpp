@@ -147,8 +147,10 @@ PartSpan FindPart(Part const& part, Demuxer const& input, std::stop_token stop) 
     span.written = {keyFrames.FindCut(part.number - 1, part.count),
                     keyFrames.FindCut(part.number, part.count), true};
     span.read = span.written;
-    if (span.IsEmpty())
+    if (span.IsEmpty()) {
+        span.read = {INT64_MIN, INT64_MAX, true}; // for whoever plans it like the others
         return span;
+    }
     span.read.from = FindBegin(input, span.written.from, part.framesBefore, stop);
     span.read.to = FindEnd(input, span.written.to, part.framesAfter, stop);
     return span;

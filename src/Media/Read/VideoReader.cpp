@@ -23,8 +23,9 @@ constexpr std::int64_t s_rounding = 1000;
 
 class VideoReading {
 public:
-    VideoReading(std::filesystem::path const& path, std::stop_token stop)
-        : m_source(path, std::move(stop)), m_info(m_source.GetInfo()) {
+    VideoReading(Input const& input, std::stop_token stop)
+        : m_source(input, std::move(stop)), m_info(m_source.GetInfo()) {
+        m_source.GetDemuxer().ForgetRead();
         m_shown = Next();
         m_following = Next();
         m_isStill = !m_following;
@@ -57,12 +58,12 @@ private:
     bool m_isStill = false;
 };
 
-VideoReader::VideoReader(std::filesystem::path const& path, std::stop_token stop) {
-    CheckInputPath(path);
+VideoReader::VideoReader(Input const& input, std::stop_token stop) {
+    CheckInputPath(input.GetName());
     try {
-        m_reading = std::make_unique<VideoReading>(path, std::move(stop));
+        m_reading = std::make_unique<VideoReading>(input, std::move(stop));
     } catch (Stopped const&) {
-        ThrowInterrupted(path);
+        ThrowInterrupted(input.GetName());
     }
 }
 

@@ -56,8 +56,8 @@ SourceFrame MakeSourceFrame(Proc::SafeFrame picture, FrameTime const& time, Rati
 
 } // namespace
 
-VideoSource::VideoSource(std::filesystem::path path, std::stop_token stop)
-    : VideoSource(std::make_unique<Demuxer>(std::move(path), stop), stop) {}
+VideoSource::VideoSource(Input const& input, std::stop_token stop)
+    : VideoSource(std::make_unique<Demuxer>(input, stop), stop) {}
 
 VideoSource::VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop, Span const& span)
     : m_path(demuxer->GetPath()), m_stop(std::move(stop)), m_span(span), m_demuxer(std::move(demuxer)),

@@ -32,7 +32,7 @@ struct SourceFrame {
 class VideoSource {
 public:
     /// InputException also when the file has no pictures; Stopped.
-    VideoSource(std::filesystem::path path, std::stop_token stop);
+    VideoSource(Input const& input, std::stop_token stop);
     /// Reads on from a file that has just been opened; the span's beginning is sought where that gives the
     /// same pictures as reading all before it.
     VideoSource(std::unique_ptr<Demuxer> demuxer, std::stop_token stop, Span const& span = {});

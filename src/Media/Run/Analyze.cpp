@@ -26,13 +26,14 @@ namespace Tarsel::Media {
 namespace {
 
 AnalyzeResult AnalyzeAll(AnalyzeOptions const& options, std::stop_source const& stop) {
-    CheckInputPath(options.input);
+    CheckInputPath(options.input.GetName());
     StageTimes times;
     CheckRange(options.range);
     auto demuxer = std::make_unique<Demuxer>(options.input, stop.get_token(), options.imageRate);
     Choose(options.streams, *demuxer);
     Span const span = FindSpan(options.range, *demuxer, stop.get_token());
     VideoSource source(std::move(demuxer), stop.get_token(), span);
+    source.GetDemuxer().ForgetRead();
     source.FitFrames(options.onResize == OnResize::Scale);
     auto const chain = options.makeVideoEffects(source.GetInfo());
     if (chain == nullptr)
@@ -87,7 +88,7 @@ AnalyzeResult Analyze(AnalyzeOptions const& options, std::stop_token stop) {
         return AnalyzeAll(options, own);
     } catch (Stopped const&) {
         Core::Throw<InterruptedException>(
-            fmt::format("Interrupted: {} was not analyzed to its end", Quote(options.input)));
+            fmt::format("Interrupted: {} was not analyzed to its end", Quote(options.input.GetName())));
     }
 }
 

@@ -111,9 +111,9 @@ std::string AudioPlanner::DescribeCopyObstacle() const {
     AVCodecID const codec = m_source.codecpar->codec_id;
     int const rate = GetTraits(*m_checked.container.format).audioRate;
     if (rate > 0 && m_source.codecpar->sample_rate != rate)
-        return fmt::format("{} holds audio of {} Hz only", Quote(m_options.output.filename()), rate);
+        return fmt::format("{} holds audio of {} Hz only", m_checked.container.name, rate);
     if (!CanHoldAudio(m_checked.container, *m_source.codecpar))
-        return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
+        return fmt::format("{} cannot hold {}", m_checked.container.name, avcodec_get_name(codec));
     if (!m_input.span.IsWhole() && !CutsExactly(m_source))
         return fmt::format("packets of {} cannot be cut to the range", avcodec_get_name(codec));
     return m_checked.AsksAudioQuality() && !CodecLosesNothing(codec)
@@ -160,9 +160,7 @@ AVCodec const* AudioPlanner::ChooseEncoder(Conf::SampleInfo const& format, int w
     AVCodec const* encoder = m_checked.audioEncoder;
     if (encoder == nullptr && !m_checked.WantsAudioEncoder())
         encoder = FindSameAudioEncoder(m_checked.container, *m_source.codecpar, format.format, wantedDepth);
-    return encoder != nullptr
-               ? encoder
-               : FindUsualAudioEncoder(m_checked.container, m_options.output, format.format, depth);
+    return encoder != nullptr ? encoder : FindUsualAudioEncoder(m_checked.container, format.format, depth);
 }
 
 std::unique_ptr<AudioEncoder> AudioPlanner::MakeEncoder(Conf::SampleInfo const& format,

@@ -3,13 +3,14 @@
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
 #include "Media/Base/Paths.h"
+#include "Media/Base/Stopped.h"
 #include "Media/Codec/AudioEncoder.h"
 #include "Media/Codec/AudioEncoderChoice.h"
 #include "Media/Codec/AudioFormat.h"
 #include "Media/Codec/EncoderSettings.h"
 #include "Media/Container/InputStreams.h"
 #include "Media/Container/Muxer.h"
-#include "Media/Container/OutputFile.h"
+#include "Media/Container/Output.h"
 #include "Media/MediaExceptions.h"
 
 #include <fmt/format.h>
@@ -27,16 +28,19 @@ namespace {
     Core::Throw<OptionsException>(reason);
 }
 
-AudioRequest MakeRequest(AudioFileOptions const& options) {
+Container CheckOptions(AudioFileOptions const& options) {
     if (!Conf::IsKnown(options.format))
         ThrowOptions("Give the format of the audio to write");
     CheckOutputPath(options.output, options.inputs, options.overwrite);
-    Container const container = ChooseContainer(options.output);
+    CheckIsNoTerminal(options.output);
+    return ChooseContainer(options.output, options.container);
+}
+
+AudioRequest MakeRequest(AudioFileOptions const& options, Container const& container) {
     int const depth = options.depth > 0 ? options.depth : GetDepth(options.format.format);
-    AVCodec const* const encoder =
-        options.encoder.empty()
-            ? FindUsualAudioEncoder(container, options.output, options.format.format, depth)
-            : &ChooseNamedAudioEncoder(container, options.output, options.encoder);
+    AVCodec const* const encoder = options.encoder.empty()
+                                       ? FindUsualAudioEncoder(container, options.format.format, depth)
+                                       : &ChooseNamedAudioEncoder(container, options.encoder);
     if (encoder == nullptr)
         ThrowOptions(fmt::format("Cannot write {}: it holds no audio", Quote(options.output)));
     CheckEncoderOptions(*encoder, options.encoderOptions, s_usualQuality);
@@ -47,14 +51,16 @@ AudioRequest MakeRequest(AudioFileOptions const& options) {
 
 class AudioWriting {
 public:
-    explicit AudioWriting(AudioFileOptions const& options) : AudioWriting(options, MakeRequest(options)) {}
+    AudioWriting(AudioFileOptions const& options, std::stop_token const& stop)
+        : AudioWriting(options, CheckOptions(options), stop) {}
 
+    std::filesystem::path const& GetPath() const noexcept { return m_file->GetPath(); }
     void Write(Proc::IDataAudio const& block) { m_encoder.Encode(block, m_give); }
 
     void Publish() {
         m_encoder.End(m_give);
         m_muxer.Close();
-        m_file.Publish();
+        m_file->Publish();
     }
 
     std::vector<std::string> GetNotes() const {
@@ -65,15 +71,15 @@ public:
     }
 
 private:
-    AudioWriting(AudioFileOptions const& options, AudioRequest const& request)
-        : m_encoder(request), m_file(options.output, options.overwrite),
-          m_muxer(MakeOutputStreams(options.output, *request.container, m_input,
-                                    {{&m_encoder.GetContext(), m_encoder.GetTimeBase()}}),
-                  m_file, m_input) {}
+    AudioWriting(AudioFileOptions const& options, Container const& container, std::stop_token const& stop)
+        : m_encoder(MakeRequest(options, container)),
+          m_file(OpenOutput(options.output, options.overwrite, stop)),
+          m_muxer(MakeOutputStreams(container, m_input, {{&m_encoder.GetContext(), m_encoder.GetTimeBase()}}),
+                  *m_file, m_input) {}
 
     InputStreams m_input = MakeUnknownInput(StreamKind::Audio);
     AudioEncoder m_encoder;
-    OutputFile m_file;
+    std::unique_ptr<Output> m_file;
     Muxer m_muxer;
     TakePacket m_give = [this](AVPacket& packet) {
         packet.stream_index = 0;
@@ -81,17 +87,32 @@ private:
     };
 };
 
-AudioWriter::AudioWriter(AudioFileOptions const& options)
-    : m_writing(std::make_unique<AudioWriting>(options)) {}
+namespace {
+
+/// What `write` does; a stop is the caller's.
+template <class Write>
+auto Interruptibly(std::filesystem::path const& output, Write const& write) {
+    try {
+        return write();
+    } catch (Stopped const&) {
+        Core::Throw<InterruptedException>(fmt::format("Interrupted: {} was not written", Quote(output)));
+    }
+}
+
+} // namespace
+
+AudioWriter::AudioWriter(AudioFileOptions const& options, std::stop_token stop)
+    : m_writing(
+          Interruptibly(options.output, [&] { return std::make_unique<AudioWriting>(options, stop); })) {}
 
 AudioWriter::~AudioWriter() = default;
 
 void AudioWriter::Write(Proc::IDataAudio const& block) {
-    m_writing->Write(block);
+    Interruptibly(m_writing->GetPath(), [&] { m_writing->Write(block); });
 }
 
 void AudioWriter::Publish() {
-    m_writing->Publish();
+    Interruptibly(m_writing->GetPath(), [&] { m_writing->Publish(); });
 }
 
 std::vector<std::string> AudioWriter::GetNotes() const {

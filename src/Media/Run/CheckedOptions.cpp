@@ -69,6 +69,8 @@ void CheckPart(CheckedOptions const& checked) {
     RunOptions const& options = checked.options;
     if (!options.part && options.parts.empty())
         return;
+    if (options.part && checked.container.isPiped)
+        Core::Throw<OptionsException>("Write the part into a file: a pipe holds none");
     if (!GetTraits(*checked.container.format).holdsParts)
         Core::Throw<OptionsException>(fmt::format("Choose another container, such as .mkv or .mp4: {} files "
                                                   "hold no parts of a video",
@@ -92,7 +94,7 @@ AVCodec const* PlanVideoEncoder(CheckedOptions const& checked) {
             ThrowHoldsNoVideo(checked);
         return nullptr;
     }
-    AVCodec const& encoder = ChooseEncoder(checked.container, options.output, options.videoEncoder);
+    AVCodec const& encoder = ChooseEncoder(checked.container, options.videoEncoder);
     // Another may yet be chosen for the input's codec.
     if (options.quality && !checked.MayKeepCodec() && !checked.container.isAudio)
         CheckQuality(encoder, *options.quality);
@@ -105,18 +107,16 @@ AVCodec const* PlanAudioEncoder(CheckedOptions const& checked) {
     if (!checked.NeedsAudio())
         return nullptr;
     if (!options.audioEncoder.empty()) {
-        AVCodec const& encoder =
-            ChooseNamedAudioEncoder(checked.container, options.output, options.audioEncoder);
+        AVCodec const& encoder = ChooseNamedAudioEncoder(checked.container, options.audioEncoder);
         CheckEncoderOptions(encoder, options.audioEncoderOptions, checked.GetQuality());
         return &encoder;
     }
-    AVCodec const* const usual =
-        FindUsualAudioEncoder(checked.container, options.output, Conf::SampleFormats::S16, 16);
+    AVCodec const* const usual = FindUsualAudioEncoder(checked.container, Conf::SampleFormats::S16, 16);
     if (usual == nullptr)
-        Core::Throw<OptionsException>(fmt::format("Cannot write {}: {} no audio", Quote(options.output),
-                                                  checked.container.isStill
-                                                      ? "an image holds"
-                                                      : options.output.extension().string() + " files hold"));
+        Core::Throw<OptionsException>(fmt::format(
+            "Cannot write {}: {} no audio", Quote(options.output),
+            checked.container.isStill ? "an image holds"
+                                      : checked.container.file.extension().string() + " files hold"));
     CheckEncoderOptions(*usual, options.audioEncoderOptions, checked.GetQuality());
     return nullptr;
 }
@@ -153,8 +153,8 @@ bool CheckedOptions::NeedsAudio() const noexcept {
 }
 
 CheckedOptions CheckEncoders(RunOptions const& options) {
-    CheckOutputPath(options.output, options.input, true);
-    CheckedOptions checked{options, ChooseContainer(options.output)};
+    CheckOutputPath(options.output, options.input.GetName(), true);
+    CheckedOptions checked{options, ChooseContainer(options.output, options.container)};
     if (checked.container.isStill)
         checked.sequence = FindSequence(options.output);
     checked.videoEncoder = PlanVideoEncoder(checked);
@@ -168,20 +168,21 @@ CheckedOptions CheckEncoders(RunOptions const& options) {
 CheckedOptions CheckOptions(RunOptions const& options) {
     CheckedOptions checked = CheckEncoders(options);
     // Last, so that whoever then asks for overwriting meets no other refusal.
-    CheckInputPath(options.input);
-    if (options.imageRate.numerator > 0 && !FindSequence(options.input))
-        Core::Throw<OptionsException>(Quote(options.input) + " is not a sequence of images",
+    CheckInputPath(options.input.GetName());
+    if (options.imageRate.numerator > 0 && !FindSequence(options.input.GetName()))
+        Core::Throw<OptionsException>(Quote(options.input.GetName()) + " is not a sequence of images",
                                       TagSurplusOption("rate"));
-    CheckOutputPath(options.output, options.input, options.overwrite);
+    CheckOutputPath(options.output, options.input.GetName(), options.overwrite);
     if (checked.sequence)
-        CheckSequenceFiles(*checked.sequence, options.firstNumber, options.input, options.overwrite);
+        CheckSequenceFiles(*checked.sequence, options.firstNumber, options.input.GetName(),
+                           options.overwrite);
     return checked;
 }
 
 void ThrowHoldsNoVideo(CheckedOptions const& checked) {
     Core::Throw<OptionsException>(fmt::format("Cannot write {}: {} files hold no video",
                                               Quote(checked.options.output),
-                                              checked.options.output.extension().string()));
+                                              checked.container.file.extension().string()));
 }
 
 } // namespace Tarsel::Media

@@ -8,7 +8,7 @@
 #include "Media/Codec/VideoEncoder.h"
 #include "Media/Container/InputStreams.h"
 #include "Media/Container/Muxer.h"
-#include "Media/Container/OutputFile.h"
+#include "Media/Container/Output.h"
 #include "Media/MediaExceptions.h"
 
 #include <fmt/format.h>
@@ -22,14 +22,19 @@ namespace Tarsel::Media {
 
 namespace {
 
-EncoderRequest MakeRequest(ImageFileOptions const& options) {
+Container CheckOptions(ImageFileOptions const& options) {
     CheckOutputPath(options.output, options.inputs, options.overwrite);
-    Container const container = ChooseContainer(options.output);
+    CheckIsNoTerminal(options.output);
+    Container container = ChooseContainer(options.output, options.container);
     if (!container.isStill)
         Core::Throw<OptionsException>(fmt::format(
             "Cannot write {}: choose the extension of an image, such as .png", Quote(options.output)));
+    return container;
+}
+
+EncoderRequest MakeRequest(Container const& container) {
     EncoderRequest request;
-    request.encoder = &ChooseEncoder(container, options.output, {});
+    request.encoder = &ChooseEncoder(container, {});
     request.container = container.format;
     request.timeBase = s_microsecond;
     request.inputRate = {0, 1};
@@ -40,18 +45,19 @@ EncoderRequest MakeRequest(ImageFileOptions const& options) {
 } // namespace
 
 void CheckImageFile(ImageFileOptions const& options) {
-    (void)MakeRequest(options);
+    (void)MakeRequest(CheckOptions(options));
 }
 
 std::vector<std::string> WriteImage(SP<Proc::IDataVideo> const& picture, ImageFileOptions const& options) {
-    EncoderRequest request = MakeRequest(options);
+    Container const container = CheckOptions(options);
+    EncoderRequest request = MakeRequest(container);
     request.input = {picture->GetPixelFormat(), picture->GetColorSpace()};
     InputStreams const input = MakeUnknownInput(StreamKind::Video);
     WorkedFrame const frame{picture, {}};
     VideoEncoder encoder(request, frame);
-    OutputFile file(options.output, options.overwrite);
+    auto const file = OpenOutput(options.output, options.overwrite, {});
     StreamEncoders const encoders{{&encoder.GetContext(), encoder.GetTimeBase(), &encoder.GetFirstFrame()}};
-    Muxer muxer(MakeOutputStreams(options.output, *request.container, input, encoders), file, input);
+    Muxer muxer(MakeOutputStreams(container, input, encoders), *file, input);
     auto const write = [&] {
         while (AVPacket* const packet = encoder.Receive()) {
             packet->stream_index = input.video;
@@ -63,7 +69,7 @@ std::vector<std::string> WriteImage(SP<Proc::IDataVideo> const& picture, ImageFi
     encoder.End();
     write();
     muxer.Close();
-    file.Publish();
+    file->Publish();
     std::vector<std::string> notes = encoder.DescribeLosses();
     for (std::string& note : encoder.GetNotes())
         notes.push_back(std::move(note));

@@ -23,7 +23,8 @@ namespace {
 /// What is wanted of the input has to be in it.
 void CheckKinds(CheckedOptions const& checked, Demuxer const& demuxer) {
     auto const fail = [&](char const* kind) {
-        Core::Throw<InputException>(fmt::format("{} has no {}", Quote(checked.options.input), kind));
+        Core::Throw<InputException>(
+            fmt::format("{} has no {}", Quote(checked.options.input.GetName()), kind));
     };
     Container const& container = checked.container;
     bool const hasAudio = demuxer.GetAudioIndex() >= 0;
@@ -43,14 +44,15 @@ void SelectStill(CheckedOptions const& checked, VideoSource& source) {
     Demuxer const& input = source.GetDemuxer();
     if (input.IsStill()) {
         if (options.at)
-            Core::Throw<OptionsException>(Quote(options.input) + " is an image", TagSurplusOption("at"));
+            Core::Throw<OptionsException>(Quote(options.input.GetName()) + " is an image",
+                                          TagSurplusOption("at"));
         return;
     }
     if (options.at)
         source.SelectFrame(std::llround(*options.at * 1e6));
     else if (input.GetVideo().nb_frames != 1)
         Core::Throw<OptionsException>(fmt::format("{} is an image: choose a frame of {} by its time",
-                                                  Quote(options.output), Quote(options.input)),
+                                                  Quote(options.output), Quote(options.input.GetName())),
                                       TagMissingOption("at SECONDS"));
 }
 
@@ -76,7 +78,8 @@ std::optional<VideoStreamInfo> FitToWhole(OpenedInput& input, std::stop_token st
 
 OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
     OpenedInput input;
-    input.demuxer = std::make_unique<Demuxer>(checked.options.input, stop, checked.options.imageRate);
+    Input const file = ForOneCall(checked.options.input);
+    input.demuxer = std::make_unique<Demuxer>(file, stop, checked.options.imageRate);
     Choose(checked.options.streams, *input.demuxer);
     CheckAudioChoices(checked.options.audioWork, checked.options.streams, *input.demuxer);
     CheckKinds(checked, *input.demuxer);
@@ -87,8 +90,6 @@ OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
     if (checked.options.part) {
         input.part = FindPart(*checked.options.part, *input.demuxer, stop);
         LeaveVideoAlone(input.streams);
-        if (input.part->IsEmpty())
-            return input;
     }
     bool const goesWithoutVideo = checked.container.isAudio && !input.demuxer->IsCover();
     if (!input.demuxer->HasVideo() || goesWithoutVideo)
@@ -110,7 +111,7 @@ OpenedInput OpenInput(CheckedOptions const& checked, std::stop_token stop) {
     } catch (InputException const&) {
         input.failure = std::current_exception();
         input.source.reset();
-        input.demuxer = std::make_unique<Demuxer>(checked.options.input, stop, checked.options.imageRate);
+        input.demuxer = std::make_unique<Demuxer>(file, stop, checked.options.imageRate);
         Choose(checked.options.streams, *input.demuxer);
     }
     return input;

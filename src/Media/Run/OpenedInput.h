@@ -27,7 +27,7 @@ struct OpenedInput {
     VideoStreamInfo video;
     /// Why the packets of the video cannot be copied to the range alone; "" when they can.
     std::string cutObstacle;
-    /// Where a part is wanted; without frames there is no `source`.
+    /// Where a part is wanted. Of one without frames `source` is the whole.
     std::optional<PartSpan> part;
     /// The video, where it was encoded in parts.
     std::unique_ptr<PartJoiner> parts;

@@ -107,12 +107,12 @@ void Planner::LeaveOutWhatFilesLack() {
         if (stream.discard == AVDISCARD_ALL || !(isBeside || (isAudioOfFilm && IsVideo(stream))))
             continue;
         stream.discard = AVDISCARD_ALL;
-        m_run.plan.streams[i].reason = fmt::format("{} is {}", Quote(m_options.output.filename()),
-                                                   isBeside ? "an image" : "an audio file");
+        m_run.plan.streams[i].reason =
+            fmt::format("{} is {}", m_container.name, isBeside ? "an image" : "an audio file");
     }
     if (!isAudioOfFilm)
         return;
-    NoteVideo(fmt::format("Left out the video: {} is an audio file.", Quote(m_options.output.filename())));
+    NoteVideo(fmt::format("Left out the video: {} is an audio file.", m_container.name));
     m_streams.video = -1;
 }
 
@@ -122,22 +122,21 @@ std::string Planner::DescribeCopyObstacle() const {
     if (m_checked.sequence || input.IsSequence())
         return fmt::format(
             "{} is a sequence of images",
-            Quote(m_checked.sequence ? m_options.output.filename() : m_options.input.filename()));
+            Quote(m_checked.sequence ? m_options.output.filename() : m_options.input.GetName().filename()));
     AVStream const& video = input.GetVideo();
     AVCodecID const codec = video.codecpar->codec_id;
     bool const canHold = input.IsCover() && !m_container.isStill
                              ? GetTraits(m_format).covers != Covers::None
-                             : CanHold(m_container, m_options.output, codec) && TakesAlone(m_format, video);
+                             : CanHold(m_container, codec) && TakesAlone(m_format, video);
     if (!canHold || WantsStartCodes(m_format, *video.codecpar))
-        return fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), avcodec_get_name(codec));
+        return fmt::format("{} cannot hold {}", m_container.name, avcodec_get_name(codec));
     bool const isAsItIs = input.IsStill() || m_input.source == nullptr ||
                           TakesPacket(m_format, video, m_input.source->GetFirstPacket());
     if (!isAsItIs)
-        return fmt::format("{} cannot hold {} as it is encoded", Quote(m_options.output.filename()),
-                           avcodec_get_name(codec));
+        return fmt::format("{} cannot hold {} as it is encoded", m_container.name, avcodec_get_name(codec));
     if (m_input.video.orientation.GetOrientation().value_or(1) != 1 && !m_container.isStill &&
         !GetTraits(m_format).isMovFamily)
-        return fmt::format("{} cannot hold the orientation tag", Quote(m_options.output.filename()));
+        return fmt::format("{} cannot hold the orientation tag", m_container.name);
     if (!m_input.cutObstacle.empty())
         return m_input.cutObstacle;
     bool const needsTimes = KeepsTimes(m_format) && m_streams.container != m_format.name && !input.IsStill();
@@ -178,8 +177,7 @@ void Planner::PlanEncoders() {
         m_encoder = same != nullptr ? same : m_encoder;
     } else if (m_checked.MayKeepCodec() && !input.IsStill() && !input.IsSequence() &&
                TakesAlone(m_format, input.GetVideo())) {
-        PreferEncoders(
-            FindSameEncoders(m_container, m_options.output, codec, m_input.video.format, m_options.quality));
+        PreferEncoders(FindSameEncoders(m_container, codec, m_input.video.format, m_options.quality));
     }
     if (m_encoder != nullptr && input.IsCover())
         CheckEncoderOptions(*m_encoder, m_options.videoEncoderOptions, m_checked.GetQuality());
@@ -223,8 +221,7 @@ Planner::Chain Planner::MakeChain() {
         AVStream const& video = m_input.GetDemuxer().GetVideo();
         if (HasSideAlpha(video) && !HoldsSideAlpha(m_format, video.codecpar->codec_id))
             NoteVideo(fmt::format("Copied the video without its alpha: {} cannot hold alpha beside {}.",
-                                  Quote(m_options.output.filename()),
-                                  avcodec_get_name(video.codecpar->codec_id)));
+                                  m_container.name, avcodec_get_name(video.codecpar->codec_id)));
         return chain;
     }
     if (chain == nullptr && !wantsEncoder && m_input.GetDemuxer().IsCover() && m_streams.audio >= 0 &&
@@ -326,7 +323,7 @@ void Planner::PlanText() {
             continue;
         }
         m_run.plan.streams[i].reason =
-            fmt::format("{} cannot hold {}", Quote(m_options.output.filename()), m_run.plan.streams[i].codec);
+            fmt::format("{} cannot hold {}", m_container.name, m_run.plan.streams[i].codec);
         m_run.plan.streams[i].encoder = text->GetContext().codec->name;
         m_run.plan.streams[i].notes.push_back(text->Describe());
     }
@@ -348,7 +345,7 @@ void Planner::PlanOutput() {
         else if (work.text != nullptr)
             encoders[i] = {&work.text->GetContext(), FromAV(m_streams.context->streams[i]->time_base)};
     }
-    m_run.output = MakeOutputStreams(m_options.output, m_format, m_streams, encoders);
+    m_run.output = MakeOutputStreams(m_container, m_streams, encoders);
     for (std::size_t i = 0; i < encoders.size(); ++i) {
         StreamPlan& plan = m_run.plan.streams[i];
         bool const isTaken = m_run.output.indexes[i] >= 0;
@@ -364,7 +361,7 @@ void Planner::PlanOutput() {
             plan.encoderOptions.clear();
             plan.format.clear();
             if (plan.reason.empty() || encoders[i].IsEncoded())
-                plan.reason = fmt::format("{} cannot hold it", Quote(m_options.output.filename()));
+                plan.reason = fmt::format("{} cannot hold it", m_container.name);
         } else {
             plan.output = m_run.output.indexes[i];
             plan.outputCodec =
@@ -381,6 +378,13 @@ void Planner::PlanOutput() {
     if (m_input.GetDemuxer().IsSequence() && !m_checked.sequence && m_options.imageRate.numerator == 0)
         m_run.plan.notes.push_back(
             fmt::format("Took {} images a second; --rate sets another rate.", s_usualImageRate.numerator));
+    if (!m_container.isPiped)
+        return;
+    m_run.plan.writerOptions = ListPipeOptions(m_format);
+    if (char const* const loss = GetTraits(m_format).pipeLoss; loss != nullptr)
+        m_run.plan.notes.push_back(
+            fmt::format("Write a file to keep every sample: in a pipe {} does not say {}.",
+                        m_container.file.extension().string(), loss));
 }
 
 } // namespace

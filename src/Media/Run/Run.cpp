@@ -3,11 +3,12 @@
 #include "Core/Stopwatch.h"
 #include "Core/Throw.h"
 #include "Media/Base/MessageText.h"
+#include "Media/Base/Paths.h"
 #include "Media/Base/Stopped.h"
 #include "Media/Base/Times.h"
 #include "Media/Codec/EncoderSettings.h"
 #include "Media/Codec/Encoders.h"
-#include "Media/Container/OutputFile.h"
+#include "Media/Container/Output.h"
 #include "Media/Container/SequenceFiles.h"
 #include "Media/MediaExceptions.h"
 #include "Media/Read/ImageFacts.h"
@@ -23,10 +24,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 extern "C" {
@@ -52,7 +52,7 @@ private:
     void Open();
     void Plan();
     void Work();
-    void WorkOnVideo(OutputFile& file, NonVideoStreams& beside);
+    void WorkOnVideo(Output& file, NonVideoStreams& beside);
     void WorkOnSequence(Sequence const& sequence);
     void PassVideo(Pipeline& pipeline, std::function<void(WorkedFrame const&)> const& write,
                    std::function<void()> const& close);
@@ -60,10 +60,10 @@ private:
     void NoteVideo();
     void EndPart(Writer const& writer);
     void WriteEmptyPart();
-    void JoinVideo(OutputFile& file, NonVideoStreams& beside);
-    void Copy(OutputFile& file, NonVideoStreams& beside);
+    void JoinVideo(Output& file, NonVideoStreams& beside);
+    void Copy(Output& file, NonVideoStreams& beside);
     /// Null where the files have their names already.
-    void Publish(OutputFile* file);
+    void Publish(Output* file);
     void NoteSize(std::int64_t input, std::int64_t output);
     std::int64_t GetEnd(AVPacket const& packet) const;
     void CheckReached(std::int64_t end) const;
@@ -83,13 +83,13 @@ private:
 };
 
 RunResult Job::Run() {
+    CheckIsNoTerminal(m_options.output);
     Open();
-    if (m_input.part && m_input.part->IsEmpty()) {
-        WriteEmptyPart();
-        return std::move(m_result);
-    }
     Plan();
-    Work();
+    if (m_input.part && m_input.part->IsEmpty())
+        WriteEmptyPart();
+    else
+        Work();
     return std::move(m_result);
 }
 
@@ -126,10 +126,11 @@ void Job::Work() {
     if (m_options.onFrame)
         WatchFrames(m_options.onFrame, m_input.streams, m_planned);
     NonVideoStreams beside(m_input.streams, std::move(m_planned.streams), m_progress, m_stop.get_token());
-    std::optional<OutputFile> file;
+    std::unique_ptr<Output> file;
     if (m_checked.sequence)
         WorkOnSequence(*m_checked.sequence);
-    else if (file.emplace(m_options.output, m_options.overwrite); m_planned.video != nullptr)
+    else if (file = OpenOutput(m_options.output, m_options.overwrite, m_stop.get_token());
+             m_planned.video != nullptr)
         WorkOnVideo(*file, beside);
     else if (m_input.parts != nullptr)
         JoinVideo(*file, beside);
@@ -140,36 +141,36 @@ void Job::Work() {
     m_result.framesOut = m_progress.GetFrames();
     m_result.audioSeconds = m_progress.GetAudioSeconds();
     Report();
-    Publish(file ? &*file : nullptr);
+    Publish(file.get());
     m_result.times = m_times.Get();
 }
 
-void Job::Publish(OutputFile* file) {
+void Job::Publish(Output* file) {
     if (m_stop.stop_requested())
         throw Stopped();
     if (file != nullptr) {
         file->Publish();
-        std::error_code unknown;
-        if (auto const bytes = std::filesystem::file_size(m_options.output, unknown); !unknown)
-            m_result.bytes = static_cast<std::int64_t>(bytes);
+        m_result.bytes = file->GetByteCount();
     }
     m_result.seconds = m_progress.GetSeconds();
 }
 
 void Job::WriteEmptyPart() {
-    OutputFile file(m_options.output, m_options.overwrite);
-    file.Close();
-    Publish(&file);
+    auto const file = OpenOutput(m_options.output, m_options.overwrite, m_stop.get_token());
+    file->Close();
+    Publish(file.get());
     AddNotes({fmt::format("Part {} of {} holds no frames: the video has too few key frames.",
                           m_options.part->number, m_options.part->count)});
 }
 
-void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
+void Job::WorkOnVideo(Output& file, NonVideoStreams& beside) {
     InputStreams const& streams = m_input.streams;
     VideoEncoder& encoder = *m_planned.videoEncoder;
     std::optional<NonVideoReader> others;
     if (!m_isStill && !m_input.part && streams.context->nb_streams > 1)
         others.emplace(m_input.GetDemuxer(), streams.span);
+    else
+        m_input.GetDemuxer().ForgetRead();
     Muxer muxer(std::move(m_planned.output), file, streams);
     Writer writer(encoder, muxer, streams, others ? &*others : nullptr, beside, m_progress);
 
@@ -185,7 +186,8 @@ void Job::WorkOnVideo(OutputFile& file, NonVideoStreams& beside) {
     AddNotes(others ? others->GetNotes() : source.GetDemuxer().GetNotes());
     NoteVideo();
     AddNotes(muxer.GetNotes());
-    AddNotes(DescribeLostFacts(m_input.facts, file.GetTemporaryPath()));
+    if (auto const written = file.GetWrittenPath(); !written.empty())
+        AddNotes(DescribeLostFacts(m_input.facts, written));
 }
 
 /// An image for each frame; those that are written stay, whatever comes.
@@ -312,7 +314,7 @@ void Job::PassVideo(Pipeline& pipeline, std::function<void(WorkedFrame const&)> 
 }
 
 /// The packets of the parts, and beside them all other streams as in a run of the whole.
-void Job::JoinVideo(OutputFile& file, NonVideoStreams& beside) {
+void Job::JoinVideo(Output& file, NonVideoStreams& beside) {
     InputStreams const& streams = m_input.streams;
     PartJoiner& parts = *m_input.parts;
     Ratio const timeBase = FromAV(parts.GetStream().time_base);
@@ -356,7 +358,7 @@ void Job::JoinVideo(OutputFile& file, NonVideoStreams& beside) {
 }
 
 /// All packets as they are, but those of streams that are worked on.
-void Job::Copy(OutputFile& file, NonVideoStreams& beside) {
+void Job::Copy(Output& file, NonVideoStreams& beside) {
     InputStreams const& streams = m_input.streams;
     if (m_input.source != nullptr) { // it has looked for the first picture; now
                                      // all packets are wanted
@@ -364,6 +366,7 @@ void Job::Copy(OutputFile& file, NonVideoStreams& beside) {
         m_input.source.reset();
     }
     Demuxer& demuxer = *m_input.demuxer;
+    demuxer.ForgetRead();
     demuxer.EndWith(streams.span);
     std::int64_t reached = INT64_MIN;
     bool const countsPictures = streams.video >= 0 && !demuxer.IsCover();
@@ -435,7 +438,7 @@ void Job::CheckReached(std::int64_t end) const {
     if (m_input.streams.span.IsWhole() || !isEmpty)
         return;
     Core::Throw<OptionsException>(fmt::format("There is nothing of {} in the range: it ends at {}",
-                                              Quote(m_options.input), SecondsText(end)));
+                                              Quote(m_options.input.GetName()), SecondsText(end)));
 }
 
 /// `end` is where the input ends, in microseconds.
@@ -471,6 +474,7 @@ bool KeepsClearColors(RunOptions const& options) {
 
 void CheckRun(RunOptions const& options) {
     CheckOptions(options);
+    CheckIsNoTerminal(options.output);
 }
 
 RunPlan Plan(RunOptions const& options, std::stop_token stop) {
@@ -480,8 +484,8 @@ RunPlan Plan(RunOptions const& options, std::stop_token stop) {
         Ticker ticker(stop, [] {});
         return PlanRun(checked, input, [&] { ticker.Tick(); }).plan;
     } catch (Stopped const&) {
-        Core::Throw<InterruptedException>(
-            fmt::format("Interrupted: {} was not read to the end of planning", Quote(options.input)));
+        Core::Throw<InterruptedException>(fmt::format("Interrupted: {} was not read to the end of planning",
+                                                      Quote(options.input.GetName())));
     }
 }
 

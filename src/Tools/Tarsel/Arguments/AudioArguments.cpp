@@ -1,17 +1,16 @@
 #include "Tools/Tarsel/Arguments/AudioArguments.h"
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 
 #include <CLI/CLI.hpp>
 
 namespace Tarsel::Tools {
 
 void AudioArguments::AddOutputTo(CLI::App& command) {
-    command.add_option("OUTPUT", output, "Audio file; its extension sets the container")
-        ->required()
-        ->option_text(" ");
+    AddOutputOption(command, output, "Audio, or \"-\"; its extension sets the container");
 }
 
 void AudioArguments::AddOptionsTo(CLI::App& command) {
-    command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
+    AddFormatOptions(command, format, overwrite);
     encoder.AddTo(command);
     command.add_flag("--quiet", quiet, "Print errors only");
 }
@@ -19,6 +18,7 @@ void AudioArguments::AddOptionsTo(CLI::App& command) {
 Media::AudioFileOptions AudioArguments::MakeOptions() const {
     Media::AudioFileOptions options;
     options.output = output;
+    options.container = format;
     options.overwrite = overwrite;
     options.encoder = encoder.name;
     options.encoderOptions = encoder.MakeOptions();

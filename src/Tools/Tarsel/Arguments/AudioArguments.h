@@ -15,6 +15,8 @@ namespace Tarsel::Tools {
 /// What every verb that makes an audio file has on its command line.
 struct AudioArguments {
     std::string output;
+    /// "" for that of the output's extension.
+    std::string format;
     bool overwrite = false;
     EncoderArguments encoder = EncoderArguments::ForAudio();
     bool quiet = false;

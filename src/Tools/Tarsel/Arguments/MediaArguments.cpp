@@ -1,5 +1,6 @@
 #include "Tools/Tarsel/Arguments/MediaArguments.h"
 
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 #include "Tools/Tarsel/Arguments/Options.h"
 
 #include <CLI/CLI.hpp>
@@ -19,11 +20,9 @@ constexpr char const* s_failAtOther = "fail";
 } // namespace
 
 void MediaArguments::AddTo(CLI::App& command, std::string const& inputs) {
-    command.add_option("INPUT", input, inputs + " to read")->required()->option_text(" ");
-    command.add_option("OUTPUT", output, "File to write; its extension sets the container")
-        ->required()
-        ->option_text(" ");
-    command.add_flag("--overwrite", overwrite, "Replace OUTPUT if it exists");
+    AddInputOption(command, input, inputs + " to read, or \"-\"");
+    AddOutputOption(command, output, "File, or \"-\"; its extension sets the container");
+    AddFormatOptions(command, format, overwrite);
     streams.AddTo(command);
     range.AddTo(command);
     sequence.AddTo(command);
@@ -62,6 +61,7 @@ Media::RunOptions MediaArguments::MakeRunOptions() const {
     Media::RunOptions options;
     options.input = input;
     options.output = output;
+    options.container = format;
     options.overwrite = overwrite;
     options.streams = streams.MakeSelection();
     options.range = range.MakeRange();

@@ -20,6 +20,8 @@ namespace Tarsel::Tools {
 struct MediaArguments {
     std::string input;
     std::string output;
+    /// "" for that of the output's extension.
+    std::string format;
     bool overwrite = false;
     StreamArguments streams;
     RangeArguments range;

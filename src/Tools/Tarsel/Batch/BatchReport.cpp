@@ -158,7 +158,7 @@ void BatchReport::End(std::span<FileResult const> results, bool quiet, ProgressF
     std::string const rest = counts.empty() ? "" : "; " + counts;
     std::string const failed =
         first == results.end() ? "" : fmt::format("{} of {} files failed", Count(FileFate::Failed), m_files);
-    if (m_context.stop.stop_requested())
+    if (m_context.stop.stop_requested() && Count(FileFate::Waiting) > 0)
         Core::Throw<Media::InterruptedException>(
             fmt::format("Interrupted: {} of {} files are in \"{}\"; --skip-existing goes on from there{}",
                         Count(FileFate::Written) + Count(FileFate::Skipped), m_files, m_folder,

@@ -1,5 +1,6 @@
 #include "Tools/Tarsel/Batch/BatchWork.h"
 
+#include "Core/CoreExceptions.h"
 #include "Core/Files.h"
 #include "Core/StartThread.h"
 #include "Core/ThreadBudget.h"
@@ -20,6 +21,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <exception>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <mutex>
@@ -33,30 +35,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A folder that is made where there is none, and goes again if nothing comes into it.
-class OutputFolder {
-public:
-    explicit OutputFolder(fs::path path) : m_path(std::move(path)) {
-        std::error_code error;
-        m_isNew = fs::create_directory(m_path, error);
-        if (!fs::is_directory(m_path))
-            Core::Throw<Media::OutputException>(
-                fmt::format("--out-dir: cannot make the folder \"{}\": {}", m_path.string(),
-                            error ? error.message() : "a file has this name"));
-    }
-    OutputFolder(OutputFolder const&) = delete;
-    OutputFolder& operator=(OutputFolder const&) = delete;
-    ~OutputFolder() {
-        std::error_code notEmpty;
-        if (m_isNew)
-            fs::remove(m_path, notEmpty);
-    }
-
-private:
-    fs::path m_path;
-    bool m_isNew = false;
-};
-
 /// Media::FindOutputKind for names that might not tell: their runs will say so.
 Media::OutputKind FindKind(fs::path const& output) {
     try {
@@ -68,6 +46,18 @@ Media::OutputKind FindKind(fs::path const& output) {
 
 void Append(std::vector<std::string> const& notes, std::vector<std::string>& all) {
     all.insert(all.end(), notes.begin(), notes.end());
+}
+
+/// So many, or as many as the system gives.
+void StartThreads(std::size_t count, std::function<void()> const& work, std::vector<std::jthread>& threads) {
+    threads.reserve(count);
+    try {
+        while (threads.size() < count)
+            threads.push_back(Core::StartThread(work));
+    } catch (Core::MemoryException const&) {
+        if (threads.empty())
+            throw;
+    }
 }
 
 /// Longer files take longer; reading none of them tells more.
@@ -90,13 +80,12 @@ BatchWork::BatchWork(RunArguments const& run, BatchArguments const& batch, Conte
     : m_run(run), m_batch(batch), m_context(context) {
     for (BatchFile& file : NameOutputs(FindInputs(batch.inputs), batch.folder, batch.format))
         m_results.push_back({std::move(file)});
-    OutputFolder const folder(batch.folder); // without it no name can be checked
+    m_folder.emplace(batch.folder); // without it no name can be checked
     CheckArguments();
     CheckKinds();
     CheckLog();
     CheckExisting();
     m_done = std::vector<std::atomic<double>>(m_results.size());
-    m_shares = FindShares(m_results);
 }
 
 RunArguments BatchWork::MakeArguments(BatchFile const& file) const {
@@ -156,15 +145,14 @@ void BatchWork::CheckExisting() const {
 
 void BatchWork::Run() {
     std::stop_callback const forward(m_context.stop, [this] { m_stop.request_stop(); });
-    OutputFolder const folder(m_batch.folder);
     MediaArguments const& media = m_run.media;
     if (!media.log.empty())
         m_context.report.GetLog().Open(media.log);
     m_context.report.BeginFiles(media.GetProgressForm(), media.quiet, m_results.size(), m_batch.folder);
     BatchReport report(m_context, m_batch.folder, m_results.size());
 
-    // Images and audio keep one thread busy, of each other's work they need nothing: as many at a time as
-    // there are threads. A film keeps all of them busy, and comes out as in a run of its own.
+    // Images and audio files keep one thread busy each: as many at a time as there are threads. A film keeps
+    // all of them busy, and encoders give other bits with other numbers of threads.
     std::vector<std::size_t> small;
     std::vector<std::size_t> films;
     for (std::size_t i = 0; i < m_results.size(); ++i) {
@@ -196,7 +184,7 @@ void BatchWork::WorkOff(std::vector<std::size_t> const& which, std::size_t atOnc
     std::vector<std::size_t> finished;
     finished.reserve(which.size());
     std::size_t next = 0;
-    std::size_t running = atOnce;
+    std::size_t ended = 0;
     auto const work = [&] {
         std::unique_lock lock(mutex);
         while (next < which.size() && !m_stop.stop_requested() && !(m_hasFailed && m_batch.stopsOnError)) {
@@ -206,34 +194,31 @@ void BatchWork::WorkOff(std::vector<std::size_t> const& which, std::size_t atOnc
             lock.lock();
             finished.push_back(index);
         }
-        --running;
+        ++ended;
         changed.notify_all();
     };
     std::vector<std::jthread> threads;
-    auto const end = [&] {
-        m_stop.request_stop();
-        threads.clear();
-        Core::ThreadBudget::Set(budget);
-    };
     try {
-        for (std::size_t i = 0; i < atOnce; ++i)
-            threads.push_back(Core::StartThread(work));
+        StartThreads(atOnce, work, threads);
         constexpr std::chrono::milliseconds tick(100);
         bool isOver = false;
         while (!isOver) {
             std::unique_lock lock(mutex);
-            isOver = changed.wait_for(lock, tick, [&] { return running == 0; });
+            isOver = changed.wait_for(lock, tick, [&] { return ended == threads.size(); });
             std::vector<std::size_t> news;
             news.swap(finished);
             finished.reserve(which.size());
             lock.unlock();
             for (std::size_t const index : news)
-                if (m_results[index].fate != FileFate::Waiting)
+                if (m_results[index].fate != FileFate::Waiting) {
                     report.Add(m_results[index]);
+                    m_results[index].result = {}; // it is told
+                }
             report.Show(GetDone());
         }
     } catch (...) {
-        end();
+        m_stop.request_stop();
+        threads.clear();
         throw;
     }
     threads.clear();

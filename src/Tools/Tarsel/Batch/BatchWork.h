@@ -3,11 +3,13 @@
 #include "Tools/Tarsel/Arguments/BatchArguments.h"
 #include "Tools/Tarsel/Arguments/RunArguments.h"
 #include "Tools/Tarsel/Batch/BatchReport.h"
+#include "Tools/Tarsel/Batch/OutputFolder.h"
 #include "Tools/Tarsel/Work/Context.h"
 
 #include <atomic>
 #include <cstddef>
 #include <exception>
+#include <optional>
 #include <stop_token>
 #include <vector>
 
@@ -41,6 +43,7 @@ private:
     RunArguments const& m_run;
     BatchArguments const& m_batch;
     Context const& m_context;
+    std::optional<OutputFolder> m_folder;
     std::vector<FileResult> m_results;
     /// For each file: its share of the work, the sum being 1, and how much of that is done, 0 to 1.
     std::vector<double> m_shares;

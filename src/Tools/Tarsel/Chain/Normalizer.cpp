@@ -62,9 +62,8 @@ LoudnessTarget ParseLoudnessTarget(std::string const& text) {
     return {*loudness, *peak};
 }
 
-Normalizer::Normalizer(LoudnessTarget const& target, std::filesystem::path input,
-                       Media::TimeRange const& range, Media::MakeAudioEffects makeEffects,
-                       std::stop_token stop)
+Normalizer::Normalizer(LoudnessTarget const& target, Media::Input input, Media::TimeRange const& range,
+                       Media::MakeAudioEffects makeEffects, std::stop_token stop)
     : m_target(target), m_input(std::move(input)), m_range(range), m_makeEffects(std::move(makeEffects)),
       m_stop(std::move(stop)) {
     if (!LoudnessMeter::IsAvailable())

@@ -28,7 +28,7 @@ class Normalizer {
 public:
     /// `makeEffects` may be empty. UsageException where loudness cannot be measured.
     /// `range` is that of the run.
-    Normalizer(LoudnessTarget const& target, std::filesystem::path input, Media::TimeRange const& range,
+    Normalizer(LoudnessTarget const& target, Media::Input input, Media::TimeRange const& range,
                Media::MakeAudioEffects makeEffects, std::stop_token stop);
 
     /// Hears how far the measuring is; may be empty.
@@ -60,7 +60,7 @@ private:
     Media::AudioEffects MakeEffects(Media::AudioStreamInfo const& stream) const;
 
     LoudnessTarget m_target;
-    std::filesystem::path m_input;
+    Media::Input m_input;
     Media::TimeRange m_range;
     Media::MakeAudioEffects m_makeEffects;
     std::stop_token m_stop;

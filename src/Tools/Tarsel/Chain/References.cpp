@@ -14,10 +14,10 @@ namespace Tarsel::Tools {
 
 class References::Reference {
 public:
-    explicit Reference(std::filesystem::path path) : m_path(std::move(path)) {}
+    explicit Reference(Media::Input input) : m_input(std::move(input)) {}
 
     void Open(Effects const& effects, std::int64_t start, std::stop_token const& stop) {
-        m_reader.emplace(m_path, stop);
+        m_reader.emplace(m_input, stop);
         m_start = start;
         Conf::DisplayMatrix const& matrix = m_reader->GetInfo().orientation;
         auto const orientation = matrix.GetOrientation();
@@ -41,7 +41,7 @@ public:
         return m_upright;
     }
 
-    std::filesystem::path const& GetPath() const noexcept { return m_path; }
+    std::filesystem::path const& GetPath() const noexcept { return m_input.GetName(); }
 
     std::vector<std::string> GetNotes() const {
         std::vector<std::string> notes;
@@ -53,12 +53,12 @@ public:
         for (std::string& note : m_reader->GetNotes())
             notes.push_back(std::move(note));
         for (std::string& note : notes)
-            note = fmt::format("reference \"{}\": {}", m_path.string(), note);
+            note = fmt::format("reference \"{}\": {}", GetPath().string(), note);
         return notes;
     }
 
 private:
-    std::filesystem::path m_path;
+    Media::Input m_input;
     std::optional<Media::VideoReader> m_reader;
     std::int64_t m_start = 0;
     bool m_isTilted = false;
@@ -73,8 +73,8 @@ References::References() = default;
 
 References::~References() = default;
 
-Host::SecondFrames References::Add(std::filesystem::path path) {
-    m_references.push_back(std::make_shared<Reference>(std::move(path)));
+Host::SecondFrames References::Add(Media::Input input) {
+    m_references.push_back(std::make_shared<Reference>(std::move(input)));
     return [reference = m_references.back()](std::int64_t time) { return reference->GetShownAt(time); };
 }
 

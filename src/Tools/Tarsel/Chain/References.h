@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Host/PairedEffect.h"
+#include "Media/Input.h"
 #include "Tools/Tarsel/Chain/Effects.h"
 
 #include <cstdint>
@@ -22,7 +23,7 @@ public:
 
     /// Notes one down, without opening it. The function gives no frames before Open, and then as
     /// Media::VideoReader::GetShownAt, and throws as that does.
-    Host::SecondFrames Add(std::filesystem::path path);
+    Host::SecondFrames Add(Media::Input input);
     std::vector<std::filesystem::path> GetPaths() const;
     /// Opens all of them. `start` is when the film that is worked on starts, by the times of its frames, in
     /// microseconds. InputException, which names the file, InterruptedException.

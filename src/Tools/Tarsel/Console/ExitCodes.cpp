@@ -30,6 +30,7 @@ constexpr Row s_codes[] = {
     {ExitCode::OutputFailed, "the output cannot be written"},
     {ExitCode::SomeFailed, "some of several files failed; the others are written"},
     {ExitCode::Interrupted, "interrupted (TERM 143, HUP 129, QUIT 131); no partial file stays"},
+    {ExitCode::ReaderGone, "whoever read the output closed the pipe before its end"},
 };
 
 template <class E>
@@ -57,6 +58,8 @@ ExitCode GetExitCode(std::exception const& failure) noexcept {
         return ExitCode::BadArguments;
     if (Is<Media::InputException>(failure))
         return ExitCode::InputUnreadable;
+    if (Is<Media::ClosedPipeException>(failure))
+        return ExitCode::ReaderGone;
     if (Is<Media::OutputException>(failure))
         return ExitCode::OutputFailed;
     if (Is<Media::InterruptedException>(failure))

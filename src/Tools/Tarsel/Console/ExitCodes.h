@@ -18,6 +18,8 @@ enum class ExitCode : int {
     SomeFailed = 5,
     /// By SIGINT; for other signals 128 and their number.
     Interrupted = 130,
+    /// As of a program that ends by SIGPIPE.
+    ReaderGone = 141,
 };
 
 /// What stands in for the type of a failure.

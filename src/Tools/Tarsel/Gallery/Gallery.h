@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Media/Input.h"
 #include "Tools/Tarsel/Catalog/Catalog.h"
 #include "Tools/Tarsel/Chain/Effects.h"
 
@@ -44,8 +45,8 @@ struct Shots {
 /// that come in a plug-in of others are shown with the settings they start with. Media::InputException for an
 /// input that has neither, Media::OutputException, Media::InterruptedException, and as the effects. Texts in
 /// the result live as long as the plug-in. Blocks.
-Shots MakeShots(Effects const& effects, std::filesystem::path const& input,
-                std::filesystem::path const& folder, std::stop_token const& stop);
+Shots MakeShots(Effects const& effects, Media::Input const& input, std::filesystem::path const& folder,
+                std::stop_token const& stop);
 
 /// The page that shows them, HTML; `input` as above. Any thread.
 std::string MakePage(Shots const& shots, std::string const& input);

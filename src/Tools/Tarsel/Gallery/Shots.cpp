@@ -65,7 +65,7 @@ Material ChooseMaterial(std::string_view effect) {
 }
 
 /// The first frames of a video, upright and no wider than those made up; none where it has no video.
-Clip ReadClip(Effects const& effects, std::filesystem::path const& input, std::stop_token const& stop) {
+Clip ReadClip(Effects const& effects, Media::Input const& input, std::stop_token const& stop) {
     References source;
     Host::SecondFrames const read = source.Add(input);
     source.Open(effects, 0, stop);
@@ -82,7 +82,7 @@ Clip ReadClip(Effects const& effects, std::filesystem::path const& input, std::s
     return clip;
 }
 
-Audio ReadAudio(std::filesystem::path const& input, std::stop_token const& stop) {
+Audio ReadAudio(Media::Input const& input, std::stop_token const& stop) {
     Media::AudioReader reader(input, stop);
     Audio audio;
     while (SP<Proc::IDataAudio> const block = reader.Next()) {
@@ -139,7 +139,7 @@ public:
     Studio(Effects const& effects, std::filesystem::path folder, std::stop_token stop)
         : m_effects(effects), m_folder(std::move(folder)), m_stop(std::move(stop)) {}
 
-    void Read(std::filesystem::path const& input) {
+    void Read(Media::Input const& input) {
         std::exception_ptr failure;
         try {
             m_input = ReadClip(m_effects, input, m_stop);
@@ -324,10 +324,10 @@ private:
 
 } // namespace
 
-Shots MakeShots(Effects const& effects, std::filesystem::path const& input,
-                std::filesystem::path const& folder, std::stop_token const& stop) {
+Shots MakeShots(Effects const& effects, Media::Input const& input, std::filesystem::path const& folder,
+                std::stop_token const& stop) {
     Studio studio(effects, folder, stop);
-    if (!input.empty())
+    if (!input.GetName().empty())
         studio.Read(input);
     Shots result;
     for (CatalogEntry const& entry : MakeCatalog(effects, {}))

@@ -14,18 +14,14 @@
 #include <utility>
 
 namespace Tarsel::Tools {
-namespace {
-
-/// Files that are written besides.
-void CheckOtherFiles(MediaArguments const& media, std::filesystem::path const& description) {
+void PartWork::CheckFiles(MediaArguments const& media) {
+    auto const description = GetDescriptionPath(media.output).lexically_normal();
     for (auto const& [option, name] :
          {std::pair("--log", media.log), std::pair("--frame-facts", media.frameFacts)})
-        if (!name.empty() && std::filesystem::path(name).lexically_normal() == description.lexically_normal())
+        if (!name.empty() && std::filesystem::path(name).lexically_normal() == description)
             Core::Throw<UsageException>(fmt::format(
                 "{}: choose another file: \"{}\" is to hold the description of the part", option, name));
 }
-
-} // namespace
 
 PartWork::PartWork(RunArguments const& arguments, PartNumber const& part, RunWork const& work,
                    Context const& context)
@@ -33,8 +29,6 @@ PartWork::PartWork(RunArguments const& arguments, PartNumber const& part, RunWor
     Reach const reach = FindReach(work.GetPictureSteps());
     m_part.framesBefore = reach.before;
     m_part.framesAfter = reach.after;
-    std::filesystem::path const description = GetDescriptionPath(m_output);
-    CheckOtherFiles(arguments.media, description);
     Media::RunOptions options = MakeOptions(work.GetOptions());
     options.overwrite = true; // what is there is looked at below
     Media::CheckRun(options);
@@ -44,7 +38,7 @@ PartWork::PartWork(RunArguments const& arguments, PartNumber const& part, RunWor
                                SettingsToJson(arguments, context.options.plugin));
     LookForFormer(arguments.media.overwrite);
     if (!m_former)
-        m_description = WholeFile(description, arguments.media.overwrite);
+        m_description = WholeFile(GetDescriptionPath(m_output), arguments.media.overwrite);
 }
 
 void PartWork::LookForFormer(bool mayReplace) {

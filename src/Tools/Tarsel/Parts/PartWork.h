@@ -16,6 +16,8 @@ namespace Tarsel::Tools {
 /// a time.
 class PartWork {
 public:
+    /// UsageException where another file that is written beside the part has the name of its description.
+    static void CheckFiles(MediaArguments const& media);
     /// Reads a little of the input. The description is written only by Publish, after the part itself: a
     /// process that is killed leaves no part that has one. UsageException for what no part can be made with;
     /// Media::OptionsException for a part that exists already and is another, Media::InputException,

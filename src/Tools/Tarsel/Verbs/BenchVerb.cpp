@@ -2,6 +2,7 @@
 #include "Core/Throw.h"
 #include "Media/Analyze.h"
 #include "Proc/Interfaces/FiltersOnly.h"
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 #include "Tools/Tarsel/Arguments/RangeArguments.h"
 #include "Tools/Tarsel/Chain/ChainMaker.h"
 #include "Tools/Tarsel/Chain/MotionFiles.h"
@@ -78,9 +79,7 @@ void Bench(BenchArguments const& arguments, Context const& context) {
 Verb AddBenchVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command = app.add_subcommand("bench", "Measure how long effects take")->group("Verbs");
     auto const arguments = std::make_shared<BenchArguments>();
-    command->add_option("INPUT", arguments->input, "Video or image file to read")
-        ->required()
-        ->option_text(" ");
+    AddInputOption(*command, arguments->input, "Video or image file to read, or \"-\"");
     arguments->range.AddTo(*command);
     AddStepOptions(*command, arguments->steps);
     AddThreadsOption(*command, arguments->threads);

@@ -142,9 +142,11 @@ RunArguments Complete(ExplainArguments const& explain) {
     arguments.media.streams.audio.which = explain.audio;
     if (!arguments.media.output.empty())
         return arguments;
-    std::string const extension = std::filesystem::path(arguments.media.input).extension().string();
+    std::string const extension = arguments.media.format.empty()
+                                      ? std::filesystem::path(arguments.media.input).extension().string()
+                                      : '.' + arguments.media.format;
     if (extension.empty())
-        Core::Throw<UsageException>("Add OUTPUT: INPUT has no extension to take for it");
+        Core::Throw<UsageException>("Add OUTPUT or --format: INPUT has no extension to take for it");
     arguments.media.output = (Media::IsSequence(arguments.media.input) ? "output%d" : "output") + extension;
     arguments.media.overwrite = true;
     return arguments;

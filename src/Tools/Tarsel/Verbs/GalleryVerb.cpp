@@ -1,6 +1,7 @@
 #include "Core/TemporaryPath.h"
 #include "Core/Throw.h"
 #include "Media/MediaExceptions.h"
+#include "Tools/Tarsel/Console/Console.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
 #include "Tools/Tarsel/Console/WholeFile.h"
 #include "Tools/Tarsel/Gallery/Gallery.h"
@@ -73,6 +74,7 @@ void Replace(std::filesystem::path const& made, std::filesystem::path const& fol
 void MakeGallery(GalleryArguments const& arguments, Context const& context) {
     std::filesystem::path const folder = std::filesystem::path(arguments.files.back() + '/').parent_path();
     std::string const input = arguments.files.size() > 1 ? arguments.files.front() : "";
+    Media::Input const material(input, Media::Passes::Several);
     CheckFolder(folder);
     Effects const effects = LoadEffects(context.options.plugin);
     Core::TemporaryPath made(folder.parent_path() /
@@ -83,10 +85,11 @@ void MakeGallery(GalleryArguments const& arguments, Context const& context) {
         Core::Throw<Media::OutputException>(
             fmt::format("Cannot write \"{}\": {}", folder.string(), error.message()));
     WholeFile page(made.Get() / s_page, false);
-    page.Write(MakePage(MakeShots(effects, input, made.Get(), context.stop), input));
+    page.Write(MakePage(MakeShots(effects, material, made.Get(), context.stop), input));
     page.Publish();
     Replace(made.Get(), folder);
     made.Keep();
+    context.console.PrintNotes(material.GetNotes());
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "Core/Throw.h"
 #include "Media/AudioReader.h"
 #include "Media/ImageWriter.h"
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 #include "Tools/Tarsel/Arguments/RangeArguments.h"
 #include "Tools/Tarsel/Audio/LevelReport.h"
 #include "Tools/Tarsel/Audio/Levels.h"
@@ -78,6 +79,7 @@ void Meter(MeterArguments const& arguments, Context const& context) {
         size = ParseSize(arguments.size);
     Media::ImageFileOptions const picture{arguments.picture, {arguments.input}, arguments.overwrite};
     bool const draws = !arguments.picture.empty();
+    CheckIsAlone(arguments.picture, "--png " + arguments.picture);
     if (draws)
         Media::CheckImageFile(picture);
 
@@ -114,9 +116,7 @@ Verb AddMeterVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
         app.add_subcommand("meter", "Measure audio levels and loudness")->group("Verbs");
     auto const arguments = std::make_shared<MeterArguments>();
-    command->add_option("INPUT", arguments->input, "Audio file, or video with audio (its best stream)")
-        ->required()
-        ->option_text(" ");
+    AddInputOption(*command, arguments->input, "Audio, or video with audio (best stream), or \"-\"");
     arguments->range.AddTo(*command);
     AddSecondsOption(*command, "--interval", arguments->interval,
                      "Time per row; default: about 40 rows in all", {0.001, 86400});

@@ -4,6 +4,7 @@
 #include "Media/AudioReader.h"
 #include "Media/AudioWriter.h"
 #include "Tools/Tarsel/Arguments/AudioArguments.h"
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 #include "Tools/Tarsel/Audio/Levels.h"
 #include "Tools/Tarsel/Audio/Mixer.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
@@ -159,7 +160,7 @@ void Mix(MixArguments const& arguments, Context const& context) {
     Conf::SampleInfo const format = inputs.ChooseFormat();
     options.format = format;
     inputs.ChooseDepth(options);
-    Media::AudioWriter writer(options);
+    Media::AudioWriter writer(options, context.stop);
 
     Mixer mixer(format, inputs.MakeSources(format, volumes));
     Conf::AudioTime clock;
@@ -189,9 +190,7 @@ Verb AddMixVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command = app.add_subcommand("mix", "Mix audio files into one")->group("Verbs");
     auto const arguments = std::make_shared<MixArguments>();
     arguments->audio.AddOutputTo(*command);
-    command->add_option("INPUT", arguments->inputs, "Two or more audio files, or videos with audio")
-        ->required()
-        ->option_text(" ");
+    AddInputOption(*command, arguments->inputs, "Two or more audio files, or videos with audio");
     command->add_option("--volume", arguments->volumes, "Volume of an INPUT, such as 0.5 or -6dB; one each")
         ->option_text("V")
         ->allow_extra_args(false);

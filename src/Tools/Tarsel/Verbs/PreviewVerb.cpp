@@ -1,5 +1,6 @@
 #include "Core/Throw.h"
 #include "Media/ImageWriter.h"
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 #include "Tools/Tarsel/Console/Console.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
 #include "Tools/Tarsel/Console/ProgressLine.h"
@@ -28,6 +29,7 @@ constexpr int s_mostPanels = 32;
 struct PreviewArguments {
     std::string input;
     std::string output;
+    std::string format;
     StepArguments steps;
     std::vector<double> at;
     std::string style;
@@ -71,7 +73,8 @@ PreviewResult DrawAudio(PreviewArguments const& arguments, ChainMaker& maker, Va
 }
 
 void Preview(PreviewArguments const& arguments, Context const& context) {
-    Media::ImageFileOptions const image{arguments.output, {arguments.input}, arguments.overwrite};
+    Media::ImageFileOptions const image{
+        arguments.output, {arguments.input}, arguments.overwrite, arguments.format};
     Media::CheckImageFile(image);
     ChainMaker maker(LoadEffects(context.options.plugin));
     Variants const variants =
@@ -94,13 +97,9 @@ Verb AddPreviewVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
         app.add_subcommand("preview", "Show frames or audio before and after effects")->group("Verbs");
     auto const arguments = std::make_shared<PreviewArguments>();
-    command->add_option("INPUT", arguments->input, "Video, image or audio file")
-        ->required()
-        ->option_text(" ");
-    command->add_option("OUTPUT", arguments->output, "Image to write; its extension sets the format")
-        ->required()
-        ->option_text(" ");
-    command->add_flag("--overwrite", arguments->overwrite, "Replace OUTPUT if it exists");
+    AddInputOption(*command, arguments->input, "Video, image or audio file, or \"-\"");
+    AddOutputOption(*command, arguments->output, "Image, or \"-\"; its extension sets the format");
+    AddFormatOptions(*command, arguments->format, arguments->overwrite);
     AddStepOptions(*command, arguments->steps);
     AddAtOption(*command, arguments->at);
     std::vector<std::string> styles;

@@ -1,6 +1,7 @@
 #include "Media/Run.h"
 #include "Proc/Interfaces/FiltersOnly.h"
 #include "Tools/Tarsel/Arguments/BatchArguments.h"
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 #include "Tools/Tarsel/Arguments/RunArguments.h"
 #include "Tools/Tarsel/Batch/BatchWork.h"
 #include "Tools/Tarsel/Console/ExitCodes.h"
@@ -32,8 +33,12 @@ struct RunVerbArguments {
 
 void RunMedia(RunVerbArguments const& all, Context const& context) {
     RunArguments arguments = all.run;
-    MediaWork media(arguments.media, context);
+    if (all.showsTimes)
+        CheckIsAlone(arguments.media.output, "--time");
     auto const number = ParsePartNumber(all.part);
+    if (number)
+        PartWork::CheckFiles(arguments.media);
+    MediaWork media(arguments.media, context);
     arguments.share = number ? Share::PartOfVideo : Share::Whole;
     RunWork work(arguments, context);
     std::optional<PartWork> part;
@@ -66,7 +71,9 @@ void RunVerbWith(RunVerbArguments const& arguments, Context const& context) {
 } // namespace
 
 Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
-    CLI::App* const command = app.add_subcommand("run", "Apply effects to video or audio")->group("Verbs");
+    CLI::App* const command =
+        app.add_subcommand("run", "Apply effects to video, images or audio, one file or many")
+            ->group("Verbs");
     auto const arguments = std::make_shared<RunVerbArguments>();
     arguments->run.AddTo(*command);
     arguments->batch.AddTo(*command, arguments->run.media);
@@ -107,7 +114,8 @@ Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
                     "  tarsel run song.wav song.mp3 -e \"reverb\"\n"
                     "  tarsel run in.mp4 out.gif -e \"resize width=320\"\n"
                     "  tarsel run shots/%04d.png film.mp4 --rate 24\n"
-                    "  tarsel run photos --out-dir small -e \"resize width=1280\"");
+                    "  tarsel run photos --out-dir small -e \"resize width=1280\"\n"
+                    "  cat in.mkv | tarsel run - - --format y4m -e negate | ffmpeg -i - out.webm");
     return {command, [arguments](Context const& context) { RunVerbWith(*arguments, context); }};
 }
 

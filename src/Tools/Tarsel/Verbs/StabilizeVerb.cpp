@@ -69,6 +69,7 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
             return maker.Make(stream, {{effect, {}, nullptr}});
         };
     };
+    options.input = Media::Input(options.input.GetName(), Media::Passes::Several);
     Media::CheckRun(options);
     // The file of motions is complete when the stream through the first effect has ended.
     Media::Analyze({options.input, makeChain(detect), options.streams, options.range, options.onResize,
@@ -78,7 +79,10 @@ void Stabilize(StabilizeArguments const& arguments, Context const& context) {
     options.makeVideoEffects = makeChain(transform);
     work.Attach(options, 2);
     Media::RunResult const result = Media::Run(options, context.stop);
-    work.Tell(result, maker.GetNotes());
+    std::vector<std::string> notes = maker.GetNotes();
+    for (std::string& note : options.input.GetNotes())
+        notes.push_back(std::move(note));
+    work.Tell(result, notes);
 }
 
 } // namespace

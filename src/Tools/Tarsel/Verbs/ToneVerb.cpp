@@ -118,7 +118,7 @@ void MakeTone(ToneArguments const& arguments, Context const& context) {
     options.format = ChooseFormat(*generator, arguments);
     options.depth = ChooseDepth(options.format.format);
     AudioWork work(context, arguments.audio.quiet);
-    Media::AudioWriter writer(options);
+    Media::AudioWriter writer(options, context.stop);
 
     std::int32_t const rate = options.format.rate;
     std::int64_t const samples = std::llround(arguments.duration.value_or(s_usualDuration) * rate);

@@ -1,6 +1,8 @@
 #include "Core/Throw.h"
 #include "Host/ErrorReport.h"
+#include "Media/Input.h"
 #include "Media/MediaExceptions.h"
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 #include "Tools/Tarsel/Arguments/Options.h"
 #include "Tools/Tarsel/Chain/Steps.h"
 #include "Tools/Tarsel/Console/Console.h"
@@ -87,6 +89,9 @@ void Try(TryArguments const& arguments, Context const& context) {
     if (!CanServe())
         Core::Throw<UsageException>(
             "Build tarsel with cpp-httplib (libcpp-httplib-dev): this one cannot serve pages");
+    if (Media::Input(arguments.input).IsPipe())
+        Core::Throw<UsageException>(fmt::format(
+            "Save \"{}\" into a file first: it is a pipe, and try reads INPUT many times", arguments.input));
     CheckFolder(arguments.folder);
     std::string const& plugin = context.options.plugin;
     Effects const effects = LoadEffects(plugin);
@@ -119,9 +124,7 @@ void Try(TryArguments const& arguments, Context const& context) {
 Verb AddTryVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command = app.add_subcommand("try", "Try effects on a file in a browser")->group("Verbs");
     auto const arguments = std::make_shared<TryArguments>();
-    command->add_option("INPUT", arguments->input, "Video, image or audio file")
-        ->required()
-        ->option_text(" ");
+    AddInputOption(*command, arguments->input, "Video, image or audio file");
     AddStepOptions(*command, arguments->steps);
     command->add_option("--out", arguments->folder, "Folder that films may be written to; default: none")
         ->option_text("FOLDER");

@@ -21,14 +21,17 @@ void AudioWork::CheckStop(std::string const& output) const {
 void AudioWork::ShowProgress(std::int64_t done, std::int64_t all) {
     constexpr std::chrono::milliseconds pause(100);
     Clock::time_point const now = Clock::now();
-    if (m_quiet || !m_context.console.IsTerminal() || all <= 0 || now - m_shown < pause)
+    if (m_quiet || !m_context.console.IsTerminal() || now - m_shown < pause)
         return;
     m_shown = now;
-    double const share = std::clamp(static_cast<double>(done) / static_cast<double>(all), 0.0, 1.0);
     Media::RunProgress progress;
-    progress.done = share;
-    if (share > 0)
-        progress.secondsLeft = std::chrono::duration<double>(now - m_begin).count() * (1 - share) / share;
+    progress.audioSeconds = static_cast<double>(done) / 1e6;
+    if (all > 0) {
+        double const share = std::clamp(static_cast<double>(done) / static_cast<double>(all), 0.0, 1.0);
+        progress.done = share;
+        if (share > 0)
+            progress.secondsLeft = std::chrono::duration<double>(now - m_begin).count() * (1 - share) / share;
+    }
     ShowProgressLine(m_context.console, progress);
 }
 

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <initializer_list>
 #include <string_view>
 #include <utility>
@@ -33,6 +34,11 @@ std::string WithoutOrder(std::string format) {
 
 bool IsPicture(Media::StreamPlan const& stream) noexcept {
     return stream.kind == Media::StreamKind::Video || stream.kind == Media::StreamKind::Cover;
+}
+
+/// What the program calls the file.
+std::string ToAddress(std::filesystem::path const& name, char const* standardStream) {
+    return name == "-" ? standardStream : "file:" + name.string();
 }
 
 class CommandMaker {
@@ -70,7 +76,7 @@ private:
 void CommandMaker::FindObstacles() {
     if (!m_options.range.IsWhole())
         Refuse("ranges are cut to the frame and to the sample");
-    if (Media::IsSequence(m_options.input))
+    if (Media::IsSequence(m_options.input.GetName()))
         Refuse("INPUT is a sequence of images");
     if (m_options.at)
         Refuse("--at takes the frame that is shown at a time");
@@ -133,7 +139,7 @@ FFmpegCommand CommandMaker::Make() {
         if (m_plan.streams[i].output >= 0)
             order.push_back(i);
     std::ranges::sort(order, {}, [&](std::size_t i) { return m_plan.streams[i].output; });
-    Add({"ffmpeg", "-nostdin", "-i", "file:" + m_options.input.string()});
+    Add({"ffmpeg", "-nostdin", "-i", ToAddress(m_options.input.GetName(), "pipe:0")});
     for (std::size_t const index : order)
         Add({"-map", fmt::format("0:{}", index)});
     for (std::size_t const index : order)
@@ -146,7 +152,12 @@ FFmpegCommand CommandMaker::Make() {
     if (Media::IsSequence(m_options.output) && m_options.firstNumber != 1)
         Add({"-start_number", std::to_string(m_options.firstNumber)});
     // Containers take more than their makers call finished.
-    Add({"-strict", "experimental", m_options.overwrite ? "-y" : "-n", "file:" + m_options.output.string()});
+    Add({"-strict", "experimental", m_options.overwrite ? "-y" : "-n"});
+    if (!m_options.container.empty())
+        Add({"-f", m_plan.outputContainer});
+    for (auto const& [key, value] : m_plan.writerOptions)
+        Add({'-' + key, value});
+    Add({ToAddress(m_options.output, "pipe:1")});
     return std::move(m_command);
 }
 

@@ -2,6 +2,7 @@
 
 #include "Core/ThreadBudget.h"
 #include "Core/Throw.h"
+#include "Tools/Tarsel/Arguments/FileArguments.h"
 #include "Tools/Tarsel/Console/UsageException.h"
 
 #include <fmt/format.h>
@@ -46,6 +47,8 @@ MediaWork::MediaWork(MediaArguments const& arguments, Context const& context)
     if (arguments.threads)
         Core::ThreadBudget::Set(*arguments.threads);
     CheckFiles(arguments);
+    if (arguments.GetProgressForm() == ProgressForm::Json)
+        CheckIsAlone(arguments.output, "--progress json");
     if (!arguments.frameFacts.empty())
         m_facts.Open(arguments.frameFacts, arguments.overwrite, arguments.output);
     if (!arguments.log.empty())

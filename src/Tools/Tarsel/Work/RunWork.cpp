@@ -68,6 +68,7 @@ RunWork::RunWork(RunArguments const& arguments, Context const& context, StepList
     auto const loudness =
         arguments.normalize.empty() ? std::nullopt : std::optional(ParseLoudnessTarget(arguments.normalize));
     if (loudness && m_share != Share::PartOfVideo) {
+        m_options.input = Media::Input(m_options.input.GetName(), Media::Passes::Several);
         m_normalizer.emplace(*loudness, m_options.input, m_options.range, m_options.makeAudioEffects,
                              m_context.stop);
         m_options.makeAudioEffects = [this](Media::AudioStreamInfo const& stream) {
@@ -106,7 +107,7 @@ void RunWork::CheckFiles(MediaArguments const& media) const {
             if (std::filesystem::equivalent(reference, written, error))
                 Core::Throw<UsageException>(
                     fmt::format("Choose another output: \"{}\" is the reference of a step", written));
-    files.push_back(m_options.input);
+    files.push_back(m_options.input.GetName());
     files.push_back(m_options.output);
     for (std::string const& written : {media.log, media.frameFacts})
         if (!written.empty())
@@ -161,6 +162,8 @@ std::vector<std::string> RunWork::GetNotes() const {
         NoteUnused(steps, m_maker->GetAudioTimes(), notes);
     }
     for (std::string& note : m_normalizer ? m_normalizer->GetNotes() : std::vector<std::string>())
+        notes.push_back(std::move(note));
+    for (std::string& note : m_options.input.GetNotes())
         notes.push_back(std::move(note));
     return notes;
 }
