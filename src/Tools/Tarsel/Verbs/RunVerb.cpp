@@ -72,8 +72,7 @@ void RunVerbWith(RunVerbArguments const& arguments, Context const& context) {
 
 Verb AddRunVerb(CLI::App& app, CommonOptions& common) {
     CLI::App* const command =
-        app.add_subcommand("run", "Apply effects to video, images or audio, one file or many")
-            ->group("Verbs");
+        app.add_subcommand("run", "Apply effects to video, images or audio")->group("Verbs");
     auto const arguments = std::make_shared<RunVerbArguments>();
     arguments->run.AddTo(*command);
     arguments->batch.AddTo(*command, arguments->run.media);
