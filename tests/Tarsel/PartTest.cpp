@@ -122,7 +122,7 @@ TEST_F(Parts, JoinedAreWhatOneRunWrites) {
 TEST_F(Parts, EveryEffectWorksOnPartsOrSaysWhyNot) {
     MakeFilm("film.mkv", "-f lavfi -i testsrc2=s=64x48:r=25:d=0.6 -vf noise=alls=20:allf=t,format=yuv420p "
                          "-c:v libx264 -g 6 -bf 2");
-    MakeFilm("right.mp4", "-f lavfi -i testsrc2=s=64x48:r=20:d=0.6 -vf negate,format=yuv420p -c:v libx264");
+    MakeFilm("second.mp4", "-f lavfi -i testsrc2=s=64x48:r=20:d=0.6 -vf negate,format=yuv420p -c:v libx264");
     int refused = 0;
     Json const catalog = Json::parse(Run("list --json").out);
     for (Json const& effect : catalog["effects"]) {
