@@ -51,7 +51,7 @@ protected:
             int const pipe = open(File("pipe").c_str(), O_WRONLY);
             std::vector<unsigned char> block(1 << 16);
             for (std::int64_t done = 0; done < s_bytes;) {
-                std::size_t const count = std::min<std::size_t>(block.size(), s_bytes - done);
+                auto const count = std::min(block.size(), static_cast<std::size_t>(s_bytes - done));
                 for (std::size_t i = 0; i < count; ++i)
                     block[i] = ByteAt(done + static_cast<std::int64_t>(i));
                 ssize_t const written = write(pipe, block.data(), count);
