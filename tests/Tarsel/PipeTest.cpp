@@ -12,7 +12,7 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr char const* s_pictures = "-f lavfi -i testsrc2=s=64x48:r=25:d=1.4 ";
+constexpr char const* s_pictures = "-f lavfi -i testsrc2=s=128x96:r=25:d=1.4 ";
 constexpr char const* s_sound = "-f lavfi -i sine=d=1.4:r=48000 ";
 
 class PipeTool : public Tool {
@@ -145,6 +145,7 @@ TEST_F(PipeTool, PipelinesKeepEveryFrameTimeAndSample) {
 }
 
 TEST_F(PipeTool, OtherVerbsTakePipes) {
+    TellLeaksApart(); // the stabilizer is among them
     MakeLossless("in.mkv");
     MakeFilm("in.wav", s_sound);
     struct {
